@@ -1,0 +1,63 @@
+#include "core/DatabaseFile.h"
+
+#include "core/Log.h"
+#include "core/Paths.h"
+
+#include <QFile>
+#include <QSqlError>
+
+namespace Kavo {
+
+DatabaseFile::DatabaseFile(const QString &connection, const QString &fileName)
+    : m_connection(connection)
+    , m_fileName(fileName)
+{}
+
+DatabaseFile::~DatabaseFile()
+{
+    // Qt wants the last handle gone before the connection is taken out of its list.
+    m_database = QSqlDatabase();
+    QSqlDatabase::removeDatabase(m_connection);
+}
+
+void DatabaseFile::open(const QString &schema)
+{
+    if (m_database.isOpen())
+        return;
+    if (!m_database.isValid())
+        m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
+    m_database.setDatabaseName(applicationDataDirectory() + m_fileName);
+    if (!m_database.open()) {
+        logLine(m_database.lastError().text());
+        return;
+    }
+    QSqlQuery create = prepared(schema);
+    run(create);
+}
+
+void DatabaseFile::removeFile()
+{
+    const QString path = m_database.databaseName();
+    if (path.isEmpty() || !QFile::exists(path))
+        return;
+    m_database.close();
+    QFile::remove(path);
+}
+
+QSqlQuery DatabaseFile::prepared(const QString &statement) const
+{
+    QSqlQuery query(m_database);
+    query.setForwardOnly(true);
+    query.prepare(statement);
+    return query;
+}
+
+bool DatabaseFile::run(QSqlQuery &query)
+{
+    if (query.exec())
+        return true;
+    logLine(QStringLiteral("SQL Error: ") + query.lastError().text());
+    return false;
+}
+
+} // namespace Kavo

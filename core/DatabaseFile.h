@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+
+namespace Kavo {
+
+/// One SQLite file in the application data folder, behind a named connection.
+///
+/// Failures are logged and end there: a file that cannot be opened leaves isOpen() false, and a
+/// failing statement logs "SQL Error: " with the driver's text. Main thread. One object at a time
+/// may use a connection name.
+class DatabaseFile final
+{
+public:
+    /// Opens nothing yet.
+    DatabaseFile(const QString &connection, const QString &fileName);
+    ~DatabaseFile();
+    Q_DISABLE_COPY_MOVE(DatabaseFile)
+
+    /// Opens the file, creating it when missing, and runs `schema`. Does nothing when it is open.
+    void open(const QString &schema);
+    bool isOpen() const { return m_database.isOpen(); }
+
+    /// Closes the connection and deletes the file, if there is one; open() makes a new one.
+    void removeFile();
+
+    /// A query for this connection with the statement prepared; errors show in run().
+    QSqlQuery prepared(const QString &statement) const;
+    /// Executes a prepared query and logs its failure.
+    static bool run(QSqlQuery &query);
+
+private:
+    QString m_connection;
+    QString m_fileName;
+    QSqlDatabase m_database;
+};
+
+} // namespace Kavo

@@ -1,0 +1,44 @@
+#include "core/Environment.h"
+
+#include "core/Paths.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFont>
+#include <QFontDatabase>
+#include <QTranslator>
+
+namespace Kavo {
+
+void prepareEnvironment()
+{
+    QDir::setCurrent(applicationDirectory());
+    QGuiApplication::setQuitOnLastWindowClosed(true);
+}
+
+void installTranslation(const QString &language)
+{
+    if (language == QLatin1String("en"))
+        return;
+    static QTranslator translator;
+    if (translator.load(QStringLiteral("qt_") + language, QStringLiteral("translations"),
+                        QString()))
+        QCoreApplication::installTranslator(&translator);
+}
+
+void loadFonts()
+{
+    const int regular = QFontDatabase::addApplicationFont(
+        QStringLiteral(":/resources/font/ProximaNova-Regular.otf"));
+    QFontDatabase::addApplicationFont(QStringLiteral(":/resources/font/Proxima_Nova_Bold.otf"));
+
+    // The compiled-in face is a free stand-in under a name of its own; the substitution lets the
+    // rest of the program ask for the prescribed family.
+    const QString family = QStringLiteral("Proxima Nova Rg");
+    const QStringList loaded = QFontDatabase::applicationFontFamilies(regular);
+    if (!loaded.isEmpty())
+        QFont::insertSubstitution(family, loaded.first());
+    QApplication::setFont(QFont(family, 10));
+}
+
+} // namespace Kavo

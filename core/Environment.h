@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+/// Process-wide set-up that start-up does once, on the main thread.
+namespace Kavo {
+
+/// Makes the executable's folder the current one, because relative paths ("translations") rest on
+/// it, and lets the event loop end with the last window.
+void prepareEnvironment();
+
+/// Installs "translations/qt_<language>.qm" for every language but the built-in "en". A missing
+/// file leaves the texts in English.
+void installTranslation(const QString &language);
+
+/// Loads the two text fonts from the resources and makes "Proxima Nova Rg", 10 points, the
+/// application font. A font that cannot be loaded leaves Qt's default family in place.
+void loadFonts();
+
+} // namespace Kavo

@@ -1,0 +1,75 @@
+#include "core/Installation.h"
+
+#include "core/Log.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QProcess>
+#include <QTextStream>
+
+namespace Kavo {
+
+namespace {
+
+/// Output of `locate`, or nothing when it did not end with success.
+QByteArray locateOutput()
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setProgram(QStringLiteral("locate"));
+    process.setArguments({simulatorExecutable()});
+    process.start(QIODevice::ReadWrite);
+    // Nobody answers a tool that asks: the closed channel makes it go on instead of waiting.
+    process.closeWriteChannel();
+    const bool ended = process.waitForFinished(-1);
+    process.waitForReadyRead(-1);
+    const bool succeeded =
+        ended && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return succeeded ? process.readAll() : QByteArray();
+}
+
+} // namespace
+
+QString simulatorExecutable()
+{
+    return QStringLiteral("X-Plane-x86_64");
+}
+
+QString locateInstallation()
+{
+    const QByteArray output = locateOutput();
+    QTextStream stream(output);
+    // The tool prints file names as the file system has them.
+    stream.setCodec("UTF-8");
+    QString line;
+    while (stream.readLineInto(&line)) {
+        const QFileInfo candidate(line);
+        if (line.endsWith(simulatorExecutable()) && candidate.isFile())
+            return candidate.path() + QDir::separator();
+    }
+    return QString();
+}
+
+QString selectInstallation()
+{
+    while (true) {
+        const QString folder =
+            QFileDialog::getExistingDirectory(nullptr, QFileDialog::tr("Select the XPlane folder"),
+                                              QString(), QFileDialog::ShowDirsOnly);
+        if (folder.isEmpty())
+            return QString();
+        const QString candidate = folder + QDir::separator() + simulatorExecutable();
+        logLine(QStringLiteral("Checking directory : ") + candidate);
+        if (QFile::exists(candidate))
+            return folder + QDir::separator();
+        QMessageBox::critical(
+            nullptr, QMessageBox::tr("Invalid Folder"),
+            QMessageBox::tr(
+                "Oops...this doesn't seem to be a XPlane installation folder.\n\nTry again"),
+            QMessageBox::Ok);
+    }
+}
+
+} // namespace Kavo

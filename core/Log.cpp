@@ -1,0 +1,33 @@
+#include "core/Log.h"
+
+#include "core/Paths.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QTextStream>
+
+namespace Kavo {
+
+QString logFile()
+{
+    return applicationDataDirectory() + QStringLiteral("log.txt");
+}
+
+void logMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    Q_UNUSED(type)
+    Q_UNUSED(context)
+    QFile file(logFile());
+    if (!file.open(QIODevice::Append))
+        return;
+    QTextStream stream(&file);
+    stream << message << '\n';
+    stream.flush();
+}
+
+void logLine(const QString &line)
+{
+    qDebug().noquote() << line;
+}
+
+} // namespace Kavo

@@ -1,0 +1,108 @@
+#include "core/P7ZipExtractor.h"
+
+#include "core/Log.h"
+#include "core/Paths.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+
+#include <csignal>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace Kavo::Extractors {
+
+namespace {
+
+/// The exit code Qt reports for a program that cannot be started. A process without any program
+/// would report 0, which must not pass for success.
+constexpr int NotStarted = 255;
+
+/// The exit code counted for a process that was killed, whose own code means nothing.
+constexpr int Killed = 255;
+
+class ExtractorProcess final : public QProcess
+{
+protected:
+    void setupChildProcess() override
+    {
+        // In a session of its own the program has no terminal: it cannot ask for a password there
+        // and wait for ever.
+        ::setsid();
+        // A program that goes on unpacking after our sudden death would write into the folder
+        // that the next run is already working on.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    }
+};
+
+QString rendered(const QStringList &arguments)
+{
+    QString text;
+    QDebug(&text).nospace() << arguments;
+    return text;
+}
+
+} // namespace
+
+P7ZipExtractor::P7ZipExtractor(QObject *parent)
+    : P7ZipExtractor(QStringLiteral("/usr/bin/7z"), parent)
+{}
+
+P7ZipExtractor::P7ZipExtractor(const QString &program, QObject *parent)
+    : QObject(parent)
+    , m_process(QSharedPointer<ExtractorProcess>::create())
+{
+    if (QFile::exists(program)) {
+        m_process->setProgram(program);
+        m_process->setWorkingDirectory(applicationDirectory());
+    }
+    connect(m_process.data(), qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
+            [this](int exitCode, QProcess::ExitStatus status) {
+                announce(status == QProcess::NormalExit ? exitCode : Killed);
+            });
+}
+
+bool P7ZipExtractor::extract(const QString &archive, const QString &destination)
+{
+    const QStringList arguments{QStringLiteral("x"), QFileInfo(archive).absoluteFilePath(),
+                                QStringLiteral("-o") + destination};
+    logLine(QStringLiteral("Extract paramenter : ") + m_process->program() + QLatin1Char(' ') +
+            rendered(arguments));
+    const int exitCode = run(arguments);
+    if (exitCode == 0)
+        return true;
+
+    const QString label = QStringLiteral("Extractor Error : ");
+    logLine(label + QString::fromLocal8Bit(m_process->readAllStandardError()));
+    logLine(label + QString::number(exitCode));
+    return false;
+}
+
+int P7ZipExtractor::run(const QStringList &arguments)
+{
+    if (!m_process->program().isEmpty()) {
+        m_process->setArguments(arguments);
+        m_process->start(QIODevice::ReadWrite);
+        // Without a switch 7-Zip asks before it replaces a file. "Always", given once and for
+        // all, followed by the end of input, keeps it from ever waiting for an answer.
+        m_process->write("A\n");
+        m_process->closeWriteChannel();
+        m_process->waitForFinished(-1);
+    }
+    if (m_process->program().isEmpty() || m_process->error() == QProcess::FailedToStart) {
+        announce(NotStarted);
+        return NotStarted;
+    }
+    return m_process->exitStatus() == QProcess::NormalExit ? m_process->exitCode() : Killed;
+}
+
+void P7ZipExtractor::announce(int exitCode)
+{
+    if (exitCode == 0)
+        emit finished();
+    else
+        emit error();
+}
+
+} // namespace Kavo::Extractors

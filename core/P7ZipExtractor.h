@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QObject>
+#include <QProcess>
+#include <QSharedPointer>
+
+namespace Kavo::Extractors {
+
+/// Unpacks an archive with the 7-Zip command-line program.
+///
+/// One object owns one process and runs one extraction at a time, on the thread that created it;
+/// extract() blocks that thread until 7-Zip ends. What is left of a failed extraction is not
+/// cleaned up. 7-Zip neither waits for an answer nor outlives the thread that started it.
+class P7ZipExtractor final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit P7ZipExtractor(QObject *parent = nullptr);
+    /// Runs another program in the place of "/usr/bin/7z".
+    explicit P7ZipExtractor(const QString &program, QObject *parent = nullptr);
+
+    /// Unpacks `archive` with full paths into the folder `destination`, replacing files that stand
+    /// there. Returns whether 7-Zip ended with exit code 0; a failure is logged.
+    bool extract(const QString &archive, const QString &destination);
+
+signals:
+    void finished();
+    void error();
+
+private:
+    /// Runs the program to its end and returns its exit code, never 0 when it did not run.
+    int run(const QStringList &arguments);
+    void announce(int exitCode);
+
+    QSharedPointer<QProcess> m_process;
+};
+
+} // namespace Kavo::Extractors
