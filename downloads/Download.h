@@ -1,0 +1,88 @@
+#pragma once
+
+#include <QNetworkRequest>
+#include <QObject>
+#include <QString>
+#include <QUuid>
+
+#include <memory>
+
+namespace Kavo::Models {
+
+/// One file transfer: the request to send, where the bytes go, how far it has come and in which
+/// phase it is. It does no networking; the download manager drives it:
+///
+///     Idle -> Header -> Download -> Finished     resumable
+///     Idle -> Header -> Finished                 resumable, file already complete
+///     Idle -> Download -> Finished               restart
+///
+/// A network error is announced by error() and is final: the transfer still ends in Finished, and
+/// listeners ignore all that follows an error. All sizes are bytes. Main thread.
+class Download final : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Process : int {
+        Idle = 0,
+        Header = 1,   ///< a HEAD request is out to learn the size
+        Download = 2, ///< the GET request is running
+        Finished = 3,
+    };
+
+    Download(const QString &url, bool overwrite, bool restart, QObject *parent = nullptr);
+    ~Download() override;
+
+    QNetworkRequest *getRequest() const { return m_request.get(); }
+
+    Process getProcess() const { return m_process; }
+    /// Always announces the phase; Finished also announces finished() with the path.
+    void setProcess(Process process);
+
+    /// Total size, 0 while it is not known. The setters always announce.
+    qint64 getFileSize() const { return m_fileSize; }
+    void setFileSize(qint64 size);
+    /// Bytes that the local file holds so far.
+    qint64 getCurrentSize() const { return m_currentSize; }
+    void setCurrentSize(qint64 size);
+
+    /// Full local path of the target file, empty until it is settled.
+    QString getPath() const { return m_path; }
+    void setPath(const QString &path) { m_path = path; }
+
+    QUuid getId() const { return m_id; }
+
+    /// Whether the transfer starts over: no size probe, no resumption, an existing file goes first.
+    bool isRestart() const { return m_restart; }
+    void setRestart(bool restart) { m_restart = restart; }
+
+    /// Local file name for the address, chosen at the first call.
+    QString getFileName();
+
+    /// Repeats the present state for a listener that came late.
+    void announce();
+
+    /// Reports a network error of this transfer's request: the detail to the log, "Server Error"
+    /// to the listeners.
+    void fail(const QString &message);
+
+signals:
+    void fileSize(qint64 size);
+    void currentSize(qint64 size);
+    void finished(QString path);
+    void error(QString error);
+    void processChanged(Kavo::Models::Download::Process process);
+
+private:
+    std::unique_ptr<QNetworkRequest> m_request;
+    Process m_process = Process::Idle;
+    QString m_fileName;
+    qint64 m_fileSize = 0;
+    QUuid m_id;
+    bool m_overwrite;
+    QString m_path;
+    qint64 m_currentSize = 0;
+    bool m_restart;
+};
+
+} // namespace Kavo::Models

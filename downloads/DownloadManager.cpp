@@ -1,0 +1,128 @@
+#include "downloads/DownloadManager.h"
+
+#include "core/Paths.h"
+#include "core/Settings.h"
+#include "downloads/Transfer.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QNetworkAccessManager>
+
+#include <algorithm>
+
+namespace Kavo::Managers {
+
+using Models::Download;
+
+namespace {
+
+const char *const Schema =
+    "CREATE TABLE IF NOT EXISTS downloads (id        INTEGER        PRIMARY KEY AUTOINCREMENT,"
+    "url       VARCHAR (1024) UNIQUE,timestamp DATETIME       DEFAULT CURRENT_TIMESTAMP);";
+
+/// A short text that stays the same for one address, so that a later run resumes the same file.
+QString addressMark(const QUrl &url)
+{
+    const QByteArray hash =
+        QCryptographicHash::hash(url.toEncoded(), QCryptographicHash::Sha1).toHex().left(8);
+    return QString::fromLatin1(hash);
+}
+
+} // namespace
+
+DownloadManager::DownloadManager(const QSharedPointer<Settings> &settings,
+                                 const QSharedPointer<QNetworkAccessManager> &network,
+                                 QObject *parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_network(network)
+    , m_cacheFolder(settings->current(Settings::CACHE))
+    , m_database(QStringLiteral("DownloadDatabaseConnection"), QStringLiteral("download.db"))
+{
+    ensureDirectory(m_cacheFolder, true);
+    m_database.open(QLatin1String(Schema));
+}
+
+DownloadManager::~DownloadManager() = default;
+
+void DownloadManager::add(const DownloadPointer &download, bool hold)
+{
+    const bool queued =
+        std::any_of(m_queue.cbegin(), m_queue.cend(), [&download](const DownloadPointer &other) {
+            return other->getId() == download->getId();
+        });
+    if (queued)
+        return;
+    if (download->getPath().isEmpty())
+        download->setPath(freePath(*download));
+    m_queue.append(download);
+    m_known.append(download.toWeakRef());
+    if (!hold)
+        start();
+}
+
+void DownloadManager::start()
+{
+    // Listeners may add and remove downloads while they are told of a phase.
+    const QList<DownloadPointer> queue = m_queue;
+    for (const DownloadPointer &download : queue) {
+        if (download->getProcess() == Download::Process::Idle)
+            run(download);
+    }
+}
+
+DownloadManager::DownloadPointer DownloadManager::find(const QString &url) const
+{
+    const QUrl address(url);
+    const auto found =
+        std::find_if(m_queue.cbegin(), m_queue.cend(), [&address](const DownloadPointer &download) {
+            return download->getRequest()->url() == address;
+        });
+    return found == m_queue.cend() ? DownloadPointer() : *found;
+}
+
+void DownloadManager::remove(const DownloadPointer &download)
+{
+    const auto found =
+        std::find_if(m_queue.begin(), m_queue.end(), [&download](const DownloadPointer &other) {
+            return other->getId() == download->getId();
+        });
+    if (found != m_queue.end())
+        m_queue.erase(found);
+}
+
+void DownloadManager::clear()
+{
+    m_database.removeFile();
+}
+
+QString DownloadManager::freePath(Download &download)
+{
+    m_known.erase(
+        std::remove_if(m_known.begin(), m_known.end(),
+                       [](const QWeakPointer<Download> &known) { return known.isNull(); }),
+        m_known.end());
+    const QString path = m_cacheFolder + QDir::separator() + download.getFileName();
+    if (!isTaken(path, download))
+        return path;
+    return path + QLatin1Char('.') + addressMark(download.getRequest()->url());
+}
+
+bool DownloadManager::isTaken(const QString &path, const Download &newcomer)
+{
+    const QUrl address = newcomer.getRequest()->url();
+    return std::any_of(
+        m_known.cbegin(), m_known.cend(), [&path, &address](const QWeakPointer<Download> &known) {
+            const DownloadPointer other = known.toStrongRef();
+            return other && other->getPath() == path && other->getRequest()->url() != address;
+        });
+}
+
+void DownloadManager::run(const DownloadPointer &download)
+{
+    auto *transfer = new Transfer(*m_network, download, this);
+    connect(transfer, &Transfer::ended, this, [this, download] { remove(download); });
+    transfer->start();
+}
+
+} // namespace Kavo::Managers

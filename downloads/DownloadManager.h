@@ -1,0 +1,71 @@
+#pragma once
+
+#include "core/DatabaseFile.h"
+#include "downloads/Download.h"
+
+#include <QList>
+#include <QObject>
+#include <QSharedPointer>
+#include <QVector>
+#include <QWeakPointer>
+
+class QNetworkAccessManager;
+
+namespace Kavo {
+class Settings;
+}
+
+namespace Kavo::Managers {
+
+/// Runs every HTTP transfer of the program and keeps the queue of those not yet ended.
+///
+/// The manager has no signals: callers create a download, hand it in and follow its own signals.
+/// Every idle download starts at once; the network access manager's limit of connections to one
+/// host is the only throttle. Nothing is persisted but the files: a later run resumes from what
+/// lies in the cache folder. Main thread.
+class DownloadManager final : public QObject
+{
+    Q_OBJECT
+
+public:
+    using DownloadPointer = QSharedPointer<Models::Download>;
+
+    /// Copies the cache folder from the settings, makes sure that it exists and opens
+    /// "download.db". A folder or database that cannot be made is logged at most.
+    DownloadManager(const QSharedPointer<Settings> &settings,
+                    const QSharedPointer<QNetworkAccessManager> &network,
+                    QObject *parent = nullptr);
+    ~DownloadManager() override;
+
+    /// Queues a download and, unless `hold` is set, starts what is idle. One that is queued
+    /// already is left alone. A download without a path gets one in the cache folder: the name of
+    /// its address, or a name beside it as long as a live download of another address has that.
+    void add(const DownloadPointer &download, bool hold);
+
+    /// Starts every idle download; may be called any number of times.
+    void start();
+
+    /// First queued download of this address, or null.
+    DownloadPointer find(const QString &url) const;
+
+    /// Takes a download out of the queue without stopping it.
+    void remove(const DownloadPointer &download);
+
+    /// Deletes the database file; it is made anew at the next start of the program.
+    void clear();
+
+private:
+    QString freePath(Models::Download &download);
+    bool isTaken(const QString &path, const Models::Download &newcomer);
+    void run(const DownloadPointer &download);
+
+    QSharedPointer<Settings> m_settings;
+    QSharedPointer<QNetworkAccessManager> m_network;
+    QString m_cacheFolder;
+    QList<DownloadPointer> m_queue;
+    DatabaseFile m_database;
+    /// Downloads that somebody may still hold, also after they left the queue.
+    QVector<QWeakPointer<Models::Download>> m_known;
+};
+
+} // namespace Kavo::Managers

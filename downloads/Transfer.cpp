@@ -1,0 +1,157 @@
+#include "downloads/Transfer.h"
+
+#include "core/Log.h"
+
+#include <QFileInfo>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+
+namespace Kavo::Managers {
+
+using Models::Download;
+
+namespace {
+
+/// How much of a body the network layer may hold before it stops reading from the connection, in
+/// bytes. Without a limit a fast server fills the memory with what the disk has not taken yet.
+constexpr qint64 ReadBufferSize = 1024 * 1024;
+
+} // namespace
+
+Transfer::Transfer(QNetworkAccessManager &network, const QSharedPointer<Download> &download,
+                   QObject *parent)
+    : QObject(parent)
+    , m_network(network)
+    , m_download(download)
+    , m_file(download->getPath())
+{}
+
+void Transfer::start()
+{
+    if (m_download->isRestart()) {
+        sendGet();
+        return;
+    }
+    // The length of a compressed answer is not that of the file, and a part of one cannot be
+    // resumed.
+    m_download->getRequest()->setRawHeader("Accept-Encoding", "identity");
+    sendProbe();
+}
+
+void Transfer::sendProbe()
+{
+    m_download->setProcess(Download::Process::Header);
+    QNetworkReply *probe = m_network.head(*m_download->getRequest());
+    connect(probe, &QNetworkReply::errorOccurred, this, [this, probe] { reportError(*probe); });
+    connect(probe, &QNetworkReply::finished, this, [this, probe] { onProbed(*probe); });
+}
+
+void Transfer::onProbed(QNetworkReply &probe)
+{
+    const QVariant length = probe.header(QNetworkRequest::ContentLengthHeader);
+    const QVariant modified = probe.header(QNetworkRequest::LastModifiedHeader);
+    probe.deleteLater();
+    if (length.isValid() && modified.isValid()) {
+        const qint64 size = length.toLongLong();
+        m_download->setFileSize(size);
+        if (isCompleteOnDisk(size)) {
+            deleteLater();
+            m_download->setProcess(Download::Process::Finished);
+            return;
+        }
+    }
+    sendGet();
+}
+
+bool Transfer::isCompleteOnDisk(qint64 announcedSize)
+{
+    const QFileInfo file(m_download->getPath());
+    if (!file.isFile())
+        return false;
+    if (file.size() == announcedSize)
+        return true;
+    if (file.size() < announcedSize)
+        m_download->getRequest()->setRawHeader("Range",
+                                               "bytes=" + QByteArray::number(file.size()) + '-');
+    else
+        QFile::remove(m_download->getPath());
+    return false;
+}
+
+void Transfer::sendGet()
+{
+    if (m_download->getProcess() == Download::Process::Idle)
+        QFile::remove(m_download->getPath());
+    m_download->setProcess(Download::Process::Download);
+    m_reply = m_network.get(*m_download->getRequest());
+    m_reply->setReadBufferSize(ReadBufferSize);
+    connect(m_reply, &QNetworkReply::readyRead, this, &Transfer::writeBody);
+    connect(m_reply, &QNetworkReply::downloadProgress, this,
+            [this](qint64, qint64 total) { onProgress(total); });
+    connect(m_reply, &QNetworkReply::errorOccurred, this, [this] { reportError(*m_reply); });
+    connect(m_reply, &QNetworkReply::finished, this, &Transfer::onFinished);
+}
+
+void Transfer::writeBody()
+{
+    if (!openFile())
+        return;
+    m_buffer.resize(static_cast<int>(ReadBufferSize));
+    qint64 received = 0;
+    while ((received = m_reply->read(m_buffer.data(), m_buffer.size())) > 0) {
+        // A full disk shows in the count alone.
+        const qint64 written = m_file.write(m_buffer.constData(), received);
+        m_lostBytes += received - qMax<qint64>(written, 0);
+    }
+}
+
+bool Transfer::openFile()
+{
+    if (m_file.isOpen() || m_file.open(QIODevice::Append | QIODevice::Unbuffered))
+        return true;
+    // Nobody empties the buffer now; with a limit the transfer would never end.
+    m_reply->setReadBufferSize(0);
+    return false;
+}
+
+void Transfer::onProgress(qint64 bytesTotal)
+{
+    if (m_download->getFileSize() == 0)
+        m_download->setFileSize(bytesTotal);
+    m_download->setCurrentSize(m_file.size());
+}
+
+void Transfer::onFinished()
+{
+    writeBody();
+    m_file.close();
+    logShortfall();
+    m_reply->deleteLater();
+    deleteLater();
+    m_download->setProcess(Download::Process::Finished);
+    emit ended();
+}
+
+void Transfer::logShortfall()
+{
+    const QString path = m_download->getPath();
+    if (m_lostBytes > 0)
+        logLine(QStringLiteral("Write Error : %1 : %2 bytes were not written")
+                    .arg(path)
+                    .arg(m_lostBytes));
+    const qint64 expected = m_download->getFileSize();
+    const qint64 present = m_file.size();
+    if (expected > 0 && present != expected)
+        logLine(QStringLiteral("Size Error : %1 : %2 of %3 bytes")
+                    .arg(path)
+                    .arg(present)
+                    .arg(expected));
+}
+
+void Transfer::reportError(const QNetworkReply &reply)
+{
+    logLine(QStringLiteral("Network Error : ") + reply.errorString());
+    m_download->fail(reply.errorString());
+}
+
+} // namespace Kavo::Managers
