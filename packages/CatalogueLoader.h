@@ -1,0 +1,15 @@
+#pragma once
+
+#include "packages/InstalledPackageDatabase.h"
+#include "packages/Package.h"
+
+#include <QString>
+
+namespace Kavo::Models {
+
+/// Reads a catalogue file and marks what the database or a version file knows to be installed.
+/// A file that cannot be opened gives no packages. Main thread.
+PackageList loadCatalogue(const QString &path, const QString &language,
+                          InstalledPackageDatabase &database);
+
+} // namespace Kavo::Models

@@ -1,0 +1,58 @@
+#include "packages/ContainedPath.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace Kavo {
+
+namespace {
+
+bool liesIn(const QString &path, const QString &root)
+{
+    if (root.isEmpty())
+        return false;
+    return path == root ||
+           path.startsWith(root.endsWith(QLatin1Char('/')) ? root : root + QLatin1Char('/'));
+}
+
+/// The real place of the nearest folder above a path that exists.
+QString realParent(const QString &path)
+{
+    QString parent = QFileInfo(path).path();
+    while (!QFileInfo::exists(parent)) {
+        const QString above = QFileInfo(parent).path();
+        // A link to nowhere stands for a folder that could be made anywhere.
+        if (above == parent || QFileInfo(parent).isSymLink())
+            return QString();
+        parent = above;
+    }
+    return QFileInfo(parent).canonicalFilePath();
+}
+
+} // namespace
+
+QString containedPath(const QString &folder, const QString &entry)
+{
+    if (folder.isEmpty() || entry.isEmpty() || QDir::isAbsolutePath(entry) ||
+        entry.contains(QChar::Null))
+        return QString();
+    const QString clean = QDir::cleanPath(entry);
+    if (clean.isEmpty() || clean == QLatin1String(".") || clean == QLatin1String("..") ||
+        clean.startsWith(QLatin1String("../")))
+        return QString();
+    return QDir(QDir::cleanPath(folder)).absoluteFilePath(clean);
+}
+
+bool staysWithin(const QString &path, const QStringList &roots)
+{
+    const QString parent = realParent(path);
+    if (parent.isEmpty())
+        return false;
+    return std::any_of(roots.cbegin(), roots.cend(), [&parent](const QString &root) {
+        return liesIn(parent, QFileInfo(root).canonicalFilePath());
+    });
+}
+
+} // namespace Kavo

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace Kavo {
+
+/// Paths in a catalogue come from outside and are not trusted.
+///
+/// Returns the clean absolute path of `entry` under `folder`, or an empty text when the entry is
+/// empty, absolute, names the folder itself or leaves it by "..". Links on disk are not looked at.
+QString containedPath(const QString &folder, const QString &entry);
+
+/// Whether the folder in which `path` stands, with every link on the way resolved, still lies in
+/// one of `roots`. Folders that do not exist yet count as lying where they would be made.
+bool staysWithin(const QString &path, const QStringList &roots);
+
+} // namespace Kavo

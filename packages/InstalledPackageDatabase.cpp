@@ -1,0 +1,130 @@
+#include "packages/InstalledPackageDatabase.h"
+
+#include "packages/VersionFile.h"
+
+#include <QRegularExpression>
+#include <QVariant>
+
+namespace Kavo::Models {
+
+namespace {
+
+const char *const Schema =
+    "CREATE TABLE IF NOT EXISTS packages (id         INTEGER     PRIMARY KEY AUTOINCREMENT,"
+    "package_id INTEGER     UNIQUE,version STRING,status     INTEGER (1) NOT NULL);";
+
+/// Whether SQLite would take the text for a number, which its STRING columns store as one.
+bool readsAsNumber(const QString &text)
+{
+    static const QRegularExpression number(QRegularExpression::anchoredPattern(
+        QStringLiteral("\\s*[+-]?([0-9]+\\.?[0-9]*|\\.[0-9]+)([eE][+-]?[0-9]+)?\\s*")));
+    return number.match(text).hasMatch();
+}
+
+/// Whether a text that reads as a number comes back letter for letter from a number: no idle
+/// zeros, and short enough for every digit to be kept.
+bool isCanonicalNumber(const QString &text)
+{
+    static const QRegularExpression canonical(QRegularExpression::anchoredPattern(
+        QStringLiteral("(?:[1-9][0-9]{0,6}|0)(?:\\.[0-9]{0,6}[1-9])?")));
+    static const QRegularExpression tiny(QStringLiteral("^0\\.000"));
+    return canonical.match(text).hasMatch() && !tiny.match(text).hasMatch();
+}
+
+/// The version column has a numeric leaning: the text "1.10" would come back as 1.1. Bytes are
+/// stored as they are; texts that survive stay texts, for other tools to read.
+QVariant boundVersion(const QString &version)
+{
+    if (readsAsNumber(version) && !isCanonicalNumber(version))
+        return version.toUtf8();
+    return version;
+}
+
+QString versionText(const QVariant &value)
+{
+    if (value.type() == QVariant::ByteArray)
+        return QString::fromUtf8(value.toByteArray());
+    return value.toString();
+}
+
+} // namespace
+
+InstalledPackageDatabase::InstalledPackageDatabase(const QString &installationFolder)
+    : m_installationFolder(installationFolder)
+    , m_file(QStringLiteral("PackageDatabaseConnection"), QStringLiteral("packages.db"))
+{}
+
+void InstalledPackageDatabase::open()
+{
+    m_file.open(QLatin1String(Schema));
+}
+
+void InstalledPackageDatabase::reset()
+{
+    m_file.removeFile();
+}
+
+void InstalledPackageDatabase::record(const Package &package, const QString &version)
+{
+    if (!m_file.isOpen())
+        return;
+    QSqlQuery known =
+        m_file.prepared(QStringLiteral("SELECT id FROM packages WHERE package_id = :package_id"));
+    known.bindValue(QStringLiteral(":package_id"), package.id());
+    if (!DatabaseFile::run(known))
+        return;
+    const bool exists = known.next();
+    // An open read would keep the write from being committed.
+    known.finish();
+
+    QSqlQuery write = m_file.prepared(
+        exists ? QStringLiteral("UPDATE packages SET status = :status, version = :version WHERE "
+                                "package_id = :package_id")
+               : QStringLiteral("INSERT INTO packages(package_id,status,version) VALUES "
+                                "(:package_id,:status,:version)"));
+    write.bindValue(QStringLiteral(":package_id"), package.id());
+    write.bindValue(QStringLiteral(":status"), static_cast<int>(package.state()));
+    write.bindValue(QStringLiteral(":version"), boundVersion(version));
+    DatabaseFile::run(write);
+}
+
+int InstalledPackageDatabase::status(Package &package)
+{
+    if (!m_file.isOpen())
+        return Package::UNKNOWN;
+    QSqlQuery query = m_file.prepared(
+        QStringLiteral("SELECT status FROM packages WHERE package_id = :package_id"));
+    query.bindValue(QStringLiteral(":package_id"), package.id());
+    if (DatabaseFile::run(query) && query.next())
+        return query.value(0).toInt();
+    query.finish();
+    return adoptVersionFile(package).isEmpty() ? NotRecorded : int(Package::INSTALLED);
+}
+
+QString InstalledPackageDatabase::version(Package &package)
+{
+    if (m_file.isOpen()) {
+        QSqlQuery query = m_file.prepared(
+            QStringLiteral("SELECT version FROM packages WHERE package_id = :package_id"));
+        query.bindValue(QStringLiteral(":package_id"), package.id());
+        if (DatabaseFile::run(query) && query.next()) {
+            const QString version = versionText(query.value(0));
+            if (!version.isEmpty())
+                return version;
+        }
+    }
+    return adoptVersionFile(package);
+}
+
+QString InstalledPackageDatabase::adoptVersionFile(Package &package)
+{
+    const QString version = readVersionFile(package, m_installationFolder);
+    // A package that is being worked on has a state of its own, whatever stands on the disk.
+    if (version.isEmpty() || package.isBusy())
+        return version;
+    package.setState(Package::INSTALLED);
+    record(package, version);
+    return version;
+}
+
+} // namespace Kavo::Models

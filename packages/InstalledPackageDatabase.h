@@ -1,0 +1,47 @@
+#pragma once
+
+#include "core/DatabaseFile.h"
+#include "packages/Package.h"
+
+#include <QString>
+
+namespace Kavo::Models {
+
+/// Remembers across runs which packages are installed and in which version: the file
+/// "packages.db". Where it knows nothing of a package, the package's own version file in the
+/// simulator folder is asked.
+///
+/// Failing statements are logged and otherwise ignored; while the file is not open nothing is
+/// written. Main thread.
+class InstalledPackageDatabase final
+{
+public:
+    /// What status() returns for a package of which neither the database nor the disk knows.
+    static constexpr int NotRecorded = -1;
+
+    explicit InstalledPackageDatabase(const QString &installationFolder);
+
+    /// Does nothing when it is open already.
+    void open();
+    /// Closes and deletes the file.
+    void reset();
+
+    /// Stores the package's state at this moment together with the version text.
+    void record(const Package &package, const QString &version);
+
+    /// The recorded state; UNKNOWN while the database is not open. Without a record a version file
+    /// makes the package INSTALLED and is taken into the database.
+    int status(Package &package);
+
+    /// The recorded version text, or else that of the version file; empty when neither has one.
+    /// It is also kept for packages that are not installed.
+    QString version(Package &package);
+
+private:
+    QString adoptVersionFile(Package &package);
+
+    QString m_installationFolder;
+    DatabaseFile m_file;
+};
+
+} // namespace Kavo::Models

@@ -1,0 +1,52 @@
+#include "packages/Package.h"
+
+#include <algorithm>
+
+namespace Kavo::Models {
+
+void Package::setState(State state)
+{
+    if (m_state.exchange(state) != state)
+        emit stateChanged(state);
+}
+
+bool Package::isBusy() const
+{
+    const State state = m_state;
+    return state == PREPARING || state == DOWNLOADING || state == INSTALLING ||
+           state == UNINSTALLING;
+}
+
+int Package::versionIndex(const QString &version) const
+{
+    const auto found = std::find_if(
+        m_versions.cbegin(), m_versions.cend(),
+        [&version](const PackageVersionPointer &entry) { return entry->version == version; });
+    const bool known = !version.isEmpty() && found != m_versions.cend();
+    return known ? static_cast<int>(found - m_versions.cbegin()) : 0;
+}
+
+PackageVersionPointer Package::findVersion(const QString &version) const
+{
+    return m_versions.value(versionIndex(version));
+}
+
+QString Package::newestVersion() const
+{
+    return m_versions.isEmpty() ? QString() : m_versions.first()->version;
+}
+
+void Package::follow(const Package &working)
+{
+    connect(&working, &Package::stateChanged, this, [this, source = &working](State state) {
+        setUpdateAvailable(source->isUpdateAvailable());
+        setState(state);
+    });
+    connect(&working, &Package::totalSize, this, &Package::totalSize);
+    connect(&working, &Package::downloadedSize, this, &Package::downloadedSize);
+    connect(&working, &Package::downloadFinished, this, &Package::downloadFinished);
+    setUpdateAvailable(working.isUpdateAvailable());
+    setState(working.state());
+}
+
+} // namespace Kavo::Models

@@ -1,0 +1,144 @@
+#include "packages/PackageController.h"
+
+#include "core/Log.h"
+#include "core/Paths.h"
+#include "core/Settings.h"
+#include "downloads/DownloadManager.h"
+#include "packages/CatalogueLoader.h"
+#include "packages/ChangeLog.h"
+
+namespace Kavo::Controllers {
+
+using Models::Package;
+using Models::PackageList;
+using Models::PackagePointer;
+
+namespace {
+
+Models::PackageFolders foldersOf(const Settings &settings)
+{
+    return {settings.current(Settings::INSTALLATION), settings.current(Settings::PRESERVE),
+            settings.current(Settings::BACKUP)};
+}
+
+} // namespace
+
+PackageController::PackageController(const QSharedPointer<Settings> &settings,
+                                     const QSharedPointer<Managers::DownloadManager> &downloads)
+    : PackageController(settings, downloads, PackageEnvironment::standard())
+{}
+
+PackageController::PackageController(const QSharedPointer<Settings> &settings,
+                                     const QSharedPointer<Managers::DownloadManager> &downloads,
+                                     const PackageEnvironment &environment)
+    : m_settings(settings)
+    , m_downloads(downloads)
+    , m_database(settings->current(Settings::INSTALLATION))
+    , m_dependencies(m_catalogue, m_database)
+    , m_feed(settings, downloads, environment.catalogueServer)
+    , m_uninstaller(m_catalogue, m_database, foldersOf(*settings))
+    , m_installer(m_catalogue, m_database, downloads, {foldersOf(*settings), environment.extractor})
+{
+    connect(&m_feed, &Models::CatalogueFeed::available, this,
+            &PackageController::onCatalogueAvailable);
+    connect(&m_feed, &Models::CatalogueFeed::failed, this, &PackageController::error);
+}
+
+PackageController::~PackageController() = default;
+
+void PackageController::refresh()
+{
+    emit busy();
+    ensureDirectory(m_settings->current(Settings::PRESERVE), true);
+    ensureDirectory(m_settings->current(Settings::BACKUP), true);
+    m_database.open();
+    m_catalogue.clear();
+    m_feed.request();
+}
+
+QStringList PackageController::packageTypes()
+{
+    return {QStringLiteral("PLUGIN"), QStringLiteral("LIBRARY")};
+}
+
+void PackageController::install(const PackagePointer &package, QString &version)
+{
+    m_installer.install(package, version);
+}
+
+void PackageController::uninstall(const PackagePointer &package)
+{
+    // The worker may be writing the very files that would be removed here.
+    if (package->isBusy() || m_installer.isWorkingOn(package->id())) {
+        logLine(QStringLiteral("Package is busy : ") + package->name());
+        return;
+    }
+    m_uninstaller.uninstall(package);
+}
+
+bool PackageController::isBusy() const
+{
+    return m_installer.isBusy() || m_uninstaller.isBusy();
+}
+
+int PackageController::status(const PackagePointer &package)
+{
+    return m_database.status(*package);
+}
+
+QString PackageController::installedVersion(const PackagePointer &package)
+{
+    // The record also names versions that are on their way, failed or removed.
+    return package->state() == Package::INSTALLED ? m_database.version(*package) : QString();
+}
+
+QString PackageController::changeLog(const PackagePointer &package, const QString &version)
+{
+    const QString installed = installedVersion(package);
+    if (installed.isEmpty())
+        return QString();
+    const int from = package->versionIndex(version);
+    const int to = package->versionIndex(installed);
+    return Models::changeLogHtml(package->versions().mid(from, qMax(0, to - from)));
+}
+
+PackageList PackageController::resolvedDependencies(const PackagePointer &package,
+                                                    const QString &version) const
+{
+    return m_dependencies.resolved(*package, version);
+}
+
+PackageList PackageController::dependents(const PackagePointer &package,
+                                          const QString &version) const
+{
+    return m_dependencies.dependents(*package, version);
+}
+
+QSharedPointer<Models::Download>
+PackageController::runningDownload(const PackagePointer &package) const
+{
+    return m_installer.runningDownload(*package);
+}
+
+void PackageController::reset()
+{
+    m_database.reset();
+    if (m_downloads)
+        m_downloads->clear();
+}
+
+void PackageController::showList()
+{
+    emit list();
+}
+
+void PackageController::onCatalogueAvailable(const QString &path)
+{
+    m_catalogue.replace(
+        Models::loadCatalogue(path, m_settings->current(Settings::LANGUAGE), m_database));
+    m_installer.continueWith(m_catalogue);
+    emit update();
+    emit list();
+}
+
+} // namespace Kavo::Controllers

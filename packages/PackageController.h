@@ -1,0 +1,102 @@
+#pragma once
+
+#include "packages/Catalogue.h"
+#include "packages/CatalogueFeed.h"
+#include "packages/Dependencies.h"
+#include "packages/InstalledPackageDatabase.h"
+#include "packages/Installer.h"
+#include "packages/PackageEnvironment.h"
+#include "packages/Uninstaller.h"
+
+#include <QObject>
+#include <QSharedPointer>
+#include <QStringList>
+
+namespace Kavo::Controllers {
+
+/// The one object through which the user interface reaches packages. It hands every question and
+/// every order on to the part that answers it, and says what should be shown. Main thread.
+///
+/// Destroying it while an installation runs waits for that installation and records its result.
+class PackageController final : public QObject
+{
+    Q_OBJECT
+
+public:
+    PackageController(const QSharedPointer<Settings> &settings,
+                      const QSharedPointer<Managers::DownloadManager> &downloads);
+    PackageController(const QSharedPointer<Settings> &settings,
+                      const QSharedPointer<Managers::DownloadManager> &downloads,
+                      const PackageEnvironment &environment);
+    ~PackageController() override;
+
+    const QSharedPointer<Settings> &settings() const { return m_settings; }
+    const QSharedPointer<Managers::DownloadManager> &downloadManager() const { return m_downloads; }
+
+    /// Loads the catalogue anew and replaces all packages. Ends with update() and list(), or with
+    /// error(); never before it has returned.
+    void refresh();
+
+    /// The packages on offer, in catalogue order; none while a refresh is on its way.
+    const Models::PackageList &packages() const { return m_catalogue.packages(); }
+    static QStringList packageTypes();
+    /// First package with this id, or null.
+    Models::PackagePointer findPackage(int id) const { return m_catalogue.find(id); }
+
+    /// Starts an installation; `version` may be empty for the newest one and holds the version
+    /// that is meant afterwards. The package's state tells the rest.
+    void install(const Models::PackagePointer &package, QString &version);
+    /// Removes the package and all its dependents; returns when that is done. A package on which
+    /// work is going on is left alone.
+    void uninstall(const Models::PackagePointer &package);
+    /// Whether an installation or a removal is running.
+    bool isBusy() const;
+
+    /// What the database has recorded of the package's state.
+    int status(const Models::PackagePointer &package);
+    /// Empty unless the package is INSTALLED.
+    QString installedVersion(const Models::PackagePointer &package);
+    /// What changes from the installed version to `version`, as rich text. Empty when nothing does
+    /// or nothing is installed.
+    QString changeLog(const Models::PackagePointer &package, const QString &version);
+
+    /// Packages on offer that satisfy the version's dependencies, in catalogue order.
+    Models::PackageList resolvedDependencies(const Models::PackagePointer &package,
+                                             const QString &version) const;
+    /// Installed packages that need this one, or with a version text a newer one than that.
+    Models::PackageList dependents(const Models::PackagePointer &package,
+                                   const QString &version) const;
+
+    /// The download of the version that is on its way, or null.
+    QSharedPointer<Models::Download> runningDownload(const Models::PackagePointer &package) const;
+
+    /// Deletes the database of installed packages and that of downloads. Files stay.
+    void reset();
+    /// Has the list shown.
+    void showList();
+
+signals:
+    void update();
+    void busy();
+    /// Never emitted by the controller.
+    void empty();
+    void list();
+    void error(QString message);
+    /// Emitted by the user interface, to open a package.
+    void detail(QSharedPointer<Kavo::Models::Package> package);
+
+private:
+    void onCatalogueAvailable(const QString &path);
+
+    QSharedPointer<Settings> m_settings;
+    QSharedPointer<Managers::DownloadManager> m_downloads;
+    Models::Catalogue m_catalogue;
+    Models::InstalledPackageDatabase m_database;
+    Models::Dependencies m_dependencies;
+    Models::CatalogueFeed m_feed;
+    Models::Uninstaller m_uninstaller;
+    /// Last, so that it goes first: its end may still have to be recorded.
+    Models::Installer m_installer;
+};
+
+} // namespace Kavo::Controllers

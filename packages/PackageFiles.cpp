@@ -1,0 +1,155 @@
+#include "packages/PackageFiles.h"
+
+#include "core/Log.h"
+#include "core/Paths.h"
+#include "packages/ContainedPath.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace Kavo::Models {
+
+namespace {
+
+/// How much of two files is compared at a time, in bytes.
+constexpr qint64 BlockSize = 64 * 1024;
+
+void logSkipped(const QString &entry)
+{
+    logLine(QStringLiteral("Skipping path : ") + entry);
+}
+
+bool makeParent(const QString &path)
+{
+    return QDir().mkpath(QFileInfo(path).path());
+}
+
+bool haveEqualContent(const QString &first, const QString &second)
+{
+    QFile a(first);
+    QFile b(second);
+    if (!a.open(QIODevice::ReadOnly) || !b.open(QIODevice::ReadOnly) || a.size() != b.size())
+        return false;
+    while (!a.atEnd()) {
+        const QByteArray block = a.read(BlockSize);
+        if (block.isEmpty() || block != b.read(block.size()))
+            return false;
+    }
+    return true;
+}
+
+/// Copies a file to a place that is still free. Returns whether it did.
+bool copyFile(const QString &from, const QString &to)
+{
+    makeParent(to);
+    if (QFile::copy(from, to))
+        return true;
+    logLine(QStringLiteral("Copy failed : %1 -> %2").arg(from, to));
+    return false;
+}
+
+} // namespace
+
+PackageFiles::PackageFiles(const PackageFolders &folders, const PackageVersion &version)
+    : m_folders(folders)
+    , m_version(version)
+{}
+
+QString PackageFiles::extractFolder() const
+{
+    const QString &extract = m_version.install->extract;
+    const QString clean = QDir::cleanPath(extract);
+    // Unlike an entry of a list, an empty folder has a meaning here: the simulator's own folder.
+    if (clean.isEmpty() || clean == QLatin1String("."))
+        return QDir::cleanPath(m_folders.installation);
+    return containedPath(m_folders.installation, extract);
+}
+
+void PackageFiles::preserve() const
+{
+    for (const QString &entry : m_version.install->preserve)
+        park(entry, m_folders.preserve);
+}
+
+void PackageFiles::remove() const
+{
+    for (const QString &entry : m_version.uninstall->remove)
+        removeEntry(entry);
+    for (const QString &entry : m_version.install->backup)
+        bringBack(entry, m_folders.backup);
+}
+
+void PackageFiles::backUp() const
+{
+    for (const QString &entry : m_version.install->backup) {
+        const QString backup = containedPath(m_folders.backup, entry);
+        if (!QFileInfo(backup).isFile())
+            park(entry, m_folders.backup);
+    }
+}
+
+void PackageFiles::restorePreserved() const
+{
+    for (const QString &entry : m_version.install->preserve)
+        bringBack(entry, m_folders.preserve);
+}
+
+QString PackageFiles::installed(const QString &entry) const
+{
+    const QString path = containedPath(m_folders.installation, entry);
+    if (!path.isEmpty() && staysWithin(path, {m_folders.installation, extractFolder()}))
+        return path;
+    logSkipped(entry);
+    return QString();
+}
+
+void PackageFiles::removeEntry(const QString &entry) const
+{
+    const QString path = installed(entry);
+    if (path.isEmpty())
+        return;
+    const QFileInfo info(path);
+    bool removed = true;
+    if (info.isSymLink() || (info.exists() && !info.isDir())) {
+        removed = QFile::remove(path);
+    } else if (info.isDir()) {
+        removed = QDir(path).removeRecursively();
+        logLine(QStringLiteral("Removing directory : ") + path);
+    }
+    if (!removed)
+        logLine(QStringLiteral("Removal failed : ") + path);
+}
+
+void PackageFiles::park(const QString &entry, const QString &folder) const
+{
+    const QString source = installed(entry);
+    if (source.isEmpty() || !QFileInfo::exists(source))
+        return;
+    ensureDirectory(folder, true);
+    const QString target = containedPath(folder, entry);
+    if (!staysWithin(target, {folder}))
+        logSkipped(entry);
+    else if (QFileInfo(source).isDir())
+        makeParent(target);
+    else
+        copyFile(source, target);
+}
+
+void PackageFiles::bringBack(const QString &entry, const QString &folder) const
+{
+    const QString parked = containedPath(folder, entry);
+    if (parked.isEmpty() || !QFileInfo::exists(parked) || !staysWithin(parked, {folder}))
+        return;
+    const QString target = installed(entry);
+    if (target.isEmpty())
+        return;
+    if (QFileInfo(parked).isDir()) {
+        makeParent(target);
+        return;
+    }
+    if (copyFile(parked, target) || haveEqualContent(parked, target))
+        QFile::remove(parked);
+}
+
+} // namespace Kavo::Models

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "packages/PackageVersion.h"
+
+#include <QString>
+
+namespace Kavo::Models {
+
+/// Where the files of packages live; every path ends in a separator.
+struct PackageFolders
+{
+    QString installation; ///< the simulator's folder
+    QString preserve;     ///< files parked over a re-installation
+    QString backup;       ///< originals that packages replaced
+};
+
+/// What the rules of one version mean on disk.
+///
+/// Only single files are carried across: for a folder in a preserve or backup list just the
+/// target's parent folder is made. A copy never overwrites. Failing copies and removals are logged
+/// and the rest goes on, and a parked file is given up only when its content stands in its place
+/// again.
+///
+/// Rules come from outside: an entry that is empty, absolute or leads out of its folder, by ".." or
+/// by a link, is skipped with a log line. The one link that is followed is one of the user's own
+/// on the way to the version's extract folder, since that is where the files were unpacked.
+/// Removing a link removes the link. Callable from any thread.
+class PackageFiles final
+{
+public:
+    PackageFiles(const PackageFolders &folders, const PackageVersion &version);
+
+    /// The folder to unpack into, without a trailing separator; empty when the rule leaves the
+    /// simulator's folder.
+    QString extractFolder() const;
+
+    /// Copies the files to keep to the preserve folder.
+    void preserve() const;
+    /// Deletes what the removal rule lists, then puts the backed up originals back.
+    void remove() const;
+    /// Copies originals to the backup folder, unless a backup is there already.
+    void backUp() const;
+    /// Copies preserved files back and deletes the preserved copies.
+    void restorePreserved() const;
+
+private:
+    QString installed(const QString &entry) const;
+    void removeEntry(const QString &entry) const;
+    void park(const QString &entry, const QString &folder) const;
+    void bringBack(const QString &entry, const QString &folder) const;
+
+    PackageFolders m_folders;
+    PackageVersion m_version;
+};
+
+} // namespace Kavo::Models
