@@ -15,6 +15,8 @@ DatabaseFile::DatabaseFile(const QString &connection, const QString &fileName)
 
 DatabaseFile::~DatabaseFile()
 {
+    if (!m_database.isValid())
+        return;
     // Qt wants the last handle gone before the connection is taken out of its list.
     m_database = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_connection);
@@ -54,7 +56,9 @@ QSqlQuery DatabaseFile::prepared(const QString &statement) const
 
 bool DatabaseFile::run(QSqlQuery &query)
 {
-    if (query.exec())
+    // A statement that could not be prepared knows the reason; executing it would replace that by
+    // "No query".
+    if (!query.lastError().isValid() && query.exec())
         return true;
     logLine(QStringLiteral("SQL Error: ") + query.lastError().text());
     return false;

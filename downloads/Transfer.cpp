@@ -16,6 +16,17 @@ namespace {
 /// bytes. Without a limit a fast server fills the memory with what the disk has not taken yet.
 constexpr qint64 ReadBufferSize = 1024 * 1024;
 
+/// The length that the answer announces. Qt sometimes keeps the headers of a redirect in front of
+/// those of the final answer ("145, 5000") and then takes the redirect's length for that of the
+/// file; the last one counts.
+QVariant announcedLength(const QNetworkReply &reply)
+{
+    bool isNumber = false;
+    const QByteArray text = reply.rawHeader("Content-Length").split(',').last().trimmed();
+    const qint64 length = text.toLongLong(&isNumber);
+    return isNumber ? QVariant(length) : QVariant();
+}
+
 } // namespace
 
 Transfer::Transfer(QNetworkAccessManager &network, const QSharedPointer<Download> &download,
@@ -48,7 +59,7 @@ void Transfer::sendProbe()
 
 void Transfer::onProbed(QNetworkReply &probe)
 {
-    const QVariant length = probe.header(QNetworkRequest::ContentLengthHeader);
+    const QVariant length = announcedLength(probe);
     const QVariant modified = probe.header(QNetworkRequest::LastModifiedHeader);
     probe.deleteLater();
     if (length.isValid() && modified.isValid()) {
@@ -140,7 +151,8 @@ void Transfer::logShortfall()
                     .arg(path)
                     .arg(m_lostBytes));
     const qint64 expected = m_download->getFileSize();
-    const qint64 present = m_file.size();
+    const QFileInfo file(path);
+    const qint64 present = file.isFile() ? file.size() : 0;
     if (expected > 0 && present != expected)
         logLine(QStringLiteral("Size Error : %1 : %2 of %3 bytes")
                     .arg(path)

@@ -36,7 +36,7 @@ InstallationQueue::~InstallationQueue()
     m_watcher.waitForFinished();
     // No event loop will deliver the result any more, but the files are on the disk.
     m_pending.clear();
-    takeResult(m_runningPackage, m_runningVersion, m_watcher.result());
+    takeResult(m_watcher.result());
 }
 
 void InstallationQueue::append(const PackagePointer &package, const PackageVersionPointer &version,
@@ -149,24 +149,20 @@ void InstallationQueue::start(const Entry &entry)
     const InstallationTask task(entry.package, entry.version, entry.archive, m_settings.folders,
                                 m_settings.extractor, m_claims);
     m_busy = true;
-    m_runningPackage = entry.package;
-    m_runningVersion = entry.version->version;
+    m_running = entry;
     m_watcher.disconnect();
     connect(&m_watcher, &QFutureWatcher<bool>::finished, this,
-            [this, package = entry.package, version = entry.version->version] {
-                takeResult(package, version, m_watcher.result());
-            });
+            [this] { takeResult(m_watcher.result()); });
     m_watcher.setFuture(QtConcurrent::run([task] { return task.run(); }));
 }
 
-void InstallationQueue::takeResult(const PackagePointer &package, const QString &version,
-                                   bool succeeded)
+void InstallationQueue::takeResult(bool succeeded)
 {
-    package->setState(succeeded ? Package::INSTALLED : Package::INSTALL_ERROR);
-    emit recordable(package, version);
+    const Entry entry = std::exchange(m_running, Entry());
+    entry.package->setState(succeeded ? Package::INSTALLED : Package::INSTALL_ERROR);
+    emit recordable(entry.package, entry.version->version);
     m_busy = false;
-    m_runningPackage.reset();
-    emit ended(package);
+    emit ended(entry.package);
     processPendingInstallations();
 }
 

@@ -55,9 +55,9 @@ signals:
 private:
     struct Entry
     {
-        PackagePointer package;
-        PackageVersionPointer version;
-        QString archive;
+        PackagePointer package = {};
+        PackageVersionPointer version = {};
+        QString archive = {};
         bool waitRecorded = false;
     };
     enum class Verdict { START, WAIT, FAIL };
@@ -69,16 +69,15 @@ private:
     QVector<int> waitingFor() const;
     int firstOfCycle() const;
     void start(const Entry &entry);
-    void takeResult(const PackagePointer &package, const QString &version, bool succeeded);
+    void takeResult(bool succeeded);
 
     const Catalogue &m_catalogue;
     Settings m_settings;
     QSharedPointer<ArchiveClaims> m_claims;
     QList<Entry> m_pending;
+    Entry m_running; ///< what the task is working on while busy
     bool m_busy = false;
     QFutureWatcher<bool> m_watcher;
-    PackagePointer m_runningPackage;
-    QString m_runningVersion;
 };
 
 } // namespace Kavo::Models

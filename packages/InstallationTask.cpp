@@ -38,7 +38,10 @@ bool InstallationTask::install() const
         return false;
     }
     files.preserve();
-    // What the version that is being installed lists goes before its own files come.
+    // The removal below follows the rules of the version that is being installed, also at the
+    // first installation: an original that these rules both back up and remove must be safe by
+    // then.
+    files.backUp();
     files.remove();
     files.backUp();
     if (!unpack(files))

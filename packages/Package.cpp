@@ -49,4 +49,9 @@ void Package::follow(const Package &working)
     setState(working.state());
 }
 
+void registerPackageState()
+{
+    qRegisterMetaType<Package::State>("Kavo::Models::Package::State");
+}
+
 } // namespace Kavo::Models

@@ -118,6 +118,9 @@ private:
     QVector<PackageVersionPointer> m_versions;
 };
 
+/// Lets the state cross threads in signals. Once, before any package is shown.
+void registerPackageState();
+
 using PackagePointer = QSharedPointer<Package>;
 using PackageList = QVector<PackagePointer>;
 
