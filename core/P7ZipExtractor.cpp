@@ -74,7 +74,8 @@ bool P7ZipExtractor::extract(const QString &archive, const QString &destination)
         return true;
 
     const QString label = QStringLiteral("Extractor Error : ");
-    logLine(label + QString::fromLocal8Bit(m_process->readAllStandardError()));
+    const bool ran = m_process->isOpen();
+    logLine(label + QString::fromLocal8Bit(ran ? m_process->readAllStandardError() : QByteArray()));
     logLine(label + QString::number(exitCode));
     return false;
 }

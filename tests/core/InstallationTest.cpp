@@ -1,0 +1,220 @@
+#include "core/Installation.h"
+#include "tests/support/Archives.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/MessageBoxAnswers.h"
+#include "tests/support/StandInLocate.h"
+#include "tests/support/TestMain.h"
+
+using namespace Kavo;
+using namespace Kavo::Testing;
+
+class InstallationTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void firstListedExecutableWins();
+    void toolIsAskedForTheExecutable();
+    void linesThatAreNoExecutableAreSkipped();
+    void onlyUnusableLinesGiveNothing();
+    void namesMayHaveBlanksAndUmlauts();
+    void failureGivesNothing_data();
+    void failureGivesNothing();
+    void missingToolGivesNothing();
+    void toolThatAsksIsNotWaitedFor();
+    void longListsAreReadWhole();
+
+    void chosenFolderIsReturned();
+    void cancelGivesNothing();
+    void wrongFoldersAreRefusedUntilOneFits();
+    void executableInASubfolderDoesNotCount();
+    void cancelAfterAWrongFolder();
+
+private:
+    /// A folder of this name with the simulator's executable; returned with a separator.
+    QString makeSimulator(const QString &name) const;
+    void expectRefusal(MessageBoxAnswers &answers) const;
+
+    QScopedPointer<ScratchProfile> m_profile;
+};
+
+void InstallationTest::init()
+{
+    m_profile.reset(new ScratchProfile);
+}
+
+void InstallationTest::cleanup()
+{
+    m_profile.reset();
+}
+
+QString InstallationTest::makeSimulator(const QString &name) const
+{
+    const QString folder = m_profile->folder(name);
+    return writeFile(folder + simulatorExecutable(), "x") ? folder : QString();
+}
+
+void InstallationTest::expectRefusal(MessageBoxAnswers &answers) const
+{
+    answers.expect(QStringLiteral("Invalid Folder"),
+                   QStringLiteral("Oops...this doesn't seem to be a XPlane installation "
+                                  "folder.\n\nTry again"),
+                   QMessageBox::Ok);
+}
+
+void InstallationTest::firstListedExecutableWins()
+{
+    const QString first = makeSimulator(QStringLiteral("first"));
+    const QString second = makeSimulator(QStringLiteral("second"));
+    const StandInLocate locate({first + simulatorExecutable(), second + simulatorExecutable()});
+    QCOMPARE(locateInstallation(), first);
+}
+
+void InstallationTest::toolIsAskedForTheExecutable()
+{
+    const StandInLocate locate({});
+    QCOMPARE(locateInstallation(), QString());
+    QCOMPARE(locate.arguments(), QStringList(QStringLiteral("X-Plane-x86_64")));
+}
+
+void InstallationTest::linesThatAreNoExecutableAreSkipped()
+{
+    const QString good = makeSimulator(QStringLiteral("good"));
+    const QString folder = m_profile->folder(QStringLiteral("folder/X-Plane-x86_64"));
+    const QString copy =
+        m_profile->folder(QStringLiteral("copy")) + QStringLiteral("X-Plane-x86_64.bak");
+    const QString lower =
+        m_profile->folder(QStringLiteral("lower")) + QStringLiteral("x-plane-X86_64");
+    QVERIFY(writeFile(copy, "x") && writeFile(lower, "x"));
+    const StandInLocate locate({QStringLiteral("/stale/X-Plane-x86_64"), folder.chopped(1), copy,
+                                lower, QString(), good + simulatorExecutable()});
+    QCOMPARE(locateInstallation(), good);
+}
+
+void InstallationTest::onlyUnusableLinesGiveNothing()
+{
+    const StandInLocate locate({QStringLiteral("/stale/X-Plane-x86_64")});
+    QCOMPARE(locateInstallation(), QString());
+}
+
+void InstallationTest::namesMayHaveBlanksAndUmlauts()
+{
+    const QString folder = makeSimulator(QString::fromUtf8("Fl\u00fcge \u2708 12"));
+    const StandInLocate locate({folder + simulatorExecutable()});
+    QCOMPARE(locateInstallation(), folder);
+}
+
+void InstallationTest::failureGivesNothing_data()
+{
+    QTest::addColumn<QByteArray>("ending");
+    QTest::newRow("no match") << QByteArray("exit 1\n");
+    QTest::newRow("killed") << QByteArray("kill -9 $$\n");
+}
+
+void InstallationTest::failureGivesNothing()
+{
+    QFETCH(QByteArray, ending);
+    const QString folder = makeSimulator(QStringLiteral("there"));
+    StandInLocate locate({});
+    locate.setScript("echo '" + QFile::encodeName(folder) + "X-Plane-x86_64'\n" + ending);
+    QCOMPARE(locateInstallation(), QString());
+    QCOMPARE(locate.arguments().size(), 1);
+}
+
+void InstallationTest::missingToolGivesNothing()
+{
+    StandInLocate locate({});
+    locate.setMissing();
+    QCOMPARE(locateInstallation(), QString());
+}
+
+void InstallationTest::toolThatAsksIsNotWaitedFor()
+{
+    const QString folder = makeSimulator(QStringLiteral("there"));
+    StandInLocate locate({});
+    locate.setScript("cat > /dev/null\necho '" + QFile::encodeName(folder) + "X-Plane-x86_64'\n");
+    QCOMPARE(locateInstallation(), folder);
+}
+
+void InstallationTest::longListsAreReadWhole()
+{
+    // More than a pipe holds, so that reading has to keep up with the tool.
+    const QString folder = makeSimulator(QStringLiteral("last"));
+    QStringList lines;
+    for (int number = 0; number < 5000; ++number)
+        lines.append(QStringLiteral("/stale/%1/X-Plane-x86_64").arg(number));
+    lines.append(folder + simulatorExecutable());
+    const StandInLocate locate(lines);
+    QCOMPARE(locateInstallation(), folder);
+}
+
+void InstallationTest::chosenFolderIsReturned()
+{
+    const LogCapture log;
+    MessageBoxAnswers answers;
+    answers.expectFolder(QStringLiteral("Select the XPlane folder"),
+                         m_profile->simulatorFolder().chopped(1));
+    QCOMPARE(selectInstallation(), m_profile->simulatorFolder());
+    QVERIFY(answers.allShown());
+    QVERIFY(log.contains(QStringLiteral("Checking directory : ") + m_profile->simulatorFolder() +
+                         simulatorExecutable()));
+}
+
+void InstallationTest::cancelGivesNothing()
+{
+    const LogCapture log;
+    MessageBoxAnswers answers;
+    answers.expectFolder(QStringLiteral("Select the XPlane folder"), QString());
+    QCOMPARE(selectInstallation(), QString());
+    QVERIFY(answers.allShown());
+    QCOMPARE(log.count(QStringLiteral("Checking directory")), 0);
+}
+
+void InstallationTest::wrongFoldersAreRefusedUntilOneFits()
+{
+    const QString wrong = m_profile->folder(QStringLiteral("wrong")).chopped(1);
+    const LogCapture log;
+    MessageBoxAnswers answers;
+    for (int round = 0; round < 2; ++round) {
+        answers.expectFolder(QStringLiteral("Select the XPlane folder"), wrong);
+        expectRefusal(answers);
+    }
+    answers.expectFolder(QStringLiteral("Select the XPlane folder"),
+                         m_profile->simulatorFolder().chopped(1));
+    QCOMPARE(selectInstallation(), m_profile->simulatorFolder());
+    QVERIFY(answers.allShown());
+    QCOMPARE(log.count(QStringLiteral("Checking directory : ")), 3);
+
+    const MessageBoxAnswers::Shown box = answers.shown().first();
+    QCOMPARE(box.icon, QMessageBox::Critical);
+    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(box.parent, nullptr);
+}
+
+void InstallationTest::executableInASubfolderDoesNotCount()
+{
+    makeSimulator(QStringLiteral("outer/inner"));
+    MessageBoxAnswers answers;
+    answers.expectFolder(QStringLiteral("Select the XPlane folder"),
+                         m_profile->folder(QStringLiteral("outer")).chopped(1));
+    expectRefusal(answers);
+    answers.expectFolder(QStringLiteral("Select the XPlane folder"), QString());
+    QCOMPARE(selectInstallation(), QString());
+    QVERIFY(answers.allShown());
+}
+
+void InstallationTest::cancelAfterAWrongFolder()
+{
+    MessageBoxAnswers answers;
+    answers.expectFolder(QStringLiteral("Select the XPlane folder"), m_profile->home());
+    expectRefusal(answers);
+    answers.expectFolder(QStringLiteral("Select the XPlane folder"), QString());
+    QCOMPARE(selectInstallation(), QString());
+    QVERIFY(answers.allShown());
+}
+
+KAVO_TEST_MAIN(InstallationTest)
+#include "InstallationTest.moc"

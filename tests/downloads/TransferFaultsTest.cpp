@@ -1,0 +1,341 @@
+#include "tests/downloads/DownloadEvents.h"
+#include "tests/downloads/DownloadSetup.h"
+#include "tests/support/Archives.h"
+#include "tests/support/TestMain.h"
+
+using Kavo::Models::Download;
+using namespace Kavo::Testing;
+
+/// Servers, connections and disks that let a transfer down. It always ends, errors come before the
+/// end, and the next attempt makes the best of what is there.
+class TransferFaultsTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void failedProbeIsFollowedByTheGet_data();
+    void failedProbeIsFollowedByTheGet();
+    void failedProbeLeavesThePart();
+    void failedGetStillFinishes_data();
+    void failedGetStillFinishes();
+    void bodyOfAnErrorIsWritten();
+    void refusedConnection();
+    void unknownHostAndBadAddress_data();
+    void unknownHostAndBadAddress();
+    void interruptedBodyIsResumed_data();
+    void interruptedBodyIsResumed();
+    void silentlyShortBodyIsLogged();
+    void redirectLoopEnds();
+
+    void rangeIgnoredByTheServer();
+    void rangeAtAnotherPlace();
+    void rangeRefused();
+    void lengthOfTheProbeIsWrong_data();
+    void lengthOfTheProbeIsWrong();
+    void bodyChangesAfterTheProbe();
+
+    void unwritableFileDoesNotStopTheTransfer_data();
+    void unwritableFileDoesNotStopTheTransfer();
+    void fullDiskIsLogged();
+    void cacheFolderThatVanished();
+
+private:
+    QString url(const char *path) const { return m_setup->server().url(QString::fromLatin1(path)); }
+    TestHttpServer &server() const { return m_setup->server(); }
+    QString path(const char *name) const { return m_setup->path(QString::fromLatin1(name)); }
+    QByteArray content(const char *name) const
+    {
+        return m_setup->content(QString::fromLatin1(name));
+    }
+    /// Adds the download and waits for its end. Returns the events.
+    QStringList transfer(const DownloadSetup::Pointer &download) const;
+
+    QScopedPointer<DownloadSetup> m_setup;
+};
+
+void TransferFaultsTest::init()
+{
+    m_setup.reset(new DownloadSetup);
+}
+
+void TransferFaultsTest::cleanup()
+{
+    m_setup.reset();
+}
+
+QStringList TransferFaultsTest::transfer(const DownloadSetup::Pointer &download) const
+{
+    DownloadEvents events(download);
+    m_setup->manager().add(download, false);
+    return events.waitForFinished() ? events.list() : QStringList(QStringLiteral("no end"));
+}
+
+void TransferFaultsTest::failedProbeIsFollowedByTheGet_data()
+{
+    QTest::addColumn<int>("status");
+    for (const int status : {401, 403, 404, 405, 500, 503})
+        QTest::addRow("%d", status) << status;
+}
+
+void TransferFaultsTest::failedProbeIsFollowedByTheGet()
+{
+    QFETCH(int, status);
+    server().serve(QStringLiteral("/a"), "content").headStatus = status;
+    const auto download = DownloadSetup::resumable(url("/a"));
+    const QStringList events = transfer(download);
+    QCOMPARE(events,
+             QStringList({QStringLiteral("process 1"), QStringLiteral("error Server Error"),
+                          QStringLiteral("process 2"), QStringLiteral("fileSize 7"),
+                          QStringLiteral("process 3"), QStringLiteral("finished ") + path("a")}));
+    QCOMPARE(server().log(), QStringList({QStringLiteral("HEAD /a"), QStringLiteral("GET /a")}));
+    QCOMPARE(content("a"), QByteArray("content"));
+
+    const QStringList log = m_setup->log().lines();
+    QCOMPARE(log.size(), 2);
+    QVERIFY(log.first().startsWith(QStringLiteral("Network Error : ")));
+    const QString detail = log.first().mid(int(qstrlen("Network Error : ")));
+    QCOMPARE(log.last(), QStringLiteral("Header Error - %1 : %2").arg(url("/a"), detail));
+}
+
+void TransferFaultsTest::failedProbeLeavesThePart()
+{
+    server().serve(QStringLiteral("/a"), "content").headStatus = 500;
+    QVERIFY(m_setup->put(QStringLiteral("a"), "abc"));
+    transfer(DownloadSetup::resumable(url("/a")));
+    QVERIFY(!server().last("GET", QStringLiteral("/a")).hasHeader("Range"));
+    QCOMPARE(content("a"), QByteArray("abccontent"));
+}
+
+void TransferFaultsTest::failedGetStillFinishes_data()
+{
+    QTest::addColumn<int>("status");
+    for (const int status : {400, 403, 404, 410, 500, 503})
+        QTest::addRow("%d", status) << status;
+}
+
+void TransferFaultsTest::failedGetStillFinishes()
+{
+    QFETCH(int, status);
+    server().serve(QStringLiteral("/a"), "a page").getStatus = status;
+    const auto download = DownloadSetup::restart(url("/a"));
+    const QStringList events = transfer(download);
+    QCOMPARE(events.filter(QStringLiteral("error")),
+             QStringList(QStringLiteral("error Server Error")));
+    QVERIFY(events.indexOf(QStringLiteral("error Server Error")) <
+            events.indexOf(QStringLiteral("process 3")));
+    QCOMPARE(events.last(), QString(QStringLiteral("finished ") + path("a")));
+    QVERIFY(m_setup->manager().find(url("/a")).isNull());
+    QCOMPARE(m_setup->log().count(QStringLiteral("Network Error : ")), 1);
+    QCOMPARE(m_setup->log().count(QStringLiteral("Download Error - ") + url("/a") +
+                                  QStringLiteral(" : ")),
+             1);
+}
+
+void TransferFaultsTest::bodyOfAnErrorIsWritten()
+{
+    server().serve(QStringLiteral("/a"), "a page").getStatus = 404;
+    transfer(DownloadSetup::restart(url("/a")));
+    QCOMPARE(content("a"), QByteArray("a page"));
+}
+
+void TransferFaultsTest::refusedConnection()
+{
+    const QString address = server().refusingUrl(QStringLiteral("/a"));
+    const QStringList events = transfer(DownloadSetup::resumable(address));
+    QCOMPARE(events.filter(QStringLiteral("error")).size(), 2);
+    QCOMPARE(events.filter(QStringLiteral("process")),
+             QStringList({QStringLiteral("process 1"), QStringLiteral("process 2"),
+                          QStringLiteral("process 3")}));
+    QCOMPARE(m_setup->log().count(QStringLiteral("Header Error - ") + address), 1);
+    QCOMPARE(m_setup->log().count(QStringLiteral("Download Error - ") + address), 1);
+    QVERIFY(m_setup->manager().find(address).isNull());
+}
+
+void TransferFaultsTest::unknownHostAndBadAddress_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::newRow("host") << QStringLiteral("http://nowhere.invalid/a");
+    QTest::newRow("scheme") << QStringLiteral("nothing://host/a");
+    QTest::newRow("relative") << QStringLiteral("a/b");
+    QTest::newRow("empty") << QString();
+}
+
+void TransferFaultsTest::unknownHostAndBadAddress()
+{
+    QFETCH(QString, address);
+    const QStringList events = transfer(DownloadSetup::resumable(address));
+    QVERIFY(events.contains(QStringLiteral("error Server Error")));
+    QVERIFY(events.last().startsWith(QStringLiteral("finished ")));
+}
+
+void TransferFaultsTest::interruptedBodyIsResumed_data()
+{
+    QTest::addColumn<bool>("resets");
+    QTest::addColumn<bool>("chunked");
+    QTest::newRow("cut") << false << false;
+    QTest::newRow("reset") << true << false;
+    QTest::newRow("cut between chunks") << false << true;
+    QTest::newRow("reset between chunks") << true << true;
+}
+
+void TransferFaultsTest::interruptedBodyIsResumed()
+{
+    QFETCH(bool, resets);
+    QFETCH(bool, chunked);
+    HttpResource &resource = server().serveGenerated(QStringLiteral("/a"), 500000);
+    resource.chunked = chunked;
+    (resets ? resource.resetAfter : resource.cutAfter) = 200000;
+    const QStringList events = transfer(DownloadSetup::resumable(url("/a")));
+    // Qt reports most, but not all, of such ends as an error; the size tells in any case.
+    QStringList withoutErrors = events;
+    withoutErrors.removeAll(QStringLiteral("error Server Error"));
+    QCOMPARE(withoutErrors, resumableEvents(500000, path("a")));
+    QVERIFY(events.indexOf(QStringLiteral("error Server Error")) <
+            events.indexOf(QStringLiteral("process 3")));
+    // A reset may take back bytes that were on their way; whatever came is the beginning.
+    const QByteArray part = content("a");
+    QVERIFY(part == HttpResource::generated(0, part.size()));
+    QVERIFY(resets ? part.size() <= 200000 : part.size() == 200000);
+    const QString size = QString::number(part.size());
+    QVERIFY(m_setup->log().contains(
+        QStringLiteral("Size Error : %1 : %2 of 500000 bytes").arg(path("a"), size)));
+
+    HttpResource &healthy = server().resource(QStringLiteral("/a"));
+    healthy.cutAfter.reset();
+    healthy.resetAfter.reset();
+    QCOMPARE(transfer(DownloadSetup::resumable(url("/a"))), resumableEvents(500000, path("a")));
+    QCOMPARE(server().last("GET", QStringLiteral("/a")).header("Range"),
+             QByteArray("bytes=" + size.toLatin1() + '-'));
+    QVERIFY(content("a") == HttpResource::generated(0, 500000));
+}
+
+void TransferFaultsTest::silentlyShortBodyIsLogged()
+{
+    // Without a length in the answer, the end of the connection looks like the end of the body.
+    HttpResource &resource = server().serveGenerated(QStringLiteral("/a"), 5000);
+    resource.getWithoutLength = true;
+    resource.cutAfter = 2000;
+    QCOMPARE(transfer(DownloadSetup::resumable(url("/a"))), resumableEvents(5000, path("a")));
+    QVERIFY(m_setup->log().contains(
+        QStringLiteral("Size Error : %1 : 2000 of 5000 bytes").arg(path("a"))));
+}
+
+void TransferFaultsTest::redirectLoopEnds()
+{
+    server().serve(QStringLiteral("/a"), "").redirect = "/a";
+    const QStringList events = transfer(DownloadSetup::resumable(url("/a")));
+    QCOMPARE(events.filter(QStringLiteral("error")).size(), 2);
+    QVERIFY(events.last().startsWith(QStringLiteral("finished ")));
+}
+
+void TransferFaultsTest::rangeIgnoredByTheServer()
+{
+    // What comes is written, and the size tells; the attempt after that starts over.
+    const QByteArray body = HttpResource::generated(0, 5000);
+    server().serve(QStringLiteral("/a"), body).ignoresRange = true;
+    QVERIFY(m_setup->put(QStringLiteral("a"), body.left(1000)));
+    transfer(DownloadSetup::resumable(url("/a")));
+    QCOMPARE(server().last("GET", QStringLiteral("/a")).header("Range"), QByteArray("bytes=1000-"));
+    QCOMPARE(content("a"), QByteArray(body.left(1000) + body));
+    QVERIFY(m_setup->log().contains(
+        QStringLiteral("Size Error : %1 : 6000 of 5000 bytes").arg(path("a"))));
+    transfer(DownloadSetup::resumable(url("/a")));
+    QCOMPARE(content("a"), body);
+}
+
+void TransferFaultsTest::rangeAtAnotherPlace()
+{
+    const QByteArray body = HttpResource::generated(0, 5000);
+    server().serve(QStringLiteral("/a"), body).rangeDisplacement = 500;
+    QVERIFY(m_setup->put(QStringLiteral("a"), body.left(1000)));
+    QCOMPARE(transfer(DownloadSetup::resumable(url("/a"))), resumableEvents(5000, path("a")));
+    QVERIFY(m_setup->log().contains(
+        QStringLiteral("Size Error : %1 : 4500 of 5000 bytes").arg(path("a"))));
+}
+
+void TransferFaultsTest::rangeRefused()
+{
+    const QByteArray body = HttpResource::generated(0, 5000);
+    server().serve(QStringLiteral("/a"), body).refusesRange = true;
+    QVERIFY(m_setup->put(QStringLiteral("a"), body.left(1000)));
+    const QStringList events = transfer(DownloadSetup::resumable(url("/a")));
+    QCOMPARE(events.filter(QStringLiteral("error")).size(), 1);
+    QVERIFY(events.last().startsWith(QStringLiteral("finished ")));
+    QVERIFY(content("a").startsWith(body.left(1000)));
+}
+
+void TransferFaultsTest::lengthOfTheProbeIsWrong_data()
+{
+    QTest::addColumn<qint64>("announced");
+    QTest::newRow("too long") << qint64(9000);
+    QTest::newRow("too short") << qint64(3000);
+}
+
+void TransferFaultsTest::lengthOfTheProbeIsWrong()
+{
+    QFETCH(qint64, announced);
+    const QByteArray body = HttpResource::generated(0, 5000);
+    server().serve(QStringLiteral("/a"), body).headLength = announced;
+    QCOMPARE(transfer(DownloadSetup::resumable(url("/a"))), resumableEvents(announced, path("a")));
+    QCOMPARE(content("a"), body);
+    QVERIFY(m_setup->log().contains(
+        QStringLiteral("Size Error : %1 : 5000 of %2 bytes").arg(path("a")).arg(announced)));
+}
+
+void TransferFaultsTest::bodyChangesAfterTheProbe()
+{
+    server().serve(QStringLiteral("/a"), "old").laterBody = "a newer one";
+    QCOMPARE(transfer(DownloadSetup::resumable(url("/a"))), resumableEvents(3, path("a")));
+    QCOMPARE(content("a"), QByteArray("a newer one"));
+    // The next attempt learns the new size and has nothing to fetch.
+    transfer(DownloadSetup::resumable(url("/a")));
+    QCOMPARE(server().log().last(), QStringLiteral("HEAD /a"));
+}
+
+void TransferFaultsTest::unwritableFileDoesNotStopTheTransfer_data()
+{
+    QTest::addColumn<bool>("restart");
+    QTest::newRow("resumable") << false;
+    QTest::newRow("restart") << true;
+}
+
+void TransferFaultsTest::unwritableFileDoesNotStopTheTransfer()
+{
+    QFETCH(bool, restart);
+    // Far more than the network layer holds back for a reader that does not come.
+    server().serveGenerated(QStringLiteral("/a"), Q_INT64_C(8) * 1024 * 1024);
+    QVERIFY(m_setup->put(QStringLiteral("file"), "in the way"));
+    const auto download =
+        restart ? DownloadSetup::restart(url("/a")) : DownloadSetup::resumable(url("/a"));
+    download->setPath(path("file") + QStringLiteral("/a"));
+    const QStringList events = transfer(download);
+    QCOMPARE(events.last(), QString(QStringLiteral("finished ") + download->getPath()));
+    QCOMPARE(content("file"), QByteArray("in the way"));
+    QVERIFY(m_setup->manager().find(url("/a")).isNull());
+}
+
+void TransferFaultsTest::fullDiskIsLogged()
+{
+    // Every write to this device fails as on a full disk.
+    constexpr qint64 Size = Q_INT64_C(3) * 1024 * 1024;
+    server().serveGenerated(QStringLiteral("/a"), Size);
+    QVERIFY(QFile::link(QStringLiteral("/dev/full"), path("a")));
+    const QStringList events = transfer(DownloadSetup::resumable(url("/a")));
+    QCOMPARE(events, resumableEvents(Size, path("a")));
+    QVERIFY(m_setup->log().contains(
+        QStringLiteral("Write Error : %1 : %2 bytes were not written").arg(path("a")).arg(Size)));
+}
+
+void TransferFaultsTest::cacheFolderThatVanished()
+{
+    server().serve(QStringLiteral("/a"), "content");
+    QVERIFY(QDir(m_setup->profile().cacheFolder()).removeRecursively());
+    const QStringList events = transfer(DownloadSetup::restart(url("/a")));
+    QCOMPARE(events.last(), QString(QStringLiteral("finished ") + path("a")));
+}
+
+KAVO_TEST_MAIN(TransferFaultsTest)
+#include "TransferFaultsTest.moc"

@@ -1,0 +1,153 @@
+#include "tests/layout/SourceText.h"
+#include "tests/support/Archives.h"
+#include "tests/support/TestMain.h"
+
+#include <QDirIterator>
+
+using namespace Kavo::Testing;
+
+namespace {
+
+/// From the lowest to the highest: a file includes from its own folder and those before it.
+const QStringList &layers()
+{
+    static const QStringList names{QStringLiteral("core"),     QStringLiteral("downloads"),
+                                   QStringLiteral("packages"), QStringLiteral("components"),
+                                   QStringLiteral("dialogs"),  QStringLiteral("ui"),
+                                   QStringLiteral("app")};
+    return names;
+}
+
+} // namespace
+
+/// Holds the source tree to its rules.
+class LayoutTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void toolsSeeWhatTheyShould();
+    void filesIncludeFromTheirLayerAndBelow();
+    void includesNameTheirFolder();
+    void headersHaveTheirSource();
+    void testsDoNotWaitForTime();
+    void lambdasHaveAContext();
+
+private:
+    /// Paths below the source folder, with these suffixes.
+    static QStringList files(const QStringList &folders, const QStringList &patterns);
+    static QString textOf(const QString &path);
+    static QString folderOf(const QString &path) { return path.section(QLatin1Char('/'), 0, 0); }
+    static QStringList allFolders() { return layers() + QStringList(QStringLiteral("tests")); }
+    static QStringList anyCode() { return {QStringLiteral("*.h"), QStringLiteral("*.cpp")}; }
+};
+
+QStringList LayoutTest::files(const QStringList &folders, const QStringList &patterns)
+{
+    const QDir root(QStringLiteral(KAVO_SOURCE_FOLDER));
+    QStringList found;
+    for (const QString &folder : folders) {
+        QDirIterator iterator(root.filePath(folder), patterns, QDir::Files,
+                              QDirIterator::Subdirectories);
+        while (iterator.hasNext())
+            found.append(root.relativeFilePath(iterator.next()));
+    }
+    return found;
+}
+
+QString LayoutTest::textOf(const QString &path)
+{
+    return QString::fromUtf8(readFile(QStringLiteral(KAVO_SOURCE_FOLDER "/") + path));
+}
+
+/// The rules below are only as good as what these find.
+void LayoutTest::toolsSeeWhatTheyShould()
+{
+    QVERIFY(files(layers(), anyCode()).size() > 20);
+    QCOMPARE(codeOf(QStringLiteral("a; // b\n/* c\n */ d(\"e\\\"f\", 'g', 1'000);")),
+             QStringLiteral("a; \n\n d(, , 1'000);"));
+    QCOMPARE(codeOf(QStringLiteral("R\"x(a\"b)\" c)x\"; d")), QStringLiteral("R; d"));
+    QCOMPARE(includesOf(QStringLiteral("#include \"a/b.h\"\n#include <c>\n#include \"d.h\"\n")),
+             QStringList({QStringLiteral("a/b.h"), QStringLiteral("d.h")}));
+    QVERIFY(declaresClassWithFunctions(QStringLiteral("class A final : B { void c() const; };")));
+    QVERIFY(declaresClassWithFunctions(QStringLiteral("struct A { A(); int b = 1; };")));
+    QVERIFY(!declaresClassWithFunctions(QStringLiteral("struct A { int b() { return 1; } };")));
+    QVERIFY(!declaresClassWithFunctions(QStringLiteral("struct A { int b; }; void c();")));
+    const auto calls = connectCallsOf(
+        QStringLiteral("connect(a, &A::b, this, [x, y] { f(1, 2); }); disconnect(a);\n"
+                       "QObject::connect(a, &A::b, [] {}); server.connect(a);"));
+    QCOMPARE(calls.size(), 2);
+    QCOMPARE(calls.first().size(), 4);
+    QCOMPARE(calls.last().last(), QStringLiteral("[] {}"));
+}
+
+void LayoutTest::filesIncludeFromTheirLayerAndBelow()
+{
+    QStringList wrong;
+    for (const QString &path : files(layers(), anyCode())) {
+        const int layer = layers().indexOf(folderOf(path));
+        for (const QString &include : includesOf(textOf(path))) {
+            const QString folder = folderOf(include);
+            if (folder == QLatin1String("tests") || layers().indexOf(folder) > layer)
+                wrong.append(path + QStringLiteral(" includes ") + include);
+        }
+    }
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
+}
+
+void LayoutTest::includesNameTheirFolder()
+{
+    QStringList wrong;
+    for (const QString &path : files(allFolders(), anyCode())) {
+        for (const QString &include : includesOf(textOf(path))) {
+            const bool generated = include.endsWith(QLatin1String(".moc"));
+            if (!generated && !allFolders().contains(folderOf(include)))
+                wrong.append(path + QStringLiteral(" includes ") + include);
+        }
+    }
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
+}
+
+void LayoutTest::headersHaveTheirSource()
+{
+    QStringList wrong;
+    for (const QString &path : files(allFolders(), {QStringLiteral("*.h")})) {
+        const QString source = path.chopped(1) + QStringLiteral("cpp");
+        if (declaresClassWithFunctions(codeOf(textOf(path))) &&
+            !QFile::exists(QStringLiteral(KAVO_SOURCE_FOLDER "/") + source))
+            wrong.append(path);
+    }
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
+}
+
+void LayoutTest::testsDoNotWaitForTime()
+{
+    const QRegularExpression wait(QStringLiteral(
+        "\\b(qWait|qSleep|msleep|usleep|sleep_for|sleep_until)\\s*\\(|\\bQThread::sleep\\s*\\(|"
+        "(?<![\\w:.])sleep\\s*\\("));
+    QVERIFY(wait.match(QStringLiteral("QTest::qWait(1)")).hasMatch());
+    QVERIFY(!wait.match(QStringLiteral("QTest::qWaitFor(")).hasMatch());
+    QStringList wrong;
+    for (const QString &path : files({QStringLiteral("tests")}, anyCode())) {
+        if (wait.match(codeOf(textOf(path))).hasMatch())
+            wrong.append(path);
+    }
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
+}
+
+void LayoutTest::lambdasHaveAContext()
+{
+    QStringList wrong;
+    for (const QString &path : files(allFolders(), anyCode())) {
+        for (const QStringList &arguments : connectCallsOf(codeOf(textOf(path)))) {
+            const bool bare = arguments.size() == 3 && arguments.at(2).startsWith(QLatin1Char('['));
+            const bool byText = arguments.join(QLatin1Char(' ')).contains(QLatin1String("SIGNAL("));
+            if (bare || byText)
+                wrong.append(path + QStringLiteral(": ") + arguments.join(QStringLiteral(", ")));
+        }
+    }
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
+}
+
+KAVO_TEST_MAIN(LayoutTest)
+#include "LayoutTest.moc"

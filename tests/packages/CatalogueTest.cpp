@@ -1,0 +1,75 @@
+#include "packages/Catalogue.h"
+#include "tests/packages/MakePackage.h"
+
+#include <QTest>
+
+using namespace Kavo::Models;
+using Kavo::Testing::makePackage;
+using Kavo::Testing::makeVersion;
+
+class CatalogueTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void findsTheFirstOfEqualIds();
+    void clearedOfferStillResolvesForRunningWork();
+    void packagesOfIdsComeInCatalogueOrderAndOnce();
+    void dependentsAreFoundThroughEveryVersion();
+    void replacingForgetsThePackagesBefore();
+};
+
+void CatalogueTest::findsTheFirstOfEqualIds()
+{
+    Catalogue catalogue;
+    const PackagePointer first = makePackage(5, {});
+    catalogue.replace({makePackage(4, {}), first, makePackage(5, {})});
+    QCOMPARE(catalogue.find(5), first);
+    QVERIFY(catalogue.find(6).isNull());
+}
+
+void CatalogueTest::clearedOfferStillResolvesForRunningWork()
+{
+    Catalogue catalogue;
+    catalogue.replace({makePackage(5, {})});
+    catalogue.clear();
+    QVERIFY(catalogue.packages().isEmpty());
+    QVERIFY(catalogue.find(5).isNull());
+    QVERIFY(catalogue.withIds({5}).isEmpty());
+    QVERIFY(!catalogue.resolve(5).isNull());
+}
+
+void CatalogueTest::packagesOfIdsComeInCatalogueOrderAndOnce()
+{
+    Catalogue catalogue;
+    catalogue.replace({makePackage(3, {}), makePackage(1, {}), makePackage(2, {})});
+    const PackageList found = catalogue.withIds({2, 3, 2, 9});
+    QCOMPARE(found.size(), 2);
+    QCOMPARE(found.first()->id(), 3);
+    QCOMPARE(found.last()->id(), 2);
+}
+
+void CatalogueTest::dependentsAreFoundThroughEveryVersion()
+{
+    Catalogue catalogue;
+    catalogue.replace(
+        {makePackage(1, {makeVersion(QStringLiteral("1"))}),
+         makePackage(2, {makeVersion(QStringLiteral("2")),
+                         makeVersion(QStringLiteral("1"), {QStringLiteral("1:1.0")})}),
+         makePackage(3, {makeVersion(QStringLiteral("1"), {QStringLiteral("2")})})});
+    const PackageList found = catalogue.mentioning(1);
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found.first()->id(), 2);
+}
+
+void CatalogueTest::replacingForgetsThePackagesBefore()
+{
+    Catalogue catalogue;
+    catalogue.replace({makePackage(5, {})});
+    catalogue.replace({makePackage(6, {})});
+    QVERIFY(catalogue.resolve(5).isNull());
+    QCOMPARE(catalogue.packages().size(), 1);
+}
+
+QTEST_GUILESS_MAIN(CatalogueTest)
+#include "CatalogueTest.moc"

@@ -1,0 +1,118 @@
+#include "packages/ContainedPath.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Kavo;
+
+class ContainedPathTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void entriesUnderTheFolderAreJoined_data();
+    void entriesUnderTheFolderAreJoined();
+    void entriesThatDoNotStayAreRefused_data();
+    void entriesThatDoNotStayAreRefused();
+    void linkOnTheWayLeadsOut();
+    void linkAtTheEndStays();
+    void linkInsideTheFolderStays();
+    void folderThatDoesNotExistYetStays();
+    void linkToNowhereDoesNotStay();
+};
+
+void ContainedPathTest::entriesUnderTheFolderAreJoined_data()
+{
+    QTest::addColumn<QString>("entry");
+    QTest::addColumn<QString>("path");
+    QTest::newRow("file") << "a.txt"
+                          << "/sim/a.txt";
+    QTest::newRow("folder") << "Custom Scenery/Field/"
+                            << "/sim/Custom Scenery/Field";
+    QTest::newRow("doubled separator") << "a//b"
+                                       << "/sim/a/b";
+    QTest::newRow("inner dots that stay") << "a/../b"
+                                          << "/sim/b";
+    QTest::newRow("name of dots") << "..."
+                                  << "/sim/...";
+    QTest::newRow("name that begins with dots") << "..a/b"
+                                                << "/sim/..a/b";
+    QTest::newRow("backslash is a letter") << "a\\..\\b"
+                                           << "/sim/a\\..\\b";
+}
+
+void ContainedPathTest::entriesUnderTheFolderAreJoined()
+{
+    QFETCH(QString, entry);
+    QFETCH(QString, path);
+    QCOMPARE(containedPath(QStringLiteral("/sim/"), entry), path);
+}
+
+void ContainedPathTest::entriesThatDoNotStayAreRefused_data()
+{
+    QTest::addColumn<QString>("entry");
+    QTest::newRow("empty") << "";
+    QTest::newRow("the folder itself") << ".";
+    QTest::newRow("the folder itself with separator") << "./";
+    QTest::newRow("the folder itself by way of a child") << "a/..";
+    QTest::newRow("parent") << "..";
+    QTest::newRow("out and beyond") << "../../etc";
+    QTest::newRow("out by way of a child") << "a/../../b";
+    QTest::newRow("absolute") << "/etc/passwd";
+    QTest::newRow("absolute, inside") << "/sim/a";
+    QTest::newRow("zero character") << QString(QLatin1String("a\0b", 3));
+}
+
+void ContainedPathTest::entriesThatDoNotStayAreRefused()
+{
+    QFETCH(QString, entry);
+    QVERIFY(containedPath(QStringLiteral("/sim/"), entry).isEmpty());
+    QVERIFY(containedPath(QString(), QStringLiteral("a")).isEmpty());
+}
+
+void ContainedPathTest::linkOnTheWayLeadsOut()
+{
+    const QTemporaryDir inside;
+    const QTemporaryDir outside;
+    QVERIFY(QFile::link(outside.path(), inside.filePath(QStringLiteral("link"))));
+    QVERIFY(!staysWithin(inside.filePath(QStringLiteral("link/file")), {inside.path()}));
+    QVERIFY(!staysWithin(inside.filePath(QStringLiteral("link/new/file")), {inside.path()}));
+    QVERIFY(staysWithin(inside.filePath(QStringLiteral("link/file")),
+                        {inside.path(), inside.filePath(QStringLiteral("link"))}));
+}
+
+void ContainedPathTest::linkAtTheEndStays()
+{
+    const QTemporaryDir inside;
+    const QTemporaryDir outside;
+    QVERIFY(QFile::link(outside.path(), inside.filePath(QStringLiteral("link"))));
+    QVERIFY(staysWithin(inside.filePath(QStringLiteral("link")), {inside.path()}));
+}
+
+void ContainedPathTest::linkInsideTheFolderStays()
+{
+    const QTemporaryDir inside;
+    QVERIFY(QDir(inside.path()).mkdir(QStringLiteral("real")));
+    QVERIFY(QFile::link(QStringLiteral("real"), inside.filePath(QStringLiteral("link"))));
+    QVERIFY(staysWithin(inside.filePath(QStringLiteral("link/file")), {inside.path()}));
+}
+
+void ContainedPathTest::folderThatDoesNotExistYetStays()
+{
+    const QTemporaryDir inside;
+    QVERIFY(staysWithin(inside.filePath(QStringLiteral("a/b/c")), {inside.path()}));
+    QVERIFY(!staysWithin(inside.path() + QStringLiteral("-twin/b"), {inside.path()}));
+}
+
+void ContainedPathTest::linkToNowhereDoesNotStay()
+{
+    const QTemporaryDir inside;
+    QVERIFY(
+        QFile::link(QStringLiteral("/nowhere/at/all"), inside.filePath(QStringLiteral("link"))));
+    QVERIFY(!staysWithin(inside.filePath(QStringLiteral("link/file")), {inside.path()}));
+}
+
+QTEST_GUILESS_MAIN(ContainedPathTest)
+#include "ContainedPathTest.moc"

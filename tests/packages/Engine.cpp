@@ -1,0 +1,212 @@
+#include "tests/packages/Engine.h"
+
+#include "core/Settings.h"
+#include "downloads/DownloadManager.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSignalSpy>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+
+namespace Kavo::Testing {
+
+using Models::Package;
+
+namespace {
+
+/// Long enough for a loaded machine, short enough to fail before the test is ended from outside.
+constexpr int PatienceInMilliseconds = 30000;
+
+QJsonArray toArray(const QStringList &texts)
+{
+    return QJsonArray::fromStringList(texts);
+}
+
+QString pathOf(const Offer &offer)
+{
+    return offer.link.isEmpty()
+               ? QStringLiteral("/package-%1-%2.zip").arg(offer.id).arg(offer.version)
+               : offer.link;
+}
+
+QByteArray archiveOf(const Files &files)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("archive.zip"));
+    if (!makeArchive(path, files))
+        qFatal("The archive cannot be made");
+    return readFile(path);
+}
+
+} // namespace
+
+Engine::Engine()
+    : m_extractor(PackageEnvironment::standard().extractor)
+    , m_settings(m_profile.makeSettings())
+{}
+
+Engine::~Engine()
+{
+    stop();
+}
+
+QString Engine::simulator(const QString &path) const
+{
+    return m_profile.simulatorFolder() + path;
+}
+
+QString Engine::cached(const QString &name) const
+{
+    return m_profile.cacheFolder() + name;
+}
+
+void Engine::offer(const Offer &offer)
+{
+    const Files files = offer.files.isEmpty()
+                            ? Files{{fileOf(offer.id), contentOf(offer.id, offer.version)}}
+                            : offer.files;
+    m_server.serve(pathOf(offer), archiveOf(files));
+
+    const auto known =
+        std::find_if(m_catalogue.begin(), m_catalogue.end(), [&offer](const QJsonObject &object) {
+            return object.value(QLatin1String("id")).toInt() == offer.id;
+        });
+    if (known != m_catalogue.end()) {
+        QJsonArray versions = known->value(QLatin1String("versions")).toArray();
+        versions.append(versionObject(offer));
+        known->insert(QStringLiteral("versions"), versions);
+        return;
+    }
+    m_catalogue.append(
+        {{QStringLiteral("id"), offer.id},
+         {QStringLiteral("name"),
+          QJsonObject{{QStringLiteral("en"), QStringLiteral("package-%1").arg(offer.id)}}},
+         {QStringLiteral("versions"), QJsonArray{versionObject(offer)}}});
+}
+
+void Engine::offerObject(const QJsonObject &package)
+{
+    m_catalogue.append(package);
+}
+
+void Engine::serveCatalogue()
+{
+    QJsonArray array;
+    for (const QJsonObject &package : qAsConst(m_catalogue))
+        array.append(package);
+    m_server.serve(QStringLiteral("/packages.json"), QJsonDocument(array).toJson());
+}
+
+void Engine::start()
+{
+    Models::registerPackageState();
+    m_network = QSharedPointer<QNetworkAccessManager>::create();
+    m_downloads = QSharedPointer<Managers::DownloadManager>::create(m_settings, m_network);
+    m_controller = QSharedPointer<Controllers::PackageController>::create(
+        m_settings, m_downloads, PackageEnvironment{m_server.url({}), m_extractor});
+}
+
+void Engine::stop()
+{
+    m_controller.reset();
+    m_downloads.reset();
+    m_network.reset();
+}
+
+bool Engine::refresh()
+{
+    if (!m_controller)
+        start();
+    serveCatalogue();
+    QSignalSpy listed(m_controller.data(), &Controllers::PackageController::list);
+    m_controller->refresh();
+    return listed.wait(PatienceInMilliseconds);
+}
+
+QString Engine::install(int id, const QString &version)
+{
+    QString meant = version;
+    m_controller->install(package(id), meant);
+    return meant;
+}
+
+bool Engine::waitUntilSettled(int id)
+{
+    const Models::PackagePointer watched = package(id);
+    return QTest::qWaitFor([&watched] { return !watched->isBusy(); }, PatienceInMilliseconds) &&
+           QTest::qWaitFor([this] { return !m_controller->isBusy(); }, PatienceInMilliseconds);
+}
+
+bool Engine::waitForState(int id, Package::State state)
+{
+    const Models::PackagePointer watched = package(id);
+    return QTest::qWaitFor([&watched, state] { return watched->state() == state; },
+                           PatienceInMilliseconds);
+}
+
+bool Engine::installAndWait(int id, const QString &version)
+{
+    install(id, version);
+    return waitUntilSettled(id) && package(id)->state() == Package::INSTALLED;
+}
+
+int Engine::recordedStatus(int id) const
+{
+    const QVariant status = recorded(id, QStringLiteral("status"));
+    return status.isValid() ? status.toInt() : -1;
+}
+
+QString Engine::recordedVersion(int id) const
+{
+    return QString::fromUtf8(recorded(id, QStringLiteral("version")).toByteArray());
+}
+
+QString Engine::fileOf(int id)
+{
+    return QStringLiteral("package-%1/file.txt").arg(id);
+}
+
+QByteArray Engine::contentOf(int id, const QString &version)
+{
+    return "package " + QByteArray::number(id) + " version " + version.toUtf8();
+}
+
+QJsonObject Engine::versionObject(const Offer &offer) const
+{
+    return {{QStringLiteral("version"), offer.version},
+            {QStringLiteral("link"), m_server.url(pathOf(offer))},
+            {QStringLiteral("depends"), toArray(offer.depends)},
+            {QStringLiteral("log"), toArray(offer.log)},
+            {QStringLiteral("install"),
+             QJsonObject{{QStringLiteral("extract"), offer.extract},
+                         {QStringLiteral("preserve"), toArray(offer.preserve)},
+                         {QStringLiteral("backup"), toArray(offer.backup)}}},
+            {QStringLiteral("uninstall"),
+             QJsonObject{{QStringLiteral("remove"), toArray(offer.remove)}}}};
+}
+
+QVariant Engine::recorded(int id, const QString &column) const
+{
+    const QString connection = QStringLiteral("engine reader");
+    QVariant value;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+        database.setDatabaseName(m_profile.dataFolder() + QStringLiteral("packages.db"));
+        database.open();
+        QSqlQuery query(
+            QStringLiteral("SELECT %1 FROM packages WHERE package_id = %2").arg(column).arg(id),
+            database);
+        if (query.next())
+            value = query.value(0);
+    }
+    QSqlDatabase::removeDatabase(connection);
+    return value;
+}
+
+} // namespace Kavo::Testing

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "packages/PackageController.h"
+#include "tests/support/Archives.h"
+#include "tests/support/ScratchProfile.h"
+#include "tests/support/TestHttpServer.h"
+
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QSharedPointer>
+#include <QStringList>
+
+namespace Kavo::Testing {
+
+/// One version of a package as a test offers it. Without files of its own it gets one file that
+/// names package and version.
+struct Offer
+{
+    int id = 0;
+    QString version = QStringLiteral("1.0");
+    QStringList depends = {};
+    Files files = {};
+    QString extract = {};
+    QStringList preserve = {};
+    QStringList backup = {};
+    QStringList remove = {};
+    QStringList log = {};
+    QString link = {}; ///< path on the server; empty for one of its own
+};
+
+/// All of package management on a scratch account, against a catalogue server of our own, without
+/// a window: what the program assembles, and what a test asks of it.
+class Engine final
+{
+public:
+    Engine();
+    ~Engine();
+    Q_DISABLE_COPY_MOVE(Engine)
+
+    ScratchProfile &profile() { return m_profile; }
+    TestHttpServer &server() { return m_server; }
+    const QSharedPointer<Settings> &settings() const { return m_settings; }
+    const QSharedPointer<Managers::DownloadManager> &downloads() const { return m_downloads; }
+    Controllers::PackageController &controller() { return *m_controller; }
+
+    /// Path of an entry of the simulator's folder.
+    QString simulator(const QString &path) const;
+    /// Path of an entry of the cache folder.
+    QString cached(const QString &name) const;
+
+    /// Adds a version to the catalogue and puts its archive on the server. Offers of one id become
+    /// versions of one package. serveCatalogue() has to follow.
+    void offer(const Offer &offer);
+    /// Adds an object to the catalogue as it stands.
+    void offerObject(const QJsonObject &package);
+    void serveCatalogue();
+
+    /// Makes the objects that stand for a start of the program. Called by refresh() when needed.
+    void start();
+    /// Ends that run of the program.
+    void stop();
+    /// Another 7-Zip for the next start().
+    void setExtractor(const QString &program) { m_extractor = program; }
+
+    /// Serves the catalogue, refreshes and waits for the list. Returns whether it came.
+    bool refresh();
+
+    Models::PackagePointer package(int id) { return m_controller->findPackage(id); }
+    /// Starts an installation and returns the version that is meant.
+    QString install(int id, const QString &version = QString());
+    /// Runs the event loop until the package is in a state that it will not leave by itself.
+    bool waitUntilSettled(int id);
+    bool waitForState(int id, Models::Package::State state);
+    bool installAndWait(int id, const QString &version = QString());
+
+    /// Status and version as another program reads them from "packages.db"; -1 without a row.
+    int recordedStatus(int id) const;
+    QString recordedVersion(int id) const;
+
+    /// The file that an offer without files of its own unpacks.
+    static QString fileOf(int id);
+    static QByteArray contentOf(int id, const QString &version);
+
+private:
+    QJsonObject versionObject(const Offer &offer) const;
+    QVariant recorded(int id, const QString &column) const;
+
+    ScratchProfile m_profile;
+    TestHttpServer m_server;
+    QList<QJsonObject> m_catalogue;
+    QString m_extractor;
+    QSharedPointer<Settings> m_settings;
+    QSharedPointer<QNetworkAccessManager> m_network;
+    QSharedPointer<Managers::DownloadManager> m_downloads;
+    QSharedPointer<Controllers::PackageController> m_controller;
+};
+
+} // namespace Kavo::Testing

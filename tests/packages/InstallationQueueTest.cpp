@@ -1,0 +1,286 @@
+#include "tests/packages/Engine.h"
+#include "tests/support/TestMain.h"
+
+#include <QProcess>
+#include <QTest>
+
+#include <memory>
+
+using namespace Kavo::Models;
+using namespace Kavo::Testing;
+
+class InstallationQueueTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_engine = std::make_unique<Engine>(); }
+    void cleanup() { m_engine.reset(); }
+
+    void downloadsThatEndTogetherInstallOneAfterTheOther();
+    void chainStartsTheDeepestDownloadFirstAndWaits();
+    void dependantWaitsWhileItsDependencyDownloads();
+    void everyDependantOfAFailedDownloadEnds();
+    void dependantOfAFailedInstallationEnds();
+    void unknownDependencyEndsThePackage();
+    void onlyTheLastDependencyHoldsAPackageBack();
+    void packagesThatNeedEachOtherAreBothInstalled();
+    void packageThatNeedsItselfIsInstalled();
+    void tooOldDependencyIsUpgradedToTheNewest();
+    void archiveOfAPackageThatNeverStartedStaysInTheCache();
+    void twoHundredPackagesAreEachInstalledOnceInOrder();
+
+private:
+    QString makeWitness();
+    QStringList witnessed(const QString &witness) const;
+    void offerFailing(int id);
+
+    std::unique_ptr<Engine> m_engine;
+};
+
+/// Puts a 7-Zip in place that writes down when it begins and ends, and returns where.
+QString InstallationQueueTest::makeWitness()
+{
+    const QString folder = m_engine->profile().folder(QStringLiteral("tools"));
+    const QString witness = folder + QStringLiteral("witness");
+    const QString program = folder + QStringLiteral("7z");
+    const QByteArray script =
+        "#!/bin/sh\nname=$(basename \"$2\")\necho \"begin $name\" >> 'WITNESS'\n"
+        "/usr/bin/7z \"$@\"\nresult=$?\necho \"end $name\" >> 'WITNESS'\n"
+        "exit $result\n";
+    writeFile(program, QByteArray(script).replace("WITNESS", witness.toUtf8()));
+    QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner);
+    m_engine->setExtractor(program);
+    return witness;
+}
+
+QStringList InstallationQueueTest::witnessed(const QString &witness) const
+{
+    return QString::fromUtf8(readFile(witness)).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+/// A package whose archive the server does not have.
+void InstallationQueueTest::offerFailing(int id)
+{
+    m_engine->offer({id});
+    m_engine->server().removeResource(QStringLiteral("/package-%1-1.0.zip").arg(id));
+}
+
+void InstallationQueueTest::downloadsThatEndTogetherInstallOneAfterTheOther()
+{
+    const QString witness = makeWitness();
+    for (int id = 1; id <= 4; ++id)
+        m_engine->offer({id});
+    QVERIFY(m_engine->refresh());
+    for (int id = 1; id <= 4; ++id)
+        m_engine->server().resource(QStringLiteral("/package-%1-1.0.zip").arg(id)).holdsGet = true;
+    for (int id = 1; id <= 4; ++id)
+        m_engine->install(id);
+    for (int id = 1; id <= 4; ++id)
+        QVERIFY(m_engine->waitForState(id, Package::DOWNLOADING));
+    for (int id = 1; id <= 4; ++id)
+        m_engine->server().release(QStringLiteral("/package-%1-1.0.zip").arg(id));
+    for (int id = 1; id <= 4; ++id)
+        QVERIFY(m_engine->waitUntilSettled(id));
+    const QStringList lines = witnessed(witness);
+    QCOMPARE(lines.size(), 8);
+    for (int line = 0; line < lines.size(); line += 2) {
+        QVERIFY(lines.at(line).startsWith(QStringLiteral("begin ")));
+        QCOMPARE(lines.at(line + 1), QString(lines.at(line)).replace(0, 5, QStringLiteral("end")));
+    }
+    for (int id = 1; id <= 4; ++id)
+        QCOMPARE(m_engine->recordedStatus(id), 1);
+}
+
+void InstallationQueueTest::chainStartsTheDeepestDownloadFirstAndWaits()
+{
+    const QString witness = makeWitness();
+    Offer outer{1};
+    outer.depends = QStringList{QStringLiteral("2:1.0")};
+    Offer middle{2};
+    middle.depends = QStringList{QStringLiteral("3")};
+    m_engine->offer(outer);
+    m_engine->offer(middle);
+    m_engine->offer({3});
+    QVERIFY(m_engine->refresh());
+    m_engine->server().forgetRequests();
+    QVERIFY(m_engine->installAndWait(1));
+    const QStringList probes = m_engine->server().log().filter(QStringLiteral("HEAD "));
+    QCOMPARE(probes, (QStringList{QStringLiteral("HEAD /package-3-1.0.zip"),
+                                  QStringLiteral("HEAD /package-2-1.0.zip"),
+                                  QStringLiteral("HEAD /package-1-1.0.zip")}));
+    QCOMPARE(witnessed(witness).filter(QStringLiteral("begin")),
+             (QStringList{QStringLiteral("begin package-3-1.0.zip"),
+                          QStringLiteral("begin package-2-1.0.zip"),
+                          QStringLiteral("begin package-1-1.0.zip")}));
+}
+
+void InstallationQueueTest::dependantWaitsWhileItsDependencyDownloads()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2")};
+    m_engine->offer(dependant);
+    m_engine->offer({2});
+    QVERIFY(m_engine->refresh());
+    m_engine->server().resource(QStringLiteral("/package-2-1.0.zip")).holdsGet = true;
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLING));
+    QCOMPARE(m_engine->package(2)->state(), Package::DOWNLOADING);
+    QVERIFY(!m_engine->controller().isBusy());
+    QCOMPARE(m_engine->recordedStatus(1), 4);
+    m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(1));
+}
+
+void InstallationQueueTest::everyDependantOfAFailedDownloadEnds()
+{
+    Offer outer{1};
+    outer.depends = QStringList{QStringLiteral("2")};
+    Offer middle{2};
+    middle.depends = QStringList{QStringLiteral("3")};
+    m_engine->offer(outer);
+    m_engine->offer(middle);
+    offerFailing(3);
+    QVERIFY(m_engine->refresh());
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::DEPENDENCY_ERROR));
+    QCOMPARE(m_engine->package(2)->state(), Package::DEPENDENCY_ERROR);
+    QCOMPARE(m_engine->package(3)->state(), Package::DOWNLOAD_ERROR);
+    QCOMPARE(m_engine->recordedStatus(1), 8);
+    QCOMPARE(m_engine->recordedStatus(2), 8);
+}
+
+void InstallationQueueTest::dependantOfAFailedInstallationEnds()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2")};
+    m_engine->offer(dependant);
+    m_engine->offer({2});
+    QVERIFY(m_engine->refresh());
+    m_engine->server().resource(QStringLiteral("/package-2-1.0.zip")).body = "no archive";
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::DEPENDENCY_ERROR));
+    QCOMPARE(m_engine->package(2)->state(), Package::INSTALL_ERROR);
+}
+
+void InstallationQueueTest::unknownDependencyEndsThePackage()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("77")};
+    m_engine->offer(dependant);
+    QVERIFY(m_engine->refresh());
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::DEPENDENCY_ERROR));
+    QCOMPARE(m_engine->recordedStatus(1), 8);
+}
+
+void InstallationQueueTest::onlyTheLastDependencyHoldsAPackageBack()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2"), QStringLiteral("3")};
+    m_engine->offer(dependant);
+    m_engine->offer({2});
+    m_engine->offer({3});
+    QVERIFY(m_engine->refresh());
+    m_engine->server().resource(QStringLiteral("/package-2-1.0.zip")).holdsGet = true;
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLED));
+    QCOMPARE(m_engine->package(2)->state(), Package::DOWNLOADING);
+    m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
+    QVERIFY(m_engine->waitUntilSettled(2));
+}
+
+void InstallationQueueTest::packagesThatNeedEachOtherAreBothInstalled()
+{
+    Offer first{1};
+    first.depends = QStringList{QStringLiteral("2")};
+    Offer second{2};
+    second.depends = QStringList{QStringLiteral("3")};
+    Offer third{3};
+    third.depends = QStringList{QStringLiteral("1")};
+    m_engine->offer(first);
+    m_engine->offer(second);
+    m_engine->offer(third);
+    QVERIFY(m_engine->refresh());
+    m_engine->install(1);
+    for (int id = 1; id <= 3; ++id)
+        QVERIFY(m_engine->waitForState(id, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(1));
+}
+
+void InstallationQueueTest::packageThatNeedsItselfIsInstalled()
+{
+    Offer offer{1};
+    offer.depends = QStringList{QStringLiteral("1")};
+    m_engine->offer(offer);
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(1));
+}
+
+void InstallationQueueTest::tooOldDependencyIsUpgradedToTheNewest()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2:1.10")};
+    m_engine->offer(dependant);
+    for (const QString &version :
+         {QStringLiteral("1.2"), QStringLiteral("1.10"), QStringLiteral("3.0")})
+        m_engine->offer({2, version});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(2, QStringLiteral("1.2")));
+    QVERIFY(m_engine->installAndWait(1));
+    QCOMPARE(m_engine->recordedVersion(2), QStringLiteral("3.0"));
+}
+
+void InstallationQueueTest::archiveOfAPackageThatNeverStartedStaysInTheCache()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2")};
+    m_engine->offer(dependant);
+    offerFailing(2);
+    QVERIFY(m_engine->refresh());
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::DEPENDENCY_ERROR));
+    QVERIFY(QFile::exists(m_engine->cached(QStringLiteral("package-1-1.0.zip"))));
+}
+
+void InstallationQueueTest::twoHundredPackagesAreEachInstalledOnceInOrder()
+{
+    const QString witness = makeWitness();
+    constexpr int Count = 200;
+    for (int id = 1; id <= Count; ++id) {
+        Offer offer{id};
+        // Every package needs one half as far down the list.
+        if (id > 1)
+            offer.depends = QStringList{QString::number(id / 2)};
+        m_engine->offer(offer);
+    }
+    QVERIFY(m_engine->refresh());
+    for (int id = Count; id >= 1; --id)
+        m_engine->install(id);
+    for (int id = 1; id <= Count; ++id)
+        QVERIFY(m_engine->waitForState(id, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(Count));
+
+    const QStringList lines = witnessed(witness);
+    QCOMPARE(lines.size(), 2 * Count);
+    QHash<int, int> turns;
+    for (int line = 0; line < lines.size(); line += 2) {
+        const QString name = lines.at(line).mid(6);
+        QCOMPARE(lines.at(line), QStringLiteral("begin ") + name);
+        QCOMPARE(lines.at(line + 1), QStringLiteral("end ") + name);
+        const int id = name.section(QLatin1Char('-'), 1, 1).toInt();
+        QVERIFY(!turns.contains(id));
+        turns.insert(id, line);
+        if (id > 1)
+            QVERIFY(turns.contains(id / 2));
+    }
+    for (int id = 1; id <= Count; ++id) {
+        QCOMPARE(m_engine->recordedStatus(id), 1);
+        QCOMPARE(readFile(m_engine->simulator(Engine::fileOf(id))),
+                 Engine::contentOf(id, QStringLiteral("1.0")));
+    }
+}
+
+KAVO_TEST_MAIN(InstallationQueueTest)
+#include "InstallationQueueTest.moc"

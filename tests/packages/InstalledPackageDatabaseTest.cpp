@@ -1,0 +1,348 @@
+#include "packages/InstalledPackageDatabase.h"
+#include "tests/packages/MakePackage.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ScratchProfile.h"
+#include "tests/support/TestMain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTest>
+
+#include <memory>
+
+using namespace Kavo::Models;
+using Kavo::Testing::LogCapture;
+using Kavo::Testing::makePackage;
+using Kavo::Testing::makeVersion;
+using Kavo::Testing::ScratchProfile;
+
+namespace {
+
+/// What another program reads from the file: one value of each row of a query.
+QVariantList readBySelf(const QString &file, const QString &statement)
+{
+    QVariantList values;
+    {
+        QSqlDatabase database =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("reader"));
+        database.setDatabaseName(file);
+        database.open();
+        QSqlQuery query(statement, database);
+        while (query.next())
+            values.append(query.value(0));
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("reader"));
+    return values;
+}
+
+} // namespace
+
+class InstalledPackageDatabaseTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void createsTheTable();
+    void secondOpenDoesNothing();
+    void versionsComeBackLetterForLetter_data();
+    void versionsComeBackLetterForLetter();
+    void versionsThatSurviveAreStoredAsText_data();
+    void versionsThatSurviveAreStoredAsText();
+    void reinstallationUpdatesTheOneRow();
+    void recordsTheStateAtTheTimeOfTheCall();
+    void unknownPackageReadsMinusOneAndStaysAvailable();
+    void closedDatabaseReadsUnknownAndWritesNothing();
+    void versionFileStandsInForAMissingRow();
+    void versionFileOfTheSharedLibraryLiesDeeper();
+    void rowOutweighsTheVersionFile();
+    void emptyThirdLineLeavesThePackageAvailable();
+    void versionFileOutsideTheSimulatorIsNotRead();
+    void versionFileDoesNotTouchAPackageAtWork();
+    void fileThatIsNoDatabaseIsLogged();
+    void folderInPlaceOfTheFileIsLogged();
+    void resetDeletesTheFileAndOpenMakesANewOne();
+
+private:
+    QString file() const { return m_profile->dataFolder() + QStringLiteral("packages.db"); }
+    void writeVersionFile(const QString &folder, const QByteArray &content) const;
+
+    std::unique_ptr<ScratchProfile> m_profile;
+    std::unique_ptr<InstalledPackageDatabase> m_database;
+};
+
+void InstalledPackageDatabaseTest::init()
+{
+    m_profile = std::make_unique<ScratchProfile>();
+    m_database = std::make_unique<InstalledPackageDatabase>(m_profile->simulatorFolder());
+}
+
+void InstalledPackageDatabaseTest::cleanup()
+{
+    m_database.reset();
+    m_profile.reset();
+}
+
+void InstalledPackageDatabaseTest::writeVersionFile(const QString &folder,
+                                                    const QByteArray &content) const
+{
+    const QString path = m_profile->simulatorFolder() + folder;
+    QVERIFY(QDir().mkpath(path));
+    QFile versionFile(path + QStringLiteral("/Kavo_version.txt"));
+    QVERIFY(versionFile.open(QIODevice::WriteOnly));
+    versionFile.write(content);
+}
+
+void InstalledPackageDatabaseTest::createsTheTable()
+{
+    m_database->open();
+    QCOMPARE(readBySelf(file(), QStringLiteral("SELECT sql FROM sqlite_master WHERE "
+                                               "name = 'packages'"))
+                 .value(0)
+                 .toString(),
+             QStringLiteral("CREATE TABLE packages (id         INTEGER     PRIMARY KEY "
+                            "AUTOINCREMENT,package_id INTEGER     UNIQUE,version STRING,"
+                            "status     INTEGER (1) NOT NULL)"));
+}
+
+void InstalledPackageDatabaseTest::secondOpenDoesNothing()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {});
+    m_database->record(*package, QStringLiteral("1.0"));
+    const LogCapture log;
+    m_database->open();
+    QVERIFY(log.lines().isEmpty());
+    QCOMPARE(m_database->version(*package), QStringLiteral("1.0"));
+}
+
+void InstalledPackageDatabaseTest::versionsComeBackLetterForLetter_data()
+{
+    QTest::addColumn<QString>("version");
+    const QStringList versions{QStringLiteral("1.10"),
+                               QStringLiteral("1.0"),
+                               QStringLiteral("01"),
+                               QStringLiteral("1e5"),
+                               QStringLiteral("1.2.10"),
+                               QStringLiteral("1.0.0"),
+                               QStringLiteral("1"),
+                               QStringLiteral("1.5"),
+                               QStringLiteral("0"),
+                               QStringLiteral("0.5"),
+                               QStringLiteral("0.05"),
+                               QStringLiteral("0.0001"),
+                               QStringLiteral("0.00001"),
+                               QStringLiteral("-1"),
+                               QStringLiteral("+1"),
+                               QStringLiteral(" 1.5"),
+                               QStringLiteral("1.5 "),
+                               QStringLiteral("1."),
+                               QStringLiteral(".5"),
+                               QStringLiteral("1.5e3"),
+                               QStringLiteral("0x10"),
+                               QStringLiteral("12345678901234567890"),
+                               QStringLiteral("9007199254740993"),
+                               QStringLiteral("1234567.1234567"),
+                               QStringLiteral("9999999.9999999"),
+                               QStringLiteral("0.30000000000000004"),
+                               QStringLiteral("v2"),
+                               QStringLiteral("2.0-beta"),
+                               QStringLiteral("1,5"),
+                               QStringLiteral("20231105"),
+                               QStringLiteral("2023.11"),
+                               QStringLiteral("1.1"),
+                               QString::fromUtf8("1.0 ä Ж")};
+    for (const QString &version : versions)
+        QTest::newRow(qPrintable(version)) << version;
+}
+
+void InstalledPackageDatabaseTest::versionsComeBackLetterForLetter()
+{
+    QFETCH(QString, version);
+    m_database->open();
+    const PackagePointer package = makePackage(3, {});
+    m_database->record(*package, version);
+    QCOMPARE(m_database->version(*package), version);
+    m_database->record(*package, version);
+    QCOMPARE(m_database->version(*package), version);
+}
+
+void InstalledPackageDatabaseTest::versionsThatSurviveAreStoredAsText_data()
+{
+    QTest::addColumn<QString>("version");
+    QTest::addColumn<QString>("type");
+    QTest::newRow("three segments") << "1.2.10"
+                                    << "text";
+    QTest::newRow("suffix") << "2.0-beta"
+                            << "text";
+    QTest::newRow("survives as a number") << "1.5"
+                                          << "real";
+    QTest::newRow("survives as a whole number") << "7"
+                                                << "integer";
+    QTest::newRow("would lose its zero") << "1.10"
+                                         << "blob";
+}
+
+void InstalledPackageDatabaseTest::versionsThatSurviveAreStoredAsText()
+{
+    QFETCH(QString, version);
+    QFETCH(QString, type);
+    m_database->open();
+    m_database->record(*makePackage(3, {}), version);
+    QCOMPARE(readBySelf(file(), QStringLiteral("SELECT typeof(version) FROM packages"))
+                 .value(0)
+                 .toString(),
+             type);
+}
+
+void InstalledPackageDatabaseTest::reinstallationUpdatesTheOneRow()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {});
+    package->setState(Package::INSTALLED);
+    m_database->record(*package, QStringLiteral("1.0"));
+    m_database->record(*package, QStringLiteral("2.0.0"));
+    const QVariantList versions =
+        readBySelf(file(), QStringLiteral("SELECT version FROM packages WHERE package_id = 3"));
+    QCOMPARE(versions, QVariantList{QStringLiteral("2.0.0")});
+}
+
+void InstalledPackageDatabaseTest::recordsTheStateAtTheTimeOfTheCall()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {});
+    for (const Package::State state :
+         {Package::DOWNLOADING, Package::INSTALLING, Package::INSTALL_ERROR, Package::INSTALLED}) {
+        package->setState(state);
+        m_database->record(*package, QStringLiteral("1.0"));
+        QCOMPARE(m_database->status(*package), static_cast<int>(state));
+    }
+}
+
+void InstalledPackageDatabaseTest::unknownPackageReadsMinusOneAndStaysAvailable()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {makeVersion(QStringLiteral("1.0"))});
+    QCOMPARE(m_database->status(*package), -1);
+    QVERIFY(m_database->version(*package).isEmpty());
+    QCOMPARE(package->state(), Package::AVAILABLE);
+}
+
+void InstalledPackageDatabaseTest::closedDatabaseReadsUnknownAndWritesNothing()
+{
+    const PackagePointer package = makePackage(3, {});
+    m_database->record(*package, QStringLiteral("1.0"));
+    QCOMPARE(m_database->status(*package), static_cast<int>(Package::UNKNOWN));
+    QVERIFY(m_database->version(*package).isEmpty());
+    QVERIFY(!QFile::exists(file()));
+}
+
+void InstalledPackageDatabaseTest::versionFileStandsInForAMissingRow()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {makeVersion(QStringLiteral("2.0"))});
+    package->versions().first()->install->extract = QStringLiteral("plugins/Jetways");
+    writeVersionFile(QStringLiteral("plugins/Jetways"), "Jetways\nplugin\n1.10\nmore\n");
+    QCOMPARE(m_database->status(*package), 1);
+    QCOMPARE(package->state(), Package::INSTALLED);
+    QCOMPARE(m_database->version(*package), QStringLiteral("1.10"));
+    QCOMPARE(readBySelf(file(), QStringLiteral("SELECT status FROM packages")), QVariantList{1});
+}
+
+void InstalledPackageDatabaseTest::versionFileOfTheSharedLibraryLiesDeeper()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(1, {makeVersion(QStringLiteral("2.0"))});
+    package->versions().first()->install->extract = QStringLiteral("plugins");
+    writeVersionFile(QStringLiteral("plugins"), "a\nb\n9.9\n");
+    QCOMPARE(m_database->status(*package), -1);
+    writeVersionFile(QStringLiteral("plugins/lib/Kavo_Library"), "a\r\nb\r\n1.5\r\n");
+    QCOMPARE(m_database->status(*package), 1);
+    QCOMPARE(m_database->version(*package), QStringLiteral("1.5"));
+}
+
+void InstalledPackageDatabaseTest::rowOutweighsTheVersionFile()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {makeVersion(QStringLiteral("2.0"))});
+    writeVersionFile(QString(), "a\nb\n1.0\n");
+    m_database->record(*package, QStringLiteral("2.0"));
+    QCOMPARE(m_database->status(*package), static_cast<int>(Package::AVAILABLE));
+    QCOMPARE(m_database->version(*package), QStringLiteral("2.0"));
+}
+
+void InstalledPackageDatabaseTest::emptyThirdLineLeavesThePackageAvailable()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {makeVersion(QStringLiteral("2.0"))});
+    writeVersionFile(QString(), "a\nb\n\n1.0\n");
+    QCOMPARE(m_database->status(*package), -1);
+    QCOMPARE(package->state(), Package::AVAILABLE);
+}
+
+void InstalledPackageDatabaseTest::versionFileOutsideTheSimulatorIsNotRead()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {makeVersion(QStringLiteral("2.0"))});
+    package->versions().first()->install->extract = QStringLiteral("../elsewhere");
+    writeVersionFile(QStringLiteral("../elsewhere"), "a\nb\n1.0\n");
+    QCOMPARE(m_database->status(*package), -1);
+}
+
+void InstalledPackageDatabaseTest::versionFileDoesNotTouchAPackageAtWork()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {makeVersion(QStringLiteral("2.0"))});
+    writeVersionFile(QString(), "a\nb\n1.0\n");
+    package->setState(Package::PREPARING);
+    QCOMPARE(m_database->version(*package), QStringLiteral("1.0"));
+    QCOMPARE(package->state(), Package::PREPARING);
+    QVERIFY(readBySelf(file(), QStringLiteral("SELECT status FROM packages")).isEmpty());
+}
+
+void InstalledPackageDatabaseTest::fileThatIsNoDatabaseIsLogged()
+{
+    QFile garbage(file());
+    QVERIFY(garbage.open(QIODevice::WriteOnly));
+    garbage.write(QByteArray(4096, 'x'));
+    garbage.close();
+    const LogCapture log;
+    m_database->open();
+    QCOMPARE(log.lines().size(), 1);
+    QVERIFY(log.lines().first().startsWith(QStringLiteral("SQL Error: ")));
+
+    const PackagePointer package = makePackage(3, {});
+    m_database->record(*package, QStringLiteral("1.0"));
+    QVERIFY(m_database->version(*package).isEmpty());
+    QVERIFY(log.lines().size() > 1);
+    for (const QString &line : log.lines())
+        QVERIFY2(line.startsWith(QStringLiteral("SQL Error: ")), qPrintable(line));
+}
+
+void InstalledPackageDatabaseTest::folderInPlaceOfTheFileIsLogged()
+{
+    QVERIFY(QDir().mkpath(file()));
+    const LogCapture log;
+    m_database->open();
+    QCOMPARE(log.lines().size(), 1);
+    QCOMPARE(m_database->status(*makePackage(3, {})), static_cast<int>(Package::UNKNOWN));
+}
+
+void InstalledPackageDatabaseTest::resetDeletesTheFileAndOpenMakesANewOne()
+{
+    m_database->open();
+    const PackagePointer package = makePackage(3, {});
+    m_database->record(*package, QStringLiteral("1.0"));
+    m_database->reset();
+    QVERIFY(!QFile::exists(file()));
+    QCOMPARE(m_database->status(*package), static_cast<int>(Package::UNKNOWN));
+    m_database->open();
+    QVERIFY(QFile::exists(file()));
+    QCOMPARE(m_database->status(*package), -1);
+}
+
+KAVO_TEST_MAIN(InstalledPackageDatabaseTest)
+#include "InstalledPackageDatabaseTest.moc"

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "packages/Package.h"
+
+namespace Kavo::Testing {
+
+inline Models::PackageVersionPointer
+makeVersion(const QString &text, const QStringList &depends = {}, const QStringList &log = {})
+{
+    auto version = Models::PackageVersionPointer::create();
+    version->version = text;
+    version->depends = depends;
+    version->log = log;
+    return version;
+}
+
+/// A package as the catalogue brings it; the versions are given newest first.
+inline Models::PackagePointer makePackage(int id,
+                                          const QVector<Models::PackageVersionPointer> &versions,
+                                          const QString &name = QString())
+{
+    auto package = Models::PackagePointer::create();
+    package->setId(id);
+    package->setName(name.isEmpty() ? QStringLiteral("package-%1").arg(id) : name);
+    package->setVersions(versions);
+    package->setState(Models::Package::AVAILABLE);
+    return package;
+}
+
+} // namespace Kavo::Testing

@@ -1,0 +1,375 @@
+#include "packages/PackageFiles.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ScratchProfile.h"
+#include "tests/support/TestMain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTest>
+
+#include <memory>
+
+using namespace Kavo::Models;
+using Kavo::Testing::LogCapture;
+using Kavo::Testing::ScratchProfile;
+
+namespace {
+
+void write(const QString &path, const QByteArray &content)
+{
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(content);
+}
+
+QByteArray read(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
+} // namespace
+
+class PackageFilesTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void listedFilesAndFoldersAreRemoved();
+    void entriesThatLeaveTheSimulatorAreSkipped_data();
+    void entriesThatLeaveTheSimulatorAreSkipped();
+    void pathThroughALinkOutIsSkipped();
+    void linkedFolderLosesTheLinkOnly();
+    void linkToNowhereIsRemoved();
+    void linkInsideARemovedFolderIsNotFollowed();
+    void loopOfLinksEnds();
+    void ownLinkOnTheWayToTheExtractFolderIsFollowed();
+    void entryThatIsNotThereIsPassedOver();
+
+    void preservedFileComesBackAndItsCopyGoes();
+    void preservedFileThatTheArchiveBringsIsNotOverwrittenNorLost();
+    void stalePreservedCopyIsNotOverwritten();
+    void preservedFolderMakesOnlyItsParent();
+    void preserveEntriesThatLeaveTheSimulatorAreSkipped();
+    void copyThatAlreadyStandsInItsPlaceIsGivenUp();
+
+    void backupIsMadeOnceAndPutBackOnRemoval();
+    void firstBackupIsNeverOverwritten();
+    void backupIsKeptWhileItsPlaceIsTaken();
+    void backupFolderMakesOnlyItsParent();
+    void backupThroughALinkOutOfTheBackupFolderIsSkipped();
+
+    void extractFolder_data();
+    void extractFolder();
+
+private:
+    PackageFiles files() const { return PackageFiles(m_folders, *m_version); }
+    QString simulator(const QString &path) const { return m_folders.installation + path; }
+
+    std::unique_ptr<ScratchProfile> m_profile;
+    PackageFolders m_folders;
+    PackageVersionPointer m_version;
+};
+
+void PackageFilesTest::init()
+{
+    m_profile = std::make_unique<ScratchProfile>();
+    m_folders = {m_profile->simulatorFolder(), m_profile->preserveFolder(),
+                 m_profile->backupFolder()};
+    m_version = PackageVersionPointer::create();
+}
+
+void PackageFilesTest::cleanup()
+{
+    m_profile.reset();
+}
+
+void PackageFilesTest::listedFilesAndFoldersAreRemoved()
+{
+    write(simulator(QStringLiteral("a/own.txt")), "own");
+    write(simulator(QStringLiteral("a/other.txt")), "other");
+    write(simulator(QStringLiteral("b/deep/.hidden")), "own");
+    m_version->uninstall->remove = QStringList{QStringLiteral("a/own.txt"), QStringLiteral("b/")};
+    const LogCapture log;
+    files().remove();
+    QVERIFY(!QFile::exists(simulator(QStringLiteral("a/own.txt"))));
+    QVERIFY(!QFile::exists(simulator(QStringLiteral("b"))));
+    QCOMPARE(read(simulator(QStringLiteral("a/other.txt"))), QByteArray("other"));
+    QCOMPARE(log.lines(),
+             QStringList{QStringLiteral("Removing directory : ") + simulator(QStringLiteral("b"))});
+}
+
+void PackageFilesTest::entriesThatLeaveTheSimulatorAreSkipped_data()
+{
+    QTest::addColumn<QString>("entry");
+    QTest::newRow("empty: the whole simulator") << "";
+    QTest::newRow("dot: the whole simulator") << ".";
+    QTest::newRow("parent") << "../outside";
+    QTest::newRow("parent by way of a child") << "a/../../outside";
+    QTest::newRow("two up") << "../..";
+    QTest::newRow("absolute") << "@OUTSIDE@";
+}
+
+void PackageFilesTest::entriesThatLeaveTheSimulatorAreSkipped()
+{
+    QFETCH(QString, entry);
+    const QString outside = m_profile->folder(QStringLiteral("outside"));
+    write(outside + QStringLiteral("victim.txt"), "theirs");
+    write(simulator(QStringLiteral("a/mine.txt")), "mine");
+    entry.replace(QStringLiteral("@OUTSIDE@"), outside);
+
+    m_version->uninstall->remove = QStringList{entry, QStringLiteral("a/mine.txt")};
+    const LogCapture log;
+    files().remove();
+    QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
+    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
+    QVERIFY(QFileInfo::exists(m_folders.installation));
+    // The rest of the list goes on.
+    QVERIFY(!QFile::exists(simulator(QStringLiteral("a/mine.txt"))));
+}
+
+void PackageFilesTest::pathThroughALinkOutIsSkipped()
+{
+    const QString outside = m_profile->folder(QStringLiteral("outside"));
+    write(outside + QStringLiteral("victim.txt"), "theirs");
+    QVERIFY(QFile::link(outside, simulator(QStringLiteral("link"))));
+    m_version->uninstall->remove = QStringList{QStringLiteral("link/victim.txt")};
+    const LogCapture log;
+    files().remove();
+    QVERIFY(log.contains(QStringLiteral("Skipping path : link/victim.txt")));
+    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
+}
+
+void PackageFilesTest::linkedFolderLosesTheLinkOnly()
+{
+    const QString outside = m_profile->folder(QStringLiteral("outside"));
+    write(outside + QStringLiteral("victim.txt"), "theirs");
+    QVERIFY(QFile::link(outside, simulator(QStringLiteral("link"))));
+    m_version->uninstall->remove = QStringList{QStringLiteral("link/")};
+    files().remove();
+    QVERIFY(!QFileInfo(simulator(QStringLiteral("link"))).isSymLink());
+    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
+}
+
+void PackageFilesTest::linkToNowhereIsRemoved()
+{
+    QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), simulator(QStringLiteral("link"))));
+    m_version->uninstall->remove = QStringList{QStringLiteral("link")};
+    files().remove();
+    QVERIFY(!QFileInfo(simulator(QStringLiteral("link"))).isSymLink());
+}
+
+void PackageFilesTest::linkInsideARemovedFolderIsNotFollowed()
+{
+    const QString outside = m_profile->folder(QStringLiteral("outside"));
+    write(outside + QStringLiteral("victim.txt"), "theirs");
+    write(simulator(QStringLiteral("a/own.txt")), "own");
+    QVERIFY(QFile::link(outside, simulator(QStringLiteral("a/link"))));
+    m_version->uninstall->remove = QStringList{QStringLiteral("a")};
+    files().remove();
+    QVERIFY(!QFile::exists(simulator(QStringLiteral("a"))));
+    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
+}
+
+void PackageFilesTest::loopOfLinksEnds()
+{
+    write(simulator(QStringLiteral("a/own.txt")), "own");
+    QVERIFY(QFile::link(QStringLiteral(".."), simulator(QStringLiteral("a/loop"))));
+    m_version->uninstall->remove = QStringList{QStringLiteral("a")};
+    files().remove();
+    QVERIFY(!QFile::exists(simulator(QStringLiteral("a"))));
+    QVERIFY(QFileInfo::exists(m_folders.installation));
+}
+
+void PackageFilesTest::ownLinkOnTheWayToTheExtractFolderIsFollowed()
+{
+    const QString disk = m_profile->folder(QStringLiteral("second disk"));
+    write(disk + QStringLiteral("Field/own.txt"), "own");
+    write(disk + QStringLiteral("Other/other.txt"), "other");
+    QVERIFY(QFile::link(disk, simulator(QStringLiteral("Custom Scenery"))));
+    m_version->install->extract = QStringLiteral("Custom Scenery");
+    m_version->uninstall->remove = QStringList{QStringLiteral("Custom Scenery/Field")};
+    files().remove();
+    QVERIFY(!QFile::exists(disk + QStringLiteral("Field")));
+    QCOMPARE(read(disk + QStringLiteral("Other/other.txt")), QByteArray("other"));
+}
+
+void PackageFilesTest::entryThatIsNotThereIsPassedOver()
+{
+    m_version->uninstall->remove = QStringList{QStringLiteral("missing/file")};
+    const LogCapture log;
+    files().remove();
+    QVERIFY(log.lines().isEmpty());
+}
+
+void PackageFilesTest::preservedFileComesBackAndItsCopyGoes()
+{
+    const QString path = simulator(QStringLiteral("plugin/settings.ini"));
+    const QString parked = m_folders.preserve + QStringLiteral("plugin/settings.ini");
+    write(path, "user's");
+    m_version->install->preserve = QStringList{QStringLiteral("plugin/settings.ini")};
+    files().preserve();
+    QCOMPARE(read(parked), QByteArray("user's"));
+    QVERIFY(QDir(simulator(QStringLiteral("plugin"))).removeRecursively());
+    files().restorePreserved();
+    QCOMPARE(read(path), QByteArray("user's"));
+    QVERIFY(!QFile::exists(parked));
+}
+
+void PackageFilesTest::preservedFileThatTheArchiveBringsIsNotOverwrittenNorLost()
+{
+    const QString path = simulator(QStringLiteral("settings.ini"));
+    const QString parked = m_folders.preserve + QStringLiteral("settings.ini");
+    write(path, "user's");
+    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
+    files().preserve();
+    write(path, "archive's");
+    const LogCapture log;
+    files().restorePreserved();
+    QCOMPARE(read(path), QByteArray("archive's"));
+    QCOMPARE(read(parked), QByteArray("user's"));
+    QVERIFY(log.contains(QStringLiteral("Copy failed : %1 -> %2").arg(parked, path)));
+}
+
+void PackageFilesTest::stalePreservedCopyIsNotOverwritten()
+{
+    const QString parked = m_folders.preserve + QStringLiteral("settings.ini");
+    write(parked, "from before");
+    write(simulator(QStringLiteral("settings.ini")), "of today");
+    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
+    files().preserve();
+    QCOMPARE(read(parked), QByteArray("from before"));
+}
+
+void PackageFilesTest::preservedFolderMakesOnlyItsParent()
+{
+    write(simulator(QStringLiteral("plugin/data/file.txt")), "user's");
+    m_version->install->preserve = QStringList{QStringLiteral("plugin/data")};
+    files().preserve();
+    QVERIFY(QFileInfo(m_folders.preserve + QStringLiteral("plugin")).isDir());
+    QVERIFY(!QFile::exists(m_folders.preserve + QStringLiteral("plugin/data")));
+
+    QVERIFY(QDir().mkpath(m_folders.preserve + QStringLiteral("plugin/data")));
+    QVERIFY(QDir(simulator(QStringLiteral("plugin"))).removeRecursively());
+    files().restorePreserved();
+    QVERIFY(QFileInfo(simulator(QStringLiteral("plugin"))).isDir());
+    QVERIFY(!QFile::exists(simulator(QStringLiteral("plugin/data"))));
+}
+
+void PackageFilesTest::preserveEntriesThatLeaveTheSimulatorAreSkipped()
+{
+    const QString outside = m_profile->folder(QStringLiteral("outside"));
+    write(outside + QStringLiteral("secret"), "theirs");
+    QVERIFY(QFile::link(outside, simulator(QStringLiteral("link"))));
+    const QStringList entries{QString(), QStringLiteral("../outside/secret"),
+                              outside + QStringLiteral("secret"), QStringLiteral("link/secret")};
+    m_version->install->preserve = entries;
+    const LogCapture log;
+    files().preserve();
+    for (const QString &entry : entries)
+        QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
+    QVERIFY(!QFile::exists(m_folders.preserve + QStringLiteral("link")));
+}
+
+void PackageFilesTest::copyThatAlreadyStandsInItsPlaceIsGivenUp()
+{
+    // As after a sudden end between the copy and the removal of its source.
+    const QString parked = m_folders.preserve + QStringLiteral("settings.ini");
+    write(parked, "user's");
+    write(simulator(QStringLiteral("settings.ini")), "user's");
+    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
+    files().restorePreserved();
+    QVERIFY(!QFile::exists(parked));
+    QCOMPARE(read(simulator(QStringLiteral("settings.ini"))), QByteArray("user's"));
+}
+
+void PackageFilesTest::backupIsMadeOnceAndPutBackOnRemoval()
+{
+    const QString path = simulator(QStringLiteral("lights.txt"));
+    const QString backup = m_folders.backup + QStringLiteral("lights.txt");
+    write(path, "original");
+    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
+    m_version->uninstall->remove = QStringList{QStringLiteral("lights.txt")};
+    files().backUp();
+    QCOMPARE(read(backup), QByteArray("original"));
+    write(path, "package's");
+    files().remove();
+    QCOMPARE(read(path), QByteArray("original"));
+    QVERIFY(!QFile::exists(backup));
+}
+
+void PackageFilesTest::firstBackupIsNeverOverwritten()
+{
+    const QString backup = m_folders.backup + QStringLiteral("lights.txt");
+    write(backup, "original");
+    write(simulator(QStringLiteral("lights.txt")), "package's");
+    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
+    files().backUp();
+    QCOMPARE(read(backup), QByteArray("original"));
+}
+
+void PackageFilesTest::backupIsKeptWhileItsPlaceIsTaken()
+{
+    const QString backup = m_folders.backup + QStringLiteral("lights.txt");
+    write(backup, "original");
+    write(simulator(QStringLiteral("lights.txt")), "package's");
+    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
+    files().remove();
+    QCOMPARE(read(simulator(QStringLiteral("lights.txt"))), QByteArray("package's"));
+    QCOMPARE(read(backup), QByteArray("original"));
+}
+
+void PackageFilesTest::backupFolderMakesOnlyItsParent()
+{
+    write(simulator(QStringLiteral("a/data/file.txt")), "original");
+    m_version->install->backup = QStringList{QStringLiteral("a/data")};
+    files().backUp();
+    QVERIFY(QFileInfo(m_folders.backup + QStringLiteral("a")).isDir());
+    QVERIFY(!QFile::exists(m_folders.backup + QStringLiteral("a/data")));
+}
+
+void PackageFilesTest::backupThroughALinkOutOfTheBackupFolderIsSkipped()
+{
+    const QString outside = m_profile->folder(QStringLiteral("outside"));
+    QVERIFY(QDir().mkpath(m_folders.backup));
+    QVERIFY(QFile::link(outside, m_folders.backup + QStringLiteral("a")));
+    write(simulator(QStringLiteral("a/file.txt")), "original");
+    m_version->install->backup = QStringList{QStringLiteral("a/file.txt")};
+    files().backUp();
+    QVERIFY(!QFile::exists(outside + QStringLiteral("file.txt")));
+}
+
+void PackageFilesTest::extractFolder_data()
+{
+    QTest::addColumn<QString>("extract");
+    QTest::addColumn<QString>("folder");
+    QTest::newRow("empty: the simulator") << ""
+                                          << "@SIM@";
+    QTest::newRow("dot: the simulator") << "./"
+                                        << "@SIM@";
+    QTest::newRow("folder") << "Custom Scenery/"
+                            << "@SIM@/Custom Scenery";
+    QTest::newRow("parent") << ".."
+                            << "";
+    QTest::newRow("out by way of a child") << "a/../../b"
+                                           << "";
+    QTest::newRow("absolute") << "/etc"
+                              << "";
+}
+
+void PackageFilesTest::extractFolder()
+{
+    QFETCH(QString, extract);
+    QFETCH(QString, folder);
+    m_version->install->extract = extract;
+    folder.replace(QStringLiteral("@SIM@"), QDir::cleanPath(m_folders.installation));
+    QCOMPARE(files().extractFolder(), folder);
+}
+
+KAVO_TEST_MAIN(PackageFilesTest)
+#include "PackageFilesTest.moc"

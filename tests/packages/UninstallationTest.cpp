@@ -1,0 +1,170 @@
+#include "tests/packages/Engine.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TestMain.h"
+
+#include <QTest>
+
+#include <memory>
+
+using namespace Kavo::Models;
+using namespace Kavo::Testing;
+
+class UninstallationTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { m_engine = std::make_unique<Engine>(); }
+    void cleanup() { m_engine.reset(); }
+
+    void filesGoAndTheRecordStays();
+    void rulesAreThoseOfTheInstalledVersion();
+    void dependentsGoFirst();
+    void sharedDependentsGoOnce();
+    void packagesThatNeedEachOtherAreBothRemoved();
+    void busyPackageIsLeftAlone();
+    void otherPeoplesFilesStay();
+    void removalOfAnUpdatablePackageClearsItsMark();
+
+private:
+    Offer removable(int id, const QStringList &depends = {}) const;
+    QVector<int> removalOrder(const QVector<int> &ids);
+
+    std::unique_ptr<Engine> m_engine;
+};
+
+Offer UninstallationTest::removable(int id, const QStringList &depends) const
+{
+    Offer offer{id};
+    offer.depends = depends;
+    offer.remove = QStringList{QStringLiteral("package-%1").arg(id)};
+    return offer;
+}
+
+/// Installs the packages in order, uninstalls the first and returns which went in which order.
+QVector<int> UninstallationTest::removalOrder(const QVector<int> &ids)
+{
+    QVector<int> order;
+    const QObject context;
+    for (const int id : ids) {
+        m_engine->install(id);
+        if (!m_engine->waitForState(id, Package::INSTALLED) || !m_engine->waitUntilSettled(id))
+            return {};
+        connect(m_engine->package(id).data(), &Package::stateChanged, &context,
+                [&order, id](Package::State state) {
+                    if (state == Package::AVAILABLE)
+                        order.append(id);
+                });
+    }
+    m_engine->controller().uninstall(m_engine->package(ids.first()));
+    return order;
+}
+
+void UninstallationTest::filesGoAndTheRecordStays()
+{
+    m_engine->offer(removable(7));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    QVector<Package::State> states;
+    connect(m_engine->package(7).data(), &Package::stateChanged, this,
+            [&states](Package::State state) { states.append(state); });
+    m_engine->controller().uninstall(m_engine->package(7));
+    QCOMPARE(states, (QVector<Package::State>{Package::UNINSTALLING, Package::AVAILABLE}));
+    QVERIFY(!QFile::exists(m_engine->simulator(QStringLiteral("package-7"))));
+    QCOMPARE(m_engine->recordedStatus(7), 0);
+    QCOMPARE(m_engine->recordedVersion(7), QStringLiteral("1.0"));
+    QVERIFY(m_engine->controller().installedVersion(m_engine->package(7)).isEmpty());
+    QVERIFY(!m_engine->controller().isBusy());
+}
+
+void UninstallationTest::rulesAreThoseOfTheInstalledVersion()
+{
+    Offer older{7, QStringLiteral("1.0")};
+    older.remove = QStringList{Engine::fileOf(7)};
+    Offer newer{7, QStringLiteral("2.0")};
+    newer.remove = QStringList{QStringLiteral("of the new version")};
+    m_engine->offer(older);
+    m_engine->offer(newer);
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.0")));
+    QVERIFY(writeFile(m_engine->simulator(QStringLiteral("of the new version")), "stays"));
+    m_engine->controller().uninstall(m_engine->package(7));
+    QVERIFY(!QFile::exists(m_engine->simulator(Engine::fileOf(7))));
+    QVERIFY(QFile::exists(m_engine->simulator(QStringLiteral("of the new version"))));
+}
+
+void UninstallationTest::dependentsGoFirst()
+{
+    m_engine->offer(removable(1));
+    m_engine->offer(removable(2, {QStringLiteral("1")}));
+    m_engine->offer(removable(3, {QStringLiteral("2")}));
+    m_engine->offer(removable(4));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(4));
+    QCOMPARE(removalOrder({1, 2, 3}), (QVector<int>{3, 2, 1}));
+    for (const int id : {1, 2, 3})
+        QVERIFY(!QFile::exists(m_engine->simulator(Engine::fileOf(id))));
+    QCOMPARE(m_engine->package(4)->state(), Package::INSTALLED);
+    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(4))));
+}
+
+void UninstallationTest::sharedDependentsGoOnce()
+{
+    m_engine->offer(removable(1));
+    m_engine->offer(removable(2, {QStringLiteral("1")}));
+    m_engine->offer(removable(3, {QStringLiteral("1"), QStringLiteral("2")}));
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(removalOrder({1, 2, 3}), (QVector<int>{3, 2, 1}));
+}
+
+void UninstallationTest::packagesThatNeedEachOtherAreBothRemoved()
+{
+    m_engine->offer(removable(1, {QStringLiteral("2")}));
+    m_engine->offer(removable(2, {QStringLiteral("1")}));
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(removalOrder({1, 2}), (QVector<int>{2, 1}));
+}
+
+void UninstallationTest::busyPackageIsLeftAlone()
+{
+    m_engine->offer(removable(7));
+    QVERIFY(m_engine->refresh());
+    m_engine->server().resource(QStringLiteral("/package-7-1.0.zip")).holdsGet = true;
+    m_engine->install(7);
+    QVERIFY(m_engine->waitForState(7, Package::DOWNLOADING));
+    const LogCapture log;
+    m_engine->controller().uninstall(m_engine->package(7));
+    QCOMPARE(m_engine->package(7)->state(), Package::DOWNLOADING);
+    QVERIFY(log.contains(QStringLiteral("Package is busy : package-7")));
+    m_engine->server().release(QStringLiteral("/package-7-1.0.zip"));
+    QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(7));
+}
+
+void UninstallationTest::otherPeoplesFilesStay()
+{
+    QVERIFY(writeFiles(m_engine->profile().simulatorFolder(),
+                       {{QStringLiteral("Custom Scenery/Mine/apt.dat"), "mine"},
+                        {QStringLiteral("package-70/file.txt"), "mine"},
+                        {QStringLiteral("Output/preferences/a.prf"), "mine"}}));
+    const auto before = fileTree(m_engine->profile().simulatorFolder());
+    m_engine->offer(removable(7));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    m_engine->controller().uninstall(m_engine->package(7));
+    QCOMPARE(fileTree(m_engine->profile().simulatorFolder()), before);
+}
+
+void UninstallationTest::removalOfAnUpdatablePackageClearsItsMark()
+{
+    m_engine->offer({7, QStringLiteral("1.0")});
+    m_engine->offer({7, QStringLiteral("2.0")});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.0")));
+    QVERIFY(m_engine->package(7)->isUpdateAvailable());
+    m_engine->controller().uninstall(m_engine->package(7));
+    QVERIFY(!m_engine->package(7)->isUpdateAvailable());
+}
+
+KAVO_TEST_MAIN(UninstallationTest)
+#include "UninstallationTest.moc"

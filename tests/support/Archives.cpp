@@ -1,0 +1,158 @@
+#include "tests/support/Archives.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <unistd.h>
+
+namespace Kavo::Testing {
+
+namespace {
+
+constexpr int BlockSize = 512;
+
+QString digest(const QByteArray &content)
+{
+    return QString::fromLatin1(
+        QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex());
+}
+
+QString linkTarget(const QString &path)
+{
+    QByteArray target(4096, '\0');
+    const ssize_t length = ::readlink(QFile::encodeName(path).constData(), target.data(),
+                                      static_cast<std::size_t>(target.size()));
+    return QFile::decodeName(target.left(static_cast<int>(std::max<ssize_t>(length, 0))));
+}
+
+QByteArray octal(qint64 number, int width)
+{
+    return QByteArray::number(number, 8).rightJustified(width - 1, '0') + '\0';
+}
+
+QByteArray tarHeader(const TarEntry &entry)
+{
+    const bool isFile = entry.kind == TarEntry::FILE;
+    QByteArray header;
+    header += entry.name.leftJustified(100, '\0', true);
+    header += octal(entry.kind == TarEntry::FOLDER ? 0755 : 0644, 8);
+    header += octal(0, 8) + octal(0, 8);
+    header += octal(isFile ? entry.content.size() : 0, 12);
+    header += octal(1684324800, 12);
+    header += QByteArray(8, ' ');
+    header += static_cast<char>(entry.kind);
+    header += (isFile ? QByteArray() : entry.content).leftJustified(100, '\0', true);
+    header += QByteArray("ustar\0"
+                         "00",
+                         8);
+    header = header.leftJustified(BlockSize, '\0');
+    qint64 sum = 0;
+    for (const char byte : qAsConst(header))
+        sum += static_cast<quint8>(byte);
+    return header.replace(148, 8, QByteArray::number(sum, 8).rightJustified(6, '0') + '\0' + ' ');
+}
+
+} // namespace
+
+bool writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
+           file.write(content) == content.size();
+}
+
+bool writeFiles(const QString &folder, const Files &files)
+{
+    bool written = QDir().mkpath(folder);
+    for (auto file = files.cbegin(); file != files.cend(); ++file) {
+        const QString path = folder + QDir::separator() + file.key();
+        if (file.key().endsWith(QLatin1Char('/')))
+            written = QDir().mkpath(path) && written;
+        else
+            written = writeFile(path, file.value()) && written;
+    }
+    return written;
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QByteArray();
+    const QByteArray content = file.readAll();
+    return content.isNull() ? QByteArray("") : content;
+}
+
+bool makeArchive(const QString &path, const Files &files, const QString &password)
+{
+    const QTemporaryDir folder;
+    if (!writeFiles(folder.path(), files))
+        return false;
+    QStringList arguments{QStringLiteral("a"), QStringLiteral("-bd"),
+                          QFileInfo(path).absoluteFilePath(), QStringLiteral(".")};
+    if (!password.isEmpty())
+        arguments.append(QStringLiteral("-p") + password);
+    QFile::remove(path);
+    QProcess process;
+    process.setWorkingDirectory(folder.path());
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start(QStringLiteral("/usr/bin/7z"), arguments);
+    return process.waitForFinished(-1) && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == 0;
+}
+
+bool makeTar(const QString &path, const QVector<TarEntry> &entries)
+{
+    QByteArray archive;
+    for (const TarEntry &entry : entries) {
+        archive += tarHeader(entry);
+        if (entry.kind != TarEntry::FILE)
+            continue;
+        const int blocks = (entry.content.size() + BlockSize - 1) / BlockSize;
+        archive += entry.content.leftJustified(blocks * BlockSize, '\0');
+    }
+    return writeFile(path, archive + QByteArray(2 * BlockSize, '\0'));
+}
+
+QMap<QString, QString> fileTree(const QString &folder)
+{
+    QMap<QString, QString> tree;
+    const QDir root(folder);
+    QDirIterator iterator(folder,
+                          QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                          QDirIterator::Subdirectories);
+    while (iterator.hasNext()) {
+        const QString path = iterator.next();
+        const QFileInfo info = iterator.fileInfo();
+        const QString name = root.relativeFilePath(path);
+        if (info.isSymLink())
+            tree.insert(name, QStringLiteral("-> ") + linkTarget(path));
+        else if (info.isDir())
+            tree.insert(name + QLatin1Char('/'), QString());
+        else
+            tree.insert(name, digest(readFile(path)));
+    }
+    return tree;
+}
+
+QMap<QString, QString> expectedTree(const Files &files)
+{
+    QMap<QString, QString> tree;
+    for (auto file = files.cbegin(); file != files.cend(); ++file) {
+        const QString &name = file.key();
+        for (int slash = name.indexOf(QLatin1Char('/')); slash >= 0;
+             slash = name.indexOf(QLatin1Char('/'), slash + 1))
+            tree.insert(name.left(slash + 1), QString());
+        if (!name.endsWith(QLatin1Char('/')))
+            tree.insert(name, digest(file.value()));
+    }
+    return tree;
+}
+
+} // namespace Kavo::Testing

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QByteArray>
+#include <QMap>
+#include <QMetaType>
+#include <QString>
+#include <QVector>
+
+namespace Kavo::Testing {
+
+/// Contents by relative path. A path that ends in a slash is an empty folder.
+using Files = QMap<QString, QByteArray>;
+
+/// Writes the files under a folder, which is made when missing. Returns success.
+bool writeFiles(const QString &folder, const Files &files);
+bool writeFile(const QString &path, const QByteArray &content);
+/// The whole of a file, null when it cannot be read.
+QByteArray readFile(const QString &path);
+
+/// Makes an archive with the real 7-Zip; the format follows the name (.7z, .zip, .tar). Encrypted
+/// when a password is given. Returns success.
+bool makeArchive(const QString &path, const Files &files, const QString &password = QString());
+
+/// One entry of a hand-made tar archive, with names as they stand: "../a" and "/a" included.
+struct TarEntry
+{
+    enum Kind : char {
+        FILE = '0',
+        HARD_LINK = '1',
+        LINK = '2',
+        FOLDER = '5',
+    };
+
+    Kind kind;
+    QByteArray name;
+    QByteArray content; ///< of links the target
+};
+
+/// Writes a tar archive with exactly these entries in this order. Returns success.
+bool makeTar(const QString &path, const QVector<TarEntry> &entries);
+
+/// What stands in a folder, by relative path: files with the SHA-256 of their content in
+/// hexadecimal, links with "-> " and their target, folders (their paths end in a slash) with an
+/// empty text. Links are not followed.
+QMap<QString, QString> fileTree(const QString &folder);
+
+/// What fileTree() returns for these files once they are written somewhere.
+QMap<QString, QString> expectedTree(const Files &files);
+
+} // namespace Kavo::Testing
+
+Q_DECLARE_METATYPE(QVector<Kavo::Testing::TarEntry>)

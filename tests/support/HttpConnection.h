@@ -1,0 +1,66 @@
+#pragma once
+
+#include "tests/support/HttpRequest.h"
+#include "tests/support/HttpResource.h"
+
+#include <QByteArray>
+#include <QObject>
+
+class QTcpSocket;
+
+namespace Kavo::Testing {
+
+class TestHttpServer;
+
+/// One client's connection to the test server: reads requests one after another, asks the server
+/// what lies under the path, and sends the answer piece by piece, so that a body never stands whole
+/// in memory.
+class HttpConnection final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Takes over the socket.
+    HttpConnection(QTcpSocket *socket, TestHttpServer *server);
+
+    /// Goes on with an answer to this path that was held.
+    void release(const QByteArray &path);
+
+private:
+    struct Answer
+    {
+        int status = 200;
+        QByteArray headers;
+        qint64 position = 0; ///< next byte of the body to send
+        qint64 end = 0;
+        qint64 sent = 0;
+        bool announcesLength = true;
+        bool chunked = false;
+        bool closes = false;
+    };
+
+    void readRequests();
+    void begin();
+    void prepareHead();
+    void prepareGet();
+    void prepareRange();
+    void compress();
+    void sendHead();
+    void pump();
+    void sendPiece();
+    bool stopsHere();
+    void reset();
+    void complete();
+
+    QTcpSocket *m_socket;
+    TestHttpServer *m_server;
+    QByteArray m_input;
+    HttpRequest m_request;
+    HttpResource m_resource;
+    Answer m_answer;
+    bool m_answering = false;
+    bool m_held = false;
+    bool m_headSent = false;
+};
+
+} // namespace Kavo::Testing

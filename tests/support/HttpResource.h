@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QPair>
+
+#include <optional>
+
+namespace Kavo::Testing {
+
+/// What the test server has under one path, and what goes wrong there. Everything is off by
+/// default: HEAD and GET then answer 200 with length and date, and Range is honoured with 206. All
+/// counts are bytes of the body of one answer.
+struct HttpResource
+{
+    QByteArray body;
+    /// A body of this size, made while it is sent; it counts instead of `body`.
+    std::optional<qint64> generatedSize;
+    /// The body from the second request on, be it HEAD or GET.
+    std::optional<QByteArray> laterBody;
+    QDateTime lastModified = QDateTime(QDate(2023, 5, 17), QTime(12, 0), Qt::UTC);
+    QList<QPair<QByteArray, QByteArray>> headers;
+
+    // Answers other than 200.
+    std::optional<int> headStatus; ///< HEAD answers this without length and date
+    std::optional<int> getStatus;  ///< GET answers this, with the body
+    QByteArray redirect;           ///< HEAD and GET answer 302 with this Location
+    bool redirectsOnlyGet = false;
+
+    // Headers that lie or are missing.
+    bool headWithoutLength = false;
+    bool headWithoutDate = false;
+    std::optional<qint64> headLength; ///< HEAD announces this length
+    bool getWithoutLength = false;    ///< the end of the connection ends the body
+    bool chunked = false;             ///< GET sends chunks instead of a length
+    bool compresses = false;          ///< GET answers in gzip when the request accepts it
+
+    // Ranges.
+    bool ignoresRange = false;    ///< 200 and the whole body
+    bool refusesRange = false;    ///< 416 with a page as its body
+    qint64 rangeDisplacement = 0; ///< 206 starts this much later than asked for
+
+    // Ends and pauses inside the body of a GET.
+    std::optional<qint64> cutAfter;   ///< the connection is closed in good order
+    std::optional<qint64> resetAfter; ///< the connection is reset
+    std::optional<qint64> holdAfter;  ///< the body pauses until TestHttpServer::release()
+    // Pauses before the answer, until TestHttpServer::release().
+    bool holdsHead = false;
+    bool holdsGet = false;
+
+    qint64 size() const { return generatedSize ? *generatedSize : body.size(); }
+    /// Bytes of the body; at most `length` of them.
+    QByteArray read(qint64 offset, qint64 length) const;
+
+    /// The bytes of a generated body.
+    static QByteArray generated(qint64 offset, qint64 length);
+};
+
+/// The gzip form of a text.
+QByteArray gzipped(const QByteArray &bytes);
+
+} // namespace Kavo::Testing

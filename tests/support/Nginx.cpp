@@ -1,0 +1,132 @@
+#include "tests/support/Nginx.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QHostAddress>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QtTest>
+
+#include <unistd.h>
+
+namespace Kavo::Testing {
+
+namespace {
+
+constexpr int StartLimit = 5000;
+
+QString program()
+{
+    return QStringLiteral("/usr/sbin/nginx");
+}
+
+quint16 freePort()
+{
+    QTcpServer probe;
+    return probe.listen(QHostAddress::LocalHost) ? probe.serverPort() : quint16(0);
+}
+
+} // namespace
+
+Nginx::Nginx()
+{
+    QDir(m_root.path()).mkpath(QStringLiteral("www"));
+    // Another process may take the port between the probe and the start.
+    constexpr int Attempts = 5;
+    for (int attempt = 0; attempt < Attempts; ++attempt) {
+        m_port = freePort();
+        if (start())
+            return;
+    }
+}
+
+Nginx::~Nginx()
+{
+    stop();
+}
+
+bool Nginx::isInstalled()
+{
+    return QFile::exists(program());
+}
+
+QString Nginx::folder() const
+{
+    return m_root.filePath(QStringLiteral("www/"));
+}
+
+QString Nginx::url(const QString &path) const
+{
+    return QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path);
+}
+
+void Nginx::stop()
+{
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.terminate();
+    if (!m_process.waitForFinished(StartLimit)) {
+        m_process.kill();
+        m_process.waitForFinished(StartLimit);
+    }
+}
+
+bool Nginx::restart()
+{
+    stop();
+    return start();
+}
+
+bool Nginx::start()
+{
+    writeConfiguration();
+    m_process.setStandardErrorFile(m_root.filePath(QStringLiteral("stderr.txt")));
+    m_process.start(program(), {QStringLiteral("-p"), m_root.path(), QStringLiteral("-c"),
+                                m_root.filePath(QStringLiteral("nginx.conf")), QStringLiteral("-e"),
+                                QStringLiteral("stderr")});
+    if (m_process.waitForStarted(StartLimit) && waitForAnswer())
+        return true;
+    stop();
+    return false;
+}
+
+void Nginx::writeConfiguration() const
+{
+    // One process instead of a master with workers: nothing can outlive it.
+    QByteArray text = "daemon off;\nmaster_process off;\npid nginx.pid;\n";
+    // Otherwise it would change to an account that cannot enter the temporary folder.
+    if (::geteuid() == 0)
+        text += "user root;\n";
+    text += "events { worker_connections 64; }\n"
+            "http {\n"
+            "  access_log off;\n"
+            "  types { }\n"
+            "  default_type application/octet-stream;\n"
+            "  client_body_temp_path tmp; proxy_temp_path tmp; fastcgi_temp_path tmp;\n"
+            "  uwsgi_temp_path tmp; scgi_temp_path tmp;\n"
+            "  server { listen 127.0.0.1:" +
+            QByteArray::number(m_port) +
+            "; root www; }\n"
+            "}\n";
+    QFile file(m_root.filePath(QStringLiteral("nginx.conf")));
+    if (file.open(QIODevice::WriteOnly))
+        file.write(text);
+}
+
+bool Nginx::waitForAnswer() const
+{
+    const QDeadlineTimer deadline(StartLimit);
+    while (!deadline.hasExpired()) {
+        QTcpSocket socket;
+        socket.connectToHost(QHostAddress::LocalHost, m_port);
+        if (socket.waitForConnected(100))
+            return true;
+        // A refused connection returns at once; the process ends when it cannot have the port.
+        if (const_cast<QProcess &>(m_process).waitForFinished(20))
+            return false;
+    }
+    return false;
+}
+
+} // namespace Kavo::Testing

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+
+namespace Kavo::Testing {
+
+/// Debian's nginx on a free loopback port, serving a folder of its own. It runs as long as the
+/// object lives and keeps all its files in a temporary folder. Construction blocks until it
+/// answers; isRunning() is false when it could not be started. Never restarts by itself.
+class Nginx final
+{
+public:
+    Nginx();
+    ~Nginx();
+    Q_DISABLE_COPY_MOVE(Nginx)
+
+    static bool isInstalled();
+
+    bool isRunning() const { return m_process.state() == QProcess::Running; }
+    /// The folder that is served, with a trailing separator; put files here.
+    QString folder() const;
+    /// Address of a file; the path begins with a slash.
+    QString url(const QString &path) const;
+
+    /// Ends the server; addresses refuse connections from then on.
+    void stop();
+    /// Starts it on the port it had before. Returns whether it answers.
+    bool restart();
+
+private:
+    bool start();
+    void writeConfiguration() const;
+    bool waitForAnswer() const;
+
+    QTemporaryDir m_root;
+    QProcess m_process;
+    quint16 m_port = 0;
+};
+
+} // namespace Kavo::Testing

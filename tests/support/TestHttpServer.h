@@ -1,0 +1,74 @@
+#pragma once
+
+#include "tests/support/HttpRequest.h"
+#include "tests/support/HttpResource.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QTcpServer>
+
+namespace Kavo::Testing {
+
+/// A small HTTP/1.1 server on a loopback port that the system chooses. It serves what the test puts
+/// under a path, goes wrong the way the resource says, and remembers every request.
+///
+///     TestHttpServer server;
+///     server.serve("/a.7z", body).cutAfter = 1000;
+///     ... server.url("/a.7z") ...
+///     QCOMPARE(server.log(), QStringList({"HEAD /a.7z", "GET /a.7z"}));
+///
+/// It works on the thread of its creator, so it answers only while an event loop runs. Connections
+/// are kept alive. A path without a resource answers 404 with a short page.
+class TestHttpServer final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TestHttpServer(QObject *parent = nullptr);
+
+    /// Puts a body under a path, in the place of what was there; the reference is valid until the
+    /// next resource is put.
+    HttpResource &serve(const QString &path, const QByteArray &body);
+    /// The same with a body of any size that is made while it is sent.
+    HttpResource &serveGenerated(const QString &path, qint64 size);
+    HttpResource &resource(const QString &path);
+    void removeResource(const QString &path);
+
+    QString url(const QString &path) const;
+    /// The same file under another host name.
+    QString otherHostUrl(const QString &path) const;
+    /// An address where connections are refused.
+    static QString refusingUrl(const QString &path);
+
+    /// Lets answers to this path go on, those that wait and those to come.
+    void release(const QString &path);
+
+    const QList<HttpRequest> &requests() const { return m_requests; }
+    QList<HttpRequest> requests(const QString &path) const;
+    /// The last request of this method for this path, empty when there was none.
+    HttpRequest last(const QByteArray &method, const QString &path) const;
+    /// Method and path of every request, in order of arrival.
+    QStringList log() const;
+    void forgetRequests();
+    /// Runs the event loop until so many requests have come; false when that takes longer.
+    bool waitForRequests(int count, int milliseconds = 5000) const;
+
+    /// For connections: remembers a request and returns what lies under its path.
+    HttpResource receive(const HttpRequest &request);
+
+signals:
+    void received();
+
+private:
+    void acceptConnections();
+
+    QTcpServer m_server;
+    QHash<QByteArray, HttpResource> m_resources;
+    QHash<QByteArray, int> m_requestCounts;
+    QList<HttpRequest> m_requests;
+};
+
+} // namespace Kavo::Testing
