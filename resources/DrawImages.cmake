@@ -1,0 +1,49 @@
+# Drawing at build time: SVG in, PNG or GIF out.
+
+find_program(RSVG_CONVERT rsvg-convert)
+if(NOT RSVG_CONVERT)
+  message(FATAL_ERROR "rsvg-convert is missing: install the Debian package librsvg2-bin.")
+endif()
+find_program(IMAGEMAGICK_CONVERT NAMES convert-im6.q16 convert)
+if(NOT IMAGEMAGICK_CONVERT)
+  message(FATAL_ERROR "ImageMagick is missing: install the Debian package imagemagick.")
+endif()
+# The lettering of the drawings is set in Manrope, found through fontconfig like any system font.
+
+# kavo_draw(output source width): draws images/<source> into the PNG file `output`.
+function(kavo_draw output source width)
+  get_filename_component(folder "${output}" DIRECTORY)
+  set(drawing "${CMAKE_CURRENT_SOURCE_DIR}/images/${source}")
+  add_custom_command(
+    OUTPUT "${output}"
+    COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}"
+    COMMAND "${RSVG_CONVERT}" --keep-aspect-ratio --width=${width} --output "${output}" "${drawing}"
+    DEPENDS "${drawing}"
+    VERBATIM)
+endfunction()
+
+# kavo_draw_image(name source width): a PNG of the compiled resources; its path is added to the
+# folder's list KAVO_IMAGES.
+function(kavo_draw_image name source width)
+  set(output "${CMAKE_CURRENT_BINARY_DIR}/images/${name}")
+  kavo_draw("${output}" "${source}" ${width})
+  set_property(DIRECTORY APPEND PROPERTY KAVO_IMAGES "${output}")
+endfunction()
+
+# kavo_draw_animation(name template): a GIF of the compiled resources, likewise.
+function(kavo_draw_animation name template)
+  set(output "${CMAKE_CURRENT_BINARY_DIR}/images/${name}")
+  set(drawing "${CMAKE_CURRENT_SOURCE_DIR}/images/${template}")
+  set(script "${CMAKE_CURRENT_SOURCE_DIR}/DrawLoading.cmake")
+  add_custom_command(
+    OUTPUT "${output}"
+    COMMAND ${CMAKE_COMMAND} -E make_directory "${CMAKE_CURRENT_BINARY_DIR}/images"
+    COMMAND ${CMAKE_COMMAND}
+            "-DTEMPLATE=${drawing}" "-DFRAMES=${CMAKE_CURRENT_BINARY_DIR}/frames"
+            "-DOUTPUT=${output}" "-DRSVG_CONVERT=${RSVG_CONVERT}"
+            "-DIMAGEMAGICK_CONVERT=${IMAGEMAGICK_CONVERT}" -P "${script}"
+    DEPENDS "${drawing}" "${script}"
+    COMMENT "Drawing ${name}"
+    VERBATIM)
+  set_property(DIRECTORY APPEND PROPERTY KAVO_IMAGES "${output}")
+endfunction()

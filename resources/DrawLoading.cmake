@@ -1,0 +1,25 @@
+# Draws the frames of the loading animation from its one drawing and joins them to a GIF.
+# Given: TEMPLATE, FRAMES (folder for the frames), OUTPUT, RSVG_CONVERT, IMAGEMAGICK_CONVERT.
+
+set(frame_count 24)
+math(EXPR step "360 / ${frame_count}")
+file(READ "${TEMPLATE}" template)
+file(MAKE_DIRECTORY "${FRAMES}")
+
+set(frames "")
+math(EXPR last "${frame_count} - 1")
+foreach(index RANGE ${last})
+  math(EXPR angle "${index} * ${step}")
+  string(REPLACE "@ANGLE@" "${angle}" drawing "${template}")
+  set(frame "${FRAMES}/${index}")
+  file(WRITE "${frame}.svg" "${drawing}")
+  execute_process(
+    COMMAND "${RSVG_CONVERT}" --output "${frame}.png" "${frame}.svg"
+    COMMAND_ERROR_IS_FATAL ANY)
+  list(APPEND frames "${frame}.png")
+endforeach()
+
+# 4 hundredths of a second a frame: one turn takes about a second.
+execute_process(
+  COMMAND "${IMAGEMAGICK_CONVERT}" -dispose Background -delay 4 -loop 0 ${frames} "${OUTPUT}"
+  COMMAND_ERROR_IS_FATAL ANY)
