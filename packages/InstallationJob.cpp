@@ -30,6 +30,8 @@ void InstallationJob::onProcessChanged(Download::Process process)
         emit recordable();
         break;
     case Download::Process::Finished:
+        // A download that stays queued may be announced again; its archive is taken once.
+        disconnect(m_download.data(), &Download::processChanged, this, nullptr);
         m_package->setState(Package::INSTALLING);
         emit recordable();
         emit downloaded();

@@ -9,17 +9,6 @@
 
 namespace Kavo::Models {
 
-namespace {
-
-bool hasFailed(const Package &package)
-{
-    const Package::State state = package.state();
-    return state == Package::INSTALL_ERROR || state == Package::DOWNLOAD_ERROR ||
-           state == Package::DEPENDENCY_ERROR;
-}
-
-} // namespace
-
 InstallationQueue::InstallationQueue(const Catalogue &catalogue, Settings settings,
                                      QSharedPointer<ArchiveClaims> claims, QObject *parent)
     : QObject(parent)
@@ -32,9 +21,9 @@ InstallationQueue::~InstallationQueue()
 {
     if (!m_busy)
         return;
+    // No event loop will deliver the result any more, but the files are on the disk. Asking for the
+    // result waits for it.
     m_watcher.disconnect();
-    m_watcher.waitForFinished();
-    // No event loop will deliver the result any more, but the files are on the disk.
     m_pending.clear();
     takeResult(m_watcher.result());
 }
@@ -99,7 +88,7 @@ InstallationQueue::Verdict InstallationQueue::examine(const Entry &entry) const
     for (const QString &text : entry.version->depends) {
         const PackagePointer dependency =
             m_catalogue.resolve(DependencyEntry::parse(text).packageId);
-        if (!dependency || hasFailed(*dependency))
+        if (!dependency || Package::isError(dependency->state()))
             return Verdict::FAIL;
         // The last one listed decides.
         verdict = dependency->state() == Package::INSTALLED ? Verdict::START : Verdict::WAIT;

@@ -10,6 +10,11 @@ void Package::setState(State state)
         emit stateChanged(state);
 }
 
+bool Package::isError(State state)
+{
+    return state == INSTALL_ERROR || state == DOWNLOAD_ERROR || state == DEPENDENCY_ERROR;
+}
+
 bool Package::isBusy() const
 {
     const State state = m_state;

@@ -73,6 +73,7 @@ public:
     State state() const { return m_state; }
     /// Stores the state and announces it, unless it is the present one.
     void setState(State state);
+    static bool isError(State state);
     /// Preparing, downloading, installing or uninstalling.
     bool isBusy() const;
 

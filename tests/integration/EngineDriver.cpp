@@ -13,6 +13,9 @@
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
+#include <QTimer>
+
+#include <chrono>
 
 using namespace Kavo;
 using Controllers::PackageController;
@@ -20,6 +23,8 @@ using Models::Package;
 using Models::PackagePointer;
 
 namespace {
+
+constexpr std::chrono::milliseconds LookInterval{10};
 
 QSharedPointer<Settings> makeSettings(const QString &simulator)
 {
@@ -55,19 +60,14 @@ void installAll(PackageController &controller, const QStringList &ids)
             QCoreApplication::exit(2);
             return;
         }
-        // The result handler is still to run when the state changes: look once it has.
-        QObject::connect(
-            package.data(), &Package::stateChanged, &controller,
-            [&controller, ids] {
-                QMetaObject::invokeMethod(
-                    &controller, [&controller, ids] { endWhenSettled(controller, ids); },
-                    Qt::QueuedConnection);
-            },
-            Qt::QueuedConnection);
         QString version;
         controller.install(package, version);
     }
-    endWhenSettled(controller, ids);
+    // The state of a package changes before its result is recorded; only looking again tells.
+    auto *look = new QTimer(&controller);
+    QObject::connect(look, &QTimer::timeout, &controller,
+                     [&controller, ids] { endWhenSettled(controller, ids); });
+    look->start(LookInterval);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "tests/packages/Engine.h"
 #include "tests/support/TestMain.h"
 
+#include <QFileInfo>
 #include <QProcess>
 #include <QTest>
 
@@ -21,6 +22,7 @@ private slots:
     void chainStartsTheDeepestDownloadFirstAndWaits();
     void dependantWaitsWhileItsDependencyDownloads();
     void everyDependantOfAFailedDownloadEnds();
+    void dependantThatWaitsEndsWhenTheDownloadFails();
     void dependantOfAFailedInstallationEnds();
     void unknownDependencyEndsThePackage();
     void onlyTheLastDependencyHoldsAPackageBack();
@@ -149,6 +151,24 @@ void InstallationQueueTest::everyDependantOfAFailedDownloadEnds()
     QCOMPARE(m_engine->package(3)->state(), Package::DOWNLOAD_ERROR);
     QCOMPARE(m_engine->recordedStatus(1), 8);
     QCOMPARE(m_engine->recordedStatus(2), 8);
+}
+
+void InstallationQueueTest::dependantThatWaitsEndsWhenTheDownloadFails()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2")};
+    m_engine->offer(dependant);
+    m_engine->offer({2});
+    QVERIFY(m_engine->refresh());
+    HttpResource &archive = m_engine->server().resource(QStringLiteral("/package-2-1.0.zip"));
+    archive.holdAfter = 10;
+    archive.resetAfter = 20;
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLING));
+    QTRY_COMPARE(QFileInfo(m_engine->cached(QStringLiteral("package-2-1.0.zip"))).size(), 10);
+    m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
+    QVERIFY(m_engine->waitForState(1, Package::DEPENDENCY_ERROR));
+    QCOMPARE(m_engine->package(2)->state(), Package::DOWNLOAD_ERROR);
 }
 
 void InstallationQueueTest::dependantOfAFailedInstallationEnds()

@@ -62,6 +62,7 @@ private slots:
     void controllerWithoutDownloadManagerDoesNothing();
     void finishedProbeIsNotTakenForARunningDownload();
     void completeArchiveInTheCacheIsNotFetchedAgain();
+    void downloadAnnouncedAgainIsInstalledOnce();
     void interruptedDownloadGoesOnWhereItStopped();
     void packagesOfOneAddressShareOneTransfer();
     void archivesOfOneNameDoNotMix();
@@ -428,6 +429,22 @@ void PackageInstallationTest::completeArchiveInTheCacheIsNotFetchedAgain()
     QVERIFY(m_engine->installAndWait(7));
     QVERIFY(m_engine->server().log().filter(QStringLiteral("GET /package-7")).isEmpty());
     QTRY_COMPARE(*states, (States{Package::PREPARING, Package::INSTALLING, Package::INSTALLED}));
+}
+
+void PackageInstallationTest::downloadAnnouncedAgainIsInstalledOnce()
+{
+    m_engine->offer({7});
+    QVERIFY(m_engine->refresh());
+    const QByteArray body = m_engine->server().resource(QStringLiteral("/package-7-1.0.zip")).body;
+    QVERIFY(writeFile(m_engine->cached(QStringLiteral("package-7-1.0.zip")), body));
+    const LogCapture log;
+    m_engine->install(7);
+    const auto download =
+        m_engine->downloads()->find(m_engine->server().url(QStringLiteral("/package-7-1.0.zip")));
+    connect(download.data(), &Download::finished, this, [&download] { download->announce(); });
+    QVERIFY(m_engine->waitUntilSettled(7));
+    QCOMPARE(m_engine->package(7)->state(), Package::INSTALLED);
+    QCOMPARE(log.count(QStringLiteral("Extract paramenter : ")), 1);
 }
 
 void PackageInstallationTest::interruptedDownloadGoesOnWhereItStopped()
