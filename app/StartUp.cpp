@@ -1,0 +1,140 @@
+#include "app/StartUp.h"
+
+#include "app/Assembly.h"
+#include "app/SplashMessage.h"
+#include "components/IconFont.h"
+#include "core/Environment.h"
+#include "core/Installation.h"
+#include "core/Log.h"
+#include "core/Paths.h"
+#include "core/Settings.h"
+#include "dialogs/MessageBoxes.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QMessageBox>
+#include <QPixmap>
+#include <QSplashScreen>
+
+#include <utility>
+
+namespace Kavo {
+
+StartUp::StartUp(QApplication &application, PackageEnvironment environment)
+    : m_application(application)
+    , m_environment(std::move(environment))
+{}
+
+StartUp::~StartUp() = default;
+
+int StartUp::run()
+{
+    setNames();
+    openLog();
+    showSplash();
+    showSplashMessage(*m_splash, QSplashScreen::tr("Starting..."));
+    prepareEnvironment();
+    showSplashMessage(*m_splash, QSplashScreen::tr("Loading saved configuration..."));
+    loadSettings();
+    setUpAppearance();
+    if (!settleInstallation()) {
+        QCoreApplication::quit();
+        m_splash.reset();
+        return 1;
+    }
+    return Assembly(m_application, *m_splash, std::move(m_settings), m_environment).run();
+}
+
+void StartUp::setNames()
+{
+    QCoreApplication::setOrganizationName(tr("Quarnell"));
+    QCoreApplication::setApplicationName(tr("Kavo Suite"));
+    QCoreApplication::processEvents();
+}
+
+void StartUp::openLog()
+{
+    QFile::remove(logFile());
+    qInstallMessageHandler(logMessage);
+}
+
+void StartUp::showSplash()
+{
+    m_splash =
+        std::make_unique<QSplashScreen>(QPixmap(QStringLiteral(":/resources/img/splash.png")));
+    m_splash->show();
+}
+
+void StartUp::loadSettings()
+{
+    m_settings = QSharedPointer<Settings>::create();
+    logLine(QStringLiteral("Loading settings from : ") + m_settings->fileName());
+    fillDefaults();
+}
+
+void StartUp::fillDefaults()
+{
+    const auto fill = [this](Settings::Key key, const QString &value) {
+        if (m_settings->current(key).isEmpty())
+            m_settings->setPending(key, value);
+    };
+    fill(Settings::LANGUAGE, QStringLiteral("en"));
+    fill(Settings::CACHE, cacheDirectory());
+    fill(Settings::PRESERVE, preserveDirectory());
+    fill(Settings::BACKUP, backupDirectory());
+    fill(Settings::SHOW_FILTER, QStringLiteral("false"));
+    fill(Settings::LOCAL_REPO, QStringLiteral("false"));
+    m_settings->apply();
+}
+
+void StartUp::setUpAppearance()
+{
+    showSplashMessage(*m_splash, QSplashScreen::tr("Setting up application language..."));
+    installTranslation(m_settings->current(Settings::LANGUAGE));
+    showSplashMessage(*m_splash, QSplashScreen::tr("Loading fonts..."));
+    Components::iconFont()->initFontAwesome();
+    loadFonts();
+}
+
+bool StartUp::settleInstallation()
+{
+    // A folder that was found once is trusted.
+    if (!m_settings->current(Settings::INSTALLATION).isEmpty())
+        return true;
+    QString folder = detectInstallation();
+    if (folder.isEmpty())
+        folder = askForInstallation();
+    if (folder.isEmpty()) {
+        Dialogs::showMessage(nullptr, QMessageBox::Information,
+                             QMessageBox::tr("Dectection failed"),
+                             QMessageBox::tr("Unable to determine XPlane installation path.\n\n"
+                                             "Application cannot continue further."));
+        return false;
+    }
+    m_settings->setPending(Settings::INSTALLATION, folder);
+    m_settings->apply();
+    return true;
+}
+
+QString StartUp::detectInstallation()
+{
+    // The sources 1, 2 and 4 exist on other platforms only; the numbers are the same on all.
+    showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...1"));
+    showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...2"));
+    showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...3"));
+    const QString folder = locateInstallation();
+    showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...4"));
+    return folder;
+}
+
+QString StartUp::askForInstallation()
+{
+    showSplashMessage(*m_splash, QSplashScreen::tr("Manual-detecting X-Plane installation..."));
+    Dialogs::showMessage(nullptr, QMessageBox::Information,
+                         QMessageBox::tr("Auto-dectection failed"),
+                         QMessageBox::tr("Unable to determine XPlane installation path.\n\n"
+                                         "Please select the XPlane folder in the next dialog"));
+    return selectInstallation();
+}
+
+} // namespace Kavo

@@ -1,0 +1,76 @@
+#include "components/FileSelector.h"
+
+#include "components/IconFont.h"
+
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+
+namespace Kavo::Components {
+
+namespace {
+
+constexpr int OpenFolderGlyph = 0xf07c;
+
+} // namespace
+
+FileSelector::FileSelector(int mode, QWidget *parent)
+    : StyledWidget(QStringLiteral("FileSelector"), parent)
+    , m_mode(mode)
+    , m_caption(new QLabel(this))
+    , m_value(new QLineEdit(this))
+{
+    m_caption->setObjectName(QStringLiteral("FileSelectorCaption"));
+    m_caption->setMinimumWidth(72);
+    m_value->setObjectName(QStringLiteral("FileSelectorValue"));
+    m_value->setEnabled(false);
+
+    auto *button = new QPushButton(tr("Browse"), this);
+    button->setObjectName(QStringLiteral("FileSelectorBrowse"));
+    button->setIcon(iconFont()->icon(OpenFolderGlyph, darkIconOptions()));
+    button->setCursor(Qt::PointingHandCursor);
+    // Enter in the dialog around is for its own buttons.
+    button->setAutoDefault(false);
+    connect(button, &QPushButton::clicked, this, &FileSelector::browse);
+
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(m_caption);
+    layout->addWidget(m_value, 1);
+    layout->addWidget(button);
+}
+
+void FileSelector::setLabel(const QString &text)
+{
+    if (!text.isEmpty())
+        m_caption->setText(text);
+    m_caption->setVisible(!text.isEmpty());
+}
+
+void FileSelector::setValue(const QString &text)
+{
+    m_value->setText(text);
+}
+
+void FileSelector::browse()
+{
+    const QPointer<FileSelector> self(this);
+    const QString path = choose();
+    if (!self || path.isEmpty())
+        return;
+    setValue(path);
+    emit valueChanged(path);
+}
+
+QString FileSelector::choose()
+{
+    if (m_mode == ChooseFile)
+        return QFileDialog::getOpenFileName(this, QString(), QString(), QString());
+    return QFileDialog::getExistingDirectory(this, QString(), QString(), QFileDialog::ShowDirsOnly);
+}
+
+} // namespace Kavo::Components

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "components/StyledWidget.h"
+
+class QLabel;
+class QLineEdit;
+
+namespace Kavo::Components {
+
+/// A path with a caption and a button to choose another one.
+class FileSelector final : public StyledWidget
+{
+    Q_OBJECT
+
+public:
+    static constexpr int ChooseFile = 0;
+    static constexpr int ChooseFolder = 1;
+
+    /// Any mode but ChooseFile lets the user choose a folder.
+    explicit FileSelector(int mode, QWidget *parent = nullptr);
+
+    /// An empty text hides the caption.
+    void setLabel(const QString &text);
+    /// Shows a path without announcing it.
+    void setValue(const QString &text);
+    void setMode(int mode) { m_mode = mode; }
+
+signals:
+    /// The user has chosen this path; it has no trailing separator.
+    void valueChanged(QString value);
+
+private:
+    void browse();
+    QString choose();
+
+    int m_mode;
+    QLabel *m_caption;
+    QLineEdit *m_value;
+};
+
+} // namespace Kavo::Components

@@ -1,0 +1,69 @@
+#include "components/WindowControl.h"
+
+#include "components/IconFont.h"
+
+#include <QHBoxLayout>
+#include <QPushButton>
+
+namespace Kavo::Components {
+
+namespace {
+
+constexpr int MinimizeGlyph = 0xf2d1;
+constexpr int MaximizeGlyph = 0xf2d0;
+constexpr int RestoreGlyph = 0xf2d2;
+constexpr int CloseGlyph = 0xf00d;
+constexpr int ButtonWidth = 32;
+
+bool maximized = false;
+
+QIcon darkIcon(int glyph)
+{
+    return iconFont()->icon(glyph, darkIconOptions());
+}
+
+} // namespace
+
+WindowControl::WindowControl(QWidget *parent)
+    : StyledWidget(QStringLiteral("WindowControl"), parent)
+{
+    auto *minimizeButton =
+        makeButton(QStringLiteral("WindowMinimize"), MinimizeGlyph, tr("Minimize"));
+    m_toggle = makeButton(QStringLiteral("WindowMaximize"), MaximizeGlyph, tr("Maximize"));
+    auto *closeButton = makeButton(QStringLiteral("WindowClose"), CloseGlyph, tr("Close"));
+    connect(minimizeButton, &QPushButton::clicked, this, &WindowControl::minimize);
+    connect(m_toggle, &QPushButton::clicked, this, &WindowControl::toggle);
+    connect(closeButton, &QPushButton::clicked, this, &WindowControl::close);
+
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(minimizeButton);
+    layout->addWidget(m_toggle);
+    layout->addWidget(closeButton);
+}
+
+QPushButton *WindowControl::makeButton(const QString &objectName, int glyph,
+                                       const QString &description)
+{
+    auto *button = new QPushButton(this);
+    button->setObjectName(objectName);
+    button->setIcon(darkIcon(glyph));
+    button->setFixedWidth(ButtonWidth);
+    button->setCursor(Qt::PointingHandCursor);
+    button->setAccessibleName(description);
+    return button;
+}
+
+void WindowControl::toggle()
+{
+    maximized = !maximized;
+    m_toggle->setIcon(darkIcon(maximized ? RestoreGlyph : MaximizeGlyph));
+    m_toggle->setAccessibleName(maximized ? tr("Restore") : tr("Maximize"));
+    if (maximized)
+        emit maximize();
+    else
+        emit restore();
+}
+
+} // namespace Kavo::Components

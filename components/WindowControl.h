@@ -1,0 +1,31 @@
+#pragma once
+
+#include "components/StyledWidget.h"
+
+class QPushButton;
+
+namespace Kavo::Components {
+
+/// The window buttons of the frameless main window. Whether the middle button maximises or restores
+/// is remembered for the whole process: there is only one main window.
+class WindowControl final : public StyledWidget
+{
+    Q_OBJECT
+
+public:
+    explicit WindowControl(QWidget *parent = nullptr);
+
+signals:
+    void minimize();
+    void maximize();
+    void restore();
+    void close();
+
+private:
+    QPushButton *makeButton(const QString &objectName, int glyph, const QString &description);
+    void toggle();
+
+    QPushButton *m_toggle;
+};
+
+} // namespace Kavo::Components

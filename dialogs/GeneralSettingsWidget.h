@@ -1,0 +1,23 @@
+#pragma once
+
+#include "components/StyledWidget.h"
+
+#include <QSharedPointer>
+
+namespace Kavo {
+class Settings;
+}
+
+namespace Kavo::Dialogs {
+
+/// Page for the language of the interface. Choices go into the pending settings.
+class GeneralSettingsWidget final : public Components::StyledWidget
+{
+    Q_OBJECT
+
+public:
+    explicit GeneralSettingsWidget(const QSharedPointer<Settings> &settings,
+                                   QWidget *parent = nullptr);
+};
+
+} // namespace Kavo::Dialogs

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QMessageBox>
+#include <QString>
+
+class QWidget;
+
+/// The standard message boxes. They differ from Qt's own functions in two things only: a text is
+/// plain unless the caller says otherwise, because names from the catalogue may look like markup,
+/// and the widget the box belongs to may be destroyed while the box is open.
+///
+/// All functions block in an event loop of their own: when they return, the caller's widgets may be
+/// gone.
+namespace Kavo::Dialogs {
+
+/// Shows a text with an Ok button.
+void showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title,
+                 const QString &text);
+
+/// Asks with Yes and No and returns whether the answer was Yes. A box that is closed otherwise, or
+/// whose widget is destroyed, answers No.
+bool confirm(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text,
+             Qt::TextFormat format = Qt::PlainText);
+
+} // namespace Kavo::Dialogs

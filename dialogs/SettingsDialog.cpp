@@ -1,0 +1,124 @@
+#include "dialogs/SettingsDialog.h"
+
+#include "components/IconFont.h"
+#include "core/Settings.h"
+#include "dialogs/DiskSettingsWidget.h"
+#include "dialogs/GeneralSettingsWidget.h"
+#include "dialogs/MessageBoxes.h"
+#include "dialogs/PathSettingsWidget.h"
+#include "packages/PackageController.h"
+
+#include <QCoreApplication>
+#include <QHBoxLayout>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace Kavo::Dialogs {
+
+namespace {
+
+constexpr int OkGlyph = 0xf00c;
+constexpr int CancelGlyph = 0xf00d;
+constexpr int MinimalWidth = 512;
+
+} // namespace
+
+SettingsDialog::SettingsDialog(const QSharedPointer<Controllers::PackageController> &packages,
+                               const QSharedPointer<Settings> &settings, QWidget *parent)
+    : QDialog(parent)
+    , m_packages(packages)
+    , m_settings(settings)
+{
+    setObjectName(QStringLiteral("SettingsDialog"));
+    setWindowTitle(tr("Settings"));
+    setMinimumWidth(MinimalWidth);
+
+    auto *tabs = new QTabWidget(this);
+    tabs->setObjectName(QStringLiteral("SettingsTabs"));
+    tabs->setMovable(false);
+    tabs->setTabsClosable(false);
+    tabs->addTab(new GeneralSettingsWidget(m_settings, tabs), tr("General"));
+    tabs->addTab(new PathSettingsWidget(m_settings, tabs), tr("Paths"));
+    tabs->addTab(new DiskSettingsWidget(*m_settings, tabs), tr("Disk Usage"));
+
+    auto *buttons = new QHBoxLayout;
+    buttons->setSpacing(8);
+    buttons->addStretch();
+    addButton(*buttons, QStringLiteral("SettingsOk"), tr("Ok"), OkGlyph, &SettingsDialog::commit);
+    addButton(*buttons, QStringLiteral("SettingsCancel"), tr("Cancel"), CancelGlyph,
+              &SettingsDialog::reject);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(16, 16, 16, 16);
+    layout->setSpacing(16);
+    layout->addWidget(tabs);
+    layout->addLayout(buttons);
+}
+
+void SettingsDialog::reject()
+{
+    m_settings->revert();
+    QDialog::reject();
+}
+
+void SettingsDialog::addButton(QHBoxLayout &row, const QString &objectName, const QString &text,
+                               int glyph, void (SettingsDialog::*action)())
+{
+    auto *button = new QPushButton(text, this);
+    button->setObjectName(objectName);
+    button->setIcon(Components::iconFont()->icon(glyph, Components::darkIconOptions()));
+    button->setCursor(Qt::PointingHandCursor);
+    connect(button, &QPushButton::clicked, this, action);
+    row.addWidget(button);
+}
+
+void SettingsDialog::commit()
+{
+    const bool newInstallation =
+        m_settings->pending(Settings::INSTALLATION) != m_settings->current(Settings::INSTALLATION);
+    const bool newLanguage =
+        m_settings->pending(Settings::LANGUAGE) != m_settings->current(Settings::LANGUAGE);
+    // The reset for a new folder stands even when the new language is refused afterwards.
+    if (newInstallation && !confirmNewInstallation())
+        return;
+    if (newLanguage && !confirmNewLanguage())
+        return;
+    m_settings->commit();
+    if (newInstallation || newLanguage)
+        quitForRestart();
+    else
+        accept();
+}
+
+bool SettingsDialog::confirmNewInstallation()
+{
+    const bool confirmed = confirm(this, QMessageBox::Warning, QString(),
+                                   tr("X-Plane path has been changed\n\nProceeding will reset "
+                                      "cache & databases. Continue ?"));
+    if (confirmed)
+        m_packages->reset();
+    return confirmed;
+}
+
+bool SettingsDialog::confirmNewLanguage()
+{
+    const bool confirmed = confirm(this, QMessageBox::Warning, QString(),
+                                   tr("Language has been changed\n\nApplication restart neeeded. "
+                                      "Continue ?"));
+    if (confirmed)
+        m_packages->reset();
+    return confirmed;
+}
+
+void SettingsDialog::quitForRestart()
+{
+    showMessage(this, QMessageBox::Information, QString(),
+                tr("Application will now close. Restart the application for new setting to take "
+                   "effect."));
+    QCoreApplication::quit();
+    // Not accepted: the caller would load the catalogue again and with it make a new database.
+    QDialog::reject();
+}
+
+} // namespace Kavo::Dialogs

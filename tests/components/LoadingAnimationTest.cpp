@@ -1,0 +1,149 @@
+#include "components/LoadingAnimation.h"
+#include "tests/components/Widgets.h"
+#include "tests/support/TestMain.h"
+
+#include <QMovie>
+
+#include <memory>
+
+using Kavo::Components::LoadingAnimation;
+
+namespace {
+
+constexpr QSize Small(24, 24);
+constexpr QSize Large(72, 72);
+
+bool isRunning(const QLabel &label)
+{
+    return label.movie()->state() == QMovie::Running;
+}
+
+} // namespace
+
+class LoadingAnimationTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void labelShowsTheAnimationInItsSize();
+    void labelsOfOneSizeShareOneMovie();
+    void movieRunsWhileALabelIsVisible();
+    void hiddenParentStopsTheMovie();
+    void destroyedLabelNeedsTheMovieNoMore();
+    void stoppedLabelIsEmpty();
+    void stoppingALabelThatPlaysNothingChangesNothing();
+    void playingTwiceCountsOnce();
+    void labelChangesItsSize();
+};
+
+void LoadingAnimationTest::labelShowsTheAnimationInItsSize()
+{
+    QLabel label;
+    LoadingAnimation::play(label, Small);
+    QVERIFY(label.movie());
+    QVERIFY(label.movie()->isValid());
+    QCOMPARE(label.movie()->currentPixmap().size(), Small);
+}
+
+void LoadingAnimationTest::labelsOfOneSizeShareOneMovie()
+{
+    QLabel first;
+    QLabel second;
+    QLabel other;
+    LoadingAnimation::play(first, Small);
+    LoadingAnimation::play(second, Small);
+    LoadingAnimation::play(other, Large);
+    QCOMPARE(first.movie(), second.movie());
+    QVERIFY(first.movie() != other.movie());
+}
+
+void LoadingAnimationTest::movieRunsWhileALabelIsVisible()
+{
+    QLabel first;
+    QLabel second;
+    LoadingAnimation::play(first, Small);
+    LoadingAnimation::play(second, Small);
+    QVERIFY(!isRunning(first));
+    first.show();
+    QVERIFY(isRunning(first));
+    second.show();
+    first.hide();
+    QVERIFY(isRunning(second));
+    second.hide();
+    QVERIFY(!isRunning(second));
+    second.show();
+    QVERIFY(isRunning(second));
+}
+
+void LoadingAnimationTest::hiddenParentStopsTheMovie()
+{
+    QWidget window;
+    auto *page = new QWidget(&window);
+    auto *label = new QLabel(page);
+    LoadingAnimation::play(*label, Small);
+    window.show();
+    QVERIFY(isRunning(*label));
+    page->hide();
+    QVERIFY(!isRunning(*label));
+}
+
+void LoadingAnimationTest::destroyedLabelNeedsTheMovieNoMore()
+{
+    QLabel watcher;
+    LoadingAnimation::play(watcher, Small);
+    auto label = std::make_unique<QLabel>();
+    LoadingAnimation::play(*label, Small);
+    label->show();
+    QVERIFY(isRunning(watcher));
+    label.reset();
+    QVERIFY(!isRunning(watcher));
+}
+
+void LoadingAnimationTest::stoppedLabelIsEmpty()
+{
+    QLabel watcher;
+    LoadingAnimation::play(watcher, Small);
+    QLabel label;
+    LoadingAnimation::play(label, Small);
+    label.show();
+    LoadingAnimation::stop(label);
+    QVERIFY(!label.movie());
+    QVERIFY(!isRunning(watcher));
+    label.hide();
+    label.show();
+    QVERIFY(!isRunning(watcher));
+}
+
+void LoadingAnimationTest::stoppingALabelThatPlaysNothingChangesNothing()
+{
+    QLabel label(QStringLiteral("text"));
+    LoadingAnimation::stop(label);
+    QCOMPARE(label.text(), QStringLiteral("text"));
+}
+
+void LoadingAnimationTest::playingTwiceCountsOnce()
+{
+    QLabel label;
+    label.show();
+    LoadingAnimation::play(label, Small);
+    LoadingAnimation::play(label, Small);
+    QVERIFY(isRunning(label));
+    label.hide();
+    QVERIFY(!isRunning(label));
+}
+
+void LoadingAnimationTest::labelChangesItsSize()
+{
+    QLabel watcher;
+    LoadingAnimation::play(watcher, Small);
+    QLabel label;
+    label.show();
+    LoadingAnimation::play(label, Small);
+    LoadingAnimation::play(label, Large);
+    QVERIFY(!isRunning(watcher));
+    QVERIFY(isRunning(label));
+    QCOMPARE(label.movie()->scaledSize(), Large);
+}
+
+KAVO_TEST_MAIN(LoadingAnimationTest)
+#include "LoadingAnimationTest.moc"

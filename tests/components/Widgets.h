@@ -1,0 +1,86 @@
+#pragma once
+
+#include "components/IconFont.h"
+
+#include <QBuffer>
+#include <QColor>
+#include <QIcon>
+#include <QImage>
+#include <QLabel>
+#include <QPushButton>
+#include <QWidget>
+
+/// What tests ask of widgets that they know by object names.
+namespace Kavo::Testing {
+
+/// The first descendant of this object name; null when there is none.
+template<class Widget>
+Widget *child(const QWidget &root, const char *objectName)
+{
+    return root.findChild<Widget *>(QLatin1String(objectName));
+}
+
+/// The widgets of this object name, in the order of their creation.
+template<class Widget>
+QList<Widget *> allChildren(const QWidget &root, const char *objectName)
+{
+    return root.findChildren<Widget *>(QLatin1String(objectName));
+}
+
+inline QString textOf(const QWidget &root, const char *objectName)
+{
+    const auto *label = child<QLabel>(root, objectName);
+    return label ? label->text() : QStringLiteral("(no such label)");
+}
+
+inline QImage imageOf(const QIcon &icon, QIcon::Mode mode = QIcon::Normal)
+{
+    return icon.pixmap(QSize(32, 32), mode).toImage();
+}
+
+/// Whether two icons look the same.
+inline bool sameIcon(const QIcon &first, const QIcon &second)
+{
+    return imageOf(first) == imageOf(second);
+}
+
+inline QIcon lightGlyph(int glyph)
+{
+    Components::iconFont()->initFontAwesome();
+    return Components::iconFont()->icon(glyph);
+}
+
+inline QIcon darkGlyph(int glyph)
+{
+    Components::iconFont()->initFontAwesome();
+    return Components::iconFont()->icon(glyph, Components::darkIconOptions());
+}
+
+/// Whether the button waits for the pointer with a pointing hand.
+inline bool hasHand(const QWidget &widget)
+{
+    return widget.cursor().shape() == Qt::PointingHandCursor;
+}
+
+/// A picture of one colour as a PNG file.
+inline QByteArray png(const QSize &size, const QColor &color)
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(color);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+/// Colour in the middle of what the label shows; transparent when it shows no picture.
+inline QColor shownColor(const QLabel &label)
+{
+    const QPixmap *pixmap = label.pixmap();
+    if (!pixmap || pixmap->isNull())
+        return QColor(Qt::transparent);
+    return pixmap->toImage().pixelColor(pixmap->rect().center());
+}
+
+} // namespace Kavo::Testing

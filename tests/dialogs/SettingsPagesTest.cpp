@@ -1,0 +1,223 @@
+#include "dialogs/DiskSettingsWidget.h"
+#include "dialogs/GeneralSettingsWidget.h"
+#include "dialogs/PathSettingsWidget.h"
+#include "tests/components/Widgets.h"
+#include "tests/support/Archives.h"
+#include "tests/support/MessageBoxAnswers.h"
+#include "tests/support/TestMain.h"
+
+#include <QComboBox>
+#include <QGridLayout>
+#include <QLineEdit>
+
+#include <memory>
+
+using namespace Kavo::Testing;
+using namespace Kavo::Dialogs;
+using Kavo::Settings;
+
+namespace {
+
+/// What Qt calls a folder dialog without a caption.
+const QString FolderCaption = QStringLiteral("Find Directory");
+
+} // namespace
+
+class SettingsPagesTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void languagesAreOffered();
+    void savedLanguageIsSelected();
+    void unknownLanguageSelectsNothing();
+    void chosenLanguageIsPending();
+
+    void foldersShowTheSavedValues();
+    void chosenWorkingFolderIsPending_data();
+    void chosenWorkingFolderIsPending();
+    void simulatorFolderNeedsTheWindowsProgram();
+    void simulatorFolderIsPending();
+    void cancelledFolderDialogChangesNothing();
+
+    void folderSizesAreShownInTheirOrder();
+
+private:
+    QString value(const QWidget &page, int selector) const;
+    void browse(const QWidget &page, int selector, const QString &folder);
+
+    std::unique_ptr<ScratchProfile> m_profile;
+    QSharedPointer<Settings> m_settings;
+};
+
+void SettingsPagesTest::init()
+{
+    m_profile = std::make_unique<ScratchProfile>();
+    m_settings = m_profile->makeSettings();
+}
+
+void SettingsPagesTest::cleanup()
+{
+    m_settings.reset();
+    m_profile.reset();
+}
+
+QString SettingsPagesTest::value(const QWidget &page, int selector) const
+{
+    return allChildren<QLineEdit>(page, "FileSelectorValue").at(selector)->text();
+}
+
+/// Chooses a folder with the page's selector of this number; an empty one cancels.
+void SettingsPagesTest::browse(const QWidget &page, int selector, const QString &folder)
+{
+    auto *button = allChildren<QPushButton>(page, "FileSelectorBrowse").at(selector);
+    MessageBoxAnswers answers;
+    answers.expectFolder(FolderCaption, folder);
+    button->click();
+}
+
+void SettingsPagesTest::languagesAreOffered()
+{
+    const GeneralSettingsWidget page(m_settings);
+    QCOMPARE(page.objectName(), QStringLiteral("GeneralSettingsWidget"));
+    QCOMPARE(textOf(page, "LanguageLabel"), QStringLiteral("Language : "));
+    const auto *choice = child<QComboBox>(page, "LanguageChoice");
+    QCOMPARE(choice->count(), 2);
+    QCOMPARE(choice->itemText(0), QStringLiteral("English"));
+    QCOMPARE(choice->itemData(0).toString(), QStringLiteral("en"));
+    QCOMPARE(choice->itemText(1), QStringLiteral("German"));
+    QCOMPARE(choice->itemData(1).toString(), QStringLiteral("de"));
+}
+
+void SettingsPagesTest::savedLanguageIsSelected()
+{
+    m_settings->setPending(Settings::LANGUAGE, QStringLiteral("de"));
+    m_settings->apply();
+    // An edit that was never committed does not count.
+    m_settings->setPending(Settings::LANGUAGE, QStringLiteral("en"));
+    const GeneralSettingsWidget page(m_settings);
+    QCOMPARE(child<QComboBox>(page, "LanguageChoice")->currentIndex(), 1);
+}
+
+void SettingsPagesTest::unknownLanguageSelectsNothing()
+{
+    m_settings->setPending(Settings::LANGUAGE, QStringLiteral("fr"));
+    m_settings->apply();
+    const GeneralSettingsWidget page(m_settings);
+    QCOMPARE(child<QComboBox>(page, "LanguageChoice")->currentIndex(), -1);
+    QCOMPARE(m_settings->pending(Settings::LANGUAGE), QStringLiteral("fr"));
+}
+
+void SettingsPagesTest::chosenLanguageIsPending()
+{
+    const GeneralSettingsWidget page(m_settings);
+    child<QComboBox>(page, "LanguageChoice")->setCurrentIndex(1);
+    QCOMPARE(m_settings->pending(Settings::LANGUAGE), QStringLiteral("de"));
+    QCOMPARE(m_settings->current(Settings::LANGUAGE), QStringLiteral("en"));
+}
+
+void SettingsPagesTest::foldersShowTheSavedValues()
+{
+    m_settings->setPending(Settings::CACHE, QStringLiteral("/not/committed/"));
+    const PathSettingsWidget page(m_settings);
+    QCOMPARE(page.objectName(), QStringLiteral("PathSettingsWidget"));
+    const QStringList captions{QStringLiteral("X-Plane"), QStringLiteral("Cache"),
+                               QStringLiteral("Preserve"), QStringLiteral("Backup")};
+    const Settings::Key keys[] = {Settings::INSTALLATION, Settings::CACHE, Settings::PRESERVE,
+                                  Settings::BACKUP};
+    const auto labels = allChildren<QLabel>(page, "FileSelectorCaption");
+    QCOMPARE(labels.size(), captions.size());
+    for (int i = 0; i < labels.size(); ++i) {
+        QCOMPARE(labels.at(i)->text(), captions.at(i));
+        QCOMPARE(value(page, i), m_settings->current(keys[i]));
+    }
+}
+
+void SettingsPagesTest::chosenWorkingFolderIsPending_data()
+{
+    QTest::addColumn<int>("selector");
+    QTest::addColumn<int>("key");
+    QTest::newRow("Cache") << 1 << int(Settings::CACHE);
+    QTest::newRow("Preserve") << 2 << int(Settings::PRESERVE);
+    QTest::newRow("Backup") << 3 << int(Settings::BACKUP);
+}
+
+void SettingsPagesTest::chosenWorkingFolderIsPending()
+{
+    QFETCH(int, selector);
+    QFETCH(int, key);
+    const auto entry = static_cast<Settings::Key>(key);
+    const QString folder = m_profile->folder(QStringLiteral("chosen"));
+    const QString before = m_settings->current(entry);
+    const PathSettingsWidget page(m_settings);
+    browse(page, selector, folder);
+    QCOMPARE(m_settings->pending(entry), folder);
+    QCOMPARE(m_settings->current(entry), before);
+}
+
+void SettingsPagesTest::simulatorFolderNeedsTheWindowsProgram()
+{
+    const QString before = m_settings->pending(Settings::INSTALLATION);
+    const QString folder = m_profile->folder(QStringLiteral("other"));
+    // The file that start-up looks for does not make it one here.
+    QVERIFY(writeFile(folder + QStringLiteral("X-Plane-x86_64"), "x"));
+    PathSettingsWidget page(m_settings);
+    MessageBoxAnswers answers;
+    answers.expectFolder(FolderCaption, folder);
+    answers.expect(QStringLiteral("Invalid Folder"),
+                   QStringLiteral("Oops...this doesn't seem to be a XPlane installation folder."),
+                   QMessageBox::Ok);
+    allChildren<QPushButton>(page, "FileSelectorBrowse").first()->click();
+    QVERIFY(answers.allShown());
+    QCOMPARE(answers.shown().first().icon, QMessageBox::Critical);
+    QCOMPARE(m_settings->pending(Settings::INSTALLATION), before);
+    QCOMPARE(value(page, 0), before);
+}
+
+void SettingsPagesTest::simulatorFolderIsPending()
+{
+    const QString folder = m_profile->folder(QStringLiteral("other"));
+    QVERIFY(writeFile(folder + QStringLiteral("X-Plane.exe"), "x"));
+    const PathSettingsWidget page(m_settings);
+    browse(page, 0, folder);
+    QCOMPARE(m_settings->pending(Settings::INSTALLATION), folder);
+}
+
+void SettingsPagesTest::cancelledFolderDialogChangesNothing()
+{
+    const PathSettingsWidget page(m_settings);
+    const QString before = m_settings->pending(Settings::INSTALLATION);
+    browse(page, 0, QString());
+    QCOMPARE(m_settings->pending(Settings::INSTALLATION), before);
+    QCOMPARE(value(page, 0), before);
+}
+
+void SettingsPagesTest::folderSizesAreShownInTheirOrder()
+{
+    QVERIFY(writeFile(m_settings->current(Settings::CACHE) + QStringLiteral("a"),
+                      QByteArray(1024, 'a')));
+    QVERIFY(writeFile(m_settings->current(Settings::BACKUP) + QStringLiteral("b"),
+                      QByteArray(1536, 'b')));
+    QVERIFY(QDir(m_settings->current(Settings::PRESERVE)).removeRecursively());
+    const DiskSettingsWidget page(*m_settings);
+    QCOMPARE(page.objectName(), QStringLiteral("DiskSettingsWidget"));
+    auto *grid = qobject_cast<QGridLayout *>(page.layout());
+    const auto text = [grid](int row, int column) {
+        const auto *label = qobject_cast<QLabel *>(grid->itemAtPosition(row, column)->widget());
+        return label->text();
+    };
+    QCOMPARE(text(0, 0), QStringLiteral("Cache"));
+    QCOMPARE(text(0, 1), QStringLiteral("1.00 KB"));
+    QCOMPARE(text(1, 0), QStringLiteral("Backup"));
+    QCOMPARE(text(1, 1), QStringLiteral("1.50 KB"));
+    QCOMPARE(text(2, 0), QStringLiteral("Preserve"));
+    QCOMPARE(text(2, 1), QStringLiteral("0.00 Bytes"));
+    for (int column = 2; column <= 4; ++column)
+        QVERIFY(grid->itemAtPosition(0, column));
+}
+
+KAVO_TEST_MAIN(SettingsPagesTest)
+#include "SettingsPagesTest.moc"

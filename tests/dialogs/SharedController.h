@@ -1,0 +1,15 @@
+#pragma once
+
+#include "tests/packages/Engine.h"
+
+#include <QSharedPointer>
+
+namespace Kavo::Testing {
+
+/// The engine's controller for widgets, which share it; the engine has to outlive them.
+inline QSharedPointer<Controllers::PackageController> sharedController(Engine &engine)
+{
+    return {&engine.controller(), [](Controllers::PackageController *) {}};
+}
+
+} // namespace Kavo::Testing

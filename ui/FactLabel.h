@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QLabel>
+
+namespace Kavo::Ui {
+
+/// A caption and a value with tabs between them, plain and on one line. The value stands in a
+/// column of its own in every font and language, which the tabs alone do not achieve.
+class FactLabel final : public QLabel
+{
+    Q_OBJECT
+
+public:
+    explicit FactLabel(QWidget *parent = nullptr);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QString caption() const;
+    QString value() const;
+    int column() const;
+};
+
+} // namespace Kavo::Ui

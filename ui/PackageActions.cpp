@@ -1,0 +1,145 @@
+#include "ui/PackageActions.h"
+
+#include "dialogs/MessageBoxes.h"
+#include "packages/PackageController.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QUrl>
+
+namespace Kavo::Ui {
+
+using Models::Package;
+using Models::PackageList;
+using Models::PackagePointer;
+
+namespace {
+
+/// Shows the waiting cursor as long as it lives.
+class WaitCursor final
+{
+public:
+    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
+    Q_DISABLE_COPY_MOVE(WaitCursor)
+};
+
+void openUrl(const QString &url)
+{
+    QDesktopServices::openUrl(QUrl(url, QUrl::TolerantMode));
+}
+
+} // namespace
+
+PackageActions::PackageActions(const QSharedPointer<Controllers::PackageController> &controller,
+                               const PackagePointer &package, QWidget *widget)
+    : m_controller(controller)
+    , m_package(package)
+    , m_widget(widget)
+{}
+
+void PackageActions::install()
+{
+    if (m_package && confirmChangeLog(QString()) && confirmDependencies())
+        start(QString());
+}
+
+void PackageActions::installVersion(const QString &version)
+{
+    if (!m_package)
+        return;
+    const Package::State state = m_package->state();
+    const bool confirmed =
+        (state == Package::AVAILABLE && confirmDependencies()) ||
+        (state == Package::INSTALLED && confirmChangeLog(version) && confirmDependents(version));
+    if (confirmed)
+        start(version);
+}
+
+void PackageActions::uninstall()
+{
+    if (!m_package)
+        return;
+    QString text = tr("Uninstall") + QLatin1Char(' ') + m_package->name() + QLatin1Char(' ') +
+                   tr("from this system");
+    const PackageList dependents = m_controller->dependents(m_package, QString());
+    if (!dependents.isEmpty())
+        text += QStringLiteral("\n\nFollowing dependent extensions will also be uninstalled\n\n") +
+                nameList(dependents);
+    if (!ask(tr("Uninstall Package"), text))
+        return;
+    const WaitCursor cursor;
+    m_controller->uninstall(m_package);
+}
+
+void PackageActions::openHelp()
+{
+    if (m_package)
+        openUrl(m_package->helpUrl());
+}
+
+void PackageActions::openManual()
+{
+    if (m_package)
+        openUrl(m_package->manualUrl());
+}
+
+bool PackageActions::confirmChangeLog(const QString &version)
+{
+    const QString changes = m_controller->changeLog(m_package, version);
+    if (changes.isEmpty())
+        return true;
+    const bool confirmed =
+        Dialogs::confirm(m_widget, QMessageBox::Question, tr("Change Log"),
+                         QStringLiteral("<strong>Install ?</strong>") + changes, Qt::RichText);
+    return confirmed && m_widget;
+}
+
+bool PackageActions::confirmDependencies()
+{
+    const Models::PackageVersionPointer newest = m_package->versions().value(0);
+    if (!newest || newest->depends.isEmpty())
+        return true;
+    const PackageList dependencies = m_controller->resolvedDependencies(m_package, QString());
+    if (dependencies.size() != newest->depends.size()) {
+        Dialogs::showMessage(m_widget, QMessageBox::Critical, tr("Dependencies Error"),
+                             tr("This package cannot be installed.\n\nOne or more Dependencies "
+                                "for this package are not available to install"));
+        return false;
+    }
+    return ask(tr("Install Package"),
+               tr("This package is dependent on following packages and will be installed if not "
+                  "already installed or upgraded if outdated along with this package\n\n") +
+                   nameList(dependencies) + tr("\nContinue?"));
+}
+
+bool PackageActions::confirmDependents(const QString &version)
+{
+    const PackageList dependents = m_controller->dependents(m_package, version);
+    return dependents.isEmpty() ||
+           ask(tr("Install Package"),
+               QStringLiteral("Install older version?\n\nFollowing extensions depend on newer "
+                              "version and may stop working\n\n") +
+                   nameList(dependents));
+}
+
+bool PackageActions::ask(const QString &title, const QString &text)
+{
+    return Dialogs::confirm(m_widget, QMessageBox::Information, title, text) && m_widget;
+}
+
+void PackageActions::start(const QString &version)
+{
+    QString started = version;
+    m_controller->install(m_package, started);
+}
+
+QString PackageActions::nameList(const PackageList &packages)
+{
+    QString names;
+    for (const PackagePointer &package : packages)
+        names += package->name() + QLatin1Char('\n');
+    return names;
+}
+
+} // namespace Kavo::Ui

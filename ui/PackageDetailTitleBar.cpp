@@ -1,0 +1,238 @@
+#include "ui/PackageDetailTitleBar.h"
+
+#include "components/IconFont.h"
+#include "components/ObjectNameStyle.h"
+#include "downloads/Download.h"
+#include "packages/PackageController.h"
+#include "ui/PackageActions.h"
+#include "ui/PackageErrorBox.h"
+#include "ui/PackageProcessingWidget.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPointer>
+#include <QPushButton>
+
+namespace Kavo::Ui {
+
+using Components::darkIconOptions;
+using Components::iconFont;
+using Models::Download;
+using Models::Package;
+using Models::PackagePointer;
+
+namespace {
+
+constexpr int DownloadGlyph = 0xf0ed;
+constexpr int InstalledGlyph = 0xf00c;
+constexpr int UninstallGlyph = 0xf1f8;
+constexpr int HelpGlyph = 0xf059;
+constexpr int ManualGlyph = 0xf02d;
+
+bool showsIndicator(Package::State state)
+{
+    return state == Package::PREPARING || state == Package::DOWNLOADING ||
+           state == Package::INSTALLING;
+}
+
+} // namespace
+
+PackageDetailTitleBar::PackageDetailTitleBar(
+    const QSharedPointer<Controllers::PackageController> &controller, QWidget *parent)
+    : StyledWidget(QStringLiteral("PackageDetailTitleBar"), parent)
+    , m_controller(controller)
+    , m_title(new QLabel(this))
+    , m_indicator(new PackageProcessingWidget(this))
+    , m_action(makeButton(QStringLiteral("Download"), QString(), iconFont()->icon(DownloadGlyph)))
+    , m_uninstall(
+          makeButton(QStringLiteral("Uninstall"), QString(), iconFont()->icon(UninstallGlyph)))
+    , m_help(makeButton(QStringLiteral("GetHelp"), QString(),
+                        iconFont()->icon(HelpGlyph, darkIconOptions())))
+    , m_manual(makeButton(QStringLiteral("Manual"), QString(),
+                          iconFont()->icon(ManualGlyph, darkIconOptions())))
+{
+    m_title->setObjectName(QStringLiteral("DetailTitle"));
+    m_title->setTextFormat(Qt::PlainText);
+    m_title->setWordWrap(true);
+    m_indicator->setMode(PackageProcessingWidget::HiddenMode);
+    connectButtons();
+
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(16, 8, 16, 8);
+    layout->setSpacing(8);
+    layout->addWidget(m_title, 1);
+    layout->addWidget(m_indicator);
+    layout->addWidget(m_action);
+    layout->addWidget(m_uninstall);
+    layout->addWidget(m_help);
+    layout->addWidget(m_manual);
+}
+
+void PackageDetailTitleBar::setPackage(const PackagePointer &package)
+{
+    m_progressBinding.reset();
+    m_packageBinding.reset(new QObject);
+    m_package = package;
+    m_received = 0;
+    m_total = 0;
+    m_indicator->clearProgress();
+    if (!package)
+        return;
+    connect(package.data(), &Package::stateChanged, m_packageBinding.data(),
+            [this](Package::State state) { onStateChanged(state); });
+    connect(package.data(), &Package::totalSize, m_packageBinding.data(), [this](qint64 size) {
+        m_total = size;
+        showProgress();
+    });
+    connect(package.data(), &Package::downloadedSize, m_packageBinding.data(), [this](qint64 size) {
+        m_received = size;
+        showProgress();
+    });
+    refresh(true);
+}
+
+void PackageDetailTitleBar::refresh(bool rebindProgress)
+{
+    if (!m_package)
+        return;
+    refreshIndicator(rebindProgress);
+    m_title->setText(m_package->name());
+    refreshButtons();
+    m_help->setText(tr("Get Help"));
+    m_manual->setText(tr("Manual"));
+}
+
+QPushButton *PackageDetailTitleBar::makeButton(const QString &objectName, const QString &text,
+                                               const QIcon &icon)
+{
+    auto *button = new QPushButton(icon, text, this);
+    button->setObjectName(objectName);
+    button->setCursor(Qt::PointingHandCursor);
+    return button;
+}
+
+void PackageDetailTitleBar::connectButtons()
+{
+    connect(m_action, &QPushButton::clicked, this, [this] { actions().install(); });
+    connect(m_uninstall, &QPushButton::clicked, this, [this] { actions().uninstall(); });
+    connect(m_help, &QPushButton::clicked, this, [this] { actions().openHelp(); });
+    connect(m_manual, &QPushButton::clicked, this, [this] { actions().openManual(); });
+}
+
+PackageActions PackageDetailTitleBar::actions()
+{
+    return PackageActions(m_controller, m_package, this);
+}
+
+void PackageDetailTitleBar::onStateChanged(Package::State state)
+{
+    if (!Package::isError(state)) {
+        reactAndRefresh(state);
+        return;
+    }
+    // Not from here: whoever set the state has yet to record it, and a box waits for its answer.
+    QMetaObject::invokeMethod(
+        m_packageBinding.data(), [this, state] { reactAndRefresh(state); }, Qt::QueuedConnection);
+}
+
+void PackageDetailTitleBar::reactAndRefresh(Package::State state)
+{
+    const QPointer<PackageDetailTitleBar> self(this);
+    react(state);
+    if (self)
+        refresh(false);
+}
+
+void PackageDetailTitleBar::react(Package::State state)
+{
+    const QPointer<PackageDetailTitleBar> self(this);
+    switch (state) {
+    case Package::AVAILABLE:
+    case Package::INSTALLED:
+        break;
+    case Package::PREPARING:
+    case Package::DOWNLOADING:
+    case Package::INSTALLING:
+    case Package::UNINSTALLING:
+        m_indicator->setMode(PackageProcessingWidget::BusyMode);
+        return;
+    case Package::INSTALL_ERROR:
+    case Package::DOWNLOAD_ERROR:
+        if (isVisible())
+            PackageErrorBox::show(this, state, m_package->name());
+        break;
+    case Package::DEPENDENCY_ERROR:
+        // Told even to a user who looks at something else: it may have been started elsewhere.
+        PackageErrorBox::show(this, state, m_package->name());
+        break;
+    case Package::UNKNOWN:
+        return;
+    }
+    if (self)
+        m_indicator->setMode(PackageProcessingWidget::HiddenMode);
+}
+
+void PackageDetailTitleBar::refreshIndicator(bool rebindProgress)
+{
+    const Package::State state = m_package->state();
+    const bool busy = showsIndicator(state);
+    m_indicator->setMode(busy ? PackageProcessingWidget::BusyMode
+                              : PackageProcessingWidget::HiddenMode);
+    if (busy && rebindProgress)
+        bindProgress();
+    if (state != Package::DOWNLOADING)
+        m_indicator->clearProgress();
+}
+
+void PackageDetailTitleBar::refreshButtons()
+{
+    const Package::State state = m_package->state();
+    m_action->setEnabled(true);
+    if (state == Package::AVAILABLE) {
+        setAction(tr("Download"), QStringLiteral("Download"), DownloadGlyph);
+    } else if (state == Package::INSTALLED && m_package->isUpdateAvailable()) {
+        setAction(tr("Update"), QStringLiteral("Update"), DownloadGlyph);
+    } else if (state == Package::INSTALLED) {
+        setAction(tr("Installed"), QStringLiteral("Installed"), InstalledGlyph);
+        m_action->setEnabled(false);
+    }
+    m_uninstall->setText(tr("Uninstall"));
+    m_action->setVisible(state == Package::AVAILABLE || state == Package::INSTALLED);
+    m_uninstall->setVisible(state == Package::INSTALLED);
+    Components::restyle(*m_action, m_action->objectName());
+}
+
+void PackageDetailTitleBar::setAction(const QString &text, const QString &objectName, int glyph)
+{
+    m_action->setText(text);
+    m_action->setObjectName(objectName);
+    m_action->setIcon(iconFont()->icon(glyph));
+}
+
+/// A package that was opened in the middle of its download has announced its sizes before.
+void PackageDetailTitleBar::bindProgress()
+{
+    m_progressBinding.reset(new QObject);
+    const QSharedPointer<Download> download = m_controller->runningDownload(m_package);
+    if (!download)
+        return;
+    connect(download.data(), &Download::fileSize, m_progressBinding.data(), [this](qint64 size) {
+        m_total = size;
+        showProgress();
+    });
+    connect(download.data(), &Download::currentSize, m_progressBinding.data(), [this](qint64 size) {
+        m_received = size;
+        showProgress();
+    });
+    m_total = download->getFileSize();
+    m_received = download->getCurrentSize();
+    showProgress();
+}
+
+void PackageDetailTitleBar::showProgress()
+{
+    if (m_package->state() == Package::DOWNLOADING)
+        m_indicator->setProgress(m_received, m_total);
+}
+
+} // namespace Kavo::Ui

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "packages/Package.h"
+
+#include <QCoreApplication>
+
+class QWidget;
+
+namespace Kavo::Ui {
+
+/// The message box that tells of a package's failed work.
+class PackageErrorBox final
+{
+    Q_DECLARE_TR_FUNCTIONS(Kavo::Ui::PackageErrorBox)
+
+public:
+    /// Shows the box for an error state and returns when it is closed; the parent may be gone then.
+    /// Does nothing for any other state.
+    static void show(QWidget *parent, Models::Package::State state, const QString &packageName);
+};
+
+} // namespace Kavo::Ui

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "components/StyledWidget.h"
+
+class QLabel;
+
+namespace Kavo::Ui {
+
+/// The panel that shows that something is going on, that there is nothing to show, or an error.
+class PackageProcessingWidget final : public Components::StyledWidget
+{
+    Q_OBJECT
+
+public:
+    static constexpr int BusyMode = 0;   ///< the animation
+    static constexpr int EmptyMode = 1;  ///< "No items found"
+    static constexpr int HiddenMode = 2; ///< nothing at all
+    static constexpr int ErrorMode = 3;  ///< the text of the last error
+
+    explicit PackageProcessingWidget(QWidget *parent = nullptr);
+
+    /// Any other number changes nothing.
+    void setMode(int mode);
+    void setError(const QString &message);
+
+    /// Tells under the animation how much has come of how much, in bytes; 0 for an unknown total.
+    void setProgress(qint64 received, qint64 total);
+    void clearProgress();
+
+private:
+    QLabel *m_animation;
+    QLabel *m_message;
+    QLabel *m_progress;
+};
+
+} // namespace Kavo::Ui

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "components/StyledWidget.h"
+
+#include <QSharedPointer>
+
+class QComboBox;
+class QLabel;
+class QListWidget;
+
+namespace Kavo::Controllers {
+class PackageController;
+}
+
+namespace Kavo::Ui {
+
+/// The panel beside the list with a choice of categories and of price types. It shows them only;
+/// choosing changes nothing.
+class PackageSidebar final : public Components::StyledWidget
+{
+    Q_OBJECT
+
+public:
+    explicit PackageSidebar(const QSharedPointer<Controllers::PackageController> &controller,
+                            QWidget *parent = nullptr);
+    /// Offers other categories than the controller's.
+    PackageSidebar(const QSharedPointer<Controllers::PackageController> &controller,
+                   const QStringList &categories, QWidget *parent);
+
+private:
+    QLabel *makeCaption(const QString &text);
+    QComboBox *makeCategories(const QStringList &categories);
+    QListWidget *makeTypes();
+
+    QSharedPointer<Controllers::PackageController> m_controller;
+};
+
+} // namespace Kavo::Ui

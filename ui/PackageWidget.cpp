@@ -1,0 +1,296 @@
+#include "ui/PackageWidget.h"
+
+#include "components/IconFont.h"
+#include "components/LoadingAnimation.h"
+#include "components/ObjectNameStyle.h"
+#include "components/Picture.h"
+#include "downloads/DownloadManager.h"
+#include "packages/PackageController.h"
+#include "ui/ElidedLabel.h"
+#include "ui/PackageActions.h"
+#include "ui/PackageErrorBox.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <limits>
+
+namespace Kavo::Ui {
+
+using Components::LoadingAnimation;
+using Controllers::PackageController;
+using Models::Download;
+using Models::Package;
+using Models::PackagePointer;
+
+namespace {
+
+constexpr int DownloadGlyph = 0xf0ed;
+constexpr int InstalledGlyph = 0xf00c;
+constexpr int BusyGlyph = 0xf254;
+constexpr int ErrorGlyph = 0xf071;
+constexpr int DetailGlyph = 0xf05a;
+
+constexpr QSize IconSize(96, 96);
+constexpr QSize AnimationSize(24, 24);
+constexpr int DescriptionMargin = 150;
+constexpr int ProgressHeight = 16;
+constexpr int ActionWidth = 192;
+constexpr int NamePoints = 12;
+
+/// The progress bar counts thousands of bytes, because it counts in int.
+int thousands(qint64 size)
+{
+    const qint64 largest = std::numeric_limits<int>::max();
+    return static_cast<int>(qBound(qint64(0), size / 1000, largest));
+}
+
+QString cardDescription(const Package &package)
+{
+    return package.shortDescription().isEmpty() ? package.description()
+                                                : package.shortDescription();
+}
+
+} // namespace
+
+PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller,
+                             const PackagePointer &package, QWidget *parent)
+    : StyledWidget(QStringLiteral("PackageWidget"), parent)
+    , m_controller(controller)
+    , m_package(package)
+{
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(16, 8, 16, 8);
+    layout->setSpacing(16);
+    buildIcon(*layout);
+    buildTexts(*layout);
+    buildButtons(*layout);
+
+    followPackage();
+    onStateChanged(m_package->state());
+    showRunningDownload();
+    fetchIcon();
+}
+
+void PackageWidget::buildIcon(QHBoxLayout &layout)
+{
+    m_icon = new QLabel(this);
+    m_icon->setObjectName(QStringLiteral("PackageIcon"));
+    m_icon->setFixedSize(IconSize);
+    m_icon->setAttribute(Qt::WA_TranslucentBackground);
+    m_icon->setAlignment(Qt::AlignCenter);
+    LoadingAnimation::play(*m_icon, AnimationSize);
+    layout.addWidget(m_icon);
+}
+
+void PackageWidget::buildTexts(QHBoxLayout &layout)
+{
+    auto *name = new QLabel(this);
+    name->setObjectName(QStringLiteral("PackageName"));
+    name->setTextFormat(Qt::PlainText);
+    name->setText(m_package->name());
+    // A long name is cut off; it must not widen the list.
+    name->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    QFont font = name->font();
+    font.setBold(true);
+    font.setPointSize(NamePoints);
+    name->setFont(font);
+
+    auto *description = new ElidedLabel(cardDescription(*m_package), DescriptionMargin, this);
+    description->setObjectName(QStringLiteral("PackageDescription"));
+
+    auto *facts = new QHBoxLayout;
+    facts->setSpacing(24);
+    m_installed = addLabel(*facts, QStringLiteral("PackageInstalled"), tr("Installed : "));
+    m_available = addLabel(*facts, QStringLiteral("PackageAvailable"), tr("Available : "));
+    m_status = addLabel(*facts, QStringLiteral("PackageStatus"), tr("Status : "));
+    m_status->setTextFormat(Qt::RichText);
+    facts->addStretch();
+
+    auto *column = new QVBoxLayout;
+    column->setSpacing(8);
+    column->addStretch();
+    column->addWidget(name);
+    column->addWidget(description);
+    column->addLayout(facts);
+    buildProgress(*column);
+    column->addStretch();
+    layout.addLayout(column, 1);
+}
+
+QLabel *PackageWidget::addLabel(QHBoxLayout &row, const QString &objectName, const QString &text)
+{
+    auto *label = new QLabel(text, this);
+    label->setObjectName(objectName);
+    label->setTextFormat(Qt::PlainText);
+    row.addWidget(label);
+    return label;
+}
+
+void PackageWidget::buildProgress(QVBoxLayout &column)
+{
+    m_progress = new QProgressBar(this);
+    m_progress->setObjectName(QStringLiteral("PackageProgress"));
+    m_progress->setAccessibleName(tr("Progress"));
+    m_progress->setRange(0, 0);
+    m_progress->setValue(0);
+    m_progress->setMaximumHeight(ProgressHeight);
+    m_progress->setTextVisible(false);
+    QSizePolicy policy = m_progress->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    m_progress->setSizePolicy(policy);
+    column.addWidget(m_progress);
+}
+
+void PackageWidget::buildButtons(QHBoxLayout &layout)
+{
+    m_action = new QPushButton(this);
+    m_action->setMaximumWidth(ActionWidth);
+    m_action->setCursor(Qt::PointingHandCursor);
+    connect(m_action, &QPushButton::clicked, this,
+            [this] { PackageActions(m_controller, m_package, this).install(); });
+
+    auto *detail = new QPushButton(tr("More Detail"), this);
+    detail->setObjectName(QStringLiteral("MoreDetail"));
+    detail->setIcon(Components::iconFont()->icon(DetailGlyph, Components::darkIconOptions()));
+    detail->setCursor(Qt::PointingHandCursor);
+    connect(detail, &QPushButton::clicked, this, [this] { emit m_controller->detail(m_package); });
+
+    auto *column = new QVBoxLayout;
+    column->setSpacing(8);
+    column->addStretch();
+    column->addWidget(m_action);
+    column->addWidget(detail);
+    column->addStretch();
+    layout.addLayout(column);
+}
+
+void PackageWidget::followPackage()
+{
+    connect(m_package.data(), &Package::totalSize, this, &PackageWidget::setTotalSize);
+    connect(m_package.data(), &Package::downloadedSize, this, &PackageWidget::setDownloadedSize);
+    connect(m_package.data(), &Package::stateChanged, this, &PackageWidget::onStateChanged);
+}
+
+/// A card that is made during a download has missed the announcement of its size.
+void PackageWidget::showRunningDownload()
+{
+    if (m_package->state() != Package::DOWNLOADING)
+        return;
+    if (const auto download = m_controller->runningDownload(m_package)) {
+        setTotalSize(download->getFileSize());
+        setDownloadedSize(download->getCurrentSize());
+    }
+}
+
+void PackageWidget::onStateChanged(Package::State state)
+{
+    if (state == Package::UNKNOWN)
+        return;
+    applyLook(lookOf(state));
+    refreshLabels();
+    // Not from here: whoever set the state has yet to record it, and a box waits for its answer.
+    if (isVisible() && Package::isError(state))
+        QMetaObject::invokeMethod(
+            this, [this, state] { tellError(state); }, Qt::QueuedConnection);
+}
+
+void PackageWidget::tellError(Package::State state)
+{
+    if (isVisible())
+        PackageErrorBox::show(this, state, m_package->name());
+}
+
+PackageWidget::Look PackageWidget::lookOf(Package::State state) const
+{
+    const auto busy = [](const QString &text) {
+        return Look{text, QStringLiteral("Busy"), BusyGlyph, false, true};
+    };
+    const auto failed = [](const QString &text) {
+        return Look{text, QStringLiteral("Error"), ErrorGlyph, false, false};
+    };
+    switch (state) {
+    case Package::AVAILABLE:
+    case Package::UNKNOWN:
+        break;
+    case Package::INSTALLED:
+        if (m_package->isUpdateAvailable())
+            return {tr("Update"), QStringLiteral("Update"), DownloadGlyph, true, false};
+        return {tr("Installed"), QStringLiteral("Installed"), InstalledGlyph, false, false};
+    case Package::PREPARING:
+        return busy(tr("Preparing"));
+    case Package::DOWNLOADING:
+        return busy(tr("Downloading"));
+    case Package::INSTALLING:
+        return busy(tr("Installing"));
+    case Package::UNINSTALLING:
+        return busy(tr("Uninstalling"));
+    case Package::INSTALL_ERROR:
+        return failed(tr("Install Error"));
+    case Package::DOWNLOAD_ERROR:
+        return failed(tr("Download Error"));
+    case Package::DEPENDENCY_ERROR:
+        return failed(tr("Dependency Error"));
+    }
+    return {tr("Download"), QStringLiteral("Download"), DownloadGlyph, true, false};
+}
+
+void PackageWidget::applyLook(const Look &look)
+{
+    m_action->setText(look.text);
+    m_action->setEnabled(look.enabled);
+    m_action->setIcon(Components::iconFont()->icon(look.glyph));
+    m_progress->setVisible(look.progress);
+    Components::restyle(*m_action, look.objectName);
+}
+
+void PackageWidget::refreshLabels()
+{
+    m_installed->setText(tr("Installed : ") + m_controller->installedVersion(m_package));
+    m_available->setText(tr("Available : ") + m_package->newestVersion());
+    QFont font = m_available->font();
+    font.setWeight(m_package->isUpdateAvailable() ? QFont::Bold : QFont::Normal);
+    m_available->setFont(font);
+    const QString price = m_package->productId() < 1 ? tr("Free") : tr("Paid");
+    m_status->setText(tr("Status : ") + QStringLiteral("<font color=\"#66b771\">") + price +
+                      QStringLiteral("</font>"));
+}
+
+void PackageWidget::setTotalSize(qint64 size)
+{
+    m_progress->setMaximum(thousands(size));
+}
+
+void PackageWidget::setDownloadedSize(qint64 size)
+{
+    m_progress->setValue(thousands(size));
+}
+
+void PackageWidget::fetchIcon()
+{
+    const auto &downloads = m_controller->downloadManager();
+    if (m_package->icon().isEmpty() || !downloads)
+        return;
+    const auto download = QSharedPointer<Download>::create(m_package->icon(), true, true);
+    connect(download.data(), &Download::finished, this,
+            [this, source = download.data()](const QString &path) { showIcon(*source, path); });
+    // The end that follows an error brings no picture; the animation goes on.
+    connect(download.data(), &Download::error, this,
+            [this, source = download.data()] { disconnect(source, nullptr, this, nullptr); });
+    downloads->add(download, false);
+}
+
+void PackageWidget::showIcon(Download &download, const QString &path)
+{
+    disconnect(&download, nullptr, this, nullptr);
+    const QPixmap picture =
+        Components::loadPicture(path, IconSize * devicePixelRatioF(), Qt::IgnoreAspectRatio);
+    LoadingAnimation::stop(*m_icon);
+    m_icon->setScaledContents(true);
+    m_icon->setPixmap(picture);
+}
+
+} // namespace Kavo::Ui

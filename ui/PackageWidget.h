@@ -1,0 +1,73 @@
+#pragma once
+
+#include "components/StyledWidget.h"
+#include "packages/Package.h"
+
+#include <QSharedPointer>
+
+class QHBoxLayout;
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class QVBoxLayout;
+
+namespace Kavo::Controllers {
+class PackageController;
+}
+
+namespace Kavo::Models {
+class Download;
+}
+
+namespace Kavo::Ui {
+
+/// The card of one package in the list. It follows the package's state and progress and fetches its
+/// icon.
+class PackageWidget final : public Components::StyledWidget
+{
+    Q_OBJECT
+
+public:
+    PackageWidget(const QSharedPointer<Controllers::PackageController> &controller,
+                  const Models::PackagePointer &package, QWidget *parent = nullptr);
+
+private:
+    struct Look
+    {
+        QString text;
+        QString objectName;
+        int glyph;
+        bool enabled;
+        bool progress;
+    };
+
+    void buildIcon(QHBoxLayout &layout);
+    void buildTexts(QHBoxLayout &layout);
+    QLabel *addLabel(QHBoxLayout &row, const QString &objectName, const QString &text);
+    void buildProgress(QVBoxLayout &column);
+    void buildButtons(QHBoxLayout &layout);
+    void followPackage();
+    void showRunningDownload();
+
+    void onStateChanged(Models::Package::State state);
+    void tellError(Models::Package::State state);
+    Look lookOf(Models::Package::State state) const;
+    void applyLook(const Look &look);
+    void refreshLabels();
+    void setTotalSize(qint64 size);
+    void setDownloadedSize(qint64 size);
+
+    void fetchIcon();
+    void showIcon(Models::Download &download, const QString &path);
+
+    QSharedPointer<Controllers::PackageController> m_controller;
+    Models::PackagePointer m_package;
+    QLabel *m_icon = nullptr;
+    QLabel *m_installed = nullptr;
+    QLabel *m_available = nullptr;
+    QLabel *m_status = nullptr;
+    QProgressBar *m_progress = nullptr;
+    QPushButton *m_action = nullptr;
+};
+
+} // namespace Kavo::Ui

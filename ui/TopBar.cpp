@@ -1,0 +1,195 @@
+#include "ui/TopBar.h"
+
+#include "components/IconFont.h"
+#include "components/WindowControl.h"
+#include "core/Installation.h"
+#include "core/Settings.h"
+#include "dialogs/MessageBoxes.h"
+#include "dialogs/SettingsDialog.h"
+#include "packages/PackageController.h"
+#include "ui/TopbarController.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPixmap>
+#include <QPointer>
+#include <QProcess>
+#include <QPushButton>
+
+namespace Kavo::Ui {
+
+using Components::WindowControl;
+using Controllers::TopbarController;
+
+namespace {
+
+constexpr int PlaneGlyph = 0xf072;
+constexpr int SearchGlyph = 0xf002;
+constexpr int RefreshGlyph = 0xf021;
+constexpr int SettingsGlyph = 0xf013;
+constexpr int ResetGlyph = 0xf0e2;
+constexpr int MaximalHeight = 75;
+constexpr int LogoHeight = 25;
+
+} // namespace
+
+TopBar::TopBar(const QSharedPointer<TopbarController> &controller, QWidget *parent)
+    : StyledWidget(QStringLiteral("TopBar"), parent)
+    , m_controller(controller)
+{
+    setMaximumHeight(MaximalHeight);
+    auto *layout = new QHBoxLayout(this);
+    layout->setSpacing(8);
+    layout->addStretch();
+    addLogo(*layout);
+    layout->addStretch();
+    addRepositoryLabel(*layout);
+    addLauncher(*layout);
+    addSearch(*layout);
+    addButtons(*layout);
+    layout->addStretch();
+    addWindowControl(*layout);
+
+    const bool searchable = m_controller->settings()->showsFilter();
+    m_searchField->setVisible(searchable);
+    m_searchButton->setVisible(searchable);
+}
+
+void TopBar::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        StyledWidget::mousePressEvent(event);
+        return;
+    }
+    m_pressed = event->localPos().toPoint();
+    m_dragging = true;
+    event->accept();
+}
+
+void TopBar::mouseMoveEvent(QMouseEvent *event)
+{
+    if (!m_dragging || !(event->buttons() & Qt::LeftButton))
+        return;
+    // The window follows by this very amount, which keeps the point under the pointer.
+    const QPoint distance = event->localPos().toPoint() - m_pressed;
+    m_controller->moveBy(distance.x(), distance.y());
+}
+
+void TopBar::mouseReleaseEvent(QMouseEvent *event)
+{
+    Q_UNUSED(event)
+    m_dragging = false;
+}
+
+void TopBar::addLogo(QHBoxLayout &layout)
+{
+    auto *logo = new QLabel(this);
+    logo->setObjectName(QStringLiteral("StoreLogo"));
+    logo->setMaximumHeight(LogoHeight);
+    const QPixmap picture(QStringLiteral(":/resources/img/store.png"));
+    if (!picture.isNull())
+        logo->setPixmap(picture.scaledToHeight(LogoHeight, Qt::SmoothTransformation));
+    layout.addWidget(logo);
+}
+
+void TopBar::addRepositoryLabel(QHBoxLayout &layout)
+{
+    if (!m_controller->settings()->usesLocalRepository())
+        return;
+    auto *label = new QLabel(tr("[Local Repository]"), this);
+    label->setObjectName(QStringLiteral("RepoLabel"));
+    layout.addWidget(label);
+    layout.addStretch();
+}
+
+void TopBar::addLauncher(QHBoxLayout &layout)
+{
+    auto *button = new QPushButton(tr("Run X-Plane"), this);
+    button->setObjectName(QStringLiteral("XPlaneButton"));
+    button->setIcon(Components::iconFont()->icon(PlaneGlyph));
+    button->setCursor(Qt::PointingHandCursor);
+    connect(button, &QPushButton::clicked, this, &TopBar::runSimulator);
+    layout.addWidget(button);
+}
+
+void TopBar::addSearch(QHBoxLayout &layout)
+{
+    m_searchField = new QLineEdit(this);
+    m_searchField->setObjectName(QStringLiteral("SearchField"));
+    m_searchField->setPlaceholderText(tr("eg. Jetways"));
+    m_searchField->setAccessibleName(tr("Search"));
+    layout.addWidget(m_searchField);
+    m_searchButton = makeButton(SearchGlyph, tr("Search"));
+    layout.addWidget(m_searchButton);
+}
+
+void TopBar::addButtons(QHBoxLayout &layout)
+{
+    QPushButton *refreshButton = makeButton(RefreshGlyph, tr("Refresh"));
+    refreshButton->setToolTip(tr("Refresh"));
+    connect(refreshButton, &QPushButton::clicked, m_controller.data(), &TopbarController::refresh);
+    layout.addWidget(refreshButton);
+
+    QPushButton *settingsButton = makeButton(SettingsGlyph, tr("Settings"));
+    connect(settingsButton, &QPushButton::clicked, this, &TopBar::openSettings);
+    layout.addWidget(settingsButton);
+
+    QPushButton *resetButton = makeButton(ResetGlyph, tr("Reset"));
+    resetButton->setToolTip(tr("Reset"));
+    connect(resetButton, &QPushButton::clicked, this, &TopBar::askForReset);
+    layout.addWidget(resetButton);
+}
+
+void TopBar::addWindowControl(QHBoxLayout &layout)
+{
+    auto *control = new WindowControl(this);
+    TopbarController *controller = m_controller.data();
+    connect(control, &WindowControl::minimize, controller, &TopbarController::minimize);
+    connect(control, &WindowControl::maximize, controller, &TopbarController::maximize);
+    connect(control, &WindowControl::restore, controller, &TopbarController::restore);
+    connect(control, &WindowControl::close, controller, &TopbarController::exit);
+    layout.addWidget(control);
+}
+
+QPushButton *TopBar::makeButton(int glyph, const QString &description)
+{
+    auto *button = new QPushButton(this);
+    button->setObjectName(QStringLiteral("TopButton"));
+    button->setIcon(Components::iconFont()->icon(glyph));
+    button->setCursor(Qt::PointingHandCursor);
+    button->setAccessibleName(description);
+    return button;
+}
+
+void TopBar::runSimulator()
+{
+    const QString folder = m_controller->settings()->current(Settings::INSTALLATION);
+    QProcess::startDetached(folder + QDir::separator() + simulatorExecutable(), {}, folder);
+}
+
+void TopBar::openSettings()
+{
+    const QPointer<TopBar> self(this);
+    Dialogs::SettingsDialog dialog(m_controller->packageController(), m_controller->settings(),
+                                   this);
+    if (dialog.exec() == QDialog::Accepted && self)
+        m_controller->refresh();
+}
+
+void TopBar::askForReset()
+{
+    const QPointer<TopBar> self(this);
+    const bool confirmed = Dialogs::confirm(
+        this, QMessageBox::Critical, tr("Reset"),
+        tr("This action will reset databases and application prefrences.\n\nContinue?"));
+    if (!confirmed || !self)
+        return;
+    m_controller->reset();
+    QCoreApplication::quit();
+}
+
+} // namespace Kavo::Ui
