@@ -1,0 +1,80 @@
+# shellcheck shell=bash disable=SC2034
+# The demonstration: catalogue, web server, pretend simulator and a profile of its own. Everything
+# lies in DEMO_RUN. Sourced, not run.
+
+readonly DEMO_RUN="$KAVO_SOURCE/build/demo-run"
+readonly DEMO_PORT=8585
+readonly DEMO_HOME="$DEMO_RUN/home"
+readonly DEMO_SIMULATOR="$DEMO_RUN/X-Plane demonstration"
+readonly DEMO_DATA="$DEMO_HOME/.local/share/Quarnell/Kavo Suite"
+
+server_pid=
+
+# forget_demonstration: back to a first start.
+forget_demonstration() {
+    rm -rf "$DEMO_HOME" "$DEMO_SIMULATOR"
+}
+
+prepare_demonstration() {
+    say "Preparing the demonstration in $DEMO_RUN"
+    mkdir -p "$DEMO_RUN/bin" "$DEMO_RUN/nginx" "$DEMO_HOME"
+    "$KAVO_SOURCE/demo/make-demo" "$DEMO_RUN/www" "http://localhost:$DEMO_PORT/"
+    "$KAVO_SOURCE/demo/make-simulator" "$DEMO_SIMULATOR"
+    write_locate_stand_in
+}
+
+# The program looks for the simulator with the system's `locate`, whose database cannot know a
+# folder that was made a moment ago.
+write_locate_stand_in() {
+    cat >"$DEMO_RUN/bin/locate" <<SCRIPT
+#!/bin/sh
+# Stand-in for locate, of the demonstration of Kavo Suite: it knows the pretend simulator only.
+echo '$DEMO_SIMULATOR/X-Plane-x86_64'
+SCRIPT
+    chmod +x "$DEMO_RUN/bin/locate"
+}
+
+# port_answers: something listens on the demonstration's port.
+port_answers() {
+    (exec 3<>"/dev/tcp/127.0.0.1/$DEMO_PORT") 2>/dev/null
+}
+
+# require_port: stops before anything is touched when the port is taken, by another demonstration
+# perhaps.
+require_port() {
+    if port_answers; then
+        die "port $DEMO_PORT of 127.0.0.1 is taken by another program; the demonstration needs it"
+    fi
+}
+
+start_server() {
+    local state="$DEMO_RUN/nginx"
+    local -a account=()
+    # Started by root, nginx would serve as a user who may not be able to read the folder.
+    ((EUID == 0)) && account=(-g "user root;")
+    sed -e "s|@PORT@|$DEMO_PORT|; s|@WWW@|$DEMO_RUN/www|; s|@STATE@|$state|" \
+        "$KAVO_SOURCE/demo/nginx.conf.in" >"$state/nginx.conf"
+    PATH="$PATH:/usr/sbin" nginx -e "$state/error.log" -c "$state/nginx.conf" "${account[@]}" \
+        2>"$state/start.log" &
+    server_pid=$!
+    wait_for 10 "nginx, see $state/start.log" server_is_up
+    say "Serving the catalogue at http://localhost:$DEMO_PORT/"
+}
+
+server_is_up() {
+    is_running "$server_pid" || die "nginx did not start: $(<"$DEMO_RUN/nginx/start.log")"
+    port_answers
+}
+
+# start_on_demonstration PROGRAM: replaces the calling (sub)shell by the program, in the profile of
+# the demonstration.
+start_on_demonstration() {
+    # The display's key stays where it is when HOME moves.
+    if [[ -z ${XAUTHORITY:-} && -e $HOME/.Xauthority ]]; then
+        export XAUTHORITY="$HOME/.Xauthority"
+    fi
+    export HOME="$DEMO_HOME"
+    export XDG_CONFIG_HOME="$HOME/.config" XDG_DATA_HOME="$HOME/.local/share"
+    export XDG_CACHE_HOME="$HOME/.cache" PATH="$DEMO_RUN/bin:$PATH"
+    exec "$1"
+}

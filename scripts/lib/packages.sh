@@ -1,0 +1,53 @@
+# shellcheck shell=bash disable=SC2034
+# The Debian packages that the project needs, and the one place that installs them. Sourced, not run.
+
+# shellcheck source=scripts/lib/say.sh
+source "$(dirname "${BASH_SOURCE[0]}")/say.sh"
+
+# To build the program.
+KAVO_BUILD_PACKAGES=(
+    g++ cmake ninja-build ccache
+    qtbase5-dev qttools5-dev qttools5-dev-tools qttranslations5-l10n
+    librsvg2-bin imagemagick fonts-manrope fonts-font-awesome
+)
+
+# To run it and its demonstration, with or without a display.
+KAVO_RUN_PACKAGES=(
+    libqt5sql5-sqlite p7zip-full plocate
+    nginx-light
+    xvfb xauth openbox xdotool sqlite3
+)
+
+# To run the tests and checks, besides those.
+KAVO_TEST_PACKAGES=(clang-format clang-tidy)
+
+# missing_packages NAME...: those that are not installed, one a line.
+missing_packages() {
+    local name
+    for name in "$@"; do
+        dpkg-query --show --showformat='${db:Status-Status}' "$name" 2>/dev/null |
+            grep --quiet '^installed$' || echo "$name"
+    done
+}
+
+# install_missing_packages NAME...: asks apt-get for what is missing and for nothing else, as root or
+# through sudo.
+install_missing_packages() {
+    local -a missing as_root=()
+    if ! command -v dpkg-query >/dev/null; then
+        say "This is no Debian system; these packages (or their like) are needed: $*"
+        return
+    fi
+    mapfile -t missing < <(missing_packages "$@")
+    ((${#missing[@]})) || return 0
+
+    say "Installing Debian packages: ${missing[*]}"
+    if ((EUID != 0)); then
+        command -v sudo >/dev/null ||
+            die "please install as root: apt-get install ${missing[*]}"
+        as_root=(sudo)
+    fi
+    "${as_root[@]}" apt-get update --quiet
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install --yes --quiet --no-install-recommends "${missing[@]}"
+}
