@@ -1,0 +1,63 @@
+// Fetches one or more addresses with the download manager into the cache folder given, as the
+// program does, and ends when all are Finished. Prints how far the peak resident size rose over
+// what the process had before the first request, in KiB.
+//
+//     bench_transfer CACHE_FOLDER ADDRESS...
+
+#include "core/Settings.h"
+#include "downloads/DownloadManager.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QNetworkAccessManager>
+#include <QTextStream>
+
+namespace {
+
+using Kavo::Models::Download;
+
+/// A line of /proc/self/status, in KiB.
+qint64 processStatus(const QByteArray &key)
+{
+    QFile file(QStringLiteral("/proc/self/status"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    for (QByteArray line = file.readLine(); !line.isEmpty(); line = file.readLine()) {
+        if (line.startsWith(key))
+            return line.mid(key.size()).trimmed().split(' ').first().toLongLong();
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() < 3)
+        return 2;
+
+    const auto settings = QSharedPointer<Kavo::Settings>::create();
+    settings->setPending(Kavo::Settings::CACHE, arguments.at(1));
+    settings->apply();
+    Kavo::Managers::DownloadManager manager(settings,
+                                            QSharedPointer<QNetworkAccessManager>::create());
+    const qint64 before = processStatus("VmRSS:");
+
+    int running = arguments.size() - 2;
+    int failed = 0;
+    for (const QString &address : arguments.mid(2)) {
+        const auto download = QSharedPointer<Download>::create(address, true, false);
+        QObject::connect(download.data(), &Download::error, &application, [&failed] { ++failed; });
+        QObject::connect(download.data(), &Download::finished, &application, [&running] {
+            if (--running == 0)
+                QCoreApplication::quit();
+        });
+        manager.add(download, false);
+    }
+    QCoreApplication::exec();
+
+    QTextStream(stdout) << processStatus("VmHWM:") - before << '\n';
+    return failed == 0 ? 0 : 1;
+}
