@@ -1,6 +1,8 @@
 #include "tests/packages/Engine.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"
 
+#include <QDir>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -27,6 +29,8 @@ private slots:
     void refreshAfterAResetStartsAfresh();
     void showListAnnouncesTheList();
     void damagedDatabaseStillLetsPackagesBeInstalled();
+    void databaseDeletedWhileRunningIsNoLie();
+    void simulatorFolderThatVanishedIsMadeAnew();
 
 private:
     void offerThreeVersions();
@@ -136,6 +140,35 @@ void PackageControllerTest::damagedDatabaseStillLetsPackagesBeInstalled()
     QVERIFY(m_engine->refresh());
     QVERIFY(m_engine->installAndWait(7));
     QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(7))));
+}
+
+void PackageControllerTest::databaseDeletedWhileRunningIsNoLie()
+{
+    m_engine->offer({7});
+    m_engine->offer({8});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    QVERIFY(QFile::remove(m_engine->profile().dataFolder() + QStringLiteral("packages.db")));
+    const LogCapture log;
+    QVERIFY(m_engine->installAndWait(8));
+    QVERIFY(log.count(QStringLiteral("SQL Error: ")) > 0);
+    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(8))));
+    // The next run knows of nothing, which is what the disk has.
+    m_engine->stop();
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(m_engine->package(8)->state(), Package::AVAILABLE);
+}
+
+void PackageControllerTest::simulatorFolderThatVanishedIsMadeAnew()
+{
+    m_engine->offer({7});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(QDir(m_engine->profile().simulatorFolder()).removeRecursively());
+    QVERIFY(m_engine->installAndWait(7));
+    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(7))));
+    QVERIFY(QDir(m_engine->profile().simulatorFolder()).removeRecursively());
+    m_engine->controller().uninstall(m_engine->package(7));
+    QCOMPARE(m_engine->package(7)->state(), Package::AVAILABLE);
 }
 
 KAVO_TEST_MAIN(PackageControllerTest)
