@@ -22,7 +22,7 @@ void SuddenEndTest::killedDownloadIsResumedForExactlyTheMissingBytes()
     Offer offer{7};
     QByteArray content;
     for (int number = 0; content.size() < 2000000; ++number)
-        content += QByteArray::number(qHash(number)) + '\n';
+        content.append(QByteArray::number(qHash(number))).append('\n');
     offer.files = {{QStringLiteral("a/one.txt"), content},
                    {QStringLiteral("a/two.txt"), content.left(500000)}};
     engine.offer(offer);

@@ -452,7 +452,7 @@ void PackageInstallationTest::interruptedDownloadGoesOnWhereItStopped()
     Offer offer{7};
     QByteArray content;
     for (int number = 0; content.size() < 400000; ++number)
-        content += QByteArray::number(number * 7919) + '\n';
+        content.append(QByteArray::number(number * 7919)).append('\n');
     offer.files = {{Engine::fileOf(7), content}};
     m_engine->offer(offer);
     QVERIFY(m_engine->refresh());
