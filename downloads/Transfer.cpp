@@ -24,7 +24,7 @@ QVariant announcedLength(const QNetworkReply &reply)
     bool isNumber = false;
     const QByteArray text = reply.rawHeader("Content-Length").split(',').last().trimmed();
     const qint64 length = text.toLongLong(&isNumber);
-    return isNumber ? QVariant(length) : QVariant();
+    return isNumber && length >= 0 ? QVariant(length) : QVariant();
 }
 
 } // namespace
@@ -62,7 +62,9 @@ void Transfer::onProbed(QNetworkReply &probe)
     const QVariant length = announcedLength(probe);
     const QVariant modified = probe.header(QNetworkRequest::LastModifiedHeader);
     probe.deleteLater();
-    if (length.isValid() && modified.isValid()) {
+    // What the server says of an error page is nothing about the file.
+    const bool answered = probe.error() == QNetworkReply::NoError;
+    if (answered && length.isValid() && modified.isValid()) {
         const qint64 size = length.toLongLong();
         m_download->setFileSize(size);
         if (isCompleteOnDisk(size)) {

@@ -19,6 +19,7 @@ private slots:
     void failedProbeIsFollowedByTheGet_data();
     void failedProbeIsFollowedByTheGet();
     void failedProbeLeavesThePart();
+    void lengthOfAnErrorPageIsNotThatOfTheFile();
     void failedGetStillFinishes_data();
     void failedGetStillFinishes();
     void bodyOfAnErrorIsWritten();
@@ -107,6 +108,16 @@ void TransferFaultsTest::failedProbeLeavesThePart()
     transfer(DownloadSetup::resumable(url("/a")));
     QVERIFY(!server().last("GET", QStringLiteral("/a")).hasHeader("Range"));
     QCOMPARE(content("a"), QByteArray("abccontent"));
+}
+
+void TransferFaultsTest::lengthOfAnErrorPageIsNotThatOfTheFile()
+{
+    // The probe is answered with length and date of a page that is shorter than the part.
+    server().serve(QStringLiteral("/a"), "a page").getStatus = 403;
+    QVERIFY(m_setup->put(QStringLiteral("a"), "a part of the archive"));
+    transfer(DownloadSetup::resumable(url("/a")));
+    QVERIFY(!server().last("GET", QStringLiteral("/a")).hasHeader("Range"));
+    QVERIFY(content("a").startsWith("a part of the archive"));
 }
 
 void TransferFaultsTest::failedGetStillFinishes_data()
