@@ -21,6 +21,8 @@ namespace {
 constexpr int OkGlyph = 0xf00c;
 constexpr int CancelGlyph = 0xf00d;
 constexpr int MinimalWidth = 512;
+/// Wide enough for a whole folder path on most machines.
+constexpr int PreferredWidth = 720;
 
 } // namespace
 
@@ -54,6 +56,7 @@ SettingsDialog::SettingsDialog(const QSharedPointer<Controllers::PackageControll
     layout->setSpacing(16);
     layout->addWidget(tabs);
     layout->addLayout(buttons);
+    resize(PreferredWidth, sizeHint().height());
 }
 
 void SettingsDialog::reject()

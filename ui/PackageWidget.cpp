@@ -7,6 +7,7 @@
 #include "downloads/DownloadManager.h"
 #include "packages/PackageController.h"
 #include "ui/ElidedLabel.h"
+#include "ui/NameLabel.h"
 #include "ui/PackageActions.h"
 #include "ui/PackageErrorBox.h"
 
@@ -88,12 +89,8 @@ void PackageWidget::buildIcon(QHBoxLayout &layout)
 
 void PackageWidget::buildTexts(QHBoxLayout &layout)
 {
-    auto *name = new QLabel(this);
+    auto *name = new NameLabel(m_package->name(), this);
     name->setObjectName(QStringLiteral("PackageName"));
-    name->setTextFormat(Qt::PlainText);
-    name->setText(m_package->name());
-    // A long name is cut off; it must not widen the list.
-    name->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     QFont font = name->font();
     font.setBold(true);
     font.setPointSize(NamePoints);

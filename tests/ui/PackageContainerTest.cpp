@@ -42,6 +42,7 @@ private slots:
     void onlyTheExactTextHidesTheSidebar();
     void updateRebuildsTheHiddenListWithoutShowingIt();
     void updateLeavesAShownListShown();
+    void shownListIsHiddenWhileItIsFilled();
     void rebuiltListHoldsNewCardsOnly();
     void failedCatalogueIsTold();
     void detailOpensAndBackCloses();
@@ -242,6 +243,19 @@ void PackageContainerTest::updateLeavesAShownListShown()
     emit controller().update();
     QVERIFY(list().isVisible());
     QVERIFY(card(0)->isVisible());
+}
+
+void PackageContainerTest::shownListIsHiddenWhileItIsFilled()
+{
+    open();
+    QVERIFY(list().isVisible());
+    // Every row added to a visible list has all of them laid out anew.
+    int hidden = 0;
+    connect(list().model(), &QAbstractItemModel::rowsInserted, this,
+            [this, &hidden] { hidden += list().isHidden() ? 1 : 0; });
+    emit controller().update();
+    QCOMPARE(hidden, 2);
+    QVERIFY(list().isVisible());
 }
 
 void PackageContainerTest::rebuiltListHoldsNewCardsOnly()
