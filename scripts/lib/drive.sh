@@ -1,173 +1,7 @@
-# shellcheck shell=bash
-# Drives the main job through the real window with real mouse and keyboard input: installs the first
-# package of the demonstration, which brings two others along, and starts the program once more.
-# Buttons are found by their colour in the picture of the screen. Sourced, not run.
-
-readonly PICTURES="$DEMO_RUN/pictures"
-readonly SCREEN="$DEMO_RUN/screen.png"
-readonly DRIVEN_ID=3 DRIVEN_NAME="Harbour City Airport"
-
-program_pid=
-picture_count=0
-
-# Looking ----------------------------------------------------------------------------------------
-
-# imagemagick TOOL ARGUMENT...: by the Debian name first; `convert` may be somebody else's.
-imagemagick() {
-    local tool=$1
-    shift
-    command -v "$tool-im6.q16" >/dev/null && tool="$tool-im6.q16"
-    "$tool" "$@"
-}
-
-# style_colour NAME: the ground of the buttons with this object name.
-style_colour() {
-    local colour
-    colour=$(sed -n "s/^#$1\(,.*\)\? { background: \(#[0-9a-f]*\);.*/\2/p" \
-        "$KAVO_SOURCE/resources/style.qss")
-    [[ -n $colour ]] || die "the style sheet has no colour for $1"
-    echo "$colour"
-}
-
-# find_buttons COLOUR: "x y" of the middle of every button-sized area of the colour, top to bottom.
-find_buttons() {
-    imagemagick import -window root "$SCREEN"
-    imagemagick convert "$SCREEN" -alpha off -fill black +opaque "$1" -fill white -opaque "$1" \
-        -define connected-components:verbose=true \
-        -define connected-components:area-threshold=1000 -connected-components 4 null: |
-        sed -n 's/^ *[0-9]*: \([0-9]*\)x\([0-9]*\)+\([0-9]*\)+\([0-9]*\) .*(255.*/\1 \2 \3 \4/p' |
-        awk '$1 > 80 && $1 < 240 && $2 > 24 && $2 < 60 { print int($3 + $1 / 2), int($4 + $2 / 2) }' |
-        sort -n -k2
-}
-
-# first_button COLOUR: the topmost one; fails where there is none.
-first_button() {
-    local found
-    found=$(find_buttons "$1")
-    [[ -n $found ]] && head -n 1 <<<"$found"
-}
-
-# shows_button COLOUR [POSITION]: a button of the colour is to be seen (in the row of the position).
-shows_button() {
-    is_running "$program_pid" || die "the program has ended unexpectedly"
-    local found
-    found=$(first_button "$1") && [[ -z ${2:-} || ${found#* } == "${2#* }" ]]
-}
-
-# moved_button COLOUR POSITION: the topmost button of the colour is in another row.
-moved_button() {
-    is_running "$program_pid" || die "the program has ended unexpectedly"
-    local found
-    found=$(first_button "$1") && [[ ${found#* } != "${2#* }" ]]
-}
-
-# take_picture NAME: the window as it looks now.
-take_picture() {
-    local file X Y WIDTH HEIGHT
-    picture_count=$((picture_count + 1))
-    file=$(printf '%s/%02d-%s.png' "$PICTURES" "$picture_count" "$1")
-    eval "$(xdotool getwindowgeometry --shell "$(main_window)" | grep -E '^(X|Y|WIDTH|HEIGHT)=[0-9]+$')"
-    imagemagick import -window root -crop "${WIDTH}x${HEIGHT}+$X+$Y" +repage "$file"
-    say "Picture: $file"
-}
-
-main_window() {
-    xdotool search --onlyvisible --name '^Kavo Suite$' | tail -n 1
-}
-
-# has_focus TITLE: the window of that title gets the keyboard.
-has_focus() {
-    is_running "$program_pid" || die "the program has ended unexpectedly"
-    [[ $(xdotool getactivewindow getwindowname 2>/dev/null) == "$1" ]]
-}
-
-# Acting -----------------------------------------------------------------------------------------
-
-# click "X Y"
-click() {
-    local x y
-    read -r x y <<<"$1"
-    xdotool mousemove "$x" "$y" click 1
-}
-
-open_program() {
-    (start_on_demonstration "$1") &
-    program_pid=$!
-    wait_for 60 "the main window" has_focus "Kavo Suite"
-}
-
-# close_program: as the window manager would, so that the settings are saved.
-close_program() {
-    has_focus "Kavo Suite" || die "the main window lost the keyboard"
-    xdotool key alt+F4
-    wait_for 30 "the end of the program" has_ended "$program_pid"
-    local status=0
-    wait "$program_pid" || status=$?
-    program_pid=
-    ((status == 0)) || die "the program ended with status $status"
-}
-
-has_ended() {
-    ! is_running "$1"
-}
-
-# Facts ------------------------------------------------------------------------------------------
-
-# The states of a package as the database of installed packages has them.
-readonly INSTALLED=1 DOWNLOADING=3 INSTALLING=4
-
-# has_status ID STATUS...: the database has one of these states for the package.
-has_status() {
-    is_running "$program_pid" || die "the program has ended unexpectedly"
-    local status
-    status=$(sqlite3 -readonly "$DEMO_DATA/packages.db" \
-        "SELECT status FROM packages WHERE package_id = $1" 2>/dev/null) || return 1
-    shift
-    [[ -n $status && " $* " == *" $status "* ]]
-}
-
-# is_installed ID: as has_status, but stops at a box that tells of a failure.
-is_installed() {
-    if [[ $(xdotool getactivewindow getwindowname 2>/dev/null) == *Error ]]; then
-        take_picture failed
-        die "the program reports that a package could not be installed"
-    fi
-    has_status "$1" "$INSTALLED"
-}
-
-# has_version FILE VERSION: the version file of an installed package, in the simulator's scenery.
-has_version() {
-    local file="$DEMO_SIMULATOR/Custom Scenery/$1"
-    [[ -e $file && $(sed -n 3p "$file") == "$2" ]]
-}
-
-# has_received BYTES: that much of the package's archive has come, or it is over with already.
-has_received() {
-    local size
-    size=$(stat --format=%s "$DEMO_DATA/cache/harbour-city-2.1.0.7z" 2>/dev/null) || size=0
-    ((size >= $1)) || has_status "$DRIVEN_ID" "$INSTALLING" "$INSTALLED"
-}
-
-# was_served PATH: the web server has handed out this file to the end.
-was_served() {
-    grep --quiet --fixed-strings "GET /$1 HTTP/1.1\" 200" "$DEMO_RUN/nginx/access.log"
-}
-
-check_files() {
-    has_version "Kavo Library/lib/Kavo_Library/Kavo_version.txt" 1.4.0 ||
-        die "the library is not in the simulator's folder"
-    has_version "Kavo Ground Equipment/Kavo_version.txt" 2.1.0 ||
-        die "the ground equipment is not in the simulator's folder"
-    has_version "Kavo Harbour City/Kavo_version.txt" 2.1.0 ||
-        die "$DRIVEN_NAME is not in the simulator's folder"
-    local photograph="$DEMO_SIMULATOR/Custom Scenery/Kavo Harbour City/textures/photograph.raw"
-    [[ $(stat --format=%s "$photograph") == 6000000 ]] || die "$photograph is not whole"
-    [[ -s "$DEMO_SIMULATOR/Custom Scenery/My Own Field/readme.txt" ]] ||
-        die "the files of the simulator's owner are gone"
-    say "All files of $DRIVEN_NAME and of the two packages it needs are there"
-}
-
-# The run ----------------------------------------------------------------------------------------
+# shellcheck shell=bash disable=SC2153,SC2154
+# Drives the program through its real window: installs the first package of the demonstration, which
+# brings two others along, updates, downgrades and uninstalls, changes the settings, and starts the
+# program once more. Sourced, not run.
 
 # drive PROGRAM
 drive() {
@@ -176,7 +10,14 @@ drive() {
     install_through_window "$1"
     check_files
     look_at_detail
+    update_through_window
+    downgrade_library
+    uninstall_library
+    change_settings
+    refuse_reset
+    refresh_without_server
     restart "$1"
+    check_removal
     say "The demonstration succeeded; its pictures are in $PICTURES"
 }
 
@@ -193,10 +34,7 @@ install_through_window() {
 
     say "Pressing Download of $DRIVEN_NAME at $button"
     click "$button"
-    wait_for 20 "the question about its dependencies" has_focus "Install Package"
-    take_picture question
-    say "Answering Yes"
-    xdotool key alt+y
+    answer "Install Package" alt+y question
 
     wait_for 20 "the download" has_status "$DRIVEN_ID" "$DOWNLOADING" "$INSTALLING" "$INSTALLED"
     wait_for 20 "half of the download" has_received 3000000
@@ -222,6 +60,188 @@ look_at_detail() {
     take_picture detail
     xdotool key Escape
     wait_for 20 "the list of packages" shows_button "$installed" "$card"
+}
+
+# show_old_versions POSITION COUNT: turns to the third tab of the detail view, which has so many rows;
+# the position is that of a button of its title bar.
+show_old_versions() {
+    local bar=$1 light
+    light=$(style_colour MoreDetail)
+    # A click into the page gives it the keyboard.
+    click "$((${bar% *} - 300)) $((${bar#* } + 140))"
+    xdotool key ctrl+Tab
+    take_picture change-log-page
+    xdotool key ctrl+Tab
+    wait_for 20 "the old versions" has_buttons_below "$light" "$bar" "$2"
+}
+
+# has_buttons_below COLOUR POSITION COUNT
+has_buttons_below() {
+    is_running "$program_pid" || die "the program has ended unexpectedly"
+    (($(buttons_below "$1" "$2" | wc -l) == $3))
+}
+
+# Night Lighting, the second card: an older version first, then the update with its change log.
+update_through_window() {
+    local light download update installed bar
+    light=$(style_colour MoreDetail)
+    download=$(style_colour Download)
+    update=$(style_colour Update)
+    installed=$(style_colour Installed)
+
+    say "Installing an older version of Night Lighting"
+    click "$(find_buttons "$light" | sed -n 2p)"
+    wait_for 20 "the banner of Night Lighting" was_served_like "banners/night-lighting-"
+    wait_for 20 "its details" has_buttons "$download" 1
+    bar=$(first_button "$download")
+    take_picture detail-of-another
+    show_old_versions "$bar" 2
+    take_picture old-versions
+    click "$(buttons_below "$light" "$bar" | sed -n 2p)"
+    wait_for 30 "the older version" is_recorded 8 "$INSTALLED" 1.5.1
+    wait_for 20 "the button Update" has_buttons "$update" 1
+    take_picture older-version-installed
+
+    say "Updating it"
+    click "$(first_button "$update")"
+    answer "Change Log" alt+y change-log
+    wait_for 30 "the update" is_recorded 8 "$INSTALLED" 1.6.0
+    wait_for 20 "the button Installed" has_buttons "$installed" 1
+    take_picture updated
+    xdotool key Escape
+    wait_for 20 "the list of packages" has_buttons "$installed" 3
+}
+
+# has_buttons COLOUR COUNT [NARROWEST]
+has_buttons() {
+    is_running "$program_pid" || die "the program has ended unexpectedly"
+    (($(find_buttons "$1" "${3:-80}" | wc -l) == $2))
+}
+
+# The library is the last card of the list, and the only one among the last that is installed.
+downgrade_library() {
+    local light update installed card bar
+    light=$(style_colour MoreDetail)
+    update=$(style_colour Update)
+    installed=$(style_colour Installed)
+
+    say "Installing an older version of the library, which two others will not like"
+    card=$(first_button "$installed")
+    xdotool mousemove $((${card% *} - 400)) "${card#* }" click --repeat 100 --delay 5 5
+    wait_for 20 "the end of the list" has_buttons "$installed" 1
+    take_picture list-end
+
+    say "Trying to install what needs a package that nobody offers"
+    click "$(find_buttons "$(style_colour Download)" | tail -n 1)"
+    answer "Dependencies Error" Return missing-dependency
+    wait_for 20 "the main window" has_focus "Kavo Suite"
+    click "$(find_buttons "$light" | tail -n 1)"
+    wait_for 20 "the details of the library" has_buttons "$light" 2
+    bar=$(first_button "$installed")
+    show_old_versions "$bar" 3
+    click "$(buttons_below "$light" "$bar" | sed -n 3p)"
+    answer "Install Package" alt+y warning
+    wait_for 30 "the older library" is_recorded 1 "$INSTALLED" 1.2.0
+    has_version "Kavo Library/lib/Kavo_Library/Kavo_version.txt" 1.2.0 ||
+        die "the older library is not in the simulator's folder"
+    wait_for 20 "the button Update" has_buttons "$update" 1
+    take_picture library-older
+}
+
+uninstall_library() {
+    local update
+    update=$(style_colour Update)
+    say "Uninstalling the library and with it what depends on it"
+    click "$(button_beside "$(style_colour Uninstall)" "$(first_button "$update")")"
+    answer "Uninstall Package" alt+y uninstall
+    wait_for 30 "the removal of $DRIVEN_NAME" is_recorded "$DRIVEN_ID" "$AVAILABLE" 2.1.0
+    wait_for 30 "the removal of the ground equipment" is_recorded 2 "$AVAILABLE" 2.1.0
+    wait_for 30 "the removal of the library" is_recorded 1 "$AVAILABLE" 1.2.0
+    is_recorded 8 "$INSTALLED" 1.6.0 || die "Night Lighting is gone as well"
+    wait_for 20 "the button Download" has_buttons "$(style_colour Download)" 1
+    take_picture uninstalled
+    check_removal
+    xdotool key Escape
+    wait_for 20 "the list of packages" has_more_buttons "$(style_colour Download)" 1
+}
+
+# has_more_buttons COLOUR COUNT
+has_more_buttons() {
+    is_running "$program_pid" || die "the program has ended unexpectedly"
+    (($(find_buttons "$1" | wc -l) > $2))
+}
+
+# Another cache folder, chosen in the folder dialog.
+change_settings() {
+    local folder="$DEMO_HOME/other cache" light
+    light=$(style_colour MoreDetail)
+    say "Choosing another cache folder"
+    mkdir -p "$folder"
+    click "$(top_button 2)"
+    wait_for 20 "the settings" has_focus "Settings"
+    take_picture settings-general
+    xdotool key ctrl+Tab
+    # Four to browse, and two to end.
+    wait_for 20 "the page of the folders" has_buttons "$light" 6 40
+    take_picture settings-paths
+    click "$(find_buttons "$light" | sed -n 2p)"
+    wait_for 20 "the folder dialog" has_focus "Find Directory"
+    xdotool type --delay 12 "$folder"
+    take_picture settings-folder
+    wait_for 20 "the end of the folder dialog" confirm_folder
+    take_picture settings-changed
+    # Ok and Cancel are the lowest.
+    click "$(find_buttons "$light" 40 | tail -n 2 | sort -n | head -n 1)"
+    wait_for 20 "the main window" has_focus "Kavo Suite"
+    wait_for 20 "the new cache folder in the settings file" has_setting Cache "$folder/"
+    wait_for 20 "the list of packages" has_more_buttons "$(style_colour Download)" 1
+
+    click "$(top_button 2)"
+    wait_for 20 "the settings" has_focus "Settings"
+    xdotool key ctrl+Tab ctrl+Tab
+    wait_for 20 "the page of the disk usage" has_buttons "$light" 2 40
+    take_picture settings-disk
+    xdotool key Escape
+    wait_for 20 "the main window" has_focus "Kavo Suite"
+}
+
+# confirm_folder: presses Return in the folder dialog as long as it is there; the first time may only
+# close the list of suggestions.
+confirm_folder() {
+    has_focus "Settings" && return
+    xdotool key Return
+    wait_at_most_a_second has_focus "Settings"
+}
+
+# wait_at_most_a_second COMMAND...: whether it succeeded in that time.
+wait_at_most_a_second() {
+    local attempts=10
+    until "$@"; do
+        ((--attempts > 0)) || return 1
+        sleep 0.1
+    done
+}
+
+refuse_reset() {
+    say "Asking for the reset and refusing it"
+    click "$(top_button 3)"
+    answer Reset alt+n reset
+    wait_for 20 "the main window" has_focus "Kavo Suite"
+    is_recorded 8 "$INSTALLED" 1.6.0 || die "the refused reset has forgotten what is installed"
+    has_setting Cache "$DEMO_HOME/other cache/" || die "the refused reset has changed the settings"
+}
+
+refresh_without_server() {
+    local download
+    download=$(style_colour Download)
+    say "Refreshing while the server is silent, and once more when it is back"
+    stop_process "$server_pid"
+    click "$(top_button 1)"
+    wait_for 20 "the error in the place of the list" has_buttons "$download" 0
+    take_picture no-server
+    start_server
+    click "$(top_button 1)"
+    wait_for 20 "the list of packages" has_more_buttons "$download" 1
 }
 
 restart() {
