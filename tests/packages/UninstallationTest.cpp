@@ -23,6 +23,7 @@ private slots:
     void sharedDependentsGoOnce();
     void packagesThatNeedEachOtherAreBothRemoved();
     void busyPackageIsLeftAlone();
+    void anotherPackageIsRemovedDuringAnInstallation();
     void otherPeoplesFilesStay();
     void removalOfAnUpdatablePackageClearsItsMark();
 
@@ -139,6 +140,30 @@ void UninstallationTest::busyPackageIsLeftAlone()
     m_engine->server().release(QStringLiteral("/package-7-1.0.zip"));
     QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
     QVERIFY(m_engine->waitUntilSettled(7));
+}
+
+void UninstallationTest::anotherPackageIsRemovedDuringAnInstallation()
+{
+    m_engine->offer(removable(1));
+    m_engine->offer(removable(2));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(1));
+    m_engine->install(2);
+    bool removedMeanwhile = false;
+    connect(m_engine->package(2).data(), &Package::stateChanged, this,
+            [this, &removedMeanwhile](Package::State state) {
+                if (state != Package::INSTALLING)
+                    return;
+                m_engine->controller().uninstall(m_engine->package(1));
+                removedMeanwhile = true;
+            });
+    QVERIFY(m_engine->waitForState(2, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(2));
+    QVERIFY(removedMeanwhile);
+    QCOMPARE(m_engine->recordedStatus(1), 0);
+    QCOMPARE(m_engine->recordedStatus(2), 1);
+    QVERIFY(!QFile::exists(m_engine->simulator(Engine::fileOf(1))));
+    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(2))));
 }
 
 void UninstallationTest::otherPeoplesFilesStay()

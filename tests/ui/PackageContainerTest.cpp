@@ -10,6 +10,7 @@
 #include "ui/PackageSidebar.h"
 #include "ui/PackageWidget.h"
 
+#include <QComboBox>
 #include <QFileInfo>
 #include <QListWidget>
 #include <QPointer>
@@ -40,6 +41,7 @@ private slots:
     void signalsSwitchTheArea();
     void onlyTheExactTextHidesTheSidebar_data();
     void onlyTheExactTextHidesTheSidebar();
+    void choicesOfTheSidebarLeaveTheListUnchanged();
     void updateRebuildsTheHiddenListWithoutShowingIt();
     void updateLeavesAShownListShown();
     void shownListIsHiddenWhileItIsFilled();
@@ -222,6 +224,21 @@ void PackageContainerTest::onlyTheExactTextHidesTheSidebar()
     m_engine->settings()->apply();
     open();
     QCOMPARE(area().sidebar, shown);
+}
+
+void PackageContainerTest::choicesOfTheSidebarLeaveTheListUnchanged()
+{
+    open();
+    const QPointer<PackageWidget> first(card(0));
+    auto *sidebar = m_container->findChild<PackageSidebar *>();
+    sidebar->findChild<QComboBox *>()->setCurrentIndex(1);
+    auto *types = sidebar->findChild<QListWidget *>();
+    for (int row = 0; row < types->count(); ++row)
+        types->item(row)->setCheckState(Qt::Unchecked);
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(list().count(), 2);
+    QCOMPARE(card(0), first.data());
+    QVERIFY(card(1)->isVisible());
 }
 
 void PackageContainerTest::updateRebuildsTheHiddenListWithoutShowingIt()
