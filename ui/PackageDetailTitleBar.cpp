@@ -28,6 +28,7 @@ constexpr int InstalledGlyph = 0xf00c;
 constexpr int UninstallGlyph = 0xf1f8;
 constexpr int HelpGlyph = 0xf059;
 constexpr int ManualGlyph = 0xf02d;
+constexpr int MinimalTitleWidth = 160;
 
 bool showsIndicator(Package::State state)
 {
@@ -54,6 +55,8 @@ PackageDetailTitleBar::PackageDetailTitleBar(
     m_title->setObjectName(QStringLiteral("DetailTitle"));
     m_title->setTextFormat(Qt::PlainText);
     m_title->setWordWrap(true);
+    // A name without a place to break it must not push the buttons off the page.
+    m_title->setMinimumWidth(MinimalTitleWidth);
     m_indicator->setMode(PackageProcessingWidget::HiddenMode);
     connectButtons();
 

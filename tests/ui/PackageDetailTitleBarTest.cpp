@@ -37,6 +37,7 @@ private slots:
     void stateSetsTheButtons_data();
     void stateSetsTheButtons();
     void nameIsPlain();
+    void unbreakableNameLeavesTheButtonsOnTheBar();
     void buttonsHaveTheirTexts();
     void barFollowsTheState();
     void actionIsStyledByItsState();
@@ -149,6 +150,18 @@ void PackageDetailTitleBarTest::nameIsPlain()
     QCOMPARE(m_bar->objectName(), QStringLiteral("PackageDetailTitleBar"));
     QCOMPARE(textOf(*m_bar, "DetailTitle"), QStringLiteral("<b>Harbour</b>"));
     QCOMPARE(child<QLabel>(*m_bar, "DetailTitle")->textFormat(), Qt::PlainText);
+}
+
+void PackageDetailTitleBarTest::unbreakableNameLeavesTheButtonsOnTheBar()
+{
+    bind(somePackage(QString(80, QLatin1Char('W'))));
+    constexpr int PageWidth = 1000;
+    QVERIFY(m_bar->minimumSizeHint().width() <= PageWidth);
+    m_bar->resize(PageWidth, m_bar->sizeHint().height());
+    for (const QPushButton *button : m_bar->findChildren<QPushButton *>()) {
+        if (button->isVisible())
+            QVERIFY(button->geometry().right() < PageWidth);
+    }
 }
 
 void PackageDetailTitleBarTest::buttonsHaveTheirTexts()
