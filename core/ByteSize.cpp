@@ -8,7 +8,7 @@ QString formatByteSize(qint64 bytes)
 {
     const QStringList units{QStringLiteral("Bytes"), QStringLiteral("KB"), QStringLiteral("MB"),
                             QStringLiteral("GB"),    QStringLiteral("TB"), QStringLiteral("PB")};
-    double value = static_cast<double>(bytes);
+    auto value = static_cast<double>(bytes);
     int unit = 0;
     while (value >= 1024 && unit < units.size() - 1) {
         value /= 1024;
