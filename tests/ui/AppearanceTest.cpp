@@ -18,6 +18,7 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTabWidget>
+#include <QTranslator>
 
 #include <memory>
 
@@ -170,6 +171,16 @@ void keepPicture(QWidget &widget, const QString &name)
 
 /// No text is cut off, nothing covers its neighbour and nothing sticks out, whatever the catalogue
 /// says.
+namespace {
+
+/// A text of an error box in the language of this run.
+QString boxText(const char *text)
+{
+    return QCoreApplication::translate("Kavo::Ui::PackageErrorBox", text);
+}
+
+} // namespace
+
 class AppearanceTest final : public QObject
 {
     Q_OBJECT
@@ -193,6 +204,7 @@ private:
     void openDetail(int id);
     static void check(QWidget &widget, const QString &pictureName);
 
+    QTranslator m_translator;
     std::unique_ptr<Engine> m_engine;
     QSharedPointer<ApplicationController> m_application;
     std::unique_ptr<ApplicationWindow> m_window;
@@ -202,6 +214,12 @@ void AppearanceTest::initTestCase()
 {
     Kavo::Components::iconFont()->initFontAwesome();
     Kavo::loadFonts();
+    const QString language = qEnvironmentVariable("KAVO_TEST_LANGUAGE");
+    if (language.isEmpty())
+        return;
+    QVERIFY(m_translator.load(QStringLiteral("qt_") + language,
+                              QStringLiteral(KAVO_TRANSLATION_FOLDER)));
+    QCoreApplication::installTranslator(&m_translator);
 }
 
 void AppearanceTest::init()
@@ -276,13 +294,13 @@ void AppearanceTest::listHoldsTogether()
     // The widest texts that a card can show; failures are told in boxes besides.
     MessageBoxAnswers answers;
     const QString name = m_engine->package(1)->name();
-    answers.expect(QStringLiteral("Dependency Error"),
-                   QStringLiteral("Unable to install one or more dependency for package : ") + name,
+    answers.expect(boxText("Dependency Error"),
+                   boxText("Unable to install one or more dependency for package : ") + name,
                    QMessageBox::Ok);
     m_engine->package(3)->setState(Package::DEPENDENCY_ERROR);
     QVERIFY(answers.waitForAll());
-    answers.expect(QStringLiteral("Download Error"),
-                   QStringLiteral("Downloading failed for package : ") + name, QMessageBox::Ok);
+    answers.expect(boxText("Download Error"), boxText("Downloading failed for package : ") + name,
+                   QMessageBox::Ok);
     m_engine->package(5)->setState(Package::DOWNLOAD_ERROR);
     QVERIFY(answers.waitForAll());
     m_engine->package(4)->setState(Package::DOWNLOADING);
