@@ -30,7 +30,8 @@ QSize FactLabel::minimumSizeHint() const
 
 void FactLabel::paintEvent(QPaintEvent *event)
 {
-    QFrame::paintEvent(event);
+    // The frame alone: the label's own text is drawn below.
+    QFrame::paintEvent(event); // NOLINT(bugprone-parent-virtual-call)
     QPainter painter(this);
     const QRect area = contentsRect();
     const auto draw = [this, &painter](const QRect &rect, const QString &text) {

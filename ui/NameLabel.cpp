@@ -14,7 +14,8 @@ NameLabel::NameLabel(const QString &name, QWidget *parent) : QLabel(parent)
 
 void NameLabel::paintEvent(QPaintEvent *event)
 {
-    QFrame::paintEvent(event);
+    // The frame alone: the label's own text is drawn below.
+    QFrame::paintEvent(event); // NOLINT(bugprone-parent-virtual-call)
     QPainter painter(this);
     const QRect area = contentsRect();
     style()->drawItemText(
