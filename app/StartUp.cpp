@@ -3,6 +3,8 @@
 #include "app/Assembly.h"
 #include "app/SplashMessage.h"
 #include "components/IconFont.h"
+#include "components/Picture.h"
+#include "core/ApplicationController.h"
 #include "core/Environment.h"
 #include "core/Installation.h"
 #include "core/Log.h"
@@ -60,8 +62,13 @@ void StartUp::openLog()
 
 void StartUp::showSplash()
 {
-    m_splash =
-        std::make_unique<QSplashScreen>(QPixmap(QStringLiteral(":/resources/img/splash.png")));
+    QPixmap picture(QStringLiteral(":/resources/img/splash.png"));
+    const qreal ratio = m_application.devicePixelRatio();
+    if (ratio > 1)
+        picture =
+            Components::scaledToHeight(QPixmap(QStringLiteral(":/resources/img/splash@2x.png")),
+                                       picture.height(), ratio, Qt::SmoothTransformation);
+    m_splash = std::make_unique<QSplashScreen>(picture);
     m_splash->show();
 }
 

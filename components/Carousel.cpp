@@ -17,7 +17,7 @@ namespace {
 
 constexpr int PreviousGlyph = 0xf053;
 constexpr int NextGlyph = 0xf054;
-constexpr int PictureHeight = 280;
+constexpr int PictureHeight = 240;
 constexpr QSize ButtonIcon(56, 56);
 constexpr QSize AnimationSize(24, 24);
 constexpr QSize LargestPicture(2560, 1440);
@@ -140,11 +140,12 @@ void Carousel::display()
 {
     clear();
     const qreal ratio = devicePixelRatioF();
-    const QSize space = m_label->size() * ratio;
-    QPixmap picture = m_pictures.at(m_current).scaledToHeight(qMax(1, space.height()));
-    if (picture.width() > space.width())
-        picture = m_pictures.at(m_current).scaledToWidth(qMax(1, space.width()));
-    picture.setDevicePixelRatio(ratio);
+    const int width = qMax(1, qRound(m_label->width() * ratio));
+    QPixmap picture = scaledToHeight(m_pictures.at(m_current), m_label->height(), ratio);
+    if (picture.width() > width) {
+        picture = m_pictures.at(m_current).scaledToWidth(width);
+        picture.setDevicePixelRatio(ratio);
+    }
     m_label->setPixmap(picture);
 }
 

@@ -13,14 +13,18 @@ namespace Kavo::Components {
 class LoadingAnimation::Movie final : public QMovie
 {
 public:
-    explicit Movie(const QSize &size)
-        : QMovie(QStringLiteral(":/resources/img/loading.gif"), QByteArray(), qApp)
+    Movie(const QSize &size, bool dense)
+        : QMovie(file(dense), QByteArray(), qApp)
+        , m_size(size)
+        , m_dense(dense)
     {
         setCacheMode(QMovie::CacheAll);
-        setScaledSize(size);
+        setScaledSize(dense ? size * 2 : size);
         // A label that becomes visible later has a picture and a size from the start.
         jumpToFrame(0);
     }
+
+    bool is(const QSize &size, bool dense) const { return m_size == size && m_dense == dense; }
 
     void addViewer()
     {
@@ -35,12 +39,22 @@ public:
     }
 
 private:
+    /// Frames of the second file have two pixels where the screen measures one, which its name
+    /// tells Qt.
+    static QString file(bool dense)
+    {
+        return dense ? QStringLiteral(":/resources/img/loading@2x.gif")
+                     : QStringLiteral(":/resources/img/loading.gif");
+    }
+
+    QSize m_size;
+    bool m_dense;
     int m_viewers = 0;
 };
 
 void LoadingAnimation::play(QLabel &label, const QSize &size)
 {
-    Movie &movie = movieOf(size);
+    Movie &movie = movieOf(size, label.devicePixelRatioF() > 1);
     if (label.movie() == &movie)
         return;
     stop(label);
@@ -89,15 +103,15 @@ void LoadingAnimation::setShown(bool shown)
         m_movie->removeViewer();
 }
 
-LoadingAnimation::Movie &LoadingAnimation::movieOf(const QSize &size)
+LoadingAnimation::Movie &LoadingAnimation::movieOf(const QSize &size, bool dense)
 {
     // The movies belong to the application object.
     static QVector<QPointer<Movie>> movies;
     for (const QPointer<Movie> &movie : qAsConst(movies)) {
-        if (movie && movie->scaledSize() == size)
+        if (movie && movie->is(size, dense))
             return *movie;
     }
-    auto *movie = new Movie(size);
+    auto *movie = new Movie(size, dense);
     movies.append(movie);
     return *movie;
 }

@@ -9,15 +9,16 @@ namespace Kavo::Components {
 
 /// The animation that a label plays while something loads.
 ///
-/// All labels of one size share one movie, because a list may hold a thousand of them, and the
-/// movie runs only while at least one of its labels is visible. An object of this class is a
-/// label's share in the movie; it belongs to the label and goes with it.
+/// All labels of one size and kind of screen share one movie, because a list may hold a thousand of
+/// them, and the movie runs only while at least one of its labels is visible. An object of this
+/// class is a label's share in the movie; it belongs to the label and goes with it.
 class LoadingAnimation final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Shows the animation in the label, in place of what it holds, scaled to a size in pixels.
+    /// Shows the animation in the label, in place of what it holds, scaled to a size in the
+    /// screen's own measure; a dense screen gets a dense picture.
     static void play(QLabel &label, const QSize &size);
     /// Empties the label, if it plays the animation.
     static void stop(QLabel &label);
@@ -32,7 +33,7 @@ private:
 
     LoadingAnimation(QLabel &label, Movie &movie);
     void setShown(bool shown);
-    static Movie &movieOf(const QSize &size);
+    static Movie &movieOf(const QSize &size, bool dense);
 
     Movie *m_movie;
     bool m_shown = false;

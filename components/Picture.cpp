@@ -38,4 +38,14 @@ QPixmap loadPicture(const QString &path, const QSize &bounds, Qt::AspectRatioMod
     return pixmap;
 }
 
+QPixmap scaledToHeight(const QPixmap &picture, int height, qreal devicePixelRatio,
+                       Qt::TransformationMode mode)
+{
+    if (picture.isNull())
+        return {};
+    QPixmap scaled = picture.scaledToHeight(qMax(1, qRound(height * devicePixelRatio)), mode);
+    scaled.setDevicePixelRatio(devicePixelRatio);
+    return scaled;
+}
+
 } // namespace Kavo::Components

@@ -11,4 +11,9 @@ namespace Kavo::Components {
 QPixmap loadPicture(const QString &path, const QSize &bounds,
                     Qt::AspectRatioMode mode = Qt::KeepAspectRatio);
 
+/// The picture at this height in the screen's own measure, with as many pixels as the screen has
+/// for it. A null picture stays one.
+QPixmap scaledToHeight(const QPixmap &picture, int height, qreal devicePixelRatio,
+                       Qt::TransformationMode mode = Qt::FastTransformation);
+
 } // namespace Kavo::Components

@@ -30,8 +30,8 @@ function(kavo_draw_image name source width)
   set_property(DIRECTORY APPEND PROPERTY KAVO_IMAGES "${output}")
 endfunction()
 
-# kavo_draw_animation(name template): a GIF of the compiled resources, likewise.
-function(kavo_draw_animation name template)
+# kavo_draw_animation(name template width): a GIF of the compiled resources, likewise.
+function(kavo_draw_animation name template width)
   set(output "${CMAKE_CURRENT_BINARY_DIR}/images/${name}")
   set(drawing "${CMAKE_CURRENT_SOURCE_DIR}/images/${template}")
   set(script "${CMAKE_CURRENT_SOURCE_DIR}/DrawLoading.cmake")
@@ -39,8 +39,8 @@ function(kavo_draw_animation name template)
     OUTPUT "${output}"
     COMMAND ${CMAKE_COMMAND} -E make_directory "${CMAKE_CURRENT_BINARY_DIR}/images"
     COMMAND ${CMAKE_COMMAND}
-            "-DTEMPLATE=${drawing}" "-DFRAMES=${CMAKE_CURRENT_BINARY_DIR}/frames"
-            "-DOUTPUT=${output}" "-DRSVG_CONVERT=${RSVG_CONVERT}"
+            "-DTEMPLATE=${drawing}" "-DFRAMES=${CMAKE_CURRENT_BINARY_DIR}/frames/${width}"
+            "-DWIDTH=${width}" "-DOUTPUT=${output}" "-DRSVG_CONVERT=${RSVG_CONVERT}"
             "-DIMAGEMAGICK_CONVERT=${IMAGEMAGICK_CONVERT}" -P "${script}"
     DEPENDS "${drawing}" "${script}"
     COMMENT "Drawing ${name}"

@@ -1,5 +1,6 @@
 # Draws the frames of the loading animation from its one drawing and joins them to a GIF.
-# Given: TEMPLATE, FRAMES (folder for the frames), OUTPUT, RSVG_CONVERT, IMAGEMAGICK_CONVERT.
+# Given: TEMPLATE, FRAMES (folder for the frames), WIDTH (pixels), OUTPUT, RSVG_CONVERT,
+# IMAGEMAGICK_CONVERT.
 
 set(frame_count 24)
 math(EXPR step "360 / ${frame_count}")
@@ -14,7 +15,7 @@ foreach(index RANGE ${last})
   set(frame "${FRAMES}/${index}")
   file(WRITE "${frame}.svg" "${drawing}")
   execute_process(
-    COMMAND "${RSVG_CONVERT}" --output "${frame}.png" "${frame}.svg"
+    COMMAND "${RSVG_CONVERT}" --keep-aspect-ratio --width=${WIDTH} --output "${frame}.png" "${frame}.svg"
     COMMAND_ERROR_IS_FATAL ANY)
   list(APPEND frames "${frame}.png")
 endforeach()

@@ -1,6 +1,7 @@
 #include "ui/TopBar.h"
 
 #include "components/IconFont.h"
+#include "components/Picture.h"
 #include "components/WindowControl.h"
 #include "core/Installation.h"
 #include "core/Settings.h"
@@ -44,14 +45,15 @@ TopBar::TopBar(const QSharedPointer<TopbarController> &controller, QWidget *pare
     setMaximumHeight(MaximalHeight);
     auto *layout = new QHBoxLayout(this);
     layout->setSpacing(8);
-    layout->addStretch();
+    // Logo and buttons stand over the edges of the list, as near as stretches can bring them.
+    layout->addStretch(3);
     addLogo(*layout);
-    layout->addStretch();
+    layout->addStretch(12);
     addRepositoryLabel(*layout);
     addLauncher(*layout);
     addSearch(*layout);
     addButtons(*layout);
-    layout->addStretch();
+    layout->addStretch(1);
     addWindowControl(*layout);
 
     const bool searchable = m_controller->settings()->showsFilter();
@@ -90,9 +92,9 @@ void TopBar::addLogo(QHBoxLayout &layout)
     auto *logo = new QLabel(this);
     logo->setObjectName(QStringLiteral("StoreLogo"));
     logo->setMaximumHeight(LogoHeight);
-    const QPixmap picture(QStringLiteral(":/resources/img/store.png"));
-    if (!picture.isNull())
-        logo->setPixmap(picture.scaledToHeight(LogoHeight, Qt::SmoothTransformation));
+    logo->setPixmap(Components::scaledToHeight(QPixmap(QStringLiteral(":/resources/img/store.png")),
+                                               LogoHeight, devicePixelRatioF(),
+                                               Qt::SmoothTransformation));
     layout.addWidget(logo);
 }
 
@@ -103,7 +105,7 @@ void TopBar::addRepositoryLabel(QHBoxLayout &layout)
     auto *label = new QLabel(tr("[Local Repository]"), this);
     label->setObjectName(QStringLiteral("RepoLabel"));
     layout.addWidget(label);
-    layout.addStretch();
+    layout.addStretch(1);
 }
 
 void TopBar::addLauncher(QHBoxLayout &layout)

@@ -73,6 +73,7 @@ private slots:
     void freshAccountGetsItsDefaults();
     void storedValuesAreNotReplaced();
     void emptyValuesAreReplaced();
+    void splashIsDrawnForTheScreen();
     void logOfTheRunBeforeIsGoneBehindTheSplashScreen();
     void settingsFileIsNamedInTheLog();
     void environmentIsPrepared();
@@ -89,7 +90,7 @@ private:
     std::unique_ptr<TestHttpServer> m_server;
     QtMessageHandler m_handlerBefore = nullptr;
     QStringList m_messages;
-    std::function<void()> m_whenSplashIsShown;
+    std::function<void(const QSplashScreen &)> m_whenSplashIsShown;
 };
 
 bool StartUpTest::eventFilter(QObject *watched, QEvent *event)
@@ -101,7 +102,7 @@ bool StartUpTest::eventFilter(QObject *watched, QEvent *event)
                 m_messages.append(message);
         });
         if (m_whenSplashIsShown)
-            m_whenSplashIsShown();
+            m_whenSplashIsShown(*splash);
     }
     return QObject::eventFilter(watched, event);
 }
@@ -281,12 +282,32 @@ void StartUpTest::emptyValuesAreReplaced()
     QCOMPARE(stored("ShowFilter"), QStringLiteral("false"));
 }
 
+void StartUpTest::splashIsDrawnForTheScreen()
+{
+    store("Installation", m_profile->simulatorFolder());
+    const QSize natural = QPixmap(QStringLiteral(":/resources/img/splash.png")).size();
+    qreal ratio = 0;
+    QSize size;
+    QPixmap picture;
+    m_whenSplashIsShown = [&](const QSplashScreen &splash) {
+        ratio = splash.devicePixelRatioF();
+        size = splash.size();
+        picture = splash.pixmap();
+    };
+    QCOMPARE(run(), 0);
+    QCOMPARE(size, natural);
+    QCOMPARE(picture.size(), natural * ratio);
+    QCOMPARE(picture.devicePixelRatioF(), ratio);
+}
+
 void StartUpTest::logOfTheRunBeforeIsGoneBehindTheSplashScreen()
 {
     store("Installation", m_profile->simulatorFolder());
     QVERIFY(writeFile(m_profile->logFile(), "The run before\n"));
     QByteArray log = "not looked at";
-    m_whenSplashIsShown = [this, &log] { log = readFile(m_profile->logFile()); };
+    m_whenSplashIsShown = [this, &log](const QSplashScreen &) {
+        log = readFile(m_profile->logFile());
+    };
     QCOMPARE(run(), 0);
     QVERIFY(!log.contains("The run before"));
     QVERIFY(log != "not looked at");
