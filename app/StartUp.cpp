@@ -109,8 +109,10 @@ bool StartUp::settleInstallation()
     if (!m_settings->current(Settings::INSTALLATION).isEmpty())
         return true;
     QString folder = detectInstallation();
-    if (folder.isEmpty())
+    if (folder.isEmpty()) {
+        applyStyle();
         folder = askForInstallation();
+    }
     if (folder.isEmpty()) {
         Dialogs::showMessage(nullptr, QMessageBox::Information,
                              QMessageBox::tr("Dectection failed"),
@@ -121,6 +123,15 @@ bool StartUp::settleInstallation()
     m_settings->setPending(Settings::INSTALLATION, folder);
     m_settings->apply();
     return true;
+}
+
+void StartUp::applyStyle()
+{
+    // The window brings the style sheet, but these boxes come before it.
+    Controllers::ApplicationController style;
+    QObject::connect(&style, &Controllers::ApplicationController::styleChanged, &m_application,
+                     &QApplication::setStyleSheet);
+    style.loadStyle();
 }
 
 QString StartUp::detectInstallation()

@@ -39,6 +39,7 @@ private:
     void fillDefaults();
     void setUpAppearance();
     bool settleInstallation();
+    void applyStyle();
     QString detectInstallation();
     QString askForInstallation();
 
