@@ -47,8 +47,10 @@ SettingsDialog::SettingsDialog(const QSharedPointer<Controllers::PackageControll
     auto *buttons = new QHBoxLayout;
     buttons->setSpacing(8);
     buttons->addStretch();
-    addButton(*buttons, QStringLiteral("SettingsOk"), tr("Ok"), OkGlyph, &SettingsDialog::commit);
-    addButton(*buttons, QStringLiteral("SettingsCancel"), tr("Cancel"), CancelGlyph,
+    addButton(*buttons, QStringLiteral("SettingsOk"), tr("Ok"),
+              Components::iconFont()->icon(OkGlyph), &SettingsDialog::commit);
+    addButton(*buttons, QStringLiteral("SettingsCancel"), tr("Cancel"),
+              Components::iconFont()->icon(CancelGlyph, Components::darkIconOptions()),
               &SettingsDialog::reject);
 
     auto *layout = new QVBoxLayout(this);
@@ -66,11 +68,11 @@ void SettingsDialog::reject()
 }
 
 void SettingsDialog::addButton(QHBoxLayout &row, const QString &objectName, const QString &text,
-                               int glyph, void (SettingsDialog::*action)())
+                               const QIcon &icon, void (SettingsDialog::*action)())
 {
     auto *button = new QPushButton(text, this);
     button->setObjectName(objectName);
-    button->setIcon(Components::iconFont()->icon(glyph, Components::darkIconOptions()));
+    button->setIcon(icon);
     button->setCursor(Qt::PointingHandCursor);
     connect(button, &QPushButton::clicked, this, action);
     row.addWidget(button);

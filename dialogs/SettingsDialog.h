@@ -4,6 +4,7 @@
 #include <QSharedPointer>
 
 class QHBoxLayout;
+class QIcon;
 
 namespace Kavo {
 class Settings;
@@ -32,8 +33,8 @@ public:
     void reject() override;
 
 private:
-    void addButton(QHBoxLayout &row, const QString &objectName, const QString &text, int glyph,
-                   void (SettingsDialog::*action)());
+    void addButton(QHBoxLayout &row, const QString &objectName, const QString &text,
+                   const QIcon &icon, void (SettingsDialog::*action)());
     void commit();
     bool confirmNewInstallation();
     bool confirmNewLanguage();

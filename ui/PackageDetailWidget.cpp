@@ -33,7 +33,6 @@ QLabel *makeTextLabel(const QString &objectName, QWidget *parent)
     auto *label = new QLabel(parent);
     label->setObjectName(objectName);
     label->setAlignment(Qt::AlignTop);
-    label->setContentsMargins(8, 8, 8, 8);
     return label;
 }
 
