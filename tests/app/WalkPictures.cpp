@@ -27,6 +27,8 @@ void WalkPictures::take(QWidget &widget, const QString &name)
 {
     if (m_folder.isEmpty())
         return;
+    // A change of what is shown is laid out only when the event loop runs again.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     const QString file = QStringLiteral("%1-%2.png").arg(++m_count, 2, 10, QLatin1Char('0'));
     if (!widget.grab().save(QDir(m_folder).filePath(file.arg(name))))
         qWarning("No picture of %s could be kept", qUtf8Printable(name));

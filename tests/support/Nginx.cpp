@@ -78,6 +78,12 @@ bool Nginx::restart()
     return start();
 }
 
+bool Nginx::limitRate(int bytesASecond)
+{
+    m_rate = bytesASecond;
+    return restart();
+}
+
 bool Nginx::start()
 {
     writeConfiguration();
@@ -106,8 +112,8 @@ void Nginx::writeConfiguration() const
             "  client_body_temp_path tmp; proxy_temp_path tmp; fastcgi_temp_path tmp;\n"
             "  uwsgi_temp_path tmp; scgi_temp_path tmp;\n"
             "  server { listen 127.0.0.1:" +
-            QByteArray::number(m_port) +
-            "; root www; }\n"
+            QByteArray::number(m_port) + "; root www; limit_rate " + QByteArray::number(m_rate) +
+            "; }\n"
             "}\n";
     QFile file(m_root.filePath(QStringLiteral("nginx.conf")));
     if (file.open(QIODevice::WriteOnly))

@@ -28,6 +28,8 @@ public:
     void stop();
     /// Starts it on the port it had before. Returns whether it answers.
     bool restart();
+    /// Restarts it so that every answer comes no faster than this; 0 lifts the limit.
+    bool limitRate(int bytesASecond);
 
 private:
     bool start();
@@ -37,6 +39,7 @@ private:
     QTemporaryDir m_root;
     QProcess m_process;
     quint16 m_port = 0;
+    int m_rate = 0;
 };
 
 } // namespace Kavo::Testing
