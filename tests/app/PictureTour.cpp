@@ -296,11 +296,7 @@ void PictureTour::visitSettings()
 void PictureTour::visitFilter()
 {
     store(QStringLiteral("ShowFilter"), QStringLiteral("true"));
-    store(QStringLiteral("LocalRepo"), QStringLiteral("false"));
     visit([this] { m_pictures.take(*m_window, QStringLiteral("list-filter")); });
-    // A catalogue without packages.
-    writeFile(m_demonstration.server().folder() + QStringLiteral("packages.json"), "[]");
-    visit([this] { m_pictures.take(*m_window, QStringLiteral("empty")); });
 }
 
 // Going about ------------------------------------------------------------------------------------
