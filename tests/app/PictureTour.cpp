@@ -119,10 +119,12 @@ bool PictureTour::eventFilter(QObject *watched, QEvent *event)
         });
     } else if (auto *files = qobject_cast<QFileDialog *>(watched)) {
         QTimer::singleShot(0, files, &QFileDialog::reject);
-    } else if (auto *splash = qobject_cast<QSplashScreen *>(watched); splash && !m_started) {
-        m_started = true;
-        QTimer::singleShot(0, splash,
-                           [this, splash] { m_pictures.take(*splash, QStringLiteral("start")); });
+    } else if (auto *splash = qobject_cast<QSplashScreen *>(watched)) {
+        connect(splash, &QSplashScreen::messageChanged, this, [this, splash] {
+            if (!m_started)
+                m_pictures.take(*splash, QStringLiteral("start"));
+            m_started = true;
+        });
     }
     return QObject::eventFilter(watched, event);
 }
