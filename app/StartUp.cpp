@@ -14,6 +14,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QIcon>
 #include <QMessageBox>
 #include <QPixmap>
 #include <QSplashScreen>
@@ -32,6 +33,7 @@ StartUp::~StartUp() = default;
 int StartUp::run()
 {
     setNames();
+    introduceToDesktop();
     openLog();
     showSplash();
     showSplashMessage(*m_splash, QSplashScreen::tr("Starting..."));
@@ -52,6 +54,14 @@ void StartUp::setNames()
     QCoreApplication::setOrganizationName(tr("Quarnell"));
     QCoreApplication::setApplicationName(tr("Kavo Suite"));
     QCoreApplication::processEvents();
+}
+
+/// Task bars find the program's name and picture by its desktop entry; the icon is for those that
+/// do not, and for a program that was not installed.
+void StartUp::introduceToDesktop()
+{
+    QGuiApplication::setDesktopFileName(QStringLiteral(KAVO_DESKTOP_ID));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/resources/img/icon.png")));
 }
 
 void StartUp::openLog()

@@ -33,6 +33,7 @@ public:
 
 private:
     void setNames();
+    void introduceToDesktop();
     void openLog();
     void showSplash();
     void loadSettings();

@@ -1,8 +1,8 @@
 # shellcheck shell=bash disable=SC2034
 # The demonstration: catalogue, web server, pretend simulator and a profile of its own. Everything
-# lies in DEMO_RUN. Sourced, not run.
+# lies in DEMO_RUN; a script that wants it elsewhere sets that before. Sourced, not run.
 
-readonly DEMO_RUN="$KAVO_SOURCE/build/demo-run"
+readonly DEMO_RUN="${DEMO_RUN:-$KAVO_SOURCE/build/demo-run}"
 readonly DEMO_PORT=8585
 readonly DEMO_HOME="$DEMO_RUN/home"
 readonly DEMO_SIMULATOR="$DEMO_RUN/X-Plane demonstration"

@@ -19,7 +19,13 @@ KAVO_RUN_PACKAGES=(
 )
 
 # To run the tests and checks, besides those.
-KAVO_TEST_PACKAGES=(clang-format clang-tidy)
+KAVO_TEST_PACKAGES=(clang-format clang-tidy desktop-file-utils appstream)
+
+# To make the Debian package, besides those to build.
+KAVO_PACKAGE_PACKAGES=(dpkg-dev file)
+
+# To check it, besides all of the above.
+KAVO_PACKAGE_CHECK_PACKAGES=(lintian x11-utils)
 
 # missing_packages NAME...: those that are not installed, one a line.
 missing_packages() {
@@ -30,10 +36,26 @@ missing_packages() {
     done
 }
 
+# as_root COMMAND...: directly or through sudo.
+as_root() {
+    if ((EUID == 0)); then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        die "please run as root: $*"
+    fi
+}
+
+# get_packages COMMAND ARGUMENT...: apt-get without questions, which waits for its turn.
+get_packages() {
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 --yes --quiet "$@"
+}
+
 # install_missing_packages NAME...: asks apt-get for what is missing and for nothing else, as root or
 # through sudo.
 install_missing_packages() {
-    local -a missing as_root=()
+    local -a missing
     if ! command -v dpkg-query >/dev/null; then
         say "This is no Debian system; these packages (or their like) are needed: $*"
         return
@@ -42,12 +64,6 @@ install_missing_packages() {
     ((${#missing[@]})) || return 0
 
     say "Installing Debian packages: ${missing[*]}"
-    if ((EUID != 0)); then
-        command -v sudo >/dev/null ||
-            die "please install as root: apt-get install ${missing[*]}"
-        as_root=(sudo)
-    fi
-    "${as_root[@]}" apt-get update --quiet
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install --yes --quiet --no-install-recommends "${missing[@]}"
+    get_packages update
+    get_packages install --no-install-recommends "${missing[@]}"
 }

@@ -11,6 +11,7 @@
 #include "ui/ApplicationWindow.h"
 
 #include <QDir>
+#include <QIcon>
 #include <QSettings>
 #include <QSplashScreen>
 
@@ -77,6 +78,7 @@ private slots:
     void logOfTheRunBeforeIsGoneBehindTheSplashScreen();
     void settingsFileIsNamedInTheLog();
     void environmentIsPrepared();
+    void desktopKnowsTheProgram();
     void exitStatusIsThatOfTheEventLoop();
 
 private:
@@ -341,6 +343,27 @@ void StartUpTest::environmentIsPrepared()
     QCOMPARE(font.family(), QStringLiteral("Proxima Nova Rg"));
     QCOMPARE(font.pointSize(), 10);
     QCOMPARE(Kavo::Components::iconFont()->font(10).family(), QStringLiteral("FontAwesome"));
+}
+
+void StartUpTest::desktopKnowsTheProgram()
+{
+    store("Installation", m_profile->simulatorFolder());
+    QGuiApplication::setDesktopFileName(QString());
+    QGuiApplication::setWindowIcon(QIcon());
+    QString splashEntry;
+    m_whenSplashIsShown = [&splashEntry](const QSplashScreen &) {
+        splashEntry = QGuiApplication::desktopFileName();
+    };
+    QImage icon;
+    QCOMPARE(run([&icon](ApplicationWindow &window) {
+                 icon = window.windowIcon().pixmap(256).toImage();
+             }),
+             0);
+    // A window takes the name along when it is made, the first one too.
+    QCOMPARE(splashEntry, QStringLiteral(KAVO_DESKTOP_ID));
+    QVERIFY(QFile::exists(QStringLiteral(KAVO_PACKAGING_FOLDER "/%1.desktop").arg(splashEntry)));
+    QVERIFY(!icon.isNull());
+    QCOMPARE(icon, QPixmap(QStringLiteral(":/resources/img/icon.png")).toImage());
 }
 
 void StartUpTest::exitStatusIsThatOfTheEventLoop()

@@ -1,0 +1,284 @@
+#include "tests/support/Archives.h"
+#include "tests/support/TestMain.h"
+
+#include <QDirIterator>
+#include <QImage>
+#include <QProcess>
+#include <QTranslator>
+#include <QXmlStreamReader>
+
+#include <array>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Kavo::Testing;
+
+namespace {
+
+const QString DesktopId = QStringLiteral(KAVO_DESKTOP_ID);
+const QString Version = QStringLiteral(KAVO_VERSION);
+
+QString packagingText(const QString &name)
+{
+    return QString::fromUtf8(readFile(QStringLiteral(KAVO_PACKAGING_FOLDER "/") + name));
+}
+
+/// The value of a key of the desktop entry.
+QString entryValue(const QString &key)
+{
+    const QStringList lines =
+        packagingText(DesktopId + QStringLiteral(".desktop")).split(QLatin1Char('\n'));
+    for (const QString &line : lines) {
+        if (line.startsWith(key + QLatin1Char('=')))
+            return line.mid(key.size() + 1);
+    }
+    return {};
+}
+
+/// One element of the metainfo: its attributes, and its text under the empty name.
+using Element = QMap<QString, QString>;
+
+QVector<Element> metainfo(const QString &name)
+{
+    QVector<Element> found;
+    QXmlStreamReader reader(packagingText(DesktopId + QStringLiteral(".metainfo.xml")));
+    while (!reader.atEnd()) {
+        if (reader.readNext() != QXmlStreamReader::StartElement || reader.name() != name)
+            continue;
+        Element element;
+        for (const auto &attribute : reader.attributes())
+            element.insert(attribute.name().toString(), attribute.value().toString());
+        element.insert(QString(), reader.readElementText(QXmlStreamReader::IncludeChildElements));
+        found.append(element);
+    }
+    return reader.hasError() ? QVector<Element>() : found;
+}
+
+QString firstMatch(const QString &text, const QString &pattern)
+{
+    return QRegularExpression(pattern, QRegularExpression::MultilineOption).match(text).captured(1);
+}
+
+} // namespace
+
+/// Installs the program into a scratch root, as a packager would, and looks at what came of it.
+class PackagingTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void installationHoldsTheseFilesAndNoOther();
+    void permissionsDoNotDependOnTheBuilder();
+    void commandIsARelativeLinkToTheProgram();
+    void translationLiesBesideTheProgram();
+    void iconsHaveTheSizeOfTheirFolder();
+    void compressedTextsAreWhole_data();
+    void compressedTextsAreWhole();
+    void desktopEntryNamesWhatIsInstalled();
+    void metainfoBelongsToTheDesktopEntry();
+    void screenshotsAreThoseOfTheReadme();
+    void versionIsTheSameEverywhere();
+
+private:
+    QString installed(const QString &path) const { return m_root.filePath(path); }
+    /// Paths below the root.
+    QStringList find(QDir::Filters filters) const;
+
+    QTemporaryDir m_root;
+};
+
+void PackagingTest::initTestCase()
+{
+    QVERIFY(m_root.isValid());
+    QProcess process;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DESTDIR"), m_root.path());
+    process.setProcessEnvironment(environment);
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    const mode_t before = ::umask(077);
+    process.start(QStringLiteral(KAVO_CMAKE),
+                  {QStringLiteral("--install"), QStringLiteral(KAVO_BUILD_FOLDER),
+                   QStringLiteral("--prefix"), QStringLiteral("/usr")});
+    const bool finished = process.waitForFinished();
+    ::umask(before);
+    QVERIFY2(finished && process.exitCode() == 0, process.readAll().constData());
+}
+
+QStringList PackagingTest::find(QDir::Filters filters) const
+{
+    QStringList found;
+    QDirIterator iterator(m_root.path(), filters | QDir::Hidden | QDir::NoDotAndDotDot,
+                          QDirIterator::Subdirectories);
+    while (iterator.hasNext())
+        found.append(QDir(m_root.path()).relativeFilePath(iterator.next()));
+    found.sort();
+    return found;
+}
+
+void PackagingTest::installationHoldsTheseFilesAndNoOther()
+{
+    const QString data = QStringLiteral("usr/share/");
+    QStringList expected{
+        QStringLiteral("usr/bin/kavo-suite"),
+        QStringLiteral("usr/lib/kavo-suite/kavo-suite"),
+        QStringLiteral("usr/lib/kavo-suite/translations/qt_de.qm"),
+        data + QStringLiteral("applications/") + DesktopId + QStringLiteral(".desktop"),
+        data + QStringLiteral("doc/kavo-suite/changelog.gz"),
+        data + QStringLiteral("doc/kavo-suite/copyright"),
+        data + QStringLiteral("doc/kavo-suite/fonts-font-awesome.txt"),
+        data + QStringLiteral("doc/kavo-suite/fonts-manrope.txt"),
+        data + QStringLiteral("icons/hicolor/scalable/apps/kavo-suite.svg"),
+        data + QStringLiteral("man/man1/kavo-suite.1.gz"),
+        data + QStringLiteral("metainfo/") + DesktopId + QStringLiteral(".metainfo.xml"),
+    };
+    for (const int size : {16, 24, 32, 48, 64, 128, 256, 512})
+        expected.append(data + QStringLiteral("icons/hicolor/%1x%1/apps/kavo-suite.png").arg(size));
+    expected.sort();
+    QCOMPARE(find(QDir::Files | QDir::System), expected);
+}
+
+void PackagingTest::permissionsDoNotDependOnTheBuilder()
+{
+    const auto modeOf = [this](const QString &path) {
+        struct stat status = {};
+        return ::stat(QFile::encodeName(installed(path)).constData(), &status) == 0
+                   ? static_cast<int>(status.st_mode & 07777)
+                   : -1;
+    };
+    QVERIFY(!find(QDir::Files).isEmpty());
+    for (const QString &file : find(QDir::Files)) {
+        const bool runs = file.endsWith(QLatin1String("/kavo-suite"));
+        QVERIFY2(modeOf(file) == (runs ? 0755 : 0644), qPrintable(file));
+    }
+}
+
+void PackagingTest::commandIsARelativeLinkToTheProgram()
+{
+    const QString link = installed(QStringLiteral("usr/bin/kavo-suite"));
+    std::array<char, 64> target = {};
+    QVERIFY(::readlink(QFile::encodeName(link).constData(), target.data(), target.size() - 1) > 0);
+    QCOMPARE(target.data(), "../lib/kavo-suite/kavo-suite");
+    const QFileInfo program(installed(QStringLiteral("usr/lib/kavo-suite/kavo-suite")));
+    QCOMPARE(QFileInfo(link).canonicalFilePath(), program.canonicalFilePath());
+    QVERIFY(program.isExecutable());
+}
+
+void PackagingTest::translationLiesBesideTheProgram()
+{
+    QTranslator translator;
+    QVERIFY(translator.load(QStringLiteral("qt_de"),
+                            installed(QStringLiteral("usr/lib/kavo-suite/translations"))));
+    QCOMPARE(translator.translate("Kavo::Components::WindowControl", "Close"),
+             QStringLiteral("Schließen"));
+    // Qt's own.
+    QCOMPARE(translator.translate("QPlatformTheme", "&Yes"), QStringLiteral("&Ja"));
+}
+
+void PackagingTest::iconsHaveTheSizeOfTheirFolder()
+{
+    int seen = 0;
+    for (const QString &file : find(QDir::Files)) {
+        const int size = firstMatch(file, QStringLiteral("/(\\d+)x\\1/apps/")).toInt();
+        if (size == 0)
+            continue;
+        ++seen;
+        const QImage icon(installed(file));
+        QCOMPARE(icon.size(), QSize(size, size));
+        // Rounded: the corner shows what is below, the middle does not.
+        QCOMPARE(qAlpha(icon.pixel(0, 0)), 0);
+        QCOMPARE(qAlpha(icon.pixel(size / 2, size / 2)), 255);
+    }
+    QCOMPARE(seen, 8);
+}
+
+void PackagingTest::compressedTextsAreWhole_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("source");
+    QTest::newRow("manual page") << QStringLiteral("usr/share/man/man1/kavo-suite.1.gz")
+                                 << QStringLiteral("kavo-suite.1");
+    QTest::newRow("changelog") << QStringLiteral("usr/share/doc/kavo-suite/changelog.gz")
+                               << QStringLiteral("changelog");
+}
+
+void PackagingTest::compressedTextsAreWhole()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, source);
+    QProcess gzip;
+    gzip.start(QStringLiteral("gzip"), {QStringLiteral("-dc"), installed(path)});
+    QVERIFY(gzip.waitForFinished());
+    QCOMPARE(gzip.exitCode(), 0);
+    QVERIFY(!packagingText(source).isEmpty());
+    QCOMPARE(QString::fromUtf8(gzip.readAllStandardOutput()), packagingText(source));
+    // Two builds of the same text give the same file: bytes 4 to 7 would hold the time.
+    QCOMPARE(readFile(installed(path)).mid(4, 4), QByteArray(4, '\0'));
+}
+
+void PackagingTest::desktopEntryNamesWhatIsInstalled()
+{
+    const QString program = entryValue(QStringLiteral("Exec"));
+    QCOMPARE(entryValue(QStringLiteral("TryExec")), program);
+    QVERIFY(QFileInfo(installed(QStringLiteral("usr/bin/") + program)).isExecutable());
+    const QString icons = QStringLiteral("usr/share/icons/hicolor/48x48/apps/%1.png");
+    QVERIFY(QFile::exists(installed(icons.arg(entryValue(QStringLiteral("Icon"))))));
+    for (const char *key : {"GenericName", "Comment", "Keywords"})
+        QVERIFY2(!entryValue(QLatin1String(key) + QStringLiteral("[de]")).isEmpty(), key);
+}
+
+void PackagingTest::metainfoBelongsToTheDesktopEntry()
+{
+    const auto textsOf = [](const char *name) {
+        QStringList texts;
+        for (const Element &element : metainfo(QLatin1String(name)))
+            texts.append(element.value(QString()));
+        return texts;
+    };
+    QCOMPARE(textsOf("id"), QStringList(DesktopId));
+    QCOMPARE(textsOf("launchable"), QStringList(DesktopId + QStringLiteral(".desktop")));
+    QCOMPARE(textsOf("name"), QStringList(entryValue(QStringLiteral("Name"))));
+    QCOMPARE(textsOf("binary"), QStringList(entryValue(QStringLiteral("Exec"))));
+    QCOMPARE(textsOf("icon"), QStringList(entryValue(QStringLiteral("Icon"))));
+    QCOMPARE(textsOf("category").join(QLatin1Char(';')) + QLatin1Char(';'),
+             entryValue(QStringLiteral("Categories")));
+    for (const char *name : {"summary", "caption", "p", "li"}) {
+        int german = 0;
+        const auto elements = metainfo(QLatin1String(name));
+        for (const Element &element : elements)
+            german += element.value(QStringLiteral("lang")) == QLatin1String("de");
+        QVERIFY2(german > 0 && german * 2 == elements.size(), name);
+    }
+}
+
+void PackagingTest::screenshotsAreThoseOfTheReadme()
+{
+    const auto images = metainfo(QStringLiteral("image"));
+    QCOMPARE(images.size(), 3);
+    for (const Element &image : images) {
+        const QString name = image.value(QString()).section(QLatin1Char('/'), -1);
+        const QImage picture(QStringLiteral(KAVO_PICTURE_FOLDER "/") + name);
+        QVERIFY2(!picture.isNull(), qPrintable(name));
+        QCOMPARE(picture.size(), QSize(image.value(QStringLiteral("width")).toInt(),
+                                       image.value(QStringLiteral("height")).toInt()));
+    }
+}
+
+void PackagingTest::versionIsTheSameEverywhere()
+{
+    QCOMPARE(firstMatch(packagingText(QStringLiteral("changelog")),
+                        QStringLiteral("\\Akavo-suite \\(([^)]*)\\)")),
+             Version);
+    const QString manual = packagingText(QStringLiteral("kavo-suite.1"));
+    QCOMPARE(firstMatch(manual, QStringLiteral("^\\.TH .*\"Kavo Suite ([^\"]*)\"")), Version);
+    const auto releases = metainfo(QStringLiteral("release"));
+    QVERIFY(!releases.isEmpty());
+    QCOMPARE(releases.first().value(QStringLiteral("version")), Version);
+    QCOMPARE(firstMatch(manual, QStringLiteral("^\\.TH \\S+ \\d (\\S+)")),
+             releases.first().value(QStringLiteral("date")));
+}
+
+KAVO_TEST_MAIN(PackagingTest)
+#include "PackagingTest.moc"
