@@ -181,8 +181,8 @@ change_settings() {
     wait_for 20 "the settings" has_focus "Settings"
     take_picture settings-general
     xdotool key ctrl+Tab
-    # Four to browse, and two to end.
-    wait_for 20 "the page of the folders" has_buttons "$light" 6 40
+    # Four to browse, and Cancel.
+    wait_for 20 "the page of the folders" has_buttons "$light" 5 40
     take_picture settings-paths
     click "$(find_buttons "$light" | sed -n 2p)"
     wait_for 20 "the folder dialog" has_focus "Find Directory"
@@ -190,8 +190,8 @@ change_settings() {
     take_picture settings-folder
     wait_for 20 "the end of the folder dialog" confirm_folder
     take_picture settings-changed
-    # Ok and Cancel are the lowest.
-    click "$(find_buttons "$light" 40 | tail -n 2 | sort -n | head -n 1)"
+    # Ok has the accent of Download.
+    click "$(find_buttons "$(style_colour Download)" 40 | head -n 1)"
     wait_for 20 "the main window" has_focus "Kavo Suite"
     wait_for 20 "the new cache folder in the settings file" has_setting Cache "$folder/"
     wait_for 20 "the list of packages" has_more_buttons "$(style_colour Download)" 1
@@ -199,7 +199,7 @@ change_settings() {
     click "$(top_button 2)"
     wait_for 20 "the settings" has_focus "Settings"
     xdotool key ctrl+Tab ctrl+Tab
-    wait_for 20 "the page of the disk usage" has_buttons "$light" 2 40
+    wait_for 20 "the page of the disk usage" has_buttons "$light" 1 40
     take_picture settings-disk
     xdotool key Escape
     wait_for 20 "the main window" has_focus "Kavo Suite"
