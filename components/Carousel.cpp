@@ -1,5 +1,6 @@
 #include "components/Carousel.h"
 
+#include "components/Buttons.h"
 #include "components/IconFont.h"
 #include "components/LoadingAnimation.h"
 #include "components/Picture.h"
@@ -67,6 +68,7 @@ void Carousel::showImage(int index)
         m_current = m_urls.size() - 1;
     else
         m_current = index < m_urls.size() ? index : 0;
+    m_label->setAccessibleName(tr("Picture %1 of %2").arg(m_current + 1).arg(m_urls.size()));
     if (m_pictures.at(m_current).isNull())
         fetch(m_current);
     else
@@ -82,12 +84,8 @@ void Carousel::resizeEvent(QResizeEvent *event)
 
 QPushButton *Carousel::makeButton(const QString &objectName, int glyph, const QString &description)
 {
-    auto *button = new QPushButton(this);
-    button->setObjectName(objectName);
-    button->setIcon(iconFont()->icon(glyph));
+    QPushButton *button = makeIconButton(objectName, description, iconFont()->icon(glyph), this);
     button->setIconSize(ButtonIcon);
-    button->setCursor(Qt::PointingHandCursor);
-    button->setAccessibleName(description);
     return button;
 }
 

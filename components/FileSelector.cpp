@@ -1,5 +1,6 @@
 #include "components/FileSelector.h"
 
+#include "components/Buttons.h"
 #include "components/IconFont.h"
 
 #include <QFileDialog>
@@ -22,32 +23,31 @@ FileSelector::FileSelector(int mode, QWidget *parent)
     , m_mode(mode)
     , m_caption(new QLabel(this))
     , m_value(new QLineEdit(this))
+    , m_browse(makeButton(QStringLiteral("FileSelectorBrowse"), tr("Browse"),
+                          iconFont()->icon(OpenFolderGlyph, darkIconOptions()), this))
 {
     m_caption->setObjectName(QStringLiteral("FileSelectorCaption"));
     m_caption->setMinimumWidth(72);
     m_value->setObjectName(QStringLiteral("FileSelectorValue"));
     m_value->setEnabled(false);
-
-    auto *button = new QPushButton(tr("Browse"), this);
-    button->setObjectName(QStringLiteral("FileSelectorBrowse"));
-    button->setIcon(iconFont()->icon(OpenFolderGlyph, darkIconOptions()));
-    button->setCursor(Qt::PointingHandCursor);
-    // Enter in the dialog around is for its own buttons.
-    button->setAutoDefault(false);
-    connect(button, &QPushButton::clicked, this, &FileSelector::browse);
+    m_value->setAccessibleName(tr("Path"));
+    connect(m_browse, &QPushButton::clicked, this, &FileSelector::browse);
 
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
     layout->addWidget(m_caption);
     layout->addWidget(m_value, 1);
-    layout->addWidget(button);
+    layout->addWidget(m_browse);
 }
 
 void FileSelector::setLabel(const QString &text)
 {
-    if (!text.isEmpty())
+    if (!text.isEmpty()) {
         m_caption->setText(text);
+        m_value->setAccessibleName(text);
+        nameAfterSubject(*m_browse, text);
+    }
     m_caption->setVisible(!text.isEmpty());
 }
 

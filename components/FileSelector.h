@@ -4,6 +4,7 @@
 
 class QLabel;
 class QLineEdit;
+class QPushButton;
 
 namespace Kavo::Components {
 
@@ -36,6 +37,7 @@ private:
     int m_mode;
     QLabel *m_caption;
     QLineEdit *m_value;
+    QPushButton *m_browse;
 };
 
 } // namespace Kavo::Components

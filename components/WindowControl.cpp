@@ -1,5 +1,6 @@
 #include "components/WindowControl.h"
 
+#include "components/Buttons.h"
 #include "components/IconFont.h"
 
 #include <QHBoxLayout>
@@ -46,12 +47,8 @@ WindowControl::WindowControl(QWidget *parent)
 QPushButton *WindowControl::makeButton(const QString &objectName, int glyph,
                                        const QString &description)
 {
-    auto *button = new QPushButton(this);
-    button->setObjectName(objectName);
-    button->setIcon(darkIcon(glyph));
+    QPushButton *button = makeIconButton(objectName, description, darkIcon(glyph), this);
     button->setFixedWidth(ButtonWidth);
-    button->setCursor(Qt::PointingHandCursor);
-    button->setAccessibleName(description);
     return button;
 }
 

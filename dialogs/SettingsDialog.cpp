@@ -1,5 +1,6 @@
 #include "dialogs/SettingsDialog.h"
 
+#include "components/Buttons.h"
 #include "components/IconFont.h"
 #include "core/Settings.h"
 #include "dialogs/DiskSettingsWidget.h"
@@ -38,6 +39,7 @@ SettingsDialog::SettingsDialog(const QSharedPointer<Controllers::PackageControll
 
     auto *tabs = new QTabWidget(this);
     tabs->setObjectName(QStringLiteral("SettingsTabs"));
+    tabs->setAccessibleName(windowTitle());
     tabs->setMovable(false);
     tabs->setTabsClosable(false);
     tabs->addTab(new GeneralSettingsWidget(m_settings, tabs), tr("General"));
@@ -47,8 +49,10 @@ SettingsDialog::SettingsDialog(const QSharedPointer<Controllers::PackageControll
     auto *buttons = new QHBoxLayout;
     buttons->setSpacing(8);
     buttons->addStretch();
-    addButton(*buttons, QStringLiteral("SettingsOk"), tr("Ok"),
-              Components::iconFont()->icon(OkGlyph), &SettingsDialog::commit);
+    QPushButton *ok = addButton(*buttons, QStringLiteral("SettingsOk"), tr("Ok"),
+                                Components::iconFont()->icon(OkGlyph), &SettingsDialog::commit);
+    // Return means this one wherever it presses nothing else.
+    ok->setDefault(true);
     addButton(*buttons, QStringLiteral("SettingsCancel"), tr("Cancel"),
               Components::iconFont()->icon(CancelGlyph, Components::darkIconOptions()),
               &SettingsDialog::reject);
@@ -67,15 +71,14 @@ void SettingsDialog::reject()
     QDialog::reject();
 }
 
-void SettingsDialog::addButton(QHBoxLayout &row, const QString &objectName, const QString &text,
-                               const QIcon &icon, void (SettingsDialog::*action)())
+QPushButton *SettingsDialog::addButton(QHBoxLayout &row, const QString &objectName,
+                                       const QString &text, const QIcon &icon,
+                                       void (SettingsDialog::*action)())
 {
-    auto *button = new QPushButton(text, this);
-    button->setObjectName(objectName);
-    button->setIcon(icon);
-    button->setCursor(Qt::PointingHandCursor);
+    QPushButton *button = Components::makeButton(objectName, text, icon, this);
     connect(button, &QPushButton::clicked, this, action);
     row.addWidget(button);
+    return button;
 }
 
 void SettingsDialog::commit()

@@ -5,6 +5,7 @@
 
 class QHBoxLayout;
 class QIcon;
+class QPushButton;
 
 namespace Kavo {
 class Settings;
@@ -33,8 +34,8 @@ public:
     void reject() override;
 
 private:
-    void addButton(QHBoxLayout &row, const QString &objectName, const QString &text,
-                   const QIcon &icon, void (SettingsDialog::*action)());
+    QPushButton *addButton(QHBoxLayout &row, const QString &objectName, const QString &text,
+                           const QIcon &icon, void (SettingsDialog::*action)());
     void commit();
     bool confirmNewInstallation();
     bool confirmNewLanguage();

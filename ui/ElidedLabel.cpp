@@ -10,6 +10,7 @@ ElidedLabel::ElidedLabel(const QString &fullText, int margin, QWidget *parent)
     , m_margin(margin)
 {
     setTextFormat(Qt::PlainText);
+    setAccessibleName(m_fullText);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     elide();
 }

@@ -1,5 +1,7 @@
 #include "ui/PackageContainer.h"
 
+#include "components/FocusScrolling.h"
+#include "components/WidgetList.h"
 #include "core/Settings.h"
 #include "packages/PackageController.h"
 #include "ui/PackageDetailWidget.h"
@@ -7,14 +9,13 @@
 #include "ui/PackageSidebar.h"
 #include "ui/PackageWidget.h"
 
-#include <QApplication>
 #include <QHBoxLayout>
-#include <QListWidget>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
 namespace Kavo::Ui {
 
+using Components::WidgetList;
 using Controllers::PackageController;
 using Models::PackagePointer;
 
@@ -31,7 +32,7 @@ PackageContainer::PackageContainer(const QSharedPointer<PackageController> &cont
                                    QWidget *parent)
     : StyledWidget(QStringLiteral("PackageContainer"), parent)
     , m_controller(controller)
-    , m_list(new QListWidget(this))
+    , m_list(new WidgetList(QStringLiteral("PackageList"), this))
     , m_detail(new PackageDetailWidget(controller, this))
     , m_processing(new PackageProcessingWidget(this))
     , m_sidebar(new PackageSidebar(controller, this))
@@ -39,6 +40,7 @@ PackageContainer::PackageContainer(const QSharedPointer<PackageController> &cont
     followController();
     build();
     m_sidebar->setVisible(m_controller->settings()->showsFilter());
+    Components::scrollToFocus(*this);
     m_controller->refresh();
 }
 
@@ -74,10 +76,7 @@ void PackageContainer::build()
 
 void PackageContainer::buildList()
 {
-    m_list->setObjectName(QStringLiteral("PackageList"));
     m_list->setAccessibleName(tr("Packages"));
-    m_list->setSelectionMode(QAbstractItemView::NoSelection);
-    m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_list->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_list->verticalScrollBar()->setSingleStep(ScrollStep);
     m_list->setSpacing(RowSpacing);
@@ -89,35 +88,13 @@ void PackageContainer::rebuildList()
     // Every row that is added to a visible list has it laid out anew.
     const bool shown = !m_list->isHidden();
     m_list->hide();
-    clearRows();
-    const int count = m_controller->packages().size();
-    for (int row = 0; row < count; ++row) {
-        addRow();
-        buildCard(row);
+    m_list->clearRows();
+    const Models::PackageList packages = m_controller->packages();
+    for (const PackagePointer &package : packages) {
+        auto *card = new PackageWidget(m_controller, package, m_list);
+        m_list->appendRow(card, QSize(card->sizeHint().width(), RowHeight));
     }
     m_list->setVisible(shown);
-}
-
-void PackageContainer::clearRows()
-{
-    for (int row = 0; row < m_list->count(); ++row)
-        delete m_list->indexWidget(m_list->model()->index(row, 0));
-    m_list->clear();
-}
-
-void PackageContainer::addRow()
-{
-    auto *item = new QListWidgetItem;
-    item->setFlags(Qt::ItemIsEnabled);
-    m_list->addItem(item);
-}
-
-void PackageContainer::buildCard(int row)
-{
-    const PackagePointer package = m_controller->packages().at(row);
-    auto *card = new PackageWidget(m_controller, package, m_list);
-    m_list->setIndexWidget(m_list->model()->index(row, 0), card);
-    m_list->item(row)->setSizeHint(QSize(card->sizeHint().width(), RowHeight));
 }
 
 void PackageContainer::showBusy()
@@ -134,13 +111,16 @@ void PackageContainer::showEmpty()
 
 void PackageContainer::showList()
 {
-    m_list->show();
-    if (m_focusInList)
-        m_focusInList->setFocus();
-    m_focusInList.clear();
+    PackageWidget *opened = hasFocusIn(*m_detail) ? openedCard() : nullptr;
+    // What has the keyboard when it is hidden would give it to the next best widget.
+    if (opened)
+        window()->focusWidget()->clearFocus();
     m_detail->hide();
     m_sidebar->setVisible(m_controller->settings()->showsFilter());
     m_processing->setMode(PackageProcessingWidget::HiddenMode);
+    m_list->show();
+    if (opened)
+        opened->focusDetailButton();
 }
 
 void PackageContainer::showError(const QString &message)
@@ -151,11 +131,28 @@ void PackageContainer::showError(const QString &message)
 
 void PackageContainer::showDetail(const PackagePointer &package)
 {
-    m_focusInList = QApplication::focusWidget();
+    if (package)
+        m_openedId = package->id();
     m_list->hide();
     m_sidebar->hide();
     m_processing->setMode(PackageProcessingWidget::HiddenMode);
     m_detail->setPackage(package);
+}
+
+bool PackageContainer::hasFocusIn(const QWidget &part) const
+{
+    const QWidget *focused = window()->focusWidget();
+    return focused && part.isAncestorOf(focused);
+}
+
+PackageWidget *PackageContainer::openedCard() const
+{
+    for (int row = 0; row < m_list->count(); ++row) {
+        auto *card = qobject_cast<PackageWidget *>(m_list->rowWidget(row));
+        if (card && card->packageId() == m_openedId)
+            return card;
+    }
+    return nullptr;
 }
 
 void PackageContainer::hideContent()

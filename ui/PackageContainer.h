@@ -3,11 +3,13 @@
 #include "components/StyledWidget.h"
 #include "packages/Package.h"
 
-#include <QPointer>
 #include <QSharedPointer>
 
 class QHBoxLayout;
-class QListWidget;
+
+namespace Kavo::Components {
+class WidgetList;
+}
 
 namespace Kavo::Controllers {
 class PackageController;
@@ -18,6 +20,7 @@ namespace Kavo::Ui {
 class PackageDetailWidget;
 class PackageProcessingWidget;
 class PackageSidebar;
+class PackageWidget;
 
 /// The central area: the list of cards with the sidebar, or one package in detail, or a panel that
 /// tells why there is neither. It shows what the package controller's signals ask for.
@@ -35,25 +38,25 @@ private:
     void buildList();
 
     void rebuildList();
-    void clearRows();
-    void addRow();
-    void buildCard(int row);
 
     void showBusy();
     void showEmpty();
     void showList();
     void showError(const QString &message);
     void showDetail(const Models::PackagePointer &package);
+    bool hasFocusIn(const QWidget &part) const;
+    /// The card of the package that was opened last; null when the list has none any more.
+    PackageWidget *openedCard() const;
     /// Hides everything but the processing panel.
     void hideContent();
 
     QSharedPointer<Controllers::PackageController> m_controller;
-    QListWidget *m_list;
+    Components::WidgetList *m_list;
     PackageDetailWidget *m_detail;
     PackageProcessingWidget *m_processing;
     PackageSidebar *m_sidebar;
-    /// Where the keyboard was before a package was opened.
-    QPointer<QWidget> m_focusInList;
+    /// The package that was opened last.
+    int m_openedId = 0;
 };
 
 } // namespace Kavo::Ui

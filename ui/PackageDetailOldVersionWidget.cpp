@@ -1,5 +1,7 @@
 #include "ui/PackageDetailOldVersionWidget.h"
 
+#include "components/Buttons.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -9,15 +11,15 @@ namespace Kavo::Ui {
 PackageDetailOldVersionWidget::PackageDetailOldVersionWidget(const QString &version,
                                                              QWidget *parent)
     : StyledWidget(QStringLiteral("OldVersionWidget"), parent)
-    , m_button(new QPushButton(this))
+    , m_button(Components::makeButton(QStringLiteral("OldVersionButton"), QString(), QIcon(), this))
+    , m_version(version)
 {
+    setAccessibleName(version);
     auto *label = new QLabel(this);
     label->setObjectName(QStringLiteral("OldVersionText"));
     label->setTextFormat(Qt::PlainText);
     label->setText(version);
 
-    m_button->setObjectName(QStringLiteral("OldVersionButton"));
-    m_button->setCursor(Qt::PointingHandCursor);
     connect(m_button, &QPushButton::clicked, this, &PackageDetailOldVersionWidget::buttonClicked);
 
     auto *layout = new QHBoxLayout(this);
@@ -30,6 +32,7 @@ PackageDetailOldVersionWidget::PackageDetailOldVersionWidget(const QString &vers
 void PackageDetailOldVersionWidget::setButtonText(const QString &text)
 {
     m_button->setText(text);
+    Components::nameAfterSubject(*m_button, m_version);
 }
 
 void PackageDetailOldVersionWidget::setButtonIcon(const QIcon &icon)

@@ -22,6 +22,7 @@ signals:
 
 private:
     QPushButton *m_button;
+    QString m_version;
 };
 
 } // namespace Kavo::Ui

@@ -20,12 +20,10 @@ constexpr int InstalledGlyph = 0xf00c;
 
 PackageDetailOldVersionsList::PackageDetailOldVersionsList(
     const QSharedPointer<Controllers::PackageController> &controller, QWidget *parent)
-    : QListWidget(parent)
+    : WidgetList(QStringLiteral("PackageDetailOldVersionsList"), parent)
     , m_controller(controller)
 {
-    setObjectName(QStringLiteral("PackageDetailOldVersionsList"));
-    setSelectionMode(QAbstractItemView::NoSelection);
-    setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setAccessibleName(tr("Old versions"));
 }
 
 void PackageDetailOldVersionsList::setPackage(const PackagePointer &package)
@@ -41,13 +39,6 @@ void PackageDetailOldVersionsList::setPackage(const PackagePointer &package)
         addRow(version->version, version->version == installed);
 }
 
-void PackageDetailOldVersionsList::clearRows()
-{
-    for (int row = 0; row < count(); ++row)
-        delete indexWidget(model()->index(row, 0));
-    clear();
-}
-
 void PackageDetailOldVersionsList::addRow(const QString &version, bool installed)
 {
     auto *widget = new PackageDetailOldVersionWidget(version, this);
@@ -57,12 +48,7 @@ void PackageDetailOldVersionsList::addRow(const QString &version, bool installed
     connect(widget, &PackageDetailOldVersionWidget::buttonClicked, this, [this, version] {
         PackageActions(m_controller, m_package, this).installVersion(version);
     });
-
-    auto *item = new QListWidgetItem;
-    item->setFlags(Qt::ItemIsEnabled);
-    item->setSizeHint(widget->sizeHint());
-    addItem(item);
-    setItemWidget(item, widget);
+    appendRow(widget, widget->sizeHint());
 }
 
 } // namespace Kavo::Ui

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "components/WidgetList.h"
 #include "packages/Package.h"
 
-#include <QListWidget>
 #include <QSharedPointer>
 
 namespace Kavo::Controllers {
@@ -13,7 +13,7 @@ namespace Kavo::Ui {
 
 /// The versions of a package, newest first, each with a button that installs it. It shows how
 /// things were when the package was set.
-class PackageDetailOldVersionsList final : public QListWidget
+class PackageDetailOldVersionsList final : public Components::WidgetList
 {
     Q_OBJECT
 
@@ -25,7 +25,6 @@ public:
     void setPackage(const Models::PackagePointer &package);
 
 private:
-    void clearRows();
     void addRow(const QString &version, bool installed);
 
     QSharedPointer<Controllers::PackageController> m_controller;

@@ -1,5 +1,6 @@
 #include "ui/PackageDetailTitleBar.h"
 
+#include "components/Buttons.h"
 #include "components/IconFont.h"
 #include "components/ObjectNameStyle.h"
 #include "downloads/Download.h"
@@ -17,6 +18,7 @@ namespace Kavo::Ui {
 
 using Components::darkIconOptions;
 using Components::iconFont;
+using Components::makeButton;
 using Models::Download;
 using Models::Package;
 using Models::PackagePointer;
@@ -44,13 +46,14 @@ PackageDetailTitleBar::PackageDetailTitleBar(
     , m_controller(controller)
     , m_title(new QLabel(this))
     , m_indicator(new PackageProcessingWidget(this))
-    , m_action(makeButton(QStringLiteral("Download"), QString(), iconFont()->icon(DownloadGlyph)))
-    , m_uninstall(
-          makeButton(QStringLiteral("Uninstall"), QString(), iconFont()->icon(UninstallGlyph)))
+    , m_action(
+          makeButton(QStringLiteral("Download"), QString(), iconFont()->icon(DownloadGlyph), this))
+    , m_uninstall(makeButton(QStringLiteral("Uninstall"), QString(),
+                             iconFont()->icon(UninstallGlyph), this))
     , m_help(makeButton(QStringLiteral("GetHelp"), QString(),
-                        iconFont()->icon(HelpGlyph, darkIconOptions())))
+                        iconFont()->icon(HelpGlyph, darkIconOptions()), this))
     , m_manual(makeButton(QStringLiteral("Manual"), QString(),
-                          iconFont()->icon(ManualGlyph, darkIconOptions())))
+                          iconFont()->icon(ManualGlyph, darkIconOptions()), this))
 {
     m_title->setObjectName(QStringLiteral("DetailTitle"));
     m_title->setTextFormat(Qt::PlainText);
@@ -103,15 +106,6 @@ void PackageDetailTitleBar::refresh(bool rebindProgress)
     refreshButtons();
     m_help->setText(tr("Get Help"));
     m_manual->setText(tr("Manual"));
-}
-
-QPushButton *PackageDetailTitleBar::makeButton(const QString &objectName, const QString &text,
-                                               const QIcon &icon)
-{
-    auto *button = new QPushButton(icon, text, this);
-    button->setObjectName(objectName);
-    button->setCursor(Qt::PointingHandCursor);
-    return button;
 }
 
 void PackageDetailTitleBar::connectButtons()

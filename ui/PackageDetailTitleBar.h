@@ -35,7 +35,6 @@ public:
     void refresh(bool rebindProgress);
 
 private:
-    QPushButton *makeButton(const QString &objectName, const QString &text, const QIcon &icon);
     void connectButtons();
     PackageActions actions();
 

@@ -1,5 +1,6 @@
 #include "ui/PackageDetailWidget.h"
 
+#include "components/Buttons.h"
 #include "components/Carousel.h"
 #include "components/IconFont.h"
 #include "packages/ChangeLog.h"
@@ -9,11 +10,11 @@
 #include "ui/PackageDetailTitleBar.h"
 
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -42,6 +43,7 @@ PackageDetailWidget::PackageDetailWidget(const QSharedPointer<PackageController>
                                          QWidget *parent)
     : StyledWidget(QStringLiteral("PackageDetail"), parent)
     , m_controller(controller)
+    , m_back(makeBackButton())
     , m_carousel(new Carousel(controller->downloadManager(), this))
     , m_titleBar(new PackageDetailTitleBar(controller, this))
     , m_tabs(new QTabWidget(this))
@@ -49,50 +51,54 @@ PackageDetailWidget::PackageDetailWidget(const QSharedPointer<PackageController>
     , m_changeLog(makeTextLabel(QStringLiteral("ChangeLogText"), this))
     , m_oldVersions(new PackageDetailOldVersionsList(controller, this))
     , m_info(new PackageDetailInfoWidget(controller, this))
+    , m_page(makeScrollArea(QStringLiteral("DetailScroll"), tr("Page"), makeFrame()))
 {
-    setFocusPolicy(Qt::StrongFocus);
+    // For the whole window: the keyboard may be in the bar above.
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, m_controller.data(),
+            &PackageController::showList);
+
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
     layout->addLayout(makeBackRow());
-    layout->addWidget(makeScrollArea(QStringLiteral("DetailScroll"), makeFrame()));
+    layout->addWidget(m_page);
 }
 
 void PackageDetailWidget::setPackage(const PackagePointer &package)
 {
     if (!package)
         return;
+    setAccessibleName(package->name());
     m_description->setText(package->description());
     m_changeLog->setText(Models::changeLogHtml(package->versions()));
     m_tabs->setCurrentIndex(0);
     m_oldVersions->setPackage(package);
+    // The keyboard reaches the page as a whole after what stands on it.
+    const auto rowButtons = m_oldVersions->findChildren<QPushButton *>();
+    if (!rowButtons.isEmpty())
+        setTabOrder(rowButtons.last(), m_page);
     m_info->setPackage(package);
     m_titleBar->setPackage(package);
     if (!package->banner().isEmpty())
         m_carousel->setImages(package->banner());
     m_carousel->setVisible(!package->banner().isEmpty());
     show();
-    setFocus();
+    m_back->setFocus();
 }
 
-void PackageDetailWidget::keyPressEvent(QKeyEvent *event)
+QPushButton *PackageDetailWidget::makeBackButton()
 {
-    if (event->key() == Qt::Key_Escape)
-        m_controller->showList();
-    else
-        StyledWidget::keyPressEvent(event);
+    const QIcon icon = Components::iconFont()->icon(BackGlyph, Components::darkIconOptions());
+    QPushButton *button =
+        Components::makeButton(QStringLiteral("BackButton"), tr("Back"), icon, this);
+    connect(button, &QPushButton::clicked, m_controller.data(), &PackageController::showList);
+    return button;
 }
 
 QHBoxLayout *PackageDetailWidget::makeBackRow()
 {
-    auto *button = new QPushButton(tr("Back"), this);
-    button->setObjectName(QStringLiteral("BackButton"));
-    button->setIcon(Components::iconFont()->icon(BackGlyph, Components::darkIconOptions()));
-    button->setCursor(Qt::PointingHandCursor);
-    connect(button, &QPushButton::clicked, m_controller.data(), &PackageController::showList);
-
     auto *row = new QHBoxLayout;
-    row->addWidget(button);
+    row->addWidget(m_back);
     row->addStretch();
     return row;
 }
@@ -117,20 +123,26 @@ void PackageDetailWidget::fillTabs()
     m_description->setWordWrap(true);
     m_changeLog->setTextFormat(Qt::RichText);
     m_tabs->setObjectName(QStringLiteral("DetailTabs"));
+    m_tabs->setAccessibleName(tr("Details"));
     m_tabs->setMovable(false);
     m_tabs->setTabsClosable(false);
     m_tabs->setMinimumHeight(TabsHeight);
-    m_tabs->addTab(makeScrollArea(QStringLiteral("DescriptionScroll"), m_description),
-                   tr("Description"));
-    m_tabs->addTab(makeScrollArea(QStringLiteral("ChangeLogScroll"), m_changeLog),
-                   tr("Change log"));
+    addTextTab(QStringLiteral("DescriptionScroll"), tr("Description"), m_description);
+    addTextTab(QStringLiteral("ChangeLogScroll"), tr("Change log"), m_changeLog);
     m_tabs->addTab(m_oldVersions, tr("Old versions"));
 }
 
-QScrollArea *PackageDetailWidget::makeScrollArea(const QString &objectName, QWidget *content)
+void PackageDetailWidget::addTextTab(const QString &objectName, const QString &title, QLabel *text)
+{
+    m_tabs->addTab(makeScrollArea(objectName, title, text), title);
+}
+
+QScrollArea *PackageDetailWidget::makeScrollArea(const QString &objectName, const QString &name,
+                                                 QWidget *content)
 {
     auto *area = new QScrollArea(this);
     area->setObjectName(objectName);
+    area->setAccessibleName(name);
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
     area->setWidget(content);

@@ -8,6 +8,7 @@
 class QFrame;
 class QHBoxLayout;
 class QLabel;
+class QPushButton;
 class QScrollArea;
 class QTabWidget;
 
@@ -25,8 +26,8 @@ class PackageDetailInfoWidget;
 class PackageDetailOldVersionsList;
 class PackageDetailTitleBar;
 
-/// One package in full. The page shows itself when a package is set; leaving it asks the controller
-/// for the list, upon which somebody else hides it.
+/// One package in full. The page shows itself and takes the keyboard when a package is set; leaving
+/// it, also with Escape, asks the controller for the list, upon which somebody else hides it.
 class PackageDetailWidget final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -37,17 +38,16 @@ public:
 
     void setPackage(const Models::PackagePointer &package);
 
-protected:
-    /// Escape leaves the page.
-    void keyPressEvent(QKeyEvent *event) override;
-
 private:
+    QPushButton *makeBackButton();
     QHBoxLayout *makeBackRow();
     QFrame *makeFrame();
     void fillTabs();
-    QScrollArea *makeScrollArea(const QString &objectName, QWidget *content);
+    void addTextTab(const QString &objectName, const QString &title, QLabel *text);
+    QScrollArea *makeScrollArea(const QString &objectName, const QString &name, QWidget *content);
 
     QSharedPointer<Controllers::PackageController> m_controller;
+    QPushButton *m_back;
     Components::Carousel *m_carousel;
     PackageDetailTitleBar *m_titleBar;
     QTabWidget *m_tabs;
@@ -55,6 +55,7 @@ private:
     QLabel *m_changeLog;
     PackageDetailOldVersionsList *m_oldVersions;
     PackageDetailInfoWidget *m_info;
+    QScrollArea *m_page;
 };
 
 } // namespace Kavo::Ui

@@ -49,12 +49,14 @@ void PackageProcessingWidget::setMode(int mode)
     if (mode == HiddenMode) {
         hide();
     } else if (mode == BusyMode) {
+        setAccessibleName(tr("Please wait"));
         m_message->hide();
         m_animation->show();
         show();
     } else if (mode == EmptyMode || mode == ErrorMode) {
         if (mode == EmptyMode)
             m_message->setText(tr("No items found"));
+        setAccessibleName(m_message->text());
         m_animation->hide();
         m_message->show();
         show();

@@ -37,25 +37,25 @@ PackageSidebar::PackageSidebar(const QSharedPointer<PackageController> &controll
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(16, 16, 16, 16);
     layout->setSpacing(8);
-    layout->addWidget(makeCaption(tr("Category")));
-    layout->addWidget(makeCategories(categories));
-    layout->addWidget(makeCaption(tr("Type")));
-    layout->addWidget(makeTypes());
+    addChoice(*layout, tr("Category"), makeCategories(categories));
+    addChoice(*layout, tr("Type"), makeTypes());
     layout->addStretch();
 }
 
-QLabel *PackageSidebar::makeCaption(const QString &text)
+void PackageSidebar::addChoice(QVBoxLayout &layout, const QString &caption, QWidget *choice)
 {
-    auto *label = new QLabel(text, this);
+    auto *label = new QLabel(caption, this);
     label->setObjectName(QStringLiteral("SidebarCaption"));
-    return label;
+    label->setBuddy(choice);
+    choice->setAccessibleName(caption);
+    layout.addWidget(label);
+    layout.addWidget(choice);
 }
 
 QComboBox *PackageSidebar::makeCategories(const QStringList &categories)
 {
     auto *choice = new QComboBox(this);
     choice->setObjectName(QStringLiteral("CategoryChoice"));
-    choice->setAccessibleName(tr("Category"));
     for (const QString &category : categories)
         choice->addItem(QIcon(), categoryText(category), category);
     return choice;
@@ -65,7 +65,6 @@ QListWidget *PackageSidebar::makeTypes()
 {
     auto *list = new QListWidget(this);
     list->setObjectName(QStringLiteral("TypeChoice"));
-    list->setAccessibleName(tr("Type"));
     list->setMaximumHeight(TypesHeight);
     for (const QString &type : {tr("Free"), tr("Paid")}) {
         auto *item = new QListWidgetItem(type, list);

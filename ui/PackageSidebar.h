@@ -5,8 +5,8 @@
 #include <QSharedPointer>
 
 class QComboBox;
-class QLabel;
 class QListWidget;
+class QVBoxLayout;
 
 namespace Kavo::Controllers {
 class PackageController;
@@ -28,7 +28,7 @@ public:
                    const QStringList &categories, QWidget *parent);
 
 private:
-    QLabel *makeCaption(const QString &text);
+    void addChoice(QVBoxLayout &layout, const QString &caption, QWidget *choice);
     QComboBox *makeCategories(const QStringList &categories);
     QListWidget *makeTypes();
 

@@ -1,5 +1,6 @@
 #include "ui/PackageWidget.h"
 
+#include "components/Buttons.h"
 #include "components/IconFont.h"
 #include "components/LoadingAnimation.h"
 #include "components/ObjectNameStyle.h"
@@ -63,6 +64,7 @@ PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller
     , m_controller(controller)
     , m_package(package)
 {
+    setAccessibleName(m_package->name());
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(16, 8, 16, 8);
     layout->setSpacing(16);
@@ -74,6 +76,11 @@ PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller
     onStateChanged(m_package->state());
     showRunningDownload();
     fetchIcon();
+}
+
+void PackageWidget::focusDetailButton()
+{
+    m_detail->setFocus(Qt::OtherFocusReason);
 }
 
 void PackageWidget::buildIcon(QHBoxLayout &layout)
@@ -131,7 +138,7 @@ void PackageWidget::buildProgress(QVBoxLayout &column)
 {
     m_progress = new QProgressBar(this);
     m_progress->setObjectName(QStringLiteral("PackageProgress"));
-    m_progress->setAccessibleName(tr("Progress"));
+    m_progress->setAccessibleName(tr("Progress: %1").arg(m_package->name()));
     m_progress->setRange(0, 0);
     m_progress->setValue(0);
     m_progress->setMaximumHeight(ProgressHeight);
@@ -144,23 +151,23 @@ void PackageWidget::buildProgress(QVBoxLayout &column)
 
 void PackageWidget::buildButtons(QHBoxLayout &layout)
 {
-    m_action = new QPushButton(this);
+    // Name, text and icon come with the state.
+    m_action = Components::makeButton(QString(), QString(), QIcon(), this);
     m_action->setMaximumWidth(ActionWidth);
-    m_action->setCursor(Qt::PointingHandCursor);
     connect(m_action, &QPushButton::clicked, this,
             [this] { PackageActions(m_controller, m_package, this).install(); });
 
-    auto *detail = new QPushButton(tr("More Detail"), this);
-    detail->setObjectName(QStringLiteral("MoreDetail"));
-    detail->setIcon(Components::iconFont()->icon(DetailGlyph, Components::darkIconOptions()));
-    detail->setCursor(Qt::PointingHandCursor);
-    connect(detail, &QPushButton::clicked, this, [this] { emit m_controller->detail(m_package); });
+    const QIcon icon = Components::iconFont()->icon(DetailGlyph, Components::darkIconOptions());
+    m_detail = Components::makeButton(QStringLiteral("MoreDetail"), tr("More Detail"), icon, this);
+    Components::nameAfterSubject(*m_detail, m_package->name());
+    connect(m_detail, &QPushButton::clicked, this,
+            [this] { emit m_controller->detail(m_package); });
 
     auto *column = new QVBoxLayout;
     column->setSpacing(8);
     column->addStretch();
     column->addWidget(m_action);
-    column->addWidget(detail);
+    column->addWidget(m_detail);
     column->addStretch();
     layout.addLayout(column);
 }
@@ -237,7 +244,9 @@ PackageWidget::Look PackageWidget::lookOf(Package::State state) const
 
 void PackageWidget::applyLook(const Look &look)
 {
+    setAccessibleDescription(look.text);
     m_action->setText(look.text);
+    Components::nameAfterSubject(*m_action, m_package->name());
     m_action->setEnabled(look.enabled);
     m_action->setIcon(Components::iconFont()->icon(look.glyph));
     m_progress->setVisible(look.progress);

@@ -31,6 +31,10 @@ public:
     PackageWidget(const QSharedPointer<Controllers::PackageController> &controller,
                   const Models::PackagePointer &package, QWidget *parent = nullptr);
 
+    int packageId() const { return m_package->id(); }
+    /// Gives the keyboard to the button that opens the package.
+    void focusDetailButton();
+
 private:
     struct Look
     {
@@ -68,6 +72,7 @@ private:
     QLabel *m_status = nullptr;
     QProgressBar *m_progress = nullptr;
     QPushButton *m_action = nullptr;
+    QPushButton *m_detail = nullptr;
 };
 
 } // namespace Kavo::Ui

@@ -1,5 +1,6 @@
 #include "ui/TopBar.h"
 
+#include "components/Buttons.h"
 #include "components/IconFont.h"
 #include "components/Picture.h"
 #include "components/WindowControl.h"
@@ -110,10 +111,8 @@ void TopBar::addRepositoryLabel(QHBoxLayout &layout)
 
 void TopBar::addLauncher(QHBoxLayout &layout)
 {
-    auto *button = new QPushButton(tr("Run X-Plane"), this);
-    button->setObjectName(QStringLiteral("XPlaneButton"));
-    button->setIcon(Components::iconFont()->icon(PlaneGlyph));
-    button->setCursor(Qt::PointingHandCursor);
+    QPushButton *button = Components::makeButton(QStringLiteral("XPlaneButton"), tr("Run X-Plane"),
+                                                 Components::iconFont()->icon(PlaneGlyph), this);
     connect(button, &QPushButton::clicked, this, &TopBar::runSimulator);
     layout.addWidget(button);
 }
@@ -159,12 +158,8 @@ void TopBar::addWindowControl(QHBoxLayout &layout)
 
 QPushButton *TopBar::makeButton(int glyph, const QString &description)
 {
-    auto *button = new QPushButton(this);
-    button->setObjectName(QStringLiteral("TopButton"));
-    button->setIcon(Components::iconFont()->icon(glyph));
-    button->setCursor(Qt::PointingHandCursor);
-    button->setAccessibleName(description);
-    return button;
+    return Components::makeIconButton(QStringLiteral("TopButton"), description,
+                                      Components::iconFont()->icon(glyph), this);
 }
 
 void TopBar::runSimulator()

@@ -11,12 +11,20 @@
         <source>Next picture</source>
         <translation>Nächstes Bild</translation>
     </message>
+    <message>
+        <source>Picture %1 of %2</source>
+        <translation>Bild %1 von %2</translation>
+    </message>
 </context>
 <context>
     <name>Kavo::Components::FileSelector</name>
     <message>
         <source>Browse</source>
         <translation>Durchsuchen</translation>
+    </message>
+    <message>
+        <source>Path</source>
+        <translation>Pfad</translation>
     </message>
 </context>
 <context>
@@ -297,6 +305,10 @@ Fortfahren?</translation>
         <source>Download</source>
         <translation>Herunterladen</translation>
     </message>
+    <message>
+        <source>Old versions</source>
+        <translation>Ältere Versionen</translation>
+    </message>
 </context>
 <context>
     <name>Kavo::Ui::PackageDetailTitleBar</name>
@@ -343,6 +355,14 @@ Fortfahren?</translation>
         <source>Old versions</source>
         <translation>Ältere Versionen</translation>
     </message>
+    <message>
+        <source>Page</source>
+        <translation>Seite</translation>
+    </message>
+    <message>
+        <source>Details</source>
+        <translation>Details</translation>
+    </message>
 </context>
 <context>
     <name>Kavo::Ui::PackageErrorBox</name>
@@ -381,6 +401,10 @@ Fortfahren?</translation>
         <source>%1 of %2</source>
         <translation>%1 von %2</translation>
     </message>
+    <message>
+        <source>Please wait</source>
+        <translation>Bitte warten</translation>
+    </message>
 </context>
 <context>
     <name>Kavo::Ui::PackageSidebar</name>
@@ -414,10 +438,6 @@ Fortfahren?</translation>
     <message>
         <source>Status : </source>
         <translation>Status: </translation>
-    </message>
-    <message>
-        <source>Progress</source>
-        <translation>Fortschritt</translation>
     </message>
     <message>
         <source>More Detail</source>
@@ -470,6 +490,10 @@ Fortfahren?</translation>
     <message>
         <source>Paid</source>
         <translation>Kostenpflichtig</translation>
+    </message>
+    <message>
+        <source>Progress: %1</source>
+        <translation>Fortschritt: %1</translation>
     </message>
 </context>
 <context>

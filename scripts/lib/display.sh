@@ -13,7 +13,7 @@ have_display() {
 start_display() {
     local number_file="$DEMO_RUN/display-number"
     : >"$number_file"
-    Xvfb -displayfd 3 -screen 0 1600x900x24 -nolisten tcp \
+    Xvfb -displayfd 3 -screen 0 1600x900x24 -dpi 96 -nolisten tcp \
         3>"$number_file" 2>"$DEMO_RUN/xvfb.log" &
     display_pid=$!
     wait_for 20 "Xvfb, see $DEMO_RUN/xvfb.log" display_is_up "$number_file"

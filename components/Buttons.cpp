@@ -1,0 +1,30 @@
+#include "components/Buttons.h"
+
+#include <QPushButton>
+
+namespace Kavo::Components {
+
+QPushButton *makeButton(const QString &objectName, const QString &text, const QIcon &icon,
+                        QWidget *parent)
+{
+    auto *button = new QPushButton(icon, text, parent);
+    button->setObjectName(objectName);
+    button->setCursor(Qt::PointingHandCursor);
+    button->setAutoDefault(true);
+    return button;
+}
+
+QPushButton *makeIconButton(const QString &objectName, const QString &name, const QIcon &icon,
+                            QWidget *parent)
+{
+    QPushButton *button = makeButton(objectName, QString(), icon, parent);
+    button->setAccessibleName(name);
+    return button;
+}
+
+void nameAfterSubject(QPushButton &button, const QString &subject)
+{
+    button.setAccessibleName(button.text() + QStringLiteral(": ") + subject);
+}
+
+} // namespace Kavo::Components
