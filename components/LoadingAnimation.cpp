@@ -5,11 +5,20 @@
 #include <QLabel>
 #include <QMovie>
 #include <QPointer>
+#include <QSet>
 #include <QVector>
 
 namespace Kavo::Components {
 
-/// A movie that counts the visible labels that play it.
+namespace {
+
+/// A label that was not painted for so many frames is out of sight. One frame would be too few:
+/// painting comes after the frame that asks for it.
+constexpr int FramesOutOfSight = 3;
+
+} // namespace
+
+/// A movie that runs as long as some label plays it.
 class LoadingAnimation::Movie final : public QMovie
 {
 public:
@@ -22,19 +31,21 @@ public:
         setScaledSize(dense ? size * 2 : size);
         // A label that becomes visible later has a picture and a size from the start.
         jumpToFrame(0);
+        connect(this, &QMovie::frameChanged, this, &Movie::askPlayers);
     }
 
     bool is(const QSize &size, bool dense) const { return m_size == size && m_dense == dense; }
 
-    void addViewer()
+    void addPlayer(LoadingAnimation *player)
     {
-        if (++m_viewers == 1)
+        m_players.insert(player);
+        if (m_players.size() == 1)
             start();
     }
 
-    void removeViewer()
+    void removePlayer(LoadingAnimation *player)
     {
-        if (--m_viewers == 0)
+        if (m_players.remove(player) && m_players.isEmpty())
             setPaused(true);
     }
 
@@ -47,15 +58,23 @@ private:
                      : QStringLiteral(":/resources/img/loading.gif");
     }
 
+    void askPlayers()
+    {
+        const auto players = m_players;
+        for (LoadingAnimation *player : players)
+            player->countFrame();
+    }
+
     QSize m_size;
     bool m_dense;
-    int m_viewers = 0;
+    QSet<LoadingAnimation *> m_players;
 };
 
 void LoadingAnimation::play(QLabel &label, const QSize &size)
 {
     Movie &movie = movieOf(size, label.devicePixelRatioF() > 1);
-    if (label.movie() == &movie)
+    const LoadingAnimation *share = shareOf(label);
+    if (share && share->m_movie == &movie)
         return;
     stop(label);
     // The label owns its share.
@@ -64,43 +83,69 @@ void LoadingAnimation::play(QLabel &label, const QSize &size)
 
 void LoadingAnimation::stop(QLabel &label)
 {
-    auto *share = label.findChild<LoadingAnimation *>(QString(), Qt::FindDirectChildrenOnly);
+    LoadingAnimation *share = shareOf(label);
     if (!share)
         return;
     delete share;
-    label.setMovie(nullptr);
+    label.clear();
 }
 
-LoadingAnimation::LoadingAnimation(QLabel &label, Movie &movie) : QObject(&label), m_movie(&movie)
+LoadingAnimation::LoadingAnimation(QLabel &label, Movie &movie)
+    : QObject(&label)
+    , m_label(&label)
+    , m_movie(&movie)
 {
     label.setMovie(m_movie);
     label.installEventFilter(this);
-    setShown(label.isVisible());
+    if (label.isVisible())
+        move();
 }
 
 LoadingAnimation::~LoadingAnimation()
 {
-    setShown(false);
+    m_movie->removePlayer(this);
 }
 
 bool LoadingAnimation::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::Show)
-        setShown(true);
+    if (event->type() == QEvent::Show || event->type() == QEvent::Paint)
+        move();
     else if (event->type() == QEvent::Hide)
-        setShown(false);
+        rest();
     return QObject::eventFilter(watched, event);
 }
 
-void LoadingAnimation::setShown(bool shown)
+void LoadingAnimation::move()
 {
-    if (m_shown == shown)
+    m_framesUnseen = 0;
+    if (m_moving)
         return;
-    m_shown = shown;
-    if (shown)
-        m_movie->addViewer();
-    else
-        m_movie->removeViewer();
+    m_moving = true;
+    if (m_label->movie() != m_movie)
+        m_label->setMovie(m_movie);
+    m_movie->addPlayer(this);
+}
+
+void LoadingAnimation::rest()
+{
+    if (!m_moving)
+        return;
+    m_moving = false;
+    m_movie->removePlayer(this);
+}
+
+void LoadingAnimation::countFrame()
+{
+    if (++m_framesUnseen < FramesOutOfSight)
+        return;
+    rest();
+    // Every frame of the movie would still reach the label; a picture keeps its size meanwhile.
+    m_label->setPixmap(m_movie->currentPixmap());
+}
+
+LoadingAnimation *LoadingAnimation::shareOf(const QLabel &label)
+{
+    return label.findChild<LoadingAnimation *>(QString(), Qt::FindDirectChildrenOnly);
 }
 
 LoadingAnimation::Movie &LoadingAnimation::movieOf(const QSize &size, bool dense)

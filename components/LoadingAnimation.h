@@ -10,7 +10,8 @@ namespace Kavo::Components {
 /// The animation that a label plays while something loads.
 ///
 /// All labels of one size and kind of screen share one movie, because a list may hold a thousand of
-/// them, and the movie runs only while at least one of its labels is visible. An object of this
+/// them, and the movie runs only while at least one of its labels is to be seen: one that is
+/// scrolled out of sight rests on a still picture until it is painted again. An object of this
 /// class is a label's share in the movie; it belongs to the label and goes with it.
 class LoadingAnimation final : public QObject
 {
@@ -32,11 +33,16 @@ private:
     class Movie;
 
     LoadingAnimation(QLabel &label, Movie &movie);
-    void setShown(bool shown);
+    void move();
+    void rest();
+    void countFrame();
+    static LoadingAnimation *shareOf(const QLabel &label);
     static Movie &movieOf(const QSize &size, bool dense);
 
+    QLabel *m_label;
     Movie *m_movie;
-    bool m_shown = false;
+    bool m_moving = false;
+    int m_framesUnseen = 0;
 };
 
 } // namespace Kavo::Components

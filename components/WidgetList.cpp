@@ -27,11 +27,29 @@ WidgetList::WidgetList(const QString &objectName, QWidget *parent) : QListWidget
 
 void WidgetList::appendRow(QWidget *widget, const QSize &size)
 {
+    appendRow(size);
+    setIndexWidget(indexOf(count() - 1), widget);
+}
+
+void WidgetList::appendRow(const QSize &size)
+{
     auto *item = new QListWidgetItem;
     item->setFlags(Qt::ItemIsEnabled);
     item->setSizeHint(size);
     addItem(item);
-    setIndexWidget(model()->index(count() - 1, 0), widget);
+}
+
+void WidgetList::setRowWidget(int row, QWidget *widget, const QSize &size)
+{
+    // What is due is laid out now; the widget then needs no more than its own place, where Qt would
+    // lay out all rows anew.
+    executeDelayedItemsLayout();
+    m_rowsStand = true;
+    item(row)->setSizeHint(size);
+    setIndexWidget(indexOf(row), widget);
+    executeDelayedItemsLayout();
+    m_rowsStand = false;
+    widget->setGeometry(visualRect(indexOf(row)));
 }
 
 void WidgetList::clearRows()
@@ -43,7 +61,24 @@ void WidgetList::clearRows()
 
 QWidget *WidgetList::rowWidget(int row) const
 {
-    return indexWidget(model()->index(row, 0));
+    return indexWidget(indexOf(row));
+}
+
+std::pair<int, int> WidgetList::visibleRows() const
+{
+    int first = 0;
+    int behind = count();
+    while (first < behind) {
+        const int middle = first + (behind - first) / 2;
+        if (visualRect(indexOf(middle)).bottom() < 0)
+            first = middle + 1;
+        else
+            behind = middle;
+    }
+    int last = first - 1;
+    while (last + 1 < count() && visualRect(indexOf(last + 1)).top() < viewport()->height())
+        ++last;
+    return {first, last};
 }
 
 void WidgetList::showRow(const QWidget *widget)
@@ -63,12 +98,50 @@ void WidgetList::keyPressEvent(QKeyEvent *event)
     QListWidget::keyPressEvent(event);
     if (currentRow() == before || currentRow() < 0)
         return;
-    const auto parts = rowWidget(currentRow())->findChildren<QWidget *>();
+    if (!rowWidget(currentRow()))
+        emit rowNeeded(currentRow());
+    const QWidget *row = rowWidget(currentRow());
+    if (!row)
+        return;
+    const auto parts = row->findChildren<QWidget *>();
     for (QWidget *part : parts) {
         if (part->isEnabled() && part->focusPolicy() != Qt::NoFocus) {
             part->setFocus(Qt::OtherFocusReason);
             return;
         }
+    }
+}
+
+void WidgetList::doItemsLayout()
+{
+    if (m_rowsStand)
+        return;
+    m_layingOut = true;
+    QListWidget::doItemsLayout();
+    m_layingOut = false;
+}
+
+void WidgetList::scrollContentsBy(int dx, int dy)
+{
+    QListWidget::scrollContentsBy(dx, dy);
+    placeVisibleRows();
+}
+
+void WidgetList::updateEditorGeometries()
+{
+    // Rows out of sight keep a width that is out of date until they come into sight.
+    if (m_layingOut)
+        QListWidget::updateEditorGeometries();
+    else
+        placeVisibleRows();
+}
+
+void WidgetList::placeVisibleRows()
+{
+    const auto [first, last] = visibleRows();
+    for (int row = first; row <= last; ++row) {
+        if (QWidget *widget = rowWidget(row))
+            widget->setGeometry(visualRect(indexOf(row)));
     }
 }
 

@@ -4,6 +4,7 @@
 #include "components/WidgetList.h"
 #include "core/Settings.h"
 #include "packages/PackageController.h"
+#include "ui/PackageCards.h"
 #include "ui/PackageDetailWidget.h"
 #include "ui/PackageProcessingWidget.h"
 #include "ui/PackageSidebar.h"
@@ -21,7 +22,6 @@ using Models::PackagePointer;
 
 namespace {
 
-constexpr int RowHeight = 128;
 constexpr int RowSpacing = 4;
 constexpr int ScrollStep = 32;
 constexpr int ContentStretch = 8;
@@ -33,6 +33,7 @@ PackageContainer::PackageContainer(const QSharedPointer<PackageController> &cont
     : StyledWidget(QStringLiteral("PackageContainer"), parent)
     , m_controller(controller)
     , m_list(new WidgetList(QStringLiteral("PackageList"), this))
+    , m_cards(new PackageCards(m_list, controller, this))
     , m_detail(new PackageDetailWidget(controller, this))
     , m_processing(new PackageProcessingWidget(this))
     , m_sidebar(new PackageSidebar(controller, this))
@@ -47,7 +48,7 @@ PackageContainer::PackageContainer(const QSharedPointer<PackageController> &cont
 void PackageContainer::followController()
 {
     const PackageController *controller = m_controller.data();
-    connect(controller, &PackageController::update, this, &PackageContainer::rebuildList);
+    connect(controller, &PackageController::update, m_cards, &PackageCards::rebuild);
     connect(controller, &PackageController::busy, this, &PackageContainer::showBusy);
     connect(controller, &PackageController::empty, this, &PackageContainer::showEmpty);
     connect(controller, &PackageController::list, this, &PackageContainer::showList);
@@ -83,20 +84,6 @@ void PackageContainer::buildList()
     m_list->hide();
 }
 
-void PackageContainer::rebuildList()
-{
-    // Every row that is added to a visible list has it laid out anew.
-    const bool shown = !m_list->isHidden();
-    m_list->hide();
-    m_list->clearRows();
-    const Models::PackageList packages = m_controller->packages();
-    for (const PackagePointer &package : packages) {
-        auto *card = new PackageWidget(m_controller, package, m_list);
-        m_list->appendRow(card, QSize(card->sizeHint().width(), RowHeight));
-    }
-    m_list->setVisible(shown);
-}
-
 void PackageContainer::showBusy()
 {
     hideContent();
@@ -111,7 +98,7 @@ void PackageContainer::showEmpty()
 
 void PackageContainer::showList()
 {
-    PackageWidget *opened = hasFocusIn(*m_detail) ? openedCard() : nullptr;
+    PackageWidget *opened = hasFocusIn(*m_detail) ? m_cards->cardOf(m_openedId) : nullptr;
     // What has the keyboard when it is hidden would give it to the next best widget.
     if (opened)
         window()->focusWidget()->clearFocus();
@@ -143,16 +130,6 @@ bool PackageContainer::hasFocusIn(const QWidget &part) const
 {
     const QWidget *focused = window()->focusWidget();
     return focused && part.isAncestorOf(focused);
-}
-
-PackageWidget *PackageContainer::openedCard() const
-{
-    for (int row = 0; row < m_list->count(); ++row) {
-        auto *card = qobject_cast<PackageWidget *>(m_list->rowWidget(row));
-        if (card && card->packageId() == m_openedId)
-            return card;
-    }
-    return nullptr;
 }
 
 void PackageContainer::hideContent()

@@ -17,10 +17,10 @@ class PackageController;
 
 namespace Kavo::Ui {
 
+class PackageCards;
 class PackageDetailWidget;
 class PackageProcessingWidget;
 class PackageSidebar;
-class PackageWidget;
 
 /// The central area: the list of cards with the sidebar, or one package in detail, or a panel that
 /// tells why there is neither. It shows what the package controller's signals ask for.
@@ -37,21 +37,18 @@ private:
     void build();
     void buildList();
 
-    void rebuildList();
-
     void showBusy();
     void showEmpty();
     void showList();
     void showError(const QString &message);
     void showDetail(const Models::PackagePointer &package);
     bool hasFocusIn(const QWidget &part) const;
-    /// The card of the package that was opened last; null when the list has none any more.
-    PackageWidget *openedCard() const;
     /// Hides everything but the processing panel.
     void hideContent();
 
     QSharedPointer<Controllers::PackageController> m_controller;
     Components::WidgetList *m_list;
+    PackageCards *m_cards;
     PackageDetailWidget *m_detail;
     PackageProcessingWidget *m_processing;
     PackageSidebar *m_sidebar;

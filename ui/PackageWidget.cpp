@@ -78,6 +78,12 @@ PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller
     fetchIcon();
 }
 
+void PackageWidget::followInTabOrder(const PackageWidget &card)
+{
+    setTabOrder(card.m_detail, m_action);
+    setTabOrder(m_action, m_detail);
+}
+
 void PackageWidget::focusDetailButton()
 {
     m_detail->setFocus(Qt::OtherFocusReason);

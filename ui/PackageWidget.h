@@ -32,6 +32,8 @@ public:
                   const Models::PackagePointer &package, QWidget *parent = nullptr);
 
     int packageId() const { return m_package->id(); }
+    /// Tab comes here from that card.
+    void followInTabOrder(const PackageWidget &card);
     /// Gives the keyboard to the button that opens the package.
     void focusDetailButton();
 

@@ -3,6 +3,9 @@
 #include "tests/support/TestMain.h"
 
 #include <QMovie>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSignalSpy>
 
 #include <memory>
 
@@ -34,6 +37,7 @@ private slots:
     void stoppingALabelThatPlaysNothingChangesNothing();
     void playingTwiceCountsOnce();
     void labelChangesItsSize();
+    void labelOutOfSightRests();
 };
 
 void LoadingAnimationTest::labelShowsTheAnimationInItsSize()
@@ -143,6 +147,38 @@ void LoadingAnimationTest::labelChangesItsSize()
     QVERIFY(!isRunning(watcher));
     QVERIFY(isRunning(label));
     QCOMPARE(label.movie()->scaledSize(), Large);
+}
+
+void LoadingAnimationTest::labelOutOfSightRests()
+{
+    QScrollArea area;
+    auto *page = new QWidget;
+    page->resize(100, 2000);
+    auto *label = new QLabel(page);
+    label->setGeometry(0, 1000, 96, 96);
+    LoadingAnimation::play(*label, Small);
+    const QMovie *movie = label->movie();
+    area.setWidget(page);
+    area.resize(120, 200);
+    area.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&area));
+    QTRY_COMPARE(movie->state(), QMovie::Paused);
+    QVERIFY(!label->movie());
+    // It keeps its picture and its size.
+    QCOMPARE(label->sizeHint(), Small);
+    QVERIFY(label->pixmap() && !label->pixmap()->isNull());
+
+    area.ensureWidgetVisible(label);
+    QTRY_COMPARE(movie->state(), QMovie::Running);
+    QCOMPARE(label->movie(), movie);
+    QSignalSpy frames(movie, &QMovie::frameChanged);
+    QTRY_VERIFY(frames.count() > 10);
+    QCOMPARE(movie->state(), QMovie::Running);
+
+    area.verticalScrollBar()->setValue(0);
+    QTRY_COMPARE(movie->state(), QMovie::Paused);
+    LoadingAnimation::stop(*label);
+    QVERIFY(!label->pixmap() || label->pixmap()->isNull());
 }
 
 KAVO_TEST_MAIN(LoadingAnimationTest)

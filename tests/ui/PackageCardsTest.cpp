@@ -1,0 +1,257 @@
+#include "ui/PackageCards.h"
+#include "components/WidgetList.h"
+#include "tests/components/Widgets.h"
+#include "tests/dialogs/SharedController.h"
+#include "tests/support/TestMain.h"
+#include "ui/PackageWidget.h"
+
+#include <QScrollBar>
+#include <QSignalSpy>
+
+#include <memory>
+
+using namespace Kavo::Testing;
+using namespace Kavo::Ui;
+using Kavo::Components::WidgetList;
+using Kavo::Controllers::PackageController;
+
+namespace {
+
+constexpr int RowHeight = 128;
+/// Lists up to this length are filled at once.
+constexpr int Short = 100;
+constexpr int Long = 400;
+
+} // namespace
+
+class PackageCardsTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { Kavo::Components::iconFont()->initFontAwesome(); }
+    void cleanup();
+
+    void shortListIsFilledAtOnce();
+    void emptyListIsComplete();
+    void rowsOfALongListStandAtOnce();
+    void longListIsCompleted();
+    void cardsHaveTheirPlacesAndSizes();
+    void whatIsScrolledToComesFirst();
+    void tabOrderIsThatOfTheRows();
+    void cardThatIsAskedForIsMade();
+    void keyboardGetsToAnEmptyRow();
+    void rebuildingStartsAnew();
+    void newWidthReachesWhatIsScrolledTo();
+
+private:
+    /// A catalogue with so many packages, loaded, and a list of 1000 by 600 pixels.
+    void load(int packages);
+    void show(int packages);
+    PackageWidget *card(int row) const
+    {
+        return static_cast<PackageWidget *>(m_list->rowWidget(row));
+    }
+    int cardCount() const;
+    bool complete();
+
+    std::unique_ptr<Engine> m_engine;
+    std::unique_ptr<WidgetList> m_list;
+    std::unique_ptr<PackageCards> m_cards;
+};
+
+void PackageCardsTest::cleanup()
+{
+    m_cards.reset();
+    m_list.reset();
+    m_engine.reset();
+}
+
+void PackageCardsTest::load(int packages)
+{
+    m_engine = std::make_unique<Engine>();
+    for (int id = 1; id <= packages; ++id) {
+        const QJsonObject name{{QStringLiteral("en"), QStringLiteral("package-%1").arg(id)}};
+        m_engine->offerObject({{QStringLiteral("id"), id}, {QStringLiteral("name"), name}});
+    }
+    QVERIFY(m_engine->refresh());
+    m_list = std::make_unique<WidgetList>(QStringLiteral("PackageList"));
+    m_list->resize(1000, 600);
+    m_cards = std::make_unique<PackageCards>(m_list.get(), sharedController(*m_engine));
+}
+
+void PackageCardsTest::show(int packages)
+{
+    load(packages);
+    m_list->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_list.get()));
+    m_cards->rebuild();
+}
+
+int PackageCardsTest::cardCount() const
+{
+    int count = 0;
+    for (int row = 0; row < m_list->count(); ++row) {
+        if (card(row))
+            ++count;
+    }
+    return count;
+}
+
+bool PackageCardsTest::complete()
+{
+    if (cardCount() == m_list->count())
+        return true;
+    QSignalSpy finished(m_cards.get(), &PackageCards::complete);
+    return finished.wait(20000);
+}
+
+void PackageCardsTest::shortListIsFilledAtOnce()
+{
+    load(Short);
+    QSignalSpy finished(m_cards.get(), &PackageCards::complete);
+    m_cards->rebuild();
+    QCOMPARE(cardCount(), Short);
+    QCOMPARE(finished.count(), 1);
+    QVERIFY(m_list->isHidden());
+}
+
+void PackageCardsTest::emptyListIsComplete()
+{
+    load(0);
+    QSignalSpy finished(m_cards.get(), &PackageCards::complete);
+    m_cards->rebuild();
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(m_list->count(), 0);
+    QVERIFY(!m_cards->cardOf(1));
+}
+
+void PackageCardsTest::rowsOfALongListStandAtOnce()
+{
+    show(Long);
+    QCOMPARE(m_list->count(), Long);
+    QVERIFY(cardCount() < Short);
+    const auto [first, last] = m_list->visibleRows();
+    QCOMPARE(first, 0);
+    QVERIFY(last >= 600 / RowHeight - 1);
+    for (int row = first; row <= last; ++row)
+        QVERIFY(card(row));
+    // The scroll bar knows the whole list.
+    QVERIFY(m_list->verticalScrollBar()->maximum() > (Long - 10) * RowHeight);
+    for (int row = 0; row < Long; ++row)
+        QCOMPARE(m_list->item(row)->sizeHint().height(), RowHeight);
+}
+
+void PackageCardsTest::longListIsCompleted()
+{
+    load(Long);
+    m_cards->rebuild();
+    QVERIFY(cardCount() < Long);
+    QVERIFY(complete());
+    for (int row = 0; row < Long; ++row)
+        QCOMPARE(textOf(*card(row), "PackageName"), QStringLiteral("package-%1").arg(row + 1));
+}
+
+void PackageCardsTest::cardsHaveTheirPlacesAndSizes()
+{
+    show(Long);
+    QVERIFY(complete());
+    for (int row = 0; row < Long; ++row) {
+        const QRect place = m_list->visualItemRect(m_list->item(row));
+        QCOMPARE(card(row)->geometry(), place);
+        QCOMPARE(m_list->item(row)->sizeHint().width(), card(row)->sizeHint().width());
+        QVERIFY(card(row)->isVisible());
+        QVERIFY(row == 0 || place.top() >= card(row - 1)->geometry().bottom());
+    }
+}
+
+void PackageCardsTest::whatIsScrolledToComesFirst()
+{
+    show(Long);
+    m_list->verticalScrollBar()->setValue(m_list->verticalScrollBar()->maximum());
+    const auto [first, last] = m_list->visibleRows();
+    QCOMPARE(last, Long - 1);
+    QVERIFY(!card(last));
+    QTRY_VERIFY(card(last));
+    QVERIFY(card(first));
+    // The middle is not there yet, because nobody looks at it.
+    QVERIFY(cardCount() < Long);
+    QCOMPARE(card(last)->geometry(), m_list->visualItemRect(m_list->item(last)));
+}
+
+void PackageCardsTest::tabOrderIsThatOfTheRows()
+{
+    show(Long);
+    for (const int value : {30000, 10000, 50000, 20000}) {
+        m_list->verticalScrollBar()->setValue(value);
+        const int row = m_list->visibleRows().first;
+        QTRY_VERIFY(card(row));
+    }
+    QVERIFY(complete());
+    QWidget *next = child<QPushButton>(*card(0), "Download");
+    for (int row = 0; row < Long; ++row) {
+        for (const char *name : {"Download", "MoreDetail"}) {
+            QCOMPARE(next, child<QPushButton>(*card(row), name));
+            do
+                next = next->nextInFocusChain();
+            while (next->focusPolicy() == Qt::NoFocus);
+        }
+    }
+}
+
+void PackageCardsTest::cardThatIsAskedForIsMade()
+{
+    show(Long);
+    QVERIFY(!card(300));
+    PackageWidget *asked = m_cards->cardOf(301);
+    QVERIFY(asked);
+    QCOMPARE(card(300), asked);
+    QCOMPARE(asked->packageId(), 301);
+    QVERIFY(!m_cards->cardOf(Long + 1));
+    QVERIFY(complete());
+    QCOMPARE(card(300), asked);
+}
+
+void PackageCardsTest::keyboardGetsToAnEmptyRow()
+{
+    show(Long);
+    m_list->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_list.get()));
+    child<QPushButton>(*card(0), "Download")->setFocus();
+    m_list->setCurrentRow(0);
+    QVERIFY(!card(Long - 1));
+    QTest::keyClick(m_list.get(), Qt::Key_End);
+    QVERIFY(card(Long - 1));
+    QVERIFY(card(Long - 1)->isAncestorOf(m_list->focusWidget()));
+}
+
+void PackageCardsTest::rebuildingStartsAnew()
+{
+    show(Long);
+    QTRY_VERIFY(cardCount() > 20);
+    QVERIFY(cardCount() < Long);
+    const QPointer<PackageWidget> old = card(0);
+    QSignalSpy finished(m_cards.get(), &PackageCards::complete);
+    m_cards->rebuild();
+    QVERIFY(!old);
+    QVERIFY(finished.wait(20000));
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(cardCount(), Long);
+    QVERIFY(m_list->isVisible());
+}
+
+void PackageCardsTest::newWidthReachesWhatIsScrolledTo()
+{
+    show(Long);
+    QVERIFY(complete());
+    m_list->resize(800, 600);
+    QTRY_COMPARE(card(0)->width(), m_list->visualItemRect(m_list->item(0)).width());
+    m_list->verticalScrollBar()->setValue(200 * RowHeight);
+    const auto [first, last] = m_list->visibleRows();
+    QVERIFY(first > 100);
+    for (int row = first; row <= last; ++row)
+        QCOMPARE(card(row)->geometry(), m_list->visualItemRect(m_list->item(row)));
+}
+
+KAVO_TEST_MAIN(PackageCardsTest)
+#include "PackageCardsTest.moc"

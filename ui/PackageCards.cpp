@@ -1,0 +1,143 @@
+#include "ui/PackageCards.h"
+
+#include "components/WidgetList.h"
+#include "packages/PackageController.h"
+#include "ui/PackageWidget.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QScreen>
+
+namespace Kavo::Ui {
+
+using Components::WidgetList;
+using Controllers::PackageController;
+
+namespace {
+
+constexpr int RowHeight = 128;
+/// So many cards are made faster than anybody sees.
+constexpr int CountAtOnce = 100;
+/// Milliseconds of one turn: half of what a frame of a plain screen may take.
+constexpr int TurnLength = 8;
+
+/// No window shows more rows.
+int rowsOfAScreen()
+{
+    return QGuiApplication::primaryScreen()->size().height() / RowHeight + 1;
+}
+
+} // namespace
+
+PackageCards::PackageCards(WidgetList *list, const QSharedPointer<PackageController> &controller,
+                           QObject *parent)
+    : QObject(parent)
+    , m_list(list)
+    , m_controller(controller)
+{
+    // All rows have one size, so that the list need not ask each of them.
+    m_list->setUniformItemSizes(true);
+    connect(m_list, &WidgetList::rowNeeded, this, &PackageCards::buildRow);
+    connect(&m_turns, &QTimer::timeout, this, &PackageCards::takeTurn);
+}
+
+void PackageCards::rebuild()
+{
+    m_turns.stop();
+    // Every row that is added to a visible list has it laid out anew.
+    const bool shown = !m_list->isHidden();
+    m_list->hide();
+    m_list->clearRows();
+    m_packages = m_controller->packages();
+    m_next = 0;
+    m_lowest = 0;
+    if (!m_packages.isEmpty())
+        fill();
+    m_list->setVisible(shown);
+    if (nextRow() < 0)
+        emit complete();
+    else
+        m_turns.start();
+}
+
+PackageWidget *PackageCards::cardOf(int packageId)
+{
+    for (int row = 0; row < m_packages.size(); ++row) {
+        if (m_packages.at(row)->id() == packageId) {
+            buildRow(row);
+            return cardIn(row);
+        }
+    }
+    return nullptr;
+}
+
+void PackageCards::fill()
+{
+    PackageWidget *first = makeCard(0);
+    const QSize size(first->sizeHint().width(), RowHeight);
+    for (int row = 0; row < m_packages.size(); ++row)
+        m_list->appendRow(size);
+    place(0, first);
+    const int count = m_packages.size();
+    const int atOnce = count <= CountAtOnce ? count : qMin(count, rowsOfAScreen());
+    for (int row = 1; row < atOnce; ++row)
+        buildRow(row);
+}
+
+void PackageCards::takeTurn()
+{
+    QElapsedTimer turn;
+    turn.start();
+    do {
+        const int row = nextRow();
+        if (row < 0) {
+            m_turns.stop();
+            emit complete();
+            return;
+        }
+        buildRow(row);
+    } while (turn.elapsed() < TurnLength);
+}
+
+/// The row whose card is made next, -1 when all are there.
+int PackageCards::nextRow()
+{
+    const auto [first, last] = m_list->visibleRows();
+    for (int row = first; row <= last; ++row) {
+        if (!m_list->rowWidget(row))
+            return row;
+    }
+    while (m_next < m_packages.size() && m_list->rowWidget(m_next))
+        ++m_next;
+    return m_next < m_packages.size() ? m_next : -1;
+}
+
+void PackageCards::buildRow(int row)
+{
+    if (!m_list->rowWidget(row))
+        place(row, makeCard(row));
+}
+
+void PackageCards::place(int row, PackageWidget *card)
+{
+    m_list->setRowWidget(row, card, QSize(card->sizeHint().width(), RowHeight));
+    // Tab goes through the cards in the order in which they were made, unless it is told otherwise.
+    int above = row - 1;
+    while (row < m_lowest && above >= 0 && !cardIn(above))
+        --above;
+    if (row < m_lowest && above >= 0)
+        card->followInTabOrder(*cardIn(above));
+    m_lowest = qMax(m_lowest, row);
+}
+
+PackageWidget *PackageCards::makeCard(int row) const
+{
+    return new PackageWidget(m_controller, m_packages.at(row), m_list);
+}
+
+PackageWidget *PackageCards::cardIn(int row) const
+{
+    return static_cast<PackageWidget *>(m_list->rowWidget(row));
+}
+
+} // namespace Kavo::Ui

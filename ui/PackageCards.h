@@ -1,0 +1,65 @@
+#pragma once
+
+#include "packages/Package.h"
+
+#include <QObject>
+#include <QSharedPointer>
+#include <QTimer>
+
+namespace Kavo::Components {
+class WidgetList;
+}
+
+namespace Kavo::Controllers {
+class PackageController;
+}
+
+namespace Kavo::Ui {
+
+class PackageWidget;
+
+/// Fills a list with the cards of all packages.
+///
+/// A short list is filled at once. Of a long one the rows stand at once, in order and in their
+/// sizes, with the cards that the first screen shows; the others follow in short turns of the event
+/// loop, first those that are scrolled to. A card asks for its icon when it is made, so the icons
+/// come in the same order. Main thread.
+class PackageCards final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The list has to outlive the object.
+    PackageCards(Components::WidgetList *list,
+                 const QSharedPointer<Controllers::PackageController> &controller,
+                 QObject *parent = nullptr);
+
+    /// Replaces all cards by those of the controller's present packages. The list stays shown or
+    /// hidden.
+    void rebuild();
+    /// Makes the card if it is not there yet; null without such a package.
+    PackageWidget *cardOf(int packageId);
+
+signals:
+    /// All cards of the last rebuild() are there.
+    void complete();
+
+private:
+    void fill();
+    void takeTurn();
+    int nextRow();
+    void buildRow(int row);
+    void place(int row, PackageWidget *card);
+    PackageWidget *makeCard(int row) const;
+    PackageWidget *cardIn(int row) const;
+
+    Components::WidgetList *m_list;
+    QSharedPointer<Controllers::PackageController> m_controller;
+    Models::PackageList m_packages;
+    /// No row before this one is empty.
+    int m_next = 0;
+    int m_lowest = 0;
+    QTimer m_turns;
+};
+
+} // namespace Kavo::Ui
