@@ -22,6 +22,17 @@ constexpr int NotStarted = 255;
 /// The exit code counted for a process that was killed, whose own code means nothing.
 constexpr int Killed = 255;
 
+/// Whether 7-Zip would take the names for more than they say: it unpacks every archive that it
+/// finds in a folder or that a pattern matches, and replaces an asterisk in the destination by the
+/// archive's name.
+bool meansMore(const QString &archive, const QString &destination)
+{
+    const QFileInfo file(archive);
+    const QString name = file.fileName();
+    return file.isDir() || name.contains(QLatin1Char('*')) || name.contains(QLatin1Char('?')) ||
+           destination.contains(QLatin1Char('*'));
+}
+
 class ExtractorProcess final : public QProcess
 {
 protected:
@@ -69,7 +80,7 @@ bool P7ZipExtractor::extract(const QString &archive, const QString &destination)
                                 QStringLiteral("-o") + destination};
     logLine(QStringLiteral("Extract paramenter : ") + m_process->program() + QLatin1Char(' ') +
             rendered(arguments));
-    const int exitCode = run(arguments);
+    const int exitCode = meansMore(archive, destination) ? refuse() : run(arguments);
     if (exitCode == 0)
         return true;
 
@@ -91,11 +102,15 @@ int P7ZipExtractor::run(const QStringList &arguments)
         m_process->closeWriteChannel();
         m_process->waitForFinished(-1);
     }
-    if (m_process->program().isEmpty() || m_process->error() == QProcess::FailedToStart) {
-        announce(NotStarted);
-        return NotStarted;
-    }
+    if (m_process->program().isEmpty() || m_process->error() == QProcess::FailedToStart)
+        return refuse();
     return m_process->exitStatus() == QProcess::NormalExit ? m_process->exitCode() : Killed;
+}
+
+int P7ZipExtractor::refuse()
+{
+    announce(NotStarted);
+    return NotStarted;
 }
 
 void P7ZipExtractor::announce(int exitCode)

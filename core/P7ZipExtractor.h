@@ -21,7 +21,8 @@ public:
     explicit P7ZipExtractor(const QString &program, QObject *parent = nullptr);
 
     /// Unpacks `archive` with full paths into the folder `destination`, replacing files that stand
-    /// there. Returns whether 7-Zip ended with exit code 0; a failure is logged.
+    /// there. Returns whether 7-Zip ended with exit code 0; a failure is logged. A folder in the
+    /// place of the archive and names with wildcards fail.
     bool extract(const QString &archive, const QString &destination);
 
 signals:
@@ -31,6 +32,8 @@ signals:
 private:
     /// Runs the program to its end and returns its exit code, never 0 when it did not run.
     int run(const QStringList &arguments);
+    /// Announces that the program did not run and returns the exit code for that.
+    int refuse();
     void announce(int exitCode);
 
     QSharedPointer<QProcess> m_process;

@@ -16,6 +16,15 @@ namespace {
 /// bytes. Without a limit a fast server fills the memory with what the disk has not taken yet.
 constexpr qint64 ReadBufferSize = 1024 * 1024;
 
+const QByteArray AcceptEncoding = "Accept-Encoding";
+
+/// Whether the body comes in an encoding that Qt can undo.
+bool isCompressed(const QNetworkReply &reply)
+{
+    const QByteArray encoding = reply.rawHeader("Content-Encoding").trimmed().toLower();
+    return encoding == "gzip" || encoding == "deflate";
+}
+
 /// The length that the answer announces. Qt sometimes keeps the headers of a redirect in front of
 /// those of the final answer ("145, 5000") and then takes the redirect's length for that of the
 /// file; the last one counts.
@@ -45,7 +54,7 @@ void Transfer::start()
     }
     // The length of a compressed answer is not that of the file, and a part of one cannot be
     // resumed.
-    m_download->getRequest()->setRawHeader("Accept-Encoding", "identity");
+    m_download->getRequest()->setRawHeader(AcceptEncoding, "identity");
     sendProbe();
 }
 
@@ -96,13 +105,35 @@ void Transfer::sendGet()
     if (m_download->getProcess() == Download::Process::Idle)
         QFile::remove(m_download->getPath());
     m_download->setProcess(Download::Process::Download);
+    requestBody();
+}
+
+void Transfer::requestBody()
+{
     m_reply = m_network.get(*m_download->getRequest());
     m_reply->setReadBufferSize(ReadBufferSize);
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, &Transfer::onAnswered);
     connect(m_reply, &QNetworkReply::readyRead, this, &Transfer::writeBody);
     connect(m_reply, &QNetworkReply::downloadProgress, this,
             [this](qint64, qint64 total) { onProgress(total); });
     connect(m_reply, &QNetworkReply::errorOccurred, this, [this] { reportError(*m_reply); });
     connect(m_reply, &QNetworkReply::finished, this, &Transfer::onFinished);
+}
+
+/// Some servers compress whatever they are asked for. Qt undoes it, but only for a request that
+/// does not choose an encoding, and only from the first byte on.
+void Transfer::onAnswered()
+{
+    QNetworkRequest &request = *m_download->getRequest();
+    if (!request.hasRawHeader(AcceptEncoding) || !isCompressed(*m_reply))
+        return;
+    m_reply->disconnect(this);
+    m_reply->abort();
+    m_reply->deleteLater();
+    QFile::remove(m_download->getPath());
+    request.setRawHeader(AcceptEncoding, QByteArray());
+    request.setRawHeader("Range", QByteArray());
+    requestBody();
 }
 
 void Transfer::writeBody()

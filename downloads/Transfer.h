@@ -40,6 +40,8 @@ private:
     void onProbed(QNetworkReply &probe);
     bool isCompleteOnDisk(qint64 announcedSize);
     void sendGet();
+    void requestBody();
+    void onAnswered();
     void writeBody();
     bool openFile();
     void onProgress(qint64 bytesTotal);

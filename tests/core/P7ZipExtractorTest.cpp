@@ -37,6 +37,10 @@ private slots:
     void errorTextIsLogged();
     void killedProgramFails();
     void missingArchiveFails();
+    void folderIsNoArchive();
+    void asteriskInTheDestinationFails();
+    void wildcardInTheArchiveFails_data();
+    void wildcardInTheArchiveFails();
     void damagedArchiveFails_data();
     void damagedArchiveFails();
     void encryptedArchiveFailsWithoutAsking();
@@ -296,6 +300,52 @@ void P7ZipExtractorTest::missingArchiveFails()
     QVERIFY(
         !P7ZipExtractor().extract(path(QStringLiteral("none.7z")), path(QStringLiteral("out"))));
     QCOMPARE(reported(log), 2);
+}
+
+void P7ZipExtractorTest::folderIsNoArchive()
+{
+    const QString folder = path(QStringLiteral("folder.7z"));
+    QVERIFY(QDir().mkpath(folder));
+    QVERIFY(makeArchive(folder + QStringLiteral("/inner.7z"), {{QStringLiteral("a"), "1"}}));
+    const LogCapture log;
+    QVERIFY(!P7ZipExtractor().extract(folder, path(QStringLiteral("out"))));
+    QCOMPARE(log.lines().mid(1), QStringList({QStringLiteral("Extractor Error : "),
+                                              QStringLiteral("Extractor Error : 255")}));
+    QVERIFY(fileTree(path(QStringLiteral("out"))).isEmpty());
+}
+
+void P7ZipExtractorTest::asteriskInTheDestinationFails()
+{
+    const QString archive = path(QStringLiteral("a.7z"));
+    QVERIFY(makeArchive(archive, {{QStringLiteral("file"), "1"}}));
+    const auto before = fileTree(m_folder->path());
+    P7ZipExtractor extractor;
+    QSignalSpy error(&extractor, &P7ZipExtractor::error);
+    QVERIFY(!extractor.extract(archive, path(QStringLiteral("out*"))));
+    QCOMPARE(error.count(), 1);
+    QCOMPARE(fileTree(m_folder->path()), before);
+}
+
+void P7ZipExtractorTest::wildcardInTheArchiveFails_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("asterisk") << QStringLiteral("a*.7z");
+    QTest::newRow("question mark") << QStringLiteral("a?.7z");
+}
+
+/// 7-Zip would unpack the other archive too.
+void P7ZipExtractorTest::wildcardInTheArchiveFails()
+{
+    QFETCH(QString, name);
+    QVERIFY(makeArchive(path(QStringLiteral("ab.7z")), {{QStringLiteral("other"), "1"}}));
+    QVERIFY(
+        writeFile(path(name), archiveOf({{QStringLiteral("file"), "1"}}, QStringLiteral("7z"))));
+    const auto before = fileTree(m_folder->path());
+    P7ZipExtractor extractor;
+    QSignalSpy error(&extractor, &P7ZipExtractor::error);
+    QVERIFY(!extractor.extract(path(name), path(QStringLiteral("out"))));
+    QCOMPARE(error.count(), 1);
+    QCOMPARE(fileTree(m_folder->path()), before);
 }
 
 void P7ZipExtractorTest::damagedArchiveFails_data()

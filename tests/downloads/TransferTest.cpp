@@ -32,6 +32,8 @@ private slots:
     void probeWithoutLengthOrDateAppends();
     void resumableTransfersAreNotCompressed();
     void compressedAnswersAreWrittenPlain();
+    void answersCompressedUnaskedAreWrittenPlain_data();
+    void answersCompressedUnaskedAreWrittenPlain();
     void bodyOfUnknownLengthIsWritten_data();
     void bodyOfUnknownLengthIsWritten();
     void redirectsAreFollowed_data();
@@ -278,6 +280,30 @@ void TransferTest::compressedAnswersAreWrittenPlain()
     QVERIFY(events.waitForFinished());
     QVERIFY(server().last("GET", QStringLiteral("/a")).header("Accept-Encoding").contains("gzip"));
     QCOMPARE(content("a"), body);
+}
+
+void TransferTest::answersCompressedUnaskedAreWrittenPlain_data()
+{
+    QTest::addColumn<int>("part");
+    QTest::newRow("fresh") << 0;
+    QTest::newRow("with a part") << 1000;
+}
+
+void TransferTest::answersCompressedUnaskedAreWrittenPlain()
+{
+    QFETCH(int, part);
+    const QByteArray body = HttpResource::generated(0, 3000000);
+    server().serve(QStringLiteral("/a"), body).compressesUnasked = true;
+    if (part > 0)
+        QVERIFY(m_setup->put(QStringLiteral("a"), body.left(part)));
+    const auto download = DownloadSetup::resumable(url("/a"));
+    DownloadEvents events(download);
+    m_setup->manager().add(download, false);
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(events.list(), resumableEvents(body.size(), path("a")));
+    QVERIFY(content("a") == body);
+    QVERIFY(!server().last("GET", QStringLiteral("/a")).hasHeader("Range"));
+    QVERIFY(m_setup->log().lines().isEmpty());
 }
 
 void TransferTest::bodyOfUnknownLengthIsWritten_data()

@@ -9,7 +9,6 @@
 #include <QSignalSpy>
 #include <QSqlDatabase>
 #include <QSqlQuery>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
@@ -33,15 +32,6 @@ QString pathOf(const Offer &offer)
     return offer.link.isEmpty()
                ? QStringLiteral("/package-%1-%2.zip").arg(offer.id).arg(offer.version)
                : offer.link;
-}
-
-QByteArray archiveOf(const Files &files)
-{
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("archive.zip"));
-    if (!makeArchive(path, files))
-        qFatal("The archive cannot be made");
-    return readFile(path);
 }
 
 } // namespace
@@ -71,7 +61,7 @@ void Engine::offer(const Offer &offer)
     const Files files = offer.files.isEmpty()
                             ? Files{{fileOf(offer.id), contentOf(offer.id, offer.version)}}
                             : offer.files;
-    m_server.serve(pathOf(offer), archiveOf(files));
+    m_server.serve(pathOf(offer), archiveOf(files, QStringLiteral("zip")));
 
     const auto known =
         std::find_if(m_catalogue.begin(), m_catalogue.end(), [&offer](const QJsonObject &object) {

@@ -38,6 +38,7 @@ public:
     Q_DISABLE_COPY_MOVE(Engine)
 
     ScratchProfile &profile() { return m_profile; }
+    const ScratchProfile &profile() const { return m_profile; }
     TestHttpServer &server() { return m_server; }
     const QSharedPointer<Settings> &settings() const { return m_settings; }
     const QSharedPointer<Managers::DownloadManager> &downloads() const { return m_downloads; }

@@ -107,6 +107,13 @@ bool makeArchive(const QString &path, const Files &files, const QString &passwor
            process.exitCode() == 0;
 }
 
+QByteArray archiveOf(const Files &files, const QString &format, const QString &password)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("archive.") + format);
+    return makeArchive(path, files, password) ? readFile(path) : QByteArray();
+}
+
 bool makeTar(const QString &path, const QVector<TarEntry> &entries)
 {
     QByteArray archive;

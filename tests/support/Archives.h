@@ -21,6 +21,10 @@ QByteArray readFile(const QString &path);
 /// when a password is given. Returns success.
 bool makeArchive(const QString &path, const Files &files, const QString &password = QString());
 
+/// The bytes of such an archive in the format "7z", "zip" or "tar"; null when it cannot be made.
+QByteArray archiveOf(const Files &files, const QString &format,
+                     const QString &password = QString());
+
 /// One entry of a hand-made tar archive, with names as they stand: "../a" and "/a" included.
 struct TarEntry
 {

@@ -116,7 +116,8 @@ void HttpConnection::prepareGet()
     m_answer.end = m_resource.size();
     if (m_request.hasHeader("Range") && !m_resource.ignoresRange)
         prepareRange();
-    if (m_resource.compresses && m_request.header("Accept-Encoding").contains("gzip"))
+    if (m_resource.compressesUnasked ||
+        (m_resource.compresses && m_request.header("Accept-Encoding").contains("gzip")))
         compress();
     m_answer.chunked = m_resource.chunked;
     m_answer.announcesLength = !m_resource.chunked && !m_resource.getWithoutLength;
@@ -193,12 +194,14 @@ void HttpConnection::sendPiece()
             length = std::min(length, *stop - m_answer.sent);
     }
     const QByteArray piece = m_resource.read(m_answer.position, length);
-    if (m_answer.chunked)
-        m_socket->write(QByteArray::number(piece.size(), 16) + "\r\n" + piece + "\r\n");
-    else
-        m_socket->write(piece);
     m_answer.position += length;
     m_answer.sent += length;
+    if (!m_answer.chunked)
+        m_socket->write(piece);
+    else if (m_resource.cutsInsideChunk && m_resource.cutAfter == m_answer.sent)
+        m_socket->write(QByteArray::number(piece.size() + 1, 16) + "\r\n" + piece);
+    else
+        m_socket->write(QByteArray::number(piece.size(), 16) + "\r\n" + piece + "\r\n");
 }
 
 bool HttpConnection::stopsHere()

@@ -35,6 +35,7 @@ struct HttpResource
     bool getWithoutLength = false;    ///< the end of the connection ends the body
     bool chunked = false;             ///< GET sends chunks instead of a length
     bool compresses = false;          ///< GET answers in gzip when the request accepts it
+    bool compressesUnasked = false;   ///< GET answers in gzip whatever the request accepts
 
     // Ranges.
     bool ignoresRange = false;    ///< 200 and the whole body
@@ -43,6 +44,7 @@ struct HttpResource
 
     // Ends and pauses inside the body of a GET.
     std::optional<qint64> cutAfter;   ///< the connection is closed in good order
+    bool cutsInsideChunk = false;     ///< with `chunked`: the last chunk before the cut is torn
     std::optional<qint64> resetAfter; ///< the connection is reset
     std::optional<qint64> holdAfter;  ///< the body pauses until TestHttpServer::release()
     // Pauses before the answer, until TestHttpServer::release().

@@ -4,7 +4,6 @@
 
 #include <QDeadlineTimer>
 #include <QHostAddress>
-#include <QTcpSocket>
 #include <QtTest>
 
 #include <algorithm>
@@ -24,6 +23,7 @@ TestHttpServer::TestHttpServer(QObject *parent) : QObject(parent)
 {
     if (!m_server.listen(QHostAddress::LocalHost))
         qFatal("No loopback port to listen on");
+    m_port = m_server.serverPort();
     connect(&m_server, &QTcpServer::newConnection, this, &TestHttpServer::acceptConnections);
 }
 
@@ -54,12 +54,12 @@ void TestHttpServer::removeResource(const QString &path)
 
 QString TestHttpServer::url(const QString &path) const
 {
-    return address(QStringLiteral("127.0.0.1"), m_server.serverPort(), path);
+    return address(QStringLiteral("127.0.0.1"), m_port, path);
 }
 
 QString TestHttpServer::otherHostUrl(const QString &path) const
 {
-    return address(QStringLiteral("localhost"), m_server.serverPort(), path);
+    return address(QStringLiteral("localhost"), m_port, path);
 }
 
 QString TestHttpServer::refusingUrl(const QString &path)
@@ -68,6 +68,23 @@ QString TestHttpServer::refusingUrl(const QString &path)
     // test can listen there.
     constexpr quint16 NobodysPort = 1;
     return address(QStringLiteral("127.0.0.1"), NobodysPort, path);
+}
+
+void TestHttpServer::setRefusing(bool refuses)
+{
+    if (refuses == !m_server.isListening())
+        return;
+    if (!refuses) {
+        if (!m_server.listen(QHostAddress::LocalHost, m_port))
+            qFatal("The port cannot be listened on again");
+        m_placeholder.abort();
+        return;
+    }
+    m_server.close();
+    qDeleteAll(findChildren<HttpConnection *>(QString(), Qt::FindDirectChildrenOnly));
+    if (!m_placeholder.bind(QHostAddress::LocalHost, m_port,
+                            QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint))
+        qFatal("The port cannot be kept");
 }
 
 void TestHttpServer::release(const QString &path)

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 #include <QTcpServer>
+#include <QTcpSocket>
 
 namespace Kavo::Testing {
 
@@ -43,6 +44,10 @@ public:
     /// An address where connections are refused.
     static QString refusingUrl(const QString &path);
 
+    /// Whether connections to this server are refused, as when it is down. Ends those that are
+    /// open; the port stays this server's own.
+    void setRefusing(bool refuses);
+
     /// Lets answers to this path go on, those that wait and those to come.
     void release(const QString &path);
 
@@ -66,6 +71,8 @@ private:
     void acceptConnections();
 
     QTcpServer m_server;
+    quint16 m_port = 0;
+    QTcpSocket m_placeholder; ///< keeps the port while nobody listens there
     QHash<QByteArray, HttpResource> m_resources;
     QHash<QByteArray, int> m_requestCounts;
     QList<HttpRequest> m_requests;

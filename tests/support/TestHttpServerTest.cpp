@@ -22,6 +22,8 @@ private slots:
     void faultsEndInTheErrorsTheyStandFor_data();
     void faultsEndInTheErrorsTheyStandFor();
     void compressesWhenAsked();
+    void compressesUnasked();
+    void refusesWhileItIsDown();
     void bodyChangesAfterTheFirstRequest();
     void heldAnswersGoOnAfterRelease();
     void redirects();
@@ -130,6 +132,8 @@ void TestHttpServerTest::faultsEndInTheErrorsTheyStandFor_data()
                            << 1000;
     QTest::newRow("cut chunks") << QStringLiteral("/chunks") << QNetworkReply::RemoteHostClosedError
                                 << 1000;
+    QTest::newRow("torn chunk") << QStringLiteral("/torn") << QNetworkReply::RemoteHostClosedError
+                                << 1000;
     QTest::newRow("whole chunks") << QStringLiteral("/whole") << QNetworkReply::NoError << 5000;
     QTest::newRow("no length") << QStringLiteral("/open") << QNetworkReply::NoError << 5000;
     QTest::newRow("no length, cut") << QStringLiteral("/opencut") << QNetworkReply::NoError << 1000;
@@ -148,6 +152,9 @@ void TestHttpServerTest::faultsEndInTheErrorsTheyStandFor()
     server.serve(QStringLiteral("/reset"), body).resetAfter = 1000;
     server.serve(QStringLiteral("/chunks"), body).cutAfter = 1000;
     server.resource(QStringLiteral("/chunks")).chunked = true;
+    server.serve(QStringLiteral("/torn"), body).cutAfter = 1000;
+    server.resource(QStringLiteral("/torn")).chunked = true;
+    server.resource(QStringLiteral("/torn")).cutsInsideChunk = true;
     server.serve(QStringLiteral("/whole"), body).chunked = true;
     server.serve(QStringLiteral("/open"), body).getWithoutLength = true;
     server.serve(QStringLiteral("/opencut"), body).getWithoutLength = true;
@@ -188,6 +195,38 @@ void TestHttpServerTest::compressesWhenAsked()
     QVERIFY(finish(uncompressed));
     QVERIFY(!uncompressed->hasRawHeader("Content-Encoding"));
     QCOMPARE(uncompressed->readAll(), body);
+}
+
+void TestHttpServerTest::compressesUnasked()
+{
+    const QByteArray body(100000, 'x');
+    TestHttpServer server;
+    server.serve(QStringLiteral("/a"), body).compressesUnasked = true;
+    QNetworkRequest request(QUrl(server.url(QStringLiteral("/a"))));
+    request.setRawHeader("Accept-Encoding", "identity");
+    const ReplyPointer reply(m_network.get(request));
+    QVERIFY(finish(reply));
+    QCOMPARE(reply->rawHeader("Content-Encoding"), QByteArray("gzip"));
+    QCOMPARE(reply->readAll(), gzipped(body));
+}
+
+void TestHttpServerTest::refusesWhileItIsDown()
+{
+    TestHttpServer server;
+    server.serve(QStringLiteral("/a"), "hello");
+    const QString url = server.url(QStringLiteral("/a"));
+    // The connection of this one is kept, but not for long.
+    const ReplyPointer before(get(url));
+    QVERIFY(finish(before));
+    server.setRefusing(true);
+    const ReplyPointer refused(get(url));
+    QVERIFY(finish(refused));
+    QCOMPARE(refused->error(), QNetworkReply::ConnectionRefusedError);
+    QCOMPARE(server.url(QStringLiteral("/a")), url);
+    server.setRefusing(false);
+    const ReplyPointer after(get(url));
+    QVERIFY(finish(after));
+    QCOMPARE(after->readAll(), QByteArray("hello"));
 }
 
 void TestHttpServerTest::bodyChangesAfterTheFirstRequest()

@@ -1,0 +1,361 @@
+#include "tests/packages/UpdateSetup.h"
+#include "tests/support/TestMain.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QScopeGuard>
+
+#include <sched.h>
+#include <sys/mount.h>
+
+using namespace Kavo::Models;
+using namespace Kavo::Testing;
+
+Q_DECLARE_METATYPE(Files)
+
+/// An update whose archive, disk or 7-Zip lets it down. Nothing of other people's is touched,
+/// nothing appears outside of the simulator, and a good archive installs the right files later.
+class ArchiveFaultsTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void badArchiveCostsNothing_data();
+    void badArchiveCostsNothing();
+    void namesArriveAsTheyAre_data();
+    void namesArriveAsTheyAre();
+    void namesThatLeadOutStayInside_data();
+    void namesThatLeadOutStayInside();
+    void linksThatLeadOutAreRefused_data();
+    void linksThatLeadOutAreRefused();
+    void absoluteLinkLeadsIntoTheSimulator();
+    void thingsOfOthersInTheWayStay_data();
+    void thingsOfOthersInTheWayStay();
+    void readOnlyDiskCostsNothing();
+    void fullDiskCostsNothing();
+    void failingExtractorCostsNothing_data();
+    void failingExtractorCostsNothing();
+
+private:
+    /// Puts a file of the user's into a folder outside and the folder's name into the entries.
+    static QString putOutside(UpdateSetup &setup, QVector<TarEntry> &entries);
+    static QByteArray tarOf(const QVector<TarEntry> &entries);
+    /// Updates with this archive, then does what wrongRecovery() does. Returns what is wrong.
+    static QString wrongCourse(UpdateSetup &setup, const QByteArray &archive, Package::State state,
+                               const QStringList &lines);
+    /// Updates again, with a good archive, and uninstalls. Returns what is wrong.
+    static QString wrongRecovery(UpdateSetup &setup, const HttpResource &good);
+
+    bool m_mounts = false;
+};
+
+void ArchiveFaultsTest::initTestCase()
+{
+    // Mounts in a namespace of our own end with this process, however it ends. Threads that exist
+    // already would not see them, so this comes before the first task.
+    m_mounts = ::unshare(CLONE_NEWNS) == 0 &&
+               ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
+QString ArchiveFaultsTest::putOutside(UpdateSetup &setup, QVector<TarEntry> &entries)
+{
+    const QString folder = setup.otherFolder().chopped(1);
+    writeFile(folder + QStringLiteral("/kept"), "the user's");
+    for (TarEntry &entry : entries) {
+        entry.name.replace("OUTSIDE", folder.toUtf8());
+        entry.content.replace("OUTSIDE", folder.toUtf8());
+    }
+    return folder;
+}
+
+QByteArray ArchiveFaultsTest::tarOf(const QVector<TarEntry> &entries)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("archive.tar"));
+    if (!makeTar(path, entries))
+        qFatal("The archive cannot be made");
+    return readFile(path);
+}
+
+QString ArchiveFaultsTest::wrongRecovery(UpdateSetup &setup, const HttpResource &good)
+{
+    setup.serve(good);
+    setup.setUpdate(updateFiles());
+    const QString wrong =
+        setup.update() ? setup.wrongEnd(Package::INSTALLED) : QStringLiteral("no end");
+    return wrong.isEmpty() ? setup.lossAfterRemoval() : wrong;
+}
+
+QString ArchiveFaultsTest::wrongCourse(UpdateSetup &setup, const QByteArray &archive,
+                                       Package::State state, const QStringList &lines)
+{
+    const HttpResource good = setup.resource();
+    setup.resource().body = archive;
+    const QString wrong = setup.wrongUpdate(state, lines);
+    if (!wrong.isEmpty() || QFile::exists(setup.cached()))
+        return wrong + QStringLiteral(" (first update)");
+    return wrongRecovery(setup, good);
+}
+
+void ArchiveFaultsTest::badArchiveCostsNothing_data()
+{
+    QTest::addColumn<QByteArray>("archive");
+    const Files files{{QStringLiteral("plugin/a.txt"), "first"},
+                      {QStringLiteral("plugin/z.bin"), noise(1)}};
+    const QByteArray zip = archiveOf(files, QStringLiteral("zip"));
+    const QByteArray sevenZip = archiveOf(files, QStringLiteral("7z"));
+    const QByteArray tar = archiveOf(files, QStringLiteral("tar"));
+    QTest::newRow("7z, truncated") << sevenZip.left(sevenZip.size() / 2);
+    QTest::newRow("zip, truncated") << zip.left(zip.size() / 2);
+    QTest::newRow("tar, truncated") << tar.left(tar.size() / 2);
+    const auto damaged = [](QByteArray archive) {
+        archive[archive.size() / 2] = static_cast<char>(~archive.at(archive.size() / 2));
+        return archive;
+    };
+    QTest::newRow("7z, damaged") << damaged(sevenZip);
+    QTest::newRow("zip, damaged in the last entry") << damaged(zip);
+    QTest::newRow("7z, encrypted")
+        << archiveOf(files, QStringLiteral("7z"), QStringLiteral("password"));
+    QTest::newRow("zip, encrypted")
+        << archiveOf(files, QStringLiteral("zip"), QStringLiteral("password"));
+    QTest::newRow("no archive") << noise(3);
+    QTest::newRow("empty") << QByteArray("");
+}
+
+void ArchiveFaultsTest::badArchiveCostsNothing()
+{
+    QFETCH(QByteArray, archive);
+    QVERIFY(!archive.isNull());
+    const LogCapture log;
+    UpdateSetup setup;
+    const QString wrong = wrongCourse(setup, archive, Package::INSTALL_ERROR, refused());
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void ArchiveFaultsTest::namesArriveAsTheyAre_data()
+{
+    QTest::addColumn<QString>("format");
+    for (const char *format : {"7z", "zip", "tar"})
+        QTest::newRow(format) << QString::fromLatin1(format);
+}
+
+void ArchiveFaultsTest::namesArriveAsTheyAre()
+{
+    QFETCH(QString, format);
+    Files files;
+    for (const char *name :
+         {"-y", "-o/elsewhere", "@list", " blanks around ", "two  blanks", "line\nfeed", "dot.",
+          "..dots..", "a:b", "star*", "question?", "\"quoted\"", "$HOME", "back\\slash",
+          "Gr\u00f6\u00dfe \u00fcber \u00c4rger.txt",
+          "\u041e\u0431\u043b\u0430\u043a\u0430/\u0421\u043b\u043e\u0439.txt", "\u96f2.txt"})
+        files.insert(QStringLiteral("plugin/") + QString::fromUtf8(name), name);
+    files.insert(QStringLiteral("lights.txt"), "lights 2.0");
+    const LogCapture log;
+    UpdateSetup setup;
+    setup.setUpdate(files);
+    const QString wrong =
+        wrongCourse(setup, archiveOf(files, format), Package::INSTALLED, unpacked());
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void ArchiveFaultsTest::namesThatLeadOutStayInside_data()
+{
+    QTest::addColumn<QVector<TarEntry>>("entries");
+    QTest::addColumn<Files>("brought");
+    QTest::addColumn<Files>("strays"); ///< outside of what the add-on's rules remove
+    QTest::newRow("parent folder")
+        << QVector<TarEntry>{{TarEntry::FILE, "plugin/../../evil", "x"},
+                             {TarEntry::FILE, "plugin/../../Documents/kept", "x"}}
+        << Files{{QStringLiteral("plugin/evil"), "x"},
+                 {QStringLiteral("plugin/Documents/kept"), "x"}}
+        << Files();
+    QTest::newRow("absolute") << QVector<TarEntry>{{TarEntry::FILE, "OUTSIDE/evil", "x"},
+                                                   {TarEntry::FILE, "OUTSIDE/kept", "x"}}
+                              << Files()
+                              << Files{{QStringLiteral("evil"), "x"},
+                                       {QStringLiteral("kept"), "x"}};
+    QTest::newRow("backslashes") << QVector<TarEntry>{{TarEntry::FILE, "plugin/..\\..\\evil", "x"}}
+                                 << Files{{QStringLiteral("plugin/..\\..\\evil"), "x"}} << Files();
+}
+
+void ArchiveFaultsTest::namesThatLeadOutStayInside()
+{
+    QFETCH(QVector<TarEntry>, entries);
+    QFETCH(Files, brought);
+    QFETCH(Files, strays);
+    const LogCapture log;
+    UpdateSetup setup;
+    const QString outside = putOutside(setup, entries);
+    for (auto stray = strays.cbegin(); stray != strays.cend(); ++stray)
+        setup.expectInSimulator({{outside.mid(1) + QLatin1Char('/') + stray.key(), stray.value()}});
+    entries.append({TarEntry::FILE, "lights.txt", "lights 2.0"});
+    brought.insert(QStringLiteral("lights.txt"), "lights 2.0");
+    setup.setUpdate(brought);
+    const QString wrong = wrongCourse(setup, tarOf(entries), Package::INSTALLED, unpacked());
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void ArchiveFaultsTest::linksThatLeadOutAreRefused_data()
+{
+    QTest::addColumn<QVector<TarEntry>>("entries");
+    const TarEntry file{TarEntry::FILE, "plugin/door/kept", "x"};
+    const TarEntry evil{TarEntry::FILE, "plugin/door/evil", "x"};
+    const TarEntry door{TarEntry::FILE, "plugin/door", "x"};
+    QTest::newRow("to a folder, then files through it")
+        << QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents"}, file, evil};
+    QTest::newRow("absolute, then files through it")
+        << QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}, file, evil};
+    QTest::newRow("to a file, then that file")
+        << QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents/kept"}, door};
+    QTest::newRow("hard link, then that file")
+        << QVector<TarEntry>{{TarEntry::HARD_LINK, "plugin/door", "../../Documents/kept"}, door};
+    QTest::newRow("to a folder of others, then a file through it")
+        << QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../Aircraft/Others"},
+                             {TarEntry::FILE, "plugin/door/plane.acf", "x"}};
+    QTest::newRow("by way of a link that shortens the path") << QVector<TarEntry>{
+        {TarEntry::FOLDER, "plugin/a/b/c", ""},
+        {TarEntry::LINK, "plugin/a/b/c/short", "../../.."},
+        {TarEntry::LINK, "plugin/a/b/c/short/door", "../../../../../Documents"},
+        file,
+        evil};
+}
+
+void ArchiveFaultsTest::linksThatLeadOutAreRefused()
+{
+    QFETCH(QVector<TarEntry>, entries);
+    const LogCapture log;
+    UpdateSetup setup;
+    putOutside(setup, entries);
+    const QString wrong = wrongCourse(setup, tarOf(entries), Package::INSTALL_ERROR, refused());
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void ArchiveFaultsTest::absoluteLinkLeadsIntoTheSimulator()
+{
+    const LogCapture log;
+    UpdateSetup setup;
+    const HttpResource good = setup.resource();
+    QVector<TarEntry> entries{{TarEntry::LINK, "plugin/door", "OUTSIDE"},
+                              {TarEntry::FILE, "lights.txt", "lights 2.0"}};
+    putOutside(setup, entries);
+    setup.resource().body = tarOf(entries);
+    setup.setUpdate({{QStringLiteral("lights.txt"), "lights 2.0"}});
+    QVERIFY(setup.update());
+    QCOMPARE(setup.package()->state(), Package::INSTALLED);
+    QCOMPARE(setup.loss(), QStringLiteral("simulator: plugin/door is new; "));
+    const QFileInfo link(setup.engine().simulator(QStringLiteral("plugin/door")));
+    QVERIFY(link.symLinkTarget().startsWith(setup.engine().simulator({})));
+    const QString wrong = wrongRecovery(setup, good);
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void ArchiveFaultsTest::thingsOfOthersInTheWayStay_data()
+{
+    QTest::addColumn<Files>("files");
+    QTest::newRow("a folder where a file should be")
+        << Files{{QStringLiteral("Aircraft/Others"), "x"}};
+    QTest::newRow("a file where a folder should be")
+        << Files{{QStringLiteral("Aircraft/Others/plane.acf/new.txt"), "x"}};
+}
+
+void ArchiveFaultsTest::thingsOfOthersInTheWayStay()
+{
+    QFETCH(Files, files);
+    const LogCapture log;
+    UpdateSetup setup;
+    files.insert(QStringLiteral("plugin/disc.bin"), "x");
+    const QString wrong = wrongCourse(setup, archiveOf(files, QStringLiteral("7z")),
+                                      Package::INSTALL_ERROR, refused());
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void ArchiveFaultsTest::readOnlyDiskCostsNothing()
+{
+    if (!m_mounts)
+        QSKIP("Only a superuser can mount a disk for reading alone");
+    const LogCapture log;
+    UpdateSetup setup;
+    const HttpResource good = setup.resource();
+    setup.resource().body =
+        archiveOf({{QStringLiteral("Custom Scenery/new/a.txt"), "x"}}, QStringLiteral("7z"));
+    const QByteArray path =
+        QFile::encodeName(setup.engine().simulator(QStringLiteral("Custom Scenery")));
+    const char *disk = path.constData();
+    QCOMPARE(::mount(disk, disk, nullptr, MS_BIND, nullptr), 0);
+    const auto unmount = qScopeGuard([disk] { ::umount2(disk, MNT_DETACH); });
+    QCOMPARE(::mount(disk, disk, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    QString wrong = setup.wrongUpdate(Package::INSTALL_ERROR, refused());
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+    QVERIFY(!QFile::exists(setup.cached()));
+    wrong = wrongRecovery(setup, good);
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void ArchiveFaultsTest::fullDiskCostsNothing()
+{
+    if (!m_mounts)
+        QSKIP("Only a superuser can mount a small disk");
+    const LogCapture log;
+    UpdateSetup setup;
+    const HttpResource good = setup.resource();
+    const Files files{{QStringLiteral("disk/big.bin"), noise(1)}};
+    setup.resource().body = archiveOf(files, QStringLiteral("7z"));
+    setup.setUpdate(files);
+    setup.expectInSimulator({{QStringLiteral("disk/"), ""}});
+    const QString disk = setup.engine().simulator(QStringLiteral("disk"));
+    QVERIFY(QDir().mkpath(disk));
+    {
+        const QByteArray path = QFile::encodeName(disk);
+        QCOMPARE(::mount("none", path.constData(), "tmpfs", 0, "size=64k"), 0);
+        const auto unmount = qScopeGuard([&path] { ::umount2(path.constData(), MNT_DETACH); });
+        const QString wrong = setup.wrongUpdate(Package::INSTALL_ERROR, refused());
+        QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+        QVERIFY(!QFile::exists(setup.cached()));
+    }
+    const QString wrong = wrongRecovery(setup, good);
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void ArchiveFaultsTest::failingExtractorCostsNothing_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<int>("exitCode");
+    QTest::newRow("missing") << QByteArray() << 255;
+    QTest::newRow("killed in the middle of a file")
+        << QByteArray("ulimit -f 64\nexec /usr/bin/7z \"$@\"\n") << 255;
+    QTest::newRow("no file may become so large")
+        << QByteArray("trap '' XFSZ\nulimit -f 64\nexec /usr/bin/7z \"$@\"\n") << 2;
+    QTest::newRow("killed by itself") << QByteArray("kill -9 $$\n") << 255;
+    QTest::newRow("killed under its shell")
+        << QByteArray("/usr/bin/7z \"$@\" &\nkill -9 $!\nwait $!\n") << 137;
+    QTest::newRow("waits for input")
+        << QByteArray("while read -r line; do :; done\nexit 255\n") << 255;
+    QTest::newRow("closes its input")
+        << QByteArray("exec 0<&-\nexec /usr/bin/7z l /no/such/file\n") << 2;
+}
+
+void ArchiveFaultsTest::failingExtractorCostsNothing()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(int, exitCode);
+    const LogCapture log;
+    UpdateSetup setup;
+    const HttpResource good = setup.resource();
+    const QString program = setup.otherFolder() + QStringLiteral("7z");
+    if (!script.isEmpty()) {
+        QVERIFY(writeFile(program, "#!/bin/sh\n" + script));
+        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
+    }
+    QVERIFY(setup.restartWith(program));
+    QString wrong = setup.wrongUpdate(Package::INSTALL_ERROR, refused(exitCode));
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+    QVERIFY(!QFile::exists(setup.cached()));
+    QVERIFY(setup.restartWith(Kavo::PackageEnvironment::standard().extractor));
+    wrong = wrongRecovery(setup, good);
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+KAVO_TEST_MAIN(ArchiveFaultsTest)
+#include "ArchiveFaultsTest.moc"

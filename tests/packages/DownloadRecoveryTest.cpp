@@ -1,0 +1,231 @@
+#include "downloads/DownloadManager.h"
+#include "tests/packages/UpdateSetup.h"
+#include "tests/support/TestMain.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+using namespace Kavo::Models;
+using namespace Kavo::Testing;
+
+Q_DECLARE_METATYPE(Files)
+Q_DECLARE_METATYPE(HttpResource)
+
+/// Downloads that meet something in the cache folder, the end of the program or one another.
+/// Nothing of the user's is lost, and a later try ends with the right files.
+class DownloadRecoveryTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void placeTakenInTheCacheCostsNothing_data();
+    void placeTakenInTheCacheCostsNothing();
+    void endOfTheProgramCostsNothing_data();
+    void endOfTheProgramCostsNothing();
+    void cutArchivesOfOneNameRecover_data();
+    void cutArchivesOfOneNameRecover();
+    void twoHundredTransfersRecover();
+
+private:
+    HttpResource healthy() const
+    {
+        HttpResource resource;
+        resource.body = m_archive;
+        return resource;
+    }
+
+    const QByteArray m_archive = archiveOf(updateFiles(), QStringLiteral("7z"));
+    const int m_size = m_archive.size();
+};
+
+void DownloadRecoveryTest::placeTakenInTheCacheCostsNothing_data()
+{
+    const QStringList sizes = sizeError(0, m_size);
+    const QStringList unopened = refused(255);
+    QTest::addColumn<QString>("linkTarget");
+    QTest::addColumn<Files>("inside");
+    QTest::addColumn<QStringList>("lines");
+    QTest::newRow("empty folder") << QString() << Files() << sizes + unopened;
+    QTest::newRow("folder with an archive")
+        << QString()
+        << Files{{QStringLiteral("inner.7z"), archiveOf(updateFiles(2), QStringLiteral("7z"))}}
+        << sizes + unopened;
+    QTest::newRow("link into a folder that is missing")
+        << QStringLiteral("/no/such/folder/file") << Files() << sizes + refused();
+    QTest::newRow("link to a full device")
+        << QStringLiteral("/dev/full") << Files()
+        << QStringList{QStringLiteral("QIODevice::seek *"),
+                       QStringLiteral("Write Error : *addon.7z : %1 bytes were not written")
+                           .arg(m_size)} +
+               sizes + refused();
+}
+
+void DownloadRecoveryTest::placeTakenInTheCacheCostsNothing()
+{
+    QFETCH(QString, linkTarget);
+    QFETCH(Files, inside);
+    QFETCH(QStringList, lines);
+    const LogCapture log;
+    UpdateSetup setup;
+    setup.serve(healthy());
+    if (linkTarget.isEmpty())
+        QVERIFY(writeFiles(setup.cached(), inside));
+    else
+        QVERIFY(QFile::link(linkTarget, setup.cached()));
+    QString wrong = setup.wrongUpdate(Package::INSTALL_ERROR, lines);
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+    // A folder is nobody's to delete but the user's; a link is taken for the archive and goes.
+    QCOMPARE(fileTree(setup.cached()), expectedTree(inside));
+    QCOMPARE(QFileInfo(setup.cached()).isDir(), linkTarget.isEmpty());
+    QVERIFY(!QFileInfo(setup.cached()).isSymLink());
+
+    QDir(setup.cached()).removeRecursively();
+    QVERIFY(setup.update());
+    wrong = setup.wrongEnd(Package::INSTALLED);
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void DownloadRecoveryTest::endOfTheProgramCostsNothing_data()
+{
+    QTest::addColumn<HttpResource>("resource");
+    QTest::addColumn<int>("part");
+    QTest::addColumn<QByteArray>("left");
+    QTest::addColumn<QByteArray>("range");
+    HttpResource probe = healthy();
+    probe.holdsHead = true;
+    QTest::newRow("before the probe is answered") << probe << 0 << QByteArray() << QByteArray();
+    QTest::newRow("before the probe is answered, with a part")
+        << probe << 1000 << m_archive.left(1000) << QByteArray("bytes=1000-");
+    HttpResource answer = healthy();
+    answer.holdsGet = true;
+    QTest::newRow("before the transfer is answered") << answer << 0 << QByteArray() << QByteArray();
+    HttpResource body = healthy();
+    body.holdAfter = 70000;
+    QTest::newRow("inside the body")
+        << body << 0 << m_archive.left(70000) << QByteArray("bytes=70000-");
+    QTest::newRow("inside the resumed body")
+        << body << 1000 << m_archive.left(71000) << QByteArray("bytes=71000-");
+}
+
+void DownloadRecoveryTest::endOfTheProgramCostsNothing()
+{
+    QFETCH(HttpResource, resource);
+    QFETCH(int, part);
+    QFETCH(QByteArray, left);
+    QFETCH(QByteArray, range);
+    LogCapture log;
+    UpdateSetup setup;
+    if (part > 0)
+        QVERIFY(writeFile(setup.cached(), m_archive.left(part)));
+    setup.serve(resource);
+    setup.engine().server().forgetRequests();
+    log.clear();
+    setup.startUpdate();
+    QVERIFY(setup.engine().server().waitForRequests(resource.holdsHead ? 1 : 2));
+    QTRY_VERIFY(readFile(setup.cached()) == left);
+    setup.engine().stop();
+    QVERIFY(log.lines().isEmpty());
+    QVERIFY(readFile(setup.cached()) == left);
+    QVERIFY(setup.engine().refresh());
+    QString wrong = setup.loss();
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+
+    setup.serve(healthy());
+    QVERIFY(setup.update());
+    wrong = setup.wrongEnd(Package::INSTALLED);
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+    QCOMPARE(setup.engine().server().last("GET", UpdateSetup::link()).header("Range"), range);
+}
+
+void DownloadRecoveryTest::cutArchivesOfOneNameRecover_data()
+{
+    QTest::addColumn<QVector<int>>("order");
+    QTest::addColumn<int>("tries");
+    QTest::newRow("in the same order") << QVector<int>{1, 2} << 1;
+    // The part with the plain name is that of the first: the first try goes on behind it.
+    QTest::newRow("in the other order") << QVector<int>{2, 1} << 2;
+}
+
+void DownloadRecoveryTest::cutArchivesOfOneNameRecover()
+{
+    QFETCH(QVector<int>, order);
+    QFETCH(int, tries);
+    const LogCapture log;
+    Engine engine;
+    for (const int id : {1, 2}) {
+        Offer offer{id};
+        offer.files = {{Engine::fileOf(id), noise(quint32(id))}};
+        offer.link = QStringLiteral("/%1/data.7z").arg(id);
+        engine.offer(offer);
+        engine.server().resource(offer.link).cutAfter = 50000 * id;
+    }
+    QVERIFY(engine.refresh());
+    for (const int id : {1, 2})
+        engine.install(id);
+    for (const int id : {1, 2}) {
+        QVERIFY(engine.waitForState(id, Package::DOWNLOAD_ERROR));
+        engine.server().resource(QStringLiteral("/%1/data.7z").arg(id)).cutAfter.reset();
+    }
+    QCOMPARE(QFileInfo(engine.cached(QStringLiteral("data.7z"))).size(), 50000);
+    engine.stop();
+    QVERIFY(engine.refresh());
+    for (int attempt = 1; attempt <= tries; ++attempt) {
+        for (const int id : order)
+            engine.install(id);
+        for (const int id : order)
+            QVERIFY(engine.waitUntilSettled(id));
+    }
+    for (const int id : order) {
+        QCOMPARE(engine.package(id)->state(), Package::INSTALLED);
+        QVERIFY(readFile(engine.simulator(Engine::fileOf(id))) == noise(quint32(id)));
+    }
+}
+
+void DownloadRecoveryTest::twoHundredTransfersRecover()
+{
+    constexpr int Count = 200;
+    constexpr int SizeOfAll = 3000;
+    constexpr int Patience = 60000; // for one more of them
+    const auto hasFault = [](int id) { return id % 2 == 0; };
+    const LogCapture log;
+    Engine engine;
+    for (int id = 1; id <= Count; ++id) {
+        Offer offer{id};
+        offer.files = {{Engine::fileOf(id), noise(quint32(id), SizeOfAll)}};
+        engine.offer(offer);
+    }
+    const auto archive = [](int id) { return QStringLiteral("/package-%1-1.0.zip").arg(id); };
+    for (int id = 1; id <= Count; ++id) {
+        if (hasFault(id))
+            engine.server().resource(archive(id)).cutAfter = id;
+    }
+    QVERIFY(engine.refresh());
+    for (int id = 1; id <= Count; ++id)
+        engine.install(id);
+    // Transfers share connections: one that is cut may take a healthy neighbour along.
+    for (int id = 1; id <= Count; ++id) {
+        const PackagePointer package = engine.package(id);
+        QTRY_VERIFY_WITH_TIMEOUT(!package->isBusy(), Patience);
+        QVERIFY(package->state() == Package::DOWNLOAD_ERROR ||
+                (package->state() == Package::INSTALLED && !hasFault(id)));
+    }
+    for (int id = 1; id <= Count; ++id) {
+        QTRY_VERIFY(engine.downloads()->find(engine.server().url(archive(id))).isNull());
+        engine.server().resource(archive(id)).cutAfter.reset();
+        if (engine.package(id)->state() != Package::INSTALLED)
+            engine.install(id);
+    }
+    Files expected{{QStringLiteral("X-Plane-x86_64"),
+                    readFile(engine.simulator(QStringLiteral("X-Plane-x86_64")))}};
+    for (int id = 1; id <= Count; ++id) {
+        QTRY_COMPARE_WITH_TIMEOUT(engine.package(id)->state(), Package::INSTALLED, Patience);
+        expected.insert(Engine::fileOf(id), noise(quint32(id), SizeOfAll));
+    }
+    QTRY_VERIFY(!engine.controller().isBusy());
+    for (int id = 1; id <= Count; ++id)
+        QCOMPARE(engine.recordedStatus(id), 1);
+    QCOMPARE(fileTree(engine.simulator({})), expectedTree(expected));
+}
+
+KAVO_TEST_MAIN(DownloadRecoveryTest)
+#include "DownloadRecoveryTest.moc"

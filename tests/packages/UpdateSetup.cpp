@@ -1,0 +1,269 @@
+#include "tests/packages/UpdateSetup.h"
+
+#include "downloads/DownloadManager.h"
+
+#include <QDir>
+#include <QRegularExpression>
+#include <QTest>
+
+namespace Kavo::Testing {
+
+using Models::Download;
+using Models::Package;
+
+namespace {
+
+using Tree = QMap<QString, QString>;
+
+constexpr int PatienceInMilliseconds = 30000;
+
+const QString AddOnFolder = QStringLiteral("plugin/");
+const QString Replaced = QStringLiteral("lights.txt");
+const QString UserSettings = QStringLiteral("plugin/settings.ini");
+
+const Files Original{{Replaced, "the simulator's own lights"}};
+const Files OfTheUser{{UserSettings, "the user's settings"}};
+const Files FirstVersion{{QStringLiteral("plugin/disc.bin"), "version 1.0"},
+                         {Replaced, "lights 1.0"}};
+const QString SimulatorProgram = QStringLiteral("X-Plane-x86_64");
+/// Names that a careless program could take for switches, patterns or lists among them.
+const Files OfOthers{{QStringLiteral("Aircraft/Others/plane.acf"), "a plane"},
+                     {QStringLiteral("Custom Scenery/scenery_packs.ini"), "a list"},
+                     {QStringLiteral("Custom Scenery/-y/@all"), "a scenery"},
+                     {QStringLiteral("plugins/plugin.xpl"), "a plug-in"}};
+
+bool isOfTheAddOn(const QString &entry)
+{
+    return entry.startsWith(AddOnFolder) || entry == Replaced;
+}
+
+/// The tree without its folders.
+Tree filesOf(Tree tree)
+{
+    for (auto entry = tree.begin(); entry != tree.end();)
+        entry = entry.key().endsWith(QLatin1Char('/')) ? tree.erase(entry) : std::next(entry);
+    return tree;
+}
+
+QString compareTrees(const QString &name, Tree present, const Tree &wanted)
+{
+    QStringList wrong;
+    for (auto entry = wanted.cbegin(); entry != wanted.cend(); ++entry) {
+        if (!present.contains(entry.key()))
+            wrong.append(entry.key() + QStringLiteral(" is missing"));
+        else if (present.take(entry.key()) != entry.value())
+            wrong.append(entry.key() + QStringLiteral(" is different"));
+    }
+    for (auto entry = present.cbegin(); entry != present.cend(); ++entry)
+        wrong.append(entry.key() + QStringLiteral(" is new"));
+    return wrong.isEmpty() ? QString()
+                           : QStringLiteral("%1: %2; ").arg(name, wrong.join(QLatin1String(", ")));
+}
+
+} // namespace
+
+UpdateSetup::UpdateSetup() : m_update(updateFiles()), m_others(OfOthers)
+{
+    m_others.insert(SimulatorProgram, readFile(m_engine.simulator(SimulatorProgram)));
+    writeFiles(m_engine.simulator({}), files(Original));
+    for (const QString &version : {QStringLiteral("1.0"), QStringLiteral("2.0")}) {
+        const bool isUpdate = version == QLatin1String("2.0");
+        Offer offer{Id, version};
+        offer.files = isUpdate ? m_update : FirstVersion;
+        offer.preserve = QStringList{UserSettings};
+        offer.backup = QStringList{Replaced};
+        offer.remove = QStringList{AddOnFolder.chopped(1), Replaced};
+        offer.link = isUpdate ? link() : QStringLiteral("/first.7z");
+        m_engine.offer(offer);
+    }
+    if (!m_engine.refresh() || !m_engine.installAndWait(Id, QStringLiteral("1.0")))
+        qFatal("The first version cannot be installed");
+    writeFiles(m_engine.simulator({}), OfTheUser);
+}
+
+QByteArray noise(quint32 seed, int size)
+{
+    QByteArray bytes;
+    for (quint32 value = seed; bytes.size() < size; value = value * 1664525U + 1013904223U)
+        bytes.append(static_cast<char>(value >> 24));
+    return bytes;
+}
+
+Files updateFiles(quint32 seed, int size)
+{
+    return {{QStringLiteral("plugin/disc.bin"), noise(seed, size)},
+            {QStringLiteral("plugin/sub/read me.txt"), "version 2.0"},
+            {Replaced, "lights 2.0"}};
+}
+
+void UpdateSetup::startUpdate()
+{
+    m_outside = outside();
+    m_engine.install(Id, QStringLiteral("2.0"));
+}
+
+bool UpdateSetup::update()
+{
+    startUpdate();
+    return waitForQuiet();
+}
+
+bool UpdateSetup::waitForQuiet()
+{
+    const auto isTransferring = [this] {
+        const auto download = m_engine.downloads()->find(url());
+        return download && download->getProcess() != Download::Process::Finished;
+    };
+    return m_engine.waitUntilSettled(Id) &&
+           QTest::qWaitFor([&isTransferring] { return !isTransferring(); }, PatienceInMilliseconds);
+}
+
+bool UpdateSetup::restart()
+{
+    m_engine.stop();
+    return m_engine.refresh();
+}
+
+bool UpdateSetup::restartWith(const QString &extractor)
+{
+    m_engine.setExtractor(extractor);
+    return restart();
+}
+
+void UpdateSetup::expectInSimulator(const Files &files)
+{
+    for (auto file = files.cbegin(); file != files.cend(); ++file)
+        m_others.insert(file.key(), file.value());
+}
+
+QString UpdateSetup::loss()
+{
+    const Package::State state = package()->state();
+    if (state == Package::INSTALL_ERROR)
+        return difference(files({}), OfTheUser, Original, true);
+    const bool isUpdated =
+        state == Package::INSTALLED && m_engine.recordedVersion(Id) == QLatin1String("2.0");
+    Files addOn = isUpdated ? m_update : FirstVersion;
+    addOn.insert(UserSettings, OfTheUser.value(UserSettings));
+    return difference(files(addOn), {}, Original, false);
+}
+
+QString UpdateSetup::wrongEnd(Package::State state)
+{
+    if (package()->state() != state || m_engine.recordedStatus(Id) != state)
+        return QStringLiteral("state %1, recorded as %2, instead of %3")
+            .arg(package()->state())
+            .arg(m_engine.recordedStatus(Id))
+            .arg(state);
+    return loss();
+}
+
+QString UpdateSetup::wrongUpdate(Package::State state, const QStringList &log)
+{
+    const LogCapture capture;
+    if (!update())
+        return QStringLiteral("the update does not end");
+    const QString wrong = compareLog(capture.lines(), log);
+    return wrong.isEmpty() ? wrongEnd(state) : wrong;
+}
+
+QString UpdateSetup::lossAfterRemoval()
+{
+    m_engine.controller().uninstall(package());
+    return difference(files(Original), {}, {}, false);
+}
+
+Files UpdateSetup::files(const Files &addOn) const
+{
+    Files all = m_others;
+    for (auto file = addOn.cbegin(); file != addOn.cend(); ++file)
+        all.insert(file.key(), file.value());
+    return all;
+}
+
+QString UpdateSetup::difference(const Files &simulator, const Files &preserved,
+                                const Files &backedUp, bool ignoresAddOn)
+{
+    Tree present = fileTree(m_engine.simulator({}));
+    if (ignoresAddOn) {
+        const QStringList names = present.keys();
+        for (const QString &name : names) {
+            if (isOfTheAddOn(name) || m_update.contains(name))
+                present.remove(name);
+        }
+    }
+    // Folders in which parked files stood stay behind.
+    const Tree parked = filesOf(fileTree(m_engine.profile().preserveFolder()));
+    const Tree originals = filesOf(fileTree(m_engine.profile().backupFolder()));
+    return compareTrees(QStringLiteral("simulator"), present, expectedTree(simulator)) +
+           compareTrees(QStringLiteral("preserved"), parked, filesOf(expectedTree(preserved))) +
+           compareTrees(QStringLiteral("backed up"), originals, filesOf(expectedTree(backedUp))) +
+           compareTrees(QStringLiteral("outside"), outside(), m_outside);
+}
+
+/// All of the account without the simulator and the program's own data.
+Tree UpdateSetup::outside() const
+{
+    Tree tree = fileTree(m_engine.profile().folder(QString()));
+    const QStringList names = tree.keys();
+    for (const QString &name : names) {
+        if (name.startsWith(QLatin1String("home/X-Plane/")) ||
+            name.startsWith(QLatin1String("home/.local/share/Quarnell/")))
+            tree.remove(name);
+    }
+    return tree;
+}
+
+QString compareLog(const QStringList &lines, const QStringList &pattern)
+{
+    QStringList expressions;
+    for (const QString &line : pattern) {
+        QStringList parts = line.split(QLatin1Char('*'));
+        for (QString &part : parts)
+            part = QRegularExpression::escape(part);
+        expressions.append(parts.join(QLatin1String(".*")));
+    }
+    for (int index = 0; index < qMax(lines.size(), pattern.size()); ++index) {
+        const QRegularExpression expression(
+            QRegularExpression::anchoredPattern(expressions.value(index)),
+            QRegularExpression::DotMatchesEverythingOption);
+        if (index >= lines.size() || index >= pattern.size() ||
+            !expression.match(lines.at(index)).hasMatch())
+            return QStringLiteral("line %1 is not \"%2\" in:\n%3")
+                .arg(index + 1)
+                .arg(pattern.value(index), lines.join(QLatin1Char('\n')));
+    }
+    return QString();
+}
+
+QStringList probeError()
+{
+    return {QStringLiteral("Network Error : *"), QStringLiteral("Header Error - *addon.7z : *")};
+}
+
+QStringList transferError()
+{
+    return {QStringLiteral("Network Error : *"), QStringLiteral("Download Error - *addon.7z : *")};
+}
+
+QStringList sizeError(int present, int expected)
+{
+    return {QStringLiteral("Size Error : *addon.7z : %1 of %2 bytes").arg(present).arg(expected)};
+}
+
+QStringList unpacked()
+{
+    return {QStringLiteral("Removing directory : *plugin"),
+            QStringLiteral("Extract paramenter : *\"x\", \"*addon.7z\", \"-o*"),
+            QStringLiteral("Removing file : *addon.7z")};
+}
+
+QStringList refused(int exitCode)
+{
+    QStringList lines = unpacked();
+    lines.insert(2, QStringLiteral("Extractor Error : *"));
+    lines.insert(3, QStringLiteral("Extractor Error : %1").arg(exitCode));
+    return lines;
+}
+
+} // namespace Kavo::Testing
