@@ -8,6 +8,7 @@
 #include <QFileInfo>
 
 #include <csignal>
+#include <pthread.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -33,6 +34,40 @@ bool meansMore(const QString &archive, const QString &destination)
            destination.contains(QLatin1Char('*'));
 }
 
+/// While this thread starts a program that must not outlive us, our process id; otherwise 0.
+thread_local pid_t ownerOfFork = 0;
+
+/// Runs in a new process before anything else does.
+void endWithOwner()
+{
+    if (ownerOfFork == 0)
+        return;
+    // A program that goes on unpacking after our sudden death would write into the folder that the
+    // next run is already working on.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // An owner that has died before that line sends no signal any more.
+    if (::getppid() != ownerOfFork)
+        ::_exit(Killed);
+}
+
+/// As long as it lives, what this thread forks ends together with us from its first moment on.
+/// QProcess alone cannot do that: its child waits for a word of the parent before it calls
+/// setupChildProcess(), and would wait for ever, holding all our connections open, if the parent
+/// died in between.
+class OwnedForks final
+{
+public:
+    OwnedForks()
+    {
+        static const bool registered = ::pthread_atfork(nullptr, nullptr, endWithOwner) == 0;
+        if (!registered)
+            logLine(QStringLiteral("The extractor may outlive the program"));
+        ownerOfFork = ::getpid();
+    }
+    ~OwnedForks() { ownerOfFork = 0; }
+    Q_DISABLE_COPY_MOVE(OwnedForks)
+};
+
 class ExtractorProcess final : public QProcess
 {
 protected:
@@ -41,9 +76,8 @@ protected:
         // In a session of its own the program has no terminal: it cannot ask for a password there
         // and wait for ever.
         ::setsid();
-        // A program that goes on unpacking after our sudden death would write into the folder
-        // that the next run is already working on.
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        // Once more, for a system on which Qt does not call fork().
+        endWithOwner();
     }
 };
 
@@ -95,7 +129,10 @@ int P7ZipExtractor::run(const QStringList &arguments)
 {
     if (!m_process->program().isEmpty()) {
         m_process->setArguments(arguments);
-        m_process->start(QIODevice::ReadWrite);
+        {
+            const OwnedForks owned;
+            m_process->start(QIODevice::ReadWrite);
+        }
         // Without a switch 7-Zip asks before it replaces a file. "Always", given once and for
         // all, followed by the end of input, keeps it from ever waiting for an answer.
         m_process->write("A\n");

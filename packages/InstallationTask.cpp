@@ -40,10 +40,9 @@ bool InstallationTask::install() const
     files.preserve();
     // The removal below follows the rules of the version that is being installed, also at the
     // first installation: an original that these rules both back up and remove must be safe by
-    // then.
+    // then. It stays safe until the package is uninstalled.
     files.backUp();
     files.remove();
-    files.backUp();
     if (!unpack(files))
         return false;
     files.restorePreserved();

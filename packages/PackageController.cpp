@@ -137,6 +137,8 @@ void PackageController::onCatalogueAvailable(const QString &path)
     m_catalogue.replace(
         Models::loadCatalogue(path, m_settings->current(Settings::LANGUAGE), m_database));
     m_installer.continueWith(m_catalogue);
+    if (!m_installer.isBusy())
+        m_uninstaller.clearUp(m_catalogue.packages());
     emit update();
     emit list();
 }

@@ -1,5 +1,6 @@
 #include "packages/PackageFiles.h"
 
+#include "core/FileCopy.h"
 #include "core/Log.h"
 #include "core/Paths.h"
 #include "packages/ContainedPath.h"
@@ -43,7 +44,7 @@ bool haveEqualContent(const QString &first, const QString &second)
 bool copyFile(const QString &from, const QString &to)
 {
     makeParent(to);
-    if (QFile::copy(from, to))
+    if (copyWhole(from, to))
         return true;
     logLine(QStringLiteral("Copy failed : %1 -> %2").arg(from, to));
     return false;
@@ -91,8 +92,18 @@ void PackageFiles::backUp() const
 
 void PackageFiles::restorePreserved() const
 {
+    for (const QString &entry : m_version.install->preserve) {
+        if (bringBack(entry, m_folders.preserve))
+            QFile::remove(containedPath(m_folders.preserve, entry));
+    }
+}
+
+void PackageFiles::giveUpReturned() const
+{
     for (const QString &entry : m_version.install->preserve)
-        bringBack(entry, m_folders.preserve);
+        giveUpReturned(entry, m_folders.preserve);
+    for (const QString &entry : m_version.install->backup)
+        giveUpReturned(entry, m_folders.backup);
 }
 
 QString PackageFiles::installed(const QString &entry) const
@@ -136,20 +147,35 @@ void PackageFiles::park(const QString &entry, const QString &folder) const
         copyFile(source, target);
 }
 
-void PackageFiles::bringBack(const QString &entry, const QString &folder) const
+bool PackageFiles::bringBack(const QString &entry, const QString &folder) const
 {
-    const QString parked = containedPath(folder, entry);
-    if (parked.isEmpty() || !QFileInfo::exists(parked) || !staysWithin(parked, {folder}))
-        return;
+    const QString parked = parkedFile(entry, folder);
+    if (parked.isEmpty())
+        return false;
     const QString target = installed(entry);
     if (target.isEmpty())
-        return;
+        return false;
     if (QFileInfo(parked).isDir()) {
         makeParent(target);
-        return;
+        return false;
     }
-    if (copyFile(parked, target) || haveEqualContent(parked, target))
+    return copyFile(parked, target) || haveEqualContent(parked, target);
+}
+
+void PackageFiles::giveUpReturned(const QString &entry, const QString &folder) const
+{
+    const QString parked = parkedFile(entry, folder);
+    if (!parked.isEmpty() && haveEqualContent(parked, installed(entry)))
         QFile::remove(parked);
+}
+
+/// The copy of an entry, empty when there is none.
+QString PackageFiles::parkedFile(const QString &entry, const QString &folder)
+{
+    const QString parked = containedPath(folder, entry);
+    const bool stands =
+        !parked.isEmpty() && QFileInfo::exists(parked) && staysWithin(parked, {folder});
+    return stands ? parked : QString();
 }
 
 } // namespace Kavo::Models

@@ -17,9 +17,9 @@ struct PackageFolders
 /// What the rules of one version mean on disk.
 ///
 /// Only single files are carried across: for a folder in a preserve or backup list just the
-/// target's parent folder is made. A copy never overwrites. Failing copies and removals are logged
-/// and the rest goes on, and a parked file is given up only when its content stands in its place
-/// again.
+/// target's parent folder is made. A copy never overwrites, and a file that is only half copied
+/// never bears the name of the whole one. Failing copies and removals are logged and the rest goes
+/// on, and a parked file is given up only when its content stands in its place again.
 ///
 /// Rules come from outside: an entry that is empty, absolute or leads out of its folder, by ".." or
 /// by a link, is skipped with a log line. The one link that is followed is one of the user's own
@@ -36,18 +36,25 @@ public:
 
     /// Copies the files to keep to the preserve folder.
     void preserve() const;
-    /// Deletes what the removal rule lists, then puts the backed up originals back.
+    /// Deletes what the removal rule lists, then puts the backed up originals back. The backups
+    /// stay, so that a removal that was cut short can be repeated: the second one would delete
+    /// the originals that the first has put back.
     void remove() const;
     /// Copies originals to the backup folder, unless a backup is there already.
     void backUp() const;
     /// Copies preserved files back and deletes the preserved copies.
     void restorePreserved() const;
+    /// Deletes preserved copies and backups whose content stands in its place. While the package
+    /// is not installed they are left over from work that has ended suddenly, or is done.
+    void giveUpReturned() const;
 
 private:
     QString installed(const QString &entry) const;
     void removeEntry(const QString &entry) const;
     void park(const QString &entry, const QString &folder) const;
-    void bringBack(const QString &entry, const QString &folder) const;
+    bool bringBack(const QString &entry, const QString &folder) const;
+    void giveUpReturned(const QString &entry, const QString &folder) const;
+    static QString parkedFile(const QString &entry, const QString &folder);
 
     PackageFolders m_folders;
     PackageVersion m_version;

@@ -1,11 +1,24 @@
 #include "packages/Uninstaller.h"
 
+#include <QDirIterator>
 #include <QScopedValueRollback>
 #include <QSet>
 
+#include <algorithm>
 #include <utility>
 
 namespace Kavo::Models {
+
+namespace {
+
+bool holdsFiles(const QString &folder)
+{
+    return QDirIterator(folder, QDir::Files | QDir::Hidden | QDir::System,
+                        QDirIterator::Subdirectories)
+        .hasNext();
+}
+
+} // namespace
 
 Uninstaller::Uninstaller(const Catalogue &catalogue, InstalledPackageDatabase &database,
                          PackageFolders folders)
@@ -48,12 +61,40 @@ void Uninstaller::uninstall(const PackagePointer &package)
 void Uninstaller::remove(Package &package)
 {
     const QString version = m_database.version(package);
+    const PackageVersionPointer record = package.findVersion(version);
     package.setState(Package::UNINSTALLING);
-    if (const PackageVersionPointer record = package.findVersion(version))
+    if (record)
         PackageFiles(m_folders, *record).remove();
     package.setUpdateAvailable(false);
     package.setState(Package::AVAILABLE);
     m_database.record(package, version);
+    // As long as the package counts as installed, the removal may have to be done again, which
+    // takes the backups.
+    if (record)
+        PackageFiles(m_folders, *record).giveUpReturned();
+}
+
+void Uninstaller::clearUp(const PackageList &packages)
+{
+    // Almost always there is nothing, and nobody need be asked.
+    if (!holdsFiles(m_folders.preserve) && !holdsFiles(m_folders.backup))
+        return;
+    for (const PackagePointer &package : packages)
+        clearUp(*package);
+}
+
+void Uninstaller::clearUp(Package &package)
+{
+    const auto &versions = package.versions();
+    const bool parks =
+        std::any_of(versions.cbegin(), versions.cend(), [](const PackageVersionPointer &version) {
+            return !version->install->backup.isEmpty() || !version->install->preserve.isEmpty();
+        });
+    if (package.state() != Package::AVAILABLE || !parks)
+        return;
+    const QString version = m_database.version(package);
+    if (!version.isEmpty())
+        PackageFiles(m_folders, *package.findVersion(version)).giveUpReturned();
 }
 
 } // namespace Kavo::Models

@@ -18,7 +18,13 @@ public:
     /// Returns when the files of the package and of all its dependents are gone.
     void uninstall(const PackagePointer &package);
 
+    /// Takes away what a sudden end has left in the preserve and backup folders although it stands
+    /// in its place again. Does nothing for a package that is installed or being worked on. Not
+    /// while an installation runs: it may be about to replace the very files.
+    void clearUp(const PackageList &packages);
+
 private:
+    void clearUp(Package &package);
     void remove(Package &package);
 
     InstalledPackageDatabase &m_database;

@@ -1,15 +1,20 @@
 // Package management without a window, as a process of its own that a test can end at any moment.
 //
-//     engine_driver SERVER SIMULATOR_FOLDER ID...
+//     engine_driver SERVER SIMULATOR_FOLDER install ID[:VERSION]...
+//     engine_driver SERVER SIMULATOR_FOLDER uninstall ID...
 //
-// Loads the catalogue, installs the packages and ends with status 0 when all are installed, 1 when
-// one failed, 2 when there is no catalogue. HOME and the XDG variables say whose data it works on.
+// Loads the catalogue, brings the packages to that state and ends with status 0; 1 when a package
+// failed, 2 when there is no catalogue. Without a version the newest one is installed; another one
+// than the installed updates or downgrades. What is in the wanted state already is passed over, so
+// that the same command finishes what a sudden end has left. Standard output tells the phases.
+// HOME and the XDG variables say whose data it works on.
 
 #include "core/Log.h"
 #include "core/Paths.h"
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
 #include "packages/PackageController.h"
+#include "tests/integration/PhaseReport.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
@@ -21,10 +26,21 @@ using namespace Kavo;
 using Controllers::PackageController;
 using Models::Package;
 using Models::PackagePointer;
+using Testing::PhaseReport;
 
 namespace {
 
-constexpr std::chrono::milliseconds LookInterval{10};
+constexpr std::chrono::milliseconds LookInterval{2};
+
+/// The one that hears the log.
+PhaseReport *report = nullptr;
+
+void readLog(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (report)
+        report->readLog(message);
+    logMessage(type, context, message);
+}
 
 QSharedPointer<Settings> makeSettings(const QString &simulator)
 {
@@ -38,12 +54,17 @@ QSharedPointer<Settings> makeSettings(const QString &simulator)
     return settings;
 }
 
+PackagePointer wantedPackage(const PackageController &controller, const QString &wanted)
+{
+    return controller.findPackage(wanted.section(QLatin1Char(':'), 0, 0).toInt());
+}
+
 /// Ends the program as soon as none of the packages is on its way any more.
-void endWhenSettled(PackageController &controller, const QStringList &ids)
+void endWhenSettled(PackageController &controller, const QStringList &wanted)
 {
     bool installed = true;
-    for (const QString &id : ids) {
-        const PackagePointer package = controller.findPackage(id.toInt());
+    for (const QString &text : wanted) {
+        const PackagePointer package = wantedPackage(controller, text);
         if (!package || package->isBusy())
             return;
         installed = installed && package->state() == Package::INSTALLED;
@@ -52,22 +73,51 @@ void endWhenSettled(PackageController &controller, const QStringList &ids)
         QCoreApplication::exit(installed ? 0 : 1);
 }
 
-void installAll(PackageController &controller, const QStringList &ids)
+void install(PackageController &controller, const QString &wanted)
 {
-    for (const QString &id : ids) {
-        const PackagePointer package = controller.findPackage(id.toInt());
-        if (!package) {
-            QCoreApplication::exit(2);
-            return;
-        }
-        QString version;
-        controller.install(package, version);
-    }
+    const PackagePointer package = wantedPackage(controller, wanted);
+    const auto version = package->findVersion(wanted.section(QLatin1Char(':'), 1));
+    if (controller.installedVersion(package) == version->version)
+        return;
+    report->expect(package, version);
+    QString text = version->version;
+    controller.install(package, text);
+}
+
+void installAll(PackageController &controller, const QStringList &wanted)
+{
+    for (const QString &text : wanted)
+        install(controller, text);
     // The state of a package changes before its result is recorded; only looking again tells.
     auto *look = new QTimer(&controller);
     QObject::connect(look, &QTimer::timeout, &controller,
-                     [&controller, ids] { endWhenSettled(controller, ids); });
+                     [&controller, wanted] { endWhenSettled(controller, wanted); });
     look->start(LookInterval);
+}
+
+void uninstallAll(PackageController &controller, const QStringList &wanted)
+{
+    for (const QString &text : wanted) {
+        const PackagePointer package = wantedPackage(controller, text);
+        if (package->state() == Package::INSTALLED)
+            controller.uninstall(package);
+    }
+    QCoreApplication::exit(0);
+}
+
+void work(PackageController &controller, const QString &command, const QStringList &wanted)
+{
+    for (const QString &text : wanted) {
+        if (!wantedPackage(controller, text)) {
+            QCoreApplication::exit(2);
+            return;
+        }
+    }
+    report->followAll();
+    if (command == QLatin1String("uninstall"))
+        uninstallAll(controller, wanted);
+    else
+        installAll(controller, wanted);
 }
 
 } // namespace
@@ -77,10 +127,10 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Quarnell"));
     QCoreApplication::setApplicationName(QStringLiteral("Kavo Suite"));
-    qInstallMessageHandler(logMessage);
+    qInstallMessageHandler(readLog);
     Models::registerPackageState();
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() < 4)
+    if (arguments.size() < 5)
         return 2;
 
     const auto settings = makeSettings(arguments.at(2));
@@ -88,11 +138,17 @@ int main(int argc, char **argv)
         settings, QSharedPointer<QNetworkAccessManager>::create());
     PackageController controller(settings, downloads,
                                  {arguments.at(1), PackageEnvironment::standard().extractor});
-    const QStringList ids = arguments.mid(3);
+    PhaseReport phases(controller, {arguments.at(2), preserveDirectory(), backupDirectory()});
+    report = &phases;
+    phases.announce(QStringLiteral("starting"));
+    const QString command = arguments.at(3);
+    const QStringList wanted = arguments.mid(4);
     QObject::connect(&controller, &PackageController::list, &controller,
-                     [&controller, ids] { installAll(controller, ids); });
+                     [&controller, command, wanted] { work(controller, command, wanted); });
     QObject::connect(&controller, &PackageController::error, &controller,
                      [] { QCoreApplication::exit(2); });
     controller.refresh();
-    return QCoreApplication::exec();
+    const int status = QCoreApplication::exec();
+    report = nullptr;
+    return status;
 }

@@ -82,9 +82,9 @@ void ExtractorEndTest::extractorDiesWithTheProgram()
     QVERIFY(engine.server().resource(offer.link).body.size() > good.body.size());
 
     QProcess driver;
-    driver.start(
-        QStringLiteral(ENGINE_DRIVER),
-        {engine.server().url(QString()), engine.profile().simulatorFolder(), QStringLiteral("7")});
+    driver.start(QStringLiteral(ENGINE_DRIVER),
+                 {engine.server().url(QString()), engine.profile().simulatorFolder(),
+                  QStringLiteral("install"), QStringLiteral("7")});
     const QString unpacked = engine.simulator(QStringLiteral("large/large"));
     QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(unpacked).size() > 0, 30000);
     const qint64 extractor = childOf(driver.processId());

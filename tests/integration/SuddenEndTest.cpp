@@ -30,7 +30,7 @@ void SuddenEndTest::killedDownloadIsResumedForExactlyTheMissingBytes()
     const QString path = QStringLiteral("/package-7-1.0.zip");
     engine.server().resource(path).holdAfter = FirstPart;
     const QStringList arguments{engine.server().url(QString()), engine.profile().simulatorFolder(),
-                                QStringLiteral("7")};
+                                QStringLiteral("install"), QStringLiteral("7")};
 
     QProcess driver;
     driver.start(QStringLiteral(ENGINE_DRIVER), arguments);

@@ -59,6 +59,8 @@ private slots:
     void copyThatAlreadyStandsInItsPlaceIsGivenUp();
 
     void backupIsMadeOnceAndPutBackOnRemoval();
+    void removalThatWasCutShortCanBeRepeated();
+    void copiesAreGivenUpOnlyWhereTheirContentStands();
     void firstBackupIsNeverOverwritten();
     void backupIsKeptWhileItsPlaceIsTaken();
     void backupFolderMakesOnlyItsParent();
@@ -300,7 +302,43 @@ void PackageFilesTest::backupIsMadeOnceAndPutBackOnRemoval()
     write(path, "package's");
     files().remove();
     QCOMPARE(read(path), QByteArray("original"));
+    files().giveUpReturned();
+    QCOMPARE(read(path), QByteArray("original"));
     QVERIFY(!QFile::exists(backup));
+}
+
+void PackageFilesTest::removalThatWasCutShortCanBeRepeated()
+{
+    // The first one has put both originals back, and nobody has noted down that it was done.
+    const QStringList replaced{QStringLiteral("lights.txt"), QStringLiteral("sounds/alert.wav")};
+    m_version->install->backup = replaced;
+    m_version->uninstall->remove = replaced;
+    for (const QString &path : replaced)
+        write(simulator(path), "original");
+    files().backUp();
+    files().remove();
+    files().remove();
+    for (const QString &path : replaced)
+        QCOMPARE(read(simulator(path)), QByteArray("original"));
+}
+
+void PackageFilesTest::copiesAreGivenUpOnlyWhereTheirContentStands()
+{
+    const QStringList paths{QStringLiteral("here.txt"), QStringLiteral("other.txt"),
+                            QStringLiteral("missing.txt")};
+    m_version->install->backup = m_version->install->preserve = paths;
+    for (const QString &path : paths) {
+        write(m_folders.backup + path, "original");
+        write(m_folders.preserve + path, "original");
+    }
+    write(simulator(paths.at(0)), "original");
+    write(simulator(paths.at(1)), "somebody's");
+    files().giveUpReturned();
+    for (const QString &folder : {m_folders.backup, m_folders.preserve}) {
+        QVERIFY(!QFile::exists(folder + paths.at(0)));
+        QCOMPARE(read(folder + paths.at(1)), QByteArray("original"));
+        QCOMPARE(read(folder + paths.at(2)), QByteArray("original"));
+    }
 }
 
 void PackageFilesTest::firstBackupIsNeverOverwritten()

@@ -9,6 +9,13 @@
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
+namespace {
+
+/// A file of the simulator's that an add-on replaces.
+const QString Lights = QStringLiteral("lights.txt");
+
+} // namespace
+
 class UninstallationTest final : public QObject
 {
     Q_OBJECT
@@ -26,9 +33,14 @@ private slots:
     void anotherPackageIsRemovedDuringAnInstallation();
     void otherPeoplesFilesStay();
     void removalOfAnUpdatablePackageClearsItsMark();
+    void backupStaysUntilTheRemovalIsDone();
+    void backupLeftBehindIsClearedUpAtTheNextStart();
+    void backupOfAnInstalledPackageIsNotClearedUp();
 
 private:
     Offer removable(int id, const QStringList &depends = {}) const;
+    static Offer replacing(int id);
+    QString backup() { return m_engine->profile().backupFolder() + Lights; }
     QVector<int> removalOrder(const QVector<int> &ids);
 
     std::unique_ptr<Engine> m_engine;
@@ -39,6 +51,14 @@ Offer UninstallationTest::removable(int id, const QStringList &depends) const
     Offer offer{id};
     offer.depends = depends;
     offer.remove = QStringList{QStringLiteral("package-%1").arg(id)};
+    return offer;
+}
+
+Offer UninstallationTest::replacing(int id)
+{
+    Offer offer{id};
+    offer.files = {{Lights, "package's"}};
+    offer.backup = offer.remove = QStringList{Lights};
     return offer;
 }
 
@@ -189,6 +209,59 @@ void UninstallationTest::removalOfAnUpdatablePackageClearsItsMark()
     QVERIFY(m_engine->package(7)->isUpdateAvailable());
     m_engine->controller().uninstall(m_engine->package(7));
     QVERIFY(!m_engine->package(7)->isUpdateAvailable());
+}
+
+void UninstallationTest::backupStaysUntilTheRemovalIsDone()
+{
+    m_engine->offer(replacing(7));
+    QVERIFY(writeFile(m_engine->simulator(Lights), "original"));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    // At the moment at which the removal is noted down, everything it needs must still be there.
+    bool backedUp = false;
+    connect(m_engine->package(7).data(), &Package::stateChanged, this,
+            [this, &backedUp](Package::State state) {
+                if (state == Package::AVAILABLE)
+                    backedUp = readFile(backup()) == "original";
+            });
+    m_engine->controller().uninstall(m_engine->package(7));
+    QVERIFY(backedUp);
+    QCOMPARE(readFile(m_engine->simulator(Lights)), QByteArray("original"));
+    QVERIFY(!QFile::exists(backup()));
+}
+
+void UninstallationTest::backupLeftBehindIsClearedUpAtTheNextStart()
+{
+    m_engine->offer(replacing(7));
+    QVERIFY(writeFile(m_engine->simulator(Lights), "original"));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    m_engine->controller().uninstall(m_engine->package(7));
+    m_engine->stop();
+    // As after a sudden end when the removal was noted down already.
+    QVERIFY(writeFile(backup(), "original"));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(!QFile::exists(backup()));
+    QCOMPARE(readFile(m_engine->simulator(Lights)), QByteArray("original"));
+
+    // The user's own file is backed up anew, not mistaken for what was there before.
+    QVERIFY(writeFile(m_engine->simulator(Lights), "changed"));
+    QVERIFY(m_engine->installAndWait(7));
+    QCOMPARE(readFile(backup()), QByteArray("changed"));
+}
+
+void UninstallationTest::backupOfAnInstalledPackageIsNotClearedUp()
+{
+    // The add-on brings what was there before, letter for letter.
+    m_engine->offer(replacing(7));
+    QVERIFY(writeFile(m_engine->simulator(Lights), "package's"));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    m_engine->stop();
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(readFile(backup()), QByteArray("package's"));
+    m_engine->controller().uninstall(m_engine->package(7));
+    QCOMPARE(readFile(m_engine->simulator(Lights)), QByteArray("package's"));
 }
 
 KAVO_TEST_MAIN(UninstallationTest)

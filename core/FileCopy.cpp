@@ -1,0 +1,77 @@
+#include "core/FileCopy.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstdio>
+#include <unistd.h>
+
+namespace Kavo {
+
+namespace {
+
+/// How much is copied at a time, in bytes.
+constexpr int BlockSize = 256 * 1024;
+
+/// What we may do with a file ourselves, which is no permission that the file has: root may write
+/// to all of them.
+constexpr QFile::Permissions OwnRights = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser;
+
+/// Where the copy grows. The same for every attempt at one place, and never too long for a name.
+QString partOf(const QString &place)
+{
+    const QFileInfo info(place);
+    const QByteArray mark =
+        QCryptographicHash::hash(info.fileName().toUtf8(), QCryptographicHash::Sha1).toHex();
+    return info.path() + QStringLiteral("/.kavo-copy-") + QString::fromLatin1(mark.left(8));
+}
+
+bool isTaken(const QString &place)
+{
+    const QFileInfo info(place);
+    return info.exists() || info.isSymLink();
+}
+
+bool writeContent(QFile &from, QFile &to)
+{
+    QByteArray block(BlockSize, '\0');
+    qint64 length = 0;
+    while ((length = from.read(block.data(), block.size())) > 0) {
+        if (to.write(block.constData(), length) != length)
+            return false;
+    }
+    // The original may be deleted as soon as the copy has its name, which must not reach the disk
+    // before the content does. Some file systems cannot be asked for that.
+    return length == 0 && (::fsync(to.handle()) == 0 || errno == EINVAL);
+}
+
+bool writePart(QFile &from, const QString &part)
+{
+    QFile to(part);
+    if (!to.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return false;
+    // First, so that nobody can read the copy who may not read the original. Some file systems
+    // know no permissions; the content is what counts.
+    to.setPermissions(from.permissions() & ~OwnRights);
+    return writeContent(from, to);
+}
+
+} // namespace
+
+bool copyWhole(const QString &from, const QString &to)
+{
+    const QString part = partOf(to);
+    QFile::remove(part);
+    QFile source(from);
+    if (isTaken(to) || !source.open(QIODevice::ReadOnly))
+        return false;
+    if (writePart(source, part) &&
+        std::rename(QFile::encodeName(part).constData(), QFile::encodeName(to).constData()) == 0)
+        return true;
+    QFile::remove(part);
+    return false;
+}
+
+} // namespace Kavo

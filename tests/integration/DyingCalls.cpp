@@ -1,0 +1,190 @@
+// A library to load into the engine driver before all others (LD_PRELOAD). It counts the calls by
+// which the driver changes what is on the disk and kills the process in front of one of them:
+//
+//     KAVO_DEATH_PROGRAM  name of the program; any other one is left alone
+//     KAVO_DEATH_FOLDER   only changes of what lies in here count
+//     KAVO_DEATH_CALL     number of the call that is not lived to see, from 1
+//
+//     KAVO_DEATH_AT_FORK  when set, it dies as soon as it has forked
+//
+// What dies leaves a line "died before CALL PATH" on standard output.
+
+#include <atomic>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <string>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+/// The function behind the one of this name in this file.
+template<typename Function>
+Function *next(Function * /*sameType*/, const char *name)
+{
+    return reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
+}
+
+const char *variable(const char *name)
+{
+    const char *value = std::getenv(name);
+    return value ? value : "";
+}
+
+bool isMeant()
+{
+    static const bool meant =
+        std::strcmp(program_invocation_short_name, variable("KAVO_DEATH_PROGRAM")) == 0;
+    return meant;
+}
+
+/// The log and the settings are not what the work is about.
+bool counts(const std::string &path)
+{
+    // Plain text: calls come until the very end of the process.
+    static const char *const folder = variable("KAVO_DEATH_FOLDER");
+    static const std::size_t length = std::strlen(folder);
+    const auto endsWith = [&path](const std::string &end) {
+        return path.size() >= end.size() &&
+               path.compare(path.size() - end.size(), end.size(), end) == 0;
+    };
+    return length > 0 && path.compare(0, length, folder) == 0 && !endsWith("log.txt") &&
+           path.find("/.config/") == std::string::npos;
+}
+
+void count(const char *call, const std::string &path)
+{
+    static std::atomic<long> calls{0};
+    static const long last = std::atol(variable("KAVO_DEATH_CALL"));
+    if (!isMeant() || !counts(path) || ++calls != last)
+        return;
+    const std::string line = std::string("died before ") + call + ' ' + path + '\n';
+    ::syscall(SYS_write, STDOUT_FILENO, line.data(), line.size());
+    ::kill(::getpid(), SIGKILL);
+    ::pause();
+}
+
+void count(const char *call, int descriptor)
+{
+    if (!isMeant())
+        return;
+    char path[4096];
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    const ssize_t length = ::readlink(link.c_str(), path, sizeof path);
+    if (length > 0)
+        count(call, std::string(path, static_cast<std::size_t>(length)));
+}
+
+} // namespace
+
+extern "C" {
+
+int open64(const char *path, int flags, ...)
+{
+    mode_t mode = 0;
+    if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
+        std::va_list arguments;
+        va_start(arguments, flags);
+        mode = va_arg(arguments, mode_t);
+        va_end(arguments);
+    }
+    if ((flags & (O_CREAT | O_TRUNC)) != 0)
+        count("open", std::string(path));
+    return next(&open64, "open64")(path, flags, mode);
+}
+
+pid_t fork() noexcept
+{
+    const pid_t child = next(&fork, "fork")();
+    if (child > 0 && isMeant() && *variable("KAVO_DEATH_AT_FORK") != '\0')
+        ::kill(::getpid(), SIGKILL);
+    return child;
+}
+
+int unlink(const char *path) noexcept
+{
+    count("unlink", std::string(path));
+    return next(&unlink, "unlink")(path);
+}
+
+int rmdir(const char *path) noexcept
+{
+    count("rmdir", std::string(path));
+    return next(&rmdir, "rmdir")(path);
+}
+
+int mkdir(const char *path, mode_t mode) noexcept
+{
+    count("mkdir", std::string(path));
+    return next(&mkdir, "mkdir")(path, mode);
+}
+
+int chmod(const char *path, mode_t mode) noexcept
+{
+    count("chmod", std::string(path));
+    return next(&chmod, "chmod")(path, mode);
+}
+
+int fchmod(int file, mode_t mode) noexcept
+{
+    count("fchmod", file);
+    return next(&fchmod, "fchmod")(file, mode);
+}
+
+int rename(const char *from, const char *to) noexcept
+{
+    count("rename", std::string(to));
+    return next(&rename, "rename")(from, to);
+}
+
+int renameat2(int fromFolder, const char *from, int toFolder, const char *to,
+              unsigned flags) noexcept
+{
+    count("renameat2", std::string(to));
+    return next(&renameat2, "renameat2")(fromFolder, from, toFolder, to, flags);
+}
+
+int link(const char *from, const char *to) noexcept
+{
+    count("link", std::string(to));
+    return next(&link, "link")(from, to);
+}
+
+int linkat(int fromFolder, const char *from, int toFolder, const char *to, int flags) noexcept
+{
+    count("linkat", std::string(to));
+    return next(&linkat, "linkat")(fromFolder, from, toFolder, to, flags);
+}
+
+ssize_t write(int file, const void *bytes, std::size_t size)
+{
+    count("write", file);
+    return next(&write, "write")(file, bytes, size);
+}
+
+ssize_t pwrite64(int file, const void *bytes, std::size_t size, off64_t offset)
+{
+    count("pwrite", file);
+    return next(&pwrite64, "pwrite64")(file, bytes, size, offset);
+}
+
+ssize_t sendfile(int to, int from, off_t *offset, std::size_t size) noexcept
+{
+    count("sendfile", to);
+    return next(&sendfile, "sendfile")(to, from, offset, size);
+}
+
+int ftruncate64(int file, off64_t size) noexcept
+{
+    count("ftruncate", file);
+    return next(&ftruncate64, "ftruncate64")(file, size);
+}
+
+} // extern "C"

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "packages/Package.h"
+#include "packages/PackageFiles.h"
+
+#include <QHash>
+#include <QMutex>
+#include <QObject>
+#include <QString>
+#include <QVector>
+
+namespace Kavo::Controllers {
+class PackageController;
+}
+
+namespace Kavo::Testing {
+
+/// Tells on standard output what package management is at, one line "phase NAME" at every change:
+///
+///     starting, header, downloading, queued, preserving, backing up, removing, extracting,
+///     restoring, recording, uninstalling
+///
+/// It knows no more than anybody can see: the states of the packages, the lines of the log, and
+/// which files stand where. Main thread, except for announce() and readLog().
+class PhaseReport final : public QObject
+{
+    Q_OBJECT
+
+public:
+    PhaseReport(Controllers::PackageController &controller, Models::PackageFolders folders);
+
+    /// Follows every package of the catalogue from now on.
+    void followAll();
+    /// The version of the package that is about to be installed.
+    void expect(const Models::PackagePointer &package,
+                const Models::PackageVersionPointer &version);
+
+    void announce(const QString &phase);
+    /// One line of the program's log.
+    void readLog(const QString &line);
+
+private:
+    void onState(int id, Models::Package::State state);
+    void look();
+    QString phaseBeforeExtraction() const;
+    bool areCopied(const QStringList &entries, const QString &folder) const;
+
+    Controllers::PackageController &m_controller;
+    Models::PackageFolders m_folders;
+    QHash<int, Models::PackageVersionPointer> m_expected; ///< by package id
+    QHash<int, QString> m_archives;                       ///< by package id
+    QVector<int> m_waiting;                               ///< archive complete, not yet unpacked
+    QMutex m_mutex;                                       ///< of what follows
+    QString m_phase;
+    QString m_unpacking; ///< archive that 7-Zip is working on
+};
+
+} // namespace Kavo::Testing
