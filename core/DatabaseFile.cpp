@@ -8,6 +8,18 @@
 
 namespace Kavo {
 
+namespace {
+
+constexpr int PatienceInMilliseconds = 2000;
+
+bool isLocked(const QSqlError &error)
+{
+    // SQLITE_BUSY; the higher bits only tell of which kind.
+    return (error.nativeErrorCode().toInt() & 0xff) == 5;
+}
+
+} // namespace
+
 DatabaseFile::DatabaseFile(const QString &connection, const QString &fileName)
     : m_connection(connection)
     , m_fileName(fileName)
@@ -29,6 +41,9 @@ void DatabaseFile::open(const QString &schema)
     if (!m_database.isValid())
         m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
     m_database.setDatabaseName(applicationDataDirectory() + m_fileName);
+    m_database.setConnectOptions(
+        QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(PatienceInMilliseconds));
+    m_patient = true;
     if (!m_database.open()) {
         logLine(m_database.lastError().text());
         return;
@@ -58,10 +73,21 @@ bool DatabaseFile::run(QSqlQuery &query)
 {
     // A statement that could not be prepared knows the reason; executing it would replace that by
     // "No query".
-    if (!query.lastError().isValid() && query.exec())
-        return true;
-    logLine(QStringLiteral("SQL Error: ") + query.lastError().text());
-    return false;
+    const bool done = !query.lastError().isValid() && query.exec();
+    if (!done)
+        logLine(QStringLiteral("SQL Error: ") + query.lastError().text());
+    // A lock that outlasts one wait would otherwise hold up the window once for every package.
+    setPatient(done || !isLocked(query.lastError()));
+    return done;
+}
+
+void DatabaseFile::setPatient(bool patient)
+{
+    if (m_patient == patient)
+        return;
+    m_patient = patient;
+    QSqlQuery(m_database)
+        .exec(QStringLiteral("PRAGMA busy_timeout = %1").arg(patient ? PatienceInMilliseconds : 0));
 }
 
 } // namespace Kavo

@@ -9,8 +9,9 @@ namespace Kavo {
 /// One SQLite file in the application data folder, behind a named connection.
 ///
 /// Failures are logged and end there: a file that cannot be opened leaves isOpen() false, and a
-/// failing statement logs "SQL Error: " with the driver's text. Main thread. One object at a time
-/// may use a connection name.
+/// failing statement logs "SQL Error: " with the driver's text. While another program keeps the
+/// file locked only the first statement waits for it, two seconds at most. Main thread. One object
+/// at a time may use a connection name.
 class DatabaseFile final
 {
 public:
@@ -28,13 +29,16 @@ public:
 
     /// A query for this connection with the statement prepared; errors show in run().
     QSqlQuery prepared(const QString &statement) const;
-    /// Executes a prepared query and logs its failure.
-    static bool run(QSqlQuery &query);
+    /// Executes a query of prepared() and logs its failure.
+    bool run(QSqlQuery &query);
 
 private:
+    void setPatient(bool patient);
+
     QString m_connection;
     QString m_fileName;
     QSqlDatabase m_database;
+    bool m_patient = true; ///< whether a statement waits for a lock to go
 };
 
 } // namespace Kavo

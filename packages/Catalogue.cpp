@@ -52,8 +52,10 @@ PackagePointer Catalogue::resolve(int id) const
 
 PackageList Catalogue::withIds(const QVector<int> &ids) const
 {
+    // Each id once: a catalogue may name one over and over that very many packages share.
+    const QSet<int> wanted(ids.cbegin(), ids.cend());
     QVector<int> positions;
-    for (const int id : ids)
+    for (const int id : wanted)
         positions += m_positions.value(id);
     return at(positions);
 }

@@ -35,14 +35,26 @@ QString realParent(const QString &path)
 
 QString containedPath(const QString &folder, const QString &entry)
 {
-    if (folder.isEmpty() || entry.isEmpty() || QDir::isAbsolutePath(entry) ||
-        entry.contains(QChar::Null))
+    if (folder.isEmpty() || entry.startsWith(QLatin1Char('/')) || entry.contains(QChar::Null))
         return QString();
-    const QString clean = QDir::cleanPath(entry);
-    if (clean.isEmpty() || clean == QLatin1String(".") || clean == QLatin1String("..") ||
-        clean.startsWith(QLatin1String("../")))
+    // By hand, because Qt's cleaning and joining know more than two dots: they take a leading colon
+    // for a file inside the program, and drop a byte order mark that may hide a leading slash.
+    QStringList parts;
+    for (const QString &part : entry.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
+        if (part == QLatin1String("."))
+            continue;
+        if (part != QLatin1String("..")) {
+            parts.append(part);
+            continue;
+        }
+        if (parts.isEmpty())
+            return QString();
+        parts.removeLast();
+    }
+    if (parts.isEmpty())
         return QString();
-    return QDir(QDir::cleanPath(folder)).absoluteFilePath(clean);
+    return QDir::cleanPath(QDir(folder).absolutePath() + QLatin1Char('/') +
+                           parts.join(QLatin1Char('/')));
 }
 
 bool staysWithin(const QString &path, const QStringList &roots)

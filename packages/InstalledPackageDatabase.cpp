@@ -71,7 +71,7 @@ void InstalledPackageDatabase::record(const Package &package, const QString &ver
     QSqlQuery known =
         m_file.prepared(QStringLiteral("SELECT id FROM packages WHERE package_id = :package_id"));
     known.bindValue(QStringLiteral(":package_id"), package.id());
-    if (!DatabaseFile::run(known))
+    if (!m_file.run(known))
         return;
     const bool exists = known.next();
     // An open read would keep the write from being committed.
@@ -85,7 +85,7 @@ void InstalledPackageDatabase::record(const Package &package, const QString &ver
     write.bindValue(QStringLiteral(":package_id"), package.id());
     write.bindValue(QStringLiteral(":status"), static_cast<int>(package.state()));
     write.bindValue(QStringLiteral(":version"), boundVersion(version));
-    DatabaseFile::run(write);
+    m_file.run(write);
 }
 
 int InstalledPackageDatabase::status(Package &package)
@@ -95,7 +95,7 @@ int InstalledPackageDatabase::status(Package &package)
     QSqlQuery query = m_file.prepared(
         QStringLiteral("SELECT status FROM packages WHERE package_id = :package_id"));
     query.bindValue(QStringLiteral(":package_id"), package.id());
-    if (DatabaseFile::run(query) && query.next())
+    if (m_file.run(query) && query.next())
         return query.value(0).toInt();
     query.finish();
     return adoptVersionFile(package).isEmpty() ? NotRecorded : int(Package::INSTALLED);
@@ -107,7 +107,7 @@ QString InstalledPackageDatabase::version(Package &package)
         QSqlQuery query = m_file.prepared(
             QStringLiteral("SELECT version FROM packages WHERE package_id = :package_id"));
         query.bindValue(QStringLiteral(":package_id"), package.id());
-        if (DatabaseFile::run(query) && query.next()) {
+        if (m_file.run(query) && query.next()) {
             const QString version = versionText(query.value(0));
             if (!version.isEmpty())
                 return version;

@@ -60,11 +60,13 @@ PackageFiles::PackageFiles(const PackageFolders &folders, const PackageVersion &
 QString PackageFiles::extractFolder() const
 {
     const QString &extract = m_version.install->extract;
+    const QString inside = containedPath(m_folders.installation, extract);
+    if (!inside.isEmpty())
+        return inside;
     const QString clean = QDir::cleanPath(extract);
     // Unlike an entry of a list, an empty folder has a meaning here: the simulator's own folder.
-    if (clean.isEmpty() || clean == QLatin1String("."))
-        return QDir::cleanPath(m_folders.installation);
-    return containedPath(m_folders.installation, extract);
+    const bool isOwnFolder = clean.isEmpty() || clean == QLatin1String(".");
+    return isOwnFolder ? QDir::cleanPath(m_folders.installation) : QString();
 }
 
 void PackageFiles::preserve() const

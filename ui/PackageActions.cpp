@@ -2,6 +2,7 @@
 
 #include "dialogs/MessageBoxes.h"
 #include "packages/PackageController.h"
+#include "ui/ForeignText.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -89,9 +90,9 @@ bool PackageActions::confirmChangeLog(const QString &version)
     const QString changes = m_controller->changeLog(m_package, version);
     if (changes.isEmpty())
         return true;
-    const bool confirmed =
-        Dialogs::confirm(m_widget, QMessageBox::Question, tr("Change Log"),
-                         QStringLiteral("<strong>Install ?</strong>") + changes, Qt::RichText);
+    const bool confirmed = Dialogs::confirm(
+        m_widget, QMessageBox::Question, tr("Change Log"),
+        QStringLiteral("<strong>Install ?</strong>") + foreignRichText(changes), Qt::RichText);
     return confirmed && m_widget;
 }
 

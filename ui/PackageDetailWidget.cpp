@@ -5,6 +5,7 @@
 #include "components/IconFont.h"
 #include "packages/ChangeLog.h"
 #include "packages/PackageController.h"
+#include "ui/ForeignText.h"
 #include "ui/PackageDetailInfoWidget.h"
 #include "ui/PackageDetailOldVersionsList.h"
 #include "ui/PackageDetailTitleBar.h"
@@ -69,8 +70,8 @@ void PackageDetailWidget::setPackage(const PackagePointer &package)
     if (!package)
         return;
     setAccessibleName(package->name());
-    m_description->setText(package->description());
-    m_changeLog->setText(Models::changeLogHtml(package->versions()));
+    m_description->setText(foreignRichText(package->description()));
+    m_changeLog->setText(foreignRichText(Models::changeLogHtml(package->versions())));
     m_tabs->setCurrentIndex(0);
     m_oldVersions->setPackage(package);
     // The keyboard reaches the page as a whole after what stands on it.

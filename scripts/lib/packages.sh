@@ -21,6 +21,9 @@ KAVO_RUN_PACKAGES=(
 # To run the tests and checks, besides those.
 KAVO_TEST_PACKAGES=(clang-format clang-tidy desktop-file-utils appstream)
 
+# To fuzz; the run-time library is of the compiler's version.
+KAVO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+
 # To make the Debian package, besides those to build.
 KAVO_PACKAGE_PACKAGES=(dpkg-dev file)
 

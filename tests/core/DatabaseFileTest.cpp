@@ -36,7 +36,7 @@ private slots:
 
 private:
     static bool insert(DatabaseFile &database, const QString &name);
-    static int countThings(const DatabaseFile &database);
+    static int countThings(DatabaseFile &database);
     QString path() const { return m_profile->dataFolder() + FileName; }
 
     QScopedPointer<ScratchProfile> m_profile;
@@ -56,13 +56,13 @@ bool DatabaseFileTest::insert(DatabaseFile &database, const QString &name)
 {
     QSqlQuery query = database.prepared(QStringLiteral("INSERT INTO things VALUES (:name)"));
     query.bindValue(QStringLiteral(":name"), name);
-    return DatabaseFile::run(query);
+    return database.run(query);
 }
 
-int DatabaseFileTest::countThings(const DatabaseFile &database)
+int DatabaseFileTest::countThings(DatabaseFile &database)
 {
     QSqlQuery query = database.prepared(QStringLiteral("SELECT count(*) FROM things"));
-    return DatabaseFile::run(query) && query.next() ? query.value(0).toInt() : -1;
+    return database.run(query) && query.next() ? query.value(0).toInt() : -1;
 }
 
 void DatabaseFileTest::constructionTouchesNothing()

@@ -41,6 +41,21 @@ void ContainedPathTest::entriesUnderTheFolderAreJoined_data()
                                                 << "/sim/..a/b";
     QTest::newRow("backslash is a letter") << "a\\..\\b"
                                            << "/sim/a\\..\\b";
+    const QString mark = QStringLiteral("\ufeff");
+    QTest::newRow("byte order mark")
+        << QStringLiteral("./") + mark << QStringLiteral("/sim/") + mark;
+    QTest::newRow("slash behind a byte order mark")
+        << QStringLiteral("./") + mark + QStringLiteral("/etc")
+        << QStringLiteral("/sim/") + mark + QStringLiteral("/etc");
+    QTest::newRow("dots behind a byte order mark")
+        << QStringLiteral("./") + mark + QStringLiteral("../a")
+        << QStringLiteral("/sim/") + mark + QStringLiteral("../a");
+    QTest::newRow("colon in front") << ":/a"
+                                    << "/sim/:/a";
+    QTest::newRow("colon in front once clean") << "./:a"
+                                               << "/sim/:a";
+    QTest::newRow("colon in front after a detour") << "a/../:/etc"
+                                                   << "/sim/:/etc";
 }
 
 void ContainedPathTest::entriesUnderTheFolderAreJoined()

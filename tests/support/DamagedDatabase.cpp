@@ -1,0 +1,94 @@
+#include "tests/support/DamagedDatabase.h"
+
+#include "tests/support/Archives.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSqlQuery>
+#include <QVariant>
+
+#include <sys/stat.h>
+
+namespace Kavo::Testing {
+
+namespace {
+
+/// SQLite refuses to write to a file of a later format than it knows, whoever runs it.
+bool makeReadOnly(const QString &path)
+{
+    constexpr int WriteVersion = 18;
+    QFile file(path);
+    return file.open(QIODevice::ReadWrite) && file.seek(WriteVersion) && file.putChar('\3');
+}
+
+bool cutOff(const QString &path)
+{
+    QFile file(path);
+    return file.resize(file.size() / 2);
+}
+
+} // namespace
+
+bool makeDamagedDatabase(const QString &path, DatabaseDamage damage, const QString &table,
+                         const QString &schema)
+{
+    QFile::remove(path);
+    switch (damage) {
+    case DatabaseDamage::EMPTY:
+        return writeFile(path, QByteArray());
+    case DatabaseDamage::GARBAGE:
+        return writeFile(path, QByteArray(5000, 'x'));
+    case DatabaseDamage::CUT_OFF:
+        return executeOn(path, {schema}) && cutOff(path);
+    case DatabaseDamage::FOLDER:
+        return QDir().mkpath(path);
+    case DatabaseDamage::LOST_LINK:
+        return QFile::link(QStringLiteral("/nowhere/at/all.db"), path);
+    case DatabaseDamage::PIPE:
+        return ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
+    case DatabaseDamage::FULL_DISK:
+        return QFile::link(QStringLiteral("/dev/full"), path);
+    case DatabaseDamage::READ_ONLY:
+        return executeOn(path, {schema}) && makeReadOnly(path);
+    case DatabaseDamage::OTHER_COLUMNS:
+        return executeOn(path, {QStringLiteral("CREATE TABLE %1 (name TEXT)").arg(table)});
+    case DatabaseDamage::MORE_COLUMNS:
+        return executeOn(path, {QString(schema).replace(QLatin1String(");"),
+                                                        QLatin1String(",owner TEXT NOT NULL);"))});
+    case DatabaseDamage::VIEW:
+        return executeOn(path, {QStringLiteral("CREATE VIEW %1 AS SELECT 1 AS id").arg(table)});
+    }
+    return false;
+}
+
+bool executeOn(const QString &path, const QStringList &statements)
+{
+    const QString connection = QStringLiteral("other program");
+    bool done = true;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+        database.setDatabaseName(path);
+        done = database.open();
+        QSqlQuery query(database);
+        for (const QString &statement : statements)
+            done = done && query.exec(statement);
+    }
+    QSqlDatabase::removeDatabase(connection);
+    return done;
+}
+
+DatabaseLock::DatabaseLock(const QString &path)
+    : m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("lock")))
+{
+    m_database.setDatabaseName(path);
+    m_held = m_database.open() &&
+             QSqlQuery(m_database).exec(QStringLiteral("BEGIN EXCLUSIVE TRANSACTION"));
+}
+
+DatabaseLock::~DatabaseLock()
+{
+    m_database = QSqlDatabase();
+    QSqlDatabase::removeDatabase(QStringLiteral("lock"));
+}
+
+} // namespace Kavo::Testing
