@@ -1,8 +1,9 @@
 #pragma once
 
 #include <QHash>
-#include <QMutex>
 #include <QString>
+
+#include <mutex>
 
 namespace Kavo::Models {
 
@@ -18,7 +19,8 @@ public:
     void removeUnlessShared(const QString &archive);
 
 private:
-    QMutex m_mutex;
+    /// Not Qt's: ThreadSanitizer sees this one also when two threads meet at it.
+    std::mutex m_mutex;
     QHash<QString, int> m_claims;
 };
 

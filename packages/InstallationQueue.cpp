@@ -135,14 +135,19 @@ int InstallationQueue::firstOfCycle() const
 
 void InstallationQueue::start(const Entry &entry)
 {
-    const InstallationTask task(entry.package, entry.version, entry.archive, m_settings.folders,
-                                m_settings.extractor, m_claims);
+    InstallationTask task(entry.package, entry.version, entry.archive, m_settings.folders,
+                          m_settings.extractor, m_claims);
     m_busy = true;
     m_running = entry;
     m_watcher.disconnect();
     connect(&m_watcher, &QFutureWatcher<bool>::finished, this,
             [this] { takeResult(m_watcher.result()); });
-    m_watcher.setFuture(QtConcurrent::run([task] { return task.run(); }));
+    // The thread pool drops what it ran only after the result is there. By then the task must have
+    // let go of the package, which may have no other holder left and belongs to the main thread.
+    m_watcher.setFuture(QtConcurrent::run([task]() mutable {
+        const InstallationTask running = std::move(task);
+        return running.run();
+    }));
 }
 
 void InstallationQueue::takeResult(bool succeeded)

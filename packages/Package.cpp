@@ -1,5 +1,7 @@
 #include "packages/Package.h"
 
+#include <QPointer>
+
 #include <algorithm>
 
 namespace Kavo::Models {
@@ -43,8 +45,12 @@ QString Package::newestVersion() const
 
 void Package::follow(const Package &working)
 {
-    connect(&working, &Package::stateChanged, this, [this, source = &working](State state) {
-        setUpdateAvailable(source->isUpdateAvailable());
+    // What the worker announces arrives later, and at the program's end the other one may have gone
+    // by then.
+    const QPointer<const Package> source(&working);
+    connect(&working, &Package::stateChanged, this, [this, source](State state) {
+        if (source)
+            setUpdateAvailable(source->isUpdateAvailable());
         setState(state);
     });
     connect(&working, &Package::totalSize, this, &Package::totalSize);

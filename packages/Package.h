@@ -92,7 +92,7 @@ public:
     QString newestVersion() const;
 
     /// Takes over the state and all further signals of another object for the same catalogue
-    /// entry, on which work is going on. The other one must outlive that work.
+    /// entry, on which work is going on.
     void follow(const Package &working);
 
 signals:

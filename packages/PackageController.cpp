@@ -68,12 +68,16 @@ void PackageController::install(const PackagePointer &package, QString &version)
 
 void PackageController::uninstall(const PackagePointer &package)
 {
-    // The worker may be writing the very files that would be removed here.
-    if (package->isBusy() || m_installer.isWorkingOn(package->id())) {
-        logLine(QStringLiteral("Package is busy : ") + package->name());
-        return;
+    const PackageList order = m_uninstaller.removalOrder(package);
+    for (const PackagePointer &leaving : order) {
+        // The worker may be writing the very files that would be removed here. A dependent counts
+        // as installed a moment before the worker has ended and the result is recorded.
+        if (leaving->isBusy() || m_installer.isWorkingOn(leaving->id())) {
+            logLine(QStringLiteral("Package is busy : ") + leaving->name());
+            return;
+        }
     }
-    m_uninstaller.uninstall(package);
+    m_uninstaller.uninstall(order);
 }
 
 bool PackageController::isBusy() const

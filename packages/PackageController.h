@@ -46,8 +46,8 @@ public:
     /// Starts an installation; `version` may be empty for the newest one and holds the version
     /// that is meant afterwards. The package's state tells the rest.
     void install(const Models::PackagePointer &package, QString &version);
-    /// Removes the package and all its dependents; returns when that is done. A package on which
-    /// work is going on is left alone.
+    /// Removes the package and all its dependents; returns when that is done. Does nothing while
+    /// work is going on for one of them.
     void uninstall(const Models::PackagePointer &package);
     /// Whether an installation or a removal is running.
     bool isBusy() const;

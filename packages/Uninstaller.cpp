@@ -29,25 +29,24 @@ Uninstaller::Uninstaller(const Catalogue &catalogue, InstalledPackageDatabase &d
 
 /// Dependents first, each once: as with installations, the walk keeps its own stack and passes
 /// over what it has met.
-void Uninstaller::uninstall(const PackagePointer &package)
+PackageList Uninstaller::removalOrder(const PackagePointer &package) const
 {
     struct Step
     {
         PackagePointer package;
         PackageList dependents;
     };
-    const QScopedValueRollback<bool> busy(m_busy, true);
     const auto stepFor = [this](const PackagePointer &wanted) {
         return Step{wanted, m_dependencies.dependents(*wanted, QString())};
     };
 
+    PackageList order;
     QSet<int> met{package->id()};
     QVector<Step> steps{stepFor(package)};
     while (!steps.isEmpty()) {
         Step &step = steps.last();
         if (step.dependents.isEmpty()) {
-            const PackagePointer ready = steps.takeLast().package;
-            remove(*ready);
+            order.append(steps.takeLast().package);
             continue;
         }
         const PackagePointer dependent = step.dependents.takeFirst();
@@ -56,6 +55,14 @@ void Uninstaller::uninstall(const PackagePointer &package)
         met.insert(dependent->id());
         steps.append(stepFor(dependent));
     }
+    return order;
+}
+
+void Uninstaller::uninstall(const PackageList &packages)
+{
+    const QScopedValueRollback<bool> busy(m_busy, true);
+    for (const PackagePointer &package : packages)
+        remove(*package);
 }
 
 void Uninstaller::remove(Package &package)

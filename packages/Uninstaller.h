@@ -15,8 +15,12 @@ public:
     /// Whether a removal is going on.
     bool isBusy() const { return m_busy; }
 
-    /// Returns when the files of the package and of all its dependents are gone.
-    void uninstall(const PackagePointer &package);
+    /// What goes when this package goes: its dependents, each before what it needs, and then the
+    /// package.
+    PackageList removalOrder(const PackagePointer &package) const;
+
+    /// Removes the packages in this order; returns when their files are gone.
+    void uninstall(const PackageList &packages);
 
     /// Takes away what a sudden end has left in the preserve and backup folders although it stands
     /// in its place again. Does nothing for a package that is installed or being worked on. Not

@@ -157,6 +157,17 @@ QString Engine::recordedVersion(int id) const
     return QString::fromUtf8(recorded(id, QStringLiteral("version")).toByteArray());
 }
 
+QHash<int, Engine::Record> Engine::records() const
+{
+    QHash<int, Record> records;
+    read(QStringLiteral("SELECT package_id, status, version FROM packages"),
+         [&records](const QSqlQuery &row) {
+             records.insert(row.value(0).toInt(),
+                            {row.value(1).toInt(), QString::fromUtf8(row.value(2).toByteArray())});
+         });
+    return records;
+}
+
 QString Engine::fileOf(int id)
 {
     return QStringLiteral("package-%1/file.txt").arg(id);
@@ -183,20 +194,25 @@ QJsonObject Engine::versionObject(const Offer &offer) const
 
 QVariant Engine::recorded(int id, const QString &column) const
 {
-    const QString connection = QStringLiteral("engine reader");
     QVariant value;
+    read(QStringLiteral("SELECT %1 FROM packages WHERE package_id = %2").arg(column).arg(id),
+         [&value](const QSqlQuery &row) { value = row.value(0); });
+    return value;
+}
+
+/// Reads "packages.db" the way another program does.
+void Engine::read(const QString &select, const std::function<void(const QSqlQuery &)> &take) const
+{
+    const QString connection = QStringLiteral("engine reader");
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
         database.setDatabaseName(m_profile.dataFolder() + QStringLiteral("packages.db"));
         database.open();
-        QSqlQuery query(
-            QStringLiteral("SELECT %1 FROM packages WHERE package_id = %2").arg(column).arg(id),
-            database);
-        if (query.next())
-            value = query.value(0);
+        QSqlQuery query(select, database);
+        while (query.next())
+            take(query);
     }
     QSqlDatabase::removeDatabase(connection);
-    return value;
 }
 
 } // namespace Kavo::Testing

@@ -5,10 +5,15 @@
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestHttpServer.h"
 
+#include <QHash>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QSharedPointer>
 #include <QStringList>
+
+#include <functional>
+
+class QSqlQuery;
 
 namespace Kavo::Testing {
 
@@ -77,6 +82,13 @@ public:
     /// Status and version as another program reads them from "packages.db"; -1 without a row.
     int recordedStatus(int id) const;
     QString recordedVersion(int id) const;
+    struct Record
+    {
+        int status = -1;
+        QString version;
+    };
+    /// All of them, by package id.
+    QHash<int, Record> records() const;
 
     /// The file that an offer without files of its own unpacks.
     static QString fileOf(int id);
@@ -85,6 +97,7 @@ public:
 private:
     QJsonObject versionObject(const Offer &offer) const;
     QVariant recorded(int id, const QString &column) const;
+    void read(const QString &select, const std::function<void(const QSqlQuery &)> &take) const;
 
     ScratchProfile m_profile;
     TestHttpServer m_server;

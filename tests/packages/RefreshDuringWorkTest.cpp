@@ -1,8 +1,10 @@
 #include "tests/packages/Engine.h"
 #include "tests/support/TestMain.h"
 
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 
 #include <memory>
 
@@ -27,6 +29,7 @@ private slots:
     void dependencyThatLeftTheCatalogueEndsItsDependant();
     void failureReachesTheNewObject();
     void updateMarkReachesTheNewObject();
+    void newObjectMayOutliveTheProgramsEnd();
 
 private:
     void holdArchive(int id);
@@ -211,6 +214,33 @@ void RefreshDuringWorkTest::updateMarkReachesTheNewObject()
     QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
     QVERIFY(m_engine->package(7)->isUpdateAvailable());
     QVERIFY(m_engine->waitUntilSettled(7));
+}
+
+void RefreshDuringWorkTest::newObjectMayOutliveTheProgramsEnd()
+{
+    m_engine->offer({7});
+    QVERIFY(m_engine->refresh());
+    startHeld(7);
+    PackagePointer before = m_engine->package(7);
+    // Stops the worker between the last state and its announcement to the new object.
+    QSemaphore ending;
+    const QObject context;
+    const auto stopWorker = [&ending, main = QThread::currentThread()] {
+        if (QThread::currentThread() != main)
+            ending.acquire();
+    };
+    connect(before.data(), &Package::stateChanged, &context, stopWorker, Qt::DirectConnection);
+    QVERIFY(m_engine->refresh());
+    const PackagePointer card = m_engine->package(7);
+    release(7);
+    const bool installed =
+        QTest::qWaitFor([&before] { return before->state() == Package::INSTALLED; });
+    before.reset();
+    ending.release();
+    m_engine->stop();
+    QVERIFY(installed);
+    // The announcement arrives when the object that it came from has gone.
+    QTRY_COMPARE(card->state(), Package::INSTALLED);
 }
 
 KAVO_TEST_MAIN(RefreshDuringWorkTest)

@@ -2,7 +2,9 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"
 
+#include <QSemaphore>
 #include <QTest>
+#include <QThread>
 
 #include <memory>
 
@@ -30,6 +32,7 @@ private slots:
     void sharedDependentsGoOnce();
     void packagesThatNeedEachOtherAreBothRemoved();
     void busyPackageIsLeftAlone();
+    void dependentThatIsNotYetRecordedKeepsWhatItNeeds();
     void anotherPackageIsRemovedDuringAnInstallation();
     void otherPeoplesFilesStay();
     void removalOfAnUpdatablePackageClearsItsMark();
@@ -160,6 +163,35 @@ void UninstallationTest::busyPackageIsLeftAlone()
     m_engine->server().release(QStringLiteral("/package-7-1.0.zip"));
     QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
     QVERIFY(m_engine->waitUntilSettled(7));
+}
+
+void UninstallationTest::dependentThatIsNotYetRecordedKeepsWhatItNeeds()
+{
+    m_engine->offer(removable(1));
+    m_engine->offer(removable(2, {QStringLiteral("1")}));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(1));
+    // Stops the worker between the package's last state and the end of the task.
+    QSemaphore tried;
+    const QObject context;
+    const auto stopWorker = [&tried, main = QThread::currentThread()] {
+        if (QThread::currentThread() != main)
+            tried.acquire();
+    };
+    connect(m_engine->package(2).data(), &Package::stateChanged, &context, stopWorker,
+            Qt::DirectConnection);
+    m_engine->install(2);
+    const bool installed = m_engine->waitForState(2, Package::INSTALLED);
+    m_engine->controller().uninstall(m_engine->package(1));
+    const Package::State state = m_engine->package(2)->state();
+    tried.release();
+    QVERIFY(installed);
+    QCOMPARE(state, Package::INSTALLED);
+    QVERIFY(m_engine->waitUntilSettled(2));
+    for (const int id : {1, 2}) {
+        QCOMPARE(m_engine->recordedStatus(id), 1);
+        QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(id))));
+    }
 }
 
 void UninstallationTest::anotherPackageIsRemovedDuringAnInstallation()

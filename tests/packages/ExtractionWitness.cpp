@@ -1,0 +1,39 @@
+#include "tests/packages/ExtractionWitness.h"
+
+#include "tests/support/Archives.h"
+
+#include <QFile>
+
+namespace Kavo::Testing {
+
+ExtractionWitness::ExtractionWitness(const QString &folder) : m_folder(folder)
+{
+    // Only 7-Zip itself is a process of its own: some tests unpack thousands of archives.
+    const QByteArray script = "#!/bin/sh\necho \"begin ${2##*/}\" >> 'NOTES'\n"
+                              "/usr/bin/7z \"$@\"\nresult=$?\necho \"end ${2##*/}\" >> 'NOTES'\n"
+                              "exit $result\n";
+    if (!writeFile(program(), QByteArray(script).replace("NOTES", QFile::encodeName(notes()))))
+        qFatal("The witness cannot be made");
+    QFile::setPermissions(program(), QFile::ReadOwner | QFile::ExeOwner);
+}
+
+QStringList ExtractionWitness::lines() const
+{
+    return QString::fromUtf8(readFile(notes())).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+bool ExtractionWitness::sawOneAtATime() const
+{
+    const QStringList seen = lines();
+    if (seen.size() % 2 != 0)
+        return false;
+    for (int line = 0; line < seen.size(); line += 2) {
+        const QString name = seen.at(line).section(QLatin1Char(' '), 1);
+        if (seen.at(line) != QStringLiteral("begin ") + name ||
+            seen.at(line + 1) != QStringLiteral("end ") + name)
+            return false;
+    }
+    return true;
+}
+
+} // namespace Kavo::Testing
