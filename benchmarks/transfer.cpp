@@ -4,32 +4,16 @@
 //
 //     bench_transfer CACHE_FOLDER ADDRESS...
 
+#include "benchmarks/Process.h"
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QNetworkAccessManager>
 #include <QTextStream>
 
-namespace {
-
+using Kavo::Benchmarks::processStatus;
 using Kavo::Models::Download;
-
-/// A line of /proc/self/status, in KiB.
-qint64 processStatus(const QByteArray &key)
-{
-    QFile file(QStringLiteral("/proc/self/status"));
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    for (QByteArray line = file.readLine(); !line.isEmpty(); line = file.readLine()) {
-        if (line.startsWith(key))
-            return line.mid(key.size()).trimmed().split(' ').first().toLongLong();
-    }
-    return 0;
-}
-
-} // namespace
 
 int main(int argc, char **argv)
 {

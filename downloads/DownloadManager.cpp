@@ -9,6 +9,7 @@
 #include <QNetworkAccessManager>
 
 #include <algorithm>
+#include <iterator>
 
 namespace Kavo::Managers {
 
@@ -56,16 +57,22 @@ void DownloadManager::add(const DownloadPointer &download, bool hold)
     if (download->getPath().isEmpty())
         download->setPath(freePath(*download));
     m_queue.append(download);
-    m_known.append(download.toWeakRef());
+    m_known[download->getPath()].append(download.toWeakRef());
     if (!hold)
         start();
 }
 
 void DownloadManager::start()
 {
-    // Listeners may add and remove downloads while they are told of a phase.
-    const QList<DownloadPointer> queue = m_queue;
-    for (const DownloadPointer &download : queue) {
+    // Listeners may add and remove downloads while they are told of a phase. Only what is to be
+    // started is copied: with many downloads a copy of the whole queue for each costs more than
+    // the walk.
+    QVector<DownloadPointer> idle;
+    std::copy_if(m_queue.cbegin(), m_queue.cend(), std::back_inserter(idle),
+                 [](const DownloadPointer &download) {
+                     return download->getProcess() == Download::Process::Idle;
+                 });
+    for (const DownloadPointer &download : qAsConst(idle)) {
         if (download->getProcess() == Download::Process::Idle)
             run(download);
     }
@@ -98,10 +105,6 @@ void DownloadManager::clear()
 
 QString DownloadManager::freePath(Download &download)
 {
-    m_known.erase(
-        std::remove_if(m_known.begin(), m_known.end(),
-                       [](const QWeakPointer<Download> &known) { return known.isNull(); }),
-        m_known.end());
     const QString path = m_cacheFolder + QDir::separator() + download.getFileName();
     if (!isTaken(path, download))
         return path;
@@ -110,12 +113,19 @@ QString DownloadManager::freePath(Download &download)
 
 bool DownloadManager::isTaken(const QString &path, const Download &newcomer)
 {
+    const auto writers = m_known.find(path);
+    if (writers == m_known.end())
+        return false;
+    writers->erase(
+        std::remove_if(writers->begin(), writers->end(),
+                       [](const QWeakPointer<Download> &writer) { return writer.isNull(); }),
+        writers->end());
     const QUrl address = newcomer.getRequest()->url();
-    return std::any_of(
-        m_known.cbegin(), m_known.cend(), [&path, &address](const QWeakPointer<Download> &known) {
-            const DownloadPointer other = known.toStrongRef();
-            return other && other->getPath() == path && other->getRequest()->url() != address;
-        });
+    return std::any_of(writers->cbegin(), writers->cend(),
+                       [&address](const QWeakPointer<Download> &writer) {
+                           const DownloadPointer other = writer.toStrongRef();
+                           return other && other->getRequest()->url() != address;
+                       });
 }
 
 void DownloadManager::run(const DownloadPointer &download)

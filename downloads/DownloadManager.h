@@ -3,6 +3,7 @@
 #include "core/DatabaseFile.h"
 #include "downloads/Download.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QSharedPointer>
@@ -64,8 +65,9 @@ private:
     QString m_cacheFolder;
     QList<DownloadPointer> m_queue;
     DatabaseFile m_database;
-    /// Downloads that somebody may still hold, also after they left the queue.
-    QVector<QWeakPointer<Models::Download>> m_known;
+    /// Downloads that somebody may still hold, also after they left the queue, by the path they
+    /// came with. Those that are gone are sorted out when their path is asked for again.
+    QHash<QString, QVector<QWeakPointer<Models::Download>>> m_known;
 };
 
 } // namespace Kavo::Managers

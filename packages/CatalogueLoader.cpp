@@ -6,18 +6,6 @@
 
 namespace Kavo::Models {
 
-namespace {
-
-void markInstalled(Package &package, InstalledPackageDatabase &database)
-{
-    if (database.status(package) != Package::INSTALLED)
-        return;
-    package.setState(Package::INSTALLED);
-    package.setUpdateAvailable(isOutdated(database.version(package), package.newestVersion()));
-}
-
-} // namespace
-
 PackageList loadCatalogue(const QString &path, const QString &language,
                           InstalledPackageDatabase &database)
 {
@@ -26,8 +14,7 @@ PackageList loadCatalogue(const QString &path, const QString &language,
         return {};
     const PackageList packages = parseCatalogue(file.readAll(), language);
     file.close();
-    for (const PackagePointer &package : packages)
-        markInstalled(*package, database);
+    database.markInstalled(packages);
     return packages;
 }
 

@@ -1,7 +1,8 @@
 #include "packages/CatalogueParser.h"
 
+#include "packages/JsonElements.h"
+
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 namespace Kavo::Models {
@@ -82,12 +83,11 @@ PackagePointer readPackage(const QJsonObject &object, const QString &language)
 
 PackageList parseCatalogue(const QByteArray &bytes, const QString &language)
 {
-    const QJsonArray array = QJsonDocument::fromJson(bytes).array();
     PackageList packages;
-    packages.reserve(array.size());
-    for (const QJsonValue &value : array)
-        packages.append(readPackage(value.toObject(), language));
-    return packages;
+    const bool whole = readJsonElements(bytes, [&](const QJsonValue &element) {
+        packages.append(readPackage(element.toObject(), language));
+    });
+    return whole ? packages : PackageList();
 }
 
 } // namespace Kavo::Models

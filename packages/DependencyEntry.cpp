@@ -2,16 +2,20 @@
 
 #include "packages/PackageVersion.h"
 
-#include <QStringList>
-
 namespace Kavo::Models {
 
 DependencyEntry DependencyEntry::parse(const QString &entry)
 {
     if (entry.isEmpty())
         qFatal("Invalid dependency info");
-    const QStringList parts = entry.split(QLatin1Char(':'), Qt::KeepEmptyParts);
-    return {parts.first().toInt(), parts.value(1)};
+    // A catalogue has tens of thousands of entries; they are not split into lists of texts.
+    const QLatin1Char colon(':');
+    const int idEnd = entry.indexOf(colon);
+    if (idEnd < 0)
+        return {entry.toInt(), QString()};
+    const int versionEnd = entry.indexOf(colon, idEnd + 1);
+    const int length = versionEnd < 0 ? -1 : versionEnd - idEnd - 1;
+    return {entry.leftRef(idEnd).toInt(), entry.mid(idEnd + 1, length)};
 }
 
 bool DependencyEntry::isMetBy(const QString &version) const

@@ -4,6 +4,8 @@
 #include "core/P7ZipExtractor.h"
 #include "core/Paths.h"
 
+#include <QFile>
+
 #include <utility>
 
 namespace Kavo::Models {
@@ -21,6 +23,11 @@ InstallationTask::InstallationTask(PackagePointer package, PackageVersionPointer
 
 bool InstallationTask::run() const
 {
+    // To free the blocks of a large archive takes a while. Held open, it loses its name when it is
+    // removed, but the blocks only at the end of this function, when INSTALLED is out already.
+    QFile archive(m_archive);
+    if (!m_archive.isEmpty())
+        archive.open(QIODevice::ReadOnly);
     const bool installed = install();
     logLine(QStringLiteral("Removing file : ") + m_archive);
     m_claims->removeUnlessShared(m_archive);

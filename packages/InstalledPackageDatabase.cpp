@@ -88,6 +88,30 @@ void InstalledPackageDatabase::record(const Package &package, const QString &ver
     m_file.run(write);
 }
 
+void InstalledPackageDatabase::markInstalled(const PackageList &packages)
+{
+    if (!m_file.isOpen())
+        return;
+    // One statement for all: to ask for each package alone costs more than to parse the catalogue.
+    QHash<qint64, Record> known = records();
+    for (const PackagePointer &package : packages) {
+        auto record = known.find(package->id());
+        if (record == known.end()) {
+            const QString version = adoptVersionFile(*package);
+            if (version.isEmpty())
+                continue;
+            // Another package of the same id finds the row that was just written.
+            record = known.insert(package->id(), {Package::INSTALLED, version});
+        }
+        if (record->status != Package::INSTALLED)
+            continue;
+        package->setState(Package::INSTALLED);
+        if (record->version.isEmpty())
+            record->version = adoptVersionFile(*package);
+        package->setUpdateAvailable(isOutdated(record->version, package->newestVersion()));
+    }
+}
+
 int InstalledPackageDatabase::status(Package &package)
 {
     if (!m_file.isOpen())
@@ -114,6 +138,21 @@ QString InstalledPackageDatabase::version(Package &package)
         }
     }
     return adoptVersionFile(package);
+}
+
+/// Every row by its package id.
+QHash<qint64, InstalledPackageDatabase::Record> InstalledPackageDatabase::records()
+{
+    QHash<qint64, Record> records;
+    // Only numbers can be the id of a package, whatever other tools have written.
+    QSqlQuery query = m_file.prepared(QStringLiteral(
+        "SELECT package_id, status, version FROM packages WHERE typeof(package_id) = 'integer'"));
+    if (!m_file.run(query))
+        return records;
+    while (query.next())
+        records.insert(query.value(0).toLongLong(),
+                       {query.value(1).toInt(), versionText(query.value(2))});
+    return records;
 }
 
 QString InstalledPackageDatabase::adoptVersionFile(Package &package)

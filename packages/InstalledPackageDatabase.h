@@ -3,6 +3,7 @@
 #include "core/DatabaseFile.h"
 #include "packages/Package.h"
 
+#include <QHash>
 #include <QString>
 
 namespace Kavo::Models {
@@ -29,6 +30,10 @@ public:
     /// Stores the package's state at this moment together with the version text.
     void record(const Package &package, const QString &version);
 
+    /// Does for all packages of a new catalogue what status() and version() tell of them: those
+    /// that are installed become INSTALLED and learn whether an update is there.
+    void markInstalled(const PackageList &packages);
+
     /// The recorded state; UNKNOWN while the database is not open. Without a record a version file
     /// makes the package INSTALLED and is taken into the database.
     int status(Package &package);
@@ -38,6 +43,13 @@ public:
     QString version(Package &package);
 
 private:
+    struct Record
+    {
+        int status;
+        QString version;
+    };
+
+    QHash<qint64, Record> records();
     QString adoptVersionFile(Package &package);
 
     QString m_installationFolder;

@@ -4,6 +4,7 @@
 #include "core/Log.h"
 #include "core/Paths.h"
 #include "packages/ContainedPath.h"
+#include "packages/FolderRemoval.h"
 
 #include <QDir>
 #include <QFile>
@@ -127,7 +128,7 @@ void PackageFiles::removeEntry(const QString &entry) const
     if (info.isSymLink() || (info.exists() && !info.isDir())) {
         removed = QFile::remove(path);
     } else if (info.isDir()) {
-        removed = QDir(path).removeRecursively();
+        removed = removeFolder(path);
         logLine(QStringLiteral("Removing directory : ") + path);
     }
     if (!removed)

@@ -24,6 +24,9 @@ KAVO_TEST_PACKAGES=(clang-format clang-tidy desktop-file-utils appstream)
 # To fuzz; the run-time library is of the compiler's version.
 KAVO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
+# To measure, besides those to build and to run.
+KAVO_BENCH_PACKAGES=(curl aria2)
+
 # To make the Debian package, besides those to build.
 KAVO_PACKAGE_PACKAGES=(dpkg-dev file)
 

@@ -65,6 +65,10 @@ private slots:
     void fileThatIsNoDatabaseIsLogged();
     void folderInPlaceOfTheFileIsLogged();
     void resetDeletesTheFileAndOpenMakesANewOne();
+    void marksWhatRowsAndVersionFilesTell();
+    void marksPackagesOfOneIdAlike();
+    void rowsWithoutANumberMarkNothing();
+    void closedDatabaseMarksNothing();
 
 private:
     QString file() const { return m_profile->dataFolder() + QStringLiteral("packages.db"); }
@@ -342,6 +346,82 @@ void InstalledPackageDatabaseTest::resetDeletesTheFileAndOpenMakesANewOne()
     m_database->open();
     QVERIFY(QFile::exists(file()));
     QCOMPARE(m_database->status(*package), -1);
+}
+
+void InstalledPackageDatabaseTest::marksWhatRowsAndVersionFilesTell()
+{
+    m_database->open();
+    const auto recordAs = [this](int id, Package::State state, const QString &version) {
+        const PackagePointer package = makePackage(id, {});
+        package->setState(state);
+        m_database->record(*package, version);
+    };
+    recordAs(2, Package::INSTALLED, QStringLiteral("1.10"));
+    recordAs(3, Package::INSTALLED, QStringLiteral("1.9"));
+    recordAs(4, Package::AVAILABLE, QStringLiteral("1.10"));
+    recordAs(5, Package::DOWNLOAD_ERROR, QStringLiteral("1.10"));
+    recordAs(6, Package::INSTALLED, QString());
+    writeVersionFile(QStringLiteral("of 6/"), "a\nb\n1.2\n");
+    writeVersionFile(QStringLiteral("of 7/"), "a\nb\n1.10\n");
+    PackageList packages;
+    for (int id = 2; id <= 8; ++id) {
+        packages.append(makePackage(id, {makeVersion(QStringLiteral("1.10"))}));
+        packages.last()->versions().first()->install->extract = QStringLiteral("of %1").arg(id);
+    }
+    m_database->markInstalled(packages);
+
+    QVector<int> installed;
+    QVector<int> outdated;
+    for (const PackagePointer &package : qAsConst(packages)) {
+        if (package->state() == Package::INSTALLED)
+            installed.append(package->id());
+        else
+            QCOMPARE(package->state(), Package::AVAILABLE);
+        if (package->isUpdateAvailable())
+            outdated.append(package->id());
+    }
+    QCOMPARE(installed, (QVector<int>{2, 3, 6, 7}));
+    QCOMPARE(outdated, (QVector<int>{3, 6}));
+    QCOMPARE(m_database->version(*packages.at(4)), QStringLiteral("1.2"));
+    QCOMPARE(m_database->status(*packages.at(5)), int(Package::INSTALLED));
+    QCOMPARE(m_database->status(*packages.at(6)), InstalledPackageDatabase::NotRecorded);
+}
+
+void InstalledPackageDatabaseTest::marksPackagesOfOneIdAlike()
+{
+    m_database->open();
+    writeVersionFile(QStringLiteral("first/"), "a\nb\n1.2\n");
+    const PackageList packages{makePackage(7, {makeVersion(QStringLiteral("1.2"))}),
+                               makePackage(7, {makeVersion(QStringLiteral("1.3"))})};
+    packages.first()->versions().first()->install->extract = QStringLiteral("first");
+    m_database->markInstalled(packages);
+    QCOMPARE(packages.first()->state(), Package::INSTALLED);
+    QVERIFY(!packages.first()->isUpdateAvailable());
+    // It has no version file of its own: the row that the first one got speaks for it.
+    QCOMPARE(packages.last()->state(), Package::INSTALLED);
+    QVERIFY(packages.last()->isUpdateAvailable());
+}
+
+void InstalledPackageDatabaseTest::rowsWithoutANumberMarkNothing()
+{
+    m_database->open();
+    for (const char *id : {"NULL", "'none'", "4294967303"})
+        readBySelf(file(), QStringLiteral("INSERT INTO packages(package_id,status,version) "
+                                          "VALUES (%1,1,'1.0.0')")
+                               .arg(QLatin1String(id)));
+    const PackageList packages{makePackage(0, {}), makePackage(7, {})};
+    m_database->markInstalled(packages);
+    QCOMPARE(packages.first()->state(), Package::AVAILABLE);
+    QCOMPARE(packages.last()->state(), Package::AVAILABLE);
+}
+
+void InstalledPackageDatabaseTest::closedDatabaseMarksNothing()
+{
+    writeVersionFile(QStringLiteral("of 7/"), "a\nb\n1.2\n");
+    const PackagePointer package = makePackage(7, {makeVersion(QStringLiteral("1.2"))});
+    package->versions().first()->install->extract = QStringLiteral("of 7");
+    m_database->markInstalled({package});
+    QCOMPARE(package->state(), Package::AVAILABLE);
 }
 
 KAVO_TEST_MAIN(InstalledPackageDatabaseTest)

@@ -1,0 +1,143 @@
+#include "benchmarks/CardWindow.h"
+
+#include "benchmarks/CatalogueMaker.h"
+#include "benchmarks/Measure.h"
+#include "benchmarks/Process.h"
+#include "components/IconFont.h"
+#include "components/WidgetList.h"
+#include "core/ApplicationController.h"
+#include "core/Environment.h"
+#include "ui/PackageCards.h"
+#include "ui/PackageContainer.h"
+#include "ui/PackageWidget.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QEventLoop>
+#include <QTcpServer>
+#include <QTimer>
+#include <QVBoxLayout>
+
+namespace Kavo::Benchmarks {
+
+using Components::WidgetList;
+using Controllers::ApplicationController;
+using Controllers::PackageController;
+using Ui::PackageCards;
+using Ui::PackageContainer;
+
+namespace {
+
+/// The program's window without its top bar.
+constexpr QSize WindowSize(1320, 736);
+
+void applyLook()
+{
+    Components::iconFont()->initFontAwesome();
+    loadFonts();
+    ApplicationController style;
+    QObject::connect(&style, &ApplicationController::styleChanged, qApp,
+                     [](const QString &sheet) { qApp->setStyleSheet(sheet); });
+    style.loadStyle();
+}
+
+} // namespace
+
+CardWindow::CardWindow(const QString &workFolder, const QString &address)
+    : m_engine(workFolder, address)
+    , m_silence(std::make_unique<QTcpServer>())
+    , m_window(std::make_unique<QWidget>())
+{
+    require(m_silence->listen(QHostAddress::LocalHost), "listening");
+    applyLook();
+    m_engine.serveCatalogue("[]");
+    // Before the list hears of it.
+    connect(&m_engine.controller(), &PackageController::update, this, &CardWindow::noteStart);
+    const QSharedPointer<PackageController> controller(&m_engine.controller(),
+                                                       [](PackageController *) {});
+    auto *layout = new QVBoxLayout(m_window.get());
+    layout->setContentsMargins(0, 0, 0, 0);
+    QEventLoop loop;
+    connect(controller.data(), &PackageController::list, &loop, &QEventLoop::quit);
+    layout->addWidget(new PackageContainer(controller, m_window.get()));
+    m_window->resize(WindowSize);
+    m_window->show();
+    loop.exec();
+    qApp->installEventFilter(this);
+}
+
+CardWindow::~CardWindow()
+{
+    m_window.reset();
+}
+
+CardWindow::Filling CardWindow::fill(int packages)
+{
+    const QString silence = QStringLiteral("http://127.0.0.1:%1/").arg(m_silence->serverPort());
+    m_engine.serveCatalogue(makeCatalogue(packages, silence));
+    m_filling = {};
+    m_start = 0;
+
+    // A timer that should come every millisecond tells how long the loop did something else.
+    QTimer pulse;
+    pulse.setTimerType(Qt::PreciseTimer);
+    qint64 last = 0;
+    connect(&pulse, &QTimer::timeout, this, [this, &last] {
+        const qint64 now = wallTime();
+        if (m_start > 0)
+            m_filling.longestHold = qMax(m_filling.longestHold, now - qMax(last, m_start));
+        last = now;
+    });
+    pulse.start(1);
+
+    QEventLoop loop;
+    const auto *cards = m_window->findChild<PackageCards *>();
+    connect(cards, &PackageCards::complete, &loop, [this, &loop] {
+        m_filling.processorTime = processorTime() - m_processorStart;
+        m_filling.memory = processStatus("VmRSS:") - m_memoryStart;
+        loop.quit();
+    });
+    m_engine.controller().refresh();
+    loop.exec();
+    // A short list is complete before it has been painted.
+    while (m_filling.firstScreen == 0)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    require(list().count() == packages && list().rowWidget(packages - 1), "the list is not whole");
+    return m_filling;
+}
+
+WidgetList &CardWindow::list() const
+{
+    return *m_window->findChild<WidgetList *>(QStringLiteral("PackageList"));
+}
+
+bool CardWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Paint && m_start > 0 && m_filling.firstScreen == 0 &&
+        qobject_cast<Ui::PackageWidget *>(watched)) {
+        m_painted.insert(watched);
+        if (isFirstScreenPainted())
+            m_filling.firstScreen = wallTime() - m_start;
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void CardWindow::noteStart()
+{
+    m_painted.clear();
+    m_memoryStart = processStatus("VmRSS:");
+    m_processorStart = processorTime();
+    m_start = wallTime();
+}
+
+bool CardWindow::isFirstScreenPainted() const
+{
+    const auto [first, last] = list().visibleRows();
+    for (int row = first; row <= last; ++row) {
+        if (!m_painted.contains(list().rowWidget(row)))
+            return false;
+    }
+    return last >= first;
+}
+
+} // namespace Kavo::Benchmarks

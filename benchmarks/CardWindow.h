@@ -1,0 +1,61 @@
+#pragma once
+
+#include "benchmarks/Engine.h"
+
+#include <QObject>
+#include <QSet>
+
+#include <memory>
+
+class QTcpServer;
+class QWidget;
+
+namespace Kavo::Components {
+class WidgetList;
+}
+
+namespace Kavo::Benchmarks {
+
+/// The package list in a shown window of the program's size, with its fonts and style sheet. The
+/// icons of the cards are asked for at a server that never answers.
+class CardWindow final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What one refresh costs from the controller's `update` signal on. Times are microseconds,
+    /// memory is the growth of the resident size in KiB.
+    struct Filling
+    {
+        qint64 firstScreen = 0;   ///< until every card that is to be seen has been painted
+        qint64 processorTime = 0; ///< until all cards are there
+        qint64 longestHold = 0;   ///< of the event loop, until all cards are there
+        qint64 memory = 0;        ///< when all cards are there
+    };
+
+    CardWindow(const QString &workFolder, const QString &address);
+    ~CardWindow() override;
+
+    /// Fetches a catalogue of so many packages and ends when all cards are there.
+    Filling fill(int packages);
+
+    Components::WidgetList &list() const;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void noteStart();
+    bool isFirstScreenPainted() const;
+
+    Engine m_engine;
+    std::unique_ptr<QTcpServer> m_silence;
+    std::unique_ptr<QWidget> m_window;
+    QSet<const QObject *> m_painted;
+    Filling m_filling;
+    qint64 m_start = 0;
+    qint64 m_processorStart = 0;
+    qint64 m_memoryStart = 0;
+};
+
+} // namespace Kavo::Benchmarks

@@ -1,0 +1,34 @@
+// Fills the list with cards and prints one line for each pair, the long list first: microseconds
+// until the first screen is painted ("screen"), microseconds of the processor for each thousand
+// cards until all are there ("whole").
+//
+//     bench_cards screen|whole WORK_FOLDER ADDRESS LONG SHORT PAIRS
+
+#include "benchmarks/CardWindow.h"
+#include "benchmarks/Measure.h"
+
+#include <QApplication>
+
+using Kavo::Benchmarks::CardWindow;
+
+int main(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() != 7)
+        return 2;
+    const bool whole = arguments.at(1) == QLatin1String("whole");
+    const auto measure = [whole, &arguments](CardWindow &window, int packages) {
+        const CardWindow::Filling filling = window.fill(packages);
+        return whole ? filling.processorTime * 1000 / packages : filling.firstScreen;
+    };
+
+    CardWindow window(arguments.at(2), arguments.at(3));
+    for (int pair = -1; pair < arguments.at(6).toInt(); ++pair) {
+        const qint64 longList = measure(window, arguments.at(4).toInt());
+        const qint64 shortList = measure(window, arguments.at(5).toInt());
+        if (pair >= 0)
+            Kavo::Benchmarks::printPair(longList, shortList);
+    }
+    return 0;
+}

@@ -1,0 +1,45 @@
+// Asks every package of a catalogue, half of which is installed, for what depends on it and for
+// what it depends on. Prints the nanoseconds that one package takes, on average over 20,000 of
+// them.
+//
+//     bench_dependencies WORK_FOLDER ADDRESS PACKAGES
+
+#include "benchmarks/CatalogueMaker.h"
+#include "benchmarks/Engine.h"
+#include "benchmarks/Measure.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+using namespace Kavo;
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = Benchmarks::requireArguments(3);
+    const QString address = arguments.at(2);
+    const int count = arguments.at(3).toInt();
+
+    Benchmarks::Engine engine(arguments.at(1), address);
+    engine.serveCatalogue(Benchmarks::makeCatalogue(count, address));
+    engine.refresh();
+    QVector<int> installed;
+    for (int id = 1; id <= count; id += 2)
+        installed.append(id);
+    engine.markInstalled(installed, Benchmarks::newestVersion());
+
+    const Controllers::PackageController &controller = engine.controller();
+    const int rounds = 20000 / count;
+    int found = 0;
+    const qint64 duration = Benchmarks::timed([&] {
+        for (int round = 0; round < rounds; ++round) {
+            for (const Models::PackagePointer &package : controller.packages()) {
+                found += controller.dependents(package, QString()).size();
+                found += controller.resolvedDependencies(package, QString()).size();
+            }
+        }
+    });
+    Benchmarks::require(found > rounds * count, "the answers are empty");
+    QTextStream(stdout) << duration * 1000 / (rounds * count) << '\n';
+    return 0;
+}

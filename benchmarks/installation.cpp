@@ -1,0 +1,176 @@
+// Installs an archive that lies in the cache already, from the start of the task to INSTALLED, and
+// unpacks the same archive with `7z x` into an empty folder for comparison, in turn. Prints one
+// line for each pair, in microseconds, and at the end "held" and the longest time that the event
+// loop was held during as many further installations.
+//
+// For that a timer of 1 ms ticks in them. What passes between two ticks beyond that millisecond,
+// less the time that the thread was ready to run but others had the processors, is the loop's own
+// doing.
+//
+//     bench_installation WORK_FOLDER ADDRESS ARCHIVE PAIRS
+
+#include "benchmarks/Engine.h"
+#include "benchmarks/Measure.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTextStream>
+#include <QTimer>
+
+using namespace Kavo;
+using Models::Package;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr int Id = 2;
+
+qint64 microseconds(Clock::duration duration)
+{
+    return std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
+}
+
+/// How long this thread has waited for a processor since it began, in microseconds.
+qint64 waitedForProcessor()
+{
+    QFile file(QStringLiteral("/proc/thread-self/schedstat"));
+    file.open(QIODevice::ReadOnly);
+    return file.readAll().split(' ').value(1).toLongLong() / 1000;
+}
+
+/// Watches how long the event loop of this thread is held at most.
+class LoopWatch final : public QObject
+{
+public:
+    LoopWatch()
+    {
+        m_timer.setTimerType(Qt::PreciseTimer);
+        connect(&m_timer, &QTimer::timeout, this, &LoopWatch::tick);
+    }
+
+    void begin()
+    {
+        m_last = Clock::now();
+        m_waited = waitedForProcessor();
+        m_timer.start(1);
+    }
+    void end()
+    {
+        tick();
+        m_timer.stop();
+    }
+    qint64 longest() const { return m_longest; }
+
+private:
+    void tick()
+    {
+        const Clock::time_point now = Clock::now();
+        const qint64 waited = waitedForProcessor();
+        m_longest = qMax(m_longest, microseconds(now - m_last) - 1000 - (waited - m_waited));
+        m_last = now;
+        m_waited = waited;
+    }
+
+    QTimer m_timer;
+    Clock::time_point m_last;
+    qint64 m_waited = 0;
+    qint64 m_longest = 0;
+};
+
+QByteArray catalogue(const QString &link)
+{
+    const QJsonObject install{{QStringLiteral("extract"), QStringLiteral("Custom Scenery/New")}};
+    const QJsonObject version{{QStringLiteral("version"), QStringLiteral("1.0.0")},
+                              {QStringLiteral("link"), link},
+                              {QStringLiteral("install"), install}};
+    return QJsonDocument(QJsonArray{QJsonObject{{QStringLiteral("id"), Id},
+                                                {QStringLiteral("versions"), QJsonArray{version}}}})
+        .toJson();
+}
+
+/// From the package's INSTALLING, with which its archive goes to the task, to its INSTALLED.
+qint64 install(Benchmarks::Engine &engine, LoopWatch *watch)
+{
+    const Models::PackagePointer package = engine.package(Id);
+    QEventLoop loop;
+    Clock::time_point begin;
+    Clock::time_point end;
+    QObject::connect(
+        package.data(), &Package::stateChanged, &loop,
+        [&](Package::State state) {
+            if (state == Package::INSTALLING) {
+                begin = Clock::now();
+                if (watch)
+                    watch->begin();
+            } else if (state == Package::INSTALLED) {
+                end = Clock::now();
+            }
+            Benchmarks::require(!Package::isError(state), "the installation failed");
+        },
+        Qt::DirectConnection);
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (package->state() == Package::INSTALLED && !engine.controller().isBusy())
+            loop.quit();
+    });
+    poll.start(10);
+    QString version;
+    engine.controller().install(package, version);
+    loop.exec();
+    if (watch)
+        watch->end();
+    return microseconds(end - begin);
+}
+
+void unpack(const QString &archive, const QString &target)
+{
+    QProcess unpacker;
+    unpacker.setStandardOutputFile(QProcess::nullDevice());
+    unpacker.start(QStringLiteral("7z"),
+                   {QStringLiteral("x"), archive, QString(QStringLiteral("-o") + target)});
+    unpacker.waitForFinished(-1);
+    Benchmarks::require(unpacker.exitCode() == 0, "7z failed");
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = Benchmarks::requireArguments(4);
+    const QString archive = arguments.at(3);
+    const QString name = QFileInfo(archive).fileName();
+    const QString target = arguments.at(1) + QStringLiteral("/unpacked");
+
+    Benchmarks::Engine engine(arguments.at(1), arguments.at(2));
+    engine.serveCatalogue(catalogue(arguments.at(2) + name));
+    engine.refresh();
+    const auto installOnce = [&](LoopWatch *watch) {
+        QFile::copy(archive, engine.cacheFolder() + name);
+        Benchmarks::settleDisk();
+        engine.package(Id)->setState(Package::AVAILABLE);
+        const qint64 duration = install(engine, watch);
+        QDir(engine.simulator(QStringLiteral("Custom Scenery"))).removeRecursively();
+        return duration;
+    };
+    const int pairs = arguments.at(4).toInt();
+    for (int pair = -1; pair < pairs; ++pair) {
+        const qint64 ours = installOnce(nullptr);
+        Benchmarks::settleDisk();
+        const qint64 reference = Benchmarks::timed([&] { unpack(archive, target); });
+        QDir(target).removeRecursively();
+        if (pair >= 0)
+            Benchmarks::printPair(ours, reference);
+    }
+    LoopWatch watch;
+    for (int run = 0; run < pairs; ++run)
+        installOnce(&watch);
+    QTextStream(stdout) << "held " << watch.longest() << '\n';
+    return 0;
+}

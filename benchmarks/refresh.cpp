@@ -1,0 +1,44 @@
+// Refreshes from the bytes on disk to the list, with 14 in 100 packages installed, and parses the
+// same bytes for comparison, in turn. Prints one line for each pair, in microseconds.
+//
+//     bench_refresh WORK_FOLDER ADDRESS PACKAGES PAIRS
+
+#include "benchmarks/CatalogueMaker.h"
+#include "benchmarks/Engine.h"
+#include "benchmarks/Measure.h"
+#include "packages/CatalogueParser.h"
+
+#include <QCoreApplication>
+
+using namespace Kavo;
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = Benchmarks::requireArguments(4);
+    const QString address = arguments.at(2);
+    const int count = arguments.at(3).toInt();
+    const QByteArray bytes = Benchmarks::makeCatalogue(count, address);
+
+    Benchmarks::Engine engine(arguments.at(1), address);
+    engine.serveCatalogue(bytes);
+    engine.refresh();
+    QVector<int> installed;
+    for (int number = 0; number < count * 5 / 36; ++number)
+        installed.append(1 + number * 7);
+    engine.markInstalled(installed, Benchmarks::newestVersion());
+
+    for (int pair = -1; pair < arguments.at(4).toInt(); ++pair) {
+        const qint64 ours = engine.refresh();
+        Benchmarks::require(engine.controller().packages().size() == count &&
+                                engine.package(installed.last())->state() ==
+                                    Models::Package::INSTALLED,
+                            "the list is not whole");
+        Models::PackageList packages;
+        const qint64 reference = Benchmarks::timed(
+            [&] { packages = Models::parseCatalogue(bytes, QStringLiteral("de")); });
+        if (pair >= 0)
+            Benchmarks::printPair(ours, reference);
+    }
+    return 0;
+}

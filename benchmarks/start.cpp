@@ -1,0 +1,67 @@
+// Brings the program up to its painted window, or a bare window with the same fonts and style
+// sheet, and prints the microseconds of processor time that this took.
+//
+//     bench_start program ADDRESS   settings are those of the account
+//     bench_start bare
+
+#include "app/StartUp.h"
+#include "benchmarks/Process.h"
+#include "components/IconFont.h"
+#include "core/ApplicationController.h"
+#include "core/Environment.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QMainWindow>
+#include <QTextStream>
+
+#include <cstdlib>
+
+using namespace Kavo;
+
+namespace {
+
+/// Ends the process when a main window has been painted.
+class PaintedWindow final : public QObject
+{
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const auto *window = qobject_cast<QMainWindow *>(watched);
+        if (window && event->type() == QEvent::Paint) {
+            QTextStream(stdout) << Benchmarks::processorTime() << '\n' << Qt::flush;
+            std::_Exit(0);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+int showBareWindow(QApplication &application)
+{
+    Components::iconFont()->initFontAwesome();
+    loadFonts();
+    Controllers::ApplicationController style;
+    QObject::connect(&style, &Controllers::ApplicationController::styleChanged, &application,
+                     &QApplication::setStyleSheet);
+    style.loadStyle();
+    QMainWindow window;
+    window.resize(1320, 800);
+    window.show();
+    return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    PaintedWindow painted;
+    application.installEventFilter(&painted);
+    if (arguments.size() == 3 && arguments.at(1) == QLatin1String("program"))
+        return StartUp(application, {arguments.at(2), PackageEnvironment::standard().extractor})
+            .run();
+    if (arguments.size() == 2 && arguments.at(1) == QLatin1String("bare"))
+        return showBareWindow(application);
+    return 2;
+}

@@ -1,0 +1,70 @@
+# shellcheck shell=bash disable=SC2154
+# What happens to catalogues and packages. The programs measure both sides of a pair themselves.
+# Sourced, not run.
+
+# run_program NAME ARGUMENT...: with its work folder and the address of the server in front.
+run_program() {
+    local name=$1
+    shift
+    "$BENCH_PROGRAMS/bench_$name" "$in_memory" "$memory_address" "$@"
+    rm -rf "${in_memory:?}"/{home,simulator}
+}
+
+measure_parse() {
+    "$BENCH_PROGRAMS/bench_parse" 3600 "$PAIRS" >"$on_disk/pairs"
+    add_pairs "parsing 3,600 packages of 30,000 versions against \`QJsonDocument::fromJson\`" 2.0 \
+        <"$on_disk/pairs"
+}
+
+measure_refresh() {
+    run_program refresh 3600 "$PAIRS" >"$on_disk/pairs"
+    add_pairs "whole refresh of 3,600 packages, 500 of them installed, against parsing them" 3.0 \
+        <"$on_disk/pairs"
+}
+
+# compare_installation SUBJECT ARCHIVE
+compare_installation() {
+    local held
+    run_program installation "$2" "$PAIRS" >"$on_disk/pairs"
+    add_pairs "$1 against \`7z x\`" 1.05 <"$on_disk/pairs"
+    held=$(($(awk '$1 == "held" { print $2 }' "$on_disk/pairs") / 1000))
+    add_row "the event loop is held meanwhile" "$held ms" - - \
+        "at most 50 ms$( ((held <= 50)) || echo ", missed")"
+}
+
+measure_installation() {
+    local tree=$in_memory/tree
+    "$BENCH_PROGRAMS/bench_data" tree 20000 "$tree"
+    (cd "$tree" && 7z a -mx=1 "$in_memory/www/small.7z" . >/dev/null)
+    rm -r "$tree"
+    compare_installation "installing 20,000 small files" "$in_memory/www/small.7z"
+
+    "$BENCH_PROGRAMS/bench_data" bytes 1024 "$in_memory/big.bin"
+    (cd "$in_memory" && 7z a -mx=0 www/big.7z big.bin >/dev/null)
+    rm "$in_memory/big.bin"
+    compare_installation "installing one file of 1 GiB" "$in_memory/www/big.7z"
+    rm "${in_memory:?}"/www/*
+}
+
+measure_removal() {
+    run_program removal 20000 "$PAIRS" >"$on_disk/pairs"
+    add_pairs "removing 20,000 files against \`rm -rf\`" 1.3 <"$on_disk/pairs"
+}
+
+measure_dependents() {
+    run_program dependents 1000 "$PAIRS" >"$on_disk/pairs"
+    add_pairs "removing a library with 1,000 dependents against 1,000 unrelated packages" 1.5 \
+        <"$on_disk/pairs"
+}
+
+measure_dependencies() {
+    local pair large small
+    : >"$on_disk/pairs"
+    for ((pair = -1; pair < PAIRS; ++pair)); do
+        large=$(run_program dependencies 10000)
+        small=$(run_program dependencies 1000)
+        ((pair < 0)) || echo "$large $small" >>"$on_disk/pairs"
+    done
+    add_pairs "dependents and dependencies of a package among 10,000 against one among 1,000" 1.2 \
+        ns 1 <"$on_disk/pairs"
+}

@@ -1,0 +1,36 @@
+# shellcheck shell=bash disable=SC2034,SC2154
+# The web server of the benchmarks. Sourced, not run.
+
+bench_server=
+
+# start_server: serves $on_disk/www at $disk_address and $in_memory/www at $memory_address.
+start_server() {
+    local port=$((20000 + RANDOM % 20000))
+    cat >"$on_disk/nginx.conf" <<CONF
+daemon off;
+$( ((EUID)) || echo "user $(id --user --name) $(id --group --name);")
+pid $on_disk/nginx.pid;
+error_log $on_disk/error.log;
+events { worker_connections 256; }
+http {
+  access_log off;
+  sendfile on;
+  client_body_temp_path $on_disk/tmp/b;
+  proxy_temp_path $on_disk/tmp/p;
+  fastcgi_temp_path $on_disk/tmp/f;
+  uwsgi_temp_path $on_disk/tmp/u;
+  scgi_temp_path $on_disk/tmp/s;
+  server { listen 127.0.0.1:$port; root $on_disk/www; }
+  server { listen 127.0.0.1:$((port + 1)); root $in_memory/www; }
+}
+CONF
+    nginx -c "$on_disk/nginx.conf" 2>/dev/null &
+    bench_server=$!
+    disk_address=http://127.0.0.1:$port/
+    memory_address=http://127.0.0.1:$((port + 1))/
+    wait_for 10 "the web server" curl --silent --output /dev/null "$disk_address"
+}
+
+stop_server() {
+    stop_process "$bench_server"
+}
