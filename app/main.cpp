@@ -6,9 +6,11 @@ int main(int argc, char *argv[])
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    // A screen at one and a half is not drawn as one at two.
+    // Whole factors for what a screen says of itself: many say 96.1 or 100 dots to the inch, and
+    // nothing would be crisp. Who wants another factor sets QT_SCALE_FACTOR, which is kept as it
+    // is.
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
-        Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+        Qt::HighDpiScaleFactorRoundingPolicy::Round);
     QApplication application(argc, argv);
     return Kavo::StartUp(application).run();
 }
