@@ -97,12 +97,19 @@ moved_button() {
 
 # take_picture NAME: the window as it looks now.
 take_picture() {
-    local file X Y WIDTH HEIGHT
+    local file X=0 Y=0 WIDTH=0 HEIGHT=0
     picture_count=$((picture_count + 1))
     file=$(printf '%s/%02d-%s.png' "$PICTURES" "$picture_count" "$1")
-    eval "$(window_geometry "$(main_window)")"
+    wait_for 10 "the place of the main window" find_main_window
     imagemagick import -window root -crop "${WIDTH}x${HEIGHT}+$X+$Y" +repage "$file"
     say "Picture: $file"
+}
+
+# find_main_window: sets X, Y, WIDTH and HEIGHT. A search among windows of which one is just closing
+# finds nothing.
+find_main_window() {
+    eval "$(window_geometry "$(main_window)")"
+    ((WIDTH > 0 && HEIGHT > 0))
 }
 
 main_window() {
