@@ -62,7 +62,8 @@ void Transfer::sendProbe()
 {
     m_download->setProcess(Download::Process::Header);
     QNetworkReply *probe = m_network.head(*m_download->getRequest());
-    connect(probe, &QNetworkReply::errorOccurred, this, [this, probe] { reportError(*probe); });
+    connect(probe, &QNetworkReply::errorOccurred, this,
+            [this, probe] { reportError(probe->errorString()); });
     connect(probe, &QNetworkReply::finished, this, [this, probe] { onProbed(*probe); });
 }
 
@@ -116,7 +117,8 @@ void Transfer::requestBody()
     connect(m_reply, &QNetworkReply::readyRead, this, &Transfer::writeBody);
     connect(m_reply, &QNetworkReply::downloadProgress, this,
             [this](qint64, qint64 total) { onProgress(total); });
-    connect(m_reply, &QNetworkReply::errorOccurred, this, [this] { reportError(*m_reply); });
+    connect(m_reply, &QNetworkReply::errorOccurred, this,
+            [this] { reportError(m_reply->errorString()); });
     connect(m_reply, &QNetworkReply::finished, this, &Transfer::onFinished);
 }
 
@@ -146,6 +148,7 @@ void Transfer::writeBody()
         // A full disk shows in the count alone.
         const qint64 written = m_file.write(m_buffer.constData(), received);
         m_lostBytes += received - qMax<qint64>(written, 0);
+        m_receivedBytes += received;
     }
 }
 
@@ -169,11 +172,29 @@ void Transfer::onFinished()
 {
     writeBody();
     m_file.close();
+    if (isCutShort())
+        reportError(QStringLiteral("Connection closed"));
     logShortfall();
     m_reply->deleteLater();
     deleteLater();
     m_download->setProcess(Download::Process::Finished);
     emit ended();
+}
+
+/// A connection that ends in mid-body is an error, but Qt finds out only sometimes: when the end
+/// arrives together with the last bytes, it passes for that of the body. An archive that is cut
+/// short must not be taken for a whole one, since installing it removes the version before.
+bool Transfer::isCutShort() const
+{
+    if (m_reply->error() != QNetworkReply::NoError || isCompressed(*m_reply))
+        return false;
+    const qint64 unread = m_reply->bytesAvailable();
+    const QVariant announced = announcedLength(*m_reply);
+    if (announced.isValid())
+        return m_receivedBytes + unread < announced.toLongLong();
+    // Chunks do not tell how long the body is; the probe has told how long the file is.
+    const bool chunked = m_reply->rawHeader("Transfer-Encoding").toLower().contains("chunked");
+    return chunked && m_file.size() + unread < m_download->getFileSize();
 }
 
 void Transfer::logShortfall()
@@ -193,10 +214,10 @@ void Transfer::logShortfall()
                     .arg(expected));
 }
 
-void Transfer::reportError(const QNetworkReply &reply)
+void Transfer::reportError(const QString &text)
 {
-    logLine(QStringLiteral("Network Error : ") + reply.errorString());
-    m_download->fail(reply.errorString());
+    logLine(QStringLiteral("Network Error : ") + text);
+    m_download->fail(text);
 }
 
 } // namespace Kavo::Managers

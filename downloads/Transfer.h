@@ -46,14 +46,16 @@ private:
     bool openFile();
     void onProgress(qint64 bytesTotal);
     void onFinished();
+    bool isCutShort() const;
     void logShortfall();
-    void reportError(const QNetworkReply &reply);
+    void reportError(const QString &text);
 
     QNetworkAccessManager &m_network;
     QSharedPointer<Models::Download> m_download;
     QFile m_file;
     QNetworkReply *m_reply = nullptr;
     QByteArray m_buffer;
+    qint64 m_receivedBytes = 0;
     qint64 m_lostBytes = 0;
 };
 

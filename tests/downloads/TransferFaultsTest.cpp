@@ -28,6 +28,8 @@ private slots:
     void unknownHostAndBadAddress();
     void interruptedBodyIsResumed_data();
     void interruptedBodyIsResumed();
+    void cutIsAlwaysNoticed_data();
+    void cutIsAlwaysNoticed();
     void silentlyShortBodyIsLogged();
     void redirectLoopEnds();
 
@@ -221,6 +223,35 @@ void TransferFaultsTest::interruptedBodyIsResumed()
     QCOMPARE(server().last("GET", QStringLiteral("/a")).header("Range"),
              QByteArray("bytes=" + size.toLatin1() + '-'));
     QVERIFY(content("a") == HttpResource::generated(0, 500000));
+}
+
+void TransferFaultsTest::cutIsAlwaysNoticed_data()
+{
+    QTest::addColumn<bool>("chunked");
+    QTest::addColumn<bool>("restarts");
+    QTest::newRow("body with a length") << false << false;
+    QTest::newRow("body with a length, without a probe") << false << true;
+    QTest::newRow("body in chunks") << true << false;
+}
+
+/// The end of the connection and the last bytes may come together or one after the other.
+void TransferFaultsTest::cutIsAlwaysNoticed()
+{
+    QFETCH(bool, chunked);
+    QFETCH(bool, restarts);
+    HttpResource &resource = server().serveGenerated(QStringLiteral("/a"), 300000);
+    resource.chunked = chunked;
+    for (int number = 0; number < 100; ++number) {
+        resource.cutAfter = number * 1000;
+        QFile::remove(path("a"));
+        const auto download =
+            restarts ? DownloadSetup::restart(url("/a")) : DownloadSetup::resumable(url("/a"));
+        const QStringList events = transfer(download);
+        QVERIFY2(events.contains(QStringLiteral("error Server Error")),
+                 qPrintable(QStringLiteral("cut after %1: ").arg(number * 1000) +
+                            events.join(QStringLiteral(", "))));
+        QCOMPARE(content("a").size(), number * 1000);
+    }
 }
 
 void TransferFaultsTest::silentlyShortBodyIsLogged()

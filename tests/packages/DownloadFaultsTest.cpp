@@ -1,6 +1,8 @@
 #include "tests/packages/UpdateSetup.h"
 #include "tests/support/TestMain.h"
 
+#include <QStorageInfo>
+
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
@@ -17,7 +19,13 @@ struct Fault
     int tries;             ///< how many updates a healthy server needs from there
     bool serverIsDown = false;
     bool leftMayBeShorter = false; ///< a reset may take back bytes that were on their way
+    qint64 neededDisk = 0;         ///< free bytes without which the row makes no sense
 };
+
+constexpr qint64 HugeSize = 4LL * 1024 * 1024 * 1024 + 1000;
+constexpr qint64 MinimumFreeDisk = 1024LL * 1024 * 1024;
+/// Such a body takes long on a slow disk.
+constexpr int HugePatienceInMilliseconds = 240000;
 
 const QString Elsewhere = QStringLiteral("/elsewhere.7z");
 const QByteArray Page = "<html><body>Something went wrong here.</body></html>";
@@ -275,6 +283,17 @@ void DownloadFaultsTest::addBodies() const
     addRow("gzip without being asked", {gzip, {}, Package::INSTALLED, unpacked(), {}, 1});
     addRow("gzip without being asked, with a part",
            {gzip, m_archive.left(Cut), Package::INSTALLED, unpacked(), {}, 1});
+    HttpResource huge;
+    huge.generatedSize = HugeSize;
+    addRow("more than 4 GiB that are no archive", {huge,
+                                                   {},
+                                                   Package::INSTALL_ERROR,
+                                                   refused(),
+                                                   {},
+                                                   1,
+                                                   false,
+                                                   false,
+                                                   HugeSize + MinimumFreeDisk});
     addRow("empty body", {serving(""), {}, Package::INSTALL_ERROR, refused(), {}, 1});
     HttpResource emptied = healthy();
     emptied.laterBody = "";
@@ -315,6 +334,10 @@ void DownloadFaultsTest::faultCostsNothing()
     QFETCH(bool, nextRun);
     const LogCapture log;
     UpdateSetup setup;
+    if (QStorageInfo(setup.engine().profile().home()).bytesAvailable() < fault.neededDisk)
+        QSKIP("The disk is too full for a body of this size");
+    if (fault.neededDisk > 0)
+        setup.engine().setPatience(HugePatienceInMilliseconds);
     if (!fault.part.isNull())
         QVERIFY(writeFile(setup.cached(), fault.part));
     TestHttpServer &server = setup.engine().server();

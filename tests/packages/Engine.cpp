@@ -2,6 +2,7 @@
 
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
+#include "tests/support/RunUntil.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -9,7 +10,6 @@
 #include <QSignalSpy>
 #include <QSqlDatabase>
 #include <QSqlQuery>
-#include <QTest>
 
 #include <algorithm>
 
@@ -18,9 +18,6 @@ namespace Kavo::Testing {
 using Models::Package;
 
 namespace {
-
-/// Long enough for a loaded machine, short enough to fail before the test is ended from outside.
-constexpr int PatienceInMilliseconds = 30000;
 
 QJsonArray toArray(const QStringList &texts)
 {
@@ -116,7 +113,7 @@ bool Engine::refresh()
     serveCatalogue();
     QSignalSpy listed(m_controller.data(), &Controllers::PackageController::list);
     m_controller->refresh();
-    return listed.wait(PatienceInMilliseconds);
+    return listed.wait(m_patience);
 }
 
 QString Engine::install(int id, const QString &version)
@@ -129,15 +126,14 @@ QString Engine::install(int id, const QString &version)
 bool Engine::waitUntilSettled(int id)
 {
     const Models::PackagePointer watched = package(id);
-    return QTest::qWaitFor([&watched] { return !watched->isBusy(); }, PatienceInMilliseconds) &&
-           QTest::qWaitFor([this] { return !m_controller->isBusy(); }, PatienceInMilliseconds);
+    return runUntil([&watched] { return !watched->isBusy(); }, m_patience) &&
+           runUntil([this] { return !m_controller->isBusy(); }, m_patience);
 }
 
 bool Engine::waitForState(int id, Package::State state)
 {
     const Models::PackagePointer watched = package(id);
-    return QTest::qWaitFor([&watched, state] { return watched->state() == state; },
-                           PatienceInMilliseconds);
+    return runUntil([&watched, state] { return watched->state() == state; }, m_patience);
 }
 
 bool Engine::installAndWait(int id, const QString &version)

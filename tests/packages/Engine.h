@@ -68,6 +68,11 @@ public:
     /// Another 7-Zip for the next start().
     void setExtractor(const QString &program) { m_extractor = program; }
 
+    /// How long the waits below last at most: long enough for a loaded machine, short enough to
+    /// fail before the test is ended from outside. In milliseconds.
+    int patience() const { return m_patience; }
+    void setPatience(int milliseconds) { m_patience = milliseconds; }
+
     /// Serves the catalogue, refreshes and waits for the list. Returns whether it came.
     bool refresh();
 
@@ -103,6 +108,7 @@ private:
     TestHttpServer m_server;
     QList<QJsonObject> m_catalogue;
     QString m_extractor;
+    int m_patience = 30000;
     QSharedPointer<Settings> m_settings;
     QSharedPointer<QNetworkAccessManager> m_network;
     QSharedPointer<Managers::DownloadManager> m_downloads;

@@ -1,10 +1,10 @@
 #include "tests/packages/UpdateSetup.h"
 
 #include "downloads/DownloadManager.h"
+#include "tests/support/RunUntil.h"
 
 #include <QDir>
 #include <QRegularExpression>
-#include <QTest>
 
 namespace Kavo::Testing {
 
@@ -14,8 +14,6 @@ using Models::Package;
 namespace {
 
 using Tree = QMap<QString, QString>;
-
-constexpr int PatienceInMilliseconds = 30000;
 
 const QString AddOnFolder = QStringLiteral("plugin/");
 const QString Replaced = QStringLiteral("lights.txt");
@@ -115,7 +113,7 @@ bool UpdateSetup::waitForQuiet()
         return download && download->getProcess() != Download::Process::Finished;
     };
     return m_engine.waitUntilSettled(Id) &&
-           QTest::qWaitFor([&isTransferring] { return !isTransferring(); }, PatienceInMilliseconds);
+           runUntil([&isTransferring] { return !isTransferring(); }, m_engine.patience());
 }
 
 bool UpdateSetup::restart()

@@ -89,6 +89,24 @@ QByteArray readFile(const QString &path)
     return content.isNull() ? QByteArray("") : content;
 }
 
+QStringList filesUnder(const QString &folder)
+{
+    QStringList names;
+    QDirIterator iterator(folder, QDir::Files | QDir::Hidden | QDir::System,
+                          QDirIterator::Subdirectories);
+    while (iterator.hasNext())
+        names.append(QDir(folder).relativeFilePath(iterator.next()));
+    return names;
+}
+
+Files readFiles(const QString &folder)
+{
+    Files files;
+    for (const QString &name : filesUnder(folder))
+        files.insert(name, readFile(QDir(folder).filePath(name)));
+    return files;
+}
+
 bool makeArchive(const QString &path, const Files &files, const QString &password)
 {
     const QTemporaryDir folder;

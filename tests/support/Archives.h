@@ -4,6 +4,7 @@
 #include <QMap>
 #include <QMetaType>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 namespace Kavo::Testing {
@@ -14,6 +15,9 @@ using Files = QMap<QString, QByteArray>;
 /// Writes the files under a folder, which is made when missing. Returns success.
 bool writeFiles(const QString &folder, const Files &files);
 bool writeFile(const QString &path, const QByteArray &content);
+/// The files under a folder, by relative path. Links are not followed.
+QStringList filesUnder(const QString &folder);
+Files readFiles(const QString &folder);
 /// The whole of a file, null when it cannot be read.
 QByteArray readFile(const QString &path);
 
