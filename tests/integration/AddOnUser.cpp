@@ -1,26 +1,19 @@
 #include "tests/integration/AddOnUser.h"
 
+#include "tests/integration/DemonstrationAddOns.h"
+#include "tests/packages/UpdateSetup.h"
+
 #include <QDir>
-#include <QDirIterator>
-#include <QFileInfo>
 #include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QVariant>
 
-#include <cstdint>
-#include <cstring>
 #include <tuple>
 
 namespace Kavo::Testing {
 
 namespace {
-
-const QString First = QStringLiteral("1.0");
-const QString Second = QStringLiteral("2.0");
-
-const QString Lights = QStringLiteral("Resources/bitmaps/lights.png");
-const QString Alert = QStringLiteral("Resources/sounds/alert.wav");
 
 constexpr QFile::Permissions OwnersOnly = QFile::ReadOwner | QFile::WriteOwner;
 constexpr QFile::Permissions Program = OwnersOnly | QFile::ExeOwner | QFile::ReadGroup |
@@ -35,17 +28,6 @@ QFile::Permissions withoutAsker(QFile::Permissions permissions)
 bool runProgram(const QString &program, const QStringList &arguments)
 {
     return QProcess::execute(program, arguments) == 0;
-}
-
-/// The files under a folder, by relative path.
-QStringList filesUnder(const QString &folder)
-{
-    QStringList files;
-    QDirIterator iterator(folder, QDir::Files | QDir::Hidden | QDir::System,
-                          QDirIterator::Subdirectories);
-    while (iterator.hasNext())
-        files.append(QDir(folder).relativeFilePath(iterator.next()));
-    return files;
 }
 
 QString integrityOf(const QString &path)
@@ -66,33 +48,20 @@ QString integrityOf(const QString &path)
 
 } // namespace
 
-AddOnUser::AddOnUser(const Sizes &sizes, quint32 seed) : m_sizes(sizes), m_random(seed)
+AddOnUser::AddOnUser(Offered offered, const AddOnSizes &sizes, quint32 seed)
+    : m_ownBytes(sizes.ownBytes)
+    , m_random(seed)
 {
-    writeOthersFiles();
-
-    Offer library{Library};
-    library.extract = QStringLiteral("Custom Scenery");
-    library.remove = QStringList{QStringLiteral("Custom Scenery/Kavo Lib")};
-    Offer plugIn{PlugIn};
-    plugIn.extract = QStringLiteral("Resources");
-    plugIn.preserve = QStringList{QStringLiteral("Resources/plugins/Alpha/settings.ini"),
-                                  QStringLiteral("Resources/plugins/Alpha/data/profile.dat")};
-    plugIn.backup = QStringList{Lights, Alert};
-    plugIn.remove = QStringList{QStringLiteral("Resources/plugins/Alpha"), Lights, Alert};
-    Offer scenery{Scenery};
-    scenery.extract = QStringLiteral("Custom Scenery/Beta Field");
-    scenery.preserve = QStringList{QStringLiteral("Custom Scenery/Beta Field/notes.txt")};
-    scenery.remove = QStringList{QStringLiteral("Custom Scenery/Beta Field")};
-
-    for (const QString &version : {First, Second}) {
-        library.version = plugIn.version = scenery.version = version;
-        plugIn.depends = QStringList{QStringLiteral("%1:%2").arg(Library).arg(version)};
-        offer(library, QStringLiteral("Kavo Lib"));
-        offer(plugIn, QStringLiteral("plugins/Alpha"),
-              {Lights.section(QLatin1Char('/'), 1), Alert.section(QLatin1Char('/'), 1)});
-        offer(scenery, QStringLiteral("Earth nav data"));
+    switch (offered) {
+    case Offered::Own:
+        m_addOns = offerOwnAddOns(m_engine, sizes, seed);
+        break;
+    case Offered::Demonstration:
+        m_addOns = offerDemonstration(m_engine);
+        break;
     }
-    m_engine.serveCatalogue();
+    writeOthersFiles();
+    writeOriginals();
 }
 
 QStringList AddOnUser::arguments(const QString &order)
@@ -103,43 +72,46 @@ QStringList AddOnUser::arguments(const QString &order)
 
 void AddOnUser::takeAsDone(const QString &order)
 {
+    const AddOns::Installed before = m_installed;
     const QStringList wanted = order.split(QLatin1Char(' ')).mid(1);
-    const bool removes = order.startsWith(QLatin1String("uninstall"));
     for (const QString &text : wanted) {
         const int id = text.section(QLatin1Char(':'), 0, 0).toInt();
-        const QString version = text.section(QLatin1Char(':'), 1);
-        if (removes)
-            m_installed.remove(id);
+        if (order.startsWith(QLatin1String("uninstall")))
+            m_addOns.uninstall(m_installed, id);
         else
-            m_installed.insert(id, version.isEmpty() ? Second : version);
+            m_addOns.install(m_installed, id, text.section(QLatin1Char(':'), 1));
     }
-    // The plug-in goes with the library that it needs, and brings along the newest one when there
-    // is none or when that is too old.
-    if (removes && !isInstalled(Library))
-        m_installed.remove(PlugIn);
-    if (m_installed.value(PlugIn) == Second || (isInstalled(PlugIn) && !isInstalled(Library)))
-        m_installed.insert(Library, Second);
-    for (auto rule = m_preserved.cbegin(); rule != m_preserved.cend(); ++rule) {
-        for (const QString &path : *rule) {
-            if (!isInstalled(rule.key()))
-                m_own.remove(path);
-        }
+    const QStringList kept = preserved();
+    for (const QString &path : m_own.keys()) {
+        if (!kept.contains(path))
+            m_own.remove(path);
+    }
+    // Whatever becomes of an add-on, first its backups return.
+    for (auto version = before.cbegin(); version != before.cend(); ++version) {
+        if (m_installed.value(version.key()) == version.value())
+            continue;
+        for (const QString &path : m_addOns.version(version.key(), version.value()).backup)
+            m_gone.remove(path);
     }
 }
 
-void AddOnUser::editOwnFiles()
+void AddOnUser::fly()
 {
     m_own.clear();
     QFile::Permissions permissions = OwnersOnly;
-    for (const int id : m_installed.keys()) {
-        for (const QString &path : m_preserved.value(id)) {
-            const Kept file{noise(m_sizes.ownBytes), permissions};
-            if (!writeFile(m_engine.simulator(path), file.content) ||
-                !QFile::setPermissions(m_engine.simulator(path), permissions))
-                qFatal("The user's file cannot be written");
-            m_own.insert(path, file);
-            permissions = Program;
-        }
+    for (const QString &path : preserved()) {
+        const Kept file{newContent(m_ownBytes), permissions};
+        if (!writeFile(m_engine.simulator(path), file.content) ||
+            !QFile::setPermissions(m_engine.simulator(path), permissions))
+            qFatal("The user's file cannot be written");
+        m_own.insert(path, file);
+        permissions = Program;
+    }
+    for (const QString &path : backedUp()) {
+        // A file in its place belongs to an add-on.
+        const bool stands = readFile(m_engine.simulator(path)) == m_originals.value(path).content;
+        if (stands && m_random() % 2 == 0 && QFile::remove(m_engine.simulator(path)))
+            m_gone.insert(path);
     }
 }
 
@@ -149,10 +121,10 @@ void AddOnUser::holdProbes()
         archive->holdsHead = true;
 }
 
-void AddOnUser::holdArchives(qint64 after)
+void AddOnUser::holdArchives(double share)
 {
     for (HttpResource *archive : archives())
-        archive->holdAfter = after;
+        archive->holdAfter = static_cast<qint64>(share * static_cast<double>(archive->size()));
 }
 
 void AddOnUser::holdNothing()
@@ -200,7 +172,7 @@ QString AddOnUser::faultWhenDone()
 
 bool AddOnUser::save(const QString &folder)
 {
-    m_saved = {m_own, m_installed};
+    m_saved = {m_own, m_gone, m_installed};
     return QDir(folder).removeRecursively() &&
            runProgram(QStringLiteral("cp"),
                       {QStringLiteral("-a"), m_engine.profile().home(), folder});
@@ -208,7 +180,7 @@ bool AddOnUser::save(const QString &folder)
 
 bool AddOnUser::load(const QString &folder)
 {
-    std::tie(m_own, m_installed) = m_saved;
+    std::tie(m_own, m_gone, m_installed) = m_saved;
     const QString home = m_engine.profile().home();
     return QDir(home).removeRecursively() &&
            runProgram(QStringLiteral("cp"), {QStringLiteral("-a"), folder, home});
@@ -216,81 +188,83 @@ bool AddOnUser::load(const QString &folder)
 
 void AddOnUser::writeOthersFiles()
 {
+    Files files;
     for (const char *path :
-         {"Custom Scenery/My Own Field/readme.txt", "Custom Scenery/scenery_packs.ini",
-          "Output/preferences/Cloud Colours.prf", "Resources/plugins/Friendly Copilot/lin.xpl",
+         {"Custom Scenery/Another Field/readme.txt", "Custom Scenery/scenery_packs.ini",
+          "Output/preferences/Views.prf", "Resources/plugins/Friendly Copilot/lin.xpl",
           "Resources/bitmaps/other.png", "Resources/sounds/horn.wav"})
-        m_others.insert(QString::fromLatin1(path), noise(1000));
-    const QString program = QStringLiteral("X-Plane-x86_64");
-    m_others.insert(program, readFile(m_engine.simulator(program)));
-    m_originals.insert(Lights, {noise(m_sizes.ownBytes), OwnersOnly | QFile::ReadGroup});
-    m_originals.insert(Alert, {noise(m_sizes.ownBytes), Program});
-    bool written = writeFiles(m_engine.simulator({}), m_others);
-    for (auto file = m_originals.cbegin(); file != m_originals.cend(); ++file) {
-        const QString path = m_engine.simulator(file.key());
-        written = written && writeFile(path, file->content) &&
-                  QFile::setPermissions(path, file->permissions);
-    }
-    if (!written)
+        files.insert(QString::fromLatin1(path), newContent(1000));
+    if (!writeFiles(m_engine.simulator({}), files))
         qFatal("The simulator cannot be made");
+    m_others = readFiles(m_engine.simulator({}));
 }
 
-/// A version whose archive brings files of the given folder and some further ones.
-void AddOnUser::offer(const Offer &rules, const QString &folder, const QStringList &further)
+void AddOnUser::writeOriginals()
 {
-    Offer offer = rules;
-    offer.files.insert(folder + QStringLiteral("/big.dat"), noise(m_sizes.archiveBytes));
-    for (int number = 0; number < m_sizes.archiveFiles; ++number) {
-        const QString name = QStringLiteral("/%1/part %2.txt").arg(number % 7).arg(number);
-        offer.files.insert(folder + name, rules.version.toUtf8() + noise(200));
+    QFile::Permissions permissions = Program;
+    for (const QString &path : m_addOns.originals()) {
+        const Kept file{newContent(m_ownBytes), permissions};
+        const QString target = m_engine.simulator(path);
+        if (!writeFile(target, file.content) || !QFile::setPermissions(target, permissions))
+            qFatal("A file of the simulator cannot be written");
+        m_originals.insert(path, file);
+        m_others.remove(path);
+        permissions = OwnersOnly | QFile::ReadGroup;
     }
-    // Something of each version alone, so that it shows when an update leaves something behind.
-    offer.files.insert(folder + QStringLiteral("/only in ") + rules.version, "here");
-    for (const QString &path : further)
-        offer.files.insert(path, noise(m_sizes.ownBytes));
-    m_engine.offer(offer);
+}
 
-    Files &files = m_files[rules.id][rules.version];
-    for (auto file = offer.files.cbegin(); file != offer.files.cend(); ++file)
-        files.insert(rules.extract + QLatin1Char('/') + file.key(), file.value());
-    m_preserved.insert(rules.id, rules.preserve);
+QByteArray AddOnUser::newContent(int size)
+{
+    return noise(static_cast<quint32>(m_random()), size);
 }
 
 QVector<HttpResource *> AddOnUser::archives()
 {
     QVector<HttpResource *> found;
-    for (auto addOn = m_files.cbegin(); addOn != m_files.cend(); ++addOn) {
-        for (const QString &version : addOn->keys())
-            found.append(&m_engine.server().resource(
-                QStringLiteral("/package-%1-%2.zip").arg(addOn.key()).arg(version)));
-    }
+    for (const QString &path : m_addOns.archives())
+        found.append(&m_engine.server().resource(path));
     return found;
 }
 
-QByteArray AddOnUser::noise(int size)
+/// The files that the installed add-ons keep for the user.
+QStringList AddOnUser::preserved() const
 {
-    QByteArray bytes(size, '\0');
-    for (int position = 0; position < size; position += 4) {
-        const std::uint32_t word = static_cast<std::uint32_t>(m_random());
-        std::memcpy(bytes.data() + position, &word,
-                    static_cast<std::size_t>(qMin(4, size - position)));
+    QStringList paths;
+    for (auto version = m_installed.cbegin(); version != m_installed.cend(); ++version)
+        paths += m_addOns.version(version.key(), version.value()).preserve;
+    return paths;
+}
+
+/// The files of the simulator that the installed add-ons have backed up.
+QSet<QString> AddOnUser::backedUp() const
+{
+    QSet<QString> paths;
+    for (auto version = m_installed.cbegin(); version != m_installed.cend(); ++version) {
+        for (const QString &path : m_addOns.version(version.key(), version.value()).backup)
+            paths.insert(path);
     }
-    return bytes;
+    return paths;
 }
 
 QMap<QString, QString> AddOnUser::wantedTree() const
 {
     Files files = m_others;
-    for (auto file = m_originals.cbegin(); file != m_originals.cend(); ++file)
-        files.insert(file.key(), file->content);
+    for (auto file = m_originals.cbegin(); file != m_originals.cend(); ++file) {
+        if (!m_gone.contains(file.key()))
+            files.insert(file.key(), file->content);
+    }
     for (auto version = m_installed.cbegin(); version != m_installed.cend(); ++version) {
-        const Files added = m_files.value(version.key()).value(version.value());
+        const Files &added = m_addOns.version(version.key(), version.value()).files;
         for (auto file = added.cbegin(); file != added.cend(); ++file)
             files.insert(file.key(), file.value());
     }
     for (auto file = m_own.cbegin(); file != m_own.cend(); ++file)
         files.insert(file.key(), file->content);
-    return expectedTree(files);
+    QMap<QString, QString> tree = expectedTree(files);
+    // A folder stays that has lost its only file.
+    for (const QString &path : m_gone)
+        tree.insert(path.section(QLatin1Char('/'), 0, -2) + QLatin1Char('/'), QString());
+    return tree;
 }
 
 QString AddOnUser::faultInTree()
@@ -322,26 +296,33 @@ QString AddOnUser::faultInKept(const KeptFiles &files, const QString &folder)
     return QString();
 }
 
-/// The originals stand in the simulator, or in the backup folder while the plug-in is installed.
+/// The originals stand in the backup folder while an add-on that has backed them up is installed,
+/// and in the simulator otherwise.
 QString AddOnUser::faultInBackups()
 {
     const QString backups = m_engine.profile().backupFolder();
-    const bool replaced = isInstalled(PlugIn);
+    const QSet<QString> parked = backedUp();
     const int count =
         filesUnder(backups).size() + filesUnder(m_engine.profile().preserveFolder()).size();
-    if (count != (replaced ? m_originals.size() : 0))
+    if (count != parked.size())
         return QStringLiteral("%1 files are parked").arg(count);
-    return faultInKept(m_originals, replaced ? backups : m_engine.simulator({}));
+    KeptFiles inBackups;
+    KeptFiles inSimulator;
+    for (auto file = m_originals.cbegin(); file != m_originals.cend(); ++file)
+        (parked.contains(file.key()) ? inBackups : inSimulator).insert(file.key(), *file);
+    const QString fault = faultInKept(inBackups, backups);
+    return fault.isEmpty() ? faultInKept(inSimulator, m_engine.simulator({})) : fault;
 }
 
 /// What lies in the cache is the beginning of an archive, or the whole of it.
 QString AddOnUser::faultInCache()
 {
     const QString cache = m_engine.profile().cacheFolder();
+    const QStringList paths = m_addOns.archives() + QStringList(QStringLiteral("/packages.json"));
     for (const QString &name : filesUnder(cache)) {
-        const QByteArray served =
-            m_engine.server().resource(QLatin1Char('/') + name).read(0, INT_MAX);
-        if (!served.startsWith(readFile(cache + name)))
+        const QStringList served = paths.filter(QLatin1Char('/') + name);
+        if (served.isEmpty() ||
+            !m_engine.server().resource(served.first()).body.startsWith(readFile(cache + name)))
             return QStringLiteral("mixed up in the cache: ") + name;
     }
     return QString();
@@ -355,7 +336,7 @@ QString AddOnUser::faultInDatabases()
         if (integrity != QLatin1String("ok"))
             return name + QStringLiteral(": ") + integrity;
     }
-    for (const int id : {Library, PlugIn, Scenery}) {
+    for (const int id : m_addOns.ids()) {
         const bool installed = isInstalled(id);
         const int status = m_engine.recordedStatus(id);
         // Neither a package that was removed nor one without a record is installed.

@@ -1,37 +1,29 @@
 #pragma once
 
+#include "tests/integration/AddOns.h"
+#include "tests/integration/OwnAddOns.h"
 #include "tests/packages/Engine.h"
 
 #include <QFile>
 #include <QMap>
+#include <QSet>
 #include <QString>
-#include <QStringList>
 
 #include <random>
 #include <tuple>
 
 namespace Kavo::Testing {
 
-/// Somebody with a simulator, files of his own in it and three add-ons on offer, each in the
-/// versions 1.0 and 2.0: a library; a plug-in that needs it, keeps two files of the user's and
-/// replaces two of the simulator's; and a scenery that keeps one file of the user's. Knows at any
-/// time what has to stand where, and tells what does not.
+/// Somebody with a simulator, files of his own in it and add-ons on offer. Knows at any time what
+/// has to stand where, and tells what does not.
 class AddOnUser final
 {
 public:
-    /// Bigger files make every phase longer.
-    struct Sizes
-    {
-        int archiveFiles; ///< number of small files in an archive
-        int archiveBytes; ///< of one file that cannot be compressed, in each archive
-        int ownBytes;     ///< of each file that is kept or backed up
-    };
+    /// What is on offer: the three add-ons of offerOwnAddOns(), or the demonstration, whose
+    /// archives have the sizes they have.
+    enum class Offered { Own, Demonstration };
 
-    static constexpr int Library = 2;
-    static constexpr int PlugIn = 10;
-    static constexpr int Scenery = 11;
-
-    AddOnUser(const Sizes &sizes, quint32 seed);
+    AddOnUser(Offered offered, const AddOnSizes &sizes, quint32 seed);
 
     Engine &engine() { return m_engine; }
 
@@ -39,12 +31,14 @@ public:
     QStringList arguments(const QString &order);
     /// Remembers what is installed once the order is carried out.
     void takeAsDone(const QString &order);
-    /// Writes new contents to the user's own files among those of the installed add-ons.
-    void editOwnFiles();
+    /// Goes flying: writes new contents to the user's own files among those of the installed
+    /// add-ons, and now and then deletes a file of the simulator's that stands beside the add-on
+    /// that has backed it up.
+    void fly();
 
-    /// Makes the server wait before it answers a probe, or after so many bytes of an archive.
+    /// Makes the server wait before it answers a probe, or after this share of an archive.
     void holdProbes();
-    void holdArchives(qint64 after);
+    void holdArchives(double share);
     void holdNothing();
 
     /// What a sudden end must never have done, whatever is half done: the fault, or an empty text.
@@ -66,9 +60,11 @@ private:
     using KeptFiles = QMap<QString, Kept>; ///< by path under the simulator's folder
 
     void writeOthersFiles();
-    void offer(const Offer &rules, const QString &folder, const QStringList &further = {});
-    QByteArray noise(int size);
+    void writeOriginals();
+    QByteArray newContent(int size);
     QVector<HttpResource *> archives();
+    QStringList preserved() const;
+    QSet<QString> backedUp() const;
     bool isInstalled(int id) const { return m_installed.contains(id); }
     QMap<QString, QString> wantedTree() const;
 
@@ -80,15 +76,15 @@ private:
     QString strayFile();
 
     Engine m_engine;
-    Sizes m_sizes;
+    int m_ownBytes;
     std::mt19937 m_random;
-    Files m_others;                     ///< stay as they are
-    KeptFiles m_originals;              ///< the simulator's, replaced by the plug-in
-    KeptFiles m_own;                    ///< the user's, among the files of the installed add-ons
-    QMap<int, QStringList> m_preserved; ///< the rules by id
-    QMap<int, QMap<QString, Files>> m_files; ///< by id and version, under the simulator's folder
-    QMap<int, QString> m_installed;          ///< versions by id
-    std::tuple<KeptFiles, QMap<int, QString>> m_saved;
+    AddOns m_addOns;
+    Files m_others;        ///< stay as they are
+    KeptFiles m_originals; ///< the simulator's, backed up by an add-on
+    KeptFiles m_own;       ///< the user's, among the files of the installed add-ons
+    QSet<QString> m_gone;  ///< originals that now stand in the backup folder alone
+    AddOns::Installed m_installed;
+    std::tuple<KeptFiles, QSet<QString>, AddOns::Installed> m_saved;
 };
 
 } // namespace Kavo::Testing

@@ -11,7 +11,7 @@ using namespace Kavo::Testing;
 namespace {
 
 /// Small files: each takes few calls to write.
-const AddOnUser::Sizes Small{3, 3000, 3000};
+const AddOnSizes Small{3, 3000, 3000};
 
 } // namespace
 
@@ -40,7 +40,7 @@ private:
 
 void DeathAtEveryCallTest::initTestCase()
 {
-    m_user = std::make_unique<AddOnUser>(Small, 1);
+    m_user = std::make_unique<AddOnUser>(AddOnUser::Offered::Own, Small, 1);
 }
 
 void DeathAtEveryCallTest::userLosesNothing_data()
@@ -55,7 +55,7 @@ void DeathAtEveryCallTest::userLosesNothing_data()
 void DeathAtEveryCallTest::userLosesNothing()
 {
     QFETCH(QString, order);
-    m_user->editOwnFiles();
+    m_user->fly();
     QVERIFY(m_user->save(before()));
     QStringList faults;
     bool died = true;

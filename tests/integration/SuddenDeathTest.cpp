@@ -13,7 +13,7 @@ using namespace Kavo::Testing;
 
 namespace {
 
-const AddOnUser::Sizes Realistic{100, 2 * 1024 * 1024, 2 * 1024 * 1024};
+const AddOnSizes Realistic{100, 2 * 1024 * 1024, 2 * 1024 * 1024};
 
 /// Phases that may be over before a signal arrives, unless the server waits.
 const QString Header = QStringLiteral("header");
@@ -28,7 +28,8 @@ struct Step
     qint64 duration = 0;
 };
 
-QVector<Step> makeSteps()
+/// A user's days: everything is installed, updated, downgraded and removed.
+QVector<Step> makeSteps(const QStringList &orders)
 {
     const QStringList installing{Header,
                                  Downloading,
@@ -39,10 +40,10 @@ QVector<Step> makeSteps()
     const QStringList updating =
         installing + QStringList{QStringLiteral("preserving"), QStringLiteral("restoring")};
     const QStringList removing{QStringLiteral("uninstalling"), QStringLiteral("recording")};
-    return {{QStringLiteral("install 2:1.0 10:1.0 11:1.0"), installing},
-            {QStringLiteral("install 10 11"), updating},
-            {QStringLiteral("install 10:1.0 11:1.0"), updating},
-            {QStringLiteral("uninstall 2 11"), removing}};
+    return {{orders.at(0), installing},
+            {orders.at(1), updating},
+            {orders.at(2), updating},
+            {orders.at(3), removing}};
 }
 
 int countFromEnvironment(const char *name, int otherwise)
@@ -53,6 +54,8 @@ int countFromEnvironment(const char *name, int otherwise)
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(AddOnUser::Offered)
 
 /// Ends the engine without a warning while it installs, updates, downgrades and removes add-ons,
 /// lets it finish the work, and looks what the user has lost.
@@ -65,6 +68,7 @@ class SuddenDeathTest final : public QObject
 
 private slots:
     void initTestCase();
+    void userLosesNothing_data();
     void userLosesNothing();
     void cleanupTestCase();
 
@@ -85,7 +89,7 @@ private:
     QMap<QString, int> m_deathsByPhase;
     std::mt19937 m_random;
     std::unique_ptr<AddOnUser> m_user;
-    QVector<Step> m_steps = makeSteps();
+    QVector<Step> m_steps;
 };
 
 void SuddenDeathTest::initTestCase()
@@ -94,9 +98,7 @@ void SuddenDeathTest::initTestCase()
         countFromEnvironment("KAVO_SEED", static_cast<int>(std::random_device()() >> 1)));
     m_wanted = countFromEnvironment("KAVO_DEATHS", 30);
     m_random.seed(m_seed);
-    m_user = std::make_unique<AddOnUser>(Realistic, m_seed);
     std::printf("%d deaths, seed %u\n", m_wanted, m_seed);
-    measure();
 }
 
 /// Once without any death: what is lost here is lost without dying, and it tells how long
@@ -113,13 +115,43 @@ void SuddenDeathTest::measure()
         std::printf("%s: %lld ms\n", qPrintable(step.order), static_cast<long long>(step.duration));
         m_user->takeAsDone(step.order);
         QCOMPARE(m_user->faultWhenDone(), QString());
-        m_user->editOwnFiles();
+        m_user->fly();
     }
+}
+
+void SuddenDeathTest::userLosesNothing_data()
+{
+    QTest::addColumn<AddOnUser::Offered>("offered");
+    QTest::addColumn<QStringList>("orders");
+    QTest::addColumn<int>("deaths"); // in all, at the end of the row
+    QTest::newRow("add-ons that replace files of the simulator")
+        << AddOnUser::Offered::Own
+        << QStringList{QStringLiteral("install 2:1.0 10:1.0 11:1.0"),
+                       QStringLiteral("install 10 11"), QStringLiteral("install 10:1.0 11:1.0"),
+                       QStringLiteral("uninstall 2 11")}
+        << m_wanted / 2;
+    // Two plug-ins that keep a file of the user's, one that backs up one of the simulator's, and a
+    // scenery that needs two libraries.
+    QTest::newRow("the demonstration")
+        << AddOnUser::Offered::Demonstration
+        << QStringList{QStringLiteral("install 3:2.0.0 8:1.5.1 9:0.9.0 10:1.9.0"),
+                       QStringLiteral("install 3 8 9 10"),
+                       QStringLiteral("install 3:1.4.2 8:1.5.1 9:0.9.0 10:1.2.10"),
+                       QStringLiteral("uninstall 1 8 9 10")}
+        << m_wanted;
 }
 
 void SuddenDeathTest::userLosesNothing()
 {
-    for (int number = 0; m_deaths < m_wanted; ++number) {
+    QFETCH(AddOnUser::Offered, offered);
+    QFETCH(QStringList, orders);
+    QFETCH(int, deaths);
+    // Profiles nest; the one before has to go first.
+    m_user.reset();
+    m_user = std::make_unique<AddOnUser>(offered, Realistic, m_seed);
+    m_steps = makeSteps(orders);
+    measure();
+    for (int number = 0; m_deaths < deaths && !QTest::currentTestFailed(); ++number) {
         const QString fault = goThrough(m_steps.at(number % m_steps.size()));
         if (!fault.isEmpty())
             QFAIL(qPrintable(keep(fault)));
@@ -165,7 +197,7 @@ QString SuddenDeathTest::die(const Step &step, DriverRun &run)
         if (phase == Header)
             m_user->holdProbes();
         if (phase == Downloading)
-            m_user->holdArchives(pick(Realistic.archiveBytes));
+            m_user->holdArchives(pick(100) / 100.0);
     }
     const bool ended = run.run();
     m_user->holdNothing();
@@ -214,7 +246,7 @@ QString SuddenDeathTest::goThrough(const Step &step)
         fault = finish(step);
     if (!fault.isEmpty())
         return course + QStringLiteral(": ") + fault;
-    m_user->editOwnFiles();
+    m_user->fly();
     return QString();
 }
 
