@@ -6,6 +6,7 @@
 #include <QMovie>
 #include <QPointer>
 #include <QSet>
+#include <QStyle>
 #include <QVector>
 
 namespace Kavo::Components {
@@ -96,6 +97,8 @@ LoadingAnimation::LoadingAnimation(QLabel &label, Movie &movie)
     , m_movie(&movie)
 {
     label.setMovie(m_movie);
+    // Every frame would reach every label, those out of sight too; countFrame() asks for the paint.
+    QObject::disconnect(m_movie, nullptr, &label, nullptr);
     label.installEventFilter(this);
     if (label.isVisible())
         move();
@@ -121,8 +124,6 @@ void LoadingAnimation::move()
     if (m_moving)
         return;
     m_moving = true;
-    if (m_label->movie() != m_movie)
-        m_label->setMovie(m_movie);
     m_movie->addPlayer(this);
 }
 
@@ -136,11 +137,12 @@ void LoadingAnimation::rest()
 
 void LoadingAnimation::countFrame()
 {
-    if (++m_framesUnseen < FramesOutOfSight)
-        return;
-    rest();
-    // Every frame of the movie would still reach the label; a picture keeps its size meanwhile.
-    m_label->setPixmap(m_movie->currentPixmap());
+    if (++m_framesUnseen == FramesOutOfSight)
+        rest();
+    else
+        m_label->update(m_label->style()->itemPixmapRect(m_label->contentsRect(),
+                                                         static_cast<int>(m_label->alignment()),
+                                                         m_movie->currentPixmap()));
 }
 
 LoadingAnimation *LoadingAnimation::shareOf(const QLabel &label)

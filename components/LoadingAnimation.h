@@ -11,7 +11,7 @@ namespace Kavo::Components {
 ///
 /// All labels of one size and kind of screen share one movie, because a list may hold a thousand of
 /// them, and the movie runs only while at least one of its labels is to be seen: one that is
-/// scrolled out of sight rests on a still picture until it is painted again. An object of this
+/// scrolled out of sight rests until it is painted again. An object of this
 /// class is a label's share in the movie; it belongs to the label and goes with it.
 class LoadingAnimation final : public QObject
 {

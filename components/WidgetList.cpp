@@ -1,10 +1,21 @@
 #include "components/WidgetList.h"
 
 #include <QAccessibleWidget>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QStyledItemDelegate>
 
 namespace Kavo::Components {
 
 namespace {
+
+/// The most rows of which all widgets are always shown, and deleted at once: faster than anybody
+/// sees.
+constexpr int ShortList = 100;
+/// Rows beyond those in sight that are shown in a longer list.
+constexpr int Margin = 2;
+/// Milliseconds of a turn in which further ones are.
+constexpr int TurnLength = 8;
 
 /// Qt's own description of a list knows texts only and leaves the widgets of the rows out.
 QAccessibleInterface *describe(const QString &className, QObject *object)
@@ -14,7 +25,34 @@ QAccessibleInterface *describe(const QString &className, QObject *object)
     return list ? new QAccessibleWidget(list, QAccessible::List) : nullptr;
 }
 
+/// The style sheet takes more time and memory than the widgets themselves. Qt has it applied to
+/// every new widget in the next turn of the event loop, and in any case before the widget is shown;
+/// this leaves the latter.
+void postponePolish(QWidget &widget)
+{
+    QCoreApplication::removePostedEvents(&widget, QEvent::PolishRequest);
+    for (QWidget *part : widget.findChildren<QWidget *>())
+        QCoreApplication::removePostedEvents(part, QEvent::PolishRequest);
+}
+
 } // namespace
+
+/// Hands the widgets of rows that go to the list; Qt would delete all of them in one turn of the
+/// event loop.
+class WidgetList::Delegate final : public QStyledItemDelegate
+{
+public:
+    explicit Delegate(WidgetList *list) : QStyledItemDelegate(list), m_list(list) {}
+
+    void destroyEditor(QWidget *editor, const QModelIndex &index) const override
+    {
+        Q_UNUSED(index)
+        m_list->m_retired.append(editor);
+    }
+
+private:
+    WidgetList *m_list;
+};
 
 WidgetList::WidgetList(const QString &objectName, QWidget *parent) : QListWidget(parent)
 {
@@ -23,12 +61,20 @@ WidgetList::WidgetList(const QString &objectName, QWidget *parent) : QListWidget
     setFocusPolicy(Qt::NoFocus);
     setSelectionMode(QAbstractItemView::NoSelection);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setItemDelegate(new Delegate(this));
+    connect(&m_deletion, &QTimer::timeout, this, &WidgetList::deleteRetired);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *before, QWidget *now) {
+        if ((before && isAncestorOf(before)) || (now && isAncestorOf(now)))
+            showRows();
+    });
 }
 
 void WidgetList::appendRow(QWidget *widget, const QSize &size)
 {
     appendRow(size);
     setIndexWidget(indexOf(count() - 1), widget);
+    // The layout that is due hides it if it is not near.
+    m_shown.append(count() - 1);
 }
 
 void WidgetList::appendRow(const QSize &size)
@@ -39,24 +85,41 @@ void WidgetList::appendRow(const QSize &size)
     addItem(item);
 }
 
-void WidgetList::setRowWidget(int row, QWidget *widget, const QSize &size)
+void WidgetList::setRowWidget(int row, QWidget *widget)
 {
-    // What is due is laid out now; the widget then needs no more than its own place, where Qt would
-    // lay out all rows anew.
+    // What is due is laid out now; the widget then needs no more than its own place.
     executeDelayedItemsLayout();
     m_rowsStand = true;
-    item(row)->setSizeHint(size);
+    // Qt shows the widget of a row at once, but not one that it takes for shown already.
+    widget->setAttribute(Qt::WA_WState_ExplicitShowHide);
+    widget->setAttribute(Qt::WA_WState_Hidden, false);
     setIndexWidget(indexOf(row), widget);
+    widget->setAttribute(Qt::WA_WState_Hidden);
     executeDelayedItemsLayout();
     m_rowsStand = false;
-    widget->setGeometry(visualRect(indexOf(row)));
+    if (!rowsToShow().contains(row)) {
+        postponePolish(*widget);
+        return;
+    }
+    place(row);
+    if (!m_shown.contains(row))
+        m_shown.append(row);
 }
 
 void WidgetList::clearRows()
 {
-    for (int row = 0; row < count(); ++row)
-        delete rowWidget(row);
     clear();
+    // A question goes with the row that asks it.
+    for (QWidget *box = QApplication::activeModalWidget(); box; box = box->parentWidget()) {
+        if (m_retired.removeOne(box)) {
+            delete box;
+            break;
+        }
+    }
+    if (m_retired.size() > ShortList)
+        m_deletion.start();
+    else
+        deleteRetired();
 }
 
 QWidget *WidgetList::rowWidget(int row) const
@@ -114,35 +177,108 @@ void WidgetList::keyPressEvent(QKeyEvent *event)
 
 void WidgetList::doItemsLayout()
 {
-    if (m_rowsStand)
-        return;
-    m_layingOut = true;
-    QListWidget::doItemsLayout();
-    m_layingOut = false;
+    if (!m_rowsStand)
+        QListWidget::doItemsLayout();
+}
+
+void WidgetList::reset()
+{
+    m_shown.clear();
+    QListWidget::reset();
 }
 
 void WidgetList::scrollContentsBy(int dx, int dy)
 {
     QListWidget::scrollContentsBy(dx, dy);
-    placeVisibleRows();
+    showRows();
 }
 
 void WidgetList::updateEditorGeometries()
 {
-    // Rows out of sight keep a width that is out of date until they come into sight.
-    if (m_layingOut)
-        QListWidget::updateEditorGeometries();
-    else
-        placeVisibleRows();
+    // Qt would place every row; those out of sight are placed when they come into sight.
+    showRows();
 }
 
-void WidgetList::placeVisibleRows()
+/// Rows in sight and those close to them. Tab goes to the rows beside the one with the keyboard,
+/// and to the ends of the list from elsewhere.
+QVector<int> WidgetList::rowsToShow() const
 {
-    const auto [first, last] = visibleRows();
-    for (int row = first; row <= last; ++row) {
-        if (QWidget *widget = rowWidget(row))
-            widget->setGeometry(visualRect(indexOf(row)));
+    QVector<int> rows;
+    const auto add = [this, &rows](int first, int last) {
+        for (int row = qMax(first, 0); row <= qMin(last, count() - 1); ++row) {
+            if (!rows.contains(row))
+                rows.append(row);
+        }
+    };
+    if (count() <= ShortList) {
+        add(0, count() - 1);
+        return rows;
     }
+    const auto [first, last] = visibleRows();
+    add(first - Margin, last + Margin);
+    add(0, 0);
+    add(count() - 1, count() - 1);
+    const int focused = rowOfKeyboard();
+    if (focused >= 0)
+        add(focused - 1, focused + 1);
+    return rows;
+}
+
+/// The row with the keyboard, -1 for none. A hidden one cannot have it.
+int WidgetList::rowOfKeyboard() const
+{
+    const QWidget *focused = QApplication::focusWidget();
+    if (!focused || !isAncestorOf(focused))
+        return -1;
+    for (const int row : m_shown) {
+        const QWidget *widget = rowWidget(row);
+        if (widget && (widget == focused || widget->isAncestorOf(focused)))
+            return row;
+    }
+    return -1;
+}
+
+void WidgetList::showRows()
+{
+    const QVector<int> before = m_shown;
+    m_shown = rowsToShow();
+    for (const int row : before) {
+        QWidget *widget = rowWidget(row);
+        if (widget && !m_shown.contains(row))
+            widget->hide();
+    }
+    for (const int row : qAsConst(m_shown))
+        place(row);
+}
+
+/// Shows the widget of a row in its place. The first time the row gets the width that the widget
+/// asks for.
+void WidgetList::place(int row)
+{
+    QWidget *widget = rowWidget(row);
+    if (!widget)
+        return;
+    if (widget->isHidden()) {
+        m_rowsStand = true;
+        const QSize size(widget->sizeHint().width(), item(row)->sizeHint().height());
+        if (item(row)->sizeHint() != size)
+            item(row)->setSizeHint(size);
+        executeDelayedItemsLayout();
+        m_rowsStand = false;
+    }
+    widget->setGeometry(visualRect(indexOf(row)));
+    widget->show();
+}
+
+void WidgetList::deleteRetired()
+{
+    QElapsedTimer turn;
+    turn.start();
+    const bool inTurns = m_deletion.isActive();
+    while (!m_retired.isEmpty() && (!inTurns || turn.elapsed() < TurnLength))
+        delete m_retired.takeLast();
+    if (m_retired.isEmpty())
+        m_deletion.stop();
 }
 
 void WidgetList::currentChanged(const QModelIndex &current, const QModelIndex &previous)

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QListWidget>
+#include <QTimer>
+#include <QVector>
 
 #include <utility>
 
@@ -11,7 +13,8 @@ namespace Kavo::Components {
 ///
 /// It may hold thousands of rows: a row can stand before its widget is there, and what happens
 /// often (a widget that comes, a step of scrolling, a new width) costs no more for a long list than
-/// for a short one.
+/// for a short one. To that end a long list hides widgets far from what is to be seen, unless Tab
+/// could go there; who wants to know whether a row could be seen asks the list.
 class WidgetList : public QListWidget
 {
     Q_OBJECT
@@ -23,9 +26,11 @@ public:
     void appendRow(QWidget *widget, const QSize &size);
     /// An empty last row, for a widget that comes later.
     void appendRow(const QSize &size);
-    /// Takes the widget of an empty row over. The row may get wider, but not higher.
-    void setRowWidget(int row, QWidget *widget, const QSize &size);
-    /// Deletes all rows with their widgets.
+    /// Takes the widget of an empty row over, which best is a child of the viewport already. When
+    /// the row comes into sight it gets the width that the widget asks for, but keeps its height.
+    void setRowWidget(int row, QWidget *widget);
+    /// Deletes all rows with their widgets. Many widgets are hidden at once and deleted in short
+    /// turns of the event loop.
     void clearRows();
     /// Null while the row is empty.
     QWidget *rowWidget(int row) const;
@@ -36,6 +41,7 @@ public:
     void showRow(const QWidget *widget);
 
     void doItemsLayout() override;
+    void reset() override;
 
 signals:
     /// The keyboard goes to an empty row; who fills it at once gets it there.
@@ -48,11 +54,19 @@ protected:
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
 
 private:
+    class Delegate;
+
     QModelIndex indexOf(int row) const { return model()->index(row, 0); }
-    void placeVisibleRows();
+    QVector<int> rowsToShow() const;
+    int rowOfKeyboard() const;
+    void showRows();
+    void place(int row);
+    void deleteRetired();
 
     bool m_rowsStand = false;
-    bool m_layingOut = false;
+    QVector<int> m_shown;         ///< rows whose widgets are not hidden
+    QVector<QWidget *> m_retired; ///< widgets of rows that are gone
+    QTimer m_deletion;
 };
 
 } // namespace Kavo::Components

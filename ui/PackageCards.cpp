@@ -120,7 +120,7 @@ void PackageCards::buildRow(int row)
 
 void PackageCards::place(int row, PackageWidget *card)
 {
-    m_list->setRowWidget(row, card, QSize(card->sizeHint().width(), RowHeight));
+    m_list->setRowWidget(row, card);
     // Tab goes through the cards in the order in which they were made, unless it is told otherwise.
     int above = row - 1;
     while (row < m_lowest && above >= 0 && !cardIn(above))
@@ -132,7 +132,7 @@ void PackageCards::place(int row, PackageWidget *card)
 
 PackageWidget *PackageCards::makeCard(int row) const
 {
-    return new PackageWidget(m_controller, m_packages.at(row), m_list);
+    return new PackageWidget(m_controller, m_packages.at(row), m_list->viewport());
 }
 
 PackageWidget *PackageCards::cardIn(int row) const

@@ -203,14 +203,21 @@ void PackageWidget::onStateChanged(Package::State state)
     applyLook(lookOf(state));
     refreshLabels();
     // Not from here: whoever set the state has yet to record it, and a box waits for its answer.
-    if (isVisible() && Package::isError(state))
+    if (isInShownList() && Package::isError(state))
         QMetaObject::invokeMethod(
             this, [this, state] { tellError(state); }, Qt::QueuedConnection);
 }
 
+/// The list hides cards that are scrolled far away; their boxes are shown as those of the others.
+bool PackageWidget::isInShownList() const
+{
+    const QWidget *list = parentWidget();
+    return list ? list->isVisible() : isVisible();
+}
+
 void PackageWidget::tellError(Package::State state)
 {
-    if (isVisible())
+    if (isInShownList())
         PackageErrorBox::show(this, state, m_package->name());
 }
 

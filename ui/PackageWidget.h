@@ -56,6 +56,7 @@ private:
     void showRunningDownload();
 
     void onStateChanged(Models::Package::State state);
+    bool isInShownList() const;
     void tellError(Models::Package::State state);
     Look lookOf(Models::Package::State state) const;
     void applyLook(const Look &look);

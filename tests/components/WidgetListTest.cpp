@@ -4,11 +4,13 @@
 #include "tests/components/Widgets.h"
 #include "tests/support/TestMain.h"
 
+#include <QDialog>
 #include <QPointer>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Kavo::Testing;
@@ -17,6 +19,7 @@ using namespace Kavo::Components;
 namespace {
 
 constexpr QSize RowSize(200, 50);
+constexpr int Long = 130;
 
 } // namespace
 
@@ -35,9 +38,23 @@ private slots:
     void keysMoveFromRowToRow();
     void keysWithoutRowsDoNothing();
 
+    void shortListShowsAllRows();
+    void longListHidesWhatIsFarAway();
+    void rowsFarAwayAreStyledWhenTheyComeIntoSight();
+    void rowsOfOtherWidthsFollowTheirWidgets();
+    void tabReachesEveryRowOfALongList_data();
+    void tabReachesEveryRowOfALongList();
+    void keyboardStaysInARowThatIsScrolledAway();
+    void newWidthReachesRowsOfALongList();
+    void manyWidgetsAreDeletedInTurns();
+    void rowsMayComeWhileOthersAreDeleted();
+    void questionGoesWithItsRow();
+
 private:
     /// A list with so many rows, each with a button.
     static WidgetList *makeList(QWidget &parent, int rows);
+    /// A shown list with many rows, all empty.
+    static WidgetList *makeEmptyRows(QWidget &parent);
     static QPushButton *button(const WidgetList &list, int row);
 };
 
@@ -50,6 +67,15 @@ WidgetList *WidgetListTest::makeList(QWidget &parent, int rows)
         list->appendRow(widget, RowSize);
     }
     list->setFixedSize(300, 200);
+    return list;
+}
+
+WidgetList *WidgetListTest::makeEmptyRows(QWidget &parent)
+{
+    WidgetList *list = makeList(parent, 0);
+    for (int row = 0; row < Long; ++row)
+        list->appendRow(RowSize);
+    parent.show();
     return list;
 }
 
@@ -171,6 +197,186 @@ void WidgetListTest::keysWithoutRowsDoNothing()
     QTest::keyClick(&list, Qt::Key_PageDown);
     QTest::keyClick(&list, Qt::Key_End);
     QCOMPARE(list.currentRow(), -1);
+}
+
+// Long lists -------------------------------------------------------------------------------------
+
+void WidgetListTest::shortListShowsAllRows()
+{
+    QWidget window;
+    const WidgetList *list = makeList(window, 100);
+    window.show();
+    for (int row = 0; row < 100; ++row)
+        QVERIFY(list->rowWidget(row)->isVisible());
+}
+
+void WidgetListTest::longListHidesWhatIsFarAway()
+{
+    QWidget window;
+    const WidgetList *list = makeList(window, Long);
+    window.show();
+    for (const int value : {0, 5000, 2500, 100000}) {
+        list->verticalScrollBar()->setValue(value);
+        const auto [first, last] = list->visibleRows();
+        QVERIFY(first >= 0 && last > first);
+        for (int row = first; row <= last; ++row) {
+            QVERIFY(list->rowWidget(row)->isVisible());
+            QCOMPARE(list->rowWidget(row)->geometry(), list->visualItemRect(list->item(row)));
+        }
+        int shown = 0;
+        for (int row = 0; row < Long; ++row)
+            shown += list->rowWidget(row)->isVisible() ? 1 : 0;
+        QVERIFY(shown < 20);
+    }
+}
+
+void WidgetListTest::rowsFarAwayAreStyledWhenTheyComeIntoSight()
+{
+    qApp->setStyleSheet(QStringLiteral("QPushButton { min-width: 123px; }"));
+    QWidget window;
+    WidgetList *list = makeEmptyRows(window);
+    for (int row = 0; row < Long; ++row) {
+        auto *widget = new QWidget(list->viewport());
+        makeButton(QString(), QString::number(row), QIcon(), widget);
+        list->setRowWidget(row, widget);
+    }
+    QCoreApplication::processEvents();
+    QPushButton *far = button(*list, 100);
+    QVERIFY(button(*list, 0)->testAttribute(Qt::WA_WState_Polished));
+    QVERIFY(!far->testAttribute(Qt::WA_WState_Polished));
+    QCOMPARE(list->indexWidget(list->model()->index(100, 0)), far->parentWidget());
+    list->scrollToItem(list->item(100));
+    QVERIFY(far->isVisible());
+    QVERIFY(far->testAttribute(Qt::WA_WState_Polished));
+    QCOMPARE(far->sizeHint(), button(*list, 0)->sizeHint());
+    QVERIFY(far->sizeHint().width() >= 123);
+    qApp->setStyleSheet(QString());
+}
+
+void WidgetListTest::rowsOfOtherWidthsFollowTheirWidgets()
+{
+    QWidget window;
+    WidgetList *list = makeEmptyRows(window);
+    for (int row = 0; row < Long; ++row) {
+        auto *widget = new QWidget(list->viewport());
+        auto *layout = new QVBoxLayout(widget);
+        auto *spacer = new QWidget(widget);
+        spacer->setFixedWidth(100 + row);
+        layout->addWidget(spacer);
+        list->setRowWidget(row, widget);
+    }
+    for (const int row : {0, 60, Long - 1}) {
+        list->scrollToItem(list->item(row));
+        const QSize hint = list->item(row)->sizeHint();
+        QCOMPARE(hint, QSize(list->rowWidget(row)->sizeHint().width(), RowSize.height()));
+        QVERIFY(hint.width() > 100 + row);
+    }
+}
+
+void WidgetListTest::tabReachesEveryRowOfALongList_data()
+{
+    QTest::addColumn<bool>("backwards");
+    QTest::newRow("forwards") << false;
+    QTest::newRow("backwards") << true;
+}
+
+void WidgetListTest::tabReachesEveryRowOfALongList()
+{
+    QFETCH(bool, backwards);
+    QWidget window;
+    QPushButton *before = makeButton(QString(), QStringLiteral("before"), QIcon(), &window);
+    const WidgetList *list = makeList(window, Long);
+    scrollToFocus(window);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    // From elsewhere, whatever is to be seen of the list.
+    list->verticalScrollBar()->setValue(5000);
+    before->setFocus();
+    for (int step = 0; step < Long; ++step) {
+        QTest::keyClick(QApplication::focusWidget(), backwards ? Qt::Key_Backtab : Qt::Key_Tab,
+                        backwards ? Qt::ShiftModifier : Qt::NoModifier);
+        const int row = backwards ? Long - 1 - step : step;
+        QCOMPARE(QApplication::focusWidget(), button(*list, row));
+        QVERIFY(list->viewport()->rect().contains(list->rowWidget(row)->geometry()));
+    }
+}
+
+void WidgetListTest::keyboardStaysInARowThatIsScrolledAway()
+{
+    QWidget window;
+    const WidgetList *list = makeList(window, Long);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    list->verticalScrollBar()->setValue(1000);
+    const int row = list->visibleRows().first + 1;
+    button(*list, row)->setFocus();
+    list->verticalScrollBar()->setValue(5000);
+    QVERIFY(list->visibleRows().first > row + 10);
+    QCOMPARE(QApplication::focusWidget(), button(*list, row));
+    for (const int step : {1, 2}) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), button(*list, row + step));
+    }
+}
+
+void WidgetListTest::newWidthReachesRowsOfALongList()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    window.show();
+    list->setFixedSize(500, 200);
+    for (const int value : {0, 5000}) {
+        list->verticalScrollBar()->setValue(value);
+        const int row = list->visibleRows().first;
+        QTRY_COMPARE(list->rowWidget(row)->geometry(), list->visualItemRect(list->item(row)));
+        QVERIFY(list->rowWidget(row)->width() > 400);
+    }
+}
+
+void WidgetListTest::manyWidgetsAreDeletedInTurns()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    window.show();
+    QVector<QPointer<QWidget>> rows;
+    for (int row = 0; row < Long; ++row)
+        rows.append(list->rowWidget(row));
+    list->clearRows();
+    QCOMPARE(list->count(), 0);
+    for (const QPointer<QWidget> &row : qAsConst(rows))
+        QVERIFY(!row || !row->isVisible());
+    const auto isDeleted = [](const QPointer<QWidget> &row) { return row.isNull(); };
+    QVERIFY(!std::all_of(rows.cbegin(), rows.cend(), isDeleted));
+    QTRY_VERIFY(std::all_of(rows.cbegin(), rows.cend(), isDeleted));
+}
+
+void WidgetListTest::rowsMayComeWhileOthersAreDeleted()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    window.show();
+    const QPointer<QWidget> old = list->rowWidget(Long - 1);
+    const QPointer<QWidget> older = list->rowWidget(0);
+    list->clearRows();
+    auto *widget = new QWidget(list);
+    list->appendRow(RowSize);
+    list->setRowWidget(0, widget);
+    QTRY_VERIFY(!old && !older);
+    QCOMPARE(list->rowWidget(0), widget);
+    QVERIFY(widget->isVisible());
+}
+
+void WidgetListTest::questionGoesWithItsRow()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    window.show();
+    const QPointer<QWidget> row = list->rowWidget(1);
+    const QPointer<QDialog> question = new QDialog(row);
+    question->open();
+    list->clearRows();
+    QVERIFY(!question);
+    QVERIFY(!row);
 }
 
 KAVO_TEST_MAIN(WidgetListTest)

@@ -2,12 +2,14 @@
 #include "components/WidgetList.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
+#include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
 #include "ui/PackageWidget.h"
 
 #include <QScrollBar>
 #include <QSignalSpy>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Kavo::Testing;
@@ -42,6 +44,8 @@ private slots:
     void cardThatIsAskedForIsMade();
     void keyboardGetsToAnEmptyRow();
     void rebuildingStartsAnew();
+    void rebuildingAWholeListStartsAnew();
+    void errorOfACardFarAwayIsTold();
     void newWidthReachesWhatIsScrolledTo();
 
 private:
@@ -157,6 +161,7 @@ void PackageCardsTest::cardsHaveTheirPlacesAndSizes()
     show(Long);
     QVERIFY(complete());
     for (int row = 0; row < Long; ++row) {
+        m_list->scrollToItem(m_list->item(row));
         const QRect place = m_list->visualItemRect(m_list->item(row));
         QCOMPARE(card(row)->geometry(), place);
         QCOMPARE(m_list->item(row)->sizeHint().width(), card(row)->sizeHint().width());
@@ -233,11 +238,48 @@ void PackageCardsTest::rebuildingStartsAnew()
     const QPointer<PackageWidget> old = card(0);
     QSignalSpy finished(m_cards.get(), &PackageCards::complete);
     m_cards->rebuild();
-    QVERIFY(!old);
+    QVERIFY(!old || !old->isVisible());
+    QTRY_VERIFY(!old);
     QVERIFY(finished.wait(20000));
     QCOMPARE(finished.count(), 1);
     QCOMPARE(cardCount(), Long);
     QVERIFY(m_list->isVisible());
+}
+
+void PackageCardsTest::rebuildingAWholeListStartsAnew()
+{
+    show(Long);
+    QVERIFY(complete());
+    QVector<QPointer<PackageWidget>> old;
+    for (int row = 0; row < Long; ++row)
+        old.append(card(row));
+    m_list->verticalScrollBar()->setValue(200 * RowHeight);
+    m_cards->rebuild();
+    QVERIFY(!old.contains(card(0)));
+    QVERIFY(complete());
+    QCOMPARE(textOf(*card(Long - 1), "PackageName"), QStringLiteral("package-%1").arg(Long));
+    QTRY_VERIFY(std::all_of(old.cbegin(), old.cend(),
+                            [](const QPointer<PackageWidget> &card) { return card.isNull(); }));
+}
+
+/// Hidden as it is, it belongs to a list that is shown; its old one does not any more.
+void PackageCardsTest::errorOfACardFarAwayIsTold()
+{
+    show(Long);
+    QVERIFY(complete());
+    m_cards->rebuild();
+    QVERIFY(complete());
+    QVERIFY(!card(300)->isVisible());
+    MessageBoxAnswers answers;
+    answers.expect(QStringLiteral("Install Error"),
+                   QStringLiteral("Installation failed for package : package-301"),
+                   QMessageBox::Ok);
+    m_engine->package(301)->setState(Kavo::Models::Package::INSTALL_ERROR);
+    QVERIFY(answers.waitForAll());
+    m_list->hide();
+    m_engine->package(302)->setState(Kavo::Models::Package::INSTALL_ERROR);
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(!QApplication::activeModalWidget());
 }
 
 void PackageCardsTest::newWidthReachesWhatIsScrolledTo()
