@@ -106,6 +106,17 @@ CardWindow::Filling CardWindow::fill(int packages)
     return m_filling;
 }
 
+void CardWindow::empty()
+{
+    m_engine.serveCatalogue("[]");
+    QEventLoop loop;
+    connect(&m_engine.controller(), &PackageController::list, &loop, &QEventLoop::quit);
+    m_engine.controller().refresh();
+    loop.exec();
+    while (m_window->findChild<Ui::PackageWidget *>())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
 WidgetList &CardWindow::list() const
 {
     return *m_window->findChild<WidgetList *>(QStringLiteral("PackageList"));

@@ -36,8 +36,11 @@ public:
     CardWindow(const QString &workFolder, const QString &address);
     ~CardWindow() override;
 
-    /// Fetches a catalogue of so many packages and ends when all cards are there.
+    /// Fetches a catalogue of so many packages and ends when all cards are there. The cards of the
+    /// catalogue before are replaced, which takes longer than filling an empty list.
     Filling fill(int packages);
+    /// Fetches an empty catalogue and ends when the last card is deleted.
+    void empty();
 
     Components::WidgetList &list() const;
 

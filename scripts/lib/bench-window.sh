@@ -34,24 +34,25 @@ measure_long_list() {
     local -a figures
     run_program long_list 3600 >"$on_disk/figures"
     mapfile -t figures <"$on_disk/figures"
-    ((${#figures[@]} == 4)) || die "nothing was measured of the long list"
+    ((${#figures[@]} == 5)) || die "nothing was measured of the long list"
     add_limit "the event loop is held while a list of 3,600 fills" "${figures[0]}" 50 1000 ms
-    add_limit "memory of a card" "${figures[1]}" 64 1024 KiB
-    add_limit "idle window, 3,600 cards whose icons never come, of a core" "${figures[2]}" 5 1000 %
-    add_limit "a step of scrolling through 3,600 cards, 99th percentile" "${figures[3]}" 16 1000 ms
+    add_limit "the event loop is held while its cards are replaced" "${figures[1]}" 50 1000 ms
+    add_limit "memory of a card" "${figures[2]}" 64 1024 KiB
+    add_limit "idle window, 3,600 cards whose icons never come, of a core" "${figures[3]}" 5 1000 %
+    add_limit "a step of scrolling through 3,600 cards, 99th percentile" "${figures[4]}" 16 1000 ms
 }
 
 measure_start() {
     local pair ours bare home=$on_disk/home
+    local -a account=(env HOME="$home" XDG_CONFIG_HOME="$home" XDG_DATA_HOME="$home")
     mkdir -p "$home/Quarnell" "$on_disk/www"
     echo '[]' >"$on_disk/www/packages.json"
     printf '[General]\nInstallation=%s/\nLanguage=en\n' "$on_disk" >"$home/Quarnell/Kavo Suite.ini"
     : >"$on_disk/pairs"
     for ((pair = -1; pair < PAIRS; ++pair)); do
-        ours=$(env HOME="$home" XDG_CONFIG_HOME="$home" XDG_DATA_HOME="$home" \
-            "$BENCH_PROGRAMS/bench_start" program "$disk_address")
-        bare=$("$BENCH_PROGRAMS/bench_start" bare)
+        ours=$("${account[@]}" "$BENCH_PROGRAMS/bench_start" program "$disk_address")
+        bare=$("${account[@]}" "$BENCH_PROGRAMS/bench_start" bare)
         ((pair < 0)) || echo "$ours $bare" >>"$on_disk/pairs"
     done
-    add_pairs "start to the window against a bare one, processor time" 2.0 <"$on_disk/pairs"
+    add_pairs "start to the window against a bare one with a line of text, processor time" 2.0 <"$on_disk/pairs"
 }
