@@ -48,6 +48,7 @@ public:
     {
         Q_UNUSED(index)
         m_list->m_retired.append(editor);
+        m_list->m_deletion.start();
     }
 
 private:
@@ -67,6 +68,12 @@ WidgetList::WidgetList(const QString &objectName, QWidget *parent) : QListWidget
         if ((before && isAncestorOf(before)) || (now && isAncestorOf(now)))
             showRows();
     });
+}
+
+/// Its rows go after it; the keyboard that one of them loses then is none of its business.
+WidgetList::~WidgetList()
+{
+    disconnect(qApp, nullptr, this, nullptr);
 }
 
 void WidgetList::appendRow(QWidget *widget, const QSize &size)
@@ -97,6 +104,7 @@ void WidgetList::setRowWidget(int row, QWidget *widget)
     widget->setAttribute(Qt::WA_WState_Hidden);
     executeDelayedItemsLayout();
     m_rowsStand = false;
+    m_unmeasured.insert(row);
     if (!rowsToShow().contains(row)) {
         postponePolish(*widget);
         return;
@@ -116,10 +124,10 @@ void WidgetList::clearRows()
             break;
         }
     }
-    if (m_retired.size() > ShortList)
-        m_deletion.start();
-    else
+    if (m_retired.size() <= ShortList) {
+        m_deletion.stop();
         deleteRetired();
+    }
 }
 
 QWidget *WidgetList::rowWidget(int row) const
@@ -184,6 +192,7 @@ void WidgetList::doItemsLayout()
 void WidgetList::reset()
 {
     m_shown.clear();
+    m_unmeasured.clear();
     QListWidget::reset();
 }
 
@@ -251,14 +260,13 @@ void WidgetList::showRows()
         place(row);
 }
 
-/// Shows the widget of a row in its place. The first time the row gets the width that the widget
-/// asks for.
+/// Shows the widget of a row in its place.
 void WidgetList::place(int row)
 {
     QWidget *widget = rowWidget(row);
     if (!widget)
         return;
-    if (widget->isHidden()) {
+    if (m_unmeasured.remove(row)) {
         m_rowsStand = true;
         const QSize size(widget->sizeHint().width(), item(row)->sizeHint().height());
         if (item(row)->sizeHint() != size)

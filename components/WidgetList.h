@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QListWidget>
+#include <QSet>
 #include <QTimer>
 #include <QVector>
 
@@ -21,6 +22,7 @@ class WidgetList : public QListWidget
 
 public:
     explicit WidgetList(const QString &objectName, QWidget *parent = nullptr);
+    ~WidgetList() override;
 
     /// Takes the widget over and makes it the last row.
     void appendRow(QWidget *widget, const QSize &size);
@@ -65,6 +67,7 @@ private:
 
     bool m_rowsStand = false;
     QVector<int> m_shown;         ///< rows whose widgets are not hidden
+    QSet<int> m_unmeasured;       ///< rows whose widgets were never shown
     QVector<QWidget *> m_retired; ///< widgets of rows that are gone
     QTimer m_deletion;
 };

@@ -49,6 +49,7 @@ private slots:
     void manyWidgetsAreDeletedInTurns();
     void rowsMayComeWhileOthersAreDeleted();
     void questionGoesWithItsRow();
+    void listGoesWithTheKeyboardInIt();
 
 private:
     /// A list with so many rows, each with a button.
@@ -377,6 +378,18 @@ void WidgetListTest::questionGoesWithItsRow()
     list->clearRows();
     QVERIFY(!question);
     QVERIFY(!row);
+}
+
+void WidgetListTest::listGoesWithTheKeyboardInIt()
+{
+    auto window = std::make_unique<QWidget>();
+    const QPointer<WidgetList> list = makeList(*window, Long);
+    window->show();
+    QVERIFY(QTest::qWaitForWindowActive(window.get()));
+    button(*list, 1)->setFocus();
+    QVERIFY(list->isAncestorOf(QApplication::focusWidget()));
+    delete list;
+    QVERIFY(!list);
 }
 
 KAVO_TEST_MAIN(WidgetListTest)
