@@ -26,11 +26,12 @@ bool Package::isBusy() const
 
 int Package::versionIndex(const QString &version) const
 {
+    if (version.isEmpty())
+        return 0;
     const auto found = std::find_if(
         m_versions.cbegin(), m_versions.cend(),
         [&version](const PackageVersionPointer &entry) { return entry->version == version; });
-    const bool known = !version.isEmpty() && found != m_versions.cend();
-    return known ? static_cast<int>(found - m_versions.cbegin()) : 0;
+    return found == m_versions.cend() ? 0 : static_cast<int>(found - m_versions.cbegin());
 }
 
 PackageVersionPointer Package::findVersion(const QString &version) const
