@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <ctime>
+#include <sys/mman.h>
 
 namespace Kavo::Benchmarks {
 
@@ -37,6 +38,14 @@ qint64 processStatus(const QByteArray &key)
             return line.mid(key.size()).trimmed().split(' ').first().toLongLong();
     }
     return 0;
+}
+
+void warmMemory(std::size_t bytes)
+{
+    void *memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+                          MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+    if (memory != MAP_FAILED)
+        ::munmap(memory, bytes);
 }
 
 } // namespace Kavo::Benchmarks

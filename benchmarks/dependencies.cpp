@@ -31,14 +31,18 @@ int main(int argc, char **argv)
     const Controllers::PackageController &controller = engine.controller();
     const int rounds = 20000 / count;
     int found = 0;
-    const qint64 duration = Benchmarks::timed([&] {
-        for (int round = 0; round < rounds; ++round) {
+    qint64 duration = 0;
+    for (int round = 0; round < rounds; ++round) {
+        // Asked once, as in the program: a small catalogue that was asked before lies in the
+        // processor's cache, where a large one has no room.
+        engine.refresh();
+        duration += Benchmarks::timed([&] {
             for (const Models::PackagePointer &package : controller.packages()) {
                 found += controller.dependents(package, QString()).size();
                 found += controller.resolvedDependencies(package, QString()).size();
             }
-        }
-    });
+        });
+    }
     Benchmarks::require(found > rounds * count, "the answers are empty");
     QTextStream(stdout) << duration * 1000 / (rounds * count) << '\n';
     return 0;
