@@ -9,9 +9,10 @@ namespace Kavo::Components {
 
 namespace {
 
-/// The most rows of which all widgets are always shown, and deleted at once: faster than anybody
-/// sees.
-constexpr int ShortList = 100;
+/// The most rows of which all widgets are always shown.
+constexpr int ShortList = 20;
+/// So many widgets are deleted faster than anybody sees.
+constexpr int DeletedAtOnce = 100;
 /// Rows beyond those in sight that are shown in a longer list.
 constexpr int Margin = 2;
 /// Milliseconds of a turn in which further ones are.
@@ -124,7 +125,7 @@ void WidgetList::clearRows()
             break;
         }
     }
-    if (m_retired.size() <= ShortList) {
+    if (m_retired.size() <= DeletedAtOnce) {
         m_deletion.stop();
         deleteRetired();
     }

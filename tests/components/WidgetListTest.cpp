@@ -19,6 +19,8 @@ using namespace Kavo::Components;
 namespace {
 
 constexpr QSize RowSize(200, 50);
+/// The most rows that are all shown.
+constexpr int Short = 20;
 constexpr int Long = 130;
 
 } // namespace
@@ -205,9 +207,9 @@ void WidgetListTest::keysWithoutRowsDoNothing()
 void WidgetListTest::shortListShowsAllRows()
 {
     QWidget window;
-    const WidgetList *list = makeList(window, 100);
+    const WidgetList *list = makeList(window, Short);
     window.show();
-    for (int row = 0; row < 100; ++row)
+    for (int row = 0; row < Short; ++row)
         QVERIFY(list->rowWidget(row)->isVisible());
 }
 
