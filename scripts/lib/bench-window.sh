@@ -34,12 +34,13 @@ measure_long_list() {
     local -a figures
     run_program long_list 3600 >"$on_disk/figures"
     mapfile -t figures <"$on_disk/figures"
-    ((${#figures[@]} == 5)) || die "nothing was measured of the long list"
-    add_limit "the event loop is held while a list of 3,600 fills" "${figures[0]}" 50 1000 ms
-    add_limit "the event loop is held while its cards are replaced" "${figures[1]}" 50 1000 ms
-    add_limit "memory of a card" "${figures[2]}" 64 1024 KiB
-    add_limit "idle window, 3,600 cards whose icons never come, of a core" "${figures[3]}" 5 1000 %
-    add_limit "a step of scrolling through 3,600 cards, 99th percentile" "${figures[4]}" 16 1000 ms
+    ((${#figures[@]} == 6)) || die "nothing was measured of the long list"
+    add_limit "the event loop is held while 100 cards are made at once" "${figures[0]}" 50 1000 ms
+    add_limit "the event loop is held while a list of 3,600 fills" "${figures[1]}" 50 1000 ms
+    add_limit "the event loop is held while its cards are replaced" "${figures[2]}" 50 1000 ms
+    add_limit "memory of a card" "${figures[3]}" 64 1024 KiB
+    add_limit "idle window, 3,600 cards whose icons never come, of a core" "${figures[4]}" 5 1000 %
+    add_limit "a step of scrolling through 3,600 cards, 99th percentile" "${figures[5]}" 16 1000 ms
 }
 
 measure_start() {
