@@ -9,7 +9,7 @@
 #include <QNetworkAccessManager>
 
 #include <algorithm>
-#include <iterator>
+#include <utility>
 
 namespace Kavo::Managers {
 
@@ -48,15 +48,13 @@ DownloadManager::~DownloadManager() = default;
 
 void DownloadManager::add(const DownloadPointer &download, bool hold)
 {
-    const bool queued =
-        std::any_of(m_queue.cbegin(), m_queue.cend(), [&download](const DownloadPointer &other) {
-            return other->getId() == download->getId();
-        });
-    if (queued)
+    if (m_queuedIds.contains(download->getId()))
         return;
     if (download->getPath().isEmpty())
         download->setPath(freePath(*download));
     m_queue.append(download);
+    m_queuedIds.insert(download->getId());
+    watchIdleness(download);
     m_known[download->getPath()].append(download.toWeakRef());
     if (!hold)
         start();
@@ -64,16 +62,12 @@ void DownloadManager::add(const DownloadPointer &download, bool hold)
 
 void DownloadManager::start()
 {
-    // Listeners may add and remove downloads while they are told of a phase. Only what is to be
-    // started is copied: with many downloads a copy of the whole queue for each costs more than
-    // the walk.
-    QVector<DownloadPointer> idle;
-    std::copy_if(m_queue.cbegin(), m_queue.cend(), std::back_inserter(idle),
-                 [](const DownloadPointer &download) {
-                     return download->getProcess() == Download::Process::Idle;
-                 });
-    for (const DownloadPointer &download : qAsConst(idle)) {
-        if (download->getProcess() == Download::Process::Idle)
+    // Listeners may add and remove downloads while they are told of a phase.
+    const auto idle = std::exchange(m_idle, {});
+    for (const QWeakPointer<Download> &candidate : idle) {
+        const DownloadPointer download = candidate.toStrongRef();
+        if (download && m_queuedIds.contains(download->getId()) &&
+            download->getProcess() == Download::Process::Idle)
             run(download);
     }
 }
@@ -94,8 +88,11 @@ void DownloadManager::remove(const DownloadPointer &download)
         std::find_if(m_queue.begin(), m_queue.end(), [&download](const DownloadPointer &other) {
             return other->getId() == download->getId();
         });
-    if (found != m_queue.end())
-        m_queue.erase(found);
+    if (found == m_queue.end())
+        return;
+    m_queuedIds.remove((*found)->getId());
+    disconnect(found->data(), nullptr, this, nullptr);
+    m_queue.erase(found);
 }
 
 void DownloadManager::clear()
@@ -126,6 +123,17 @@ bool DownloadManager::isTaken(const QString &path, const Download &newcomer)
                            const DownloadPointer other = writer.toStrongRef();
                            return other && other->getRequest()->url() != address;
                        });
+}
+
+void DownloadManager::watchIdleness(const DownloadPointer &download)
+{
+    const auto note = [this, weak = download.toWeakRef()] {
+        const DownloadPointer changed = weak.toStrongRef();
+        if (changed && changed->getProcess() == Download::Process::Idle)
+            m_idle.append(weak);
+    };
+    connect(download.data(), &Download::processChanged, this, note);
+    note();
 }
 
 void DownloadManager::run(const DownloadPointer &download)

@@ -6,7 +6,9 @@
 #include <QHash>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QSharedPointer>
+#include <QUuid>
 #include <QVector>
 #include <QWeakPointer>
 
@@ -58,12 +60,17 @@ public:
 private:
     QString freePath(Models::Download &download);
     bool isTaken(const QString &path, const Models::Download &newcomer);
+    void watchIdleness(const DownloadPointer &download);
     void run(const DownloadPointer &download);
 
     QSharedPointer<Settings> m_settings;
     QSharedPointer<QNetworkAccessManager> m_network;
     QString m_cacheFolder;
     QList<DownloadPointer> m_queue;
+    // With thousands of downloads a walk through the queue for each of them would show.
+    QSet<QUuid> m_queuedIds;
+    /// What was idle when it was last heard of.
+    QVector<QWeakPointer<Models::Download>> m_idle;
     DatabaseFile m_database;
     /// Downloads that somebody may still hold, also after they left the queue, by the path they
     /// came with. Those that are gone are sorted out when their path is asked for again.

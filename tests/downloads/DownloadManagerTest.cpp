@@ -30,6 +30,7 @@ private slots:
     void findComparesAddresses();
     void findReturnsTheFirst();
     void removeTakesOneOut();
+    void queuedDownloadThatIsIdleAgainStartsAgain();
     void removedDownloadsRunOn();
     void managerKeepsDownloadsAlive();
     void allIdleDownloadsStartAtOnce();
@@ -241,6 +242,24 @@ void DownloadManagerTest::removeTakesOneOut()
     QVERIFY(manager().find(url("/a")).isNull());
     manager().start();
     QCOMPARE(download->getProcess(), Download::Process::Idle);
+}
+
+/// A download that its probe found complete stays in the queue.
+void DownloadManagerTest::queuedDownloadThatIsIdleAgainStartsAgain()
+{
+    m_setup->server().serve(QStringLiteral("/a"), "content");
+    QVERIFY(m_setup->put(QStringLiteral("a"), "content"));
+    const auto download = DownloadSetup::resumable(url("/a"));
+    DownloadEvents events(download);
+    manager().add(download, false);
+    QVERIFY(events.waitForFinished());
+    manager().start();
+    QCOMPARE(m_setup->server().log().size(), 1);
+    download->setProcess(Download::Process::Idle);
+    QVERIFY(m_setup->server().log().size() == 1);
+    manager().start();
+    QVERIFY(m_setup->server().waitForRequests(2));
+    QTRY_COMPARE(download->getProcess(), Download::Process::Finished);
 }
 
 void DownloadManagerTest::removedDownloadsRunOn()
