@@ -20,11 +20,15 @@ constexpr int RowHeight = 128;
 constexpr int CountAtOnce = 100;
 /// Milliseconds of one turn: half of what a frame of a plain screen may take.
 constexpr int TurnLength = 8;
+/// Milliseconds before the first turn: the first screen is painted in that time, where a turn at
+/// once would come before it.
+constexpr int FirstTurnDelay = 16;
 
-/// No window shows more rows.
-int rowsOfAScreen()
+/// So many rows can be seen at most: a window may be larger than the screen.
+int rowsOfAScreen(const QWidget &window)
 {
-    return QGuiApplication::primaryScreen()->size().height() / RowHeight + 1;
+    const int height = qMax(QGuiApplication::primaryScreen()->size().height(), window.height());
+    return height / RowHeight + 2;
 }
 
 } // namespace
@@ -57,7 +61,7 @@ void PackageCards::rebuild()
     if (nextRow() < 0)
         emit complete();
     else
-        m_turns.start();
+        m_turns.start(FirstTurnDelay);
 }
 
 PackageWidget *PackageCards::cardOf(int packageId)
@@ -79,13 +83,14 @@ void PackageCards::fill()
         m_list->appendRow(size);
     place(0, first);
     const int count = m_packages.size();
-    const int atOnce = count <= CountAtOnce ? count : qMin(count, rowsOfAScreen());
+    const int atOnce = count <= CountAtOnce ? count : qMin(count, rowsOfAScreen(*m_list->window()));
     for (int row = 1; row < atOnce; ++row)
         buildRow(row);
 }
 
 void PackageCards::takeTurn()
 {
+    m_turns.setInterval(0);
     QElapsedTimer turn;
     turn.start();
     do {

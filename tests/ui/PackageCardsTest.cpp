@@ -177,7 +177,8 @@ void PackageCardsTest::whatIsScrolledToComesFirst()
     const auto [first, last] = m_list->visibleRows();
     QCOMPARE(last, Long - 1);
     QVERIFY(!card(last));
-    QTRY_VERIFY(card(last));
+    while (!card(last))
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     QVERIFY(card(first));
     // The middle is not there yet, because nobody looks at it.
     QVERIFY(cardCount() < Long);
@@ -233,7 +234,9 @@ void PackageCardsTest::keyboardGetsToAnEmptyRow()
 void PackageCardsTest::rebuildingStartsAnew()
 {
     show(Long);
-    QTRY_VERIFY(cardCount() > 20);
+    const int first = cardCount();
+    while (cardCount() == first)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     QVERIFY(cardCount() < Long);
     const QPointer<PackageWidget> old = card(0);
     QSignalSpy finished(m_cards.get(), &PackageCards::complete);
