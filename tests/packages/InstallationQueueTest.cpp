@@ -89,11 +89,23 @@ void InstallationQueueTest::chainStartsTheDeepestDownloadFirstAndWaits()
     m_engine->offer({3});
     QVERIFY(m_engine->refresh());
     m_engine->server().forgetRequests();
+    // Each request has a connection of its own, and may overtake those before it on the way.
+    QVector<int> started;
+    const QObject listener;
+    for (int id = 1; id <= 3; ++id) {
+        connect(m_engine->package(id).data(), &Package::stateChanged, &listener,
+                [&started, id](Package::State state) {
+                    if (state == Package::PREPARING)
+                        started.append(id);
+                });
+    }
     QVERIFY(m_engine->installAndWait(1));
-    const QStringList probes = m_engine->server().log().filter(QStringLiteral("HEAD "));
-    QCOMPARE(probes, (QStringList{QStringLiteral("HEAD /package-3-1.0.zip"),
+    QCOMPARE(started, (QVector<int>{3, 2, 1}));
+    QStringList probes = m_engine->server().log().filter(QStringLiteral("HEAD "));
+    probes.sort();
+    QCOMPARE(probes, (QStringList{QStringLiteral("HEAD /package-1-1.0.zip"),
                                   QStringLiteral("HEAD /package-2-1.0.zip"),
-                                  QStringLiteral("HEAD /package-1-1.0.zip")}));
+                                  QStringLiteral("HEAD /package-3-1.0.zip")}));
     QCOMPARE(witness.lines().filter(QStringLiteral("begin")),
              (QStringList{QStringLiteral("begin package-3-1.0.zip"),
                           QStringLiteral("begin package-2-1.0.zip"),
