@@ -51,6 +51,10 @@ void PackageCards::rebuild()
     // Every row that is added to a visible list has it laid out anew.
     const bool shown = !m_list->isHidden();
     m_list->hide();
+    for (int row = 0; row < m_list->count(); ++row) {
+        if (PackageWidget *card = cardIn(row))
+            card->retire();
+    }
     m_list->clearRows();
     m_packages = m_controller->packages();
     m_next = 0;

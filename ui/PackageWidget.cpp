@@ -73,9 +73,16 @@ PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller
     buildButtons(*layout);
 
     followPackage();
-    onStateChanged(m_package->state());
+    // An error that a new card finds was told when it came about.
+    showState(m_package->state());
     showRunningDownload();
     fetchIcon();
+}
+
+void PackageWidget::retire()
+{
+    disconnect(m_package.data(), nullptr, this, nullptr);
+    m_retired = true;
 }
 
 void PackageWidget::followInTabOrder(const PackageWidget &card)
@@ -198,21 +205,26 @@ void PackageWidget::showRunningDownload()
 
 void PackageWidget::onStateChanged(Package::State state)
 {
-    if (state == Package::UNKNOWN)
-        return;
-    applyLook(lookOf(state));
-    refreshLabels();
+    showState(state);
     // Not from here: whoever set the state has yet to record it, and a box waits for its answer.
     if (isInShownList() && Package::isError(state))
         QMetaObject::invokeMethod(
             this, [this, state] { tellError(state); }, Qt::QueuedConnection);
 }
 
+void PackageWidget::showState(Package::State state)
+{
+    if (state == Package::UNKNOWN)
+        return;
+    applyLook(lookOf(state));
+    refreshLabels();
+}
+
 /// The list hides cards that are scrolled far away; their boxes are shown as those of the others.
 bool PackageWidget::isInShownList() const
 {
     const QWidget *list = parentWidget();
-    return list ? list->isVisible() : isVisible();
+    return !m_retired && (list ? list->isVisible() : isVisible());
 }
 
 void PackageWidget::tellError(Package::State state)

@@ -32,6 +32,8 @@ public:
                   const Models::PackagePointer &package, QWidget *parent = nullptr);
 
     int packageId() const { return m_package->id(); }
+    /// Follows the package no more: another card has taken over, and this one waits for its end.
+    void retire();
     /// Tab comes here from that card.
     void followInTabOrder(const PackageWidget &card);
     /// Gives the keyboard to the button that opens the package.
@@ -56,6 +58,7 @@ private:
     void showRunningDownload();
 
     void onStateChanged(Models::Package::State state);
+    void showState(Models::Package::State state);
     bool isInShownList() const;
     void tellError(Models::Package::State state);
     Look lookOf(Models::Package::State state) const;
@@ -69,6 +72,7 @@ private:
 
     QSharedPointer<Controllers::PackageController> m_controller;
     Models::PackagePointer m_package;
+    bool m_retired = false;
     QLabel *m_icon = nullptr;
     QLabel *m_installed = nullptr;
     QLabel *m_available = nullptr;

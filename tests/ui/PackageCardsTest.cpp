@@ -46,6 +46,7 @@ private slots:
     void rebuildingStartsAnew();
     void rebuildingAWholeListStartsAnew();
     void errorOfACardFarAwayIsTold();
+    void errorIsToldOnceWhileCardsAreReplaced();
     void newWidthReachesWhatIsScrolledTo();
 
 private:
@@ -283,6 +284,27 @@ void PackageCardsTest::errorOfACardFarAwayIsTold()
     m_engine->package(302)->setState(Kavo::Models::Package::INSTALL_ERROR);
     QCoreApplication::sendPostedEvents();
     QVERIFY(!QApplication::activeModalWidget());
+}
+
+/// Neither by the card that goes nor by the one that comes later and finds the error.
+void PackageCardsTest::errorIsToldOnceWhileCardsAreReplaced()
+{
+    show(Long);
+    QVERIFY(complete());
+    const QPointer<PackageWidget> old = card(1);
+    const QPointer<PackageWidget> oldFarAway = card(300);
+    m_cards->rebuild();
+    QVERIFY(old && oldFarAway && card(1) && !card(300));
+    MessageBoxAnswers answers;
+    answers.expect(QStringLiteral("Install Error"),
+                   QStringLiteral("Installation failed for package : package-2"), QMessageBox::Ok);
+    m_engine->package(301)->setState(Kavo::Models::Package::INSTALL_ERROR);
+    m_engine->package(2)->setState(Kavo::Models::Package::INSTALL_ERROR);
+    QVERIFY(answers.waitForAll());
+    QVERIFY(complete());
+    QTRY_VERIFY(!old && !oldFarAway);
+    QVERIFY(!QApplication::activeModalWidget());
+    QCOMPARE(child<QPushButton>(*card(300), "Error")->text(), QStringLiteral("Install Error"));
 }
 
 void PackageCardsTest::newWidthReachesWhatIsScrolledTo()
