@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFont>
 #include <QFontDatabase>
+#include <QLibraryInfo>
 #include <QTranslator>
 
 namespace Kavo {
@@ -21,9 +22,15 @@ void installTranslation(const QString &language)
     if (language == QLatin1String("en"))
         return;
     static QTranslator translator;
-    if (translator.load(QStringLiteral("qt_") + language, QStringLiteral("translations"),
-                        QString()))
-        QCoreApplication::installTranslator(&translator);
+    if (!translator.load(QStringLiteral("qt_") + language, QStringLiteral("translations"),
+                         QString()))
+        return;
+    // The translator that is installed last is asked first: our texts come before Qt's.
+    static QTranslator translatorOfQt;
+    if (translatorOfQt.load(QStringLiteral("qtbase_") + language,
+                            QLibraryInfo::location(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&translatorOfQt);
+    QCoreApplication::installTranslator(&translator);
 }
 
 void loadFonts()

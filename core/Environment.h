@@ -9,8 +9,9 @@ namespace Kavo {
 /// it, and lets the event loop end with the last window.
 void prepareEnvironment();
 
-/// Installs "translations/qt_<language>.qm" for every language but the built-in "en". A missing
-/// file leaves the texts in English.
+/// Installs "translations/qt_<language>.qm" for every language but the built-in "en", and with it
+/// Qt's own texts (buttons of boxes, folder dialog) from Qt's folder. Without the first file all
+/// texts stay English, without the second those of Qt.
 void installTranslation(const QString &language);
 
 /// Loads the two text fonts from the resources and makes "Proxima Nova Rg", 10 points, the

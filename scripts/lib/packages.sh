@@ -7,13 +7,13 @@ source "$(dirname "${BASH_SOURCE[0]}")/say.sh"
 # To build the program.
 KAVO_BUILD_PACKAGES=(
     g++ cmake ninja-build ccache
-    qtbase5-dev qttools5-dev qttools5-dev-tools qttranslations5-l10n
+    qtbase5-dev qttools5-dev qttools5-dev-tools
     librsvg2-bin imagemagick fonts-manrope fonts-font-awesome
 )
 
 # To run it and its demonstration, with or without a display.
 KAVO_RUN_PACKAGES=(
-    libqt5sql5-sqlite p7zip-full plocate
+    libqt5sql5-sqlite qttranslations5-l10n p7zip-full plocate
     nginx-light
     xvfb xauth openbox xdotool sqlite3
 )

@@ -107,4 +107,20 @@ QString lossOf(const QString &source, const QString &translation)
     return {};
 }
 
+QStringList differentlyTranslated(const QVector<TranslationEntry> &entries,
+                                  const Translate &translate)
+{
+    QStringList keys;
+    for (const TranslationEntry &entry : entries) {
+        if (entry.translations.size() > 1)
+            continue;
+        const QString translation =
+            translate(entry.context.toUtf8().constData(), entry.source.toUtf8().constData(),
+                      entry.comment.toUtf8().constData());
+        if (entry.translations != QStringList(translation))
+            keys.append(entry.key());
+    }
+    return keys;
+}
+
 } // namespace Kavo::Testing

@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <functional>
+
 namespace Kavo::Testing {
 
 /// One text of a translation file (.ts).
@@ -25,5 +27,13 @@ QVector<TranslationEntry> readTranslations(const QString &path);
 /// What a translation has lost of its source, or an empty text: place-holders such as %1 and %n,
 /// blanks and line feeds at the ends, a colon at the end.
 QString lossOf(const QString &source, const QString &translation);
+
+/// Answers a context, a source text and a comment with the translation.
+using Translate = std::function<QString(const char *, const char *, const char *)>;
+
+/// The keys of the entries that are not translated as their file says; those with a plural are left
+/// out.
+QStringList differentlyTranslated(const QVector<TranslationEntry> &entries,
+                                  const Translate &translate);
 
 } // namespace Kavo::Testing

@@ -77,7 +77,7 @@ private slots:
     void everyTextIsTranslated();
     void nothingIsLost();
     void namesStay();
-    void mergedTranslationHasEveryText();
+    void compiledTranslationHasEveryText();
     void programSpeaksGerman();
     void boxesSpeakGerman();
     void textsOfTheCardFit_data();
@@ -184,21 +184,16 @@ void TranslationTest::namesStay()
     QVERIFY(seen >= 2);
 }
 
-void TranslationTest::mergedTranslationHasEveryText()
+void TranslationTest::compiledTranslationHasEveryText()
 {
     QTranslator translator;
     QVERIFY(translator.load(QStringLiteral("qt_de"), QStringLiteral(KAVO_TRANSLATION_FOLDER)));
     const auto entries = readTranslations(translationFile());
     QVERIFY(!entries.isEmpty());
-    for (const TranslationEntry &entry : entries) {
-        if (entry.translations.size() > 1)
-            continue;
-        const QByteArray context = entry.context.toUtf8();
-        const QByteArray source = entry.source.toUtf8();
-        const QByteArray comment = entry.comment.toUtf8();
-        QCOMPARE(translator.translate(context.constData(), source.constData(), comment.constData()),
-                 entry.translations.first());
-    }
+    const auto translate = [&](const char *context, const char *source, const char *comment) {
+        return translator.translate(context, source, comment);
+    };
+    QCOMPARE(differentlyTranslated(entries, translate), QStringList());
 }
 
 /// The program's own way to its translation. It stays for the tests that follow.

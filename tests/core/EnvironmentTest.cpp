@@ -5,6 +5,7 @@
 #include <QFont>
 #include <QFontDatabase>
 #include <QFontInfo>
+#include <QLibraryInfo>
 #include <QMessageBox>
 
 using namespace Kavo;
@@ -26,6 +27,11 @@ private slots:
 
 private:
     static QString text() { return QMessageBox::tr("Invalid Folder"); }
+    /// A word of Qt's own, on the buttons of boxes.
+    static QString wordOfQt(const char *word)
+    {
+        return QCoreApplication::translate("QPlatformTheme", word);
+    }
 
     QTemporaryDir m_folder;
 };
@@ -59,6 +65,10 @@ void EnvironmentTest::missingTranslationLeavesEnglish()
     QDir::setCurrent(m_folder.path());
     installTranslation(QStringLiteral("fr"));
     QCOMPARE(text(), QStringLiteral("Invalid Folder"));
+    // Qt has French words; a window in two languages helps nobody.
+    QVERIFY(QFile::exists(QLibraryInfo::location(QLibraryInfo::TranslationsPath) +
+                          QStringLiteral("/qtbase_fr.qm")));
+    QCOMPARE(wordOfQt("&Yes"), QStringLiteral("&Yes"));
 }
 
 void EnvironmentTest::damagedTranslationLeavesEnglish()
@@ -77,6 +87,9 @@ void EnvironmentTest::translationOfTheFolderIsInstalled()
     QDir::setCurrent(m_folder.path());
     installTranslation(QStringLiteral("de"));
     QCOMPARE(text(), german);
+    QCOMPARE(wordOfQt("&Yes"), QStringLiteral("&Ja"));
+    // Where both have a text, ours counts.
+    QCOMPARE(wordOfQt("&No"), QStringLiteral("&Nein danke"));
     // The shorter names are tried, too.
     installTranslation(QStringLiteral("de_AT"));
     QCOMPARE(text(), german);

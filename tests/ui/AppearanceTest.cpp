@@ -16,9 +16,9 @@
 #include <QDir>
 #include <QJsonArray>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QSignalSpy>
 #include <QTabWidget>
-#include <QTranslator>
 
 #include <memory>
 
@@ -204,7 +204,6 @@ private:
     void openDetail(int id);
     static void check(QWidget &widget, const QString &pictureName);
 
-    QTranslator m_translator;
     std::unique_ptr<Engine> m_engine;
     QSharedPointer<ApplicationController> m_application;
     std::unique_ptr<ApplicationWindow> m_window;
@@ -217,9 +216,9 @@ void AppearanceTest::initTestCase()
     const QString language = qEnvironmentVariable("KAVO_TEST_LANGUAGE");
     if (language.isEmpty())
         return;
-    QVERIFY(m_translator.load(QStringLiteral("qt_") + language,
-                              QStringLiteral(KAVO_TRANSLATION_FOLDER)));
-    QCoreApplication::installTranslator(&m_translator);
+    QVERIFY(QDir::setCurrent(QStringLiteral(KAVO_TRANSLATION_FOLDER "/..")));
+    Kavo::installTranslation(language);
+    QVERIFY(QMessageBox::tr("Invalid Folder") != QLatin1String("Invalid Folder"));
 }
 
 void AppearanceTest::init()

@@ -8,4 +8,11 @@
         <translation>Ungültiger Ordner</translation>
     </message>
 </context>
+<context>
+    <name>QPlatformTheme</name>
+    <message>
+        <source>&amp;No</source>
+        <translation>&amp;Nein danke</translation>
+    </message>
+</context>
 </TS>
