@@ -1,6 +1,9 @@
+#include "app/PlatformGuard.h"
 #include "app/StartUp.h"
 
 #include <QApplication>
+
+#include <memory>
 
 int main(int argc, char *argv[])
 {
@@ -11,6 +14,8 @@ int main(int argc, char *argv[])
     // is.
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::Round);
+    auto guard = std::make_unique<Kavo::PlatformGuard>();
     QApplication application(argc, argv);
+    guard.reset();
     return Kavo::StartUp(application).run();
 }
