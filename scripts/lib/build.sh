@@ -17,10 +17,10 @@ build_release() {
     # The preset compiles through ccache; without it the compiler is called directly.
     command -v ccache >/dev/null || options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=)
     say "Building in $folder"
-    (
-        cd "$KAVO_SOURCE"
-        cmake --preset release -B "$folder" "${options[@]}" >"$folder.log" 2>&1 ||
-            { cat "$folder.log" >&2; exit 1; }
-        cmake --build "$folder" "${target[@]}"
-    ) || die "the build failed"
+    # In no subshell, which would not hear of Ctrl-C as say.sh has it.
+    if ! cmake -S "$KAVO_SOURCE" --preset release -B "$folder" "${options[@]}" >"$folder.log" 2>&1; then
+        cat "$folder.log" >&2
+        die "the build failed"
+    fi
+    cmake --build "$folder" "${target[@]}" || die "the build failed"
 }

@@ -1,5 +1,29 @@
 # shellcheck shell=bash
-# What every script says and waits with. Sourced, not run.
+# What every script says, waits and ends with. Sourced, not run.
+
+[[ -n ${KAVO_SOURCE:-} ]] || KAVO_SOURCE=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+
+# Ctrl-C ends the script whatever the program does that it is waiting for: without a trap bash goes on
+# after one that ends as if nothing had happened, as apt-get does. The other signals end it anyway.
+trap 'exit 130' INT
+
+# offer_help ARGUMENT...: answers --help with the comment that opens the script, and ends.
+offer_help() {
+    local argument
+    for argument in "$@"; do
+        [[ $argument != --help && $argument != -h ]] || { print_usage; exit 0; }
+    done
+}
+
+print_usage() {
+    sed -n '2,/^[^#]/s/^#$\|^# //p' "$KAVO_SOURCE/scripts/$(basename "$0")"
+}
+
+# refuse_arguments ARGUMENT...: for scripts that take none but --help.
+refuse_arguments() {
+    offer_help "$@"
+    (($# == 0)) || die "unknown argument: $1; --help tells what there is"
+}
 
 # say TEXT...: one line of what is being done.
 say() {

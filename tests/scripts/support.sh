@@ -1,0 +1,111 @@
+# shellcheck shell=bash disable=SC2016
+# What the tests of the scripts have in common. Sourced, not run.
+#
+# Scripts run on a copy of themselves in a scratch folder, with nothing on PATH but the tools named
+# below and stand-ins for whatever would change the machine. The stand-ins write down their calls.
+
+SOURCE=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+readonly SOURCE
+SCRATCH=$(mktemp --directory /tmp/kavo-scripts.XXXXXX)
+readonly SCRATCH
+readonly COPY="$SCRATCH/source" BIN="$SCRATCH/bin" CALLS="$SCRATCH/calls"
+trap 'chmod -R u+w "$SCRATCH"; rm -rf "$SCRATCH"' EXIT
+
+readonly TOOLS=(awk basename bash cat chmod chown cut dirname env find getent grep head id kill ldd ln
+    mkdir mktemp mv nproc ps readlink rm sed setpriv sh sleep sort stat tail touch uname wc)
+
+# set_up: a fresh copy, fresh stand-ins, and nobody has called anything.
+set_up() {
+    chmod -R u+w "$SCRATCH"
+    rm -rf "${SCRATCH:?}"/*
+    mkdir -p "$COPY" "$BIN" "$SCRATCH/installed"
+    cp -r "$SOURCE/scripts" "$COPY/"
+    local tool
+    for tool in "${TOOLS[@]}"; do
+        ln -s "$(type -P "$tool")" "$BIN/$tool"
+    done
+    : >"$CALLS"
+    stand_in dpkg-query 'test -e "$SCRATCH/installed/${!#}" && echo installed'
+    stand_in apt-get 'case " $* " in
+        *" --print-uris "*) echo "0 upgraded, 7 newly installed, 0 to remove and 0 not upgraded."
+            echo "Need to get 12.3 MB of archives."
+            echo "After this operation, 45.6 MB of additional disk space will be used." ;;
+        *" install "*) shift "$(($# - 2))"; touch "$SCRATCH/installed/$1" "$SCRATCH/installed/$2" ;;
+        esac'
+    # Two packages and a build.
+    cat >"$COPY/scripts/sample" <<'SAMPLE'
+#!/usr/bin/env bash
+# usage: scripts/sample
+#
+# A script like the others.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/lib/say.sh
+source scripts/lib/install.sh
+source scripts/lib/build.sh
+refuse_arguments "$@"
+prepare_machine alpha beta
+mkdir -p build
+build_release build/release
+echo "built by $(id --user)"
+SAMPLE
+    chmod +x "$COPY/scripts/sample"
+    stand_in cmake ''
+    chmod -R a+rwX "$SCRATCH"
+}
+
+# stand_in NAME TEXT: a program of that name that writes down how it is called and then runs the text.
+stand_in() {
+    cat >"$BIN/$1" <<SCRIPT
+#!$(type -P bash)
+SCRATCH=$(printf '%q' "$SCRATCH")
+echo "$1 \$*" >>"\$SCRATCH/calls"
+$2
+SCRIPT
+    chmod 755 "$BIN/$1"
+}
+
+# run COMMAND...: in a session of its own, as a terminal would; leaves $status and $output.
+# shellcheck disable=SC2034
+run() {
+    status=0
+    output=$(cd "$SCRATCH" && setsid --wait env -i HOME="$SCRATCH" PATH="$BIN" "$@" 2>&1 </dev/null) ||
+        status=$?
+}
+
+# run_as_user COMMAND...: likewise, never as root.
+run_as_user() {
+    if ((EUID)); then
+        run "$@"
+    else
+        chown -R 65534:65534 "$SCRATCH"
+        run setpriv --reuid 65534 --regid 65534 --clear-groups "$@"
+    fi
+}
+
+# fail TEXT: ends the test with what was seen.
+fail() {
+    printf 'FAILED: %s\nstatus: %s\noutput:\n%s\ncalls:\n%s\n' "$1" "${status:-}" "${output:-}" \
+        "$(cat "$CALLS")" >&2
+    exit 1
+}
+
+expect_status() {
+    [[ $status == "$1" ]] || fail "expected the status $1"
+}
+
+expect_output() {
+    [[ $output == *"$1"* ]] || fail "expected this to be said: $1"
+}
+
+expect_no_output() {
+    [[ $output != *"$1"* ]] || fail "this was not to be said: $1"
+}
+
+# expect_calls PATTERN: of all calls but those that only ask.
+expect_calls() {
+    local calls
+    calls=$(grep --invert-match '^dpkg-query' "$CALLS" | paste --serial --delimiters='|') || true
+    # shellcheck disable=SC2053
+    [[ $calls == $1 ]] || fail "expected these calls: $1"
+}
