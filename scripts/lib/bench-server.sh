@@ -24,7 +24,7 @@ http {
   server { listen 127.0.0.1:$((port + 1)); root $in_memory/www; }
 }
 CONF
-    nginx -c "$on_disk/nginx.conf" 2>/dev/null &
+    "$(nginx_program)" -e "$on_disk/error.log" -c "$on_disk/nginx.conf" 2>/dev/null &
     bench_server=$!
     disk_address=http://127.0.0.1:$port/
     memory_address=http://127.0.0.1:$((port + 1))/

@@ -54,7 +54,7 @@ start_server() {
     ((EUID == 0)) && account=(-g "user root;")
     sed -e "s|@PORT@|$DEMO_PORT|; s|@WWW@|$DEMO_RUN/www|; s|@STATE@|$state|" \
         "$KAVO_SOURCE/demo/nginx.conf.in" >"$state/nginx.conf"
-    PATH="$PATH:/usr/sbin" nginx -e "$state/error.log" -c "$state/nginx.conf" "${account[@]}" \
+    "$(nginx_program)" -e "$state/error.log" -c "$state/nginx.conf" "${account[@]}" \
         2>"$state/start.log" &
     server_pid=$!
     wait_for 10 "nginx, see $state/start.log" server_is_up

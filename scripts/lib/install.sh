@@ -6,6 +6,8 @@
 source "$KAVO_SOURCE/scripts/lib/packages.sh"
 # shellcheck source=scripts/lib/account.sh
 source "$KAVO_SOURCE/scripts/lib/account.sh"
+# shellcheck source=scripts/lib/nginx.sh
+source "$KAVO_SOURCE/scripts/lib/nginx.sh"
 
 # missing_packages NAME...: those that are not installed, one a line.
 missing_packages() {

@@ -1,5 +1,8 @@
 # shellcheck shell=bash disable=SC2034
 # The Debian packages that the project needs. Sourced, not run.
+#
+# None of them, nor anything that they bring along, may have a service of the system: whoever tries
+# the program wants no server and no timer. tests/scripts/services-test holds them to it.
 
 # To build the program.
 KAVO_BUILD_PACKAGES=(
@@ -8,10 +11,15 @@ KAVO_BUILD_PACKAGES=(
     librsvg2-bin imagemagick fonts-manrope fonts-font-awesome
 )
 
-# To run it and its demonstration, with or without a display.
+# To run it, besides its libraries, which come with those above. Without plocate, which enables a
+# timer, it asks for the simulator's folder.
+KAVO_PROGRAM_PACKAGES=(libqt5sql5-sqlite qttranslations5-l10n p7zip-full)
+
+# To run its demonstration, with or without a display. nginx comes without a package, see nginx.sh;
+# these are the libraries of it.
 KAVO_RUN_PACKAGES=(
-    libqt5sql5-sqlite qttranslations5-l10n p7zip-full plocate
-    nginx-light
+    "${KAVO_PROGRAM_PACKAGES[@]}"
+    libcrypt1 libpcre2-8-0 libssl3 zlib1g
     xvfb xauth openbox xdotool sqlite3
 )
 
@@ -30,5 +38,16 @@ KAVO_BENCH_PACKAGES=(curl aria2)
 # To make the Debian package, besides those to build.
 KAVO_PACKAGE_PACKAGES=(dpkg-dev file)
 
-# To check it, besides all of the above.
+# To check it, besides all of the above. lintian needs man-db, which enables a timer; a machine that
+# has none gets none, see scripts/check-package.
 KAVO_PACKAGE_CHECK_PACKAGES=(lintian x11-utils)
+
+# every_package: the names in all lists, one a line.
+every_package() {
+    local list
+    for list in "${!KAVO_@}"; do
+        [[ $list == *_PACKAGES ]] || continue
+        local -n names=$list
+        printf '%s\n' "${names[@]}"
+    done | sort --unique
+}

@@ -3,6 +3,7 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QHostAddress>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -16,9 +17,18 @@ namespace {
 
 constexpr int StartLimit = 5000;
 
+/// Empty without one. The scripts unpack one into the build folder, because installing it would
+/// start a server; they look in the same places.
 QString program()
 {
-    return QStringLiteral("/usr/sbin/nginx");
+    const QStringList candidates = {QStringLiteral(KAVO_UNPACKED_NGINX),
+                                    QStringLiteral("/usr/sbin/nginx"),
+                                    QStringLiteral("/usr/bin/nginx")};
+    for (const QString &candidate : candidates) {
+        if (QFileInfo(candidate).isExecutable())
+            return candidate;
+    }
+    return {};
 }
 
 quint16 freePort()
@@ -46,9 +56,9 @@ Nginx::~Nginx()
     stop();
 }
 
-bool Nginx::isInstalled()
+bool Nginx::isAvailable()
 {
-    return QFile::exists(program());
+    return !program().isEmpty();
 }
 
 QString Nginx::folder() const

@@ -16,7 +16,8 @@ public:
     ~Nginx();
     Q_DISABLE_COPY_MOVE(Nginx)
 
-    static bool isInstalled();
+    /// Whether there is a program to start.
+    static bool isAvailable();
 
     bool isRunning() const { return m_process.state() == QProcess::Running; }
     /// The folder that is served, with a trailing separator; put files here.

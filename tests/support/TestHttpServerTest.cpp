@@ -288,8 +288,8 @@ void TestHttpServerTest::largeBodiesAreMadeOnTheWay()
 
 void TestHttpServerTest::nginxServesItsFolder()
 {
-    if (!Nginx::isInstalled())
-        QSKIP("nginx is not installed");
+    if (!Nginx::isAvailable())
+        QSKIP("there is no nginx here");
     Nginx nginx;
     QVERIFY(nginx.isRunning());
     QVERIFY(writeFile(nginx.folder() + QStringLiteral("sub/a b"), "0123456789"));
