@@ -1,10 +1,23 @@
 #include "dialogs/MessageBoxes.h"
 
+#include "dialogs/FittingMessageBox.h"
+
 #include <QPointer>
 
 namespace Kavo::Dialogs {
 
 namespace {
+
+QPointer<QMessageBox> makeBox(QWidget *parent, QMessageBox::Icon icon, const QString &title,
+                              const QString &text, Qt::TextFormat format,
+                              QMessageBox::StandardButtons buttons)
+{
+    auto *box = new FittingMessageBox(icon, title, buttons, parent);
+    // Before the text, which is looked at as soon as it is there.
+    box->setTextFormat(format);
+    box->setText(text);
+    return box;
+}
 
 QMessageBox::StandardButton run(const QPointer<QMessageBox> &box)
 {
@@ -20,18 +33,14 @@ QMessageBox::StandardButton run(const QPointer<QMessageBox> &box)
 
 void showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text)
 {
-    const QPointer<QMessageBox> box(new QMessageBox(icon, title, text, QMessageBox::Ok, parent));
-    box->setTextFormat(Qt::PlainText);
-    run(box);
+    run(makeBox(parent, icon, title, text, Qt::PlainText, QMessageBox::Ok));
 }
 
 bool confirm(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text,
              Qt::TextFormat format)
 {
-    const QPointer<QMessageBox> box(
-        new QMessageBox(icon, title, text, QMessageBox::Yes | QMessageBox::No, parent));
-    box->setTextFormat(format);
-    return run(box) == QMessageBox::Yes;
+    const auto buttons = QMessageBox::Yes | QMessageBox::No;
+    return run(makeBox(parent, icon, title, text, format, buttons)) == QMessageBox::Yes;
 }
 
 } // namespace Kavo::Dialogs

@@ -5,9 +5,10 @@
 
 class QWidget;
 
-/// The standard message boxes. They differ from Qt's own functions in two things only: a text is
+/// The standard message boxes. They differ from Qt's own functions in three things only: a text is
 /// plain unless the caller says otherwise, because names from the catalogue may look like markup,
-/// and the widget the box belongs to may be destroyed while the box is open.
+/// the text of a box that would be too high for the screen scrolls, and the widget the box belongs
+/// to may be destroyed while the box is open.
 ///
 /// All functions block in an event loop of their own: when they return, the caller's widgets may be
 /// gone.
