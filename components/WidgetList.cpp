@@ -26,6 +26,14 @@ QAccessibleInterface *describe(const QString &className, QObject *object)
     return list ? new QAccessibleWidget(list, QAccessible::List) : nullptr;
 }
 
+/// Where accessibility is on from the start, QListWidget's constructor has its object described
+/// before it is a WidgetList, and Qt keeps that description. This has it described anew.
+void forgetDescription(WidgetList &list)
+{
+    if (QAccessibleInterface *description = QAccessible::queryAccessibleInterface(&list))
+        QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(description));
+}
+
 /// The style sheet takes more time and memory than the widgets themselves. Qt has it applied to
 /// every new widget in the next turn of the event loop, and in any case before the widget is shown;
 /// this leaves the latter.
@@ -69,6 +77,7 @@ WidgetList::WidgetList(const QString &objectName, QWidget *parent) : QListWidget
         if ((before && isAncestorOf(before)) || (now && isAncestorOf(now)))
             showRows();
     });
+    forgetDescription(*this);
 }
 
 /// Its rows go after it; the keyboard that one of them loses then is none of its business.
