@@ -1,6 +1,5 @@
 #include "ui/ApplicationWindow.h"
 
-#include "core/ApplicationController.h"
 #include "dialogs/MessageBoxes.h"
 #include "packages/PackageController.h"
 #include "ui/ApplicationContainer.h"
@@ -13,6 +12,19 @@
 namespace Kavo::Ui {
 
 using Controllers::ApplicationController;
+
+namespace {
+
+ApplicationController::State stateOf(const QWidget &window)
+{
+    if (window.isMinimized())
+        return ApplicationController::MINIMIZED;
+    if (window.isFullScreen())
+        return ApplicationController::FULL_SCREEN;
+    return window.isMaximized() ? ApplicationController::MAXIMIZED : ApplicationController::NORMAL;
+}
+
+} // namespace
 
 ApplicationWindow::ApplicationWindow(const QSharedPointer<ApplicationController> &application,
                                      const QSharedPointer<Controllers::PackageController> &packages,
@@ -60,6 +72,9 @@ void ApplicationWindow::onGeometryChanged()
 
 void ApplicationWindow::onStateChanged()
 {
+    // What the window has done already is not asked for once more.
+    if (m_adoptsState)
+        return;
     switch (m_application->state()) {
     case ApplicationController::NORMAL:
         setWindowState(Qt::WindowNoState);
@@ -74,6 +89,32 @@ void ApplicationWindow::onStateChanged()
         setWindowState(Qt::WindowFullScreen);
         break;
     }
+}
+
+void ApplicationWindow::changeEvent(QEvent *event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange)
+        adoptState();
+}
+
+void ApplicationWindow::adoptState()
+{
+    const ApplicationController::State before = m_application->state();
+    const ApplicationController::State now = stateOf(*this);
+    // A window that was minimised has forgotten that it was maximised.
+    if (before == ApplicationController::MINIMIZED && now == ApplicationController::NORMAL &&
+        m_openState != ApplicationController::NORMAL) {
+        m_application->setState(m_openState);
+        return;
+    }
+    if (now != ApplicationController::MINIMIZED)
+        m_openState = now;
+    if (now == before)
+        return;
+    m_adoptsState = true;
+    m_application->setState(now);
+    m_adoptsState = false;
 }
 
 void ApplicationWindow::closeEvent(QCloseEvent *event)

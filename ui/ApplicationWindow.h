@@ -1,18 +1,20 @@
 #pragma once
 
+#include "core/ApplicationController.h"
+
 #include <QMainWindow>
 #include <QSharedPointer>
 
 namespace Kavo::Controllers {
-class ApplicationController;
 class PackageController;
 class TopbarController;
 } // namespace Kavo::Controllers
 
 namespace Kavo::Ui {
 
-/// The frameless main window. It follows the application controller in everything and refuses to
-/// close while packages are being installed or removed.
+/// The frameless main window. It follows the application controller in everything, tells it when
+/// the window manager has changed the state, and refuses to close while packages are being
+/// installed or removed.
 class ApplicationWindow final : public QMainWindow
 {
     Q_OBJECT
@@ -30,12 +32,19 @@ public slots:
     void onStateChanged();
 
 protected:
+    void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
+    void adoptState();
+
     QSharedPointer<Controllers::ApplicationController> m_application;
     QSharedPointer<Controllers::PackageController> m_packages;
     QSharedPointer<Controllers::TopbarController> m_topbar;
+    /// The last state in which there was something to see.
+    Controllers::ApplicationController::State m_openState =
+        Controllers::ApplicationController::NORMAL;
+    bool m_adoptsState = false;
 };
 
 } // namespace Kavo::Ui

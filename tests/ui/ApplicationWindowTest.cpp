@@ -48,6 +48,11 @@ private slots:
     void maximisedWindowKeepsItsGeometry();
     void windowFollowsTheState_data();
     void windowFollowsTheState();
+    void windowComesBackAsItWasBeforeItWasMinimised_data();
+    void windowComesBackAsItWasBeforeItWasMinimised();
+    void stateFollowsTheWindowManager_data();
+    void stateFollowsTheWindowManager();
+    void windowManagerRestoresWhatItMinimised();
     void styleAppliesToTheApplication();
     void windowClosesWhenNothingIsGoingOn();
     void windowStaysDuringAnInstallation();
@@ -160,6 +165,69 @@ void ApplicationWindowTest::windowFollowsTheState()
     // A number that is no state is ignored.
     m_application->setState(static_cast<ApplicationController::State>(9));
     QCOMPARE(int(m_window->windowState()), windowState);
+}
+
+void ApplicationWindowTest::windowComesBackAsItWasBeforeItWasMinimised_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::addColumn<int>("windowState");
+    QTest::newRow("normal") << int(ApplicationController::NORMAL) << int(Qt::WindowNoState);
+    QTest::newRow("maximised") << int(ApplicationController::MAXIMIZED) << int(Qt::WindowMaximized);
+    QTest::newRow("full screen") << int(ApplicationController::FULL_SCREEN)
+                                 << int(Qt::WindowFullScreen);
+}
+
+void ApplicationWindowTest::windowComesBackAsItWasBeforeItWasMinimised()
+{
+    QFETCH(int, state);
+    QFETCH(int, windowState);
+    open();
+    m_window->show();
+    m_application->setState(static_cast<ApplicationController::State>(state));
+    for (int round = 0; round < 2; ++round) {
+        m_application->setState(ApplicationController::MINIMIZED);
+        QCOMPARE(int(m_window->windowState()), int(Qt::WindowMinimized));
+        // As the task bar does it.
+        m_window->setWindowState(Qt::WindowNoState);
+        QCOMPARE(int(m_window->windowState()), windowState);
+        QCOMPARE(int(m_application->state()), state);
+    }
+    // What it was before is no reason to be it again.
+    m_application->setState(ApplicationController::NORMAL);
+    m_application->setState(ApplicationController::MINIMIZED);
+    m_window->setWindowState(Qt::WindowNoState);
+    QCOMPARE(int(m_window->windowState()), int(Qt::WindowNoState));
+    QCOMPARE(m_application->state(), ApplicationController::NORMAL);
+}
+
+void ApplicationWindowTest::stateFollowsTheWindowManager_data()
+{
+    windowFollowsTheState_data();
+}
+
+void ApplicationWindowTest::stateFollowsTheWindowManager()
+{
+    QFETCH(int, state);
+    QFETCH(int, windowState);
+    open();
+    m_window->show();
+    m_window->setWindowState(state == 0 ? Qt::WindowMaximized : Qt::WindowNoState);
+    m_window->setWindowState(static_cast<Qt::WindowState>(windowState));
+    QCOMPARE(int(m_application->state()), state);
+    QCOMPARE(int(m_window->windowState()), windowState);
+}
+
+/// Who minimises from outside leaves the window maximised beneath.
+void ApplicationWindowTest::windowManagerRestoresWhatItMinimised()
+{
+    open();
+    m_window->show();
+    m_application->setState(ApplicationController::MAXIMIZED);
+    m_window->setWindowState(Qt::WindowMaximized | Qt::WindowMinimized);
+    QCOMPARE(m_application->state(), ApplicationController::MINIMIZED);
+    QCOMPARE(int(m_window->windowState()), int(Qt::WindowMaximized | Qt::WindowMinimized));
+    m_window->setWindowState(Qt::WindowMaximized);
+    QCOMPARE(m_application->state(), ApplicationController::MAXIMIZED);
 }
 
 void ApplicationWindowTest::styleAppliesToTheApplication()
