@@ -1,6 +1,7 @@
 #include "app/Assembly.h"
 
 #include "app/SplashMessage.h"
+#include "components/WindowControl.h"
 #include "core/ApplicationController.h"
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
@@ -10,7 +11,9 @@
 
 #include <QApplication>
 #include <QNetworkAccessManager>
+#include <QScreen>
 #include <QSplashScreen>
+#include <QTimer>
 
 #include <utility>
 
@@ -19,6 +22,18 @@ namespace Kavo {
 using Controllers::ApplicationController;
 using Controllers::PackageController;
 using Controllers::TopbarController;
+
+namespace {
+
+/// On a screen that has no room for the window, its user would have to find the button first.
+void maximizeIfTooLarge(const QWidget &window)
+{
+    const QSize room = QGuiApplication::primaryScreen()->availableSize();
+    if (window.width() > room.width() || window.height() > room.height())
+        window.findChild<Components::WindowControl *>()->toggle();
+}
+
+} // namespace
 
 Assembly::Assembly(QApplication &application, QSplashScreen &splash,
                    QSharedPointer<Settings> settings, PackageEnvironment environment)
@@ -42,13 +57,15 @@ int Assembly::run()
 
     showSplashMessage(m_splash, QSplashScreen::tr("Creating UI..."));
     Ui::ApplicationWindow window(application, packages, topbar);
-    // Shown first: the splash screen waits for the window before it goes.
+    // Shown first: the splash screen waits for the window before it goes. It waits in the event
+    // loop, because only a running loop hears that the program is to end meanwhile.
     window.show();
-    m_splash.finish(&window);
-
-    // Closed while the splash screen waited for it, the window has asked a loop to end that was
-    // not running yet.
-    const int status = window.isVisible() ? m_application.exec() : 0;
+    QTimer::singleShot(0, &window, [this, &window] {
+        m_splash.finish(&window);
+        if (window.isVisible())
+            maximizeIfTooLarge(window);
+    });
+    const int status = m_application.exec();
     m_settings->save();
     return status;
 }

@@ -15,6 +15,9 @@ class WindowControl final : public StyledWidget
 public:
     explicit WindowControl(QWidget *parent = nullptr);
 
+    /// What a click on the middle button does.
+    void toggle();
+
 signals:
     void minimize();
     void maximize();
@@ -23,7 +26,6 @@ signals:
 
 private:
     QPushButton *makeButton(const QString &objectName, int glyph, const QString &description);
-    void toggle();
 
     QPushButton *m_toggle;
 };

@@ -13,6 +13,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -21,6 +22,7 @@
 #include <QPointer>
 #include <QProcess>
 #include <QPushButton>
+#include <QWindow>
 
 namespace Kavo::Ui {
 
@@ -36,6 +38,12 @@ constexpr int SettingsGlyph = 0xf013;
 constexpr int ResetGlyph = 0xf0e2;
 constexpr int MaximalHeight = 75;
 constexpr int LogoHeight = 25;
+
+/// Whether a program may say where its windows are. On Wayland only the compositor does.
+bool placesWindows()
+{
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
 
 } // namespace
 
@@ -75,17 +83,33 @@ void TopBar::mousePressEvent(QMouseEvent *event)
 
 void TopBar::mouseMoveEvent(QMouseEvent *event)
 {
-    if (!m_dragging || !(event->buttons() & Qt::LeftButton))
-        return;
-    // The window follows by this very amount, which keeps the point under the pointer.
-    const QPoint distance = event->localPos().toPoint() - m_pressed;
-    m_controller->moveBy(distance.x(), distance.y());
+    if (m_dragging && (event->buttons() & Qt::LeftButton))
+        drag(event->localPos().toPoint());
 }
 
 void TopBar::mouseReleaseEvent(QMouseEvent *event)
 {
     Q_UNUSED(event)
     m_dragging = false;
+}
+
+void TopBar::focusRefresh()
+{
+    m_refreshButton->setFocus(Qt::OtherFocusReason);
+}
+
+void TopBar::drag(const QPoint &position)
+{
+    if (!placesWindows()) {
+        // From here on the pointer is the compositor's, the release of the button included.
+        m_dragging = false;
+        if (!window()->isMaximized())
+            window()->windowHandle()->startSystemMove();
+        return;
+    }
+    // The window follows by this very amount, which keeps the point under the pointer.
+    const QPoint distance = position - m_pressed;
+    m_controller->moveBy(distance.x(), distance.y());
 }
 
 void TopBar::addLogo(QHBoxLayout &layout)
@@ -130,10 +154,11 @@ void TopBar::addSearch(QHBoxLayout &layout)
 
 void TopBar::addButtons(QHBoxLayout &layout)
 {
-    QPushButton *refreshButton = makeButton(RefreshGlyph, tr("Refresh"));
-    refreshButton->setToolTip(tr("Refresh"));
-    connect(refreshButton, &QPushButton::clicked, m_controller.data(), &TopbarController::refresh);
-    layout.addWidget(refreshButton);
+    m_refreshButton = makeButton(RefreshGlyph, tr("Refresh"));
+    m_refreshButton->setToolTip(tr("Refresh"));
+    connect(m_refreshButton, &QPushButton::clicked, m_controller.data(),
+            &TopbarController::refresh);
+    layout.addWidget(m_refreshButton);
 
     QPushButton *settingsButton = makeButton(SettingsGlyph, tr("Settings"));
     connect(settingsButton, &QPushButton::clicked, this, &TopBar::openSettings);

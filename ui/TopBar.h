@@ -25,12 +25,17 @@ public:
     explicit TopBar(const QSharedPointer<Controllers::TopbarController> &controller,
                     QWidget *parent = nullptr);
 
+    /// Gives the keyboard to the Refresh button.
+    void focusRefresh();
+
 protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
+    void drag(const QPoint &position);
+
     void addLogo(QHBoxLayout &layout);
     void addRepositoryLabel(QHBoxLayout &layout);
     void addLauncher(QHBoxLayout &layout);
@@ -48,6 +53,7 @@ private:
     QPoint m_pressed;
     QLineEdit *m_searchField = nullptr;
     QPushButton *m_searchButton = nullptr;
+    QPushButton *m_refreshButton = nullptr;
 };
 
 } // namespace Kavo::Ui

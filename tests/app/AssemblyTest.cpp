@@ -1,6 +1,8 @@
 #include "app/Assembly.h"
 #include "app/SplashMessage.h"
+#include "components/WindowControl.h"
 #include "core/Settings.h"
+#include "tests/components/Widgets.h"
 #include "tests/support/TestHttpServer.h"
 #include "tests/support/TestMain.h"
 #include "ui/ApplicationWindow.h"
@@ -8,17 +10,35 @@
 #include <QMetaType>
 #include <QPainter>
 #include <QPixmap>
+#include <QScreen>
+#include <QSignalSpy>
 #include <QSplashScreen>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 using namespace Kavo::Testing;
 using Kavo::Assembly;
 using Kavo::Settings;
+using Kavo::Components::WindowControl;
 using Kavo::Ui::ApplicationWindow;
 
 namespace {
+
+/// No status of any other end.
+constexpr int StillRunning = 99;
+
+/// What the window button does next outlives the window, but a program has one window only.
+void forgetMaximised()
+{
+    const WindowControl control;
+    QSignalSpy maximized(&control, &WindowControl::maximize);
+    auto *button = child<QPushButton>(control, "WindowMaximize");
+    button->click();
+    if (!maximized.isEmpty())
+        button->click();
+}
 
 ApplicationWindow *shownWindow()
 {
@@ -52,9 +72,18 @@ private slots:
     void exitStatusIsThatOfTheEventLoop();
     void everythingIsDestroyedAtTheEnd();
 
+    void windowClosedBehindTheSplashScreenEndsTheProgram();
+    void programToldToEndBehindTheSplashScreenEnds();
+    void windowTooLargeForTheScreenIsMaximised();
+    void windowThatFitsIsNotMaximised();
+
 private:
-    /// Runs the assembly until the window is shown and ends it with this status.
-    int run(int status = 0);
+    /// Runs the assembly until the window is shown, looks at it and ends with this status.
+    int run(int status = 0, const std::function<void(ApplicationWindow &)> &look = {});
+    /// Runs the assembly, does this while the splash screen waits for the window, and expects that
+    /// the program ends then. StillRunning when it does not.
+    int runBehindSplash(const std::function<void(ApplicationWindow &)> &act);
+    int assemble();
 
     std::unique_ptr<ScratchProfile> m_profile;
     std::unique_ptr<TestHttpServer> m_server;
@@ -64,6 +93,7 @@ private:
     bool m_windowWasShown = false;
     bool m_windowBeforeSplashWent = false;
     bool m_splashWent = false;
+    std::function<void(ApplicationWindow &)> m_behindSplash;
 };
 
 bool AssemblyTest::eventFilter(QObject *watched, QEvent *event)
@@ -73,12 +103,15 @@ bool AssemblyTest::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::Hide && watched == m_splash.get()) {
         m_splashWent = true;
         m_windowBeforeSplashWent = m_windowWasShown;
+        if (m_behindSplash)
+            m_behindSplash(*shownWindow());
     }
     return QObject::eventFilter(watched, event);
 }
 
 void AssemblyTest::init()
 {
+    forgetMaximised();
     m_profile = std::make_unique<ScratchProfile>();
     m_server = std::make_unique<TestHttpServer>();
     m_server->serve(QStringLiteral("/packages.json"), "[]");
@@ -88,6 +121,7 @@ void AssemblyTest::init()
     m_windowWasShown = false;
     m_windowBeforeSplashWent = false;
     m_splashWent = false;
+    m_behindSplash = {};
     connect(m_splash.get(), &QSplashScreen::messageChanged, this,
             [this](const QString &message) { m_messages.append(message); });
     m_splash->show();
@@ -104,17 +138,36 @@ void AssemblyTest::cleanup()
     m_profile.reset();
 }
 
-int AssemblyTest::run(int status)
+int AssemblyTest::run(int status, const std::function<void(ApplicationWindow &)> &look)
 {
     QTimer timer;
-    connect(&timer, &QTimer::timeout, this, [this, &timer, status] {
+    connect(&timer, &QTimer::timeout, this, [this, &timer, status, look] {
+        ApplicationWindow *window = shownWindow();
         // As long as the splash screen waits for the window, the loop has not begun.
-        if (!shownWindow() || m_splash->isVisible())
+        if (!window || m_splash->isVisible())
             return;
         timer.stop();
+        if (look)
+            look(*window);
         QCoreApplication::exit(status);
     });
     timer.start(2);
+    return assemble();
+}
+
+int AssemblyTest::runBehindSplash(const std::function<void(ApplicationWindow &)> &act)
+{
+    QTimer late;
+    m_behindSplash = [&late, act](ApplicationWindow &window) {
+        act(window);
+        late.start(1000);
+    };
+    connect(&late, &QTimer::timeout, this, [] { QCoreApplication::exit(StillRunning); });
+    return assemble();
+}
+
+int AssemblyTest::assemble()
+{
     return Assembly(*qobject_cast<QApplication *>(qApp), *m_splash, m_settings,
                     {m_server->url(QString()), QStringLiteral("/usr/bin/7z")})
         .run();
@@ -187,6 +240,56 @@ void AssemblyTest::everythingIsDestroyedAtTheEnd()
     const QWeakPointer<Settings> settings = m_settings;
     m_settings.reset();
     QVERIFY(settings.isNull());
+}
+
+void AssemblyTest::windowClosedBehindTheSplashScreenEndsTheProgram()
+{
+    QCOMPARE(runBehindSplash([](ApplicationWindow &window) { window.close(); }), 0);
+    QVERIFY(m_splashWent);
+    // An end like any other.
+    const QSettings file(m_profile->settingsFile(), QSettings::IniFormat);
+    QCOMPARE(file.allKeys().size(), 7);
+}
+
+void AssemblyTest::programToldToEndBehindTheSplashScreenEnds()
+{
+    QCOMPARE(runBehindSplash([](ApplicationWindow &) { QCoreApplication::exit(5); }), 5);
+    const QSettings file(m_profile->settingsFile(), QSettings::IniFormat);
+    QCOMPARE(file.allKeys().size(), 7);
+}
+
+void AssemblyTest::windowTooLargeForTheScreenIsMaximised()
+{
+    const QSize screen = QGuiApplication::primaryScreen()->availableSize();
+    if (screen.width() >= 1320 && screen.height() >= 800)
+        QSKIP("The screen has room for the window");
+    int maximised = 0;
+    QString action;
+    run(0, [&](ApplicationWindow &window) {
+        maximised += window.isMaximized() ? 1 : 0;
+        action = child<QPushButton>(window, "WindowMaximize")->accessibleName();
+        // It has opened at its place, and that is where it goes back to.
+        restoreWindow(window);
+        QCOMPARE(window.size(), QSize(1320, 800));
+        QCOMPARE(window.pos(), QPoint(screen.width() / 2 - 660, screen.height() / 2 - 400));
+    });
+    QCOMPARE(maximised, 1);
+    QCOMPARE(action, QStringLiteral("Restore"));
+}
+
+void AssemblyTest::windowThatFitsIsNotMaximised()
+{
+    const QSize screen = QGuiApplication::primaryScreen()->availableSize();
+    if (screen.width() < 1320 || screen.height() < 800)
+        QSKIP("The screen has no room for the window");
+    int normal = 0;
+    QString action;
+    run(0, [&](ApplicationWindow &window) {
+        normal += window.isMaximized() ? 0 : 1;
+        action = child<QPushButton>(window, "WindowMaximize")->accessibleName();
+    });
+    QCOMPARE(normal, 1);
+    QCOMPARE(action, QStringLiteral("Maximize"));
 }
 
 KAVO_TEST_MAIN(AssemblyTest)

@@ -312,6 +312,7 @@ void PictureTour::visit(const std::function<void()> &look)
             return;
         timer.stop();
         const QPointer<ApplicationWindow> window = m_window;
+        restoreWindow(*window);
         waitFor(QStringLiteral("the catalogue"), [this] {
             const auto *animation = child<QLabel>(*m_window, "ProcessingAnimation");
             return !animation->isVisible();

@@ -3,6 +3,7 @@
 #include "core/Paths.h"
 #include "core/Settings.h"
 #include "tests/components/QuitRequest.h"
+#include "tests/components/Widgets.h"
 #include "tests/support/Archives.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/StandInLocate.h"
@@ -152,6 +153,7 @@ int StartUpTest::run(const std::function<void(ApplicationWindow &)> &look, int s
         timer.stop();
         if (look)
             look(*window);
+        restoreWindow(*window);
         if (status == 0)
             window->close();
         else

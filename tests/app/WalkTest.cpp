@@ -269,6 +269,7 @@ int WalkTest::run(const Walk &walk, const std::function<void(ApplicationWindow *
         if (!window)
             return;
         timer.stop();
+        restoreWindow(*window);
         walk(*window);
         end(window);
     });

@@ -56,6 +56,14 @@ inline QIcon darkGlyph(int glyph)
     return Components::iconFont()->icon(glyph, Components::darkIconOptions());
 }
 
+/// Presses the window button if the window is maximised, as it opens on the small screen that there
+/// is without a display.
+inline void restoreWindow(const QWidget &window)
+{
+    if (window.isMaximized())
+        child<QPushButton>(window, "WindowMaximize")->click();
+}
+
 /// Whether the button waits for the pointer with a pointing hand.
 inline bool hasHand(const QWidget &widget)
 {

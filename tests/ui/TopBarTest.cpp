@@ -67,6 +67,7 @@ private slots:
     void barDragsTheWindow();
     void otherButtonsDoNotDrag();
     void releasedBarDragsNoMore();
+    void pointerWithoutTheButtonDoesNotDrag();
     void maximisedWindowIsNotDragged();
 
 private:
@@ -398,6 +399,19 @@ void TopBarTest::releasedBarDragsNoMore()
     QSignalSpy moved(m_application.data(), &ApplicationController::geometryChanged);
     mouse(QEvent::MouseMove, QPointF(130, 30), Qt::LeftButton);
     QCOMPARE(moved.count(), 0);
+}
+
+/// A release that went elsewhere is never told.
+void TopBarTest::pointerWithoutTheButtonDoesNotDrag()
+{
+    open();
+    mouse(QEvent::MouseButtonPress, QPointF(100, 10), Qt::LeftButton);
+    QSignalSpy moved(m_application.data(), &ApplicationController::geometryChanged);
+    mouse(QEvent::MouseMove, QPointF(130, 30), Qt::NoButton);
+    mouse(QEvent::MouseMove, QPointF(140, 30), Qt::RightButton);
+    QCOMPARE(moved.count(), 0);
+    mouse(QEvent::MouseMove, QPointF(130, 30), Qt::LeftButton);
+    QCOMPARE(moved.count(), 1);
 }
 
 void TopBarTest::maximisedWindowIsNotDragged()
