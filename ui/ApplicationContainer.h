@@ -2,6 +2,7 @@
 
 #include "components/StyledWidget.h"
 
+#include <QPointer>
 #include <QSharedPointer>
 
 namespace Kavo::Controllers {
@@ -12,7 +13,12 @@ class TopbarController;
 
 namespace Kavo::Ui {
 
-/// What the main window holds: the top bar above the package area.
+class PackageContainer;
+class TopBar;
+
+/// What the main window holds: the top bar above the package area. As long as nobody has chosen a
+/// place for the keyboard, it is where Return does no harm: at the first card of the list, at
+/// Refresh where there is none.
 class ApplicationContainer final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -24,7 +30,14 @@ public:
                          QWidget *parent = nullptr);
 
 private:
+    void giveKeyboardToRefresh();
+    void giveKeyboardToFirstCard();
+
     QSharedPointer<Controllers::ApplicationController> m_application;
+    TopBar *m_topBar;
+    PackageContainer *m_packages = nullptr;
+    /// What was given the keyboard without having been chosen.
+    QPointer<QWidget> m_unchosen;
 };
 
 } // namespace Kavo::Ui

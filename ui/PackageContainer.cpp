@@ -45,6 +45,12 @@ PackageContainer::PackageContainer(const QSharedPointer<PackageController> &cont
     m_controller->refresh();
 }
 
+void PackageContainer::focusFirstCard()
+{
+    if (auto *card = qobject_cast<PackageWidget *>(m_list->rowWidget(0)))
+        card->focusDetailButton();
+}
+
 void PackageContainer::followController()
 {
     const PackageController *controller = m_controller.data();
@@ -98,9 +104,10 @@ void PackageContainer::showEmpty()
 
 void PackageContainer::showList()
 {
-    PackageWidget *opened = hasFocusIn(*m_detail) ? m_cards->cardOf(m_openedId) : nullptr;
+    const bool isLeft = hasFocusIn(*m_detail);
+    PackageWidget *opened = isLeft ? m_cards->cardOf(m_openedId) : nullptr;
     // What has the keyboard when it is hidden would give it to the next best widget.
-    if (opened)
+    if (isLeft)
         window()->focusWidget()->clearFocus();
     m_detail->hide();
     m_sidebar->setVisible(m_controller->settings()->showsFilter());

@@ -32,6 +32,9 @@ public:
     explicit PackageContainer(const QSharedPointer<Controllers::PackageController> &controller,
                               QWidget *parent = nullptr);
 
+    /// Gives the keyboard to the first card of the list, if there is one.
+    void focusFirstCard();
+
 private:
     void followController();
     void build();

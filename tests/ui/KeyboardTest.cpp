@@ -107,6 +107,12 @@ private slots:
     void pressedCardKeepsTheKeyboard();
     void pressedTitleBarKeepsTheKeyboard();
 
+    void returnAfterTheStartOpensTheFirstCard();
+    void keyboardIsAtRefreshWhereThereIsNoCard_data();
+    void keyboardIsAtRefreshWhereThereIsNoCard();
+    void keyboardInTheTopBarStaysThere();
+    void keyboardIsNeverWithWhatIsHidden();
+
 private:
     static void directions();
     QWidget &window() { return m_shown->window(); }
@@ -555,6 +561,79 @@ void KeyboardTest::pressedTitleBarKeepsTheKeyboard()
     child<QPushButton>(window(), "Uninstall")->setFocus();
     m_shown->engine().package(1)->setState(Package::UNINSTALLING);
     QCOMPARE(focusedName(), QStringLiteral("Get Help"));
+}
+
+// The place of the keyboard before anybody has chosen one ----------------------------------------
+
+void KeyboardTest::returnAfterTheStartOpensTheFirstCard()
+{
+    m_shown->offerSome(3);
+    QVERIFY(m_shown->open());
+    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
+    QVERIFY(isSeen(*QApplication::focusWidget()));
+    press(Qt::Key_Return);
+    QVERIFY(m_shown->showsDetail());
+    QCOMPARE(textOf(window(), "DetailTitle"), QStringLiteral("package-1"));
+}
+
+void KeyboardTest::keyboardIsAtRefreshWhereThereIsNoCard_data()
+{
+    QTest::addColumn<bool>("error");
+    QTest::newRow("error") << true;
+    QTest::newRow("nothing") << false;
+}
+
+void KeyboardTest::keyboardIsAtRefreshWhereThereIsNoCard()
+{
+    QFETCH(bool, error);
+    m_shown->offerSome(3);
+    QVERIFY(m_shown->open());
+    PackageController &controller = m_shown->engine().controller();
+    // The keyboard is in the list, which goes now.
+    if (error)
+        emit controller.error(QStringLiteral("Connection refused"));
+    else
+        emit controller.empty();
+    QCOMPARE(focusedName(), QStringLiteral("Refresh"));
+    QSignalSpy busy(&controller, &PackageController::busy);
+    QSignalSpy listed(&controller, &PackageController::list);
+    press(Qt::Key_Return);
+    QCOMPARE(busy.count(), 1);
+    QVERIFY(listed.wait());
+    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
+}
+
+void KeyboardTest::keyboardInTheTopBarStaysThere()
+{
+    m_shown->offerSome(3);
+    QVERIFY(m_shown->open());
+    auto *settings = allChildren<QPushButton>(window(), "TopButton").at(2);
+    settings->setFocus();
+    PackageController &controller = m_shown->engine().controller();
+    emit controller.busy();
+    QCOMPARE(QApplication::focusWidget(), settings);
+    emit controller.error(QStringLiteral("Connection refused"));
+    QCOMPARE(QApplication::focusWidget(), settings);
+    emit controller.list();
+    QCOMPARE(QApplication::focusWidget(), settings);
+}
+
+void KeyboardTest::keyboardIsNeverWithWhatIsHidden()
+{
+    m_shown->offerSome(3);
+    QVERIFY(m_shown->open());
+    PackageController &controller = m_shown->engine().controller();
+    m_shown->openDetail(2);
+    emit controller.busy();
+    QCOMPARE(focusedName(), QStringLiteral("Refresh"));
+    emit controller.list();
+    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
+    // A package that the list does not show leaves the keyboard to the first one.
+    const auto other = QSharedPointer<Package>::create();
+    other->setId(8);
+    emit controller.detail(other);
+    press(Qt::Key_Escape);
+    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
 }
 
 KAVO_TEST_MAIN(KeyboardTest)
