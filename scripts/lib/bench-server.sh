@@ -9,22 +9,23 @@ start_server() {
     cat >"$on_disk/nginx.conf" <<CONF
 daemon off;
 $( ((EUID)) || echo "user $(id --user --name) $(id --group --name);")
-pid $on_disk/nginx.pid;
-error_log $on_disk/error.log;
+pid nginx.pid;
+error_log error.log;
 events { worker_connections 256; }
 http {
   access_log off;
   sendfile on;
-  client_body_temp_path $on_disk/tmp/b;
-  proxy_temp_path $on_disk/tmp/p;
-  fastcgi_temp_path $on_disk/tmp/f;
-  uwsgi_temp_path $on_disk/tmp/u;
-  scgi_temp_path $on_disk/tmp/s;
-  server { listen 127.0.0.1:$port; root $on_disk/www; }
-  server { listen 127.0.0.1:$((port + 1)); root $in_memory/www; }
+  client_body_temp_path tmp/b;
+  proxy_temp_path tmp/p;
+  fastcgi_temp_path tmp/f;
+  uwsgi_temp_path tmp/u;
+  scgi_temp_path tmp/s;
+  server { listen 127.0.0.1:$port; root www; }
+  server { listen 127.0.0.1:$((port + 1)); root "$in_memory/www"; }
 }
 CONF
-    "$(nginx_program)" -e "$on_disk/error.log" -c "$on_disk/nginx.conf" 2>/dev/null &
+    # From its folder: the name of that may mean something to nginx.
+    (cd "$on_disk" && exec "$(nginx_program)" -p ./ -e error.log -c nginx.conf) 2>/dev/null &
     bench_server=$!
     disk_address=http://127.0.0.1:$port/
     memory_address=http://127.0.0.1:$((port + 1))/

@@ -3,7 +3,8 @@
 # lies in DEMO_RUN; a script that wants it elsewhere sets that before. Sourced, not run.
 
 readonly DEMO_RUN="${DEMO_RUN:-$KAVO_SOURCE/build/demo-run}"
-readonly DEMO_PORT=8585
+# The program asks at 8585; another port is for looking at the server alone.
+readonly DEMO_PORT="${DEMO_PORT:-8585}"
 readonly DEMO_HOME="$DEMO_RUN/home"
 readonly DEMO_SIMULATOR="$DEMO_RUN/X-Plane demonstration"
 readonly DEMO_DATA="$DEMO_HOME/.local/share/Quarnell/Kavo Suite"
@@ -26,10 +27,11 @@ prepare_demonstration() {
 # The program looks for the simulator with the system's `locate`, whose database cannot know a
 # folder that was made a moment ago.
 write_locate_stand_in() {
-    cat >"$DEMO_RUN/bin/locate" <<SCRIPT
+    printf '%s\n' "$DEMO_SIMULATOR/X-Plane-x86_64" >"$DEMO_RUN/bin/locate.list"
+    cat >"$DEMO_RUN/bin/locate" <<'SCRIPT'
 #!/bin/sh
 # Stand-in for locate, of the demonstration of Kavo Suite: it knows the pretend simulator only.
-echo '$DEMO_SIMULATOR/X-Plane-x86_64'
+exec cat "${0%/*}/locate.list"
 SCRIPT
     chmod +x "$DEMO_RUN/bin/locate"
 }
@@ -52,10 +54,11 @@ start_server() {
     local -a account=()
     # Started by root, nginx would serve as a user who may not be able to read the folder.
     ((EUID == 0)) && account=(-g "user root;")
-    sed -e "s|@PORT@|$DEMO_PORT|; s|@WWW@|$DEMO_RUN/www|; s|@STATE@|$state|" \
-        "$KAVO_SOURCE/demo/nginx.conf.in" >"$state/nginx.conf"
-    "$(nginx_program)" -e "$state/error.log" -c "$state/nginx.conf" "${account[@]}" \
-        2>"$state/start.log" &
+    sed "s/@PORT@/$DEMO_PORT/" "$KAVO_SOURCE/demo/nginx.conf.in" >"$state/nginx.conf"
+    (
+        cd "$DEMO_RUN" || exit
+        exec "$(nginx_program)" -p ./ -e nginx/error.log -c nginx/nginx.conf "${account[@]}"
+    ) 2>"$state/start.log" &
     server_pid=$!
     wait_for 10 "nginx, see $state/start.log" server_is_up
     say "Serving the catalogue at http://localhost:$DEMO_PORT/"

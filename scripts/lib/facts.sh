@@ -37,7 +37,22 @@ is_recorded() {
 
 # has_setting KEY VALUE: that is what the settings file has.
 has_setting() {
-    grep --quiet --line-regexp --fixed-strings "$1=$2" "$DEMO_HOME/.config/Quarnell/Kavo Suite.ini"
+    [[ $(settings_text "$1") == "$2" ]]
+}
+
+# settings_text KEY: its value, as Qt writes it into a settings file: between quotes where it has a
+# comma, say, and with \x and a number for a letter that ASCII does not have.
+settings_text() {
+    local text letter decoded='' LC_ALL=C.UTF-8
+    text=$(sed -n "s/^$1=//p" "$DEMO_HOME/.config/Quarnell/Kavo Suite.ini") || return 1
+    text=${text#\"}
+    text=${text%\"}
+    while [[ $text =~ ^([^\\]*)\\x([0-9a-f]+)(.*)$ ]]; do
+        printf -v letter '%b' "\\U${BASH_REMATCH[2]}"
+        decoded+=${BASH_REMATCH[1]}$letter
+        text=${BASH_REMATCH[3]}
+    done
+    printf '%s\n' "$decoded$text"
 }
 
 # has_version FILE VERSION: the version file of an installed package, in the simulator's scenery.

@@ -8,6 +8,17 @@
 using namespace Kavo;
 using namespace Kavo::Testing;
 
+namespace {
+
+/// Shell text that prints the path of the simulator's executable in the folder.
+QByteArray printing(const QString &folder)
+{
+    return "cat <<'END_OF_PATH'\n" + QFile::encodeName(folder + simulatorExecutable()) +
+           "\nEND_OF_PATH\n";
+}
+
+} // namespace
+
 class InstallationTest final : public QObject
 {
     Q_OBJECT
@@ -119,7 +130,7 @@ void InstallationTest::failureGivesNothing()
     QFETCH(QByteArray, ending);
     const QString folder = makeSimulator(QStringLiteral("there"));
     StandInLocate locate({});
-    locate.setScript("echo '" + QFile::encodeName(folder) + "X-Plane-x86_64'\n" + ending);
+    locate.setScript(printing(folder) + ending);
     QCOMPARE(locateInstallation(), QString());
     QCOMPARE(locate.arguments().size(), 1);
 }
@@ -135,7 +146,7 @@ void InstallationTest::toolThatAsksIsNotWaitedFor()
 {
     const QString folder = makeSimulator(QStringLiteral("there"));
     StandInLocate locate({});
-    locate.setScript("cat > /dev/null\necho '" + QFile::encodeName(folder) + "X-Plane-x86_64'\n");
+    locate.setScript("cat > /dev/null\n" + printing(folder));
     QCOMPARE(locateInstallation(), folder);
 }
 

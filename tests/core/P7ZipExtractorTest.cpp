@@ -172,8 +172,7 @@ void P7ZipExtractorTest::callIsLogged()
 
 void P7ZipExtractorTest::exactlyThreeArguments()
 {
-    const QString program = standIn("printf '%s\\n' \"$#\" \"$@\" > '" +
-                                    QFile::encodeName(path(QStringLiteral("arguments"))) + "\'\n");
+    const QString program = standIn("printf '%s\\n' \"$#\" \"$@\" > \"${0%/*}/arguments\"\n");
     const QString archive = path(QStringLiteral("an archive.7z"));
     QVERIFY(P7ZipExtractor(program).extract(archive, path(QStringLiteral("a place/x "))));
     QCOMPARE(QString::fromUtf8(readFile(path(QStringLiteral("arguments")))),
@@ -195,8 +194,7 @@ void P7ZipExtractorTest::relativeArchiveIsMadeAbsolute()
 
 void P7ZipExtractorTest::runsInTheExecutablesFolder()
 {
-    const QString program =
-        standIn("pwd > '" + QFile::encodeName(path(QStringLiteral("where"))) + "\'\n");
+    const QString program = standIn("pwd > \"${0%/*}/where\"\n");
     QVERIFY(P7ZipExtractor(program).extract(QStringLiteral("a"), QStringLiteral("b")));
     QCOMPARE(QDir(QString::fromUtf8(readFile(path(QStringLiteral("where"))).trimmed())),
              QDir(Kavo::applicationDirectory()));
@@ -391,8 +389,7 @@ void P7ZipExtractorTest::encryptedArchiveFailsWithoutAsking()
 
 void P7ZipExtractorTest::answerAndEndOfInputReachTheProgram()
 {
-    const QString program =
-        standIn("cat > '" + QFile::encodeName(path(QStringLiteral("input"))) + "\'\n");
+    const QString program = standIn("cat > \"${0%/*}/input\"\n");
     QVERIFY(P7ZipExtractor(program).extract(QStringLiteral("a"), QStringLiteral("b")));
     QCOMPARE(readFile(path(QStringLiteral("input"))), QByteArray("A\n"));
 }

@@ -9,10 +9,11 @@ namespace Kavo::Testing {
 ExtractionWitness::ExtractionWitness(const QString &folder) : m_folder(folder)
 {
     // Only 7-Zip itself is a process of its own: some tests unpack thousands of archives.
-    const QByteArray script = "#!/bin/sh\necho \"begin ${2##*/}\" >> 'NOTES'\n"
-                              "/usr/bin/7z \"$@\"\nresult=$?\necho \"end ${2##*/}\" >> 'NOTES'\n"
-                              "exit $result\n";
-    if (!writeFile(program(), QByteArray(script).replace("NOTES", QFile::encodeName(notes()))))
+    const QByteArray script = "#!/bin/sh\nnotes=${0%/*}/witness\n"
+                              "echo \"begin ${2##*/}\" >> \"$notes\"\n"
+                              "/usr/bin/7z \"$@\"\nresult=$?\n"
+                              "echo \"end ${2##*/}\" >> \"$notes\"\nexit $result\n";
+    if (!writeFile(program(), script))
         qFatal("The witness cannot be made");
     QFile::setPermissions(program(), QFile::ReadOwner | QFile::ExeOwner);
 }

@@ -532,9 +532,8 @@ void PackageInstallationTest::endDuringATaskWaitsAndRecordsTheResult()
     // An extractor that waits until it is told to go on stands for a long unpacking.
     const QString folder = m_engine->profile().folder(QStringLiteral("tools"));
     const QString extractor = folder + QStringLiteral("slow7z");
-    const QByteArray script = "#!/bin/sh\ntouch '@started'\nread answer < '@gate'\n"
-                              "exec /usr/bin/7z \"$@\"\n";
-    QVERIFY(writeFile(extractor, QByteArray(script).replace("'@", '\'' + folder.toUtf8())));
+    QVERIFY(writeFile(extractor, "#!/bin/sh\ntouch \"${0%/*}/started\"\n"
+                                 "read answer < \"${0%/*}/gate\"\nexec /usr/bin/7z \"$@\"\n"));
     QVERIFY(QFile::setPermissions(extractor, QFile::ReadOwner | QFile::ExeOwner));
     QCOMPARE(QProcess::execute(QStringLiteral("mkfifo"), {folder + QStringLiteral("gate")}), 0);
     m_engine->setExtractor(extractor);
@@ -548,7 +547,8 @@ void PackageInstallationTest::endDuringATaskWaitsAndRecordsTheResult()
 
     QProcess opener;
     opener.start(QStringLiteral("/bin/sh"),
-                 {QStringLiteral("-c"), QStringLiteral("echo go > '%1gate'").arg(folder)});
+                 {QStringLiteral("-c"), QStringLiteral("echo go > \"$0\""),
+                  folder + QStringLiteral("gate")});
     QVERIFY(opener.waitForStarted());
     m_engine->stop();
     QVERIFY(opener.waitForFinished());

@@ -24,8 +24,7 @@ void StandInLocate::setScript(const QByteArray &text)
     QFile file(m_folder.filePath(QStringLiteral("locate")));
     if (!file.open(QIODevice::WriteOnly))
         qFatal("The stand-in for locate cannot be written");
-    file.write("#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + QFile::encodeName(m_folder.path()) +
-               "/arguments'\n" + text);
+    file.write("#!/bin/sh\nprintf '%s\\n' \"$@\" > \"${0%/*}/arguments\"\n" + text);
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 

@@ -256,8 +256,8 @@ void ApplicationWindowTest::windowStaysDuringAnInstallation()
     const QString folder = m_engine->profile().folder(QStringLiteral("extractor"));
     const QString go = folder + QStringLiteral("go");
     const QString program = folder + QStringLiteral("7z");
-    QVERIFY(writeFile(program, "#!/bin/sh\nwhile [ ! -e '" + go.toUtf8() +
-                                   "' ]; do sleep 0.02; done\nexit 0\n"));
+    QVERIFY(writeFile(program, "#!/bin/sh\nwhile [ ! -e \"${0%/*}/go\" ]; do sleep 0.02; done\n"
+                               "exit 0\n"));
     QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
     m_engine->setExtractor(program);
     m_engine->offer({1, QStringLiteral("1.0")});
