@@ -32,6 +32,11 @@ prepare_machine() {
     continue_as_user
 }
 
+# announce_build FOLDER COST: what building there for the first time takes.
+announce_build() {
+    [[ -d $KAVO_SOURCE/build/$1 ]] || say "The first build takes about $2 on two cores"
+}
+
 install_missing_packages() {
     local -a missing
     if ! command -v dpkg-query >/dev/null; then

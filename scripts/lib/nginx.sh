@@ -18,7 +18,7 @@ nginx_program() {
     return 1
 }
 
-# provide_nginx: afterwards nginx_program succeeds. Its libraries are among KAVO_RUN_PACKAGES.
+# provide_nginx: afterwards nginx_program succeeds.
 provide_nginx() {
     nginx_program >/dev/null && return
     command -v apt-get >/dev/null || die "nginx is needed, and there is no apt-get to fetch it with"

@@ -15,11 +15,10 @@ KAVO_BUILD_PACKAGES=(
 # timer, it asks for the simulator's folder.
 KAVO_PROGRAM_PACKAGES=(libqt5sql5-sqlite qttranslations5-l10n p7zip-full)
 
-# To run its demonstration, with or without a display. nginx comes without a package, see nginx.sh;
-# these are the libraries of it.
+# To run its demonstration, with or without a display. nginx comes without a package, see nginx.sh; its
+# libraries are among those of Qt and CMake, under names that differ from one Debian to the next.
 KAVO_RUN_PACKAGES=(
     "${KAVO_PROGRAM_PACKAGES[@]}"
-    libcrypt1 libpcre2-8-0 libssl3 zlib1g
     xvfb xauth openbox xdotool sqlite3
 )
 

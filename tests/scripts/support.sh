@@ -44,6 +44,7 @@ source scripts/lib/say.sh
 source scripts/lib/install.sh
 source scripts/lib/build.sh
 refuse_arguments "$@"
+announce_build release "9 MB and 8 minutes"
 prepare_machine alpha beta
 mkdir -p build
 build_release build/release
