@@ -22,8 +22,8 @@ KAVO_RUN_PACKAGES=(
     xvfb xauth openbox xdotool sqlite3
 )
 
-# To run the tests, besides those.
-KAVO_TEST_PACKAGES=(clang-format desktop-file-utils appstream)
+# To run the tests, which look at the sources as well, besides those.
+KAVO_TEST_PACKAGES=(clang-format desktop-file-utils appstream shellcheck)
 
 # To check the sources, besides those to build.
 KAVO_LINT_PACKAGES=(clang-format clang-tidy shellcheck git)
