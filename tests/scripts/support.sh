@@ -20,10 +20,8 @@ set_up() {
     rm -rf "${SCRATCH:?}"/*
     mkdir -p "$COPY" "$BIN" "$SCRATCH/installed"
     cp -r "$SOURCE/scripts" "$COPY/"
-    local tool
-    for tool in "${TOOLS[@]}"; do
-        ln -s "$(type -P "$tool")" "$BIN/$tool"
-    done
+    type -P "${TOOLS[@]}" | xargs ln --symbolic --target-directory="$BIN" ||
+        fail "one of these is not installed: ${TOOLS[*]}"
     : >"$CALLS"
     stand_in dpkg-query 'test -e "$SCRATCH/installed/${!#}" && echo installed'
     stand_in apt-get 'case " $* " in
