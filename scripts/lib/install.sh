@@ -9,6 +9,8 @@ source "$KAVO_SOURCE/scripts/lib/account.sh"
 # shellcheck source=scripts/lib/nginx.sh
 source "$KAVO_SOURCE/scripts/lib/nginx.sh"
 
+first_build=
+
 # missing_packages NAME...: those that are not installed, one a line.
 missing_packages() {
     local name
@@ -28,13 +30,14 @@ get_packages() {
 # sudo. A script that was itself started through sudo goes on as the user who did that.
 prepare_machine() {
     require_build_folder
+    [[ -z $first_build ]] || say "The first build takes about $first_build on two cores"
     install_missing_packages "$@"
     continue_as_user
 }
 
-# announce_build FOLDER COST: what building there for the first time takes.
+# announce_build FOLDER COST: has prepare_machine say what building there for the first time takes.
 announce_build() {
-    [[ -d $KAVO_SOURCE/build/$1 ]] || say "The first build takes about $2 on two cores"
+    [[ -d $KAVO_SOURCE/build/$1 ]] || first_build=$2
 }
 
 install_missing_packages() {
