@@ -17,7 +17,13 @@ has_sudo() {
 
 # as_root COMMAND...: directly or through sudo.
 as_root() {
-    if is_root; then "$@"; else sudo "$@"; fi
+    if is_root; then
+        "$@"
+    elif has_sudo; then
+        sudo "$@"
+    else
+        die "there is no sudo here; this needs root: $*"
+    fi
 }
 
 # require_build_folder: stops before anything is fetched when nothing could be built.
