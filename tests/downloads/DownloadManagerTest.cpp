@@ -20,6 +20,8 @@ private slots:
     void hasNoSignals();
     void heldDownloadWaitsForStart();
     void startLeavesRunningOnesAlone();
+    void startLeavesAloneWhatIsIdleNoMore();
+    void downloadThatIsIdleTwiceStartsOnce();
     void oneObjectIsQueuedOnce();
     void secondAddDoesNotEvenStart();
     void twoDownloadsOfOneAddressShareAFile();
@@ -107,6 +109,35 @@ void DownloadManagerTest::startLeavesRunningOnesAlone()
     QCOMPARE(m_setup->server().log(),
              QStringList({QStringLiteral("HEAD /a"), QStringLiteral("GET /a")}));
     QCOMPARE(events.list(), resumableEvents(1, m_setup->path(QStringLiteral("a"))));
+}
+
+void DownloadManagerTest::startLeavesAloneWhatIsIdleNoMore()
+{
+    m_setup->server().serve(QStringLiteral("/a"), "a");
+    m_setup->server().serve(QStringLiteral("/b"), "b");
+    const auto download = DownloadSetup::resumable(url("/a"));
+    manager().add(download, true);
+    download->setProcess(Download::Process::Finished);
+    manager().start();
+    QCOMPARE(download->getProcess(), Download::Process::Finished);
+    const auto other = DownloadSetup::resumable(url("/b"));
+    DownloadEvents events(other);
+    manager().add(other, false);
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(m_setup->server().log(),
+             QStringList({QStringLiteral("HEAD /b"), QStringLiteral("GET /b")}));
+}
+
+void DownloadManagerTest::downloadThatIsIdleTwiceStartsOnce()
+{
+    m_setup->server().serve(QStringLiteral("/a"), "a");
+    const auto download = DownloadSetup::resumable(url("/a"));
+    DownloadEvents events(download);
+    manager().add(download, true);
+    download->setProcess(Download::Process::Idle);
+    manager().start();
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(events.list().count(QStringLiteral("process 1")), 1);
 }
 
 void DownloadManagerTest::oneObjectIsQueuedOnce()
