@@ -36,6 +36,14 @@ QVariant announcedLength(const QNetworkReply &reply)
     return isNumber && length >= 0 ? QVariant(length) : QVariant();
 }
 
+/// Whether the body is the file or a part of it. Of a page that tells of an error, neither length
+/// nor date nor encoding say anything about the file.
+bool bringsTheFile(const QNetworkReply &reply)
+{
+    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    return status == 200 || status == 206;
+}
+
 } // namespace
 
 Transfer::Transfer(QNetworkAccessManager &network, const QSharedPointer<Download> &download,
@@ -127,7 +135,8 @@ void Transfer::requestBody()
 void Transfer::onAnswered()
 {
     QNetworkRequest &request = *m_download->getRequest();
-    if (!request.hasRawHeader(AcceptEncoding) || !isCompressed(*m_reply))
+    if (!bringsTheFile(*m_reply) || !isCompressed(*m_reply) ||
+        !request.hasRawHeader(AcceptEncoding))
         return;
     m_reply->disconnect(this);
     m_reply->abort();

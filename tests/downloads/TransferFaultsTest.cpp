@@ -23,6 +23,8 @@ private slots:
     void failedGetStillFinishes_data();
     void failedGetStillFinishes();
     void bodyOfAnErrorIsWritten();
+    void compressedErrorLeavesThePart_data();
+    void compressedErrorLeavesThePart();
     void refusedConnection();
     void unknownHostAndBadAddress_data();
     void unknownHostAndBadAddress();
@@ -152,6 +154,32 @@ void TransferFaultsTest::bodyOfAnErrorIsWritten()
     server().serve(QStringLiteral("/a"), "a page").getStatus = 404;
     transfer(DownloadSetup::restart(url("/a")));
     QCOMPARE(content("a"), QByteArray("a page"));
+}
+
+void TransferFaultsTest::compressedErrorLeavesThePart_data()
+{
+    QTest::addColumn<bool>("probeFails");
+    QTest::newRow("probe and transfer fail") << true;
+    QTest::newRow("only the transfer fails") << false;
+}
+
+void TransferFaultsTest::compressedErrorLeavesThePart()
+{
+    QFETCH(bool, probeFails);
+    const QByteArray body = HttpResource::generated(0, 5000);
+    HttpResource &resource = server().serve(QStringLiteral("/a"), body);
+    resource.compressesUnasked = true;
+    QVERIFY(m_setup->put(QStringLiteral("a"), body.left(1000)));
+    const auto download = DownloadSetup::resumable(url("/a"));
+    const auto failing = probeFails ? Download::Process::Header : Download::Process::Download;
+    connect(download.data(), &Download::processChanged, this, [&](Download::Process process) {
+        if (process == failing)
+            resource.getStatus = 503;
+    });
+    const QStringList events = transfer(download);
+    QVERIFY(events.contains(QStringLiteral("error Server Error")));
+    QCOMPARE(server().log(), QStringList({QStringLiteral("HEAD /a"), QStringLiteral("GET /a")}));
+    QVERIFY(content("a").startsWith(body.left(1000)));
 }
 
 void TransferFaultsTest::refusedConnection()

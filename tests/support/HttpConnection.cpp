@@ -114,7 +114,8 @@ void HttpConnection::prepareGet()
     }
     m_answer.status = m_resource.getStatus.value_or(200);
     m_answer.end = m_resource.size();
-    if (m_request.hasHeader("Range") && !m_resource.ignoresRange)
+    // An error is an error, whichever bytes of the body were asked for.
+    if (m_answer.status == 200 && m_request.hasHeader("Range") && !m_resource.ignoresRange)
         prepareRange();
     if (m_resource.compressesUnasked ||
         (m_resource.compresses && m_request.header("Accept-Encoding").contains("gzip")))
