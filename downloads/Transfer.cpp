@@ -152,6 +152,7 @@ void Transfer::writeBody()
     if (!openFile())
         return;
     m_buffer.resize(static_cast<int>(ReadBufferSize));
+    const qint64 before = m_receivedBytes;
     qint64 received = 0;
     while ((received = m_reply->read(m_buffer.data(), m_buffer.size())) > 0) {
         // A full disk shows in the count alone.
@@ -159,6 +160,9 @@ void Transfer::writeBody()
         m_lostBytes += received - qMax<qint64>(written, 0);
         m_receivedBytes += received;
     }
+    // Progress is reported every now and then only, so that bytes before a pause would not show.
+    if (m_receivedBytes > before)
+        m_download->setCurrentSize(m_file.size());
 }
 
 bool Transfer::openFile()

@@ -21,6 +21,8 @@ private slots:
     void freshFileIsProbedAndFetched();
     void completeFileNeedsNoGet();
     void partialFileIsResumed();
+    void burstIsAnnouncedAtOnce_data();
+    void burstIsAnnouncedAtOnce();
     void emptyPartIsResumedFromTheStart();
     void largerFileIsFetchedWhole();
     void folderInTheWayIsLeftAlone();
@@ -137,6 +139,33 @@ void TransferTest::partialFileIsResumed()
     QVERIFY(sizes.first() >= 1000);
     QCOMPARE(sizes.last(), 5000);
     QCOMPARE(content("a"), body);
+}
+
+void TransferTest::burstIsAnnouncedAtOnce_data()
+{
+    QTest::addColumn<int>("part");
+    QTest::newRow("fresh") << 0;
+    QTest::newRow("resumed") << 1000;
+}
+
+/// The network layer reports progress every now and then only: what came at once and then paused
+/// must show.
+void TransferTest::burstIsAnnouncedAtOnce()
+{
+    QFETCH(int, part);
+    constexpr int Burst = 2000000;
+    server().serveGenerated(QStringLiteral("/a"), 3 * Burst).holdAfter = Burst;
+    if (part > 0)
+        QVERIFY(m_setup->put(QStringLiteral("a"), HttpResource::generated(0, part)));
+    const auto download = DownloadSetup::resumable(url("/a"));
+    DownloadEvents events(download);
+    m_setup->manager().add(download, false);
+    QTRY_COMPARE(QFileInfo(path("a")).size(), Burst + part);
+    QTRY_COMPARE(download->getCurrentSize(), Burst + part);
+    QCOMPARE(events.currentSizes().last(), Burst + part);
+    server().release(QStringLiteral("/a"));
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(events.currentSizes().last(), 3 * Burst);
 }
 
 void TransferTest::emptyPartIsResumedFromTheStart()
