@@ -16,8 +16,9 @@ namespace Kavo::Models {
 ///     Idle -> Header -> Finished                 resumable, file already complete
 ///     Idle -> Download -> Finished               restart
 ///
-/// A network error is announced by error() and is final: the transfer still ends in Finished, and
-/// listeners ignore all that follows an error. All sizes are bytes. Main thread.
+/// An error, of the network or because bytes could not be written, is announced by error() and is
+/// final: the transfer still ends in Finished, and listeners ignore all that follows an error. All
+/// sizes are bytes. Main thread.
 class Download final : public QObject
 {
     Q_OBJECT
@@ -62,8 +63,7 @@ public:
     /// Repeats the present state for a listener that came late.
     void announce();
 
-    /// Reports a network error of this transfer's request: the detail to the log, "Server Error"
-    /// to the listeners.
+    /// Reports an error of this transfer: the detail to the log, "Server Error" to the listeners.
     void fail(const QString &message);
 
 signals:

@@ -1,11 +1,8 @@
 #include "downloads/DownloadManager.h"
 
-#include "core/Paths.h"
 #include "core/Settings.h"
 #include "downloads/Transfer.h"
 
-#include <QCryptographicHash>
-#include <QDir>
 #include <QNetworkAccessManager>
 
 #include <algorithm>
@@ -21,14 +18,6 @@ const char *const Schema =
     "CREATE TABLE IF NOT EXISTS downloads (id        INTEGER        PRIMARY KEY AUTOINCREMENT,"
     "url       VARCHAR (1024) UNIQUE,timestamp DATETIME       DEFAULT CURRENT_TIMESTAMP);";
 
-/// A short text that stays the same for one address, so that a later run resumes the same file.
-QString addressMark(const QUrl &url)
-{
-    const QByteArray hash =
-        QCryptographicHash::hash(url.toEncoded(), QCryptographicHash::Sha1).toHex().left(8);
-    return QString::fromLatin1(hash);
-}
-
 } // namespace
 
 DownloadManager::DownloadManager(const QSharedPointer<Settings> &settings,
@@ -40,7 +29,6 @@ DownloadManager::DownloadManager(const QSharedPointer<Settings> &settings,
     , m_cacheFolder(settings->current(Settings::CACHE))
     , m_database(QStringLiteral("DownloadDatabaseConnection"), QStringLiteral("download.db"))
 {
-    ensureDirectory(m_cacheFolder, true);
     m_database.open(QLatin1String(Schema));
 }
 
@@ -50,12 +38,10 @@ void DownloadManager::add(const DownloadPointer &download, bool hold)
 {
     if (m_queuedIds.contains(download->getId()))
         return;
-    if (download->getPath().isEmpty())
-        download->setPath(freePath(*download));
+    m_cacheFolder.settle(download);
     m_queue.append(download);
     m_queuedIds.insert(download->getId());
     watchIdleness(download);
-    m_known[download->getPath()].append(download.toWeakRef());
     if (!hold)
         start();
 }
@@ -100,31 +86,6 @@ void DownloadManager::clear()
     m_database.removeFile();
 }
 
-QString DownloadManager::freePath(Download &download)
-{
-    const QString path = m_cacheFolder + QDir::separator() + download.getFileName();
-    if (!isTaken(path, download))
-        return path;
-    return path + QLatin1Char('.') + addressMark(download.getRequest()->url());
-}
-
-bool DownloadManager::isTaken(const QString &path, const Download &newcomer)
-{
-    const auto writers = m_known.find(path);
-    if (writers == m_known.end())
-        return false;
-    writers->erase(
-        std::remove_if(writers->begin(), writers->end(),
-                       [](const QWeakPointer<Download> &writer) { return writer.isNull(); }),
-        writers->end());
-    const QUrl address = newcomer.getRequest()->url();
-    return std::any_of(writers->cbegin(), writers->cend(),
-                       [&address](const QWeakPointer<Download> &writer) {
-                           const DownloadPointer other = writer.toStrongRef();
-                           return other && other->getRequest()->url() != address;
-                       });
-}
-
 void DownloadManager::watchIdleness(const DownloadPointer &download)
 {
     const auto note = [this, weak = download.toWeakRef()] {
@@ -138,8 +99,11 @@ void DownloadManager::watchIdleness(const DownloadPointer &download)
 
 void DownloadManager::run(const DownloadPointer &download)
 {
-    auto *transfer = new Transfer(*m_network, download, this);
+    const QString file = m_cacheFolder.beginWriting(*download);
+    auto *transfer = new Transfer(*m_network, download, file, this);
     connect(transfer, &Transfer::ended, this, [this, download] { remove(download); });
+    connect(transfer, &Transfer::fileSettled, this,
+            [this, file] { m_cacheFolder.endWriting(file); });
     transfer->start();
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "core/DatabaseFile.h"
+#include "downloads/CacheFolder.h"
 #include "downloads/Download.h"
 
-#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QSet>
@@ -43,6 +43,8 @@ public:
     /// Queues a download and, unless `hold` is set, starts what is idle. One that is queued
     /// already is left alone. A download without a path gets one in the cache folder: the name of
     /// its address, or a name beside it as long as a live download of another address has that.
+    /// Several restarting downloads of one path each bring a whole file there: whoever is told
+    /// finished() finds one.
     void add(const DownloadPointer &download, bool hold);
 
     /// Starts every idle download; may be called any number of times.
@@ -58,23 +60,18 @@ public:
     void clear();
 
 private:
-    QString freePath(Models::Download &download);
-    bool isTaken(const QString &path, const Models::Download &newcomer);
     void watchIdleness(const DownloadPointer &download);
     void run(const DownloadPointer &download);
 
     QSharedPointer<Settings> m_settings;
     QSharedPointer<QNetworkAccessManager> m_network;
-    QString m_cacheFolder;
+    CacheFolder m_cacheFolder;
     QList<DownloadPointer> m_queue;
     // With thousands of downloads a walk through the queue for each of them would show.
     QSet<QUuid> m_queuedIds;
     /// What was idle when it was last heard of.
     QVector<QWeakPointer<Models::Download>> m_idle;
     DatabaseFile m_database;
-    /// Downloads that somebody may still hold, also after they left the queue, by the path they
-    /// came with. Those that are gone are sorted out when their path is asked for again.
-    QHash<QString, QVector<QWeakPointer<Models::Download>>> m_known;
 };
 
 } // namespace Kavo::Managers

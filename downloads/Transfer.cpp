@@ -2,9 +2,10 @@
 
 #include "core/Log.h"
 
-#include <QFileInfo>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+
+#include <utility>
 
 namespace Kavo::Managers {
 
@@ -36,6 +37,15 @@ QVariant announcedLength(const QNetworkReply &reply)
     return isNumber && length >= 0 ? QVariant(length) : QVariant();
 }
 
+/// The date of the file as the server writes it, after that of a redirect as above.
+QByteArray lastModified(const QNetworkReply &reply)
+{
+    const QByteArray separator = "GMT, ";
+    const QByteArray text = reply.rawHeader("Last-Modified").trimmed();
+    const int end = text.lastIndexOf(separator);
+    return end < 0 ? text : text.mid(end + separator.size());
+}
+
 /// Whether the body is the file or a part of it. Of a page that tells of an error, neither length
 /// nor date nor encoding say anything about the file.
 bool bringsTheFile(const QNetworkReply &reply)
@@ -47,17 +57,17 @@ bool bringsTheFile(const QNetworkReply &reply)
 } // namespace
 
 Transfer::Transfer(QNetworkAccessManager &network, const QSharedPointer<Download> &download,
-                   QObject *parent)
+                   const QString &growsAt, QObject *parent)
     : QObject(parent)
     , m_network(network)
     , m_download(download)
-    , m_file(download->getPath())
+    , m_file(download->getPath(), growsAt)
 {}
 
 void Transfer::start()
 {
     if (m_download->isRestart()) {
-        sendGet();
+        follow(PartialFile::Plan::Restart);
         return;
     }
     // The length of a compressed answer is not that of the file, and a part of one cannot be
@@ -82,43 +92,41 @@ void Transfer::onProbed(QNetworkReply &probe)
     probe.deleteLater();
     // What the server says of an error page is nothing about the file.
     const bool answered = probe.error() == QNetworkReply::NoError;
+    const QUrl address = m_download->getRequest()->url();
+    const auto origin = FileOrigin::of(address, answered ? lastModified(probe) : QByteArray());
+    std::optional<qint64> size;
     if (answered && length.isValid() && modified.isValid()) {
-        const qint64 size = length.toLongLong();
-        m_download->setFileSize(size);
-        if (isCompleteOnDisk(size)) {
-            deleteLater();
-            m_download->setProcess(Download::Process::Finished);
-            return;
-        }
+        size = length.toLongLong();
+        m_download->setFileSize(*size);
     }
-    sendGet();
+    follow(m_file.plan(size, origin));
 }
 
-bool Transfer::isCompleteOnDisk(qint64 announcedSize)
+void Transfer::follow(PartialFile::Plan plan)
 {
-    const QFileInfo file(m_download->getPath());
-    if (!file.isFile())
-        return false;
-    if (file.size() == announcedSize)
-        return true;
-    if (file.size() < announcedSize)
+    switch (plan) {
+    case PartialFile::Plan::Finish:
+        deleteLater();
+        emit fileSettled();
+        m_download->setProcess(Download::Process::Finished);
+        return;
+    case PartialFile::Plan::Resume:
         m_download->getRequest()->setRawHeader("Range",
-                                               "bytes=" + QByteArray::number(file.size()) + '-');
-    else
-        QFile::remove(m_download->getPath());
-    return false;
-}
-
-void Transfer::sendGet()
-{
-    if (m_download->getProcess() == Download::Process::Idle)
-        QFile::remove(m_download->getPath());
+                                               "bytes=" + QByteArray::number(m_file.size()) + '-');
+        break;
+    case PartialFile::Plan::Restart:
+        m_file.discard();
+        break;
+    case PartialFile::Plan::Append:
+        break;
+    }
     m_download->setProcess(Download::Process::Download);
     requestBody();
 }
 
 void Transfer::requestBody()
 {
+    m_hasFailed = false;
     m_reply = m_network.get(*m_download->getRequest());
     m_reply->setReadBufferSize(ReadBufferSize);
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &Transfer::onAnswered);
@@ -141,37 +149,35 @@ void Transfer::onAnswered()
     m_reply->disconnect(this);
     m_reply->abort();
     m_reply->deleteLater();
-    QFile::remove(m_download->getPath());
+    m_file.discard();
     request.setRawHeader(AcceptEncoding, QByteArray());
     request.setRawHeader("Range", QByteArray());
     requestBody();
 }
 
+FileOrigin Transfer::originOfBody() const
+{
+    return FileOrigin::of(m_download->getRequest()->url(),
+                          bringsTheFile(*m_reply) ? lastModified(*m_reply) : QByteArray());
+}
+
 void Transfer::writeBody()
 {
-    if (!openFile())
+    if (!m_file.open(originOfBody())) {
+        // Nobody empties the buffer now; with a limit the transfer would never end.
+        m_reply->setReadBufferSize(0);
         return;
+    }
     m_buffer.resize(static_cast<int>(ReadBufferSize));
     const qint64 before = m_receivedBytes;
     qint64 received = 0;
     while ((received = m_reply->read(m_buffer.data(), m_buffer.size())) > 0) {
-        // A full disk shows in the count alone.
-        const qint64 written = m_file.write(m_buffer.constData(), received);
-        m_lostBytes += received - qMax<qint64>(written, 0);
+        m_file.append(m_buffer.constData(), received);
         m_receivedBytes += received;
     }
     // Progress is reported every now and then only, so that bytes before a pause would not show.
     if (m_receivedBytes > before)
         m_download->setCurrentSize(m_file.size());
-}
-
-bool Transfer::openFile()
-{
-    if (m_file.isOpen() || m_file.open(QIODevice::Append | QIODevice::Unbuffered))
-        return true;
-    // Nobody empties the buffer now; with a limit the transfer would never end.
-    m_reply->setReadBufferSize(0);
-    return false;
 }
 
 void Transfer::onProgress(qint64 bytesTotal)
@@ -184,12 +190,16 @@ void Transfer::onProgress(qint64 bytesTotal)
 void Transfer::onFinished()
 {
     writeBody();
-    m_file.close();
+    m_file.lose(m_reply->bytesAvailable());
     if (isCutShort())
         reportError(QStringLiteral("Connection closed"));
-    logShortfall();
+    const qint64 present = m_file.size();
+    m_file.settle(!m_hasFailed && m_file.lostBytes() == 0);
+    reportLoss();
+    logShortfall(present);
     m_reply->deleteLater();
     deleteLater();
+    emit fileSettled();
     m_download->setProcess(Download::Process::Finished);
     emit ended();
 }
@@ -201,34 +211,42 @@ bool Transfer::isCutShort() const
 {
     if (m_reply->error() != QNetworkReply::NoError || isCompressed(*m_reply))
         return false;
-    const qint64 unread = m_reply->bytesAvailable();
+    // What the disk did not take was not cut off by the network.
+    const qint64 lost = m_file.lostBytes();
     const QVariant announced = announcedLength(*m_reply);
     if (announced.isValid())
-        return m_receivedBytes + unread < announced.toLongLong();
+        return m_receivedBytes + m_reply->bytesAvailable() < announced.toLongLong();
     // Chunks do not tell how long the body is; the probe has told how long the file is.
     const bool chunked = m_reply->rawHeader("Transfer-Encoding").toLower().contains("chunked");
-    return chunked && m_file.size() + unread < m_download->getFileSize();
+    return chunked && m_file.size() + lost < m_download->getFileSize();
 }
 
-void Transfer::logShortfall()
+/// Bytes that are missing on the disk are an error of the download: to install what is left of an
+/// archive would remove the version before.
+void Transfer::reportLoss()
 {
-    const QString path = m_download->getPath();
-    if (m_lostBytes > 0)
-        logLine(QStringLiteral("Write Error : %1 : %2 bytes were not written")
-                    .arg(path)
-                    .arg(m_lostBytes));
+    if (m_file.lostBytes() == 0)
+        return;
+    const QString loss = QStringLiteral("%1 bytes were not written").arg(m_file.lostBytes());
+    logLine(QStringLiteral("Write Error : %1 : %2").arg(m_download->getPath(), loss));
+    // An error is told once.
+    if (!std::exchange(m_hasFailed, true))
+        m_download->fail(loss);
+}
+
+void Transfer::logShortfall(qint64 present) const
+{
     const qint64 expected = m_download->getFileSize();
-    const QFileInfo file(path);
-    const qint64 present = file.isFile() ? file.size() : 0;
     if (expected > 0 && present != expected)
         logLine(QStringLiteral("Size Error : %1 : %2 of %3 bytes")
-                    .arg(path)
+                    .arg(m_download->getPath())
                     .arg(present)
                     .arg(expected));
 }
 
 void Transfer::reportError(const QString &text)
 {
+    m_hasFailed = true;
     logLine(QStringLiteral("Network Error : ") + text);
     m_download->fail(text);
 }

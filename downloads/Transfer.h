@@ -1,9 +1,9 @@
 #pragma once
 
 #include "downloads/Download.h"
+#include "downloads/PartialFile.h"
 
 #include <QByteArray>
-#include <QFile>
 #include <QObject>
 #include <QSharedPointer>
 
@@ -17,20 +17,24 @@ namespace Kavo::Managers {
 ///     resumable:  HEAD -> compare with the file on disk -> GET of what is missing -> Finished
 ///     restart:    remove the file -> GET -> Finished
 ///
-/// The body goes to the file as it arrives and is never held whole. A network error is reported to
-/// the download and does not stop the course of things: a failed HEAD is followed by the GET, a
-/// failed GET by Finished. There is no time limit and no retry. Main thread.
+/// The body goes to the file as it arrives and is never held whole. An error, be it of the network
+/// or of the disk, is reported to the download and does not stop the course of things: a failed
+/// HEAD is followed by the GET, a failed GET by Finished. There is no time limit and no retry. Main
+/// thread.
 class Transfer final : public QObject
 {
     Q_OBJECT
 
 public:
+    /// The file grows in the download's own place or in another one meanwhile.
     Transfer(QNetworkAccessManager &network, const QSharedPointer<Models::Download> &download,
-             QObject *parent);
+             const QString &growsAt, QObject *parent);
 
     void start();
 
 signals:
+    /// Nothing is written to the file any more; the download will be Finished at once.
+    void fileSettled();
     /// The GET is over and the download Finished. Not emitted when the probe found the file
     /// complete, which ends the transfer without a GET.
     void ended();
@@ -38,25 +42,25 @@ signals:
 private:
     void sendProbe();
     void onProbed(QNetworkReply &probe);
-    bool isCompleteOnDisk(qint64 announcedSize);
-    void sendGet();
+    void follow(PartialFile::Plan plan);
     void requestBody();
     void onAnswered();
+    FileOrigin originOfBody() const;
     void writeBody();
-    bool openFile();
     void onProgress(qint64 bytesTotal);
     void onFinished();
     bool isCutShort() const;
-    void logShortfall();
+    void reportLoss();
+    void logShortfall(qint64 present) const;
     void reportError(const QString &text);
 
     QNetworkAccessManager &m_network;
     QSharedPointer<Models::Download> m_download;
-    QFile m_file;
+    PartialFile m_file;
     QNetworkReply *m_reply = nullptr;
     QByteArray m_buffer;
     qint64 m_receivedBytes = 0;
-    qint64 m_lostBytes = 0;
+    bool m_hasFailed = false; ///< an error of the GET was reported
 };
 
 } // namespace Kavo::Managers

@@ -3,8 +3,45 @@
 #include "tests/support/Archives.h"
 #include "tests/support/TestMain.h"
 
+#include <csignal>
+#include <sys/resource.h>
+
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
+
+namespace {
+
+/// While it lives, no file of this process grows beyond a size, as on a full disk.
+class FileSizeLimit final
+{
+public:
+    explicit FileSizeLimit(rlim_t size) : m_handler(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{size, m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_handler);
+    }
+    Q_DISABLE_COPY_MOVE(FileSizeLimit)
+
+private:
+    rlimit m_before = {};
+    void (*m_handler)(int);
+};
+
+/// The events of a transfer with an error before its end.
+QStringList withError(QStringList events)
+{
+    events.insert(events.indexOf(QStringLiteral("process 3")),
+                  QStringLiteral("error Server Error"));
+    return events;
+}
+
+} // namespace
 
 /// Servers, connections and disks that let a transfer down. It always ends, errors come before the
 /// end, and the next attempt makes the best of what is there.
@@ -42,9 +79,13 @@ private slots:
     void lengthOfTheProbeIsWrong();
     void bodyChangesAfterTheProbe();
 
-    void unwritableFileDoesNotStopTheTransfer_data();
-    void unwritableFileDoesNotStopTheTransfer();
-    void fullDiskIsLogged();
+    void unwritableFileIsAnError_data();
+    void unwritableFileIsAnError();
+    void emptyBodyNeedsNoFile();
+    void fullDiskIsAnError_data();
+    void fullDiskIsAnError();
+    void fullDiskKeepsWhatArrived();
+    void lossAndErrorAreToldOnce();
     void cacheFolderThatVanished();
 
 private:
@@ -54,6 +95,13 @@ private:
     QByteArray content(const char *name) const
     {
         return m_setup->content(QString::fromLatin1(name));
+    }
+    /// What the log says of bytes of "/a" that could not be written.
+    QStringList lossLines(const QString &path, qint64 bytes) const
+    {
+        const QString loss = QStringLiteral("%1 bytes were not written").arg(bytes);
+        return {QStringLiteral("Write Error : %1 : %2").arg(path, loss),
+                QStringLiteral("Download Error - %1 : %2").arg(url("/a"), loss)};
     }
     /// Adds the download and waits for its end. Returns the events.
     QStringList transfer(const DownloadSetup::Pointer &download) const;
@@ -365,38 +413,98 @@ void TransferFaultsTest::bodyChangesAfterTheProbe()
     QCOMPARE(server().log().last(), QStringLiteral("HEAD /a"));
 }
 
-void TransferFaultsTest::unwritableFileDoesNotStopTheTransfer_data()
+void TransferFaultsTest::unwritableFileIsAnError_data()
 {
     QTest::addColumn<bool>("restart");
     QTest::newRow("resumable") << false;
     QTest::newRow("restart") << true;
 }
 
-void TransferFaultsTest::unwritableFileDoesNotStopTheTransfer()
+void TransferFaultsTest::unwritableFileIsAnError()
 {
     QFETCH(bool, restart);
     // Far more than the network layer holds back for a reader that does not come.
-    server().serveGenerated(QStringLiteral("/a"), Q_INT64_C(8) * 1024 * 1024);
+    constexpr qint64 Size = Q_INT64_C(8) * 1024 * 1024;
+    server().serveGenerated(QStringLiteral("/a"), Size);
     QVERIFY(m_setup->put(QStringLiteral("file"), "in the way"));
     const auto download =
         restart ? DownloadSetup::restart(url("/a")) : DownloadSetup::resumable(url("/a"));
-    download->setPath(path("file") + QStringLiteral("/a"));
-    const QStringList events = transfer(download);
-    QCOMPARE(events.last(), QString(QStringLiteral("finished ") + download->getPath()));
+    const QString place = path("file") + QStringLiteral("/a");
+    download->setPath(place);
+    QCOMPARE(transfer(download),
+             withError(restart ? restartEvents(Size, place) : resumableEvents(Size, place)));
     QCOMPARE(content("file"), QByteArray("in the way"));
     QVERIFY(m_setup->manager().find(url("/a")).isNull());
+    QCOMPARE(m_setup->log().lines().mid(0, 2), lossLines(place, Size));
 }
 
-void TransferFaultsTest::fullDiskIsLogged()
+void TransferFaultsTest::emptyBodyNeedsNoFile()
 {
+    server().serve(QStringLiteral("/a"), "");
+    QVERIFY(m_setup->put(QStringLiteral("file"), "in the way"));
+    const auto download = DownloadSetup::restart(url("/a"));
+    download->setPath(path("file") + QStringLiteral("/a"));
+    QVERIFY(!transfer(download).contains(QStringLiteral("error Server Error")));
+}
+
+void TransferFaultsTest::fullDiskIsAnError_data()
+{
+    QTest::addColumn<bool>("chunked");
+    QTest::newRow("body with a length") << false;
+    QTest::newRow("body in chunks") << true;
+}
+
+void TransferFaultsTest::fullDiskIsAnError()
+{
+    QFETCH(bool, chunked);
     // Every write to this device fails as on a full disk.
     constexpr qint64 Size = Q_INT64_C(3) * 1024 * 1024;
-    server().serveGenerated(QStringLiteral("/a"), Size);
+    server().serveGenerated(QStringLiteral("/a"), Size).chunked = chunked;
     QVERIFY(QFile::link(QStringLiteral("/dev/full"), path("a")));
     const QStringList events = transfer(DownloadSetup::resumable(url("/a")));
-    QCOMPARE(events, resumableEvents(Size, path("a")));
-    QVERIFY(m_setup->log().contains(
-        QStringLiteral("Write Error : %1 : %2 bytes were not written").arg(path("a")).arg(Size)));
+    QCOMPARE(events, withError(resumableEvents(Size, path("a"))));
+    // Opening a device for appending makes Qt complain.
+    const QStringList log = m_setup->log().lines();
+    QCOMPARE(log.mid(log.size() - 3, 2), lossLines(path("a"), Size));
+    QCOMPARE(log.last(),
+             QStringLiteral("Size Error : %1 : 0 of %2 bytes").arg(path("a")).arg(Size));
+    QVERIFY(!m_setup->log().contains(QStringLiteral("Network Error : ")));
+}
+
+void TransferFaultsTest::fullDiskKeepsWhatArrived()
+{
+    constexpr qint64 Size = 500000;
+    constexpr qint64 Room = 100000;
+    server().serveGenerated(QStringLiteral("/a"), Size).holdAfter = 200000;
+    const auto download = DownloadSetup::resumable(url("/a"));
+    DownloadEvents events(download);
+    {
+        const FileSizeLimit limit(Room);
+        m_setup->manager().add(download, false);
+        // No piece of the body ends there, so that some of it has been lost.
+        QTRY_COMPARE(QFileInfo(path("a")).size(), Room);
+    }
+    // There is room again, but what comes now would not follow on what is there.
+    server().release(QStringLiteral("/a"));
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(events.list(), withError(resumableEvents(Size, path("a"))));
+    QVERIFY(content("a") == HttpResource::generated(0, Room));
+    QCOMPARE(m_setup->log().lines().mid(0, 2), lossLines(path("a"), Size - Room));
+
+    QCOMPARE(transfer(DownloadSetup::resumable(url("/a"))), resumableEvents(Size, path("a")));
+    QCOMPARE(server().last("GET", QStringLiteral("/a")).header("Range"),
+             QByteArray("bytes=100000-"));
+    QVERIFY(content("a") == HttpResource::generated(0, Size));
+}
+
+void TransferFaultsTest::lossAndErrorAreToldOnce()
+{
+    server().serve(QStringLiteral("/a"), "a page").getStatus = 404;
+    QVERIFY(QFile::link(QStringLiteral("/dev/full"), path("a")));
+    const QStringList events = transfer(DownloadSetup::resumable(url("/a")));
+    // One for the probe and one for the transfer.
+    QCOMPARE(events.filter(QStringLiteral("error")).size(), 2);
+    QVERIFY(m_setup->log().contains(lossLines(path("a"), 6).first()));
 }
 
 void TransferFaultsTest::cacheFolderThatVanished()

@@ -21,6 +21,7 @@
 #include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace {
@@ -136,6 +137,12 @@ int fchmod(int file, mode_t mode) noexcept
 {
     count("fchmod", file);
     return next(&fchmod, "fchmod")(file, mode);
+}
+
+int fsetxattr(int file, const char *name, const void *value, std::size_t size, int flags) noexcept
+{
+    count("fsetxattr", file);
+    return next(&fsetxattr, "fsetxattr")(file, name, value, size, flags);
 }
 
 int rename(const char *from, const char *to) noexcept

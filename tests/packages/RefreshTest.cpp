@@ -67,10 +67,11 @@ private slots:
     void recordsOfUnfinishedWorkDoNotCountAsInstalled();
     void versionFileMakesThePackageInstalled();
     void textsComeInTheLanguageOfTheSettings();
-    void unwritableCacheGivesAnEmptyListNotAHang();
+    void unwritableCacheIsAnErrorNotAnEmptyList();
     void packageTypes();
 
 private:
+    void useUnwritableCache() const;
     void record(int id, Package::State state, const QString &version) const;
 
     std::unique_ptr<Engine> m_engine;
@@ -319,7 +320,7 @@ void RefreshTest::textsComeInTheLanguageOfTheSettings()
     QCOMPARE(m_engine->package(7)->name(), QStringLiteral("Wald"));
 }
 
-void RefreshTest::unwritableCacheGivesAnEmptyListNotAHang()
+void RefreshTest::useUnwritableCache() const
 {
     // A file in the place of the folder: nothing can be written there, whoever runs the test.
     const QString place = m_engine->profile().folder(QStringLiteral("place"));
@@ -327,12 +328,19 @@ void RefreshTest::unwritableCacheGivesAnEmptyListNotAHang()
     m_engine->settings()->setPending(Kavo::Settings::CACHE,
                                      place + QStringLiteral("cache") + QDir::separator());
     m_engine->settings()->apply();
+}
+
+void RefreshTest::unwritableCacheIsAnErrorNotAnEmptyList()
+{
+    useUnwritableCache();
     m_engine->offer({7});
     m_engine->serveCatalogue();
     m_engine->start();
     const auto names = follow(m_engine->controller());
     m_engine->controller().refresh();
-    QTRY_COMPARE(*names, words("busy update list"));
+    const QString url = m_engine->server().url(QStringLiteral("/packages.json"));
+    QTRY_VERIFY(m_engine->downloads()->find(url).isNull());
+    QCOMPARE(*names, words("busy error"));
     QVERIFY(m_engine->controller().packages().isEmpty());
 }
 

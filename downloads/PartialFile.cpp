@@ -1,0 +1,86 @@
+#include "downloads/PartialFile.h"
+
+#include <QFileInfo>
+
+#include <cstdio>
+
+namespace Kavo::Managers {
+
+PartialFile::PartialFile(const QString &place, const QString &growsAt)
+    : m_place(place)
+    , m_file(growsAt)
+{}
+
+PartialFile::Plan PartialFile::plan(const std::optional<qint64> &wholeSize,
+                                    const FileOrigin &origin) const
+{
+    const QFileInfo present(m_file.fileName());
+    if (!present.isFile())
+        return Plan::Append;
+    if (!FileOrigin::read(m_file.fileName()).agreesWith(origin))
+        return Plan::Restart;
+    if (!wholeSize)
+        return Plan::Append;
+    if (present.size() == *wholeSize)
+        return Plan::Finish;
+    return present.size() < *wholeSize ? Plan::Resume : Plan::Restart;
+}
+
+void PartialFile::discard()
+{
+    m_file.close();
+    QFile::remove(m_file.fileName());
+    // Another transfer may put a file there before this one opens it.
+    m_discards = true;
+}
+
+bool PartialFile::open(const FileOrigin &origin)
+{
+    if (m_file.isOpen())
+        return true;
+    QIODevice::OpenMode mode = QIODevice::Append | QIODevice::Unbuffered;
+    if (m_discards)
+        mode |= QIODevice::Truncate;
+    if (!m_file.open(mode))
+        return false;
+    FileOrigin told = m_file.size() > 0 ? FileOrigin::read(m_file.fileName()) : origin;
+    if (told.address.isEmpty())
+        told.address = origin.address;
+    if (told.lastModified.isEmpty())
+        told.lastModified = origin.lastModified;
+    told.write(m_file.handle());
+    return true;
+}
+
+void PartialFile::append(const char *bytes, qint64 count)
+{
+    // A full disk shows in the count alone.
+    const qint64 written = m_lostBytes > 0 ? 0 : qMax<qint64>(m_file.write(bytes, count), 0);
+    m_lostBytes += count - written;
+}
+
+qint64 PartialFile::size() const
+{
+    const QFileInfo present(m_file.fileName());
+    return present.isFile() ? present.size() : 0;
+}
+
+void PartialFile::settle(bool isUsable)
+{
+    m_file.close();
+    if (m_file.fileName() == m_place) {
+        // A link that leads to no file would stop the next try as well.
+        const QFileInfo place(m_place);
+        if (m_lostBytes > 0 && place.isSymLink() && !place.isFile())
+            QFile::remove(m_place);
+        return;
+    }
+    const QByteArray from = QFile::encodeName(m_file.fileName());
+    if (isUsable && std::rename(from.constData(), QFile::encodeName(m_place).constData()) == 0)
+        return;
+    if (isUsable)
+        m_lostBytes += size();
+    QFile::remove(m_file.fileName());
+}
+
+} // namespace Kavo::Managers
