@@ -3,8 +3,6 @@
 #include <QObject>
 #include <QSharedPointer>
 #include <QString>
-#include <QVector>
-#include <QWeakPointer>
 
 namespace Kavo {
 class Settings;
@@ -15,8 +13,6 @@ class DownloadManager;
 }
 
 namespace Kavo::Models {
-
-class Download;
 
 /// Where the bytes of the catalogue come from: the catalogue server, or in local-repository mode
 /// the executable's folder. Main thread.
@@ -34,18 +30,17 @@ public:
     void request();
 
 signals:
-    /// The catalogue lies in this file, if it could be had at all.
+    /// The catalogue lies in this file of the download manager's folder, or of the executable's;
+    /// there it may be missing. The next request replaces the file.
     void available(const QString &path);
     void failed(const QString &message);
 
 private:
     void requestFromServer();
-    QString freePath();
 
     QSharedPointer<Settings> m_settings;
     QSharedPointer<Managers::DownloadManager> m_downloads;
     QString m_server;
-    QVector<QWeakPointer<Download>> m_requested;
 };
 
 } // namespace Kavo::Models

@@ -68,6 +68,7 @@ private slots:
     void versionFileMakesThePackageInstalled();
     void textsComeInTheLanguageOfTheSettings();
     void unwritableCacheIsAnErrorNotAnEmptyList();
+    void changedCacheFolderWaitsForTheNextRun();
     void packageTypes();
 
 private:
@@ -342,6 +343,19 @@ void RefreshTest::unwritableCacheIsAnErrorNotAnEmptyList()
     QTRY_VERIFY(m_engine->downloads()->find(url).isNull());
     QCOMPARE(*names, words("busy error"));
     QVERIFY(m_engine->controller().packages().isEmpty());
+}
+
+void RefreshTest::changedCacheFolderWaitsForTheNextRun()
+{
+    m_engine->offer({7});
+    m_engine->serveCatalogue();
+    m_engine->start();
+    useUnwritableCache();
+    const auto names = follow(m_engine->controller());
+    m_engine->controller().refresh();
+    QTRY_COMPARE(*names, words("busy update list"));
+    QCOMPARE(m_engine->controller().packages().size(), 1);
+    QVERIFY(QFile::exists(m_engine->cached(QStringLiteral("packages.json"))));
 }
 
 void RefreshTest::packageTypes()
