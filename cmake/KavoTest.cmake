@@ -34,7 +34,6 @@ function(kavo_test name)
   add_executable(${name} ${ARG_SOURCES})
   set_target_properties(${name} PROPERTIES
     AUTOMOC ON
-    AUTORCC ON
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests-bin")
   target_link_libraries(${name} PRIVATE kavo_test_support ${ARG_LINKS} kavo_compiler Qt5::Test)
 
