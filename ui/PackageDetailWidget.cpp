@@ -70,8 +70,8 @@ void PackageDetailWidget::setPackage(const PackagePointer &package)
     if (!package)
         return;
     setAccessibleName(package->name());
-    m_description->setText(foreignRichText(package->description()));
-    m_changeLog->setText(foreignRichText(Models::changeLogHtml(package->versions())));
+    showForeignText(*m_description, foreignText(package->description()));
+    showForeignText(*m_changeLog, foreignRichText(Models::changeLogHtml(package->versions())));
     m_tabs->setCurrentIndex(0);
     m_oldVersions->setPackage(package);
     // The keyboard reaches the page as a whole after what stands on it.
