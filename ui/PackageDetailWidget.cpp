@@ -83,8 +83,18 @@ void PackageDetailWidget::setPackage(const PackagePointer &package)
     if (!package->banner().isEmpty())
         m_carousel->setImages(package->banner());
     m_carousel->setVisible(!package->banner().isEmpty());
+    scrollToTop();
     show();
     m_back->setFocus();
+}
+
+void PackageDetailWidget::scrollToTop()
+{
+    const auto areas = findChildren<QAbstractScrollArea *>();
+    for (const QAbstractScrollArea *area : areas) {
+        area->verticalScrollBar()->triggerAction(QAbstractSlider::SliderToMinimum);
+        area->horizontalScrollBar()->triggerAction(QAbstractSlider::SliderToMinimum);
+    }
 }
 
 QPushButton *PackageDetailWidget::makeBackButton()

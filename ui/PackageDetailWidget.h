@@ -26,8 +26,9 @@ class PackageDetailInfoWidget;
 class PackageDetailOldVersionsList;
 class PackageDetailTitleBar;
 
-/// One package in full. The page shows itself and takes the keyboard when a package is set; leaving
-/// it, also with Escape, asks the controller for the list, upon which somebody else hides it.
+/// One package in full. The page shows itself at its top and takes the keyboard when a package is
+/// set; leaving it, also with Escape, asks the controller for the list, upon which somebody else
+/// hides it.
 class PackageDetailWidget final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -39,6 +40,7 @@ public:
     void setPackage(const Models::PackagePointer &package);
 
 private:
+    void scrollToTop();
     QPushButton *makeBackButton();
     QHBoxLayout *makeBackRow();
     QFrame *makeFrame();

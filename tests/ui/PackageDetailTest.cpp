@@ -37,6 +37,18 @@ PackagePointer twoVersions()
     return package;
 }
 
+/// More than the page can show, in every part of it that scrolls.
+PackagePointer longTexts()
+{
+    QVector<Kavo::Models::PackageVersionPointer> versions;
+    for (int number = 40; number > 0; --number)
+        versions.append(makeVersion(QString::number(number), {},
+                                    {QStringLiteral("Many words on one line. ").repeated(20)}));
+    const PackagePointer package = makePackage(8, versions);
+    package->setDescription(QStringLiteral("Many words on many lines. ").repeated(500));
+    return package;
+}
+
 } // namespace
 
 class PackageDetailTest final : public QObject
@@ -58,6 +70,9 @@ private slots:
     void backAsksForTheList();
     void escapeAsksForTheList();
     void noPackageIsNotShown();
+    void pageOpensAtItsTop();
+    void noSidewaysBarStays();
+    void longWordDoesNotWidenThePage();
 
     void factsOfAnAvailablePackage();
     void factsOfAnInstalledPackage();
@@ -218,6 +233,74 @@ void PackageDetailTest::noPackageIsNotShown()
 {
     m_page->setPackage(PackagePointer());
     QVERIFY(!m_page->isVisible());
+}
+
+void PackageDetailTest::pageOpensAtItsTop()
+{
+    const PackagePointer package = longTexts();
+    m_page->resize(500, 300);
+    m_page->setPackage(package);
+    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
+    const auto areas = m_page->findChildren<QAbstractScrollArea *>();
+    QCOMPARE(areas.size(), 4);
+    int moved = 0;
+    for (int tab = 0; tab < tabs->count(); ++tab) {
+        tabs->setCurrentIndex(tab);
+        QCoreApplication::processEvents();
+        for (const QAbstractScrollArea *area : areas) {
+            for (QScrollBar *bar : {area->verticalScrollBar(), area->horizontalScrollBar()}) {
+                bar->setValue(bar->maximum());
+                moved += bar->value() > 0 ? 1 : 0;
+            }
+        }
+    }
+    // Each of the four up and down, and the change log to the side.
+    QVERIFY(moved >= 5);
+    m_page->setPackage(package);
+    for (int tab = 0; tab < tabs->count(); ++tab) {
+        tabs->setCurrentIndex(tab);
+        QCoreApplication::processEvents();
+        for (const QAbstractScrollArea *area : areas) {
+            QCOMPARE(area->verticalScrollBar()->value(), 0);
+            QCOMPARE(area->horizontalScrollBar()->value(), 0);
+        }
+    }
+}
+
+void PackageDetailTest::noSidewaysBarStays()
+{
+    m_page->setPackage(longTexts());
+    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
+    tabs->setCurrentIndex(1);
+    const auto *changes = child<QScrollArea>(*m_page, "ChangeLogScroll")->horizontalScrollBar();
+    QTRY_VERIFY(changes->isVisible());
+    m_page->setPackage(twoVersions());
+    const auto areas = m_page->findChildren<QAbstractScrollArea *>();
+    for (int tab = 0; tab < tabs->count(); ++tab) {
+        tabs->setCurrentIndex(tab);
+        QCoreApplication::processEvents();
+        for (const QAbstractScrollArea *area : areas)
+            QVERIFY2(!area->horizontalScrollBar()->isVisible(), qPrintable(area->objectName()));
+    }
+}
+
+void PackageDetailTest::longWordDoesNotWidenThePage()
+{
+    const PackagePointer package =
+        makePackage(9, {makeVersion(QStringLiteral("1.0"), {}, {QString(300, QLatin1Char('W'))}),
+                        makeVersion(QString(300, QLatin1Char('7')))});
+    package->setName(QString(300, QLatin1Char('W')));
+    package->setType(QString(300, QLatin1Char('W')));
+    for (const char *text : {"%1", "<b>a</b> %1"}) {
+        package->setDescription(QString::fromLatin1(text).arg(QString(300, QLatin1Char('W'))));
+        m_page->setPackage(package);
+        QCoreApplication::processEvents();
+        for (const char *name : {"DetailScroll", "DescriptionScroll"}) {
+            const auto *area = child<QScrollArea>(*m_page, name);
+            QVERIFY2(!area->horizontalScrollBar()->isVisible(), name);
+            QCOMPARE(area->widget()->width(), area->viewport()->width());
+        }
+    }
 }
 
 void PackageDetailTest::factsOfAnAvailablePackage()
