@@ -1,8 +1,6 @@
 #include "packages/FolderRemoval.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 
 #include <cstring>
 #include <dirent.h>
@@ -52,10 +50,7 @@ bool removeContents(int folder)
 
 bool removeFolder(const QString &path)
 {
-    if (removeEntry(AT_FDCWD, QFile::encodeName(path).constData(), DT_UNKNOWN))
-        return true;
-    // Whatever stands in the way, Qt knows some more means against it; but it would follow a link.
-    return !QFileInfo(path).isSymLink() && QDir(path).removeRecursively();
+    return removeEntry(AT_FDCWD, QFile::encodeName(path).constData(), DT_UNKNOWN);
 }
 
 } // namespace Kavo

@@ -49,6 +49,7 @@ private slots:
     void everythingGoes();
     void linksGoAndAreNotFollowed();
     void folderThatIsALinkLosesTheLinkOnly();
+    void linkThatCannotBeRemovedIsNotFollowed();
     void whatCannotBeRemovedStaysAndTheRestGoes();
     void unreadableFolderIsRemovedWhenEmpty();
     void namesThatAreNoTextAreRemoved();
@@ -93,6 +94,26 @@ void FolderRemovalTest::folderThatIsALinkLosesTheLinkOnly()
     QVERIFY(removeFolder(path(QStringLiteral("top"))));
     QVERIFY(!QFileInfo(path(QStringLiteral("top"))).isSymLink());
     QCOMPARE(readFile(path(QStringLiteral("outside/file"))), QByteArray("stays"));
+}
+
+void FolderRemovalTest::linkThatCannotBeRemovedIsNotFollowed()
+{
+    QVERIFY(writeFiles(path(QStringLiteral("outside")),
+                       {{QStringLiteral("file"), "stays"}, {QStringLiteral("deep/file"), "too"}}));
+    const QMap<QString, QString> before = fileTree(path(QStringLiteral("outside")));
+    QVERIFY(QDir(m_root->path()).mkpath(QStringLiteral("locked")));
+    QVERIFY(QFile::link(path(QStringLiteral("outside")), path(QStringLiteral("locked/link"))));
+    // Behind the link everything could be removed.
+    for (const char *folder : {"", "outside", "outside/deep"})
+        setMode(path(QLatin1String(folder)), 0777);
+    setMode(path(QStringLiteral("locked")), 0555);
+    {
+        const WithoutRights withoutRights;
+        QVERIFY(!removeFolder(path(QStringLiteral("locked/link"))));
+    }
+    setMode(path(QStringLiteral("locked")), 0755);
+    QVERIFY(QFileInfo(path(QStringLiteral("locked/link"))).isSymLink());
+    QCOMPARE(fileTree(path(QStringLiteral("outside"))), before);
 }
 
 void FolderRemovalTest::whatCannotBeRemovedStaysAndTheRestGoes()
