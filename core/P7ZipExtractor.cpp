@@ -20,8 +20,8 @@ namespace {
 /// would report 0, which must not pass for success.
 constexpr int NotStarted = 255;
 
-/// The exit code counted for a process that was killed, whose own code means nothing.
-constexpr int Killed = 255;
+/// How a process of ours ends that has lost its owner.
+constexpr int Orphaned = 255;
 
 /// Whether 7-Zip would take the names for more than they say: it unpacks every archive that it
 /// finds in a folder or that a pattern matches, and replaces an asterisk in the destination by the
@@ -47,7 +47,7 @@ void endWithOwner()
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     // An owner that has died before that line sends no signal any more.
     if (::getppid() != ownerOfFork)
-        ::_exit(Killed);
+        ::_exit(Orphaned);
 }
 
 /// As long as it lives, what this thread forks ends together with us from its first moment on.
@@ -102,10 +102,9 @@ P7ZipExtractor::P7ZipExtractor(const QString &program, QObject *parent)
         m_process->setProgram(program);
         m_process->setWorkingDirectory(applicationDirectory());
     }
+    // Of a process that was killed the exit code is the number of the signal, which is never 0.
     connect(m_process.data(), qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
-            [this](int exitCode, QProcess::ExitStatus status) {
-                announce(status == QProcess::NormalExit ? exitCode : Killed);
-            });
+            &P7ZipExtractor::announce);
 }
 
 bool P7ZipExtractor::extract(const QString &archive, const QString &destination)
@@ -141,7 +140,7 @@ int P7ZipExtractor::run(const QStringList &arguments)
     }
     if (m_process->program().isEmpty() || m_process->error() == QProcess::FailedToStart)
         return refuse();
-    return m_process->exitStatus() == QProcess::NormalExit ? m_process->exitCode() : Killed;
+    return m_process->exitCode();
 }
 
 int P7ZipExtractor::refuse()

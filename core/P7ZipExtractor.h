@@ -21,8 +21,9 @@ public:
     explicit P7ZipExtractor(const QString &program, QObject *parent = nullptr);
 
     /// Unpacks `archive` with full paths into the folder `destination`, replacing files that stand
-    /// there. Returns whether 7-Zip ended with exit code 0; a failure is logged. A folder in the
-    /// place of the archive and names with wildcards fail.
+    /// there. Returns whether 7-Zip ended with exit code 0. A failure is logged with the exit code:
+    /// with the number of the signal when 7-Zip was killed, with 255 when it did not run. A folder
+    /// in the place of the archive and names with wildcards fail.
     bool extract(const QString &archive, const QString &destination);
 
 signals:

@@ -289,7 +289,9 @@ void P7ZipExtractorTest::killedProgramFails()
     QVERIFY(!extractor.extract(QStringLiteral("/a"), QStringLiteral("/b")));
     QCOMPARE(finished.count(), 0);
     QCOMPARE(error.count(), 1);
-    QCOMPARE(reported(log), 2);
+    // It had no code of its own, but the number of the signal that ended it.
+    QCOMPARE(log.lines().mid(1), QStringList({QStringLiteral("Extractor Error : "),
+                                              QStringLiteral("Extractor Error : 9")}));
 }
 
 void P7ZipExtractorTest::missingArchiveFails()
