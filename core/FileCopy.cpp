@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace Kavo {
@@ -18,21 +19,6 @@ constexpr int BlockSize = 256 * 1024;
 /// What we may do with a file ourselves, which is no permission that the file has: root may write
 /// to all of them.
 constexpr QFile::Permissions OwnRights = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser;
-
-/// Where the copy grows. The same for every attempt at one place, and never too long for a name.
-QString partOf(const QString &place)
-{
-    const QFileInfo info(place);
-    const QByteArray mark =
-        QCryptographicHash::hash(info.fileName().toUtf8(), QCryptographicHash::Sha1).toHex();
-    return info.path() + QStringLiteral("/.kavo-copy-") + QString::fromLatin1(mark.left(8));
-}
-
-bool isTaken(const QString &place)
-{
-    const QFileInfo info(place);
-    return info.exists() || info.isSymLink();
-}
 
 bool writeContent(QFile &from, QFile &to)
 {
@@ -47,6 +33,18 @@ bool writeContent(QFile &from, QFile &to)
     return length == 0 && (::fsync(to.handle()) == 0 || errno == EINVAL);
 }
 
+/// Brings the names in a folder to the disk. The original may stand on another disk, whose changes
+/// are written in an order of their own.
+void syncFolder(const QString &folder)
+{
+    const int descriptor =
+        ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    ::fsync(descriptor);
+    ::close(descriptor);
+}
+
 bool writePart(QFile &from, const QString &part)
 {
     QFile to(part);
@@ -58,20 +56,51 @@ bool writePart(QFile &from, const QString &part)
     return writeContent(from, to);
 }
 
+/// Where the copy grows. The same for every attempt at one place.
+QString partOf(const QString &place)
+{
+    return hiddenBeside(place, QStringLiteral("copy"));
+}
+
 } // namespace
 
 bool copyWhole(const QString &from, const QString &to)
 {
+    if (!isTaken(to))
+        return copyOver(from, to);
+    QFile::remove(partOf(to));
+    return false;
+}
+
+bool copyOver(const QString &from, const QString &to)
+{
     const QString part = partOf(to);
     QFile::remove(part);
     QFile source(from);
-    if (isTaken(to) || !source.open(QIODevice::ReadOnly))
+    if (!source.open(QIODevice::ReadOnly))
         return false;
     if (writePart(source, part) &&
-        std::rename(QFile::encodeName(part).constData(), QFile::encodeName(to).constData()) == 0)
+        std::rename(QFile::encodeName(part).constData(), QFile::encodeName(to).constData()) == 0) {
+        syncFolder(QFileInfo(to).path());
         return true;
+    }
     QFile::remove(part);
     return false;
+}
+
+bool isTaken(const QString &place)
+{
+    const QFileInfo info(place);
+    return info.exists() || info.isSymLink();
+}
+
+QString hiddenBeside(const QString &place, const QString &purpose)
+{
+    const QFileInfo info(place);
+    const QByteArray mark =
+        QCryptographicHash::hash(info.fileName().toUtf8(), QCryptographicHash::Sha1).toHex();
+    return info.path() + QStringLiteral("/.kavo-%1-").arg(purpose) +
+           QString::fromLatin1(mark.left(8));
 }
 
 } // namespace Kavo

@@ -12,4 +12,14 @@ namespace Kavo {
 /// away by the next attempt. Callable from any thread.
 bool copyWhole(const QString &from, const QString &to);
 
+/// The same, but a file or link that stands there gives way, at once and only to the whole copy.
+bool copyOver(const QString &from, const QString &to);
+
+/// Whether something stands at a place, be it a link to nowhere.
+bool isTaken(const QString &place);
+
+/// A hidden name in the folder of `place` for what belongs to it. The same for every call, another
+/// one for another place or purpose, and never too long for a name. A purpose is one short word.
+QString hiddenBeside(const QString &place, const QString &purpose);
+
 } // namespace Kavo

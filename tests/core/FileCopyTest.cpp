@@ -1,4 +1,5 @@
 #include "core/FileCopy.h"
+#include "tests/core/SyncWitness.h"
 #include "tests/support/Archives.h"
 #include "tests/support/TestMain.h"
 
@@ -12,7 +13,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using Kavo::copyOver;
 using Kavo::copyWhole;
+using Kavo::hiddenBeside;
+using Kavo::isTaken;
 using namespace Kavo::Testing;
 
 namespace {
@@ -59,6 +63,16 @@ private slots:
     void missingFolderFails();
     void remainsOfASuddenEndAreClearedAway();
     void longestNameCanBeCopied();
+    void placeOfTheCopyIsNoWayOut();
+
+    void fileGivesWayToTheWholeCopy();
+    void linkGivesWayToTheCopy();
+    void fileStaysWhenTheCopyFails_data();
+    void fileStaysWhenTheCopyFails();
+
+    void contentReachesTheDiskBeforeItsName();
+    void placesAreTakenByWhateverStandsThere();
+    void hiddenNamesAreToldApart();
 
 private:
     QString from() const { return m_folder->filePath(QStringLiteral("from/file.txt")); }
@@ -183,6 +197,84 @@ void FileCopyTest::longestNameCanBeCopied()
     const QString name(255, QLatin1Char('n'));
     QVERIFY(copyWhole(from(), m_folder->filePath(QStringLiteral("to/") + name)));
     QCOMPARE(found(), QStringList{name});
+}
+
+void FileCopyTest::placeOfTheCopyIsNoWayOut()
+{
+    const QString outside = m_folder->filePath(QStringLiteral("outside.txt"));
+    QVERIFY(writeFile(outside, "theirs"));
+    QVERIFY(QFile::link(outside, hiddenBeside(to(), QStringLiteral("copy"))));
+    QVERIFY(copyWhole(from(), to()));
+    QCOMPARE(readFile(outside), QByteArray("theirs"));
+    QCOMPARE(readFile(to()), readFile(from()));
+}
+
+void FileCopyTest::fileGivesWayToTheWholeCopy()
+{
+    QVERIFY(writeFile(to(), "here before"));
+    QVERIFY(copyOver(from(), to()));
+    QCOMPARE(readFile(to()), readFile(from()));
+    QCOMPARE(found(), QStringList{QStringLiteral("file.txt")});
+}
+
+void FileCopyTest::linkGivesWayToTheCopy()
+{
+    const QString outside = m_folder->filePath(QStringLiteral("outside.txt"));
+    QVERIFY(writeFile(outside, "theirs"));
+    QVERIFY(QFile::link(outside, to()));
+    QVERIFY(copyOver(from(), to()));
+    QVERIFY(!QFileInfo(to()).isSymLink());
+    QCOMPARE(readFile(outside), QByteArray("theirs"));
+}
+
+void FileCopyTest::fileStaysWhenTheCopyFails_data()
+{
+    QTest::addColumn<bool>("isFull");
+    QTest::newRow("full disk") << true;
+    QTest::newRow("missing source") << false;
+}
+
+void FileCopyTest::fileStaysWhenTheCopyFails()
+{
+    QFETCH(bool, isFull);
+    QVERIFY(writeFile(to(), "here before"));
+    {
+        const FullDisk disk(300000);
+        QVERIFY(!copyOver(isFull ? from() : from() + QStringLiteral(".missing"), to()));
+    }
+    QCOMPARE(readFile(to()), QByteArray("here before"));
+    QCOMPARE(found(), QStringList{QStringLiteral("file.txt")});
+}
+
+/// After a failure of the power a name without its content would pass for the user's file, and the
+/// original may be gone on another disk by then.
+void FileCopyTest::contentReachesTheDiskBeforeItsName()
+{
+    const SyncWitness witness;
+    QVERIFY(copyWhole(from(), to()));
+    QVERIFY(copyOver(from(), to()));
+    QCOMPARE(witness.renamed(), 2);
+    QCOMPARE(witness.syncedBefore(), 2);
+    QCOMPARE(witness.syncedAfter(), 2);
+}
+
+void FileCopyTest::placesAreTakenByWhateverStandsThere()
+{
+    QVERIFY(isTaken(from()));
+    QVERIFY(isTaken(m_folder->path()));
+    QVERIFY(!isTaken(to()));
+    QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), to()));
+    QVERIFY(isTaken(to()));
+}
+
+void FileCopyTest::hiddenNamesAreToldApart()
+{
+    const QString name = hiddenBeside(to(), QStringLiteral("copy"));
+    QCOMPARE(hiddenBeside(to(), QStringLiteral("copy")), name);
+    QCOMPARE(QFileInfo(name).path(), QFileInfo(to()).path());
+    QVERIFY(QFileInfo(name).fileName().startsWith(QLatin1Char('.')));
+    QVERIFY(hiddenBeside(to(), QStringLiteral("settled")) != name);
+    QVERIFY(hiddenBeside(to() + QLatin1Char('2'), QStringLiteral("copy")) != name);
 }
 
 KAVO_TEST_MAIN(FileCopyTest)
