@@ -67,4 +67,9 @@ bool staysWithin(const QString &path, const QStringList &roots)
     });
 }
 
+bool isInFolder(const QString &inner, const QString &outer)
+{
+    return liesIn(QFileInfo(inner).canonicalFilePath(), QFileInfo(outer).canonicalFilePath());
+}
+
 } // namespace Kavo

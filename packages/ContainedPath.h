@@ -15,4 +15,8 @@ QString containedPath(const QString &folder, const QString &entry);
 /// one of `roots`. Folders that do not exist yet count as lying where they would be made.
 bool staysWithin(const QString &path, const QStringList &roots);
 
+/// Whether `inner`, with every link resolved, is the folder `outer` or lies in it. False when one
+/// of them does not exist.
+bool isInFolder(const QString &inner, const QString &outer);
+
 } // namespace Kavo

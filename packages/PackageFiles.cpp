@@ -10,6 +10,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace Kavo::Models {
 
 namespace {
@@ -112,10 +114,43 @@ void PackageFiles::giveUpReturned() const
 QString PackageFiles::installed(const QString &entry) const
 {
     const QString path = containedPath(m_folders.installation, entry);
-    if (!path.isEmpty() && staysWithin(path, {m_folders.installation, extractFolder()}))
+    if (!path.isEmpty() && isReached(path) && !isNeeded(path))
         return path;
     logSkipped(entry);
     return QString();
+}
+
+/// Whether a rule may follow the links on the way to a path.
+bool PackageFiles::isReached(const QString &path) const
+{
+    const QString own = ownFolderAround(path);
+    return staysWithin(path, own.isEmpty()
+                                 ? QStringList{QDir::rootPath()}
+                                 : QStringList{m_folders.installation, extractFolder(), own});
+}
+
+/// The largest folder of the removal rule in which a path lies, empty when there is none.
+/// Everything in such a folder goes with the package and may have come with it, links included.
+QString PackageFiles::ownFolderAround(const QString &path) const
+{
+    QString largest;
+    for (const QString &entry : m_version.uninstall->remove) {
+        const QString folder = containedPath(m_folders.installation, entry);
+        if (!folder.isEmpty() && path.startsWith(folder + QLatin1Char('/')) &&
+            QFileInfo(folder).isDir() && (largest.isEmpty() || folder.size() < largest.size()))
+            largest = folder;
+    }
+    return largest;
+}
+
+/// Whether a folder holds one of those that the program works with. Only a link can lead to one
+/// that holds the simulator.
+bool PackageFiles::isNeeded(const QString &path) const
+{
+    const QStringList needed{m_folders.installation, m_folders.preserve, m_folders.backup};
+    return !QFileInfo(path).isSymLink() &&
+           std::any_of(needed.cbegin(), needed.cend(),
+                       [&path](const QString &folder) { return isInFolder(folder, path); });
 }
 
 void PackageFiles::removeEntry(const QString &entry) const

@@ -21,10 +21,12 @@ struct PackageFolders
 /// never bears the name of the whole one. Failing copies and removals are logged and the rest goes
 /// on, and a parked file is given up only when its content stands in its place again.
 ///
-/// Rules come from outside: an entry that is empty, absolute or leads out of its folder, by ".." or
-/// by a link, is skipped with a log line. The one link that is followed is one of the user's own
-/// on the way to the version's extract folder, since that is where the files were unpacked.
-/// Removing a link removes the link. Callable from any thread.
+/// Rules come from outside: an entry that is empty, absolute or leads out of its folder by ".." is
+/// skipped with a log line, and so is one that names a folder in which the simulator or one of the
+/// other two folders stands. Links on the way are the user's own and are followed, wherever they
+/// lead, since unpacking follows them too; but a link below an entry of the removal rule may have
+/// come with the package, and an entry that it leads out is skipped. Removing a link removes the
+/// link. Callable from any thread.
 class PackageFiles final
 {
 public:
@@ -50,6 +52,9 @@ public:
 
 private:
     QString installed(const QString &entry) const;
+    bool isReached(const QString &path) const;
+    QString ownFolderAround(const QString &path) const;
+    bool isNeeded(const QString &path) const;
     void removeEntry(const QString &entry) const;
     void park(const QString &entry, const QString &folder) const;
     bool bringBack(const QString &entry, const QString &folder) const;

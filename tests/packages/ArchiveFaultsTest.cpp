@@ -42,7 +42,6 @@ private slots:
 private:
     /// Puts a file of the user's into a folder outside and the folder's name into the entries.
     static QString putOutside(UpdateSetup &setup, QVector<TarEntry> &entries);
-    static QByteArray tarOf(const QVector<TarEntry> &entries);
     /// Updates with this archive, then does what wrongRecovery() does. Returns what is wrong.
     static QString wrongCourse(UpdateSetup &setup, const QByteArray &archive, Package::State state,
                                const QStringList &lines);
@@ -69,15 +68,6 @@ QString ArchiveFaultsTest::putOutside(UpdateSetup &setup, QVector<TarEntry> &ent
         entry.content.replace("OUTSIDE", folder.toUtf8());
     }
     return folder;
-}
-
-QByteArray ArchiveFaultsTest::tarOf(const QVector<TarEntry> &entries)
-{
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("archive.tar"));
-    if (!makeTar(path, entries))
-        qFatal("The archive cannot be made");
-    return readFile(path);
 }
 
 QString ArchiveFaultsTest::wrongRecovery(UpdateSetup &setup, const HttpResource &good)

@@ -21,6 +21,7 @@ private slots:
     void linkInsideTheFolderStays();
     void folderThatDoesNotExistYetStays();
     void linkToNowhereDoesNotStay();
+    void realPlacesTellWhatIsInAFolder();
 };
 
 void ContainedPathTest::entriesUnderTheFolderAreJoined_data()
@@ -127,6 +128,26 @@ void ContainedPathTest::linkToNowhereDoesNotStay()
     QVERIFY(
         QFile::link(QStringLiteral("/nowhere/at/all"), inside.filePath(QStringLiteral("link"))));
     QVERIFY(!staysWithin(inside.filePath(QStringLiteral("link/file")), {inside.path()}));
+}
+
+void ContainedPathTest::realPlacesTellWhatIsInAFolder()
+{
+    const QTemporaryDir folder;
+    const QString deep = folder.filePath(QStringLiteral("a/b"));
+    QVERIFY(QDir().mkpath(deep));
+    QVERIFY(QDir().mkpath(folder.filePath(QStringLiteral("a-twin"))));
+    const QString link = folder.filePath(QStringLiteral("link"));
+    QVERIFY(QFile::link(folder.filePath(QStringLiteral("a")), link));
+    QVERIFY(isInFolder(deep, folder.path()));
+    QVERIFY(isInFolder(deep, deep));
+    QVERIFY(isInFolder(deep, link));
+    QVERIFY(isInFolder(link, folder.filePath(QStringLiteral("a"))));
+    QVERIFY(!isInFolder(folder.path(), deep));
+    QVERIFY(!isInFolder(folder.filePath(QStringLiteral("a-twin")),
+                        folder.filePath(QStringLiteral("a"))));
+    const QString missing = folder.filePath(QStringLiteral("missing"));
+    QVERIFY(!isInFolder(missing, folder.path()));
+    QVERIFY(!isInFolder(folder.path(), missing));
 }
 
 QTEST_GUILESS_MAIN(ContainedPathTest)

@@ -43,11 +43,17 @@ private slots:
     void listedFilesAndFoldersAreRemoved();
     void entriesThatLeaveTheSimulatorAreSkipped_data();
     void entriesThatLeaveTheSimulatorAreSkipped();
-    void pathThroughALinkOutIsSkipped();
+    void linkOfTheUserOnTheWayIsFollowed_data();
+    void linkOfTheUserOnTheWayIsFollowed();
+    void linkBelowARemovalEntryIsNoWayOut();
+    void linkBelowARemovalEntryMayLeadInside();
+    void folderThatHoldsANeededOneIsSkipped_data();
+    void folderThatHoldsANeededOneIsSkipped();
     void linkedFolderLosesTheLinkOnly();
     void linkToNowhereIsRemoved();
     void linkInsideARemovedFolderIsNotFollowed();
     void loopOfLinksEnds();
+    void pathThroughALoopOfLinksIsSkipped();
     void ownLinkOnTheWayToTheExtractFolderIsFollowed();
     void entryThatIsNotThereIsPassedOver();
 
@@ -135,16 +141,121 @@ void PackageFilesTest::entriesThatLeaveTheSimulatorAreSkipped()
     QVERIFY(!QFile::exists(simulator(QStringLiteral("a/mine.txt"))));
 }
 
-void PackageFilesTest::pathThroughALinkOutIsSkipped()
+void PackageFilesTest::linkOfTheUserOnTheWayIsFollowed_data()
 {
+    QTest::addColumn<QString>("link");
+    QTest::addColumn<QString>("entry");
+    QTest::addColumn<QString>("file");
+    QTest::newRow("first folder") << "link"
+                                  << "link/Field"
+                                  << "Field/own.txt";
+    QTest::newRow("in the middle") << "Custom Scenery/link"
+                                   << "Custom Scenery/link/deep/Field"
+                                   << "deep/Field/own.txt";
+    QTest::newRow("a file") << "link"
+                            << "link/Field/own.txt"
+                            << "Field/own.txt";
+}
+
+void PackageFilesTest::linkOfTheUserOnTheWayIsFollowed()
+{
+    QFETCH(QString, link);
+    QFETCH(QString, entry);
+    QFETCH(QString, file);
+    const QString disk = m_profile->folder(QStringLiteral("second disk"));
+    write(disk + file, "own");
+    write(disk + QStringLiteral("Other/other.txt"), "other");
+    QVERIFY(QDir().mkpath(QFileInfo(simulator(link)).path()));
+    QVERIFY(QFile::link(disk, simulator(link)));
+    const QString path = link + QLatin1Char('/') + file;
+    m_version->install->preserve = m_version->install->backup = QStringList{path};
+    m_version->uninstall->remove = QStringList{entry};
+    const LogCapture log;
+    files().preserve();
+    files().backUp();
+    QCOMPARE(read(m_folders.preserve + path), QByteArray("own"));
+    QCOMPARE(read(m_folders.backup + path), QByteArray("own"));
+    write(disk + file, "package's");
+    files().remove();
+    QCOMPARE(read(disk + file), QByteArray("own"));
+    QCOMPARE(log.count(QStringLiteral("Skipping path : ")), 0);
+    QVERIFY(QFileInfo(simulator(link)).isSymLink());
+    QCOMPARE(read(disk + QStringLiteral("Other/other.txt")), QByteArray("other"));
+}
+
+void PackageFilesTest::linkBelowARemovalEntryIsNoWayOut()
+{
+    // The package's own folder stands behind a link of the user's, and has brought another one.
+    const QString disk = m_profile->folder(QStringLiteral("second disk"));
     const QString outside = m_profile->folder(QStringLiteral("outside"));
     write(outside + QStringLiteral("victim.txt"), "theirs");
-    QVERIFY(QFile::link(outside, simulator(QStringLiteral("link"))));
-    m_version->uninstall->remove = QStringList{QStringLiteral("link/victim.txt")};
+    QVERIFY(QDir().mkpath(disk + QStringLiteral("Field")));
+    QVERIFY(QFile::link(disk, simulator(QStringLiteral("Scenery"))));
+    QVERIFY(QFile::link(outside, disk + QStringLiteral("Field/door")));
+    const QString victim = QStringLiteral("Scenery/Field/door/victim.txt");
+    const QString added = QStringLiteral("Scenery/Field/door/added.txt");
+    write(m_folders.backup + added, "from the package");
+    m_version->install->preserve = m_version->install->backup = QStringList{victim, added};
+    // The door is an entry itself, but one below another.
+    m_version->uninstall->remove = QStringList{victim, added, QStringLiteral("Scenery/Field/door/"),
+                                               QStringLiteral("Scenery/Field/")};
+    const LogCapture log;
+    files().preserve();
+    files().backUp();
+    QVERIFY(!QFile::exists(m_folders.preserve + victim));
+    QVERIFY(!QFile::exists(m_folders.backup + victim));
+    QCOMPARE(log.lines().count(QStringLiteral("Skipping path : ") + victim), 2);
+    files().remove();
+    QVERIFY(!QFileInfo(disk + QStringLiteral("Field/door")).isSymLink());
+    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
+    QVERIFY(!QFile::exists(outside + QStringLiteral("added.txt")));
+}
+
+void PackageFilesTest::linkBelowARemovalEntryMayLeadInside()
+{
+    const QString disk = m_profile->folder(QStringLiteral("second disk"));
+    write(disk + QStringLiteral("Field/real/settings.ini"), "user's");
+    QVERIFY(QFile::link(disk, simulator(QStringLiteral("Scenery"))));
+    QVERIFY(QFile::link(QStringLiteral("real"), disk + QStringLiteral("Field/short")));
+    const QString settings = QStringLiteral("Scenery/Field/short/settings.ini");
+    m_version->install->preserve = QStringList{settings};
+    m_version->uninstall->remove = QStringList{QStringLiteral("Scenery/Field")};
+    files().preserve();
+    QCOMPARE(read(m_folders.preserve + settings), QByteArray("user's"));
+}
+
+void PackageFilesTest::folderThatHoldsANeededOneIsSkipped_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::newRow("the simulator") << 0;
+    QTest::newRow("the kept files") << 1;
+    QTest::newRow("the backups") << 2;
+}
+
+void PackageFilesTest::folderThatHoldsANeededOneIsSkipped()
+{
+    QFETCH(int, number);
+    const QStringList folders{m_folders.installation, m_folders.preserve, m_folders.backup};
+    // A link to the folder above makes an entry of the folder, and one more of the folder above.
+    const QDir needed(QDir::cleanPath(folders.at(number)));
+    const QFileInfo above(QFileInfo(needed.path()).path());
+    QVERIFY(needed.mkpath(QStringLiteral(".")));
+    QVERIFY(QFile::link(above.filePath(), simulator(QStringLiteral("up"))));
+    QVERIFY(QFile::link(above.path(), simulator(QStringLiteral("upper"))));
+    const QStringList entries{QStringLiteral("up/") + needed.dirName(),
+                              QStringLiteral("upper/") + above.fileName()};
+    m_version->uninstall->remove = entries;
     const LogCapture log;
     files().remove();
-    QVERIFY(log.contains(QStringLiteral("Skipping path : link/victim.txt")));
-    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
+    QVERIFY(needed.exists());
+    for (const QString &entry : entries)
+        QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
+    // The links themselves may go.
+    m_version->uninstall->remove = QStringList{QStringLiteral("up"), QStringLiteral("upper")};
+    files().remove();
+    QVERIFY(needed.exists());
+    QVERIFY(!QFileInfo(simulator(QStringLiteral("up"))).isSymLink());
+    QVERIFY(!QFileInfo(simulator(QStringLiteral("upper"))).isSymLink());
 }
 
 void PackageFilesTest::linkedFolderLosesTheLinkOnly()
@@ -186,6 +297,27 @@ void PackageFilesTest::loopOfLinksEnds()
     files().remove();
     QVERIFY(!QFile::exists(simulator(QStringLiteral("a"))));
     QVERIFY(QFileInfo::exists(m_folders.installation));
+}
+
+void PackageFilesTest::pathThroughALoopOfLinksIsSkipped()
+{
+    QVERIFY(QFile::link(QStringLiteral("loop"), simulator(QStringLiteral("loop"))));
+    QVERIFY(QFile::link(QStringLiteral("pong"), simulator(QStringLiteral("ping"))));
+    QVERIFY(QFile::link(QStringLiteral("ping"), simulator(QStringLiteral("pong"))));
+    const QStringList entries{QStringLiteral("loop/file"), QStringLiteral("ping/a/b")};
+    m_version->install->preserve = m_version->install->backup = entries;
+    m_version->uninstall->remove = entries;
+    for (const QString &entry : entries)
+        write(m_folders.preserve + entry, "user's");
+    const LogCapture log;
+    files().preserve();
+    files().backUp();
+    files().remove();
+    files().restorePreserved();
+    for (const QString &entry : entries) {
+        QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
+        QCOMPARE(read(m_folders.preserve + entry), QByteArray("user's"));
+    }
 }
 
 void PackageFilesTest::ownLinkOnTheWayToTheExtractFolderIsFollowed()
@@ -267,15 +399,18 @@ void PackageFilesTest::preserveEntriesThatLeaveTheSimulatorAreSkipped()
 {
     const QString outside = m_profile->folder(QStringLiteral("outside"));
     write(outside + QStringLiteral("secret"), "theirs");
-    QVERIFY(QFile::link(outside, simulator(QStringLiteral("link"))));
+    QVERIFY(QDir().mkpath(simulator(QStringLiteral("own"))));
+    QVERIFY(QFile::link(outside, simulator(QStringLiteral("own/link"))));
     const QStringList entries{QString(), QStringLiteral("../outside/secret"),
-                              outside + QStringLiteral("secret"), QStringLiteral("link/secret")};
+                              outside + QStringLiteral("secret"),
+                              QStringLiteral("own/link/secret")};
     m_version->install->preserve = entries;
+    m_version->uninstall->remove = QStringList{QStringLiteral("own")};
     const LogCapture log;
     files().preserve();
     for (const QString &entry : entries)
         QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
-    QVERIFY(!QFile::exists(m_folders.preserve + QStringLiteral("link")));
+    QVERIFY(!QFile::exists(m_folders.preserve + QStringLiteral("own")));
 }
 
 void PackageFilesTest::copyThatAlreadyStandsInItsPlaceIsGivenUp()

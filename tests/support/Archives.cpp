@@ -132,7 +132,7 @@ QByteArray archiveOf(const Files &files, const QString &format, const QString &p
     return makeArchive(path, files, password) ? readFile(path) : QByteArray();
 }
 
-bool makeTar(const QString &path, const QVector<TarEntry> &entries)
+QByteArray tarOf(const QVector<TarEntry> &entries)
 {
     QByteArray archive;
     for (const TarEntry &entry : entries) {
@@ -142,7 +142,12 @@ bool makeTar(const QString &path, const QVector<TarEntry> &entries)
         const int blocks = (entry.content.size() + BlockSize - 1) / BlockSize;
         archive += entry.content.leftJustified(blocks * BlockSize, '\0');
     }
-    return writeFile(path, archive + QByteArray(2 * BlockSize, '\0'));
+    return archive + QByteArray(2 * BlockSize, '\0');
+}
+
+bool makeTar(const QString &path, const QVector<TarEntry> &entries)
+{
+    return writeFile(path, tarOf(entries));
 }
 
 QMap<QString, QString> fileTree(const QString &folder)

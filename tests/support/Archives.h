@@ -44,7 +44,9 @@ struct TarEntry
     QByteArray content; ///< of links the target
 };
 
-/// Writes a tar archive with exactly these entries in this order. Returns success.
+/// A tar archive with exactly these entries in this order.
+QByteArray tarOf(const QVector<TarEntry> &entries);
+/// Writes such an archive. Returns success.
 bool makeTar(const QString &path, const QVector<TarEntry> &entries);
 
 /// What stands in a folder, by relative path: files with the SHA-256 of their content in
