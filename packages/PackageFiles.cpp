@@ -5,6 +5,7 @@
 #include "core/Paths.h"
 #include "packages/ContainedPath.h"
 #include "packages/FolderRemoval.h"
+#include "packages/SettledCopy.h"
 
 #include <QDir>
 #include <QFile>
@@ -43,14 +44,22 @@ bool haveEqualContent(const QString &first, const QString &second)
     return true;
 }
 
-/// Copies a file to a place that is still free. Returns whether it did.
-bool copyFile(const QString &from, const QString &to)
+/// Copies a file in one of the two ways of copying, makes the folder for it and tells of a failure.
+/// Returns whether it did.
+bool copyFile(bool (*copy)(const QString &, const QString &), const QString &from,
+              const QString &to)
 {
     makeParent(to);
-    if (copyWhole(from, to))
+    if (copy(from, to))
         return true;
     logLine(QStringLiteral("Copy failed : %1 -> %2").arg(from, to));
     return false;
+}
+
+void giveUp(const QString &parked)
+{
+    QFile::remove(parked);
+    unsettle(parked);
 }
 
 } // namespace
@@ -74,8 +83,15 @@ QString PackageFiles::extractFolder() const
 
 void PackageFiles::preserve() const
 {
-    for (const QString &entry : m_version.install->preserve)
+    for (const QString &entry : m_version.install->preserve) {
         park(entry, m_folders.preserve);
+        // From here on the copy is the one that counts, until the installation has come to its end.
+        // The mark goes after the copying: were it to go first, a sudden end in between would leave
+        // the older content as if it were the only one.
+        const QString parked = parkedPlace(entry, m_folders.preserve);
+        if (!parked.isEmpty())
+            unsettle(parked);
+    }
 }
 
 void PackageFiles::remove() const
@@ -88,18 +104,25 @@ void PackageFiles::remove() const
 
 void PackageFiles::backUp() const
 {
-    for (const QString &entry : m_version.install->backup) {
-        const QString backup = containedPath(m_folders.backup, entry);
-        if (!QFileInfo(backup).isFile())
-            park(entry, m_folders.backup);
-    }
+    for (const QString &entry : m_version.install->backup)
+        park(entry, m_folders.backup);
 }
 
 void PackageFiles::restorePreserved() const
 {
     for (const QString &entry : m_version.install->preserve) {
-        if (bringBack(entry, m_folders.preserve))
-            QFile::remove(containedPath(m_folders.preserve, entry));
+        const QString parked = containedPath(m_folders.preserve, entry);
+        switch (bringBack(entry, m_folders.preserve)) {
+        case Return::NONE:
+            break;
+        case Return::DONE:
+            giveUp(parked);
+            break;
+        case Return::TAKEN:
+            logLine(QStringLiteral("Preserved copy stays : ") + parked);
+            settle(parked, installed(entry));
+            break;
+        }
     }
 }
 
@@ -176,44 +199,49 @@ void PackageFiles::park(const QString &entry, const QString &folder) const
     if (source.isEmpty() || !QFileInfo::exists(source))
         return;
     ensureDirectory(folder, true);
-    const QString target = containedPath(folder, entry);
-    if (!staysWithin(target, {folder}))
+    const QString target = parkedPlace(entry, folder);
+    if (target.isEmpty())
         logSkipped(entry);
     else if (QFileInfo(source).isDir())
         makeParent(target);
-    else
-        copyFile(source, target);
+    else if (!QFileInfo(target).isFile() || isOlder(target, source))
+        copyFile(copyOver, source, target);
 }
 
-bool PackageFiles::bringBack(const QString &entry, const QString &folder) const
+PackageFiles::Return PackageFiles::bringBack(const QString &entry, const QString &folder) const
 {
     const QString parked = parkedFile(entry, folder);
-    if (parked.isEmpty())
-        return false;
-    const QString target = installed(entry);
+    const QString target = parked.isEmpty() ? QString() : installed(entry);
     if (target.isEmpty())
-        return false;
+        return Return::NONE;
     if (QFileInfo(parked).isDir()) {
         makeParent(target);
-        return false;
+        return Return::NONE;
     }
-    return copyFile(parked, target) || haveEqualContent(parked, target);
+    if (isTaken(target))
+        return haveEqualContent(parked, target) ? Return::DONE : Return::TAKEN;
+    return copyFile(copyWhole, parked, target) ? Return::DONE : Return::NONE;
 }
 
 void PackageFiles::giveUpReturned(const QString &entry, const QString &folder) const
 {
     const QString parked = parkedFile(entry, folder);
     if (!parked.isEmpty() && haveEqualContent(parked, installed(entry)))
-        QFile::remove(parked);
+        giveUp(parked);
+}
+
+/// Where the copy of an entry belongs, empty when that is not in the folder.
+QString PackageFiles::parkedPlace(const QString &entry, const QString &folder)
+{
+    const QString place = containedPath(folder, entry);
+    return !place.isEmpty() && staysWithin(place, {folder}) ? place : QString();
 }
 
 /// The copy of an entry, empty when there is none.
 QString PackageFiles::parkedFile(const QString &entry, const QString &folder)
 {
-    const QString parked = containedPath(folder, entry);
-    const bool stands =
-        !parked.isEmpty() && QFileInfo::exists(parked) && staysWithin(parked, {folder});
-    return stands ? parked : QString();
+    const QString place = parkedPlace(entry, folder);
+    return QFileInfo::exists(place) ? place : QString();
 }
 
 } // namespace Kavo::Models

@@ -36,7 +36,10 @@ public:
     /// simulator's folder.
     QString extractFolder() const;
 
-    /// Copies the files to keep to the preserve folder.
+    /// Copies the files to keep to the preserve folder. A copy that is there already stays, since
+    /// it may be the user's only one, unless an earlier installation has come to its end without it
+    /// and the user has edited the file since: then the copy is older and gives way. To be called
+    /// before anything is removed.
     void preserve() const;
     /// Deletes what the removal rule lists, then puts the backed up originals back. The backups
     /// stay, so that a removal that was cut short can be repeated: the second one would delete
@@ -44,21 +47,30 @@ public:
     void remove() const;
     /// Copies originals to the backup folder, unless a backup is there already.
     void backUp() const;
-    /// Copies preserved files back and deletes the preserved copies.
+    /// Copies preserved files back and deletes the preserved copies. One whose place the archive
+    /// has taken stays and is settled. To be called when everything is unpacked.
     void restorePreserved() const;
     /// Deletes preserved copies and backups whose content stands in its place. While the package
     /// is not installed they are left over from work that has ended suddenly, or is done.
     void giveUpReturned() const;
 
 private:
+    /// What became of a copy that was to stand in its place again.
+    enum class Return {
+        NONE,  ///< there is no copy, or it could not be brought back
+        DONE,  ///< its content stands in its place
+        TAKEN, ///< something else stands there
+    };
+
     QString installed(const QString &entry) const;
     bool isReached(const QString &path) const;
     QString ownFolderAround(const QString &path) const;
     bool isNeeded(const QString &path) const;
     void removeEntry(const QString &entry) const;
     void park(const QString &entry, const QString &folder) const;
-    bool bringBack(const QString &entry, const QString &folder) const;
+    Return bringBack(const QString &entry, const QString &folder) const;
     void giveUpReturned(const QString &entry, const QString &folder) const;
+    static QString parkedPlace(const QString &entry, const QString &folder);
     static QString parkedFile(const QString &entry, const QString &folder);
 
     PackageFolders m_folders;

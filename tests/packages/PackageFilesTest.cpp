@@ -1,4 +1,5 @@
 #include "packages/PackageFiles.h"
+#include "tests/support/Archives.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
@@ -11,10 +12,13 @@
 #include <memory>
 
 using namespace Kavo::Models;
+using Kavo::Testing::fileTree;
 using Kavo::Testing::LogCapture;
 using Kavo::Testing::ScratchProfile;
 
 namespace {
+
+using Tree = QMap<QString, QString>;
 
 void write(const QString &path, const QByteArray &content)
 {
@@ -59,7 +63,15 @@ private slots:
 
     void preservedFileComesBackAndItsCopyGoes();
     void preservedFileThatTheArchiveBringsIsNotOverwrittenNorLost();
-    void stalePreservedCopyIsNotOverwritten();
+    void settledCopyGivesWayToTheFile();
+    void copyOfUnfinishedWorkIsNotOverwritten();
+    void copyOfUnfinishedWorkIsNotTakenForASettledOne();
+    void copyThatCannotBeBroughtBackIsNotSettled();
+    void settledCopyStaysWhileTheArchivesFileIsUnchanged();
+    void halfAMarkIsNone();
+    void settledCopyComesBackWhereNothingStands();
+    void markOfACopyThatIsGoneCountsForNoOther();
+    void noMarkIsLeftBehind();
     void preservedFolderMakesOnlyItsParent();
     void preserveEntriesThatLeaveTheSimulatorAreSkipped();
     void copyThatAlreadyStandsInItsPlaceIsGivenUp();
@@ -68,6 +80,7 @@ private slots:
     void removalThatWasCutShortCanBeRepeated();
     void copiesAreGivenUpOnlyWhereTheirContentStands();
     void firstBackupIsNeverOverwritten();
+    void onlyFailuresAreCalledSo();
     void backupIsKeptWhileItsPlaceIsTaken();
     void backupFolderMakesOnlyItsParent();
     void backupThroughALinkOutOfTheBackupFolderIsSkipped();
@@ -78,6 +91,12 @@ private slots:
 private:
     PackageFiles files() const { return PackageFiles(m_folders, *m_version); }
     QString simulator(const QString &path) const { return m_folders.installation + path; }
+
+    QString settings() const { return simulator(QStringLiteral("settings.ini")); }
+    QString keptSettings() const { return m_folders.preserve + QStringLiteral("settings.ini"); }
+    /// An installation to its end that leaves a copy of the settings, since the archive brings
+    /// some.
+    void settleCopy(const QByteArray &content);
 
     std::unique_ptr<ScratchProfile> m_profile;
     PackageFolders m_folders;
@@ -95,6 +114,16 @@ void PackageFilesTest::init()
 void PackageFilesTest::cleanup()
 {
     m_profile.reset();
+}
+
+void PackageFilesTest::settleCopy(const QByteArray &content)
+{
+    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
+    write(settings(), content);
+    files().preserve();
+    write(settings(), "archive's");
+    files().restorePreserved();
+    QCOMPARE(read(keptSettings()), content);
 }
 
 void PackageFilesTest::listedFilesAndFoldersAreRemoved()
@@ -367,17 +396,117 @@ void PackageFilesTest::preservedFileThatTheArchiveBringsIsNotOverwrittenNorLost(
     files().restorePreserved();
     QCOMPARE(read(path), QByteArray("archive's"));
     QCOMPARE(read(parked), QByteArray("user's"));
-    QVERIFY(log.contains(QStringLiteral("Copy failed : %1 -> %2").arg(parked, path)));
+    QCOMPARE(log.lines(), QStringList{QStringLiteral("Preserved copy stays : ") + parked});
 }
 
-void PackageFilesTest::stalePreservedCopyIsNotOverwritten()
+void PackageFilesTest::settledCopyGivesWayToTheFile()
 {
-    const QString parked = m_folders.preserve + QStringLiteral("settings.ini");
-    write(parked, "from before");
-    write(simulator(QStringLiteral("settings.ini")), "of today");
-    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
+    settleCopy("user's first");
+    write(settings(), "user's second");
     files().preserve();
-    QCOMPARE(read(parked), QByteArray("from before"));
+    QCOMPARE(read(keptSettings()), QByteArray("user's second"));
+    QVERIFY(QFile::remove(settings()));
+    files().restorePreserved();
+    QCOMPARE(read(settings()), QByteArray("user's second"));
+    QCOMPARE(fileTree(m_folders.preserve), Tree());
+}
+
+void PackageFilesTest::copyOfUnfinishedWorkIsNotOverwritten()
+{
+    // The first installation has ended suddenly, or failed, when the archive's file stood there.
+    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
+    write(settings(), "user's");
+    files().preserve();
+    write(settings(), "archive's");
+    const LogCapture log;
+    files().preserve();
+    QCOMPARE(read(keptSettings()), QByteArray("user's"));
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void PackageFilesTest::copyOfUnfinishedWorkIsNotTakenForASettledOne()
+{
+    // As before, with a settled copy in the place of the one that unfinished work has left.
+    settleCopy("user's first");
+    write(settings(), "user's second");
+    files().preserve();
+    write(settings(), "archive's");
+    files().preserve();
+    QCOMPARE(read(keptSettings()), QByteArray("user's second"));
+}
+
+void PackageFilesTest::copyThatCannotBeBroughtBackIsNotSettled()
+{
+    // A file stands where the folder of the copy would have to be made.
+    const QString entry = QStringLiteral("plugin/settings.ini");
+    m_version->install->preserve = QStringList{entry};
+    write(simulator(entry), "user's");
+    files().preserve();
+    QVERIFY(QDir(simulator(QStringLiteral("plugin"))).removeRecursively());
+    write(simulator(QStringLiteral("plugin")), "in the way");
+    const LogCapture log;
+    files().restorePreserved();
+    QVERIFY(log.contains(QStringLiteral("Copy failed : %1 -> %2")
+                             .arg(m_folders.preserve + entry, simulator(entry))));
+    QVERIFY(QFile::remove(simulator(QStringLiteral("plugin"))));
+    write(simulator(entry), "archive's");
+    files().preserve();
+    QCOMPARE(read(m_folders.preserve + entry), QByteArray("user's"));
+}
+
+void PackageFilesTest::settledCopyStaysWhileTheArchivesFileIsUnchanged()
+{
+    // As after a sudden end at the very end of an installation that is then repeated.
+    settleCopy("user's");
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        files().preserve();
+        QCOMPARE(read(keptSettings()), QByteArray("user's"));
+        files().restorePreserved();
+    }
+    write(settings(), "user's second");
+    files().preserve();
+    QCOMPARE(read(keptSettings()), QByteArray("user's second"));
+}
+
+void PackageFilesTest::halfAMarkIsNone()
+{
+    settleCopy("user's");
+    const QStringList parked = QDir(m_folders.preserve).entryList(QDir::Files | QDir::Hidden);
+    QCOMPARE(parked.size(), 2);
+    QFile mark(m_folders.preserve + parked.first());
+    QVERIFY(parked.first().startsWith(QLatin1Char('.')) && mark.resize(mark.size() / 2));
+    write(settings(), "archive's of another version");
+    files().preserve();
+    QCOMPARE(read(keptSettings()), QByteArray("user's"));
+}
+
+void PackageFilesTest::settledCopyComesBackWhereNothingStands()
+{
+    settleCopy("user's");
+    QVERIFY(QFile::remove(settings()));
+    files().preserve();
+    files().restorePreserved();
+    QCOMPARE(read(settings()), QByteArray("user's"));
+    QCOMPARE(fileTree(m_folders.preserve), Tree());
+}
+
+void PackageFilesTest::markOfACopyThatIsGoneCountsForNoOther()
+{
+    settleCopy("user's first");
+    QVERIFY(QFile::remove(keptSettings()));
+    write(settings(), "user's second");
+    files().preserve();
+    write(settings(), "archive's");
+    files().preserve();
+    QCOMPARE(read(keptSettings()), QByteArray("user's second"));
+}
+
+void PackageFilesTest::noMarkIsLeftBehind()
+{
+    settleCopy("user's");
+    write(settings(), "user's");
+    files().giveUpReturned();
+    QCOMPARE(fileTree(m_folders.preserve), Tree());
 }
 
 void PackageFilesTest::preservedFolderMakesOnlyItsParent()
@@ -484,6 +613,27 @@ void PackageFilesTest::firstBackupIsNeverOverwritten()
     m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
     files().backUp();
     QCOMPARE(read(backup), QByteArray("original"));
+}
+
+void PackageFilesTest::onlyFailuresAreCalledSo()
+{
+    // Without a removal rule the original stands where its backup would return, at the first
+    // installation, and the package's file at every later one.
+    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
+    write(simulator(QStringLiteral("lights.txt")), "original");
+    const LogCapture log;
+    files().backUp();
+    files().remove();
+    write(simulator(QStringLiteral("lights.txt")), "package's");
+    files().backUp();
+    files().remove();
+    QCOMPARE(log.lines(), QStringList());
+    // A folder in the place of the backup is a failure.
+    const QString backup = m_folders.backup + QStringLiteral("lights.txt");
+    QVERIFY(QFile::remove(backup) && QDir().mkpath(backup));
+    files().backUp();
+    QCOMPARE(log.lines(), QStringList{QStringLiteral("Copy failed : %1 -> %2")
+                                          .arg(simulator(QStringLiteral("lights.txt")), backup)});
 }
 
 void PackageFilesTest::backupIsKeptWhileItsPlaceIsTaken()
