@@ -4,6 +4,7 @@
 //
 // QT_SCALE_FACTOR enlarges them. Ends with status 0 when the whole tour was taken.
 
+#include "app/ScreenScale.h"
 #include "tests/app/PictureTour.h"
 
 #include <QApplication>
@@ -13,11 +14,7 @@ int main(int argc, char **argv)
     // The scratch account comes first: the application object looks for things in the home folder.
     const Kavo::Testing::ScratchProfile profile;
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
-        Qt::HighDpiScaleFactorRoundingPolicy::Round);
-    QApplication application(argc, argv);
+    const auto application = Kavo::makeScaledApplication(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() != 2)
         return 2;

@@ -1,0 +1,86 @@
+#include "app/ScreenScale.h"
+
+#include "core/ApplicationController.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QScreen>
+
+#include <algorithm>
+#include <vector>
+
+#include <unistd.h>
+
+namespace Kavo {
+
+namespace {
+
+constexpr const char *Density = "QT_FONT_DPI";
+/// Set where the density is none of the user's choice.
+constexpr const char *Limited = "KAVO_DENSITY_IS_LIMITED";
+constexpr qreal PlainDensity = 96;
+/// How much larger than the rest texts may be. With more, the names on the cards are cut off.
+constexpr qreal LargestText = 1.25;
+
+bool isChosenByUser()
+{
+    return qEnvironmentVariableIsSet("QT_SCALE_FACTOR") ||
+           qEnvironmentVariableIsSet("QT_SCREEN_SCALE_FACTORS") ||
+           qEnvironmentVariableIsSet(Density);
+}
+
+/// The dots to the inch before Qt has made a scale of them.
+int densityOf(const QScreen &screen)
+{
+    return qRound(screen.logicalDotsPerInch() * screen.devicePixelRatio());
+}
+
+} // namespace
+
+int fittingDensity(int density, const QSize &pixels)
+{
+    const Controllers::ApplicationController window;
+    const int most = std::min(pixels.width() / window.width(), pixels.height() / window.height());
+    const int scale = std::clamp(static_cast<int>(density / PlainDensity), 1, std::max(1, most));
+    return std::min(density, qRound(scale * LargestText * PlainDensity));
+}
+
+std::unique_ptr<QApplication> makeScaledApplication(int &argc, char **argv)
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    // Many screens say 96.1 or 100 dots to the inch, and nothing would be crisp.
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
+        Qt::HighDpiScaleFactorRoundingPolicy::Floor);
+    std::vector<char *> arguments(argv, argv + argc);
+    arguments.push_back(nullptr);
+    auto application = std::make_unique<QApplication>(argc, argv);
+    if (qEnvironmentVariableIsSet(Limited)) {
+        // It is nothing to the programs that this one starts.
+        qunsetenv(Limited);
+        qunsetenv(Density);
+        return application;
+    }
+    // On Wayland the compositor scales, and nobody else can change that.
+    if (isChosenByUser() || QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return application;
+    const QScreen &screen = *QGuiApplication::primaryScreen();
+    const int own = densityOf(screen);
+    const int fitting = fittingDensity(own, screen.size() * screen.devicePixelRatio());
+    if (fitting == own)
+        return application;
+    // The screen is known only now, and Qt asks for the density once in the life of a process.
+    const QByteArray program = QFile::encodeName(QCoreApplication::applicationFilePath());
+    application.reset();
+    qputenv(Density, QByteArray::number(fitting));
+    qputenv(Limited, "1");
+    execv(program.constData(), arguments.data());
+    // Without that it goes on as it is.
+    qunsetenv(Limited);
+    qunsetenv(Density);
+    std::copy(arguments.begin(), arguments.end(), argv);
+    argc = static_cast<int>(arguments.size()) - 1;
+    return std::make_unique<QApplication>(argc, argv);
+}
+
+} // namespace Kavo
