@@ -69,7 +69,7 @@ QSqlQuery DatabaseFile::prepared(const QString &statement) const
     return query;
 }
 
-bool DatabaseFile::run(QSqlQuery &query)
+bool DatabaseFile::run(QSqlQuery &query) const
 {
     // A statement that could not be prepared knows the reason; executing it would replace that by
     // "No query".
@@ -81,7 +81,7 @@ bool DatabaseFile::run(QSqlQuery &query)
     return done;
 }
 
-void DatabaseFile::setPatient(bool patient)
+void DatabaseFile::setPatient(bool patient) const
 {
     if (m_patient == patient)
         return;

@@ -30,15 +30,15 @@ public:
     /// A query for this connection with the statement prepared; errors show in run().
     QSqlQuery prepared(const QString &statement) const;
     /// Executes a query of prepared() and logs its failure.
-    bool run(QSqlQuery &query);
+    bool run(QSqlQuery &query) const;
 
 private:
-    void setPatient(bool patient);
+    void setPatient(bool patient) const;
 
     QString m_connection;
     QString m_fileName;
     QSqlDatabase m_database;
-    bool m_patient = true; ///< whether a statement waits for a lock to go
+    mutable bool m_patient = true; ///< whether a statement waits for a lock to go
 };
 
 } // namespace Kavo

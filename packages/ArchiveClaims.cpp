@@ -13,16 +13,25 @@ void ArchiveClaims::claim(const QString &archive)
 void ArchiveClaims::release(const QString &archive)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (--m_claims[archive] <= 0)
-        m_claims.remove(archive);
+    dropOne(archive);
 }
 
-void ArchiveClaims::removeUnlessShared(const QString &archive)
+void ArchiveClaims::releaseAndDelete(const QString &archive)
 {
-    // The lock is held over the removal, so that nobody can lay a claim on a file that is going.
+    // The lock is held during the deletion, so that nobody can claim a file that is going.
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_claims.value(archive) <= 1)
+    if (dropOne(archive))
         QFile::remove(archive);
+}
+
+/// Returns whether it was the last claim on this archive.
+bool ArchiveClaims::dropOne(const QString &archive)
+{
+    const auto count = m_claims.find(archive);
+    if (--*count > 0)
+        return false;
+    m_claims.erase(count);
+    return true;
 }
 
 } // namespace Kavo::Models

@@ -18,7 +18,7 @@ const DependencyEntry *entryFor(const QVector<DependencyEntry> &entries, int pac
 
 } // namespace
 
-Dependencies::Dependencies(const Catalogue &catalogue, InstalledPackageDatabase &database)
+Dependencies::Dependencies(const Catalogue &catalogue, const InstalledPackageDatabase &database)
     : m_catalogue(catalogue)
     , m_database(database)
 {}
@@ -76,7 +76,7 @@ PackageList Dependencies::toInstallWith(const Package &package, const QString &v
     return wanted;
 }
 
-bool Dependencies::dependsOn(Package &dependent, const Package &package,
+bool Dependencies::dependsOn(const Package &dependent, const Package &package,
                              const QString &version) const
 {
     if (dependent.id() == package.id() || dependent.state() != Package::INSTALLED)

@@ -11,7 +11,7 @@ namespace Kavo::Models {
 class Dependencies final
 {
 public:
-    Dependencies(const Catalogue &catalogue, InstalledPackageDatabase &database);
+    Dependencies(const Catalogue &catalogue, const InstalledPackageDatabase &database);
 
     /// The entries of a version, in order.
     static QVector<DependencyEntry> entries(const Package &package, const QString &version);
@@ -29,10 +29,10 @@ public:
     PackageList toInstallWith(const Package &package, const QString &version) const;
 
 private:
-    bool dependsOn(Package &dependent, const Package &package, const QString &version) const;
+    bool dependsOn(const Package &dependent, const Package &package, const QString &version) const;
 
     const Catalogue &m_catalogue;
-    InstalledPackageDatabase &m_database;
+    const InstalledPackageDatabase &m_database;
 };
 
 } // namespace Kavo::Models

@@ -1,20 +1,32 @@
 #include "packages/InstallationQueue.h"
 
-#include "packages/Dependencies.h"
+#include "packages/DependencyEntry.h"
 
 #include <QHash>
+#include <QScopedValueRollback>
 #include <QtConcurrent>
 
+#include <memory>
 #include <utility>
 
 namespace Kavo::Models {
 
-InstallationQueue::InstallationQueue(const Catalogue &catalogue, Settings settings,
-                                     QSharedPointer<ArchiveClaims> claims, QObject *parent)
+namespace {
+
+/// The dependency that decides when the work starts. Only for work that has one.
+int lastDependency(const InstallationWork &work)
+{
+    return DependencyEntry::parse(work.version()->depends.last()).packageId;
+}
+
+} // namespace
+
+InstallationQueue::InstallationQueue(const Catalogue &catalogue, const InstallationWorks &works,
+                                     Settings settings, QObject *parent)
     : QObject(parent)
     , m_catalogue(catalogue)
+    , m_works(works)
     , m_settings(std::move(settings))
-    , m_claims(std::move(claims))
 {}
 
 InstallationQueue::~InstallationQueue()
@@ -28,15 +40,9 @@ InstallationQueue::~InstallationQueue()
     takeResult(m_watcher.result());
 }
 
-void InstallationQueue::append(const PackagePointer &package, const PackageVersionPointer &version,
-                               const QString &archive)
-{
-    m_pending.append({package, version, archive});
-}
-
 void InstallationQueue::processPendingInstallations()
 {
-    if (m_busy || m_pending.isEmpty())
+    if (m_busy || m_walking || m_pending.isEmpty())
         return;
     failHopeless();
     const int position = nextToStart();
@@ -44,14 +50,15 @@ void InstallationQueue::processPendingInstallations()
         start(m_pending.takeAt(position));
 }
 
-/// A failed entry may be the dependency of one before it, so the walk begins again until a whole
-/// one finds nothing.
+/// What fails may be the dependency of work before it, so the walk begins again until a whole one
+/// finds nothing.
 void InstallationQueue::failHopeless()
 {
+    const QScopedValueRollback<bool> walking(m_walking, true);
     int position = 0;
     while (position < m_pending.size()) {
-        if (examine(m_pending.at(position)) == Verdict::FAIL) {
-            fail(position);
+        if (examine(*m_pending.at(position)) == Verdict::FAIL) {
+            m_pending.takeAt(position)->moveTo(InstallationWork::Phase::DEPENDENCY_FAILED);
             position = 0;
         } else {
             ++position;
@@ -59,64 +66,51 @@ void InstallationQueue::failHopeless()
     }
 }
 
-void InstallationQueue::fail(int position)
-{
-    const Entry entry = m_pending.takeAt(position);
-    m_claims->release(entry.archive);
-    entry.package->setState(Package::DEPENDENCY_ERROR);
-    emit recordable(entry.package, entry.version->version);
-    emit ended(entry.package);
-}
-
-/// Position of the entry to start, or -1.
-int InstallationQueue::nextToStart()
+/// Position of the work to start, or -1.
+int InstallationQueue::nextToStart() const
 {
     for (int position = 0; position < m_pending.size(); ++position) {
-        Entry &entry = m_pending[position];
-        if (examine(entry) == Verdict::START)
+        if (examine(*m_pending.at(position)) == Verdict::START)
             return position;
-        // The entry changes nothing of the record while it waits: once is enough.
-        if (!std::exchange(entry.waitRecorded, true))
-            emit recordable(entry.package, entry.version->version);
     }
     return firstOfCycle();
 }
 
-InstallationQueue::Verdict InstallationQueue::examine(const Entry &entry) const
+InstallationQueue::Verdict InstallationQueue::examine(const InstallationWork &work) const
 {
     Verdict verdict = Verdict::START;
-    for (const QString &text : entry.version->depends) {
-        const PackagePointer dependency =
-            m_catalogue.resolve(DependencyEntry::parse(text).packageId);
+    bool allWillCome = true;
+    for (const QString &text : work.version()->depends) {
+        const int id = DependencyEntry::parse(text).packageId;
+        const PackagePointer dependency = m_catalogue.resolve(id);
         if (!dependency || Package::isError(dependency->state()))
             return Verdict::FAIL;
+        const bool installed = dependency->state() == Package::INSTALLED;
         // The last one listed decides.
-        verdict = dependency->state() == Package::INSTALLED ? Verdict::START : Verdict::WAIT;
+        verdict = installed ? Verdict::START : Verdict::WAIT;
+        allWillCome = allWillCome && (installed || m_works.contains(id));
     }
-    return verdict;
+    return verdict == Verdict::WAIT && !allWillCome ? Verdict::FAIL : verdict;
 }
 
-/// For each entry the position of the entry that it waits for, or -1 when that is not pending.
+/// For each pending work the position of what it waits for, or -1 when that is not pending.
 QVector<int> InstallationQueue::waitingFor() const
 {
     QHash<int, int> positions;
     for (int position = m_pending.size() - 1; position >= 0; --position)
-        positions.insert(m_pending.at(position).package->id(), position);
+        positions.insert(m_pending.at(position)->packageId(), position);
 
     QVector<int> targets;
     targets.reserve(m_pending.size());
-    for (const Entry &entry : m_pending) {
-        const bool waits = examine(entry) == Verdict::WAIT;
-        targets.append(
-            waits ? positions.value(DependencyEntry::parse(entry.version->depends.last()).packageId,
-                                    -1)
-                  : -1);
+    for (const InstallationWorkPointer &work : m_pending) {
+        const bool waits = examine(*work) == Verdict::WAIT;
+        targets.append(waits ? positions.value(lastDependency(*work), -1) : -1);
     }
     return targets;
 }
 
 /// Packages that need each other wait for each other for ever; one of them has to go ahead.
-/// Returns the position of the first entry found to wait for itself, or -1.
+/// Returns the position of the first work found to wait for itself, or -1.
 int InstallationQueue::firstOfCycle() const
 {
     const QVector<int> targets = waitingFor();
@@ -133,30 +127,30 @@ int InstallationQueue::firstOfCycle() const
     return -1;
 }
 
-void InstallationQueue::start(const Entry &entry)
+void InstallationQueue::start(const InstallationWorkPointer &work)
 {
-    InstallationTask task(entry.package, entry.version, entry.archive, m_settings.folders,
-                          m_settings.extractor, m_claims);
+    auto task =
+        std::make_shared<InstallationTask>(work->package(), work->version(), work->takeArchive(),
+                                           m_settings.folders, m_settings.extractor);
     m_busy = true;
-    m_running = entry;
+    m_running = work;
+    work->moveTo(InstallationWork::Phase::RUNNING);
     m_watcher.disconnect();
     connect(&m_watcher, &QFutureWatcher<bool>::finished, this,
             [this] { takeResult(m_watcher.result()); });
     // The thread pool drops what it ran only after the result is there. By then the task must have
-    // let go of the package, which may have no other holder left and belongs to the main thread.
-    m_watcher.setFuture(QtConcurrent::run([task]() mutable {
-        const InstallationTask running = std::move(task);
-        return running.run();
-    }));
+    // let go of the package, which may have no other holder left and belongs to the main thread,
+    // and of the archive, which the next task may be the last to need.
+    m_watcher.setFuture(
+        QtConcurrent::run([task]() mutable { return std::exchange(task, nullptr)->run(); }));
 }
 
 void InstallationQueue::takeResult(bool succeeded)
 {
-    const Entry entry = std::exchange(m_running, Entry());
-    entry.package->setState(succeeded ? Package::INSTALLED : Package::INSTALL_ERROR);
-    emit recordable(entry.package, entry.version->version);
+    using Phase = InstallationWork::Phase;
+    const InstallationWorkPointer work = std::exchange(m_running, nullptr);
+    work->moveTo(succeeded ? Phase::INSTALLED : Phase::INSTALL_FAILED);
     m_busy = false;
-    emit ended(entry.package);
     processPendingInstallations();
 }
 

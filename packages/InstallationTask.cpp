@@ -4,40 +4,30 @@
 #include "core/P7ZipExtractor.h"
 #include "core/Paths.h"
 
-#include <QFile>
-
 #include <utility>
 
 namespace Kavo::Models {
 
 InstallationTask::InstallationTask(PackagePointer package, PackageVersionPointer version,
-                                   QString archive, PackageFolders folders, QString extractor,
-                                   QSharedPointer<ArchiveClaims> claims)
+                                   ArchiveClaim archive, PackageFolders folders, QString extractor)
     : m_package(std::move(package))
     , m_version(std::move(version))
     , m_archive(std::move(archive))
     , m_folders(std::move(folders))
     , m_extractor(std::move(extractor))
-    , m_claims(std::move(claims))
 {}
 
-bool InstallationTask::run() const
+bool InstallationTask::run()
 {
-    // To free the blocks of a large archive takes a while. Held open, it loses its name when it is
-    // removed, but the blocks only at the end of this function, when INSTALLED is out already.
-    QFile archive(m_archive);
-    if (!m_archive.isEmpty())
-        archive.open(QIODevice::ReadOnly);
     const bool installed = install();
-    logLine(QStringLiteral("Removing file : ") + m_archive);
-    m_claims->removeUnlessShared(m_archive);
-    m_claims->release(m_archive);
+    logLine(QStringLiteral("Removing file : ") + m_archive.archive());
+    m_archive.deleteArchive();
     return installed;
 }
 
 bool InstallationTask::install() const
 {
-    if (m_archive.isEmpty())
+    if (m_archive.archive().isEmpty())
         return false;
     const PackageFiles files(m_folders, *m_version);
     if (files.extractFolder().isEmpty()) {
@@ -54,8 +44,7 @@ bool InstallationTask::install() const
         return false;
     files.restorePreserved();
 
-    m_package->setUpdateAvailable(m_package->versionIndex(m_version->version) > 0 &&
-                                  isOutdated(m_version->version, m_package->newestVersion()));
+    m_package->setUpdateAvailable(m_package->hasUpdateAfter(m_version->version));
     m_package->setState(Package::INSTALLED);
     return true;
 }
@@ -65,10 +54,7 @@ bool InstallationTask::unpack(const PackageFiles &files) const
     const QString target = files.extractFolder();
     ensureDirectory(target, true);
     Extractors::P7ZipExtractor extractor(m_extractor);
-    if (!extractor.extract(m_archive, target))
-        return false;
-    m_claims->removeUnlessShared(m_archive);
-    return true;
+    return extractor.extract(m_archive.archive(), target);
 }
 
 } // namespace Kavo::Models

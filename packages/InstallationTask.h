@@ -1,27 +1,25 @@
 #pragma once
 
-#include "packages/ArchiveClaims.h"
+#include "packages/ArchiveClaim.h"
 #include "packages/Package.h"
 #include "packages/PackageFiles.h"
 
-#include <QSharedPointer>
 #include <QString>
 
 namespace Kavo::Models {
 
-/// Turns a downloaded archive into files of the simulator. A value that is handed to a worker
-/// thread and run there once; it blocks that thread until 7-Zip has ended. It sets the package
-/// INSTALLED when it succeeds and touches no database.
+/// Turns a downloaded archive into files of the simulator. Made on the main thread and run once on
+/// a worker thread, which it blocks until 7-Zip has ended. It sets the package INSTALLED when it
+/// succeeds and touches no database.
 class InstallationTask final
 {
 public:
-    InstallationTask(PackagePointer package, PackageVersionPointer version, QString archive,
-                     PackageFolders folders, QString extractor,
-                     QSharedPointer<ArchiveClaims> claims);
+    InstallationTask(PackagePointer package, PackageVersionPointer version, ArchiveClaim archive,
+                     PackageFolders folders, QString extractor);
 
-    /// Returns whether the version is installed. The archive is gone afterwards in any case,
-    /// unless another package still needs it.
-    bool run() const;
+    /// Returns whether the version is installed. The claim on the archive is released afterwards in
+    /// any case, and the archive is gone unless another package still needs it.
+    bool run();
 
 private:
     bool install() const;
@@ -29,10 +27,9 @@ private:
 
     PackagePointer m_package;
     PackageVersionPointer m_version;
-    QString m_archive;
+    ArchiveClaim m_archive;
     PackageFolders m_folders;
     QString m_extractor;
-    QSharedPointer<ArchiveClaims> m_claims;
 };
 
 } // namespace Kavo::Models

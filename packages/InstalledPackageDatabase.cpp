@@ -68,17 +68,11 @@ void InstalledPackageDatabase::record(const Package &package, const QString &ver
 {
     if (!m_file.isOpen())
         return;
-    QSqlQuery known =
-        m_file.prepared(QStringLiteral("SELECT id FROM packages WHERE package_id = :package_id"));
-    known.bindValue(QStringLiteral(":package_id"), package.id());
-    if (!m_file.run(known))
+    const std::optional<bool> known = isRecorded(package);
+    if (!known)
         return;
-    const bool exists = known.next();
-    // An open read would keep the write from being committed.
-    known.finish();
-
     QSqlQuery write = m_file.prepared(
-        exists ? QStringLiteral("UPDATE packages SET status = :status, version = :version WHERE "
+        *known ? QStringLiteral("UPDATE packages SET status = :status, version = :version WHERE "
                                 "package_id = :package_id")
                : QStringLiteral("INSERT INTO packages(package_id,status,version) VALUES "
                                 "(:package_id,:status,:version)"));
@@ -112,7 +106,7 @@ void InstalledPackageDatabase::markInstalled(const PackageList &packages)
     }
 }
 
-int InstalledPackageDatabase::status(Package &package)
+int InstalledPackageDatabase::status(const Package &package) const
 {
     if (!m_file.isOpen())
         return Package::UNKNOWN;
@@ -121,11 +115,10 @@ int InstalledPackageDatabase::status(Package &package)
     query.bindValue(QStringLiteral(":package_id"), package.id());
     if (m_file.run(query) && query.next())
         return query.value(0).toInt();
-    query.finish();
-    return adoptVersionFile(package).isEmpty() ? NotRecorded : int(Package::INSTALLED);
+    return versionFile(package).isEmpty() ? NotRecorded : int(Package::INSTALLED);
 }
 
-QString InstalledPackageDatabase::version(Package &package)
+QString InstalledPackageDatabase::version(const Package &package) const
 {
     if (m_file.isOpen()) {
         QSqlQuery query = m_file.prepared(
@@ -137,11 +130,22 @@ QString InstalledPackageDatabase::version(Package &package)
                 return version;
         }
     }
-    return adoptVersionFile(package);
+    return versionFile(package);
+}
+
+/// Whether there is a row, or nothing when that cannot be told.
+std::optional<bool> InstalledPackageDatabase::isRecorded(const Package &package) const
+{
+    QSqlQuery query =
+        m_file.prepared(QStringLiteral("SELECT id FROM packages WHERE package_id = :package_id"));
+    query.bindValue(QStringLiteral(":package_id"), package.id());
+    if (!m_file.run(query))
+        return std::nullopt;
+    return query.next();
 }
 
 /// Every row by its package id.
-QHash<qint64, InstalledPackageDatabase::Record> InstalledPackageDatabase::records()
+QHash<qint64, InstalledPackageDatabase::Record> InstalledPackageDatabase::records() const
 {
     QHash<qint64, Record> records;
     // Only numbers can be the id of a package, whatever other tools have written.
@@ -155,11 +159,15 @@ QHash<qint64, InstalledPackageDatabase::Record> InstalledPackageDatabase::record
     return records;
 }
 
+QString InstalledPackageDatabase::versionFile(const Package &package) const
+{
+    return readVersionFile(package, m_installationFolder);
+}
+
 QString InstalledPackageDatabase::adoptVersionFile(Package &package)
 {
-    const QString version = readVersionFile(package, m_installationFolder);
-    // A package that is being worked on has a state of its own, whatever stands on the disk.
-    if (version.isEmpty() || package.isBusy())
+    const QString version = versionFile(package);
+    if (version.isEmpty())
         return version;
     package.setState(Package::INSTALLED);
     record(package, version);

@@ -6,11 +6,13 @@
 #include <QHash>
 #include <QString>
 
+#include <optional>
+
 namespace Kavo::Models {
 
 /// Remembers across runs which packages are installed and in which version: the file
 /// "packages.db". Where it knows nothing of a package, the package's own version file in the
-/// simulator folder is asked.
+/// simulator folder is read; markInstalled() takes what it says into the database.
 ///
 /// Failing statements are logged and otherwise ignored; while the file is not open nothing is
 /// written. Main thread.
@@ -30,17 +32,18 @@ public:
     /// Stores the package's state at this moment together with the version text.
     void record(const Package &package, const QString &version);
 
-    /// Does for all packages of a new catalogue what status() and version() tell of them: those
-    /// that are installed become INSTALLED and learn whether an update is there.
+    /// For all packages of a new catalogue: those that are installed by the record or by their
+    /// version file become INSTALLED and learn whether an update is there. What only a version
+    /// file says is recorded.
     void markInstalled(const PackageList &packages);
 
-    /// The recorded state; UNKNOWN while the database is not open. Without a record a version file
-    /// makes the package INSTALLED and is taken into the database.
-    int status(Package &package);
+    /// The recorded state; UNKNOWN while the database is not open. Without a record INSTALLED if
+    /// there is a version file, else NotRecorded.
+    int status(const Package &package) const;
 
     /// The recorded version text, or else that of the version file; empty when neither has one.
     /// It is also kept for packages that are not installed.
-    QString version(Package &package);
+    QString version(const Package &package) const;
 
 private:
     struct Record
@@ -49,7 +52,9 @@ private:
         QString version;
     };
 
-    QHash<qint64, Record> records();
+    std::optional<bool> isRecorded(const Package &package) const;
+    QHash<qint64, Record> records() const;
+    QString versionFile(const Package &package) const;
     QString adoptVersionFile(Package &package);
 
     QString m_installationFolder;

@@ -1,9 +1,11 @@
 #include "packages/Installer.h"
 
 #include "downloads/DownloadManager.h"
-#include "packages/InstallationJob.h"
 
+#include <QSet>
 #include <QVector>
+
+#include <algorithm>
 
 namespace Kavo::Models {
 
@@ -16,15 +18,8 @@ Installer::Installer(const Catalogue &catalogue, InstalledPackageDatabase &datab
     , m_dependencies(catalogue, database)
     , m_downloads(downloads)
     , m_claims(QSharedPointer<ArchiveClaims>::create())
-    , m_queue(catalogue, settings, m_claims)
-{
-    connect(&m_queue, &InstallationQueue::recordable, this,
-            [this](const PackagePointer &package, const QString &version) {
-                m_database.record(*package, version);
-            });
-    connect(&m_queue, &InstallationQueue::ended, this,
-            [this](const PackagePointer &package) { endJob(package->id()); });
-}
+    , m_queue(catalogue, m_works, settings)
+{}
 
 Installer::~Installer() = default;
 
@@ -37,16 +32,28 @@ void Installer::install(const PackagePointer &package, QString &version)
     startWithDependencies(package, version);
 }
 
-void Installer::continueWith(const Catalogue &catalogue)
+PackageList Installer::blockers(const PackageList &leaving) const
 {
-    for (const InstallationJob *job : qAsConst(m_jobs)) {
-        const PackagePointer package = catalogue.find(job->package()->id());
-        if (package && package != job->package())
-            package->follow(*job->package());
+    PackageList blockers;
+    for (const InstallationWorkPointer &work : m_works) {
+        const auto isInTheWay = [&work](const PackagePointer &package) {
+            return package->id() == work->packageId() || work->needs(package->id());
+        };
+        if (std::any_of(leaving.cbegin(), leaving.cend(), isInTheWay))
+            blockers.append(work->package());
+    }
+    return blockers;
+}
+
+void Installer::showOn(const Catalogue &catalogue)
+{
+    for (const InstallationWorkPointer &work : qAsConst(m_works)) {
+        if (const PackagePointer package = catalogue.find(work->packageId()))
+            work->showBy(package);
     }
 }
 
-QSharedPointer<Download> Installer::runningDownload(Package &package) const
+QSharedPointer<Download> Installer::runningDownload(const Package &package) const
 {
     const Package::State state = package.state();
     if (!m_downloads || (state != Package::DOWNLOADING && state != Package::INSTALLING))
@@ -61,7 +68,7 @@ QSharedPointer<Download> Installer::runningDownload(Package &package) const
 /// A second start of the same package would queue its archive twice.
 bool Installer::mayStart(const Package &package) const
 {
-    return !package.isBusy() && !isWorkingOn(package.id());
+    return !package.isBusy() && !m_works.contains(package.id());
 }
 
 /// Dependencies first, each once: the walk keeps its own stack, because catalogues may chain more
@@ -100,10 +107,13 @@ void Installer::startWithDependencies(const PackagePointer &package, const QStri
 void Installer::start(const PackagePointer &package, const PackageVersionPointer &version)
 {
     const QSharedPointer<Download> download = downloadOf(version->link);
-    addJob(package, version, download);
+    const auto work = InstallationWorkPointer::create(package, version, download);
+    m_works.insert(package->id(), work);
+    connect(work.data(), &InstallationWork::moved, this,
+            [this, weak = work.toWeakRef()] { onMoved(weak.toStrongRef()); });
     download->announce();
     m_downloads->add(download, false);
-    m_claims->claim(download->getPath());
+    work->keepArchive(ArchiveClaim(m_claims, download->getPath()));
 }
 
 QSharedPointer<Download> Installer::downloadOf(const QString &link) const
@@ -117,35 +127,44 @@ QSharedPointer<Download> Installer::downloadOf(const QString &link) const
     return download ? download : QSharedPointer<Download>::create(link, true, false);
 }
 
-InstallationJob *Installer::addJob(const PackagePointer &package,
-                                   const PackageVersionPointer &version,
-                                   const QSharedPointer<Download> &download)
+void Installer::onMoved(const InstallationWorkPointer &work)
 {
-    auto *job = new InstallationJob(package, version, download, this);
-    m_jobs.insert(package->id(), job);
-    connect(job, &InstallationJob::recordable, this,
-            [this, job] { m_database.record(*job->package(), job->version()->version); });
-    connect(job, &InstallationJob::downloaded, this, [this, job] {
-        m_queue.append(job->package(), job->version(), job->archive());
+    using Phase = InstallationWork::Phase;
+    const auto record = [this, &work] {
+        m_database.record(*work->package(), work->version()->version);
+    };
+    switch (work->phase()) {
+    case Phase::STARTING:
+    case Phase::PREPARING:
+    case Phase::RUNNING:
+        break;
+    case Phase::DOWNLOADING:
+        record();
+        break;
+    case Phase::QUEUED:
+        record();
+        m_queue.append(work);
         m_queue.processPendingInstallations();
-    });
-    connect(job, &InstallationJob::failed, this, [this, job] { onFailed(*job); });
-    return job;
+        break;
+    case Phase::INSTALLED:
+    case Phase::INSTALL_FAILED:
+    case Phase::DOWNLOAD_FAILED:
+    case Phase::DEPENDENCY_FAILED:
+        record();
+        onEnded(work);
+        break;
+    }
 }
 
-void Installer::onFailed(const InstallationJob &job)
+void Installer::onEnded(const InstallationWorkPointer &work)
 {
-    m_claims->release(job.archive());
-    endJob(job.package()->id());
-    // Packages that wait for this one can be told now; nothing else may ever wake the queue.
+    m_works.remove(work->packageId());
+    // It is the sender of the signal that tells of its end.
+    m_ended.append(work);
+    QMetaObject::invokeMethod(
+        this, [this] { m_ended.clear(); }, Qt::QueuedConnection);
+    // What waits for this package can be told now; nothing else may ever wake the queue.
     m_queue.processPendingInstallations();
-}
-
-void Installer::endJob(int packageId)
-{
-    // The job may be the sender of the signal that brought us here.
-    if (InstallationJob *job = m_jobs.take(packageId))
-        job->deleteLater();
 }
 
 } // namespace Kavo::Models

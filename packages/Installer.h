@@ -1,14 +1,13 @@
 #pragma once
 
-#include "packages/ArchiveClaims.h"
 #include "packages/Catalogue.h"
 #include "packages/Dependencies.h"
 #include "packages/InstallationQueue.h"
+#include "packages/InstallationWork.h"
 
-#include <QHash>
 #include <QObject>
-#include <QSet>
 #include <QSharedPointer>
+#include <QVector>
 
 namespace Kavo::Managers {
 class DownloadManager;
@@ -16,11 +15,9 @@ class DownloadManager;
 
 namespace Kavo::Models {
 
-class Download;
-class InstallationJob;
-
-/// Brings a version and what it depends on into the simulator: starts the downloads, hands complete
-/// archives to the queue and has every step remembered in the database. Main thread.
+/// Brings a version and what it depends on into the simulator: begins a piece of work for each
+/// package, hands those whose archive is complete to the queue and has every step remembered in the
+/// database. Every piece of work ends as soon as its downloads do. Main thread.
 class Installer final : public QObject
 {
     Q_OBJECT
@@ -39,31 +36,31 @@ public:
 
     /// Whether a task is running.
     bool isBusy() const { return m_queue.isBusy(); }
-    /// Whether a package with this id is on its way.
-    bool isWorkingOn(int packageId) const { return m_jobs.contains(packageId); }
+    /// The packages on their way that keep these from being removed: the very ones, and those that
+    /// need one of them.
+    PackageList blockers(const PackageList &leaving) const;
 
-    /// Makes new objects of the catalogue show the work that is going on for the old ones.
-    void continueWith(const Catalogue &catalogue);
+    /// Makes new objects of the catalogue show the work that is going on.
+    void showOn(const Catalogue &catalogue);
 
     /// The queued download of the version that is on its way, or null.
-    QSharedPointer<Download> runningDownload(Package &package) const;
+    QSharedPointer<Download> runningDownload(const Package &package) const;
 
 private:
     bool mayStart(const Package &package) const;
     void startWithDependencies(const PackagePointer &package, const QString &version);
     void start(const PackagePointer &package, const PackageVersionPointer &version);
     QSharedPointer<Download> downloadOf(const QString &link) const;
-    InstallationJob *addJob(const PackagePointer &package, const PackageVersionPointer &version,
-                            const QSharedPointer<Download> &download);
-    void onFailed(const InstallationJob &job);
-    void endJob(int packageId);
+    void onMoved(const InstallationWorkPointer &work);
+    void onEnded(const InstallationWorkPointer &work);
 
     const Catalogue &m_catalogue;
     InstalledPackageDatabase &m_database;
     Dependencies m_dependencies;
     QSharedPointer<Managers::DownloadManager> m_downloads;
     QSharedPointer<ArchiveClaims> m_claims;
-    QHash<int, InstallationJob *> m_jobs; ///< by package id
+    InstallationWorks m_works;
+    QVector<InstallationWorkPointer> m_ended; ///< until nobody is being told of their end
     InstallationQueue m_queue;
 };
 

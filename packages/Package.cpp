@@ -1,7 +1,5 @@
 #include "packages/Package.h"
 
-#include <QPointer>
-
 #include <algorithm>
 
 namespace Kavo::Models {
@@ -44,21 +42,10 @@ QString Package::newestVersion() const
     return m_versions.isEmpty() ? QString() : m_versions.first()->version;
 }
 
-void Package::follow(const Package &working)
+bool Package::hasUpdateAfter(const QString &version) const
 {
-    // What the worker announces arrives later, and at the program's end the other one may have gone
-    // by then.
-    const QPointer<const Package> source(&working);
-    connect(&working, &Package::stateChanged, this, [this, source](State state) {
-        if (source)
-            setUpdateAvailable(source->isUpdateAvailable());
-        setState(state);
-    });
-    connect(&working, &Package::totalSize, this, &Package::totalSize);
-    connect(&working, &Package::downloadedSize, this, &Package::downloadedSize);
-    connect(&working, &Package::downloadFinished, this, &Package::downloadFinished);
-    setUpdateAvailable(working.isUpdateAvailable());
-    setState(working.state());
+    const QString newest = newestVersion();
+    return version != newest && isOutdated(version, newest);
 }
 
 void registerPackageState()

@@ -91,9 +91,9 @@ public:
     /// Text of the newest version, empty without versions.
     QString newestVersion() const;
 
-    /// Takes over the state and all further signals of another object for the same catalogue
-    /// entry, on which work is going on.
-    void follow(const Package &working);
+    /// Whether an update remains once this version is installed. Never so for the newest version
+    /// on offer, whatever its text.
+    bool hasUpdateAfter(const QString &version) const;
 
 signals:
     void stateChanged(Kavo::Models::Package::State state);

@@ -69,15 +69,16 @@ void PackageController::install(const PackagePointer &package, QString &version)
 void PackageController::uninstall(const PackagePointer &package)
 {
     const PackageList order = m_uninstaller.removalOrder(package);
-    for (const PackagePointer &leaving : order) {
-        // The worker may be writing the very files that would be removed here. A dependent counts
-        // as installed a moment before the worker has ended and the result is recorded.
-        if (leaving->isBusy() || m_installer.isWorkingOn(leaving->id())) {
-            logLine(QStringLiteral("Package is busy : ") + leaving->name());
-            return;
-        }
-    }
-    m_uninstaller.uninstall(order);
+    const PackageList blockers = m_installer.blockers(order);
+    for (const PackagePointer &blocker : blockers)
+        logLine(QStringLiteral("Package is busy : ") + blocker->name());
+    if (blockers.isEmpty())
+        m_uninstaller.uninstall(order);
+}
+
+PackageList PackageController::removalBlockers(const PackagePointer &package) const
+{
+    return m_installer.blockers(m_uninstaller.removalOrder(package));
 }
 
 bool PackageController::isBusy() const
@@ -85,18 +86,18 @@ bool PackageController::isBusy() const
     return m_installer.isBusy() || m_uninstaller.isBusy();
 }
 
-int PackageController::status(const PackagePointer &package)
+int PackageController::status(const PackagePointer &package) const
 {
     return m_database.status(*package);
 }
 
-QString PackageController::installedVersion(const PackagePointer &package)
+QString PackageController::installedVersion(const PackagePointer &package) const
 {
     // The record also names versions that are on their way, failed or removed.
     return package->state() == Package::INSTALLED ? m_database.version(*package) : QString();
 }
 
-QString PackageController::changeLog(const PackagePointer &package, const QString &version)
+QString PackageController::changeLog(const PackagePointer &package, const QString &version) const
 {
     const QString installed = installedVersion(package);
     if (installed.isEmpty())
@@ -140,7 +141,7 @@ void PackageController::onCatalogueAvailable(const QString &path)
 {
     m_catalogue.replace(
         Models::loadCatalogue(path, m_settings->current(Settings::LANGUAGE), m_database));
-    m_installer.continueWith(m_catalogue);
+    m_installer.showOn(m_catalogue);
     if (!m_installer.isBusy())
         m_uninstaller.clearUp(m_catalogue.packages());
     emit update();

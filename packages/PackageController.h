@@ -46,19 +46,22 @@ public:
     /// Starts an installation; `version` may be empty for the newest one and holds the version
     /// that is meant afterwards. The package's state tells the rest.
     void install(const Models::PackagePointer &package, QString &version);
-    /// Removes the package and all its dependents; returns when that is done. Does nothing while
-    /// work is going on for one of them.
+    /// Removes the package and all its dependents; returns when that is done. Does nothing but log
+    /// the reason while removalBlockers() names any.
     void uninstall(const Models::PackagePointer &package);
+    /// The packages on their way because of which this one cannot be removed now: those that would
+    /// go with it and those that need what would go.
+    Models::PackageList removalBlockers(const Models::PackagePointer &package) const;
     /// Whether an installation or a removal is running.
     bool isBusy() const;
 
     /// What the database has recorded of the package's state.
-    int status(const Models::PackagePointer &package);
+    int status(const Models::PackagePointer &package) const;
     /// Empty unless the package is INSTALLED.
-    QString installedVersion(const Models::PackagePointer &package);
+    QString installedVersion(const Models::PackagePointer &package) const;
     /// What changes from the installed version to `version`, as rich text. Empty when nothing does
     /// or nothing is installed.
-    QString changeLog(const Models::PackagePointer &package, const QString &version);
+    QString changeLog(const Models::PackagePointer &package, const QString &version) const;
 
     /// Packages on offer that satisfy the version's dependencies, in catalogue order.
     Models::PackageList resolvedDependencies(const Models::PackagePointer &package,

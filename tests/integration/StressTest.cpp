@@ -108,7 +108,6 @@ private:
     void refreshInPassing();
     void turn();
     bool isQuiet();
-    void wakeThoseWhoWait();
     void noteInterrupted(const QHash<int, Engine::Record> &records);
     bool settle();
     PackagePointer anyCard();
@@ -311,20 +310,6 @@ bool StressTest::isQuiet()
                         [](const PackagePointer &package) { return package->isBusy(); });
 }
 
-/// A package whose dependency was taken away while it waited goes on when that comes back.
-void StressTest::wakeThoseWhoWait()
-{
-    if (m_engine->controller().isBusy() || m_refreshes > 0)
-        return;
-    for (const PackagePointer &package : qAsConst(m_cards)) {
-        const int dependency = StressPackages::dependency(package->id());
-        if (dependency == 0 || package->state() != Package::INSTALLING)
-            continue;
-        if (m_engine->package(dependency)->state() == Package::AVAILABLE)
-            m_engine->install(dependency);
-    }
-}
-
 void StressTest::noteInterrupted(const QHash<int, Engine::Record> &records)
 {
     for (auto record = records.cbegin(); record != records.cend(); ++record) {
@@ -336,10 +321,8 @@ void StressTest::noteInterrupted(const QHash<int, Engine::Record> &records)
 bool StressTest::settle()
 {
     const QDeadlineTimer deadline(Patience);
-    while (!isQuiet() && !deadline.hasExpired()) {
-        wakeThoseWhoWait();
+    while (!isQuiet() && !deadline.hasExpired())
         turn();
-    }
     return !deadline.hasExpired();
 }
 

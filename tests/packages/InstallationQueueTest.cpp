@@ -23,7 +23,10 @@ private slots:
     void dependantWaitsWhileItsDependencyDownloads();
     void everyDependantOfAFailedDownloadEnds();
     void dependantThatWaitsEndsWhenTheDownloadFails();
+    void chainThatWaitsInAnyOrderEndsWhenTheDownloadFails();
     void dependantOfAFailedInstallationEnds();
+    void dependantOfAPackageWithoutVersionsEnds();
+    void dependantIsNotHeldUpByWhatOnlyStandsBeforeAnInstalledOne();
     void unknownDependencyEndsThePackage();
     void onlyTheLastDependencyHoldsAPackageBack();
     void packagesThatNeedEachOtherAreBothInstalled();
@@ -164,6 +167,55 @@ void InstallationQueueTest::dependantThatWaitsEndsWhenTheDownloadFails()
     m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
     QVERIFY(m_engine->waitForState(1, Package::DEPENDENCY_ERROR));
     QCOMPARE(m_engine->package(2)->state(), Package::DOWNLOAD_ERROR);
+}
+
+void InstallationQueueTest::chainThatWaitsInAnyOrderEndsWhenTheDownloadFails()
+{
+    Offer outer{1};
+    outer.depends = QStringList{QStringLiteral("2")};
+    Offer middle{2};
+    middle.depends = QStringList{QStringLiteral("3")};
+    m_engine->offer(outer);
+    m_engine->offer(middle);
+    m_engine->offer({3});
+    QVERIFY(m_engine->refresh());
+    m_engine->server().resource(QStringLiteral("/package-2-1.0.zip")).holdsGet = true;
+    HttpResource &deepest = m_engine->server().resource(QStringLiteral("/package-3-1.0.zip"));
+    deepest.holdAfter = 10;
+    deepest.resetAfter = 20;
+    m_engine->install(1);
+    // The outer one stands before the middle one in the queue.
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLING));
+    m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
+    QVERIFY(m_engine->waitForState(2, Package::INSTALLING));
+    QTRY_COMPARE(QFileInfo(m_engine->cached(QStringLiteral("package-3-1.0.zip"))).size(), 10);
+    m_engine->server().release(QStringLiteral("/package-3-1.0.zip"));
+    QVERIFY(m_engine->waitForState(2, Package::DEPENDENCY_ERROR));
+    QCOMPARE(m_engine->package(1)->state(), Package::DEPENDENCY_ERROR);
+}
+
+void InstallationQueueTest::dependantOfAPackageWithoutVersionsEnds()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2")};
+    m_engine->offer(dependant);
+    m_engine->offerObject({{QStringLiteral("id"), 2}});
+    QVERIFY(m_engine->refresh());
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::DEPENDENCY_ERROR));
+    QCOMPARE(m_engine->recordedStatus(1), 8);
+}
+
+void InstallationQueueTest::dependantIsNotHeldUpByWhatOnlyStandsBeforeAnInstalledOne()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2"), QStringLiteral("3")};
+    m_engine->offer(dependant);
+    m_engine->offerObject({{QStringLiteral("id"), 2}});
+    m_engine->offer({3});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(3));
+    QVERIFY(m_engine->installAndWait(1));
 }
 
 void InstallationQueueTest::dependantOfAFailedInstallationEnds()

@@ -61,7 +61,6 @@ private slots:
     void rowOutweighsTheVersionFile();
     void emptyThirdLineLeavesThePackageAvailable();
     void versionFileOutsideTheSimulatorIsNotRead();
-    void versionFileDoesNotTouchAPackageAtWork();
     void fileThatIsNoDatabaseIsLogged();
     void folderInPlaceOfTheFileIsLogged();
     void resetDeletesTheFileAndOpenMakesANewOne();
@@ -251,9 +250,18 @@ void InstalledPackageDatabaseTest::versionFileStandsInForAMissingRow()
     package->versions().first()->install->extract = QStringLiteral("plugins/Jetways");
     writeVersionFile(QStringLiteral("plugins/Jetways"), "Jetways\nplugin\n1.10\nmore\n");
     QCOMPARE(m_database->status(*package), 1);
-    QCOMPARE(package->state(), Package::INSTALLED);
     QCOMPARE(m_database->version(*package), QStringLiteral("1.10"));
+    // Whoever asks changes nothing.
+    QCOMPARE(package->state(), Package::AVAILABLE);
+    QVERIFY(readBySelf(file(), QStringLiteral("SELECT status FROM packages")).isEmpty());
+
+    m_database->markInstalled({package});
+    QCOMPARE(package->state(), Package::INSTALLED);
     QCOMPARE(readBySelf(file(), QStringLiteral("SELECT status FROM packages")), QVariantList{1});
+    QVERIFY(QFile::remove(m_profile->simulatorFolder() +
+                          QStringLiteral("plugins/Jetways/Kavo_version.txt")));
+    QCOMPARE(m_database->status(*package), 1);
+    QCOMPARE(m_database->version(*package), QStringLiteral("1.10"));
 }
 
 void InstalledPackageDatabaseTest::versionFileOfTheSharedLibraryLiesDeeper()
@@ -294,17 +302,6 @@ void InstalledPackageDatabaseTest::versionFileOutsideTheSimulatorIsNotRead()
     package->versions().first()->install->extract = QStringLiteral("../elsewhere");
     writeVersionFile(QStringLiteral("../elsewhere"), "a\nb\n1.0\n");
     QCOMPARE(m_database->status(*package), -1);
-}
-
-void InstalledPackageDatabaseTest::versionFileDoesNotTouchAPackageAtWork()
-{
-    m_database->open();
-    const PackagePointer package = makePackage(3, {makeVersion(QStringLiteral("2.0"))});
-    writeVersionFile(QString(), "a\nb\n1.0\n");
-    package->setState(Package::PREPARING);
-    QCOMPARE(m_database->version(*package), QStringLiteral("1.0"));
-    QCOMPARE(package->state(), Package::PREPARING);
-    QVERIFY(readBySelf(file(), QStringLiteral("SELECT status FROM packages")).isEmpty());
 }
 
 void InstalledPackageDatabaseTest::fileThatIsNoDatabaseIsLogged()

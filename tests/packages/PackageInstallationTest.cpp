@@ -2,6 +2,7 @@
 #include "downloads/Download.h"
 #include "downloads/DownloadManager.h"
 #include "tests/packages/Engine.h"
+#include "tests/packages/GatedExtractor.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"
 
@@ -10,6 +11,7 @@
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
+#include <QtConcurrent>
 
 #include <memory>
 
@@ -68,6 +70,7 @@ private slots:
     void archivesOfOneNameDoNotMix();
     void runningDownloadIsThatOfTheVersionOnItsWay();
     void endDuringATaskWaitsAndRecordsTheResult();
+    void newestVersionNeedsNoUpdateWhateverItsText();
     void unwritableCacheIsNotInstalled();
 
 private:
@@ -529,32 +532,31 @@ void PackageInstallationTest::runningDownloadIsThatOfTheVersionOnItsWay()
 
 void PackageInstallationTest::endDuringATaskWaitsAndRecordsTheResult()
 {
-    // An extractor that waits until it is told to go on stands for a long unpacking.
-    const QString folder = m_engine->profile().folder(QStringLiteral("tools"));
-    const QString extractor = folder + QStringLiteral("slow7z");
-    QVERIFY(writeFile(extractor, "#!/bin/sh\ntouch \"${0%/*}/started\"\n"
-                                 "read answer < \"${0%/*}/gate\"\nexec /usr/bin/7z \"$@\"\n"));
-    QVERIFY(QFile::setPermissions(extractor, QFile::ReadOwner | QFile::ExeOwner));
-    QCOMPARE(QProcess::execute(QStringLiteral("mkfifo"), {folder + QStringLiteral("gate")}), 0);
-    m_engine->setExtractor(extractor);
+    const GatedExtractor extractor(m_engine->profile().folder(QStringLiteral("tools")));
+    m_engine->setExtractor(extractor.program());
     m_engine->offer({7});
     QVERIFY(m_engine->refresh());
     const PackagePointer package = m_engine->package(7);
     m_engine->install(7);
-    QTRY_VERIFY(QFile::exists(folder + QStringLiteral("started")));
+    QVERIFY(extractor.waitUntilReached());
     QVERIFY(m_engine->controller().isBusy());
     QCOMPARE(m_engine->recordedStatus(7), 4);
 
-    QProcess opener;
-    opener.start(QStringLiteral("/bin/sh"),
-                 {QStringLiteral("-c"), QStringLiteral("echo go > \"$0\""),
-                  folder + QStringLiteral("gate")});
-    QVERIFY(opener.waitForStarted());
+    auto opening = QtConcurrent::run([&extractor] { extractor.open(); });
     m_engine->stop();
-    QVERIFY(opener.waitForFinished());
+    opening.waitForFinished();
     QCOMPARE(package->state(), Package::INSTALLED);
     QCOMPARE(m_engine->recordedStatus(7), 1);
     QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(7))));
+}
+
+void PackageInstallationTest::newestVersionNeedsNoUpdateWhateverItsText()
+{
+    // Without a number it counts as older than everything.
+    m_engine->offer({7, QStringLiteral("nightly")});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    QVERIFY(!m_engine->package(7)->isUpdateAvailable());
 }
 
 void PackageInstallationTest::unwritableCacheIsNotInstalled()

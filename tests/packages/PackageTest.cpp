@@ -47,7 +47,8 @@ private slots:
     void outdatedness_data();
     void outdatedness();
     void busyStates();
-    void followerShowsWorkOnAnotherObject();
+    void updateRemainsAfterAnOlderVersionOnly_data();
+    void updateRemainsAfterAnOlderVersionOnly();
 };
 
 void PackageTest::startsUnknownAndEmpty()
@@ -202,23 +203,32 @@ void PackageTest::busyStates()
     }
 }
 
-void PackageTest::followerShowsWorkOnAnotherObject()
+void PackageTest::updateRemainsAfterAnOlderVersionOnly_data()
 {
-    Package working;
-    working.setState(Package::DOWNLOADING);
-    Package follower;
-    follower.follow(working);
-    QCOMPARE(follower.state(), Package::DOWNLOADING);
+    QTest::addColumn<QStringList>("offered");
+    QTest::addColumn<QString>("version");
+    QTest::addColumn<bool>("remains");
+    const QStringList both{QStringLiteral("2.0"), QStringLiteral("1.0")};
+    QTest::newRow("newest") << both << QStringLiteral("2.0") << false;
+    QTest::newRow("older") << both << QStringLiteral("1.0") << true;
+    QTest::newRow("older that is no longer offered")
+        << QStringList{QStringLiteral("2.0")} << QStringLiteral("1.0") << true;
+    QTest::newRow("newer that is no longer offered") << both << QStringLiteral("3.0") << false;
+    QTest::newRow("equal numbers") << QStringList{QStringLiteral("2.0-b"), QStringLiteral("2.0-a")}
+                                   << QStringLiteral("2.0-a") << false;
+    QTest::newRow("newest without a number")
+        << QStringList{QStringLiteral("nightly")} << QStringLiteral("nightly") << false;
+    QTest::newRow("nothing offered") << QStringList() << QStringLiteral("1.0") << false;
+}
 
-    QSignalSpy sizes(&follower, &Package::downloadedSize);
-    emit working.downloadedSize(7);
-    QCOMPARE(sizes.count(), 1);
-    QCOMPARE(sizes.first().first().toLongLong(), 7);
-
-    working.setUpdateAvailable(true);
-    working.setState(Package::INSTALLED);
-    QCOMPARE(follower.state(), Package::INSTALLED);
-    QVERIFY(follower.isUpdateAvailable());
+void PackageTest::updateRemainsAfterAnOlderVersionOnly()
+{
+    QFETCH(QStringList, offered);
+    QFETCH(QString, version);
+    QFETCH(bool, remains);
+    Package package;
+    package.setVersions(makeVersions(offered));
+    QCOMPARE(package.hasUpdateAfter(version), remains);
 }
 
 QTEST_GUILESS_MAIN(PackageTest)

@@ -29,6 +29,9 @@ private slots:
     void dependencyThatLeftTheCatalogueEndsItsDependant();
     void failureReachesTheNewObject();
     void updateMarkReachesTheNewObject();
+    void updateMarkIsThatOfTheNewCatalogue();
+    void updateMarkIsSetForAVersionThatLeftTheCatalogue();
+    void dependantOfAFailureBeforeTheRefreshEnds();
     void newObjectMayOutliveTheProgramsEnd();
 
 private:
@@ -214,6 +217,54 @@ void RefreshDuringWorkTest::updateMarkReachesTheNewObject()
     QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
     QVERIFY(m_engine->package(7)->isUpdateAvailable());
     QVERIFY(m_engine->waitUntilSettled(7));
+}
+
+void RefreshDuringWorkTest::updateMarkIsThatOfTheNewCatalogue()
+{
+    m_engine->offer({7, QStringLiteral("1.0")});
+    QVERIFY(m_engine->refresh());
+    startHeld(7);
+    m_engine->offer({7, QStringLiteral("2.0")});
+    QVERIFY(m_engine->refresh());
+    release(7);
+    QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
+    QVERIFY(m_engine->package(7)->isUpdateAvailable());
+    QVERIFY(m_engine->waitUntilSettled(7));
+}
+
+void RefreshDuringWorkTest::updateMarkIsSetForAVersionThatLeftTheCatalogue()
+{
+    m_engine->offer({7, QStringLiteral("1.0")});
+    QVERIFY(m_engine->refresh());
+    startHeld(7);
+    m_engine->server().serve(QStringLiteral("/packages.json"),
+                             R"([{"id": 7, "versions": [{"version": "2.0"}]}])");
+    QSignalSpy listed(&m_engine->controller(), &PackageController::list);
+    m_engine->controller().refresh();
+    QVERIFY(listed.wait());
+    release(7);
+    QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
+    QVERIFY(m_engine->package(7)->isUpdateAvailable());
+    QVERIFY(m_engine->waitUntilSettled(7));
+}
+
+void RefreshDuringWorkTest::dependantOfAFailureBeforeTheRefreshEnds()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2")};
+    m_engine->offer(dependant);
+    m_engine->offer({2});
+    QVERIFY(m_engine->refresh());
+    holdArchive(1);
+    m_engine->server().resource(QStringLiteral("/package-2-1.0.zip")).body = "no archive";
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::DOWNLOADING));
+    QVERIFY(m_engine->waitForState(2, Package::INSTALL_ERROR));
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(m_engine->package(2)->state(), Package::AVAILABLE);
+    release(1);
+    QVERIFY(m_engine->waitForState(1, Package::DEPENDENCY_ERROR));
+    QCOMPARE(m_engine->recordedStatus(1), 8);
 }
 
 void RefreshDuringWorkTest::newObjectMayOutliveTheProgramsEnd()

@@ -1,4 +1,5 @@
 #include "tests/packages/Engine.h"
+#include "tests/packages/GatedExtractor.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"
 
@@ -33,16 +34,21 @@ private slots:
     void packagesThatNeedEachOtherAreBothRemoved();
     void busyPackageIsLeftAlone();
     void dependentThatIsNotYetRecordedKeepsWhatItNeeds();
+    void packageThatAQueuedOneNeedsStays();
+    void packageThatADownloadingOneNeedsStays();
+    void packageOfWhichADependentNeedsItsDependencyStays();
     void anotherPackageIsRemovedDuringAnInstallation();
     void otherPeoplesFilesStay();
     void removalOfAnUpdatablePackageClearsItsMark();
     void backupStaysUntilTheRemovalIsDone();
     void backupLeftBehindIsClearedUpAtTheNextStart();
     void backupOfAnInstalledPackageIsNotClearedUp();
+    void backupOfARunningInstallationIsNotClearedUp();
 
 private:
     Offer removable(int id, const QStringList &depends = {}) const;
     static Offer replacing(int id);
+    void removalIsRefused(int id, const QString &blocker);
     QString backup() { return m_engine->profile().backupFolder() + Lights; }
     QVector<int> removalOrder(const QVector<int> &ids);
 
@@ -163,6 +169,74 @@ void UninstallationTest::busyPackageIsLeftAlone()
     m_engine->server().release(QStringLiteral("/package-7-1.0.zip"));
     QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
     QVERIFY(m_engine->waitUntilSettled(7));
+}
+
+/// Tries to remove an installed package while the other one is on its way.
+void UninstallationTest::removalIsRefused(int id, const QString &blocker)
+{
+    const PackageList blockers = m_engine->controller().removalBlockers(m_engine->package(id));
+    QCOMPARE(blockers.size(), 1);
+    QCOMPARE(blockers.first()->name(), blocker);
+    const LogCapture log;
+    m_engine->controller().uninstall(m_engine->package(id));
+    QVERIFY(log.contains(QStringLiteral("Package is busy : ") + blocker));
+    QCOMPARE(m_engine->package(id)->state(), Package::INSTALLED);
+    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(id))));
+}
+
+void UninstallationTest::packageThatAQueuedOneNeedsStays()
+{
+    const GatedExtractor extractor(m_engine->profile().folder(QStringLiteral("tools")));
+    m_engine->offer(removable(1));
+    m_engine->offer(removable(2, {QStringLiteral("1")}));
+    m_engine->offer(removable(3));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(1));
+    m_engine->stop();
+    m_engine->setExtractor(extractor.program());
+    QVERIFY(m_engine->refresh());
+    m_engine->install(3);
+    QVERIFY(extractor.waitUntilReached());
+    m_engine->install(2);
+    QVERIFY(m_engine->waitForState(2, Package::INSTALLING));
+    removalIsRefused(1, QStringLiteral("package-2"));
+    extractor.open();
+    QVERIFY(m_engine->waitForState(2, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(2));
+    QVERIFY(m_engine->controller().removalBlockers(m_engine->package(1)).isEmpty());
+}
+
+void UninstallationTest::packageThatADownloadingOneNeedsStays()
+{
+    m_engine->offer(removable(1));
+    m_engine->offer(removable(2, {QStringLiteral("1")}));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(1));
+    m_engine->server().resource(QStringLiteral("/package-2-1.0.zip")).holdsGet = true;
+    m_engine->install(2);
+    QVERIFY(m_engine->waitForState(2, Package::DOWNLOADING));
+    removalIsRefused(1, QStringLiteral("package-2"));
+    m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
+    QVERIFY(m_engine->waitForState(2, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(2));
+}
+
+void UninstallationTest::packageOfWhichADependentNeedsItsDependencyStays()
+{
+    // Removing 1 would remove 2, which 3 needs.
+    m_engine->offer(removable(1));
+    m_engine->offer(removable(2, {QStringLiteral("1")}));
+    m_engine->offer(removable(3, {QStringLiteral("2")}));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(2));
+    m_engine->server().resource(QStringLiteral("/package-3-1.0.zip")).holdsGet = true;
+    m_engine->install(3);
+    QVERIFY(m_engine->waitForState(3, Package::DOWNLOADING));
+    removalIsRefused(1, QStringLiteral("package-3"));
+    QCOMPARE(m_engine->package(2)->state(), Package::INSTALLED);
+    m_engine->server().release(QStringLiteral("/package-3-1.0.zip"));
+    QVERIFY(m_engine->waitForState(3, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(3));
 }
 
 void UninstallationTest::dependentThatIsNotYetRecordedKeepsWhatItNeeds()
@@ -294,6 +368,37 @@ void UninstallationTest::backupOfAnInstalledPackageIsNotClearedUp()
     QCOMPARE(readFile(backup()), QByteArray("package's"));
     m_engine->controller().uninstall(m_engine->package(7));
     QCOMPARE(readFile(m_engine->simulator(Lights)), QByteArray("package's"));
+}
+
+void UninstallationTest::backupOfARunningInstallationIsNotClearedUp()
+{
+    const GatedExtractor extractor(m_engine->profile().folder(QStringLiteral("tools")));
+    const auto backingUp = [](int id) {
+        Offer offer{id};
+        offer.files = {{Lights, "package's"}};
+        offer.backup = QStringList{Lights};
+        return offer;
+    };
+    m_engine->offer(backingUp(7));
+    m_engine->offer(backingUp(8));
+    QVERIFY(writeFile(m_engine->simulator(Lights), "original"));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    m_engine->controller().uninstall(m_engine->package(7));
+    m_engine->stop();
+    m_engine->setExtractor(extractor.program());
+    QVERIFY(m_engine->refresh());
+    QVERIFY(writeFile(m_engine->simulator(Lights), "original"));
+    m_engine->install(8);
+    QVERIFY(extractor.waitUntilReached());
+    // The running installation counts on this copy, and the original still stands in its place.
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(readFile(backup()), QByteArray("original"));
+    extractor.open();
+    QVERIFY(m_engine->waitForState(8, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(8));
+    QCOMPARE(readFile(m_engine->simulator(Lights)), QByteArray("package's"));
+    QCOMPARE(readFile(backup()), QByteArray("original"));
 }
 
 KAVO_TEST_MAIN(UninstallationTest)

@@ -1,0 +1,133 @@
+#include "packages/InstallationWork.h"
+
+#include "packages/DependencyEntry.h"
+
+#include <algorithm>
+
+namespace Kavo::Models {
+
+namespace {
+
+Package::State stateOf(InstallationWork::Phase phase)
+{
+    using Phase = InstallationWork::Phase;
+    switch (phase) {
+    case Phase::STARTING:
+        return Package::UNKNOWN;
+    case Phase::PREPARING:
+        return Package::PREPARING;
+    case Phase::DOWNLOADING:
+        return Package::DOWNLOADING;
+    case Phase::QUEUED:
+    case Phase::RUNNING:
+        return Package::INSTALLING;
+    case Phase::INSTALLED:
+        return Package::INSTALLED;
+    case Phase::INSTALL_FAILED:
+        return Package::INSTALL_ERROR;
+    case Phase::DOWNLOAD_FAILED:
+        return Package::DOWNLOAD_ERROR;
+    case Phase::DEPENDENCY_FAILED:
+        return Package::DEPENDENCY_ERROR;
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace
+
+InstallationWork::InstallationWork(const PackagePointer &package,
+                                   const PackageVersionPointer &version,
+                                   const QSharedPointer<Download> &download)
+    : m_version(version)
+    , m_download(download)
+{
+    showBy(package);
+    connect(download.data(), &Download::error, this, &InstallationWork::onError);
+    connect(download.data(), &Download::processChanged, this, &InstallationWork::onProcessChanged);
+}
+
+bool InstallationWork::needs(int packageId) const
+{
+    const QStringList &entries = m_version->depends;
+    return std::any_of(entries.cbegin(), entries.cend(), [packageId](const QString &entry) {
+        return DependencyEntry::parse(entry).packageId == packageId;
+    });
+}
+
+bool InstallationWork::isEnded() const
+{
+    switch (m_phase) {
+    case Phase::STARTING:
+    case Phase::PREPARING:
+    case Phase::DOWNLOADING:
+    case Phase::QUEUED:
+    case Phase::RUNNING:
+        return false;
+    case Phase::INSTALLED:
+    case Phase::INSTALL_FAILED:
+    case Phase::DOWNLOAD_FAILED:
+    case Phase::DEPENDENCY_FAILED:
+        return true;
+    }
+    Q_UNREACHABLE();
+}
+
+void InstallationWork::moveTo(Phase phase)
+{
+    if (isEnded())
+        return;
+    m_phase = phase;
+    if (isEnded())
+        m_archive = ArchiveClaim();
+    // A copy: whoever is told may have further objects show the work.
+    const QVector<PackagePointer> packages = m_shownBy;
+    for (const PackagePointer &package : packages) {
+        // Each object is asked for itself: a refresh may have brought newer versions.
+        if (phase == Phase::INSTALLED)
+            package->setUpdateAvailable(package->hasUpdateAfter(m_version->version));
+        package->setState(stateOf(phase));
+    }
+    emit moved();
+}
+
+void InstallationWork::showBy(const PackagePointer &package)
+{
+    if (m_shownBy.contains(package))
+        return;
+    m_shownBy.append(package);
+    connect(m_download.data(), &Download::fileSize, package.data(), &Package::totalSize);
+    connect(m_download.data(), &Download::currentSize, package.data(), &Package::downloadedSize);
+    connect(m_download.data(), &Download::finished, package.data(), &Package::downloadFinished);
+    if (m_phase != Phase::STARTING)
+        package->setState(stateOf(m_phase));
+}
+
+void InstallationWork::onProcessChanged(Download::Process process)
+{
+    switch (process) {
+    case Download::Process::Idle:
+        break;
+    case Download::Process::Header:
+        moveTo(Phase::PREPARING);
+        break;
+    case Download::Process::Download:
+        moveTo(Phase::DOWNLOADING);
+        break;
+    case Download::Process::Finished:
+        // A download that stays queued may be announced again; its archive is taken once.
+        disconnect(m_download.data(), &Download::processChanged, this, nullptr);
+        moveTo(Phase::QUEUED);
+        break;
+    }
+}
+
+void InstallationWork::onError()
+{
+    // The transfer goes on to its end after an error; for this package it is over.
+    disconnect(m_download.data(), nullptr, this, nullptr);
+    for (const PackagePointer &package : qAsConst(m_shownBy))
+        disconnect(m_download.data(), nullptr, package.data(), nullptr);
+    moveTo(Phase::DOWNLOAD_FAILED);
+}
+
+} // namespace Kavo::Models

@@ -1,0 +1,110 @@
+#include "packages/ArchiveClaim.h"
+#include "tests/support/Archives.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <type_traits>
+
+using namespace Kavo::Models;
+using Kavo::Testing::writeFile;
+
+class ArchiveClaimTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void onlyHolderDeletesTheArchive();
+    void lastOfSeveralHoldersDeletesTheArchive();
+    void claimThatEndsLeavesTheArchive();
+    void movedClaimCountsOnce();
+    void claimMovedOverAnotherReleasesIt();
+    void claimOnNothingDeletesNothing();
+
+private:
+    ArchiveClaim claim() const { return ArchiveClaim(m_claims, m_archive); }
+    bool stands() const { return QFile::exists(m_archive); }
+
+    QTemporaryDir m_folder;
+    QString m_archive;
+    QSharedPointer<ArchiveClaims> m_claims;
+};
+
+static_assert(!std::is_copy_constructible_v<ArchiveClaim> &&
+              !std::is_copy_assignable_v<ArchiveClaim>);
+
+void ArchiveClaimTest::init()
+{
+    m_archive = m_folder.filePath(QStringLiteral("archive.zip"));
+    QVERIFY(writeFile(m_archive, "archive"));
+    m_claims = QSharedPointer<ArchiveClaims>::create();
+}
+
+void ArchiveClaimTest::onlyHolderDeletesTheArchive()
+{
+    ArchiveClaim only = claim();
+    QCOMPARE(only.archive(), m_archive);
+    only.deleteArchive();
+    QVERIFY(!stands());
+    QVERIFY(only.archive().isEmpty());
+}
+
+void ArchiveClaimTest::lastOfSeveralHoldersDeletesTheArchive()
+{
+    ArchiveClaim first = claim();
+    ArchiveClaim second = claim();
+    first.deleteArchive();
+    QVERIFY(stands());
+    // Once given up, it counts no more.
+    first.deleteArchive();
+    QVERIFY(stands());
+    second.deleteArchive();
+    QVERIFY(!stands());
+}
+
+void ArchiveClaimTest::claimThatEndsLeavesTheArchive()
+{
+    ArchiveClaim first = claim();
+    {
+        const ArchiveClaim second = claim();
+    }
+    QVERIFY(stands());
+    first.deleteArchive();
+    QVERIFY(!stands());
+}
+
+void ArchiveClaimTest::movedClaimCountsOnce()
+{
+    ArchiveClaim first = claim();
+    ArchiveClaim other = claim();
+    ArchiveClaim moved = std::move(first);
+    QCOMPARE(moved.archive(), m_archive);
+    moved.deleteArchive();
+    QVERIFY(stands());
+    other.deleteArchive();
+    QVERIFY(!stands());
+}
+
+void ArchiveClaimTest::claimMovedOverAnotherReleasesIt()
+{
+    ArchiveClaim first = claim();
+    ArchiveClaim second = claim();
+    first = ArchiveClaim();
+    QVERIFY(first.archive().isEmpty());
+    second.deleteArchive();
+    QVERIFY(!stands());
+}
+
+void ArchiveClaimTest::claimOnNothingDeletesNothing()
+{
+    ArchiveClaim nothing;
+    nothing.deleteArchive();
+    QVERIFY(nothing.archive().isEmpty());
+    QVERIFY(stands());
+}
+
+QTEST_GUILESS_MAIN(ArchiveClaimTest)
+#include "ArchiveClaimTest.moc"

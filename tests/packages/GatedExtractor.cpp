@@ -1,0 +1,58 @@
+#include "tests/packages/GatedExtractor.h"
+
+#include "tests/support/Archives.h"
+#include "tests/support/RunUntil.h"
+
+#include <QFile>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Kavo::Testing {
+
+namespace {
+
+constexpr int Patience = 30000; ///< in milliseconds
+
+} // namespace
+
+GatedExtractor::GatedExtractor(const QString &folder) : m_folder(folder)
+{
+    const QByteArray script = "#!/bin/sh\nfolder=${0%/*}\ntouch \"$folder/reached\"\n"
+                              "read -r answer < \"$folder/gate\"\nexec /usr/bin/7z \"$@\"\n";
+    if (!writeFile(program(), script) ||
+        ::mkfifo(QFile::encodeName(folder + QStringLiteral("gate")).constData(), 0600) != 0)
+        qFatal("The gated extractor cannot be made");
+    QFile::setPermissions(program(), QFile::ReadOwner | QFile::ExeOwner);
+}
+
+GatedExtractor::~GatedExtractor()
+{
+    open();
+}
+
+bool GatedExtractor::waitUntilReached() const
+{
+    return runUntil([this] { return QFile::exists(m_folder + QStringLiteral("reached")); },
+                    Patience);
+}
+
+void GatedExtractor::open() const
+{
+    const QByteArray gate = QFile::encodeName(m_folder + QStringLiteral("gate"));
+    // For both ends, so that opening never waits. Whoever stands at the old gate reads the line;
+    // whoever comes later finds an ordinary file.
+    const int waiting = ::open(gate.constData(), O_RDWR | O_CLOEXEC);
+    const QByteArray file = gate + ".open";
+    if (writeFile(QFile::decodeName(file), "go\n"))
+        std::rename(file.constData(), gate.constData());
+    if (waiting < 0)
+        return;
+    const bool told = ::write(waiting, "go\n", 3) == 3;
+    Q_UNUSED(told)
+    ::close(waiting);
+}
+
+} // namespace Kavo::Testing
