@@ -21,14 +21,15 @@ bool readsAsNumber(const QString &text)
     return number.match(text).hasMatch();
 }
 
-/// Whether a text that reads as a number comes back letter for letter from a number: no idle
-/// zeros, and short enough for every digit to be kept.
+/// Whether a text that reads as a number comes back letter for letter from a number. Fifteen
+/// significant digits fit into a double. Behind the point no more than four of them do: SQLite
+/// divides in a longer format first, and from 5^5 on its result may lie so near the middle of two
+/// doubles that rounding twice takes the wrong one (1.968306).
 bool isCanonicalNumber(const QString &text)
 {
     static const QRegularExpression canonical(QRegularExpression::anchoredPattern(
-        QStringLiteral("(?:[1-9][0-9]{0,6}|0)(?:\\.[0-9]{0,6}[1-9])?")));
-    static const QRegularExpression tiny(QStringLiteral("^0\\.000"));
-    return canonical.match(text).hasMatch() && !tiny.match(text).hasMatch();
+        QStringLiteral("(?:[1-9][0-9]{0,10}|0)(?:\\.[0-9]{0,3}[1-9])?")));
+    return canonical.match(text).hasMatch();
 }
 
 /// The version column has a numeric leaning: the text "1.10" would come back as 1.1. Bytes are

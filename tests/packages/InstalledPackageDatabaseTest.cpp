@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTest>
@@ -50,6 +51,8 @@ private slots:
     void secondOpenDoesNothing();
     void versionsComeBackLetterForLetter_data();
     void versionsComeBackLetterForLetter();
+    void versionsOfManyDigitsComeBackLetterForLetter_data();
+    void versionsOfManyDigitsComeBackLetterForLetter();
     void versionsThatSurviveAreStoredAsText_data();
     void versionsThatSurviveAreStoredAsText();
     void reinstallationUpdatesTheOneRow();
@@ -157,6 +160,15 @@ void InstalledPackageDatabaseTest::versionsComeBackLetterForLetter_data()
                                QStringLiteral("20231105"),
                                QStringLiteral("2023.11"),
                                QStringLiteral("1.1"),
+                               QStringLiteral("1.968306"),
+                               QStringLiteral("330646.3572537"),
+                               QStringLiteral("1234567.12345"),
+                               QStringLiteral("12345678901.1234"),
+                               QStringLiteral("99999999999.9999"),
+                               QStringLiteral("99999999999.9998"),
+                               QStringLiteral("123456789012.1234"),
+                               QStringLiteral("12345678901"),
+                               QStringLiteral("999999999999999"),
                                QString::fromUtf8("1.0 ä Ж")};
     for (const QString &version : versions)
         QTest::newRow(qPrintable(version)) << version;
@@ -173,6 +185,46 @@ void InstalledPackageDatabaseTest::versionsComeBackLetterForLetter()
     QCOMPARE(m_database->version(*package), version);
 }
 
+void InstalledPackageDatabaseTest::versionsOfManyDigitsComeBackLetterForLetter_data()
+{
+    QTest::addColumn<int>("whole");
+    QTest::addColumn<int>("behind");
+    for (int whole = 1; whole <= 13; ++whole) {
+        for (int behind = 0; behind <= 7; ++behind)
+            QTest::addRow("%d.%d digits", whole, behind) << whole << behind;
+    }
+}
+
+/// Few texts of each length are in danger, so that only many of them tell.
+void InstalledPackageDatabaseTest::versionsOfManyDigitsComeBackLetterForLetter()
+{
+    QFETCH(int, whole);
+    QFETCH(int, behind);
+    constexpr int Count = 400;
+    m_database->open();
+    QRandomGenerator random(quint32(whole * 100 + behind));
+    const auto digits = [&random](int count, int first, int last) {
+        QString text;
+        for (int digit = 0; digit < count; ++digit) {
+            const int lowest = digit == 0 ? first : digit == count - 1 ? last : 0;
+            text += QString::number(random.bounded(lowest, 10));
+        }
+        return text;
+    };
+    // One transaction: the disk would be waited for once a row.
+    QSqlDatabase connection = QSqlDatabase::database(QStringLiteral("PackageDatabaseConnection"));
+    QVERIFY(connection.transaction());
+    for (int id = 1; id <= Count; ++id) {
+        QString version = digits(whole, 1, 0);
+        if (behind > 0)
+            version += QLatin1Char('.') + digits(behind, behind == 1 ? 1 : 0, 1);
+        const PackagePointer package = makePackage(id, {});
+        m_database->record(*package, version);
+        QCOMPARE(m_database->version(*package), version);
+    }
+    QVERIFY(connection.commit());
+}
+
 void InstalledPackageDatabaseTest::versionsThatSurviveAreStoredAsText_data()
 {
     QTest::addColumn<QString>("version");
@@ -187,6 +239,12 @@ void InstalledPackageDatabaseTest::versionsThatSurviveAreStoredAsText_data()
                                                 << "integer";
     QTest::newRow("would lose its zero") << "1.10"
                                          << "blob";
+    QTest::newRow("a date") << "20261121"
+                            << "integer";
+    QTest::newRow("fifteen digits") << "12345678901.1234"
+                                    << "real";
+    QTest::newRow("five digits behind the point") << "1.12345"
+                                                  << "blob";
 }
 
 void InstalledPackageDatabaseTest::versionsThatSurviveAreStoredAsText()
