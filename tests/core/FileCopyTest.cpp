@@ -1,6 +1,7 @@
 #include "core/FileCopy.h"
 #include "tests/core/SyncWitness.h"
 #include "tests/support/Archives.h"
+#include "tests/support/FullDisk.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -18,32 +19,6 @@ using Kavo::copyWhole;
 using Kavo::hiddenBeside;
 using Kavo::isTaken;
 using namespace Kavo::Testing;
-
-namespace {
-
-/// As long as it lives, no file of this process grows beyond so many bytes: a full disk.
-class FullDisk final
-{
-public:
-    explicit FullDisk(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        ::getrlimit(RLIMIT_FSIZE, &m_limit);
-        const rlimit tight{bytes, m_limit.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &tight);
-    }
-    ~FullDisk()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_limit);
-        std::signal(SIGXFSZ, m_handler);
-    }
-    Q_DISABLE_COPY_MOVE(FullDisk)
-
-private:
-    void (*m_handler)(int);
-    rlimit m_limit{};
-};
-
-} // namespace
 
 class FileCopyTest final : public QObject
 {

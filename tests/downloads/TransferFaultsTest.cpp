@@ -1,37 +1,13 @@
 #include "tests/downloads/DownloadEvents.h"
 #include "tests/downloads/DownloadSetup.h"
 #include "tests/support/Archives.h"
+#include "tests/support/FullDisk.h"
 #include "tests/support/TestMain.h"
-
-#include <csignal>
-#include <sys/resource.h>
 
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
 namespace {
-
-/// While it lives, no file of this process grows beyond a size, as on a full disk.
-class FileSizeLimit final
-{
-public:
-    explicit FileSizeLimit(rlim_t size) : m_handler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        ::getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{size, m_before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-    Q_DISABLE_COPY_MOVE(FileSizeLimit)
-
-private:
-    rlimit m_before = {};
-    void (*m_handler)(int);
-};
 
 /// The events of a transfer with an error before its end.
 QStringList withError(QStringList events)
@@ -479,7 +455,7 @@ void TransferFaultsTest::fullDiskKeepsWhatArrived()
     const auto download = DownloadSetup::resumable(url("/a"));
     DownloadEvents events(download);
     {
-        const FileSizeLimit limit(Room);
+        const FullDisk disk(Room);
         m_setup->manager().add(download, false);
         // No piece of the body ends there, so that some of it has been lost.
         QTRY_COMPARE(QFileInfo(path("a")).size(), Room);

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <sys/resource.h>
+
+namespace Kavo::Testing {
+
+/// As long as it lives, no file of this process grows beyond so many bytes: a full disk.
+class FullDisk final
+{
+public:
+    explicit FullDisk(rlim_t bytes);
+    ~FullDisk();
+    Q_DISABLE_COPY_MOVE(FullDisk)
+
+private:
+    void (*m_handler)(int);
+    rlimit m_limit{};
+};
+
+} // namespace Kavo::Testing
