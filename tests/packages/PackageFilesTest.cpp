@@ -430,7 +430,7 @@ void PackageFilesTest::copyOfUnfinishedWorkIsNotTakenForASettledOne()
     settleCopy("user's first");
     write(settings(), "user's second");
     files().preserve();
-    write(settings(), "archive's");
+    write(settings(), "next archive's");
     files().preserve();
     QCOMPARE(read(keptSettings()), QByteArray("user's second"));
 }
@@ -496,7 +496,7 @@ void PackageFilesTest::markOfACopyThatIsGoneCountsForNoOther()
     QVERIFY(QFile::remove(keptSettings()));
     write(settings(), "user's second");
     files().preserve();
-    write(settings(), "archive's");
+    write(settings(), "next archive's");
     files().preserve();
     QCOMPARE(read(keptSettings()), QByteArray("user's second"));
 }
@@ -628,6 +628,14 @@ void PackageFilesTest::onlyFailuresAreCalledSo()
     files().backUp();
     files().remove();
     QCOMPARE(log.lines(), QStringList());
+    // Nor is a link of the user's in its place, wherever it leads.
+    QVERIFY(QFile::remove(simulator(QStringLiteral("lights.txt"))));
+    QVERIFY(
+        QFile::link(QStringLiteral("/nowhere/at/all"), simulator(QStringLiteral("lights.txt"))));
+    files().remove();
+    QCOMPARE(log.lines(), QStringList());
+    QVERIFY(QFile::remove(simulator(QStringLiteral("lights.txt"))));
+    write(simulator(QStringLiteral("lights.txt")), "package's");
     // A folder in the place of the backup is a failure.
     const QString backup = m_folders.backup + QStringLiteral("lights.txt");
     QVERIFY(QFile::remove(backup) && QDir().mkpath(backup));
