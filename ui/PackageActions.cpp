@@ -69,8 +69,17 @@ void PackageActions::uninstall()
                 nameList(dependents);
     if (!ask(tr("Uninstall Package"), text))
         return;
-    const WaitCursor cursor;
-    m_controller->uninstall(m_package);
+    // The question may have stood open for a while.
+    const PackageList blockers = m_controller->removalBlockers(m_package);
+    {
+        const WaitCursor cursor;
+        m_controller->uninstall(m_package);
+    }
+    if (!blockers.isEmpty())
+        Dialogs::showMessage(m_widget, QMessageBox::Information, tr("Uninstall Package"),
+                             tr("This package cannot be uninstalled now.\n\nWork on the "
+                                "following packages has to end first\n\n") +
+                                 nameList(blockers));
 }
 
 void PackageActions::openHelp()

@@ -211,6 +211,18 @@ Die Anwendung lässt sich erst schließen, wenn die Installation abgeschlossen i
         <translation>von diesem System deinstallieren</translation>
     </message>
     <message>
+        <source>This package cannot be uninstalled now.
+
+Work on the following packages has to end first
+
+</source>
+        <translation>Dieses Paket kann jetzt nicht deinstalliert werden.
+
+Zuerst müssen die Arbeiten an den folgenden Paketen enden
+
+</translation>
+    </message>
+    <message>
         <source>Uninstall Package</source>
         <translation>Paket deinstallieren</translation>
     </message>

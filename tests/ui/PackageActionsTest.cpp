@@ -65,6 +65,7 @@ private slots:
     void refusedUninstallRemovesNothing();
     void escapeRefusesUninstall();
     void uninstallNamesTheDependents();
+    void uninstallTellsWhatIsInItsWay();
     void waitCursorCoversTheRemoval();
 
     void helpAndManualAreOpened();
@@ -414,6 +415,29 @@ void PackageActionsTest::uninstallNamesTheDependents()
     QVERIFY(answers.allShown());
     for (const int id : {1, 2, 3})
         QCOMPARE(state(id), Package::AVAILABLE);
+}
+
+void PackageActionsTest::uninstallTellsWhatIsInItsWay()
+{
+    offer(1, "1.0");
+    offer(2, "1.0", {QStringLiteral("1:1.0")});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(1));
+    m_engine->server().resource(QStringLiteral("/package-2-1.0.zip")).holdsGet = true;
+    m_engine->install(2);
+    QVERIFY(m_engine->waitForState(2, Package::DOWNLOADING));
+    MessageBoxAnswers answers;
+    answers.expect(QStringLiteral("Uninstall Package"),
+                   QStringLiteral("Uninstall package-1 from this system"), QMessageBox::Yes);
+    answers.expect(QStringLiteral("Uninstall Package"),
+                   QStringLiteral("This package cannot be uninstalled now.\n\nWork on the "
+                                  "following packages has to end first\n\npackage-2\n"),
+                   QMessageBox::Ok);
+    actions(1).uninstall();
+    QVERIFY(answers.allShown());
+    QCOMPARE(state(1), Package::INSTALLED);
+    m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
+    QVERIFY(installs(2));
 }
 
 void PackageActionsTest::waitCursorCoversTheRemoval()
