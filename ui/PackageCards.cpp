@@ -2,6 +2,7 @@
 
 #include "components/WidgetList.h"
 #include "packages/PackageController.h"
+#include "ui/PackageErrorQueue.h"
 #include "ui/PackageWidget.h"
 
 #include <QElapsedTimer>
@@ -12,6 +13,7 @@ namespace Kavo::Ui {
 
 using Components::WidgetList;
 using Controllers::PackageController;
+using Models::Package;
 
 namespace {
 
@@ -55,6 +57,7 @@ void PackageCards::rebuild()
         if (PackageWidget *card = cardIn(row))
             card->retire();
     }
+    m_withoutCard.reset();
     m_list->clearRows();
     m_packages = m_controller->packages();
     m_next = 0;
@@ -90,6 +93,23 @@ void PackageCards::fill()
     const int atOnce = count <= CountAtOnce ? count : qMin(count, rowsOfAScreen(*m_list->window()));
     for (int row = 1; row < atOnce; ++row)
         buildRow(row);
+    followPackagesWithoutCard();
+}
+
+/// A card that comes later reports the same error once more, which the queue takes for one.
+void PackageCards::followPackagesWithoutCard()
+{
+    m_withoutCard.reset(new QObject);
+    for (int row = 0; row < m_packages.size(); ++row) {
+        if (cardIn(row))
+            continue;
+        const Package *package = m_packages.at(row).data();
+        connect(package, &Package::stateChanged, m_withoutCard.data(),
+                [this, package](Package::State state) {
+                    if (m_list->isVisible())
+                        PackageErrorQueue::of(*m_list).report(*package, state);
+                });
+    }
 }
 
 void PackageCards::takeTurn()

@@ -3,6 +3,7 @@
 #include "packages/Package.h"
 
 #include <QObject>
+#include <QScopedPointer>
 #include <QSharedPointer>
 #include <QTimer>
 
@@ -23,7 +24,8 @@ class PackageWidget;
 /// A short list is filled at once. Of a long one the rows stand at once, in order and in their
 /// sizes, with the cards that the first screen shows; the others follow in short turns of the event
 /// loop, first those that are scrolled to. A card asks for its icon when it is made, so the icons
-/// come in the same order. Main thread.
+/// come in the same order. Of a package whose card is yet to come the errors are reported here.
+/// Main thread.
 class PackageCards final : public QObject
 {
     Q_OBJECT
@@ -46,6 +48,7 @@ signals:
 
 private:
     void fill();
+    void followPackagesWithoutCard();
     void takeTurn();
     int nextRow();
     void buildRow(int row);
@@ -59,6 +62,8 @@ private:
     /// No row before this one is empty.
     int m_next = 0;
     int m_lowest = 0;
+    /// Context of the connections to packages whose cards came or come later.
+    QScopedPointer<QObject> m_withoutCard;
     QTimer m_turns;
 };
 

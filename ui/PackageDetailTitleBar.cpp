@@ -6,12 +6,11 @@
 #include "downloads/Download.h"
 #include "packages/PackageController.h"
 #include "ui/PackageActions.h"
-#include "ui/PackageErrorBox.h"
+#include "ui/PackageErrorQueue.h"
 #include "ui/PackageProcessingWidget.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPointer>
 #include <QPushButton>
 
 namespace Kavo::Ui {
@@ -123,26 +122,12 @@ PackageActions PackageDetailTitleBar::actions()
 
 void PackageDetailTitleBar::onStateChanged(Package::State state)
 {
-    if (!Package::isError(state)) {
-        reactAndRefresh(state);
-        return;
-    }
-    // Not from here: whoever set the state has yet to record it, and a box waits for its answer.
-    QMetaObject::invokeMethod(
-        m_packageBinding.data(), [this, state] { reactAndRefresh(state); }, Qt::QueuedConnection);
-}
-
-void PackageDetailTitleBar::reactAndRefresh(Package::State state)
-{
-    const QPointer<PackageDetailTitleBar> self(this);
     react(state);
-    if (self)
-        refresh(false);
+    refresh(false);
 }
 
 void PackageDetailTitleBar::react(Package::State state)
 {
-    const QPointer<PackageDetailTitleBar> self(this);
     switch (state) {
     case Package::AVAILABLE:
     case Package::INSTALLED:
@@ -156,17 +141,16 @@ void PackageDetailTitleBar::react(Package::State state)
     case Package::INSTALL_ERROR:
     case Package::DOWNLOAD_ERROR:
         if (isVisible())
-            PackageErrorBox::show(this, state, m_package->name());
+            PackageErrorQueue::of(*this).report(*m_package, state);
         break;
     case Package::DEPENDENCY_ERROR:
         // Told even to a user who looks at something else: it may have been started elsewhere.
-        PackageErrorBox::show(this, state, m_package->name());
+        PackageErrorQueue::of(*this).report(*m_package, state);
         break;
     case Package::UNKNOWN:
         return;
     }
-    if (self)
-        m_indicator->setMode(PackageProcessingWidget::HiddenMode);
+    m_indicator->setMode(PackageProcessingWidget::HiddenMode);
 }
 
 void PackageDetailTitleBar::refreshIndicator(bool rebindProgress)

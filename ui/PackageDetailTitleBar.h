@@ -39,7 +39,6 @@ private:
     PackageActions actions();
 
     void onStateChanged(Models::Package::State state);
-    void reactAndRefresh(Models::Package::State state);
     void react(Models::Package::State state);
     void refreshIndicator(bool rebindProgress);
     void refreshButtons();

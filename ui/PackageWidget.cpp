@@ -10,7 +10,7 @@
 #include "ui/ElidedLabel.h"
 #include "ui/NameLabel.h"
 #include "ui/PackageActions.h"
-#include "ui/PackageErrorBox.h"
+#include "ui/PackageErrorQueue.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -82,7 +82,6 @@ PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller
 void PackageWidget::retire()
 {
     disconnect(m_package.data(), nullptr, this, nullptr);
-    m_retired = true;
 }
 
 void PackageWidget::followInTabOrder(const PackageWidget &card)
@@ -206,10 +205,8 @@ void PackageWidget::showRunningDownload()
 void PackageWidget::onStateChanged(Package::State state)
 {
     showState(state);
-    // Not from here: whoever set the state has yet to record it, and a box waits for its answer.
-    if (isInShownList() && Package::isError(state))
-        QMetaObject::invokeMethod(
-            this, [this, state] { tellError(state); }, Qt::QueuedConnection);
+    if (isInShownList())
+        PackageErrorQueue::of(*this).report(*m_package, state);
 }
 
 void PackageWidget::showState(Package::State state)
@@ -220,17 +217,11 @@ void PackageWidget::showState(Package::State state)
     refreshLabels();
 }
 
-/// The list hides cards that are scrolled far away; their boxes are shown as those of the others.
+/// The list hides cards that are scrolled far away; their errors are told as those of the others.
 bool PackageWidget::isInShownList() const
 {
     const QWidget *list = parentWidget();
-    return !m_retired && (list ? list->isVisible() : isVisible());
-}
-
-void PackageWidget::tellError(Package::State state)
-{
-    if (isInShownList())
-        PackageErrorBox::show(this, state, m_package->name());
+    return list ? list->isVisible() : isVisible();
 }
 
 PackageWidget::Look PackageWidget::lookOf(Package::State state) const

@@ -60,7 +60,6 @@ private:
     void onStateChanged(Models::Package::State state);
     void showState(Models::Package::State state);
     bool isInShownList() const;
-    void tellError(Models::Package::State state);
     Look lookOf(Models::Package::State state) const;
     void applyLook(const Look &look);
     void refreshLabels();
@@ -72,7 +71,6 @@ private:
 
     QSharedPointer<Controllers::PackageController> m_controller;
     Models::PackagePointer m_package;
-    bool m_retired = false;
     QLabel *m_icon = nullptr;
     QLabel *m_installed = nullptr;
     QLabel *m_available = nullptr;

@@ -16,6 +16,7 @@ using namespace Kavo::Testing;
 using namespace Kavo::Ui;
 using Kavo::Components::WidgetList;
 using Kavo::Controllers::PackageController;
+using Kavo::Models::Package;
 
 namespace {
 
@@ -45,8 +46,14 @@ private slots:
     void keyboardGetsToAnEmptyRow();
     void rebuildingStartsAnew();
     void rebuildingAWholeListStartsAnew();
+    void errorOfACardFarAwayIsTold_data();
     void errorOfACardFarAwayIsTold();
+    void errorOfACardThatIsYetToComeIsTold();
+    void errorIsToldOnceWhileItsCardIsMade();
     void errorIsToldOnceWhileCardsAreReplaced();
+    void errorIsToldAlthoughCardsAreReplaced();
+    void packageThatIsNotOnOfferTellsNoError_data();
+    void packageThatIsNotOnOfferTellsNoError();
     void newWidthReachesWhatIsScrolledTo();
 
 private:
@@ -59,6 +66,13 @@ private:
     }
     int cardCount() const;
     bool complete();
+    void expectError(MessageBoxAnswers &answers, int id) const
+    {
+        answers.expect(QStringLiteral("Install Error"),
+                       QStringLiteral("Installation failed for package : package-%1").arg(id),
+                       QMessageBox::Ok);
+    }
+    void fail(int id) { m_engine->package(id)->setState(Package::INSTALL_ERROR); }
 
     std::unique_ptr<Engine> m_engine;
     std::unique_ptr<WidgetList> m_list;
@@ -266,23 +280,63 @@ void PackageCardsTest::rebuildingAWholeListStartsAnew()
                             [](const QPointer<PackageWidget> &card) { return card.isNull(); }));
 }
 
+void PackageCardsTest::errorOfACardFarAwayIsTold_data()
+{
+    QTest::addColumn<int>("length");
+    QTest::newRow("short list") << Short;
+    QTest::newRow("long list") << Long;
+}
+
 /// Hidden as it is, it belongs to a list that is shown; its old one does not any more.
 void PackageCardsTest::errorOfACardFarAwayIsTold()
 {
-    show(Long);
+    QFETCH(int, length);
+    show(length);
     QVERIFY(complete());
     m_cards->rebuild();
     QVERIFY(complete());
-    QVERIFY(!card(300)->isVisible());
+    QVERIFY(!card(length - 2)->isVisible());
     MessageBoxAnswers answers;
-    answers.expect(QStringLiteral("Install Error"),
-                   QStringLiteral("Installation failed for package : package-301"),
-                   QMessageBox::Ok);
-    m_engine->package(301)->setState(Kavo::Models::Package::INSTALL_ERROR);
+    expectError(answers, length - 1);
+    fail(length - 1);
     QVERIFY(answers.waitForAll());
     m_list->hide();
-    m_engine->package(302)->setState(Kavo::Models::Package::INSTALL_ERROR);
+    fail(length);
     QCoreApplication::sendPostedEvents();
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
+void PackageCardsTest::errorOfACardThatIsYetToComeIsTold()
+{
+    show(Long);
+    QVERIFY(!card(300) && !card(301));
+    MessageBoxAnswers answers;
+    expectError(answers, 301);
+    fail(301);
+    // A hidden list tells nothing.
+    m_list->hide();
+    fail(302);
+    m_list->show();
+    QVERIFY(answers.waitForAll());
+    QVERIFY(complete());
+    QVERIFY(!QApplication::activeModalWidget());
+    for (const int row : {300, 301})
+        QVERIFY(child<QPushButton>(*card(row), "Error"));
+}
+
+void PackageCardsTest::errorIsToldOnceWhileItsCardIsMade()
+{
+    show(Long);
+    QVERIFY(!card(300) && !card(301));
+    MessageBoxAnswers answers;
+    expectError(answers, 301);
+    expectError(answers, 302);
+    fail(301);
+    QVERIFY(m_cards->cardOf(301));
+    QVERIFY(m_cards->cardOf(302));
+    fail(302);
+    QVERIFY(answers.waitForAll());
+    QVERIFY(complete());
     QVERIFY(!QApplication::activeModalWidget());
 }
 
@@ -296,15 +350,56 @@ void PackageCardsTest::errorIsToldOnceWhileCardsAreReplaced()
     m_cards->rebuild();
     QVERIFY(old && oldFarAway && card(1) && !card(300));
     MessageBoxAnswers answers;
-    answers.expect(QStringLiteral("Install Error"),
-                   QStringLiteral("Installation failed for package : package-2"), QMessageBox::Ok);
-    m_engine->package(301)->setState(Kavo::Models::Package::INSTALL_ERROR);
-    m_engine->package(2)->setState(Kavo::Models::Package::INSTALL_ERROR);
+    expectError(answers, 301);
+    expectError(answers, 2);
+    fail(301);
+    fail(2);
     QVERIFY(answers.waitForAll());
     QVERIFY(complete());
     QTRY_VERIFY(!old && !oldFarAway);
     QVERIFY(!QApplication::activeModalWidget());
     QCOMPARE(child<QPushButton>(*card(300), "Error")->text(), QStringLiteral("Install Error"));
+}
+
+void PackageCardsTest::errorIsToldAlthoughCardsAreReplaced()
+{
+    show(Long);
+    QVERIFY(!card(300));
+    MessageBoxAnswers answers;
+    expectError(answers, 301);
+    expectError(answers, 2);
+    fail(301);
+    fail(2);
+    m_cards->rebuild();
+    QVERIFY(answers.waitForAll());
+    QVERIFY(complete());
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
+void PackageCardsTest::packageThatIsNotOnOfferTellsNoError_data()
+{
+    QTest::addColumn<bool>("withCard");
+    QTest::newRow("with a card") << true;
+    QTest::newRow("without a card") << false;
+}
+
+void PackageCardsTest::packageThatIsNotOnOfferTellsNoError()
+{
+    QFETCH(bool, withCard);
+    show(Long);
+    QVERIFY(!withCard || complete());
+    const QPointer<PackageWidget> old = card(300);
+    QCOMPARE(!old.isNull(), withCard);
+    const auto package = m_engine->package(301);
+    // While the catalogue is on its way nothing is on offer.
+    m_engine->controller().refresh();
+    m_cards->rebuild();
+    QVERIFY(m_list->isVisible());
+    QCOMPARE(!old.isNull(), withCard);
+    const MessageBoxAnswers answers;
+    package->setState(Package::INSTALL_ERROR);
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(answers.shown().isEmpty());
 }
 
 void PackageCardsTest::newWidthReachesWhatIsScrolledTo()

@@ -51,6 +51,8 @@ private slots:
     void escapeClosesTheDetail();
     void hiddenCardTellsNoErrorWhileTheDetailIsOpen();
     void dependencyErrorIsToldForTheDetailToo();
+    void errorIsToldAlthoughSomethingElseIsShown_data();
+    void errorIsToldAlthoughSomethingElseIsShown();
     void refreshWhileAnErrorIsTold();
     void openErrorBoxDoesNotHoldUpTheRecord();
     void refreshWhileAQuestionIsAsked();
@@ -74,6 +76,12 @@ private:
     /// The first PackageProcessingWidget outside of the detail view.
     PackageProcessingWidget *processing() const;
     PackageController &controller() const { return m_engine->controller(); }
+    void expectError(MessageBoxAnswers &answers, int id) const
+    {
+        answers.expect(QStringLiteral("Install Error"),
+                       QStringLiteral("Installation failed for package : package-%1").arg(id),
+                       QMessageBox::Ok);
+    }
 
     std::unique_ptr<Engine> m_engine;
     std::unique_ptr<PackageContainer> m_container;
@@ -345,19 +353,58 @@ void PackageContainerTest::dependencyErrorIsToldForTheDetailToo()
     const QString text =
         QStringLiteral("Unable to install one or more dependency for package : package-1");
     MessageBoxAnswers answers;
-    // Once from the detail view, which does not mind being hidden, and once from the card.
-    answers.expect(title, text, QMessageBox::Ok);
+    // The detail view, which does not mind being hidden, and the card have one box.
     answers.expect(title, text, QMessageBox::Ok);
     m_engine->package(1)->setState(Package::DEPENDENCY_ERROR);
-    QCoreApplication::sendPostedEvents();
-    QVERIFY(answers.allShown());
+    QVERIFY(answers.waitForAll());
 
     // An install error is told by the card alone.
-    answers.expect(QStringLiteral("Install Error"),
-                   QStringLiteral("Installation failed for package : package-1"), QMessageBox::Ok);
+    expectError(answers, 1);
     m_engine->package(1)->setState(Package::INSTALL_ERROR);
+    QVERIFY(answers.waitForAll());
+
+    // Without a list there is the detail view alone.
+    emit controller().busy();
+    answers.expect(title, text, QMessageBox::Ok);
+    m_engine->package(1)->setState(Package::DEPENDENCY_ERROR);
+    QVERIFY(answers.waitForAll());
+    m_engine->package(1)->setState(Package::INSTALL_ERROR);
+    m_engine->package(2)->setState(Package::DEPENDENCY_ERROR);
     QCoreApplication::sendPostedEvents();
-    QVERIFY(answers.allShown());
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
+void PackageContainerTest::errorIsToldAlthoughSomethingElseIsShown_data()
+{
+    QTest::addColumn<bool>("page");
+    QTest::addColumn<QString>("next");
+    for (const char *next : {"refresh", "detail", "detail of another", "list"}) {
+        QTest::addRow("list, %s", next) << false << QString::fromLatin1(next);
+        QTest::addRow("page, %s", next) << true << QString::fromLatin1(next);
+    }
+}
+
+/// In one and the same turn, before anything could be told.
+void PackageContainerTest::errorIsToldAlthoughSomethingElseIsShown()
+{
+    QFETCH(bool, page);
+    QFETCH(QString, next);
+    open();
+    if (page)
+        emit controller().detail(m_engine->package(1));
+    MessageBoxAnswers answers;
+    expectError(answers, 1);
+    const PackagePointer failing = m_engine->package(1);
+    failing->setState(Package::INSTALL_ERROR);
+    if (next == QLatin1String("refresh"))
+        QVERIFY(m_engine->refresh());
+    else if (next == QLatin1String("list"))
+        controller().showList();
+    else
+        emit controller().detail(m_engine->package(next == QLatin1String("detail") ? 1 : 2));
+    QVERIFY(answers.waitForAll());
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(!QApplication::activeModalWidget());
 }
 
 void PackageContainerTest::openErrorBoxDoesNotHoldUpTheRecord()
@@ -383,18 +430,23 @@ void PackageContainerTest::openErrorBoxDoesNotHoldUpTheRecord()
 void PackageContainerTest::refreshWhileAnErrorIsTold()
 {
     open();
+    const QPointer<PackageWidget> failed = card(0);
     QTimer timer;
-    bool told = false;
-    connect(&timer, &QTimer::timeout, this, [this, &told] {
-        if (QApplication::activeModalWidget()) {
-            told = true;
-            emit controller().update();
-        }
+    bool stays = false;
+    connect(&timer, &QTimer::timeout, this, [this, &failed, &stays] {
+        QPointer<QWidget> box = QApplication::activeModalWidget();
+        if (!box)
+            return;
+        emit controller().update();
+        // Not read yet.
+        stays = !failed && box && box->isVisible();
+        if (box)
+            box->close();
     });
     timer.start(2);
     m_engine->package(1)->setState(Package::INSTALL_ERROR);
     QCoreApplication::sendPostedEvents();
-    QVERIFY(told);
+    QVERIFY(stays);
     QVERIFY(!QApplication::activeModalWidget());
     QCOMPARE(list().count(), 2);
 }

@@ -74,6 +74,7 @@ private slots:
     void errorIsToldOnAVisibleCard_data();
     void errorIsToldOnAVisibleCard();
     void hiddenCardTellsNoError();
+    void cardThatBeginsWithAnErrorTellsNone();
     void nameInAnErrorIsPlain();
     void cardMayGoWhileItsErrorIsTold();
 
@@ -419,9 +420,20 @@ void PackageWidgetTest::hiddenCardTellsNoError()
     QCoreApplication::sendPostedEvents();
     QVERIFY(answers.shown().isEmpty());
     QCOMPARE(actionOf(*m_card)->text(), QStringLiteral("Install Error"));
-    // Nor does a card that begins with the error.
-    show(package);
+}
+
+/// It was told when it came about.
+void PackageWidgetTest::cardThatBeginsWithAnErrorTellsNone()
+{
+    const PackagePointer package = somePackage();
+    package->setState(Package::INSTALL_ERROR);
+    QWidget list;
+    list.show();
+    const MessageBoxAnswers answers;
+    const PackageWidget card(sharedController(*m_engine), package, &list);
+    QCoreApplication::sendPostedEvents();
     QVERIFY(answers.shown().isEmpty());
+    QCOMPARE(actionOf(card)->text(), QStringLiteral("Install Error"));
 }
 
 void PackageWidgetTest::nameInAnErrorIsPlain()
