@@ -99,10 +99,9 @@ bool PackageActions::confirmChangeLog(const QString &version)
     const QString changes = m_controller->changeLog(m_package, version);
     if (changes.isEmpty())
         return true;
-    const bool confirmed = Dialogs::confirm(
-        m_widget, QMessageBox::Question, tr("Change Log"),
-        QStringLiteral("<strong>Install ?</strong>") + foreignRichText(changes), Qt::RichText);
-    return confirmed && m_widget;
+    return Dialogs::confirm(m_widget, QMessageBox::Question, tr("Change Log"),
+                            QStringLiteral("<strong>Install ?</strong>") + foreignRichText(changes),
+                            Qt::RichText);
 }
 
 bool PackageActions::confirmDependencies()
@@ -135,7 +134,7 @@ bool PackageActions::confirmDependents(const QString &version)
 
 bool PackageActions::ask(const QString &title, const QString &text)
 {
-    return Dialogs::confirm(m_widget, QMessageBox::Information, title, text) && m_widget;
+    return Dialogs::confirm(m_widget, QMessageBox::Information, title, text);
 }
 
 void PackageActions::start(const QString &version)

@@ -104,7 +104,9 @@ void PackageDetailTitleBar::refresh(bool rebindProgress)
     m_title->setText(m_package->name());
     refreshButtons();
     m_help->setText(tr("Get Help"));
+    m_help->setEnabled(!m_package->helpUrl().trimmed().isEmpty());
     m_manual->setText(tr("Manual"));
+    m_manual->setEnabled(!m_package->manualUrl().trimmed().isEmpty());
 }
 
 void PackageDetailTitleBar::connectButtons()

@@ -11,6 +11,7 @@
 #include "ui/NameLabel.h"
 #include "ui/PackageActions.h"
 #include "ui/PackageErrorQueue.h"
+#include "ui/PlainLine.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -52,8 +53,8 @@ int thousands(qint64 size)
 
 QString cardDescription(const Package &package)
 {
-    return package.shortDescription().isEmpty() ? package.description()
-                                                : package.shortDescription();
+    return plainLine(package.shortDescription().isEmpty() ? package.description()
+                                                          : package.shortDescription());
 }
 
 } // namespace
@@ -151,8 +152,7 @@ void PackageWidget::buildProgress(QVBoxLayout &column)
     m_progress = new QProgressBar(this);
     m_progress->setObjectName(QStringLiteral("PackageProgress"));
     m_progress->setAccessibleName(tr("Progress: %1").arg(m_package->name()));
-    m_progress->setRange(0, 0);
-    m_progress->setValue(0);
+    showUnmeasuredProgress();
     m_progress->setMaximumHeight(ProgressHeight);
     m_progress->setTextVisible(false);
     QSizePolicy policy = m_progress->sizePolicy();
@@ -214,7 +214,16 @@ void PackageWidget::showState(Package::State state)
     if (state == Package::UNKNOWN)
         return;
     applyLook(lookOf(state));
+    if (state == Package::INSTALLING || state == Package::UNINSTALLING)
+        showUnmeasuredProgress();
     refreshLabels();
+}
+
+/// A bar without a range moves: nobody knows how long unpacking and removing take.
+void PackageWidget::showUnmeasuredProgress()
+{
+    m_progress->setRange(0, 0);
+    m_progress->setValue(0);
 }
 
 /// The list hides cards that are scrolled far away; their errors are told as those of the others.
@@ -227,10 +236,12 @@ bool PackageWidget::isInShownList() const
 PackageWidget::Look PackageWidget::lookOf(Package::State state) const
 {
     const auto busy = [](const QString &text) {
-        return Look{text, QStringLiteral("Busy"), BusyGlyph, false, true};
+        return Look{text, QStringLiteral("Busy"), BusyGlyph, false, true, QString()};
     };
     const auto failed = [](const QString &text) {
-        return Look{text, QStringLiteral("Error"), ErrorGlyph, false, false};
+        return Look{text,       QStringLiteral("Error"),
+                    ErrorGlyph, false,
+                    false,      tr("To try again, press Refresh at the top")};
     };
     switch (state) {
     case Package::AVAILABLE:
@@ -238,8 +249,9 @@ PackageWidget::Look PackageWidget::lookOf(Package::State state) const
         break;
     case Package::INSTALLED:
         if (m_package->isUpdateAvailable())
-            return {tr("Update"), QStringLiteral("Update"), DownloadGlyph, true, false};
-        return {tr("Installed"), QStringLiteral("Installed"), InstalledGlyph, false, false};
+            return {tr("Update"), QStringLiteral("Update"), DownloadGlyph, true, false, QString()};
+        return {tr("Installed"), QStringLiteral("Installed"), InstalledGlyph, false, false,
+                QString()};
     case Package::PREPARING:
         return busy(tr("Preparing"));
     case Package::DOWNLOADING:
@@ -255,7 +267,7 @@ PackageWidget::Look PackageWidget::lookOf(Package::State state) const
     case Package::DEPENDENCY_ERROR:
         return failed(tr("Dependency Error"));
     }
-    return {tr("Download"), QStringLiteral("Download"), DownloadGlyph, true, false};
+    return {tr("Download"), QStringLiteral("Download"), DownloadGlyph, true, false, QString()};
 }
 
 void PackageWidget::applyLook(const Look &look)
@@ -265,6 +277,8 @@ void PackageWidget::applyLook(const Look &look)
     Components::nameAfterSubject(*m_action, m_package->name());
     m_action->setEnabled(look.enabled);
     m_action->setIcon(Components::iconFont()->icon(look.glyph));
+    m_action->setToolTip(look.hint);
+    m_action->setAccessibleDescription(look.hint);
     m_progress->setVisible(look.progress);
     // A button that was never polished gets its style when it is shown. To polish it now would take
     // a fifth of the time in which a card is made.

@@ -47,12 +47,14 @@ private:
         int glyph;
         bool enabled;
         bool progress;
+        QString hint; ///< what the user can do about it, where the button does nothing
     };
 
     void buildIcon(QHBoxLayout &layout);
     void buildTexts(QHBoxLayout &layout);
     QLabel *addLabel(QHBoxLayout &row, const QString &objectName, const QString &text);
     void buildProgress(QVBoxLayout &column);
+    void showUnmeasuredProgress();
     void buildButtons(QHBoxLayout &layout);
     void followPackage();
     void showRunningDownload();

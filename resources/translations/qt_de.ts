@@ -492,6 +492,10 @@ Fortfahren?</translation>
         <translation>Abhängigkeitsfehler</translation>
     </message>
     <message>
+        <source>To try again, press Refresh at the top</source>
+        <translation>Für einen neuen Versuch oben „Neu laden“ drücken</translation>
+    </message>
+    <message>
         <source>Download</source>
         <translation>Herunterladen</translation>
     </message>

@@ -304,6 +304,8 @@ void CarouselTest::brokenPictureIsLoggedAndNotFetchedAgain()
     m_carousel->setImages(urls);
     QTRY_COMPARE(log.count(QStringLiteral("Picture cannot be shown : ")), 1);
     QCOMPARE(shown(), QColor(Qt::transparent));
+    // Not even a picture without a size.
+    QVERIFY(!label().pixmap());
     QVERIFY(!label().movie());
     m_carousel->showImage(1);
     QTRY_COMPARE(shown(), Green);

@@ -71,6 +71,7 @@ private slots:
     void helpAndManualAreOpened();
     void noPackageDoesNothing();
     void destroyedWidgetEndsTheAction();
+    void destroyedWidgetEndsTheActionAlthoughItWasConfirmed();
 
 private:
     void offer(int id, const char *version, const QStringList &depends = {},
@@ -504,6 +505,29 @@ void PackageActionsTest::destroyedWidgetEndsTheAction()
     actions(1).install();
     QVERIFY(asked);
     QCOMPARE(state(1), Package::AVAILABLE);
+}
+
+/// The answer and the end in one turn.
+void PackageActionsTest::destroyedWidgetEndsTheActionAlthoughItWasConfirmed()
+{
+    offer(1, "1.0");
+    offer(1, "2.0", {}, {QStringLiteral("Better lights")});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(1, QStringLiteral("1.0")));
+    bool asked = false;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, this, [this, &asked] {
+        if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+            asked = true;
+            box->button(QMessageBox::Yes)->click();
+            m_widget.reset();
+        }
+    });
+    timer.start(2);
+    actions(1).install();
+    QVERIFY(asked);
+    QCOMPARE(state(1), Package::INSTALLED);
+    QCOMPARE(m_engine->controller().installedVersion(m_engine->package(1)), QStringLiteral("1.0"));
 }
 
 KAVO_TEST_MAIN(PackageActionsTest)

@@ -225,7 +225,7 @@ void PackageDetailTest::escapeAsksForTheList()
     m_page->setPackage(twoVersions());
     QSignalSpy listed(&m_engine->controller(), &PackageController::list);
     QVERIFY(QTest::qWaitForWindowActive(m_page.get()));
-    QTest::keyClick(child<QPushButton>(*m_page, "GetHelp"), Qt::Key_Escape);
+    QTest::keyClick(child<QPushButton>(*m_page, "BackButton"), Qt::Key_Escape);
     QCOMPARE(listed.count(), 1);
 }
 

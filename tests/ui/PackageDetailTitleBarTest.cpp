@@ -50,6 +50,8 @@ private slots:
     void progressGoesWithTheDownload();
     void indicatorIsHiddenWhileRemoving();
     void buttonsStartTheirActions();
+    void buttonsWithoutAnAddressAreOff_data();
+    void buttonsWithoutAnAddressAreOff();
 
 private:
     void bind(const PackagePointer &package) { m_bar->setPackage(package); }
@@ -351,6 +353,38 @@ void PackageDetailTitleBarTest::buttonsStartTheirActions()
     QVERIFY(answers.allShown());
     QCOMPARE(m_engine->package(1)->state(), Package::AVAILABLE);
     QCOMPARE(action()->text(), QStringLiteral("Download"));
+}
+
+void PackageDetailTitleBarTest::buttonsWithoutAnAddressAreOff_data()
+{
+    QTest::addColumn<QString>("help");
+    QTest::addColumn<QString>("manual");
+    const QString address = QStringLiteral("http://addons.example.org/");
+    QTest::newRow("both") << address << address;
+    QTest::newRow("help") << address << QString();
+    QTest::newRow("manual") << QString() << address;
+    QTest::newRow("blanks") << QStringLiteral(" ") << QStringLiteral("\n");
+}
+
+void PackageDetailTitleBarTest::buttonsWithoutAnAddressAreOff()
+{
+    QFETCH(QString, help);
+    QFETCH(QString, manual);
+    // Whatever the package before had.
+    for (const bool before : {true, false}) {
+        const QString address = before ? QStringLiteral("http://x.example.org/") : QString();
+        const PackagePointer other = somePackage();
+        other->setHelpUrl(address);
+        other->setManualUrl(address);
+        bind(other);
+        const PackagePointer package = somePackage();
+        package->setHelpUrl(help);
+        package->setManualUrl(manual);
+        bind(package);
+        QCOMPARE(button("GetHelp")->isEnabled(), !help.trimmed().isEmpty());
+        QCOMPARE(button("Manual")->isEnabled(), !manual.trimmed().isEmpty());
+        QVERIFY(button("GetHelp")->isVisible() && button("Manual")->isVisible());
+    }
 }
 
 KAVO_TEST_MAIN(PackageDetailTitleBarTest)

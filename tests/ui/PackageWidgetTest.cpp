@@ -58,6 +58,8 @@ private slots:
     void descriptionIsElidedToTheLabel();
     void descriptionIsElidedAnewWithTheWidth();
     void longDescriptionStandsInForAShortOne();
+    void descriptionIsWithoutMarkup_data();
+    void descriptionIsWithoutMarkup();
     void factsAreShown();
     void packageWithoutVersionsHasNothingAvailable();
     void installedVersionIsShown();
@@ -69,6 +71,8 @@ private slots:
     void progressCountsThousandsOfBytes_data();
     void progressCountsThousandsOfBytes();
     void progressKeepsItsPlaceWhenHidden();
+    void progressMovesWhereNothingCanBeMeasured_data();
+    void progressMovesWhereNothingCanBeMeasured();
     void newCardShowsTheRunningDownload();
 
     void errorIsToldOnAVisibleCard_data();
@@ -76,6 +80,7 @@ private slots:
     void hiddenCardTellsNoError();
     void cardThatBeginsWithAnErrorTellsNone();
     void nameInAnErrorIsPlain();
+    void buttonSaysHowToTryAgain();
     void cardMayGoWhileItsErrorIsTold();
 
     void moreDetailAsksForTheDetail();
@@ -250,6 +255,27 @@ void PackageWidgetTest::longDescriptionStandsInForAShortOne()
     QTRY_COMPARE(textOf(*m_card, "PackageDescription"), QStringLiteral("First line second line"));
 }
 
+void PackageWidgetTest::descriptionIsWithoutMarkup_data()
+{
+    QTest::addColumn<QString>("shortText");
+    QTest::addColumn<QString>("longText");
+    const QString rich = QStringLiteral("<p>Puts <b>lights</b> on<br>every pier.</p>");
+    QTest::newRow("short") << rich << QStringLiteral("long");
+    QTest::newRow("long") << QString() << rich;
+}
+
+void PackageWidgetTest::descriptionIsWithoutMarkup()
+{
+    QFETCH(QString, shortText);
+    QFETCH(QString, longText);
+    const PackagePointer package = somePackage();
+    package->setShortDescription(shortText);
+    package->setDescription(longText);
+    show(package);
+    QTRY_COMPARE(textOf(*m_card, "PackageDescription"),
+                 QStringLiteral("Puts lights on every pier."));
+}
+
 void PackageWidgetTest::factsAreShown()
 {
     show(somePackage());
@@ -362,6 +388,29 @@ void PackageWidgetTest::progressKeepsItsPlaceWhenHidden()
     QVERIFY(progress().sizePolicy().retainSizeWhenHidden());
 }
 
+void PackageWidgetTest::progressMovesWhereNothingCanBeMeasured_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::newRow("unpacking") << int(Package::INSTALLING);
+    QTest::newRow("removing") << int(Package::UNINSTALLING);
+}
+
+void PackageWidgetTest::progressMovesWhereNothingCanBeMeasured()
+{
+    QFETCH(int, state);
+    const PackagePointer package = somePackage();
+    show(package);
+    package->setState(Package::DOWNLOADING);
+    emit package->totalSize(9000);
+    emit package->downloadedSize(3999);
+    QCOMPARE(progress().maximum(), 9);
+    package->setState(static_cast<Package::State>(state));
+    QCOMPARE(progress().minimum(), 0);
+    QCOMPARE(progress().maximum(), 0);
+    QCOMPARE(progress().value(), 0);
+    QVERIFY(progress().isVisible());
+}
+
 void PackageWidgetTest::newCardShowsTheRunningDownload()
 {
     m_engine->offer({1, QStringLiteral("1.0")});
@@ -455,6 +504,22 @@ void PackageWidgetTest::nameInAnErrorIsPlain()
     QCoreApplication::sendPostedEvents();
     QCOMPARE(format, Qt::PlainText);
     QCOMPARE(text, QStringLiteral("Installation failed for package : <b>x</b>"));
+}
+
+void PackageWidgetTest::buttonSaysHowToTryAgain()
+{
+    const QString hint = QStringLiteral("To try again, press Refresh at the top");
+    const PackagePointer package = somePackage();
+    show(package);
+    m_card->hide();
+    for (int state = Package::AVAILABLE; state < Package::UNKNOWN; ++state) {
+        package->setState(static_cast<Package::State>(state));
+        const QString expected = Package::isError(package->state()) ? hint : QString();
+        QCOMPARE(actionOf(*m_card)->toolTip(), expected);
+        QCOMPARE(actionOf(*m_card)->accessibleDescription(), expected);
+    }
+    package->setState(Package::AVAILABLE);
+    QCOMPARE(actionOf(*m_card)->toolTip(), QString());
 }
 
 void PackageWidgetTest::cardMayGoWhileItsErrorIsTold()

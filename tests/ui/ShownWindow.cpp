@@ -62,6 +62,8 @@ void ShownWindow::offer(int id, int banners)
         {{QStringLiteral("id"), id},
          {QStringLiteral("name"), inEnglish(QStringLiteral("package-%1").arg(id))},
          {QStringLiteral("description"), inEnglish(QStringLiteral("What it is. ").repeated(500))},
+         {QStringLiteral("help_url"), QStringLiteral("http://addons.example.org/help")},
+         {QStringLiteral("manual_url"), QStringLiteral("http://addons.example.org/manual")},
          {QStringLiteral("banner"), pictures},
          {QStringLiteral("versions"),
           QJsonArray{version(QStringLiteral("2.0")), version(QStringLiteral("1.0"))}}});
