@@ -17,6 +17,7 @@
 #include <QJsonArray>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QSignalSpy>
 #include <QTabWidget>
 
@@ -192,6 +193,7 @@ private slots:
 
     void listHoldsTogether_data() { sizes(); }
     void listHoldsTogether();
+    void progressBarIsSlim();
     void detailHoldsTogether_data() { sizes(); }
     void detailHoldsTogether();
     void emptyDetailHoldsTogether_data() { sizes(); }
@@ -306,6 +308,28 @@ void AppearanceTest::listHoldsTogether()
     m_engine->package(6)->setState(Package::INSTALLED);
     m_engine->package(7)->setState(Package::UNINSTALLING);
     check(*m_window, QStringLiteral("appearance-list-"));
+}
+
+/// The style sheet must not overrule the height that the card allows.
+void AppearanceTest::progressBarIsSlim()
+{
+    open(QSize(1320, 800));
+    if (QTest::currentTestFailed())
+        return;
+    m_engine->package(1)->setState(Package::DOWNLOADING);
+    emit m_engine->package(1)->totalSize(9000000);
+    QCoreApplication::processEvents();
+    auto *bar = child<QProgressBar>(*m_window, "PackageProgress");
+    QVERIFY(bar->isVisible());
+    QCOMPARE(bar->maximumHeight(), 16);
+    QCOMPARE(bar->height(), 16);
+    // A picture of the bar alone would have its ground filled.
+    const QRect place(bar->mapTo(m_window.get(), QPoint()), bar->size());
+    const QImage picture = m_window->grab(place).toImage();
+    int rows = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        rows += picture.pixelColor(picture.width() / 2, y) == QColor(0xd9, 0xe0, 0xe7) ? 1 : 0;
+    QCOMPARE(rows, 6);
 }
 
 void AppearanceTest::detailHoldsTogether()
