@@ -46,12 +46,30 @@ QByteArray lastModified(const QNetworkReply &reply)
     return end < 0 ? text : text.mid(end + separator.size());
 }
 
+/// 0 when there was no answer.
+int statusOf(const QNetworkReply &reply)
+{
+    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
 /// Whether the body is the file or a part of it. Of a page that tells of an error, neither length
 /// nor date nor encoding say anything about the file.
 bool bringsTheFile(const QNetworkReply &reply)
 {
-    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const int status = statusOf(reply);
     return status == 200 || status == 206;
+}
+
+/// Whether the body is a page that tells of an error.
+bool isErrorPage(const QNetworkReply &reply)
+{
+    return statusOf(reply) >= 400;
+}
+
+/// Whether the server says that it does not have the bytes behind those that are there.
+bool refusesTheRange(const QNetworkReply &reply)
+{
+    return statusOf(reply) == 416;
 }
 
 } // namespace
@@ -163,6 +181,10 @@ FileOrigin Transfer::originOfBody() const
 
 void Transfer::writeBody()
 {
+    if (isErrorPage(*m_reply)) {
+        dropBody();
+        return;
+    }
     if (!m_file.open(originOfBody())) {
         // Nobody empties the buffer now; with a limit the transfer would never end.
         m_reply->setReadBufferSize(0);
@@ -180,6 +202,14 @@ void Transfer::writeBody()
         m_download->setCurrentSize(m_file.size());
 }
 
+/// Reads what nobody wants, so that it does not pile up.
+void Transfer::dropBody()
+{
+    m_buffer.resize(static_cast<int>(ReadBufferSize));
+    while (m_reply->read(m_buffer.data(), m_buffer.size()) > 0) {
+    }
+}
+
 void Transfer::onProgress(qint64 bytesTotal)
 {
     if (m_download->getFileSize() == 0)
@@ -193,10 +223,14 @@ void Transfer::onFinished()
     m_file.lose(m_reply->bytesAvailable());
     if (isCutShort())
         reportError(QStringLiteral("Connection closed"));
+    if (refusesTheRange(*m_reply))
+        m_file.discard();
     const qint64 present = m_file.size();
     m_file.settle(!m_hasFailed && m_file.lostBytes() == 0);
     reportLoss();
-    logShortfall(present);
+    // The length of a page is not that of the file, and the error says why that is not whole.
+    if (!isErrorPage(*m_reply))
+        logShortfall(present);
     m_reply->deleteLater();
     deleteLater();
     emit fileSettled();

@@ -17,10 +17,11 @@ namespace Kavo::Managers {
 ///     resumable:  HEAD -> compare with the file on disk -> GET of what is missing -> Finished
 ///     restart:    remove the file -> GET -> Finished
 ///
-/// The body goes to the file as it arrives and is never held whole. An error, be it of the network
-/// or of the disk, is reported to the download and does not stop the course of things: a failed
-/// HEAD is followed by the GET, a failed GET by Finished. There is no time limit and no retry. Main
-/// thread.
+/// The body goes to the file as it arrives and is never held whole. A page that tells of an error
+/// is never written; one that refuses the missing part costs the part that is there, for it would
+/// be refused again. An error, be it of the network or of the disk, is reported to the download and
+/// does not stop the course of things: a failed HEAD is followed by the GET, a failed GET by
+/// Finished. There is no time limit and no retry. Main thread.
 class Transfer final : public QObject
 {
     Q_OBJECT
@@ -47,6 +48,7 @@ private:
     void onAnswered();
     FileOrigin originOfBody() const;
     void writeBody();
+    void dropBody();
     void onProgress(qint64 bytesTotal);
     void onFinished();
     bool isCutShort() const;

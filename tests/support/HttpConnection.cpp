@@ -92,6 +92,8 @@ void HttpConnection::prepareHead()
         return;
     }
     m_answer.announcesLength = false;
+    if (m_resource.failsOnlyGet)
+        m_resource.getStatus.reset();
     if (m_resource.headStatus) {
         m_answer.status = *m_resource.headStatus;
         return;

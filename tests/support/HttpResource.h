@@ -25,6 +25,7 @@ struct HttpResource
     // Answers other than 200.
     std::optional<int> headStatus; ///< HEAD answers this without length and date
     std::optional<int> getStatus;  ///< GET answers this, with the body
+    bool failsOnlyGet = false;     ///< HEAD answers as if `getStatus` was not set
     QByteArray redirect;           ///< HEAD and GET answer 302 with this Location
     bool redirectsOnlyGet = false;
 
