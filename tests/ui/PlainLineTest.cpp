@@ -5,6 +5,11 @@
 #include <QDir>
 #include <QFile>
 
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <cerrno>
+
 using Kavo::Ui::plainLine;
 
 class PlainLineTest final : public QObject
@@ -48,19 +53,25 @@ void PlainLineTest::markupIsLeftOut()
     QCOMPARE(plainLine(text), line);
 }
 
-/// A style sheet that was read would hide what it names.
+/// The text would look the same: the kernel is asked who opened the file.
 void PlainLineTest::filesAreNotRead()
 {
     const Kavo::Testing::ScratchProfile profile;
-    const QString path = QDir::home().filePath(QStringLiteral("hide.css"));
+    const QString path = QDir::home().filePath(QStringLiteral("sheet.css"));
     QFile sheet(path);
     QVERIFY(sheet.open(QIODevice::WriteOnly));
-    sheet.write("p { display: none; }");
+    sheet.write("b { color: red; }");
     sheet.close();
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    QVERIFY(inotify_add_watch(watch, QFile::encodeName(path).constData(), IN_OPEN) >= 0);
     const QString text = QStringLiteral("<html><head><link rel=\"stylesheet\" type=\"text/css\" "
-                                        "href=\"%1\"></head><body><p>One</p></body></html>");
-    QCOMPARE(plainLine(text.arg(path)), QStringLiteral("One"));
-    QCOMPARE(plainLine(text.arg(QStringLiteral("file://") + path)), QStringLiteral("One"));
+                                        "href=\"%1\"></head><body>Sea<b>port</b></body></html>");
+    QCOMPARE(plainLine(text.arg(path)), QStringLiteral("Seaport"));
+    QCOMPARE(plainLine(text.arg(QStringLiteral("file://") + path)), QStringLiteral("Seaport"));
+    alignas(inotify_event) char events[1024];
+    QCOMPARE(read(watch, events, sizeof(events)), ssize_t(-1));
+    QCOMPARE(errno, EAGAIN);
+    close(watch);
 }
 
 void PlainLineTest::onlyTheBeginningOfARichTextIsRead()
