@@ -566,7 +566,7 @@ void PackageInstallationTest::unwritableCacheIsNotInstalled()
     // A folder in the place of the archive: nothing can be written there, whoever runs the test.
     QVERIFY(QDir().mkpath(m_engine->cached(QStringLiteral("package-7-1.0.zip"))));
     QVERIFY(!m_engine->installAndWait(7));
-    QCOMPARE(m_engine->package(7)->state(), Package::INSTALL_ERROR);
+    QCOMPARE(m_engine->package(7)->state(), Package::DOWNLOAD_ERROR);
     QVERIFY(!QFile::exists(m_engine->simulator(Engine::fileOf(7))));
 }
 
