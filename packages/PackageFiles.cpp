@@ -3,6 +3,7 @@
 #include "core/FileCopy.h"
 #include "core/Log.h"
 #include "core/Paths.h"
+#include "packages/CommonPlaces.h"
 #include "packages/ContainedPath.h"
 #include "packages/FolderRemoval.h"
 #include "packages/SettledCopy.h"
@@ -137,7 +138,8 @@ void PackageFiles::giveUpReturned() const
 QString PackageFiles::installed(const QString &entry) const
 {
     const QString path = containedPath(m_folders.installation, entry);
-    if (!path.isEmpty() && isReached(path) && !isNeeded(path))
+    if (!path.isEmpty() && isReached(path) && !isNeeded(path) &&
+        !isCommonPlace(m_folders.installation, path))
         return path;
     logSkipped(entry);
     return QString();
