@@ -11,6 +11,7 @@ namespace {
 
 const char *const AddressAttribute = "user.xdg.origin.url";
 const char *const DateAttribute = "user.kavo.last-modified";
+const char *const TagAttribute = "user.kavo.etag";
 
 /// The largest attribute that the kernel takes, in bytes.
 constexpr int LongestAttribute = 64 * 1024;
@@ -41,26 +42,30 @@ bool agree(const QByteArray &one, const QByteArray &other)
 
 } // namespace
 
-FileOrigin FileOrigin::of(const QUrl &url, const QByteArray &lastModified)
+FileOrigin FileOrigin::of(const QUrl &url, const QByteArray &lastModified,
+                          const QByteArray &entityTag)
 {
-    return {url.toEncoded(QUrl::RemoveUserInfo | QUrl::RemoveFragment), lastModified};
+    return {url.toEncoded(QUrl::RemoveUserInfo | QUrl::RemoveFragment), lastModified, entityTag};
 }
 
 FileOrigin FileOrigin::read(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
-    return {readAttribute(name, AddressAttribute), readAttribute(name, DateAttribute)};
+    return {readAttribute(name, AddressAttribute), readAttribute(name, DateAttribute),
+            readAttribute(name, TagAttribute)};
 }
 
 void FileOrigin::write(int file) const
 {
     writeAttribute(file, AddressAttribute, address);
     writeAttribute(file, DateAttribute, lastModified);
+    writeAttribute(file, TagAttribute, entityTag);
 }
 
 bool FileOrigin::agreesWith(const FileOrigin &other) const
 {
-    return agree(address, other.address) && agree(lastModified, other.lastModified);
+    return agree(address, other.address) && agree(lastModified, other.lastModified) &&
+           agree(entityTag, other.entityTag);
 }
 
 } // namespace Kavo::Managers

@@ -17,7 +17,7 @@ PartialFile::Plan PartialFile::plan(const std::optional<qint64> &wholeSize,
     const QFileInfo present(m_file.fileName());
     if (!present.isFile())
         return Plan::Append;
-    if (!FileOrigin::read(m_file.fileName()).agreesWith(origin))
+    if (!this->origin().agreesWith(origin))
         return Plan::Restart;
     if (!wholeSize)
         return Plan::Append;
@@ -43,11 +43,13 @@ bool PartialFile::open(const FileOrigin &origin)
         mode |= QIODevice::Truncate;
     if (!m_file.open(mode))
         return false;
-    FileOrigin told = m_file.size() > 0 ? FileOrigin::read(m_file.fileName()) : origin;
+    FileOrigin told = m_file.size() > 0 ? this->origin() : origin;
     if (told.address.isEmpty())
         told.address = origin.address;
     if (told.lastModified.isEmpty())
         told.lastModified = origin.lastModified;
+    if (told.entityTag.isEmpty())
+        told.entityTag = origin.entityTag;
     told.write(m_file.handle());
     return true;
 }

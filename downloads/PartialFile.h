@@ -45,6 +45,8 @@ public:
     /// Counts bytes that came and were not appended.
     void lose(qint64 count) { m_lostBytes += count; }
 
+    /// What the file tells of its bytes' origin.
+    FileOrigin origin() const { return FileOrigin::read(m_file.fileName()); }
     /// Bytes that came and are not in the file.
     qint64 lostBytes() const { return m_lostBytes; }
     /// Bytes on the disk, also while the file is closed; 0 when it is none.

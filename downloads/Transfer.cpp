@@ -1,6 +1,7 @@
 #include "downloads/Transfer.h"
 
 #include "core/Log.h"
+#include "downloads/AnswerHead.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -18,59 +19,8 @@ namespace {
 constexpr qint64 ReadBufferSize = 1024 * 1024;
 
 const QByteArray AcceptEncoding = "Accept-Encoding";
-
-/// Whether the body comes in an encoding that Qt can undo.
-bool isCompressed(const QNetworkReply &reply)
-{
-    const QByteArray encoding = reply.rawHeader("Content-Encoding").trimmed().toLower();
-    return encoding == "gzip" || encoding == "deflate";
-}
-
-/// The length that the answer announces. Qt sometimes keeps the headers of a redirect in front of
-/// those of the final answer ("145, 5000") and then takes the redirect's length for that of the
-/// file; the last one counts.
-QVariant announcedLength(const QNetworkReply &reply)
-{
-    bool isNumber = false;
-    const QByteArray text = reply.rawHeader("Content-Length").split(',').last().trimmed();
-    const qint64 length = text.toLongLong(&isNumber);
-    return isNumber && length >= 0 ? QVariant(length) : QVariant();
-}
-
-/// The date of the file as the server writes it, after that of a redirect as above.
-QByteArray lastModified(const QNetworkReply &reply)
-{
-    const QByteArray separator = "GMT, ";
-    const QByteArray text = reply.rawHeader("Last-Modified").trimmed();
-    const int end = text.lastIndexOf(separator);
-    return end < 0 ? text : text.mid(end + separator.size());
-}
-
-/// 0 when there was no answer.
-int statusOf(const QNetworkReply &reply)
-{
-    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-}
-
-/// Whether the body is the file or a part of it. Of a page that tells of an error, neither length
-/// nor date nor encoding say anything about the file.
-bool bringsTheFile(const QNetworkReply &reply)
-{
-    const int status = statusOf(reply);
-    return status == 200 || status == 206;
-}
-
-/// Whether the body is a page that tells of an error.
-bool isErrorPage(const QNetworkReply &reply)
-{
-    return statusOf(reply) >= 400;
-}
-
-/// Whether the server says that it does not have the bytes behind those that are there.
-bool refusesTheRange(const QNetworkReply &reply)
-{
-    return statusOf(reply) == 416;
-}
+const QByteArray Range = "Range";
+const QByteArray IfRange = "If-Range";
 
 } // namespace
 
@@ -105,16 +55,16 @@ void Transfer::sendProbe()
 
 void Transfer::onProbed(QNetworkReply &probe)
 {
-    const QVariant length = announcedLength(probe);
+    const AnswerHead answer(probe);
+    const std::optional<qint64> length = answer.length();
     const QVariant modified = probe.header(QNetworkRequest::LastModifiedHeader);
     probe.deleteLater();
     // What the server says of an error page is nothing about the file.
     const bool answered = probe.error() == QNetworkReply::NoError;
-    const QUrl address = m_download->getRequest()->url();
-    const auto origin = FileOrigin::of(address, answered ? lastModified(probe) : QByteArray());
+    const FileOrigin origin = originOf(answer, answered);
     std::optional<qint64> size;
-    if (answered && length.isValid() && modified.isValid()) {
-        size = length.toLongLong();
+    if (answered && length && modified.isValid()) {
+        size = length;
         m_download->setFileSize(*size);
     }
     follow(m_file.plan(size, origin));
@@ -129,8 +79,7 @@ void Transfer::follow(PartialFile::Plan plan)
         m_download->setProcess(Download::Process::Finished);
         return;
     case PartialFile::Plan::Resume:
-        m_download->getRequest()->setRawHeader("Range",
-                                               "bytes=" + QByteArray::number(m_file.size()) + '-');
+        askForTheRest();
         break;
     case PartialFile::Plan::Restart:
         m_file.discard();
@@ -140,6 +89,14 @@ void Transfer::follow(PartialFile::Plan plan)
     }
     m_download->setProcess(Download::Process::Download);
     requestBody();
+}
+
+/// The server sends the whole instead of the rest when the file has changed since.
+void Transfer::askForTheRest()
+{
+    QNetworkRequest &request = *m_download->getRequest();
+    request.setRawHeader(Range, "bytes=" + QByteArray::number(m_file.size()) + '-');
+    request.setRawHeader(IfRange, m_file.origin().validator());
 }
 
 void Transfer::requestBody()
@@ -156,36 +113,68 @@ void Transfer::requestBody()
     connect(m_reply, &QNetworkReply::finished, this, &Transfer::onFinished);
 }
 
-/// Some servers compress whatever they are asked for. Qt undoes it, but only for a request that
-/// does not choose an encoding, and only from the first byte on.
 void Transfer::onAnswered()
 {
-    QNetworkRequest &request = *m_download->getRequest();
-    if (!bringsTheFile(*m_reply) || !isCompressed(*m_reply) ||
-        !request.hasRawHeader(AcceptEncoding))
+    const AnswerHead answer(*m_reply);
+    if (!answer.bringsTheFile())
         return;
+    QNetworkRequest &request = *m_download->getRequest();
+    if (answer.isCompressed() && request.hasRawHeader(AcceptEncoding)) {
+        // Some servers compress whatever they are asked for. Qt undoes it, but only for a request
+        // that does not choose an encoding, and only from the first byte on.
+        request.setRawHeader(AcceptEncoding, QByteArray());
+        askForTheWhole();
+    } else if (request.hasRawHeader(Range) && !isTheRest(answer)) {
+        if (answer.isPart())
+            askForTheWhole();
+        else
+            startAnew();
+    }
+}
+
+/// Whether the body follows on the bytes that are there. Some servers mistake the place, and some
+/// do not care for what they are asked in If-Range.
+bool Transfer::isTheRest(const AnswerHead &answer) const
+{
+    return answer.firstByte() == m_file.size() &&
+           m_file.origin().agreesWith(originOf(answer, true));
+}
+
+/// Gives up what is there: what comes is the file from its first byte on.
+void Transfer::startAnew()
+{
+    QNetworkRequest &request = *m_download->getRequest();
+    request.setRawHeader(Range, QByteArray());
+    request.setRawHeader(IfRange, QByteArray());
+    m_file.discard();
+}
+
+/// Asks once more, for an answer that is of no use.
+void Transfer::askForTheWhole()
+{
     m_reply->disconnect(this);
     m_reply->abort();
     m_reply->deleteLater();
-    m_file.discard();
-    request.setRawHeader(AcceptEncoding, QByteArray());
-    request.setRawHeader("Range", QByteArray());
+    startAnew();
     requestBody();
 }
 
-FileOrigin Transfer::originOfBody() const
+FileOrigin Transfer::originOf(const AnswerHead &answer, bool bringsTheFile) const
 {
-    return FileOrigin::of(m_download->getRequest()->url(),
-                          bringsTheFile(*m_reply) ? lastModified(*m_reply) : QByteArray());
+    const QUrl address = m_download->getRequest()->url();
+    if (!bringsTheFile)
+        return FileOrigin::of(address, {}, {});
+    return FileOrigin::of(address, answer.lastModified(), answer.strongTag());
 }
 
 void Transfer::writeBody()
 {
-    if (isErrorPage(*m_reply)) {
+    const AnswerHead answer(*m_reply);
+    if (answer.isErrorPage()) {
         dropBody();
         return;
     }
-    if (!m_file.open(originOfBody())) {
+    if (!m_file.open(originOf(answer, answer.bringsTheFile()))) {
         // Nobody empties the buffer now; with a limit the transfer would never end.
         m_reply->setReadBufferSize(0);
         return;
@@ -223,13 +212,14 @@ void Transfer::onFinished()
     m_file.lose(m_reply->bytesAvailable());
     if (isCutShort())
         reportError(QStringLiteral("Connection closed"));
-    if (refusesTheRange(*m_reply))
+    const AnswerHead answer(*m_reply);
+    if (answer.refusesTheRange())
         m_file.discard();
     const qint64 present = m_file.size();
     m_file.settle(!m_hasFailed && m_file.lostBytes() == 0);
     reportLoss();
     // The length of a page is not that of the file, and the error says why that is not whole.
-    if (!isErrorPage(*m_reply))
+    if (!answer.isErrorPage())
         logShortfall(present);
     m_reply->deleteLater();
     deleteLater();
@@ -243,16 +233,16 @@ void Transfer::onFinished()
 /// short must not be taken for a whole one, since installing it removes the version before.
 bool Transfer::isCutShort() const
 {
-    if (m_reply->error() != QNetworkReply::NoError || isCompressed(*m_reply))
+    const AnswerHead answer(*m_reply);
+    if (m_reply->error() != QNetworkReply::NoError || answer.isCompressed())
         return false;
     // What the disk did not take was not cut off by the network.
     const qint64 lost = m_file.lostBytes();
-    const QVariant announced = announcedLength(*m_reply);
-    if (announced.isValid())
-        return m_receivedBytes + m_reply->bytesAvailable() < announced.toLongLong();
+    const std::optional<qint64> announced = answer.length();
+    if (announced)
+        return m_receivedBytes + m_reply->bytesAvailable() < *announced;
     // Chunks do not tell how long the body is; the probe has told how long the file is.
-    const bool chunked = m_reply->rawHeader("Transfer-Encoding").toLower().contains("chunked");
-    return chunked && m_file.size() + lost < m_download->getFileSize();
+    return answer.isChunked() && m_file.size() + lost < m_download->getFileSize();
 }
 
 /// Bytes that are missing on the disk are an error of the download: to install what is left of an

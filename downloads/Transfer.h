@@ -12,10 +12,14 @@ class QNetworkReply;
 
 namespace Kavo::Managers {
 
+class AnswerHead;
+
 /// Takes one download from Idle to Finished over the network:
 ///
 ///     resumable:  HEAD -> compare with the file on disk -> GET of what is missing -> Finished
 ///     restart:    remove the file -> GET -> Finished
+///
+/// A rest that does not follow on what is there costs that: the transfer goes on with the whole.
 ///
 /// The body goes to the file as it arrives and is never held whole. A page that tells of an error
 /// is never written; one that refuses the missing part costs the part that is there, for it would
@@ -44,9 +48,13 @@ private:
     void sendProbe();
     void onProbed(QNetworkReply &probe);
     void follow(PartialFile::Plan plan);
+    void askForTheRest();
     void requestBody();
     void onAnswered();
-    FileOrigin originOfBody() const;
+    bool isTheRest(const AnswerHead &answer) const;
+    void startAnew();
+    void askForTheWhole();
+    FileOrigin originOf(const AnswerHead &answer, bool bringsTheFile) const;
     void writeBody();
     void dropBody();
     void onProgress(qint64 bytesTotal);

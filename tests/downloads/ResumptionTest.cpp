@@ -2,6 +2,7 @@
 #include "tests/downloads/DownloadSetup.h"
 #include "tests/downloads/FileMarks.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Nginx.h"
 #include "tests/support/TestMain.h"
 
 using Kavo::Models::Download;
@@ -11,6 +12,7 @@ namespace {
 
 const QByteArray UrlMark = "user.xdg.origin.url";
 const QByteArray DateMark = "user.kavo.last-modified";
+const QByteArray TagMark = "user.kavo.etag";
 const QDateTime Later(QDate(2024, 2, 29), QTime(8, 30), Qt::UTC);
 
 } // namespace
@@ -26,8 +28,12 @@ private slots:
     void cleanup();
 
     void fileIsMarkedWithItsOrigin();
+    void onlyStrongTagsAreMarked_data();
+    void onlyStrongTagsAreMarked();
     void addressIsMarkedWithoutCredentials();
     void halfOfTheSameFileIsGoneOnWith();
+    void halfIsAskedForByItsValidator_data();
+    void halfIsAskedForByItsValidator();
     void halfOfAnotherAddressIsLeft_data();
     void halfOfAnotherAddressIsLeft();
     void wholeOfAnotherAddressIsLeft();
@@ -35,7 +41,11 @@ private slots:
     void halfOfAnotherAddressIsLeftWithoutASize();
     void halfOfAnotherDateIsLeft_data();
     void halfOfAnotherDateIsLeft();
-    void halfKeepsTheDateOfItsBeginning();
+    void fileOfAnotherTagIsLeft_data();
+    void fileOfAnotherTagIsLeft();
+    void fileThatChangesAfterTheProbeIsFetchedWhole_data();
+    void fileThatChangesAfterTheProbeIsFetchedWhole();
+    void nginxKnowsTheValidator();
     void emptyHalfTakesTheDateOfItsBytes();
     void dateComesFromTheAnswerWithTheBytes();
     void dateOfARedirectDoesNotCount();
@@ -106,6 +116,32 @@ void ResumptionTest::fileIsMarkedWithItsOrigin()
     QCOMPARE(mark(DateMark), QByteArray("Wed, 17 May 2023 12:00:00 GMT"));
 }
 
+void ResumptionTest::onlyStrongTagsAreMarked_data()
+{
+    QTest::addColumn<QByteArray>("sent");
+    QTest::addColumn<QByteArray>("marked");
+    QTest::newRow("strong") << QByteArray("\"a, b/\"") << QByteArray("\"a, b/\"");
+    QTest::newRow("weak") << QByteArray("W/\"a\"") << QByteArray();
+    QTest::newRow("none") << QByteArray() << QByteArray();
+    QTest::newRow("without quotes") << QByteArray("a") << QByteArray();
+    QTest::newRow("half a tag") << QByteArray("a\"") << QByteArray();
+    QTest::newRow("a quote alone") << QByteArray("\"") << QByteArray();
+    // So it looks when Qt keeps the headers of a redirect before those of the file.
+    QTest::newRow("after that of a redirect")
+        << QByteArray("W/\"a\", \"b\"") << QByteArray("\"b\"");
+    QTest::newRow("weak, after that of a redirect") << QByteArray("\"a\", W/\"b\"") << QByteArray();
+}
+
+void ResumptionTest::onlyStrongTagsAreMarked()
+{
+    QFETCH(QByteArray, sent);
+    QFETCH(QByteArray, marked);
+    server().serve(QStringLiteral("/a.zip"), "content").entityTag = sent;
+    fetch(url("/a.zip"));
+    QCOMPARE(content("a.zip"), QByteArray("content"));
+    QCOMPARE(mark(TagMark), marked);
+}
+
 void ResumptionTest::addressIsMarkedWithoutCredentials()
 {
     server().serve(QStringLiteral("/a.zip?v=1"), "content");
@@ -123,6 +159,39 @@ void ResumptionTest::halfOfTheSameFileIsGoneOnWith()
     m_setup->restartManager();
     fetch(url("/a.zip"));
     QCOMPARE(lastGet("/a.zip").header("Range"), QByteArray("bytes=1000-"));
+    QCOMPARE(content("a.zip"), body);
+}
+
+void ResumptionTest::halfIsAskedForByItsValidator_data()
+{
+    const QByteArray date = "Wed, 17 May 2023 12:00:00 GMT";
+    QTest::addColumn<QByteArray>("tag");
+    QTest::addColumn<bool>("marked");
+    QTest::addColumn<QByteArray>("validator");
+    QTest::newRow("strong tag") << QByteArray("\"1\"") << true << QByteArray("\"1\"");
+    QTest::newRow("weak tag") << QByteArray("W/\"1\"") << true << date;
+    QTest::newRow("no tag") << QByteArray() << true << date;
+    QTest::newRow("no marks") << QByteArray("\"1\"") << false << QByteArray();
+}
+
+void ResumptionTest::halfIsAskedForByItsValidator()
+{
+    QFETCH(QByteArray, tag);
+    QFETCH(bool, marked);
+    QFETCH(QByteArray, validator);
+    const QByteArray body = HttpResource::generated(0, 5000);
+    HttpResource &resource = server().serve(QStringLiteral("/a.zip"), body);
+    resource.entityTag = tag;
+    resource.cutAfter = 1000;
+    refuseMarks(!marked);
+    fetch(url("/a.zip"));
+    refuseMarks(false);
+    QVERIFY(!lastGet("/a.zip").hasHeader("If-Range"));
+    resource.cutAfter.reset();
+    fetch(url("/a.zip"));
+    QCOMPARE(lastGet("/a.zip").header("Range"), QByteArray("bytes=1000-"));
+    QCOMPARE(lastGet("/a.zip").header("If-Range"), validator);
+    QCOMPARE(server().requests(QStringLiteral("/a.zip")).size(), 4);
     QCOMPARE(content("a.zip"), body);
 }
 
@@ -198,24 +267,107 @@ void ResumptionTest::halfOfAnotherDateIsLeft()
     QCOMPARE(mark(DateMark), QByteArray("Thu, 29 Feb 2024 08:30:00 GMT"));
 }
 
-void ResumptionTest::halfKeepsTheDateOfItsBeginning()
+void ResumptionTest::fileOfAnotherTagIsLeft_data()
 {
-    // The file changes between the probe and the rest; the next try must not take it for whole.
-    HttpResource &resource = fetchHalf("/a.zip", QByteArray(5000, 'x'), 1000);
+    QTest::addColumn<int>("present");
+    QTest::newRow("half") << 1000;
+    QTest::newRow("whole") << 5000;
+}
+
+/// Two versions may have one date, for example that of their unpacking, and one size.
+void ResumptionTest::fileOfAnotherTagIsLeft()
+{
+    QFETCH(int, present);
+    HttpResource &resource = server().serve(QStringLiteral("/a.zip"), QByteArray(5000, 'x'));
+    resource.entityTag = "\"1\"";
+    resource.cutAfter = present;
+    fetch(url("/a.zip"));
+    QCOMPARE(content("a.zip").size(), present);
+    resource.cutAfter.reset();
+    resource.body = HttpResource::generated(0, 5000);
+    resource.entityTag = "\"2\"";
+    m_setup->restartManager();
+    fetch(url("/a.zip"));
+    QVERIFY(!lastGet("/a.zip").hasHeader("Range"));
+    QVERIFY(!lastGet("/a.zip").hasHeader("If-Range"));
+    QCOMPARE(content("a.zip"), HttpResource::generated(0, 5000));
+    QCOMPARE(mark(TagMark), QByteArray("\"2\""));
+}
+
+void ResumptionTest::fileThatChangesAfterTheProbeIsFetchedWhole_data()
+{
+    QTest::addColumn<bool>("byTag");
+    QTest::addColumn<bool>("ignored");
+    QTest::newRow("another date") << false << false;
+    QTest::newRow("another date, server that ignores If-Range") << false << true;
+    QTest::newRow("another tag") << true << false;
+    QTest::newRow("another tag, server that ignores If-Range") << true << true;
+}
+
+void ResumptionTest::fileThatChangesAfterTheProbeIsFetchedWhole()
+{
+    QFETCH(bool, byTag);
+    QFETCH(bool, ignored);
+    HttpResource &resource = server().serve(QStringLiteral("/a.zip"), QByteArray(5000, 'x'));
+    resource.entityTag = byTag ? "\"1\"" : "";
+    resource.cutAfter = 1000;
+    fetch(url("/a.zip"));
+    resource.cutAfter.reset();
+    resource.ignoresIfRange = ignored;
     const QByteArray body = HttpResource::generated(0, 5000);
     const auto download = DownloadSetup::resumable(url("/a.zip"));
     DownloadEvents events(download);
     connect(download.data(), &Download::processChanged, this, [&](Download::Process process) {
-        if (process == Download::Process::Download) {
-            resource.body = body;
+        if (process != Download::Process::Download)
+            return;
+        resource.body = body;
+        if (byTag)
+            resource.entityTag = "\"2\"";
+        else
             resource.lastModified = Later;
-        }
     });
     m_setup->manager().add(download, false);
     QVERIFY(events.waitForFinished());
-    QCOMPARE(lastGet("/a.zip").header("Range"), QByteArray("bytes=1000-"));
-    fetch(url("/a.zip"));
+    QCOMPARE(server().requests(QStringLiteral("/a.zip")).at(3).header("Range"),
+             QByteArray("bytes=1000-"));
+    QCOMPARE(lastGet("/a.zip").hasHeader("If-Range"), !ignored);
     QCOMPARE(content("a.zip"), body);
+    QCOMPARE(mark(byTag ? TagMark : DateMark),
+             QByteArray(byTag ? "\"2\"" : "Thu, 29 Feb 2024 08:30:00 GMT"));
+    QCOMPARE(events.list(), resumableEvents(5000, path("a.zip")));
+}
+
+/// A server of the world takes what we send for a validator, and finds out a file that is another.
+void ResumptionTest::nginxKnowsTheValidator()
+{
+    if (!Nginx::isAvailable())
+        QSKIP("there is no nginx here");
+    const Nginx nginx;
+    QVERIFY(nginx.isRunning());
+    const QString served = nginx.folder() + QStringLiteral("a.zip");
+    const QString address = nginx.url(QStringLiteral("/a.zip"));
+    QVERIFY(writeFile(served, HttpResource::generated(0, 5000)));
+    fetch(address);
+    QVERIFY(!mark(TagMark).isNull());
+    QFile half(path("a.zip"));
+    QVERIFY(half.open(QIODevice::ReadWrite) && half.resize(1000));
+    QCOMPARE(half.write(QByteArray(1000, 'x')), 1000);
+    half.close();
+    fetch(address);
+    // The bytes that were there are there still, so that only the rest has come.
+    QCOMPARE(content("a.zip"),
+             QByteArray(QByteArray(1000, 'x') + HttpResource::generated(1000, 4000)));
+
+    QVERIFY(QFile::resize(path("a.zip"), 1000));
+    const auto download = DownloadSetup::resumable(address);
+    DownloadEvents events(download);
+    connect(download.data(), &Download::processChanged, this, [&](Download::Process process) {
+        if (process == Download::Process::Download)
+            QVERIFY(writeFile(served, HttpResource::generated(7, 6000)));
+    });
+    m_setup->manager().add(download, false);
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(content("a.zip"), HttpResource::generated(7, 6000));
 }
 
 void ResumptionTest::emptyHalfTakesTheDateOfItsBytes()

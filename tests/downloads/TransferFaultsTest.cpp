@@ -50,7 +50,9 @@ private slots:
     void silentlyShortBodyIsLogged();
     void redirectLoopEnds();
 
+    void rangeIgnoredByTheServer_data();
     void rangeIgnoredByTheServer();
+    void rangeAtAnotherPlace_data();
     void rangeAtAnotherPlace();
     void rangeRefused();
     void lengthOfTheProbeIsWrong_data();
@@ -369,29 +371,55 @@ void TransferFaultsTest::redirectLoopEnds()
     QVERIFY(events.last().startsWith(QStringLiteral("finished ")));
 }
 
-void TransferFaultsTest::rangeIgnoredByTheServer()
+void TransferFaultsTest::rangeIgnoredByTheServer_data()
 {
-    // What comes is written, and the size tells; the attempt after that starts over.
-    const QByteArray body = HttpResource::generated(0, 5000);
-    server().serve(QStringLiteral("/a"), body).ignoresRange = true;
-    QVERIFY(m_setup->put(QStringLiteral("a"), body.left(1000)));
-    transfer(DownloadSetup::resumable(url("/a")));
-    QCOMPARE(server().last("GET", QStringLiteral("/a")).header("Range"), QByteArray("bytes=1000-"));
-    QCOMPARE(content("a"), QByteArray(body.left(1000) + body));
-    QVERIFY(m_setup->log().contains(
-        QStringLiteral("Size Error : %1 : 6000 of 5000 bytes").arg(path("a"))));
-    transfer(DownloadSetup::resumable(url("/a")));
-    QCOMPARE(content("a"), body);
+    QTest::addColumn<bool>("chunked");
+    QTest::newRow("with a length") << false;
+    QTest::newRow("in chunks") << true;
 }
 
+void TransferFaultsTest::rangeIgnoredByTheServer()
+{
+    QFETCH(bool, chunked);
+    const QByteArray body = HttpResource::generated(0, 3000000);
+    HttpResource &resource = server().serve(QStringLiteral("/a"), body);
+    resource.ignoresRange = true;
+    resource.chunked = chunked;
+    QVERIFY(m_setup->put(QStringLiteral("a"), body.left(1000)));
+    QCOMPARE(transfer(DownloadSetup::resumable(url("/a"))), resumableEvents(3000000, path("a")));
+    QCOMPARE(server().log(), QStringList({QStringLiteral("HEAD /a"), QStringLiteral("GET /a")}));
+    QCOMPARE(server().last("GET", QStringLiteral("/a")).header("Range"), QByteArray("bytes=1000-"));
+    QVERIFY(content("a") == body);
+    QCOMPARE(m_setup->log().lines(), QStringList());
+}
+
+void TransferFaultsTest::rangeAtAnotherPlace_data()
+{
+    QTest::addColumn<int>("displacement");
+    QTest::addColumn<bool>("hidden");
+    QTest::newRow("later") << 500 << false;
+    QTest::newRow("earlier") << -500 << false;
+    QTest::newRow("at the beginning") << -1000 << false;
+    QTest::newRow("right, without saying so") << 0 << true;
+    QTest::newRow("later, without saying so") << 500 << true;
+}
+
+/// Such bytes can be put nowhere: the whole is asked for.
 void TransferFaultsTest::rangeAtAnotherPlace()
 {
+    QFETCH(int, displacement);
+    QFETCH(bool, hidden);
     const QByteArray body = HttpResource::generated(0, 5000);
-    server().serve(QStringLiteral("/a"), body).rangeDisplacement = 500;
+    HttpResource &resource = server().serve(QStringLiteral("/a"), body);
+    resource.rangeDisplacement = displacement;
+    resource.hidesContentRange = hidden;
     QVERIFY(m_setup->put(QStringLiteral("a"), body.left(1000)));
     QCOMPARE(transfer(DownloadSetup::resumable(url("/a"))), resumableEvents(5000, path("a")));
-    QVERIFY(m_setup->log().contains(
-        QStringLiteral("Size Error : %1 : 4500 of 5000 bytes").arg(path("a"))));
+    QCOMPARE(server().log(), QStringList({QStringLiteral("HEAD /a"), QStringLiteral("GET /a"),
+                                          QStringLiteral("GET /a")}));
+    QVERIFY(!server().last("GET", QStringLiteral("/a")).hasHeader("Range"));
+    QCOMPARE(content("a"), body);
+    QCOMPARE(m_setup->log().lines(), QStringList());
 }
 
 void TransferFaultsTest::rangeRefused()

@@ -103,8 +103,27 @@ void HttpConnection::prepareHead()
         const qint64 length = m_resource.headLength.value_or(m_resource.size());
         m_answer.headers += headerLine("Content-Length", QByteArray::number(length));
     }
-    if (!m_resource.headWithoutDate)
-        m_answer.headers += headerLine("Last-Modified", httpDate(m_resource.lastModified));
+    if (m_resource.headWithoutDate)
+        return;
+    addValidators();
+}
+
+void HttpConnection::addValidators()
+{
+    m_answer.headers += headerLine("Last-Modified", httpDate(m_resource.lastModified));
+    if (!m_resource.entityTag.isEmpty())
+        m_answer.headers += headerLine("ETag", m_resource.entityTag);
+}
+
+/// Whether the client has a part of the file as it is now. A weak tag never says so.
+bool HttpConnection::isUnchanged() const
+{
+    const QByteArray known = m_request.header("If-Range");
+    if (known.isNull() || m_resource.ignoresIfRange)
+        return true;
+    if (known.contains('"'))
+        return known.startsWith('"') && known == m_resource.entityTag;
+    return known == httpDate(m_resource.lastModified);
 }
 
 void HttpConnection::prepareGet()
@@ -117,7 +136,8 @@ void HttpConnection::prepareGet()
     m_answer.status = m_resource.getStatus.value_or(200);
     m_answer.end = m_resource.size();
     // An error is an error, whichever bytes of the body were asked for.
-    if (m_answer.status == 200 && m_request.hasHeader("Range") && !m_resource.ignoresRange)
+    if (m_answer.status == 200 && m_request.hasHeader("Range") && !m_resource.ignoresRange &&
+        isUnchanged())
         prepareRange();
     if (m_resource.compressesUnasked ||
         (m_resource.compresses && m_request.header("Accept-Encoding").contains("gzip")))
@@ -127,7 +147,7 @@ void HttpConnection::prepareGet()
     m_answer.closes = m_resource.getWithoutLength;
     if (m_answer.chunked)
         m_answer.headers += headerLine("Transfer-Encoding", "chunked");
-    m_answer.headers += headerLine("Last-Modified", httpDate(m_resource.lastModified));
+    addValidators();
 }
 
 void HttpConnection::prepareRange()
@@ -148,6 +168,8 @@ void HttpConnection::prepareRange()
         m_answer.end = std::min(m_answer.end, range.mid(dash + 1).toLongLong() + 1);
     m_answer.status = 206;
     m_answer.position = std::min(first + m_resource.rangeDisplacement, m_answer.end);
+    if (m_resource.hidesContentRange)
+        return;
     m_answer.headers +=
         headerLine("Content-Range", "bytes " + QByteArray::number(m_answer.position) + '-' +
                                         QByteArray::number(m_answer.end - 1) + '/' + size);

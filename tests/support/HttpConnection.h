@@ -43,6 +43,8 @@ private:
     void begin();
     void prepareHead();
     void prepareGet();
+    void addValidators();
+    bool isUnchanged() const;
     void prepareRange();
     void compress();
     void sendHead();

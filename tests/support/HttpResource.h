@@ -10,7 +10,8 @@
 namespace Kavo::Testing {
 
 /// What the test server has under one path, and what goes wrong there. Everything is off by
-/// default: HEAD and GET then answer 200 with length and date, and Range is honoured with 206. All
+/// default: HEAD and GET then answer 200 with length and date, and Range is honoured with 206,
+/// unless If-Range speaks of another file. All
 /// counts are bytes of the body of one answer.
 struct HttpResource
 {
@@ -20,6 +21,7 @@ struct HttpResource
     /// The body from the second request on, be it HEAD or GET.
     std::optional<QByteArray> laterBody;
     QDateTime lastModified = QDateTime(QDate(2023, 5, 17), QTime(12, 0), Qt::UTC);
+    QByteArray entityTag; ///< as it stands in ETag; empty for no such header
     QList<QPair<QByteArray, QByteArray>> headers;
 
     // Answers other than 200.
@@ -39,9 +41,11 @@ struct HttpResource
     bool compressesUnasked = false;   ///< GET answers in gzip whatever the request accepts
 
     // Ranges.
-    bool ignoresRange = false;    ///< 200 and the whole body
-    bool refusesRange = false;    ///< 416 with a page as its body
-    qint64 rangeDisplacement = 0; ///< 206 starts this much later than asked for
+    bool ignoresRange = false;      ///< 200 and the whole body
+    bool refusesRange = false;      ///< 416 with a page as its body
+    qint64 rangeDisplacement = 0;   ///< 206 starts this much later than asked for
+    bool hidesContentRange = false; ///< 206 does not say where it starts
+    bool ignoresIfRange = false;    ///< 206 although the file is not the one asked for
 
     // Ends and pauses inside the body of a GET.
     std::optional<qint64> cutAfter;   ///< the connection is closed in good order

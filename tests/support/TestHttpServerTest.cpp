@@ -18,6 +18,8 @@ private slots:
     void servesAndRecords();
     void keepsOneConnection();
     void honoursRanges();
+    void honoursIfRange_data();
+    void honoursIfRange();
     void rangeFaults();
     void faultsEndInTheErrorsTheyStandFor_data();
     void faultsEndInTheErrorsTheyStandFor();
@@ -100,6 +102,36 @@ void TestHttpServerTest::honoursRanges()
     const ReplyPointer part(get(server.url(QStringLiteral("/a")), "bytes=4-5"));
     QVERIFY(finish(part));
     QCOMPARE(part->readAll(), QByteArray("45"));
+}
+
+void TestHttpServerTest::honoursIfRange_data()
+{
+    const QByteArray date = "Wed, 17 May 2023 12:00:00 GMT";
+    QTest::addColumn<QByteArray>("tag");
+    QTest::addColumn<QByteArray>("known");
+    QTest::addColumn<int>("status");
+    QTest::newRow("same date") << QByteArray() << date << 206;
+    QTest::newRow("another date") << QByteArray() << QByteArray("Thu, 18 May 2023 12:00:00 GMT")
+                                  << 200;
+    QTest::newRow("same tag") << QByteArray("\"1\"") << QByteArray("\"1\"") << 206;
+    QTest::newRow("another tag") << QByteArray("\"1\"") << QByteArray("\"2\"") << 200;
+    QTest::newRow("weak tag") << QByteArray("W/\"1\"") << QByteArray("W/\"1\"") << 200;
+}
+
+void TestHttpServerTest::honoursIfRange()
+{
+    QFETCH(QByteArray, tag);
+    QFETCH(QByteArray, known);
+    QFETCH(int, status);
+    TestHttpServer server;
+    server.serve(QStringLiteral("/a"), "0123456789").entityTag = tag;
+    QNetworkRequest request{QUrl(server.url(QStringLiteral("/a")))};
+    request.setRawHeader("Range", "bytes=4-");
+    request.setRawHeader("If-Range", known);
+    const ReplyPointer reply(m_network.get(request));
+    QVERIFY(finish(reply));
+    QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), status);
+    QCOMPARE(reply->rawHeader("ETag"), tag);
 }
 
 void TestHttpServerTest::rangeFaults()
