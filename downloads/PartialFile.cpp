@@ -34,15 +34,15 @@ void PartialFile::discard()
     m_discards = true;
 }
 
-bool PartialFile::open(const FileOrigin &origin)
+void PartialFile::open(const FileOrigin &origin)
 {
-    if (m_file.isOpen())
-        return true;
+    if (m_file.isOpen() || m_lostBytes > 0)
+        return;
     QIODevice::OpenMode mode = QIODevice::Append | QIODevice::Unbuffered;
     if (m_discards)
         mode |= QIODevice::Truncate;
     if (!m_file.open(mode))
-        return false;
+        return;
     FileOrigin told = m_file.size() > 0 ? this->origin() : origin;
     if (told.address.isEmpty())
         told.address = origin.address;
@@ -51,13 +51,13 @@ bool PartialFile::open(const FileOrigin &origin)
     if (told.entityTag.isEmpty())
         told.entityTag = origin.entityTag;
     told.write(m_file.handle());
-    return true;
 }
 
 void PartialFile::append(const char *bytes, qint64 count)
 {
+    const bool takesBytes = m_file.isOpen() && m_lostBytes == 0;
     // A full disk shows in the count alone.
-    const qint64 written = m_lostBytes > 0 ? 0 : qMax<qint64>(m_file.write(bytes, count), 0);
+    const qint64 written = takesBytes ? qMax<qint64>(m_file.write(bytes, count), 0) : 0;
     m_lostBytes += count - written;
 }
 

@@ -37,14 +37,12 @@ public:
     void discard();
 
     /// Opens the file, which is made when missing, unless it is open. The origin is remembered
-    /// with it; a file that has bytes already keeps what it tells of theirs. Returns success.
-    bool open(const FileOrigin &origin);
-    /// Adds bytes to the open file. What the disk does not take is lost, and so is all that comes
+    /// with it; a file that has bytes already keeps what it tells of theirs. One that cannot be
+    /// opened loses what is appended; until then it may be tried again.
+    void open(const FileOrigin &origin);
+    /// Adds bytes to the file. What the disk does not take is lost, and so is all that comes
     /// after it: the file stays a beginning that can be gone on with.
     void append(const char *bytes, qint64 count);
-    /// Counts bytes that came and were not appended.
-    void lose(qint64 count) { m_lostBytes += count; }
-
     /// What the file tells of its bytes' origin.
     FileOrigin origin() const { return FileOrigin::read(m_file.fileName()); }
     /// Bytes that came and are not in the file.

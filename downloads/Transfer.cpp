@@ -167,36 +167,24 @@ FileOrigin Transfer::originOf(const AnswerHead &answer, bool bringsTheFile) cons
     return FileOrigin::of(address, answer.lastModified(), answer.strongTag());
 }
 
+/// What has no place in the file is read all the same, so that it does not pile up.
 void Transfer::writeBody()
 {
     const AnswerHead answer(*m_reply);
-    if (answer.isErrorPage()) {
-        dropBody();
-        return;
-    }
-    if (!m_file.open(originOf(answer, answer.bringsTheFile()))) {
-        // Nobody empties the buffer now; with a limit the transfer would never end.
-        m_reply->setReadBufferSize(0);
-        return;
-    }
+    const bool isWanted = !answer.isErrorPage();
+    if (isWanted)
+        m_file.open(originOf(answer, answer.bringsTheFile()));
     m_buffer.resize(static_cast<int>(ReadBufferSize));
     const qint64 before = m_receivedBytes;
     qint64 received = 0;
     while ((received = m_reply->read(m_buffer.data(), m_buffer.size())) > 0) {
-        m_file.append(m_buffer.constData(), received);
+        if (isWanted)
+            m_file.append(m_buffer.constData(), received);
         m_receivedBytes += received;
     }
     // Progress is reported every now and then only, so that bytes before a pause would not show.
     if (m_receivedBytes > before)
         m_download->setCurrentSize(m_file.size());
-}
-
-/// Reads what nobody wants, so that it does not pile up.
-void Transfer::dropBody()
-{
-    m_buffer.resize(static_cast<int>(ReadBufferSize));
-    while (m_reply->read(m_buffer.data(), m_buffer.size()) > 0) {
-    }
 }
 
 void Transfer::onProgress(qint64 bytesTotal)
@@ -209,7 +197,6 @@ void Transfer::onProgress(qint64 bytesTotal)
 void Transfer::onFinished()
 {
     writeBody();
-    m_file.lose(m_reply->bytesAvailable());
     if (isCutShort())
         reportError(QStringLiteral("Connection closed"));
     const AnswerHead answer(*m_reply);
@@ -240,7 +227,7 @@ bool Transfer::isCutShort() const
     const qint64 lost = m_file.lostBytes();
     const std::optional<qint64> announced = answer.length();
     if (announced)
-        return m_receivedBytes + m_reply->bytesAvailable() < *announced;
+        return m_receivedBytes < *announced;
     // Chunks do not tell how long the body is; the probe has told how long the file is.
     return answer.isChunked() && m_file.size() + lost < m_download->getFileSize();
 }

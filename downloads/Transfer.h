@@ -56,7 +56,6 @@ private:
     void askForTheWhole();
     FileOrigin originOf(const AnswerHead &answer, bool bringsTheFile) const;
     void writeBody();
-    void dropBody();
     void onProgress(qint64 bytesTotal);
     void onFinished();
     bool isCutShort() const;

@@ -61,6 +61,7 @@ private slots:
 
     void unwritableFileIsAnError_data();
     void unwritableFileIsAnError();
+    void placeThatComesTooLateStaysEmpty();
     void emptyBodyNeedsNoFile();
     void fullDiskIsAnError_data();
     void fullDiskIsAnError();
@@ -489,6 +490,24 @@ void TransferFaultsTest::unwritableFileIsAnError()
     QCOMPARE(content("file"), QByteArray("in the way"));
     QVERIFY(m_setup->manager().find(url("/a")).isNull());
     QCOMPARE(m_setup->log().lines().mid(0, 2), lossLines(place, Size));
+}
+
+/// What follows on a loss would pass for the beginning.
+void TransferFaultsTest::placeThatComesTooLateStaysEmpty()
+{
+    server().serveGenerated(QStringLiteral("/a"), 5000).holdAfter = 1000;
+    const auto download = DownloadSetup::resumable(url("/a"));
+    const QString place = path("folder") + QStringLiteral("/a");
+    download->setPath(place);
+    DownloadEvents events(download);
+    m_setup->manager().add(download, false);
+    QTRY_VERIFY(!events.currentSizes().isEmpty());
+    QVERIFY(QDir().mkpath(path("folder")));
+    server().release(QStringLiteral("/a"));
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(events.list(), withError(resumableEvents(5000, place)));
+    QVERIFY(!QFile::exists(place));
+    QCOMPARE(m_setup->log().lines().mid(0, 2), lossLines(place, 5000));
 }
 
 void TransferFaultsTest::emptyBodyNeedsNoFile()

@@ -27,8 +27,9 @@ qint64 residentMemory()
 class ServerThread final : public QThread
 {
 public:
-    ServerThread()
+    explicit ServerThread(const HttpResource &resource = HttpResource()) : m_resource(resource)
     {
+        m_resource.generatedSize = Size;
         start();
         m_ready.acquire();
     }
@@ -46,13 +47,14 @@ protected:
     void run() override
     {
         TestHttpServer server;
-        server.serveGenerated(QStringLiteral("/a"), Size);
+        server.resource(QStringLiteral("/a")) = m_resource;
         m_url = server.url(QStringLiteral("/a"));
         m_ready.release();
         exec();
     }
 
 private:
+    HttpResource m_resource;
     QSemaphore m_ready;
     QString m_url;
 };
@@ -66,6 +68,8 @@ class TransferMemoryTest final : public QObject
 
 private slots:
     void slowDiskDoesNotFillTheMemory();
+    void bodyThatIsNotWrittenDoesNotFillTheMemory_data();
+    void bodyThatIsNotWrittenDoesNotFillTheMemory();
 };
 
 /// The writing side stands still, as with a disk that is slower than the network, until the memory
@@ -94,6 +98,40 @@ void TransferMemoryTest::slowDiskDoesNotFillTheMemory()
     QVERIFY(events.waitForFinished(60000));
     QVERIFY2(growth < Bound, qPrintable(QStringLiteral("%1 bytes").arg(growth)));
     QCOMPARE(QFileInfo(download->getPath()).size(), ServerThread::Size);
+}
+
+void TransferMemoryTest::bodyThatIsNotWrittenDoesNotFillTheMemory_data()
+{
+    QTest::addColumn<QString>("linkTarget");
+    QTest::addColumn<int>("status");
+    QTest::newRow("place that cannot be opened") << QStringLiteral("/no/such/folder/file") << 200;
+    QTest::newRow("place that cannot be written") << QStringLiteral("/dev/full") << 200;
+    QTest::newRow("page of an error") << QString() << 503;
+}
+
+void TransferMemoryTest::bodyThatIsNotWrittenDoesNotFillTheMemory()
+{
+    QFETCH(QString, linkTarget);
+    QFETCH(int, status);
+    constexpr qint64 Bound = 48 * Mebibyte;
+    DownloadSetup setup;
+    HttpResource resource;
+    resource.getStatus = status;
+    const ServerThread server(resource);
+    const auto download = DownloadSetup::resumable(server.url());
+    DownloadEvents events(download);
+    if (!linkTarget.isEmpty())
+        QVERIFY(QFile::link(linkTarget, setup.path(QStringLiteral("a"))));
+    const qint64 before = residentMemory();
+    qint64 growth = 0;
+    // Whatever piled up is there until the end.
+    const auto measure = [&] { growth = qMax(growth, residentMemory() - before); };
+    connect(download.data(), &Download::currentSize, this, measure);
+    connect(download.data(), &Download::processChanged, this, measure);
+    setup.manager().add(download, false);
+    QVERIFY(events.waitForFinished(60000));
+    QVERIFY2(growth < Bound, qPrintable(QStringLiteral("%1 bytes").arg(growth)));
+    QVERIFY(events.list().contains(QStringLiteral("error Server Error")));
 }
 
 KAVO_TEST_MAIN(TransferMemoryTest)
