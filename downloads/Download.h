@@ -43,6 +43,9 @@ public:
     /// Total size, 0 while it is not known. The setters always announce.
     qint64 getFileSize() const { return m_fileSize; }
     void setFileSize(qint64 size);
+    /// The most bytes that the file may have, 0 for any number. One that has more is an error.
+    qint64 getLargestSize() const { return m_largestSize; }
+    void setLargestSize(qint64 size) { m_largestSize = size; }
     /// Bytes that the local file holds so far.
     qint64 getCurrentSize() const { return m_currentSize; }
     void setCurrentSize(qint64 size);
@@ -83,6 +86,7 @@ private:
     QString m_path;
     qint64 m_currentSize = 0;
     bool m_restart;
+    qint64 m_largestSize = 0;
 };
 
 } // namespace Kavo::Models

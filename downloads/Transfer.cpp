@@ -124,12 +124,17 @@ void Transfer::onAnswered()
         // that does not choose an encoding, and only from the first byte on.
         request.setRawHeader(AcceptEncoding, QByteArray());
         askForTheWhole();
-    } else if (request.hasRawHeader(Range) && !isTheRest(answer)) {
-        if (answer.isPart())
-            askForTheWhole();
-        else
-            startAnew();
+        return;
     }
+    if (request.hasRawHeader(Range) && !isTheRest(answer)) {
+        if (answer.isPart()) {
+            askForTheWhole();
+            return;
+        }
+        startAnew();
+    }
+    if (isTooLarge(m_file.size() + answer.length().value_or(0)))
+        giveUp();
 }
 
 /// Whether the body follows on the bytes that are there. Some servers mistake the place, and some
@@ -170,6 +175,9 @@ FileOrigin Transfer::originOf(const AnswerHead &answer, bool bringsTheFile) cons
 /// What has no place in the file is read all the same, so that it does not pile up.
 void Transfer::writeBody()
 {
+    // What has been ended can be read no more.
+    if (m_hasGivenUp)
+        return;
     const AnswerHead answer(*m_reply);
     const bool isWanted = !answer.isErrorPage();
     if (isWanted)
@@ -185,6 +193,27 @@ void Transfer::writeBody()
     // Progress is reported every now and then only, so that bytes before a pause would not show.
     if (m_receivedBytes > before)
         m_download->setCurrentSize(m_file.size());
+    if (isTooLarge(m_file.size()))
+        giveUp();
+}
+
+bool Transfer::isTooLarge(qint64 size) const
+{
+    const qint64 largest = m_download->getLargestSize();
+    return largest > 0 && size > largest;
+}
+
+/// Ends the transfer, which may never end by itself.
+void Transfer::giveUp()
+{
+    const QString reason = QStringLiteral("more than %1 bytes").arg(m_download->getLargestSize());
+    logLine(QStringLiteral("Size Error : %1 : %2").arg(m_download->getPath(), reason));
+    m_hasFailed = true;
+    m_hasGivenUp = true;
+    m_download->fail(reason);
+    // The end that we make is no error of its own.
+    disconnect(m_reply, &QNetworkReply::errorOccurred, this, nullptr);
+    m_reply->abort();
 }
 
 void Transfer::onProgress(qint64 bytesTotal)
@@ -200,13 +229,13 @@ void Transfer::onFinished()
     if (isCutShort())
         reportError(QStringLiteral("Connection closed"));
     const AnswerHead answer(*m_reply);
-    if (answer.refusesTheRange())
+    if (answer.refusesTheRange() || m_hasGivenUp)
         m_file.discard();
     const qint64 present = m_file.size();
     m_file.settle(!m_hasFailed && m_file.lostBytes() == 0);
     reportLoss();
     // The length of a page is not that of the file, and the error says why that is not whole.
-    if (!answer.isErrorPage())
+    if (!answer.isErrorPage() && !m_hasGivenUp)
         logShortfall(present);
     m_reply->deleteLater();
     deleteLater();

@@ -21,6 +21,8 @@ class AnswerHead;
 ///
 /// A rest that does not follow on what is there costs that: the transfer goes on with the whole.
 ///
+/// A file that is larger than the download allows is an error, and nothing of it stays.
+///
 /// The body goes to the file as it arrives and is never held whole. A page that tells of an error
 /// is never written; one that refuses the missing part costs the part that is there, for it would
 /// be refused again. An error, be it of the network or of the disk, is reported to the download and
@@ -56,6 +58,8 @@ private:
     void askForTheWhole();
     FileOrigin originOf(const AnswerHead &answer, bool bringsTheFile) const;
     void writeBody();
+    bool isTooLarge(qint64 size) const;
+    void giveUp();
     void onProgress(qint64 bytesTotal);
     void onFinished();
     bool isCutShort() const;
@@ -70,6 +74,7 @@ private:
     QByteArray m_buffer;
     qint64 m_receivedBytes = 0;
     bool m_hasFailed = false; ///< an error of the GET was reported
+    bool m_hasGivenUp = false;
 };
 
 } // namespace Kavo::Managers

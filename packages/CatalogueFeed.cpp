@@ -26,11 +26,12 @@ QString fileName()
 
 CatalogueFeed::CatalogueFeed(const QSharedPointer<Settings> &settings,
                              const QSharedPointer<Managers::DownloadManager> &downloads,
-                             QString server, QObject *parent)
+                             QString server, qint64 largestSize, QObject *parent)
     : QObject(parent)
     , m_settings(settings)
     , m_downloads(downloads)
     , m_server(std::move(server))
+    , m_largestSize(largestSize)
 {
     if (!m_server.endsWith(QLatin1Char('/')))
         m_server += QLatin1Char('/');
@@ -50,6 +51,7 @@ void CatalogueFeed::request()
 void CatalogueFeed::requestFromServer()
 {
     const auto download = QSharedPointer<Download>::create(m_server + fileName(), true, true);
+    download->setLargestSize(m_largestSize);
     connect(download.data(), &Download::error, this,
             [this, source = download.data()](const QString &message) {
                 // The transfer still comes to its end, but there is no catalogue in it.

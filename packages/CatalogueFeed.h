@@ -21,9 +21,10 @@ class CatalogueFeed final : public QObject
     Q_OBJECT
 
 public:
+    /// A catalogue of the server that has more than `largestSize` bytes fails.
     CatalogueFeed(const QSharedPointer<Settings> &settings,
                   const QSharedPointer<Managers::DownloadManager> &downloads, QString server,
-                  QObject *parent = nullptr);
+                  qint64 largestSize, QObject *parent = nullptr);
 
     /// Asks for the catalogue. Every request ends, never at once, in one available() or one
     /// failed(), as far as the server answers at all.
@@ -41,6 +42,7 @@ private:
     QSharedPointer<Settings> m_settings;
     QSharedPointer<Managers::DownloadManager> m_downloads;
     QString m_server;
+    qint64 m_largestSize;
 };
 
 } // namespace Kavo::Models

@@ -55,6 +55,8 @@ private slots:
     void malformedCatalogueGivesAnEmptyList();
     void failedDownloadRelaysItsErrorAndGivesNoList_data();
     void failedDownloadRelaysItsErrorAndGivesNoList();
+    void catalogueMayHave512Mebibytes_data();
+    void catalogueMayHave512Mebibytes();
     void twoRefreshesInQuickSuccessionEachEnd();
     void refreshDoesNotWaitForAServerThatHangs();
     void offerIsEmptyWhileTheCatalogueIsOnItsWay();
@@ -171,6 +173,35 @@ void RefreshTest::failedDownloadRelaysItsErrorAndGivesNoList()
     QTRY_VERIFY(m_engine->downloads()->find(url).isNull());
     QCOMPARE(*names, words("busy error"));
     QVERIFY(m_engine->controller().packages().isEmpty());
+}
+
+void RefreshTest::catalogueMayHave512Mebibytes_data()
+{
+    constexpr qint64 Largest = Q_INT64_C(512) * 1024 * 1024;
+    QTest::addColumn<qint64>("size");
+    QTest::addColumn<bool>("taken");
+    QTest::newRow("512 MiB") << Largest << true;
+    QTest::newRow("a byte more") << Largest + 1 << false;
+}
+
+/// The length alone tells; hardly any of the body is sent.
+void RefreshTest::catalogueMayHave512Mebibytes()
+{
+    QFETCH(qint64, size);
+    QFETCH(bool, taken);
+    const QString path = QStringLiteral("/packages.json");
+    m_engine->server().serveGenerated(path, size).holdAfter = 1000;
+    m_engine->start();
+    const auto names = follow(m_engine->controller());
+    m_engine->controller().refresh();
+    const QString url = m_engine->server().url(path);
+    const QString place = m_engine->cached(QStringLiteral("packages.json"));
+    if (taken)
+        QTRY_COMPARE(QFileInfo(place).size(), 1000);
+    else
+        QTRY_VERIFY(m_engine->downloads()->find(url).isNull());
+    QCOMPARE(*names, words(taken ? "busy" : "busy error"));
+    QCOMPARE(QFile::exists(place), taken);
 }
 
 void RefreshTest::twoRefreshesInQuickSuccessionEachEnd()
