@@ -23,7 +23,12 @@ KAVO_RUN_PACKAGES=(
 )
 
 # To run the tests, which look at the sources as well, besides those.
-KAVO_TEST_PACKAGES=(clang-format desktop-file-utils appstream shellcheck)
+# dbus-x11 is the bus of a session without a service; for want of one, what at-spi2-core needs would
+# bring another, and systemd with it.
+KAVO_TEST_PACKAGES=(
+    clang-format desktop-file-utils appstream shellcheck
+    at-spi2-core python3-pyatspi dbus-x11 x11-utils
+)
 
 # To check the sources, besides those to build.
 KAVO_LINT_PACKAGES=(clang-format clang-tidy shellcheck git)
