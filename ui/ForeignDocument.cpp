@@ -1,5 +1,7 @@
 #include "ui/ForeignDocument.h"
 
+#include "ui/WebPage.h"
+
 #include <QRegularExpression>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -19,9 +21,7 @@ bool isLink(const QTextFormat &format)
 
 bool leadsToWebPage(const QTextFormat &format)
 {
-    const QUrl url(format.stringProperty(QTextFormat::AnchorHref));
-    return !url.host().isEmpty() &&
-           (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
+    return isWebPage(QUrl(format.stringProperty(QTextFormat::AnchorHref)));
 }
 
 bool isReference(const QTextFormat &format)

@@ -3,10 +3,9 @@
 #include "dialogs/MessageBoxes.h"
 #include "packages/PackageController.h"
 #include "ui/ForeignText.h"
+#include "ui/WebPage.h"
 
 #include <QApplication>
-#include <QDesktopServices>
-#include <QUrl>
 
 namespace Kavo::Ui {
 
@@ -24,11 +23,6 @@ public:
     ~WaitCursor() { QApplication::restoreOverrideCursor(); }
     Q_DISABLE_COPY_MOVE(WaitCursor)
 };
-
-void openUrl(const QString &url)
-{
-    QDesktopServices::openUrl(QUrl(url, QUrl::TolerantMode));
-}
 
 } // namespace
 
@@ -85,13 +79,13 @@ void PackageActions::uninstall()
 void PackageActions::openHelp()
 {
     if (m_package)
-        openUrl(m_package->helpUrl());
+        openWebPage(m_package->helpUrl());
 }
 
 void PackageActions::openManual()
 {
     if (m_package)
-        openUrl(m_package->manualUrl());
+        openWebPage(m_package->manualUrl());
 }
 
 bool PackageActions::confirmChangeLog(const QString &version)

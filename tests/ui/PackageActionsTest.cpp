@@ -2,6 +2,7 @@
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/packages/MakePackage.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
 
@@ -69,6 +70,8 @@ private slots:
     void waitCursorCoversTheRemoval();
 
     void helpAndManualAreOpened();
+    void onlyPagesAreOpened_data();
+    void onlyPagesAreOpened();
     void noPackageDoesNothing();
     void destroyedWidgetEndsTheAction();
     void destroyedWidgetEndsTheActionAlthoughItWasConfirmed();
@@ -462,17 +465,49 @@ void PackageActionsTest::waitCursorCoversTheRemoval()
 
 void PackageActionsTest::helpAndManualAreOpened()
 {
-    QDesktopServices::setUrlHandler(QStringLiteral("kavo-test"), this, "openUrl");
+    QDesktopServices::setUrlHandler(QStringLiteral("http"), this, "openUrl");
+    QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "openUrl");
     m_engine->start();
     const PackagePointer package = makePackage(1, {});
-    package->setHelpUrl(QStringLiteral("kavo-test://help/a page"));
-    package->setManualUrl(QStringLiteral("kavo-test://manual/"));
+    package->setHelpUrl(QStringLiteral("https://help.invalid/a page"));
+    package->setManualUrl(QStringLiteral("HTTP://manual.invalid/"));
     PackageActions actions(sharedController(*m_engine), package, m_widget.get());
     actions.openHelp();
-    QCOMPARE(m_opened, QList<QUrl>({QUrl(QStringLiteral("kavo-test://help/a page"))}));
+    QCOMPARE(m_opened, QList<QUrl>({QUrl(QStringLiteral("https://help.invalid/a page"))}));
     actions.openManual();
-    QCOMPARE(m_opened.last(), QUrl(QStringLiteral("kavo-test://manual/")));
-    QDesktopServices::unsetUrlHandler(QStringLiteral("kavo-test"));
+    QCOMPARE(m_opened.last(), QUrl(QStringLiteral("http://manual.invalid/")));
+    QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
+    QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
+}
+
+void PackageActionsTest::onlyPagesAreOpened_data()
+{
+    QTest::addColumn<QString>("address");
+    for (const char *address :
+         {"kavo-test://page", "file:///etc/passwd", "kavo-test:page", "--version", "page.html",
+          "https:", "http:///page", "//server.invalid/page", "www.server.invalid"})
+        QTest::newRow(address) << QString::fromLatin1(address);
+}
+
+void PackageActionsTest::onlyPagesAreOpened()
+{
+    QFETCH(QString, address);
+    const QStringList schemes{QStringLiteral("kavo-test"), QStringLiteral("file"),
+                              QStringLiteral("http"), QStringLiteral("https")};
+    for (const QString &scheme : schemes)
+        QDesktopServices::setUrlHandler(scheme, this, "openUrl");
+    m_engine->start();
+    const PackagePointer package = makePackage(1, {});
+    package->setHelpUrl(address);
+    package->setManualUrl(address);
+    PackageActions actions(sharedController(*m_engine), package, m_widget.get());
+    const LogCapture log;
+    actions.openHelp();
+    actions.openManual();
+    for (const QString &scheme : schemes)
+        QDesktopServices::unsetUrlHandler(scheme);
+    QVERIFY(m_opened.isEmpty());
+    QCOMPARE(log.count(QStringLiteral("Skipping address : ") + address), 2);
 }
 
 void PackageActionsTest::noPackageDoesNothing()
