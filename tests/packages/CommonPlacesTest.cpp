@@ -109,11 +109,12 @@ void CommonPlacesTest::executableIsNeitherKeptNorBackedUp()
 
 void CommonPlacesTest::linkToACommonPlaceMayGo()
 {
+    QVERIFY(QFile::link(QStringLiteral("../Resources"), simulator(QStringLiteral("Output/link"))));
     PackageVersion version;
-    version.uninstall->remove = QStringList{QStringLiteral("Output/up")};
+    version.uninstall->remove = QStringList{QStringLiteral("Output/link")};
     files(version).remove();
-    QVERIFY(!QFileInfo(simulator(QStringLiteral("Output/up"))).isSymLink());
-    QVERIFY(QFileInfo(simulator(QStringLiteral("Resources"))).isDir());
+    QVERIFY(!QFileInfo(simulator(QStringLiteral("Output/link"))).isSymLink());
+    QVERIFY(QFileInfo::exists(simulator(QStringLiteral("Resources/mine/file.txt"))));
 }
 
 KAVO_TEST_MAIN(CommonPlacesTest)
