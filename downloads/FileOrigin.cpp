@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QUrl>
 
+#include <cstddef>
 #include <sys/xattr.h>
 
 namespace Kavo::Managers {
@@ -23,7 +24,8 @@ QByteArray readAttribute(const QByteArray &path, const char *name)
         return QByteArray();
     QByteArray value(static_cast<int>(length), '\0');
     // It may have changed in between.
-    const bool isWhole = ::getxattr(path.constData(), name, value.data(), value.size()) == length;
+    const auto size = static_cast<std::size_t>(length);
+    const bool isWhole = ::getxattr(path.constData(), name, value.data(), size) == length;
     return isWhole ? value : QByteArray();
 }
 
@@ -32,7 +34,7 @@ void writeAttribute(int file, const char *name, const QByteArray &value)
     if (value.isEmpty())
         ::fremovexattr(file, name);
     else
-        ::fsetxattr(file, name, value.constData(), value.size(), 0);
+        ::fsetxattr(file, name, value.constData(), static_cast<std::size_t>(value.size()), 0);
 }
 
 bool agree(const QByteArray &one, const QByteArray &other)
