@@ -35,6 +35,35 @@ int densityOf(const QScreen &screen)
     return qRound(screen.logicalDotsPerInch() * screen.devicePixelRatio());
 }
 
+void chooseScaling()
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    // Many screens say 96.1 or 100 dots to the inch, and nothing would be crisp.
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
+        Qt::HighDpiScaleFactorRoundingPolicy::Floor);
+}
+
+/// Whether the program may choose another density than the screen's. On Wayland the compositor
+/// scales, and nobody else can change that.
+bool mayLimitDensity()
+{
+    return !isChosenByUser() &&
+           !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+/// Puts a new process of the program, with another density, in the place of this one. Returns only
+/// when that fails.
+void startAnew(const QByteArray &program, std::vector<char *> arguments, int density)
+{
+    arguments.push_back(nullptr);
+    qputenv(Density, QByteArray::number(density));
+    qputenv(Limited, "1");
+    execv(program.constData(), arguments.data());
+    qunsetenv(Limited);
+    qunsetenv(Density);
+}
+
 } // namespace
 
 int fittingDensity(int density, const QSize &pixels)
@@ -47,13 +76,9 @@ int fittingDensity(int density, const QSize &pixels)
 
 std::unique_ptr<QApplication> makeScaledApplication(int &argc, char **argv)
 {
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    // Many screens say 96.1 or 100 dots to the inch, and nothing would be crisp.
-    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
-        Qt::HighDpiScaleFactorRoundingPolicy::Floor);
-    std::vector<char *> arguments(argv, argv + argc);
-    arguments.push_back(nullptr);
+    chooseScaling();
+    // Qt takes its own arguments out.
+    const std::vector<char *> arguments(argv, argv + argc);
     auto application = std::make_unique<QApplication>(argc, argv);
     if (qEnvironmentVariableIsSet(Limited)) {
         // It is nothing to the programs that this one starts.
@@ -61,8 +86,7 @@ std::unique_ptr<QApplication> makeScaledApplication(int &argc, char **argv)
         qunsetenv(Density);
         return application;
     }
-    // On Wayland the compositor scales, and nobody else can change that.
-    if (isChosenByUser() || QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+    if (!mayLimitDensity())
         return application;
     const QScreen &screen = *QGuiApplication::primaryScreen();
     const int own = densityOf(screen);
@@ -72,14 +96,10 @@ std::unique_ptr<QApplication> makeScaledApplication(int &argc, char **argv)
     // The screen is known only now, and Qt asks for the density once in the life of a process.
     const QByteArray program = QFile::encodeName(QCoreApplication::applicationFilePath());
     application.reset();
-    qputenv(Density, QByteArray::number(fitting));
-    qputenv(Limited, "1");
-    execv(program.constData(), arguments.data());
+    startAnew(program, arguments, fitting);
     // Without that it goes on as it is.
-    qunsetenv(Limited);
-    qunsetenv(Density);
     std::copy(arguments.begin(), arguments.end(), argv);
-    argc = static_cast<int>(arguments.size()) - 1;
+    argc = static_cast<int>(arguments.size());
     return std::make_unique<QApplication>(argc, argv);
 }
 
