@@ -18,6 +18,11 @@ constexpr int DeepestMarkup = 500;
 /// Hardly a word of any language is longer.
 constexpr int LongestWord = 40;
 
+/// Joins two characters to one.
+constexpr ushort Joiner = 0x200d;
+/// Has no width; a line may break there.
+constexpr ushort BreakingSpace = 0x200b;
+
 QString cut(const QString &text)
 {
     return text.size() <= LongestText ? text : QString(text.left(LongestText) + QChar(0x2026));
@@ -41,13 +46,11 @@ int endOfMarkup(const QString &text, int start)
 /// Whether a break in front of the character leaves what is seen as one character whole.
 bool mayBreakBefore(QChar character)
 {
-    constexpr ushort Joiner = 0x200d;
     return !character.isLowSurrogate() && !character.isMark() && character != Joiner;
 }
 
 QString withBreaks(const QString &text, bool rich)
 {
-    constexpr ushort BreakingSpace = 0x200b;
     QString broken;
     int length = 0;
     for (int i = 0; i < text.size(); ++i) {
