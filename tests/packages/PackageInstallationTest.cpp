@@ -71,6 +71,7 @@ private slots:
     void runningDownloadIsThatOfTheVersionOnItsWay();
     void endDuringATaskWaitsAndRecordsTheResult();
     void newestVersionNeedsNoUpdateWhateverItsText();
+    void completeDownloadThatIsAnnouncedAgainIsInstalledOnce();
     void unwritableCacheIsNotInstalled();
 
 private:
@@ -557,6 +558,30 @@ void PackageInstallationTest::newestVersionNeedsNoUpdateWhateverItsText()
     QVERIFY(m_engine->refresh());
     QVERIFY(m_engine->installAndWait(7));
     QVERIFY(!m_engine->package(7)->isUpdateAvailable());
+}
+
+void PackageInstallationTest::completeDownloadThatIsAnnouncedAgainIsInstalledOnce()
+{
+    const GatedExtractor extractor(m_engine->profile().folder(QStringLiteral("tools")));
+    m_engine->setExtractor(extractor.program());
+    m_engine->offer({7});
+    QVERIFY(m_engine->refresh());
+    // The probe finds it complete on the disk, and the download stays in the manager's queue.
+    const QString archive = QStringLiteral("package-7-1.0.zip");
+    QVERIFY(writeFile(m_engine->cached(archive),
+                      m_engine->server().resource(QLatin1Char('/') + archive).body));
+    const PackagePointer package = m_engine->package(7);
+    m_engine->install(7);
+    QVERIFY(extractor.waitUntilReached());
+    const auto download = m_engine->controller().runningDownload(package);
+    QVERIFY(!download.isNull());
+    const LogCapture log;
+    download->announce();
+    extractor.open();
+    QVERIFY(m_engine->waitUntilSettled(7));
+    QCOMPARE(package->state(), Package::INSTALLED);
+    QCOMPARE(log.count(QStringLiteral("Removing file : ")), 1);
+    QCOMPARE(log.count(QStringLiteral("Extract paramenter : ")), 0);
 }
 
 void PackageInstallationTest::unwritableCacheIsNotInstalled()
