@@ -77,8 +77,6 @@ void InstallationWork::moveTo(Phase phase)
     if (isEnded())
         return;
     m_phase = phase;
-    if (isEnded())
-        m_archive = ArchiveClaim();
     // A copy: whoever is told may have further objects show the work.
     const QVector<PackagePointer> packages = m_shownBy;
     for (const PackagePointer &package : packages) {
