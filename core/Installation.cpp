@@ -72,4 +72,11 @@ QString selectInstallation()
     }
 }
 
+bool holdsSimulator(const QString &folder)
+{
+    const QDir place(folder);
+    return !folder.isEmpty() &&
+           (place.exists(simulatorExecutable()) || place.exists(QStringLiteral("X-Plane.exe")));
+}
+
 } // namespace Kavo

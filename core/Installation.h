@@ -3,7 +3,7 @@
 #include <QString>
 
 /// The two ways of finding the simulator. A folder is a simulator installation when it holds a
-/// file "X-Plane-x86_64". Both functions block and run on the main thread.
+/// file "X-Plane-x86_64". Both block and run on the main thread.
 namespace Kavo {
 
 /// Name of the simulator's executable.
@@ -17,5 +17,10 @@ QString locateInstallation();
 /// Lets the user choose a folder until it holds the executable. Returns it with a trailing
 /// separator, or an empty text when the user cancels.
 QString selectInstallation();
+
+/// Whether the folder still holds a simulator: its executable for Linux or for Windows, since the
+/// settings accept a folder with the latter. False where the disk of the folder is not mounted.
+/// Callable from any thread.
+bool holdsSimulator(const QString &folder);
 
 } // namespace Kavo

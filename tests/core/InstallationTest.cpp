@@ -28,6 +28,9 @@ private slots:
     void cleanup();
 
     void firstListedExecutableWins();
+    void folderWithAnExecutableHoldsASimulator_data();
+    void folderWithAnExecutableHoldsASimulator();
+    void noFolderHoldsNoSimulator();
     void toolIsAskedForTheExecutable();
     void linesThatAreNoExecutableAreSkipped();
     void onlyUnusableLinesGiveNothing();
@@ -82,6 +85,38 @@ void InstallationTest::firstListedExecutableWins()
     const QString second = makeSimulator(QStringLiteral("second"));
     const StandInLocate locate({first + simulatorExecutable(), second + simulatorExecutable()});
     QCOMPARE(locateInstallation(), first);
+}
+
+void InstallationTest::folderWithAnExecutableHoldsASimulator_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<bool>("holds");
+    QTest::newRow("Linux") << QStringLiteral("X-Plane-x86_64") << true;
+    QTest::newRow("Windows") << QStringLiteral("X-Plane.exe") << true;
+    QTest::newRow("inFolderBelow") << QStringLiteral("below/X-Plane-x86_64") << false;
+    QTest::newRow("otherName") << QStringLiteral("X-Plane-x86_64.bak") << false;
+}
+
+void InstallationTest::folderWithAnExecutableHoldsASimulator()
+{
+    QFETCH(QString, file);
+    QFETCH(bool, holds);
+    const QString folder = m_profile->folder(QStringLiteral("folder"));
+    QVERIFY(!holdsSimulator(folder));
+    QVERIFY(writeFile(folder + file, "x"));
+    QCOMPARE(holdsSimulator(folder), holds);
+}
+
+void InstallationTest::noFolderHoldsNoSimulator()
+{
+    // An empty path stands for no folder, not for the current one.
+    const QString folder = makeSimulator(QStringLiteral("current"));
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(folder));
+    const bool holds = holdsSimulator(QString());
+    QVERIFY(QDir::setCurrent(before));
+    QVERIFY(!holds);
+    QVERIFY(!holdsSimulator(folder + QStringLiteral("missing/")));
 }
 
 void InstallationTest::toolIsAskedForTheExecutable()
