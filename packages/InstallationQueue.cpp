@@ -136,7 +136,7 @@ void InstallationQueue::start(const InstallationWorkPointer &work)
     m_running = work;
     work->moveTo(InstallationWork::Phase::RUNNING);
     m_watcher.disconnect();
-    connect(&m_watcher, &QFutureWatcher<bool>::finished, this,
+    connect(&m_watcher, &QFutureWatcher<InstallationResult>::finished, this,
             [this] { takeResult(m_watcher.result()); });
     // The thread pool drops what it ran only after the result is there. By then the task must have
     // let go of the package, which may have no other holder left and belongs to the main thread,
@@ -145,11 +145,10 @@ void InstallationQueue::start(const InstallationWorkPointer &work)
         QtConcurrent::run([task]() mutable { return std::exchange(task, nullptr)->run(); }));
 }
 
-void InstallationQueue::takeResult(bool succeeded)
+void InstallationQueue::takeResult(const InstallationResult &result)
 {
-    using Phase = InstallationWork::Phase;
     const InstallationWorkPointer work = std::exchange(m_running, nullptr);
-    work->moveTo(succeeded ? Phase::INSTALLED : Phase::INSTALL_FAILED);
+    work->end(result);
     m_busy = false;
     processPendingInstallations();
 }

@@ -55,7 +55,7 @@ private:
     QVector<int> waitingFor() const;
     int firstOfCycle() const;
     void start(const InstallationWorkPointer &work);
-    void takeResult(bool succeeded);
+    void takeResult(const InstallationResult &result);
 
     const Catalogue &m_catalogue;
     const InstallationWorks &m_works;
@@ -64,7 +64,7 @@ private:
     InstallationWorkPointer m_running; ///< what the task is working on while busy
     bool m_busy = false;
     bool m_walking = false; ///< ending one piece of work makes the owner call again
-    QFutureWatcher<bool> m_watcher;
+    QFutureWatcher<InstallationResult> m_watcher;
 };
 
 } // namespace Kavo::Models

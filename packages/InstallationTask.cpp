@@ -17,36 +17,39 @@ InstallationTask::InstallationTask(PackagePointer package, PackageVersionPointer
     , m_extractor(std::move(extractor))
 {}
 
-bool InstallationTask::run()
+InstallationResult InstallationTask::run()
 {
-    const bool installed = install();
+    const InstallationResult result = install();
     logLine(QStringLiteral("Removing file : ") + m_archive.archive());
     m_archive.deleteArchive();
-    return installed;
+    return result;
 }
 
-bool InstallationTask::install() const
+InstallationResult InstallationTask::install() const
 {
+    InstallationResult result;
     if (m_archive.archive().isEmpty())
-        return false;
+        return result;
     const PackageFiles files(m_folders, *m_version);
     if (files.extractFolder().isEmpty()) {
         logLine(QStringLiteral("Skipping path : ") + m_version->install->extract);
-        return false;
+        return result;
     }
     files.preserve();
     // The removal below follows the rules of the version that is being installed, also at the
     // first installation: an original that these rules both back up and remove must be safe by
     // then. It stays safe until the package is uninstalled.
     files.backUp();
+    result.touched = true;
     files.remove();
     if (!unpack(files))
-        return false;
+        return result;
     files.restorePreserved();
 
     m_package->setUpdateAvailable(m_package->hasUpdateAfter(m_version->version));
     m_package->setState(Package::INSTALLED);
-    return true;
+    result.succeeded = true;
+    return result;
 }
 
 bool InstallationTask::unpack(const PackageFiles &files) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "packages/ArchiveClaim.h"
+#include "packages/InstallationResult.h"
 #include "packages/Package.h"
 #include "packages/PackageFiles.h"
 
@@ -17,12 +18,12 @@ public:
     InstallationTask(PackagePointer package, PackageVersionPointer version, ArchiveClaim archive,
                      PackageFolders folders, QString extractor);
 
-    /// Returns whether the version is installed. The claim on the archive is released afterwards in
-    /// any case, and the archive is gone unless another package still needs it.
-    bool run();
+    /// The claim on the archive is released afterwards in any case, and the archive is gone unless
+    /// another package still needs it.
+    InstallationResult run();
 
 private:
-    bool install() const;
+    InstallationResult install() const;
     bool unpack(const PackageFiles &files) const;
 
     PackagePointer m_package;

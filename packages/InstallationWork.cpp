@@ -88,6 +88,12 @@ void InstallationWork::moveTo(Phase phase)
     emit moved();
 }
 
+void InstallationWork::end(const InstallationResult &result)
+{
+    m_result = result;
+    moveTo(result.succeeded ? Phase::INSTALLED : Phase::INSTALL_FAILED);
+}
+
 void InstallationWork::showBy(const PackagePointer &package)
 {
     if (m_shownBy.contains(package))

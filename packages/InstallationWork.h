@@ -2,6 +2,7 @@
 
 #include "downloads/Download.h"
 #include "packages/ArchiveClaim.h"
+#include "packages/InstallationResult.h"
 #include "packages/Package.h"
 
 #include <QMap>
@@ -55,6 +56,10 @@ public:
     bool isEnded() const;
     /// Does nothing once the work has ended.
     void moveTo(Phase phase);
+    /// Moves to the end that the task has come to.
+    void end(const InstallationResult &result);
+    /// What became of the task; nothing is touched before it has ended.
+    const InstallationResult &result() const { return m_result; }
 
     /// Has another object of the same package show the work, too.
     void showBy(const PackagePointer &package);
@@ -76,6 +81,7 @@ private:
     QSharedPointer<Download> m_download;
     ArchiveClaim m_archive;
     Phase m_phase = Phase::STARTING;
+    InstallationResult m_result;
 };
 
 using InstallationWorkPointer = QSharedPointer<InstallationWork>;
