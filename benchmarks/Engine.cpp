@@ -2,6 +2,7 @@
 
 #include "benchmarks/Measure.h"
 #include "benchmarks/Random.h"
+#include "core/Installation.h"
 #include "core/Log.h"
 #include "core/Paths.h"
 #include "core/Settings.h"
@@ -56,6 +57,7 @@ Engine::Engine(const QString &workFolder, const QString &address) : m_workFolder
     m_settings->setPending(Settings::LANGUAGE, QStringLiteral("de"));
     m_settings->apply();
     ensureDirectory(simulator({}), true);
+    writeFile(simulator(simulatorExecutable()), {});
 
     m_network = QSharedPointer<QNetworkAccessManager>::create();
     m_downloads = QSharedPointer<Managers::DownloadManager>::create(m_settings, m_network);

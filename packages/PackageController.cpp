@@ -69,14 +69,16 @@ void PackageController::install(const PackagePointer &package, QString &version)
     m_installer.install(package, version);
 }
 
-void PackageController::uninstall(const PackagePointer &package)
+Models::Removal PackageController::uninstall(const PackagePointer &package)
 {
     const PackageList order = m_uninstaller.removalOrder(package);
-    const PackageList blockers = m_installer.blockers(order);
-    for (const PackagePointer &blocker : blockers)
+    Models::Removal refused;
+    refused.blockers = m_installer.blockers(order);
+    if (refused.blockers.isEmpty())
+        return m_uninstaller.uninstall(order);
+    for (const PackagePointer &blocker : refused.blockers)
         logLine(QStringLiteral("Package is busy : ") + blocker->name());
-    if (blockers.isEmpty())
-        m_uninstaller.uninstall(order);
+    return refused;
 }
 
 PackageList PackageController::removalBlockers(const PackagePointer &package) const

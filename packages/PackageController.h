@@ -47,8 +47,8 @@ public:
     /// that is meant afterwards. The package's state tells the rest.
     void install(const Models::PackagePointer &package, QString &version);
     /// Removes the package and all its dependents; returns when that is done. Does nothing but log
-    /// the reason while removalBlockers() names any.
-    void uninstall(const Models::PackagePointer &package);
+    /// the reason while removalBlockers() names any or the simulator is not there.
+    Models::Removal uninstall(const Models::PackagePointer &package);
     /// The packages on their way because of which this one cannot be removed now: those that would
     /// go with it and those that need what would go.
     Models::PackageList removalBlockers(const Models::PackagePointer &package) const;

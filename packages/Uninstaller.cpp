@@ -1,5 +1,8 @@
 #include "packages/Uninstaller.h"
 
+#include "core/Installation.h"
+#include "core/Log.h"
+
 #include <QDirIterator>
 #include <QScopedValueRollback>
 #include <QSet>
@@ -58,20 +61,39 @@ PackageList Uninstaller::removalOrder(const PackagePointer &package) const
     return order;
 }
 
-void Uninstaller::uninstall(const PackageList &packages)
+Removal Uninstaller::uninstall(const PackageList &packages)
 {
     const QScopedValueRollback<bool> busy(m_busy, true);
-    for (const PackagePointer &package : packages)
-        remove(*package);
+    Removal removal;
+    for (const PackagePointer &package : packages) {
+        if (!simulatorIsThere(removal) || !remove(*package, removal))
+            break;
+    }
+    return removal;
 }
 
-void Uninstaller::remove(Package &package)
+bool Uninstaller::simulatorIsThere(Removal &removal) const
+{
+    if (holdsSimulator(m_folders.installation))
+        return true;
+    logLine(QStringLiteral("No simulator : ") + m_folders.installation);
+    removal.missingSimulator = m_folders.installation;
+    return false;
+}
+
+/// Returns whether the package is removed as far as it can be.
+bool Uninstaller::remove(Package &package, Removal &removal)
 {
     const QString version = m_database.version(package);
     const PackageVersionPointer record = package.findVersion(version);
     package.setState(Package::UNINSTALLING);
     if (record)
         PackageFiles(m_folders, *record).remove();
+    // A disk that went meanwhile takes along what could not be removed any more.
+    if (!simulatorIsThere(removal)) {
+        package.setState(Package::INSTALLED);
+        return false;
+    }
     package.setUpdateAvailable(false);
     package.setState(Package::AVAILABLE);
     m_database.record(package, version);
@@ -79,6 +101,7 @@ void Uninstaller::remove(Package &package)
     // takes the backups.
     if (record)
         PackageFiles(m_folders, *record).giveUpReturned();
+    return true;
 }
 
 void Uninstaller::clearUp(const PackageList &packages)

@@ -2,6 +2,7 @@
 
 #include "packages/Dependencies.h"
 #include "packages/PackageFiles.h"
+#include "packages/Removal.h"
 
 namespace Kavo::Models {
 
@@ -19,8 +20,9 @@ public:
     /// package.
     PackageList removalOrder(const PackagePointer &package) const;
 
-    /// Removes the packages in this order; returns when their files are gone.
-    void uninstall(const PackageList &packages);
+    /// Removes the packages in this order; returns when their files are gone. Stops where the
+    /// simulator is not there: its files may come back with its disk.
+    Removal uninstall(const PackageList &packages);
 
     /// Takes away what a sudden end has left in the preserve and backup folders although it stands
     /// in its place again. Does nothing for a package that is installed or being worked on. Not
@@ -29,7 +31,8 @@ public:
 
 private:
     void clearUp(Package &package);
-    void remove(Package &package);
+    bool simulatorIsThere(Removal &removal) const;
+    bool remove(Package &package, Removal &removal);
 
     InstalledPackageDatabase &m_database;
     Dependencies m_dependencies;

@@ -3,6 +3,7 @@
 #include "dialogs/MessageBoxes.h"
 #include "packages/PackageController.h"
 #include "ui/ForeignText.h"
+#include "ui/OneLine.h"
 #include "ui/WebPage.h"
 
 #include <QApplication>
@@ -12,6 +13,7 @@ namespace Kavo::Ui {
 using Models::Package;
 using Models::PackageList;
 using Models::PackagePointer;
+using Models::Removal;
 
 namespace {
 
@@ -63,17 +65,28 @@ void PackageActions::uninstall()
                 nameList(dependents);
     if (!ask(tr("Uninstall Package"), text))
         return;
-    // The question may have stood open for a while.
-    const PackageList blockers = m_controller->removalBlockers(m_package);
+    Removal removal;
     {
         const WaitCursor cursor;
-        m_controller->uninstall(m_package);
+        removal = m_controller->uninstall(m_package);
     }
-    if (!blockers.isEmpty())
-        Dialogs::showMessage(m_widget, QMessageBox::Information, tr("Uninstall Package"),
-                             tr("This package cannot be uninstalled now.\n\nWork on the "
-                                "following packages has to end first\n\n") +
-                                 nameList(blockers));
+    tellOf(removal);
+}
+
+/// Tells what kept a removal from being done.
+void PackageActions::tellOf(const Removal &removal)
+{
+    QString text;
+    if (!removal.blockers.isEmpty())
+        text = tr("This package cannot be uninstalled now.\n\nWork on the following packages has "
+                  "to end first\n\n") +
+               nameList(removal.blockers);
+    else if (removal.missingSimulator)
+        text = tr("This package cannot be uninstalled now.\n\nThe folder of the simulator is not "
+                  "there, or no simulator is in it\n\n") +
+               oneLine(*removal.missingSimulator) + QLatin1Char('\n');
+    if (!text.isEmpty())
+        Dialogs::showMessage(m_widget, QMessageBox::Information, tr("Uninstall Package"), text);
 }
 
 void PackageActions::openHelp()

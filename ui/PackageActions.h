@@ -11,6 +11,10 @@ namespace Kavo::Controllers {
 class PackageController;
 }
 
+namespace Kavo::Models {
+struct Removal;
+}
+
 namespace Kavo::Ui {
 
 /// What the user can have done to one package, with the questions that are asked before.
@@ -38,6 +42,7 @@ private:
     bool confirmDependencies();
     bool confirmDependents(const QString &version);
     bool ask(const QString &title, const QString &text);
+    void tellOf(const Models::Removal &removal);
     void start(const QString &version);
     static QString nameList(const Models::PackageList &packages);
 

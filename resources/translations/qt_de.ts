@@ -223,6 +223,18 @@ Zuerst müssen die Arbeiten an den folgenden Paketen enden
 </translation>
     </message>
     <message>
+        <source>This package cannot be uninstalled now.
+
+The folder of the simulator is not there, or no simulator is in it
+
+</source>
+        <translation>Dieses Paket kann jetzt nicht deinstalliert werden.
+
+Der Ordner des Simulators ist nicht da, oder es ist kein Simulator darin
+
+</translation>
+    </message>
+    <message>
         <source>Uninstall Package</source>
         <translation>Paket deinstallieren</translation>
     </message>

@@ -3,7 +3,9 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"
 
+#include <QDir>
 #include <QSemaphore>
+#include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 
@@ -16,6 +18,23 @@ namespace {
 
 /// A file of the simulator's that an add-on replaces.
 const QString Lights = QStringLiteral("lights.txt");
+
+/// What is not to be found under its name until it is brought back.
+class MovedAway final
+{
+public:
+    explicit MovedAway(const QString &path) : m_path(QDir::cleanPath(path))
+    {
+        if (!QFile::rename(m_path, elsewhere()))
+            qFatal("It cannot be moved");
+    }
+    bool bringBack() const { return QFile::rename(elsewhere(), m_path); }
+
+private:
+    QString elsewhere() const { return m_path + QStringLiteral(".away"); }
+
+    QString m_path;
+};
 
 } // namespace
 
@@ -38,6 +57,10 @@ private slots:
     void packageThatADownloadingOneNeedsStays();
     void packageOfWhichADependentNeedsItsDependencyStays();
     void anotherPackageIsRemovedDuringAnInstallation();
+    void missingSimulatorKeepsThePackage_data();
+    void missingSimulatorKeepsThePackage();
+    void simulatorThatGoesMeanwhileKeepsTheRest_data();
+    void simulatorThatGoesMeanwhileKeepsTheRest();
     void otherPeoplesFilesStay();
     void removalOfAnUpdatablePackageClearsItsMark();
     void backupStaysUntilTheRemovalIsDone();
@@ -290,6 +313,75 @@ void UninstallationTest::anotherPackageIsRemovedDuringAnInstallation()
     QCOMPARE(m_engine->recordedStatus(2), 1);
     QVERIFY(!QFile::exists(m_engine->simulator(Engine::fileOf(1))));
     QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(2))));
+}
+
+void UninstallationTest::missingSimulatorKeepsThePackage_data()
+{
+    QTest::addColumn<QString>("moved");
+    QTest::newRow("folder") << QString();
+    QTest::newRow("executable") << QStringLiteral("X-Plane-x86_64");
+}
+
+void UninstallationTest::missingSimulatorKeepsThePackage()
+{
+    QFETCH(QString, moved);
+    m_engine->offer(replacing(7));
+    QVERIFY(writeFile(m_engine->simulator(Lights), "original"));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    const QString folder = m_engine->simulator({});
+    const auto before = fileTree(folder);
+    const MovedAway disk(folder + moved);
+    const LogCapture log;
+    QSignalSpy states(m_engine->package(7).data(), &Package::stateChanged);
+    const Removal refused = m_engine->controller().uninstall(m_engine->package(7));
+    QVERIFY(refused.missingSimulator && *refused.missingSimulator == folder);
+    QVERIFY(log.contains(QStringLiteral("No simulator : ") + folder));
+    QVERIFY(states.isEmpty());
+    QCOMPARE(m_engine->package(7)->state(), Package::INSTALLED);
+    QCOMPARE(m_engine->recordedStatus(7), 1);
+    QCOMPARE(readFile(backup()), QByteArray("original"));
+
+    QVERIFY(disk.bringBack());
+    QCOMPARE(fileTree(folder), before);
+    QVERIFY(!m_engine->controller().uninstall(m_engine->package(7)).missingSimulator);
+    QCOMPARE(m_engine->package(7)->state(), Package::AVAILABLE);
+    QCOMPARE(readFile(m_engine->simulator(Lights)), QByteArray("original"));
+}
+
+void UninstallationTest::simulatorThatGoesMeanwhileKeepsTheRest_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::addColumn<int>("id");
+    QTest::newRow("between two packages") << int(Package::AVAILABLE) << 2;
+    QTest::newRow("during the second") << int(Package::UNINSTALLING) << 1;
+}
+
+void UninstallationTest::simulatorThatGoesMeanwhileKeepsTheRest()
+{
+    QFETCH(int, state);
+    QFETCH(int, id);
+    m_engine->offer(removable(1));
+    m_engine->offer(removable(2, {QStringLiteral("1")}));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(2));
+    const QString folder = m_engine->simulator({});
+    std::unique_ptr<MovedAway> disk;
+    const QObject context;
+    connect(m_engine->package(id).data(), &Package::stateChanged, &context,
+            [&disk, folder, state](Package::State reached) {
+                if (reached == state && !disk)
+                    disk = std::make_unique<MovedAway>(folder);
+            });
+    QVERIFY(m_engine->controller().uninstall(m_engine->package(1)).missingSimulator);
+    QVERIFY(disk && disk->bringBack());
+    QCOMPARE(m_engine->package(2)->state(), Package::AVAILABLE);
+    QCOMPARE(m_engine->recordedStatus(2), 0);
+    QCOMPARE(m_engine->package(1)->state(), Package::INSTALLED);
+    QCOMPARE(m_engine->recordedStatus(1), 1);
+    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(1))));
+    QVERIFY(!m_engine->controller().uninstall(m_engine->package(1)).missingSimulator);
+    QVERIFY(!QFile::exists(m_engine->simulator(Engine::fileOf(1))));
 }
 
 void UninstallationTest::otherPeoplesFilesStay()

@@ -12,6 +12,7 @@
 #include <memory>
 
 using namespace Kavo::Testing;
+using Kavo::Settings;
 using Kavo::Models::Package;
 using Kavo::Models::PackagePointer;
 using Kavo::Ui::PackageActions;
@@ -67,6 +68,7 @@ private slots:
     void escapeRefusesUninstall();
     void uninstallNamesTheDependents();
     void uninstallTellsWhatIsInItsWay();
+    void uninstallTellsOfAMissingSimulator();
     void waitCursorCoversTheRemoval();
 
     void helpAndManualAreOpened();
@@ -442,6 +444,32 @@ void PackageActionsTest::uninstallTellsWhatIsInItsWay()
     QCOMPARE(state(1), Package::INSTALLED);
     m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
     QVERIFY(installs(2));
+}
+
+void PackageActionsTest::uninstallTellsOfAMissingSimulator()
+{
+    // A name may hold anything but a slash, and is no markup.
+    const QString folder = m_engine->profile().folder(QStringLiteral("<b>X\nPlane</b>"));
+    m_engine->settings()->setPending(Settings::INSTALLATION, folder);
+    m_engine->settings()->apply();
+    QVERIFY(writeFile(folder + QStringLiteral("X-Plane-x86_64"), "simulator"));
+    offer(1, "1.0");
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(1));
+    QVERIFY(QFile::remove(folder + QStringLiteral("X-Plane-x86_64")));
+    MessageBoxAnswers answers;
+    answers.expect(QStringLiteral("Uninstall Package"),
+                   QStringLiteral("Uninstall package-1 from this system"), QMessageBox::Yes);
+    answers.expect(QStringLiteral("Uninstall Package"),
+                   QStringLiteral("This package cannot be uninstalled now.\n\nThe folder of the "
+                                  "simulator is not there, or no simulator is in it\n\n") +
+                       QString(folder).replace(QLatin1Char('\n'), QLatin1Char('?')) +
+                       QLatin1Char('\n'),
+                   QMessageBox::Ok);
+    actions(1).uninstall();
+    QVERIFY(answers.allShown());
+    QCOMPARE(state(1), Package::INSTALLED);
+    QVERIFY(QFile::exists(folder + Engine::fileOf(1)));
 }
 
 void PackageActionsTest::waitCursorCoversTheRemoval()

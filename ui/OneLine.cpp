@@ -1,0 +1,28 @@
+#include "ui/OneLine.h"
+
+#include <QVector>
+
+namespace Kavo::Ui {
+
+namespace {
+
+bool isShown(uint character)
+{
+    // Neither of these two breaks counts as unprintable.
+    return QChar::isPrint(character) && character != QChar::LineSeparator &&
+           character != QChar::ParagraphSeparator;
+}
+
+} // namespace
+
+QString oneLine(const QString &path)
+{
+    QVector<uint> characters = path.toUcs4();
+    for (uint &character : characters) {
+        if (!isShown(character))
+            character = '?';
+    }
+    return QString::fromUcs4(characters.constData(), characters.size());
+}
+
+} // namespace Kavo::Ui
