@@ -35,11 +35,11 @@ InstallationResult InstallationTask::install() const
         logLine(QStringLiteral("Skipping path : ") + m_version->install->extract);
         return result;
     }
-    files.preserve();
     // The removal below follows the rules of the version that is being installed, also at the
     // first installation: an original that these rules both back up and remove must be safe by
     // then. It stays safe until the package is uninstalled.
-    files.backUp();
+    if (!files.secure().isEmpty())
+        return result;
     result.touched = true;
     files.remove();
     if (!unpack(files))

@@ -82,17 +82,20 @@ QString PackageFiles::extractFolder() const
     return isOwnFolder ? QDir::cleanPath(m_folders.installation) : QString();
 }
 
-void PackageFiles::preserve() const
+QString PackageFiles::secure() const
 {
-    for (const QString &entry : m_version.install->preserve) {
-        park(entry, m_folders.preserve);
-        // From here on the copy is the one that counts, until the installation has come to its end.
-        // The mark goes after the copying: were it to go first, a sudden end in between would leave
-        // the older content as if it were the only one.
-        const QString parked = parkedPlace(entry, m_folders.preserve);
-        if (!parked.isEmpty())
-            unsettle(parked);
+    QStringList made;
+    QString failed = park(m_version.install->preserve, m_folders.preserve, &made);
+    if (failed.isEmpty())
+        failed = park(m_version.install->backup, m_folders.backup, &made);
+    if (failed.isEmpty()) {
+        unsettleKept();
+        return QString();
     }
+    // A later edit of the user must not lose against a copy of work that has not begun.
+    for (const QString &copy : qAsConst(made))
+        QFile::remove(copy);
+    return failed;
 }
 
 void PackageFiles::remove() const
@@ -101,12 +104,6 @@ void PackageFiles::remove() const
         removeEntry(entry);
     for (const QString &entry : m_version.install->backup)
         bringBack(entry, m_folders.backup);
-}
-
-void PackageFiles::backUp() const
-{
-    for (const QString &entry : m_version.install->backup)
-        park(entry, m_folders.backup);
 }
 
 void PackageFiles::restorePreserved() const
@@ -195,19 +192,53 @@ void PackageFiles::removeEntry(const QString &entry) const
         logLine(QStringLiteral("Removal failed : ") + path);
 }
 
-void PackageFiles::park(const QString &entry, const QString &folder) const
+/// Copies files to one of the folders and adds the copies that were not there before. Returns the
+/// first file that could not be copied; the rest is not tried.
+QString PackageFiles::park(const QStringList &entries, const QString &folder,
+                           QStringList *made) const
 {
-    const QString source = installed(entry);
-    if (source.isEmpty() || !QFileInfo::exists(source))
-        return;
+    for (const QString &entry : entries) {
+        const QString source = installed(entry);
+        if (source.isEmpty() || !QFileInfo::exists(source))
+            continue;
+        const QString target = parkedPlace(entry, folder);
+        const bool isNew = !target.isEmpty() && !isTaken(target);
+        if (!makeCopy(entry, source, folder))
+            return source;
+        if (isNew && !QFileInfo(source).isDir())
+            made->append(target);
+    }
+    return QString();
+}
+
+/// Returns whether there is a copy now, if there has to be one.
+bool PackageFiles::makeCopy(const QString &entry, const QString &source, const QString &folder)
+{
     ensureDirectory(folder, true);
     const QString target = parkedPlace(entry, folder);
-    if (target.isEmpty())
+    const bool isFolder = QFileInfo(source).isDir();
+    if (target.isEmpty()) {
         logSkipped(entry);
-    else if (QFileInfo(source).isDir())
+        return isFolder;
+    }
+    if (isFolder) {
         makeParent(target);
-    else if (!QFileInfo(target).isFile() || isOlder(target, source))
-        copyFile(copyOver, source, target);
+        return true;
+    }
+    const bool isKept = QFileInfo(target).isFile() && !isOlder(target, source);
+    return isKept || copyFile(copyOver, source, target);
+}
+
+/// From here on the copies are the ones that count, until the installation has come to its end.
+/// The marks go after all copying: were one to go first, a sudden end or a failure in between would
+/// leave an older content as if it were the only one.
+void PackageFiles::unsettleKept() const
+{
+    for (const QString &entry : m_version.install->preserve) {
+        const QString kept = parkedPlace(entry, m_folders.preserve);
+        if (!kept.isEmpty())
+            unsettle(kept);
+    }
 }
 
 PackageFiles::Return PackageFiles::bringBack(const QString &entry, const QString &folder) const

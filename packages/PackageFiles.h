@@ -18,8 +18,8 @@ struct PackageFolders
 ///
 /// Only single files are carried across: for a folder in a preserve or backup list just the
 /// target's parent folder is made. A copy never overwrites, and a file that is only half copied
-/// never bears the name of the whole one. Failing copies and removals are logged and the rest goes
-/// on, and a parked file is given up only when its content stands in its place again.
+/// never bears the name of the whole one. Failing copies and removals are logged, and the rest goes
+/// on but for secure(). A parked file is given up only when its content stands in its place again.
 ///
 /// Rules come from outside: an entry that is empty, absolute or leads out of its folder by ".." is
 /// skipped with a log line, and so is one that names a folder in which the simulator or one of the
@@ -36,17 +36,20 @@ public:
     /// simulator's folder.
     QString extractFolder() const;
 
-    /// Copies the files to keep to the preserve folder. A copy that is there already stays, since
-    /// it may be the user's only one, unless an earlier installation has come to its end without it
-    /// and the user has edited the file since: then the copy is older and gives way. To be called
-    /// before anything is removed.
-    void preserve() const;
+    /// Copies the files to keep to the preserve folder and originals to the backup folder. To be
+    /// called before anything is removed.
+    ///
+    /// A backup that is there already stays. So does a copy of a file to keep, since it may be the
+    /// user's only one, unless an earlier installation has come to its end without it and the user
+    /// has edited the file since: then the copy is older and gives way.
+    ///
+    /// Returns the path of the first file that could not be copied, empty when all is safe. After a
+    /// failure nothing may be replaced or removed. What was copied is taken away again then.
+    QString secure() const;
     /// Deletes what the removal rule lists, then puts the backed up originals back. The backups
     /// stay, so that a removal that was cut short can be repeated: the second one would delete
     /// the originals that the first has put back.
     void remove() const;
-    /// Copies originals to the backup folder, unless a backup is there already.
-    void backUp() const;
     /// Copies preserved files back and deletes the preserved copies. One whose place the archive
     /// has taken stays and is settled. To be called when everything is unpacked.
     void restorePreserved() const;
@@ -67,7 +70,9 @@ private:
     QString ownFolderAround(const QString &path) const;
     bool isNeeded(const QString &path) const;
     void removeEntry(const QString &entry) const;
-    void park(const QString &entry, const QString &folder) const;
+    QString park(const QStringList &entries, const QString &folder, QStringList *made) const;
+    static bool makeCopy(const QString &entry, const QString &source, const QString &folder);
+    void unsettleKept() const;
     Return bringBack(const QString &entry, const QString &folder) const;
     void giveUpReturned(const QString &entry, const QString &folder) const;
     static QString parkedPlace(const QString &entry, const QString &folder);

@@ -101,8 +101,7 @@ void CommonPlacesTest::executableIsNeitherKeptNorBackedUp()
                                  QStringLiteral("X-Plane-x86_64")};
     version.install->preserve = executable;
     version.install->backup = executable;
-    files(version).preserve();
-    files(version).backUp();
+    files(version).secure();
     for (const QString &folder : {m_profile->preserveFolder(), m_profile->backupFolder()})
         QVERIFY(!QFileInfo::exists(folder + QStringLiteral("X-Plane-x86_64")));
 }

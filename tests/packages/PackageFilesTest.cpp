@@ -12,6 +12,7 @@
 #include <memory>
 
 using namespace Kavo::Models;
+using Kavo::Testing::filesUnder;
 using Kavo::Testing::fileTree;
 using Kavo::Testing::LogCapture;
 using Kavo::Testing::ScratchProfile;
@@ -68,6 +69,8 @@ private slots:
     void copyOfUnfinishedWorkIsNotTakenForASettledOne();
     void copyThatCannotBeBroughtBackIsNotSettled();
     void settledCopyStaysWhileTheArchivesFileIsUnchanged();
+    void failedCopyTakesNewCopiesAway();
+    void failedCopyLeavesSettledOnesSettled();
     void halfAMarkIsNone();
     void settledCopyComesBackWhereNothingStands();
     void markOfACopyThatIsGoneCountsForNoOther();
@@ -120,7 +123,7 @@ void PackageFilesTest::settleCopy(const QByteArray &content)
 {
     m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
     write(settings(), content);
-    files().preserve();
+    files().secure();
     write(settings(), "archive's");
     files().restorePreserved();
     QCOMPARE(read(keptSettings()), content);
@@ -200,8 +203,7 @@ void PackageFilesTest::linkOfTheUserOnTheWayIsFollowed()
     m_version->install->preserve = m_version->install->backup = QStringList{path};
     m_version->uninstall->remove = QStringList{entry};
     const LogCapture log;
-    files().preserve();
-    files().backUp();
+    files().secure();
     QCOMPARE(read(m_folders.preserve + path), QByteArray("own"));
     QCOMPARE(read(m_folders.backup + path), QByteArray("own"));
     write(disk + file, "package's");
@@ -229,8 +231,7 @@ void PackageFilesTest::linkBelowARemovalEntryIsNoWayOut()
     m_version->uninstall->remove = QStringList{victim, added, QStringLiteral("Scenery/Field/door/"),
                                                QStringLiteral("Scenery/Field/")};
     const LogCapture log;
-    files().preserve();
-    files().backUp();
+    files().secure();
     QVERIFY(!QFile::exists(m_folders.preserve + victim));
     QVERIFY(!QFile::exists(m_folders.backup + victim));
     QCOMPARE(log.lines().count(QStringLiteral("Skipping path : ") + victim), 2);
@@ -249,7 +250,7 @@ void PackageFilesTest::linkBelowARemovalEntryMayLeadInside()
     const QString settings = QStringLiteral("Scenery/Field/short/settings.ini");
     m_version->install->preserve = QStringList{settings};
     m_version->uninstall->remove = QStringList{QStringLiteral("Scenery/Field")};
-    files().preserve();
+    files().secure();
     QCOMPARE(read(m_folders.preserve + settings), QByteArray("user's"));
 }
 
@@ -339,8 +340,7 @@ void PackageFilesTest::pathThroughALoopOfLinksIsSkipped()
     for (const QString &entry : entries)
         write(m_folders.preserve + entry, "user's");
     const LogCapture log;
-    files().preserve();
-    files().backUp();
+    files().secure();
     files().remove();
     files().restorePreserved();
     for (const QString &entry : entries) {
@@ -376,7 +376,7 @@ void PackageFilesTest::preservedFileComesBackAndItsCopyGoes()
     const QString parked = m_folders.preserve + QStringLiteral("plugin/settings.ini");
     write(path, "user's");
     m_version->install->preserve = QStringList{QStringLiteral("plugin/settings.ini")};
-    files().preserve();
+    files().secure();
     QCOMPARE(read(parked), QByteArray("user's"));
     QVERIFY(QDir(simulator(QStringLiteral("plugin"))).removeRecursively());
     files().restorePreserved();
@@ -390,7 +390,7 @@ void PackageFilesTest::preservedFileThatTheArchiveBringsIsNotOverwrittenNorLost(
     const QString parked = m_folders.preserve + QStringLiteral("settings.ini");
     write(path, "user's");
     m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
-    files().preserve();
+    files().secure();
     write(path, "archive's");
     const LogCapture log;
     files().restorePreserved();
@@ -403,7 +403,7 @@ void PackageFilesTest::settledCopyGivesWayToTheFile()
 {
     settleCopy("user's first");
     write(settings(), "user's second");
-    files().preserve();
+    files().secure();
     QCOMPARE(read(keptSettings()), QByteArray("user's second"));
     QVERIFY(QFile::remove(settings()));
     files().restorePreserved();
@@ -416,10 +416,10 @@ void PackageFilesTest::copyOfUnfinishedWorkIsNotOverwritten()
     // The first installation has ended suddenly, or failed, when the archive's file stood there.
     m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
     write(settings(), "user's");
-    files().preserve();
+    files().secure();
     write(settings(), "archive's");
     const LogCapture log;
-    files().preserve();
+    files().secure();
     QCOMPARE(read(keptSettings()), QByteArray("user's"));
     QCOMPARE(log.lines(), QStringList());
 }
@@ -429,9 +429,9 @@ void PackageFilesTest::copyOfUnfinishedWorkIsNotTakenForASettledOne()
     // As before, with a settled copy in the place of the one that unfinished work has left.
     settleCopy("user's first");
     write(settings(), "user's second");
-    files().preserve();
+    files().secure();
     write(settings(), "next archive's");
-    files().preserve();
+    files().secure();
     QCOMPARE(read(keptSettings()), QByteArray("user's second"));
 }
 
@@ -441,7 +441,7 @@ void PackageFilesTest::copyThatCannotBeBroughtBackIsNotSettled()
     const QString entry = QStringLiteral("plugin/settings.ini");
     m_version->install->preserve = QStringList{entry};
     write(simulator(entry), "user's");
-    files().preserve();
+    files().secure();
     QVERIFY(QDir(simulator(QStringLiteral("plugin"))).removeRecursively());
     write(simulator(QStringLiteral("plugin")), "in the way");
     const LogCapture log;
@@ -450,7 +450,7 @@ void PackageFilesTest::copyThatCannotBeBroughtBackIsNotSettled()
                              .arg(m_folders.preserve + entry, simulator(entry))));
     QVERIFY(QFile::remove(simulator(QStringLiteral("plugin"))));
     write(simulator(entry), "archive's");
-    files().preserve();
+    files().secure();
     QCOMPARE(read(m_folders.preserve + entry), QByteArray("user's"));
 }
 
@@ -459,13 +459,50 @@ void PackageFilesTest::settledCopyStaysWhileTheArchivesFileIsUnchanged()
     // As after a sudden end at the very end of an installation that is then repeated.
     settleCopy("user's");
     for (int attempt = 0; attempt < 2; ++attempt) {
-        files().preserve();
+        files().secure();
         QCOMPARE(read(keptSettings()), QByteArray("user's"));
         files().restorePreserved();
     }
     write(settings(), "user's second");
-    files().preserve();
+    files().secure();
     QCOMPARE(read(keptSettings()), QByteArray("user's second"));
+}
+
+void PackageFilesTest::failedCopyTakesNewCopiesAway()
+{
+    const QStringList entries{QStringLiteral("a.txt"), QStringLiteral("b.txt"),
+                              QStringLiteral("c.txt")};
+    m_version->install->preserve = entries;
+    m_version->install->backup = QStringList{QStringLiteral("d.txt"), QStringLiteral("e.txt")};
+    for (const QString &entry : entries + m_version->install->backup)
+        write(simulator(entry), "user's");
+    write(m_folders.preserve + QStringLiteral("a.txt"), "user's before");
+    write(m_folders.backup + QStringLiteral("d.txt"), "original before");
+    QVERIFY(QDir().mkpath(m_folders.backup + QStringLiteral("e.txt")));
+    QCOMPARE(files().secure(), simulator(QStringLiteral("e.txt")));
+    QCOMPARE(filesUnder(m_folders.preserve), QStringList{QStringLiteral("a.txt")});
+    QCOMPARE(filesUnder(m_folders.backup), QStringList{QStringLiteral("d.txt")});
+    // The first failure ends it.
+    QVERIFY(QDir().mkpath(m_folders.preserve + QStringLiteral("b.txt")));
+    const LogCapture log;
+    QCOMPARE(files().secure(), simulator(QStringLiteral("b.txt")));
+    QCOMPARE(log.lines().size(), 1);
+}
+
+void PackageFilesTest::failedCopyLeavesSettledOnesSettled()
+{
+    settleCopy("user's first");
+    write(settings(), "user's second");
+    write(simulator(QStringLiteral("lights.txt")), "original");
+    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
+    const QString inTheWay = m_folders.backup + QStringLiteral("lights.txt");
+    QVERIFY(QDir().mkpath(inTheWay));
+    QCOMPARE(files().secure(), simulator(QStringLiteral("lights.txt")));
+    // Nothing has been touched, so the user goes on with the file in the simulator.
+    write(settings(), "user's third");
+    QVERIFY(QDir().rmdir(inTheWay));
+    QCOMPARE(files().secure(), QString());
+    QCOMPARE(read(keptSettings()), QByteArray("user's third"));
 }
 
 void PackageFilesTest::halfAMarkIsNone()
@@ -476,7 +513,7 @@ void PackageFilesTest::halfAMarkIsNone()
     QFile mark(m_folders.preserve + parked.first());
     QVERIFY(parked.first().startsWith(QLatin1Char('.')) && mark.resize(mark.size() / 2));
     write(settings(), "archive's of another version");
-    files().preserve();
+    files().secure();
     QCOMPARE(read(keptSettings()), QByteArray("user's"));
 }
 
@@ -484,7 +521,7 @@ void PackageFilesTest::settledCopyComesBackWhereNothingStands()
 {
     settleCopy("user's");
     QVERIFY(QFile::remove(settings()));
-    files().preserve();
+    files().secure();
     files().restorePreserved();
     QCOMPARE(read(settings()), QByteArray("user's"));
     QCOMPARE(fileTree(m_folders.preserve), Tree());
@@ -495,9 +532,9 @@ void PackageFilesTest::markOfACopyThatIsGoneCountsForNoOther()
     settleCopy("user's first");
     QVERIFY(QFile::remove(keptSettings()));
     write(settings(), "user's second");
-    files().preserve();
+    files().secure();
     write(settings(), "next archive's");
-    files().preserve();
+    files().secure();
     QCOMPARE(read(keptSettings()), QByteArray("user's second"));
 }
 
@@ -513,7 +550,7 @@ void PackageFilesTest::preservedFolderMakesOnlyItsParent()
 {
     write(simulator(QStringLiteral("plugin/data/file.txt")), "user's");
     m_version->install->preserve = QStringList{QStringLiteral("plugin/data")};
-    files().preserve();
+    files().secure();
     QVERIFY(QFileInfo(m_folders.preserve + QStringLiteral("plugin")).isDir());
     QVERIFY(!QFile::exists(m_folders.preserve + QStringLiteral("plugin/data")));
 
@@ -536,7 +573,7 @@ void PackageFilesTest::preserveEntriesThatLeaveTheSimulatorAreSkipped()
     m_version->install->preserve = entries;
     m_version->uninstall->remove = QStringList{QStringLiteral("own")};
     const LogCapture log;
-    files().preserve();
+    files().secure();
     for (const QString &entry : entries)
         QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
     QVERIFY(!QFile::exists(m_folders.preserve + QStringLiteral("own")));
@@ -561,7 +598,7 @@ void PackageFilesTest::backupIsMadeOnceAndPutBackOnRemoval()
     write(path, "original");
     m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
     m_version->uninstall->remove = QStringList{QStringLiteral("lights.txt")};
-    files().backUp();
+    files().secure();
     QCOMPARE(read(backup), QByteArray("original"));
     write(path, "package's");
     files().remove();
@@ -579,7 +616,7 @@ void PackageFilesTest::removalThatWasCutShortCanBeRepeated()
     m_version->uninstall->remove = replaced;
     for (const QString &path : replaced)
         write(simulator(path), "original");
-    files().backUp();
+    files().secure();
     files().remove();
     files().remove();
     for (const QString &path : replaced)
@@ -611,7 +648,7 @@ void PackageFilesTest::firstBackupIsNeverOverwritten()
     write(backup, "original");
     write(simulator(QStringLiteral("lights.txt")), "package's");
     m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
-    files().backUp();
+    files().secure();
     QCOMPARE(read(backup), QByteArray("original"));
 }
 
@@ -622,10 +659,10 @@ void PackageFilesTest::onlyFailuresAreCalledSo()
     m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
     write(simulator(QStringLiteral("lights.txt")), "original");
     const LogCapture log;
-    files().backUp();
+    files().secure();
     files().remove();
     write(simulator(QStringLiteral("lights.txt")), "package's");
-    files().backUp();
+    files().secure();
     files().remove();
     QCOMPARE(log.lines(), QStringList());
     // Nor is a link of the user's in its place, wherever it leads.
@@ -639,7 +676,7 @@ void PackageFilesTest::onlyFailuresAreCalledSo()
     // A folder in the place of the backup is a failure.
     const QString backup = m_folders.backup + QStringLiteral("lights.txt");
     QVERIFY(QFile::remove(backup) && QDir().mkpath(backup));
-    files().backUp();
+    files().secure();
     QCOMPARE(log.lines(), QStringList{QStringLiteral("Copy failed : %1 -> %2")
                                           .arg(simulator(QStringLiteral("lights.txt")), backup)});
 }
@@ -659,7 +696,7 @@ void PackageFilesTest::backupFolderMakesOnlyItsParent()
 {
     write(simulator(QStringLiteral("a/data/file.txt")), "original");
     m_version->install->backup = QStringList{QStringLiteral("a/data")};
-    files().backUp();
+    files().secure();
     QVERIFY(QFileInfo(m_folders.backup + QStringLiteral("a")).isDir());
     QVERIFY(!QFile::exists(m_folders.backup + QStringLiteral("a/data")));
 }
@@ -671,7 +708,7 @@ void PackageFilesTest::backupThroughALinkOutOfTheBackupFolderIsSkipped()
     QVERIFY(QFile::link(outside, m_folders.backup + QStringLiteral("a")));
     write(simulator(QStringLiteral("a/file.txt")), "original");
     m_version->install->backup = QStringList{QStringLiteral("a/file.txt")};
-    files().backUp();
+    QCOMPARE(files().secure(), simulator(QStringLiteral("a/file.txt")));
     QVERIFY(!QFile::exists(outside + QStringLiteral("file.txt")));
 }
 
