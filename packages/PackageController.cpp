@@ -81,6 +81,13 @@ Models::Removal PackageController::uninstall(const PackagePointer &package)
     return refused;
 }
 
+PackageList PackageController::removedAlong(const PackagePointer &package) const
+{
+    PackageList order = m_uninstaller.removalOrder(package);
+    order.removeLast();
+    return order;
+}
+
 PackageList PackageController::removalBlockers(const PackagePointer &package) const
 {
     return m_installer.blockers(m_uninstaller.removalOrder(package));

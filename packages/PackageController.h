@@ -49,6 +49,9 @@ public:
     /// Removes the package and all its dependents; returns when that is done. Does nothing but log
     /// the reason while removalBlockers() names any or the simulator is not there.
     Models::Removal uninstall(const Models::PackagePointer &package);
+    /// What a removal of this package takes along, in the order in which it goes: all that needs
+    /// it, be it by way of another one.
+    Models::PackageList removedAlong(const Models::PackagePointer &package) const;
     /// The packages on their way because of which this one cannot be removed now: those that would
     /// go with it and those that need what would go.
     Models::PackageList removalBlockers(const Models::PackagePointer &package) const;

@@ -57,20 +57,31 @@ void PackageActions::uninstall()
 {
     if (!m_package)
         return;
-    QString text = tr("Uninstall") + QLatin1Char(' ') + m_package->name() + QLatin1Char(' ') +
-                   tr("from this system");
-    const PackageList dependents = m_controller->dependents(m_package, QString());
-    if (!dependents.isEmpty())
-        text += QStringLiteral("\n\nFollowing dependent extensions will also be uninstalled\n\n") +
-                nameList(dependents);
-    if (!ask(tr("Uninstall Package"), text))
-        return;
+    // An installation may end while the question stands open: nothing goes that it has not named.
+    PackageList named;
+    PackageList others = m_controller->removedAlong(m_package);
+    do {
+        named = others;
+        if (!confirmRemoval(named))
+            return;
+        others = m_controller->removedAlong(m_package);
+    } while (others != named);
     Removal removal;
     {
         const WaitCursor cursor;
         removal = m_controller->uninstall(m_package);
     }
     tellOf(removal);
+}
+
+bool PackageActions::confirmRemoval(const PackageList &others)
+{
+    QString text = tr("Uninstall") + QLatin1Char(' ') + m_package->name() + QLatin1Char(' ') +
+                   tr("from this system");
+    if (!others.isEmpty())
+        text += QStringLiteral("\n\nFollowing dependent extensions will also be uninstalled\n\n") +
+                nameList(others);
+    return ask(tr("Uninstall Package"), text);
 }
 
 /// Tells what kept a removal from being done.

@@ -41,6 +41,7 @@ private:
     bool confirmChangeLog(const QString &version);
     bool confirmDependencies();
     bool confirmDependents(const QString &version);
+    bool confirmRemoval(const Models::PackageList &others);
     bool ask(const QString &title, const QString &text);
     void tellOf(const Models::Removal &removal);
     void start(const QString &version);

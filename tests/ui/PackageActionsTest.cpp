@@ -67,6 +67,8 @@ private slots:
     void refusedUninstallRemovesNothing();
     void escapeRefusesUninstall();
     void uninstallNamesTheDependents();
+    void uninstallNamesWhatDependsOnDependents();
+    void uninstallAsksAgainWhenMoreWouldGo();
     void uninstallTellsWhatIsInItsWay();
     void uninstallTellsOfAMissingSimulator();
     void waitCursorCoversTheRemoval();
@@ -421,6 +423,63 @@ void PackageActionsTest::uninstallNamesTheDependents()
     QVERIFY(answers.allShown());
     for (const int id : {1, 2, 3})
         QCOMPARE(state(id), Package::AVAILABLE);
+}
+
+void PackageActionsTest::uninstallNamesWhatDependsOnDependents()
+{
+    // 4 needs 1 by way of 3 alone, and 5 in two ways; nothing of 6 goes, which is needed itself.
+    offer(6, "1.0");
+    offer(1, "1.0", {QStringLiteral("6")});
+    offer(2, "1.0", {QStringLiteral("1")});
+    offer(3, "1.0", {QStringLiteral("1")});
+    offer(4, "1.0", {QStringLiteral("3")});
+    offer(5, "1.0", {QStringLiteral("4"), QStringLiteral("2")});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(5));
+    MessageBoxAnswers answers;
+    answers.expect(QStringLiteral("Uninstall Package"),
+                   QStringLiteral("Uninstall package-1 from this system\n\nFollowing dependent "
+                                  "extensions will also be uninstalled\n\n"
+                                  "package-5\npackage-2\npackage-4\npackage-3\n"),
+                   QMessageBox::Yes);
+    actions(1).uninstall();
+    QVERIFY(answers.allShown());
+    for (const int id : {1, 2, 3, 4, 5})
+        QCOMPARE(state(id), Package::AVAILABLE);
+    QCOMPARE(state(6), Package::INSTALLED);
+}
+
+void PackageActionsTest::uninstallAsksAgainWhenMoreWouldGo()
+{
+    offer(1, "1.0");
+    offer(2, "1.0", {QStringLiteral("1")});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(1));
+    m_engine->server().resource(QStringLiteral("/package-2-1.0.zip")).holdsGet = true;
+    m_engine->install(2);
+    QVERIFY(m_engine->waitForState(2, Package::DOWNLOADING));
+    QStringList texts;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, this, [this, &texts] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
+        // The first answer comes when the installation has ended.
+        if (m_engine->package(2)->isBusy() || m_engine->controller().isBusy())
+            return;
+        texts.append(box->text());
+        box->button(texts.size() == 1 ? QMessageBox::Yes : QMessageBox::No)->click();
+    });
+    timer.start(2);
+    actions(1).uninstall();
+    const QString question = QStringLiteral("Uninstall package-1 from this system");
+    QCOMPARE(texts,
+             QStringList({question, question + QStringLiteral("\n\nFollowing dependent extensions "
+                                                              "will also be uninstalled\n\n"
+                                                              "package-2\n")}));
+    QCOMPARE(state(1), Package::INSTALLED);
+    QCOMPARE(state(2), Package::INSTALLED);
 }
 
 void PackageActionsTest::uninstallTellsWhatIsInItsWay()
