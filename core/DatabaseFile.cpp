@@ -34,10 +34,10 @@ DatabaseFile::~DatabaseFile()
     QSqlDatabase::removeDatabase(m_connection);
 }
 
-void DatabaseFile::open(const QString &schema)
+bool DatabaseFile::open(const QString &schema)
 {
     if (m_database.isOpen())
-        return;
+        return false;
     if (!m_database.isValid())
         m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
     m_database.setDatabaseName(applicationDataDirectory() + m_fileName);
@@ -46,10 +46,10 @@ void DatabaseFile::open(const QString &schema)
     m_patient = true;
     if (!m_database.open()) {
         logLine(m_database.lastError().text());
-        return;
+        return false;
     }
     QSqlQuery create = prepared(schema);
-    run(create);
+    return run(create);
 }
 
 void DatabaseFile::removeFile()

@@ -21,7 +21,8 @@ public:
     Q_DISABLE_COPY_MOVE(DatabaseFile)
 
     /// Opens the file, creating it when missing, and runs `schema`. Does nothing when it is open.
-    void open(const QString &schema);
+    /// Returns whether both were done.
+    bool open(const QString &schema);
     bool isOpen() const { return m_database.isOpen(); }
 
     /// Closes the connection and deletes the file, if there is one; open() makes a new one.

@@ -7,14 +7,14 @@
 namespace Kavo::Models {
 
 PackageList loadCatalogue(const QString &path, const QString &language,
-                          InstalledPackageDatabase &database)
+                          InstalledPackageDatabase &database, const QSet<int> &concerned)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const PackageList packages = parseCatalogue(file.readAll(), language);
     file.close();
-    database.markInstalled(packages);
+    database.markInstalled(packages, concerned);
     return packages;
 }
 

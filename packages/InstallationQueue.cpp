@@ -33,10 +33,12 @@ InstallationQueue::~InstallationQueue()
 {
     if (!m_busy)
         return;
-    // No event loop will deliver the result any more, but the files are on the disk. Asking for the
-    // result waits for it.
+    // No event loop will deliver the task's question or its result any more, but it has to come to
+    // its end. Asking for the result waits for it.
     m_watcher.disconnect();
     m_pending.clear();
+    if (m_permit->waitForQuestion())
+        permitRemoval();
     takeResult(m_watcher.result());
 }
 
@@ -134,6 +136,8 @@ void InstallationQueue::start(const InstallationWorkPointer &work)
                                            m_settings.folders, m_settings.extractor);
     m_busy = true;
     m_running = work;
+    m_permit = std::make_unique<RemovalPermit>();
+    connect(m_permit.get(), &RemovalPermit::asked, this, &InstallationQueue::permitRemoval);
     work->moveTo(InstallationWork::Phase::RUNNING);
     m_watcher.disconnect();
     connect(&m_watcher, &QFutureWatcher<InstallationResult>::finished, this,
@@ -141,8 +145,18 @@ void InstallationQueue::start(const InstallationWorkPointer &work)
     // The thread pool drops what it ran only after the result is there. By then the task must have
     // let go of the package, which may have no other holder left and belongs to the main thread,
     // and of the archive, which the next task may be the last to need.
-    m_watcher.setFuture(
-        QtConcurrent::run([task]() mutable { return std::exchange(task, nullptr)->run(); }));
+    m_watcher.setFuture(QtConcurrent::run([task, permit = m_permit.get()]() mutable {
+        const InstallationResult result = std::exchange(task, nullptr)->run(*permit);
+        permit->close();
+        return result;
+    }));
+}
+
+/// Whoever follows the work is told on the way, and does what must not come later.
+void InstallationQueue::permitRemoval()
+{
+    m_running->moveTo(InstallationWork::Phase::REPLACING);
+    m_permit->grant();
 }
 
 void InstallationQueue::takeResult(const InstallationResult &result)

@@ -9,6 +9,8 @@
 #include <QObject>
 #include <QVector>
 
+#include <memory>
+
 namespace Kavo::Models {
 
 /// The work whose archives are complete, in the order of arrival, and the one task that is running:
@@ -55,13 +57,15 @@ private:
     QVector<int> waitingFor() const;
     int firstOfCycle() const;
     void start(const InstallationWorkPointer &work);
+    void permitRemoval();
     void takeResult(const InstallationResult &result);
 
     const Catalogue &m_catalogue;
     const InstallationWorks &m_works;
     Settings m_settings;
     QList<InstallationWorkPointer> m_pending;
-    InstallationWorkPointer m_running; ///< what the task is working on while busy
+    InstallationWorkPointer m_running;       ///< what the task is working on while busy
+    std::unique_ptr<RemovalPermit> m_permit; ///< of the running task
     bool m_busy = false;
     bool m_walking = false; ///< ending one piece of work makes the owner call again
     QFutureWatcher<InstallationResult> m_watcher;

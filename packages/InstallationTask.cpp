@@ -17,15 +17,15 @@ InstallationTask::InstallationTask(PackagePointer package, PackageVersionPointer
     , m_extractor(std::move(extractor))
 {}
 
-InstallationResult InstallationTask::run()
+InstallationResult InstallationTask::run(RemovalPermit &permit)
 {
-    const InstallationResult result = install();
+    const InstallationResult result = install(permit);
     logLine(QStringLiteral("Removing file : ") + m_archive.archive());
     m_archive.deleteArchive();
     return result;
 }
 
-InstallationResult InstallationTask::install() const
+InstallationResult InstallationTask::install(RemovalPermit &permit) const
 {
     InstallationResult result;
     if (m_archive.archive().isEmpty())
@@ -40,6 +40,7 @@ InstallationResult InstallationTask::install() const
     // then. It stays safe until the package is uninstalled.
     if (!files.secure().isEmpty())
         return result;
+    permit.ask();
     result.touched = true;
     files.remove();
     if (!unpack(files))

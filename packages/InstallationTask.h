@@ -4,6 +4,7 @@
 #include "packages/InstallationResult.h"
 #include "packages/Package.h"
 #include "packages/PackageFiles.h"
+#include "packages/RemovalPermit.h"
 
 #include <QString>
 
@@ -20,10 +21,12 @@ public:
 
     /// The claim on the archive is released afterwards in any case, and the archive is gone unless
     /// another package still needs it.
-    InstallationResult run();
+    ///
+    /// Nothing of the simulator changes before `permit` is granted.
+    InstallationResult run(RemovalPermit &permit);
 
 private:
-    InstallationResult install() const;
+    InstallationResult install(RemovalPermit &permit) const;
     bool unpack(const PackageFiles &files) const;
 
     PackagePointer m_package;

@@ -20,6 +20,7 @@ Package::State stateOf(InstallationWork::Phase phase)
         return Package::DOWNLOADING;
     case Phase::QUEUED:
     case Phase::RUNNING:
+    case Phase::REPLACING:
         return Package::INSTALLING;
     case Phase::INSTALLED:
         return Package::INSTALLED;
@@ -62,6 +63,7 @@ bool InstallationWork::isEnded() const
     case Phase::DOWNLOADING:
     case Phase::QUEUED:
     case Phase::RUNNING:
+    case Phase::REPLACING:
         return false;
     case Phase::INSTALLED:
     case Phase::INSTALL_FAILED:

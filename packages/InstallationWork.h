@@ -13,10 +13,10 @@ namespace Kavo::Models {
 
 /// One version of one package on its way into the simulator: the single record of how far it is.
 ///
-///     STARTING -> PREPARING -> DOWNLOADING -> QUEUED -> RUNNING -> INSTALLED
-///                      |           |            |          '-----> INSTALL_FAILED
-///                      |           |            '----------------> DEPENDENCY_FAILED
-///                      '-----------'-----------------------------> DOWNLOAD_FAILED
+///     STARTING -> PREPARING -> DOWNLOADING -> QUEUED -> RUNNING -> REPLACING -> INSTALLED
+///                      |           |            |          '-----------'-----> INSTALL_FAILED
+///                      |           |            '----------------------------> DEPENDENCY_FAILED
+///                      '-----------'-----------------------------------------> DOWNLOAD_FAILED
 ///
 /// moveTo() is the only way from phase to phase. It sets the state of every object that stands for
 /// the package: the one that was asked for and, after refreshes, the new ones with its id. Version
@@ -33,8 +33,9 @@ public:
         STARTING,
         PREPARING,
         DOWNLOADING,
-        QUEUED,  ///< the archive is complete
-        RUNNING, ///< on the worker thread
+        QUEUED,    ///< the archive is complete
+        RUNNING,   ///< on the worker thread
+        REPLACING, ///< the same, about to remove the version before
         INSTALLED,
         INSTALL_FAILED,
         DOWNLOAD_FAILED,

@@ -1,5 +1,6 @@
 #include "packages/InstalledPackageDatabase.h"
 
+#include "core/DatabaseTransaction.h"
 #include "packages/VersionFile.h"
 
 #include <QRegularExpression>
@@ -53,11 +54,13 @@ QString versionText(const QVariant &value)
 InstalledPackageDatabase::InstalledPackageDatabase(const QString &installationFolder)
     : m_installationFolder(installationFolder)
     , m_file(QStringLiteral("PackageDatabaseConnection"), QStringLiteral("packages.db"))
+    , m_wholeVersions(m_file)
 {}
 
 void InstalledPackageDatabase::open()
 {
-    m_file.open(QLatin1String(Schema));
+    if (m_file.open(QLatin1String(Schema)))
+        m_wholeVersions.makeTable();
 }
 
 void InstalledPackageDatabase::reset()
@@ -69,6 +72,24 @@ void InstalledPackageDatabase::record(const Package &package, const QString &ver
 {
     if (!m_file.isOpen())
         return;
+    if (package.state() != Package::INSTALLED) {
+        writeRow(package, version);
+        return;
+    }
+    // Should they not reach the disk together: what is known to be whole is adopted once more.
+    const DatabaseTransaction together(m_file);
+    m_wholeVersions.remember(package.id(), version);
+    writeRow(package, version);
+}
+
+void InstalledPackageDatabase::forgetWhole(const Package &package)
+{
+    if (m_file.isOpen())
+        m_wholeVersions.forget(package.id());
+}
+
+void InstalledPackageDatabase::writeRow(const Package &package, const QString &version)
+{
     const std::optional<bool> known = isRecorded(package);
     if (!known)
         return;
@@ -83,12 +104,16 @@ void InstalledPackageDatabase::record(const Package &package, const QString &ver
     m_file.run(write);
 }
 
-void InstalledPackageDatabase::markInstalled(const PackageList &packages)
+void InstalledPackageDatabase::markInstalled(const PackageList &packages,
+                                             const QSet<int> &concerned)
 {
     if (!m_file.isOpen())
         return;
     // One statement for all: to ask for each package alone costs more than to parse the catalogue.
     QHash<qint64, Record> known = records();
+    const std::optional<WholeVersions::Texts> whole = m_wholeVersions.read();
+    bool remembers = whole.has_value();
+    const DatabaseTransaction together(m_file);
     for (const PackagePointer &package : packages) {
         auto record = known.find(package->id());
         if (record == known.end()) {
@@ -97,12 +122,16 @@ void InstalledPackageDatabase::markInstalled(const PackageList &packages)
                 continue;
             // Another package of the same id finds the row that was just written.
             record = known.insert(package->id(), {Package::INSTALLED, version});
+        } else if (whole && !concerned.contains(package->id())) {
+            adoptWhole(*package, whole->value(package->id()), *record);
         }
         if (record->status != Package::INSTALLED)
             continue;
         package->setState(Package::INSTALLED);
         if (record->version.isEmpty())
             record->version = adoptVersionFile(*package);
+        // One that cannot be written would be followed by as many as there are packages.
+        remembers = remembers && rememberRecorded(*package, *record, *whole);
         package->setUpdateAvailable(isOutdated(record->version, package->newestVersion()));
     }
 }
@@ -173,6 +202,30 @@ QString InstalledPackageDatabase::adoptVersionFile(Package &package)
     package.setState(Package::INSTALLED);
     record(package, version);
     return version;
+}
+
+/// Takes up that a version is still there although the row tells of later work. A row that says
+/// AVAILABLE tells of a removal.
+void InstalledPackageDatabase::adoptWhole(Package &package, const QString &whole, Record &known)
+{
+    if (whole.isEmpty() || known.status == Package::INSTALLED || known.status == Package::AVAILABLE)
+        return;
+    package.setState(Package::INSTALLED);
+    record(package, whole);
+    known = {Package::INSTALLED, whole};
+}
+
+/// An INSTALLED row that was not written together with the version known to be whole comes from a
+/// program that does not know of this, and is right. But where files may be missing, a removal did
+/// not come to its end. Returns false when it cannot be written.
+bool InstalledPackageDatabase::rememberRecorded(const Package &package, const Record &known,
+                                                const WholeVersions::Texts &whole)
+{
+    const auto text = whole.constFind(package.id());
+    const bool mayMissFiles = text != whole.cend() && text->isEmpty();
+    if (mayMissFiles || known.version.isEmpty() || whole.value(package.id()) == known.version)
+        return true;
+    return m_wholeVersions.remember(package.id(), known.version);
 }
 
 } // namespace Kavo::Models

@@ -2,8 +2,10 @@
 
 #include "core/DatabaseFile.h"
 #include "packages/Package.h"
+#include "packages/WholeVersions.h"
 
 #include <QHash>
+#include <QSet>
 #include <QString>
 
 #include <optional>
@@ -13,6 +15,10 @@ namespace Kavo::Models {
 /// Remembers across runs which packages are installed and in which version: the file
 /// "packages.db". Where it knows nothing of a package, the package's own version file in the
 /// simulator folder is read; markInstalled() takes what it says into the database.
+///
+/// A row names the version that is on its way as soon as one is. Which version is wholly on the
+/// disk stands beside it (WholeVersions), so that work that has ended before it removed anything
+/// leaves the version before installed.
 ///
 /// Failing statements are logged and otherwise ignored; while the file is not open nothing is
 /// written. Main thread.
@@ -29,13 +35,19 @@ public:
     /// Closes and deletes the file.
     void reset();
 
-    /// Stores the package's state at this moment together with the version text.
+    /// Stores the package's state at this moment together with the version text. An INSTALLED
+    /// version is known to be whole from then on.
     void record(const Package &package, const QString &version);
 
+    /// To be called before the first file of the package goes: no version of it is known to be
+    /// whole any more. On the disk when it returns.
+    void forgetWhole(const Package &package);
+
     /// For all packages of a new catalogue: those that are installed by the record or by their
-    /// version file become INSTALLED and learn whether an update is there. What only a version
-    /// file says is recorded.
-    void markInstalled(const PackageList &packages);
+    /// version file become INSTALLED and learn whether an update is there; so do those of which a
+    /// version is known to be whole whatever became of later work. What the record does not say is
+    /// recorded. The latter does not hold for the ids `concerned` by work that is going on.
+    void markInstalled(const PackageList &packages, const QSet<int> &concerned = {});
 
     /// The recorded state; UNKNOWN while the database is not open. Without a record INSTALLED if
     /// there is a version file, else NotRecorded.
@@ -55,10 +67,15 @@ private:
     std::optional<bool> isRecorded(const Package &package) const;
     QHash<qint64, Record> records() const;
     QString versionFile(const Package &package) const;
+    void writeRow(const Package &package, const QString &version);
     QString adoptVersionFile(Package &package);
+    void adoptWhole(Package &package, const QString &whole, Record &known);
+    bool rememberRecorded(const Package &package, const Record &known,
+                          const WholeVersions::Texts &whole);
 
     QString m_installationFolder;
     DatabaseFile m_file;
+    WholeVersions m_wholeVersions;
 };
 
 } // namespace Kavo::Models

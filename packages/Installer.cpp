@@ -1,8 +1,8 @@
 #include "packages/Installer.h"
 
 #include "downloads/DownloadManager.h"
+#include "packages/DependencyEntry.h"
 
-#include <QSet>
 #include <QVector>
 
 #include <algorithm>
@@ -43,6 +43,17 @@ PackageList Installer::blockers(const PackageList &leaving) const
             blockers.append(work->package());
     }
     return blockers;
+}
+
+QSet<int> Installer::concerned() const
+{
+    QSet<int> ids;
+    for (const InstallationWorkPointer &work : m_works) {
+        ids.insert(work->packageId());
+        for (const QString &entry : work->version()->depends)
+            ids.insert(DependencyEntry::parse(entry).packageId);
+    }
+    return ids;
 }
 
 void Installer::showOn(const Catalogue &catalogue)
@@ -146,8 +157,17 @@ void Installer::onMoved(const InstallationWorkPointer &work)
         m_queue.append(work);
         m_queue.processPendingInstallations();
         break;
-    case Phase::INSTALLED:
+    case Phase::REPLACING:
+        m_database.forgetWhole(*work->package());
+        break;
     case Phase::INSTALL_FAILED:
+        // Once more, should it not have been possible then.
+        if (work->result().touched)
+            m_database.forgetWhole(*work->package());
+        record();
+        onEnded(work);
+        break;
+    case Phase::INSTALLED:
     case Phase::DOWNLOAD_FAILED:
     case Phase::DEPENDENCY_FAILED:
         record();

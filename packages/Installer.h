@@ -6,6 +6,7 @@
 #include "packages/InstallationWork.h"
 
 #include <QObject>
+#include <QSet>
 #include <QSharedPointer>
 #include <QVector>
 
@@ -39,6 +40,9 @@ public:
     /// The packages on their way that keep these from being removed: the very ones, and those that
     /// need one of them.
     PackageList blockers(const PackageList &leaving) const;
+
+    /// Ids of what is on its way and of what that needs.
+    QSet<int> concerned() const;
 
     /// Makes new objects of the catalogue show the work that is going on.
     void showOn(const Catalogue &catalogue);

@@ -151,8 +151,8 @@ void PackageController::showList()
 
 void PackageController::onCatalogueAvailable(const QString &path)
 {
-    m_catalogue.replace(
-        Models::loadCatalogue(path, m_settings->current(Settings::LANGUAGE), m_database));
+    m_catalogue.replace(Models::loadCatalogue(path, m_settings->current(Settings::LANGUAGE),
+                                              m_database, m_installer.concerned()));
     m_installer.showOn(m_catalogue);
     if (!m_installer.isBusy())
         m_uninstaller.clearUp(m_catalogue.packages());

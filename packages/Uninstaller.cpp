@@ -87,6 +87,7 @@ bool Uninstaller::remove(Package &package, Removal &removal)
     const QString version = m_database.version(package);
     const PackageVersionPointer record = package.findVersion(version);
     package.setState(Package::UNINSTALLING);
+    m_database.forgetWhole(package);
     if (record)
         PackageFiles(m_folders, *record).remove();
     // A disk that went meanwhile takes along what could not be removed any more.

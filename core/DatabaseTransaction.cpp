@@ -1,0 +1,24 @@
+#include "core/DatabaseTransaction.h"
+
+namespace Kavo {
+
+DatabaseTransaction::DatabaseTransaction(const DatabaseFile &file) : m_file(file)
+{
+    if (!m_file.isOpen())
+        return;
+    // Unlike BEGIN it may be nested.
+    QSqlQuery begin = m_file.prepared(QStringLiteral("SAVEPOINT together"));
+    m_begun = m_file.run(begin);
+}
+
+DatabaseTransaction::~DatabaseTransaction()
+{
+    if (!m_begun)
+        return;
+    QSqlQuery end = m_file.prepared(QStringLiteral("RELEASE together"));
+    // What cannot be written stays open and would keep everybody else out of the file.
+    if (!m_file.run(end))
+        m_file.prepared(QStringLiteral("ROLLBACK")).exec();
+}
+
+} // namespace Kavo
