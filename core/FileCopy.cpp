@@ -7,13 +7,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Kavo {
 
 namespace {
 
-/// How much is copied at a time, in bytes.
+/// How much is copied or compared at a time, in bytes.
 constexpr int BlockSize = 256 * 1024;
 
 /// What we may do with a file ourselves, which is no permission that the file has: root may write
@@ -86,6 +87,43 @@ bool copyOver(const QString &from, const QString &to)
     }
     QFile::remove(part);
     return false;
+}
+
+bool moveWhole(const QString &from, const QString &to)
+{
+    if (isTaken(to))
+        return false;
+    if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
+        return true;
+    if (errno != EXDEV || !copyWhole(from, to))
+        return false;
+    if (QFile::remove(from))
+        return true;
+    QFile::remove(to);
+    return false;
+}
+
+bool isSameFile(const QString &first, const QString &second)
+{
+    struct stat a = {};
+    struct stat b = {};
+    return ::stat(QFile::encodeName(first).constData(), &a) == 0 &&
+           ::stat(QFile::encodeName(second).constData(), &b) == 0 && a.st_dev == b.st_dev &&
+           a.st_ino == b.st_ino;
+}
+
+bool haveEqualContent(const QString &first, const QString &second)
+{
+    QFile a(first);
+    QFile b(second);
+    if (!a.open(QIODevice::ReadOnly) || !b.open(QIODevice::ReadOnly) || a.size() != b.size())
+        return false;
+    while (!a.atEnd()) {
+        const QByteArray block = a.read(qint64(BlockSize));
+        if (block.isEmpty() || block != b.read(block.size()))
+            return false;
+    }
+    return true;
 }
 
 bool isTaken(const QString &place)

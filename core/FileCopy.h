@@ -15,6 +15,17 @@ bool copyWhole(const QString &from, const QString &to);
 /// The same, but a file or link that stands there gives way, at once and only to the whole copy.
 bool copyOver(const QString &from, const QString &to);
 
+/// Moves a file to a place that is still free, in a folder that exists, if need be to another disk.
+/// Returns whether it did. After a sudden end it stands in one of the places or in both.
+bool moveWhole(const QString &from, const QString &to);
+
+/// Whether two paths lead to one file or folder, by whatever links. False when one of them leads
+/// nowhere.
+bool isSameFile(const QString &first, const QString &second);
+
+/// Whether two files can be read and are the same, byte for byte.
+bool haveEqualContent(const QString &first, const QString &second);
+
 /// Whether something stands at a place, be it a link to nowhere.
 bool isTaken(const QString &place);
 

@@ -2,7 +2,6 @@
 
 #include "core/FileCopy.h"
 #include "core/Log.h"
-#include "core/Paths.h"
 #include "packages/CommonPlaces.h"
 #include "packages/ContainedPath.h"
 #include "packages/FolderRemoval.h"
@@ -18,9 +17,6 @@ namespace Kavo::Models {
 
 namespace {
 
-/// How much of two files is compared at a time, in bytes.
-constexpr qint64 BlockSize = 64 * 1024;
-
 void logSkipped(const QString &entry)
 {
     logLine(QStringLiteral("Skipping path : ") + entry);
@@ -29,20 +25,6 @@ void logSkipped(const QString &entry)
 bool makeParent(const QString &path)
 {
     return QDir().mkpath(QFileInfo(path).path());
-}
-
-bool haveEqualContent(const QString &first, const QString &second)
-{
-    QFile a(first);
-    QFile b(second);
-    if (!a.open(QIODevice::ReadOnly) || !b.open(QIODevice::ReadOnly) || a.size() != b.size())
-        return false;
-    while (!a.atEnd()) {
-        const QByteArray block = a.read(BlockSize);
-        if (block.isEmpty() || block != b.read(block.size()))
-            return false;
-    }
-    return true;
 }
 
 /// Copies a file in one of the two ways of copying, makes the folder for it and tells of a failure.
@@ -57,17 +39,15 @@ bool copyFile(bool (*copy)(const QString &, const QString &), const QString &fro
     return false;
 }
 
-void giveUp(const QString &parked)
-{
-    QFile::remove(parked);
-    unsettle(parked);
-}
-
 } // namespace
 
 PackageFiles::PackageFiles(const PackageFolders &folders, const PackageVersion &version)
     : m_folders(folders)
     , m_version(version)
+    , m_kept(CopyStore::Kind::KEPT,
+             {folders.installation, folders.preserve, folders.formerPreserve})
+    , m_originals(CopyStore::Kind::ORIGINAL,
+                  {folders.installation, folders.backup, folders.formerBackup})
 {}
 
 QString PackageFiles::extractFolder() const
@@ -84,17 +64,20 @@ QString PackageFiles::extractFolder() const
 
 QString PackageFiles::secure() const
 {
-    QStringList made;
-    QString failed = park(m_version.install->preserve, m_folders.preserve, &made);
+    QStringList kept;
+    QStringList backedUp;
+    QString failed = park(m_version.install->preserve, m_kept, &kept);
     if (failed.isEmpty())
-        failed = park(m_version.install->backup, m_folders.backup, &made);
+        failed = park(m_version.install->backup, m_originals, &backedUp);
     if (failed.isEmpty()) {
         unsettleKept();
         return QString();
     }
     // A later edit of the user must not lose against a copy of work that has not begun.
-    for (const QString &copy : qAsConst(made))
-        QFile::remove(copy);
+    for (const QString &entry : qAsConst(kept))
+        m_kept.giveUp(entry);
+    for (const QString &entry : qAsConst(backedUp))
+        m_originals.giveUp(entry);
     return failed;
 }
 
@@ -103,22 +86,21 @@ void PackageFiles::remove() const
     for (const QString &entry : m_version.uninstall->remove)
         removeEntry(entry);
     for (const QString &entry : m_version.install->backup)
-        bringBack(entry, m_folders.backup);
+        bringBack(entry, m_originals);
 }
 
 void PackageFiles::restorePreserved() const
 {
     for (const QString &entry : m_version.install->preserve) {
-        const QString parked = containedPath(m_folders.preserve, entry);
-        switch (bringBack(entry, m_folders.preserve)) {
+        switch (bringBack(entry, m_kept)) {
         case Return::NONE:
             break;
         case Return::DONE:
-            giveUp(parked);
+            m_kept.giveUp(entry);
             break;
         case Return::TAKEN:
-            logLine(QStringLiteral("Preserved copy stays : ") + parked);
-            settle(parked, installed(entry));
+            logLine(QStringLiteral("Preserved copy stays : ") + m_kept.find(entry));
+            settle(m_kept.find(entry), installed(entry));
             break;
         }
     }
@@ -127,9 +109,9 @@ void PackageFiles::restorePreserved() const
 void PackageFiles::giveUpReturned() const
 {
     for (const QString &entry : m_version.install->preserve)
-        giveUpReturned(entry, m_folders.preserve);
+        giveUpReturned(entry, m_kept);
     for (const QString &entry : m_version.install->backup)
-        giveUpReturned(entry, m_folders.backup);
+        giveUpReturned(entry, m_originals);
 }
 
 QString PackageFiles::installed(const QString &entry) const
@@ -192,41 +174,39 @@ void PackageFiles::removeEntry(const QString &entry) const
         logLine(QStringLiteral("Removal failed : ") + path);
 }
 
-/// Copies files to one of the folders and adds the copies that were not there before. Returns the
-/// first file that could not be copied; the rest is not tried.
-QString PackageFiles::park(const QStringList &entries, const QString &folder,
+/// Copies files and adds the entries of which there was no copy before. Returns the first file that
+/// could not be copied; the rest is not tried.
+QString PackageFiles::park(const QStringList &entries, const CopyStore &store,
                            QStringList *made) const
 {
     for (const QString &entry : entries) {
         const QString source = installed(entry);
         if (source.isEmpty() || !QFileInfo::exists(source))
             continue;
-        const QString target = parkedPlace(entry, folder);
-        const bool isNew = !target.isEmpty() && !isTaken(target);
-        if (!makeCopy(entry, source, folder))
+        const QString copy = store.find(entry);
+        if (QFileInfo(source).isDir()) {
+            if (store.makePlace(entry).isEmpty())
+                logSkipped(entry);
+            continue;
+        }
+        const bool isDone = copy.isEmpty()
+                                ? store.add(entry, source)
+                                : !isReplaced(copy, source, store) || copyOver(source, copy);
+        if (!isDone) {
+            logLine(QStringLiteral("Copy failed : %1 -> %2").arg(source, store.place(entry)));
             return source;
-        if (isNew && !QFileInfo(source).isDir())
-            made->append(target);
+        }
+        if (copy.isEmpty())
+            made->append(entry);
     }
     return QString();
 }
 
-/// Returns whether there is a copy now, if there has to be one.
-bool PackageFiles::makeCopy(const QString &entry, const QString &source, const QString &folder)
+/// Whether a copy that is there already has to give way. An original never does.
+bool PackageFiles::isReplaced(const QString &copy, const QString &source,
+                              const CopyStore &store) const
 {
-    ensureDirectory(folder, true);
-    const QString target = parkedPlace(entry, folder);
-    const bool isFolder = QFileInfo(source).isDir();
-    if (target.isEmpty()) {
-        logSkipped(entry);
-        return isFolder;
-    }
-    if (isFolder) {
-        makeParent(target);
-        return true;
-    }
-    const bool isKept = QFileInfo(target).isFile() && !isOlder(target, source);
-    return isKept || copyFile(copyOver, source, target);
+    return QFileInfo(copy).isDir() || (&store == &m_kept && isOlder(copy, source));
 }
 
 /// From here on the copies are the ones that count, until the installation has come to its end.
@@ -235,46 +215,32 @@ bool PackageFiles::makeCopy(const QString &entry, const QString &source, const Q
 void PackageFiles::unsettleKept() const
 {
     for (const QString &entry : m_version.install->preserve) {
-        const QString kept = parkedPlace(entry, m_folders.preserve);
+        const QString kept = m_kept.find(entry);
         if (!kept.isEmpty())
             unsettle(kept);
     }
 }
 
-PackageFiles::Return PackageFiles::bringBack(const QString &entry, const QString &folder) const
+PackageFiles::Return PackageFiles::bringBack(const QString &entry, const CopyStore &store) const
 {
-    const QString parked = parkedFile(entry, folder);
-    const QString target = parked.isEmpty() ? QString() : installed(entry);
+    const QString copy = store.find(entry);
+    const QString target = copy.isEmpty() ? QString() : installed(entry);
     if (target.isEmpty())
         return Return::NONE;
-    if (QFileInfo(parked).isDir()) {
+    if (QFileInfo(copy).isDir()) {
         makeParent(target);
         return Return::NONE;
     }
     if (isTaken(target))
-        return haveEqualContent(parked, target) ? Return::DONE : Return::TAKEN;
-    return copyFile(copyWhole, parked, target) ? Return::DONE : Return::NONE;
+        return haveEqualContent(copy, target) ? Return::DONE : Return::TAKEN;
+    return copyFile(copyWhole, copy, target) ? Return::DONE : Return::NONE;
 }
 
-void PackageFiles::giveUpReturned(const QString &entry, const QString &folder) const
+void PackageFiles::giveUpReturned(const QString &entry, const CopyStore &store) const
 {
-    const QString parked = parkedFile(entry, folder);
-    if (!parked.isEmpty() && haveEqualContent(parked, installed(entry)))
-        giveUp(parked);
-}
-
-/// Where the copy of an entry belongs, empty when that is not in the folder.
-QString PackageFiles::parkedPlace(const QString &entry, const QString &folder)
-{
-    const QString place = containedPath(folder, entry);
-    return !place.isEmpty() && staysWithin(place, {folder}) ? place : QString();
-}
-
-/// The copy of an entry, empty when there is none.
-QString PackageFiles::parkedFile(const QString &entry, const QString &folder)
-{
-    const QString place = parkedPlace(entry, folder);
-    return QFileInfo::exists(place) ? place : QString();
+    const QString copy = store.find(entry);
+    if (copy.isEmpty() || haveEqualContent(copy, installed(entry)))
+        store.giveUp(entry);
 }
 
 } // namespace Kavo::Models

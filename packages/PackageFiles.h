@@ -1,8 +1,10 @@
 #pragma once
 
+#include "packages/CopyStore.h"
 #include "packages/PackageVersion.h"
 
 #include <QString>
+#include <QStringList>
 
 namespace Kavo::Models {
 
@@ -12,6 +14,9 @@ struct PackageFolders
     QString installation; ///< the simulator's folder
     QString preserve;     ///< files parked over a re-installation
     QString backup;       ///< originals that packages replaced
+    /// What the last two were before, latest first: copies may still lie there.
+    QStringList formerPreserve = {};
+    QStringList formerBackup = {};
 };
 
 /// What the rules of one version mean on disk.
@@ -70,16 +75,16 @@ private:
     QString ownFolderAround(const QString &path) const;
     bool isNeeded(const QString &path) const;
     void removeEntry(const QString &entry) const;
-    QString park(const QStringList &entries, const QString &folder, QStringList *made) const;
-    static bool makeCopy(const QString &entry, const QString &source, const QString &folder);
+    QString park(const QStringList &entries, const CopyStore &store, QStringList *made) const;
+    bool isReplaced(const QString &copy, const QString &source, const CopyStore &store) const;
     void unsettleKept() const;
-    Return bringBack(const QString &entry, const QString &folder) const;
-    void giveUpReturned(const QString &entry, const QString &folder) const;
-    static QString parkedPlace(const QString &entry, const QString &folder);
-    static QString parkedFile(const QString &entry, const QString &folder);
+    Return bringBack(const QString &entry, const CopyStore &store) const;
+    void giveUpReturned(const QString &entry, const CopyStore &store) const;
 
     PackageFolders m_folders;
     PackageVersion m_version;
+    CopyStore m_kept;
+    CopyStore m_originals;
 };
 
 } // namespace Kavo::Models

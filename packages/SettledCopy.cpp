@@ -11,11 +11,6 @@ namespace {
 
 constexpr auto Digest = QCryptographicHash::Sha256;
 
-QString markOf(const QString &copy)
-{
-    return hiddenBeside(copy, QStringLiteral("settled"));
-}
-
 /// What tells the content of a file from all others, empty when it cannot be read.
 QByteArray digestOf(const QString &path)
 {
@@ -31,19 +26,19 @@ QByteArray digestOf(const QString &path)
 void settle(const QString &copy, const QString &brought)
 {
     const QByteArray digest = digestOf(brought);
-    QFile mark(markOf(copy));
+    QFile mark(settledMarkOf(copy));
     if (!digest.isEmpty() && mark.open(QIODevice::WriteOnly))
         mark.write(digest);
 }
 
 void unsettle(const QString &copy)
 {
-    QFile::remove(markOf(copy));
+    QFile::remove(settledMarkOf(copy));
 }
 
 bool isOlder(const QString &copy, const QString &file)
 {
-    QFile mark(markOf(copy));
+    QFile mark(settledMarkOf(copy));
     if (!mark.open(QIODevice::ReadOnly))
         return false;
     const QByteArray brought = mark.readAll();
@@ -51,6 +46,11 @@ bool isOlder(const QString &copy, const QString &file)
     // After a sudden end the mark may be there in part.
     return brought.size() == QCryptographicHash::hashLength(Digest) && !present.isEmpty() &&
            present != brought;
+}
+
+QString settledMarkOf(const QString &copy)
+{
+    return hiddenBeside(copy, QStringLiteral("settled"));
 }
 
 } // namespace Kavo::Models

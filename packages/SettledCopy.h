@@ -19,4 +19,7 @@ void unsettle(const QString &copy);
 /// Whether the copy is settled and `file` is another one than the archive has brought then.
 bool isOlder(const QString &copy, const QString &file);
 
+/// Where the mark of a copy is.
+QString settledMarkOf(const QString &copy);
+
 } // namespace Kavo::Models

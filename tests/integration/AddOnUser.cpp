@@ -1,5 +1,6 @@
 #include "tests/integration/AddOnUser.h"
 
+#include "core/FileCopy.h"
 #include "tests/integration/DemonstrationAddOns.h"
 #include "tests/packages/UpdateSetup.h"
 
@@ -302,10 +303,18 @@ QString AddOnUser::faultInBackups()
 {
     const QString backups = m_engine.profile().backupFolder();
     const QSet<QString> parked = backedUp();
-    const int count =
-        filesUnder(backups).size() + filesUnder(m_engine.profile().preserveFolder()).size();
-    if (count != parked.size())
-        return QStringLiteral("%1 files are parked").arg(count);
+    const QStringList copies = unmarkedFilesUnder(backups);
+    if (copies.size() != parked.size())
+        return QStringLiteral("%1 files are parked").arg(copies.size());
+    QStringList marked = copies;
+    for (const QString &copy : copies) {
+        for (const char *purpose : {"owner", "settled"})
+            marked.append(hiddenBeside(QLatin1String("./") + copy, QLatin1String(purpose)));
+    }
+    for (const QString &name : filesUnder(backups)) {
+        if (!marked.contains(name) && !marked.contains(QLatin1String("./") + name))
+            return QStringLiteral("mark without a copy: ") + name;
+    }
     KeptFiles inBackups;
     KeptFiles inSimulator;
     for (auto file = m_originals.cbegin(); file != m_originals.cend(); ++file)

@@ -50,10 +50,11 @@ QString listed(const QStringList &texts)
     return texts.mid(0, 20).join(QStringLiteral("; "));
 }
 
+/// Without the marks of copies, too.
 QMap<QString, QString> withoutFolders(QMap<QString, QString> tree)
 {
     for (const QString &name : tree.keys()) {
-        if (name.endsWith(QLatin1Char('/')))
+        if (name.endsWith(QLatin1Char('/')) || name.contains(QLatin1String("/.kavo-")))
             tree.remove(name);
     }
     return tree;

@@ -35,11 +35,14 @@ bool isOfTheAddOn(const QString &entry)
     return entry.startsWith(AddOnFolder) || entry == Replaced;
 }
 
-/// The tree without its folders.
+/// The tree without its folders and the program's marks.
 Tree filesOf(Tree tree)
 {
-    for (auto entry = tree.begin(); entry != tree.end();)
-        entry = entry.key().endsWith(QLatin1Char('/')) ? tree.erase(entry) : std::next(entry);
+    for (auto entry = tree.begin(); entry != tree.end();) {
+        const QString name = entry.key().section(QLatin1Char('/'), -1);
+        const bool isFile = !name.isEmpty() && !name.startsWith(QLatin1String(".kavo-"));
+        entry = isFile ? std::next(entry) : tree.erase(entry);
+    }
     return tree;
 }
 

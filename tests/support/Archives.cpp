@@ -99,6 +99,16 @@ QStringList filesUnder(const QString &folder)
     return names;
 }
 
+QStringList unmarkedFilesUnder(const QString &folder)
+{
+    QStringList names = filesUnder(folder);
+    const auto isMark = [](const QString &name) {
+        return name.section(QLatin1Char('/'), -1).startsWith(QLatin1String(".kavo-"));
+    };
+    names.erase(std::remove_if(names.begin(), names.end(), isMark), names.end());
+    return names;
+}
+
 Files readFiles(const QString &folder)
 {
     Files files;

@@ -17,6 +17,8 @@ bool writeFiles(const QString &folder, const Files &files);
 bool writeFile(const QString &path, const QByteArray &content);
 /// The files under a folder, by relative path. Links are not followed.
 QStringList filesUnder(const QString &folder);
+/// The same without the hidden marks of the program.
+QStringList unmarkedFilesUnder(const QString &folder);
 Files readFiles(const QString &folder);
 /// The whole of a file, null when it cannot be read.
 QByteArray readFile(const QString &path);
