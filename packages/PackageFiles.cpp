@@ -81,12 +81,18 @@ QString PackageFiles::secure() const
     return failed;
 }
 
-void PackageFiles::remove() const
+RemovalFaults PackageFiles::remove() const
 {
+    RemovalFaults faults;
     for (const QString &entry : m_version.uninstall->remove)
-        removeEntry(entry);
-    for (const QString &entry : m_version.install->backup)
-        bringBack(entry, m_originals);
+        removeEntry(entry, &faults.remaining);
+    for (const QString &entry : m_version.install->backup) {
+        const bool isBack = bringBack(entry, m_originals) == Return::DONE;
+        const QString copy = m_originals.find(entry);
+        if (!isBack && QFileInfo(copy).isFile())
+            faults.notReturned.add(copy);
+    }
+    return faults;
 }
 
 void PackageFiles::restorePreserved() const
@@ -157,20 +163,14 @@ bool PackageFiles::isNeeded(const QString &path) const
                        [&path](const QString &folder) { return isInFolder(folder, path); });
 }
 
-void PackageFiles::removeEntry(const QString &entry) const
+void PackageFiles::removeEntry(const QString &entry, FailedPaths *failed) const
 {
     const QString path = installed(entry);
     if (path.isEmpty())
         return;
-    const QFileInfo info(path);
-    bool removed = true;
-    if (info.isSymLink() || (info.exists() && !info.isDir())) {
-        removed = QFile::remove(path);
-    } else if (info.isDir()) {
-        removed = removeFolder(path);
+    if (QFileInfo(path).isDir() && !QFileInfo(path).isSymLink())
         logLine(QStringLiteral("Removing directory : ") + path);
-    }
-    if (!removed)
+    if (!removeFolder(path, failed))
         logLine(QStringLiteral("Removal failed : ") + path);
 }
 

@@ -2,6 +2,7 @@
 
 #include "packages/CopyStore.h"
 #include "packages/PackageVersion.h"
+#include "packages/RemovalFaults.h"
 
 #include <QString>
 #include <QStringList>
@@ -51,10 +52,10 @@ public:
     /// Returns the path of the first file that could not be copied, empty when all is safe. After a
     /// failure nothing may be replaced or removed. What was copied is taken away again then.
     QString secure() const;
-    /// Deletes what the removal rule lists, then puts the backed up originals back. The backups
-    /// stay, so that a removal that was cut short can be repeated: the second one would delete
-    /// the originals that the first has put back.
-    void remove() const;
+    /// Deletes what the removal rule lists, then puts the backed up originals back; returns what of
+    /// it failed. The backups stay, so that a removal that was cut short can be repeated: the
+    /// second one would delete the originals that the first has put back.
+    RemovalFaults remove() const;
     /// Copies preserved files back and deletes the preserved copies. One whose place the archive
     /// has taken stays and is settled. To be called when everything is unpacked.
     void restorePreserved() const;
@@ -74,7 +75,7 @@ private:
     bool isReached(const QString &path) const;
     QString ownFolderAround(const QString &path) const;
     bool isNeeded(const QString &path) const;
-    void removeEntry(const QString &entry) const;
+    void removeEntry(const QString &entry, FailedPaths *failed) const;
     QString park(const QStringList &entries, const CopyStore &store, QStringList *made) const;
     bool isReplaced(const QString &copy, const QString &source, const CopyStore &store) const;
     void unsettleKept() const;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "packages/Package.h"
+#include "packages/RemovalFaults.h"
 
 #include <QString>
 
@@ -16,6 +17,8 @@ struct Removal
     /// The simulator's folder, when it holds no simulator, as on a disk that is not mounted.
     /// Nothing was removed from then on, and what was not removed counts as installed.
     std::optional<QString> missingSimulator;
+    /// Of all packages that were removed.
+    RemovalFaults faults;
 };
 
 } // namespace Kavo::Models

@@ -88,8 +88,11 @@ bool Uninstaller::remove(Package &package, Removal &removal)
     const PackageVersionPointer record = package.findVersion(version);
     package.setState(Package::UNINSTALLING);
     m_database.forgetWhole(package);
-    if (record)
-        PackageFiles(m_folders, *record).remove();
+    if (record) {
+        const RemovalFaults faults = PackageFiles(m_folders, *record).remove();
+        removal.faults.remaining.add(faults.remaining);
+        removal.faults.notReturned.add(faults.notReturned);
+    }
     // A disk that went meanwhile takes along what could not be removed any more.
     if (!simulatorIsThere(removal)) {
         package.setState(Package::INSTALLED);

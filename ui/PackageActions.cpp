@@ -8,12 +8,15 @@
 
 #include <QApplication>
 
+#include <algorithm>
+
 namespace Kavo::Ui {
 
 using Models::Package;
 using Models::PackageList;
 using Models::PackagePointer;
 using Models::Removal;
+using Models::RemovalFaults;
 
 namespace {
 
@@ -84,7 +87,7 @@ bool PackageActions::confirmRemoval(const PackageList &others)
     return ask(tr("Uninstall Package"), text);
 }
 
-/// Tells what kept a removal from being done.
+/// Tells what kept a removal from being done, or from being done as a whole.
 void PackageActions::tellOf(const Removal &removal)
 {
     QString text;
@@ -98,6 +101,23 @@ void PackageActions::tellOf(const Removal &removal)
                oneLine(*removal.missingSimulator) + QLatin1Char('\n');
     if (!text.isEmpty())
         Dialogs::showMessage(m_widget, QMessageBox::Information, tr("Uninstall Package"), text);
+    else
+        warnOf(removal.faults);
+}
+
+void PackageActions::warnOf(const RemovalFaults &faults)
+{
+    QStringList texts;
+    if (!faults.remaining.isEmpty())
+        texts.append(tr("The following files and folders could not be removed\n\n") +
+                     pathList(faults.remaining));
+    if (!faults.notReturned.isEmpty())
+        texts.append(tr("The following originals could not be put back, and stay in the backup "
+                        "folder\n\n") +
+                     pathList(faults.notReturned));
+    if (!texts.isEmpty())
+        Dialogs::showMessage(m_widget, QMessageBox::Warning, tr("Uninstall Package"),
+                             texts.join(QLatin1Char('\n')));
 }
 
 void PackageActions::openHelp()
@@ -159,6 +179,19 @@ void PackageActions::start(const QString &version)
 {
     QString started = version;
     m_controller->install(m_package, started);
+}
+
+QString PackageActions::pathList(const FailedPaths &failed)
+{
+    QStringList paths = failed.paths();
+    std::sort(paths.begin(), paths.end());
+    QString lines;
+    // Long ones wrap; the mark tells where each begins.
+    for (const QString &path : qAsConst(paths))
+        lines += QStringLiteral("\u2022 ") + oneLine(path) + QLatin1Char('\n');
+    if (failed.notKept() > 0)
+        lines += tr("Not listed : %1").arg(failed.notKept()) + QLatin1Char('\n');
+    return lines;
 }
 
 QString PackageActions::nameList(const PackageList &packages)

@@ -11,9 +11,14 @@ namespace Kavo::Controllers {
 class PackageController;
 }
 
+namespace Kavo {
+class FailedPaths;
+}
+
 namespace Kavo::Models {
 struct Removal;
-}
+struct RemovalFaults;
+} // namespace Kavo::Models
 
 namespace Kavo::Ui {
 
@@ -44,7 +49,9 @@ private:
     bool confirmRemoval(const Models::PackageList &others);
     bool ask(const QString &title, const QString &text);
     void tellOf(const Models::Removal &removal);
+    void warnOf(const Models::RemovalFaults &faults);
     void start(const QString &version);
+    static QString pathList(const FailedPaths &failed);
     static QString nameList(const Models::PackageList &packages);
 
     QSharedPointer<Controllers::PackageController> m_controller;

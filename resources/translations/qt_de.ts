@@ -235,6 +235,26 @@ Der Ordner des Simulators ist nicht da, oder es ist kein Simulator darin
 </translation>
     </message>
     <message>
+        <source>The following files and folders could not be removed
+
+</source>
+        <translation>Die folgenden Dateien und Ordner konnten nicht entfernt werden
+
+</translation>
+    </message>
+    <message>
+        <source>The following originals could not be put back, and stay in the backup folder
+
+</source>
+        <translation>Die folgenden Originale konnten nicht zurückgebracht werden und bleiben im Sicherungsordner
+
+</translation>
+    </message>
+    <message>
+        <source>Not listed : %1</source>
+        <translation>Nicht aufgeführt: %1</translation>
+    </message>
+    <message>
         <source>Uninstall Package</source>
         <translation>Paket deinstallieren</translation>
     </message>

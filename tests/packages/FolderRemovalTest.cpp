@@ -1,5 +1,6 @@
 #include "packages/FolderRemoval.h"
 #include "tests/support/Archives.h"
+#include "tests/support/WithoutRights.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,34 +10,12 @@
 
 #include <fcntl.h>
 #include <memory>
-#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+using Kavo::FailedPaths;
 using Kavo::removeFolder;
 using namespace Kavo::Testing;
-
-namespace {
-
-/// As long as it lives this thread may do no more with files than a user without rights may.
-class WithoutRights final
-{
-public:
-    WithoutRights() : m_before(static_cast<uid_t>(::setfsuid(Nobody))) {}
-    ~WithoutRights() { ::setfsuid(m_before); }
-    Q_DISABLE_COPY_MOVE(WithoutRights)
-
-private:
-    static constexpr uid_t Nobody = 65534;
-    uid_t m_before;
-};
-
-void setMode(const QString &path, mode_t mode)
-{
-    ::chmod(QFile::encodeName(path).constData(), mode);
-}
-
-} // namespace
 
 class FolderRemovalTest final : public QObject
 {
@@ -52,6 +31,9 @@ private slots:
     void linkThatCannotBeRemovedIsNotFollowed();
     void whatCannotBeRemovedStaysAndTheRestGoes();
     void unreadableFolderIsRemovedWhenEmpty();
+    void unreadableFolderStaysWithWhatIsInIt();
+    void whatIsGoneCountsAsRemoved();
+    void fileIsRemoved();
     void namesThatAreNoTextAreRemoved();
     void folderDeeperThanTheLongestPathIsRemoved();
 
@@ -120,20 +102,26 @@ void FolderRemovalTest::whatCannotBeRemovedStaysAndTheRestGoes()
 {
     const QString top = path(QStringLiteral("top"));
     QVERIFY(writeFiles(top, {{QStringLiteral("a.txt"), "goes"},
+                             {QStringLiteral("locked/deep/c.txt"), "goes"},
                              {QStringLiteral("locked/kept.txt"), "stays"},
                              {QStringLiteral("open/b.txt"), "goes"},
                              {QStringLiteral("z.txt"), "goes"}}));
-    for (const char *folder : {"", "top", "top/open"})
-        setMode(path(QLatin1String(folder)), 0777);
+    letEverybodyWrite(m_root->path());
     setMode(path(QStringLiteral("top/locked")), 0555);
+    FailedPaths failed;
     {
         const WithoutRights withoutRights;
-        QVERIFY(!removeFolder(top));
+        QVERIFY(!removeFolder(top, &failed));
     }
     const QMap<QString, QString> left = fileTree(top);
     setMode(path(QStringLiteral("top/locked")), 0755);
-    QCOMPARE(left.keys(),
-             (QStringList{QStringLiteral("locked/"), QStringLiteral("locked/kept.txt")}));
+    QCOMPARE(left.keys(), (QStringList{QStringLiteral("locked/"), QStringLiteral("locked/deep/"),
+                                       QStringLiteral("locked/kept.txt")}));
+    // The folders around them stay because of them.
+    QStringList paths = failed.paths();
+    paths.sort();
+    QCOMPARE(paths, (QStringList{top + QStringLiteral("/locked/deep"),
+                                 top + QStringLiteral("/locked/kept.txt")}));
 }
 
 void FolderRemovalTest::unreadableFolderIsRemovedWhenEmpty()
@@ -147,6 +135,42 @@ void FolderRemovalTest::unreadableFolderIsRemovedWhenEmpty()
         QVERIFY(removeFolder(path(QStringLiteral("top"))));
     }
     QVERIFY(!QFileInfo::exists(path(QStringLiteral("top"))));
+}
+
+void FolderRemovalTest::unreadableFolderStaysWithWhatIsInIt()
+{
+    QVERIFY(writeFile(path(QStringLiteral("top/closed/a.txt")), "stays"));
+    letEverybodyWrite(m_root->path());
+    setMode(path(QStringLiteral("top/closed")), 0000);
+    FailedPaths failed;
+    {
+        const WithoutRights withoutRights;
+        QVERIFY(!removeFolder(path(QStringLiteral("top")), &failed));
+    }
+    setMode(path(QStringLiteral("top/closed")), 0755);
+    QCOMPARE(failed.paths(), QStringList{path(QStringLiteral("top/closed"))});
+    QCOMPARE(readFile(path(QStringLiteral("top/closed/a.txt"))), QByteArray("stays"));
+}
+
+void FolderRemovalTest::whatIsGoneCountsAsRemoved()
+{
+    QVERIFY(writeFile(path(QStringLiteral("file")), "stays"));
+    FailedPaths failed;
+    QVERIFY(removeFolder(path(QStringLiteral("nothing")), &failed));
+    QVERIFY(removeFolder(path(QStringLiteral("nothing/below")), &failed));
+    QVERIFY(removeFolder(path(QStringLiteral("file/below")), &failed));
+    QVERIFY(failed.isEmpty());
+    QCOMPARE(readFile(path(QStringLiteral("file"))), QByteArray("stays"));
+}
+
+void FolderRemovalTest::fileIsRemoved()
+{
+    QVERIFY(writeFile(path(QStringLiteral("file")), "goes"));
+    QCOMPARE(::mkfifo(QFile::encodeName(path(QStringLiteral("pipe"))).constData(), 0600), 0);
+    QVERIFY(removeFolder(path(QStringLiteral("file"))));
+    QVERIFY(removeFolder(path(QStringLiteral("pipe"))));
+    QVERIFY(!QFileInfo::exists(path(QStringLiteral("file"))));
+    QVERIFY(!QFileInfo::exists(path(QStringLiteral("pipe"))));
 }
 
 void FolderRemovalTest::namesThatAreNoTextAreRemoved()
