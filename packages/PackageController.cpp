@@ -151,11 +151,12 @@ void PackageController::showList()
 
 void PackageController::onCatalogueAvailable(const QString &path)
 {
+    const QSet<int> concerned = m_installer.concerned();
     m_catalogue.replace(Models::loadCatalogue(path, m_settings->current(Settings::LANGUAGE),
-                                              m_database, m_installer.concerned()));
+                                              m_database, concerned));
     m_installer.showOn(m_catalogue);
     if (!m_installer.isBusy())
-        m_uninstaller.clearUp(m_catalogue.packages());
+        m_uninstaller.clearUp(m_catalogue.packages(), concerned);
     emit update();
     emit list();
 }

@@ -114,10 +114,15 @@ void PackageFiles::restorePreserved() const
 
 void PackageFiles::giveUpReturned() const
 {
-    for (const QString &entry : m_version.install->preserve)
-        giveUpReturned(entry, m_kept);
+    giveUpKept();
     for (const QString &entry : m_version.install->backup)
         giveUpReturned(entry, m_originals);
+}
+
+void PackageFiles::giveUpKept() const
+{
+    for (const QString &entry : m_version.install->preserve)
+        giveUpReturned(entry, m_kept);
 }
 
 QString PackageFiles::installed(const QString &entry) const

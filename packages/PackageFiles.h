@@ -62,6 +62,10 @@ public:
     /// Deletes preserved copies and backups whose content stands in its place. While the package
     /// is not installed they are left over from work that has ended suddenly, or is done.
     void giveUpReturned() const;
+    /// The same for preserved copies alone. While the package is installed, those whose content
+    /// stands in its place are left over from work that has ended before it removed anything; a
+    /// later edit of the file must not lose against them.
+    void giveUpKept() const;
 
 private:
     /// What became of a copy that was to stand in its place again.

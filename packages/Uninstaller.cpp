@@ -108,23 +108,36 @@ bool Uninstaller::remove(Package &package, Removal &removal)
     return true;
 }
 
-void Uninstaller::clearUp(const PackageList &packages)
+void Uninstaller::clearUp(const PackageList &packages, const QSet<int> &concerned)
 {
     // Almost always there is nothing, and nobody need be asked.
     if (!holdsFiles(m_folders.preserve) && !holdsFiles(m_folders.backup))
         return;
-    for (const PackagePointer &package : packages)
-        clearUp(*package);
+    for (const PackagePointer &package : packages) {
+        if (concerned.contains(package->id()))
+            continue;
+        if (package->state() == Package::INSTALLED)
+            clearUpInstalled(*package);
+        else if (package->state() == Package::AVAILABLE)
+            clearUpRemoved(*package);
+    }
 }
 
-void Uninstaller::clearUp(Package &package)
+/// What ended suddenly may have been about to install any version.
+void Uninstaller::clearUpInstalled(const Package &package) const
+{
+    for (const PackageVersionPointer &version : package.versions())
+        PackageFiles(m_folders, *version).giveUpKept();
+}
+
+void Uninstaller::clearUpRemoved(const Package &package) const
 {
     const auto &versions = package.versions();
     const bool parks =
         std::any_of(versions.cbegin(), versions.cend(), [](const PackageVersionPointer &version) {
             return !version->install->backup.isEmpty() || !version->install->preserve.isEmpty();
         });
-    if (package.state() != Package::AVAILABLE || !parks)
+    if (!parks)
         return;
     const QString version = m_database.version(package);
     if (!version.isEmpty())

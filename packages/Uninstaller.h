@@ -4,6 +4,8 @@
 #include "packages/PackageFiles.h"
 #include "packages/Removal.h"
 
+#include <QSet>
+
 namespace Kavo::Models {
 
 /// Takes packages out of the simulator, those that depend on them first. Main thread, synchronous.
@@ -25,12 +27,14 @@ public:
     Removal uninstall(const PackageList &packages);
 
     /// Takes away what a sudden end has left in the preserve and backup folders although it stands
-    /// in its place again. Does nothing for a package that is installed or being worked on. Not
-    /// while an installation runs: it may be about to replace the very files.
-    void clearUp(const PackageList &packages);
+    /// in its place again. The backups of a package that is installed stay, and so does everything
+    /// of the ids `concerned` by work that is going on. Not while an installation runs: it may be
+    /// about to replace the very files.
+    void clearUp(const PackageList &packages, const QSet<int> &concerned);
 
 private:
-    void clearUp(Package &package);
+    void clearUpInstalled(const Package &package) const;
+    void clearUpRemoved(const Package &package) const;
     bool simulatorIsThere(Removal &removal) const;
     bool remove(Package &package, Removal &removal);
 

@@ -160,6 +160,20 @@ QString AddOnUser::faultAfterDeath(const QString &order)
     return faultInCache();
 }
 
+QString AddOnUser::faultOnceStarted(const QString &order, int *unseen)
+{
+    const AddOns::Installed left = remaining(order);
+    QString fault;
+    if (!m_engine.refreshAsServed())
+        fault = QStringLiteral("lists nothing");
+    for (const int id : m_addOns.ids()) {
+        if (fault.isEmpty())
+            fault = faultInShown(id, isInstalled(id) && !left.contains(id), unseen);
+    }
+    m_engine.stop();
+    return fault;
+}
+
 QString AddOnUser::faultWhenDone()
 {
     for (const QString &fault :
@@ -245,6 +259,56 @@ QSet<QString> AddOnUser::backedUp() const
             paths.insert(path);
     }
     return paths;
+}
+
+/// What an order leaves of what was installed before it.
+AddOns::Installed AddOnUser::remaining(const QString &order) const
+{
+    AddOns::Installed left = m_installed;
+    if (order.startsWith(QLatin1String("uninstall"))) {
+        for (const QString &id : order.split(QLatin1Char(' ')).mid(1))
+            m_addOns.uninstall(left, id.toInt());
+    }
+    return left;
+}
+
+/// Whether every file of a version stands in its place, and every one of the user's among them.
+bool AddOnUser::isWhole(int id, const QString &version) const
+{
+    const AddOns::Version &wanted = m_addOns.version(id, version);
+    Files files = wanted.files;
+    for (const QString &path : wanted.preserve) {
+        if (m_own.contains(path))
+            files.insert(path, m_own.value(path).content);
+    }
+    for (auto file = files.cbegin(); file != files.cend(); ++file) {
+        const QByteArray found = readFile(m_engine.simulator(file.key()));
+        // A file of the archive takes the place of the user's, whose copy stays.
+        if (found != file.value() && found != wanted.files.value(file.key(), file.value()))
+            return false;
+    }
+    return true;
+}
+
+/// A package whose removal has begun is shown until the removal is done, so that it can be done.
+QString AddOnUser::faultInShown(int id, bool isRemoved, int *unseen)
+{
+    if (isRemoved)
+        return QString();
+    const QString shown = m_engine.controller().installedVersion(m_engine.package(id));
+    if (!shown.isEmpty()) {
+        return isWhole(id, shown) ? QString()
+                                  : QStringLiteral("%1 of package %2 is shown, but not all there")
+                                        .arg(shown)
+                                        .arg(id);
+    }
+    const QString before = m_installed.value(id);
+    if (before.isEmpty() || !isWhole(id, before))
+        return QString();
+    if (!m_engine.wholeVersion(id).isEmpty())
+        return QStringLiteral("%1 of package %2 is all there, but not shown").arg(before).arg(id);
+    ++*unseen;
+    return QString();
 }
 
 QMap<QString, QString> AddOnUser::wantedTree() const

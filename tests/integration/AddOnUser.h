@@ -43,6 +43,10 @@ public:
 
     /// What a sudden end must never have done, whatever is half done: the fault, or an empty text.
     QString faultAfterDeath(const QString &order);
+    /// What a sudden end must not have made of the packages that the next start shows. Those that
+    /// stand there wholly and are not shown, because they were about to be replaced, are counted:
+    /// there is one moment for each.
+    QString faultOnceStarted(const QString &order, int *unseen);
     /// What is not as it has to be when the work is done: the fault, or an empty text.
     QString faultWhenDone();
 
@@ -66,6 +70,9 @@ private:
     QStringList preserved() const;
     QSet<QString> backedUp() const;
     bool isInstalled(int id) const { return m_installed.contains(id); }
+    AddOns::Installed remaining(const QString &order) const;
+    bool isWhole(int id, const QString &version) const;
+    QString faultInShown(int id, bool isRemoved, int *unseen);
     QMap<QString, QString> wantedTree() const;
 
     QString faultInTree();

@@ -72,15 +72,19 @@ void count(const char *call, const std::string &path)
     ::pause();
 }
 
-void count(const char *call, int descriptor)
+/// Empty when there is none.
+std::string pathOf(int descriptor)
 {
-    if (!isMeant())
-        return;
     char path[4096];
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
     const ssize_t length = ::readlink(link.c_str(), path, sizeof path);
-    if (length > 0)
-        count(call, std::string(path, static_cast<std::size_t>(length)));
+    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : std::string();
+}
+
+void count(const char *call, int descriptor)
+{
+    if (isMeant())
+        count(call, pathOf(descriptor));
 }
 
 } // namespace
@@ -113,6 +117,13 @@ int unlink(const char *path) noexcept
 {
     count("unlink", std::string(path));
     return next(&unlink, "unlink")(path);
+}
+
+int unlinkat(int folder, const char *path, int flags) noexcept
+{
+    if (isMeant())
+        count("unlinkat", folder == AT_FDCWD ? std::string(path) : pathOf(folder) + '/' + path);
+    return next(&unlinkat, "unlinkat")(folder, path, flags);
 }
 
 int rmdir(const char *path) noexcept

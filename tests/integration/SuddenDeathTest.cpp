@@ -208,7 +208,9 @@ QString SuddenDeathTest::die(const Step &step, DriverRun &run)
         return faultOfEnd(run);
     ++m_deaths;
     ++m_deathsByPhase[run.phase().isEmpty() ? QStringLiteral("before all") : run.phase()];
-    return m_user->faultAfterDeath(step.order);
+    const QString fault = m_user->faultAfterDeath(step.order);
+    int unseen = 0;
+    return fault.isEmpty() ? m_user->faultOnceStarted(step.order, &unseen) : fault;
 }
 
 QString SuddenDeathTest::faultOfEnd(const DriverRun &run)

@@ -108,9 +108,14 @@ void Engine::stop()
 
 bool Engine::refresh()
 {
+    serveCatalogue();
+    return refreshAsServed();
+}
+
+bool Engine::refreshAsServed()
+{
     if (!m_controller)
         start();
-    serveCatalogue();
     QSignalSpy listed(m_controller.data(), &Controllers::PackageController::list);
     m_controller->refresh();
     return listed.wait(m_patience);
@@ -151,6 +156,14 @@ int Engine::recordedStatus(int id) const
 QString Engine::recordedVersion(int id) const
 {
     return QString::fromUtf8(recorded(id, QStringLiteral("version")).toByteArray());
+}
+
+QString Engine::wholeVersion(int id) const
+{
+    QString version;
+    read(QStringLiteral("SELECT version FROM whole_versions WHERE package_id = %1").arg(id),
+         [&version](const QSqlQuery &row) { version = row.value(0).toString(); });
+    return version;
 }
 
 QHash<int, Engine::Record> Engine::records() const

@@ -75,6 +75,8 @@ public:
 
     /// Serves the catalogue, refreshes and waits for the list. Returns whether it came.
     bool refresh();
+    /// The same with what the server has in the catalogue's place.
+    bool refreshAsServed();
 
     Models::PackagePointer package(int id) { return m_controller->findPackage(id); }
     /// Starts an installation and returns the version that is meant.
@@ -87,6 +89,8 @@ public:
     /// Status and version as another program reads them from "packages.db"; -1 without a row.
     int recordedStatus(int id) const;
     QString recordedVersion(int id) const;
+    /// The version that "packages.db" knows to be wholly on the disk; empty for none.
+    QString wholeVersion(int id) const;
     struct Record
     {
         int status = -1;

@@ -53,6 +53,8 @@ private slots:
     void versionsComeBackLetterForLetter();
     void versionsOfManyDigitsComeBackLetterForLetter_data();
     void versionsOfManyDigitsComeBackLetterForLetter();
+    void wholeVersionsComeBackLetterForLetter_data();
+    void wholeVersionsComeBackLetterForLetter();
     void versionsThatSurviveAreStoredAsText_data();
     void versionsThatSurviveAreStoredAsText();
     void reinstallationUpdatesTheOneRow();
@@ -223,6 +225,29 @@ void InstalledPackageDatabaseTest::versionsOfManyDigitsComeBackLetterForLetter()
         QCOMPARE(m_database->version(*package), version);
     }
     QVERIFY(connection.commit());
+}
+
+void InstalledPackageDatabaseTest::wholeVersionsComeBackLetterForLetter_data()
+{
+    versionsComeBackLetterForLetter_data();
+}
+
+void InstalledPackageDatabaseTest::wholeVersionsComeBackLetterForLetter()
+{
+    QFETCH(QString, version);
+    m_database->open();
+    const PackagePointer package = makePackage(3, {makeVersion(QStringLiteral("99.0"))});
+    package->setState(Package::INSTALLED);
+    m_database->record(*package, version);
+    package->setState(Package::DOWNLOADING);
+    m_database->record(*package, QStringLiteral("99.0"));
+    const PackagePointer next = makePackage(3, package->versions());
+    m_database->markInstalled({next}, {3});
+    QCOMPARE(next->state(), Package::AVAILABLE);
+    m_database->markInstalled({next});
+    QCOMPARE(next->state(), Package::INSTALLED);
+    QCOMPARE(m_database->version(*next), version);
+    QCOMPARE(m_database->status(*next), int(Package::INSTALLED));
 }
 
 void InstalledPackageDatabaseTest::versionsThatSurviveAreStoredAsText_data()

@@ -64,6 +64,7 @@ private slots:
     void tableOfOthersCostsTheMemoryOnly_data();
     void tableOfOthersCostsTheMemoryOnly();
     void backupsOfWhatIsTakenUpStay();
+    void editAfterASuddenEndReturns();
 
 private:
     void offer(const QString &version, const QString &extract = {},
@@ -279,9 +280,7 @@ void StillInstalledTest::versionThatLeftTheCatalogueIsStillInstalled()
     m_engine->stop();
     m_engine->server().serve(QStringLiteral("/packages.json"),
                              R"([{"id": 7, "versions": [{"version": "2.0"}]}])");
-    m_engine->start();
-    m_engine->controller().refresh();
-    QTRY_COMPARE(m_engine->controller().packages().size(), 1);
+    QVERIFY(m_engine->refreshAsServed());
     checkOldIsInstalled();
 }
 
@@ -443,9 +442,50 @@ void StillInstalledTest::backupsOfWhatIsTakenUpStay()
     QVERIFY(!m_engine->installAndWait(9, New));
     // The original stands in its place, where it looks left over.
     QCOMPARE(readFile(m_engine->simulator(lights)), QByteArray("the simulator's"));
+    // Neither while it is left to work that needs it, nor later.
+    Offer dependant{10};
+    dependant.depends = QStringList{QStringLiteral("8"), QStringLiteral("9:1.0")};
+    m_engine->offer(dependant);
+    m_engine->server().resource(QStringLiteral("/package-10-1.0.zip")).holdAfter = 10;
+    QVERIFY(m_engine->refresh());
+    QVERIFY(!m_engine->installAndWait(9, New));
+    m_engine->install(10);
+    QVERIFY(m_engine->waitForState(10, Package::DOWNLOADING));
+    QTRY_VERIFY(!m_engine->controller().isBusy());
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(m_engine->package(9)->state(), Package::AVAILABLE);
+    QCOMPARE(readFile(backup), QByteArray("the simulator's"));
     QVERIFY(restart());
     QCOMPARE(m_engine->package(9)->state(), Package::INSTALLED);
     QCOMPARE(readFile(backup), QByteArray("the simulator's"));
+}
+
+/// The update has died when all was copied and nothing removed; its copy is not the one that
+/// counts.
+void StillInstalledTest::editAfterASuddenEndReturns()
+{
+    const QString settings = QStringLiteral("plugin/settings.ini");
+    for (const QString &version : {QStringLiteral("1.0"), New}) {
+        Offer offer{9, version};
+        offer.files = {{QStringLiteral("plugin/data.txt"), version.toUtf8()}};
+        offer.preserve = QStringList{settings};
+        offer.remove = QStringList{QStringLiteral("plugin")};
+        m_engine->offer(offer);
+    }
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(9, QStringLiteral("1.0")));
+    m_engine->stop();
+    const QString copy = m_engine->profile().preserveFolder() + settings;
+    QVERIFY(writeFile(m_engine->simulator(settings), "as it was"));
+    QVERIFY(writeFile(copy, "as it was"));
+    QVERIFY(executeOn(database(), {QStringLiteral("UPDATE packages SET status = 4, version = "
+                                                  "x'322e30' WHERE package_id = 9")}));
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(m_engine->package(9)->state(), Package::INSTALLED);
+    QVERIFY(!QFile::exists(copy));
+    QVERIFY(writeFile(m_engine->simulator(settings), "as it is now"));
+    QVERIFY(m_engine->installAndWait(9, New));
+    QCOMPARE(readFile(m_engine->simulator(settings)), QByteArray("as it is now"));
 }
 
 KAVO_TEST_MAIN(StillInstalledTest)

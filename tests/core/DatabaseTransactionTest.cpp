@@ -1,0 +1,144 @@
+#include "core/DatabaseTransaction.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TestMain.h"
+
+#include <QSqlQuery>
+#include <QVariant>
+
+#include <memory>
+
+using namespace Kavo;
+using namespace Kavo::Testing;
+
+namespace {
+
+const auto FileName = QStringLiteral("test.db");
+
+} // namespace
+
+class DatabaseTransactionTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void othersSeeAllAtOnce();
+    void outermostCounts();
+    void failingStatementUndoesNoOther();
+    void whatCannotBeWrittenKeepsNobodyOut();
+    void closedFileDoesNothing();
+
+private:
+    bool insert(const QString &name);
+    int countOfOthers();
+
+    QScopedPointer<ScratchProfile> m_profile;
+    std::unique_ptr<DatabaseFile> m_file;
+    std::unique_ptr<DatabaseFile> m_other; ///< another program's
+};
+
+void DatabaseTransactionTest::init()
+{
+    m_profile.reset(new ScratchProfile);
+    const auto schema = QStringLiteral("CREATE TABLE IF NOT EXISTS things (name TEXT UNIQUE)");
+    m_file = std::make_unique<DatabaseFile>(QStringLiteral("one"), FileName);
+    m_other = std::make_unique<DatabaseFile>(QStringLiteral("other"), FileName);
+    QVERIFY(m_file->open(schema));
+    QVERIFY(m_other->open(schema));
+}
+
+void DatabaseTransactionTest::cleanup()
+{
+    m_file.reset();
+    m_other.reset();
+    m_profile.reset();
+}
+
+bool DatabaseTransactionTest::insert(const QString &name)
+{
+    QSqlQuery query = m_file->prepared(QStringLiteral("INSERT INTO things VALUES (:name)"));
+    query.bindValue(QStringLiteral(":name"), name);
+    return m_file->run(query);
+}
+
+int DatabaseTransactionTest::countOfOthers()
+{
+    QSqlQuery query = m_other->prepared(QStringLiteral("SELECT count(*) FROM things"));
+    return m_other->run(query) && query.next() ? query.value(0).toInt() : -1;
+}
+
+void DatabaseTransactionTest::othersSeeAllAtOnce()
+{
+    const LogCapture log;
+    {
+        const DatabaseTransaction together(*m_file);
+        QVERIFY(insert(QStringLiteral("a")));
+        QVERIFY(insert(QStringLiteral("b")));
+        QCOMPARE(countOfOthers(), 0);
+    }
+    QCOMPARE(countOfOthers(), 2);
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void DatabaseTransactionTest::outermostCounts()
+{
+    const LogCapture log;
+    {
+        const DatabaseTransaction together(*m_file);
+        {
+            const DatabaseTransaction inner(*m_file);
+            QVERIFY(insert(QStringLiteral("a")));
+        }
+        QCOMPARE(countOfOthers(), 0);
+    }
+    QCOMPARE(countOfOthers(), 1);
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void DatabaseTransactionTest::failingStatementUndoesNoOther()
+{
+    {
+        const DatabaseTransaction together(*m_file);
+        QVERIFY(insert(QStringLiteral("a")));
+        QVERIFY(!insert(QStringLiteral("a")));
+        QVERIFY(insert(QStringLiteral("b")));
+    }
+    QCOMPARE(countOfOthers(), 2);
+}
+
+void DatabaseTransactionTest::whatCannotBeWrittenKeepsNobodyOut()
+{
+    {
+        // Somebody who reads and does not stop keeps it from being written.
+        QSqlQuery reading = m_other->prepared(QStringLiteral("SELECT 1 FROM sqlite_master"));
+        QVERIFY(m_other->run(reading) && reading.next());
+        const LogCapture log;
+        {
+            const DatabaseTransaction together(*m_file);
+            QVERIFY(insert(QStringLiteral("a")));
+        }
+        QCOMPARE(log.count(QStringLiteral("SQL Error: database is locked")), 1);
+    }
+    QCOMPARE(countOfOthers(), 0);
+    const LogCapture log;
+    QSqlQuery write = m_other->prepared(QStringLiteral("INSERT INTO things VALUES ('of others')"));
+    QVERIFY(m_other->run(write));
+    QVERIFY(insert(QStringLiteral("a")));
+    QCOMPARE(countOfOthers(), 2);
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void DatabaseTransactionTest::closedFileDoesNothing()
+{
+    m_file->removeFile();
+    const LogCapture log;
+    {
+        const DatabaseTransaction together(*m_file);
+    }
+    QCOMPARE(log.lines(), QStringList());
+}
+
+KAVO_TEST_MAIN(DatabaseTransactionTest)
+#include "DatabaseTransactionTest.moc"
