@@ -17,6 +17,9 @@ class Catalogue final
 public:
     const PackageList &packages() const { return m_offered ? m_packages : m_none; }
 
+    /// The same, but also while a new catalogue is on its way.
+    const PackageList &known() const { return m_packages; }
+
     void clear() { m_offered = false; }
     void replace(const PackageList &packages);
 

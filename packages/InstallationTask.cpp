@@ -55,10 +55,15 @@ InstallationResult InstallationTask::install(RemovalPermit &permit) const
 
 bool InstallationTask::unpack(const PackageFiles &files) const
 {
+    const PackageFiles all(m_folders, m_package->withAllBackups(*m_version));
+    const PackageFiles::Standing before = all.standing();
     const QString target = files.extractFolder();
     ensureDirectory(target, true);
     Extractors::P7ZipExtractor extractor(m_extractor);
-    return extractor.extract(m_archive.archive(), target);
+    const bool unpacked = extractor.extract(m_archive.archive(), target);
+    // Also what has arrived of an archive that fails: the next one may bring the same.
+    all.markBrought(before);
+    return unpacked;
 }
 
 } // namespace Kavo::Models

@@ -37,6 +37,16 @@ PackageVersionPointer Package::findVersion(const QString &version) const
     return m_versions.value(versionIndex(version));
 }
 
+PackageVersion Package::withAllBackups(const PackageVersion &version) const
+{
+    PackageVersion all = version;
+    all.install = QSharedPointer<PackageInstallRule>::create(*version.install);
+    for (const PackageVersionPointer &other : m_versions)
+        all.install->backup += other->install->backup;
+    all.install->backup.removeDuplicates();
+    return all;
+}
+
 QString Package::newestVersion() const
 {
     return m_versions.isEmpty() ? QString() : m_versions.first()->version;

@@ -88,6 +88,9 @@ public:
     int versionIndex(const QString &version) const;
     /// The version at versionIndex(), or null for a package without versions.
     PackageVersionPointer findVersion(const QString &version) const;
+    /// A version with the backups of all the others. One that was installed before may have
+    /// replaced a file that this one does not list, and nobody else puts the original back.
+    PackageVersion withAllBackups(const PackageVersion &version) const;
     /// Text of the newest version, empty without versions.
     QString newestVersion() const;
 

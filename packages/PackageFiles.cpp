@@ -95,6 +95,43 @@ RemovalFaults PackageFiles::remove() const
     return faults;
 }
 
+RemovalFaults PackageFiles::uninstall(const QStringList &needed) const
+{
+    RemovalFaults faults;
+    for (const QString &entry : m_version.uninstall->remove) {
+        if (!isOneOf(needed, entry))
+            removeEntry(entry, &faults.remaining);
+    }
+    for (const QString &entry : m_version.install->backup) {
+        const Return back = bringBack(entry, m_originals);
+        const QString copy = m_originals.find(entry);
+        if (back == Return::DONE || isOneOf(needed, entry) || !QFileInfo(copy).isFile())
+            continue;
+        if (back != Return::TAKEN || !returnOriginal(entry))
+            faults.notReturned.add(copy);
+    }
+    return faults;
+}
+
+PackageFiles::Standing PackageFiles::standing() const
+{
+    Standing standing;
+    for (const QString &entry : m_version.install->backup)
+        standing.insert(entry, digestOf(containedPath(m_folders.installation, entry)));
+    return standing;
+}
+
+void PackageFiles::markBrought(const Standing &before) const
+{
+    const Standing now = standing();
+    for (auto file = now.cbegin(); file != now.cend(); ++file) {
+        const QString original = m_originals.find(file.key());
+        // What unpacking has left alone may be the user's.
+        if (QFileInfo(original).isFile() && file.value() != before.value(file.key()))
+            settle(original, containedPath(m_folders.installation, file.key()));
+    }
+}
+
 void PackageFiles::restorePreserved() const
 {
     for (const QString &entry : m_version.install->preserve) {
@@ -112,11 +149,13 @@ void PackageFiles::restorePreserved() const
     }
 }
 
-void PackageFiles::giveUpReturned() const
+void PackageFiles::giveUpReturned(const QStringList &needed) const
 {
     giveUpKept();
-    for (const QString &entry : m_version.install->backup)
-        giveUpReturned(entry, m_originals);
+    for (const QString &entry : m_version.install->backup) {
+        if (!isOneOf(needed, entry))
+            giveUpReturned(entry, m_originals);
+    }
 }
 
 void PackageFiles::giveUpKept() const
@@ -177,6 +216,24 @@ void PackageFiles::removeEntry(const QString &entry, FailedPaths *failed) const
         logLine(QStringLiteral("Removing directory : ") + path);
     if (!removeFolder(path, failed))
         logLine(QStringLiteral("Removal failed : ") + path);
+}
+
+/// Puts an original over what stands in its place, if that is the add-on's. Returns whether it did.
+bool PackageFiles::returnOriginal(const QString &entry) const
+{
+    const QString original = m_originals.find(entry);
+    const QString target = installed(entry);
+    return !QFileInfo(target).isSymLink() && isAsBrought(original, target) &&
+           copyFile(copyOver, original, target);
+}
+
+/// Whether one of the entries names the same place.
+bool PackageFiles::isOneOf(const QStringList &entries, const QString &entry) const
+{
+    const QString path = containedPath(m_folders.installation, entry);
+    return std::any_of(entries.cbegin(), entries.cend(), [this, &path](const QString &other) {
+        return containedPath(m_folders.installation, other) == path;
+    });
 }
 
 /// Copies files and adds the entries of which there was no copy before. Returns the first file that

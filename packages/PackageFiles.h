@@ -4,6 +4,7 @@
 #include "packages/PackageVersion.h"
 #include "packages/RemovalFaults.h"
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
@@ -52,16 +53,29 @@ public:
     /// Returns the path of the first file that could not be copied, empty when all is safe. After a
     /// failure nothing may be replaced or removed. What was copied is taken away again then.
     QString secure() const;
-    /// Deletes what the removal rule lists, then puts the backed up originals back; returns what of
-    /// it failed. The backups stay, so that a removal that was cut short can be repeated: the
-    /// second one would delete the originals that the first has put back.
+    /// Deletes what the removal rule lists, then puts the backed up originals back where nothing
+    /// stands; returns what of it failed. The backups stay, so that a removal that was cut short
+    /// can be repeated: the second one would delete the originals that the first has put back.
     RemovalFaults remove() const;
+    /// The same, for good. The add-on's files, those that an archive has brought and nobody has
+    /// edited since, also give way to the originals where no rule removes them; a file of the
+    /// user's stays, and so does its backup. `needed` are backups of other installed packages:
+    /// what stands in their places stays, unless it goes with a whole folder.
+    RemovalFaults uninstall(const QStringList &needed) const;
+
+    /// What stands in the places of the backed up originals, by entry: digests of contents.
+    using Standing = QHash<QString, QByteArray>;
+    Standing standing() const;
+    /// Marks what unpacking has changed as the add-on's. `before` is what stood there until then.
+    void markBrought(const Standing &before) const;
+
     /// Copies preserved files back and deletes the preserved copies. One whose place the archive
     /// has taken stays and is settled. To be called when everything is unpacked.
     void restorePreserved() const;
-    /// Deletes preserved copies and backups whose content stands in its place. While the package
-    /// is not installed they are left over from work that has ended suddenly, or is done.
-    void giveUpReturned() const;
+    /// Deletes preserved copies and backups whose content stands in its place, but for the backups
+    /// that other packages need. While the package is not installed they are left over from work
+    /// that has ended suddenly, or is done.
+    void giveUpReturned(const QStringList &needed = {}) const;
     /// The same for preserved copies alone. While the package is installed, those whose content
     /// stands in its place are left over from work that has ended before it removed anything; a
     /// later edit of the file must not lose against them.
@@ -80,6 +94,8 @@ private:
     QString ownFolderAround(const QString &path) const;
     bool isNeeded(const QString &path) const;
     void removeEntry(const QString &entry, FailedPaths *failed) const;
+    bool returnOriginal(const QString &entry) const;
+    bool isOneOf(const QStringList &entries, const QString &entry) const;
     QString park(const QStringList &entries, const CopyStore &store, QStringList *made) const;
     bool isReplaced(const QString &copy, const QString &source, const CopyStore &store) const;
     void unsettleKept() const;

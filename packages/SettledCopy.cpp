@@ -4,6 +4,7 @@
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QFileInfo>
 
 namespace Kavo::Models {
 
@@ -11,14 +12,13 @@ namespace {
 
 constexpr auto Digest = QCryptographicHash::Sha256;
 
-/// What tells the content of a file from all others, empty when it cannot be read.
-QByteArray digestOf(const QString &path)
+/// What the mark of a copy says, empty when there is none.
+QByteArray broughtFor(const QString &copy)
 {
-    QFile file(path);
-    QCryptographicHash hash(Digest);
-    if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file))
-        return QByteArray();
-    return hash.result();
+    QFile mark(settledMarkOf(copy));
+    const QByteArray brought = mark.open(QIODevice::ReadOnly) ? mark.readAll() : QByteArray();
+    // After a sudden end the mark may be there in part.
+    return brought.size() == QCryptographicHash::hashLength(Digest) ? brought : QByteArray();
 }
 
 } // namespace
@@ -38,14 +38,25 @@ void unsettle(const QString &copy)
 
 bool isOlder(const QString &copy, const QString &file)
 {
-    QFile mark(settledMarkOf(copy));
-    if (!mark.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray brought = mark.readAll();
+    const QByteArray brought = broughtFor(copy);
     const QByteArray present = digestOf(file);
-    // After a sudden end the mark may be there in part.
-    return brought.size() == QCryptographicHash::hashLength(Digest) && !present.isEmpty() &&
-           present != brought;
+    return !brought.isEmpty() && !present.isEmpty() && present != brought;
+}
+
+bool isAsBrought(const QString &copy, const QString &file)
+{
+    const QByteArray brought = broughtFor(copy);
+    return !brought.isEmpty() && digestOf(file) == brought;
+}
+
+QByteArray digestOf(const QString &path)
+{
+    QFile file(path);
+    QCryptographicHash hash(Digest);
+    // Whoever reads a pipe waits for its other end.
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) || !hash.addData(&file))
+        return QByteArray();
+    return hash.result();
 }
 
 QString settledMarkOf(const QString &copy)

@@ -9,6 +9,9 @@ namespace Kavo::Models {
 /// copy is the older one. All other copies may be the only ones of the user's files: those of an
 /// installation that has failed or ended suddenly.
 ///
+/// A copy in the backup folder is settled when an installation has replaced the original. As long
+/// as the file that was brought stands there, it is the add-on's and may give way to the original.
+///
 /// A hidden file beside the copy tells what the archive has brought. When it cannot be written or
 /// read, the copy is one of the others, which is the safe side. Callable from any thread.
 void settle(const QString &copy, const QString &brought);
@@ -18,6 +21,12 @@ void unsettle(const QString &copy);
 
 /// Whether the copy is settled and `file` is another one than the archive has brought then.
 bool isOlder(const QString &copy, const QString &file);
+
+/// Whether the copy is settled and `file` is the one that the archive has brought then.
+bool isAsBrought(const QString &copy, const QString &file);
+
+/// What tells the content of a file from all others, empty when it cannot be read.
+QByteArray digestOf(const QString &path);
 
 /// Where the mark of a copy is.
 QString settledMarkOf(const QString &copy);

@@ -21,11 +21,19 @@ bool holdsFiles(const QString &folder)
         .hasNext();
 }
 
+/// Whether files of the package may be in the simulator.
+bool mayBeThere(const Package &package)
+{
+    return package.state() == Package::INSTALLED || package.state() == Package::INSTALL_ERROR ||
+           package.isBusy();
+}
+
 } // namespace
 
 Uninstaller::Uninstaller(const Catalogue &catalogue, InstalledPackageDatabase &database,
                          PackageFolders folders)
-    : m_database(database)
+    : m_catalogue(catalogue)
+    , m_database(database)
     , m_dependencies(catalogue, database)
     , m_folders(std::move(folders))
 {}
@@ -86,13 +94,14 @@ bool Uninstaller::remove(Package &package, Removal &removal)
 {
     const QString version = m_database.version(package);
     const PackageVersionPointer record = package.findVersion(version);
+    const PackageFiles files(m_folders,
+                             record ? package.withAllBackups(*record) : PackageVersion());
+    const QStringList needed = neededBackups(package);
     package.setState(Package::UNINSTALLING);
     m_database.forgetWhole(package);
-    if (record) {
-        const RemovalFaults faults = PackageFiles(m_folders, *record).remove();
-        removal.faults.remaining.add(faults.remaining);
-        removal.faults.notReturned.add(faults.notReturned);
-    }
+    const RemovalFaults faults = files.uninstall(needed);
+    removal.faults.remaining.add(faults.remaining);
+    removal.faults.notReturned.add(faults.notReturned);
     // A disk that went meanwhile takes along what could not be removed any more.
     if (!simulatorIsThere(removal)) {
         package.setState(Package::INSTALLED);
@@ -103,9 +112,28 @@ bool Uninstaller::remove(Package &package, Removal &removal)
     m_database.record(package, version);
     // As long as the package counts as installed, the removal may have to be done again, which
     // takes the backups.
-    if (record)
-        PackageFiles(m_folders, *record).giveUpReturned();
+    files.giveUpReturned(needed);
     return true;
+}
+
+/// The backups of all packages but one that are installed or on their way.
+QStringList Uninstaller::neededBackups(const Package &without) const
+{
+    QStringList needed;
+    for (const PackagePointer &package : m_catalogue.known()) {
+        if (package->id() == without.id() || !mayBeThere(*package))
+            continue;
+        if (package->state() == Package::INSTALLED) {
+            const auto version = package->findVersion(m_database.version(*package));
+            if (version)
+                needed += version->install->backup;
+        } else {
+            // The record names the version that is on its way, and another one may be there still.
+            for (const PackageVersionPointer &version : package->versions())
+                needed += version->install->backup;
+        }
+    }
+    return needed;
 }
 
 void Uninstaller::clearUp(const PackageList &packages, const QSet<int> &concerned)
@@ -141,7 +169,8 @@ void Uninstaller::clearUpRemoved(const Package &package) const
         return;
     const QString version = m_database.version(package);
     if (!version.isEmpty())
-        PackageFiles(m_folders, *package.findVersion(version)).giveUpReturned();
+        PackageFiles(m_folders, package.withAllBackups(*package.findVersion(version)))
+            .giveUpReturned(neededBackups(package));
 }
 
 } // namespace Kavo::Models

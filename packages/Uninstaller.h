@@ -35,9 +35,11 @@ public:
 private:
     void clearUpInstalled(const Package &package) const;
     void clearUpRemoved(const Package &package) const;
+    QStringList neededBackups(const Package &without) const;
     bool simulatorIsThere(Removal &removal) const;
     bool remove(Package &package, Removal &removal);
 
+    const Catalogue &m_catalogue;
     InstalledPackageDatabase &m_database;
     Dependencies m_dependencies;
     PackageFolders m_folders;

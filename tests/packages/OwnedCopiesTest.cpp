@@ -14,7 +14,7 @@ using namespace Kavo::Testing;
 
 namespace {
 
-const QString Lights = QStringLiteral("Resources/lights.txt");
+const QString Lights = QStringLiteral("Resources/bitmaps/lights.txt");
 const QString Preferences = QStringLiteral("plugin/settings.ini");
 
 } // namespace
@@ -32,7 +32,17 @@ private slots:
     void eachSimulatorGetsItsOwnOriginalBack();
     void eachSimulatorGetsItsOwnSettingsBack();
 
+    void originalReturnsWithoutARemovalRule();
+    void fileOfTheUsersStaysWithoutARemovalRule();
+    void editOfAFileThatNoArchiveBringsStays();
+    void originalReturnsWhenTheLastAddOnGoes_data();
+    void originalReturnsWhenTheLastAddOnGoes();
+    void originalReturnsThatANewerVersionNoLongerLists();
+
 private:
+    /// Offers a package that replaces the lights.
+    void offerLights(int id, const QString &version, const QStringList &backup,
+                     const QStringList &remove);
     /// The next start of the program, with another folder in the settings. A new simulator means
     /// a new database.
     bool restartWith(Settings::Key key, const QString &folder);
@@ -128,6 +138,117 @@ void OwnedCopiesTest::eachSimulatorGetsItsOwnSettingsBack()
     QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.0")));
     QCOMPARE(readFile(m_eleven + Preferences), QByteArray("settings for 11"));
     QCOMPARE(readFile(m_twelve + Preferences), QByteArray("settings for 12"));
+}
+
+void OwnedCopiesTest::offerLights(int id, const QString &version, const QStringList &backup,
+                                  const QStringList &remove)
+{
+    Offer offer{id, version};
+    offer.files = {{Engine::fileOf(id), "file"},
+                   {Lights, Engine::contentOf(id, version) + " lights"}};
+    offer.backup = backup;
+    offer.remove = QStringList{QFileInfo(Engine::fileOf(id)).path()} + remove;
+    m_engine->offer(offer);
+}
+
+void OwnedCopiesTest::originalReturnsWithoutARemovalRule()
+{
+    offerLights(8, QStringLiteral("1.0"), {Lights}, {});
+    offerLights(8, QStringLiteral("2.0"), {Lights}, {});
+    QVERIFY(m_engine->refresh());
+    const auto before = tree();
+    for (const char *version : {"1.0", "2.0", "2.0"})
+        QVERIFY(m_engine->installAndWait(8, QLatin1String(version)));
+    QCOMPARE(readFile(simulator(Lights)), Engine::contentOf(8, QStringLiteral("2.0")) + " lights");
+    uninstall(8);
+    QCOMPARE(tree(), before);
+    QCOMPARE(filesUnder(m_engine->profile().backupFolder()), QStringList());
+}
+
+void OwnedCopiesTest::fileOfTheUsersStaysWithoutARemovalRule()
+{
+    offerLights(8, QStringLiteral("1.0"), {Lights}, {});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(8));
+    QVERIFY(writeFile(simulator(Lights), "the user's own lights"));
+    uninstall(8);
+    QCOMPARE(readFile(simulator(Lights)), QByteArray("the user's own lights"));
+    QCOMPARE(readFile(m_engine->profile().backupFolder() + Lights), QByteArray("lights of 11"));
+}
+
+void OwnedCopiesTest::editOfAFileThatNoArchiveBringsStays()
+{
+    Offer offer{8};
+    offer.backup = QStringList{Lights};
+    m_engine->offer(offer);
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(8));
+    QVERIFY(writeFile(simulator(Lights), "edited"));
+    QVERIFY(m_engine->installAndWait(8));
+    uninstall(8);
+    QCOMPARE(readFile(simulator(Lights)), QByteArray("edited"));
+}
+
+void OwnedCopiesTest::originalReturnsWhenTheLastAddOnGoes_data()
+{
+    QTest::addColumn<QStringList>("rule");
+    QTest::addColumn<int>("first");
+    QTest::addColumn<bool>("refreshes");
+    QTest::addColumn<QByteArray>("between");
+    const QByteArray later = Engine::contentOf(9, QStringLiteral("1.0")) + " lights";
+    const QStringList rules[] = {{},
+                                 {Lights},
+                                 {QStringLiteral("./") + Lights},
+                                 {QStringLiteral("Resources/bitmaps/lights.txt/")}};
+    for (const QStringList &rule : rules) {
+        for (const int first : {8, 9}) {
+            for (const bool refreshes : {false, true}) {
+                QTest::addRow("%s, %d goes first%s", qPrintable(rule.value(0)), first,
+                              refreshes ? ", during a refresh" : "")
+                    << rule << first << refreshes << later;
+            }
+        }
+    }
+    // A whole folder goes, whoever's files are in it.
+    const QStringList folder{QStringLiteral("Resources/bitmaps")};
+    QTest::newRow("folder, 8 goes first") << folder << 8 << false << QByteArray("lights of 11");
+}
+
+void OwnedCopiesTest::originalReturnsWhenTheLastAddOnGoes()
+{
+    QFETCH(QStringList, rule);
+    QFETCH(int, first);
+    QFETCH(bool, refreshes);
+    QFETCH(QByteArray, between);
+    QVERIFY(first == 8 || first == 9);
+    offerLights(8, QStringLiteral("1.0"), {Lights}, rule);
+    offerLights(9, QStringLiteral("1.0"), {QStringLiteral("Resources/bitmaps//lights.txt")}, rule);
+    QVERIFY(m_engine->refresh());
+    const auto before = tree();
+    QVERIFY(m_engine->installAndWait(8));
+    QVERIFY(m_engine->installAndWait(9));
+    const PackagePointer one = m_engine->package(first);
+    const PackagePointer other = m_engine->package(first == 8 ? 9 : 8);
+    if (refreshes)
+        m_engine->controller().refresh();
+    m_engine->controller().uninstall(one);
+    QCOMPARE(readFile(simulator(Lights)), between);
+    QCOMPARE(readFile(m_engine->profile().backupFolder() + Lights), QByteArray("lights of 11"));
+    m_engine->controller().uninstall(other);
+    QCOMPARE(tree(), before);
+    QCOMPARE(filesUnder(m_engine->profile().backupFolder()), QStringList());
+}
+
+void OwnedCopiesTest::originalReturnsThatANewerVersionNoLongerLists()
+{
+    offerLights(8, QStringLiteral("1.0"), {Lights}, {Lights});
+    offerLights(8, QStringLiteral("2.0"), {}, {});
+    QVERIFY(m_engine->refresh());
+    const auto before = tree();
+    QVERIFY(m_engine->installAndWait(8, QStringLiteral("1.0")));
+    QVERIFY(m_engine->installAndWait(8, QStringLiteral("2.0")));
+    uninstall(8);
+    QCOMPARE(tree(), before);
 }
 
 KAVO_TEST_MAIN(OwnedCopiesTest)
