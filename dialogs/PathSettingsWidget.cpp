@@ -1,7 +1,9 @@
 #include "dialogs/PathSettingsWidget.h"
 
 #include "components/FileSelector.h"
+#include "core/FileCopy.h"
 #include "dialogs/MessageBoxes.h"
+#include "packages/ContainedPath.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,46 +21,64 @@ PathSettingsWidget::PathSettingsWidget(const QSharedPointer<Settings> &settings,
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(16, 16, 16, 16);
     layout->setSpacing(8);
-    m_simulator = addSelector(*layout, tr("X-Plane"), Settings::INSTALLATION);
-    connect(m_simulator, &FileSelector::valueChanged, this, &PathSettingsWidget::onSimulatorChosen);
-    addFolder(*layout, tr("Cache"), Settings::CACHE);
-    addFolder(*layout, tr("Preserve"), Settings::PRESERVE);
-    addFolder(*layout, tr("Backup"), Settings::BACKUP);
+    addSelector(*layout, tr("X-Plane"), Settings::INSTALLATION);
+    addSelector(*layout, tr("Cache"), Settings::CACHE);
+    addSelector(*layout, tr("Preserve"), Settings::PRESERVE);
+    addSelector(*layout, tr("Backup"), Settings::BACKUP);
     layout->addStretch();
 }
 
-FileSelector *PathSettingsWidget::addSelector(QVBoxLayout &layout, const QString &caption,
-                                              Settings::Key key)
+void PathSettingsWidget::addSelector(QVBoxLayout &layout, const QString &caption, Settings::Key key)
 {
     auto *selector = new FileSelector(FileSelector::ChooseFolder, this);
     selector->setLabel(caption);
     selector->setValue(m_settings->current(key));
     layout.addWidget(selector);
-    return selector;
+    m_selectors.insert(key, {caption, selector});
+    connect(selector, &FileSelector::valueChanged, this,
+            [this, key](const QString &path) { choose(key, path); });
 }
 
-void PathSettingsWidget::addFolder(QVBoxLayout &layout, const QString &caption, Settings::Key key)
+void PathSettingsWidget::choose(Settings::Key key, const QString &path)
 {
-    connect(addSelector(layout, caption, key), &FileSelector::valueChanged, this,
-            [this, key](const QString &path) {
-                m_settings->setPending(key, path + QDir::separator());
-            });
-}
-
-void PathSettingsWidget::onSimulatorChosen(const QString &path)
-{
-    if (path.isEmpty())
+    const bool isSimulator = key == Settings::INSTALLATION;
+    if (isSimulator && path.isEmpty())
         return;
     // Not the file that start-up looks for; the two tests differ on purpose.
-    if (QFile::exists(path + QDir::separator() + QStringLiteral("X-Plane.exe"))) {
-        m_settings->setPending(Settings::INSTALLATION, path + QDir::separator());
+    if (isSimulator && !QFile::exists(path + QDir::separator() + QStringLiteral("X-Plane.exe"))) {
+        refuse(key, tr("Oops...this doesn't seem to be a XPlane installation folder."));
         return;
     }
+    const QString other = inTheWayOf(key, path + QDir::separator());
+    if (other.isEmpty())
+        m_settings->setPending(key, path + QDir::separator());
+    else
+        refuse(key, tr("This folder is that of \"%1\", lies in it or holds it.\n\n"
+                       "Choose one that is apart from the others.")
+                        .arg(other));
+}
+
+/// Caption of a folder that must not be this one. Empty when there is none.
+QString PathSettingsWidget::inTheWayOf(Settings::Key key, const QString &path) const
+{
+    for (auto other = m_selectors.cbegin(); other != m_selectors.cend(); ++other) {
+        const QString &folder = m_settings->pending(other.key());
+        if (other.key() == key || folder.isEmpty())
+            continue;
+        // Downloads stand side by side in the cache folder, and nothing looks below it.
+        const bool isShallow = key == Settings::CACHE || other.key() == Settings::CACHE;
+        if (isShallow ? isSameFile(path, folder) : overlap(path, folder))
+            return other->caption;
+    }
+    return QString();
+}
+
+void PathSettingsWidget::refuse(Settings::Key key, const QString &reason)
+{
     const QPointer<PathSettingsWidget> self(this);
-    showMessage(this, QMessageBox::Critical, tr("Invalid Folder"),
-                tr("Oops...this doesn't seem to be a XPlane installation folder."));
+    showMessage(this, QMessageBox::Critical, tr("Invalid Folder"), reason);
     if (self)
-        m_simulator->setValue(m_settings->pending(Settings::INSTALLATION));
+        m_selectors.value(key).field->setValue(m_settings->pending(key));
 }
 
 } // namespace Kavo::Dialogs

@@ -1,5 +1,7 @@
 #include "packages/ContainedPath.h"
 
+#include "core/FileCopy.h"
+
 #include <QDir>
 #include <QFileInfo>
 
@@ -29,6 +31,15 @@ QString realParent(const QString &path)
         parent = above;
     }
     return QFileInfo(parent).canonicalFilePath();
+}
+
+/// Where a folder really is, or would be.
+QString realPlace(const QString &folder)
+{
+    const QFileInfo info(QDir::cleanPath(QFileInfo(folder).absoluteFilePath()));
+    if (info.exists())
+        return info.canonicalFilePath();
+    return QDir(realPlace(info.path())).filePath(info.fileName());
 }
 
 } // namespace
@@ -70,6 +81,13 @@ bool staysWithin(const QString &path, const QStringList &roots)
 bool isInFolder(const QString &inner, const QString &outer)
 {
     return liesIn(QFileInfo(inner).canonicalFilePath(), QFileInfo(outer).canonicalFilePath());
+}
+
+bool overlap(const QString &first, const QString &second)
+{
+    const QString a = realPlace(first);
+    const QString b = realPlace(second);
+    return liesIn(a, b) || liesIn(b, a) || isSameFile(a, b);
 }
 
 } // namespace Kavo

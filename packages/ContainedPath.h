@@ -19,4 +19,8 @@ bool staysWithin(const QString &path, const QStringList &roots);
 /// of them does not exist.
 bool isInFolder(const QString &inner, const QString &outer);
 
+/// Whether two folders, with every link resolved, are the same or one lies in the other. Folders
+/// that do not exist yet count as lying where they would be made.
+bool overlap(const QString &first, const QString &second);
+
 } // namespace Kavo

@@ -102,6 +102,14 @@
         <source>Oops...this doesn&apos;t seem to be a XPlane installation folder.</source>
         <translation>Hoppla, das scheint kein Installationsordner von X-Plane zu sein.</translation>
     </message>
+    <message>
+        <source>This folder is that of &quot;%1&quot;, lies in it or holds it.
+
+Choose one that is apart from the others.</source>
+        <translation>Dieser Ordner ist der von „%1“, liegt darin oder enthält ihn.
+
+Bitte einen Ordner wählen, der von den anderen getrennt ist.</translation>
+    </message>
 </context>
 <context>
     <name>Kavo::Dialogs::SettingsDialog</name>

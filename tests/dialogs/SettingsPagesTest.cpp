@@ -39,6 +39,8 @@ private slots:
     void foldersShowTheSavedValues();
     void chosenWorkingFolderIsPending_data();
     void chosenWorkingFolderIsPending();
+    void folderInTheWayOfAnotherIsRefused_data();
+    void folderInTheWayOfAnotherIsRefused();
     void simulatorFolderNeedsTheWindowsProgram();
     void simulatorFolderIsPending();
     void cancelledFolderDialogChangesNothing();
@@ -156,6 +158,71 @@ void SettingsPagesTest::chosenWorkingFolderIsPending()
     browse(page, selector, folder);
     QCOMPARE(m_settings->pending(entry), folder);
     QCOMPARE(m_settings->current(entry), before);
+}
+
+void SettingsPagesTest::folderInTheWayOfAnotherIsRefused_data()
+{
+    QTest::addColumn<int>("selector");
+    QTest::addColumn<QString>("chosen"); ///< below the folder that holds all four
+    QTest::addColumn<QString>("other");  ///< caption, empty when the folder is taken
+    const QString preserve = QStringLiteral("Preserve");
+    const QString backup = QStringLiteral("Backup");
+    const QString simulator = QStringLiteral("X-Plane");
+    QTest::newRow("preserve in the simulator") << 2 << "sim" << simulator;
+    QTest::newRow("preserve below the simulator") << 2 << "sim/Resources" << simulator;
+    QTest::newRow("preserve around the simulator") << 2 << "" << simulator;
+    QTest::newRow("preserve as backup") << 2 << "backup" << backup;
+    QTest::newRow("preserve below backup") << 2 << "backup/deep" << backup;
+    QTest::newRow("preserve by a link") << 2 << "link/deep" << backup;
+    QTest::newRow("backup as preserve") << 3 << "preserve" << preserve;
+    QTest::newRow("backup below the simulator") << 3 << "sim/Resources" << simulator;
+    QTest::newRow("simulator around preserve") << 0 << "preserve/.." << preserve;
+    QTest::newRow("simulator below backup") << 0 << "backup/deep" << backup;
+    QTest::newRow("cache as the simulator") << 1 << "sim" << simulator;
+    QTest::newRow("preserve as cache") << 2 << "cache" << QStringLiteral("Cache");
+    QTest::newRow("cache below the simulator") << 1 << "sim/Resources"
+                                               << "";
+    QTest::newRow("preserve below cache") << 2 << "cache/deep"
+                                          << "";
+    QTest::newRow("a name that begins alike") << 2 << "backup2"
+                                              << "";
+}
+
+void SettingsPagesTest::folderInTheWayOfAnotherIsRefused()
+{
+    QFETCH(int, selector);
+    QFETCH(QString, chosen);
+    QFETCH(QString, other);
+    const Settings::Key keys[] = {Settings::INSTALLATION, Settings::CACHE, Settings::PRESERVE,
+                                  Settings::BACKUP};
+    const char *names[] = {"sim", "cache", "preserve", "backup"};
+    for (int i = 0; i < 4; ++i)
+        m_settings->setPending(keys[i],
+                               m_profile->folder(QStringLiteral("all/") + QLatin1String(names[i])));
+    m_settings->apply();
+    const QString all = m_profile->folder(QStringLiteral("all"));
+    QVERIFY(QFile::link(all + QStringLiteral("backup"), all + QStringLiteral("link")));
+    const QString folder = QDir(m_profile->folder(QStringLiteral("all/") + chosen)).absolutePath();
+    QVERIFY(writeFile(folder + QStringLiteral("/X-Plane.exe"), "x"));
+    const QString before = m_settings->pending(keys[selector]);
+    PathSettingsWidget page(m_settings);
+    MessageBoxAnswers answers;
+    answers.expectFolder(FolderCaption, folder);
+    if (!other.isEmpty())
+        answers.expect(QStringLiteral("Invalid Folder"),
+                       QStringLiteral("This folder is that of \"%1\", lies in it or holds it.\n\n"
+                                      "Choose one that is apart from the others.")
+                           .arg(other),
+                       QMessageBox::Ok);
+    allChildren<QPushButton>(page, "FileSelectorBrowse").at(selector)->click();
+    QVERIFY(answers.allShown());
+    if (other.isEmpty()) {
+        QCOMPARE(m_settings->pending(keys[selector]), folder + QLatin1Char('/'));
+        return;
+    }
+    QCOMPARE(answers.shown().first().icon, QMessageBox::Critical);
+    QCOMPARE(m_settings->pending(keys[selector]), before);
+    QCOMPARE(value(page, selector), before);
 }
 
 void SettingsPagesTest::simulatorFolderNeedsTheWindowsProgram()
