@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "core/Paths.h"
+#include "core/RegularFile.h"
 
 #include <QFile>
 #include <QSqlError>
@@ -44,12 +45,45 @@ bool DatabaseFile::open(const QString &schema)
     m_database.setConnectOptions(
         QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(PatienceInMilliseconds));
     m_patient = true;
+    if (!isOfRegularFiles())
+        return false;
     if (!m_database.open()) {
         logLine(m_database.lastError().text());
         return false;
     }
+    if (!isOfPlainTables())
+        return false;
     QSqlQuery create = prepared(schema);
     return run(create);
+}
+
+/// SQLite opens what has the name of a journal as well, and a pipe keeps it there for ever.
+bool DatabaseFile::isOfRegularFiles() const
+{
+    for (const char *suffix : {"", "-journal", "-wal", "-shm"}) {
+        const QString path = m_database.databaseName() + QLatin1String(suffix);
+        if (isSpecialFile(path)) {
+            logLine(QStringLiteral("No regular file : ") + path);
+            return false;
+        }
+    }
+    return true;
+}
+
+/// A view or a trigger of another program's may never come to an end. Closes a file with one.
+bool DatabaseFile::isOfPlainTables()
+{
+    QSqlQuery query =
+        prepared(QStringLiteral("SELECT type FROM sqlite_master WHERE type NOT IN ('table', "
+                                "'index') OR (type = 'table' AND rootpage = 0)"));
+    if (!run(query))
+        return false;
+    if (!query.next())
+        return true;
+    logLine(QStringLiteral("SQL Error: %1 holds more than tables").arg(m_fileName));
+    query = QSqlQuery();
+    m_database.close();
+    return false;
 }
 
 void DatabaseFile::removeFile()

@@ -9,12 +9,16 @@ namespace Kavo {
 /// One SQLite file in the application data folder, behind a named connection.
 ///
 /// Failures are logged and end there: a file that cannot be opened leaves isOpen() false, and a
-/// failing statement logs "SQL Error: " with the driver's text. While another program keeps the
-/// file locked only the first statement waits for it, two seconds at most. Main thread. One object
-/// at a time may use a connection name.
+/// failing statement logs "SQL Error: " with the driver's text. A file that holds views, triggers
+/// or virtual tables is none of ours and is not used: any of them may be without an end. While
+/// another program keeps the file locked only the first statement waits for it, two seconds at
+/// most. Main thread. One object at a time may use a connection name.
 class DatabaseFile final
 {
 public:
+    /// More rows than that are read by nobody: far more than any catalogue has packages.
+    static constexpr int MostRows = 1000 * 1000;
+
     /// Opens nothing yet.
     DatabaseFile(const QString &connection, const QString &fileName);
     ~DatabaseFile();
@@ -34,6 +38,8 @@ public:
     bool run(QSqlQuery &query) const;
 
 private:
+    bool isOfRegularFiles() const;
+    bool isOfPlainTables();
     void setPatient(bool patient) const;
 
     QString m_connection;

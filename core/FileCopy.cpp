@@ -1,5 +1,7 @@
 #include "core/FileCopy.h"
 
+#include "core/RegularFile.h"
+
 #include <QCryptographicHash>
 #include <QFile>
 #include <QFileInfo>
@@ -78,7 +80,7 @@ bool copyOver(const QString &from, const QString &to)
     const QString part = partOf(to);
     QFile::remove(part);
     QFile source(from);
-    if (!source.open(QIODevice::ReadOnly))
+    if (!openRegular(source, QIODevice::ReadOnly))
         return false;
     if (writePart(source, part) &&
         std::rename(QFile::encodeName(part).constData(), QFile::encodeName(to).constData()) == 0) {
@@ -116,7 +118,8 @@ bool haveEqualContent(const QString &first, const QString &second)
 {
     QFile a(first);
     QFile b(second);
-    if (!a.open(QIODevice::ReadOnly) || !b.open(QIODevice::ReadOnly) || a.size() != b.size())
+    if (!openRegular(a, QIODevice::ReadOnly) || !openRegular(b, QIODevice::ReadOnly) ||
+        a.size() != b.size())
         return false;
     while (!a.atEnd()) {
         const QByteArray block = a.read(qint64(BlockSize));

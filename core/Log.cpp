@@ -1,6 +1,7 @@
 #include "core/Log.h"
 
 #include "core/Paths.h"
+#include "core/RegularFile.h"
 
 #include <QDebug>
 #include <QFile>
@@ -18,7 +19,7 @@ void logMessage(QtMsgType type, const QMessageLogContext &context, const QString
     Q_UNUSED(type)
     Q_UNUSED(context)
     QFile file(logFile());
-    if (!file.open(QIODevice::Append))
+    if (!openRegular(file, QIODevice::Append))
         return;
     QTextStream stream(&file);
     stream << message << '\n';

@@ -1,8 +1,11 @@
 #include "downloads/PartialFile.h"
 
+#include "core/RegularFile.h"
+
 #include <QFileInfo>
 
 #include <cstdio>
+#include <sys/stat.h>
 
 namespace Kavo::Managers {
 
@@ -41,7 +44,7 @@ void PartialFile::open(const FileOrigin &origin)
     QIODevice::OpenMode mode = QIODevice::Append | QIODevice::Unbuffered;
     if (m_discards)
         mode |= QIODevice::Truncate;
-    if (!m_file.open(mode))
+    if (!openRegular(m_file, mode))
         return;
     FileOrigin told = m_file.size() > 0 ? this->origin() : origin;
     if (told.address.isEmpty())
@@ -71,9 +74,8 @@ void PartialFile::settle(bool isUsable)
 {
     m_file.close();
     if (m_file.fileName() == m_place) {
-        // A link that leads to no file would stop the next try as well.
-        const QFileInfo place(m_place);
-        if (m_lostBytes > 0 && place.isSymLink() && !place.isFile())
+        // It would stop the next try as well, and nobody is to unpack a pipe.
+        if ((m_lostBytes > 0 || isSpecialFile(m_place)) && isDeadEnd())
             QFile::remove(m_place);
         return;
     }
@@ -83,6 +85,17 @@ void PartialFile::settle(bool isUsable)
     if (isUsable)
         m_lostBytes += size();
     QFile::remove(m_file.fileName());
+}
+
+/// Whether what stands in the file's place is none and can go without a loss: a link that leads to
+/// no file, a pipe or a socket.
+bool PartialFile::isDeadEnd() const
+{
+    struct stat status = {};
+    if (::lstat(QFile::encodeName(m_place).constData(), &status) != 0)
+        return false;
+    return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) ||
+           (S_ISLNK(status.st_mode) && !QFileInfo(m_place).isFile());
 }
 
 } // namespace Kavo::Managers

@@ -38,7 +38,8 @@ public:
 
     /// Opens the file, which is made when missing, unless it is open. The origin is remembered
     /// with it; a file that has bytes already keeps what it tells of theirs. One that cannot be
-    /// opened loses what is appended; until then it may be tried again.
+    /// opened, as a pipe or a device in its place, loses what is appended; until then it may be
+    /// tried again.
     void open(const FileOrigin &origin);
     /// Adds bytes to the file. What the disk does not take is lost, and so is all that comes
     /// after it: the file stays a beginning that can be gone on with.
@@ -52,10 +53,12 @@ public:
 
     /// Closes the file and brings one that grew elsewhere to its place, in one step; removes it
     /// instead when it is not to be used. What cannot be brought there is lost. A link that leads
-    /// to no file is removed when bytes were lost.
+    /// to no file is removed when bytes were lost, and so is a pipe or a socket.
     void settle(bool isUsable);
 
 private:
+    bool isDeadEnd() const;
+
     QString m_place;
     QFile m_file;
     bool m_discards = false;

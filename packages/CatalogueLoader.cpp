@@ -1,5 +1,6 @@
 #include "packages/CatalogueLoader.h"
 
+#include "core/RegularFile.h"
 #include "packages/CatalogueParser.h"
 
 #include <QFile>
@@ -10,7 +11,7 @@ PackageList loadCatalogue(const QString &path, const QString &language,
                           InstalledPackageDatabase &database, const QSet<int> &concerned)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!openRegular(file, QIODevice::ReadOnly))
         return {};
     const PackageList packages = parseCatalogue(file.readAll(), language);
     file.close();

@@ -1,6 +1,7 @@
 #include "packages/CopyOwner.h"
 
 #include "core/FileCopy.h"
+#include "core/RegularFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -38,7 +39,7 @@ CopyOwner::CopyOwner(const QString &kind, const QString &simulator) : m_kind(kin
 CopyOwner::Claim CopyOwner::claimOn(const QString &copy) const
 {
     QFile file(markOf(copy));
-    if (!file.open(QIODevice::ReadOnly))
+    if (!openRegular(file, QIODevice::ReadOnly))
         return Claim::NONE;
     const QByteArray text = file.readAll();
     const int first = text.indexOf('\n');

@@ -2,6 +2,7 @@
 
 #include "core/FileCopy.h"
 #include "core/Paths.h"
+#include "core/RegularFile.h"
 #include "packages/ContainedPath.h"
 #include "packages/SettledCopy.h"
 
@@ -178,7 +179,8 @@ bool CopyStore::makeRoom(const QString &copy, const QString &entry) const
     if (!isTaken(copy))
         return true;
     QFile mark(CopyOwner::markOf(copy));
-    if (m_owner.claimOn(copy) != CopyOwner::Claim::FOREIGN || !mark.open(QIODevice::ReadOnly))
+    if (m_owner.claimOn(copy) != CopyOwner::Claim::FOREIGN ||
+        !openRegular(mark, QIODevice::ReadOnly))
         return false;
     const QByteArray owner = QCryptographicHash::hash(mark.readAll(), QCryptographicHash::Sha1);
     const QString folder =

@@ -183,7 +183,7 @@ QHash<qint64, InstalledPackageDatabase::Record> InstalledPackageDatabase::record
         "SELECT package_id, status, version FROM packages WHERE typeof(package_id) = 'integer'"));
     if (!m_file.run(query))
         return records;
-    while (query.next())
+    while (records.size() < DatabaseFile::MostRows && query.next())
         records.insert(query.value(0).toLongLong(),
                        {query.value(1).toInt(), versionText(query.value(2))});
     return records;

@@ -2,6 +2,7 @@
 
 #include "core/FileCopy.h"
 #include "core/Log.h"
+#include "core/RegularFile.h"
 #include "packages/CommonPlaces.h"
 #include "packages/ContainedPath.h"
 #include "packages/FolderRemoval.h"
@@ -245,6 +246,10 @@ QString PackageFiles::park(const QStringList &entries, const CopyStore &store,
         const QString source = installed(entry);
         if (source.isEmpty() || !QFileInfo::exists(source))
             continue;
+        if (isSpecialFile(source)) {
+            logSkipped(entry);
+            continue;
+        }
         const QString copy = store.find(entry);
         if (QFileInfo(source).isDir()) {
             if (store.makePlace(entry).isEmpty())
@@ -268,7 +273,7 @@ QString PackageFiles::park(const QStringList &entries, const CopyStore &store,
 bool PackageFiles::isReplaced(const QString &copy, const QString &source,
                               const CopyStore &store) const
 {
-    return QFileInfo(copy).isDir() || (&store == &m_kept && isOlder(copy, source));
+    return !QFileInfo(copy).isFile() || (&store == &m_kept && isOlder(copy, source));
 }
 
 /// From here on the copies are the ones that count, until the installation has come to its end.

@@ -1,10 +1,10 @@
 #include "packages/SettledCopy.h"
 
 #include "core/FileCopy.h"
+#include "core/RegularFile.h"
 
 #include <QCryptographicHash>
 #include <QFile>
-#include <QFileInfo>
 
 namespace Kavo::Models {
 
@@ -16,7 +16,8 @@ constexpr auto Digest = QCryptographicHash::Sha256;
 QByteArray broughtFor(const QString &copy)
 {
     QFile mark(settledMarkOf(copy));
-    const QByteArray brought = mark.open(QIODevice::ReadOnly) ? mark.readAll() : QByteArray();
+    const QByteArray brought =
+        openRegular(mark, QIODevice::ReadOnly) ? mark.readAll() : QByteArray();
     // After a sudden end the mark may be there in part.
     return brought.size() == QCryptographicHash::hashLength(Digest) ? brought : QByteArray();
 }
@@ -53,8 +54,7 @@ QByteArray digestOf(const QString &path)
 {
     QFile file(path);
     QCryptographicHash hash(Digest);
-    // Whoever reads a pipe waits for its other end.
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) || !hash.addData(&file))
+    if (!openRegular(file, QIODevice::ReadOnly) || !hash.addData(&file))
         return QByteArray();
     return hash.result();
 }

@@ -25,7 +25,7 @@ std::optional<WholeVersions::Texts> WholeVersions::read() const
     if (!m_file.run(query))
         return std::nullopt;
     Texts texts;
-    while (query.next())
+    while (texts.size() < DatabaseFile::MostRows && query.next())
         texts.insert(query.value(0).toLongLong(), query.value(1).toString());
     return texts;
 }

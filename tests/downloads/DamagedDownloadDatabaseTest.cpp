@@ -64,13 +64,15 @@ void DamagedDownloadDatabaseTest::transfersGoOnAndTheNextStartRecovers_data()
     row("cut off", DatabaseDamage::CUT_OFF, "SQL Error: database disk image is malformed");
     row("folder", DatabaseDamage::FOLDER, "unable to open database file");
     row("link to nowhere", DatabaseDamage::LOST_LINK, "unable to open database file");
-    row("pipe", DatabaseDamage::PIPE, "disk I/O error");
-    row("full disk", DatabaseDamage::FULL_DISK, "SQL Error: ");
+    row("pipe", DatabaseDamage::PIPE, "No regular file : ");
+    row("full disk", DatabaseDamage::FULL_DISK, "No regular file : ");
     // The one statement finds its table and has nothing to write.
     row("read-only", DatabaseDamage::READ_ONLY, "");
     row("other columns", DatabaseDamage::OTHER_COLUMNS, "");
     row("a column more that must be given", DatabaseDamage::MORE_COLUMNS, "");
-    row("a view", DatabaseDamage::VIEW, "");
+    row("a view", DatabaseDamage::VIEW, "SQL Error: download.db holds more than tables");
+    row("a view without an end", DatabaseDamage::ENDLESS_VIEW,
+        "SQL Error: download.db holds more than tables");
 }
 
 void DamagedDownloadDatabaseTest::transfersGoOnAndTheNextStartRecovers()

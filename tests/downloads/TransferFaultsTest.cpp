@@ -4,6 +4,10 @@
 #include "tests/support/FullDisk.h"
 #include "tests/support/TestMain.h"
 
+#include <QFileInfo>
+
+#include <sys/stat.h>
+
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
@@ -61,6 +65,8 @@ private slots:
 
     void unwritableFileIsAnError_data();
     void unwritableFileIsAnError();
+    void whatIsNoFileHoldsNobodyUp_data();
+    void whatIsNoFileHoldsNobodyUp();
     void placeThatComesTooLateStaysEmpty();
     void emptyBodyNeedsNoFile();
     void fullDiskIsAnError_data();
@@ -493,6 +499,51 @@ void TransferFaultsTest::unwritableFileIsAnError()
 }
 
 /// What follows on a loss would pass for the beginning.
+void TransferFaultsTest::whatIsNoFileHoldsNobodyUp_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("linkTarget");
+    for (const QByteArray &body : {QByteArray("content"), QByteArray("")}) {
+        const char *kind = body.isEmpty() ? "empty body" : "body";
+        QTest::addRow("%s, pipe", kind) << body << QString();
+        QTest::addRow("%s, socket", kind) << body << QStringLiteral("socket");
+        QTest::addRow("%s, link to a pipe", kind) << body << QStringLiteral("pipe");
+        QTest::addRow("%s, link to an endless device", kind) << body << QStringLiteral("/dev/zero");
+    }
+}
+
+void TransferFaultsTest::whatIsNoFileHoldsNobodyUp()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QString, linkTarget);
+    server().serve(QStringLiteral("/a"), body);
+    const auto takePlace = [&] {
+        const QString pipe = linkTarget == QLatin1String("pipe") ? path("pipe") : path("a");
+        if (linkTarget == QLatin1String("socket"))
+            QCOMPARE(::mknod(QFile::encodeName(path("a")).constData(), S_IFSOCK | 0600, 0), 0);
+        else if (!linkTarget.startsWith(QLatin1Char('/')) && !QFileInfo::exists(pipe))
+            QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        if (linkTarget == QLatin1String("pipe") || linkTarget.startsWith(QLatin1Char('/')))
+            QVERIFY(
+                QFile::link(linkTarget == QLatin1String("pipe") ? pipe : linkTarget, path("a")));
+    };
+    takePlace();
+    const QStringList events = transfer(DownloadSetup::resumable(url("/a")));
+    QCOMPARE(events.contains(QStringLiteral("error Server Error")), !body.isEmpty());
+    // Nobody is to unpack what is no file.
+    QVERIFY(!QFileInfo::exists(path("a")) && !QFileInfo(path("a")).isSymLink());
+    QVERIFY(!transfer(DownloadSetup::resumable(url("/a")))
+                 .contains(QStringLiteral("error Server Error")));
+    QCOMPARE(content("a"), body);
+
+    // Pictures and the catalogue start over, which clears the place.
+    QFile::remove(path("a"));
+    takePlace();
+    QVERIFY(!transfer(DownloadSetup::restart(url("/a")))
+                 .contains(QStringLiteral("error Server Error")));
+    QCOMPARE(content("a"), body);
+}
+
 void TransferFaultsTest::placeThatComesTooLateStaysEmpty()
 {
     server().serveGenerated(QStringLiteral("/a"), 5000).holdAfter = 1000;

@@ -12,6 +12,7 @@
 #include <QTest>
 
 #include <memory>
+#include <sys/stat.h>
 
 using namespace Kavo::Models;
 using Kavo::Testing::filesUnder;
@@ -89,6 +90,9 @@ private slots:
     void backupIsKeptWhileItsPlaceIsTaken();
     void backupFolderMakesOnlyItsParent();
     void backupThroughALinkOutOfTheBackupFolderIsSkipped();
+
+    void pipesHoldNobodyUp();
+    void pipeInThePlaceOfACopyGivesWay();
 
     void extractFolder_data();
     void extractFolder();
@@ -710,6 +714,48 @@ void PackageFilesTest::backupThroughALinkOutOfTheBackupFolderIsSkipped()
     m_version->install->backup = QStringList{QStringLiteral("a/file.txt")};
     QCOMPARE(files().secure(), simulator(QStringLiteral("a/file.txt")));
     QVERIFY(!QFile::exists(outside + QStringLiteral("file.txt")));
+}
+
+void PackageFilesTest::pipesHoldNobodyUp()
+{
+    const QString lights = QStringLiteral("lights.png");
+    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
+    m_version->install->backup = QStringList{lights};
+    for (const QString &path : {settings(), simulator(lights)})
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    const LogCapture log;
+    // There is nothing in them to keep, and no reason not to install.
+    QVERIFY(files().secure().isEmpty());
+    QVERIFY(log.contains(QStringLiteral("Skipping path : settings.ini")));
+    QVERIFY(log.contains(QStringLiteral("Skipping path : lights.png")));
+    QVERIFY(filesUnder(m_folders.preserve).isEmpty());
+    QVERIFY(filesUnder(m_folders.backup).isEmpty());
+
+    for (const QString &path : {settings(), simulator(lights)}) {
+        QVERIFY(QFile::remove(path));
+        write(path, "user's");
+    }
+    QVERIFY(files().secure().isEmpty());
+    for (const QString &path : {settings(), simulator(lights)}) {
+        QVERIFY(QFile::remove(path));
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    }
+    files().restorePreserved();
+    QCOMPARE(files().remove().notReturned.paths(), QStringList{m_folders.backup + lights});
+    files().giveUpReturned();
+    QCOMPARE(read(keptSettings()), QByteArray("user's"));
+    QCOMPARE(read(m_folders.backup + lights), QByteArray("user's"));
+}
+
+void PackageFilesTest::pipeInThePlaceOfACopyGivesWay()
+{
+    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
+    QVERIFY(QDir().mkpath(m_folders.preserve));
+    QCOMPARE(::mkfifo(QFile::encodeName(keptSettings()).constData(), 0600), 0);
+    write(settings(), "user's");
+    QVERIFY(files().secure().isEmpty());
+    QVERIFY(QFileInfo(keptSettings()).isFile());
+    QCOMPARE(read(keptSettings()), QByteArray("user's"));
 }
 
 void PackageFilesTest::extractFolder_data()

@@ -57,6 +57,16 @@ bool makeDamagedDatabase(const QString &path, DatabaseDamage damage, const QStri
                                                         QLatin1String(",owner TEXT NOT NULL);"))});
     case DatabaseDamage::VIEW:
         return executeOn(path, {QStringLiteral("CREATE VIEW %1 AS SELECT 1 AS id").arg(table)});
+    case DatabaseDamage::ENDLESS_VIEW:
+        return executeOn(
+            path, {QStringLiteral("CREATE VIEW %1 AS WITH RECURSIVE c (id) AS (SELECT 1 UNION ALL "
+                                  "SELECT id + 1 FROM c) SELECT id, id AS package_id, '1.0' AS "
+                                  "version, 0 AS status, '' AS url FROM c WHERE id > 9")
+                       .arg(table)});
+    case DatabaseDamage::JOURNAL_PIPE:
+        return executeOn(path, {schema}) &&
+               ::mkfifo(QFile::encodeName(path + QStringLiteral("-journal")).constData(), 0600) ==
+                   0;
     }
     return false;
 }

@@ -20,6 +20,8 @@ enum class DatabaseDamage {
     OTHER_COLUMNS, ///< a table of the right name with other columns
     MORE_COLUMNS,  ///< the right table with a column that must be given
     VIEW,          ///< a view of the table's name
+    ENDLESS_VIEW,  ///< such a view that has every column and no end
+    JOURNAL_PIPE,  ///< a sound database with a named pipe in the place of its journal
 };
 
 /// Puts that in the place of the file. `schema` creates the sound `table`. Returns success.
