@@ -99,11 +99,18 @@ QString CopyStore::makePlace(const QString &entry) const
 QString CopyStore::find(const QString &entry) const
 {
     const QString place = this->place(entry);
-    if (place.isEmpty() || isOwn(place, entry, m_folders.copies))
-        return place;
-    const QString other = findElsewhere(entry);
-    const bool broughtIn = !other.isEmpty() && makeRoom(place, entry) && moveCopy(other, place);
-    return broughtIn ? place : other;
+    const QVector<Place> places = this->places(entry);
+    // A file without a mark that happens to stand in the place does not hide a marked one.
+    for (const bool marked : {true, false}) {
+        for (const Place &other : places) {
+            if (!isOwn(other, entry, marked))
+                continue;
+            const bool isThere =
+                other.path == place || (makeRoom(place, entry) && moveCopy(other.path, place));
+            return isThere ? place : other.path;
+        }
+    }
+    return QString();
 }
 
 bool CopyStore::add(const QString &entry, const QString &source) const
@@ -125,52 +132,44 @@ void CopyStore::giveUp(const QString &entry) const
     if (place.isEmpty() || (copy.isEmpty() && isTaken(place)))
         return;
     // A sudden end may have left it in two places when it was brought in from another disk.
-    const QString twin = copy.isEmpty() ? QString() : findElsewhere(entry);
-    if (!twin.isEmpty() && twin != copy && haveEqualContent(copy, twin)) {
-        QFile::remove(twin);
-        removeMarks(twin);
+    for (const Place &twin : places(entry)) {
+        if (twin.path != copy && isOwn(twin, entry, true) && haveEqualContent(copy, twin.path)) {
+            QFile::remove(twin.path);
+            removeMarks(twin.path);
+        }
     }
     CopyOwner::unmark(place);
     QFile::remove(copy);
     unsettle(place);
 }
 
-/// Where a copy of an entry may wait in a folder.
-QStringList CopyStore::waitingPlaces(const QString &folder, const QString &entry) const
+/// Wherever a copy of an entry may be, first where it belongs.
+QVector<CopyStore::Place> CopyStore::places(const QString &entry) const
 {
-    QStringList places;
-    const QStringList names = QDir(folder).entryList({waitingPrefix() + QLatin1Char('*')},
-                                                     QDir::Dirs | QDir::Hidden, QDir::Name);
-    for (const QString &name : names) {
-        const QString place = placeIn(QDir(folder).filePath(name), entry);
-        if (!place.isEmpty())
-            places.append(place);
+    QVector<Place> places;
+    const QStringList folders = QStringList(m_folders.copies) + m_folders.former;
+    for (const QString &folder : folders) {
+        QStringList names = QDir(folder).entryList({waitingPrefix() + QLatin1Char('*')},
+                                                   QDir::Dirs | QDir::Hidden, QDir::Name);
+        names.prepend(QStringLiteral("."));
+        for (const QString &name : qAsConst(names)) {
+            const bool waits = name != QLatin1String(".");
+            const QString path = placeIn(waits ? QDir(folder).filePath(name) : folder, entry);
+            if (!path.isEmpty())
+                places.append({path, waits || isInFolder(m_folders.simulator, folder)});
+        }
     }
     return places;
 }
 
-QString CopyStore::findElsewhere(const QString &entry) const
+bool CopyStore::isOwn(const Place &copy, const QString &entry, bool marked) const
 {
-    const QStringList folders = QStringList(m_folders.copies) + m_folders.former;
-    for (const QString &folder : folders) {
-        const QString place = folder == m_folders.copies ? QString() : placeIn(folder, entry);
-        if (!place.isEmpty() && isOwn(place, entry, folder))
-            return place;
-        for (const QString &waiting : waitingPlaces(folder, entry)) {
-            if (m_owner.claimOn(waiting) == CopyOwner::Claim::OWN && QFileInfo::exists(waiting))
-                return waiting;
-        }
-    }
-    return QString();
-}
-
-bool CopyStore::isOwn(const QString &copy, const QString &entry, const QString &folder) const
-{
-    if (!QFileInfo::exists(copy) || isSameFile(copy, containedPath(m_folders.simulator, entry)))
+    if (!QFileInfo::exists(copy.path) ||
+        isSameFile(copy.path, containedPath(m_folders.simulator, entry)))
         return false;
-    const CopyOwner::Claim claim = m_owner.claimOn(copy);
-    return claim == CopyOwner::Claim::OWN ||
-           (claim == CopyOwner::Claim::NONE && !isInFolder(m_folders.simulator, folder));
+    const CopyOwner::Claim claim = m_owner.claimOn(copy.path);
+    return marked ? claim == CopyOwner::Claim::OWN
+                  : claim == CopyOwner::Claim::NONE && !copy.needsMark;
 }
 
 /// Has a stranger's copy wait elsewhere. Returns whether the place is free.

@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 namespace Kavo::Models {
 
@@ -13,7 +14,8 @@ namespace Kavo::Models {
 /// of the other kind where both have one folder, are strangers (CopyOwner): they are not seen here,
 /// and one whose place is needed makes room. It then waits in a hidden folder of its owner's, from
 /// where it is brought in again as soon as it is asked for. A copy without a mark counts as own,
-/// but not in a folder that holds the simulator, where any file of the user's may stand.
+/// unless a marked one is found, and but not in a folder that holds the simulator, where any file
+/// of the user's may stand.
 ///
 /// Copies are also looked for in the folders that were in use before, and brought in. One that
 /// cannot be brought in is used where it is. A copy that is the very file itself is none.
@@ -45,9 +47,14 @@ public:
     void giveUp(const QString &entry) const;
 
 private:
-    QStringList waitingPlaces(const QString &folder, const QString &entry) const;
-    QString findElsewhere(const QString &entry) const;
-    bool isOwn(const QString &copy, const QString &entry, const QString &folder) const;
+    struct Place
+    {
+        QString path;
+        bool needsMark; ///< whatever has no mark there is no copy
+    };
+
+    QVector<Place> places(const QString &entry) const;
+    bool isOwn(const Place &copy, const QString &entry, bool marked) const;
     bool makeRoom(const QString &copy, const QString &entry) const;
 
     CopyOwner m_owner;

@@ -6,6 +6,7 @@
 #include "downloads/DownloadManager.h"
 #include "packages/CatalogueLoader.h"
 #include "packages/ChangeLog.h"
+#include "packages/FormerFolders.h"
 
 namespace Kavo::Controllers {
 
@@ -20,8 +21,11 @@ constexpr qint64 LargestCatalogue = Q_INT64_C(512) * 1024 * 1024;
 
 Models::PackageFolders foldersOf(const Settings &settings)
 {
-    return {settings.current(Settings::INSTALLATION), settings.current(Settings::PRESERVE),
-            settings.current(Settings::BACKUP)};
+    const QString &preserve = settings.current(Settings::PRESERVE);
+    const QString &backup = settings.current(Settings::BACKUP);
+    return {settings.current(Settings::INSTALLATION), preserve, backup,
+            Models::formerFolders(QStringLiteral("preserve"), preserve, preserveDirectory()),
+            Models::formerFolders(QStringLiteral("backup"), backup, backupDirectory())};
 }
 
 } // namespace

@@ -208,11 +208,26 @@ bool PackageFiles::isNeeded(const QString &path) const
                        [&path](const QString &folder) { return isInFolder(folder, path); });
 }
 
+/// Whether a path leads into one of the folders for copies, where that stands in the simulator's.
+bool PackageFiles::isAmongCopies(const QString &path) const
+{
+    const QStringList folders = QStringList{m_folders.preserve, m_folders.backup} +
+                                m_folders.formerPreserve + m_folders.formerBackup;
+    const QString parent = QFileInfo(path).path();
+    return std::any_of(folders.cbegin(), folders.cend(), [this, &parent](const QString &folder) {
+        return isInFolder(parent, folder) && !isInFolder(m_folders.installation, folder);
+    });
+}
+
 void PackageFiles::removeEntry(const QString &entry, FailedPaths *failed) const
 {
     const QString path = installed(entry);
     if (path.isEmpty())
         return;
+    if (isAmongCopies(path)) {
+        logSkipped(entry);
+        return;
+    }
     if (QFileInfo(path).isDir() && !QFileInfo(path).isSymLink())
         logLine(QStringLiteral("Removing directory : ") + path);
     if (!removeFolder(path, failed))

@@ -93,6 +93,7 @@ private:
     bool isReached(const QString &path) const;
     QString ownFolderAround(const QString &path) const;
     bool isNeeded(const QString &path) const;
+    bool isAmongCopies(const QString &path) const;
     void removeEntry(const QString &entry, FailedPaths *failed) const;
     bool returnOriginal(const QString &entry) const;
     bool isOneOf(const QStringList &entries, const QString &entry) const;

@@ -139,7 +139,9 @@ QStringList Uninstaller::neededBackups(const Package &without) const
 void Uninstaller::clearUp(const PackageList &packages, const QSet<int> &concerned)
 {
     // Almost always there is nothing, and nobody need be asked.
-    if (!holdsFiles(m_folders.preserve) && !holdsFiles(m_folders.backup))
+    const QStringList folders = QStringList{m_folders.preserve, m_folders.backup} +
+                                m_folders.formerPreserve + m_folders.formerBackup;
+    if (std::none_of(folders.cbegin(), folders.cend(), holdsFiles))
         return;
     for (const PackagePointer &package : packages) {
         if (concerned.contains(package->id()))

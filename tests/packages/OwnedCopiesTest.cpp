@@ -39,6 +39,12 @@ private slots:
     void originalReturnsWhenTheLastAddOnGoes();
     void originalReturnsThatANewerVersionNoLongerLists();
 
+    void copiesAreFoundAfterAChangeOfTheirFolder_data();
+    void copiesAreFoundAfterAChangeOfTheirFolder();
+    void foldersInEachOthersWayCostNothing_data();
+    void foldersInEachOthersWayCostNothing();
+    void newestEditReturns();
+
 private:
     /// Offers a package that replaces the lights.
     void offerLights(int id, const QString &version, const QStringList &backup,
@@ -249,6 +255,118 @@ void OwnedCopiesTest::originalReturnsThatANewerVersionNoLongerLists()
     QVERIFY(m_engine->installAndWait(8, QStringLiteral("2.0")));
     uninstall(8);
     QCOMPARE(tree(), before);
+}
+
+void OwnedCopiesTest::copiesAreFoundAfterAChangeOfTheirFolder_data()
+{
+    QTest::addColumn<QStringList>("folders");
+    QTest::addColumn<bool>("restarts");
+    QTest::newRow("once") << QStringList{QStringLiteral("one")} << true;
+    QTest::newRow("in the same run") << QStringList{QStringLiteral("one")} << false;
+    QTest::newRow("twice") << QStringList{QStringLiteral("one"), QStringLiteral("two")} << true;
+    QTest::newRow("there and back")
+        << QStringList{QStringLiteral("one"), QStringLiteral("two"), QStringLiteral("one")} << true;
+}
+
+void OwnedCopiesTest::copiesAreFoundAfterAChangeOfTheirFolder()
+{
+    QFETCH(QStringList, folders);
+    QFETCH(bool, restarts);
+    const QString standard = m_engine->profile().backupFolder();
+    const auto before = tree();
+    QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.0")));
+    QVERIFY(writeFile(simulator(Preferences), "edited"));
+    // The second version leaves the copy in the folder.
+    QVERIFY(m_engine->installAndWait(7, QStringLiteral("2.0")));
+    for (const QString &folder : qAsConst(folders)) {
+        const QString name = QStringLiteral("moved/") + folder;
+        const QString backup = m_engine->profile().folder(name + QStringLiteral("/backup"));
+        const QString preserve = m_engine->profile().folder(name + QStringLiteral("/preserve"));
+        // What is in the new folder already is the user's.
+        QVERIFY(writeFile(backup + Lights, "somebody's"));
+        m_engine->settings()->setPending(Settings::PRESERVE, preserve);
+        m_engine->settings()->setPending(Settings::BACKUP, backup);
+        m_engine->settings()->commit();
+        if (restarts) {
+            m_engine->stop();
+            QVERIFY(m_engine->refresh());
+        }
+    }
+    QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.0")));
+    QCOMPARE(readFile(simulator(Preferences)), QByteArray("edited"));
+    uninstall(7);
+    QCOMPARE(tree(), before);
+    QCOMPARE(readFile(m_engine->settings()->current(Settings::BACKUP) + Lights),
+             QByteArray("somebody's"));
+    QCOMPARE(filesUnder(standard), QStringList());
+    QCOMPARE(filesUnder(m_engine->profile().preserveFolder()), QStringList());
+}
+
+void OwnedCopiesTest::foldersInEachOthersWayCostNothing_data()
+{
+    QTest::addColumn<QString>("preserve");
+    QTest::addColumn<QString>("backup");
+    QTest::addColumn<bool>("installs");
+    const QString simulator = QStringLiteral("home/X-Plane");
+    const QString apart = QStringLiteral("home/apart");
+    QTest::newRow("preserve is the simulator") << simulator << apart << false;
+    QTest::newRow("backup is the simulator") << apart << simulator << false;
+    QTest::newRow("both are the simulator") << simulator << simulator << false;
+    QTest::newRow("a link to the simulator") << QStringLiteral("link") << apart << false;
+    QTest::newRow("preserve is backup") << apart << apart << true;
+    QTest::newRow("preserve in backup") << QStringLiteral("home/apart/Resources") << apart << true;
+    QTest::newRow("backup in preserve") << apart << QStringLiteral("home/apart/plugin") << true;
+    QTest::newRow("preserve in the simulator")
+        << QStringLiteral("home/X-Plane/Output/kept") << apart << true;
+    QTest::newRow("backup in the simulator")
+        << apart << QStringLiteral("home/X-Plane/Resources/backup") << true;
+    QTest::newRow("the simulator in preserve") << QStringLiteral("home") << apart << true;
+    QTest::newRow("the simulator in backup") << apart << QStringLiteral("home") << true;
+}
+
+void OwnedCopiesTest::foldersInEachOthersWayCostNothing()
+{
+    QFETCH(QString, preserve);
+    QFETCH(QString, backup);
+    QFETCH(bool, installs);
+    ScratchProfile &profile = m_engine->profile();
+    QVERIFY(QFile::link(m_eleven.chopped(1), profile.folder({}) + QStringLiteral("link")));
+    m_engine->settings()->setPending(Settings::PRESERVE, profile.folder(preserve));
+    m_engine->settings()->setPending(Settings::BACKUP, profile.folder(backup));
+    m_engine->settings()->commit();
+    // Files of the user's, one of which could be taken for a copy.
+    const QString own = profile.folder(QStringLiteral("home"));
+    QVERIFY(writeFile(own + QStringLiteral("other/kept.txt"), "other"));
+    QVERIFY(writeFile(m_eleven + Preferences, "edited"));
+    m_engine->stop();
+    QVERIFY(m_engine->refresh());
+    for (const char *version : {"1.0", "1.0"}) {
+        QCOMPARE(m_engine->installAndWait(7, QLatin1String(version)), installs);
+        QCOMPARE(readFile(m_eleven + Preferences), QByteArray("edited"));
+        if (!installs)
+            QCOMPARE(readFile(m_eleven + Lights), QByteArray("lights of 11"));
+        QVERIFY(m_engine->refresh());
+    }
+    if (installs)
+        uninstall(7);
+    QCOMPARE(readFile(m_eleven + Lights), QByteArray("lights of 11"));
+    QCOMPARE(readFile(own + QStringLiteral("other/kept.txt")), QByteArray("other"));
+}
+
+void OwnedCopiesTest::newestEditReturns()
+{
+    // The second and the fourth of the updates bring settings of their own.
+    QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.0")));
+    QByteArray edit;
+    for (const char *version : {"2.0", "1.0", "1.0", "2.0", "1.0"}) {
+        edit = QByteArray("edit before ") + version + QByteArray::number(edit.size());
+        QVERIFY(writeFile(m_eleven + Preferences, edit));
+        const auto digest = fileTree(m_eleven).value(Preferences);
+        QVERIFY(m_engine->installAndWait(7, QLatin1String(version)));
+        const QString place =
+            QByteArray(version) == "1.0" ? m_eleven : m_engine->profile().preserveFolder();
+        QCOMPARE(fileTree(place).value(Preferences), digest);
+    }
 }
 
 KAVO_TEST_MAIN(OwnedCopiesTest)

@@ -57,6 +57,7 @@ private slots:
     void linkBelowARemovalEntryMayLeadInside();
     void folderThatHoldsANeededOneIsSkipped_data();
     void folderThatHoldsANeededOneIsSkipped();
+    void copiesInTheSimulatorAreNotRemoved();
     void linkedFolderLosesTheLinkOnly();
     void linkToNowhereIsRemoved();
     void linkInsideARemovedFolderIsNotFollowed();
@@ -292,6 +293,21 @@ void PackageFilesTest::folderThatHoldsANeededOneIsSkipped()
     QVERIFY(needed.exists());
     QVERIFY(!QFileInfo(simulator(QStringLiteral("up"))).isSymLink());
     QVERIFY(!QFileInfo(simulator(QStringLiteral("upper"))).isSymLink());
+}
+
+void PackageFilesTest::copiesInTheSimulatorAreNotRemoved()
+{
+    m_folders.preserve = simulator(QStringLiteral("Output/kept/"));
+    write(simulator(QStringLiteral("Output/kept/plugin/settings.ini")), "user's");
+    write(simulator(QStringLiteral("Output/other/own.txt")), "package's");
+    m_version->uninstall->remove =
+        QStringList{QStringLiteral("Output/kept/plugin"), QStringLiteral("Output/other")};
+    const LogCapture log;
+    files().remove();
+    QVERIFY(log.contains(QStringLiteral("Skipping path : Output/kept/plugin")));
+    QCOMPARE(read(simulator(QStringLiteral("Output/kept/plugin/settings.ini"))),
+             QByteArray("user's"));
+    QVERIFY(!QFile::exists(simulator(QStringLiteral("Output/other"))));
 }
 
 void PackageFilesTest::linkedFolderLosesTheLinkOnly()
