@@ -183,6 +183,14 @@ void CopyStoreTest::copyThatIsTheFileItselfIsNone()
         store(simulator).giveUp(Entry);
         QCOMPARE(filesUnder(m_copies), QStringList{Entry});
     }
+    const QString simulator = m_profile->folder(QStringLiteral("11"));
+    QVERIFY(writeFile(simulator + Entry, "the user's"));
+    QVERIFY(QFile::remove(m_copies + Entry));
+    QVERIFY(QFile::link(simulator + Entry, m_copies + Entry));
+    QCOMPARE(store(simulator).find(Entry), QString());
+    QVERIFY(!store(simulator).add(Entry, simulator + Entry));
+    store(simulator).giveUp(Entry);
+    QCOMPARE(readFile(simulator + Entry), QByteArray("the user's"));
 }
 
 void CopyStoreTest::folderThatHoldsTheSimulatorHasMarkedCopiesOnly()
