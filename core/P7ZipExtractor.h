@@ -1,8 +1,10 @@
 #pragma once
 
+#include "core/SevenZipProcess.h"
+
 #include <QObject>
-#include <QProcess>
 #include <QSharedPointer>
+#include <QStringList>
 
 namespace Kavo::Extractors {
 
@@ -26,6 +28,10 @@ public:
     /// in the place of the archive and names with wildcards fail.
     bool extract(const QString &archive, const QString &destination);
 
+    /// The lines that the last failed extraction has written to its standard error, without the
+    /// empty ones.
+    QStringList complaints() const { return m_complaints; }
+
 signals:
     void finished();
     void error();
@@ -37,7 +43,8 @@ private:
     int refuse();
     void announce(int exitCode);
 
-    QSharedPointer<QProcess> m_process;
+    QSharedPointer<SevenZipProcess> m_process;
+    QStringList m_complaints;
 };
 
 } // namespace Kavo::Extractors

@@ -7,7 +7,7 @@
 # To build the program.
 KAVO_BUILD_PACKAGES=(
     g++ cmake ninja-build ccache
-    qtbase5-dev qttools5-dev qttools5-dev-tools
+    qtbase5-dev qttools5-dev qttools5-dev-tools libssl-dev
     librsvg2-bin imagemagick fonts-manrope fonts-font-awesome
 )
 

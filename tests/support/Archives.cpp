@@ -58,6 +58,18 @@ QByteArray tarHeader(const TarEntry &entry)
     return header.replace(148, 8, QByteArray::number(sum, 8).rightJustified(6, '0') + '\0' + ' ');
 }
 
+/// Has 7-Zip make an archive in a folder of files; the arguments name the archive and the files.
+bool pack(const QString &folder, const QStringList &arguments)
+{
+    QProcess process;
+    process.setWorkingDirectory(folder);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start(QStringLiteral("/usr/bin/7z"),
+                  QStringList{QStringLiteral("a"), QStringLiteral("-bd")} + arguments);
+    return process.waitForFinished(-1) && process.exitStatus() == QProcess::NormalExit &&
+           process.exitCode() == 0;
+}
+
 } // namespace
 
 bool writeFile(const QString &path, const QByteArray &content)
@@ -120,19 +132,11 @@ Files readFiles(const QString &folder)
 bool makeArchive(const QString &path, const Files &files, const QString &password)
 {
     const QTemporaryDir folder;
-    if (!writeFiles(folder.path(), files))
-        return false;
-    QStringList arguments{QStringLiteral("a"), QStringLiteral("-bd"),
-                          QFileInfo(path).absoluteFilePath(), QStringLiteral(".")};
+    QStringList arguments{QFileInfo(path).absoluteFilePath(), QStringLiteral(".")};
     if (!password.isEmpty())
         arguments.append(QStringLiteral("-p") + password);
     QFile::remove(path);
-    QProcess process;
-    process.setWorkingDirectory(folder.path());
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.start(QStringLiteral("/usr/bin/7z"), arguments);
-    return process.waitForFinished(-1) && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
+    return writeFiles(folder.path(), files) && pack(folder.path(), arguments);
 }
 
 QByteArray archiveOf(const Files &files, const QString &format, const QString &password)
@@ -140,6 +144,30 @@ QByteArray archiveOf(const Files &files, const QString &format, const QString &p
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("archive.") + format);
     return makeArchive(path, files, password) ? readFile(path) : QByteArray();
+}
+
+QByteArray damagedArchiveOf(const Files &files)
+{
+    // Far more of it than of anything else, and nothing that could be compressed.
+    QByteArray content;
+    for (int number = 0; content.size() < 100000; ++number)
+        content += QCryptographicHash::hash(QByteArray::number(number), QCryptographicHash::Sha256);
+    Files all = files;
+    all.insert(QStringLiteral("~damaged"), content);
+    QByteArray archive = archiveOf(all, QStringLiteral("zip"));
+    if (!archive.isNull())
+        archive[archive.size() / 2] = static_cast<char>(~archive.at(archive.size() / 2));
+    return archive;
+}
+
+QByteArray compressed(const QByteArray &content, const QString &format)
+{
+    const QTemporaryDir folder;
+    const QString name = QStringLiteral("content");
+    const QString archive = folder.filePath(QStringLiteral("archive.") + format);
+    const bool packed =
+        writeFile(folder.filePath(name), content) && pack(folder.path(), {archive, name});
+    return packed ? readFile(archive) : QByteArray();
 }
 
 QByteArray tarOf(const QVector<TarEntry> &entries)

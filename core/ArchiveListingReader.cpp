@@ -1,0 +1,177 @@
+#include "core/ArchiveListingReader.h"
+
+namespace Kavo::Extractors {
+
+namespace {
+
+using Kind = ArchiveEntry::Kind;
+
+/// No line is longer: it holds one path, link target or comment.
+constexpr int LongestLine = 1024 * 1024;
+
+/// More entries than any add-on has; what they need in memory is bounded by it.
+constexpr int MostEntries = 4 * 1000 * 1000;
+
+/// Formats that compress one file and have no index.
+bool isStreamFormat(const QByteArray &type)
+{
+    static const QSet<QByteArray> formats{"bzip2", "gzip", "lzma", "lzma86", "xz", "Z", "zstd"};
+    return formats.contains(type);
+}
+
+/// Whether the word is a mode as `ls` shows it, such as "lrwxrwxrwx".
+bool isMode(const QByteArray &word)
+{
+    if (word.size() != 10)
+        return false;
+    for (int position = 1; position < word.size(); ++position) {
+        if (!QByteArrayLiteral("rwxsStT-").contains(word.at(position)))
+            return false;
+    }
+    return true;
+}
+
+Kind kindOfMode(char type)
+{
+    switch (type) {
+    case 'd':
+        return Kind::FOLDER;
+    case 'l':
+        return Kind::SYMBOLIC_LINK;
+    case 'b':
+    case 'c':
+    case 'p':
+    case 's':
+        return Kind::DEVICE;
+    default:
+        return Kind::FILE;
+    }
+}
+
+/// "D drwxr-xr-x": the attributes of Windows, one letter each, and the mode of Unix; either may be
+/// missing. On Windows "L" is a reparse point, and a link is one.
+Kind kindOfAttributes(const QByteArray &attributes)
+{
+    Kind kind = Kind::FILE;
+    for (const QByteArray &word : attributes.split(' ')) {
+        if (isMode(word)) {
+            const Kind told = kindOfMode(word.at(0));
+            if (told != Kind::FILE)
+                return told;
+        } else if (word.contains('L')) {
+            return Kind::SYMBOLIC_LINK;
+        } else if (word.contains('D')) {
+            kind = Kind::FOLDER;
+        }
+    }
+    return kind;
+}
+
+bool isLink(Kind kind)
+{
+    return kind == Kind::SYMBOLIC_LINK || kind == Kind::HARD_LINK;
+}
+
+} // namespace
+
+void ArchiveListingReader::read(const QByteArray &bytes)
+{
+    int start = 0;
+    int end = 0;
+    while ((end = bytes.indexOf('\n', start)) >= 0) {
+        m_rest += bytes.mid(start, end - start);
+        readLine(m_rest);
+        m_rest.clear();
+        start = end + 1;
+    }
+    m_rest += bytes.mid(start);
+    if (m_rest.size() > LongestLine) {
+        m_isMalformed = true;
+        m_rest.clear();
+    }
+}
+
+std::optional<ArchiveListing> ArchiveListingReader::result()
+{
+    readLine(m_rest);
+    m_rest.clear();
+    endEntry();
+    if (m_isMalformed)
+        return std::nullopt;
+    return m_listing;
+}
+
+void ArchiveListingReader::readLine(const QByteArray &line)
+{
+    if (line.startsWith("Enter password")) {
+        m_wantsPassword = true;
+        return;
+    }
+    // The line may also stand in a comment. An entry that it makes up hides none of the others.
+    if (line == "----------") {
+        endEntry();
+        m_isInEntries = true;
+        return;
+    }
+    if (line.isEmpty()) {
+        endEntry();
+        return;
+    }
+    const int separator = line.indexOf(" =");
+    if (separator <= 0)
+        return;
+    const QByteArray key = line.left(separator);
+    const QByteArray value = line.mid(separator + 3);
+    if (m_isInEntries)
+        readEntryProperty(key, value);
+    else
+        readArchiveProperty(key, value);
+}
+
+void ArchiveListingReader::readArchiveProperty(const QByteArray &key, const QByteArray &value)
+{
+    if (key == "Type" && isStreamFormat(value))
+        m_listing.isStream = true;
+}
+
+void ArchiveListingReader::readEntryProperty(const QByteArray &key, const QByteArray &value)
+{
+    if (m_known.contains(key)) {
+        m_isMalformed = true;
+        return;
+    }
+    m_known.insert(key);
+    if (key == "Path") {
+        m_entry.path = QString::fromUtf8(value);
+    } else if (key == "Size") {
+        m_entry.size = qMax(value.toLongLong(), 0LL);
+    } else if (key == "Encrypted") {
+        m_entry.isEncrypted = value == "+";
+    } else if (key == "Folder" && value == "+" && m_entry.kind == Kind::FILE) {
+        m_entry.kind = Kind::FOLDER;
+    } else if (key == "Attributes" || key == "Mode") {
+        const Kind kind = kindOfAttributes(value);
+        if (kind != Kind::FILE && !isLink(m_entry.kind))
+            m_entry.kind = kind;
+    } else if (!value.isEmpty() && (key == "Symbolic Link" || key == "Link")) {
+        m_entry.kind = Kind::SYMBOLIC_LINK;
+        m_entry.target = QString::fromUtf8(value);
+    } else if (!value.isEmpty() && key == "Hard Link" && m_entry.kind != Kind::SYMBOLIC_LINK) {
+        m_entry.kind = Kind::HARD_LINK;
+        m_entry.target = QString::fromUtf8(value);
+    }
+}
+
+void ArchiveListingReader::endEntry()
+{
+    if (m_known.isEmpty())
+        return;
+    if (m_listing.entries.size() < MostEntries)
+        m_listing.entries.append(m_entry);
+    else
+        m_isMalformed = true;
+    m_entry = ArchiveEntry();
+    m_known.clear();
+}
+
+} // namespace Kavo::Extractors

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+
+struct evp_md_ctx_st;
+
+namespace Kavo {
+
+/// Computes the SHA-256 of bytes as they come. OpenSSL uses what the processor has for it, which
+/// makes it three times as fast as QCryptographicHash. Callable from any thread, by one at a time.
+class Sha256 final
+{
+public:
+    Sha256();
+
+    void add(const char *bytes, qint64 count);
+    /// The digest, 32 bytes, empty when OpenSSL has failed. To be called once, at the end.
+    QByteArray result();
+
+    /// The digest of a whole file, empty when it cannot be read to its end.
+    static QByteArray ofFile(const QString &path);
+
+private:
+    struct Free
+    {
+        void operator()(evp_md_ctx_st *context) const;
+    };
+
+    std::unique_ptr<evp_md_ctx_st, Free> m_context;
+    bool m_isUsable = false;
+};
+
+} // namespace Kavo

@@ -1,0 +1,220 @@
+#include "core/ArchiveListingReader.h"
+#include "tests/support/TestMain.h"
+
+using namespace Kavo::Extractors;
+using Kind = ArchiveEntry::Kind;
+
+Q_DECLARE_METATYPE(ArchiveEntry::Kind)
+
+/// What 7-Zip prints of an archive, line by line.
+class ArchiveListingReaderTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void entriesAreInTheOrderOfTheArchive();
+    void piecesMakeTheSameListing();
+    void kindIsToldByAttributes_data();
+    void kindIsToldByAttributes();
+    void targetsAreRead_data();
+    void targetsAreRead();
+    void formatsWithoutAnIndexAreStreams_data();
+    void formatsWithoutAnIndexAreStreams();
+    void emptyArchiveHasNoEntries();
+    void entryWithoutAPathCounts();
+    void encryptionShows();
+    void passwordQuestionShows();
+    void commentOfTheArchiveHidesNoEntry();
+    void propertyThatComesTwiceIsNotTrusted();
+    void endlessLineIsNotTrusted();
+
+private:
+    static std::optional<ArchiveListing> read(const QByteArray &text);
+    /// The listing of an archive with one entry of these properties.
+    static ArchiveEntry only(const QByteArray &properties);
+};
+
+std::optional<ArchiveListing> ArchiveListingReaderTest::read(const QByteArray &text)
+{
+    ArchiveListingReader reader;
+    reader.read(text);
+    return reader.result();
+}
+
+ArchiveEntry ArchiveListingReaderTest::only(const QByteArray &properties)
+{
+    const auto listing = read("--\nType = zip\n\n----------\n" + properties + "\n");
+    return listing && listing->entries.size() == 1 ? listing->entries.first() : ArchiveEntry();
+}
+
+const QByteArray TwoFiles = "--\nPath = x.zip\nType = zip\nPhysical Size = 3\n\n----------\n"
+                            "Path = a/b \xc3\xa4.txt\nFolder = -\nSize = 12\nEncrypted = -\n\n"
+                            "Path = c = d\nFolder = -\nSize = 9000000000\nComment = \n\n\n";
+
+void ArchiveListingReaderTest::entriesAreInTheOrderOfTheArchive()
+{
+    const auto listing = read(TwoFiles);
+    QVERIFY(listing);
+    QCOMPARE(listing->entries.size(), 2);
+    QCOMPARE(listing->entries.at(0).path, QString::fromUtf8("a/b \xc3\xa4.txt"));
+    QCOMPARE(listing->entries.at(0).size, 12LL);
+    QVERIFY(listing->entries.at(0).kind == Kind::FILE);
+    QCOMPARE(listing->entries.at(1).path, QStringLiteral("c = d"));
+    QCOMPARE(listing->entries.at(1).size, 9000000000LL);
+    QVERIFY(!listing->isStream);
+}
+
+void ArchiveListingReaderTest::piecesMakeTheSameListing()
+{
+    for (int length = 1; length < 40; ++length) {
+        ArchiveListingReader reader;
+        for (int start = 0; start < TwoFiles.size(); start += length)
+            reader.read(TwoFiles.mid(start, length));
+        const auto listing = reader.result();
+        QVERIFY(listing);
+        QCOMPARE(listing->entries.size(), 2);
+        QCOMPARE(listing->entries.at(1).path, QStringLiteral("c = d"));
+    }
+}
+
+void ArchiveListingReaderTest::kindIsToldByAttributes_data()
+{
+    QTest::addColumn<QByteArray>("properties");
+    QTest::addColumn<Kind>("kind");
+    const auto row = [](const char *properties, Kind kind) {
+        QTest::newRow(properties) << QByteArray(properties) << kind;
+    };
+    row("Folder = -\nAttributes = A -rw-r--r--", Kind::FILE);
+    row("Folder = -\nAttributes = V 01800000 0rw-------", Kind::FILE);
+    row("Attributes = ....A", Kind::FILE);
+    row("Mode = -rwsr-xr-t", Kind::FILE);
+    row("Folder = +\nSize = ", Kind::FOLDER);
+    row("Attributes = D drwxr-xr-x", Kind::FOLDER);
+    row("Attributes = D....", Kind::FOLDER);
+    row("Mode = drwxr-xr-x", Kind::FOLDER);
+    row("Attributes =  lrwxrwxrwx", Kind::SYMBOLIC_LINK);
+    row("Folder = -\nAttributes = A lrwxrwxrwx", Kind::SYMBOLIC_LINK);
+    row("Attributes = RAL", Kind::SYMBOLIC_LINK);
+    row("Folder = +\nAttributes = DL", Kind::SYMBOLIC_LINK);
+    row("Mode = lrwxrwxrwx\nFolder = +", Kind::SYMBOLIC_LINK);
+    row("Mode = brw-r--r--", Kind::DEVICE);
+    row("Mode = crw-r--r--", Kind::DEVICE);
+    row("Attributes = A prw-r--r--", Kind::DEVICE);
+    row("Mode = srw-r--r--", Kind::DEVICE);
+}
+
+void ArchiveListingReaderTest::kindIsToldByAttributes()
+{
+    QFETCH(QByteArray, properties);
+    QFETCH(Kind, kind);
+    QVERIFY(only("Path = a\n" + properties + "\n").kind == kind);
+    QVERIFY(only(properties + "\nPath = a\n").kind == kind);
+}
+
+void ArchiveListingReaderTest::targetsAreRead_data()
+{
+    QTest::addColumn<QByteArray>("properties");
+    QTest::addColumn<Kind>("kind");
+    QTest::newRow("symbolic") << QByteArray("Mode = lrwxrwxrwx\nSymbolic Link = ../b\n"
+                                            "Hard Link = \n")
+                              << Kind::SYMBOLIC_LINK;
+    QTest::newRow("hard") << QByteArray("Mode = -rw-r--r--\nSymbolic Link = \nHard Link = ../b\n")
+                          << Kind::HARD_LINK;
+    QTest::newRow("older name") << QByteArray("Mode = lrwxrwxrwx\nLink = ../b\n")
+                                << Kind::SYMBOLIC_LINK;
+    QTest::newRow("no mode") << QByteArray("Symbolic Link = ../b\n") << Kind::SYMBOLIC_LINK;
+    QTest::newRow("mode afterwards")
+        << QByteArray("Hard Link = ../b\nMode = -rw-r--r--\n") << Kind::HARD_LINK;
+}
+
+void ArchiveListingReaderTest::targetsAreRead()
+{
+    QFETCH(QByteArray, properties);
+    QFETCH(Kind, kind);
+    const ArchiveEntry entry = only("Path = a\n" + properties);
+    QVERIFY(entry.kind == kind);
+    QCOMPARE(entry.target, QStringLiteral("../b"));
+}
+
+void ArchiveListingReaderTest::formatsWithoutAnIndexAreStreams_data()
+{
+    QTest::addColumn<QByteArray>("types");
+    QTest::addColumn<bool>("isStream");
+    for (const char *type : {"bzip2", "gzip", "lzma", "lzma86", "xz", "Z", "zstd"})
+        QTest::newRow(type) << QByteArray(type) << true;
+    for (const char *type : {"7z", "zip", "tar", "Rar5", "Cpio"})
+        QTest::newRow(type) << QByteArray(type) << false;
+    QTest::newRow("inner archive") << QByteArray("Ar\nType = xz") << true;
+}
+
+void ArchiveListingReaderTest::formatsWithoutAnIndexAreStreams()
+{
+    QFETCH(QByteArray, types);
+    QFETCH(bool, isStream);
+    const auto listing = read("--\nType = " + types + "\n\n----------\nPath = gzip\nSize = 1\n\n");
+    QVERIFY(listing);
+    QCOMPARE(listing->isStream, isStream);
+}
+
+void ArchiveListingReaderTest::emptyArchiveHasNoEntries()
+{
+    const auto listing = read("--\nPath = x.zip\nType = zip\n\n----------\n");
+    QVERIFY(listing);
+    QVERIFY(listing->entries.isEmpty());
+}
+
+void ArchiveListingReaderTest::entryWithoutAPathCounts()
+{
+    const auto listing = read("--\nType = bzip2\n\n----------\nSize = 5\nPacked Size = 3\n\n");
+    QVERIFY(listing);
+    QCOMPARE(listing->entries.size(), 1);
+    QCOMPARE(listing->entries.first().size, 5LL);
+    QCOMPARE(only("Path = a\nSize = -7\n").size, 0LL);
+}
+
+void ArchiveListingReaderTest::encryptionShows()
+{
+    QVERIFY(only("Path = a\nEncrypted = +\n").isEncrypted);
+    QVERIFY(!only("Path = a\nEncrypted = -\n").isEncrypted);
+}
+
+void ArchiveListingReaderTest::passwordQuestionShows()
+{
+    ArchiveListingReader reader;
+    reader.read("Listing archive: e.7z\n\n\nEnter password (will not be echoed):");
+    reader.result();
+    QVERIFY(reader.wantsPassword());
+    ArchiveListingReader other;
+    other.read(TwoFiles + "Path = Enter password\n");
+    other.result();
+    QVERIFY(!other.wantsPassword());
+}
+
+void ArchiveListingReaderTest::commentOfTheArchiveHidesNoEntry()
+{
+    const auto listing = read("--\nType = zip\nComment = \n{\nhead\n}\n----------\nPath = made up\n"
+                              "}\n\n----------\nPath = a\nSize = 1\n\n");
+    QVERIFY(listing);
+    QCOMPARE(listing->entries.size(), 2);
+    QCOMPARE(listing->entries.last().path, QStringLiteral("a"));
+}
+
+void ArchiveListingReaderTest::propertyThatComesTwiceIsNotTrusted()
+{
+    QVERIFY(!read("----------\nPath = a\nComment = \n{\nSymbolic Link = b\n}\n"
+                  "Symbolic Link = ../../c\n\n"));
+    QVERIFY(!read("----------\nPath = a\nPath = b\n\n"));
+    QVERIFY(read("----------\nPath = a\nSize = 1\n\nPath = b\nSize = 1\n\n"));
+}
+
+void ArchiveListingReaderTest::endlessLineIsNotTrusted()
+{
+    ArchiveListingReader reader;
+    reader.read("----------\nPath = ");
+    for (int block = 0; block < 20; ++block)
+        reader.read(QByteArray(100000, 'x'));
+    QVERIFY(!reader.result());
+}
+
+KAVO_TEST_MAIN(ArchiveListingReaderTest)
+#include "ArchiveListingReaderTest.moc"

@@ -1,0 +1,61 @@
+#include "core/Sha256.h"
+#include "tests/support/Archives.h"
+#include "tests/support/ScratchProfile.h"
+#include "tests/support/TestMain.h"
+
+#include <QCryptographicHash>
+
+using namespace Kavo;
+using namespace Kavo::Testing;
+
+/// Against Qt's implementation.
+class Sha256Test final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void piecesMakeTheDigestOfTheWhole();
+    void fileIsHashedToItsEnd_data();
+    void fileIsHashedToItsEnd();
+    void whatCannotBeReadHasNoDigest();
+};
+
+void Sha256Test::piecesMakeTheDigestOfTheWhole()
+{
+    const QByteArray content("0123456789abcdef\0xyz", 20);
+    Sha256 hash;
+    for (int start = 0; start < content.size(); start += 3)
+        hash.add(content.constData() + start, qMin(3, content.size() - start));
+    QCOMPARE(hash.result(), QCryptographicHash::hash(content, QCryptographicHash::Sha256));
+    // Of nothing there is a digest as well, but each object has only one.
+    QCOMPARE(Sha256().result().toHex(),
+             QCryptographicHash::hash({}, QCryptographicHash::Sha256).toHex());
+    QCOMPARE(hash.result(), QByteArray());
+}
+
+void Sha256Test::fileIsHashedToItsEnd_data()
+{
+    QTest::addColumn<int>("size");
+    for (const int size : {0, 1, 256 * 1024 - 1, 256 * 1024, 256 * 1024 + 1, 1000000})
+        QTest::addRow("%d", size) << size;
+}
+
+void Sha256Test::fileIsHashedToItsEnd()
+{
+    QFETCH(int, size);
+    const ScratchProfile profile;
+    const QString path = profile.folder(QString()) + QStringLiteral("file");
+    const QByteArray content = QByteArray(size / 2, 'a') + QByteArray(size - size / 2, 'b');
+    QVERIFY(writeFile(path, content));
+    QCOMPARE(Sha256::ofFile(path), QCryptographicHash::hash(content, QCryptographicHash::Sha256));
+}
+
+void Sha256Test::whatCannotBeReadHasNoDigest()
+{
+    const ScratchProfile profile;
+    QCOMPARE(Sha256::ofFile(profile.folder(QString()) + QStringLiteral("missing")), QByteArray());
+    QCOMPARE(Sha256::ofFile(profile.folder(QStringLiteral("folder"))), QByteArray());
+}
+
+KAVO_TEST_MAIN(Sha256Test)
+#include "Sha256Test.moc"
