@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QNetworkRequest>
 #include <QObject>
 #include <QString>
@@ -54,6 +55,13 @@ public:
     QString getPath() const { return m_path; }
     void setPath(const QString &path) { m_path = path; }
 
+    /// Whether the content is to be hashed while it is written.
+    bool isHashed() const { return m_isHashed; }
+    void setHashed(bool hashed) { m_isHashed = hashed; }
+    /// The SHA-256 of the file, once Finished; empty unless it was hashed and came whole in one go.
+    QByteArray getDigest() const { return m_digest; }
+    void setDigest(const QByteArray &digest) { m_digest = digest; }
+
     QUuid getId() const { return m_id; }
 
     /// Whether the transfer starts over: no size probe, no resumption, an existing file goes first.
@@ -87,6 +95,8 @@ private:
     qint64 m_currentSize = 0;
     bool m_restart;
     qint64 m_largestSize = 0;
+    bool m_isHashed = false;
+    QByteArray m_digest;
 };
 
 } // namespace Kavo::Models

@@ -32,6 +32,7 @@ PartialFile::Plan PartialFile::plan(const std::optional<qint64> &wholeSize,
 void PartialFile::discard()
 {
     m_file.close();
+    m_hash.reset();
     QFile::remove(m_file.fileName());
     // Another transfer may put a file there before this one opens it.
     m_discards = true;
@@ -54,6 +55,8 @@ void PartialFile::open(const FileOrigin &origin)
     if (told.entityTag.isEmpty())
         told.entityTag = origin.entityTag;
     told.write(m_file.handle());
+    if (m_isHashed && m_file.size() == 0)
+        m_hash.emplace();
 }
 
 void PartialFile::append(const char *bytes, qint64 count)
@@ -62,6 +65,13 @@ void PartialFile::append(const char *bytes, qint64 count)
     // A full disk shows in the count alone.
     const qint64 written = takesBytes ? qMax<qint64>(m_file.write(bytes, count), 0) : 0;
     m_lostBytes += count - written;
+    if (m_hash)
+        m_hash->add(bytes, written);
+}
+
+QByteArray PartialFile::digest()
+{
+    return m_hash && m_lostBytes == 0 ? m_hash->result() : QByteArray();
 }
 
 qint64 PartialFile::size() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Sha256.h"
 #include "downloads/FileOrigin.h"
 
 #include <QFile>
@@ -44,6 +45,11 @@ public:
     /// Adds bytes to the file. What the disk does not take is lost, and so is all that comes
     /// after it: the file stays a beginning that can be gone on with.
     void append(const char *bytes, qint64 count);
+    /// Has the content hashed while it is written. To be called before open().
+    void hashContent() { m_isHashed = true; }
+    /// The SHA-256 of the file, when all of it was written since open() and hashContent() was
+    /// called; else empty. To be called once, when nothing is to be appended any more.
+    QByteArray digest();
     /// What the file tells of its bytes' origin.
     FileOrigin origin() const { return FileOrigin::read(m_file.fileName()); }
     /// Bytes that came and are not in the file.
@@ -62,6 +68,8 @@ private:
     QString m_place;
     QFile m_file;
     bool m_discards = false;
+    bool m_isHashed = false;
+    std::optional<Sha256> m_hash; ///< of a file that was written from its first byte on
     qint64 m_lostBytes = 0;
 };
 

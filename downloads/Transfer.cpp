@@ -180,8 +180,11 @@ void Transfer::writeBody()
         return;
     const AnswerHead answer(*m_reply);
     const bool isWanted = !answer.isErrorPage();
-    if (isWanted)
+    if (isWanted) {
+        if (m_download->isHashed())
+            m_file.hashContent();
         m_file.open(originOf(answer, answer.bringsTheFile()));
+    }
     m_buffer.resize(static_cast<int>(ReadBufferSize));
     const qint64 before = m_receivedBytes;
     qint64 received = 0;
@@ -232,6 +235,8 @@ void Transfer::onFinished()
     if (answer.refusesTheRange() || m_hasGivenUp)
         m_file.discard();
     const qint64 present = m_file.size();
+    if (!m_hasFailed)
+        m_download->setDigest(m_file.digest());
     m_file.settle(!m_hasFailed && m_file.lostBytes() == 0);
     reportLoss();
     // The length of a page is not that of the file, and the error says why that is not whole.
