@@ -2,6 +2,7 @@
 
 #include "dialogs/FittingMessageBox.h"
 
+#include <QLabel>
 #include <QPointer>
 
 namespace Kavo::Dialogs {
@@ -31,9 +32,17 @@ QMessageBox::StandardButton run(const QPointer<QMessageBox> &box)
 
 } // namespace
 
-void showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text)
+void showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text,
+                 const QString &informativeText)
 {
-    run(makeBox(parent, icon, title, text, Qt::PlainText, QMessageBox::Ok));
+    const auto box = makeBox(parent, icon, title, text, Qt::PlainText, QMessageBox::Ok);
+    if (!informativeText.isEmpty()) {
+        box->setInformativeText(informativeText);
+        // The label is made together with its text, and guesses the format of that.
+        box->findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel"))
+            ->setTextFormat(Qt::PlainText);
+    }
+    run(box);
 }
 
 bool confirm(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text,

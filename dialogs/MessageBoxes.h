@@ -14,9 +14,9 @@ class QWidget;
 /// gone.
 namespace Kavo::Dialogs {
 
-/// Shows a text with an Ok button.
-void showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title,
-                 const QString &text);
+/// Shows a text with an Ok button, and below it what else there is to say, if anything.
+void showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text,
+                 const QString &informativeText = QString());
 
 /// Asks with Yes and No and returns whether the answer was Yes. A box that is closed otherwise, or
 /// whose widget is destroyed, answers No.

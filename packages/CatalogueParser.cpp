@@ -5,6 +5,8 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+#include <cmath>
+
 namespace Kavo::Models {
 
 namespace {
@@ -33,11 +35,24 @@ QString localised(const QJsonObject &object, const char *key, const QString &lan
     return translations.value(QLatin1String("en")).toString();
 }
 
+/// A count of bytes, nothing for anything else.
+std::optional<qint64> byteCount(const QJsonObject &object, const char *key)
+{
+    // Where JSON numbers stop being exact; no archive comes near.
+    constexpr double largest = 9007199254740992.0;
+    const double number = object.value(QLatin1String(key)).toDouble(-1);
+    if (number < 0 || number > largest || std::floor(number) != number)
+        return std::nullopt;
+    return static_cast<qint64>(number);
+}
+
 PackageVersionPointer readVersion(const QJsonObject &object)
 {
     auto version = PackageVersionPointer::create();
     version->version = text(object, "version");
     version->link = text(object, "link");
+    version->size = byteCount(object, "size");
+    version->sha256 = text(object, "sha256");
     version->depends = texts(object, "depends");
     version->log = texts(object, "log");
 

@@ -131,9 +131,9 @@ int InstallationQueue::firstOfCycle() const
 
 void InstallationQueue::start(const InstallationWorkPointer &work)
 {
-    auto task =
-        std::make_shared<InstallationTask>(work->package(), work->version(), work->takeArchive(),
-                                           m_settings.folders, m_settings.extractor);
+    auto task = std::make_shared<InstallationTask>(
+        work->package(), work->version(), work->takeArchive(), work->download()->getDigest(),
+        m_settings.folders, m_settings.extractor);
     m_busy = true;
     m_running = work;
     m_permit = std::make_unique<RemovalPermit>();

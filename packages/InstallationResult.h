@@ -1,5 +1,7 @@
 #pragma once
 
+#include "packages/FailureReason.h"
+
 namespace Kavo::Models {
 
 /// What became of an installation.
@@ -10,6 +12,7 @@ struct InstallationResult
     /// Whether the removal of the version before was reached. Until then nothing of the simulator
     /// has changed, and an installed version is as whole as before.
     bool touched = false;
+    FailureReason reason; ///< why it has failed
 };
 
 } // namespace Kavo::Models

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "packages/ArchiveClaim.h"
+#include "packages/ArchiveInspection.h"
 #include "packages/InstallationResult.h"
 #include "packages/Package.h"
 #include "packages/PackageFiles.h"
 #include "packages/RemovalPermit.h"
 
+#include <QByteArray>
 #include <QString>
 
 namespace Kavo::Models {
@@ -16,8 +18,9 @@ namespace Kavo::Models {
 class InstallationTask final
 {
 public:
+    /// `digest` is the SHA-256 of the archive where it is known already, else empty.
     InstallationTask(PackagePointer package, PackageVersionPointer version, ArchiveClaim archive,
-                     PackageFolders folders, QString extractor);
+                     QByteArray digest, PackageFolders folders, QString extractor);
 
     /// The claim on the archive is released afterwards in any case, and the archive is gone unless
     /// another package still needs it.
@@ -27,11 +30,13 @@ public:
 
 private:
     InstallationResult install(RemovalPermit &permit) const;
-    bool unpack(const PackageFiles &files) const;
+    FailureReason prepare(const PackageFiles &files, ArchiveInspection &inspection) const;
+    bool unpack(const PackageFiles &files, const Extractors::ArchiveListing &listing) const;
 
     PackagePointer m_package;
     PackageVersionPointer m_version;
     ArchiveClaim m_archive;
+    QByteArray m_digest;
     PackageFolders m_folders;
     QString m_extractor;
 };

@@ -93,6 +93,8 @@ void InstallationWork::moveTo(Phase phase)
 void InstallationWork::end(const InstallationResult &result)
 {
     m_result = result;
+    for (const PackagePointer &package : qAsConst(m_shownBy))
+        package->setFailure(result.reason);
     moveTo(result.succeeded ? Phase::INSTALLED : Phase::INSTALL_FAILED);
 }
 

@@ -118,6 +118,8 @@ void Installer::startWithDependencies(const PackagePointer &package, const QStri
 void Installer::start(const PackagePointer &package, const PackageVersionPointer &version)
 {
     const QSharedPointer<Download> download = downloadOf(version->link);
+    if (!version->sha256.isEmpty())
+        download->setHashed(true);
     const auto work = InstallationWorkPointer::create(package, version, download);
     m_works.insert(package->id(), work);
     connect(work.data(), &InstallationWork::moved, this,

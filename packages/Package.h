@@ -1,5 +1,6 @@
 #pragma once
 
+#include "packages/FailureReason.h"
 #include "packages/PackageVersion.h"
 
 #include <QMetaType>
@@ -77,6 +78,10 @@ public:
     /// Preparing, downloading, installing or uninstalling.
     bool isBusy() const;
 
+    /// Why the last installation has failed, as far as that is known. Main thread.
+    FailureReason failure() const { return m_failure; }
+    void setFailure(const FailureReason &reason) { m_failure = reason; }
+
     /// Whether the catalogue has a newer version than the installed one.
     bool isUpdateAvailable() const { return m_updateAvailable; }
     void setUpdateAvailable(bool available) { m_updateAvailable = available; }
@@ -118,6 +123,7 @@ private:
     QString m_helpUrl;
     std::atomic<State> m_state = UNKNOWN;
     QStringList m_banner;
+    FailureReason m_failure;
     std::atomic<bool> m_updateAvailable = false;
     QVector<PackageVersionPointer> m_versions;
 };

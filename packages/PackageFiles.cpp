@@ -133,6 +133,15 @@ void PackageFiles::markBrought(const Standing &before) const
     }
 }
 
+void PackageFiles::returnReplaced(const Standing &before) const
+{
+    for (auto file = before.cbegin(); file != before.cend(); ++file) {
+        const QString path = containedPath(m_folders.installation, file.key());
+        if (digestOf(path) != file.value() && !returnOriginal(file.key()))
+            bringBack(file.key(), m_originals);
+    }
+}
+
 void PackageFiles::restorePreserved() const
 {
     for (const QString &entry : m_version.install->preserve) {

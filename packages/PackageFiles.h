@@ -68,6 +68,9 @@ public:
     Standing standing() const;
     /// Marks what unpacking has changed as the add-on's. `before` is what stood there until then.
     void markBrought(const Standing &before) const;
+    /// Puts the originals back over what an unpacking that has failed has changed since `before`
+    /// and markBrought() has marked.
+    void returnReplaced(const Standing &before) const;
 
     /// Copies preserved files back and deletes the preserved copies. One whose place the archive
     /// has taken stays and is settled. To be called when everything is unpacked.

@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <optional>
+
 namespace Kavo::Models {
 
 /// What to do when a version is installed. All paths are relative to the simulator folder.
@@ -25,9 +27,11 @@ struct PackageUninstallRule
 /// never null.
 struct PackageVersion
 {
-    QString version;     ///< dotted numbers such as 1.2.10
-    QString link;        ///< address of the archive
-    QStringList depends; ///< entries of a package id, a colon and a minimum version
+    QString version;            ///< dotted numbers such as 1.2.10
+    QString link;               ///< address of the archive
+    std::optional<qint64> size; ///< of the archive in bytes, where the catalogue tells it
+    QString sha256;             ///< of the archive, in hexadecimal; empty where it is not told
+    QStringList depends;        ///< entries of a package id, a colon and a minimum version
     QSharedPointer<PackageInstallRule> install = QSharedPointer<PackageInstallRule>::create();
     QSharedPointer<PackageUninstallRule> uninstall = QSharedPointer<PackageUninstallRule>::create();
     QStringList log; ///< lines of the change log

@@ -6,10 +6,11 @@ namespace Kavo::Ui {
 
 using Models::Package;
 
-void PackageErrorBox::show(QWidget *parent, Package::State state, const QString &packageName)
+void PackageErrorBox::show(QWidget *parent, Package::State state, const QString &packageName,
+                           const QString &reason)
 {
-    const auto showBox = [parent, &packageName](const QString &title, const QString &text) {
-        Dialogs::showMessage(parent, QMessageBox::Critical, title, text + packageName);
+    const auto showBox = [&](const QString &title, const QString &text) {
+        Dialogs::showMessage(parent, QMessageBox::Critical, title, text + packageName, reason);
     };
     switch (state) {
     case Package::INSTALL_ERROR:

@@ -15,8 +15,9 @@ class PackageErrorBox final
 
 public:
     /// Shows the box for an error state and returns when it is closed; the parent may be gone then.
-    /// Does nothing for any other state.
-    static void show(QWidget *parent, Models::Package::State state, const QString &packageName);
+    /// Does nothing for any other state. The reason may be empty.
+    static void show(QWidget *parent, Models::Package::State state, const QString &packageName,
+                     const QString &reason);
 };
 
 } // namespace Kavo::Ui

@@ -23,7 +23,9 @@ PackageErrorQueue::PackageErrorQueue(QWidget *window) : QObject(window), m_windo
 
 void PackageErrorQueue::report(const Package &package, Package::State state)
 {
-    const Error error{package.id(), state, package.name()};
+    const bool isKnown = state == Package::INSTALL_ERROR;
+    const Error error{package.id(), state, package.name(),
+                      isKnown ? package.failure().text() : QString()};
     const bool waits =
         std::any_of(m_waiting.cbegin(), m_waiting.cend(), [&error](const Error &other) {
             return other.packageId == error.packageId && other.state == error.state &&
@@ -54,7 +56,7 @@ void PackageErrorQueue::showNext()
     const Error error = m_waiting.takeFirst();
     const QPointer<PackageErrorQueue> self(this);
     m_showing = true;
-    PackageErrorBox::show(m_window, error.state, error.packageName);
+    PackageErrorBox::show(m_window, error.state, error.packageName, error.reason);
     if (!self)
         return;
     m_showing = false;

@@ -32,6 +32,7 @@ private:
         int packageId;
         Models::Package::State state;
         QString packageName;
+        QString reason;
     };
 
     explicit PackageErrorQueue(QWidget *window);

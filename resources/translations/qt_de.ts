@@ -166,6 +166,61 @@ Die Anwendung muss neu gestartet werden. Fortfahren?</translation>
     </message>
 </context>
 <context>
+    <name>Kavo::Models::FailureReason</name>
+    <message>
+        <source>There is no simulator in this folder: %1</source>
+        <translation>In diesem Ordner ist kein Simulator: %1</translation>
+    </message>
+    <message>
+        <source>The package wants to be unpacked outside of the simulator: %1</source>
+        <translation>Das Paket will außerhalb des Simulators entpackt werden: %1</translation>
+    </message>
+    <message>
+        <source>The downloaded archive is missing or no file: %1</source>
+        <translation>Das heruntergeladene Archiv fehlt oder ist keine Datei: %1</translation>
+    </message>
+    <message>
+        <source>The downloaded archive is damaged, incomplete or no archive at all.</source>
+        <translation>Das heruntergeladene Archiv ist beschädigt, unvollständig oder gar kein Archiv.</translation>
+    </message>
+    <message>
+        <source>The downloaded archive asks for a password.</source>
+        <translation>Das heruntergeladene Archiv verlangt ein Passwort.</translation>
+    </message>
+    <message>
+        <source>7-Zip, which unpacks the archives, could not be run.</source>
+        <translation>7-Zip, das die Archive entpackt, konnte nicht ausgeführt werden.</translation>
+    </message>
+    <message>
+        <source>The archive leads out of the folder that it is unpacked into: %1</source>
+        <translation>Das Archiv führt aus dem Ordner hinaus, in den es entpackt wird: %1</translation>
+    </message>
+    <message>
+        <source>There is too little room on the disk: %1 are needed, %2 are free.</source>
+        <translation>Auf dem Datenträger ist zu wenig Platz: %1 werden gebraucht, %2 sind frei.</translation>
+    </message>
+    <message>
+        <source>The downloaded archive has %1 bytes; the catalogue says %2.</source>
+        <translation>Das heruntergeladene Archiv hat %1 Bytes; laut Katalog sind es %2.</translation>
+    </message>
+    <message>
+        <source>The downloaded archive is not the one that the catalogue names: its checksum is another one.</source>
+        <translation>Das heruntergeladene Archiv ist nicht das aus dem Katalog: Die Prüfsumme ist eine andere.</translation>
+    </message>
+    <message>
+        <source>A file that is to be kept could not be copied: %1</source>
+        <translation>Eine Datei, die erhalten bleiben soll, konnte nicht kopiert werden: %1</translation>
+    </message>
+    <message>
+        <source>The archive could not be unpacked. The log file tells more.</source>
+        <translation>Das Archiv konnte nicht entpackt werden. Mehr dazu steht in der Protokolldatei.</translation>
+    </message>
+    <message>
+        <source>Nothing was changed. What was installed before is still installed.</source>
+        <translation>Es wurde nichts geändert. Was vorher installiert war, ist weiterhin installiert.</translation>
+    </message>
+</context>
+<context>
     <name>Kavo::Settings</name>
     <message>
         <source>Quarnell</source>

@@ -189,16 +189,19 @@ QByteArray Engine::contentOf(int id, const QString &version)
 
 QJsonObject Engine::versionObject(const Offer &offer) const
 {
-    return {{QStringLiteral("version"), offer.version},
-            {QStringLiteral("link"), m_server.url(pathOf(offer))},
-            {QStringLiteral("depends"), toArray(offer.depends)},
-            {QStringLiteral("log"), toArray(offer.log)},
-            {QStringLiteral("install"),
-             QJsonObject{{QStringLiteral("extract"), offer.extract},
-                         {QStringLiteral("preserve"), toArray(offer.preserve)},
-                         {QStringLiteral("backup"), toArray(offer.backup)}}},
-            {QStringLiteral("uninstall"),
-             QJsonObject{{QStringLiteral("remove"), toArray(offer.remove)}}}};
+    QJsonObject version{{QStringLiteral("version"), offer.version},
+                        {QStringLiteral("link"), m_server.url(pathOf(offer))},
+                        {QStringLiteral("depends"), toArray(offer.depends)},
+                        {QStringLiteral("log"), toArray(offer.log)},
+                        {QStringLiteral("install"),
+                         QJsonObject{{QStringLiteral("extract"), offer.extract},
+                                     {QStringLiteral("preserve"), toArray(offer.preserve)},
+                                     {QStringLiteral("backup"), toArray(offer.backup)}}},
+                        {QStringLiteral("uninstall"),
+                         QJsonObject{{QStringLiteral("remove"), toArray(offer.remove)}}}};
+    for (auto key = offer.more.constBegin(); key != offer.more.constEnd(); ++key)
+        version.insert(key.key(), key.value());
+    return version;
 }
 
 QVariant Engine::recorded(int id, const QString &column) const

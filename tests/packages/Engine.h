@@ -30,7 +30,8 @@ struct Offer
     QStringList backup = {};
     QStringList remove = {};
     QStringList log = {};
-    QString link = {}; ///< path on the server; empty for one of its own
+    QString link = {};     ///< path on the server; empty for one of its own
+    QJsonObject more = {}; ///< further keys of the version
 };
 
 /// All of package management on a scratch account, against a catalogue server of our own, without

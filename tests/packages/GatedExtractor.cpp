@@ -20,7 +20,8 @@ constexpr int Patience = 30000; ///< in milliseconds
 
 GatedExtractor::GatedExtractor(const QString &folder) : m_folder(folder)
 {
-    const QByteArray script = "#!/bin/sh\nfolder=${0%/*}\ntouch \"$folder/reached\"\n"
+    const QByteArray script = "#!/bin/sh\n[ \"$1\" = x ] || exec /usr/bin/7z \"$@\"\n"
+                              "folder=${0%/*}\ntouch \"$folder/reached\"\n"
                               "read -r answer < \"$folder/gate\"\nexec /usr/bin/7z \"$@\"\n";
     if (!writeFile(program(), script) ||
         ::mkfifo(QFile::encodeName(folder + QStringLiteral("gate")).constData(), 0600) != 0)

@@ -37,6 +37,9 @@ private slots:
     void rulesReachWhatUnpackingReaches_data();
     void rulesReachWhatUnpackingReaches();
     void settingsOfAMovedFolderAreKept();
+    void archiveMayHaveAnEntryForALinkedFolder_data();
+    void archiveMayHaveAnEntryForALinkedFolder();
+    void linkedFolderExcusesNoOtherFault();
     void linkThatCameWithThePackageIsNoWayOut();
 
 private:
@@ -142,11 +145,66 @@ void OwnLinksTest::settingsOfAMovedFolderAreKept()
     QCOMPARE(fileTree(m_disk), before);
 }
 
+void OwnLinksTest::archiveMayHaveAnEntryForALinkedFolder_data()
+{
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<QString>("link");
+    for (const char *format : {"7z", "zip", "tar"}) {
+        for (const char *link : {"Custom Scenery", "Custom Scenery/New Field"})
+            QTest::addRow("%s, %s", format, link)
+                << QString::fromLatin1(format) << QString::fromLatin1(link);
+    }
+}
+
+/// As archives have it that are packed with their folders; 7-Zip then ends with an error.
+void OwnLinksTest::archiveMayHaveAnEntryForALinkedFolder()
+{
+    QFETCH(QString, format);
+    QFETCH(QString, link);
+    QVERIFY(QDir().mkpath(QFileInfo(simulator(link)).path()));
+    QVERIFY(QFile::link(QDir::cleanPath(m_disk), simulator(link)));
+    m_engine->offer({7});
+    const QString name = QStringLiteral("Custom Scenery/New Field/");
+    m_engine->server().serve(QStringLiteral("/package-7-1.0.zip"),
+                             archiveOf({{name + QStringLiteral("a/b.txt"), "content"},
+                                        {name + QStringLiteral("empty/"), ""}},
+                                       format));
+    QVERIFY(m_engine->refresh());
+    const LogCapture log;
+    QVERIFY(m_engine->installAndWait(7));
+    QCOMPARE(readFile(simulator(name + QStringLiteral("a/b.txt"))), QByteArray("content"));
+    QVERIFY(QFileInfo(simulator(link)).isSymLink());
+    QVERIFY(log.contains(QStringLiteral("Unpacked through links : ") +
+                         QDir::cleanPath(simulator(link))));
+}
+
+void OwnLinksTest::linkedFolderExcusesNoOtherFault()
+{
+    const QString link = simulator(QStringLiteral("Custom Scenery"));
+    QVERIFY(QFile::link(QDir::cleanPath(m_disk), link));
+    const auto before = fileTree(m_disk);
+    m_engine->offer({7});
+    HttpResource &archive = m_engine->server().resource(QStringLiteral("/package-7-1.0.zip"));
+    // The one cannot be read, the other has a folder where a file should be.
+    for (const QByteArray &body :
+         {damagedArchiveOf({{QStringLiteral("Custom Scenery/New Field/a.txt"), "x"}}),
+          archiveOf({{QStringLiteral("Custom Scenery/New Field/a.txt"), "x"},
+                     {QStringLiteral("Custom Scenery/Other Field"), "x"}},
+                    QStringLiteral("zip"))}) {
+        archive.body = body;
+        QVERIFY(m_engine->refresh());
+        QVERIFY(!m_engine->installAndWait(7));
+        QCOMPARE(m_engine->package(7)->state(), Package::INSTALL_ERROR);
+        QCOMPARE(fileTree(m_disk), before);
+        QVERIFY(QFileInfo(link).isSymLink());
+    }
+}
+
 void OwnLinksTest::linkThatCameWithThePackageIsNoWayOut()
 {
     // 7-Zip itself makes no such link; another version of it may be less strict.
     const QString program = m_engine->profile().folder(QStringLiteral("bin")) + QLatin1String("7z");
-    QVERIFY(writeFile(program, "#!/bin/sh\n7z \"$@\" && ln -s '" +
+    QVERIFY(writeFile(program, "#!/bin/sh\n[ \"$1\" = x ] || exec 7z \"$@\"\n7z \"$@\" && ln -s '" +
                                    QFile::encodeName(QDir::cleanPath(m_disk)) +
                                    "' \"${3#-o}/package-7/door\"\n"));
     QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));

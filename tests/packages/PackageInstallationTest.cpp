@@ -278,7 +278,7 @@ void PackageInstallationTest::damagedArchiveFailsAndIsDeleted()
     m_engine->offer({7});
     QVERIFY(m_engine->refresh());
     HttpResource &archive = m_engine->server().resource(QStringLiteral("/package-7-1.0.zip"));
-    archive.body = "this is no archive at all";
+    archive.body = damagedArchiveOf({});
     const LogCapture log;
     QVERIFY(!m_engine->installAndWait(7));
     QCOMPARE(m_engine->package(7)->state(), Package::INSTALL_ERROR);
@@ -299,7 +299,7 @@ void PackageInstallationTest::preservedFilesStayParkedWhenUnpackingFails()
     QVERIFY(m_engine->refresh());
     HttpResource &archive = m_engine->server().resource(QStringLiteral("/package-7-1.0.zip"));
     const QByteArray healthy = archive.body;
-    archive.body = "this is no archive at all";
+    archive.body = damagedArchiveOf({});
     QVERIFY(!m_engine->installAndWait(7));
     QCOMPARE(readFile(m_engine->profile().preserveFolder() + settings), QByteArray("user's"));
     QVERIFY(!QFile::exists(m_engine->simulator(settings)));
@@ -318,7 +318,8 @@ void PackageInstallationTest::missingExtractorFails()
     const LogCapture log;
     QVERIFY(!m_engine->installAndWait(7));
     QCOMPARE(m_engine->package(7)->state(), Package::INSTALL_ERROR);
-    QCOMPARE(log.count(QStringLiteral("Extractor Error : ")), 2);
+    QVERIFY(log.contains(QStringLiteral(
+        "Installation failed : 7-Zip, which unpacks the archives, could not be run.")));
     QVERIFY(!QFile::exists(m_engine->simulator(Engine::fileOf(7))));
 }
 

@@ -291,7 +291,7 @@ void StillInstalledTest::versionThatLeftTheCatalogueIsStillInstalled()
 void StillInstalledTest::updateThatFailedAfterTheRemovalLeavesNothing()
 {
     offer(New);
-    m_engine->server().resource(NewArchive).body = "no archive";
+    m_engine->server().resource(NewArchive).body = damagedArchiveOf({});
     QVERIFY(m_engine->refresh());
     QVERIFY(!m_engine->installAndWait(Id, New));
     QVERIFY(m_engine->refresh());
@@ -307,7 +307,7 @@ void StillInstalledTest::removalThatCouldNotBeNotedIsNotedLater()
     m_engine->setExtractor(extractor.program());
     m_engine->stop();
     offer(New);
-    m_engine->server().resource(NewArchive).body = "no archive";
+    m_engine->server().resource(NewArchive).body = damagedArchiveOf({});
     QVERIFY(m_engine->refresh());
     QVERIFY(
         executeOn(database(), {QStringLiteral("CREATE TRIGGER t BEFORE INSERT ON whole_versions "
@@ -325,7 +325,7 @@ void StillInstalledTest::removalThatCouldNotBeNotedIsNotedLater()
 
 void StillInstalledTest::repeatedInstallationThatFailedLeavesNothing()
 {
-    m_engine->server().resource(QStringLiteral("/package-7-1.10.zip")).body = "no archive";
+    m_engine->server().resource(QStringLiteral("/package-7-1.10.zip")).body = damagedArchiveOf({});
     QVERIFY(!m_engine->installAndWait(Id, Old));
     QVERIFY(restart());
     checkNotInstalled();

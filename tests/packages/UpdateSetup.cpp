@@ -140,7 +140,7 @@ void UpdateSetup::expectInSimulator(const Files &files)
 QString UpdateSetup::loss()
 {
     const Package::State state = package()->state();
-    if (state == Package::INSTALL_ERROR)
+    if (state == Package::INSTALL_ERROR && !package()->failure().isHarmless())
         return difference(files({}), OfTheUser, Original, true);
     const bool isUpdated =
         state == Package::INSTALLED && m_engine.recordedVersion(Id) == QLatin1String("2.0");
@@ -264,7 +264,14 @@ QStringList refused(int exitCode)
     QStringList lines = unpacked();
     lines.insert(2, QStringLiteral("Extractor Error : *"));
     lines.insert(3, QStringLiteral("Extractor Error : %1").arg(exitCode));
+    lines.insert(4, QStringLiteral("Installation failed : The archive could not be unpacked.*"));
     return lines;
+}
+
+QStringList turnedAway(const QString &reason)
+{
+    return {QStringLiteral("Installation failed : ") + reason,
+            QStringLiteral("Removing file : *addon.7z")};
 }
 
 } // namespace Kavo::Testing

@@ -52,7 +52,8 @@ public:
     void expectInSimulator(const Files &files);
 
     /// What is wrong on the disk for a package in its present state; empty when nothing is. After
-    /// an update that failed half-way only the add-on's own files may be missing or damaged.
+    /// an update that failed half-way only the add-on's own files may be missing or damaged; after
+    /// one that was turned away nothing may have changed.
     /// Outside of the simulator and the program's own data nothing may have changed since
     /// startUpdate().
     QString loss();
@@ -81,12 +82,13 @@ private:
 QString compareLog(const QStringList &lines, const QStringList &pattern);
 
 /// Lines of the log in such patterns: of a failed probe, of a failed transfer, of a file that does
-/// not have the expected size, of an archive that was unpacked, and of one that was not, with the
-/// exit code of 7-Zip.
+/// not have the expected size, of an archive that was unpacked, of one that could not be, with the
+/// exit code of 7-Zip, and of one that was looked at and not even tried, with the reason.
 QStringList probeError();
 QStringList transferError();
 QStringList sizeError(int present, int expected);
 QStringList unpacked();
 QStringList refused(int exitCode = 2);
+QStringList turnedAway(const QString &reason);
 
 } // namespace Kavo::Testing

@@ -27,7 +27,8 @@ MessageBoxAnswers::Shown record(const QMessageBox &box)
             box.text(),
             box.standardButtons(),
             defaultButton ? box.standardButton(defaultButton) : QMessageBox::NoButton,
-            box.parentWidget()};
+            box.parentWidget(),
+            box.informativeText()};
 }
 
 } // namespace

@@ -37,6 +37,7 @@ public:
         QMessageBox::StandardButtons buttons;
         QMessageBox::StandardButton defaultButton; ///< NoButton when there is none
         QWidget *parent;                           ///< to be compared only
+        QString informativeText;
     };
 
     MessageBoxAnswers();

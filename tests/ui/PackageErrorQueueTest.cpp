@@ -5,6 +5,7 @@
 #include "tests/support/TestMain.h"
 
 #include <QApplication>
+#include <QLabel>
 #include <QPointer>
 #include <QThread>
 #include <QTimer>
@@ -13,6 +14,7 @@
 #include <memory>
 
 using namespace Kavo::Testing;
+using Kavo::Models::FailureReason;
 using Kavo::Models::Package;
 using Kavo::Models::PackagePointer;
 using Kavo::Ui::PackageErrorQueue;
@@ -57,6 +59,8 @@ private slots:
     void errorOfTwoPlacesIsToldOnce();
     void packagesOfOneNumberAreToldApart();
     void packagesOfOneNameAreToldApart();
+    void reasonIsToldBelow();
+    void reasonIsPlainText();
     void boxIsNotShownFromTheLoopOfAnother();
     void errorThatComesAgainIsToldAgain();
     void errorWaitsForTheAnswerToAQuestion();
@@ -174,6 +178,58 @@ void PackageErrorQueueTest::packagesOfOneNameAreToldApart()
     }
     QVERIFY(answers.waitForAll());
     QTRY_COMPARE(openBoxes(), 0);
+}
+
+void PackageErrorQueueTest::reasonIsToldBelow()
+{
+    MessageBoxAnswers answers;
+    auto &queue = PackageErrorQueue::of(*m_window);
+    const PackagePointer failed = somePackage(1);
+    failed->setFailure(FailureReason(FailureReason::Kind::SIZE_DIFFERS,
+                                     {QStringLiteral("1"), QStringLiteral("2")}));
+    queue.report(*failed, Package::INSTALL_ERROR);
+    // What has come before a failed download is not its reason.
+    queue.report(*failed, Package::DOWNLOAD_ERROR);
+    queue.report(*somePackage(2), Package::INSTALL_ERROR);
+    answers.expect(Title, textFor(1), QMessageBox::Ok);
+    answers.expect(QStringLiteral("Download Error"),
+                   QStringLiteral("Downloading failed for package : package-1"), QMessageBox::Ok);
+    answers.expect(Title, textFor(2), QMessageBox::Ok);
+    QVERIFY(answers.waitForAll());
+    QCOMPARE(answers.shown().at(0).informativeText,
+             QStringLiteral("The downloaded archive has 1 bytes; the catalogue says 2.\n\n"
+                            "Nothing was changed. What was installed before is still installed."));
+    QCOMPARE(answers.shown().at(1).informativeText, QString());
+    QCOMPARE(answers.shown().at(2).informativeText, QString());
+    QTRY_COMPARE(openBoxes(), 0);
+}
+
+/// Names in archives come from outside, like all others.
+void PackageErrorQueueTest::reasonIsPlainText()
+{
+    const PackagePointer failed = somePackage(1);
+    failed->setFailure(FailureReason(
+        FailureReason::Kind::ENTRY_LEADS_OUT,
+        {QStringLiteral("<img src='x'>") + QChar(0x202e) + QString(5000, QLatin1Char('W'))}));
+    QString text;
+    int richLabels = 0;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, this, [&text, &richLabels] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        text = box->informativeText();
+        const QList<QLabel *> labels = box->findChildren<QLabel *>();
+        for (const QLabel *label : labels)
+            richLabels += !label->text().isEmpty() && label->textFormat() != Qt::PlainText;
+        box->accept();
+    });
+    timer.start(10);
+    PackageErrorQueue::of(*m_window).report(*failed, Package::INSTALL_ERROR);
+    QTRY_VERIFY(!text.isEmpty());
+    QVERIFY(text.contains(QLatin1String("<img src='x'>_WWW")));
+    QVERIFY(text.size() < 400);
+    QCOMPARE(richLabels, 0);
 }
 
 void PackageErrorQueueTest::boxIsNotShownFromTheLoopOfAnother()
