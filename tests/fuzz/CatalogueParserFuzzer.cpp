@@ -27,9 +27,10 @@ void require(bool kept, const char *promise)
 
 bool areEqual(const PackageVersion &a, const PackageVersion &b)
 {
-    return a.version == b.version && a.link == b.link && a.depends == b.depends && a.log == b.log &&
-           a.install->extract == b.install->extract && a.install->preserve == b.install->preserve &&
-           a.install->backup == b.install->backup && a.uninstall->remove == b.uninstall->remove;
+    return a.version == b.version && a.link == b.link && a.size == b.size && a.sha256 == b.sha256 &&
+           a.depends == b.depends && a.log == b.log && a.install->extract == b.install->extract &&
+           a.install->preserve == b.install->preserve && a.install->backup == b.install->backup &&
+           a.uninstall->remove == b.uninstall->remove;
 }
 
 bool haveEqualVersions(const Package &a, const Package &b)

@@ -1,0 +1,135 @@
+// Feeds the reader of archive listings with whatever libFuzzer thinks of, and what it has read to
+// the search for ways out of a folder. Ends the process when a promise of one of the two is broken.
+
+#include "core/ArchiveListingReader.h"
+#include "packages/ArchiveContainment.h"
+
+#include <QMap>
+#include <QStringList>
+
+#include <cstdio>
+#include <cstdlib>
+
+using namespace Kavo;
+using namespace Kavo::Extractors;
+using Kind = ArchiveEntry::Kind;
+
+namespace {
+
+void require(bool kept, const char *promise)
+{
+    if (kept)
+        return;
+    std::fprintf(stderr, "Broken: %s\n", promise);
+    std::abort();
+}
+
+std::optional<ArchiveListing> readInPieces(const QByteArray &bytes, int length)
+{
+    ArchiveListingReader reader;
+    for (int start = 0; start < bytes.size(); start += length)
+        reader.read(bytes.mid(start, length));
+    return reader.result();
+}
+
+bool areEqual(const ArchiveEntry &a, const ArchiveEntry &b)
+{
+    return a.path == b.path && a.kind == b.kind && a.size == b.size && a.target == b.target &&
+           a.isEncrypted == b.isEncrypted;
+}
+
+bool areEqual(const ArchiveListing &a, const ArchiveListing &b)
+{
+    bool equal = a.entries.size() == b.entries.size() && a.isStream == b.isStream;
+    for (int index = 0; equal && index < a.entries.size(); ++index)
+        equal = areEqual(a.entries.at(index), b.entries.at(index));
+    return equal;
+}
+
+/// A file system as an unpacking without any care would make it, told in another way than by the
+/// code under test: every name that is met on a path is looked up by recursion.
+class ModelFolder final
+{
+public:
+    explicit ModelFolder(const ArchiveListing &listing)
+    {
+        for (const ArchiveEntry &entry : listing.entries) {
+            if (entry.kind == Kind::SYMBOLIC_LINK)
+                m_links.insert(namesOf(entry.path), entry.target);
+        }
+    }
+
+    /// Whether opening the path ever leaves the folder.
+    bool leaves(const QString &path) const
+    {
+        QStringList at;
+        return !walk(at, path, 0);
+    }
+
+    static QStringList namesOf(const QString &path)
+    {
+        QStringList names;
+        for (const QString &name : path.split(QLatin1Char('/'))) {
+            if (!name.isEmpty() && name != QLatin1String("."))
+                names.append(name);
+        }
+        return names;
+    }
+
+private:
+    bool walk(QStringList &at, const QString &path, int depth) const
+    {
+        if (path.startsWith(QLatin1Char('/')))
+            return false;
+        for (const QString &name : namesOf(path)) {
+            if (name == QLatin1String("..")) {
+                if (at.isEmpty())
+                    return false;
+                at.removeLast();
+                continue;
+            }
+            at.append(name);
+            const auto link = m_links.constFind(at);
+            if (link == m_links.constEnd())
+                continue;
+            // The kernel gives up as well, before it has gone anywhere.
+            if (depth > 100)
+                return true;
+            at.removeLast();
+            if (!walk(at, *link, depth + 1))
+                return false;
+        }
+        return true;
+    }
+
+    QMap<QStringList, QString> m_links;
+};
+
+void checkContained(const ArchiveListing &listing)
+{
+    const ModelFolder folder(listing);
+    for (const ArchiveEntry &entry : listing.entries) {
+        require(entry.kind != Kind::DEVICE, "no device is unpacked");
+        require(!folder.leaves(entry.path), "no name leads out");
+        if (entry.kind == Kind::HARD_LINK)
+            require(!folder.leaves(entry.target), "no hard link leads out");
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size)
+{
+    const QByteArray bytes(reinterpret_cast<const char *>(data), static_cast<int>(size));
+    const auto listing = readInPieces(bytes, qMax(bytes.size(), 1));
+    const auto inPieces = readInPieces(bytes, 1 + (size > 0 ? data[0] % 16 : 0));
+    require(listing.has_value() == inPieces.has_value(), "pieces make no difference");
+    if (!listing)
+        return 0;
+    require(areEqual(*listing, *inPieces), "pieces make no difference");
+    for (const ArchiveEntry &entry : listing->entries)
+        require(entry.size >= 0, "no size is negative");
+    if (!ArchiveContainment(*listing, QStringLiteral("/nonexistent")).wayOut())
+        checkContained(*listing);
+    return 0;
+}
