@@ -1,13 +1,14 @@
 // Installs an archive that lies in the cache already, from the start of the task to INSTALLED, and
-// unpacks the same archive with `7z x` into an empty folder for comparison, in turn. Prints one
-// line for each pair, in microseconds, and at the end "held" and the longest time that the event
-// loop was held during as many further installations.
+// unpacks the same archive with `7z x` into an empty folder for comparison, in turn; with "listed"
+// it has 7-Zip list the archive before, as the installation does. Prints one line for each pair, in
+// microseconds, and at the end "held" and the longest time that the event loop was held during as
+// many further installations.
 //
 // For that a timer of 1 ms ticks in them. What passes between two ticks beyond that millisecond,
 // less the time that the thread was ready to run but others had the processors, is the loop's own
 // doing.
 //
-//     bench_installation WORK_FOLDER ADDRESS ARCHIVE PAIRS
+//     bench_installation WORK_FOLDER ADDRESS ARCHIVE PAIRS listed|alone
 
 #include "benchmarks/Engine.h"
 #include "benchmarks/Measure.h"
@@ -137,14 +138,13 @@ void prepare()
     Benchmarks::warmMemory(Enough);
 }
 
-void unpack(const QString &archive, const QString &target)
+void run7Zip(const QStringList &arguments)
 {
-    QProcess unpacker;
-    unpacker.setStandardOutputFile(QProcess::nullDevice());
-    unpacker.start(QStringLiteral("7z"),
-                   {QStringLiteral("x"), archive, QString(QStringLiteral("-o") + target)});
-    unpacker.waitForFinished(-1);
-    Benchmarks::require(unpacker.exitCode() == 0, "7z failed");
+    QProcess program;
+    program.setStandardOutputFile(QProcess::nullDevice());
+    program.start(QStringLiteral("7z"), arguments);
+    program.waitForFinished(-1);
+    Benchmarks::require(program.exitCode() == 0, "7z failed");
 }
 
 } // namespace
@@ -152,7 +152,7 @@ void unpack(const QString &archive, const QString &target)
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    const QStringList arguments = Benchmarks::requireArguments(4);
+    const QStringList arguments = Benchmarks::requireArguments(5);
     const QString archive = arguments.at(3);
     const QString name = QFileInfo(archive).fileName();
     const QString target = arguments.at(1) + QStringLiteral("/unpacked");
@@ -173,7 +173,11 @@ int main(int argc, char **argv)
         const QString copy = target + QStringLiteral(".copy");
         QFile::copy(archive, copy);
         prepare();
-        const qint64 duration = Benchmarks::timed([&] { unpack(copy, target); });
+        const qint64 duration = Benchmarks::timed([&] {
+            if (arguments.at(5) == QLatin1String("listed"))
+                run7Zip({QStringLiteral("l"), QStringLiteral("-slt"), copy});
+            run7Zip({QStringLiteral("x"), copy, QString(QStringLiteral("-o") + target)});
+        });
         QDir(target).removeRecursively();
         QFile::remove(copy);
         return duration;
