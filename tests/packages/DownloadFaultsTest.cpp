@@ -67,6 +67,12 @@ private:
     int m_size = 0;
 };
 
+/// The log of an update that ends before it changes anything.
+static QStringList damaged()
+{
+    return turnedAway(QStringLiteral("The downloaded archive is damaged*"));
+}
+
 void DownloadFaultsTest::initTestCase()
 {
     m_archive = archiveOf(updateFiles(), QStringLiteral("7z"));
@@ -124,7 +130,7 @@ void DownloadFaultsTest::addBrokenConnections() const
     open.getWithoutLength = true;
     // The end of the connection passes for that of the body; only the size tells.
     addRow("cut without a length",
-           {open, {}, Package::INSTALL_ERROR, sizeError(Cut, m_size) + refused(), {}, 1});
+           {open, {}, Package::INSTALL_ERROR, sizeError(Cut, m_size) + damaged(), {}, 1});
 }
 
 void DownloadFaultsTest::addProbes() const
@@ -147,7 +153,7 @@ void DownloadFaultsTest::addProbes() const
     addRow("HEAD without a length, with a part", {silent,
                                                   part,
                                                   Package::INSTALL_ERROR,
-                                                  sizeError(m_size + 1000, m_size) + refused(),
+                                                  sizeError(m_size + 1000, m_size) + damaged(),
                                                   {},
                                                   1});
     HttpResource dateless = healthy();
@@ -156,7 +162,7 @@ void DownloadFaultsTest::addProbes() const
     addRow("HEAD without a date, with a part", {dateless,
                                                 part,
                                                 Package::INSTALL_ERROR,
-                                                sizeError(m_size + 1000, m_size) + refused(),
+                                                sizeError(m_size + 1000, m_size) + damaged(),
                                                 {},
                                                 1});
     HttpResource shortened = healthy();
@@ -164,7 +170,7 @@ void DownloadFaultsTest::addProbes() const
     addRow("HEAD with too small a length",
            {shortened, {}, Package::INSTALLED, sizeError(m_size, 5000) + unpacked(), {}, 1});
     addRow("HEAD with the length of the part",
-           {shortened, m_archive.left(5000), Package::INSTALL_ERROR, refused(), {}, 1});
+           {shortened, m_archive.left(5000), Package::INSTALL_ERROR, damaged(), {}, 1});
     HttpResource lengthened = healthy();
     lengthened.headLength = m_size + 5000;
     addRow(
@@ -195,14 +201,14 @@ void DownloadFaultsTest::addErrorPages() const
            {lateAndCut, part, Package::DOWNLOAD_ERROR, transferError(), part, 1});
     const int size = Page.size();
     addRow("page in the place of the archive",
-           {serving(Page), {}, Package::INSTALL_ERROR, refused(), {}, 1});
+           {serving(Page), {}, Package::INSTALL_ERROR, damaged(), {}, 1});
     addRow("page in the place of the archive, with a part",
-           {serving(Page), part, Package::INSTALL_ERROR, refused(), {}, 1});
+           {serving(Page), part, Package::INSTALL_ERROR, damaged(), {}, 1});
     HttpResource dateless = serving(Page);
     dateless.headWithoutDate = true;
     addRow(
         "page without a date, with a part",
-        {dateless, part, Package::INSTALL_ERROR, sizeError(1000 + size, size) + refused(), {}, 1});
+        {dateless, part, Package::INSTALL_ERROR, sizeError(1000 + size, size) + damaged(), {}, 1});
 }
 
 void DownloadFaultsTest::addRedirects() const
@@ -271,7 +277,7 @@ void DownloadFaultsTest::addBodies() const
     addRow("another file since the probe", {changed,
                                             m_otherArchive.left(Cut),
                                             Package::INSTALL_ERROR,
-                                            sizeError(m_size, otherSize) + refused(),
+                                            sizeError(m_size, otherSize) + damaged(),
                                             {},
                                             1});
     HttpResource compressed = healthy();
@@ -287,17 +293,17 @@ void DownloadFaultsTest::addBodies() const
     addRow("more than 4 GiB that are no archive", {huge,
                                                    {},
                                                    Package::INSTALL_ERROR,
-                                                   refused(),
+                                                   damaged(),
                                                    {},
                                                    1,
                                                    false,
                                                    false,
                                                    HugeSize + MinimumFreeDisk});
-    addRow("empty body", {serving(""), {}, Package::INSTALL_ERROR, refused(), {}, 1});
+    addRow("empty body", {serving(""), {}, Package::INSTALL_ERROR, damaged(), {}, 1});
     HttpResource emptied = healthy();
     emptied.laterBody = "";
     addRow("empty body against the probe",
-           {emptied, {}, Package::INSTALL_ERROR, sizeError(0, m_size) + refused(), {}, 1});
+           {emptied, {}, Package::INSTALL_ERROR, sizeError(0, m_size) + damaged(), {}, 1});
 }
 
 void DownloadFaultsTest::addLocalFiles() const
@@ -309,9 +315,9 @@ void DownloadFaultsTest::addLocalFiles() const
     addRow("file that is too long",
            {healthy(), m_archive + "more", Package::INSTALLED, unpacked(), {}, 1});
     addRow("part of something else",
-           {healthy(), junk.left(1000), Package::INSTALL_ERROR, refused(), {}, 1});
+           {healthy(), junk.left(1000), Package::INSTALL_ERROR, damaged(), {}, 1});
     addRow("something else of the same size",
-           {healthy(), junk, Package::INSTALL_ERROR, refused(), {}, 1});
+           {healthy(), junk, Package::INSTALL_ERROR, damaged(), {}, 1});
 }
 
 void DownloadFaultsTest::faultCostsNothing_data()

@@ -30,7 +30,6 @@ private slots:
     void showListAnnouncesTheList();
     void damagedDatabaseStillLetsPackagesBeInstalled();
     void databaseDeletedWhileRunningIsNoLie();
-    void simulatorFolderThatVanishedIsMadeAnew();
 
 private:
     void offerThreeVersions();
@@ -157,15 +156,6 @@ void PackageControllerTest::databaseDeletedWhileRunningIsNoLie()
     m_engine->stop();
     QVERIFY(m_engine->refresh());
     QCOMPARE(m_engine->package(8)->state(), Package::AVAILABLE);
-}
-
-void PackageControllerTest::simulatorFolderThatVanishedIsMadeAnew()
-{
-    m_engine->offer({7});
-    QVERIFY(m_engine->refresh());
-    QVERIFY(QDir(m_engine->profile().simulatorFolder()).removeRecursively());
-    QVERIFY(m_engine->installAndWait(7));
-    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(7))));
 }
 
 KAVO_TEST_MAIN(PackageControllerTest)
