@@ -1,9 +1,11 @@
 #include "packages/CopyStore.h"
 
 #include "core/FileCopy.h"
+#include "core/Log.h"
 #include "core/Paths.h"
 #include "core/RegularFile.h"
 #include "packages/ContainedPath.h"
+#include "packages/CopyUsers.h"
 #include "packages/SettledCopy.h"
 
 #include <QCryptographicHash>
@@ -20,6 +22,12 @@ namespace {
 const QString &waitingPrefix()
 {
     static const QString prefix = QStringLiteral(".kavo-copies-");
+    return prefix;
+}
+
+const QString &asidePrefix()
+{
+    static const QString prefix = QStringLiteral(".kavo-earlier-");
     return prefix;
 }
 
@@ -50,7 +58,7 @@ bool makeParent(const QString &path)
 
 QStringList marksOf(const QString &copy)
 {
-    return {CopyOwner::markOf(copy), settledMarkOf(copy)};
+    return {CopyOwner::markOf(copy), settledMarkOf(copy), usersMarkOf(copy)};
 }
 
 void removeMarks(const QString &copy)
@@ -80,7 +88,8 @@ bool moveCopy(const QString &from, const QString &to)
 } // namespace
 
 CopyStore::CopyStore(Kind kind, Folders folders)
-    : m_owner(nameOf(kind), folders.simulator)
+    : m_kind(kind)
+    , m_owner(nameOf(kind), folders.simulator)
     , m_folders(std::move(folders))
 {}
 
@@ -118,11 +127,42 @@ bool CopyStore::add(const QString &entry, const QString &source) const
     const QString place = makePlace(entry);
     if (place.isEmpty() || isSameFile(source, place) || !makeRoom(place, entry))
         return false;
-    unsettle(place);
-    if (m_owner.mark(place) && copyWhole(source, place))
+    removeMarks(place);
+    const bool isMarked = (m_kind == Kind::KEPT || setUnused(place)) && m_owner.mark(place);
+    if (isMarked && copyWhole(source, place))
         return true;
     removeMarks(place);
     return false;
+}
+
+bool CopyStore::setAside(const QString &entry) const
+{
+    QString copy = find(entry);
+    while (!copy.isEmpty()) {
+        const QString place = placeAside(entry);
+        if (place.isEmpty() || !moveCopy(copy, place)) {
+            logLine(QStringLiteral("Copy is not set aside : ") + copy);
+            return false;
+        }
+        logLine(QStringLiteral("Copy is set aside : %1 -> %2").arg(copy, place));
+        copy = find(entry);
+    }
+    return true;
+}
+
+/// The first free one, empty when there can be none.
+QString CopyStore::placeAside(const QString &entry) const
+{
+    QString place;
+    for (int number = 1; place.isEmpty() || isTaken(place); ++number) {
+        const QString folder =
+            QDir(m_folders.copies).filePath(asidePrefix() + QString::number(number));
+        ensureDirectory(folder, true);
+        place = placeIn(folder, entry);
+        if (place.isEmpty())
+            break;
+    }
+    return place;
 }
 
 void CopyStore::giveUp(const QString &entry) const
@@ -140,7 +180,7 @@ void CopyStore::giveUp(const QString &entry) const
     }
     CopyOwner::unmark(place);
     QFile::remove(copy);
-    unsettle(place);
+    removeMarks(place);
 }
 
 /// Wherever a copy of an entry may be, first where it belongs.

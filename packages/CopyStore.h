@@ -42,7 +42,11 @@ public:
     /// The copy of an entry, empty when there is none. May be a folder.
     QString find(const QString &entry) const;
     /// Copies a file to the place of an entry for which there is no copy. Returns whether it did.
+    /// Nobody relies on a new original yet (CopyUsers).
     bool add(const QString &entry, const QString &source) const;
+    /// Moves the copy of an entry to a numbered hidden folder, where nothing looks for it any more
+    /// and a person still finds it. Returns whether the entry has no copy now.
+    bool setAside(const QString &entry) const;
     /// Deletes the copy of an entry, or the marks that a sudden end has left of one.
     void giveUp(const QString &entry) const;
 
@@ -55,8 +59,10 @@ private:
 
     QVector<Place> places(const QString &entry) const;
     bool isOwn(const Place &copy, const QString &entry, bool marked) const;
+    QString placeAside(const QString &entry) const;
     bool makeRoom(const QString &copy, const QString &entry) const;
 
+    Kind m_kind;
     CopyOwner m_owner;
     Folders m_folders;
 };

@@ -35,7 +35,7 @@ InstallationResult InstallationTask::run(RemovalPermit &permit)
 InstallationResult InstallationTask::install(RemovalPermit &permit) const
 {
     InstallationResult result;
-    const PackageFiles files(m_folders, *m_version);
+    const PackageFiles files(m_folders, *m_version, m_package->id());
     ArchiveInspection inspection(m_archive.archive(), m_digest, m_extractor);
     result.reason = prepare(files, inspection);
     if (!result.reason.isNone())

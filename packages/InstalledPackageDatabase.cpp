@@ -148,6 +148,14 @@ int InstalledPackageDatabase::status(const Package &package) const
     return versionFile(package).isEmpty() ? NotRecorded : int(Package::INSTALLED);
 }
 
+bool InstalledPackageDatabase::mayBeThere(int packageId) const
+{
+    Package package;
+    package.setId(packageId);
+    const int recorded = status(package);
+    return recorded != Package::AVAILABLE && recorded != NotRecorded;
+}
+
 QString InstalledPackageDatabase::version(const Package &package) const
 {
     if (m_file.isOpen()) {

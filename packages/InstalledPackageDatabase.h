@@ -53,6 +53,10 @@ public:
     /// there is a version file, else NotRecorded.
     int status(const Package &package) const;
 
+    /// Whether files of a package that is not on offer may be in the simulator: there is a record,
+    /// and not of a removal. True while the database is not open.
+    bool mayBeThere(int packageId) const;
+
     /// The recorded version text, or else that of the version file; empty when neither has one.
     /// It is also kept for packages that are not installed.
     QString version(const Package &package) const;

@@ -5,6 +5,7 @@
 #include "core/RegularFile.h"
 #include "packages/CommonPlaces.h"
 #include "packages/ContainedPath.h"
+#include "packages/CopyUsers.h"
 #include "packages/FolderRemoval.h"
 #include "packages/SettledCopy.h"
 
@@ -13,6 +14,8 @@
 #include <QFileInfo>
 
 #include <algorithm>
+
+#include <sys/stat.h>
 
 namespace Kavo::Models {
 
@@ -40,11 +43,28 @@ bool copyFile(bool (*copy)(const QString &, const QString &), const QString &fro
     return false;
 }
 
+/// What tells whether a file was written, also with the content that it had. Empty when there is
+/// none.
+QByteArray changeOf(const QString &path)
+{
+    struct stat info = {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return QByteArray();
+    // Unpacking sets the time of the content, but nobody can set this one.
+    const auto &changed = info.st_ctim;
+    QByteArray change;
+    for (const auto number : {qint64(info.st_ino), qint64(changed.tv_sec), qint64(changed.tv_nsec)})
+        change += QByteArray::number(number) + ' ';
+    return change;
+}
+
 } // namespace
 
-PackageFiles::PackageFiles(const PackageFolders &folders, const PackageVersion &version)
+PackageFiles::PackageFiles(const PackageFolders &folders, const PackageVersion &version,
+                           int package)
     : m_folders(folders)
     , m_version(version)
+    , m_package(package)
     , m_kept(CopyStore::Kind::KEPT,
              {folders.installation, folders.preserve, folders.formerPreserve})
     , m_originals(CopyStore::Kind::ORIGINAL,
@@ -70,6 +90,8 @@ QString PackageFiles::secure() const
     QString failed = park(m_version.install->preserve, m_kept, &kept);
     if (failed.isEmpty())
         failed = park(m_version.install->backup, m_originals, &backedUp);
+    if (failed.isEmpty())
+        failed = relyOnOriginals();
     if (failed.isEmpty()) {
         unsettleKept();
         return QString();
@@ -117,8 +139,10 @@ RemovalFaults PackageFiles::uninstall(const QStringList &needed) const
 PackageFiles::Standing PackageFiles::standing() const
 {
     Standing standing;
-    for (const QString &entry : m_version.install->backup)
-        standing.insert(entry, digestOf(containedPath(m_folders.installation, entry)));
+    for (const QString &entry : m_version.install->backup) {
+        const QString path = containedPath(m_folders.installation, entry);
+        standing.insert(entry, {digestOf(path), changeOf(path)});
+    }
     return standing;
 }
 
@@ -128,7 +152,7 @@ void PackageFiles::markBrought(const Standing &before) const
     for (auto file = now.cbegin(); file != now.cend(); ++file) {
         const QString original = m_originals.find(file.key());
         // What unpacking has left alone may be the user's.
-        if (QFileInfo(original).isFile() && file.value() != before.value(file.key()))
+        if (QFileInfo(original).isFile() && file->change != before.value(file.key()).change)
             settle(original, containedPath(m_folders.installation, file.key()));
     }
 }
@@ -137,7 +161,7 @@ void PackageFiles::returnReplaced(const Standing &before) const
 {
     for (auto file = before.cbegin(); file != before.cend(); ++file) {
         const QString path = containedPath(m_folders.installation, file.key());
-        if (digestOf(path) != file.value() && !returnOriginal(file.key()))
+        if (digestOf(path) != file->digest && !returnOriginal(file.key()))
             bringBack(file.key(), m_originals);
     }
 }
@@ -157,6 +181,32 @@ void PackageFiles::restorePreserved() const
             break;
         }
     }
+}
+
+void PackageFiles::letGo(const QStringList &needed) const
+{
+    for (const QString &entry : m_version.install->backup) {
+        const QString original = m_originals.find(entry);
+        if (!QFileInfo(original).isFile())
+            continue;
+        // Whoever else relies on a backup from before this was noted is among the needed ones.
+        const bool isUnknown = isOneOf(needed, entry) && !usersOf(original);
+        if (!isUnknown && !removeUser(original, m_package))
+            logLine(QStringLiteral("Backup stays in use : ") + original);
+    }
+}
+
+QHash<QString, QSet<int>> PackageFiles::others() const
+{
+    QHash<QString, QSet<int>> others;
+    for (const QString &entry : m_version.install->backup) {
+        const QString original = m_originals.find(entry);
+        QSet<int> users =
+            original.isEmpty() ? QSet<int>() : usersOf(original).value_or(QSet<int>());
+        users.remove(m_package);
+        others.insert(entry, users);
+    }
+    return others;
 }
 
 void PackageFiles::giveUpReturned(const QStringList &needed) const
@@ -274,21 +324,51 @@ QString PackageFiles::park(const QStringList &entries, const CopyStore &store,
             logSkipped(entry);
             continue;
         }
-        const QString copy = store.find(entry);
         if (QFileInfo(source).isDir()) {
             if (store.makePlace(entry).isEmpty())
                 logSkipped(entry);
             continue;
         }
-        const bool isDone = copy.isEmpty()
-                                ? store.add(entry, source)
-                                : !isReplaced(copy, source, store) || copyOver(source, copy);
-        if (!isDone) {
+        if (!parkFile(entry, source, store, made)) {
             logLine(QStringLiteral("Copy failed : %1 -> %2").arg(source, store.place(entry)));
             return source;
         }
-        if (copy.isEmpty())
-            made->append(entry);
+    }
+    return QString();
+}
+
+/// Returns whether there is a copy now.
+bool PackageFiles::parkFile(const QString &entry, const QString &source, const CopyStore &store,
+                            QStringList *made) const
+{
+    const QString copy = store.find(entry);
+    const bool isNew = copy.isEmpty() || isOver(copy, source, store);
+    if (!isNew)
+        return !isReplaced(copy, source, store) || copyOver(source, copy);
+    if (!store.setAside(entry) || !store.add(entry, source))
+        return false;
+    made->append(entry);
+    return true;
+}
+
+/// Whether nobody relies on an original any more, and the user has put another file in its place.
+bool PackageFiles::isOver(const QString &copy, const QString &source, const CopyStore &store) const
+{
+    const auto users = usersOf(copy);
+    return &store == &m_originals && QFileInfo(copy).isFile() && users && users->isEmpty() &&
+           !haveEqualContent(copy, source) && !isAsBrought(copy, source);
+}
+
+/// Returns the first file of which it cannot be noted: once it is replaced, its backup would be
+/// taken for one that is over.
+QString PackageFiles::relyOnOriginals() const
+{
+    for (const QString &entry : m_version.install->backup) {
+        const QString original = m_originals.find(entry);
+        if (!original.isEmpty() && !addUser(original, m_package)) {
+            logLine(QStringLiteral("Backup is not in use : ") + original);
+            return installed(entry);
+        }
     }
     return QString();
 }

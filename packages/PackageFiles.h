@@ -5,6 +5,7 @@
 #include "packages/RemovalFaults.h"
 
 #include <QHash>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -37,7 +38,8 @@ struct PackageFolders
 class PackageFiles final
 {
 public:
-    PackageFiles(const PackageFolders &folders, const PackageVersion &version);
+    /// `package` is the id of the package whose version it is.
+    PackageFiles(const PackageFolders &folders, const PackageVersion &version, int package = 0);
 
     /// The folder to unpack into, without a trailing separator; empty when the rule leaves the
     /// simulator's folder.
@@ -46,9 +48,11 @@ public:
     /// Copies the files to keep to the preserve folder and originals to the backup folder. To be
     /// called before anything is removed.
     ///
-    /// A backup that is there already stays. So does a copy of a file to keep, since it may be the
-    /// user's only one, unless an earlier installation has come to its end without it and the user
-    /// has edited the file since: then the copy is older and gives way.
+    /// A backup that is there already stays, unless no package relies on it any more and a file of
+    /// the user's stands in its place: then it is set aside for a new one. From now on this package
+    /// relies on its backups. A copy of a file to keep stays as well, since it may be the user's
+    /// only one, unless an earlier installation has come to its end without it and the user has
+    /// edited the file since: then the copy is older and gives way.
     ///
     /// Returns the path of the first file that could not be copied, empty when all is safe. After a
     /// failure nothing may be replaced or removed. What was copied is taken away again then.
@@ -63,10 +67,16 @@ public:
     /// what stands in their places stays, unless it goes with a whole folder.
     RemovalFaults uninstall(const QStringList &needed) const;
 
-    /// What stands in the places of the backed up originals, by entry: digests of contents.
-    using Standing = QHash<QString, QByteArray>;
+    struct FileState
+    {
+        QByteArray digest; ///< of the content
+        QByteArray change; ///< which file it is and when it was changed last
+    };
+    /// What stands in the places of the backed up originals, by entry.
+    using Standing = QHash<QString, FileState>;
     Standing standing() const;
-    /// Marks what unpacking has changed as the add-on's. `before` is what stood there until then.
+    /// Marks what unpacking has written as the add-on's, also where the same stood there before.
+    /// `before` is what stood there until then.
     void markBrought(const Standing &before) const;
     /// Puts the originals back over what an unpacking that has failed has changed since `before`
     /// and markBrought() has marked.
@@ -75,6 +85,10 @@ public:
     /// Copies preserved files back and deletes the preserved copies. One whose place the archive
     /// has taken stays and is settled. To be called when everything is unpacked.
     void restorePreserved() const;
+    /// To be called when the removal is recorded: the package relies on its backups no longer.
+    void letGo(const QStringList &needed) const;
+    /// The other packages that rely on the backups, by entry, as far as it is known.
+    QHash<QString, QSet<int>> others() const;
     /// Deletes preserved copies and backups whose content stands in its place, but for the backups
     /// that other packages need. While the package is not installed they are left over from work
     /// that has ended suddenly, or is done.
@@ -101,6 +115,10 @@ private:
     bool returnOriginal(const QString &entry) const;
     bool isOneOf(const QStringList &entries, const QString &entry) const;
     QString park(const QStringList &entries, const CopyStore &store, QStringList *made) const;
+    bool parkFile(const QString &entry, const QString &source, const CopyStore &store,
+                  QStringList *made) const;
+    bool isOver(const QString &copy, const QString &source, const CopyStore &store) const;
+    QString relyOnOriginals() const;
     bool isReplaced(const QString &copy, const QString &source, const CopyStore &store) const;
     void unsettleKept() const;
     Return bringBack(const QString &entry, const CopyStore &store) const;
@@ -108,6 +126,7 @@ private:
 
     PackageFolders m_folders;
     PackageVersion m_version;
+    int m_package;
     CopyStore m_kept;
     CopyStore m_originals;
 };

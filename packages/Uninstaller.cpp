@@ -93,10 +93,8 @@ bool Uninstaller::simulatorIsThere(Removal &removal) const
 bool Uninstaller::remove(Package &package, Removal &removal)
 {
     const QString version = m_database.version(package);
-    const PackageVersionPointer record = package.findVersion(version);
-    const PackageFiles files(m_folders,
-                             record ? package.withAllBackups(*record) : PackageVersion());
-    const QStringList needed = neededBackups(package);
+    const PackageFiles files = filesOf(package, version);
+    const QStringList needed = neededBackups(package, files);
     package.setState(Package::UNINSTALLING);
     m_database.forgetWhole(package);
     const RemovalFaults faults = files.uninstall(needed);
@@ -112,12 +110,22 @@ bool Uninstaller::remove(Package &package, Removal &removal)
     m_database.record(package, version);
     // As long as the package counts as installed, the removal may have to be done again, which
     // takes the backups.
+    files.letGo(needed);
     files.giveUpReturned(needed);
     return true;
 }
 
-/// The backups of all packages but one that are installed or on their way.
-QStringList Uninstaller::neededBackups(const Package &without) const
+/// The files of a version, with the backups of all the others.
+PackageFiles Uninstaller::filesOf(const Package &package, const QString &version) const
+{
+    const PackageVersionPointer record = package.findVersion(version);
+    return PackageFiles(m_folders, record ? package.withAllBackups(*record) : PackageVersion(),
+                        package.id());
+}
+
+/// The backups of all packages but one that are installed or on their way. Of a package that is no
+/// longer on offer nobody knows the rules, but the backups, `files`, tell whether it needs them.
+QStringList Uninstaller::neededBackups(const Package &without, const PackageFiles &files) const
 {
     QStringList needed;
     for (const PackagePointer &package : m_catalogue.known()) {
@@ -132,6 +140,14 @@ QStringList Uninstaller::neededBackups(const Package &without) const
             for (const PackageVersionPointer &version : package->versions())
                 needed += version->install->backup;
         }
+    }
+    const auto others = files.others();
+    for (auto users = others.cbegin(); users != others.cend(); ++users) {
+        const bool isNeeded = std::any_of(users->cbegin(), users->cend(), [this](int id) {
+            return !m_catalogue.resolve(id) && m_database.mayBeThere(id);
+        });
+        if (isNeeded)
+            needed.append(users.key());
     }
     return needed;
 }
@@ -170,9 +186,14 @@ void Uninstaller::clearUpRemoved(const Package &package) const
     if (!parks)
         return;
     const QString version = m_database.version(package);
-    if (!version.isEmpty())
-        PackageFiles(m_folders, package.withAllBackups(*package.findVersion(version)))
-            .giveUpReturned(neededBackups(package));
+    if (version.isEmpty())
+        return;
+    const PackageFiles files = filesOf(package, version);
+    const QStringList needed = neededBackups(package, files);
+    // Any other record is one of work that has ended suddenly and may be finished yet.
+    if (m_database.status(package) == Package::AVAILABLE)
+        files.letGo(needed);
+    files.giveUpReturned(needed);
 }
 
 } // namespace Kavo::Models

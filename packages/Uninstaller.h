@@ -35,7 +35,8 @@ public:
 private:
     void clearUpInstalled(const Package &package) const;
     void clearUpRemoved(const Package &package) const;
-    QStringList neededBackups(const Package &without) const;
+    PackageFiles filesOf(const Package &package, const QString &version) const;
+    QStringList neededBackups(const Package &without, const PackageFiles &files) const;
     bool simulatorIsThere(Removal &removal) const;
     bool remove(Package &package, Removal &removal);
 

@@ -372,7 +372,7 @@ QString AddOnUser::faultInBackups()
         return QStringLiteral("%1 files are parked").arg(copies.size());
     QStringList marked = copies;
     for (const QString &copy : copies) {
-        for (const char *purpose : {"owner", "settled"})
+        for (const char *purpose : {"owner", "settled", "users"})
             marked.append(hiddenBeside(QLatin1String("./") + copy, QLatin1String(purpose)));
     }
     for (const QString &name : filesUnder(backups)) {

@@ -41,6 +41,9 @@ private slots:
     void copyThatCannotBeBroughtInIsUsedWhereItIs();
     void nothingIsOverwrittenByACopyThatIsBroughtIn();
     void copyInTwoPlacesIsGivenUpInBoth();
+    void copyThatIsSetAsideIsFoundByPeopleOnly();
+    void everyCopyOfAnEntryIsSetAside();
+    void copyThatCannotBeSetAsideStays();
     void marksAreNoCopies();
     void markWithoutACopyGoes();
 
@@ -256,6 +259,46 @@ void CopyStoreTest::copyInTwoPlacesIsGivenUpInBoth()
     const CopyStore now = store(simulator, CopyStore::Kind::ORIGINAL, {former});
     now.giveUp(Entry);
     QCOMPARE(filesUnder(former) + filesUnder(m_copies), QStringList());
+}
+
+void CopyStoreTest::copyThatIsSetAsideIsFoundByPeopleOnly()
+{
+    const QString simulator = m_profile->folder(QStringLiteral("11"));
+    const CopyStore store = this->store(simulator);
+    for (const char *content : {"one", "two"}) {
+        QVERIFY(writeFile(simulator + Entry, content));
+        QVERIFY(store.add(Entry, simulator + Entry));
+        QVERIFY(store.setAside(Entry));
+        QCOMPARE(store.find(Entry), QString());
+    }
+    QVERIFY(store.setAside(Entry));
+    store.giveUp(Entry);
+    QCOMPARE(readFile(m_copies + QStringLiteral(".kavo-earlier-1/") + Entry), QByteArray("one"));
+    QCOMPARE(readFile(m_copies + QStringLiteral(".kavo-earlier-2/") + Entry), QByteArray("two"));
+    QCOMPARE(unmarkedFilesUnder(m_copies).size(), 2);
+}
+
+void CopyStoreTest::everyCopyOfAnEntryIsSetAside()
+{
+    const QString simulator = simulatorWithCopy(QStringLiteral("11"), "eleven");
+    const QString former = m_copies;
+    m_copies = m_profile->folder(QStringLiteral("new"));
+    QVERIFY(writeFile(m_copies + Entry, "without a mark"));
+    const CopyStore now = store(simulator, CopyStore::Kind::ORIGINAL, {former});
+    QVERIFY(now.setAside(Entry));
+    QCOMPARE(now.find(Entry), QString());
+    QCOMPARE(filesUnder(former), QStringList());
+    QCOMPARE(readFile(m_copies + QStringLiteral(".kavo-earlier-1/") + Entry), QByteArray("eleven"));
+    QCOMPARE(readFile(m_copies + QStringLiteral(".kavo-earlier-2/") + Entry),
+             QByteArray("without a mark"));
+}
+
+void CopyStoreTest::copyThatCannotBeSetAsideStays()
+{
+    const QString simulator = simulatorWithCopy(QStringLiteral("11"), "eleven");
+    QVERIFY(writeFile(m_copies + QStringLiteral(".kavo-earlier-1"), "in the way"));
+    QVERIFY(!store(simulator).setAside(Entry));
+    QCOMPARE(copy(store(simulator)), QByteArray("eleven"));
 }
 
 void CopyStoreTest::marksAreNoCopies()

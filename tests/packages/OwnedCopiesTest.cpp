@@ -1,4 +1,6 @@
+#include "core/FileCopy.h"
 #include "core/Settings.h"
+#include "packages/SettledCopy.h"
 #include "tests/packages/Engine.h"
 #include "tests/support/TestMain.h"
 
@@ -6,6 +8,7 @@
 #include <QFile>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Kavo;
@@ -35,6 +38,15 @@ private slots:
     void originalReturnsWithoutARemovalRule();
     void fileOfTheUsersStaysWithoutARemovalRule();
     void editOfAFileThatNoArchiveBringsStays();
+    void originalReturnsAfterAnInstallationThatWasRepeated();
+    void fileThatHasStayedIsBackedUpByTheNextInstallation_data();
+    void fileThatHasStayedIsBackedUpByTheNextInstallation();
+    void reinstallationKeepsTheFirstBackup();
+    void addOnThatIsThereKeepsTheFirstBackup();
+    void originalThatStandsInItsPlaceAgainIsNoOther();
+    void fileOfAnAddOnThatCouldNotGoIsNotTheUsers();
+    void originalWaitsForAnAddOnThatIsNoLongerOnOffer_data();
+    void originalWaitsForAnAddOnThatIsNoLongerOnOffer();
     void originalReturnsWhenTheLastAddOnGoes_data();
     void originalReturnsWhenTheLastAddOnGoes();
     void originalReturnsThatANewerVersionNoLongerLists();
@@ -193,6 +205,167 @@ void OwnedCopiesTest::editOfAFileThatNoArchiveBringsStays()
     QVERIFY(m_engine->installAndWait(8));
     uninstall(8);
     QCOMPARE(readFile(simulator(Lights)), QByteArray("edited"));
+}
+
+void OwnedCopiesTest::originalReturnsAfterAnInstallationThatWasRepeated()
+{
+    offerLights(8, QStringLiteral("1.0"), {Lights}, {});
+    QVERIFY(m_engine->refresh());
+    const auto before = tree();
+    QVERIFY(m_engine->installAndWait(8));
+    // As after a sudden end just behind the unpacking.
+    QVERIFY(QFile::remove(settledMarkOf(m_engine->profile().backupFolder() + Lights)));
+    QVERIFY(m_engine->installAndWait(8));
+    uninstall(8);
+    QCOMPARE(tree(), before);
+}
+
+void OwnedCopiesTest::fileThatHasStayedIsBackedUpByTheNextInstallation_data()
+{
+    QTest::addColumn<int>("next");
+    QTest::addColumn<bool>("restarts");
+    QTest::newRow("of the same add-on") << 8 << false;
+    QTest::newRow("of another add-on") << 9 << false;
+    QTest::newRow("of the same add-on after a start") << 8 << true;
+    QTest::newRow("of another add-on after a start") << 9 << true;
+}
+
+void OwnedCopiesTest::fileThatHasStayedIsBackedUpByTheNextInstallation()
+{
+    QFETCH(int, next);
+    QFETCH(bool, restarts);
+    const QString backups = m_engine->profile().backupFolder();
+    offerLights(8, QStringLiteral("1.0"), {Lights}, {});
+    offerLights(9, QStringLiteral("1.0"), {Lights}, {});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(8));
+    QVERIFY(writeFile(simulator(Lights), "first"));
+    uninstall(8);
+    QCOMPARE(readFile(backups + Lights), QByteArray("lights of 11"));
+    QByteArray newest = "first";
+    for (const char *edit : {"second", "third"}) {
+        if (restarts)
+            m_engine->stop();
+        QVERIFY(m_engine->refresh());
+        QVERIFY(m_engine->installAndWait(next));
+        QCOMPARE(readFile(backups + Lights), newest);
+        QCOMPARE(readFile(simulator(Lights)),
+                 Engine::contentOf(next, QStringLiteral("1.0")) + " lights");
+        uninstall(next);
+        QCOMPARE(readFile(simulator(Lights)), newest);
+        QVERIFY(!QFile::exists(backups + Lights));
+        QVERIFY(m_engine->installAndWait(next));
+        newest = edit;
+        QVERIFY(writeFile(simulator(Lights), newest));
+        uninstall(next);
+        QCOMPARE(readFile(simulator(Lights)), newest);
+    }
+    QList<QByteArray> waiting;
+    for (const QString &copy : copies())
+        waiting.append(readFile(backups + copy));
+    std::sort(waiting.begin(), waiting.end());
+    QCOMPARE(waiting, (QList<QByteArray>{"first", "lights of 11", "second"}));
+}
+
+void OwnedCopiesTest::reinstallationKeepsTheFirstBackup()
+{
+    offerLights(8, QStringLiteral("1.0"), {Lights}, {});
+    offerLights(8, QStringLiteral("2.0"), {Lights}, {});
+    QVERIFY(m_engine->refresh());
+    const auto before = tree();
+    for (const char *version : {"1.0", "1.0", "2.0"}) {
+        QVERIFY(m_engine->installAndWait(8, QLatin1String(version)));
+        QVERIFY(writeFile(simulator(Lights), "edited"));
+    }
+    m_engine->stop();
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(8));
+    QCOMPARE(copies(), QStringList{Lights});
+    uninstall(8);
+    QCOMPARE(tree(), before);
+    QCOMPARE(filesUnder(m_engine->profile().backupFolder()), QStringList());
+}
+
+void OwnedCopiesTest::addOnThatIsThereKeepsTheFirstBackup()
+{
+    offerLights(8, QStringLiteral("1.0"), {Lights}, {});
+    offerLights(9, QStringLiteral("1.0"), {Lights}, {});
+    QVERIFY(m_engine->refresh());
+    const auto before = tree();
+    QVERIFY(m_engine->installAndWait(8));
+    QVERIFY(m_engine->installAndWait(9));
+    QVERIFY(writeFile(simulator(Lights), "edited"));
+    uninstall(8);
+    QVERIFY(m_engine->installAndWait(8));
+    uninstall(9);
+    uninstall(8);
+    QCOMPARE(tree(), before);
+    QCOMPARE(filesUnder(m_engine->profile().backupFolder()), QStringList());
+}
+
+void OwnedCopiesTest::originalThatStandsInItsPlaceAgainIsNoOther()
+{
+    offerLights(8, QStringLiteral("1.0"), {Lights}, {});
+    QVERIFY(m_engine->refresh());
+    const auto before = tree();
+    QVERIFY(m_engine->installAndWait(8));
+    QVERIFY(writeFile(simulator(Lights), "edited"));
+    uninstall(8);
+    QVERIFY(writeFile(simulator(Lights), "lights of 11"));
+    QVERIFY(m_engine->installAndWait(8));
+    QCOMPARE(copies(), QStringList{Lights});
+    QVERIFY(writeFile(simulator(Lights), "edited"));
+    // From here on the backup is in use as before.
+    QVERIFY(m_engine->installAndWait(8));
+    uninstall(8);
+    QCOMPARE(tree(), before);
+    QCOMPARE(filesUnder(m_engine->profile().backupFolder()), QStringList());
+}
+
+void OwnedCopiesTest::fileOfAnAddOnThatCouldNotGoIsNotTheUsers()
+{
+    offerLights(8, QStringLiteral("1.0"), {Lights}, {});
+    QVERIFY(m_engine->refresh());
+    const auto before = tree();
+    QVERIFY(m_engine->installAndWait(8));
+    // No copy can grow there.
+    const QString obstacle = hiddenBeside(simulator(Lights), QStringLiteral("copy"));
+    QVERIFY(writeFile(obstacle + QStringLiteral("/file"), "in the way"));
+    uninstall(8);
+    QVERIFY(QDir(obstacle).removeRecursively());
+    QCOMPARE(readFile(simulator(Lights)), Engine::contentOf(8, QStringLiteral("1.0")) + " lights");
+    QVERIFY(m_engine->installAndWait(8));
+    QCOMPARE(copies(), QStringList{Lights});
+    uninstall(8);
+    QCOMPARE(tree(), before);
+}
+
+void OwnedCopiesTest::originalWaitsForAnAddOnThatIsNoLongerOnOffer_data()
+{
+    QTest::addColumn<QStringList>("rule");
+    QTest::newRow("without a removal rule") << QStringList();
+    QTest::newRow("with a removal rule") << QStringList{Lights};
+}
+
+void OwnedCopiesTest::originalWaitsForAnAddOnThatIsNoLongerOnOffer()
+{
+    QFETCH(QStringList, rule);
+    offerLights(8, QStringLiteral("1.0"), {Lights}, rule);
+    QVERIFY(m_engine->refresh());
+    const QByteArray with8 = m_engine->server().resource(QStringLiteral("/packages.json")).body;
+    offerLights(9, QStringLiteral("1.0"), {Lights}, rule);
+    QVERIFY(m_engine->refresh());
+    const auto before = tree();
+    QVERIFY(m_engine->installAndWait(8));
+    QVERIFY(m_engine->installAndWait(9));
+    m_engine->server().resource(QStringLiteral("/packages.json")).body = with8;
+    QVERIFY(m_engine->refreshAsServed());
+    uninstall(8);
+    QCOMPARE(readFile(simulator(Lights)), Engine::contentOf(9, QStringLiteral("1.0")) + " lights");
+    QVERIFY(m_engine->refresh());
+    uninstall(9);
+    QCOMPARE(tree(), before);
+    QCOMPARE(filesUnder(m_engine->profile().backupFolder()), QStringList());
 }
 
 void OwnedCopiesTest::originalReturnsWhenTheLastAddOnGoes_data()
