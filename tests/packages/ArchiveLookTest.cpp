@@ -48,6 +48,8 @@ private slots:
     void whatIsNoFileIsNoArchive();
     void linksAreLookedAtInEveryFormat_data();
     void linksAreLookedAtInEveryFormat();
+    void cpioIsLookedAt_data();
+    void cpioIsLookedAt();
     void folderOutsideIsRefused();
 
     void failedFirstInstallationLeavesNothingBehind_data();
@@ -67,6 +69,19 @@ private:
 };
 
 const QString AddOn = QStringLiteral("plugin/plugin.xpl");
+
+/// An entry in the form "newc": thirteen numbers of eight digits, the name and the content, padded.
+QByteArray cpioEntry(const QByteArray &name, int mode, const QByteArray &content)
+{
+    QByteArray header("070701");
+    const QVector<int> numbers{1, mode, 0, 0, 1, 0, content.size(), 0, 0, 0, 0, name.size() + 1, 0};
+    for (const int number : numbers)
+        header += QByteArray::number(number, 16).rightJustified(8, '0');
+    const auto padded = [](const QByteArray &bytes) -> QByteArray {
+        return bytes + QByteArray((4 - bytes.size() % 4) % 4, '\0');
+    };
+    return padded(header + name + '\0') + padded(content);
+}
 
 void ArchiveLookTest::init()
 {
@@ -358,6 +373,32 @@ void ArchiveLookTest::linksAreLookedAtInEveryFormat()
     }
     QVERIFY(m_engine->installAndWait(7, QStringLiteral("2.0")));
     QCOMPARE(readFile(m_engine->simulator(QStringLiteral("plugin/door"))), QByteArray("2.0"));
+}
+
+void ArchiveLookTest::cpioIsLookedAt_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<bool>("isHarmless");
+    QTest::newRow("file") << 0100644 << QByteArray("x") << true;
+    QTest::newRow("link inside") << 0120777 << QByteArray("plugin.xpl") << true;
+    QTest::newRow("link outside") << 0120777 << QByteArray("../../outside") << false;
+    QTest::newRow("device") << 0020644 << QByteArray() << false;
+}
+
+/// The archives that some packaging tools of Linux make; 7-Zip does not.
+void ArchiveLookTest::cpioIsLookedAt()
+{
+    QFETCH(int, mode);
+    QFETCH(QByteArray, content);
+    QFETCH(bool, isHarmless);
+    offerUpdate({});
+    archive("2.0") = cpioEntry("plugin/plugin.xpl", 0100644, "2.0") +
+                     cpioEntry("plugin/door", mode, content) + cpioEntry("TRAILER!!!", 0, {});
+    if (isHarmless)
+        QVERIFY(m_engine->installAndWait(7, QStringLiteral("2.0")));
+    else
+        QVERIFY(updateChangesNothing(Kind::ENTRY_LEADS_OUT));
 }
 
 void ArchiveLookTest::folderOutsideIsRefused()
