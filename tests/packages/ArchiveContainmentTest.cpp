@@ -23,6 +23,7 @@ private slots:
     void harmlessArchiveHasNoWayOut();
     void wayOutIsFound_data();
     void wayOutIsFound();
+    void linkNeedsAName();
     void linkDoesNotGoBackThroughALinkOfTheUser();
     void manyLinksInARowEnd();
 
@@ -122,6 +123,13 @@ void ArchiveContainmentTest::wayOutIsFound()
     const std::optional<QString> found = wayOut(entries);
     QVERIFY(found);
     QVERIFY2(found->contains(QStringLiteral("door")), qPrintable(*found));
+}
+
+/// It would take the place of the folder itself.
+void ArchiveContainmentTest::linkNeedsAName()
+{
+    for (const char *path : {"", ".", "./"})
+        QVERIFY(wayOut({link(path, "a")}));
 }
 
 void ArchiveContainmentTest::linkDoesNotGoBackThroughALinkOfTheUser()
