@@ -244,9 +244,10 @@ void OwnedCopiesTest::fileThatHasStayedIsBackedUpByTheNextInstallation()
     QCOMPARE(readFile(backups + Lights), QByteArray("lights of 11"));
     QByteArray newest = "first";
     for (const char *edit : {"second", "third"}) {
-        if (restarts)
+        if (restarts) {
             m_engine->stop();
-        QVERIFY(m_engine->refresh());
+            QVERIFY(m_engine->refresh());
+        }
         QVERIFY(m_engine->installAndWait(next));
         QCOMPARE(readFile(backups + Lights), newest);
         QCOMPARE(readFile(simulator(Lights)),
