@@ -111,6 +111,11 @@ void UnpackedFilesTest::foldersAboveTheTargetGo()
     QVERIFY(writeFile(target + QStringLiteral("/a/b"), "x"));
     added.takeAway();
     QCOMPARE(fileTree(root()), before);
+    // Also when nothing was in the archive.
+    const UnpackedFiles nothing(listing({}), target, root());
+    QVERIFY(QDir().mkpath(target));
+    nothing.takeAway();
+    QCOMPARE(fileTree(root()), before);
     // The simulator's folder itself is not ours, whatever it holds.
     const QString empty = m_profile->folder(QStringLiteral("empty"));
     UnpackedFiles(listing({QStringLiteral("a")}), empty, empty).takeAway();
