@@ -179,7 +179,9 @@ void CopyStore::giveUp(const QString &entry) const
         }
     }
     CopyOwner::unmark(place);
-    QFile::remove(copy);
+    // Without a copy there are only marks to take away.
+    if (!copy.isEmpty())
+        QFile::remove(copy);
     removeMarks(place);
 }
 
