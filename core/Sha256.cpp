@@ -1,6 +1,6 @@
 #include "core/Sha256.h"
 
-#include <QFile>
+#include "core/RegularFile.h"
 
 #include <openssl/evp.h>
 
@@ -44,7 +44,7 @@ QByteArray Sha256::result()
 QByteArray Sha256::ofFile(const QString &path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+    if (!openRegular(file, QIODevice::ReadOnly | QIODevice::Unbuffered))
         return QByteArray();
     Sha256 hash;
     QByteArray block(BlockSize, '\0');

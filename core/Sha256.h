@@ -14,13 +14,16 @@ namespace Kavo {
 class Sha256 final
 {
 public:
+    /// Of every digest, in bytes.
+    static constexpr int Length = 32;
+
     Sha256();
 
     void add(const char *bytes, qint64 count);
-    /// The digest, 32 bytes, empty when OpenSSL has failed. To be called once, at the end.
+    /// The digest, empty when OpenSSL has failed. To be called once, at the end.
     QByteArray result();
 
-    /// The digest of a whole file, empty when it cannot be read to its end.
+    /// The digest of a whole file, empty when it cannot be read to its end or is a special one.
     static QByteArray ofFile(const QString &path);
 
 private:

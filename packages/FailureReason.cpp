@@ -1,6 +1,7 @@
 #include "packages/FailureReason.h"
 
-#include <algorithm>
+#include "core/OneLine.h"
+
 #include <utility>
 
 namespace Kavo::Models {
@@ -11,12 +12,9 @@ namespace {
 constexpr int LongestDetail = 160;
 
 /// A name that fits into a sentence: on one line and not too long. The middle is what tells least.
-QString forPeople(QString detail)
+QString forPeople(const QString &name)
 {
-    std::replace_if(
-        detail.begin(), detail.end(),
-        [](QChar character) { return !character.isPrint() && !character.isSurrogate(); },
-        QLatin1Char('_'));
+    const QString detail = oneLine(name);
     if (detail.size() <= LongestDetail)
         return detail;
     return detail.left(LongestDetail / 2) + QChar(0x2026) + detail.right(LongestDetail / 2);

@@ -3,6 +3,7 @@
 #include "core/FileCopy.h"
 #include "core/Log.h"
 #include "core/RegularFile.h"
+#include "core/Sha256.h"
 #include "packages/CommonPlaces.h"
 #include "packages/ContainedPath.h"
 #include "packages/CopyUsers.h"
@@ -141,7 +142,7 @@ PackageFiles::Standing PackageFiles::standing() const
     Standing standing;
     for (const QString &entry : m_version.install->backup) {
         const QString path = containedPath(m_folders.installation, entry);
-        standing.insert(entry, {digestOf(path), changeOf(path)});
+        standing.insert(entry, {Sha256::ofFile(path), changeOf(path)});
     }
     return standing;
 }
@@ -161,7 +162,7 @@ void PackageFiles::returnReplaced(const Standing &before) const
 {
     for (auto file = before.cbegin(); file != before.cend(); ++file) {
         const QString path = containedPath(m_folders.installation, file.key());
-        if (digestOf(path) != file->digest && !returnOriginal(file.key()))
+        if (Sha256::ofFile(path) != file->digest && !returnOriginal(file.key()))
             bringBack(file.key(), m_originals);
     }
 }

@@ -2,15 +2,13 @@
 
 #include "core/FileCopy.h"
 #include "core/RegularFile.h"
+#include "core/Sha256.h"
 
-#include <QCryptographicHash>
 #include <QFile>
 
 namespace Kavo::Models {
 
 namespace {
-
-constexpr auto Digest = QCryptographicHash::Sha256;
 
 /// What the mark of a copy says, empty when there is none.
 QByteArray broughtFor(const QString &copy)
@@ -19,14 +17,14 @@ QByteArray broughtFor(const QString &copy)
     const QByteArray brought =
         openRegular(mark, QIODevice::ReadOnly) ? mark.readAll() : QByteArray();
     // After a sudden end the mark may be there in part.
-    return brought.size() == QCryptographicHash::hashLength(Digest) ? brought : QByteArray();
+    return brought.size() == Sha256::Length ? brought : QByteArray();
 }
 
 } // namespace
 
 void settle(const QString &copy, const QString &brought)
 {
-    const QByteArray digest = digestOf(brought);
+    const QByteArray digest = Sha256::ofFile(brought);
     QFile mark(settledMarkOf(copy));
     if (!digest.isEmpty() && mark.open(QIODevice::WriteOnly))
         mark.write(digest);
@@ -40,23 +38,14 @@ void unsettle(const QString &copy)
 bool isOlder(const QString &copy, const QString &file)
 {
     const QByteArray brought = broughtFor(copy);
-    const QByteArray present = digestOf(file);
+    const QByteArray present = Sha256::ofFile(file);
     return !brought.isEmpty() && !present.isEmpty() && present != brought;
 }
 
 bool isAsBrought(const QString &copy, const QString &file)
 {
     const QByteArray brought = broughtFor(copy);
-    return !brought.isEmpty() && digestOf(file) == brought;
-}
-
-QByteArray digestOf(const QString &path)
-{
-    QFile file(path);
-    QCryptographicHash hash(Digest);
-    if (!openRegular(file, QIODevice::ReadOnly) || !hash.addData(&file))
-        return QByteArray();
-    return hash.result();
+    return !brought.isEmpty() && Sha256::ofFile(file) == brought;
 }
 
 QString settledMarkOf(const QString &copy)

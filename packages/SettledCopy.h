@@ -25,9 +25,6 @@ bool isOlder(const QString &copy, const QString &file);
 /// Whether the copy is settled and `file` is the one that the archive has brought then.
 bool isAsBrought(const QString &copy, const QString &file);
 
-/// What tells the content of a file from all others, empty when it cannot be read.
-QByteArray digestOf(const QString &path);
-
 /// Where the mark of a copy is.
 QString settledMarkOf(const QString &copy);
 

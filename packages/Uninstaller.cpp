@@ -28,6 +28,14 @@ bool mayBeThere(const Package &package)
            package.isBusy();
 }
 
+bool backsUp(const Package &package)
+{
+    const auto &versions = package.versions();
+    return std::any_of(
+        versions.cbegin(), versions.cend(),
+        [](const PackageVersionPointer &version) { return !version->install->backup.isEmpty(); });
+}
+
 } // namespace
 
 Uninstaller::Uninstaller(const Catalogue &catalogue, InstalledPackageDatabase &database,
@@ -129,7 +137,8 @@ QStringList Uninstaller::neededBackups(const Package &without, const PackageFile
 {
     QStringList needed;
     for (const PackagePointer &package : m_catalogue.known()) {
-        if (package->id() == without.id() || !mayBeThere(*package))
+        // Most packages back nothing up, and the database need not be asked for them.
+        if (package->id() == without.id() || !mayBeThere(*package) || !backsUp(*package))
             continue;
         if (package->state() == Package::INSTALLED) {
             const auto version = package->findVersion(m_database.version(*package));
@@ -172,8 +181,10 @@ void Uninstaller::clearUp(const PackageList &packages, const QSet<int> &concerne
 /// What ended suddenly may have been about to install any version.
 void Uninstaller::clearUpInstalled(const Package &package) const
 {
-    for (const PackageVersionPointer &version : package.versions())
-        PackageFiles(m_folders, *version).giveUpKept();
+    for (const PackageVersionPointer &version : package.versions()) {
+        if (!version->install->preserve.isEmpty())
+            PackageFiles(m_folders, *version).giveUpKept();
+    }
 }
 
 void Uninstaller::clearUpRemoved(const Package &package) const

@@ -1,9 +1,9 @@
 #include "ui/PackageActions.h"
 
+#include "core/OneLine.h"
 #include "dialogs/MessageBoxes.h"
 #include "packages/PackageController.h"
 #include "ui/ForeignText.h"
-#include "ui/OneLine.h"
 #include "ui/WebPage.h"
 
 #include <QApplication>

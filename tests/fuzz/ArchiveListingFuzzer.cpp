@@ -3,26 +3,17 @@
 
 #include "core/ArchiveListingReader.h"
 #include "packages/ArchiveContainment.h"
+#include "tests/fuzz/Require.h"
 
 #include <QMap>
 #include <QStringList>
 
-#include <cstdio>
-#include <cstdlib>
-
+using Kavo::Testing::require;
 using namespace Kavo;
 using namespace Kavo::Extractors;
 using Kind = ArchiveEntry::Kind;
 
 namespace {
-
-void require(bool kept, const char *promise)
-{
-    if (kept)
-        return;
-    std::fprintf(stderr, "Broken: %s\n", promise);
-    std::abort();
-}
 
 std::optional<ArchiveListing> readInPieces(const QByteArray &bytes, int length)
 {

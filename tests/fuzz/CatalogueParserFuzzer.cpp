@@ -7,23 +7,14 @@
 #include "packages/CatalogueParser.h"
 #include "packages/ContainedPath.h"
 #include "packages/DependencyEntry.h"
+#include "tests/fuzz/Require.h"
 
 #include <QDir>
 
-#include <cstdio>
-#include <cstdlib>
-
+using Kavo::Testing::require;
 using namespace Kavo::Models;
 
 namespace {
-
-void require(bool kept, const char *promise)
-{
-    if (kept)
-        return;
-    std::fprintf(stderr, "Broken: %s\n", promise);
-    std::abort();
-}
 
 bool areEqual(const PackageVersion &a, const PackageVersion &b)
 {

@@ -1,8 +1,8 @@
-#include "ui/OneLine.h"
+#include "core/OneLine.h"
 
 #include <QVector>
 
-namespace Kavo::Ui {
+namespace Kavo {
 
 namespace {
 
@@ -25,4 +25,4 @@ QString oneLine(const QString &path)
     return QString::fromUcs4(characters.constData(), characters.size());
 }
 
-} // namespace Kavo::Ui
+} // namespace Kavo

@@ -1,8 +1,8 @@
-#include "ui/OneLine.h"
+#include "core/OneLine.h"
 
 #include <QTest>
 
-using Kavo::Ui::oneLine;
+using Kavo::oneLine;
 
 class OneLineTest final : public QObject
 {
