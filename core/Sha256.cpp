@@ -2,6 +2,7 @@
 
 #include "core/RegularFile.h"
 
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 namespace Kavo {
@@ -11,6 +12,19 @@ namespace {
 /// How much of a file is read at a time, in bytes.
 constexpr int BlockSize = 256 * 1024;
 
+/// OpenSSL would take down its own state at the end of the process, while a worker may still hash
+/// or give back what OpenSSL keeps for each thread. The system takes that memory anyway.
+bool stayUntilTheEnd()
+{
+    return OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr) == 1;
+}
+
+EVP_MD_CTX *newContext()
+{
+    static const bool stays = stayUntilTheEnd();
+    return stays ? EVP_MD_CTX_new() : nullptr;
+}
+
 } // namespace
 
 void Sha256::Free::operator()(evp_md_ctx_st *context) const
@@ -19,7 +33,7 @@ void Sha256::Free::operator()(evp_md_ctx_st *context) const
 }
 
 Sha256::Sha256()
-    : m_context(EVP_MD_CTX_new())
+    : m_context(newContext())
     , m_isUsable(m_context && EVP_DigestInit_ex(m_context.get(), EVP_sha256(), nullptr) == 1)
 {}
 
