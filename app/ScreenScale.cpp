@@ -1,5 +1,6 @@
 #include "app/ScreenScale.h"
 
+#include "app/ActivationToken.h"
 #include "core/ApplicationController.h"
 
 #include <QApplication>
@@ -79,6 +80,7 @@ std::unique_ptr<QApplication> makeScaledApplication(int &argc, char **argv)
     chooseScaling();
     // Qt takes its own arguments out.
     const std::vector<char *> arguments(argv, argv + argc);
+    const QByteArray token = activationToken();
     auto application = std::make_unique<QApplication>(argc, argv);
     if (qEnvironmentVariableIsSet(Limited)) {
         // It is nothing to the programs that this one starts.
@@ -96,6 +98,7 @@ std::unique_ptr<QApplication> makeScaledApplication(int &argc, char **argv)
     // The screen is known only now, and Qt asks for the density once in the life of a process.
     const QByteArray program = QFile::encodeName(QCoreApplication::applicationFilePath());
     application.reset();
+    passOnActivationToken(token);
     startAnew(program, arguments, fitting);
     // Without that it goes on as it is.
     std::copy(arguments.begin(), arguments.end(), argv);

@@ -1,6 +1,9 @@
 #include "app/StartUp.h"
 
+#include "app/ActivationToken.h"
 #include "app/Assembly.h"
+#include "app/Foreground.h"
+#include "app/SingleInstance.h"
 #include "app/SplashMessage.h"
 #include "components/IconFont.h"
 #include "components/Picture.h"
@@ -19,13 +22,16 @@
 #include <QPixmap>
 #include <QSplashScreen>
 
+#include <cstdio>
 #include <utility>
 
 namespace Kavo {
 
-StartUp::StartUp(QApplication &application, PackageEnvironment environment)
+StartUp::StartUp(QApplication &application, PackageEnvironment environment,
+                 QByteArray activationToken)
     : m_application(application)
     , m_environment(std::move(environment))
+    , m_activationToken(std::move(activationToken))
 {}
 
 StartUp::~StartUp() = default;
@@ -33,6 +39,8 @@ StartUp::~StartUp() = default;
 int StartUp::run()
 {
     setNames();
+    if (!claimProfile())
+        return 0;
     introduceToDesktop();
     openLog();
     showSplash();
@@ -54,6 +62,22 @@ void StartUp::setNames()
     QCoreApplication::setOrganizationName(tr("Quarnell"));
     QCoreApplication::setApplicationName(tr("Kavo Suite"));
     QCoreApplication::processEvents();
+}
+
+bool StartUp::claimProfile()
+{
+    forgetActivationToken();
+    m_instance = std::make_unique<SingleInstance>(applicationDataDirectory());
+    QObject::connect(m_instance.get(), &SingleInstance::showRequested, m_instance.get(),
+                     bringToFront);
+    if (m_instance->claim(m_activationToken))
+        return true;
+    // In English: which language the user speaks is not known yet.
+    if (!m_instance->isAnswered())
+        std::fputs("kavo-suite: it is running already, and does not answer\n", stderr);
+    if (!m_activationToken.isEmpty())
+        endLaunch();
+    return false;
 }
 
 /// Task bars find the program's name and picture by its desktop entry; the icon is for those that

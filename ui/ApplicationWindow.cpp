@@ -53,6 +53,14 @@ ApplicationWindow::ApplicationWindow(const QSharedPointer<ApplicationController>
     application->setScreenSize(QGuiApplication::primaryScreen()->size());
 }
 
+void ApplicationWindow::present()
+{
+    if (m_application->state() == ApplicationController::MINIMIZED)
+        m_application->setState(m_openState);
+    raise();
+    activateWindow();
+}
+
 void ApplicationWindow::onStyleChanged(const QString &style)
 {
     qApp->setStyleSheet(style);

@@ -25,6 +25,9 @@ public:
                       const QSharedPointer<Controllers::TopbarController> &topbar,
                       QWidget *parent = nullptr);
 
+    /// Brings the window to the front, open as it last was.
+    void present();
+
 public slots:
     void onStyleChanged(const QString &style);
     void onLanguageChanged();

@@ -6,6 +6,7 @@
 #include "tests/components/Widgets.h"
 #include "tests/support/Archives.h"
 #include "tests/support/MessageBoxAnswers.h"
+#include "tests/support/RunUntil.h"
 #include "tests/support/StandInLocate.h"
 #include "tests/support/TestHttpServer.h"
 #include "tests/support/TestMain.h"
@@ -13,6 +14,7 @@
 
 #include <QDir>
 #include <QIcon>
+#include <QProcess>
 #include <QSettings>
 #include <QSplashScreen>
 
@@ -81,6 +83,9 @@ private slots:
     void environmentIsPrepared();
     void desktopKnowsTheProgram();
     void exitStatusIsThatOfTheEventLoop();
+    void laterProgramBringsTheWindowBack_data();
+    void laterProgramBringsTheWindowBack();
+    void laterProgramBringsTheSplashScreenForward();
 
 private:
     void store(const char *key, const QString &value);
@@ -88,6 +93,8 @@ private:
     /// Runs the program until its window is shown, looks at it and ends it.
     int run(const std::function<void(ApplicationWindow &)> &look = {}, int status = 0);
     static ApplicationWindow *shownWindow();
+    /// Starts the program once more on the profile and returns the status with which it ends.
+    static int startAgain();
 
     std::unique_ptr<ScratchProfile> m_profile;
     std::unique_ptr<TestHttpServer> m_server;
@@ -179,6 +186,16 @@ ApplicationWindow *StartUpTest::shownWindow()
             shown = window;
     }
     return shown;
+}
+
+int StartUpTest::startAgain()
+{
+    constexpr int Patience = 30000;
+    QProcess later;
+    later.start(QStringLiteral(KAVO_PROGRAM), QStringList());
+    const bool ended =
+        runUntil([&later] { return later.state() == QProcess::NotRunning; }, Patience);
+    return ended && later.exitStatus() == QProcess::NormalExit ? later.exitCode() : -1;
 }
 
 void StartUpTest::storedFolderIsTrusted()
@@ -373,6 +390,48 @@ void StartUpTest::exitStatusIsThatOfTheEventLoop()
     store("Installation", m_profile->simulatorFolder());
     QCOMPARE(run({}, 7), 7);
     QCOMPARE(stored("Language"), QStringLiteral("en"));
+}
+
+void StartUpTest::laterProgramBringsTheWindowBack_data()
+{
+    QTest::addColumn<bool>("maximised");
+    QTest::addColumn<bool>("minimised");
+    QTest::newRow("normal") << false << false;
+    QTest::newRow("minimised") << false << true;
+    QTest::newRow("minimised when it was maximised") << true << true;
+}
+
+void StartUpTest::laterProgramBringsTheWindowBack()
+{
+    QFETCH(bool, maximised);
+    QFETCH(bool, minimised);
+    store("Installation", m_profile->simulatorFolder());
+    int status = -1;
+    Qt::WindowStates state;
+    QCOMPARE(run([&](ApplicationWindow &window) {
+                 restoreWindow(window);
+                 if (maximised)
+                     child<QPushButton>(window, "WindowMaximize")->click();
+                 if (minimised)
+                     child<QPushButton>(window, "WindowMinimize")->click();
+                 QCOMPARE(window.isMinimized(), minimised);
+                 status = startAgain();
+                 state = window.windowState();
+                 QVERIFY(window.isActiveWindow());
+             }),
+             0);
+    QCOMPARE(status, 0);
+    QVERIFY(!state.testFlag(Qt::WindowMinimized));
+    QCOMPARE(state.testFlag(Qt::WindowMaximized), maximised);
+}
+
+void StartUpTest::laterProgramBringsTheSplashScreenForward()
+{
+    store("Installation", m_profile->simulatorFolder());
+    int status = -1;
+    m_whenSplashIsShown = [&status](const QSplashScreen &) { status = startAgain(); };
+    QCOMPARE(run(), 0);
+    QCOMPARE(status, 0);
 }
 
 KAVO_TEST_MAIN(StartUpTest)

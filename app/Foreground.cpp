@@ -1,0 +1,50 @@
+#include "app/Foreground.h"
+
+#include "ui/ApplicationWindow.h"
+
+#include <QApplication>
+#include <QSplashScreen>
+#include <QWindow>
+
+namespace Kavo {
+
+namespace {
+
+void raise(QWidget &widget)
+{
+    widget.raise();
+    widget.activateWindow();
+}
+
+} // namespace
+
+void bringToFront(const QByteArray &token)
+{
+    // Where the platform passes it on, it looks for it there.
+    constexpr const char *Variable = "XDG_ACTIVATION_TOKEN";
+    if (!token.isEmpty())
+        qputenv(Variable, token);
+    const QWidgetList widgets = QApplication::topLevelWidgets();
+    for (QWidget *widget : widgets) {
+        if (!widget->isVisible())
+            continue;
+        if (auto *window = qobject_cast<Ui::ApplicationWindow *>(widget))
+            window->present();
+        else if (qobject_cast<QSplashScreen *>(widget))
+            raise(*widget);
+    }
+    if (QWidget *dialog = QApplication::activeModalWidget())
+        raise(*dialog);
+    qunsetenv(Variable);
+}
+
+void endLaunch()
+{
+    // Qt tells it as soon as a window is shown. This one is nowhere to be seen.
+    QWindow window;
+    window.setFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::X11BypassWindowManagerHint);
+    window.setGeometry(-2, -2, 1, 1);
+    window.show();
+}
+
+} // namespace Kavo

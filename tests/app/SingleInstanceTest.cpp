@@ -1,0 +1,424 @@
+#include "app/SingleInstance.h"
+#include "app/AbstractSocket.h"
+#include "tests/app/ProgramRun.h"
+#include "tests/support/Archives.h"
+#include "tests/support/RunUntil.h"
+#include "tests/support/StandInLocate.h"
+#include "tests/support/TestMain.h"
+#include "tests/support/WithoutRights.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLocalSocket>
+#include <QLockFile>
+#include <QScopeGuard>
+#include <QSettings>
+#include <QSignalSpy>
+
+#include <algorithm>
+#include <csignal>
+#include <memory>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Kavo::Testing;
+using Kavo::SingleInstance;
+
+namespace {
+
+/// Content and time of the last change of every file of the account.
+QMap<QString, QPair<QDateTime, QByteArray>> everyFile(const QString &folder)
+{
+    QMap<QString, QPair<QDateTime, QByteArray>> found;
+    const QStringList paths = filesUnder(folder);
+    for (const QString &path : paths) {
+        const QString file = folder + QLatin1Char('/') + path;
+        found.insert(path, {QFileInfo(file).lastModified(), readFile(file)});
+    }
+    return found;
+}
+
+QByteArray lockTelling(qint64 process, const QString &program, const QString &machine)
+{
+    return QByteArray::number(process) + '\n' + program.toUtf8() + '\n' + machine.toUtf8() + '\n';
+}
+
+/// The name under which the program of a profile listens; the system lists them all.
+QByteArray nameOfSocket(const QString &folder)
+{
+    struct stat status = {};
+    ::stat(QFile::encodeName(folder).constData(), &status);
+    const QByteArray end = '/' + QByteArray::number(static_cast<qulonglong>(status.st_ino));
+    const QList<QByteArray> lines = readFile(QStringLiteral("/proc/net/unix")).split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.contains(" @kavo-suite/") && line.endsWith(end))
+            return line.mid(line.indexOf('@') + 1);
+    }
+    return QByteArray();
+}
+
+} // namespace
+
+/// Starts the program itself, once and once more.
+class SingleInstanceTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void laterProgramEndsAndTouchesNothing();
+    void profileIsFreeAfterAKill();
+    void profileIsFreeAfterAnEnd();
+    void remnantOfADeadProgramStopsNobody_data();
+    void remnantOfADeadProgramStopsNobody();
+    void otherProfileIsAnotherProgram();
+    void sameFolderByAnotherPathIsTheSameProfile();
+    void programThatStandsStillHoldsNobodyUp();
+    void programThatLooksForTheSimulatorIsRunning();
+    void programThatAsksForTheFolderIsRunning();
+    void folderThatTakesNoFileStopsNobody();
+    void lockHoldsWhereTheSocketIsOutOfReach();
+
+    void tokenIsHandedOver();
+    void otherUsersAreNotListenedTo();
+    void nonsenseIsNotListenedTo();
+    void oneOfManyAtOnceGoesAhead();
+
+private:
+    /// So that the program asks for nothing when it starts.
+    static void settle(const ScratchProfile &profile);
+    /// Until all of the program's own start is over.
+    bool waitForWindow() const;
+    QString lockFile() const { return m_profile->dataFolder() + QStringLiteral("kavo-suite.lock"); }
+
+    std::unique_ptr<ScratchProfile> m_profile;
+};
+
+void SingleInstanceTest::init()
+{
+    m_profile = std::make_unique<ScratchProfile>();
+    settle(*m_profile);
+}
+
+void SingleInstanceTest::cleanup()
+{
+    m_profile.reset();
+}
+
+void SingleInstanceTest::settle(const ScratchProfile &profile)
+{
+    QSettings settings(profile.settingsFile(), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("Installation"), profile.simulatorFolder());
+    settings.setValue(QStringLiteral("LocalRepo"), QStringLiteral("true"));
+}
+
+bool SingleInstanceTest::waitForWindow() const
+{
+    const QString database = m_profile->dataFolder() + QStringLiteral("packages.db");
+    return runUntil(
+        [&database] {
+            return readFile(database).contains("whole_versions") &&
+                   !QFile::exists(database + QStringLiteral("-journal"));
+        },
+        30000);
+}
+
+void SingleInstanceTest::laterProgramEndsAndTouchesNothing()
+{
+    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(first.startAndWait(m_profile->logFile()));
+    QVERIFY(waitForWindow());
+    auto before = everyFile(m_profile->home());
+    QVERIFY(before.size() >= 4);
+
+    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
+    second.start();
+    QVERIFY(second.endsWith(0));
+    QCOMPARE(second.standardError(), QByteArray());
+    // The first has raised its window, and the off-screen platform notes that it cannot.
+    auto after = everyFile(m_profile->home());
+    const QString log = QStringLiteral(".local/share/Quarnell/Kavo Suite/log.txt");
+    const QByteArray logBefore = before.take(log).second;
+    const QByteArray logAfter = after.take(log).second;
+    QVERIFY2(logAfter.startsWith(logBefore), logAfter.constData());
+    QVERIFY2(logAfter.mid(logBefore.size()).contains("raise"), logAfter.constData());
+    QCOMPARE(after, before);
+    QVERIFY(first.isRunning());
+}
+
+void SingleInstanceTest::profileIsFreeAfterAKill()
+{
+    ProgramRun killed(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(killed.startAndWait(m_profile->logFile()));
+    killed.send(SIGKILL);
+    QVERIFY(killed.waitForEnd());
+    QVERIFY(QFile::exists(lockFile()));
+
+    ProgramRun next(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(next.startAndWait(m_profile->logFile()));
+    // It is the one for the profile now.
+    ProgramRun later(QStringLiteral(KAVO_PROGRAM));
+    later.start();
+    QVERIFY(later.endsWith(0));
+    QVERIFY(next.isRunning());
+}
+
+void SingleInstanceTest::profileIsFreeAfterAnEnd()
+{
+    const QString folder = m_profile->dataFolder();
+    auto first = std::make_unique<SingleInstance>(folder);
+    QVERIFY(first->claim(QByteArray()));
+    QVERIFY(QFile::exists(lockFile()));
+    first.reset();
+    QVERIFY(!QFile::exists(lockFile()));
+    SingleInstance second(folder);
+    QVERIFY(second.claim(QByteArray()));
+}
+
+void SingleInstanceTest::remnantOfADeadProgramStopsNobody_data()
+{
+    QTest::addColumn<QByteArray>("remnant");
+    const QString machine = QSysInfo::machineHostName();
+    const QString name = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
+    QTest::newRow("empty") << QByteArray("");
+    QTest::newRow("nonsense") << QByteArray("\0\xff not a lock\n\n\n", 18);
+    QTest::newRow("of a process that is gone")
+        << lockTelling(4194304, QStringLiteral("kavo-suite"), machine);
+    QTest::newRow("number that another program has now")
+        << lockTelling(::getppid(), QStringLiteral("kavo-suite"), machine);
+    QTest::newRow("number that a program of this name has now")
+        << lockTelling(::getpid(), name, machine);
+    QTest::newRow("of a machine that has another name now")
+        << lockTelling(::getpid(), name, QStringLiteral("elsewhere"));
+}
+
+void SingleInstanceTest::remnantOfADeadProgramStopsNobody()
+{
+    QFETCH(QByteArray, remnant);
+    QVERIFY(writeFile(lockFile(), remnant));
+    ProgramRun program(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(program.startAndWait(m_profile->logFile()));
+    const QByteArray lock = readFile(lockFile());
+    QVERIFY2(lock.startsWith(QByteArray::number(program.processId()) + '\n'), lock.constData());
+}
+
+void SingleInstanceTest::otherProfileIsAnotherProgram()
+{
+    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(first.startAndWait(m_profile->logFile()));
+    const ScratchProfile other;
+    settle(other);
+    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(second.startAndWait(other.logFile()));
+    QVERIFY(first.isRunning());
+}
+
+void SingleInstanceTest::sameFolderByAnotherPathIsTheSameProfile()
+{
+    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(first.startAndWait(m_profile->logFile()));
+    const QTemporaryDir elsewhere;
+    const QString link = elsewhere.filePath(QStringLiteral("share"));
+    QVERIFY(QFile::link(m_profile->home() + QStringLiteral("/.local/share"), link));
+    const QByteArray before = qgetenv("XDG_DATA_HOME");
+    const auto restore = qScopeGuard([&before] { qputenv("XDG_DATA_HOME", before); });
+    qputenv("XDG_DATA_HOME", QFile::encodeName(link));
+    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
+    second.start();
+    QVERIFY(second.endsWith(0));
+    QCOMPARE(second.standardError(), QByteArray());
+}
+
+void SingleInstanceTest::programThatStandsStillHoldsNobodyUp()
+{
+    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(first.startAndWait(m_profile->logFile()));
+    const QByteArray log = readFile(m_profile->logFile());
+    first.send(SIGSTOP);
+    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
+    second.start();
+    const bool ended = second.endsWith(0);
+    first.send(SIGCONT);
+    QVERIFY(ended);
+    QVERIFY(second.standardError().contains("does not answer"));
+    QVERIFY(readFile(m_profile->logFile()).startsWith(log));
+}
+
+void SingleInstanceTest::programThatLooksForTheSimulatorIsRunning()
+{
+    QFile::remove(m_profile->settingsFile());
+    const QString gate = m_profile->folder(QStringLiteral("gate")) + QStringLiteral("pipe");
+    QCOMPARE(::mkfifo(QFile::encodeName(gate).constData(), 0600), 0);
+    StandInLocate locate(QStringList{});
+    locate.setScript("read -r line < '" + QFile::encodeName(gate) + "'\necho '" +
+                     QFile::encodeName(m_profile->simulatorFolder()) + "X-Plane-x86_64'\n");
+    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(first.startAndWait(m_profile->logFile()));
+    QVERIFY(runUntil([&locate] { return !locate.arguments().isEmpty(); }, 30000));
+    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
+    second.start();
+    // Whether it is heard before it gives up or not, it ends, and the first goes on.
+    QFile pipe(gate);
+    QVERIFY(pipe.open(QIODevice::WriteOnly));
+    pipe.write("go on\n");
+    pipe.close();
+    QVERIFY(second.endsWith(0));
+    QVERIFY(waitForWindow());
+    QVERIFY(first.isRunning());
+}
+
+void SingleInstanceTest::programThatAsksForTheFolderIsRunning()
+{
+    QFile::remove(m_profile->settingsFile());
+    const StandInLocate locate(QStringList{});
+    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(first.startAndWait(m_profile->logFile()));
+    QVERIFY(runUntil([&locate] { return !locate.arguments().isEmpty(); }, 30000));
+    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
+    second.start();
+    QVERIFY(second.endsWith(0));
+    QCOMPARE(second.standardError(), QByteArray());
+    QVERIFY(first.isRunning());
+}
+
+void SingleInstanceTest::folderThatTakesNoFileStopsNobody()
+{
+    const QString folder = m_profile->dataFolder();
+    const QString lock = lockFile();
+    setMode(QFileInfo(m_profile->home()).path(), 0755);
+    letEverybodyWrite(m_profile->home());
+    setMode(folder, 0555);
+    const auto restore = qScopeGuard([&folder] { setMode(folder, 0755); });
+    const WithoutRights none;
+    SingleInstance first(folder);
+    QVERIFY(first.claim(QByteArray()));
+    QVERIFY(!QFile::exists(lock));
+    // The socket is enough to know of each other.
+    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
+    second.start();
+    QVERIFY(second.endsWith(0));
+    QCOMPARE(second.standardError(), QByteArray());
+
+    SingleInstance nowhere(QStringLiteral("/nowhere/at/all/"));
+    QVERIFY(nowhere.claim(QByteArray()));
+}
+
+void SingleInstanceTest::lockHoldsWhereTheSocketIsOutOfReach()
+{
+    const QString folder = m_profile->dataFolder();
+    // As on another machine that shares the folder.
+    QLockFile lock(lockFile());
+    lock.setStaleLockTime(0);
+    QVERIFY(lock.tryLock(0));
+    SingleInstance here(folder);
+    QVERIFY(!here.claim(QByteArray()));
+    QVERIFY(!here.isAnswered());
+    lock.unlock();
+    QVERIFY(here.claim(QByteArray()));
+}
+
+void SingleInstanceTest::tokenIsHandedOver()
+{
+    SingleInstance first(m_profile->dataFolder());
+    QVERIFY(first.claim(QByteArray()));
+    QSignalSpy asked(&first, &SingleInstance::showRequested);
+    for (const char *variable : {"DESKTOP_STARTUP_ID", "XDG_ACTIVATION_TOKEN"}) {
+        const auto restore = qScopeGuard([variable] { qunsetenv(variable); });
+        qputenv(variable, QByteArray("of ") + variable + "_TIME123");
+        ProgramRun second(QStringLiteral(KAVO_PROGRAM));
+        second.start();
+        QVERIFY(second.endsWith(0));
+        QCOMPARE(asked.size(), 1);
+        QCOMPARE(asked.takeFirst().first().toByteArray(),
+                 QByteArray("of ") + variable + "_TIME123");
+    }
+    ProgramRun plain(QStringLiteral(KAVO_PROGRAM));
+    plain.start();
+    QVERIFY(plain.endsWith(0));
+    QCOMPARE(asked.size(), 1);
+    QCOMPARE(asked.takeFirst().first().toByteArray(), QByteArray());
+}
+
+void SingleInstanceTest::otherUsersAreNotListenedTo()
+{
+    if (::getuid() != 0)
+        QSKIP("Only root can be somebody else as well");
+    constexpr uid_t Nobody = 65534;
+    const QString folder = m_profile->dataFolder();
+    QByteArray name;
+    {
+        SingleInstance first(folder);
+        QVERIFY(first.claim(QByteArray()));
+        QSignalSpy asked(&first, &SingleInstance::showRequested);
+        name = nameOfSocket(folder);
+        QVERIFY(!name.isEmpty());
+        QCOMPARE(::seteuid(Nobody), 0);
+        QLocalSocket stranger;
+        const int socket = Kavo::connectTo(name);
+        QCOMPARE(::seteuid(0), 0);
+        QVERIFY(stranger.setSocketDescriptor(socket));
+        stranger.write("show \n");
+        QVERIFY(runUntil([&stranger] { return stranger.state() == QLocalSocket::UnconnectedState; },
+                         30000));
+        QVERIFY(asked.isEmpty());
+    }
+    // Nor does one that was there first keep anybody from starting, or pass for the program.
+    QCOMPARE(::seteuid(Nobody), 0);
+    const int stranger = Kavo::listenAt(name);
+    QCOMPARE(::seteuid(0), 0);
+    QVERIFY(stranger >= 0);
+    const auto close = qScopeGuard([stranger] { ::close(stranger); });
+    SingleInstance first(folder);
+    QVERIFY(first.claim(QByteArray()));
+    SingleInstance second(folder);
+    QVERIFY(!second.claim(QByteArray()));
+    QVERIFY(!second.isAnswered());
+}
+
+void SingleInstanceTest::nonsenseIsNotListenedTo()
+{
+    SingleInstance first(m_profile->dataFolder());
+    QVERIFY(first.claim(QByteArray()));
+    QSignalSpy asked(&first, &SingleInstance::showRequested);
+    QLocalSocket odd;
+    QVERIFY(odd.setSocketDescriptor(Kavo::connectTo(nameOfSocket(m_profile->dataFolder()))));
+    odd.write("\0hello\nshow", 11);
+    QLocalSocket endless;
+    QVERIFY(endless.setSocketDescriptor(Kavo::connectTo(nameOfSocket(m_profile->dataFolder()))));
+    endless.write(QByteArray(100000, 'a'));
+    QVERIFY(
+        runUntil([&endless] { return endless.state() == QLocalSocket::UnconnectedState; }, 30000));
+    QVERIFY(asked.isEmpty());
+    // The rest of what it was about to say.
+    odd.write(" \n");
+    QVERIFY(runUntil([&odd] { return odd.canReadLine(); }, 30000));
+    QCOMPARE(odd.readAll(), QByteArray("shown\n"));
+    QCOMPARE(asked.size(), 1);
+}
+
+void SingleInstanceTest::oneOfManyAtOnceGoesAhead()
+{
+    constexpr int Count = 6;
+    QVERIFY(writeFile(lockFile(), QByteArray()));
+    QVector<std::shared_ptr<ProgramRun>> runs;
+    for (int number = 0; number < Count; ++number)
+        runs.append(std::make_shared<ProgramRun>(QStringLiteral(KAVO_PROGRAM)));
+    for (const auto &run : qAsConst(runs))
+        run->start();
+    const auto running = [&runs] {
+        return std::count_if(runs.cbegin(), runs.cend(),
+                             [](const auto &run) { return run->isRunning(); });
+    };
+    QVERIFY(runUntil([&running] { return running() <= 1; }, 60000));
+    QCOMPARE(running(), 1);
+    for (const auto &run : qAsConst(runs)) {
+        QCOMPARE(run->standardError(), QByteArray());
+        QVERIFY(run->isRunning() || run->endsWith(0));
+    }
+}
+
+KAVO_TEST_MAIN(SingleInstanceTest)
+#include "SingleInstanceTest.moc"
