@@ -1,5 +1,7 @@
 #include "app/Assembly.h"
 
+#include "app/EndSignals.h"
+#include "app/ProgramEnd.h"
 #include "app/SplashMessage.h"
 #include "components/WindowControl.h"
 #include "core/ApplicationController.h"
@@ -36,10 +38,12 @@ void maximizeIfTooLarge(const QWidget &window)
 } // namespace
 
 Assembly::Assembly(QApplication &application, QSplashScreen &splash,
-                   QSharedPointer<Settings> settings, PackageEnvironment environment)
+                   QSharedPointer<Settings> settings, const EndSignals &endSignals,
+                   PackageEnvironment environment)
     : m_application(application)
     , m_splash(splash)
     , m_settings(std::move(settings))
+    , m_endSignals(endSignals)
     , m_environment(std::move(environment))
 {}
 
@@ -57,6 +61,11 @@ int Assembly::run()
 
     showSplashMessage(m_splash, QSplashScreen::tr("Creating UI..."));
     Ui::ApplicationWindow window(application, packages, topbar);
+    ProgramEnd end(window, *packages);
+    QObject::connect(&m_endSignals, &EndSignals::requested, &end, &ProgramEnd::request);
+    // One that came earlier ends nothing before there is a loop to end.
+    if (m_endSignals.isRequested())
+        QTimer::singleShot(0, &end, &ProgramEnd::request);
     // Shown first: the splash screen waits for the window before it goes. It waits in the event
     // loop, because only a running loop hears that the program is to end meanwhile.
     window.show();

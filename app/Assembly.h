@@ -9,6 +9,7 @@ class QSplashScreen;
 
 namespace Kavo {
 
+class EndSignals;
 class Settings;
 
 /// Makes the controllers and the main window, runs the event loop and writes the settings when it
@@ -17,16 +18,19 @@ class Assembly final
 {
 public:
     Assembly(QApplication &application, QSplashScreen &splash, QSharedPointer<Settings> settings,
+             const EndSignals &endSignals,
              PackageEnvironment environment = PackageEnvironment::standard());
     Q_DISABLE_COPY_MOVE(Assembly)
 
-    /// Returns what the event loop returned. Waits for an installation that is still running.
+    /// Returns what the event loop returned. A signal to end ends it. Waits for an installation
+    /// that is still running.
     int run();
 
 private:
     QApplication &m_application;
     QSplashScreen &m_splash;
     QSharedPointer<Settings> m_settings;
+    const EndSignals &m_endSignals;
     PackageEnvironment m_environment;
 };
 

@@ -2,6 +2,7 @@
 
 #include "app/ActivationToken.h"
 #include "app/Assembly.h"
+#include "app/EndSignals.h"
 #include "app/Foreground.h"
 #include "app/SingleInstance.h"
 #include "app/SplashMessage.h"
@@ -41,6 +42,7 @@ int StartUp::run()
     setNames();
     if (!claimProfile())
         return 0;
+    hearEndSignals();
     introduceToDesktop();
     openLog();
     showSplash();
@@ -49,12 +51,16 @@ int StartUp::run()
     showSplashMessage(*m_splash, QSplashScreen::tr("Loading saved configuration..."));
     loadSettings();
     setUpAppearance();
-    if (!settleInstallation()) {
+    const bool isSettled = settleInstallation();
+    if (!isSettled || isEnding()) {
         QCoreApplication::quit();
         m_splash.reset();
-        return 1;
+        return isEnding() ? 0 : 1;
     }
-    return Assembly(m_application, *m_splash, std::move(m_settings), m_environment).run();
+    // From now on there may be something to finish first.
+    m_endSignals->disconnect(&m_application);
+    return Assembly(m_application, *m_splash, std::move(m_settings), *m_endSignals, m_environment)
+        .run();
 }
 
 void StartUp::setNames()
@@ -78,6 +84,20 @@ bool StartUp::claimProfile()
     if (!m_activationToken.isEmpty())
         endLaunch();
     return false;
+}
+
+/// Nothing has been begun before there is a window: a signal ends the program as soon as it is
+/// noticed, and whatever is being asked.
+void StartUp::hearEndSignals()
+{
+    m_endSignals = std::make_unique<EndSignals>();
+    QObject::connect(m_endSignals.get(), &EndSignals::requested, &m_application,
+                     [] { QCoreApplication::quit(); });
+}
+
+bool StartUp::isEnding() const
+{
+    return m_endSignals->isRequested();
 }
 
 /// Task bars find the program's name and picture by its desktop entry; the icon is for those that
@@ -143,11 +163,13 @@ bool StartUp::settleInstallation()
     if (!m_settings->current(Settings::INSTALLATION).isEmpty())
         return true;
     QString folder = detectInstallation();
-    if (folder.isEmpty()) {
+    if (folder.isEmpty() && !isEnding()) {
         applyStyle();
         folder = askForInstallation();
     }
     if (folder.isEmpty()) {
+        if (isEnding())
+            return false;
         Dialogs::showMessage(nullptr, QMessageBox::Information,
                              QMessageBox::tr("Dectection failed"),
                              QMessageBox::tr("Unable to determine XPlane installation path.\n\n"
@@ -174,7 +196,7 @@ QString StartUp::detectInstallation()
     showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...1"));
     showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...2"));
     showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...3"));
-    const QString folder = locateInstallation();
+    const QString folder = locateInstallation([this] { return isEnding(); });
     showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...4"));
     return folder;
 }

@@ -13,6 +13,7 @@ class QSplashScreen;
 
 namespace Kavo {
 
+class EndSignals;
 class Settings;
 class SingleInstance;
 
@@ -39,6 +40,7 @@ public:
 private:
     void setNames();
     bool claimProfile();
+    void hearEndSignals();
     void introduceToDesktop();
     void openLog();
     void showSplash();
@@ -50,11 +52,14 @@ private:
     QString detectInstallation();
     QString askForInstallation();
 
+    bool isEnding() const;
+
     QApplication &m_application;
     PackageEnvironment m_environment;
     QByteArray m_activationToken;
     /// Goes last: until then everything on the disk may still be in use.
     std::unique_ptr<SingleInstance> m_instance;
+    std::unique_ptr<EndSignals> m_endSignals;
     std::unique_ptr<QSplashScreen> m_splash;
     QSharedPointer<Settings> m_settings;
 };

@@ -13,8 +13,26 @@ namespace Kavo {
 
 namespace {
 
+/// How often to look whether the tool is still wanted.
+constexpr int LookInterval = 50; ///< in milliseconds
+
+/// Waits for the end of the tool, however long it takes. Returns whether it came by itself.
+bool waitForEnd(QProcess &process, const std::function<bool()> &isUnwanted)
+{
+    while (!process.waitForFinished(LookInterval)) {
+        if (process.state() == QProcess::NotRunning)
+            return false;
+        if (isUnwanted && isUnwanted()) {
+            process.kill();
+            process.waitForFinished(-1);
+            return false;
+        }
+    }
+    return true;
+}
+
 /// Output of `locate`, or nothing when it did not end with success.
-QByteArray locateOutput()
+QByteArray locateOutput(const std::function<bool()> &isUnwanted)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
@@ -23,7 +41,7 @@ QByteArray locateOutput()
     process.start(QIODevice::ReadWrite);
     // Nobody answers a tool that asks: the closed channel makes it go on instead of waiting.
     process.closeWriteChannel();
-    const bool ended = process.waitForFinished(-1);
+    const bool ended = waitForEnd(process, isUnwanted);
     process.waitForReadyRead(-1);
     const bool succeeded =
         ended && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
@@ -37,9 +55,9 @@ QString simulatorExecutable()
     return QStringLiteral("X-Plane-x86_64");
 }
 
-QString locateInstallation()
+QString locateInstallation(const std::function<bool()> &isUnwanted)
 {
-    const QByteArray output = locateOutput();
+    const QByteArray output = locateOutput(isUnwanted);
     QTextStream stream(output);
     // The tool prints file names as the file system has them.
     stream.setCodec("UTF-8");

@@ -53,6 +53,20 @@ public:
     Q_DISABLE_COPY_MOVE(OwnedForks)
 };
 
+/// Who asks us to end may ask all that belongs to us at once, as a desktop does at the end of its
+/// session. We finish what is begun, and need the program for it. It handles some of these signals
+/// itself, so to ignore them would not do, and shells take back what is blocked.
+void outliveRequestsToEnd()
+{
+    sigset_t requests;
+    ::sigemptyset(&requests);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+        ::sigaddset(&requests, number);
+        ::signal(number, SIG_IGN);
+    }
+    ::sigprocmask(SIG_BLOCK, &requests, nullptr);
+}
+
 /// In the locale of POSIX, which a bare system has, 7-Zip neither shows nor writes other names than
 /// those of ASCII.
 QProcessEnvironment unicodeEnvironment()
@@ -99,6 +113,7 @@ void SevenZipProcess::setupChildProcess()
     // In a session of its own the program has no terminal: it cannot ask for a password there
     // and wait for ever.
     ::setsid();
+    outliveRequestsToEnd();
     // Once more, for a system on which Qt does not call fork().
     endWithOwner();
 }

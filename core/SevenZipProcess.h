@@ -9,7 +9,8 @@ namespace Kavo::Extractors {
 
 /// A run of the 7-Zip command-line program on the thread that owns the object. The program has a
 /// session of its own, so that it cannot wait for answers at a terminal, and ends together with the
-/// thread that started it. Names are UTF-8 to it, whatever the locale is.
+/// thread that started it, not before it when the session ends. Names are UTF-8 to it, whatever the
+/// locale is.
 class SevenZipProcess final : public QProcess
 {
     Q_OBJECT

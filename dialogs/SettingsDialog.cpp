@@ -65,6 +65,11 @@ SettingsDialog::SettingsDialog(const QSharedPointer<Controllers::PackageControll
     resize(PreferredWidth, sizeHint().height());
 }
 
+SettingsDialog::~SettingsDialog()
+{
+    m_settings->revert();
+}
+
 void SettingsDialog::reject()
 {
     m_settings->revert();

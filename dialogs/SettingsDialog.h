@@ -30,6 +30,9 @@ public:
     SettingsDialog(const QSharedPointer<Controllers::PackageController> &packages,
                    const QSharedPointer<Settings> &settings, QWidget *parent = nullptr);
 
+    /// Drops the edits that were not committed, as when the program ends around the dialog.
+    ~SettingsDialog() override;
+
     /// Drops the edits; also what Escape does.
     void reject() override;
 

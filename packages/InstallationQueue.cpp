@@ -42,9 +42,15 @@ InstallationQueue::~InstallationQueue()
     takeResult(m_watcher.result());
 }
 
+void InstallationQueue::setHeld(bool held)
+{
+    m_held = held;
+    processPendingInstallations();
+}
+
 void InstallationQueue::processPendingInstallations()
 {
-    if (m_busy || m_walking || m_pending.isEmpty())
+    if (m_busy || m_held || m_walking || m_pending.isEmpty())
         return;
     failHopeless();
     const int position = nextToStart();
@@ -165,6 +171,7 @@ void InstallationQueue::takeResult(const InstallationResult &result)
     work->end(result);
     m_busy = false;
     processPendingInstallations();
+    emit taskEnded();
 }
 
 } // namespace Kavo::Models

@@ -44,9 +44,16 @@ public:
 
     void append(const InstallationWorkPointer &work) { m_pending.append(work); }
 
+    /// A held queue starts nothing; what is running goes on.
+    void setHeld(bool held);
+
     /// Ends the work that has nothing to wait for any more, and starts the first that may start.
     /// To be called whenever something was appended or has ended.
     void processPendingInstallations();
+
+signals:
+    /// A task was running, its result is taken, and if another one may start it has.
+    void taskEnded();
 
 private:
     enum class Verdict { START, WAIT, FAIL };
@@ -67,6 +74,7 @@ private:
     InstallationWorkPointer m_running;       ///< what the task is working on while busy
     std::unique_ptr<RemovalPermit> m_permit; ///< of the running task
     bool m_busy = false;
+    bool m_held = false;
     bool m_walking = false; ///< ending one piece of work makes the owner call again
     QFutureWatcher<InstallationResult> m_watcher;
 };

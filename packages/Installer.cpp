@@ -19,7 +19,9 @@ Installer::Installer(const Catalogue &catalogue, InstalledPackageDatabase &datab
     , m_downloads(downloads)
     , m_claims(QSharedPointer<ArchiveClaims>::create())
     , m_queue(catalogue, m_works, settings)
-{}
+{
+    connect(&m_queue, &InstallationQueue::taskEnded, this, &Installer::taskEnded);
+}
 
 Installer::~Installer() = default;
 

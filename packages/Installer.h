@@ -37,6 +37,8 @@ public:
 
     /// Whether a task is running.
     bool isBusy() const { return m_queue.isBusy(); }
+    /// Whether to start no other task for the time being. Downloads go on.
+    void setHeld(bool held) { m_queue.setHeld(held); }
     /// The packages on their way that keep these from being removed: the very ones, and those that
     /// need one of them.
     PackageList blockers(const PackageList &leaving) const;
@@ -49,6 +51,10 @@ public:
 
     /// The queued download of the version that is on its way, or null.
     QSharedPointer<Download> runningDownload(const Package &package) const;
+
+signals:
+    /// A task has come to its end and is recorded; isBusy() tells whether another one has begun.
+    void taskEnded();
 
 private:
     bool mayStart(const Package &package) const;

@@ -57,6 +57,10 @@ public:
     Models::PackageList removalBlockers(const Models::PackagePointer &package) const;
     /// Whether an installation or a removal is running.
     bool isBusy() const;
+    /// Has no other installation begin until it is called again; one that is running goes on.
+    void holdInstallations(bool held) { m_installer.setHeld(held); }
+    /// For those who follow all that is on its way, not the state of one package.
+    const Models::Installer &installer() const { return m_installer; }
 
     /// What the database has recorded of the package's state.
     int status(const Models::PackagePointer &package) const;

@@ -24,10 +24,10 @@ KAVO_RUN_PACKAGES=(
 
 # To run the tests, which look at the sources as well, besides those.
 # dbus-x11 is the bus of a session without a service; for want of one, what at-spi2-core needs would
-# bring another, and systemd with it.
+# bring another, and systemd with it. libsm-dev makes the session of a desktop that a test ends.
 KAVO_TEST_PACKAGES=(
     clang-format desktop-file-utils appstream shellcheck
-    at-spi2-core python3-pyatspi dbus-x11 x11-utils
+    at-spi2-core python3-pyatspi dbus-x11 x11-utils libsm-dev
 )
 
 # To check the sources, besides those to build.

@@ -1,4 +1,5 @@
 #include "app/Assembly.h"
+#include "app/EndSignals.h"
 #include "app/SplashMessage.h"
 #include "components/WindowControl.h"
 #include "core/Settings.h"
@@ -168,7 +169,8 @@ int AssemblyTest::runBehindSplash(const std::function<void(ApplicationWindow &)>
 
 int AssemblyTest::assemble()
 {
-    return Assembly(*qobject_cast<QApplication *>(qApp), *m_splash, m_settings,
+    const Kavo::EndSignals endSignals;
+    return Assembly(*qobject_cast<QApplication *>(qApp), *m_splash, m_settings, endSignals,
                     {m_server->url(QString()), QStringLiteral("/usr/bin/7z")})
         .run();
 }

@@ -41,6 +41,12 @@ bool ProgramRun::startAndWait(const QString &log)
     return hasBegun() && isRunning();
 }
 
+QByteArray ProgramRun::standardOutput()
+{
+    m_said += m_process.readAllStandardOutput();
+    return m_said;
+}
+
 void ProgramRun::send(int signal) const
 {
     ::kill(static_cast<pid_t>(processId()), signal);

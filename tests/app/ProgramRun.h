@@ -31,10 +31,13 @@ public:
 
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     qint64 processId() const { return m_process.processId(); }
+    /// All that it has said so far.
+    QByteArray standardOutput();
     QByteArray standardError() { return m_process.readAllStandardError(); }
 
 private:
     QProcess m_process;
+    QByteArray m_said;
 };
 
 } // namespace Kavo::Testing

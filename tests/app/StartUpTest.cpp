@@ -12,12 +12,14 @@
 #include "tests/support/TestMain.h"
 #include "ui/ApplicationWindow.h"
 
+#include <QComboBox>
 #include <QDir>
 #include <QIcon>
 #include <QProcess>
 #include <QSettings>
 #include <QSplashScreen>
 
+#include <csignal>
 #include <memory>
 
 using namespace Kavo::Testing;
@@ -86,6 +88,8 @@ private slots:
     void laterProgramBringsTheWindowBack_data();
     void laterProgramBringsTheWindowBack();
     void laterProgramBringsTheSplashScreenForward();
+    void endDropsOpenEdits_data();
+    void endDropsOpenEdits();
 
 private:
     void store(const char *key, const QString &value);
@@ -432,6 +436,39 @@ void StartUpTest::laterProgramBringsTheSplashScreenForward()
     m_whenSplashIsShown = [&status](const QSplashScreen &) { status = startAgain(); };
     QCOMPARE(run(), 0);
     QCOMPARE(status, 0);
+}
+
+void StartUpTest::endDropsOpenEdits_data()
+{
+    QTest::addColumn<bool>("bySignal");
+    QTest::newRow("signal") << true;
+    QTest::newRow("end of the session") << false;
+}
+
+void StartUpTest::endDropsOpenEdits()
+{
+    QFETCH(bool, bySignal);
+    store("Installation", m_profile->simulatorFolder());
+    QString chosen;
+    const auto edit = [&chosen, bySignal] {
+        auto *choice = child<QComboBox>(*QApplication::activeModalWidget(), "LanguageChoice");
+        choice->setCurrentIndex(1 - choice->currentIndex());
+        chosen = choice->currentText();
+        if (bySignal)
+            ::raise(SIGTERM);
+        else
+            QCoreApplication::quit();
+    };
+    QCOMPARE(run([&edit](ApplicationWindow &window) {
+                 QTimer::singleShot(0, &window, edit);
+                 for (QPushButton *button : allChildren<QPushButton>(window, "TopButton")) {
+                     if (button->accessibleName() == QLatin1String("Settings"))
+                         button->click();
+                 }
+             }),
+             0);
+    QCOMPARE(chosen, QStringLiteral("German"));
+    QCOMPARE(stored("Language"), QStringLiteral("en"));
 }
 
 KAVO_TEST_MAIN(StartUpTest)

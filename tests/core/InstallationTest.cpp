@@ -40,6 +40,7 @@ private slots:
     void missingToolGivesNothing();
     void toolThatAsksIsNotWaitedFor();
     void longListsAreReadWhole();
+    void unwantedToolIsEnded();
 
     void chosenFolderIsReturned();
     void cancelGivesNothing();
@@ -195,6 +196,14 @@ void InstallationTest::longListsAreReadWhole()
     lines.append(folder + simulatorExecutable());
     const StandInLocate locate(lines);
     QCOMPARE(locateInstallation(), folder);
+}
+
+void InstallationTest::unwantedToolIsEnded()
+{
+    StandInLocate locate(QStringList{});
+    locate.setScript("exec sleep 1000\n");
+    const auto hasBegun = [&locate] { return !locate.arguments().isEmpty(); };
+    QCOMPARE(locateInstallation(hasBegun), QString());
 }
 
 void InstallationTest::chosenFolderIsReturned()

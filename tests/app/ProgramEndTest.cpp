@@ -1,0 +1,303 @@
+#include "tests/app/ProgramRun.h"
+#include "tests/packages/Engine.h"
+#include "tests/packages/GatedExtractor.h"
+#include "tests/support/RunUntil.h"
+#include "tests/support/StandInLocate.h"
+#include "tests/support/TestMain.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFileInfo>
+#include <QScopeGuard>
+#include <QSettings>
+
+#include <csignal>
+#include <memory>
+
+#include <sys/stat.h>
+
+using namespace Kavo::Testing;
+
+namespace {
+
+constexpr int Patience = 30000; ///< in milliseconds
+const QString Extractor = QStringLiteral("/usr/bin/7z");
+
+/// The programs that a process has started.
+QVector<pid_t> childrenOf(qint64 process)
+{
+    QVector<pid_t> found;
+    const QDir threads(QStringLiteral("/proc/%1/task").arg(process));
+    const QStringList names = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &name : names) {
+        const QList<QByteArray> numbers =
+            readFile(threads.filePath(name + QStringLiteral("/children"))).simplified().split(' ');
+        for (const QByteArray &number : numbers) {
+            if (!number.isEmpty())
+                found.append(number.toInt());
+        }
+    }
+    return found;
+}
+
+} // namespace
+
+/// Asks the program itself to end by the signals of the system.
+class ProgramEndTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void programEnds_data() { signalRows(); }
+    void programEnds();
+    void installationIsFinishedAndRecorded_data() { signalRows(); }
+    void installationIsFinishedAndRecorded();
+    void downloadStopsWhereItIs_data() { signalRows(); }
+    void downloadStopsWhereItIs();
+    void questionIsAnsweredWithNo_data() { signalRows(); }
+    void questionIsAnsweredWithNo();
+    void searchForTheSimulatorIsGivenUp_data() { signalRows(); }
+    void searchForTheSimulatorIsGivenUp();
+    void questionForTheFolderIsGivenUp_data() { signalRows(); }
+    void questionForTheFolderIsGivenUp();
+    void extractorIsNotEndedByTheSameSignal_data() { signalRows(); }
+    void extractorIsNotEndedByTheSameSignal();
+    void ignoredHangUpStaysIgnored();
+
+private:
+    static void signalRows();
+    static int signalOfRow();
+    QString stored(const char *key) const;
+    bool waitForRequest(const QString &path, const QByteArray &method) const;
+    /// Runs the program on the server of the engine.
+    std::unique_ptr<ProgramRun> makeRun(const QString &extractor = Extractor,
+                                        const QStringList &buttons = {}) const;
+    /// A program that is just being installed; another package waits behind it.
+    std::unique_ptr<ProgramRun> startInstalling(const GatedExtractor &gate);
+    void settle() const;
+
+    std::unique_ptr<Engine> m_engine;
+};
+
+void ProgramEndTest::init()
+{
+    m_engine = std::make_unique<Engine>();
+    for (const int id : {1, 2}) {
+        Offer offer{id};
+        offer.extract = QStringLiteral("folder-%1").arg(id);
+        m_engine->offer(offer);
+    }
+    m_engine->serveCatalogue();
+    settle();
+}
+
+void ProgramEndTest::cleanup()
+{
+    m_engine.reset();
+}
+
+void ProgramEndTest::signalRows()
+{
+    QTest::addColumn<int>("number");
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGINT") << SIGINT;
+    QTest::newRow("SIGHUP") << SIGHUP;
+}
+
+int ProgramEndTest::signalOfRow()
+{
+    QFETCH(int, number);
+    return number;
+}
+
+/// Nothing is asked at the start.
+void ProgramEndTest::settle() const
+{
+    QSettings settings(m_engine->profile().settingsFile(), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("Installation"), m_engine->profile().simulatorFolder());
+}
+
+QString ProgramEndTest::stored(const char *key) const
+{
+    const QSettings file(m_engine->profile().settingsFile(), QSettings::IniFormat);
+    return file.value(QLatin1String(key), QStringLiteral("(missing)")).toString();
+}
+
+bool ProgramEndTest::waitForRequest(const QString &path, const QByteArray &method) const
+{
+    return runUntil([&] { return m_engine->server().last(method, path).method == method; },
+                    Patience);
+}
+
+std::unique_ptr<ProgramRun> ProgramEndTest::makeRun(const QString &extractor,
+                                                    const QStringList &buttons) const
+{
+    return std::make_unique<ProgramRun>(QStringLiteral(KAVO_ORDERED_PROGRAM),
+                                        QStringList{m_engine->server().url(QString()), extractor} +
+                                            buttons);
+}
+
+std::unique_ptr<ProgramRun> ProgramEndTest::startInstalling(const GatedExtractor &gate)
+{
+    auto run = makeRun(gate.program(), {QStringLiteral("Download")});
+    run->start();
+    const auto areThere = [this] {
+        return m_engine->recordedStatus(1) == 4 && m_engine->recordedStatus(2) == 4;
+    };
+    return gate.waitUntilReached() && runUntil(areThere, Patience) ? std::move(run) : nullptr;
+}
+
+void ProgramEndTest::programEnds()
+{
+    const auto run = makeRun();
+    run->start();
+    // The window loads the catalogue.
+    QVERIFY(waitForRequest(QStringLiteral("/packages.json"), "GET"));
+    QCOMPARE(stored("Language"), QStringLiteral("(missing)"));
+    run->send(signalOfRow());
+    QVERIFY(run->endsWith(0));
+    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QCOMPARE(stored("Cache"), m_engine->profile().cacheFolder());
+    QVERIFY(!QFile::exists(m_engine->profile().dataFolder() + QStringLiteral("kavo-suite.lock")));
+}
+
+void ProgramEndTest::installationIsFinishedAndRecorded()
+{
+    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("gate")));
+    const auto run = startInstalling(gate);
+    QVERIFY(run);
+    run->send(signalOfRow());
+    run->send(signalOfRow());
+    // It still hears what is said to it, and waits.
+    ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM), {QStringLiteral("-"), Extractor});
+    later.start();
+    QVERIFY(later.endsWith(0));
+    QCOMPARE(later.standardError(), QByteArray());
+    QVERIFY(run->isRunning());
+
+    gate.open();
+    QVERIFY(run->endsWith(0));
+    const int done = m_engine->recordedStatus(1) == 1 ? 1 : 2;
+    const int waiting = 3 - done;
+    QCOMPARE(m_engine->recordedStatus(done), 1);
+    QCOMPARE(m_engine->wholeVersion(done), QStringLiteral("1.0"));
+    QCOMPARE(
+        fileTree(m_engine->simulator(QStringLiteral("folder-%1").arg(done))),
+        expectedTree({{Engine::fileOf(done), Engine::contentOf(done, QStringLiteral("1.0"))}}));
+    // The other one is not begun, and its archive is there for the next time.
+    QCOMPARE(m_engine->recordedStatus(waiting), 4);
+    QVERIFY(!QFileInfo::exists(m_engine->simulator(QStringLiteral("folder-%1").arg(waiting))));
+    QVERIFY(QFile::exists(m_engine->cached(QStringLiteral("package-%1-1.0.zip").arg(waiting))));
+    QCOMPARE(stored("Language"), QStringLiteral("en"));
+}
+
+void ProgramEndTest::downloadStopsWhereItIs()
+{
+    constexpr qint64 Part = 123457;
+    Offer large{3};
+    // Nothing that could be packed any closer.
+    QByteArray content;
+    for (int number = 0; content.size() < 1000000; ++number)
+        content += QCryptographicHash::hash(QByteArray::number(number), QCryptographicHash::Sha256);
+    large.files = {{QStringLiteral("large"), content}};
+    m_engine->offer(large);
+    m_engine->serveCatalogue();
+    const QString path = QStringLiteral("/package-3-1.0.zip");
+    HttpResource &archive = m_engine->server().resource(path);
+    archive.holdAfter = Part;
+    QVERIFY(archive.size() > 2 * Part);
+    const auto run = makeRun(Extractor, {QStringLiteral("Download")});
+    run->start();
+    const QString cached = m_engine->cached(QStringLiteral("package-3-1.0.zip"));
+    QVERIFY(runUntil([&] { return QFileInfo(cached).size() == Part; }, Patience));
+    QVERIFY(runUntil(
+        [this] { return m_engine->recordedStatus(1) == 1 && m_engine->recordedStatus(2) == 1; },
+        Patience));
+    run->send(signalOfRow());
+    QVERIFY(run->endsWith(0));
+    QCOMPARE(readFile(cached), archive.read(0, Part));
+    QCOMPARE(m_engine->recordedStatus(3), 3);
+    QCOMPARE(stored("Language"), QStringLiteral("en"));
+}
+
+void ProgramEndTest::questionIsAnsweredWithNo()
+{
+    const auto run = makeRun(Extractor, {QStringLiteral("Reset")});
+    run->start();
+    QVERIFY(runUntil([&run] { return run->standardOutput().contains("asks"); }, Patience));
+    run->send(signalOfRow());
+    QVERIFY(run->endsWith(0));
+    // A reset would have emptied it.
+    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QVERIFY(QFile::exists(m_engine->profile().dataFolder() + QStringLiteral("packages.db")));
+}
+
+void ProgramEndTest::searchForTheSimulatorIsGivenUp()
+{
+    QFile::remove(m_engine->profile().settingsFile());
+    StandInLocate locate(QStringList{});
+    locate.setScript("exec sleep 1000\n");
+    const auto run = makeRun();
+    run->start();
+    QVERIFY(runUntil([&locate] { return !locate.arguments().isEmpty(); }, Patience));
+    run->send(signalOfRow());
+    QVERIFY(run->endsWith(0));
+    QVERIFY(!QFile::exists(m_engine->profile().settingsFile()));
+    QVERIFY(m_engine->server().requests().isEmpty());
+}
+
+void ProgramEndTest::questionForTheFolderIsGivenUp()
+{
+    QFile::remove(m_engine->profile().settingsFile());
+    const StandInLocate locate(QStringList{});
+    const auto run = makeRun();
+    run->start();
+    QVERIFY(runUntil([&run] { return run->standardOutput().contains("asks"); }, Patience));
+    run->send(signalOfRow());
+    QVERIFY(run->endsWith(0));
+    QVERIFY(!QFile::exists(m_engine->profile().settingsFile()));
+    QVERIFY(m_engine->server().requests().isEmpty());
+}
+
+void ProgramEndTest::extractorIsNotEndedByTheSameSignal()
+{
+    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("gate")));
+    const auto run = startInstalling(gate);
+    QVERIFY(run);
+    const QVector<pid_t> children = childrenOf(run->processId());
+    QVERIFY(!children.isEmpty());
+    // As at the end of a session.
+    run->send(signalOfRow());
+    for (const pid_t child : children)
+        ::kill(child, signalOfRow());
+    gate.open();
+    QVERIFY(run->endsWith(0));
+    QVERIFY2(m_engine->recordedStatus(1) == 1 || m_engine->recordedStatus(2) == 1,
+             readFile(m_engine->profile().logFile()).constData());
+}
+
+void ProgramEndTest::ignoredHangUpStaysIgnored()
+{
+    struct sigaction before = {};
+    struct sigaction ignoring = {};
+    ignoring.sa_handler = SIG_IGN;
+    ::sigaction(SIGHUP, &ignoring, &before);
+    const auto run = makeRun();
+    run->start();
+    ::sigaction(SIGHUP, &before, nullptr);
+    QVERIFY(waitForRequest(QStringLiteral("/packages.json"), "GET"));
+    run->send(SIGHUP);
+    // Anything that takes longer than to hear a signal.
+    ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM), {QStringLiteral("-"), Extractor});
+    later.start();
+    QVERIFY(later.endsWith(0));
+    QVERIFY(run->isRunning());
+    run->send(SIGTERM);
+    QVERIFY(run->endsWith(0));
+}
+
+KAVO_TEST_MAIN(ProgramEndTest)
+#include "ProgramEndTest.moc"

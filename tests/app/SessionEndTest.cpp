@@ -1,0 +1,179 @@
+#include "tests/app/ProgramRun.h"
+#include "tests/packages/Engine.h"
+#include "tests/packages/GatedExtractor.h"
+#include "tests/support/RunUntil.h"
+#include "tests/support/TestMain.h"
+
+#include <QProcess>
+#include <QSettings>
+
+#include <memory>
+
+using namespace Kavo::Testing;
+
+namespace {
+
+constexpr int Patience = 60000; ///< in milliseconds
+
+/// A program that is spoken to in lines.
+class Companion final
+{
+public:
+    Companion(const QString &program, const QStringList &arguments)
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(program, arguments);
+    }
+    ~Companion()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    Q_DISABLE_COPY_MOVE(Companion)
+
+    void order(const QByteArray &word) { m_process.write(word + '\n'); }
+    /// The next line that it says, without its end; empty when none comes.
+    QByteArray hear()
+    {
+        runUntil([this] { return m_process.canReadLine() || !isRunning(); }, Patience);
+        return m_process.readLine().trimmed();
+    }
+    bool hears(const QByteArray &word) { return hear() == word; }
+    bool isSilent() const { return !m_process.canReadLine(); }
+    bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
+
+private:
+    QProcess m_process;
+};
+
+} // namespace
+
+/// Ends the desktop's session around the program.
+class SessionEndTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void programEndsWithTheSession();
+    void sessionWaitsForAnInstallation();
+    void questionIsAnsweredWithNo();
+
+private:
+    std::unique_ptr<ProgramRun> makeRun(const QString &extractor, const QString &button) const;
+    QString stored(const char *key) const;
+
+    std::unique_ptr<Engine> m_engine;
+    std::unique_ptr<Companion> m_display;
+    std::unique_ptr<Companion> m_session;
+};
+
+void SessionEndTest::init()
+{
+    m_engine = std::make_unique<Engine>();
+    for (const int id : {1, 2})
+        m_engine->offer({id});
+    m_engine->serveCatalogue();
+    {
+        QSettings settings(m_engine->profile().settingsFile(), QSettings::IniFormat);
+        settings.setValue(QStringLiteral("Installation"), m_engine->profile().simulatorFolder());
+    }
+    m_display = std::make_unique<Companion>(
+        QStringLiteral(KAVO_XVFB),
+        QStringList{QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+                    QStringLiteral("0"), QStringLiteral("1920x1080x24"), QStringLiteral("-noreset"),
+                    QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    const QByteArray number = m_display->hear();
+    QVERIFY(!number.isEmpty());
+    m_session = std::make_unique<Companion>(QStringLiteral(KAVO_STAND_IN_SESSION), QStringList());
+    const QByteArray address = m_session->hear();
+    QVERIFY(!address.isEmpty());
+    qputenv("DISPLAY", ':' + number);
+    qputenv("SESSION_MANAGER", address);
+}
+
+void SessionEndTest::cleanup()
+{
+    m_session.reset();
+    m_display.reset();
+    m_engine.reset();
+}
+
+std::unique_ptr<ProgramRun> SessionEndTest::makeRun(const QString &extractor,
+                                                    const QString &button) const
+{
+    return std::make_unique<ProgramRun>(QStringLiteral(KAVO_ORDERED_PROGRAM),
+                                        QStringList{m_engine->server().url(QString()), extractor,
+                                                    button, QStringLiteral("-platform"),
+                                                    QStringLiteral("xcb")});
+}
+
+QString SessionEndTest::stored(const char *key) const
+{
+    const QSettings file(m_engine->profile().settingsFile(), QSettings::IniFormat);
+    return file.value(QLatin1String(key), QStringLiteral("(missing)")).toString();
+}
+
+void SessionEndTest::programEndsWithTheSession()
+{
+    const auto run = makeRun(QStringLiteral("/usr/bin/7z"), QStringLiteral("Download"));
+    run->start();
+    QVERIFY(m_session->hears("joined"));
+    QVERIFY(runUntil([this] { return m_engine->recordedStatus(1) == 1; }, Patience));
+    QVERIFY(runUntil([this] { return m_engine->recordedStatus(2) == 1; }, Patience));
+    m_session->order("end");
+    QVERIFY(m_session->hears("saved"));
+    // Others may still prevent it.
+    QVERIFY(run->isRunning());
+    m_session->order("die");
+    QVERIFY(run->endsWith(0));
+    QCOMPARE(stored("Language"), QStringLiteral("en"));
+}
+
+void SessionEndTest::sessionWaitsForAnInstallation()
+{
+    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("gate")));
+    const auto run = makeRun(gate.program(), QStringLiteral("Download"));
+    run->start();
+    QVERIFY(m_session->hears("joined"));
+    QVERIFY(gate.waitUntilReached());
+    const auto areThere = [this] {
+        return m_engine->recordedStatus(1) == 4 && m_engine->recordedStatus(2) == 4;
+    };
+    QVERIFY(runUntil(areThere, Patience));
+    m_session->order("end");
+    // Anything that takes longer than an answer.
+    ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM),
+                     {QStringLiteral("-"), QStringLiteral("-"), QStringLiteral("-platform"),
+                      QStringLiteral("offscreen")});
+    later.start();
+    QVERIFY(later.endsWith(0));
+    QVERIFY(m_session->isSilent());
+    QVERIFY(run->isRunning());
+    gate.open();
+    QVERIFY(m_session->hears("saved"));
+    // One is done, and the other is not begun.
+    QCOMPARE(m_engine->recordedStatus(1) + m_engine->recordedStatus(2), 5);
+    m_session->order("die");
+    QVERIFY(run->endsWith(0));
+    QCOMPARE(m_engine->recordedStatus(1) + m_engine->recordedStatus(2), 5);
+    QCOMPARE(stored("Language"), QStringLiteral("en"));
+}
+
+void SessionEndTest::questionIsAnsweredWithNo()
+{
+    const auto run = makeRun(QStringLiteral("/usr/bin/7z"), QStringLiteral("Reset"));
+    run->start();
+    QVERIFY(m_session->hears("joined"));
+    QVERIFY(runUntil([&run] { return run->standardOutput().contains("asks"); }, Patience));
+    m_session->order("end");
+    QVERIFY(m_session->hears("saved"));
+    m_session->order("die");
+    QVERIFY(run->endsWith(0));
+    QCOMPARE(stored("Language"), QStringLiteral("en"));
+}
+
+KAVO_TEST_MAIN(SessionEndTest)
+#include "SessionEndTest.moc"
