@@ -58,6 +58,27 @@ void InstallationQueue::processPendingInstallations()
         start(m_pending.takeAt(position));
 }
 
+PackagePointer InstallationQueue::awaitedBy(const InstallationWork &work) const
+{
+    if (work.phase() != InstallationWork::Phase::QUEUED)
+        return {};
+    const PackagePointer running = m_running ? m_running->package() : PackagePointer();
+    if (examine(work) != Verdict::WAIT)
+        return running;
+    PackagePointer first;
+    for (const QString &text : work.version()->depends) {
+        const int id = DependencyEntry::parse(text).packageId;
+        const PackagePointer dependency = m_catalogue.resolve(id);
+        if (!dependency || dependency->state() == Package::INSTALLED || id == work.packageId())
+            continue;
+        if (running && running->id() == id)
+            return dependency;
+        if (!first)
+            first = dependency;
+    }
+    return first ? first : running;
+}
+
 /// What fails may be the dependency of work before it, so the walk begins again until a whole one
 /// finds nothing.
 void InstallationQueue::failHopeless()

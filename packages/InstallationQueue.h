@@ -51,6 +51,11 @@ public:
     /// To be called whenever something was appended or has ended.
     void processPendingInstallations();
 
+    /// What has to be installed before this work starts: a dependency of its own, of several the
+    /// one that is running or else the first; without one whatever is running. Null for work that
+    /// waits for nothing.
+    PackagePointer awaitedBy(const InstallationWork &work) const;
+
 signals:
     /// A task was running, its result is taken, and if another one may start it has.
     void taskEnded();

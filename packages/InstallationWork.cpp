@@ -3,6 +3,7 @@
 #include "packages/DependencyEntry.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Kavo::Models {
 
@@ -38,13 +39,16 @@ Package::State stateOf(InstallationWork::Phase phase)
 
 InstallationWork::InstallationWork(const PackagePointer &package,
                                    const PackageVersionPointer &version,
-                                   const QSharedPointer<Download> &download)
+                                   const QSharedPointer<Download> &download, Clock clock)
     : m_version(version)
     , m_download(download)
+    , m_clock(std::move(clock))
+    , m_rate(m_clock())
 {
     showBy(package);
     connect(download.data(), &Download::error, this, &InstallationWork::onError);
     connect(download.data(), &Download::processChanged, this, &InstallationWork::onProcessChanged);
+    connect(download.data(), &Download::currentSize, this, &InstallationWork::onGrown);
 }
 
 bool InstallationWork::needs(int packageId) const
@@ -98,6 +102,19 @@ void InstallationWork::end(const InstallationResult &result)
     moveTo(result.succeeded ? Phase::INSTALLED : Phase::INSTALL_FAILED);
 }
 
+WorkProgress InstallationWork::progress() const
+{
+    WorkProgress progress;
+    progress.received = m_download->getCurrentSize();
+    progress.total = m_download->getFileSize();
+    if (m_phase == Phase::PREPARING || m_phase == Phase::DOWNLOADING) {
+        const qint64 now = m_clock();
+        progress.secondsLeft = m_rate.secondsLeft(progress.total, now);
+        progress.isSilent = m_rate.isSilent(now);
+    }
+    return progress;
+}
+
 void InstallationWork::showBy(const PackagePointer &package)
 {
     if (m_shownBy.contains(package))
@@ -119,6 +136,8 @@ void InstallationWork::onProcessChanged(Download::Process process)
         moveTo(Phase::PREPARING);
         break;
     case Download::Process::Download:
+        // The server has just answered, even if no byte of the file has come.
+        m_rate = Managers::TransferRate(m_clock());
         moveTo(Phase::DOWNLOADING);
         break;
     case Download::Process::Finished:
@@ -136,6 +155,11 @@ void InstallationWork::onError()
     for (const PackagePointer &package : qAsConst(m_shownBy))
         disconnect(m_download.data(), nullptr, package.data(), nullptr);
     moveTo(Phase::DOWNLOAD_FAILED);
+}
+
+void InstallationWork::onGrown(qint64 size)
+{
+    m_rate.add(size, m_clock());
 }
 
 } // namespace Kavo::Models

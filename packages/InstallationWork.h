@@ -1,9 +1,12 @@
 #pragma once
 
+#include "core/Clock.h"
 #include "downloads/Download.h"
+#include "downloads/TransferRate.h"
 #include "packages/ArchiveClaim.h"
 #include "packages/InstallationResult.h"
 #include "packages/Package.h"
+#include "packages/WorkProgress.h"
 
 #include <QMap>
 #include <QObject>
@@ -43,7 +46,7 @@ public:
     };
 
     InstallationWork(const PackagePointer &package, const PackageVersionPointer &version,
-                     const QSharedPointer<Download> &download);
+                     const QSharedPointer<Download> &download, Clock clock);
 
     int packageId() const { return package()->id(); }
     /// The object that the work began with.
@@ -61,6 +64,8 @@ public:
     void end(const InstallationResult &result);
     /// What became of the task; nothing is touched before it has ended.
     const InstallationResult &result() const { return m_result; }
+    /// How far the download is. What the work waits for only the queue knows.
+    WorkProgress progress() const;
 
     /// Has another object of the same package show the work, too.
     void showBy(const PackagePointer &package);
@@ -76,10 +81,13 @@ signals:
 private:
     void onProcessChanged(Download::Process process);
     void onError();
+    void onGrown(qint64 size);
 
     QVector<PackagePointer> m_shownBy;
     PackageVersionPointer m_version;
     QSharedPointer<Download> m_download;
+    Clock m_clock;
+    Managers::TransferRate m_rate;
     ArchiveClaim m_archive;
     Phase m_phase = Phase::STARTING;
     InstallationResult m_result;

@@ -6,18 +6,20 @@
 #include <QVector>
 
 #include <algorithm>
+#include <utility>
 
 namespace Kavo::Models {
 
 Installer::Installer(const Catalogue &catalogue, InstalledPackageDatabase &database,
                      const QSharedPointer<Managers::DownloadManager> &downloads,
-                     const InstallationQueue::Settings &settings, QObject *parent)
+                     const InstallationQueue::Settings &settings, Clock clock, QObject *parent)
     : QObject(parent)
     , m_catalogue(catalogue)
     , m_database(database)
     , m_dependencies(catalogue, database)
     , m_downloads(downloads)
     , m_claims(QSharedPointer<ArchiveClaims>::create())
+    , m_clock(std::move(clock))
     , m_queue(catalogue, m_works, settings)
 {
     connect(&m_queue, &InstallationQueue::taskEnded, this, &Installer::taskEnded);
@@ -78,6 +80,17 @@ QSharedPointer<Download> Installer::runningDownload(const Package &package) cons
     return m_downloads->find(version->link);
 }
 
+WorkProgress Installer::progress(const Package &package) const
+{
+    const InstallationWorkPointer work = m_works.value(package.id());
+    if (!work)
+        return {};
+    WorkProgress progress = work->progress();
+    if (const PackagePointer awaited = m_queue.awaitedBy(*work))
+        progress.waitsFor = awaited->name();
+    return progress;
+}
+
 /// A second start of the same package would queue its archive twice.
 bool Installer::mayStart(const Package &package) const
 {
@@ -122,7 +135,7 @@ void Installer::start(const PackagePointer &package, const PackageVersionPointer
     const QSharedPointer<Download> download = downloadOf(version->link);
     if (!version->sha256.isEmpty())
         download->setHashed(true);
-    const auto work = InstallationWorkPointer::create(package, version, download);
+    const auto work = InstallationWorkPointer::create(package, version, download, m_clock);
     m_works.insert(package->id(), work);
     connect(work.data(), &InstallationWork::moved, this,
             [this, weak = work.toWeakRef()] { onMoved(weak.toStrongRef()); });

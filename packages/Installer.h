@@ -26,7 +26,7 @@ class Installer final : public QObject
 public:
     Installer(const Catalogue &catalogue, InstalledPackageDatabase &database,
               const QSharedPointer<Managers::DownloadManager> &downloads,
-              const InstallationQueue::Settings &settings, QObject *parent = nullptr);
+              const InstallationQueue::Settings &settings, Clock clock, QObject *parent = nullptr);
     ~Installer() override;
 
     /// Starts a version, and before it whatever it depends on that is missing or too old. Returns
@@ -51,6 +51,7 @@ public:
 
     /// The queued download of the version that is on its way, or null.
     QSharedPointer<Download> runningDownload(const Package &package) const;
+    WorkProgress progress(const Package &package) const;
 
 signals:
     /// A task has come to its end and is recorded; isBusy() tells whether another one has begun.
@@ -69,6 +70,7 @@ private:
     Dependencies m_dependencies;
     QSharedPointer<Managers::DownloadManager> m_downloads;
     QSharedPointer<ArchiveClaims> m_claims;
+    Clock m_clock;
     InstallationWorks m_works;
     QVector<InstallationWorkPointer> m_ended; ///< until nobody is being told of their end
     InstallationQueue m_queue;

@@ -44,7 +44,8 @@ PackageController::PackageController(const QSharedPointer<Settings> &settings,
     , m_dependencies(m_catalogue, m_database)
     , m_feed(settings, downloads, environment.catalogueServer, LargestCatalogue)
     , m_uninstaller(m_catalogue, m_database, foldersOf(*settings))
-    , m_installer(m_catalogue, m_database, downloads, {foldersOf(*settings), environment.extractor})
+    , m_installer(m_catalogue, m_database, downloads, {foldersOf(*settings), environment.extractor},
+                  environment.clock)
 {
     connect(&m_feed, &Models::CatalogueFeed::available, this,
             &PackageController::onCatalogueAvailable);
@@ -139,6 +140,11 @@ QSharedPointer<Models::Download>
 PackageController::runningDownload(const PackagePointer &package) const
 {
     return m_installer.runningDownload(*package);
+}
+
+Models::WorkProgress PackageController::progress(const PackagePointer &package) const
+{
+    return m_installer.progress(*package);
 }
 
 void PackageController::reset()

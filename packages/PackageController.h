@@ -79,6 +79,8 @@ public:
 
     /// The download of the version that is on its way, or null.
     QSharedPointer<Models::Download> runningDownload(const Models::PackagePointer &package) const;
+    /// How far the package is, should it be on its way. Changes in the course of time alone.
+    Models::WorkProgress progress(const Models::PackagePointer &package) const;
 
     /// Deletes the database of installed packages and that of downloads. Files stay.
     void reset();

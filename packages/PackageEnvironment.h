@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Clock.h"
+
 #include <QString>
 
 namespace Kavo {
@@ -9,8 +11,9 @@ struct PackageEnvironment
 {
     QString catalogueServer; ///< serves "packages.json" at its root
     QString extractor;       ///< path of the 7-Zip program
+    Clock clock = steadyClock();
 
-    /// The server the program was built for and the system's 7-Zip.
+    /// The server the program was built for and the system's 7-Zip and clock.
     static PackageEnvironment standard();
 };
 

@@ -3,22 +3,22 @@
 #include "components/Buttons.h"
 #include "components/IconFont.h"
 #include "components/ObjectNameStyle.h"
-#include "downloads/Download.h"
 #include "packages/PackageController.h"
 #include "ui/PackageActions.h"
 #include "ui/PackageErrorQueue.h"
 #include "ui/PackageProcessingWidget.h"
+#include "ui/ProgressFollower.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 namespace Kavo::Ui {
 
 using Components::darkIconOptions;
 using Components::iconFont;
 using Components::makeButton;
-using Models::Download;
 using Models::Package;
 using Models::PackagePointer;
 
@@ -44,6 +44,7 @@ PackageDetailTitleBar::PackageDetailTitleBar(
     : StyledWidget(QStringLiteral("PackageDetailTitleBar"), parent)
     , m_controller(controller)
     , m_title(new QLabel(this))
+    , m_progress(new QLabel(this))
     , m_indicator(new PackageProcessingWidget(this))
     , m_action(
           makeButton(QStringLiteral("Download"), QString(), iconFont()->icon(DownloadGlyph), this))
@@ -59,13 +60,26 @@ PackageDetailTitleBar::PackageDetailTitleBar(
     m_title->setWordWrap(true);
     // A name without a place to break it must not push the buttons off the page.
     m_title->setMinimumWidth(MinimalTitleWidth);
+    m_progress->setObjectName(QStringLiteral("DetailProgress"));
+    m_progress->setTextFormat(Qt::PlainText);
+    m_progress->setWordWrap(true);
+    m_progress->setMinimumWidth(MinimalTitleWidth);
+    m_progress->hide();
     m_indicator->setMode(PackageProcessingWidget::HiddenMode);
     connectButtons();
+
+    // Beside the animation the text would push it to and fro.
+    auto *texts = new QVBoxLayout;
+    texts->setSpacing(0);
+    texts->addStretch();
+    texts->addWidget(m_title);
+    texts->addWidget(m_progress);
+    texts->addStretch();
 
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(16, 8, 16, 8);
     layout->setSpacing(8);
-    layout->addWidget(m_title, 1);
+    layout->addLayout(texts, 1);
     layout->addWidget(m_indicator);
     layout->addWidget(m_action);
     layout->addWidget(m_uninstall);
@@ -73,26 +87,18 @@ PackageDetailTitleBar::PackageDetailTitleBar(
     layout->addWidget(m_manual);
 }
 
+PackageDetailTitleBar::~PackageDetailTitleBar() = default;
+
 void PackageDetailTitleBar::setPackage(const PackagePointer &package)
 {
-    m_progressBinding.reset();
+    m_follower.reset();
     m_packageBinding.reset(new QObject);
     m_package = package;
-    m_received = 0;
-    m_total = 0;
-    m_indicator->clearProgress();
+    showProgress(QString());
     if (!package)
         return;
     connect(package.data(), &Package::stateChanged, m_packageBinding.data(),
             [this](Package::State state) { onStateChanged(state); });
-    connect(package.data(), &Package::totalSize, m_packageBinding.data(), [this](qint64 size) {
-        m_total = size;
-        showProgress();
-    });
-    connect(package.data(), &Package::downloadedSize, m_packageBinding.data(), [this](qint64 size) {
-        m_received = size;
-        showProgress();
-    });
     refresh(true);
 }
 
@@ -161,10 +167,12 @@ void PackageDetailTitleBar::refreshIndicator(bool rebindProgress)
     const bool busy = showsIndicator(state);
     m_indicator->setMode(busy ? PackageProcessingWidget::BusyMode
                               : PackageProcessingWidget::HiddenMode);
-    if (busy && rebindProgress)
-        bindProgress();
-    if (state != Package::DOWNLOADING)
-        m_indicator->clearProgress();
+    if (!busy) {
+        m_follower.reset();
+        showProgress(QString());
+    } else if (rebindProgress || !m_follower) {
+        followProgress();
+    }
 }
 
 void PackageDetailTitleBar::refreshButtons()
@@ -192,30 +200,18 @@ void PackageDetailTitleBar::setAction(const QString &text, const QString &object
     m_action->setIcon(iconFont()->icon(glyph));
 }
 
-/// A package that was opened in the middle of its download has announced its sizes before.
-void PackageDetailTitleBar::bindProgress()
+void PackageDetailTitleBar::followProgress()
 {
-    m_progressBinding.reset(new QObject);
-    const QSharedPointer<Download> download = m_controller->runningDownload(m_package);
-    if (!download)
-        return;
-    connect(download.data(), &Download::fileSize, m_progressBinding.data(), [this](qint64 size) {
-        m_total = size;
-        showProgress();
-    });
-    connect(download.data(), &Download::currentSize, m_progressBinding.data(), [this](qint64 size) {
-        m_received = size;
-        showProgress();
-    });
-    m_total = download->getFileSize();
-    m_received = download->getCurrentSize();
-    showProgress();
+    m_follower.reset(new ProgressFollower(m_controller, m_package));
+    connect(m_follower.data(), &ProgressFollower::textChanged, this,
+            &PackageDetailTitleBar::showProgress);
+    showProgress(m_follower->text());
 }
 
-void PackageDetailTitleBar::showProgress()
+void PackageDetailTitleBar::showProgress(const QString &text)
 {
-    if (m_package->state() == Package::DOWNLOADING)
-        m_indicator->setProgress(m_received, m_total);
+    m_progress->setText(text);
+    m_progress->setVisible(!text.isEmpty());
 }
 
 } // namespace Kavo::Ui

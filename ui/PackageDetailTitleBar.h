@@ -17,6 +17,7 @@ namespace Kavo::Ui {
 
 class PackageActions;
 class PackageProcessingWidget;
+class ProgressFollower;
 
 /// Name of the package shown in detail, what is going on with it, and what can be done to it. It
 /// follows the package that was set last, and no other, also while it is hidden.
@@ -27,11 +28,12 @@ class PackageDetailTitleBar final : public Components::StyledWidget
 public:
     explicit PackageDetailTitleBar(const QSharedPointer<Controllers::PackageController> &controller,
                                    QWidget *parent = nullptr);
+    ~PackageDetailTitleBar() override;
 
     void setPackage(const Models::PackagePointer &package);
 
-    /// Sets texts, visibility and enabled state anew; with `rebindProgress` the indicator also
-    /// looks for the running download.
+    /// Sets texts, visibility and enabled state anew; with `rebindProgress` it also looks for
+    /// the running download.
     void refresh(bool rebindProgress);
 
 private:
@@ -43,22 +45,20 @@ private:
     void refreshIndicator(bool rebindProgress);
     void refreshButtons();
     void setAction(const QString &text, const QString &objectName, int glyph);
-    void bindProgress();
-    void showProgress();
+    void followProgress();
+    void showProgress(const QString &text);
 
     QSharedPointer<Controllers::PackageController> m_controller;
     Models::PackagePointer m_package;
     QLabel *m_title;
+    QLabel *m_progress;
     PackageProcessingWidget *m_indicator;
     QPushButton *m_action;
     QPushButton *m_uninstall;
     QPushButton *m_help;
     QPushButton *m_manual;
-    /// Contexts of the connections to the package and to its download.
-    QScopedPointer<QObject> m_packageBinding;
-    QScopedPointer<QObject> m_progressBinding;
-    qint64 m_received = 0;
-    qint64 m_total = 0;
+    QScopedPointer<QObject> m_packageBinding;    ///< context of the connections to the package
+    QScopedPointer<ProgressFollower> m_follower; ///< while the package is on its way
 };
 
 } // namespace Kavo::Ui

@@ -1,7 +1,6 @@
 #include "ui/PackageProcessingWidget.h"
 
 #include "components/LoadingAnimation.h"
-#include "core/ByteSize.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
@@ -18,7 +17,6 @@ PackageProcessingWidget::PackageProcessingWidget(QWidget *parent)
     : StyledWidget(QStringLiteral("PackageProcessingWidget"), parent)
     , m_animation(new QLabel(this))
     , m_message(new QLabel(this))
-    , m_progress(new QLabel(this))
 {
     m_animation->setObjectName(QStringLiteral("ProcessingAnimation"));
     m_animation->setAttribute(Qt::WA_TranslucentBackground);
@@ -29,18 +27,12 @@ PackageProcessingWidget::PackageProcessingWidget(QWidget *parent)
     m_message->setTextFormat(Qt::PlainText);
     m_message->setAlignment(Qt::AlignCenter);
 
-    m_progress->setObjectName(QStringLiteral("ProcessingProgress"));
-    m_progress->setTextFormat(Qt::PlainText);
-    m_progress->setAlignment(Qt::AlignCenter);
-    m_progress->hide();
-
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(8, 8, 8, 8);
     layout->setSpacing(8);
     layout->addStretch();
     layout->addWidget(m_animation);
     layout->addWidget(m_message);
-    layout->addWidget(m_progress);
     layout->addStretch();
 }
 
@@ -67,20 +59,6 @@ void PackageProcessingWidget::setError(const QString &message)
 {
     m_message->setText(message);
     setMode(ErrorMode);
-}
-
-void PackageProcessingWidget::setProgress(qint64 received, qint64 total)
-{
-    const QString receivedText = formatByteSize(received);
-    m_progress->setText(total > 0 ? tr("%1 of %2").arg(receivedText, formatByteSize(total))
-                                  : receivedText);
-    m_progress->show();
-}
-
-void PackageProcessingWidget::clearProgress()
-{
-    m_progress->clear();
-    m_progress->hide();
 }
 
 } // namespace Kavo::Ui

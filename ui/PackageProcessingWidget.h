@@ -23,14 +23,9 @@ public:
     void setMode(int mode);
     void setError(const QString &message);
 
-    /// Tells under the animation how much has come of how much, in bytes; 0 for an unknown total.
-    void setProgress(qint64 received, qint64 total);
-    void clearProgress();
-
 private:
     QLabel *m_animation;
     QLabel *m_message;
-    QLabel *m_progress;
 };
 
 } // namespace Kavo::Ui

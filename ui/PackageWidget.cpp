@@ -5,6 +5,7 @@
 #include "components/LoadingAnimation.h"
 #include "components/ObjectNameStyle.h"
 #include "components/Picture.h"
+#include "components/ProgressBar.h"
 #include "downloads/DownloadManager.h"
 #include "packages/PackageController.h"
 #include "ui/ElidedLabel.h"
@@ -12,10 +13,10 @@
 #include "ui/PackageActions.h"
 #include "ui/PackageErrorQueue.h"
 #include "ui/PlainLine.h"
+#include "ui/ProgressFollower.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -80,8 +81,11 @@ PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller
     fetchIcon();
 }
 
+PackageWidget::~PackageWidget() = default;
+
 void PackageWidget::retire()
 {
+    m_follower.reset();
     disconnect(m_package.data(), nullptr, this, nullptr);
 }
 
@@ -149,7 +153,7 @@ QLabel *PackageWidget::addLabel(QHBoxLayout &row, const QString &objectName, con
 
 void PackageWidget::buildProgress(QVBoxLayout &column)
 {
-    m_progress = new QProgressBar(this);
+    m_progress = new Components::ProgressBar(this);
     m_progress->setObjectName(QStringLiteral("PackageProgress"));
     m_progress->setAccessibleName(tr("Progress: %1").arg(m_package->name()));
     showUnmeasuredProgress();
@@ -191,6 +195,18 @@ void PackageWidget::followPackage()
     connect(m_package.data(), &Package::stateChanged, this, &PackageWidget::onStateChanged);
 }
 
+/// Of thousands of cards only those tick on which something goes on.
+void PackageWidget::followProgress(bool busy)
+{
+    if (busy == !m_follower.isNull())
+        return;
+    m_follower.reset(busy ? new ProgressFollower(m_controller, m_package) : nullptr);
+    m_progress->tell(busy ? m_follower->text() : QString());
+    if (busy)
+        connect(m_follower.data(), &ProgressFollower::textChanged, m_progress,
+                &Components::ProgressBar::tell);
+}
+
 /// A card that is made during a download has missed the announcement of its size.
 void PackageWidget::showRunningDownload()
 {
@@ -213,7 +229,9 @@ void PackageWidget::showState(Package::State state)
 {
     if (state == Package::UNKNOWN)
         return;
-    applyLook(lookOf(state));
+    const Look look = lookOf(state);
+    applyLook(look);
+    followProgress(look.progress);
     if (state == Package::INSTALLING || state == Package::UNINSTALLING)
         showUnmeasuredProgress();
     refreshLabels();

@@ -3,13 +3,17 @@
 #include "components/StyledWidget.h"
 #include "packages/Package.h"
 
+#include <QScopedPointer>
 #include <QSharedPointer>
 
 class QHBoxLayout;
 class QLabel;
-class QProgressBar;
 class QPushButton;
 class QVBoxLayout;
+
+namespace Kavo::Components {
+class ProgressBar;
+}
 
 namespace Kavo::Controllers {
 class PackageController;
@@ -21,6 +25,8 @@ class Download;
 
 namespace Kavo::Ui {
 
+class ProgressFollower;
+
 /// The card of one package in the list. It follows the package's state and progress and fetches its
 /// icon.
 class PackageWidget final : public Components::StyledWidget
@@ -30,6 +36,7 @@ class PackageWidget final : public Components::StyledWidget
 public:
     PackageWidget(const QSharedPointer<Controllers::PackageController> &controller,
                   const Models::PackagePointer &package, QWidget *parent = nullptr);
+    ~PackageWidget() override;
 
     int packageId() const { return m_package->id(); }
     /// Follows the package no more: another card has taken over, and this one waits for its end.
@@ -57,6 +64,7 @@ private:
     void showUnmeasuredProgress();
     void buildButtons(QHBoxLayout &layout);
     void followPackage();
+    void followProgress(bool busy);
     void showRunningDownload();
 
     void onStateChanged(Models::Package::State state);
@@ -77,7 +85,8 @@ private:
     QLabel *m_installed = nullptr;
     QLabel *m_available = nullptr;
     QLabel *m_status = nullptr;
-    QProgressBar *m_progress = nullptr;
+    Components::ProgressBar *m_progress = nullptr;
+    QScopedPointer<ProgressFollower> m_follower; ///< while the package is busy
     QPushButton *m_action = nullptr;
     QPushButton *m_detail = nullptr;
 };

@@ -505,10 +505,6 @@ Fortfahren?</translation>
         <translation>Keine Einträge gefunden</translation>
     </message>
     <message>
-        <source>%1 of %2</source>
-        <translation>%1 von %2</translation>
-    </message>
-    <message>
         <source>Please wait</source>
         <translation>Bitte warten</translation>
     </message>
@@ -605,6 +601,49 @@ Fortfahren?</translation>
     <message>
         <source>Progress: %1</source>
         <translation>Fortschritt: %1</translation>
+    </message>
+</context>
+<context>
+    <name>Kavo::Ui::ProgressText</name>
+    <message>
+        <source>waiting for the server</source>
+        <translation>wartet auf den Server</translation>
+    </message>
+    <message>
+        <source>waits for %1</source>
+        <translation>wartet auf %1</translation>
+    </message>
+    <message>
+        <source>en</source>
+        <comment>code of the language that these texts are in</comment>
+        <translation>de</translation>
+    </message>
+    <message>
+        <source>%1 of %2 %3</source>
+        <comment>bytes so far, all bytes, unit</comment>
+        <translation>%1 von %2 %3</translation>
+    </message>
+    <message>
+        <source>less than a minute left</source>
+        <translation>noch weniger als eine Minute</translation>
+    </message>
+    <message>
+        <source>1 minute left</source>
+        <translation>noch 1 Minute</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n minutes left</source>
+        <translation>
+            <numerusform>noch %n Minute</numerusform>
+            <numerusform>noch %n Minuten</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n hours left</source>
+        <translation>
+            <numerusform>noch %n Stunde</numerusform>
+            <numerusform>noch %n Stunden</numerusform>
+        </translation>
     </message>
 </context>
 <context>

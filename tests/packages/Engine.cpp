@@ -96,7 +96,7 @@ void Engine::start()
     m_network = QSharedPointer<QNetworkAccessManager>::create();
     m_downloads = QSharedPointer<Managers::DownloadManager>::create(m_settings, m_network);
     m_controller = QSharedPointer<Controllers::PackageController>::create(
-        m_settings, m_downloads, PackageEnvironment{m_server.url({}), m_extractor});
+        m_settings, m_downloads, PackageEnvironment{m_server.url({}), m_extractor, m_clock});
 }
 
 void Engine::stop()

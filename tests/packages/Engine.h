@@ -68,6 +68,8 @@ public:
     void stop();
     /// Another 7-Zip for the next start().
     void setExtractor(const QString &program) { m_extractor = program; }
+    /// The clock of the next start().
+    void setClock(const Clock &clock) { m_clock = clock; }
 
     /// How long the waits below last at most: long enough for a loaded machine, short enough to
     /// fail before the test is ended from outside. In milliseconds.
@@ -113,6 +115,7 @@ private:
     TestHttpServer m_server;
     QList<QJsonObject> m_catalogue;
     QString m_extractor;
+    Clock m_clock = steadyClock();
     int m_patience = 30000;
     QSharedPointer<Settings> m_settings;
     QSharedPointer<QNetworkAccessManager> m_network;

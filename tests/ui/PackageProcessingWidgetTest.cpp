@@ -20,7 +20,6 @@ private slots:
     void errorShowsItsText();
     void errorModeShowsTheTextLastSet();
     void textOfAnErrorIsPlain();
-    void progressIsToldInReadableUnits();
 
 private:
     bool animates(const PackageProcessingWidget &panel) const
@@ -122,20 +121,6 @@ void PackageProcessingWidgetTest::textOfAnErrorIsPlain()
 {
     const PackageProcessingWidget panel;
     QCOMPARE(child<QLabel>(panel, "ProcessingMessage")->textFormat(), Qt::PlainText);
-}
-
-void PackageProcessingWidgetTest::progressIsToldInReadableUnits()
-{
-    PackageProcessingWidget panel;
-    const auto *progress = child<QLabel>(panel, "ProcessingProgress");
-    QVERIFY(progress->isHidden());
-    panel.setProgress(1536, 80LL * 1024 * 1024);
-    QVERIFY(!progress->isHidden());
-    QCOMPARE(progress->text(), QStringLiteral("1.50 KB of 80.00 MB"));
-    panel.setProgress(1536, 0);
-    QCOMPARE(progress->text(), QStringLiteral("1.50 KB"));
-    panel.clearProgress();
-    QVERIFY(progress->isHidden());
 }
 
 KAVO_TEST_MAIN(PackageProcessingWidgetTest)

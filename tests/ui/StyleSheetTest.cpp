@@ -22,7 +22,7 @@ const QMap<QString, QStringList> Grounds{
     {QStringLiteral("#PackageInstalled"), {QStringLiteral("#PackageWidget")}},
     {QStringLiteral("#PackageAvailable"), {QStringLiteral("#PackageWidget")}},
     {QStringLiteral("#ProcessingMessage"), {QStringLiteral("#PackageContainer")}},
-    {QStringLiteral("#ProcessingProgress"), {QStringLiteral("#PackageDetailTitleBar")}},
+    {QStringLiteral("#DetailProgress"), {QStringLiteral("#PackageDetailTitleBar")}},
     {QStringLiteral("#SidebarCaption"), {QStringLiteral("#PackageSidebar")}},
     {QStringLiteral("QTabBar::tab"), {QStringLiteral("#PackageDetail"), QStringLiteral("QDialog")}},
     {QStringLiteral("#FactLabel"), {QStringLiteral("#PackageDetailInfoWidget")}},
