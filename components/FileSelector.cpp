@@ -2,11 +2,11 @@
 
 #include "components/Buttons.h"
 #include "components/IconFont.h"
+#include "components/PathField.h"
 
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
 
@@ -22,14 +22,13 @@ FileSelector::FileSelector(int mode, QWidget *parent)
     : StyledWidget(QStringLiteral("FileSelector"), parent)
     , m_mode(mode)
     , m_caption(new QLabel(this))
-    , m_value(new QLineEdit(this))
+    , m_value(new PathField(this))
     , m_browse(makeButton(QStringLiteral("FileSelectorBrowse"), tr("Browse"),
                           iconFont()->icon(OpenFolderGlyph, darkIconOptions()), this))
 {
     m_caption->setObjectName(QStringLiteral("FileSelectorCaption"));
     m_caption->setMinimumWidth(72);
     m_value->setObjectName(QStringLiteral("FileSelectorValue"));
-    m_value->setEnabled(false);
     m_value->setAccessibleName(tr("Path"));
     connect(m_browse, &QPushButton::clicked, this, &FileSelector::browse);
 
@@ -53,7 +52,7 @@ void FileSelector::setLabel(const QString &text)
 
 void FileSelector::setValue(const QString &text)
 {
-    m_value->setText(text);
+    m_value->setPath(text);
 }
 
 void FileSelector::browse()

@@ -3,10 +3,11 @@
 #include "components/StyledWidget.h"
 
 class QLabel;
-class QLineEdit;
 class QPushButton;
 
 namespace Kavo::Components {
+
+class PathField;
 
 /// A path with a caption and a button to choose another one.
 class FileSelector final : public StyledWidget
@@ -36,7 +37,7 @@ private:
 
     int m_mode;
     QLabel *m_caption;
-    QLineEdit *m_value;
+    PathField *m_value;
     QPushButton *m_browse;
 };
 

@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTextDocument>
 #include <QTimer>
 
 using namespace Kavo::Testing;
@@ -51,6 +52,8 @@ private slots:
     void widgetsHaveTheirLook();
     void captionIsHiddenWithoutText();
     void setValueEmitsNothing();
+    void toolTipHasAllOfThePath();
+    void longPathLosesItsMiddle();
     void folderModeOffersFoldersOnly();
     void fileModeOffersFiles();
     void modeCanBeChanged();
@@ -88,6 +91,38 @@ void FileSelectorTest::setValueEmitsNothing()
     selector.setValue(QStringLiteral("/some/folder/"));
     QCOMPARE(valueOf(selector), QStringLiteral("/some/folder/"));
     QCOMPARE(changed.count(), 0);
+}
+
+void FileSelectorTest::toolTipHasAllOfThePath()
+{
+    FileSelector selector(FileSelector::ChooseFolder);
+    const auto *field = child<QLineEdit>(selector, "FileSelectorValue");
+    selector.setValue(QStringLiteral("/some/folder/"));
+    QCOMPARE(field->toolTip(), QStringLiteral("/some/folder/"));
+    const QString likeMarkup = QStringLiteral("/some/<b>folder</b>/");
+    selector.setValue(likeMarkup);
+    QTextDocument tip;
+    tip.setHtml(field->toolTip());
+    QCOMPARE(tip.toPlainText(), likeMarkup);
+}
+
+void FileSelectorTest::longPathLosesItsMiddle()
+{
+    const auto picture = [](const QString &path) {
+        FileSelector selector(FileSelector::ChooseFolder);
+        selector.setFixedWidth(400);
+        selector.setValue(path);
+        selector.show();
+        return child<QLineEdit>(selector, "FileSelectorValue")->grab().toImage();
+    };
+    const QString middle = QStringLiteral("middle/").repeated(40);
+    const QImage whole = picture(QStringLiteral("/beginning/") + middle + QStringLiteral("end/"));
+    QCOMPARE(picture(QStringLiteral("/other/") + middle + QStringLiteral("end/")) == whole, false);
+    QCOMPARE(picture(QStringLiteral("/beginning/") + middle + QStringLiteral("els/")) == whole,
+             false);
+    // Nobody sees how long it is.
+    QCOMPARE(picture(QStringLiteral("/beginning/") + middle + middle + QStringLiteral("end/")),
+             whole);
 }
 
 void FileSelectorTest::folderModeOffersFoldersOnly()
