@@ -56,6 +56,8 @@ void Carousel::setImages(const QStringList &urls)
     m_fetches.reset(new QObject);
     m_urls = urls;
     m_pictures = QVector<QPixmap>(urls.size());
+    m_previous->setVisible(urls.size() > 1);
+    m_next->setVisible(urls.size() > 1);
     if (!urls.isEmpty())
         showImage(0);
 }

@@ -30,7 +30,8 @@ public:
     explicit Carousel(const QSharedPointer<Managers::DownloadManager> &downloads,
                       QWidget *parent = nullptr);
 
-    /// Replaces the list and shows its first picture. An empty list leaves on screen what is there.
+    /// Replaces the list and shows its first picture. An empty list leaves that on screen which is
+    /// there. The buttons are there where there is more than one picture.
     void setImages(const QStringList &urls);
 
     /// Shows one picture; both ends wrap around.

@@ -33,6 +33,7 @@ private slots:
     void cleanup();
 
     void buttonsHaveTheirLook();
+    void buttonsNeedASecondPicture();
     void firstPictureIsShown();
     void nextAndPreviousWrapAround();
     void indexBeyondEitherEndWrapsAround();
@@ -112,6 +113,20 @@ void CarouselTest::buttonsHaveTheirLook()
     QVERIFY(!label().hasScaledContents());
     QVERIFY(label().testAttribute(Qt::WA_TranslucentBackground));
     QVERIFY(label().alignment().testFlag(Qt::AlignHCenter));
+}
+
+void CarouselTest::buttonsNeedASecondPicture()
+{
+    const auto *previous = child<QPushButton>(*m_carousel, "CarouselPrevious");
+    const auto *next = child<QPushButton>(*m_carousel, "CarouselNext");
+    const QStringList three = threePictures();
+    for (int count = 1; count <= 3; ++count) {
+        m_carousel->setImages(three.mid(0, count));
+        QCOMPARE(previous->isVisible(), count > 1);
+        QCOMPARE(next->isVisible(), count > 1);
+    }
+    m_carousel->setImages(three.mid(2));
+    QVERIFY(!next->isVisible());
 }
 
 void CarouselTest::firstPictureIsShown()
