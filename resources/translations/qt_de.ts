@@ -58,7 +58,7 @@
     </message>
     <message>
         <source>Preserve</source>
-        <translation>Aufbewahrung</translation>
+        <translation>Bewahrte Dateien</translation>
     </message>
 </context>
 <context>
@@ -88,7 +88,7 @@
     </message>
     <message>
         <source>Preserve</source>
-        <translation>Aufbewahrung</translation>
+        <translation>Bewahrte Dateien</translation>
     </message>
     <message>
         <source>Backup</source>
@@ -483,7 +483,7 @@ Fortfahren?</translation>
     </message>
     <message>
         <source>Download Error</source>
-        <translation>Übertragungsfehler</translation>
+        <translation>Download-Fehler</translation>
     </message>
     <message>
         <source>Downloading failed for package : </source>
@@ -576,7 +576,7 @@ Fortfahren?</translation>
     </message>
     <message>
         <source>Download Error</source>
-        <translation>Übertragungsfehler</translation>
+        <translation>Download-Fehler</translation>
     </message>
     <message>
         <source>Dependency Error</source>

@@ -235,7 +235,7 @@ void TranslationTest::textsOfTheCardFit_data()
     row("Wird installiert", Package::INSTALLING);
     row("Wird deinstalliert", Package::UNINSTALLING);
     row("Installationsfehler", Package::INSTALL_ERROR);
-    row("Übertragungsfehler", Package::DOWNLOAD_ERROR);
+    row("Download-Fehler", Package::DOWNLOAD_ERROR);
     row("Abhängigkeitsfehler", Package::DEPENDENCY_ERROR);
 }
 
