@@ -1,13 +1,17 @@
 #include "dialogs/MessageBoxes.h"
 
+#include "components/ObjectNameStyle.h"
 #include "dialogs/FittingMessageBox.h"
 
+#include <QAbstractButton>
 #include <QLabel>
 #include <QPointer>
 
 namespace Kavo::Dialogs {
 
 namespace {
+
+constexpr QMessageBox::StandardButtons YesOrNo = QMessageBox::Yes | QMessageBox::No;
 
 QPointer<QMessageBox> makeBox(QWidget *parent, QMessageBox::Icon icon, const QString &title,
                               const QString &text, Qt::TextFormat format,
@@ -48,8 +52,14 @@ void showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, 
 bool confirm(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text,
              Qt::TextFormat format)
 {
-    const auto buttons = QMessageBox::Yes | QMessageBox::No;
-    return run(makeBox(parent, icon, title, text, format, buttons)) == QMessageBox::Yes;
+    return run(makeBox(parent, icon, title, text, format, YesOrNo)) == QMessageBox::Yes;
+}
+
+bool confirmLoss(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text)
+{
+    const auto box = makeBox(parent, icon, title, text, Qt::PlainText, YesOrNo);
+    Components::restyle(*box->button(QMessageBox::Yes), QStringLiteral("DestroyingYes"));
+    return run(box) == QMessageBox::Yes;
 }
 
 } // namespace Kavo::Dialogs

@@ -23,4 +23,8 @@ void showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, 
 bool confirm(QWidget *parent, QMessageBox::Icon icon, const QString &title, const QString &text,
              Qt::TextFormat format = Qt::PlainText);
 
+/// The same about what cannot be undone: its Yes is red.
+bool confirmLoss(QWidget *parent, QMessageBox::Icon icon, const QString &title,
+                 const QString &text);
+
 } // namespace Kavo::Dialogs

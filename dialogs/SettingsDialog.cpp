@@ -106,9 +106,9 @@ void SettingsDialog::commit()
 
 bool SettingsDialog::confirmNewInstallation()
 {
-    const bool confirmed = confirm(this, QMessageBox::Warning, QString(),
-                                   tr("X-Plane path has been changed\n\nProceeding will reset "
-                                      "cache & databases. Continue ?"));
+    const bool confirmed = confirmLoss(this, QMessageBox::Warning, QString(),
+                                       tr("X-Plane path has been changed\n\nProceeding will reset "
+                                          "cache & databases. Continue ?"));
     if (confirmed)
         m_packages->reset();
     return confirmed;

@@ -84,7 +84,7 @@ bool PackageActions::confirmRemoval(const PackageList &others)
     if (!others.isEmpty())
         text += QStringLiteral("\n\nFollowing dependent extensions will also be uninstalled\n\n") +
                 nameList(others);
-    return ask(tr("Uninstall Package"), text);
+    return Dialogs::confirmLoss(m_widget, QMessageBox::Information, tr("Uninstall Package"), text);
 }
 
 /// Tells what kept a removal from being done, or from being done as a whole.

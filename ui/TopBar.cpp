@@ -38,6 +38,8 @@ constexpr int SettingsGlyph = 0xf013;
 constexpr int ResetGlyph = 0xf0e2;
 constexpr int MaximalHeight = 75;
 constexpr int LogoHeight = 25;
+/// Besides the space between all buttons.
+constexpr int ResetGap = 16;
 
 /// Whether a program may say where its windows are. On Wayland only the compositor does.
 bool placesWindows()
@@ -164,6 +166,8 @@ void TopBar::addButtons(QHBoxLayout &layout)
     connect(settingsButton, &QPushButton::clicked, this, &TopBar::openSettings);
     layout.addWidget(settingsButton);
 
+    // It looks like its neighbours and takes everything away.
+    layout.addSpacing(ResetGap);
     QPushButton *resetButton = makeButton(ResetGlyph, tr("Reset"));
     resetButton->setToolTip(tr("Reset"));
     connect(resetButton, &QPushButton::clicked, this, &TopBar::askForReset);
@@ -205,7 +209,7 @@ void TopBar::openSettings()
 void TopBar::askForReset()
 {
     const QPointer<TopBar> self(this);
-    const bool confirmed = Dialogs::confirm(
+    const bool confirmed = Dialogs::confirmLoss(
         this, QMessageBox::Critical, tr("Reset"),
         tr("This action will reset databases and application prefrences.\n\nContinue?"));
     if (!confirmed || !self)

@@ -14,6 +14,7 @@
 
 using namespace Kavo::Testing;
 using Kavo::Dialogs::confirm;
+using Kavo::Dialogs::confirmLoss;
 using Kavo::Dialogs::showMessage;
 
 namespace {
@@ -129,6 +130,7 @@ private slots:
     void messageHasASingleOk();
     void questionHasYesAndNoWithoutDefault();
     void yesConfirms();
+    void yesThatDestroysHasItsOwnLook();
     void noDoesNot();
     void escapeAnswersNo();
     void markupInAPlainTextStandsAsItIs();
@@ -173,6 +175,28 @@ void MessageBoxesTest::yesConfirms()
     MessageBoxAnswers answers;
     answers.expect(Title, Text, QMessageBox::Yes);
     QVERIFY(confirm(nullptr, QMessageBox::Question, Title, Text));
+}
+
+void MessageBoxesTest::yesThatDestroysHasItsOwnLook()
+{
+    qApp->setStyleSheet(QStringLiteral("QMessageBox QPushButton:default { color: #112233; }"
+                                       "#DestroyingYes { color: #445566; }"));
+    const auto colorOfYes = [this](const std::function<bool()> &ask) {
+        QColor color;
+        whenOpened(this, [&color](QMessageBox &box) {
+            const QAbstractButton *yes = box.button(QMessageBox::Yes);
+            color = yes->palette().color(QPalette::ButtonText);
+            box.button(QMessageBox::Yes)->click();
+        });
+        return ask() ? color : QColor();
+    };
+    QCOMPARE(colorOfYes([] { return confirmLoss(nullptr, QMessageBox::Critical, Title, Text); }),
+             QColor(0x44, 0x55, 0x66));
+    QVERIFY(colorOfYes([] { return confirm(nullptr, QMessageBox::Question, Title, Text); }) !=
+            QColor(0x44, 0x55, 0x66));
+    qApp->setStyleSheet(QString());
+    whenOpened(this, [](QMessageBox &box) { box.button(QMessageBox::No)->click(); });
+    QVERIFY(!confirmLoss(nullptr, QMessageBox::Critical, Title, Text));
 }
 
 void MessageBoxesTest::noDoesNot()

@@ -225,6 +225,8 @@ void SettingsDialogTest::bothChangesAskTwiceAndResetTwice()
     answers.expect(QString(), Closing, QMessageBox::Ok);
     QVERIFY(quits([this] { press("SettingsOk"); }));
     QVERIFY(answers.allShown());
+    QVERIFY(answers.shown().at(0).isDestroying);
+    QVERIFY(!answers.shown().at(1).isDestroying);
     QVERIFY(!databasesExist());
     QCOMPARE(inFile("Language"), QStringLiteral("de"));
     QCOMPARE(inFile("Installation"), QStringLiteral("/other/simulator/"));

@@ -22,13 +22,15 @@ void failTest(const QString &message)
 MessageBoxAnswers::Shown record(const QMessageBox &box)
 {
     auto *defaultButton = box.defaultButton();
+    const auto *yes = box.button(QMessageBox::Yes);
     return {box.icon(),
             box.windowTitle(),
             box.text(),
             box.standardButtons(),
             defaultButton ? box.standardButton(defaultButton) : QMessageBox::NoButton,
             box.parentWidget(),
-            box.informativeText()};
+            box.informativeText(),
+            yes && yes->objectName() == QLatin1String("DestroyingYes")};
 }
 
 } // namespace

@@ -38,6 +38,7 @@ public:
         QMessageBox::StandardButton defaultButton; ///< NoButton when there is none
         QWidget *parent;                           ///< to be compared only
         QString informativeText;
+        bool isDestroying; ///< Yes is marked as the end of something
     };
 
     MessageBoxAnswers();

@@ -370,6 +370,7 @@ void PackageActionsTest::uninstallAsks()
     QVERIFY(answers.allShown());
     QCOMPARE(answers.shown().first().icon, QMessageBox::Information);
     QCOMPARE(answers.shown().first().buttons, QMessageBox::Yes | QMessageBox::No);
+    QVERIFY(answers.shown().first().isDestroying);
     QCOMPARE(state(1), Package::AVAILABLE);
     QVERIFY(!QFile::exists(m_engine->simulator(Engine::fileOf(1))));
 }

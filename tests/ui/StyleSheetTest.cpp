@@ -229,7 +229,7 @@ void StyleSheetTest::everythingPressableHasItsStates_data()
     for (const char *name :
          {"QPushButton", "#Download", "#Update", "#Uninstall", "#XPlaneButton", "#TopButton",
           "#MoreDetail", "#WindowMinimize", "#WindowMaximize", "#WindowClose", "#BackButton",
-          "#CarouselPrevious", "#CarouselNext", "#SettingsOk"})
+          "#CarouselPrevious", "#CarouselNext", "#SettingsOk", "#DestroyingYes"})
         QTest::newRow(name) << QString::fromLatin1(name);
 }
 
