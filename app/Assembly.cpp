@@ -3,6 +3,7 @@
 #include "app/EndSignals.h"
 #include "app/ProgramEnd.h"
 #include "app/SplashMessage.h"
+#include "app/WorkReport.h"
 #include "components/WindowControl.h"
 #include "core/ApplicationController.h"
 #include "core/Settings.h"
@@ -61,6 +62,7 @@ int Assembly::run()
 
     showSplashMessage(m_splash, QSplashScreen::tr("Creating UI..."));
     Ui::ApplicationWindow window(application, packages, topbar);
+    const WorkReport report(packages->installer());
     ProgramEnd end(window, *packages);
     QObject::connect(&m_endSignals, &EndSignals::requested, &end, &ProgramEnd::request);
     // One that came earlier ends nothing before there is a loop to end.

@@ -139,6 +139,7 @@ void Installer::start(const PackagePointer &package, const PackageVersionPointer
     m_works.insert(package->id(), work);
     connect(work.data(), &InstallationWork::moved, this,
             [this, weak = work.toWeakRef()] { onMoved(weak.toStrongRef()); });
+    emit began(work);
     download->announce();
     m_downloads->add(download, false);
     work->keepArchive(ArchiveClaim(m_claims, download->getPath()));
@@ -196,6 +197,7 @@ void Installer::onMoved(const InstallationWorkPointer &work)
 void Installer::onEnded(const InstallationWorkPointer &work)
 {
     m_works.remove(work->packageId());
+    emit ended(work);
     // It is the sender of the signal that tells of its end.
     m_ended.append(work);
     QMetaObject::invokeMethod(

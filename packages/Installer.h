@@ -54,6 +54,10 @@ public:
     WorkProgress progress(const Package &package) const;
 
 signals:
+    /// A package is on its way, as the first thing that is heard of it.
+    void began(const Kavo::Models::InstallationWorkPointer &work);
+    /// One is no longer on its way, and what has become of it is recorded.
+    void ended(const Kavo::Models::InstallationWorkPointer &work);
     /// A task has come to its end and is recorded; isBusy() tells whether another one has begun.
     void taskEnded();
 

@@ -686,6 +686,25 @@ Fortfahren?</translation>
     </message>
 </context>
 <context>
+    <name>Kavo::WorkReport</name>
+    <message>
+        <source>Installed : %1</source>
+        <translation>Installiert: %1</translation>
+    </message>
+    <message>
+        <source>Failed : %1</source>
+        <translation>Fehlgeschlagen: %1</translation>
+    </message>
+    <message>
+        <source>Not listed : %1</source>
+        <translation>Nicht aufgeführt: %1</translation>
+    </message>
+    <message>
+        <source>Installations have ended</source>
+        <translation>Installationen beendet</translation>
+    </message>
+</context>
+<context>
     <name>QFileDialog</name>
     <message>
         <source>Select the XPlane folder</source>
