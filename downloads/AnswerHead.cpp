@@ -23,6 +23,16 @@ bool AnswerHead::isPart() const
     return status() == 206;
 }
 
+bool AnswerHead::isUnchanged() const
+{
+    return status() == 304;
+}
+
+bool AnswerHead::isMeasuredWhole() const
+{
+    return status() == 200 && length() && !isCompressed();
+}
+
 bool AnswerHead::isErrorPage() const
 {
     return status() >= 400;
@@ -74,15 +84,23 @@ QByteArray AnswerHead::lastModified() const
     return end < 0 ? text : text.mid(end + separator.size());
 }
 
-QByteArray AnswerHead::strongTag() const
+QByteArray AnswerHead::entityTag() const
 {
+    const QByteArray weak = "W/";
     const QByteArray text = m_reply.rawHeader("ETag").trimmed();
     if (text.size() < 2 || !text.endsWith('"'))
         return QByteArray();
     // A tag may hold commas, but no quotes.
     const int begin = text.lastIndexOf('"', text.size() - 2);
-    const bool isStrong = begin == 0 || (begin > 0 && text.at(begin - 1) != '/');
-    return isStrong ? text.mid(begin) : QByteArray();
+    if (begin < 0)
+        return QByteArray();
+    return text.left(begin).endsWith(weak) ? weak + text.mid(begin) : text.mid(begin);
+}
+
+QByteArray AnswerHead::strongTag() const
+{
+    const QByteArray tag = entityTag();
+    return tag.startsWith('"') ? tag : QByteArray();
 }
 
 } // namespace Kavo::Managers

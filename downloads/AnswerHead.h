@@ -20,6 +20,10 @@ public:
     bool bringsTheFile() const;
     /// Whether the body is no more than a part of the file, as far as the server says.
     bool isPart() const;
+    /// Whether the answer is no more than that the file has not changed.
+    bool isUnchanged() const;
+    /// Whether the body is the whole file, byte for byte, and says how long it is.
+    bool isMeasuredWhole() const;
     /// Whether the body is a page that tells of an error.
     bool isErrorPage() const;
     /// Whether the server says that it does not have the part that it was asked for.
@@ -35,7 +39,9 @@ public:
 
     /// The date of the file, letter for letter as the server writes it; empty when it does not.
     QByteArray lastModified() const;
-    /// The entity tag with its quotes; empty unless it is a strong one, which no two files share
+    /// The entity tag with its quotes, and with the mark of a weak one; empty when there is none.
+    QByteArray entityTag() const;
+    /// The same; empty unless it is a strong one, which no two files share
     /// that differ in a byte.
     QByteArray strongTag() const;
 

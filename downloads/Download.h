@@ -68,6 +68,11 @@ public:
     bool isRestart() const { return m_restart; }
     void setRestart(bool restart) { m_restart = restart; }
 
+    /// Whether the server is asked each time, even when it has said for how long its answer may be
+    /// used. Only transfers that start over go by that at all.
+    bool isAlwaysAsked() const { return m_isAlwaysAsked; }
+    void setAlwaysAsked(bool asked) { m_isAlwaysAsked = asked; }
+
     /// Local file name for the address, chosen at the first call.
     QString getFileName();
 
@@ -96,6 +101,7 @@ private:
     bool m_restart;
     qint64 m_largestSize = 0;
     bool m_isHashed = false;
+    bool m_isAlwaysAsked = false;
     QByteArray m_digest;
 };
 

@@ -1,6 +1,7 @@
 #include "downloads/DownloadManager.h"
 
 #include "core/Settings.h"
+#include "downloads/AnswerCache.h"
 #include "downloads/Transfer.h"
 
 #include <QNetworkAccessManager>
@@ -30,6 +31,7 @@ DownloadManager::DownloadManager(const QSharedPointer<Settings> &settings,
     , m_database(QStringLiteral("DownloadDatabaseConnection"), QStringLiteral("download.db"))
 {
     m_database.open(QLatin1String(Schema));
+    m_network->setCache(new AnswerCache(AnswerCache::defaultFolder()));
 }
 
 DownloadManager::~DownloadManager() = default;
@@ -84,6 +86,8 @@ void DownloadManager::remove(const DownloadPointer &download)
 void DownloadManager::clear()
 {
     m_database.removeFile();
+    if (QAbstractNetworkCache *cache = m_network->cache())
+        cache->clear();
 }
 
 void DownloadManager::watchIdleness(const DownloadPointer &download)

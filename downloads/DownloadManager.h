@@ -25,7 +25,8 @@ namespace Kavo::Managers {
 /// The manager has no signals: callers create a download, hand it in and follow its own signals.
 /// Every idle download starts at once; the network access manager's limit of connections to one
 /// host is the only throttle. Nothing is persisted but the files: a later run resumes from what
-/// lies in the cache folder. Main thread.
+/// lies in the cache folder, and need not fetch again what starts over and has not changed
+/// (AnswerCache). Main thread.
 class DownloadManager final : public QObject
 {
     Q_OBJECT
@@ -33,8 +34,9 @@ class DownloadManager final : public QObject
 public:
     using DownloadPointer = QSharedPointer<Models::Download>;
 
-    /// Copies the cache folder from the settings, makes sure that it exists and opens
-    /// "download.db". A folder or database that cannot be made is logged at most.
+    /// Copies the cache folder from the settings, makes sure that it exists, opens "download.db"
+    /// and gives the network access manager its cache. A folder or database that cannot be made
+    /// is logged at most.
     DownloadManager(const QSharedPointer<Settings> &settings,
                     const QSharedPointer<QNetworkAccessManager> &network,
                     QObject *parent = nullptr);
@@ -56,7 +58,8 @@ public:
     /// Takes a download out of the queue without stopping it.
     void remove(const DownloadPointer &download);
 
-    /// Deletes the database file; it is made anew at the next start of the program.
+    /// Deletes the database file, which is made anew at the next start of the program, and what
+    /// is kept of the servers' answers.
     void clear();
 
 private:

@@ -1,6 +1,7 @@
 #include "downloads/Transfer.h"
 
 #include "core/Log.h"
+#include "downloads/AnswerCache.h"
 #include "downloads/AnswerHead.h"
 
 #include <QNetworkAccessManager>
@@ -34,13 +35,22 @@ Transfer::Transfer(QNetworkAccessManager &network, const QSharedPointer<Download
 
 void Transfer::start()
 {
+    QNetworkRequest &request = *m_download->getRequest();
+    // What is worth it is kept by us, when it has come whole.
+    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
     if (m_download->isRestart()) {
+        request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
+                             QNetworkRequest::PreferNetwork);
         follow(PartialFile::Plan::Restart);
         return;
     }
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
+                         QNetworkRequest::AlwaysNetwork);
+    // Otherwise Qt would have all caches on the way passed over.
+    request.setRawHeader("Cache-Control", "no-transform");
     // The length of a compressed answer is not that of the file, and a part of one cannot be
     // resumed.
-    m_download->getRequest()->setRawHeader(AcceptEncoding, "identity");
+    request.setRawHeader(AcceptEncoding, "identity");
     sendProbe();
 }
 
@@ -191,6 +201,8 @@ void Transfer::writeBody()
     while ((received = m_reply->read(m_buffer.data(), m_buffer.size())) > 0) {
         if (isWanted)
             m_file.append(m_buffer.constData(), received);
+        if (m_download->isRestart())
+            m_checksum.add(m_buffer.constData(), received);
         m_receivedBytes += received;
     }
     // Progress is reported every now and then only, so that bytes before a pause would not show.
@@ -221,13 +233,35 @@ void Transfer::giveUp()
 
 void Transfer::onProgress(qint64 bytesTotal)
 {
+    if (isLostInCache())
+        return;
     if (m_download->getFileSize() == 0)
         m_download->setFileSize(bytesTotal);
     m_download->setCurrentSize(m_file.size());
 }
 
+/// Whether the body that has not changed is to be had no more: the cache has found it damaged.
+bool Transfer::isLostInCache() const
+{
+    return AnswerHead(*m_reply).isUnchanged() && !m_hasPassedCache &&
+           m_reply->error() == QNetworkReply::NoError;
+}
+
+void Transfer::passCache()
+{
+    m_hasPassedCache = true;
+    m_reply->deleteLater();
+    m_download->getRequest()->setAttribute(QNetworkRequest::CacheLoadControlAttribute,
+                                           QNetworkRequest::AlwaysNetwork);
+    requestBody();
+}
+
 void Transfer::onFinished()
 {
+    if (isLostInCache()) {
+        passCache();
+        return;
+    }
     writeBody();
     if (isCutShort())
         reportError(QStringLiteral("Connection closed"));
@@ -239,6 +273,7 @@ void Transfer::onFinished()
         m_download->setDigest(m_file.digest());
     m_file.settle(!m_hasFailed && m_file.lostBytes() == 0);
     reportLoss();
+    keepForLater();
     // The length of a page is not that of the file, and the error says why that is not whole.
     if (!answer.isErrorPage() && !m_hasGivenUp)
         logShortfall(present);
@@ -277,6 +312,19 @@ void Transfer::reportLoss()
     // An error is told once.
     if (!std::exchange(m_hasFailed, true))
         m_download->fail(loss);
+}
+
+/// Spares the next start the body, when it is one that is fetched whole each time.
+void Transfer::keepForLater() const
+{
+    const AnswerHead answer(*m_reply);
+    auto *cache = qobject_cast<AnswerCache *>(m_network.cache());
+    if (!cache || m_hasFailed || !m_download->isRestart() || !answer.isMeasuredWhole() ||
+        answer.length() != m_receivedBytes)
+        return;
+    cache->keep(*m_reply, m_download->getPath(), m_checksum.result(),
+                m_download->isAlwaysAsked() ? AnswerCache::Asking::Always
+                                            : AnswerCache::Asking::WhenStale);
 }
 
 void Transfer::logShortfall(qint64 present) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "downloads/BodyChecksum.h"
 #include "downloads/Download.h"
 #include "downloads/PartialFile.h"
 
@@ -18,6 +19,9 @@ class AnswerHead;
 ///
 ///     resumable:  HEAD -> compare with the file on disk -> GET of what is missing -> Finished
 ///     restart:    remove the file -> GET -> Finished
+///
+/// What starts over may come from the answers that the network access manager keeps (AnswerCache);
+/// what is resumable neither comes from there nor goes there.
 ///
 /// A rest that does not follow on what is there costs that: the transfer goes on with the whole.
 ///
@@ -61,9 +65,12 @@ private:
     bool isTooLarge(qint64 size) const;
     void giveUp();
     void onProgress(qint64 bytesTotal);
+    bool isLostInCache() const;
+    void passCache();
     void onFinished();
     bool isCutShort() const;
     void reportLoss();
+    void keepForLater() const;
     void logShortfall(qint64 present) const;
     void reportError(const QString &text);
 
@@ -75,6 +82,8 @@ private:
     qint64 m_receivedBytes = 0;
     bool m_hasFailed = false; ///< an error of the GET was reported
     bool m_hasGivenUp = false;
+    bool m_hasPassedCache = false; ///< asked again without what the cache knows
+    BodyChecksum m_checksum;
 };
 
 } // namespace Kavo::Managers

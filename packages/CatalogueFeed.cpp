@@ -52,6 +52,8 @@ void CatalogueFeed::requestFromServer()
 {
     const auto download = QSharedPointer<Download>::create(m_server + fileName(), true, true);
     download->setLargestSize(m_largestSize);
+    // Who refreshes wants to know what the server has now.
+    download->setAlwaysAsked(true);
     connect(download.data(), &Download::error, this,
             [this, source = download.data()](const QString &message) {
                 // The transfer still comes to its end, but there is no catalogue in it.

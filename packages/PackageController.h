@@ -82,7 +82,8 @@ public:
     /// How far the package is, should it be on its way. Changes in the course of time alone.
     Models::WorkProgress progress(const Models::PackagePointer &package) const;
 
-    /// Deletes the database of installed packages and that of downloads. Files stay.
+    /// Deletes the database of installed packages, that of downloads and what is kept of the
+    /// servers' answers. Files stay.
     void reset();
     /// Has the list shown.
     void showList();

@@ -126,11 +126,27 @@ bool HttpConnection::isUnchanged() const
     return known == httpDate(m_resource.lastModified);
 }
 
+/// Whether the client asks for the file only in case that it is another than it has.
+bool HttpConnection::isKnown() const
+{
+    if (!m_resource.knowsWhatIsUnchanged)
+        return false;
+    if (m_request.hasHeader("If-None-Match"))
+        return m_request.header("If-None-Match") == m_resource.entityTag;
+    return m_request.header("If-Modified-Since") == httpDate(m_resource.lastModified);
+}
+
 void HttpConnection::prepareGet()
 {
     if (!m_resource.redirect.isEmpty()) {
         m_answer.status = 302;
         m_answer.headers += headerLine("Location", m_resource.redirect);
+        return;
+    }
+    if (isKnown()) {
+        m_answer.status = 304;
+        m_answer.announcesLength = false;
+        addValidators();
         return;
     }
     m_answer.status = m_resource.getStatus.value_or(200);

@@ -45,6 +45,7 @@ private:
     void prepareGet();
     void addValidators();
     bool isUnchanged() const;
+    bool isKnown() const;
     void prepareRange();
     void compress();
     void sendHead();

@@ -40,6 +40,9 @@ struct HttpResource
     bool compresses = false;          ///< GET answers in gzip when the request accepts it
     bool compressesUnasked = false;   ///< GET answers in gzip whatever the request accepts
 
+    /// GET answers 304 to who has the file as it is now, by its tag or else by its date.
+    bool knowsWhatIsUnchanged = false;
+
     // Ranges.
     bool ignoresRange = false;      ///< 200 and the whole body
     bool refusesRange = false;      ///< 416 with a page as its body

@@ -1,0 +1,156 @@
+#include "downloads/AnswerCache.h"
+
+#include "core/Log.h"
+#include "core/RegularFile.h"
+#include "downloads/AnswerHead.h"
+#include "downloads/BodyChecksum.h"
+#include "downloads/Freshness.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QNetworkReply>
+#include <QScopedPointer>
+#include <QStandardPaths>
+
+namespace Kavo::Managers {
+
+namespace {
+
+constexpr qint64 LargestSize = Q_INT64_C(256) * 1024 * 1024;
+/// A larger body would hold up the event loop while it is copied.
+constexpr qint64 LargestBody = Q_INT64_C(64) * 1024 * 1024;
+
+/// What an entry tells of itself beside what the server told.
+constexpr auto ChecksumAttribute = QNetworkRequest::User;
+constexpr auto AlwaysAskedAttribute =
+    static_cast<QNetworkRequest::Attribute>(QNetworkRequest::User + 1);
+
+/// What is needed to ask again and to give the body out. The type of the body is left out: Qt would
+/// compress texts, which takes longer than to fetch them.
+QNetworkCacheMetaData::RawHeaderList headersToKeep(const QNetworkReply &answer)
+{
+    const AnswerHead head(answer);
+    QNetworkCacheMetaData::RawHeaderList headers{
+        {"Content-Length", QByteArray::number(head.length().value_or(0))}};
+    if (!head.entityTag().isEmpty())
+        headers.append({"ETag", head.entityTag()});
+    if (!head.lastModified().isEmpty())
+        headers.append({"Last-Modified", head.lastModified()});
+    return headers;
+}
+
+/// Of what Qt gives out; mostly without a copy.
+QByteArray contentOf(QIODevice &body)
+{
+    const auto *buffer = qobject_cast<QBuffer *>(&body);
+    return buffer ? buffer->data() : body.peek(body.size());
+}
+
+} // namespace
+
+QString AnswerCache::defaultFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::CacheLocation) +
+           QStringLiteral("/http/");
+}
+
+AnswerCache::AnswerCache(const QString &folder, QObject *parent)
+    : QNetworkDiskCache(parent)
+    , m_trim(folder, LargestSize, this)
+{
+    setMaximumCacheSize(LargestSize);
+    setCacheDirectory(folder);
+}
+
+void AnswerCache::keep(const QNetworkReply &answer, const QString &file, const QByteArray &checksum,
+                       Asking asking)
+{
+    if (answer.attribute(QNetworkRequest::SourceIsFromCacheAttribute).toBool())
+        return;
+    // What is there is of an earlier state of the file.
+    remove(answer.url());
+    const Freshness freshness(answer);
+    QFile source(file);
+    if (!m_isWritable || !freshness.mayBeKept() || !openRegular(source, QIODevice::ReadOnly) ||
+        source.size() > LargestBody || !m_trim.hasRoomFor(source.size()))
+        return;
+    const QByteArray body = source.readAll();
+    // Qt never comes to the end of an empty one.
+    if (body.isEmpty() || BodyChecksum::of(body) != checksum)
+        return;
+
+    QNetworkCacheMetaData head;
+    head.setUrl(answer.url());
+    head.setSaveToDisk(true);
+    head.setRawHeaders(headersToKeep(answer));
+    head.setLastModified(answer.header(QNetworkRequest::LastModifiedHeader).toDateTime());
+    if (asking == Asking::WhenStale)
+        head.setExpirationDate(freshness.expiration());
+    head.setAttributes({{QNetworkRequest::HttpStatusCodeAttribute, 200},
+                        {QNetworkRequest::HttpReasonPhraseAttribute, QByteArray("OK")},
+                        {ChecksumAttribute, checksum},
+                        {AlwaysAskedAttribute, asking == Asking::Always}});
+    insertBody(head, body);
+}
+
+void AnswerCache::insertBody(const QNetworkCacheMetaData &head, const QByteArray &body)
+{
+    auto *entry = qobject_cast<QFile *>(prepare(head));
+    if (!entry) {
+        // One line is enough for thousands of pictures.
+        m_isWritable = false;
+        logLine(QStringLiteral("Cache cannot be written : ") + cacheDirectory());
+        return;
+    }
+    if (entry->write(body) != body.size() || !entry->flush()) {
+        remove(head.url());
+        return;
+    }
+    m_trim.add(entry->size());
+    insert(entry);
+}
+
+QIODevice *AnswerCache::data(const QUrl &url)
+{
+    QScopedPointer<QIODevice> body(QNetworkDiskCache::data(url));
+    if (!body)
+        return nullptr;
+    const QByteArray checksum = metaData(url).attributes().value(ChecksumAttribute).toByteArray();
+    if (BodyChecksum::of(contentOf(*body)) == checksum)
+        return body.take();
+    logLine(QStringLiteral("Cache is damaged : ") + url.toString());
+    body.reset();
+    remove(url);
+    return nullptr;
+}
+
+/// Comes with each answer that nothing has changed. Qt would write the entry anew because of its
+/// date; but only a time until which the server need not be asked is worth that.
+void AnswerCache::updateMetaData(const QNetworkCacheMetaData &told)
+{
+    QNetworkCacheMetaData head = metaData(told.url());
+    const bool isAlwaysAsked = head.attributes().value(AlwaysAskedAttribute).toBool();
+    const QDateTime expiration = told.expirationDate();
+    if (!head.isValid() || isAlwaysAsked || !told.saveToDisk() || !expiration.isValid() ||
+        expiration <= QDateTime::currentDateTimeUtc())
+        return;
+    const QScopedPointer<QIODevice> body(data(told.url()));
+    if (!body)
+        return;
+    head.setExpirationDate(expiration);
+    if (m_isWritable)
+        insertBody(head, body->readAll());
+}
+
+void AnswerCache::clear()
+{
+    m_trim.clear();
+}
+
+/// Qt would walk through all files at once, now and whenever there are too many.
+qint64 AnswerCache::expire()
+{
+    return 0;
+}
+
+} // namespace Kavo::Managers

@@ -1,0 +1,71 @@
+#include "downloads/Freshness.h"
+
+#include "downloads/AnswerHead.h"
+
+#include <QHash>
+#include <QLocale>
+#include <QNetworkReply>
+
+namespace Kavo::Managers {
+
+namespace {
+
+using Directives = QHash<QByteArray, QByteArray>;
+
+/// The parts of a Cache-Control header, in small letters.
+Directives directivesOf(const QNetworkReply &answer)
+{
+    Directives directives;
+    const QList<QByteArray> parts = answer.rawHeader("Cache-Control").toLower().split(',');
+    for (const QByteArray &part : parts) {
+        const int equals = part.indexOf('=');
+        if (equals < 0)
+            directives.insert(part.trimmed(), QByteArray());
+        else
+            directives.insert(part.left(equals).trimmed(),
+                              part.mid(equals + 1).replace('"', "").trimmed());
+    }
+    return directives;
+}
+
+QDateTime httpDate(const QByteArray &text)
+{
+    QDateTime date = QLocale::c().toDateTime(QString::fromLatin1(text.trimmed()),
+                                             QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
+    date.setTimeSpec(Qt::UTC);
+    return date;
+}
+
+/// Not valid when the server tells no such time.
+QDateTime expirationOf(const QNetworkReply &answer, const Directives &directives)
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    if (!directives.contains("max-age"))
+        return httpDate(answer.rawHeader("Expires"));
+    bool isNumber = false;
+    const qint64 lifetime = directives.value("max-age").toLongLong(&isNumber);
+    // Some of it may have passed in another cache on the way.
+    const qint64 rest = lifetime - answer.rawHeader("Age").trimmed().toLongLong();
+    constexpr qint64 Longest = 365 * 24 * 3600;
+    return isNumber ? now.addSecs(qMin(rest, Longest)) : QDateTime();
+}
+
+} // namespace
+
+Freshness::Freshness(const QNetworkReply &answer)
+{
+    const Directives directives = directivesOf(answer);
+    if (directives.contains("no-store") || answer.rawHeader("Vary").contains('*'))
+        return;
+    // After a redirect the head may hold lines of both answers.
+    const bool isRedirected = answer.url() != answer.request().url();
+    if (!isRedirected && !directives.contains("no-cache"))
+        m_expiration = expirationOf(answer, directives);
+    if (m_expiration <= QDateTime::currentDateTimeUtc())
+        m_expiration = QDateTime();
+    const AnswerHead head(answer);
+    m_mayBeKept = m_expiration.isValid() || !head.entityTag().isEmpty() ||
+                  answer.header(QNetworkRequest::LastModifiedHeader).toDateTime().isValid();
+}
+
+} // namespace Kavo::Managers

@@ -1,0 +1,541 @@
+#include "downloads/AnswerCache.h"
+#include "tests/downloads/DownloadEvents.h"
+#include "tests/downloads/DownloadSetup.h"
+#include "tests/support/Archives.h"
+#include "tests/support/FullDisk.h"
+#include "tests/support/TestMain.h"
+#include "tests/support/WithoutRights.h"
+
+#include <QDirIterator>
+
+#include <memory>
+
+using Kavo::Managers::AnswerCache;
+using Kavo::Models::Download;
+using namespace Kavo::Testing;
+
+/// What of the servers' answers is kept from one start of the program to the next, and what is made
+/// of it.
+class AnswerCacheTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void serverIsAskedWhetherItHasChanged_data();
+    void serverIsAskedWhetherItHasChanged();
+    void changedFileIsFetched();
+    void emptyFileComesAgain();
+    void freshAnswerIsNotAskedFor();
+    void answerThatIsNotFreshIsAskedFor_data();
+    void answerThatIsNotFreshIsAskedFor();
+    void answerBecomesFreshAgain();
+    void whatIsAlwaysAskedIsAsked();
+    void answersThatAreNotKept_data();
+    void answersThatAreNotKept();
+    void archivesAreNeitherKeptNorRead();
+    void archiveOfAnAddressThatIsKeptComesFromTheServer();
+    void redirectedFileIsKept();
+    void bodyThatIsCutIsNotKept_data();
+    void bodyThatIsCutIsNotKept();
+    void fetchesOfOneAddressAtTheSameTime();
+    void failureOfOneFetchHurtsNoOther();
+    void unchangedForNobody();
+
+    void damagedEntryIsFetchedAnew_data();
+    void damagedEntryIsFetchedAnew();
+    void foreignFilesAreNoEntries();
+    void folderThatCannotBeMade();
+    void folderThatCannotBeWritten();
+    void fullDisk();
+    void fullDiskWhileTheTimeIsWritten();
+    void resetClearsIt();
+
+private:
+    static QByteArray picture() { return HttpResource::generated(0, 50000); }
+    static QString folder() { return AnswerCache::defaultFolder(); }
+    QString url(const char *path) const { return server().url(QString::fromLatin1(path)); }
+    TestHttpServer &server() const { return m_setup->server(); }
+    HttpResource &serve(const QByteArray &body) const;
+    /// The files with what is kept.
+    static QStringList entries();
+    /// Fetches the file as the next start of the program does, and compares it.
+    void fetch(const QByteArray &body);
+    void fetchFrom(const QString &address, const QByteArray &body);
+    int requests() const { return server().requests().size(); }
+
+    QScopedPointer<DownloadSetup> m_setup;
+};
+
+void AnswerCacheTest::init()
+{
+    m_setup.reset(new DownloadSetup);
+}
+
+void AnswerCacheTest::cleanup()
+{
+    m_setup.reset();
+}
+
+HttpResource &AnswerCacheTest::serve(const QByteArray &body) const
+{
+    HttpResource &resource = server().serve(QStringLiteral("/icon.png"), body);
+    resource.knowsWhatIsUnchanged = true;
+    return resource;
+}
+
+QStringList AnswerCacheTest::entries()
+{
+    QStringList found;
+    QDirIterator files(folder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        found.append(files.next());
+    return found;
+}
+
+void AnswerCacheTest::fetch(const QByteArray &body)
+{
+    fetchFrom(url("/icon.png"), body);
+}
+
+void AnswerCacheTest::fetchFrom(const QString &address, const QByteArray &body)
+{
+    m_setup->restartManager();
+    const auto download = DownloadSetup::restart(address);
+    DownloadEvents events(download);
+    m_setup->manager().add(download, false);
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(events.list(), restartEvents(body.size(), download->getPath()));
+    QVERIFY(readFile(download->getPath()) == body);
+    QVERIFY(m_setup->manager().find(address).isNull());
+}
+
+void AnswerCacheTest::serverIsAskedWhetherItHasChanged_data()
+{
+    QTest::addColumn<QByteArray>("tag");
+    QTest::addColumn<QByteArray>("header");
+    QTest::newRow("tag") << QByteArray("\"one\"") << QByteArray("If-None-Match");
+    QTest::newRow("weak tag") << QByteArray("W/\"one\"") << QByteArray("If-None-Match");
+    QTest::newRow("date") << QByteArray() << QByteArray("If-Modified-Since");
+}
+
+void AnswerCacheTest::serverIsAskedWhetherItHasChanged()
+{
+    QFETCH(QByteArray, tag);
+    QFETCH(QByteArray, header);
+    serve(picture()).entityTag = tag;
+    fetch(picture());
+    QVERIFY(!server().requests().last().hasHeader(header));
+    for (int start = 2; start < 5; ++start) {
+        fetch(picture());
+        QCOMPARE(requests(), start);
+        QVERIFY(server().requests().last().hasHeader(header));
+        QVERIFY(!server().requests().last().hasHeader("Cache-Control"));
+    }
+    QCOMPARE(m_setup->log().lines(), QStringList());
+    QCOMPARE(entries().size(), 1);
+}
+
+void AnswerCacheTest::changedFileIsFetched()
+{
+    serve(picture()).entityTag = "\"one\"";
+    fetch(picture());
+    serve("another").entityTag = "\"two\"";
+    fetch("another");
+    fetch("another");
+    QCOMPARE(requests(), 3);
+    QCOMPARE(server().requests().last().header("If-None-Match"), QByteArray("\"two\""));
+    QCOMPARE(entries().size(), 1);
+}
+
+void AnswerCacheTest::emptyFileComesAgain()
+{
+    serve("").entityTag = "\"none\"";
+    for (int start = 0; start < 3; ++start) {
+        m_setup->restartManager();
+        const auto download = DownloadSetup::restart(url("/icon.png"));
+        DownloadEvents events(download);
+        m_setup->manager().add(download, false);
+        QVERIFY(events.waitForFinished());
+        QVERIFY(!events.list().contains(QStringLiteral("error Server Error")));
+        QCOMPARE(QFileInfo(download->getPath()).size(), 0);
+    }
+}
+
+void AnswerCacheTest::freshAnswerIsNotAskedFor()
+{
+    serve(picture()).headers = {{"Cache-Control", "public, max-age=3600"}};
+    fetch(picture());
+    fetch(picture());
+    fetch(picture());
+    QCOMPARE(requests(), 1);
+    QCOMPARE(m_setup->log().lines(), QStringList());
+}
+
+void AnswerCacheTest::answerThatIsNotFreshIsAskedFor_data()
+{
+    using Headers = QList<QPair<QByteArray, QByteArray>>;
+    QTest::addColumn<Headers>("headers");
+    QTest::newRow("nothing said") << Headers();
+    QTest::newRow("no time") << Headers{{"Cache-Control", "max-age=0"}};
+    QTest::newRow("no number") << Headers{{"Cache-Control", "max-age=long"}};
+    QTest::newRow("to be asked for") << Headers{{"Cache-Control", "no-cache, max-age=3600"}};
+    QTest::newRow("old already") << Headers{{"Cache-Control", "max-age=60"}, {"Age", "61"}};
+    QTest::newRow("expired") << Headers{{"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}};
+    QTest::newRow("no date") << Headers{{"Expires", "0"}};
+}
+
+void AnswerCacheTest::answerThatIsNotFreshIsAskedFor()
+{
+    using Headers = QList<QPair<QByteArray, QByteArray>>;
+    QFETCH(Headers, headers);
+    serve(picture()).headers = headers;
+    fetch(picture());
+    fetch(picture());
+    QCOMPARE(requests(), 2);
+    QVERIFY(server().requests().last().hasHeader("If-Modified-Since"));
+}
+
+void AnswerCacheTest::answerBecomesFreshAgain()
+{
+    serve(picture()).headers = {{"Cache-Control", "max-age=0"}};
+    fetch(picture());
+    server().resource(QStringLiteral("/icon.png")).headers = {{"Cache-Control", "max-age=3600"}};
+    fetch(picture());
+    QCOMPARE(requests(), 2);
+    fetch(picture());
+    fetch(picture());
+    QCOMPARE(requests(), 2);
+}
+
+void AnswerCacheTest::whatIsAlwaysAskedIsAsked()
+{
+    serve(picture()).headers = {{"Cache-Control", "max-age=3600"}};
+    for (int start = 1; start < 5; ++start) {
+        m_setup->restartManager();
+        const auto download = DownloadSetup::restart(url("/icon.png"));
+        download->setAlwaysAsked(true);
+        DownloadEvents events(download);
+        m_setup->manager().add(download, false);
+        QVERIFY(events.waitForFinished());
+        QVERIFY(readFile(download->getPath()) == picture());
+        QCOMPARE(requests(), start);
+        QCOMPARE(server().requests().last().hasHeader("If-Modified-Since"), start > 1);
+    }
+}
+
+void AnswerCacheTest::answersThatAreNotKept_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("value");
+    QTest::newRow("not to be stored") << QByteArray("Cache-Control") << QByteArray("No-Store");
+    QTest::newRow("different each time") << QByteArray("Vary") << QByteArray("*");
+}
+
+void AnswerCacheTest::answersThatAreNotKept()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(QByteArray, value);
+    serve(picture());
+    fetch(picture());
+    QCOMPARE(entries().size(), 1);
+    // What was kept before goes, too.
+    serve("another").lastModified = QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
+    server().resource(QStringLiteral("/icon.png")).headers = {{name, value}};
+    fetch("another");
+    QCOMPARE(entries(), QStringList());
+}
+
+void AnswerCacheTest::archivesAreNeitherKeptNorRead()
+{
+    serve(picture()).entityTag = "\"one\"";
+    for (int start = 0; start < 2; ++start) {
+        const auto download = DownloadSetup::resumable(url("/icon.png"));
+        DownloadEvents events(download);
+        m_setup->manager().add(download, false);
+        QVERIFY(events.waitForFinished());
+        QVERIFY(QFile::remove(download->getPath()));
+    }
+    QCOMPARE(entries(), QStringList());
+    QCOMPARE(requests(), 4);
+    QVERIFY(!server().requests().last().hasHeader("If-None-Match"));
+    QCOMPARE(server().requests().last().header("Cache-Control"), QByteArray("no-transform"));
+    QVERIFY(!server().requests().last().hasHeader("Pragma"));
+}
+
+void AnswerCacheTest::archiveOfAnAddressThatIsKeptComesFromTheServer()
+{
+    HttpResource &resource = serve(picture());
+    resource.entityTag = "\"one\"";
+    resource.headers = {{"Cache-Control", "max-age=3600"}};
+    fetch(picture());
+    QVERIFY(QFile::remove(m_setup->path(QStringLiteral("icon.png"))));
+    server().forgetRequests();
+    const auto download = DownloadSetup::resumable(url("/icon.png"));
+    DownloadEvents events(download);
+    m_setup->manager().add(download, false);
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(server().log(),
+             QStringList({QStringLiteral("HEAD /icon.png"), QStringLiteral("GET /icon.png")}));
+    QVERIFY(!server().requests().last().hasHeader("If-None-Match"));
+    QVERIFY(readFile(download->getPath()) == picture());
+    QCOMPARE(entries().size(), 1);
+}
+
+void AnswerCacheTest::redirectedFileIsKept()
+{
+    serve(picture()).headers = {{"Cache-Control", "max-age=3600"}};
+    HttpResource &old = server().serve(QStringLiteral("/old"), QByteArray());
+    old.redirect = url("/icon.png").toLatin1();
+    old.headers = {{"Cache-Control", "max-age=3600"}};
+    fetchFrom(url("/old"), picture());
+    fetchFrom(url("/old"), picture());
+    QCOMPARE(server().requests(QStringLiteral("/old")).size(), 2);
+    const QList<HttpRequest> asked = server().requests(QStringLiteral("/icon.png"));
+    QCOMPARE(asked.size(), 2);
+    QVERIFY(asked.last().hasHeader("If-Modified-Since"));
+}
+
+void AnswerCacheTest::bodyThatIsCutIsNotKept_data()
+{
+    QTest::addColumn<bool>("chunked");
+    QTest::addColumn<bool>("withoutLength");
+    QTest::addColumn<bool>("compressed");
+    QTest::addColumn<int>("cut");
+    for (const int cut : {0, 1, 1000, 49999}) {
+        const auto row = [cut](const char *kind) -> QTestData & {
+            return QTest::addRow("%s after %d", kind, cut);
+        };
+        row("with a length") << false << false << false << cut;
+        row("in chunks") << true << false << false << cut;
+        row("until the connection ends") << false << true << false << cut;
+        row("compressed") << false << false << true << cut / 100;
+        row("compressed in chunks") << true << false << true << cut / 100;
+    }
+}
+
+void AnswerCacheTest::bodyThatIsCutIsNotKept()
+{
+    QFETCH(bool, chunked);
+    QFETCH(bool, withoutLength);
+    QFETCH(bool, compressed);
+    QFETCH(int, cut);
+    HttpResource &resource = serve(picture());
+    resource.entityTag = "\"one\"";
+    resource.chunked = chunked;
+    resource.getWithoutLength = withoutLength;
+    resource.compresses = compressed;
+    resource.cutAfter = cut;
+    {
+        const auto download = DownloadSetup::restart(url("/icon.png"));
+        DownloadEvents events(download);
+        m_setup->manager().add(download, false);
+        QVERIFY(events.waitForFinished());
+    }
+    QCOMPARE(entries(), QStringList());
+    serve(picture()).entityTag = "\"one\"";
+    fetch(picture());
+    QVERIFY(!server().requests().last().hasHeader("If-None-Match"));
+}
+
+void AnswerCacheTest::fetchesOfOneAddressAtTheSameTime()
+{
+    serve(picture()).holdAfter = 20000;
+    std::vector<std::unique_ptr<DownloadEvents>> events;
+    for (int number = 0; number < 6; ++number) {
+        const auto download = DownloadSetup::restart(url("/icon.png"));
+        events.push_back(std::make_unique<DownloadEvents>(download));
+        m_setup->manager().add(download, false);
+    }
+    QVERIFY(server().waitForRequests(6));
+    server().release(QStringLiteral("/icon.png"));
+    for (const auto &each : events)
+        QVERIFY(each->waitForFinished());
+    fetch(picture());
+    QCOMPARE(requests(), 7);
+    QVERIFY(server().requests().last().hasHeader("If-Modified-Since"));
+    QCOMPARE(entries().size(), 1);
+}
+
+void AnswerCacheTest::failureOfOneFetchHurtsNoOther()
+{
+    HttpResource &resource = serve(picture());
+    resource.holdAfter = 20000;
+    const auto slow = DownloadSetup::restart(url("/icon.png"));
+    DownloadEvents slowEvents(slow);
+    m_setup->manager().add(slow, false);
+    QTRY_COMPARE(QFileInfo(m_setup->path(QStringLiteral("icon.png"))).size(), 20000);
+    resource.holdAfter.reset();
+    resource.resetAfter = 30000;
+    const auto failing = DownloadSetup::restart(url("/icon.png"));
+    DownloadEvents failingEvents(failing);
+    m_setup->manager().add(failing, false);
+    QVERIFY(failingEvents.waitForFinished());
+    QVERIFY(failingEvents.list().contains(QStringLiteral("error Server Error")));
+    QCOMPARE(entries(), QStringList());
+    server().release(QStringLiteral("/icon.png"));
+    QVERIFY(slowEvents.waitForFinished());
+    QCOMPARE(entries().size(), 1);
+    serve(picture());
+    fetch(picture());
+    QVERIFY(server().requests().last().hasHeader("If-Modified-Since"));
+}
+
+/// Some servers say so to those who have not asked.
+void AnswerCacheTest::unchangedForNobody()
+{
+    serve(QByteArray()).getStatus = 304;
+    const auto download = DownloadSetup::restart(url("/icon.png"));
+    DownloadEvents events(download);
+    m_setup->manager().add(download, false);
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(requests(), 2);
+    QCOMPARE(entries(), QStringList());
+}
+
+void AnswerCacheTest::damagedEntryIsFetchedAnew_data()
+{
+    QTest::addColumn<QByteArray>("control");
+    QTest::addColumn<QString>("damage");
+    for (const QByteArray control : {"max-age=0", "max-age=3600"}) {
+        for (const char *damage : {"cut", "nothing left", "head only", "longer", "changed byte",
+                                   "changed last byte", "garbage", "folder"})
+            QTest::addRow("%s, %s", control.constData(), damage)
+                << control << QString::fromLatin1(damage);
+    }
+}
+
+void AnswerCacheTest::damagedEntryIsFetchedAnew()
+{
+    QFETCH(QByteArray, control);
+    QFETCH(QString, damage);
+    HttpResource &resource = serve(picture());
+    resource.entityTag = "\"one\"";
+    resource.headers = {{"Cache-Control", control}};
+    fetch(picture());
+    QCOMPARE(entries().size(), 1);
+    const QString entry = entries().first();
+    QByteArray content = readFile(entry);
+    if (damage == QLatin1String("cut"))
+        content.chop(1);
+    else if (damage == QLatin1String("nothing left"))
+        content.clear();
+    else if (damage == QLatin1String("head only"))
+        content.chop(picture().size());
+    else if (damage == QLatin1String("longer"))
+        content.append('x');
+    else if (damage == QLatin1String("changed byte"))
+        content[content.size() - 20000] = static_cast<char>(content.at(content.size() - 20000) + 1);
+    else if (damage == QLatin1String("changed last byte"))
+        content[content.size() - 1] = static_cast<char>(content.at(content.size() - 1) ^ 64);
+    else
+        content = HttpResource::generated(7, content.size());
+    QVERIFY(QFile::remove(entry));
+    if (damage == QLatin1String("folder"))
+        QVERIFY(QDir().mkpath(entry));
+    else
+        QVERIFY(writeFile(entry, content));
+    const int before = requests();
+    fetch(picture());
+    QVERIFY(requests() > before);
+    QVERIFY(requests() <= before + 2);
+    if (damage == QLatin1String("folder"))
+        return;
+    // It is kept again.
+    server().forgetRequests();
+    fetch(picture());
+    QCOMPARE(requests(), control == "max-age=0" ? 1 : 0);
+}
+
+void AnswerCacheTest::foreignFilesAreNoEntries()
+{
+    serve(picture()).headers = {{"Cache-Control", "max-age=3600"}};
+    fetch(picture());
+    QVERIFY(writeFile(folder() + QStringLiteral("notes.txt"), "of the user"));
+    fetch(picture());
+    m_setup->manager().clear();
+    QCOMPARE(entries(), QStringList(folder() + QStringLiteral("notes.txt")));
+}
+
+void AnswerCacheTest::folderThatCannotBeMade()
+{
+    QVERIFY(QDir(folder()).removeRecursively());
+    const QString place = folder().chopped(1);
+    QVERIFY(writeFile(place, "in the way"));
+    serve(picture()).headers = {{"Cache-Control", "max-age=3600"}};
+    fetch(picture());
+    fetch(picture());
+    QCOMPARE(requests(), 2);
+    QCOMPARE(readFile(place), QByteArray("in the way"));
+}
+
+void AnswerCacheTest::folderThatCannotBeWritten()
+{
+    HttpResource &resource = serve(picture());
+    resource.entityTag = "\"one\"";
+    fetch(picture());
+    letEverybodyWrite(QFileInfo(m_setup->profile().home()).path());
+    const QStringList before = entries();
+    QDirIterator folders(folder(), QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (folders.hasNext())
+        setMode(folders.next(), 0555);
+    {
+        const WithoutRights nobody;
+        fetch(picture());
+        QCOMPARE(server().requests().last().header("If-None-Match"), QByteArray("\"one\""));
+        serve("another").entityTag = "\"two\"";
+        fetch("another");
+        fetch("another");
+        server().serve(QStringLiteral("/other.png"), "other");
+        fetchFrom(url("/other.png"), "other");
+    }
+    QCOMPARE(entries(), before);
+    letEverybodyWrite(QFileInfo(m_setup->profile().home()).path());
+}
+
+void AnswerCacheTest::fullDisk()
+{
+    serve(picture()).entityTag = "\"one\"";
+    // The file itself fits, which is smaller than the file with the head of its answer.
+    for (const int room : {50000, 50010, 50100}) {
+        {
+            const FullDisk disk(static_cast<rlim_t>(room));
+            fetch(picture());
+        }
+        QCOMPARE(entries(), QStringList());
+    }
+    fetch(picture());
+    QCOMPARE(entries().size(), 1);
+    QVERIFY(!server().requests().last().hasHeader("If-None-Match"));
+}
+
+void AnswerCacheTest::fullDiskWhileTheTimeIsWritten()
+{
+    serve(picture()).entityTag = "\"one\"";
+    fetch(picture());
+    server().resource(QStringLiteral("/icon.png")).headers = {{"Cache-Control", "max-age=3600"}};
+    {
+        const FullDisk disk(50000);
+        fetch(picture());
+    }
+    fetch(picture());
+    fetch(picture());
+}
+
+void AnswerCacheTest::resetClearsIt()
+{
+    serve(picture());
+    server().serve(QStringLiteral("/other.png"), "other");
+    fetch(picture());
+    fetchFrom(url("/other.png"), "other");
+    QCOMPARE(entries().size(), 2);
+    m_setup->manager().clear();
+    QCOMPARE(entries(), QStringList());
+    fetch(picture());
+    QVERIFY(!server().requests().last().hasHeader("If-Modified-Since"));
+}
+
+KAVO_TEST_MAIN(AnswerCacheTest)
+#include "AnswerCacheTest.moc"

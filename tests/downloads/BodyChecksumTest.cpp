@@ -1,0 +1,68 @@
+#include "downloads/BodyChecksum.h"
+
+#include <QSet>
+#include <QTest>
+
+#include <random>
+
+using Kavo::Managers::BodyChecksum;
+
+class BodyChecksumTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void piecesMakeNoDifference();
+    void everyChangedBitShows();
+    void lengthShows();
+};
+
+namespace {
+
+QByteArray randomBytes(int count)
+{
+    std::mt19937 random(20);
+    QByteArray bytes(count, '\0');
+    for (char &byte : bytes)
+        byte = static_cast<char>(random() & 0xffU);
+    return bytes;
+}
+
+} // namespace
+
+void BodyChecksumTest::piecesMakeNoDifference()
+{
+    const QByteArray bytes = randomBytes(1003);
+    const QByteArray whole = BodyChecksum::of(bytes);
+    for (int size = 1; size < 40; ++size) {
+        BodyChecksum sum;
+        for (int at = 0; at < bytes.size(); at += size)
+            sum.add(bytes.constData() + at, qMin(size, bytes.size() - at));
+        QCOMPARE(sum.result(), whole);
+        QCOMPARE(sum.result(), whole);
+    }
+}
+
+void BodyChecksumTest::everyChangedBitShows()
+{
+    QByteArray bytes = randomBytes(103);
+    QSet<QByteArray> sums{BodyChecksum::of(bytes)};
+    for (int bit = 0; bit < bytes.size() * 8; ++bit) {
+        const char before = bytes.at(bit / 8);
+        bytes[bit / 8] = static_cast<char>(before ^ (1 << bit % 8));
+        sums.insert(BodyChecksum::of(bytes));
+        bytes[bit / 8] = before;
+    }
+    QCOMPARE(sums.size(), bytes.size() * 8 + 1);
+}
+
+void BodyChecksumTest::lengthShows()
+{
+    QSet<QByteArray> sums;
+    for (int length = 0; length < 100; ++length)
+        sums.insert(BodyChecksum::of(QByteArray(length, '\0')));
+    QCOMPARE(sums.size(), 100);
+}
+
+QTEST_APPLESS_MAIN(BodyChecksumTest)
+#include "BodyChecksumTest.moc"
