@@ -1,42 +1,25 @@
 #include "packages/Catalogue.h"
 
-#include "packages/DependencyEntry.h"
-
 #include <QSet>
 
 #include <algorithm>
+#include <utility>
 
 namespace Kavo::Models {
 
-namespace {
-
-QSet<int> dependencyIds(const Package &package)
+PackageList Catalogue::renew(const PackageList &packages, const CatalogueIndex &index)
 {
-    QSet<int> ids;
-    for (const PackageVersionPointer &version : package.versions()) {
-        for (const QString &entry : version->depends) {
-            // An empty entry is fatal only to those who ask about its version.
-            if (!entry.isEmpty())
-                ids.insert(DependencyEntry::parse(entry).packageId);
-        }
-    }
-    return ids;
+    m_index = index;
+    return std::exchange(m_packages, packages);
 }
-
-} // namespace
 
 void Catalogue::replace(const PackageList &packages)
 {
-    m_packages = packages;
-    m_offered = true;
-    m_positions.clear();
-    m_dependents.clear();
-    for (int position = 0; position < packages.size(); ++position) {
-        const Package &package = *packages.at(position);
-        m_positions[package.id()].append(position);
-        for (const int id : dependencyIds(package))
-            m_dependents[id].append(position);
-    }
+    CatalogueIndex index;
+    for (const PackagePointer &package : packages)
+        index.add(*package);
+    renew(packages, index);
+    offer();
 }
 
 PackagePointer Catalogue::find(int id) const
@@ -46,8 +29,8 @@ PackagePointer Catalogue::find(int id) const
 
 PackagePointer Catalogue::resolve(int id) const
 {
-    const auto found = m_positions.constFind(id);
-    return found == m_positions.cend() ? PackagePointer() : m_packages.at(found->first());
+    const QVector<int> positions = m_index.positions(id);
+    return positions.isEmpty() ? PackagePointer() : m_packages.at(positions.first());
 }
 
 PackageList Catalogue::withIds(const QVector<int> &ids) const
@@ -56,13 +39,13 @@ PackageList Catalogue::withIds(const QVector<int> &ids) const
     const QSet<int> wanted(ids.cbegin(), ids.cend());
     QVector<int> positions;
     for (const int id : wanted)
-        positions += m_positions.value(id);
+        positions += m_index.positions(id);
     return at(positions);
 }
 
 PackageList Catalogue::mentioning(int id) const
 {
-    return at(m_dependents.value(id));
+    return at(m_index.dependents(id));
 }
 
 PackageList Catalogue::at(QVector<int> positions) const

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "packages/CatalogueIndex.h"
 #include "packages/Package.h"
 
-#include <QHash>
 #include <QVector>
 
 namespace Kavo::Models {
@@ -11,7 +11,7 @@ namespace Kavo::Models {
 ///
 /// clear() empties the offer while a new catalogue is on its way. Work that is going on meanwhile
 /// can still look up what it depends on: resolve() answers from the packages that were cleared
-/// until replace() brings new ones.
+/// until new ones are taken in.
 class Catalogue final
 {
 public:
@@ -21,6 +21,12 @@ public:
     const PackageList &known() const { return m_packages; }
 
     void clear() { m_offered = false; }
+    /// Takes in new packages with their index. They are not yet on offer when nothing is. Returns
+    /// those before them.
+    PackageList renew(const PackageList &packages, const CatalogueIndex &index);
+    /// Puts on offer what was taken in.
+    void offer() { m_offered = true; }
+    /// Both at once.
     void replace(const PackageList &packages);
 
     /// First package on offer with this id, or null.
@@ -41,8 +47,7 @@ private:
     PackageList m_packages;
     PackageList m_none;
     bool m_offered = true;
-    QHash<int, QVector<int>> m_positions;  ///< id -> where its packages stand
-    QHash<int, QVector<int>> m_dependents; ///< id -> where the packages stand that name it
+    CatalogueIndex m_index;
 };
 
 } // namespace Kavo::Models

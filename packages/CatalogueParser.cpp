@@ -1,7 +1,5 @@
 #include "packages/CatalogueParser.h"
 
-#include "packages/JsonElements.h"
-
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -96,13 +94,24 @@ PackagePointer readPackage(const QJsonObject &object, const QString &language)
 
 } // namespace
 
+CatalogueParser::CatalogueParser(const QByteArray &bytes, const QString &language)
+    : m_elements(bytes)
+    , m_language(language)
+{}
+
+PackagePointer CatalogueParser::next()
+{
+    const std::optional<QJsonValue> element = m_elements.next();
+    return element ? readPackage(element->toObject(), m_language) : PackagePointer();
+}
+
 PackageList parseCatalogue(const QByteArray &bytes, const QString &language)
 {
+    CatalogueParser parser(bytes, language);
     PackageList packages;
-    const bool whole = readJsonElements(bytes, [&](const QJsonValue &element) {
-        packages.append(readPackage(element.toObject(), language));
-    });
-    return whole ? packages : PackageList();
+    while (const PackagePointer package = parser.next())
+        packages.append(package);
+    return parser.isWhole() ? packages : PackageList();
 }
 
 } // namespace Kavo::Models

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "packages/JsonElements.h"
 #include "packages/Package.h"
 
 #include <QByteArray>
@@ -7,12 +8,29 @@
 
 namespace Kavo::Models {
 
-/// Reads a catalogue file: a JSON array of package objects, texts in the given language or else in
-/// English. Every package comes out AVAILABLE with its versions newest first.
+/// Reads a catalogue file, one package after another: a JSON array of package objects, texts in the
+/// given language or else in English. Every package comes out AVAILABLE with its versions newest
+/// first.
 ///
 /// Whatever is missing or of another type reads as an empty text, 0 or an empty list; an element
-/// that is no object gives a package of defaults; a document that is no array gives no packages.
-/// Touches no file and no network; callable from any thread.
+/// that is no object gives a package of defaults. Touches no file and no network; for one thread at
+/// a time.
+class CatalogueParser final
+{
+public:
+    CatalogueParser(const QByteArray &bytes, const QString &language);
+
+    /// Null at the end and at a fault.
+    PackagePointer next();
+    /// Whether all of it was a catalogue, once next() has given null.
+    bool isWhole() const { return m_elements.isWhole(); }
+
+private:
+    JsonElements m_elements;
+    QString m_language;
+};
+
+/// All packages of a catalogue file; none when it is no array to its end.
 PackageList parseCatalogue(const QByteArray &bytes, const QString &language);
 
 } // namespace Kavo::Models

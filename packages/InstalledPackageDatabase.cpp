@@ -104,8 +104,25 @@ void InstalledPackageDatabase::writeRow(const Package &package, const QString &v
     m_file.run(write);
 }
 
-void InstalledPackageDatabase::markInstalled(const PackageList &packages,
-                                             const QSet<int> &concerned)
+void InstalledPackageDatabase::adoptVersionFiles(const PackageList &packages,
+                                                 const QSet<int> &recorded)
+{
+    if (!m_file.isOpen())
+        return;
+    const DatabaseTransaction together(m_file);
+    for (const PackagePointer &package : packages) {
+        if (recorded.contains(package->id()))
+            continue;
+        const QString version = versionFile(*package);
+        // Work may have been recorded since, or another package of the same id.
+        if (version.isEmpty() || isRecorded(*package) == true)
+            continue;
+        adopt(*package, version);
+        package->setUpdateAvailable(isOutdated(version, package->newestVersion()));
+    }
+}
+
+void InstalledPackageDatabase::applyRecords(const PackageList &packages, const QSet<int> &concerned)
 {
     if (!m_file.isOpen())
         return;
@@ -115,25 +132,30 @@ void InstalledPackageDatabase::markInstalled(const PackageList &packages,
     bool remembers = whole.has_value();
     const DatabaseTransaction together(m_file);
     for (const PackagePointer &package : packages) {
-        auto record = known.find(package->id());
-        if (record == known.end()) {
-            const QString version = adoptVersionFile(*package);
-            if (version.isEmpty())
-                continue;
-            // Another package of the same id finds the row that was just written.
-            record = known.insert(package->id(), {Package::INSTALLED, version});
-        } else if (whole && !concerned.contains(package->id())) {
-            adoptWhole(*package, whole->value(package->id()), *record);
-        }
-        if (record->status != Package::INSTALLED)
+        const auto record = known.find(package->id());
+        if (record == known.end())
             continue;
-        package->setState(Package::INSTALLED);
+        if (whole && !concerned.contains(package->id()))
+            adoptWhole(*package, whole->value(package->id()), *record);
+        // A package whose version file was taken up may have been removed since.
+        const bool isInstalled = record->status == Package::INSTALLED;
+        package->setState(isInstalled ? Package::INSTALLED : Package::AVAILABLE);
+        package->setUpdateAvailable(false);
+        if (!isInstalled)
+            continue;
         if (record->version.isEmpty())
             record->version = adoptVersionFile(*package);
         // One that cannot be written would be followed by as many as there are packages.
         remembers = remembers && rememberRecorded(*package, *record, *whole);
         package->setUpdateAvailable(isOutdated(record->version, package->newestVersion()));
     }
+}
+
+void InstalledPackageDatabase::markInstalled(const PackageList &packages,
+                                             const QSet<int> &concerned)
+{
+    adoptVersionFiles(packages, recordedIds());
+    applyRecords(packages, concerned);
 }
 
 int InstalledPackageDatabase::status(const Package &package) const
@@ -182,6 +204,17 @@ std::optional<bool> InstalledPackageDatabase::isRecorded(const Package &package)
     return query.next();
 }
 
+QSet<int> InstalledPackageDatabase::recordedIds() const
+{
+    QSet<int> ids;
+    if (!m_file.isOpen())
+        return ids;
+    const QHash<qint64, Record> known = records();
+    for (auto record = known.cbegin(); record != known.cend(); ++record)
+        ids.insert(static_cast<int>(record.key()));
+    return ids;
+}
+
 /// Every row by its package id.
 QHash<qint64, InstalledPackageDatabase::Record> InstalledPackageDatabase::records() const
 {
@@ -205,11 +238,15 @@ QString InstalledPackageDatabase::versionFile(const Package &package) const
 QString InstalledPackageDatabase::adoptVersionFile(Package &package)
 {
     const QString version = versionFile(package);
-    if (version.isEmpty())
-        return version;
+    if (!version.isEmpty())
+        adopt(package, version);
+    return version;
+}
+
+void InstalledPackageDatabase::adopt(Package &package, const QString &version)
+{
     package.setState(Package::INSTALLED);
     record(package, version);
-    return version;
 }
 
 /// Takes up that a version is still there although the row tells of later work. A row that says
@@ -218,8 +255,7 @@ void InstalledPackageDatabase::adoptWhole(Package &package, const QString &whole
 {
     if (whole.isEmpty() || known.status == Package::INSTALLED || known.status == Package::AVAILABLE)
         return;
-    package.setState(Package::INSTALLED);
-    record(package, whole);
+    adopt(package, whole);
     known = {Package::INSTALLED, whole};
 }
 

@@ -43,6 +43,15 @@ public:
     /// whole any more. On the disk when it returns.
     void forgetWhole(const Package &package);
 
+    /// The first half of markInstalled(), which reads a file for each package and may be done ahead
+    /// for some packages at a time: records what the version files of those tell that have no
+    /// record. `recorded` are the ids that are known to have one.
+    void adoptVersionFiles(const PackageList &packages, const QSet<int> &recorded);
+    /// The other half, for all packages in one go: a work that ends meanwhile would be missed.
+    void applyRecords(const PackageList &packages, const QSet<int> &concerned);
+    /// The ids that have a record.
+    QSet<int> recordedIds() const;
+
     /// For all packages of a new catalogue: those that are installed by the record or by their
     /// version file become INSTALLED and learn whether an update is there; so do those of which a
     /// version is known to be whole whatever became of later work. What the record does not say is
@@ -73,6 +82,7 @@ private:
     QString versionFile(const Package &package) const;
     void writeRow(const Package &package, const QString &version);
     QString adoptVersionFile(Package &package);
+    void adopt(Package &package, const QString &version);
     void adoptWhole(Package &package, const QString &whole, Record &known);
     bool rememberRecorded(const Package &package, const Record &known,
                           const WholeVersions::Texts &whole);

@@ -60,10 +60,18 @@ QSet<int> Installer::concerned() const
     return ids;
 }
 
+bool Installer::isConcerned(int packageId) const
+{
+    return std::any_of(m_works.cbegin(), m_works.cend(),
+                       [packageId](const InstallationWorkPointer &work) {
+                           return work->packageId() == packageId || work->needs(packageId);
+                       });
+}
+
 void Installer::showOn(const Catalogue &catalogue)
 {
     for (const InstallationWorkPointer &work : qAsConst(m_works)) {
-        if (const PackagePointer package = catalogue.find(work->packageId()))
+        if (const PackagePointer package = catalogue.resolve(work->packageId()))
             work->showBy(package);
     }
 }
@@ -136,6 +144,9 @@ void Installer::start(const PackagePointer &package, const PackageVersionPointer
     if (!version->sha256.isEmpty())
         download->setHashed(true);
     const auto work = InstallationWorkPointer::create(package, version, download, m_clock);
+    // A catalogue that came since the package was shown has an object of its own for it.
+    if (const PackagePointer current = m_catalogue.resolve(package->id()))
+        work->showBy(current);
     m_works.insert(package->id(), work);
     connect(work.data(), &InstallationWork::moved, this,
             [this, weak = work.toWeakRef()] { onMoved(weak.toStrongRef()); });

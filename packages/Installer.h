@@ -45,6 +45,8 @@ public:
 
     /// Ids of what is on its way and of what that needs.
     QSet<int> concerned() const;
+    /// Whether the id is among these.
+    bool isConcerned(int packageId) const;
 
     /// Makes new objects of the catalogue show the work that is going on.
     void showOn(const Catalogue &catalogue);

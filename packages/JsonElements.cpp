@@ -73,35 +73,58 @@ const char *endOfElement(const char *at, const char *end)
 
 } // namespace
 
+JsonElements::JsonElements(const QByteArray &bytes)
+    : m_bytes(bytes)
+    , m_at(m_bytes.constData())
+    , m_end(m_at + m_bytes.size())
+{
+    if (m_bytes.startsWith("\xef\xbb\xbf"))
+        m_at += 3;
+    m_at = skipSpace(m_at, m_end);
+    if (m_at == m_end || *m_at != '[') {
+        end(false);
+        return;
+    }
+    m_at = skipSpace(m_at + 1, m_end);
+    if (m_at != m_end && *m_at == ']')
+        end(skipSpace(m_at + 1, m_end) == m_end);
+}
+
+std::optional<QJsonValue> JsonElements::next()
+{
+    if (!m_at)
+        return std::nullopt;
+    const char *const close = endOfElement(m_at, m_end);
+    if (close == m_end || *close == '}') {
+        end(false);
+        return std::nullopt;
+    }
+    // In brackets of its own an element may be of any type, and is as deep in them as in the
+    // document.
+    m_element = '[' + QByteArray::fromRawData(m_at, static_cast<int>(close - m_at)) + ']';
+    const QJsonArray single = QJsonDocument::fromJson(m_element).array();
+    if (single.size() != 1) {
+        end(false);
+        return std::nullopt;
+    }
+    m_at = close + 1;
+    if (*close == ']')
+        end(skipSpace(m_at, m_end) == m_end);
+    return single.first();
+}
+
+void JsonElements::end(bool isWhole)
+{
+    m_isWhole = isWhole;
+    m_at = nullptr;
+}
+
 bool readJsonElements(const QByteArray &bytes, const std::function<void(const QJsonValue &)> &take)
 {
-    const char *at = bytes.constData();
-    const char *const end = at + bytes.size();
-    if (bytes.startsWith("\xef\xbb\xbf"))
-        at += 3;
-    at = skipSpace(at, end);
-    if (at == end || *at != '[')
-        return false;
-    at = skipSpace(at + 1, end);
-    if (at != end && *at == ']')
-        return skipSpace(at + 1, end) == end;
-
-    QByteArray element;
-    while (true) {
-        const char *const close = endOfElement(at, end);
-        if (close == end || *close == '}')
-            return false;
-        // In brackets of its own an element may be of any type, and is as deep in them as in the
-        // document.
-        element = '[' + QByteArray::fromRawData(at, static_cast<int>(close - at)) + ']';
-        const QJsonArray single = QJsonDocument::fromJson(element).array();
-        if (single.size() != 1)
-            return false;
-        take(single.first());
-        if (*close == ']')
-            return skipSpace(close + 1, end) == end;
-        at = close + 1;
-    }
+    JsonElements elements(bytes);
+    while (const std::optional<QJsonValue> element = elements.next())
+        take(*element);
+    return elements.isWhole();
 }
 
 } // namespace Kavo::Models

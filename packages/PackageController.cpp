@@ -4,7 +4,6 @@
 #include "core/Paths.h"
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
-#include "packages/CatalogueLoader.h"
 #include "packages/ChangeLog.h"
 #include "packages/FormerFolders.h"
 
@@ -46,10 +45,16 @@ PackageController::PackageController(const QSharedPointer<Settings> &settings,
     , m_uninstaller(m_catalogue, m_database, foldersOf(*settings))
     , m_installer(m_catalogue, m_database, downloads, {foldersOf(*settings), environment.extractor},
                   environment.clock)
+    , m_loader(m_catalogue, m_database, m_installer, m_uninstaller)
 {
-    connect(&m_feed, &Models::CatalogueFeed::available, this,
-            &PackageController::onCatalogueAvailable);
+    connect(&m_feed, &Models::CatalogueFeed::available, this, [this](const QString &path) {
+        m_loader.load(path, m_settings->current(Settings::LANGUAGE));
+    });
     connect(&m_feed, &Models::CatalogueFeed::failed, this, &PackageController::error);
+    connect(&m_loader, &Models::CatalogueLoader::loaded, this, [this] {
+        emit update();
+        emit list();
+    });
 }
 
 PackageController::~PackageController() = default;
@@ -79,11 +84,26 @@ Models::Removal PackageController::uninstall(const PackagePointer &package)
     const PackageList order = m_uninstaller.removalOrder(package);
     Models::Removal refused;
     refused.blockers = m_installer.blockers(order);
-    if (refused.blockers.isEmpty())
-        return m_uninstaller.uninstall(order);
+    if (refused.blockers.isEmpty()) {
+        const Models::Removal removal = m_uninstaller.uninstall(order);
+        showRemoved(order);
+        return removal;
+    }
     for (const PackagePointer &blocker : refused.blockers)
         logLine(QStringLiteral("Package is busy : ") + blocker->name());
     return refused;
+}
+
+/// A catalogue that came since the packages were shown has objects of its own for them.
+void PackageController::showRemoved(const PackageList &packages)
+{
+    for (const PackagePointer &package : packages) {
+        const PackagePointer current = m_catalogue.resolve(package->id());
+        if (!current || current == package || package->state() != Package::AVAILABLE)
+            continue;
+        current->setUpdateAvailable(false);
+        current->setState(Package::AVAILABLE);
+    }
 }
 
 PackageList PackageController::removedAlong(const PackagePointer &package) const
@@ -156,18 +176,6 @@ void PackageController::reset()
 
 void PackageController::showList()
 {
-    emit list();
-}
-
-void PackageController::onCatalogueAvailable(const QString &path)
-{
-    const QSet<int> concerned = m_installer.concerned();
-    m_catalogue.replace(Models::loadCatalogue(path, m_settings->current(Settings::LANGUAGE),
-                                              m_database, concerned));
-    m_installer.showOn(m_catalogue);
-    if (!m_installer.isBusy())
-        m_uninstaller.clearUp(m_catalogue.packages(), concerned);
-    emit update();
     emit list();
 }
 

@@ -2,6 +2,7 @@
 
 #include "packages/Catalogue.h"
 #include "packages/CatalogueFeed.h"
+#include "packages/CatalogueLoader.h"
 #include "packages/Dependencies.h"
 #include "packages/InstalledPackageDatabase.h"
 #include "packages/Installer.h"
@@ -37,7 +38,8 @@ public:
     /// error(); never before it has returned.
     void refresh();
 
-    /// The packages on offer, in catalogue order; none while a refresh is on its way.
+    /// The packages on offer, in catalogue order; none while a refresh is on its way, nor while its
+    /// file is taken in, unless another refresh has ended since it began.
     const Models::PackageList &packages() const { return m_catalogue.packages(); }
     static QStringList packageTypes();
     /// First package with this id, or null.
@@ -99,7 +101,7 @@ signals:
     void detail(QSharedPointer<Kavo::Models::Package> package);
 
 private:
-    void onCatalogueAvailable(const QString &path);
+    void showRemoved(const Models::PackageList &packages);
 
     QSharedPointer<Settings> m_settings;
     QSharedPointer<Managers::DownloadManager> m_downloads;
@@ -108,8 +110,9 @@ private:
     Models::Dependencies m_dependencies;
     Models::CatalogueFeed m_feed;
     Models::Uninstaller m_uninstaller;
-    /// Last, so that it goes first: its end may still have to be recorded.
+    /// Goes before all of the above: its end may still have to be recorded.
     Models::Installer m_installer;
+    Models::CatalogueLoader m_loader;
 };
 
 } // namespace Kavo::Controllers

@@ -161,21 +161,19 @@ QStringList Uninstaller::neededBackups(const Package &without, const PackageFile
     return needed;
 }
 
-void Uninstaller::clearUp(const PackageList &packages, const QSet<int> &concerned)
+bool Uninstaller::hasCopies() const
 {
-    // Almost always there is nothing, and nobody need be asked.
     const QStringList folders = QStringList{m_folders.preserve, m_folders.backup} +
                                 m_folders.formerPreserve + m_folders.formerBackup;
-    if (std::none_of(folders.cbegin(), folders.cend(), holdsFiles))
-        return;
-    for (const PackagePointer &package : packages) {
-        if (concerned.contains(package->id()))
-            continue;
-        if (package->state() == Package::INSTALLED)
-            clearUpInstalled(*package);
-        else if (package->state() == Package::AVAILABLE)
-            clearUpRemoved(*package);
-    }
+    return std::any_of(folders.cbegin(), folders.cend(), holdsFiles);
+}
+
+void Uninstaller::clearUp(const Package &package) const
+{
+    if (package.state() == Package::INSTALLED)
+        clearUpInstalled(package);
+    else if (package.state() == Package::AVAILABLE)
+        clearUpRemoved(package);
 }
 
 /// What ended suddenly may have been about to install any version.

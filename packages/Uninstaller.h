@@ -4,8 +4,6 @@
 #include "packages/PackageFiles.h"
 #include "packages/Removal.h"
 
-#include <QSet>
-
 namespace Kavo::Models {
 
 /// Takes packages out of the simulator, those that depend on them first. Main thread, synchronous.
@@ -26,11 +24,13 @@ public:
     /// simulator is not there: its files may come back with its disk.
     Removal uninstall(const PackageList &packages);
 
-    /// Takes away what a sudden end has left in the preserve and backup folders although it stands
-    /// in its place again. The backups of a package that is installed stay, and so does everything
-    /// of the ids `concerned` by work that is going on. Not while an installation runs: it may be
-    /// about to replace the very files.
-    void clearUp(const PackageList &packages, const QSet<int> &concerned);
+    /// Whether anything lies in the preserve and backup folders that clearUp() could take away.
+    bool hasCopies() const;
+    /// Takes away what a sudden end has left of a package in the preserve and backup folders
+    /// although it stands in its place again. The backups of a package that is installed stay. Not
+    /// for packages that work which is going on is about, nor while an installation runs: it may
+    /// be about to replace the very files.
+    void clearUp(const Package &package) const;
 
 private:
     void clearUpInstalled(const Package &package) const;
