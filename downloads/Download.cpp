@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QMetaMethod>
 #include <QUrl>
 
 namespace Kavo::Models {
@@ -61,6 +62,11 @@ QString Download::getFileName()
     }
     m_fileName = name;
     return m_fileName;
+}
+
+bool Download::isAwaited() const
+{
+    return isSignalConnected(QMetaMethod::fromSignal(&Download::finished));
 }
 
 void Download::announce()

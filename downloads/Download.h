@@ -73,6 +73,13 @@ public:
     bool isAlwaysAsked() const { return m_isAlwaysAsked; }
     void setAlwaysAsked(bool asked) { m_isAlwaysAsked = asked; }
 
+    /// Whether the transfer may wait for others of its host, as pictures do of which there are
+    /// thousands. One that nobody awaits any more when its turn comes is not begun.
+    bool isPatient() const { return m_isPatient; }
+    void setPatient(bool patient) { m_isPatient = patient; }
+    /// Whether anybody listens to finished().
+    bool isAwaited() const;
+
     /// Local file name for the address, chosen at the first call.
     QString getFileName();
 
@@ -102,6 +109,7 @@ private:
     qint64 m_largestSize = 0;
     bool m_isHashed = false;
     bool m_isAlwaysAsked = false;
+    bool m_isPatient = false;
     QByteArray m_digest;
 };
 

@@ -54,9 +54,33 @@ void DownloadManager::start()
     const auto idle = std::exchange(m_idle, {});
     for (const QWeakPointer<Download> &candidate : idle) {
         const DownloadPointer download = candidate.toStrongRef();
-        if (download && m_queuedIds.contains(download->getId()) &&
-            download->getProcess() == Download::Process::Idle)
+        if (!download || !m_queuedIds.contains(download->getId()) ||
+            download->getProcess() != Download::Process::Idle)
+            continue;
+        if (download->isPatient()) {
+            m_patient.append(download);
+            startPatient(PatientQueue::hostOf(*download));
+        } else {
             run(download);
+        }
+    }
+}
+
+void DownloadManager::prefer(const DownloadPointer &download, bool preferred)
+{
+    m_patient.prefer(*download, preferred);
+    startPatient(PatientQueue::hostOf(*download));
+}
+
+void DownloadManager::startPatient(const QString &host)
+{
+    while (const DownloadPointer download = m_patient.take(host)) {
+        if (download->isAwaited()) {
+            run(download);
+        } else {
+            m_patient.ended(*download);
+            remove(download);
+        }
     }
 }
 
@@ -79,6 +103,7 @@ void DownloadManager::remove(const DownloadPointer &download)
     if (found == m_queue.end())
         return;
     m_queuedIds.remove((*found)->getId());
+    m_patient.remove(**found);
     disconnect(found->data(), nullptr, this, nullptr);
     m_queue.erase(found);
 }
@@ -108,6 +133,15 @@ void DownloadManager::run(const DownloadPointer &download)
     connect(transfer, &Transfer::ended, this, [this, download] { remove(download); });
     connect(transfer, &Transfer::fileSettled, this,
             [this, file] { m_cacheFolder.endWriting(file); });
+    if (download->isPatient()) {
+        connect(transfer, &Transfer::fileSettled, this, [this, download] {
+            m_patient.ended(*download);
+            startPatient(PatientQueue::hostOf(*download));
+        });
+    } else {
+        // Where all connections are taken the next one that is free goes to these.
+        download->getRequest()->setPriority(QNetworkRequest::HighPriority);
+    }
     transfer->start();
 }
 

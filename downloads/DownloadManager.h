@@ -3,6 +3,7 @@
 #include "core/DatabaseFile.h"
 #include "downloads/CacheFolder.h"
 #include "downloads/Download.h"
+#include "downloads/PatientQueue.h"
 
 #include <QList>
 #include <QObject>
@@ -23,10 +24,11 @@ namespace Kavo::Managers {
 /// Runs every HTTP transfer of the program and keeps the queue of those not yet ended.
 ///
 /// The manager has no signals: callers create a download, hand it in and follow its own signals.
-/// Every idle download starts at once; the network access manager's limit of connections to one
-/// host is the only throttle. Nothing is persisted but the files: a later run resumes from what
-/// lies in the cache folder, and need not fetch again what starts over and has not changed
-/// (AnswerCache). Main thread.
+/// Every idle download starts at once, with the network access manager's limit of connections to
+/// one host as the only throttle, but for patient ones: a few of one host at a time, so that the
+/// others find a connection (PatientQueue). Nothing is persisted but the files: a later run resumes
+/// from what lies in the cache folder, and need not fetch again what starts over and has not
+/// changed (AnswerCache). Main thread.
 class DownloadManager final : public QObject
 {
     Q_OBJECT
@@ -49,8 +51,11 @@ public:
     /// finished() finds one.
     void add(const DownloadPointer &download, bool hold);
 
-    /// Starts every idle download; may be called any number of times.
+    /// Starts every idle download, patient ones in their turn; may be called any number of times.
     void start();
+
+    /// Has a patient download that still waits go out before the others, or among them again.
+    void prefer(const DownloadPointer &download, bool preferred);
 
     /// First queued download of this address, or null.
     DownloadPointer find(const QString &url) const;
@@ -64,6 +69,7 @@ public:
 
 private:
     void watchIdleness(const DownloadPointer &download);
+    void startPatient(const QString &host);
     void run(const DownloadPointer &download);
 
     QSharedPointer<Settings> m_settings;
@@ -74,6 +80,7 @@ private:
     QSet<QUuid> m_queuedIds;
     /// What was idle when it was last heard of.
     QVector<QWeakPointer<Models::Download>> m_idle;
+    PatientQueue m_patient;
     DatabaseFile m_database;
 };
 

@@ -23,9 +23,9 @@ class PackageWidget;
 ///
 /// A short list is filled at once. Of a long one the rows stand at once, in order and in their
 /// sizes, with the cards that the first screen shows; the others follow in short turns of the event
-/// loop, first those that are scrolled to. A card asks for its icon when it is made, so the icons
-/// come in the same order. Of a package whose card is yet to come the errors are reported here.
-/// Main thread.
+/// loop, first those that are scrolled to. A card asks for its icon when it is made, and icons of
+/// cards that are shown come first. Of a package whose card is yet to come the errors are reported
+/// here. Main thread.
 class PackageCards final : public QObject
 {
     Q_OBJECT

@@ -87,6 +87,8 @@ void PackageWidget::retire()
 {
     m_follower.reset();
     disconnect(m_package.data(), nullptr, this, nullptr);
+    if (const auto fetch = m_iconFetch.toStrongRef())
+        disconnect(fetch.data(), nullptr, this, nullptr);
 }
 
 void PackageWidget::followInTabOrder(const PackageWidget &card)
@@ -98,6 +100,19 @@ void PackageWidget::followInTabOrder(const PackageWidget &card)
 void PackageWidget::focusDetailButton()
 {
     m_detail->setFocus(Qt::OtherFocusReason);
+}
+
+/// The list shows the cards that are in sight and those close to them.
+void PackageWidget::showEvent(QShowEvent *event)
+{
+    StyledWidget::showEvent(event);
+    preferIcon(true);
+}
+
+void PackageWidget::hideEvent(QHideEvent *event)
+{
+    StyledWidget::hideEvent(event);
+    preferIcon(false);
 }
 
 void PackageWidget::buildIcon(QHBoxLayout &layout)
@@ -339,7 +354,15 @@ void PackageWidget::fetchIcon()
     // The end that follows an error brings no picture; the animation goes on.
     connect(download.data(), &Download::error, this,
             [this, source = download.data()] { disconnect(source, nullptr, this, nullptr); });
+    download->setPatient(true);
+    m_iconFetch = download;
     downloads->add(download, false);
+}
+
+void PackageWidget::preferIcon(bool preferred)
+{
+    if (const auto fetch = m_iconFetch.toStrongRef())
+        m_controller->downloadManager()->prefer(fetch, preferred);
 }
 
 void PackageWidget::showIcon(Download &download, const QString &path)

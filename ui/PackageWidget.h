@@ -5,6 +5,7 @@
 
 #include <QScopedPointer>
 #include <QSharedPointer>
+#include <QWeakPointer>
 
 class QHBoxLayout;
 class QLabel;
@@ -28,7 +29,7 @@ namespace Kavo::Ui {
 class ProgressFollower;
 
 /// The card of one package in the list. It follows the package's state and progress and fetches its
-/// icon.
+/// icon, before those of others while it is shown.
 class PackageWidget final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -45,6 +46,10 @@ public:
     void followInTabOrder(const PackageWidget &card);
     /// Gives the keyboard to the button that opens the package.
     void focusDetailButton();
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
     struct Look
@@ -77,10 +82,12 @@ private:
     void setDownloadedSize(qint64 size);
 
     void fetchIcon();
+    void preferIcon(bool preferred);
     void showIcon(Models::Download &download, const QString &path);
 
     QSharedPointer<Controllers::PackageController> m_controller;
     Models::PackagePointer m_package;
+    QWeakPointer<Models::Download> m_iconFetch;
     QLabel *m_icon = nullptr;
     QLabel *m_installed = nullptr;
     QLabel *m_available = nullptr;
