@@ -1,6 +1,7 @@
 #include "benchmarks/CardWindow.h"
 
 #include "benchmarks/CatalogueMaker.h"
+#include "benchmarks/LoopWatch.h"
 #include "benchmarks/Measure.h"
 #include "benchmarks/Process.h"
 #include "components/IconFont.h"
@@ -14,6 +15,7 @@
 #include <QApplication>
 #include <QEvent>
 #include <QEventLoop>
+#include <QLabel>
 #include <QTcpServer>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -73,8 +75,12 @@ CardWindow::~CardWindow()
 
 CardWindow::Filling CardWindow::fill(int packages)
 {
-    const QString silence = QStringLiteral("http://127.0.0.1:%1/").arg(m_silence->serverPort());
-    m_engine.serveCatalogue(makeCatalogue(packages, silence));
+    return fillFrom(QStringLiteral("http://127.0.0.1:%1/").arg(m_silence->serverPort()), packages);
+}
+
+CardWindow::Filling CardWindow::fillFrom(const QString &server, int packages)
+{
+    m_engine.serveCatalogue(makeCatalogue(packages, server));
     m_filling = {};
     m_start = 0;
 
@@ -97,8 +103,12 @@ CardWindow::Filling CardWindow::fill(int packages)
         m_filling.memory = processStatus("VmRSS:") - m_memoryStart;
         loop.quit();
     });
+    LoopWatch watch;
+    watch.begin();
     m_engine.controller().refresh();
     loop.exec();
+    watch.end();
+    m_filling.refreshHold = watch.longest();
     // A short list is complete before it has been painted.
     while (m_filling.firstScreen == 0)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
@@ -120,6 +130,27 @@ void CardWindow::empty()
 WidgetList &CardWindow::list() const
 {
     return *m_window->findChild<WidgetList *>(QStringLiteral("PackageList"));
+}
+
+qint64 CardWindow::waitForIconsInSight() const
+{
+    const auto showsIcon = [this](int row) {
+        const QWidget *card = list().rowWidget(row);
+        const auto *icon =
+            card ? card->findChild<QLabel *>(QStringLiteral("PackageIcon")) : nullptr;
+        return icon && !icon->pixmap(Qt::ReturnByValue).isNull() && !icon->movie();
+    };
+    const auto areThere = [this, &showsIcon] {
+        const auto [first, last] = list().visibleRows();
+        for (int row = first; row <= last; ++row) {
+            if (!showsIcon(row))
+                return false;
+        }
+        return true;
+    };
+    while (!areThere())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    return wallTime() - m_start;
 }
 
 bool CardWindow::eventFilter(QObject *watched, QEvent *event)

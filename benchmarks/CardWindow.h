@@ -16,8 +16,8 @@ class WidgetList;
 
 namespace Kavo::Benchmarks {
 
-/// The package list in a shown window of the program's size, with its fonts and style sheet. The
-/// icons of the cards are asked for at a server that never answers.
+/// The package list in a shown window of the program's size, with its fonts and style sheet. Unless
+/// told otherwise the icons of the cards are asked for at a server that never answers.
 class CardWindow final : public QObject
 {
     Q_OBJECT
@@ -30,6 +30,7 @@ public:
         qint64 firstScreen = 0;   ///< until every card that is to be seen has been painted
         qint64 processorTime = 0; ///< until all cards are there
         qint64 longestHold = 0;   ///< of the event loop, until all cards are there
+        qint64 refreshHold = 0;   ///< the same from the order to refresh on
         qint64 memory = 0;        ///< when all cards are there
     };
 
@@ -39,10 +40,16 @@ public:
     /// Fetches a catalogue of so many packages and ends when all cards are there. The cards of the
     /// catalogue before are replaced, which takes longer than filling an empty list.
     Filling fill(int packages);
+    /// The same with icons and archives on this server.
+    Filling fillFrom(const QString &server, int packages);
     /// Fetches an empty catalogue and ends when the last card is deleted.
     void empty();
 
     Components::WidgetList &list() const;
+    Engine &engine() { return m_engine; }
+    /// Runs the event loop until every card that is to be seen shows its icon. Returns the time
+    /// since the last `update`, in microseconds.
+    qint64 waitForIconsInSight() const;
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

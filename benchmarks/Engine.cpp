@@ -33,8 +33,10 @@ void writeFile(const QString &path, const QByteArray &bytes)
 /// Nothing of the real account may be touched.
 void moveAccount(const QString &home)
 {
-    for (const char *name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
+    for (const char *name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"})
         qputenv(name, home.toLocal8Bit());
+    // It would be the folder of the data otherwise, which goes at each start.
+    qputenv("XDG_CACHE_HOME", home.toLocal8Bit() + "/.cache");
     QCoreApplication::setOrganizationName(QStringLiteral("Quarnell"));
     QCoreApplication::setApplicationName(QStringLiteral("Kavo Suite"));
 }

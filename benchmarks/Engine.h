@@ -17,6 +17,7 @@ public:
     Engine(const QString &workFolder, const QString &address);
 
     Controllers::PackageController &controller() { return *m_controller; }
+    QNetworkAccessManager &network() { return *m_network; }
     Models::PackagePointer package(int id) const { return m_controller->findPackage(id); }
     /// Path of an entry of the simulator's folder.
     QString simulator(const QString &entry) const;

@@ -4,13 +4,10 @@
 // microseconds, and at the end "held" and the longest time that the event loop was held during as
 // many further installations.
 //
-// For that a timer of 1 ms ticks in them. What passes between two ticks beyond that millisecond,
-// less the time that the thread was ready to run but others had the processors, is the loop's own
-// doing.
-//
 //     bench_installation WORK_FOLDER ADDRESS ARCHIVE PAIRS listed|alone
 
 #include "benchmarks/Engine.h"
+#include "benchmarks/LoopWatch.h"
 #include "benchmarks/Measure.h"
 #include "benchmarks/Process.h"
 
@@ -38,53 +35,6 @@ qint64 microseconds(Clock::duration duration)
     return std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
 }
 
-/// How long this thread has waited for a processor since it began, in microseconds.
-qint64 waitedForProcessor()
-{
-    QFile file(QStringLiteral("/proc/thread-self/schedstat"));
-    file.open(QIODevice::ReadOnly);
-    return file.readAll().split(' ').value(1).toLongLong() / 1000;
-}
-
-/// Watches how long the event loop of this thread is held at most.
-class LoopWatch final : public QObject
-{
-public:
-    LoopWatch()
-    {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        connect(&m_timer, &QTimer::timeout, this, &LoopWatch::tick);
-    }
-
-    void begin()
-    {
-        m_last = Clock::now();
-        m_waited = waitedForProcessor();
-        m_timer.start(1);
-    }
-    void end()
-    {
-        tick();
-        m_timer.stop();
-    }
-    qint64 longest() const { return m_longest; }
-
-private:
-    void tick()
-    {
-        const Clock::time_point now = Clock::now();
-        const qint64 waited = waitedForProcessor();
-        m_longest = qMax(m_longest, microseconds(now - m_last) - 1000 - (waited - m_waited));
-        m_last = now;
-        m_waited = waited;
-    }
-
-    QTimer m_timer;
-    Clock::time_point m_last;
-    qint64 m_waited = 0;
-    qint64 m_longest = 0;
-};
-
 QByteArray catalogue(const QString &link)
 {
     const QJsonObject install{{QStringLiteral("extract"), QStringLiteral("Custom Scenery/New")}};
@@ -97,7 +47,7 @@ QByteArray catalogue(const QString &link)
 }
 
 /// From the package's INSTALLING, with which its archive goes to the task, to its INSTALLED.
-qint64 install(Benchmarks::Engine &engine, LoopWatch *watch)
+qint64 install(Benchmarks::Engine &engine, Benchmarks::LoopWatch *watch)
 {
     const Models::PackagePointer package = engine.package(Id);
     QEventLoop loop;
@@ -160,7 +110,7 @@ int main(int argc, char **argv)
     Benchmarks::Engine engine(arguments.at(1), arguments.at(2));
     engine.serveCatalogue(catalogue(arguments.at(2) + name));
     engine.refresh();
-    const auto installOnce = [&](LoopWatch *watch) {
+    const auto installOnce = [&](Benchmarks::LoopWatch *watch) {
         QFile::copy(archive, engine.cacheFolder() + name);
         prepare();
         engine.package(Id)->setState(Package::AVAILABLE);
@@ -189,7 +139,7 @@ int main(int argc, char **argv)
         if (pair >= 0)
             Benchmarks::printPair(ours, reference);
     }
-    LoopWatch watch;
+    Benchmarks::LoopWatch watch;
     for (int run = 0; run < pairs; ++run)
         installOnce(&watch);
     QTextStream(stdout) << "held " << watch.longest() << '\n';

@@ -20,16 +20,22 @@ measure_refresh() {
     run_program refresh 3600 "$PAIRS" >"$on_disk/pairs"
     add_pairs "whole refresh of 3,600 packages, 500 of them installed, against parsing them" 3.0 \
         <"$on_disk/pairs"
+    add_held
+}
+
+# add_held: a row from the line "held MICROSECONDS" beside the pairs.
+add_held() {
+    local held
+    held=$(($(awk '$1 == "held" { print $2 }' "$on_disk/pairs") / 1000))
+    add_row "the event loop is held meanwhile" "$held ms" - - \
+        "at most 50 ms$( ((held <= 50)) || echo ", missed")"
 }
 
 # compare_installation SUBJECT ARCHIVE GOAL listed|alone REFERENCE
 compare_installation() {
-    local held
     run_program installation "$2" "$PAIRS" "$4" >"$on_disk/pairs"
     add_pairs "$1 against $5" "$3" <"$on_disk/pairs"
-    held=$(($(awk '$1 == "held" { print $2 }' "$on_disk/pairs") / 1000))
-    add_row "the event loop is held meanwhile" "$held ms" - - \
-        "at most 50 ms$( ((held <= 50)) || echo ", missed")"
+    add_held
 }
 
 measure_installation() {

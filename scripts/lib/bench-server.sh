@@ -3,7 +3,9 @@
 
 bench_server=
 
-# start_server: serves $on_disk/www at $disk_address and $in_memory/www at $memory_address.
+# start_server: serves $on_disk/www at $disk_address and $in_memory/www at $memory_address; the latter
+# at $logged_address, too, which writes the bytes sent and received for each request to
+# $on_disk/access.log.
 start_server() {
     local port=$((20000 + RANDOM % 20000))
     cat >"$on_disk/nginx.conf" <<CONF
@@ -22,6 +24,8 @@ http {
   scgi_temp_path tmp/s;
   server { listen 127.0.0.1:$port; root www; }
   server { listen 127.0.0.1:$((port + 1)); root "$in_memory/www"; }
+  log_format bytes '\$bytes_sent \$request_length';
+  server { listen 127.0.0.1:$((port + 2)); root "$in_memory/www"; access_log access.log bytes; }
 }
 CONF
     # From its folder: the name of that may mean something to nginx.
@@ -29,6 +33,7 @@ CONF
     bench_server=$!
     disk_address=http://127.0.0.1:$port/
     memory_address=http://127.0.0.1:$((port + 1))/
+    logged_address=http://127.0.0.1:$((port + 2))/
     wait_for 10 "the web server" curl --silent --output /dev/null "$disk_address"
 }
 

@@ -34,25 +34,79 @@ measure_long_list() {
     local -a figures
     run_program long_list 3600 >"$on_disk/figures"
     mapfile -t figures <"$on_disk/figures"
-    ((${#figures[@]} == 6)) || die "nothing was measured of the long list"
+    ((${#figures[@]} == 7)) || die "nothing was measured of the long list"
     add_limit "the event loop is held while 100 cards are made at once" "${figures[0]}" 50 1000 ms
     add_limit "the event loop is held while a list of 3,600 fills" "${figures[1]}" 50 1000 ms
     add_limit "the event loop is held while its cards are replaced" "${figures[2]}" 50 1000 ms
+    add_limit "the event loop is held in the whole refresh before that" "${figures[6]}" 50 1000 ms
     add_limit "memory of a card" "${figures[3]}" 64 1024 KiB
     add_limit "idle window, 3,600 cards whose icons never come, of a core" "${figures[4]}" 5 1000 %
     add_limit "a step of scrolling through 3,600 cards, 99th percentile" "${figures[5]}" 16 1000 ms
 }
 
+# At 200 ms an icon. The time to the archive is that of the request, which takes no longer than without
+# icons.
+measure_icons() {
+    local -a figures
+    run_program icons 3600 200 >"$on_disk/figures"
+    mapfile -t figures <"$on_disk/figures"
+    ((${#figures[@]} == 3)) || die "nothing was measured of the icons"
+    add_limit "icons of the first screen of 3,600 cards, 200 ms an icon" "${figures[0]}" 2000 1000 ms
+    add_limit "icons in the middle of the list after scrolling there" "${figures[1]}" 2000 1000 ms
+    add_limit "an order to install until the archive is asked for meanwhile" "${figures[2]}" 50 1000 ms
+}
+
+# visit: starts the program until all icons are there; prints what that costs the server: requests,
+# bytes sent and bytes received.
+visit() {
+    : >"$on_disk/access.log"
+    in_account "$BENCH_PROGRAMS/bench_visit" run "$logged_address" 3600 >/dev/null 2>&1 ||
+        die "the program has failed"
+    awk '{ ++requests; sent += $1; received += $2 } END { print requests, sent, received }' \
+        "$on_disk/access.log"
+}
+
+measure_visits() {
+    local -a first second
+    rm -rf "${on_disk:?}/home"
+    make_account
+    "$BENCH_PROGRAMS/bench_visit" make "$in_memory/www" "$logged_address" 3600
+    read -ra first < <(visit)
+    read -ra second < <(visit)
+    rm -rf "${in_memory:?}"/www/*
+    ((first[0] > 3600 && second[0] > 0)) || die "the server has not been asked"
+    results+=("$(awk -v first="${first[*]}" -v second="${second[*]}" 'BEGIN {
+        split(first, a); split(second, b)
+        part = 100 * b[2] / a[2]
+        printf "| bytes sent for the second start with 3,600 packages against the first | "
+        printf "%.0f KiB, %d requests of %.0f KiB | ", b[2] / 1024, b[1], b[3] / 1024
+        printf "%.0f KiB, %d requests of %.0f KiB | ", a[2] / 1024, a[1], a[3] / 1024
+        printf "%.2f %% | at most 1 %%%s |", part, (part > 1 ? ", missed" : "")
+    }')")
+    say "${results[-1]}"
+}
+
+# make_account: settings of a user who has found the simulator.
+make_account() {
+    mkdir -p "$on_disk/home/Quarnell"
+    printf '[General]\nInstallation=%s/\nLanguage=en\n' "$on_disk" \
+        >"$on_disk/home/Quarnell/Kavo Suite.ini"
+}
+
+in_account() {
+    env HOME="$on_disk/home" XDG_CONFIG_HOME="$on_disk/home" XDG_DATA_HOME="$on_disk/home" \
+        XDG_CACHE_HOME="$on_disk/home/.cache" "$@"
+}
+
 measure_start() {
-    local pair ours bare home=$on_disk/home
-    local -a account=(env HOME="$home" XDG_CONFIG_HOME="$home" XDG_DATA_HOME="$home")
-    mkdir -p "$home/Quarnell" "$on_disk/www"
+    local pair ours bare
+    mkdir -p "$on_disk/www"
     echo '[]' >"$on_disk/www/packages.json"
-    printf '[General]\nInstallation=%s/\nLanguage=en\n' "$on_disk" >"$home/Quarnell/Kavo Suite.ini"
+    make_account
     : >"$on_disk/pairs"
     for ((pair = -1; pair < PAIRS; ++pair)); do
-        ours=$("${account[@]}" "$BENCH_PROGRAMS/bench_start" program "$disk_address")
-        bare=$("${account[@]}" "$BENCH_PROGRAMS/bench_start" bare)
+        ours=$(in_account "$BENCH_PROGRAMS/bench_start" program "$disk_address")
+        bare=$(in_account "$BENCH_PROGRAMS/bench_start" bare)
         ((pair < 0)) || echo "$ours $bare" >>"$on_disk/pairs"
     done
     add_pairs "start to the window against a bare one with a line of text, processor time" 2.0 <"$on_disk/pairs"

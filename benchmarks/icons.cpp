@@ -1,0 +1,81 @@
+// What a server costs that takes its time for every icon. Prints, a line each, in microseconds: the
+// time from the list of so many packages until every card in sight has its icon, the same after
+// scrolling to the middle of the list while the other icons are on their way, and the time from an
+// order to install until the server is asked for the archive, the median of several.
+//
+//     bench_icons WORK_FOLDER ADDRESS PACKAGES MILLISECONDS
+
+#include "benchmarks/CardWindow.h"
+#include "benchmarks/CatalogueMaker.h"
+#include "benchmarks/Measure.h"
+#include "benchmarks/Process.h"
+#include "benchmarks/SlowServer.h"
+#include "components/WidgetList.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QEventLoop>
+#include <QImage>
+#include <QScrollBar>
+#include <QTextStream>
+
+#include <algorithm>
+
+using namespace Kavo::Benchmarks;
+
+namespace {
+
+QByteArray makePicture()
+{
+    QImage image(96, 96, QImage::Format_RGB32);
+    image.fill(Qt::darkGreen);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+/// Of several orders, while the icons are on their way.
+qint64 orderToArchive(CardWindow &window, SlowServer &server)
+{
+    constexpr int Orders = 9;
+    QVector<qint64> times;
+    for (int number = 0; number < Orders; ++number) {
+        QEventLoop loop;
+        QObject::connect(&server, &SlowServer::asked, &loop, &QEventLoop::quit);
+        const qint64 begin = wallTime();
+        QString version;
+        // Without dependencies to fetch along, or with: the first archive counts.
+        window.engine().controller().install(window.engine().package(1 + number), version);
+        loop.exec();
+        times.append(wallTime() - begin);
+    }
+    std::sort(times.begin(), times.end());
+    return times.at(Orders / 2);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    require(arguments.size() == 5, "wrong arguments");
+    const int packages = arguments.at(3).toInt();
+
+    SlowServer server(makePicture(), arguments.at(4).toInt());
+    CardWindow window(arguments.at(1), arguments.at(2));
+    window.fillFrom(server.address(), packages);
+    const qint64 firstScreen = window.waitForIconsInSight();
+
+    QScrollBar *bar = window.list().verticalScrollBar();
+    const qint64 begin = wallTime();
+    bar->setValue(bar->maximum() / 2);
+    window.waitForIconsInSight();
+    const qint64 middle = wallTime() - begin;
+
+    QTextStream(stdout) << firstScreen << '\n'
+                        << middle << '\n'
+                        << orderToArchive(window, server) << '\n';
+    return 0;
+}
