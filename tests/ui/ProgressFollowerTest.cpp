@@ -45,11 +45,13 @@ private slots:
     void bytesOfAServerMakeTheSpeed();
     void silentServerIsTold();
     void serverThatDoesNotEvenAnswerIsTold();
+    void answerToTheProbeIsASignOfLife();
     void timeGoesOnAfterARefresh();
     void resumedBytesAreNoSpeed();
     void waitingPackageNamesItsDependency();
     void ofSeveralTheRunningOneIsNamed();
     void packageWaitsForTheRunningOne();
+    void dependencyIsNamedRatherThanTheRunningOne();
     void nameIsShownLetterForLetter();
     void wordsGoWithAnError();
     void packageAtRestTellsNothing();
@@ -67,7 +69,7 @@ private:
     QProgressBar &bar(int row) const;
     QString told(int row) const { return bar(row).toolTip(); }
     QString page() const { return textOf(m_shown->window(), "DetailProgress"); }
-    void showGated();
+    void shutTheGate();
 
     std::unique_ptr<GatedExtractor> m_gate;
     std::unique_ptr<ShownWindow> m_shown;
@@ -121,7 +123,7 @@ QProgressBar &ProgressFollowerTest::bar(int row) const
     return *child<QProgressBar>(*m_shown->list().rowWidget(row), "PackageProgress");
 }
 
-void ProgressFollowerTest::showGated()
+void ProgressFollowerTest::shutTheGate()
 {
     m_gate = std::make_unique<GatedExtractor>(engine().profile().folder(QStringLiteral("tools")));
     engine().setExtractor(m_gate->program());
@@ -207,13 +209,25 @@ void ProgressFollowerTest::serverThatDoesNotEvenAnswerIsTold()
     QTRY_COMPARE(told(0), QStringLiteral("waiting for the server"));
     m_shown->openDetail(0);
     QCOMPARE(page(), QStringLiteral("waiting for the server"));
-    // Its answer to the probe is a sign of life.
-    engine().server().resource(archive(1)).holdsHead = false;
     engine().server().release(archive(1));
     QVERIFY(engine().waitForState(1, Package::INSTALLED));
     QVERIFY(engine().waitUntilSettled(1));
     QTRY_COMPARE(told(0), QString());
     QVERIFY(child<QLabel>(m_shown->window(), "DetailProgress")->isHidden());
+}
+
+void ProgressFollowerTest::answerToTheProbeIsASignOfLife()
+{
+    engine().offer({1});
+    engine().server().resource(archive(1)).holdsGet = true;
+    QVERIFY(open());
+    engine().install(1);
+    m_now += 10 * Second;
+    QVERIFY(engine().controller().progress(engine().package(1)).isSilent);
+    QVERIFY(engine().waitForState(1, Package::DOWNLOADING));
+    QVERIFY(!engine().controller().progress(engine().package(1)).isSilent);
+    m_now += 10 * Second;
+    QTRY_VERIFY(told(0).endsWith(QStringLiteral(", waiting for the server")));
 }
 
 void ProgressFollowerTest::timeGoesOnAfterARefresh()
@@ -283,7 +297,7 @@ void ProgressFollowerTest::waitingPackageNamesItsDependency()
 
 void ProgressFollowerTest::ofSeveralTheRunningOneIsNamed()
 {
-    showGated();
+    shutTheGate();
     offerDependant(1, {QStringLiteral("2"), QStringLiteral("3"), QStringLiteral("4")});
     for (int id = 2; id <= 4; ++id) {
         engine().offer({id});
@@ -307,7 +321,7 @@ void ProgressFollowerTest::ofSeveralTheRunningOneIsNamed()
 
 void ProgressFollowerTest::packageWaitsForTheRunningOne()
 {
-    showGated();
+    shutTheGate();
     engine().offer({1});
     engine().offer({2});
     QVERIFY(open());
@@ -320,6 +334,25 @@ void ProgressFollowerTest::packageWaitsForTheRunningOne()
     m_gate->open();
     QVERIFY(engine().waitForState(2, Package::INSTALLED));
     QVERIFY(engine().waitUntilSettled(2));
+}
+
+void ProgressFollowerTest::dependencyIsNamedRatherThanTheRunningOne()
+{
+    shutTheGate();
+    offerDependant(1, {QStringLiteral("2")});
+    engine().offer({2});
+    engine().server().resource(archive(2)).holdsGet = true;
+    engine().offer({3});
+    QVERIFY(open());
+    engine().install(3);
+    QVERIFY(m_gate->waitUntilReached());
+    engine().install(1);
+    QVERIFY(engine().waitForState(1, Package::INSTALLING));
+    QTRY_COMPARE(told(0), QStringLiteral("waits for package-2"));
+    m_gate->open();
+    engine().server().release(archive(2));
+    QVERIFY(engine().waitForState(1, Package::INSTALLED));
+    QVERIFY(engine().waitUntilSettled(1));
 }
 
 void ProgressFollowerTest::nameIsShownLetterForLetter()
