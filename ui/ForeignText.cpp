@@ -89,12 +89,17 @@ bool isNestedTooDeep(const QString &text)
     return depth > DeepestMarkup;
 }
 
-QString judged(QString text)
+/// Qt takes everything after a link to a style sheet for a part of it and shows nothing.
+QString withoutSheets(QString text)
 {
-    // Qt takes everything after it for a part of it and shows nothing.
     static const QRegularExpression sheet(QStringLiteral("<\\s*link\\b[^<>]*>"),
                                           QRegularExpression::CaseInsensitiveOption);
-    text.remove(sheet);
+    return text.remove(sheet);
+}
+
+QString judged(const QString &foreign)
+{
+    const QString text = withoutSheets(foreign);
     if (isNestedTooDeep(text))
         return QStringLiteral("<p>") + text.toHtmlEscaped() + QStringLiteral("</p>");
     ForeignDocument document(text);
@@ -114,6 +119,17 @@ QString foreignText(const QString &text)
     const bool rich = Qt::mightBeRichText(shown);
     const QString broken = withBreaks(shown, rich);
     return rich ? judged(broken) : broken;
+}
+
+QString foreignPlainText(const QString &text)
+{
+    const QString shown = cut(text);
+    if (!Qt::mightBeRichText(shown))
+        return shown;
+    const QString rich = withoutSheets(shown);
+    if (isNestedTooDeep(rich))
+        return rich;
+    return ForeignDocument(rich).toPlainText().remove(QChar::ObjectReplacementCharacter);
 }
 
 void showForeignText(QLabel &label, const QString &text)

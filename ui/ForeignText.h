@@ -20,6 +20,10 @@ QString foreignRichText(const QString &text);
 /// get one, so that they do not widen a label that wraps.
 QString foreignText(const QString &text);
 
+/// What there is to read of a catalogue's text that a label would be given by foreignText(),
+/// without its markup. Reads no file either.
+QString foreignPlainText(const QString &text);
+
 /// Shows a text made by one of the functions above. Its links open in the browser, with the mouse
 /// and with the keyboard.
 void showForeignText(QLabel &label, const QString &text);

@@ -83,6 +83,16 @@ PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller
 
 PackageWidget::~PackageWidget() = default;
 
+QString PackageWidget::actionText(Package::State state, bool updateAvailable)
+{
+    return state == Package::UNKNOWN ? QString() : lookOf(state, updateAvailable).text;
+}
+
+QString PackageWidget::priceText(const Package &package)
+{
+    return package.productId() < 1 ? tr("Free") : tr("Paid");
+}
+
 void PackageWidget::retire()
 {
     m_follower.reset();
@@ -244,7 +254,7 @@ void PackageWidget::showState(Package::State state)
 {
     if (state == Package::UNKNOWN)
         return;
-    const Look look = lookOf(state);
+    const Look look = lookOf(state, m_package->isUpdateAvailable());
     applyLook(look);
     followProgress(look.progress);
     if (state == Package::INSTALLING || state == Package::UNINSTALLING)
@@ -266,7 +276,7 @@ bool PackageWidget::isInShownList() const
     return list ? list->isVisible() : isVisible();
 }
 
-PackageWidget::Look PackageWidget::lookOf(Package::State state) const
+PackageWidget::Look PackageWidget::lookOf(Package::State state, bool updateAvailable)
 {
     const auto busy = [](const QString &text) {
         return Look{text, QStringLiteral("Busy"), BusyGlyph, false, true, QString()};
@@ -281,7 +291,7 @@ PackageWidget::Look PackageWidget::lookOf(Package::State state) const
     case Package::UNKNOWN:
         break;
     case Package::INSTALLED:
-        if (m_package->isUpdateAvailable())
+        if (updateAvailable)
             return {tr("Update"), QStringLiteral("Update"), DownloadGlyph, true, false, QString()};
         return {tr("Installed"), QStringLiteral("Installed"), InstalledGlyph, false, false,
                 QString()};
@@ -328,9 +338,8 @@ void PackageWidget::refreshLabels()
     QFont font = m_available->font();
     font.setWeight(m_package->isUpdateAvailable() ? QFont::Bold : QFont::Normal);
     m_available->setFont(font);
-    const QString price = m_package->productId() < 1 ? tr("Free") : tr("Paid");
-    m_status->setText(tr("Status : ") + QStringLiteral("<font color=\"#66b771\">") + price +
-                      QStringLiteral("</font>"));
+    m_status->setText(tr("Status : ") + QStringLiteral("<font color=\"#66b771\">") +
+                      priceText(*m_package) + QStringLiteral("</font>"));
 }
 
 void PackageWidget::setTotalSize(qint64 size)

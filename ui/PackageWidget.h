@@ -39,6 +39,11 @@ public:
                   const Models::PackagePointer &package, QWidget *parent = nullptr);
     ~PackageWidget() override;
 
+    /// What the action button of a card says in that state, empty for none of its own.
+    static QString actionText(Models::Package::State state, bool updateAvailable);
+    /// What a card says of the price.
+    static QString priceText(const Models::Package &package);
+
     int packageId() const { return m_package->id(); }
     /// Follows the package no more: another card has taken over, and this one waits for its end.
     void retire();
@@ -75,7 +80,7 @@ private:
     void onStateChanged(Models::Package::State state);
     void showState(Models::Package::State state);
     bool isInShownList() const;
-    Look lookOf(Models::Package::State state) const;
+    static Look lookOf(Models::Package::State state, bool updateAvailable);
     void applyLook(const Look &look);
     void refreshLabels();
     void setTotalSize(qint64 size);

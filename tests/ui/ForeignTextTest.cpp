@@ -105,6 +105,8 @@ private slots:
     void harmlessTextComesBackAsItIs();
     void noFileIsOpened_data();
     void noFileIsOpened();
+    void plainTextIsWhatThereIsToRead_data();
+    void plainTextIsWhatThereIsToRead();
     void restOfATextWithReferencesStaysRich();
     void resultCanBeJoined();
     void onlyWebPagesAreLinks_data();
@@ -214,6 +216,8 @@ void ForeignTextTest::noFileIsOpened()
 
     OpenedFiles opened(m_folder.path());
     const QString shown = foreignRichText(text);
+    QCOMPARE(foreignPlainText(text).trimmed(),
+             Qt::mightBeRichText(text) ? QStringLiteral("word") : text);
     QVERIFY(!opened.any());
     useText(shown);
     showForeignText(*std::make_unique<QLabel>(), shown);
@@ -223,6 +227,37 @@ void ForeignTextTest::noFileIsOpened()
     // The watch sees it where nothing is done about it.
     useText(text);
     QCOMPARE(opened.any(), opens);
+}
+
+void ForeignTextTest::plainTextIsWhatThereIsToRead_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("plain");
+    const auto row = [](const char *name, const QString &text, const QString &plain) {
+        QTest::newRow(name) << text << plain;
+    };
+    row("nothing", QString(), QString());
+    row("plain", QStringLiteral("Lights & more, <3"), QStringLiteral("Lights & more, <3"));
+    row("plain with an entity", QStringLiteral("Tom &amp; Jerry"),
+        QStringLiteral("Tom &amp; Jerry"));
+    row("rich", QStringLiteral("<p>Tom <b>&amp;</b> Jerry</p><p>Next</p>"),
+        QStringLiteral("Tom & Jerry\nNext"));
+    row("link and picture",
+        QStringLiteral("<a href=\"http://x.example.org/\">Pier<img src=\"a.png\"></a>"),
+        QStringLiteral("Pier"));
+    row("style sheet", QStringLiteral("<style>b { color: red; }</style><b>One</b>"),
+        QStringLiteral("One"));
+    row("linked style sheet", QStringLiteral("<link rel=\"stylesheet\" href=\"a.css\"><b>One</b>"),
+        QStringLiteral("One"));
+    const QString deep = QStringLiteral("<b>").repeated(1000) + QStringLiteral("One");
+    row("nested without measure", deep, deep);
+}
+
+void ForeignTextTest::plainTextIsWhatThereIsToRead()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, plain);
+    QCOMPARE(foreignPlainText(text), plain);
 }
 
 void ForeignTextTest::restOfATextWithReferencesStaysRich()

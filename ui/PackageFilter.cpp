@@ -1,0 +1,150 @@
+#include "ui/PackageFilter.h"
+
+#include "ui/FoldedText.h"
+#include "ui/ForeignText.h"
+#include "ui/PackageWidget.h"
+
+#include <QElapsedTimer>
+#include <QMap>
+
+#include <algorithm>
+
+namespace Kavo::Ui {
+
+using Models::Package;
+using Models::PackageList;
+
+namespace {
+
+/// Milliseconds of one turn: half of what a frame of a plain screen may take.
+constexpr int TurnLength = 8;
+
+/// The words of a search. One that is a part of another, which stands for both, is left out.
+QByteArrayList searchedWords(const QString &text)
+{
+    const QByteArrayList all = foldedWords(text);
+    QByteArrayList words;
+    for (const QByteArray &word : all) {
+        const bool isPart = std::any_of(all.begin(), all.end(), [&word](const QByteArray &other) {
+            return other != word && other.contains(word);
+        });
+        if (!isPart && !words.contains(word))
+            words.append(word);
+    }
+    return words;
+}
+
+/// Whether a word stands on the action buttons of packages. Thousands of packages have few states.
+class ActionWord final
+{
+public:
+    explicit ActionWord(const QByteArray &word) : m_word(word) {}
+
+    bool standsOn(const Package &package)
+    {
+        const QPair<int, bool> look(package.state(), package.isUpdateAvailable());
+        auto known = m_known.find(look);
+        if (known == m_known.end())
+            known =
+                m_known.insert(look, isIn(PackageWidget::actionText(package.state(), look.second)));
+        return known.value();
+    }
+
+private:
+    bool isIn(const QString &text) const { return foldedText(text).toUtf8().contains(m_word); }
+
+    QByteArray m_word;
+    QMap<QPair<int, bool>, bool> m_known;
+};
+
+} // namespace
+
+PackageFilter::PackageFilter(QObject *parent) : QObject(parent)
+{
+    connect(&m_turns, &QTimer::timeout, this, &PackageFilter::takeTurn);
+}
+
+void PackageFilter::setPackages(const PackageList &packages)
+{
+    m_turns.stop();
+    m_packages = packages;
+    m_index = WordIndex();
+    m_found.fill(!isActive(), m_packages.size());
+    if (isActive())
+        readSome();
+}
+
+void PackageFilter::search(const QString &text)
+{
+    m_words = searchedWords(text);
+    m_found.fill(!isActive(), m_packages.size());
+    if (!isActive())
+        return;
+    lookAt(0);
+    if (!isComplete() && !m_turns.isActive())
+        readSome();
+}
+
+void PackageFilter::prepare()
+{
+    if (!isComplete())
+        m_turns.start();
+}
+
+bool PackageFilter::isComplete() const
+{
+    return m_index.size() == m_packages.size();
+}
+
+void PackageFilter::takeTurn()
+{
+    readSome();
+    if (isActive())
+        emit advanced();
+}
+
+/// Reads packages for as long as a turn may last, looks at them, and sees to the next turn.
+void PackageFilter::readSome()
+{
+    QElapsedTimer turn;
+    turn.start();
+    const int first = m_index.size();
+    while (!isComplete() && turn.elapsed() < TurnLength)
+        m_index.append(wordsOf(*m_packages.at(m_index.size())));
+    if (isActive())
+        lookAt(first);
+    if (isComplete()) {
+        m_index.squeeze();
+        m_turns.stop();
+    } else {
+        m_turns.start();
+    }
+}
+
+/// Settles what is found of the packages that were read, from the first one given on.
+void PackageFilter::lookAt(int first)
+{
+    m_found.fill(true, first, m_index.size());
+    for (const QByteArray &word : qAsConst(m_words)) {
+        const QBitArray texts = m_index.textsWith(word, first);
+        ActionWord action(word);
+        for (int i = first; i < m_index.size(); ++i) {
+            if (m_found.testBit(i) && !texts.testBit(i - first) &&
+                !action.standsOn(*m_packages.at(i)))
+                m_found.clearBit(i);
+        }
+    }
+}
+
+QByteArrayList PackageFilter::wordsOf(const Package &package)
+{
+    const QString texts[] = {package.name(), foreignPlainText(package.shortDescription()),
+                             package.type(), PackageWidget::priceText(package),
+                             foreignPlainText(package.description())};
+    QByteArrayList words;
+    for (const QString &text : texts)
+        words += foldedWords(text);
+    return words;
+}
+
+} // namespace Kavo::Ui
