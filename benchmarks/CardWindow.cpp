@@ -20,6 +20,8 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace Kavo::Benchmarks {
 
 using Components::WidgetList;
@@ -141,12 +143,8 @@ qint64 CardWindow::waitForIconsInSight() const
         return icon && !icon->pixmap(Qt::ReturnByValue).isNull() && !icon->movie();
     };
     const auto areThere = [this, &showsIcon] {
-        const auto [first, last] = list().visibleRows();
-        for (int row = first; row <= last; ++row) {
-            if (!showsIcon(row))
-                return false;
-        }
-        return true;
+        const QVector<int> visible = list().visibleRows();
+        return std::all_of(visible.begin(), visible.end(), showsIcon);
     };
     while (!areThere())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
@@ -174,12 +172,10 @@ void CardWindow::noteStart()
 
 bool CardWindow::isFirstScreenPainted() const
 {
-    const auto [first, last] = list().visibleRows();
-    for (int row = first; row <= last; ++row) {
-        if (!m_painted.contains(list().rowWidget(row)))
-            return false;
-    }
-    return last >= first;
+    const QVector<int> visible = list().visibleRows();
+    return !visible.isEmpty() && std::all_of(visible.begin(), visible.end(), [this](int row) {
+        return m_painted.contains(list().rowWidget(row));
+    });
 }
 
 } // namespace Kavo::Benchmarks

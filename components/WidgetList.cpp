@@ -3,7 +3,10 @@
 #include <QAccessibleWidget>
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QKeyEvent>
 #include <QStyledItemDelegate>
+
+#include <algorithm>
 
 namespace Kavo::Components {
 
@@ -32,6 +35,15 @@ void forgetDescription(WidgetList &list)
 {
     if (QAccessibleInterface *description = QAccessible::queryAccessibleInterface(&list))
         QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(description));
+}
+
+/// Whether a key writes a character that can be seen, rather than doing something.
+bool isTyping(const QKeyEvent &event)
+{
+    const auto commands = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
+    const QString text = event.text();
+    return !(event.modifiers() & commands) && !text.isEmpty() && text.at(0).isPrint() &&
+           !text.at(0).isSpace();
 }
 
 /// The style sheet takes more time and memory than the widgets themselves. Qt has it applied to
@@ -100,6 +112,7 @@ void WidgetList::appendRow(const QSize &size)
     item->setFlags(Qt::ItemIsEnabled);
     item->setSizeHint(size);
     addItem(item);
+    m_listed.append(count() - 1);
 }
 
 void WidgetList::setRowWidget(int row, QWidget *widget)
@@ -145,36 +158,126 @@ QWidget *WidgetList::rowWidget(int row) const
     return indexWidget(indexOf(row));
 }
 
-std::pair<int, int> WidgetList::visibleRows() const
+void WidgetList::listRows(const QBitArray &listed)
 {
+    m_listed.clear();
+    for (int row = 0; row < count(); ++row) {
+        if (isListed(row) != listed.testBit(row))
+            setRowHidden(row, !listed.testBit(row));
+        if (listed.testBit(row))
+            m_listed.append(row);
+    }
+    // The keys that scroll go on from this row.
+    if (currentRow() >= 0 && !listed.testBit(currentRow()))
+        setCurrentRow(firstRow());
+    executeDelayedItemsLayout();
+}
+
+QVector<int> WidgetList::visibleRows() const
+{
+    const auto [first, last] = visiblePlaces();
+    return m_listed.mid(first, last - first + 1);
+}
+
+/// First and last of the places in the list that are in sight; the first is above the last when
+/// none is.
+std::pair<int, int> WidgetList::visiblePlaces() const
+{
+    const auto placed = [this](int place) { return visualRect(indexOf(m_listed.at(place))); };
     int first = 0;
-    int behind = count();
+    int behind = m_listed.size();
     while (first < behind) {
         const int middle = first + (behind - first) / 2;
-        if (visualRect(indexOf(middle)).bottom() < 0)
+        if (placed(middle).bottom() < 0)
             first = middle + 1;
         else
             behind = middle;
     }
     int last = first - 1;
-    while (last + 1 < count() && visualRect(indexOf(last + 1)).top() < viewport()->height())
+    while (last + 1 < m_listed.size() && placed(last + 1).top() < viewport()->height())
         ++last;
     return {first, last};
+}
+
+/// The place of a row in the list; for one that is not listed, that of the next one.
+int WidgetList::placeOf(int row) const
+{
+    const auto place = std::lower_bound(m_listed.begin(), m_listed.end(), row);
+    return static_cast<int>(place - m_listed.begin());
 }
 
 void WidgetList::showRow(const QWidget *widget)
 {
     for (int row = 0; row < count(); ++row) {
         if (rowWidget(row) == widget) {
-            setCurrentRow(row);
-            scrollToItem(item(row));
+            showRow(row);
             return;
         }
     }
 }
 
+bool WidgetList::showKeyboard()
+{
+    const int row = rowOfKeyboard();
+    if (row >= 0)
+        showRow(row);
+    return row >= 0;
+}
+
+void WidgetList::showRow(int row)
+{
+    setCurrentRow(row);
+    scrollToItem(item(row));
+}
+
+/// Qt goes to rows that are left out.
+QModelIndex WidgetList::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    if (m_listed.size() == count())
+        return QListWidget::moveCursor(action, modifiers);
+    if (m_listed.isEmpty())
+        return {};
+    return indexOf(m_listed.at(qBound(0, placeAfter(action), m_listed.size() - 1)));
+}
+
+/// The place to which a key moves from the current one, be it beyond the ends.
+int WidgetList::placeAfter(CursorAction action) const
+{
+    const int place = placeOf(currentRow());
+    const auto [first, last] = visiblePlaces();
+    const int page = qMax(1, last - first);
+    switch (action) {
+    case MoveUp:
+    case MoveLeft:
+    case MovePrevious:
+        return place - 1;
+    case MoveDown:
+    case MoveRight:
+    case MoveNext:
+        return place + 1;
+    case MoveHome:
+        return 0;
+    case MoveEnd:
+        return m_listed.size() - 1;
+    case MovePageUp:
+        return place - page;
+    case MovePageDown:
+        return place + page;
+    }
+    return place;
+}
+
 void WidgetList::keyPressEvent(QKeyEvent *event)
 {
+    if (isTyping(*event)) {
+        emit typed(event->text());
+        return;
+    }
+    // Qt would take it for typing.
+    if (event->key() == Qt::Key_Escape) {
+        event->ignore();
+        return;
+    }
     const int before = currentRow();
     QListWidget::keyPressEvent(event);
     if (currentRow() == before || currentRow() < 0)
@@ -201,6 +304,7 @@ void WidgetList::doItemsLayout()
 
 void WidgetList::reset()
 {
+    m_listed.clear();
     m_shown.clear();
     m_unmeasured.clear();
     QListWidget::reset();
@@ -222,24 +326,22 @@ void WidgetList::updateEditorGeometries()
 /// and to the ends of the list from elsewhere.
 QVector<int> WidgetList::rowsToShow() const
 {
+    if (count() <= ShortList)
+        return m_listed;
     QVector<int> rows;
     const auto add = [this, &rows](int first, int last) {
-        for (int row = qMax(first, 0); row <= qMin(last, count() - 1); ++row) {
-            if (!rows.contains(row))
-                rows.append(row);
+        for (int place = qMax(first, 0); place <= qMin(last, m_listed.size() - 1); ++place) {
+            if (!rows.contains(m_listed.at(place)))
+                rows.append(m_listed.at(place));
         }
     };
-    if (count() <= ShortList) {
-        add(0, count() - 1);
-        return rows;
-    }
-    const auto [first, last] = visibleRows();
+    const auto [first, last] = visiblePlaces();
     add(first - Margin, last + Margin);
     add(0, 0);
-    add(count() - 1, count() - 1);
+    add(m_listed.size() - 1, m_listed.size() - 1);
     const int focused = rowOfKeyboard();
     if (focused >= 0)
-        add(focused - 1, focused + 1);
+        add(placeOf(focused) - 1, placeOf(focused) + 1);
     return rows;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QBitArray>
 #include <QListWidget>
 #include <QSet>
 #include <QTimer>
@@ -36,11 +37,19 @@ public:
     void clearRows();
     /// Null while the row is empty.
     QWidget *rowWidget(int row) const;
-    /// The rows of which something is to be seen; an empty range, first above last, without rows.
-    std::pair<int, int> visibleRows() const;
+    /// Lists only the rows whose bit is set, which are one after another then, and keeps the others
+    /// with their widgets. There is a bit for every row; a row that comes later is listed.
+    void listRows(const QBitArray &listed);
+    bool isListed(int row) const { return !isRowHidden(row); }
+    /// The first row that is listed, -1 without one.
+    int firstRow() const { return m_listed.isEmpty() ? -1 : m_listed.first(); }
+    /// The rows of which something is to be seen, from the top to the bottom.
+    QVector<int> visibleRows() const;
 
     /// Scrolls the row with this widget into view; it is the one that the keys move on from.
     void showRow(const QWidget *widget);
+    /// The same for the row with the keyboard, and tells whether one has it.
+    bool showKeyboard();
 
     void doItemsLayout() override;
     void reset() override;
@@ -48,8 +57,11 @@ public:
 signals:
     /// The keyboard goes to an empty row; who fills it at once gets it there.
     void rowNeeded(int row);
+    /// Somebody types while a row has the keyboard.
+    void typed(const QString &text);
 
 protected:
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void keyPressEvent(QKeyEvent *event) override;
     void scrollContentsBy(int dx, int dy) override;
     void updateEditorGeometries() override;
@@ -59,13 +71,18 @@ private:
     class Delegate;
 
     QModelIndex indexOf(int row) const { return model()->index(row, 0); }
+    std::pair<int, int> visiblePlaces() const;
+    int placeOf(int row) const;
+    int placeAfter(CursorAction action) const;
     QVector<int> rowsToShow() const;
     int rowOfKeyboard() const;
+    void showRow(int row);
     void showRows();
     void place(int row);
     void deleteRetired();
 
     bool m_rowsStand = false;
+    QVector<int> m_listed;        ///< rows that are not filtered out, each at its place
     QVector<int> m_shown;         ///< rows whose widgets are not hidden
     QSet<int> m_unmeasured;       ///< rows whose widgets were never shown
     QVector<QWidget *> m_retired; ///< widgets of rows that are gone

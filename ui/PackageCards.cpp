@@ -71,15 +71,29 @@ void PackageCards::rebuild()
         m_turns.start(FirstTurnDelay);
 }
 
+void PackageCards::list(const QBitArray &packages)
+{
+    m_list->listRows(packages);
+    buildVisibleRows();
+}
+
 PackageWidget *PackageCards::cardOf(int packageId)
 {
     for (int row = 0; row < m_packages.size(); ++row) {
-        if (m_packages.at(row)->id() == packageId) {
-            buildRow(row);
-            return cardIn(row);
-        }
+        if (m_packages.at(row)->id() == packageId && m_list->isListed(row))
+            return cardMadeFor(row);
     }
     return nullptr;
+}
+
+PackageWidget *PackageCards::firstCard()
+{
+    return cardMadeFor(m_list->firstRow());
+}
+
+PackageWidget *PackageCards::firstCardInSight()
+{
+    return cardMadeFor(m_list->visibleRows().value(0, -1));
 }
 
 void PackageCards::fill()
@@ -131,8 +145,8 @@ void PackageCards::takeTurn()
 /// The row whose card is made next, -1 when all are there.
 int PackageCards::nextRow()
 {
-    const auto [first, last] = m_list->visibleRows();
-    for (int row = first; row <= last; ++row) {
+    const QVector<int> visible = m_list->visibleRows();
+    for (const int row : visible) {
         if (!m_list->rowWidget(row))
             return row;
     }
@@ -145,6 +159,21 @@ void PackageCards::buildRow(int row)
 {
     if (!m_list->rowWidget(row))
         place(row, makeCard(row));
+}
+
+PackageWidget *PackageCards::cardMadeFor(int row)
+{
+    if (row < 0)
+        return nullptr;
+    buildRow(row);
+    return cardIn(row);
+}
+
+void PackageCards::buildVisibleRows()
+{
+    const QVector<int> visible = m_list->visibleRows();
+    for (const int row : visible)
+        buildRow(row);
 }
 
 void PackageCards::place(int row, PackageWidget *card)

@@ -2,6 +2,7 @@
 
 #include "packages/Package.h"
 
+#include <QBitArray>
 #include <QObject>
 #include <QScopedPointer>
 #include <QSharedPointer>
@@ -39,8 +40,13 @@ public:
     /// Replaces all cards by those of the controller's present packages. The list stays shown or
     /// hidden.
     void rebuild();
-    /// Makes the card if it is not there yet; null without such a package.
+    /// Lists only the packages whose bit is set. Those in sight have their cards at once.
+    void list(const QBitArray &packages);
+    /// Makes the card if it is not there yet; null without such a package in the list.
     PackageWidget *cardOf(int packageId);
+    /// The same for the first package in the list, or in the part of the list that is in sight.
+    PackageWidget *firstCard();
+    PackageWidget *firstCardInSight();
 
 signals:
     /// All cards of the last rebuild() are there.
@@ -52,6 +58,8 @@ private:
     void takeTurn();
     int nextRow();
     void buildRow(int row);
+    PackageWidget *cardMadeFor(int row);
+    void buildVisibleRows();
     void place(int row, PackageWidget *card);
     PackageWidget *makeCard(int row) const;
     PackageWidget *cardIn(int row) const;

@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -48,6 +49,16 @@ private slots:
     void tabReachesEveryRowOfALongList();
     void keyboardStaysInARowThatIsScrolledAway();
     void newWidthReachesRowsOfALongList();
+    void onlyListedRowsAreShown_data();
+    void onlyListedRowsAreShown();
+    void unlistedRowsKeepTheirWidgets();
+    void listMayBeLeftWithoutRows();
+    void rowsOfANewListAreListed();
+    void keysMoveAmongListedRows();
+    void tabGoesThroughListedRows();
+    void widgetOfAnUnlistedRowWaits();
+    void typingIsTold();
+
     void manyWidgetsAreDeletedInTurns();
     void rowsMayComeWhileOthersAreDeleted();
     void questionGoesWithItsRow();
@@ -59,6 +70,9 @@ private:
     /// A shown list with many rows, all empty.
     static WidgetList *makeEmptyRows(QWidget &parent);
     static QPushButton *button(const WidgetList &list, int row);
+    /// Every so manieth row, from the first one on.
+    static QBitArray each(int step, int rows = Long);
+    static QVector<int> shownRows(const WidgetList &list);
 };
 
 WidgetList *WidgetListTest::makeList(QWidget &parent, int rows)
@@ -85,6 +99,24 @@ WidgetList *WidgetListTest::makeEmptyRows(QWidget &parent)
 QPushButton *WidgetListTest::button(const WidgetList &list, int row)
 {
     return list.rowWidget(row)->findChild<QPushButton *>();
+}
+
+QBitArray WidgetListTest::each(int step, int rows)
+{
+    QBitArray listed(rows);
+    for (int row = 0; row < rows; row += step)
+        listed.setBit(row);
+    return listed;
+}
+
+QVector<int> WidgetListTest::shownRows(const WidgetList &list)
+{
+    QVector<int> rows;
+    for (int row = 0; row < list.count(); ++row) {
+        if (list.rowWidget(row) && list.rowWidget(row)->isVisible())
+            rows.append(row);
+    }
+    return rows;
 }
 
 void WidgetListTest::rowsHoldWidgets()
@@ -220,9 +252,9 @@ void WidgetListTest::longListHidesWhatIsFarAway()
     window.show();
     for (const int value : {0, 5000, 2500, 100000}) {
         list->verticalScrollBar()->setValue(value);
-        const auto [first, last] = list->visibleRows();
-        QVERIFY(first >= 0 && last > first);
-        for (int row = first; row <= last; ++row) {
+        const QVector<int> visible = list->visibleRows();
+        QVERIFY(visible.size() > 1);
+        for (const int row : visible) {
             QVERIFY(list->rowWidget(row)->isVisible());
             QCOMPARE(list->rowWidget(row)->geometry(), list->visualItemRect(list->item(row)));
         }
@@ -311,10 +343,10 @@ void WidgetListTest::keyboardStaysInARowThatIsScrolledAway()
     window.show();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     list->verticalScrollBar()->setValue(1000);
-    const int row = list->visibleRows().first + 1;
+    const int row = list->visibleRows().first() + 1;
     button(*list, row)->setFocus();
     list->verticalScrollBar()->setValue(5000);
-    QVERIFY(list->visibleRows().first > row + 10);
+    QVERIFY(list->visibleRows().first() > row + 10);
     QCOMPARE(QApplication::focusWidget(), button(*list, row));
     for (const int step : {1, 2}) {
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
@@ -330,11 +362,206 @@ void WidgetListTest::newWidthReachesRowsOfALongList()
     list->setFixedSize(500, 200);
     for (const int value : {0, 5000}) {
         list->verticalScrollBar()->setValue(value);
-        const int row = list->visibleRows().first;
+        const int row = list->visibleRows().first();
         QTRY_COMPARE(list->rowWidget(row)->geometry(), list->visualItemRect(list->item(row)));
         QVERIFY(list->rowWidget(row)->width() > 400);
     }
 }
+
+// Lists with rows left out ----------------------------------------------------------------------
+
+void WidgetListTest::onlyListedRowsAreShown_data()
+{
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<int>("step");
+    QTest::newRow("short") << Short << 3;
+    QTest::newRow("long") << Long << 7;
+    QTest::newRow("long, few rows left") << Long << 60;
+}
+
+void WidgetListTest::onlyListedRowsAreShown()
+{
+    QFETCH(int, rows);
+    QFETCH(int, step);
+    QWidget window;
+    WidgetList *list = makeList(window, rows);
+    window.show();
+    const int whole = list->verticalScrollBar()->maximum();
+    list->listRows(each(step, rows));
+    const QVector<int> visible = list->visibleRows();
+    // They stand one under the other, from the top on.
+    QCOMPARE(list->rowWidget(0)->y(), 0);
+    for (int place = 0; place < visible.size(); ++place) {
+        QCOMPARE(visible.at(place), place * step);
+        const QWidget *widget = list->rowWidget(visible.at(place));
+        QVERIFY(widget->isVisible());
+        QCOMPARE(widget->y(), place * RowSize.height());
+    }
+    for (const int row : shownRows(*list))
+        QVERIFY(row % step == 0);
+    QVERIFY(list->verticalScrollBar()->maximum() < whole);
+    // The last one is reached, too.
+    list->scrollToBottom();
+    const int last = (rows - 1) / step * step;
+    QCOMPARE(list->visibleRows().last(), last);
+    QVERIFY(list->rowWidget(last)->isVisible());
+
+    list->listRows(each(1, rows));
+    list->scrollToTop();
+    QCOMPARE(list->verticalScrollBar()->maximum(), whole);
+    for (const int row : {0, 1, 2}) {
+        QVERIFY(list->rowWidget(row)->isVisible());
+        QCOMPARE(list->rowWidget(row)->y(), row * RowSize.height());
+    }
+}
+
+void WidgetListTest::unlistedRowsKeepTheirWidgets()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    window.show();
+    QVector<QPointer<QWidget>> rows;
+    for (int row = 0; row < Long; ++row)
+        rows.append(list->rowWidget(row));
+    list->listRows(each(50));
+    QCoreApplication::processEvents();
+    for (int row = 0; row < Long; ++row) {
+        QCOMPARE(list->rowWidget(row), rows.at(row).data());
+        QVERIFY(rows.at(row));
+        QCOMPARE(list->isListed(row), row % 50 == 0);
+    }
+    list->clearRows();
+    QTRY_VERIFY(std::none_of(rows.begin(), rows.end(), [](const auto &row) { return row; }));
+}
+
+void WidgetListTest::listMayBeLeftWithoutRows()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    window.show();
+    list->scrollToBottom();
+    list->listRows(QBitArray(Long));
+    QCOMPARE(list->firstRow(), -1);
+    QVERIFY(list->visibleRows().isEmpty());
+    QTRY_VERIFY(shownRows(*list).isEmpty());
+    list->listRows(each(Long - 1));
+    QCOMPARE(list->firstRow(), 0);
+    QCOMPARE(list->visibleRows(), QVector<int>({0, Long - 1}));
+    QCOMPARE(shownRows(*list), list->visibleRows());
+}
+
+void WidgetListTest::rowsOfANewListAreListed()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Short);
+    window.show();
+    list->listRows(QBitArray(Short));
+    list->appendRow(new QWidget(list), RowSize);
+    QCOMPARE(list->firstRow(), Short);
+    list->clearRows();
+    QCOMPARE(list->firstRow(), -1);
+    list->appendRow(new QWidget(list), RowSize);
+    QCOMPARE(list->visibleRows(), QVector<int>({0}));
+    QTRY_VERIFY(list->rowWidget(0)->isVisible());
+}
+
+void WidgetListTest::keysMoveAmongListedRows()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    scrollToFocus(window);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    const auto press = [](Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); };
+    // Moved on by keys before, so that the list goes on from a row that is left out then.
+    button(*list, 1)->setFocus();
+    press(Qt::Key_PageDown);
+    QVERIFY(list->currentRow() > 1);
+    QBitArray listed(Long);
+    for (const int row : {10, 40, 100, 110})
+        listed.setBit(row);
+    list->listRows(listed);
+    QCOMPARE(list->currentRow(), 10);
+    button(*list, 10)->setFocus();
+    press(Qt::Key_End);
+    QCOMPARE(QApplication::focusWidget(), button(*list, 110));
+    press(Qt::Key_PageDown);
+    QCOMPARE(QApplication::focusWidget(), button(*list, 110));
+    press(Qt::Key_Home);
+    QCOMPARE(QApplication::focusWidget(), button(*list, 10));
+    press(Qt::Key_PageUp);
+    QCOMPARE(QApplication::focusWidget(), button(*list, 10));
+    press(Qt::Key_PageDown);
+    const QWidget *focused = QApplication::focusWidget();
+    QVERIFY(focused == button(*list, 100) || focused == button(*list, 110));
+}
+
+void WidgetListTest::tabGoesThroughListedRows()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    scrollToFocus(window);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    list->listRows(each(3));
+    button(*list, 0)->setFocus();
+    for (int row = 3; row < Long; row += 3) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), button(*list, row));
+        QVERIFY(list->viewport()->rect().contains(list->rowWidget(row)->geometry()));
+    }
+}
+
+void WidgetListTest::widgetOfAnUnlistedRowWaits()
+{
+    QWidget window;
+    WidgetList *list = makeEmptyRows(window);
+    list->listRows(each(2));
+    for (const int row : {0, 1}) {
+        auto *widget = new QWidget(list->viewport());
+        makeButton(QString(), QString::number(row), QIcon(), widget);
+        list->setRowWidget(row, widget);
+    }
+    QCoreApplication::processEvents();
+    QCOMPARE(shownRows(*list), QVector<int>({0}));
+    list->listRows(each(1));
+    QTRY_COMPARE(shownRows(*list), QVector<int>({0, 1}));
+    QCOMPARE(list->rowWidget(1)->geometry(), list->visualItemRect(list->item(1)));
+}
+
+void WidgetListTest::typingIsTold()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, 3);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QSignalSpy typed(list, &WidgetList::typed);
+    QSignalSpy clicked(button(*list, 0), &QPushButton::clicked);
+    button(*list, 0)->setFocus();
+    const auto press = [&list](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QTest::keyClick(button(*list, 0), key, modifiers);
+    };
+    QTest::keyClicks(button(*list, 0), QStringLiteral("aB3-"));
+    QCOMPARE(typed.size(), 4);
+    QCOMPARE(typed.at(1).first().toString(), QStringLiteral("B"));
+    QTest::sendKeyEvent(QTest::Click, button(*list, 0), Qt::Key_unknown, QStringLiteral("é"),
+                        Qt::NoModifier);
+    QCOMPARE(typed.takeLast().first().toString(), QStringLiteral("é"));
+    // What does something writes nothing.
+    press(Qt::Key_A, Qt::ControlModifier);
+    press(Qt::Key_A, Qt::AltModifier);
+    press(Qt::Key_A, Qt::MetaModifier);
+    press(Qt::Key_Escape);
+    press(Qt::Key_F4);
+    press(Qt::Key_Delete);
+    press(Qt::Key_Backspace);
+    QCOMPARE(typed.size(), 4);
+    press(Qt::Key_Space);
+    QCOMPARE(typed.size(), 4);
+    QCOMPARE(clicked.size(), 1);
+}
+
+// Many rows that go ------------------------------------------------------------------------------
 
 void WidgetListTest::manyWidgetsAreDeletedInTurns()
 {

@@ -150,7 +150,8 @@ void PackageCardsTest::rowsOfALongListStandAtOnce()
     show(Long);
     QCOMPARE(m_list->count(), Long);
     QVERIFY(cardCount() < Short);
-    const auto [first, last] = m_list->visibleRows();
+    const int first = m_list->visibleRows().first();
+    const int last = m_list->visibleRows().last();
     QCOMPARE(first, 0);
     QVERIFY(last >= 600 / RowHeight - 1);
     for (int row = first; row <= last; ++row)
@@ -189,7 +190,8 @@ void PackageCardsTest::whatIsScrolledToComesFirst()
 {
     show(Long);
     m_list->verticalScrollBar()->setValue(m_list->verticalScrollBar()->maximum());
-    const auto [first, last] = m_list->visibleRows();
+    const int first = m_list->visibleRows().first();
+    const int last = m_list->visibleRows().last();
     QCOMPARE(last, Long - 1);
     QVERIFY(!card(last));
     while (!card(last))
@@ -205,7 +207,7 @@ void PackageCardsTest::tabOrderIsThatOfTheRows()
     show(Long);
     for (const int value : {30000, 10000, 50000, 20000}) {
         m_list->verticalScrollBar()->setValue(value);
-        const int row = m_list->visibleRows().first;
+        const int row = m_list->visibleRows().first();
         QTRY_VERIFY(card(row));
     }
     QVERIFY(complete());
@@ -409,7 +411,8 @@ void PackageCardsTest::newWidthReachesWhatIsScrolledTo()
     m_list->resize(800, 600);
     QTRY_COMPARE(card(0)->width(), m_list->visualItemRect(m_list->item(0)).width());
     m_list->verticalScrollBar()->setValue(200 * RowHeight);
-    const auto [first, last] = m_list->visibleRows();
+    const int first = m_list->visibleRows().first();
+    const int last = m_list->visibleRows().last();
     QVERIFY(first > 100);
     for (int row = first; row <= last; ++row)
         QCOMPARE(card(row)->geometry(), m_list->visualItemRect(m_list->item(row)));

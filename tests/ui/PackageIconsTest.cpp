@@ -108,7 +108,8 @@ void PackageIconsTest::iconsInSightComeFirst()
     constexpr int Before = PatientQueue::MostOnTheirWay;
     QVERIFY(m_engine->server().waitForRequests(Before));
     m_list->verticalScrollBar()->setValue(m_list->verticalScrollBar()->maximum() / 2);
-    const auto [first, last] = m_list->visibleRows();
+    const int first = m_list->visibleRows().first();
+    const int last = m_list->visibleRows().last();
     QVERIFY(first > 100 && last > first);
     for (const int row : askedRows(0))
         m_engine->server().release(path(row + 1));
@@ -117,7 +118,7 @@ void PackageIconsTest::iconsInSightComeFirst()
         QVERIFY(row == 0 || row == Count || (row >= first - 2 && row <= last + 2));
     release();
     QVERIFY(runUntil(
-        [this, first = first, last = last] {
+        [this, first, last] {
             for (int row = first; row <= last; ++row) {
                 if (!showsIcon(row))
                     return false;
