@@ -1,5 +1,6 @@
 #include "ui/TopBar.h"
 
+#include "components/ButtonKeys.h"
 #include "components/Buttons.h"
 #include "components/IconFont.h"
 #include "components/Picture.h"
@@ -160,10 +161,12 @@ void TopBar::addButtons(QHBoxLayout &layout)
     m_refreshButton->setToolTip(tr("Refresh"));
     connect(m_refreshButton, &QPushButton::clicked, m_controller.data(),
             &TopbarController::refresh);
+    Components::giveKeys(*m_refreshButton, {Qt::Key_F5, Qt::CTRL + Qt::Key_R});
     layout.addWidget(m_refreshButton);
 
     QPushButton *settingsButton = makeButton(SettingsGlyph, tr("Settings"));
     connect(settingsButton, &QPushButton::clicked, this, &TopBar::openSettings);
+    Components::giveKeys(*settingsButton, {Qt::CTRL + Qt::Key_Comma});
     layout.addWidget(settingsButton);
 
     // It looks like its neighbours and takes everything away.

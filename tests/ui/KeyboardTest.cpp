@@ -104,6 +104,11 @@ private slots:
     void backWithoutTheCardLosesNothing();
     void leavingFromTheTopBarLeavesTheKeyboardThere();
     void escapeInTheSettingsDropsTheEdits();
+    void keysRefresh_data();
+    void keysRefresh();
+    void keysOpenTheSettings();
+    void keysEndTheProgram();
+    void keysDoNotEndTheProgramDuringAnInstallation();
     void pressedCardKeepsTheKeyboard();
     void pressedTitleBarKeepsTheKeyboard();
 
@@ -530,6 +535,73 @@ void KeyboardTest::escapeInTheSettingsDropsTheEdits()
     QVERIFY(refreshed.isEmpty());
     window().activateWindow();
     QTRY_COMPARE(QApplication::focusWidget(), button);
+}
+
+// Keys of the window -----------------------------------------------------------------------------
+
+void KeyboardTest::keysRefresh_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::addColumn<int>("modifiers");
+    QTest::newRow("F5") << int(Qt::Key_F5) << int(Qt::NoModifier);
+    QTest::newRow("Ctrl+R") << int(Qt::Key_R) << int(Qt::ControlModifier);
+}
+
+void KeyboardTest::keysRefresh()
+{
+    QFETCH(int, key);
+    QFETCH(int, modifiers);
+    m_shown->offerSome(2);
+    QVERIFY(m_shown->open());
+    const auto pressKey = [this, key, modifiers] {
+        Kavo::Testing::press(window(), static_cast<Qt::Key>(key), Qt::KeyboardModifiers(modifiers));
+    };
+    QSignalSpy busy(&m_shown->engine().controller(), &PackageController::busy);
+    QSignalSpy listed(&m_shown->engine().controller(), &PackageController::list);
+    pressKey();
+    QCOMPARE(busy.count(), 1);
+    QTRY_COMPARE(listed.count(), 1);
+    // From the detail view, too.
+    m_shown->openDetail(1);
+    pressKey();
+    QCOMPARE(busy.count(), 2);
+}
+
+void KeyboardTest::keysOpenTheSettings()
+{
+    m_shown->offer(1);
+    QVERIFY(m_shown->open());
+    MessageBoxAnswers answers;
+    answers.expectDialog(QStringLiteral("SettingsDialog"),
+                         [](QDialog &dialog) { dialog.reject(); });
+    Kavo::Testing::press(window(), Qt::Key_Comma, Qt::ControlModifier);
+    QVERIFY(answers.allShown());
+}
+
+void KeyboardTest::keysEndTheProgram()
+{
+    m_shown->offer(1);
+    QVERIFY(m_shown->open());
+    Kavo::Testing::press(window(), Qt::Key_Q, Qt::ControlModifier);
+    QVERIFY(!window().isVisible());
+}
+
+void KeyboardTest::keysDoNotEndTheProgramDuringAnInstallation()
+{
+    m_shown->engine().offer({1, QStringLiteral("1.0")});
+    QVERIFY(m_shown->open());
+    m_shown->engine().install(1);
+    QVERIFY(m_shown->engine().waitForState(1, Package::INSTALLING));
+    QVERIFY(m_shown->engine().controller().isBusy());
+    MessageBoxAnswers answers;
+    answers.expect(QStringLiteral("Installation in progress"),
+                   QStringLiteral("There is a installation in progress.\n\nTry closing the "
+                                  "application after the installation is completed"),
+                   QMessageBox::Ok);
+    Kavo::Testing::press(window(), Qt::Key_Q, Qt::ControlModifier);
+    QVERIFY(answers.allShown());
+    QVERIFY(window().isVisible());
+    QVERIFY(m_shown->engine().waitUntilSettled(1));
 }
 
 // What switches itself off -----------------------------------------------------------------------

@@ -12,9 +12,11 @@
 
 #include <QDialog>
 #include <QHBoxLayout>
+#include <QHelpEvent>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QSignalSpy>
+#include <QToolTip>
 
 #include <memory>
 
@@ -52,6 +54,7 @@ private slots:
     void localRepositoryIsTold_data();
     void localRepositoryIsTold();
     void searchDoesNothing();
+    void toolTipsNameTheKeys();
     void refreshLoadsTheCatalogue();
     void windowButtonsSetTheState();
     void closeButtonAsksToExit();
@@ -231,6 +234,21 @@ void TopBarTest::searchDoesNothing()
     QTest::keyClick(child<QLineEdit>(*m_bar, "SearchField"), Qt::Key_Return);
     iconButton(SEARCH)->click();
     QCOMPARE(busy.count() + updated.count() + listed.count(), 0);
+}
+
+void TopBarTest::toolTipsNameTheKeys()
+{
+    open();
+    const auto shownTip = [](QPushButton *button) {
+        QHelpEvent event(QEvent::ToolTip, QPoint(1, 1), button->mapToGlobal(QPoint(1, 1)));
+        QCoreApplication::sendEvent(button, &event);
+        const QString text = QToolTip::text();
+        QToolTip::hideText();
+        return text;
+    };
+    QCOMPARE(shownTip(iconButton(REFRESH)), QStringLiteral("Refresh (F5, Ctrl+R)"));
+    QCOMPARE(shownTip(iconButton(SETTINGS)), QStringLiteral("Settings (Ctrl+,)"));
+    QCOMPARE(shownTip(button("WindowClose")), QStringLiteral("Close (Ctrl+Q)"));
 }
 
 void TopBarTest::refreshLoadsTheCatalogue()

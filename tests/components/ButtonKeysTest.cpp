@@ -1,0 +1,133 @@
+#include "components/ButtonKeys.h"
+#include "components/Buttons.h"
+#include "tests/components/Widgets.h"
+#include "tests/support/TestMain.h"
+
+#include <QAccessible>
+#include <QDialog>
+#include <QHelpEvent>
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QToolTip>
+
+#include <memory>
+
+using namespace Kavo::Components;
+
+class ButtonKeysTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void keysPressTheButton();
+    void keyThatIsHeldDownPressesOnce();
+    void keysOfAButtonThatIsOffDoNothing();
+    void keysWaitForADialog();
+    void toolTipNamesTheKeys();
+    void toolTipFollowsTheName();
+    void screenReadersHearTheKeys();
+
+private:
+    QString shownTip();
+
+    std::unique_ptr<QWidget> m_window;
+    QLineEdit *m_field = nullptr;
+    QPushButton *m_button = nullptr;
+};
+
+void ButtonKeysTest::init()
+{
+    m_window = std::make_unique<QWidget>();
+    m_window->resize(300, 200);
+    m_field = new QLineEdit(m_window.get());
+    m_button =
+        makeIconButton(QStringLiteral("Button"), QStringLiteral("Reload"), QIcon(), m_window.get());
+    giveKeys(*m_button, {Qt::Key_F5, Qt::CTRL + Qt::Key_R});
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    m_field->setFocus();
+}
+
+void ButtonKeysTest::cleanup()
+{
+    QToolTip::hideText();
+    m_window.reset();
+}
+
+QString ButtonKeysTest::shownTip()
+{
+    QHelpEvent event(QEvent::ToolTip, QPoint(1, 1), m_button->mapToGlobal(QPoint(1, 1)));
+    QCoreApplication::sendEvent(m_button, &event);
+    return QToolTip::text();
+}
+
+void ButtonKeysTest::keysPressTheButton()
+{
+    QSignalSpy clicked(m_button, &QPushButton::clicked);
+    QTest::keyClick(m_window->windowHandle(), Qt::Key_F5);
+    QCOMPARE(clicked.count(), 1);
+    QTest::keyClick(m_window->windowHandle(), Qt::Key_R, Qt::ControlModifier);
+    QCOMPARE(clicked.count(), 2);
+    QTest::keyClick(m_window->windowHandle(), Qt::Key_R);
+    QTest::keyClick(m_window->windowHandle(), Qt::Key_F5, Qt::ShiftModifier);
+    QCOMPARE(clicked.count(), 2);
+    QCOMPARE(m_field->text(), QStringLiteral("r"));
+}
+
+void ButtonKeysTest::keyThatIsHeldDownPressesOnce()
+{
+    QSignalSpy clicked(m_button, &QPushButton::clicked);
+    for (const bool again : {false, true, true, true})
+        QTest::simulateEvent(m_field, true, Qt::Key_F5, Qt::NoModifier, QString(), again);
+    QCOMPARE(clicked.count(), 1);
+}
+
+void ButtonKeysTest::keysOfAButtonThatIsOffDoNothing()
+{
+    QSignalSpy clicked(m_button, &QPushButton::clicked);
+    m_button->setEnabled(false);
+    QTest::keyClick(m_window->windowHandle(), Qt::Key_F5);
+    QCOMPARE(clicked.count(), 0);
+    m_button->setEnabled(true);
+    QTest::keyClick(m_window->windowHandle(), Qt::Key_F5);
+    QCOMPARE(clicked.count(), 1);
+}
+
+void ButtonKeysTest::keysWaitForADialog()
+{
+    QSignalSpy clicked(m_button, &QPushButton::clicked);
+    QDialog dialog(m_window.get());
+    dialog.setModal(true);
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    QTest::keyClick(dialog.windowHandle(), Qt::Key_F5);
+    QCOMPARE(clicked.count(), 0);
+}
+
+void ButtonKeysTest::toolTipNamesTheKeys()
+{
+    m_button->setToolTip(QStringLiteral("Load anew"));
+    QCOMPARE(shownTip(), QStringLiteral("Load anew (F5, Ctrl+R)"));
+    // It is a matter of what is shown alone.
+    QCOMPARE(m_button->toolTip(), QStringLiteral("Load anew"));
+}
+
+void ButtonKeysTest::toolTipFollowsTheName()
+{
+    QCOMPARE(shownTip(), QStringLiteral("Reload (F5, Ctrl+R)"));
+    m_button->setAccessibleName(QStringLiteral("Stop"));
+    QCOMPARE(shownTip(), QStringLiteral("Stop (F5, Ctrl+R)"));
+}
+
+void ButtonKeysTest::screenReadersHearTheKeys()
+{
+    const QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(m_button);
+    QCOMPARE(spoken->text(QAccessible::Name), QStringLiteral("Reload"));
+    QCOMPARE(spoken->text(QAccessible::Description), QStringLiteral("F5, Ctrl+R"));
+}
+
+KAVO_TEST_MAIN(ButtonKeysTest)
+#include "ButtonKeysTest.moc"
