@@ -27,10 +27,25 @@ ApplicationContainer::ApplicationContainer(
     m_packages = new PackageContainer(packages, this);
     connect(packages.data(), &PackageController::list, this,
             &ApplicationContainer::giveKeyboardToFirstCard);
+    joinSearch();
 
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_topBar);
     layout->addWidget(m_packages);
+}
+
+/// The field stands in the bar, and what it finds in the list.
+void ApplicationContainer::joinSearch()
+{
+    connect(m_topBar, &TopBar::searched, m_packages, &PackageContainer::search);
+    connect(m_topBar, &TopBar::searchConfirmed, m_packages, &PackageContainer::goToFound);
+    connect(m_topBar, &TopBar::searchLeft, this, [this] {
+        if (!m_packages->focusCardInSight())
+            m_topBar->focusRefresh();
+    });
+    connect(m_packages, &PackageContainer::typed, m_topBar, &TopBar::beginSearch);
+    connect(m_packages, &PackageContainer::searchCancelled, m_topBar, &TopBar::endSearch);
+    connect(m_packages, &PackageContainer::searchDescribed, m_topBar, &TopBar::describeSearch);
 }
 
 void ApplicationContainer::giveKeyboardToRefresh()

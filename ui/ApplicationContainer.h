@@ -30,6 +30,7 @@ public:
                          QWidget *parent = nullptr);
 
 private:
+    void joinSearch();
     void giveKeyboardToRefresh();
     void giveKeyboardToFirstCard();
 

@@ -6,11 +6,14 @@
 #include "packages/PackageController.h"
 #include "ui/PackageCards.h"
 #include "ui/PackageDetailWidget.h"
+#include "ui/PackageFilter.h"
 #include "ui/PackageProcessingWidget.h"
 #include "ui/PackageSidebar.h"
 #include "ui/PackageWidget.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLocale>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
@@ -37,8 +40,10 @@ PackageContainer::PackageContainer(const QSharedPointer<PackageController> &cont
     , m_detail(new PackageDetailWidget(controller, this))
     , m_processing(new PackageProcessingWidget(this))
     , m_sidebar(new PackageSidebar(controller, this))
+    , m_filter(new PackageFilter(this))
 {
     followController();
+    followFilter();
     build();
     m_sidebar->setVisible(m_controller->settings()->showsFilter());
     Components::scrollToFocus(*this);
@@ -47,19 +52,63 @@ PackageContainer::PackageContainer(const QSharedPointer<PackageController> &cont
 
 void PackageContainer::focusFirstCard()
 {
-    if (auto *card = qobject_cast<PackageWidget *>(m_list->rowWidget(0)))
+    if (PackageWidget *card = m_cards->firstCard())
         card->focusDetailButton();
+}
+
+bool PackageContainer::focusCardInSight()
+{
+    PackageWidget *card = m_list->isVisible() ? m_cards->firstCardInSight() : nullptr;
+    if (card)
+        card->focusDetailButton();
+    return card;
+}
+
+void PackageContainer::search(const QString &text)
+{
+    const bool wasFiltered = m_filter->isActive();
+    if (!wasFiltered)
+        m_scrollBefore = m_list->verticalScrollBar()->value();
+    m_filter->search(text);
+    listFound();
+    keepPlace(wasFiltered);
+    if (m_detail->isVisible())
+        m_controller->showList();
+}
+
+void PackageContainer::goToFound()
+{
+    if (m_detail->isVisible())
+        m_controller->showList();
+    if (m_list->isVisible())
+        focusFirstCard();
+}
+
+void PackageContainer::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape && m_filter->isActive() && m_showsList)
+        emit searchCancelled();
+    else
+        StyledWidget::keyPressEvent(event);
 }
 
 void PackageContainer::followController()
 {
     const PackageController *controller = m_controller.data();
-    connect(controller, &PackageController::update, m_cards, &PackageCards::rebuild);
+    connect(controller, &PackageController::update, this, &PackageContainer::rebuild);
     connect(controller, &PackageController::busy, this, &PackageContainer::showBusy);
     connect(controller, &PackageController::empty, this, &PackageContainer::showEmpty);
     connect(controller, &PackageController::list, this, &PackageContainer::showList);
     connect(controller, &PackageController::error, this, &PackageContainer::showError);
     connect(controller, &PackageController::detail, this, &PackageContainer::showDetail);
+}
+
+void PackageContainer::followFilter()
+{
+    connect(m_filter, &PackageFilter::advanced, this, &PackageContainer::listFound);
+    // The cards come first: most people scroll before they search.
+    connect(m_cards, &PackageCards::complete, m_filter, &PackageFilter::prepare);
+    connect(m_list, &WidgetList::typed, this, &PackageContainer::typed);
 }
 
 void PackageContainer::build()
@@ -90,6 +139,14 @@ void PackageContainer::buildList()
     m_list->hide();
 }
 
+void PackageContainer::rebuild()
+{
+    m_filter->setPackages(m_controller->packages());
+    m_cards->rebuild();
+    if (m_filter->isActive())
+        listFound();
+}
+
 void PackageContainer::showBusy()
 {
     hideContent();
@@ -110,9 +167,8 @@ void PackageContainer::showList()
     if (isLeft)
         window()->focusWidget()->clearFocus();
     m_detail->hide();
-    m_sidebar->setVisible(m_controller->settings()->showsFilter());
-    m_processing->setMode(PackageProcessingWidget::HiddenMode);
-    m_list->show();
+    m_showsList = true;
+    showListOrNothing();
     if (opened)
         opened->focusDetailButton();
 }
@@ -127,10 +183,52 @@ void PackageContainer::showDetail(const PackagePointer &package)
 {
     if (package)
         m_openedId = package->id();
+    m_showsList = false;
     m_list->hide();
     m_sidebar->hide();
     m_processing->setMode(PackageProcessingWidget::HiddenMode);
     m_detail->setPackage(package);
+}
+
+void PackageContainer::listFound()
+{
+    m_cards->list(m_filter->found());
+    if (m_showsList)
+        showListOrNothing();
+    describeSearch();
+}
+
+/// The panel says so where nothing was found. An empty catalogue is an empty list.
+void PackageContainer::showListOrNothing()
+{
+    const bool nothing =
+        m_filter->isActive() && m_filter->isComplete() && m_filter->foundCount() == 0;
+    m_sidebar->setVisible(!nothing && m_controller->settings()->showsFilter());
+    m_processing->setMode(nothing ? PackageProcessingWidget::EmptyMode
+                                  : PackageProcessingWidget::HiddenMode);
+    m_list->setVisible(!nothing);
+}
+
+/// What is found is read from its beginning. Without a search the list stands where it stood
+/// before, or where the keyboard is.
+void PackageContainer::keepPlace(bool wasFiltered)
+{
+    if (m_filter->isActive())
+        m_list->scrollToTop();
+    else if (!m_list->showKeyboard() && wasFiltered)
+        m_list->verticalScrollBar()->setValue(m_scrollBefore);
+}
+
+void PackageContainer::describeSearch()
+{
+    const QLocale locale;
+    const QString result = !m_filter->isActive()
+                               ? QString()
+                               : tr("%1 of %2 packages")
+                                     .arg(locale.toString(m_filter->foundCount()),
+                                          locale.toString(m_filter->found().size()));
+    m_list->setAccessibleDescription(result);
+    emit searchDescribed(result);
 }
 
 bool PackageContainer::hasFocusIn(const QWidget &part) const
@@ -141,6 +239,7 @@ bool PackageContainer::hasFocusIn(const QWidget &part) const
 
 void PackageContainer::hideContent()
 {
+    m_showsList = false;
     m_list->hide();
     m_detail->hide();
     m_sidebar->hide();

@@ -10,14 +10,15 @@
 #include "dialogs/MessageBoxes.h"
 #include "dialogs/SettingsDialog.h"
 #include "packages/PackageController.h"
+#include "ui/SearchField.h"
 #include "ui/TopbarController.h"
 
+#include <QAction>
 #include <QCoreApplication>
 #include <QDir>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QPointer>
@@ -41,6 +42,17 @@ constexpr int MaximalHeight = 75;
 constexpr int LogoHeight = 25;
 /// Besides the space between all buttons.
 constexpr int ResetGap = 16;
+
+/// Ctrl+F first. Keyboards have up to two keys of their own for it.
+QList<QKeySequence> searchKeys()
+{
+    QList<QKeySequence> keys{Qt::CTRL + Qt::Key_F, Qt::Key_Find, Qt::Key_Search};
+    for (const QKeySequence &key : QKeySequence::keyBindings(QKeySequence::Find)) {
+        if (!keys.contains(key))
+            keys.append(key);
+    }
+    return keys;
+}
 
 /// Whether a program may say where its windows are. On Wayland only the compositor does.
 bool placesWindows()
@@ -68,9 +80,7 @@ TopBar::TopBar(const QSharedPointer<TopbarController> &controller, QWidget *pare
     layout->addStretch(1);
     addWindowControl(*layout);
 
-    const bool searchable = m_controller->settings()->showsFilter();
-    m_searchField->setVisible(searchable);
-    m_searchButton->setVisible(searchable);
+    showSearch(m_controller->settings()->showsFilter());
 }
 
 void TopBar::mousePressEvent(QMouseEvent *event)
@@ -99,6 +109,37 @@ void TopBar::mouseReleaseEvent(QMouseEvent *event)
 void TopBar::focusRefresh()
 {
     m_refreshButton->setFocus(Qt::OtherFocusReason);
+}
+
+void TopBar::beginSearch(const QString &typed)
+{
+    showSearch(true);
+    m_searchField->setFocus(Qt::OtherFocusReason);
+    if (typed.isEmpty())
+        m_searchField->selectAll();
+    else
+        m_searchField->write(typed);
+}
+
+void TopBar::endSearch()
+{
+    m_searchField->clear();
+    if (m_controller->settings()->showsFilter())
+        return;
+    if (m_searchField->hasFocus() || m_searchButton->hasFocus())
+        emit searchLeft();
+    showSearch(false);
+}
+
+void TopBar::describeSearch(const QString &result)
+{
+    m_searchField->setAccessibleDescription(result);
+}
+
+void TopBar::showSearch(bool shown)
+{
+    m_searchField->setVisible(shown);
+    m_searchButton->setVisible(shown);
 }
 
 void TopBar::drag(const QPoint &position)
@@ -146,13 +187,27 @@ void TopBar::addLauncher(QHBoxLayout &layout)
 
 void TopBar::addSearch(QHBoxLayout &layout)
 {
-    m_searchField = new QLineEdit(this);
-    m_searchField->setObjectName(QStringLiteral("SearchField"));
+    m_searchField = new SearchField(this);
     m_searchField->setPlaceholderText(tr("eg. Jetways"));
     m_searchField->setAccessibleName(tr("Search"));
+    connect(m_searchField, &SearchField::textChanged, this, &TopBar::searched);
+    connect(m_searchField, &SearchField::returnPressed, this, &TopBar::searchConfirmed);
+    connect(m_searchField, &SearchField::cancelled, this, &TopBar::endSearch);
     layout.addWidget(m_searchField);
     m_searchButton = makeButton(SearchGlyph, tr("Search"));
+    connect(m_searchButton, &QPushButton::clicked, this, &TopBar::searchConfirmed);
     layout.addWidget(m_searchButton);
+    addSearchKeys();
+}
+
+/// The bar has them, since they work while field and button are hidden.
+void TopBar::addSearchKeys()
+{
+    auto *action = new QAction(this);
+    action->setShortcuts(searchKeys());
+    connect(action, &QAction::triggered, this, [this] { beginSearch(); });
+    addAction(action);
+    Components::nameKeys(*m_searchButton, {searchKeys().first()});
 }
 
 void TopBar::addButtons(QHBoxLayout &layout)

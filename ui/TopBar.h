@@ -6,7 +6,6 @@
 #include <QSharedPointer>
 
 class QHBoxLayout;
-class QLineEdit;
 class QPushButton;
 
 namespace Kavo::Controllers {
@@ -14,6 +13,8 @@ class TopbarController;
 }
 
 namespace Kavo::Ui {
+
+class SearchField;
 
 /// The strip at the top of the frameless window: logo, launcher of the simulator, search field,
 /// buttons and window buttons. The window is dragged by it.
@@ -28,6 +29,22 @@ public:
     /// Gives the keyboard to the Refresh button.
     void focusRefresh();
 
+    /// Shows the search with the keyboard in its field. What is typed goes behind the text there;
+    /// without it that text is selected.
+    void beginSearch(const QString &typed = QString());
+    /// Empties the field. It is hidden with its button where they are not always there.
+    void endSearch();
+    /// What screen readers say of what was found.
+    void describeSearch(const QString &result);
+
+signals:
+    /// The text in the search field has changed.
+    void searched(const QString &text);
+    /// The keyboard is to go to what was found.
+    void searchConfirmed();
+    /// The search field is about to be hidden, and has the keyboard.
+    void searchLeft();
+
 protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
@@ -35,11 +52,13 @@ protected:
 
 private:
     void drag(const QPoint &position);
+    void showSearch(bool shown);
 
     void addLogo(QHBoxLayout &layout);
     void addRepositoryLabel(QHBoxLayout &layout);
     void addLauncher(QHBoxLayout &layout);
     void addSearch(QHBoxLayout &layout);
+    void addSearchKeys();
     void addButtons(QHBoxLayout &layout);
     void addWindowControl(QHBoxLayout &layout);
     QPushButton *makeButton(int glyph, const QString &description);
@@ -51,7 +70,7 @@ private:
     QSharedPointer<Controllers::TopbarController> m_controller;
     bool m_dragging = false;
     QPoint m_pressed;
-    QLineEdit *m_searchField = nullptr;
+    SearchField *m_searchField = nullptr;
     QPushButton *m_searchButton = nullptr;
     QPushButton *m_refreshButton = nullptr;
 };

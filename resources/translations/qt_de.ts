@@ -362,6 +362,10 @@ Fortfahren?</translation>
         <source>Packages</source>
         <translation>Pakete</translation>
     </message>
+    <message>
+        <source>%1 of %2 packages</source>
+        <translation>%1 von %2 Paketen</translation>
+    </message>
 </context>
 <context>
     <name>Kavo::Ui::PackageDetailInfoWidget</name>

@@ -53,7 +53,7 @@ private slots:
     void onlyTheExactTextHidesTheSearch();
     void localRepositoryIsTold_data();
     void localRepositoryIsTold();
-    void searchDoesNothing();
+    void searchAsksNobodyForPackages();
     void toolTipsNameTheKeys();
     void refreshLoadsTheCatalogue();
     void windowButtonsSetTheState();
@@ -223,7 +223,7 @@ void TopBarTest::localRepositoryIsTold()
         QCOMPARE(label->text(), QStringLiteral("[Local Repository]"));
 }
 
-void TopBarTest::searchDoesNothing()
+void TopBarTest::searchAsksNobodyForPackages()
 {
     set(Settings::SHOW_FILTER, QStringLiteral("true"));
     open();
@@ -246,6 +246,7 @@ void TopBarTest::toolTipsNameTheKeys()
         QToolTip::hideText();
         return text;
     };
+    QCOMPARE(shownTip(iconButton(SEARCH)), QStringLiteral("Search (Ctrl+F)"));
     QCOMPARE(shownTip(iconButton(REFRESH)), QStringLiteral("Refresh (F5, Ctrl+R)"));
     QCOMPARE(shownTip(iconButton(SETTINGS)), QStringLiteral("Settings (Ctrl+,)"));
     QCOMPARE(shownTip(button("WindowClose")), QStringLiteral("Close (Ctrl+Q)"));
