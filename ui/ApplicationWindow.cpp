@@ -1,5 +1,7 @@
 #include "ui/ApplicationWindow.h"
 
+#include "components/FocusRing.h"
+#include "components/WindowEdges.h"
 #include "dialogs/MessageBoxes.h"
 #include "packages/PackageController.h"
 #include "ui/ApplicationContainer.h"
@@ -14,6 +16,9 @@ namespace Kavo::Ui {
 using Controllers::ApplicationController;
 
 namespace {
+
+/// Below this size the cards have no room for what they say.
+constexpr QSize SmallestSize(960, 600);
 
 ApplicationController::State stateOf(const QWidget &window)
 {
@@ -39,6 +44,10 @@ ApplicationWindow::ApplicationWindow(const QSharedPointer<ApplicationController>
     setWindowFlag(Qt::FramelessWindowHint);
     setWindowTitle(tr("Kavo Suite"));
     setCentralWidget(new ApplicationContainer(application, packages, topbar, this));
+    new Components::WindowEdges(centralWidget());
+    Components::FocusRing::follow(this);
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    setMinimumSize(SmallestSize.boundedTo(screen->availableSize()));
 
     const ApplicationController *controller = application.data();
     connect(controller, &ApplicationController::styleChanged, this,
@@ -50,7 +59,7 @@ ApplicationWindow::ApplicationWindow(const QSharedPointer<ApplicationController>
     connect(controller, &ApplicationController::stateChanged, this,
             &ApplicationWindow::onStateChanged);
     connect(controller, &ApplicationController::exitRequest, this, &QWidget::close);
-    application->setScreenSize(QGuiApplication::primaryScreen()->size());
+    application->setScreenSize(screen->size());
 }
 
 void ApplicationWindow::present()
@@ -97,6 +106,29 @@ void ApplicationWindow::onStateChanged()
         setWindowState(Qt::WindowFullScreen);
         break;
     }
+}
+
+void ApplicationWindow::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    adoptGeometry();
+}
+
+void ApplicationWindow::moveEvent(QMoveEvent *event)
+{
+    QMainWindow::moveEvent(event);
+    adoptGeometry();
+}
+
+/// The user may have dragged an edge; the next drag of the whole window begins from there.
+void ApplicationWindow::adoptGeometry()
+{
+    if (!isVisible() || stateOf(*this) != ApplicationController::NORMAL)
+        return;
+    m_application->setWidth(width());
+    m_application->setHeight(height());
+    m_application->setX(x());
+    m_application->setY(y());
 }
 
 void ApplicationWindow::changeEvent(QEvent *event)

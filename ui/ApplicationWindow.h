@@ -35,10 +35,13 @@ public slots:
     void onStateChanged();
 
 protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
     void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
+    void adoptGeometry();
     void adoptState();
 
     QSharedPointer<Controllers::ApplicationController> m_application;

@@ -94,6 +94,19 @@ void TopBar::mousePressEvent(QMouseEvent *event)
     event->accept();
 }
 
+void TopBar::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        StyledWidget::mouseDoubleClickEvent(event);
+        return;
+    }
+    m_dragging = false;
+    if (window()->isMaximized())
+        m_controller->restore();
+    else
+        m_controller->maximize();
+}
+
 void TopBar::mouseMoveEvent(QMouseEvent *event)
 {
     if (m_dragging && (event->buttons() & Qt::LeftButton))

@@ -17,7 +17,8 @@ namespace Kavo::Ui {
 class SearchField;
 
 /// The strip at the top of the frameless window: logo, launcher of the simulator, search field,
-/// buttons and window buttons. The window is dragged by it.
+/// buttons and window buttons. The window is dragged by it, and maximised and restored by a double
+/// click.
 class TopBar final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -47,6 +48,7 @@ signals:
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
 

@@ -14,6 +14,7 @@
 #include <QAbstractScrollArea>
 #include <QComboBox>
 #include <QDir>
+#include <QFocusFrame>
 #include <QJsonArray>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -133,7 +134,8 @@ QList<QWidget *> visibleChildren(const QWidget &parent)
 {
     QList<QWidget *> found;
     for (QWidget *child : parent.findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly)) {
-        if (child->isVisible() && !child->isWindow())
+        // The ring of the keyboard is meant to lie around what has it.
+        if (child->isVisible() && !child->isWindow() && !qobject_cast<QFocusFrame *>(child))
             found.append(child);
     }
     return found;

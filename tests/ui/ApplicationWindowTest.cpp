@@ -53,6 +53,9 @@ private slots:
     void stateFollowsTheWindowManager_data();
     void stateFollowsTheWindowManager();
     void windowManagerRestoresWhatItMinimised();
+    void smallestSizeFitsTheScreen();
+    void controllerLearnsTheSizeThatTheUserChose();
+    void doubleClickOnTheTopBarMaximises();
     void styleAppliesToTheApplication();
     void windowClosesWhenNothingIsGoingOn();
     void windowStaysDuringAnInstallation();
@@ -228,6 +231,53 @@ void ApplicationWindowTest::windowManagerRestoresWhatItMinimised()
     QCOMPARE(int(m_window->windowState()), int(Qt::WindowMaximized | Qt::WindowMinimized));
     m_window->setWindowState(Qt::WindowMaximized);
     QCOMPARE(m_application->state(), ApplicationController::MAXIMIZED);
+}
+
+void ApplicationWindowTest::smallestSizeFitsTheScreen()
+{
+    open();
+    const QSize screen = QGuiApplication::primaryScreen()->availableSize();
+    QCOMPARE(m_window->minimumSize(), QSize(960, 600).boundedTo(screen));
+}
+
+void ApplicationWindowTest::controllerLearnsTheSizeThatTheUserChose()
+{
+    open();
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    m_application->setState(ApplicationController::NORMAL);
+    QTRY_VERIFY(!m_window->isMaximized());
+    // As when an edge is dragged.
+    const QSize chosen(500, 400);
+    m_window->setMinimumSize(chosen);
+    m_window->setGeometry(QRect(QPoint(40, 30), chosen));
+    QTRY_COMPARE(m_application->height(), chosen.height());
+    QCOMPARE(m_application->width(), chosen.width());
+    QTRY_COMPARE(QPoint(m_application->x(), m_application->y()), QPoint(40, 30));
+    // The next drag of the whole window keeps the size.
+    m_application->move(50, 20);
+    QTRY_COMPARE(m_window->geometry(), QRect(QPoint(50, 20), chosen));
+    // A maximised window tells nothing: it would be as large after it was restored.
+    m_application->setState(ApplicationController::MAXIMIZED);
+    QTRY_VERIFY(m_window->height() > chosen.height());
+    QCOMPARE(m_application->height(), chosen.height());
+}
+
+void ApplicationWindowTest::doubleClickOnTheTopBarMaximises()
+{
+    open();
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    m_application->setState(ApplicationController::NORMAL);
+    auto *bar = m_window->findChild<TopBar *>();
+    const QPoint free(bar->width() - 4, 4);
+    QTest::mouseDClick(bar, Qt::RightButton, {}, free);
+    QCOMPARE(m_application->state(), ApplicationController::NORMAL);
+    QTest::mouseDClick(bar, Qt::LeftButton, {}, free);
+    QCOMPARE(m_application->state(), ApplicationController::MAXIMIZED);
+    QTRY_VERIFY(m_window->isMaximized());
+    QTest::mouseDClick(bar, Qt::LeftButton, {}, free);
+    QCOMPARE(m_application->state(), ApplicationController::NORMAL);
 }
 
 void ApplicationWindowTest::styleAppliesToTheApplication()

@@ -1,0 +1,168 @@
+#include "components/FocusRing.h"
+#include "tests/components/Widgets.h"
+#include "tests/support/TestMain.h"
+
+#include <QDialog>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include <memory>
+
+using namespace Kavo::Testing;
+using Kavo::Components::FocusRing;
+
+class FocusRingTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void ringGoesAroundTheButton();
+    void ringFollowsTheKeyboard();
+    void ringFollowsAButtonThatMoves();
+    void ringIsHiddenWithItsButton();
+    void ringGoesWithItsButton();
+    void ringIsNotTakenForTheButton();
+    void ringServesEveryWindow();
+    void ringGoesWithItsFollower();
+
+private:
+    static FocusRing *ringIn(const QWidget &window) { return window.findChild<FocusRing *>(); }
+    QRect placeOf(const QWidget &part) const
+    {
+        return {part.mapTo(m_window.get(), QPoint()), part.size()};
+    }
+
+    std::unique_ptr<QObject> m_follower;
+    std::unique_ptr<QWidget> m_window;
+    QPushButton *m_first = nullptr;
+    QPushButton *m_second = nullptr;
+    QLineEdit *m_field = nullptr;
+};
+
+void FocusRingTest::init()
+{
+    qApp->setStyleSheet(QStringLiteral("#FocusRing { qproperty-color: #ff0000; }"));
+    m_follower = std::make_unique<QObject>();
+    FocusRing::follow(m_follower.get());
+    m_window = std::make_unique<QWidget>();
+    // As in the box of a dialog, which ends where its buttons do.
+    auto *box = new QWidget(m_window.get());
+    auto *row = new QHBoxLayout(box);
+    row->setContentsMargins(0, 0, 0, 0);
+    m_first = new QPushButton(QStringLiteral("First"), box);
+    m_second = new QPushButton(QStringLiteral("Second"), box);
+    m_field = new QLineEdit(box);
+    row->addWidget(m_first);
+    row->addWidget(m_second);
+    row->addWidget(m_field);
+    auto *layout = new QHBoxLayout(m_window.get());
+    layout->addWidget(box);
+    m_window->show();
+    m_window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    m_second->setFocus();
+}
+
+void FocusRingTest::cleanup()
+{
+    m_window.reset();
+    m_follower.reset();
+    qApp->setStyleSheet(QString());
+}
+
+void FocusRingTest::ringGoesAroundTheButton()
+{
+    const FocusRing *ring = ringIn(*m_window);
+    QVERIFY(ring);
+    QVERIFY(ring->isVisible());
+    QCOMPARE(placeOf(*ring), placeOf(*m_second).adjusted(-4, -4, 4, 4));
+    // The button's row would cut it off.
+    QCOMPARE(ring->visibleRegion().boundingRect(), ring->rect());
+    QTRY_COMPARE(ring->color(), QColor(Qt::red));
+    const QImage picture = m_window->grab(placeOf(*ring)).toImage();
+    const int middle = picture.height() / 2;
+    QCOMPARE(picture.pixelColor(0, middle), QColor(Qt::red));
+    QCOMPARE(picture.pixelColor(1, middle), QColor(Qt::red));
+    QCOMPARE(picture.pixelColor(2, middle), QColor(Qt::white));
+    QCOMPARE(picture.pixelColor(3, middle), QColor(Qt::white));
+}
+
+void FocusRingTest::ringFollowsTheKeyboard()
+{
+    m_first->setFocus();
+    QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_first).adjusted(-4, -4, 4, 4));
+    m_field->setFocus();
+    QVERIFY(!ringIn(*m_window));
+    m_first->setFocus();
+    QVERIFY(ringIn(*m_window)->isVisible());
+    // The keyboard goes on to the next button.
+    m_first->hide();
+    QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
+}
+
+void FocusRingTest::ringFollowsAButtonThatMoves()
+{
+    const QRect before = placeOf(*m_second);
+    m_window->resize(m_window->width() + 200, m_window->height() + 100);
+    QTRY_VERIFY(placeOf(*m_second) != before);
+    QTRY_COMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
+}
+
+void FocusRingTest::ringIsHiddenWithItsButton()
+{
+    m_window->hide();
+    QVERIFY(!ringIn(*m_window) || !ringIn(*m_window)->isVisible());
+}
+
+void FocusRingTest::ringGoesWithItsButton()
+{
+    m_first->hide();
+    m_field->hide();
+    delete m_second;
+    QTRY_VERIFY(!ringIn(*m_window));
+}
+
+void FocusRingTest::ringIsNotTakenForTheButton()
+{
+    QCOMPARE(ringIn(*m_window)->focusPolicy(), Qt::NoFocus);
+    QCOMPARE(m_window->childAt(placeOf(*m_second).center()), m_second);
+}
+
+void FocusRingTest::ringServesEveryWindow()
+{
+    {
+        QDialog dialog(m_window.get());
+        auto *layout = new QHBoxLayout(&dialog);
+        auto *button = new QPushButton(QStringLiteral("Ok"), &dialog);
+        layout->addWidget(button);
+        dialog.show();
+        dialog.activateWindow();
+        QTRY_COMPARE(QApplication::activeWindow(), &dialog);
+        button->setFocus();
+        QVERIFY(ringIn(dialog));
+        QVERIFY(ringIn(dialog)->isVisible());
+    }
+    // It has gone with the dialog.
+    m_window->activateWindow();
+    QTRY_COMPARE(QApplication::activeWindow(), m_window.get());
+    m_field->setFocus();
+    m_first->setFocus();
+    QVERIFY(ringIn(*m_window));
+    QVERIFY(ringIn(*m_window)->isVisible());
+}
+
+void FocusRingTest::ringGoesWithItsFollower()
+{
+    QVERIFY(ringIn(*m_window));
+    m_follower.reset();
+    QVERIFY(!ringIn(*m_window));
+    m_first->setFocus();
+    QVERIFY(!ringIn(*m_window));
+}
+
+KAVO_TEST_MAIN(FocusRingTest)
+#include "FocusRingTest.moc"

@@ -1,0 +1,120 @@
+#include "components/WindowEdges.h"
+#include "tests/components/Widgets.h"
+#include "tests/support/TestMain.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+
+#include <memory>
+
+using namespace Kavo::Testing;
+using Kavo::Components::WindowEdges;
+
+class WindowEdgesTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { m_window.reset(); }
+
+    void edgesShowWhatTheyDo_data();
+    void edgesShowWhatTheyDo();
+    void insideHasItsOwnCursor();
+    void pointerThatLeavesTheEdgeLosesItsCursor();
+    void edgesFollowTheSize();
+    void largeWindowHasNone_data();
+    void largeWindowHasNone();
+
+private:
+    /// Moves the pointer there.
+    Qt::CursorShape cursorAt(const QPoint &place) const
+    {
+        // A pointer that is there already would not move.
+        QTest::mouseMove(m_window->windowHandle(), m_window->rect().center());
+        QTest::mouseMove(m_window->windowHandle(), place);
+        const QWidget *part = m_window->childAt(place);
+        return (part ? part : m_window.get())->cursor().shape();
+    }
+
+    std::unique_ptr<QWidget> m_window;
+};
+
+void WindowEdgesTest::init()
+{
+    m_window = std::make_unique<QWidget>(nullptr, Qt::FramelessWindowHint);
+    m_window->resize(400, 300);
+    auto *layout = new QHBoxLayout(m_window.get());
+    layout->setContentsMargins(8, 8, 8, 8);
+    layout->addWidget(new QLabel(m_window.get()));
+    new WindowEdges(m_window.get());
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    QCOMPARE(m_window->size(), QSize(400, 300));
+}
+
+void WindowEdgesTest::edgesShowWhatTheyDo_data()
+{
+    QTest::addColumn<QPoint>("place");
+    QTest::addColumn<Qt::CursorShape>("cursor");
+    QTest::newRow("left") << QPoint(0, 150) << Qt::SizeHorCursor;
+    QTest::newRow("right") << QPoint(399, 150) << Qt::SizeHorCursor;
+    QTest::newRow("top") << QPoint(200, 0) << Qt::SizeVerCursor;
+    QTest::newRow("bottom") << QPoint(200, 299) << Qt::SizeVerCursor;
+    QTest::newRow("upper left") << QPoint(1, 1) << Qt::SizeFDiagCursor;
+    QTest::newRow("upper left, along the edge") << QPoint(12, 2) << Qt::SizeFDiagCursor;
+    QTest::newRow("lower right") << QPoint(399, 299) << Qt::SizeFDiagCursor;
+    QTest::newRow("upper right") << QPoint(399, 0) << Qt::SizeBDiagCursor;
+    QTest::newRow("lower left") << QPoint(0, 299) << Qt::SizeBDiagCursor;
+    QTest::newRow("lower left, along the edge") << QPoint(2, 288) << Qt::SizeBDiagCursor;
+}
+
+void WindowEdgesTest::edgesShowWhatTheyDo()
+{
+    QFETCH(QPoint, place);
+    QFETCH(Qt::CursorShape, cursor);
+    QCOMPARE(cursorAt(place), cursor);
+}
+
+void WindowEdgesTest::insideHasItsOwnCursor()
+{
+    for (const QPoint place : {QPoint(6, 150), QPoint(393, 150), QPoint(200, 6), QPoint(200, 293),
+                               QPoint(10, 10), QPoint(200, 150)})
+        QCOMPARE(cursorAt(place), Qt::ArrowCursor);
+}
+
+void WindowEdgesTest::pointerThatLeavesTheEdgeLosesItsCursor()
+{
+    QCOMPARE(cursorAt({0, 150}), Qt::SizeHorCursor);
+    // On a widget that would take the cursor of the ground.
+    QCOMPARE(cursorAt({100, 150}), Qt::ArrowCursor);
+    QCOMPARE(cursorAt({200, 299}), Qt::SizeVerCursor);
+}
+
+void WindowEdgesTest::edgesFollowTheSize()
+{
+    m_window->resize(500, 350);
+    QTRY_COMPARE(cursorAt({499, 349}), Qt::SizeFDiagCursor);
+    QCOMPARE(cursorAt({499, 150}), Qt::SizeHorCursor);
+    QCOMPARE(cursorAt({399, 150}), Qt::ArrowCursor);
+}
+
+void WindowEdgesTest::largeWindowHasNone_data()
+{
+    QTest::addColumn<Qt::WindowState>("state");
+    QTest::newRow("maximised") << Qt::WindowMaximized;
+    QTest::newRow("full screen") << Qt::WindowFullScreen;
+}
+
+void WindowEdgesTest::largeWindowHasNone()
+{
+    QFETCH(Qt::WindowState, state);
+    m_window->setWindowState(state);
+    QTRY_COMPARE(m_window->windowState() & state, state);
+    QCOMPARE(cursorAt({0, 150}), Qt::ArrowCursor);
+    m_window->setWindowState(Qt::WindowNoState);
+    QTRY_COMPARE(cursorAt({0, 150}), Qt::SizeHorCursor);
+}
+
+KAVO_TEST_MAIN(WindowEdgesTest)
+#include "WindowEdgesTest.moc"
