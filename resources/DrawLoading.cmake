@@ -20,7 +20,7 @@ foreach(index RANGE ${last})
   list(APPEND frames "${frame}.png")
 endforeach()
 
-# 4 hundredths of a second a frame: one turn takes about a second.
+# 6 hundredths of a second a frame: one turn takes a second and a half.
 execute_process(
-  COMMAND "${IMAGEMAGICK_CONVERT}" -dispose Background -delay 4 -loop 0 ${frames} "${OUTPUT}"
+  COMMAND "${IMAGEMAGICK_CONVERT}" -dispose Background -delay 6 -loop 0 ${frames} "${OUTPUT}"
   COMMAND_ERROR_IS_FATAL ANY)

@@ -1,6 +1,7 @@
 #include "ui/PackageProcessingWidget.h"
 
 #include "components/LoadingAnimation.h"
+#include "components/ObjectNameStyle.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
@@ -16,12 +17,16 @@ constexpr QSize AnimationSize(72, 72);
 PackageProcessingWidget::PackageProcessingWidget(QWidget *parent)
     : StyledWidget(QStringLiteral("PackageProcessingWidget"), parent)
     , m_animation(new QLabel(this))
+    , m_drawing(new QLabel(this))
     , m_message(new QLabel(this))
 {
     m_animation->setObjectName(QStringLiteral("ProcessingAnimation"));
     m_animation->setAttribute(Qt::WA_TranslucentBackground);
     m_animation->setAlignment(Qt::AlignCenter);
     Components::LoadingAnimation::play(*m_animation, AnimationSize);
+
+    // The style sheet knows the drawing for each mode by its name.
+    m_drawing->hide();
 
     m_message->setObjectName(QStringLiteral("ProcessingMessage"));
     m_message->setTextFormat(Qt::PlainText);
@@ -32,6 +37,7 @@ PackageProcessingWidget::PackageProcessingWidget(QWidget *parent)
     layout->setSpacing(8);
     layout->addStretch();
     layout->addWidget(m_animation);
+    layout->addWidget(m_drawing, 0, Qt::AlignHCenter);
     layout->addWidget(m_message);
     layout->addStretch();
 }
@@ -43,6 +49,7 @@ void PackageProcessingWidget::setMode(int mode)
     } else if (mode == BusyMode) {
         setAccessibleName(tr("Please wait"));
         m_message->hide();
+        m_drawing->hide();
         m_animation->show();
         show();
     } else if (mode == EmptyMode || mode == ErrorMode) {
@@ -50,6 +57,9 @@ void PackageProcessingWidget::setMode(int mode)
             m_message->setText(tr("No items found"));
         setAccessibleName(m_message->text());
         m_animation->hide();
+        Components::restyle(*m_drawing, mode == EmptyMode ? QStringLiteral("EmptyDrawing")
+                                                          : QStringLiteral("ErrorDrawing"));
+        m_drawing->show();
         m_message->show();
         show();
     }

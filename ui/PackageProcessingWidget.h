@@ -25,6 +25,7 @@ public:
 
 private:
     QLabel *m_animation;
+    QLabel *m_drawing;
     QLabel *m_message;
 };
 

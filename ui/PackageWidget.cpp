@@ -2,17 +2,18 @@
 
 #include "components/Buttons.h"
 #include "components/IconFont.h"
-#include "components/LoadingAnimation.h"
 #include "components/ObjectNameStyle.h"
 #include "components/Picture.h"
 #include "components/ProgressBar.h"
 #include "downloads/DownloadManager.h"
 #include "packages/PackageController.h"
 #include "ui/ElidedLabel.h"
+#include "ui/IconLabel.h"
 #include "ui/NameLabel.h"
 #include "ui/PackageActions.h"
 #include "ui/PackageErrorQueue.h"
 #include "ui/PlainLine.h"
+#include "ui/PriceLabel.h"
 #include "ui/ProgressFollower.h"
 
 #include <QHBoxLayout>
@@ -24,7 +25,6 @@
 
 namespace Kavo::Ui {
 
-using Components::LoadingAnimation;
 using Controllers::PackageController;
 using Models::Download;
 using Models::Package;
@@ -38,12 +38,13 @@ constexpr int BusyGlyph = 0xf254;
 constexpr int ErrorGlyph = 0xf071;
 constexpr int DetailGlyph = 0xf05a;
 
-constexpr QSize IconSize(96, 96);
-constexpr QSize AnimationSize(24, 24);
 constexpr int DescriptionMargin = 150;
 constexpr int ProgressHeight = 16;
 constexpr int ActionWidth = 192;
 constexpr int NamePoints = 12;
+/// Wide enough for most versions, so that the facts of all cards stand below each other.
+constexpr int FactWidth = 144;
+constexpr QColor PriceColor(0x66, 0xb7, 0x71);
 
 /// The progress bar counts thousands of bytes, because it counts in int.
 int thousands(qint64 size)
@@ -127,12 +128,8 @@ void PackageWidget::hideEvent(QHideEvent *event)
 
 void PackageWidget::buildIcon(QHBoxLayout &layout)
 {
-    m_icon = new QLabel(this);
+    m_icon = new IconLabel(m_package->name(), this);
     m_icon->setObjectName(QStringLiteral("PackageIcon"));
-    m_icon->setFixedSize(IconSize);
-    m_icon->setAttribute(Qt::WA_TranslucentBackground);
-    m_icon->setAlignment(Qt::AlignCenter);
-    LoadingAnimation::play(*m_icon, AnimationSize);
     layout.addWidget(m_icon);
 }
 
@@ -152,8 +149,11 @@ void PackageWidget::buildTexts(QHBoxLayout &layout)
     facts->setSpacing(24);
     m_installed = addLabel(*facts, QStringLiteral("PackageInstalled"), tr("Installed : "));
     m_available = addLabel(*facts, QStringLiteral("PackageAvailable"), tr("Available : "));
-    m_status = addLabel(*facts, QStringLiteral("PackageStatus"), tr("Status : "));
-    m_status->setTextFormat(Qt::RichText);
+    m_installed->setMinimumWidth(FactWidth);
+    m_available->setMinimumWidth(FactWidth);
+    m_status = new PriceLabel(tr("Status : "), this);
+    m_status->setObjectName(QStringLiteral("PackageStatus"));
+    facts->addWidget(m_status);
     facts->addStretch();
 
     auto *column = new QVBoxLayout;
@@ -338,8 +338,7 @@ void PackageWidget::refreshLabels()
     QFont font = m_available->font();
     font.setWeight(m_package->isUpdateAvailable() ? QFont::Bold : QFont::Normal);
     m_available->setFont(font);
-    m_status->setText(tr("Status : ") + QStringLiteral("<font color=\"#66b771\">") +
-                      priceText(*m_package) + QStringLiteral("</font>"));
+    m_status->setWord(priceText(*m_package), PriceColor);
 }
 
 void PackageWidget::setTotalSize(qint64 size)
@@ -377,11 +376,8 @@ void PackageWidget::preferIcon(bool preferred)
 void PackageWidget::showIcon(Download &download, const QString &path)
 {
     disconnect(&download, nullptr, this, nullptr);
-    const QPixmap picture =
-        Components::loadPicture(path, IconSize * devicePixelRatioF(), Qt::IgnoreAspectRatio);
-    LoadingAnimation::stop(*m_icon);
-    m_icon->setScaledContents(true);
-    m_icon->setPixmap(picture);
+    m_icon->showPicture(
+        Components::loadPicture(path, m_icon->size() * devicePixelRatioF(), Qt::IgnoreAspectRatio));
 }
 
 } // namespace Kavo::Ui

@@ -26,6 +26,8 @@ class Download;
 
 namespace Kavo::Ui {
 
+class IconLabel;
+class PriceLabel;
 class ProgressFollower;
 
 /// The card of one package in the list. It follows the package's state and progress and fetches its
@@ -93,10 +95,10 @@ private:
     QSharedPointer<Controllers::PackageController> m_controller;
     Models::PackagePointer m_package;
     QWeakPointer<Models::Download> m_iconFetch;
-    QLabel *m_icon = nullptr;
+    IconLabel *m_icon = nullptr;
     QLabel *m_installed = nullptr;
     QLabel *m_available = nullptr;
-    QLabel *m_status = nullptr;
+    PriceLabel *m_status = nullptr;
     Components::ProgressBar *m_progress = nullptr;
     QScopedPointer<ProgressFollower> m_follower; ///< while the package is busy
     QPushButton *m_action = nullptr;

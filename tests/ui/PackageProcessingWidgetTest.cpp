@@ -48,9 +48,12 @@ void PackageProcessingWidgetTest::modesShowWhatTheyAreFor_data()
     QTest::addColumn<bool>("animation");
     QTest::addColumn<bool>("message");
     QTest::addColumn<QString>("text");
-    QTest::newRow("busy") << 0 << true << false << QStringLiteral("before");
-    QTest::newRow("empty") << 1 << false << true << QStringLiteral("No items found");
-    QTest::newRow("error") << 3 << false << true << QStringLiteral("before");
+    QTest::addColumn<QString>("drawing");
+    QTest::newRow("busy") << 0 << true << false << QStringLiteral("before") << QString();
+    QTest::newRow("empty") << 1 << false << true << QStringLiteral("No items found")
+                           << QStringLiteral("EmptyDrawing");
+    QTest::newRow("error") << 3 << false << true << QStringLiteral("before")
+                           << QStringLiteral("ErrorDrawing");
 }
 
 void PackageProcessingWidgetTest::modesShowWhatTheyAreFor()
@@ -67,6 +70,11 @@ void PackageProcessingWidgetTest::modesShowWhatTheyAreFor()
     QCOMPARE(animates(panel), animation);
     QCOMPARE(tells(panel), message);
     QCOMPARE(textOf(panel, "ProcessingMessage"), text);
+    QFETCH(QString, drawing);
+    for (const char *name : {"EmptyDrawing", "ErrorDrawing"}) {
+        const auto *label = child<QLabel>(panel, name);
+        QCOMPARE(label && !label->isHidden(), drawing == QLatin1String(name));
+    }
 }
 
 void PackageProcessingWidgetTest::hiddenModeLeavesTheLabels()

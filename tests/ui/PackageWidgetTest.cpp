@@ -89,6 +89,11 @@ private slots:
 
     void iconIsShown();
     void packageWithoutIconFetchesNothing();
+    void missingIconHasATileWithTheFirstLetter_data();
+    void missingIconHasATileWithTheFirstLetter();
+    void tileGoesWhenTheIconComes();
+    void wordOfThePriceStandsOnItsGround();
+    void factsOfAllCardsStandBelowEachOther();
     void failedIconLeavesTheAnimation();
     void brokenIconIsLogged();
     void hugeIconIsShown();
@@ -601,6 +606,80 @@ void PackageWidgetTest::packageWithoutIconFetchesNothing()
     show(somePackage());
     QVERIFY(icon().movie());
     QVERIFY(!m_engine->downloads()->find(QString()));
+}
+
+void PackageWidgetTest::missingIconHasATileWithTheFirstLetter_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("same");
+    QTest::addColumn<bool>("hasLetter");
+    QTest::newRow("letter") << QStringLiteral("Harbour") << QStringLiteral("hills") << true;
+    QTest::newRow("after a bracket") << QStringLiteral("(Harbour)") << QStringLiteral("H") << true;
+    QTest::newRow("digit") << QStringLiteral("2 Seas") << QStringLiteral("2") << true;
+    QTest::newRow("nothing to read") << QStringLiteral("...") << QString() << false;
+}
+
+void PackageWidgetTest::missingIconHasATileWithTheFirstLetter()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, same);
+    QFETCH(bool, hasLetter);
+    const auto tileOf = [this](const QString &shown) {
+        show(somePackage(shown));
+        icon().setStyleSheet(QStringLiteral("color: #0000ff; qproperty-tile: #00ff00;"));
+        QImage picture(icon().size(), QImage::Format_RGB32);
+        picture.fill(Qt::white);
+        icon().render(&picture, QPoint(), QRegion(0, 0, 96, 56));
+        return picture;
+    };
+    const QImage tile = tileOf(name);
+    QCOMPARE(tile.pixelColor(48, 3), QColor(Qt::green));
+    bool inked = false;
+    for (int y = 0; y < 56; ++y) {
+        for (int x = 0; x < 96; ++x)
+            inked = inked || tile.pixelColor(x, y) == QColor(Qt::blue);
+    }
+    QCOMPARE(inked, hasLetter);
+    // Without a letter the animation moves in its place.
+    if (hasLetter)
+        QCOMPARE(tileOf(same), tile);
+}
+
+void PackageWidgetTest::tileGoesWhenTheIconComes()
+{
+    const PackagePointer package = somePackage();
+    package->setIcon(serveIcon(png(QSize(96, 96), Qt::red)));
+    show(package);
+    icon().setStyleSheet(QStringLiteral("qproperty-tile: #00ff00;"));
+    QTRY_COMPARE(shownColor(icon()), QColor(Qt::red));
+    const QImage picture = icon().grab().toImage();
+    QCOMPARE(picture.pixelColor(48, 1), QColor(Qt::red));
+    QCOMPARE(picture.pixelColor(48, 94), QColor(Qt::red));
+}
+
+void PackageWidgetTest::wordOfThePriceStandsOnItsGround()
+{
+    show(somePackage());
+    auto *status = child<QLabel>(*m_card, "PackageStatus");
+    status->setStyleSheet(QStringLiteral("qproperty-ground: #0000ff;"));
+    QCoreApplication::processEvents();
+    const QImage picture = status->grab().toImage();
+    const int caption = status->fontMetrics().horizontalAdvance(QStringLiteral("Status :"));
+    const int middle = picture.height() / 2;
+    QCOMPARE(picture.pixelColor(picture.width() - 4, middle), QColor(Qt::blue));
+    for (int x = 0; x < caption - 4; ++x)
+        QVERIFY(picture.pixelColor(x, middle) != QColor(Qt::blue));
+}
+
+void PackageWidgetTest::factsOfAllCardsStandBelowEachOther()
+{
+    const auto placeOfFacts = [this](const QString &version) {
+        show(makePackage(1, {makeVersion(version)}));
+        QCoreApplication::processEvents();
+        return qMakePair(child<QLabel>(*m_card, "PackageAvailable")->x(),
+                         child<QLabel>(*m_card, "PackageStatus")->x());
+    };
+    QCOMPARE(placeOfFacts(QStringLiteral("1")), placeOfFacts(QStringLiteral("10.2")));
 }
 
 void PackageWidgetTest::failedIconLeavesTheAnimation()

@@ -2,6 +2,7 @@
 #include "tests/support/TestMain.h"
 
 #include <QFile>
+#include <QImage>
 
 #include <algorithm>
 
@@ -21,6 +22,8 @@ const QMap<QString, QStringList> Grounds{
     {QStringLiteral("#PackageDescription"), {QStringLiteral("#PackageWidget")}},
     {QStringLiteral("#PackageInstalled"), {QStringLiteral("#PackageWidget")}},
     {QStringLiteral("#PackageAvailable"), {QStringLiteral("#PackageWidget")}},
+    {QStringLiteral("#PackageStatus"), {QStringLiteral("#PackageWidget")}},
+    {QStringLiteral("#PackageIcon"), {QStringLiteral("#PackageWidget")}},
     {QStringLiteral("#ProcessingMessage"), {QStringLiteral("#PackageContainer")}},
     {QStringLiteral("#DetailProgress"), {QStringLiteral("#PackageDetailTitleBar")}},
     {QStringLiteral("#SidebarCaption"), {QStringLiteral("#PackageSidebar")}},
@@ -76,6 +79,8 @@ private slots:
     void textIsReadableInEveryState_data();
     void textIsReadableInEveryState();
     void windowTextIsReadableOnEveryGround();
+    void letterIsReadableOnItsTile();
+    void glyphOfInstalledIsSeen();
     void wordFreeIsReadable();
     void glyphsAreSeenInEveryState_data();
     void glyphsAreSeenInEveryState();
@@ -193,18 +198,44 @@ void StyleSheetTest::windowTextIsReadableOnEveryGround()
     QVERIFY(grounds > 20);
 }
 
+/// Of a package whose picture is not there.
+void StyleSheetTest::letterIsReadableOnItsTile()
+{
+    const QString icon = QStringLiteral("#PackageIcon");
+    const QColor tile = m_sheet->color(icon, QString(), QStringLiteral("qproperty-tile"));
+    const QColor letter = m_sheet->color(icon, QString(), QStringLiteral("color"));
+    QVERIFY(isSolid(tile));
+    QVERIFY(StyleSheet::contrast(letter, tile) >= Readable);
+}
+
+/// The button has a light ground and brings its own glyph along.
+void StyleSheetTest::glyphOfInstalledIsSeen()
+{
+    const QImage glyph(QStringLiteral(":/resources/img/check-green.png"));
+    QColor drawn;
+    for (int x = 0; x < glyph.width(); ++x) {
+        const QColor pixel = glyph.pixelColor(x, glyph.height() * 7 / 10);
+        if (isSolid(pixel))
+            drawn = pixel;
+    }
+    QVERIFY(isSolid(drawn));
+    QVERIFY(worstContrast(drawn, QStringLiteral("#Installed")) >= Readable);
+}
+
 void StyleSheetTest::wordFreeIsReadable()
 {
-    QVERIFY(worstContrast(FreeColor, QStringLiteral("#PackageStatus")) >= Readable);
+    const QColor ground = m_sheet->color(QStringLiteral("#PackageStatus"), QString(),
+                                         QStringLiteral("qproperty-ground"));
+    QVERIFY(isSolid(ground));
+    QVERIFY(StyleSheet::contrast(FreeColor, ground) >= Readable);
 }
 
 void StyleSheetTest::glyphsAreSeenInEveryState_data()
 {
     QTest::addColumn<QColor>("glyph");
     QTest::addColumn<QString>("subject");
-    for (const char *name :
-         {"Download", "Update", "Installed", "Busy", "Error", "Uninstall", "XPlaneButton",
-          "TopButton", "CarouselPrevious", "CarouselNext", "SettingsOk"})
+    for (const char *name : {"Download", "Update", "Busy", "Error", "Uninstall", "XPlaneButton",
+                             "TopButton", "CarouselPrevious", "CarouselNext", "SettingsOk"})
         QTest::addRow("white on %s", name)
             << QColor(Qt::white) << QLatin1Char('#') + QLatin1String(name);
     for (const char *name :
