@@ -18,7 +18,7 @@ namespace {
 
 constexpr int PreviousGlyph = 0xf053;
 constexpr int NextGlyph = 0xf054;
-constexpr int PictureHeight = 240;
+constexpr int PictureHeight = 176;
 constexpr QSize ButtonIcon(56, 56);
 constexpr QSize AnimationSize(24, 24);
 constexpr QSize LargestPicture(2560, 1440);

@@ -28,6 +28,8 @@ namespace {
 constexpr int RowSpacing = 4;
 constexpr int ScrollStep = 32;
 constexpr int ContentStretch = 8;
+/// Lines of text wider than this are hard to read, and a card's button far from its name.
+constexpr int ContentWidth = 1200;
 
 } // namespace
 
@@ -117,9 +119,11 @@ void PackageContainer::build()
     m_detail->hide();
 
     auto *column = new QVBoxLayout;
-    column->addWidget(m_list);
-    column->addWidget(m_detail);
-    column->addWidget(m_processing);
+    for (QWidget *content : {static_cast<QWidget *>(m_list), static_cast<QWidget *>(m_detail),
+                             static_cast<QWidget *>(m_processing)}) {
+        content->setMaximumWidth(ContentWidth);
+        column->addWidget(content);
+    }
 
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(8, 8, 8, 8);

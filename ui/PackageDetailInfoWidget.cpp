@@ -3,7 +3,7 @@
 #include "packages/PackageController.h"
 #include "ui/FactLabel.h"
 
-#include <QVBoxLayout>
+#include <QGridLayout>
 
 namespace Kavo::Ui {
 
@@ -11,7 +11,9 @@ using Models::PackagePointer;
 
 namespace {
 
-constexpr int RowCount = 8;
+constexpr int FactCount = 8;
+constexpr int ColumnCount = 2;
+constexpr int RowCount = FactCount / ColumnCount;
 
 } // namespace
 
@@ -20,22 +22,25 @@ PackageDetailInfoWidget::PackageDetailInfoWidget(
     : StyledWidget(QStringLiteral("PackageDetailInfoWidget"), parent)
     , m_controller(controller)
 {
-    auto *layout = new QVBoxLayout(this);
+    auto *layout = new QGridLayout(this);
     layout->setContentsMargins(16, 16, 16, 16);
-    layout->setSpacing(8);
-    for (int row = 0; row < RowCount; ++row) {
+    layout->setHorizontalSpacing(24);
+    layout->setVerticalSpacing(8);
+    for (int fact = 0; fact < FactCount; ++fact) {
         auto *label = new FactLabel(this);
         label->setObjectName(QStringLiteral("FactLabel"));
-        layout->addWidget(label);
-        m_rows.append(label);
+        // Down the first column and then down the next.
+        layout->addWidget(label, fact % RowCount, fact / RowCount);
+        layout->setColumnStretch(fact / RowCount, 1);
+        m_labels.append(label);
     }
 }
 
 void PackageDetailInfoWidget::setPackage(const PackagePointer &package)
 {
     const QStringList texts = package ? facts(package) : QStringList();
-    for (int row = 0; row < RowCount; ++row)
-        m_rows.at(row)->setText(texts.value(row));
+    for (int fact = 0; fact < FactCount; ++fact)
+        m_labels.at(fact)->setText(texts.value(fact));
 }
 
 QStringList PackageDetailInfoWidget::facts(const PackagePointer &package) const

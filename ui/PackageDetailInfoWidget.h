@@ -14,8 +14,8 @@ namespace Kavo::Ui {
 
 class FactLabel;
 
-/// The table of facts about a package, one a row. It shows how things were when the package was
-/// set.
+/// The table of facts about a package, in two columns. It shows how things were when the package
+/// was set.
 class PackageDetailInfoWidget final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -31,7 +31,7 @@ private:
     QStringList facts(const Models::PackagePointer &package) const;
 
     QSharedPointer<Controllers::PackageController> m_controller;
-    QVector<FactLabel *> m_rows;
+    QVector<FactLabel *> m_labels;
 };
 
 } // namespace Kavo::Ui

@@ -5,6 +5,7 @@
 #include "components/IconFont.h"
 #include "packages/ChangeLog.h"
 #include "packages/PackageController.h"
+#include "ui/FittingTabs.h"
 #include "ui/ForeignText.h"
 #include "ui/PackageDetailInfoWidget.h"
 #include "ui/PackageDetailOldVersionsList.h"
@@ -16,7 +17,6 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QShortcut>
-#include <QTabWidget>
 #include <QVBoxLayout>
 
 namespace Kavo::Ui {
@@ -28,7 +28,6 @@ using Models::PackagePointer;
 namespace {
 
 constexpr int BackGlyph = 0xf060;
-constexpr int TabsHeight = 240;
 
 QLabel *makeTextLabel(const QString &objectName, QWidget *parent)
 {
@@ -47,7 +46,7 @@ PackageDetailWidget::PackageDetailWidget(const QSharedPointer<PackageController>
     , m_back(makeBackButton())
     , m_carousel(new Carousel(controller->downloadManager(), this))
     , m_titleBar(new PackageDetailTitleBar(controller, this))
-    , m_tabs(new QTabWidget(this))
+    , m_tabs(new FittingTabs(this))
     , m_description(makeTextLabel(QStringLiteral("DescriptionText"), this))
     , m_changeLog(makeTextLabel(QStringLiteral("ChangeLogText"), this))
     , m_oldVersions(new PackageDetailOldVersionsList(controller, this))
@@ -83,9 +82,17 @@ void PackageDetailWidget::setPackage(const PackagePointer &package)
     if (!package->banner().isEmpty())
         m_carousel->setImages(package->banner());
     m_carousel->setVisible(!package->banner().isEmpty());
+    m_tabs->fit();
     scrollToTop();
     show();
     m_back->setFocus();
+}
+
+void PackageDetailWidget::resizeEvent(QResizeEvent *event)
+{
+    StyledWidget::resizeEvent(event);
+    // More than the page holds would have to be scrolled past to reach what is below.
+    m_tabs->setLargestPage(m_page->height() * 3 / 4);
 }
 
 void PackageDetailWidget::scrollToTop()
@@ -124,8 +131,9 @@ QFrame *PackageDetailWidget::makeFrame()
     layout->setSpacing(8);
     layout->addWidget(m_carousel);
     layout->addWidget(m_titleBar);
-    layout->addWidget(m_tabs, 1);
+    layout->addWidget(m_tabs);
     layout->addWidget(m_info);
+    layout->addStretch();
     return frame;
 }
 
@@ -137,7 +145,6 @@ void PackageDetailWidget::fillTabs()
     m_tabs->setAccessibleName(tr("Details"));
     m_tabs->setMovable(false);
     m_tabs->setTabsClosable(false);
-    m_tabs->setMinimumHeight(TabsHeight);
     addTextTab(QStringLiteral("DescriptionScroll"), tr("Description"), m_description);
     addTextTab(QStringLiteral("ChangeLogScroll"), tr("Change log"), m_changeLog);
     m_tabs->addTab(m_oldVersions, tr("Old versions"));

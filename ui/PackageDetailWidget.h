@@ -10,7 +10,6 @@ class QHBoxLayout;
 class QLabel;
 class QPushButton;
 class QScrollArea;
-class QTabWidget;
 
 namespace Kavo::Components {
 class Carousel;
@@ -22,6 +21,7 @@ class PackageController;
 
 namespace Kavo::Ui {
 
+class FittingTabs;
 class PackageDetailInfoWidget;
 class PackageDetailOldVersionsList;
 class PackageDetailTitleBar;
@@ -39,6 +39,9 @@ public:
 
     void setPackage(const Models::PackagePointer &package);
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
     void scrollToTop();
     QPushButton *makeBackButton();
@@ -52,7 +55,7 @@ private:
     QPushButton *m_back;
     Components::Carousel *m_carousel;
     PackageDetailTitleBar *m_titleBar;
-    QTabWidget *m_tabs;
+    FittingTabs *m_tabs;
     QLabel *m_description;
     QLabel *m_changeLog;
     PackageDetailOldVersionsList *m_oldVersions;

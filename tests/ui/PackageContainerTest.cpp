@@ -37,6 +37,8 @@ private slots:
     void constructionAsksForTheCatalogue();
     void catalogueBecomesCards();
     void listHasItsLook();
+    void contentStaysReadableOnAWideScreen_data();
+    void contentStaysReadableOnAWideScreen();
     void signalsSwitchTheArea_data();
     void signalsSwitchTheArea();
     void onlyTheExactTextHidesTheSidebar_data();
@@ -157,6 +159,31 @@ void PackageContainerTest::listHasItsLook()
     open();
     QCOMPARE(list().selectionMode(), QAbstractItemView::NoSelection);
     QCOMPARE(list().verticalScrollMode(), QAbstractItemView::ScrollPerPixel);
+}
+
+void PackageContainerTest::contentStaysReadableOnAWideScreen_data()
+{
+    QTest::addColumn<QString>("filter");
+    QTest::newRow("list alone") << QStringLiteral("false");
+    QTest::newRow("beside the sidebar") << QStringLiteral("true");
+}
+
+void PackageContainerTest::contentStaysReadableOnAWideScreen()
+{
+    QFETCH(QString, filter);
+    m_engine->settings()->setPending(Kavo::Settings::SHOW_FILTER, filter);
+    m_engine->settings()->apply();
+    open();
+    m_container->resize(3840, 2000);
+    QTRY_COMPARE(list().width(), 1200);
+    // In the middle, with what stands beside it.
+    const auto *sidebar = child<QWidget>(*m_container, "PackageSidebar");
+    const int left = sidebar->isVisible() ? sidebar->geometry().left() : list().geometry().left();
+    const int right = m_container->width() - 1 - list().geometry().right();
+    QVERIFY2(qAbs(left - right) < 8, qPrintable(QStringLiteral("%1, %2").arg(left).arg(right)));
+    emit controller().detail(controller().packages().first());
+    auto *page = child<QWidget>(*m_container, "PackageDetail");
+    QTRY_COMPARE(page->width(), 1200);
 }
 
 void PackageContainerTest::signalsSwitchTheArea_data()

@@ -70,6 +70,8 @@ private slots:
     void backAsksForTheList();
     void escapeAsksForTheList();
     void noPackageIsNotShown();
+    void tabsAreAsHighAsTheirPage();
+    void longPageLeavesSightOfTheRest();
     void pageOpensAtItsTop();
     void noSidewaysBarStays();
     void longWordDoesNotWidenThePage();
@@ -233,6 +235,34 @@ void PackageDetailTest::noPackageIsNotShown()
 {
     m_page->setPackage(PackagePointer());
     QVERIFY(!m_page->isVisible());
+}
+
+/// Nothing in a tab has to be scrolled, and little of it is empty.
+void PackageDetailTest::tabsAreAsHighAsTheirPage()
+{
+    m_page->setPackage(twoVersions());
+    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
+    const auto *info = m_page->findChild<PackageDetailInfoWidget *>();
+    for (int page = 0; page < tabs->count(); ++page) {
+        tabs->setCurrentIndex(page);
+        const auto *area = qobject_cast<QAbstractScrollArea *>(tabs->currentWidget());
+        QTRY_COMPARE(area->verticalScrollBar()->maximum(), 0);
+        QTRY_VERIFY(tabs->height() < 240);
+        QTRY_VERIFY(info->geometry().top() - tabs->geometry().bottom() < 16);
+    }
+}
+
+void PackageDetailTest::longPageLeavesSightOfTheRest()
+{
+    m_page->setPackage(longTexts());
+    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
+    for (int page = 0; page < tabs->count(); ++page) {
+        tabs->setCurrentIndex(page);
+        const auto *area = qobject_cast<QAbstractScrollArea *>(tabs->currentWidget());
+        QTRY_VERIFY(area->verticalScrollBar()->maximum() > 0);
+        QVERIFY(tabs->height() > 400);
+        QVERIFY(tabs->height() < m_page->height());
+    }
 }
 
 void PackageDetailTest::pageOpensAtItsTop()
