@@ -134,7 +134,7 @@ WidgetList &CardWindow::list() const
     return *m_window->findChild<WidgetList *>(QStringLiteral("PackageList"));
 }
 
-qint64 CardWindow::waitForIconsInSight() const
+bool CardWindow::showsIconsInSight() const
 {
     const auto showsIcon = [this](int row) {
         const QWidget *card = list().rowWidget(row);
@@ -142,12 +142,13 @@ qint64 CardWindow::waitForIconsInSight() const
             card ? card->findChild<QLabel *>(QStringLiteral("PackageIcon")) : nullptr;
         return icon && !icon->pixmap(Qt::ReturnByValue).isNull() && !icon->movie();
     };
-    const auto areThere = [this, &showsIcon] {
-        const QVector<int> visible = list().visibleRows();
-        return std::all_of(visible.begin(), visible.end(), showsIcon);
-    };
-    while (!areThere())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    const QVector<int> visible = list().visibleRows();
+    return list().isVisible() && !visible.isEmpty() &&
+           std::all_of(visible.begin(), visible.end(), showsIcon);
+}
+
+qint64 CardWindow::sinceUpdate() const
+{
     return wallTime() - m_start;
 }
 

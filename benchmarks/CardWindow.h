@@ -47,9 +47,10 @@ public:
 
     Components::WidgetList &list() const;
     Engine &engine() { return m_engine; }
-    /// Runs the event loop until every card that is to be seen shows its icon. Returns the time
-    /// since the last `update`, in microseconds.
-    qint64 waitForIconsInSight() const;
+    /// Whether there are cards to be seen and each of them shows its icon.
+    bool showsIconsInSight() const;
+    /// Since the last `update`, in microseconds.
+    qint64 sinceUpdate() const;
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

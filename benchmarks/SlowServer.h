@@ -33,8 +33,8 @@ private:
 
     QByteArray m_picture;
     int m_delay;
+    QHash<QTcpSocket *, QByteArray> m_input; ///< outlives the server, whose sockets end with it
     QTcpServer m_server;
-    QHash<QTcpSocket *, QByteArray> m_input;
 };
 
 } // namespace Kavo::Benchmarks
