@@ -47,6 +47,7 @@ public:
 
     Components::WidgetList &list() const;
     Engine &engine() { return m_engine; }
+    QWidget &window() const { return *m_window; }
     /// Whether there are cards to be seen and each of them shows its icon.
     bool showsIconsInSight() const;
     /// Since the last `update`, in microseconds.

@@ -44,6 +44,17 @@ measure_long_list() {
     add_limit "a step of scrolling through 3,600 cards, 99th percentile" "${figures[5]}" 16 1000 ms
 }
 
+measure_search() {
+    local -a figures
+    run_program search 3600 >"$on_disk/figures"
+    mapfile -t figures <"$on_disk/figures"
+    ((${#figures[@]} == 3)) || die "nothing was measured of the search"
+    add_limit "a keystroke of a search in 3,600 packages to the painted list, 99th percentile" \
+        "${figures[0]}" 16 1000 ms
+    add_limit "the event loop is held meanwhile, and while the texts are read" "${figures[1]}" 50 1000 ms
+    add_limit "memory of the search for a package" "${figures[2]}" 0.5 1024 KiB
+}
+
 # At 200 ms an icon. The time to the archive is that of the request, which takes no longer than without
 # icons.
 measure_icons() {
