@@ -425,13 +425,16 @@ QString AddOnUser::strayFile()
 {
     const QDir home(m_engine.profile().home());
     const QString data = home.relativeFilePath(m_engine.profile().dataFolder());
+    const QString answers = QStringLiteral(".cache/Quarnell/Kavo Suite/http/");
     const QStringList known{
         QStringLiteral(".config/Quarnell/Kavo Suite.ini"), data + QStringLiteral("/packages.db"),
         data + QStringLiteral("/download.db"), data + QStringLiteral("/log.txt"),
         data + QStringLiteral("/cache/packages.json")};
     for (const QString &path : filesUnder(home.path())) {
+        // The answers of the server may stay, as many as there is room for.
         const bool checked = path.startsWith(QLatin1String("X-Plane/")) ||
-                             path.startsWith(data + QStringLiteral("/backup/"));
+                             path.startsWith(data + QStringLiteral("/backup/")) ||
+                             path.startsWith(answers);
         if (!checked && !known.contains(path))
             return QStringLiteral("left over: ") + path;
     }
