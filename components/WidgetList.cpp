@@ -20,6 +20,8 @@ constexpr int DeletedAtOnce = 100;
 constexpr int Margin = 2;
 /// Milliseconds of a turn in which further ones are.
 constexpr int TurnLength = 8;
+/// Milliseconds until the rows in the margin are shown: what is in sight is painted by then.
+constexpr int MarginDelay = 50;
 
 /// Qt's own description of a list knows texts only and leaves the widgets of the rows out.
 QAccessibleInterface *describe(const QString &className, QObject *object)
@@ -84,6 +86,9 @@ WidgetList::WidgetList(const QString &objectName, QWidget *parent) : QListWidget
     setSelectionMode(QAbstractItemView::NoSelection);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setItemDelegate(new Delegate(this));
+    m_further.setSingleShot(true);
+    m_further.setInterval(MarginDelay);
+    connect(&m_further, &QTimer::timeout, this, &WidgetList::showFurtherRows);
     connect(&m_deletion, &QTimer::timeout, this, &WidgetList::deleteRetired);
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget *before, QWidget *now) {
         if ((before && isAncestorOf(before)) || (now && isAncestorOf(now)))
@@ -112,6 +117,8 @@ void WidgetList::appendRow(const QSize &size)
     item->setFlags(Qt::ItemIsEnabled);
     item->setSizeHint(size);
     addItem(item);
+    m_isListed.resize(count());
+    m_isListed.setBit(count() - 1);
     m_listed.append(count() - 1);
 }
 
@@ -167,6 +174,7 @@ void WidgetList::listRows(const QBitArray &listed)
         if (listed.testBit(row))
             m_listed.append(row);
     }
+    m_isListed = listed;
     // The keys that scroll go on from this row.
     if (currentRow() >= 0 && !listed.testBit(currentRow()))
         setCurrentRow(firstRow());
@@ -304,6 +312,7 @@ void WidgetList::doItemsLayout()
 
 void WidgetList::reset()
 {
+    m_isListed.clear();
     m_listed.clear();
     m_shown.clear();
     m_unmeasured.clear();
@@ -322,26 +331,35 @@ void WidgetList::updateEditorGeometries()
     showRows();
 }
 
-/// Rows in sight and those close to them. Tab goes to the rows beside the one with the keyboard,
-/// and to the ends of the list from elsewhere.
-QVector<int> WidgetList::rowsToShow() const
+/// Adds the rows at these places, if there are such places, that are not among them yet.
+void WidgetList::addPlaces(QVector<int> &rows, int first, int last) const
+{
+    for (int place = qMax(first, 0); place <= qMin(last, m_listed.size() - 1); ++place) {
+        if (!rows.contains(m_listed.at(place)))
+            rows.append(m_listed.at(place));
+    }
+}
+
+/// Rows in sight, and the one with the keyboard with those beside it, where Tab goes.
+QVector<int> WidgetList::rowsToShowAtOnce() const
 {
     if (count() <= ShortList)
         return m_listed;
-    QVector<int> rows;
-    const auto add = [this, &rows](int first, int last) {
-        for (int place = qMax(first, 0); place <= qMin(last, m_listed.size() - 1); ++place) {
-            if (!rows.contains(m_listed.at(place)))
-                rows.append(m_listed.at(place));
-        }
-    };
-    const auto [first, last] = visiblePlaces();
-    add(first - Margin, last + Margin);
-    add(0, 0);
-    add(m_listed.size() - 1, m_listed.size() - 1);
+    QVector<int> rows = visibleRows();
     const int focused = rowOfKeyboard();
     if (focused >= 0)
-        add(placeOf(focused) - 1, placeOf(focused) + 1);
+        addPlaces(rows, placeOf(focused) - 1, placeOf(focused) + 1);
+    return rows;
+}
+
+/// Those, rows close to what is in sight, and the ends of the list, where Tab goes from elsewhere.
+QVector<int> WidgetList::rowsToShow() const
+{
+    QVector<int> rows = rowsToShowAtOnce();
+    const auto [first, last] = visiblePlaces();
+    addPlaces(rows, first - Margin, last + Margin);
+    addPlaces(rows, 0, 0);
+    addPlaces(rows, m_listed.size() - 1, m_listed.size() - 1);
     return rows;
 }
 
@@ -362,12 +380,26 @@ int WidgetList::rowOfKeyboard() const
 void WidgetList::showRows()
 {
     const QVector<int> before = m_shown;
-    m_shown = rowsToShow();
+    const QVector<int> wanted = rowsToShow();
+    m_shown = rowsToShowAtOnce();
+    for (const int row : wanted) {
+        if (before.contains(row) && !m_shown.contains(row))
+            m_shown.append(row);
+    }
     for (const int row : before) {
         QWidget *widget = rowWidget(row);
         if (widget && !m_shown.contains(row))
             widget->hide();
     }
+    for (const int row : qAsConst(m_shown))
+        place(row);
+    if (m_shown.size() < wanted.size())
+        m_further.start();
+}
+
+void WidgetList::showFurtherRows()
+{
+    m_shown = rowsToShow();
     for (const int row : qAsConst(m_shown))
         place(row);
 }

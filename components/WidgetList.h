@@ -16,7 +16,8 @@ namespace Kavo::Components {
 /// It may hold thousands of rows: a row can stand before its widget is there, and what happens
 /// often (a widget that comes, a step of scrolling, a new width) costs no more for a long list than
 /// for a short one. To that end a long list hides widgets far from what is to be seen, unless Tab
-/// could go there; who wants to know whether a row could be seen asks the list.
+/// could go there; who wants to know whether a row could be seen asks the list. What comes into
+/// sight is shown at once, and the rows near to it shortly after.
 class WidgetList : public QListWidget
 {
     Q_OBJECT
@@ -40,7 +41,7 @@ public:
     /// Lists only the rows whose bit is set, which are one after another then, and keeps the others
     /// with their widgets. There is a bit for every row; a row that comes later is listed.
     void listRows(const QBitArray &listed);
-    bool isListed(int row) const { return !isRowHidden(row); }
+    bool isListed(int row) const { return m_isListed.testBit(row); }
     /// The first row that is listed, -1 without one.
     int firstRow() const { return m_listed.isEmpty() ? -1 : m_listed.first(); }
     /// The rows of which something is to be seen, from the top to the bottom.
@@ -74,18 +75,23 @@ private:
     std::pair<int, int> visiblePlaces() const;
     int placeOf(int row) const;
     int placeAfter(CursorAction action) const;
+    QVector<int> rowsToShowAtOnce() const;
     QVector<int> rowsToShow() const;
+    void addPlaces(QVector<int> &rows, int first, int last) const;
     int rowOfKeyboard() const;
     void showRow(int row);
     void showRows();
+    void showFurtherRows();
     void place(int row);
     void deleteRetired();
 
     bool m_rowsStand = false;
+    QBitArray m_isListed;         ///< whether a row is; Qt takes long to tell
     QVector<int> m_listed;        ///< rows that are not filtered out, each at its place
     QVector<int> m_shown;         ///< rows whose widgets are not hidden
     QSet<int> m_unmeasured;       ///< rows whose widgets were never shown
     QVector<QWidget *> m_retired; ///< widgets of rows that are gone
+    QTimer m_further;
     QTimer m_deletion;
 };
 

@@ -126,11 +126,10 @@ void PackageFilter::lookAt(int first)
 {
     m_found.fill(true, first, m_index.size());
     for (const QByteArray &word : qAsConst(m_words)) {
-        const QBitArray texts = m_index.textsWith(word, first);
+        const QBitArray texts = m_index.textsWith(word, m_found, first);
         ActionWord action(word);
         for (int i = first; i < m_index.size(); ++i) {
-            if (m_found.testBit(i) && !texts.testBit(i - first) &&
-                !action.standsOn(*m_packages.at(i)))
+            if (m_found.testBit(i) && !texts.testBit(i) && !action.standsOn(*m_packages.at(i)))
                 m_found.clearBit(i);
         }
     }

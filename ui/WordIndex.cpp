@@ -10,6 +10,15 @@ constexpr uint Follows = 0x80;
 constexpr uint Group = 0x7f;
 constexpr uint GroupBits = 7;
 
+/// The last one that is set, -1 without one.
+int lastBit(const QBitArray &bits)
+{
+    int last = bits.size() - 1;
+    while (last >= 0 && !bits.testBit(last))
+        --last;
+    return last;
+}
+
 } // namespace
 
 void WordIndex::append(const QByteArrayList &words)
@@ -28,13 +37,14 @@ void WordIndex::append(const QByteArrayList &words)
     m_ends.append(m_numbers.size());
 }
 
-QBitArray WordIndex::textsWith(const QByteArray &part, int first) const
+QBitArray WordIndex::textsWith(const QByteArray &part, const QBitArray &among, int first) const
 {
     const QBitArray words = m_vocabulary.containing(part);
-    QBitArray texts(size() - first);
-    for (int text = first; text < size(); ++text) {
-        if (hasAny(text, words))
-            texts.setBit(text - first);
+    const int last = lastBit(words);
+    QBitArray texts(among.size());
+    for (int text = first; last >= 0 && text < size(); ++text) {
+        if (among.testBit(text) && hasAny(text, words, static_cast<uint>(last)))
+            texts.setBit(text);
     }
     return texts;
 }
@@ -46,7 +56,8 @@ void WordIndex::squeeze()
     m_ends.squeeze();
 }
 
-bool WordIndex::hasAny(int text, const QBitArray &words) const
+/// Whether the text has a word that is set. The last of those saves reading further ones.
+bool WordIndex::hasAny(int text, const QBitArray &words, uint last) const
 {
     const char *byte = m_numbers.constData() + (text > 0 ? m_ends.at(text - 1) : 0);
     const char *end = m_numbers.constData() + m_ends.at(text);
@@ -59,6 +70,8 @@ bool WordIndex::hasAny(int text, const QBitArray &words) const
             distance |= (group & Group) << shift;
         }
         number += distance;
+        if (number >= last)
+            return number == last;
         if (words.testBit(static_cast<int>(number)))
             return true;
     }

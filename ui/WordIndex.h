@@ -17,13 +17,14 @@ public:
     int size() const { return m_ends.size(); }
     /// Adds a text by its words, in any order and as often as they stand there.
     void append(const QByteArrayList &words);
-    /// A bit for every text from the first one asked for on, set where a word contains the part.
-    QBitArray textsWith(const QByteArray &part, int first = 0) const;
+    /// Of the texts whose bit is set, from the first one asked for on, those with a word that
+    /// contains the part. There may be more bits than texts.
+    QBitArray textsWith(const QByteArray &part, const QBitArray &among, int first = 0) const;
     /// Gives back the room that was kept for further texts.
     void squeeze();
 
 private:
-    bool hasAny(int text, const QBitArray &words) const;
+    bool hasAny(int text, const QBitArray &words, uint last) const;
     void appendNumber(uint number);
 
     Vocabulary m_vocabulary;

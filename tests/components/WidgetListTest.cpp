@@ -43,6 +43,7 @@ private slots:
 
     void shortListShowsAllRows();
     void longListHidesWhatIsFarAway();
+    void rowsNearToThoseInSightFollow();
     void rowsFarAwayAreStyledWhenTheyComeIntoSight();
     void rowsOfOtherWidthsFollowTheirWidgets();
     void tabReachesEveryRowOfALongList_data();
@@ -262,6 +263,28 @@ void WidgetListTest::longListHidesWhatIsFarAway()
         for (int row = 0; row < Long; ++row)
             shown += list->rowWidget(row)->isVisible() ? 1 : 0;
         QVERIFY(shown < 20);
+    }
+}
+
+void WidgetListTest::rowsNearToThoseInSightFollow()
+{
+    QWidget window;
+    QPushButton *elsewhere = makeButton(QString(), QStringLiteral("elsewhere"), QIcon(), &window);
+    const WidgetList *list = makeList(window, Long);
+    elsewhere->setFocus();
+    window.show();
+    for (const int value : {5000, 2500}) {
+        list->verticalScrollBar()->setValue(value);
+        const QVector<int> visible = list->visibleRows();
+        QVector<int> expected{0};
+        for (int row = visible.first() - 2; row <= visible.last() + 2; ++row)
+            expected.append(row);
+        expected.append(Long - 1);
+        QVERIFY(!list->rowWidget(visible.last() + 1)->isVisible());
+        QTRY_COMPARE(shownRows(*list), expected);
+        // They are ready in their places.
+        for (const int row : expected)
+            QCOMPARE(list->rowWidget(row)->geometry(), list->visualItemRect(list->item(row)));
     }
 }
 
