@@ -28,7 +28,7 @@ void TransferRate::add(qint64 size, qint64 now)
     }
     if (size == *m_size)
         return;
-    const qint64 elapsed = qMax(qint64(0), now - m_heard);
+    const qint64 elapsed = now - m_heard;
     m_bytes = m_bytes * fading(elapsed) + static_cast<double>(size - *m_size);
     m_time = m_time * fading(elapsed) + static_cast<double>(elapsed);
     m_size = size;
@@ -44,7 +44,7 @@ std::optional<qint64> TransferRate::secondsLeft(qint64 total, qint64 now) const
 {
     if (total <= 0 || !m_size || *m_size > total || m_time < EnoughTime || isSilent(now))
         return {};
-    const qint64 elapsed = qMax(qint64(0), now - m_heard);
+    const qint64 elapsed = now - m_heard;
     const double bytes = m_bytes * fading(elapsed);
     const double time = m_time * fading(elapsed) + static_cast<double>(elapsed);
     const double left = static_cast<double>(total - *m_size) * time / bytes;

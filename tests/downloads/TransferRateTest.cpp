@@ -165,6 +165,9 @@ void TransferRateTest::unchangedSizeIsNoByte()
     const qint64 now = grow(rate, size, 0, MB, 20);
     rate.add(size, now + 9 * Second);
     QVERIFY(rate.isSilent(now + 10 * Second));
+    // Nor does it end the silence.
+    rate.add(size, now + 11 * Second);
+    QVERIFY(rate.isSilent(now + 11 * Second));
 }
 
 void TransferRateTest::rateAfterASilenceIsMeasuredAnew()
