@@ -69,7 +69,7 @@ PackagePointer InstallationQueue::awaitedBy(const InstallationWork &work) const
     for (const QString &text : work.version()->depends) {
         const int id = DependencyEntry::parse(text).packageId;
         const PackagePointer dependency = m_catalogue.resolve(id);
-        if (!dependency || dependency->state() == Package::INSTALLED || id == work.packageId())
+        if (dependency->state() == Package::INSTALLED || id == work.packageId())
             continue;
         if (running && running->id() == id)
             return dependency;

@@ -1,5 +1,6 @@
 #include "tests/packages/Engine.h"
 #include "tests/packages/ExtractionWitness.h"
+#include "tests/packages/GatedExtractor.h"
 #include "tests/support/TestMain.h"
 
 #include <QFileInfo>
@@ -31,6 +32,8 @@ private slots:
     void onlyTheLastDependencyHoldsAPackageBack();
     void packagesThatNeedEachOtherAreBothInstalled();
     void packageThatNeedsItselfIsInstalled();
+    void packageThatNeedsItselfAwaitsTheRunningOne();
+    void dependencyThatDoesNotDecideIsNotAwaited();
     void tooOldDependencyIsUpgradedToTheNewest();
     void archiveOfAPackageThatNeverStartedStaysInTheCache();
     void twoHundredPackagesAreEachInstalledOnceInOrder();
@@ -38,6 +41,11 @@ private slots:
 private:
     ExtractionWitness makeWitness();
     void offerFailing(int id);
+    /// Name of the package that has to be installed before this one.
+    QString awaitedBy(int id)
+    {
+        return m_engine->controller().progress(m_engine->package(id)).waitsFor;
+    }
 
     std::unique_ptr<Engine> m_engine;
 };
@@ -283,6 +291,54 @@ void InstallationQueueTest::packageThatNeedsItselfIsInstalled()
     m_engine->offer(offer);
     QVERIFY(m_engine->refresh());
     QVERIFY(m_engine->installAndWait(1));
+}
+
+void InstallationQueueTest::packageThatNeedsItselfAwaitsTheRunningOne()
+{
+    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("tools")));
+    m_engine->setExtractor(gate.program());
+    Offer offer{1};
+    offer.depends = QStringList{QStringLiteral("1")};
+    m_engine->offer(offer);
+    m_engine->offer({2});
+    QVERIFY(m_engine->refresh());
+    m_engine->install(2);
+    QVERIFY(gate.waitUntilReached());
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLING));
+    QCOMPARE(awaitedBy(1), QStringLiteral("package-2"));
+    QCOMPARE(awaitedBy(2), QString());
+    gate.open();
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(1));
+    QCOMPARE(awaitedBy(1), QString());
+}
+
+void InstallationQueueTest::dependencyThatDoesNotDecideIsNotAwaited()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2"), QStringLiteral("3")};
+    m_engine->offer(dependant);
+    for (int id = 2; id <= 4; ++id)
+        m_engine->offer({id});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(3));
+    m_engine->stop();
+    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("tools")));
+    m_engine->setExtractor(gate.program());
+    QVERIFY(m_engine->refresh());
+    m_engine->install(4);
+    QVERIFY(gate.waitUntilReached());
+    m_engine->server().resource(QStringLiteral("/package-2-1.0.zip")).holdsGet = true;
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLING));
+    // Its last dependency is there, so that nothing but the running task holds it up.
+    QCOMPARE(m_engine->package(2)->state(), Package::DOWNLOADING);
+    QCOMPARE(awaitedBy(1), QStringLiteral("package-4"));
+    gate.open();
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLED));
+    m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
+    QVERIFY(m_engine->waitUntilSettled(2));
 }
 
 void InstallationQueueTest::tooOldDependencyIsUpgradedToTheNewest()
