@@ -30,11 +30,8 @@ public:
     }
 
     QVariant currentValue() const override { return bar().value(); }
-    void setCurrentValue(const QVariant &value) override{Q_UNUSED(value)} QVariant
-        maximumValue() const override
-    {
-        return bar().maximum();
-    }
+    void setCurrentValue(const QVariant &) override {}
+    QVariant maximumValue() const override { return bar().maximum(); }
     QVariant minimumValue() const override { return bar().minimum(); }
     QVariant minimumStepSize() const override { return 1; }
 

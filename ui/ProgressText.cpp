@@ -39,10 +39,8 @@ QString ProgressText::of(const WorkProgress &progress, Package::State state)
     case Package::DOWNLOADING:
         return ofDownload(progress);
     case Package::INSTALLING:
-        // By hand: a name may hold what looks like a place.
-        return progress.waitsFor.isEmpty()
-                   ? QString()
-                   : tr("waits for %1").replace(QLatin1String("%1"), shortName(progress.waitsFor));
+        return progress.waitsFor.isEmpty() ? QString()
+                                           : tr("waits for %1").arg(shortName(progress.waitsFor));
     case Package::AVAILABLE:
     case Package::INSTALLED:
     case Package::UNINSTALLING:

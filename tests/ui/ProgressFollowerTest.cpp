@@ -53,6 +53,7 @@ private slots:
     void packageWaitsForTheRunningOne();
     void dependencyIsNamedRatherThanTheRunningOne();
     void nameIsShownLetterForLetter();
+    void wordsGoWithTheirState();
     void wordsGoWithAnError();
     void packageAtRestTellsNothing();
 
@@ -145,6 +146,10 @@ void ProgressFollowerTest::downloadTellsSizesAndTime()
     QCOMPARE(spoken->role(), QAccessible::ProgressBar);
     QCOMPARE(spoken->valueInterface()->currentValue().toInt(), int(8 * MB / 1000));
     QCOMPARE(spoken->valueInterface()->maximumValue().toInt(), int(128 * MB / 1000));
+    QCOMPARE(spoken->valueInterface()->minimumValue().toInt(), 0);
+    // Screen readers may try to move what is a slider to them.
+    spoken->valueInterface()->setCurrentValue(0);
+    QCOMPARE(bar(0).value(), int(8 * MB / 1000));
 
     // A page that is opened in the middle tells the same at once, and follows.
     m_shown->openDetail(0);
@@ -377,6 +382,20 @@ void ProgressFollowerTest::nameIsShownLetterForLetter()
     m_shown->openDetail(0);
     QCOMPARE(page(), words);
     QCOMPARE(child<QLabel>(m_shown->window(), "DetailProgress")->textFormat(), Qt::PlainText);
+}
+
+void ProgressFollowerTest::wordsGoWithTheirState()
+{
+    offerSlow(1);
+    QVERIFY(open());
+    m_shown->openDetail(0);
+    QVERIFY(downloadTo(1, 2 * MB));
+    QTRY_COMPARE(page(), QStringLiteral("2.0 of 128.0 MB"));
+    QTRY_COMPARE(told(0), QStringLiteral("2.0 of 128.0 MB"));
+    engine().package(1)->setState(Package::INSTALLING);
+    // Without waiting for the next tick.
+    QCOMPARE(page(), QString());
+    QCOMPARE(told(0), QString());
 }
 
 void ProgressFollowerTest::wordsGoWithAnError()

@@ -79,6 +79,7 @@ void ProgressTextTest::sizesAreInOneUnit_data()
     row(3 * MB, 0, "3.0 MB", "3,0 MB");
     row(3 * MB, -1, "3.0 MB", "3,0 MB");
     row(7 * MB, 5 * MB, "7.0 MB", "7,0 MB");
+    row(5 * MB, 5 * MB, "5.0 of 5.0 MB", "5,0 von 5,0 MB");
     row(2048 * GB, 5000 * 1024 * GB, "2.0 of 5,000.0 TB", "2,0 von 5.000,0 TB");
 }
 
@@ -151,6 +152,13 @@ void ProgressTextTest::nameIsShortAndOnOneLine()
     progress.waitsFor = QStringLiteral("a\nb %1 %n <b>c</b>");
     QCOMPARE(ProgressText::of(progress, Package::INSTALLING),
              QStringLiteral("waits for a?b %1 %n <b>c</b>"));
+    const QString longest(80, QLatin1Char('x'));
+    progress.waitsFor = longest;
+    QCOMPARE(ProgressText::of(progress, Package::INSTALLING),
+             QStringLiteral("waits for ") + longest);
+    progress.waitsFor = longest + QLatin1Char('x');
+    QCOMPARE(ProgressText::of(progress, Package::INSTALLING),
+             QStringLiteral("waits for ") + longest.left(79) + QChar(0x2026));
     progress.waitsFor = QString(1000000, QLatin1Char('x'));
     const QString text = ProgressText::of(progress, Package::INSTALLING);
     QVERIFY(text.size() < 100);
