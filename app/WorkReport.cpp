@@ -102,6 +102,7 @@ void WorkReport::show()
     m_launcher.show(m_works.size(), progress());
 }
 
+/// Of work that is on its way, whose size is never 0.
 double WorkReport::progress() const
 {
     double all = m_endedSize;
@@ -110,7 +111,7 @@ double WorkReport::progress() const
         all += sizeOf(*work);
         done += sizeOf(*work) * shareDone(*work);
     }
-    return all > 0 ? done / all : 0;
+    return done / all;
 }
 
 void WorkReport::notifyOfEnd()

@@ -19,6 +19,8 @@ public:
     /// Whether it is there.
     bool isReady() const { return !m_address.isEmpty(); }
     QString address() const { return m_address; }
+    /// Where its socket lies, by the name that the bus of a user has.
+    QString folder() const { return m_folder.path(); }
 
 private:
     QTemporaryDir m_folder;

@@ -32,10 +32,7 @@ uint StandInDesktop::Notify(const QString &program, uint replaces, const QString
                             const QString &title, const QString &text, const QStringList &actions,
                             const QVariantMap &hints, int timeout)
 {
-    Q_UNUSED(replaces)
-    Q_UNUSED(actions)
-    Q_UNUSED(timeout)
-    m_notifications.append({program, icon, title, text, hints});
+    m_notifications.append({program, replaces, icon, title, text, actions, hints, timeout});
     return static_cast<uint>(m_notifications.size());
 }
 

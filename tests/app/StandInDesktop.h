@@ -20,10 +20,13 @@ public:
     struct Notification
     {
         QString program;
+        uint replaces;
         QString icon;
         QString title;
         QString text;
+        QStringList actions;
         QVariantMap hints;
+        int timeout; ///< in milliseconds, -1 for the desktop's own
     };
     struct Entry
     {

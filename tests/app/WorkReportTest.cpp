@@ -1,4 +1,5 @@
 #include "app/WorkReport.h"
+#include "downloads/DownloadManager.h"
 #include "tests/app/PrivateBus.h"
 #include "tests/app/ProgramRun.h"
 #include "tests/app/StandInDesktop.h"
@@ -19,6 +20,7 @@
 
 using namespace Kavo::Testing;
 using Kavo::WorkReport;
+using Kavo::Models::Package;
 
 namespace {
 
@@ -39,22 +41,36 @@ private slots:
     void cleanup();
 
     void sumIsOnTheIcon();
+    void sizeThatNobodyHasToldIsGuessed_data();
+    void sizeThatNobodyHasToldIsGuessed();
+    void moreThanWasToldIsNoMoreThanAll();
+    void endOfOneIsShownWhileTheOtherStandsStill();
     void sumNeverGoesBack();
     void iconIsClearedAtTheEndOfTheProgram();
     void fewAreTold();
     void endOfSeveralIsNotified();
     void failedOnesAreNamed();
+    void aFewFailedOnesAreAllListed();
+    void nameOfAFailedOneStaysOnItsLine();
+    void whatHasEndedCountsNoMore();
     void endOfOneIsNotNotified();
     void nothingIsNotifiedInFrontOfTheUser();
     void nothingHappensWithoutABus_data();
     void nothingHappensWithoutABus();
+    void busOfTheUserNeedsNoAddress();
 
 private:
     /// Packages of these ids with archives of so many bytes.
     void offer(const QVector<int> &ids, int size = 1000);
+    /// A package whose archive the server does not have.
+    void offerFailing(int id, const QString &name);
     void start();
+    /// Runs the program itself until it has installed packages 1 and 2, and ends it.
+    void installWithTheProgram();
     const QVector<StandInDesktop::Entry> &entries() const { return m_desktop->entries(); }
     bool waitUntilCleared();
+    /// What waits to be told is told before this ends, whose timer begins later.
+    bool waitForThePause();
     HttpResource &archive(int id);
 
     std::unique_ptr<PrivateBus> m_bus;
@@ -95,6 +111,18 @@ void WorkReportTest::offer(const QVector<int> &ids, int size)
     m_engine->serveCatalogue();
 }
 
+void WorkReportTest::offerFailing(int id, const QString &name)
+{
+    m_engine->offerObject(
+        {{QStringLiteral("id"), id},
+         {QStringLiteral("name"), QJsonObject{{QStringLiteral("en"), name}}},
+         {QStringLiteral("versions"),
+          QJsonArray{
+              QJsonObject{{QStringLiteral("version"), QStringLiteral("1.0")},
+                          {QStringLiteral("link"),
+                           m_engine->server().url(QStringLiteral("/gone-%1.zip").arg(id))}}}}});
+}
+
 HttpResource &WorkReportTest::archive(int id)
 {
     return m_engine->server().resource(QStringLiteral("/package-%1-1.0.zip").arg(id));
@@ -106,10 +134,36 @@ void WorkReportTest::start()
     m_report = std::make_unique<WorkReport>(m_engine->controller().installer());
 }
 
+void WorkReportTest::installWithTheProgram()
+{
+    offer({1, 2});
+    {
+        QSettings settings(m_engine->profile().settingsFile(), QSettings::IniFormat);
+        settings.setValue(QStringLiteral("Installation"), m_engine->profile().simulatorFolder());
+    }
+    ProgramRun program(QStringLiteral(KAVO_ORDERED_PROGRAM),
+                       {m_engine->server().url(QString()), QStringLiteral("/usr/bin/7z"),
+                        QStringLiteral("Download")});
+    program.start();
+    QVERIFY(runUntil(
+        [this] { return m_engine->recordedStatus(1) == 1 && m_engine->recordedStatus(2) == 1; },
+        Patience));
+    program.send(SIGTERM);
+    QVERIFY(program.endsWith(0));
+}
+
 bool WorkReportTest::waitUntilCleared()
 {
     return runUntil([this] { return !entries().isEmpty() && !entries().last().isVisible(); },
                     Patience);
+}
+
+bool WorkReportTest::waitForThePause()
+{
+    QTimer later;
+    later.setSingleShot(true);
+    later.start(2 * 250);
+    return runUntil([&later] { return !later.isActive(); }, Patience);
 }
 
 void WorkReportTest::sumIsOnTheIcon()
@@ -131,7 +185,7 @@ void WorkReportTest::sumIsOnTheIcon()
              static_cast<int>(QMetaType::LongLong));
     // The whole of one and the half of the other.
     m_engine->server().release(QStringLiteral("/package-1-1.0.zip"));
-    QVERIFY(m_engine->waitForState(1, Kavo::Models::Package::INSTALLED));
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLED));
     const auto isLater = [this] {
         return entries().last().count() == 1 && qAbs(entries().last().progress() - 0.725) < 0.01;
     };
@@ -139,6 +193,83 @@ void WorkReportTest::sumIsOnTheIcon()
     m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
     QVERIFY(waitUntilCleared());
     QCOMPARE(entries().last().count(), 0);
+}
+
+void WorkReportTest::sizeThatNobodyHasToldIsGuessed_data()
+{
+    QTest::addColumn<QJsonObject>("told");
+    QTest::addColumn<double>("size");
+    QTest::newRow("not told") << QJsonObject{} << 1024.0 * 1024;
+    QTest::newRow("told by the catalogue")
+        << QJsonObject{{QStringLiteral("size"), 9000000}} << 9000000.0;
+}
+
+void WorkReportTest::sizeThatNobodyHasToldIsGuessed()
+{
+    QFETCH(QJsonObject, told);
+    QFETCH(double, size);
+    Offer second{2};
+    second.more = told;
+    m_engine->offer(second);
+    offer({1}, 1000000);
+    const auto known = static_cast<double>(archive(1).size());
+    archive(1).holdAfter = archive(1).size() / 2;
+    // Not even its size comes.
+    archive(2).holdsHead = true;
+    start();
+    m_engine->install(1);
+    m_engine->install(2);
+    QVERIFY(runUntil(
+        [this] {
+            return m_engine->controller().progress(m_engine->package(1)).received ==
+                   archive(1).size() / 2;
+        },
+        Patience));
+    QVERIFY(waitForThePause());
+    const double sum = 0.45 * known / (known + size);
+    QVERIFY(runUntil([&] { return qAbs(entries().last().progress() - sum) < 0.01; }, Patience));
+    QCOMPARE(entries().last().count(), 2);
+}
+
+void WorkReportTest::moreThanWasToldIsNoMoreThanAll()
+{
+    constexpr qint64 Size = 8 * 1024 * 1024;
+    offer({1});
+    HttpResource &large =
+        m_engine->server().serveGenerated(QStringLiteral("/package-1-1.0.zip"), Size);
+    large.headWithoutLength = true;
+    large.getWithoutLength = true;
+    large.holdAfter = Size / 2;
+    start();
+    m_engine->install(1);
+    QVERIFY(runUntil(
+        [this] {
+            return m_engine->controller().progress(m_engine->package(1)).received > Size / 4;
+        },
+        Patience));
+    QVERIFY(waitForThePause());
+    QVERIFY(runUntil([this] { return entries().last().progress() > 0.8; }, Patience));
+    for (const auto &entry : entries())
+        QVERIFY2(entry.progress() < 0.91, qPrintable(QString::number(entry.progress())));
+}
+
+void WorkReportTest::endOfOneIsShownWhileTheOtherStandsStill()
+{
+    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("tools")));
+    m_engine->setExtractor(gate.program());
+    offer({1, 2});
+    archive(2).holdAfter = 10;
+    start();
+    m_engine->install(1);
+    m_engine->install(2);
+    QVERIFY(gate.waitUntilReached());
+    QVERIFY(runUntil(
+        [this] { return m_engine->controller().progress(m_engine->package(2)).received == 10; },
+        Patience));
+    QVERIFY(waitForThePause());
+    QVERIFY(runUntil([this] { return entries().last().count() == 2; }, Patience));
+    gate.open();
+    QVERIFY(runUntil([this] { return entries().last().count() == 1; }, Patience));
 }
 
 void WorkReportTest::sumNeverGoesBack()
@@ -175,7 +306,7 @@ void WorkReportTest::fewAreTold()
     m_engine->server().serveGenerated(QStringLiteral("/package-1-1.0.zip"), 64 * 1024 * 1024);
     int announced = 0;
     start();
-    connect(m_engine->package(1).data(), &Kavo::Models::Package::downloadedSize, this,
+    connect(m_engine->package(1).data(), &Package::downloadedSize, this,
             [&announced] { ++announced; });
     QElapsedTimer clock;
     clock.start();
@@ -199,6 +330,10 @@ void WorkReportTest::endOfSeveralIsNotified()
     QCOMPARE(notification.program, QStringLiteral("Kavo Suite"));
     QCOMPARE(notification.title, QStringLiteral("Installations have ended"));
     QCOMPARE(notification.text, QStringLiteral("Installed : 2"));
+    // It takes the place of no other program's, asks nothing and goes when the desktop thinks fit.
+    QCOMPARE(notification.replaces, 0U);
+    QCOMPARE(notification.actions, QStringList());
+    QCOMPARE(notification.timeout, -1);
     QCOMPARE(notification.hints.value(QStringLiteral("desktop-entry")).toString(), Program);
     QSettings entry(QStringLiteral(KAVO_PACKAGING_FOLDER "/%1.desktop").arg(Program),
                     QSettings::IniFormat);
@@ -209,16 +344,8 @@ void WorkReportTest::endOfSeveralIsNotified()
 void WorkReportTest::failedOnesAreNamed()
 {
     offer({1});
-    for (int id = 2; id < 9; ++id) {
-        m_engine->offerObject(
-            {{QStringLiteral("id"), id},
-             {QStringLiteral("name"),
-              QJsonObject{{QStringLiteral("en"), QStringLiteral("<b>%1</b> & more").arg(id)}}},
-             {QStringLiteral("versions"),
-              QJsonArray{QJsonObject{{QStringLiteral("version"), QStringLiteral("1.0")},
-                                     {QStringLiteral("link"),
-                                      m_engine->server().url(QStringLiteral("/gone.zip"))}}}}});
-    }
+    for (int id = 2; id < 9; ++id)
+        offerFailing(id, QStringLiteral("<b>%1</b> & more").arg(id));
     m_engine->serveCatalogue();
     start();
     for (int id = 1; id < 9; ++id)
@@ -233,6 +360,75 @@ void WorkReportTest::failedOnesAreNamed()
     QCOMPARE(lines.at(1).count(QStringLiteral("&lt;/b&gt; &amp; more")), 5);
     QVERIFY(!lines.at(1).contains(QLatin1Char('<')));
     QCOMPARE(lines.at(2), QStringLiteral("Not listed : 2"));
+}
+
+void WorkReportTest::aFewFailedOnesAreAllListed()
+{
+    for (int id = 1; id <= 5; ++id)
+        offerFailing(id, QStringLiteral("name-%1").arg(id));
+    m_engine->serveCatalogue();
+    start();
+    for (int id = 1; id <= 5; ++id)
+        m_engine->install(id);
+    QVERIFY(runUntil([this] { return !m_desktop->notifications().isEmpty(); }, Patience));
+    const QStringList lines = m_desktop->notifications().first().text.split(QLatin1Char('\n'));
+    QCOMPARE(lines.size(), 2);
+    QCOMPARE(lines.at(0), QStringLiteral("Installed : 0"));
+    QCOMPARE(lines.at(1).count(QStringLiteral("name-")), 5);
+}
+
+void WorkReportTest::nameOfAFailedOneStaysOnItsLine()
+{
+    offer({1});
+    offerFailing(2, QStringLiteral("first\nsecond"));
+    m_engine->serveCatalogue();
+    start();
+    m_engine->install(1);
+    m_engine->install(2);
+    QVERIFY(runUntil([this] { return !m_desktop->notifications().isEmpty(); }, Patience));
+    QCOMPARE(m_desktop->notifications().first().text,
+             QStringLiteral("Installed : 1\nFailed : first?second"));
+}
+
+void WorkReportTest::whatHasEndedCountsNoMore()
+{
+    offer({1, 2, 3}, 1000000);
+    archive(1).holdsGet = true;
+    offerFailing(4, QStringLiteral("gone"));
+    start();
+    m_engine->install(1);
+    m_engine->install(4);
+    QVERIFY(m_engine->waitForState(4, Package::DOWNLOAD_ERROR));
+    const QString link = m_engine->server().url(QStringLiteral("/package-1-1.0.zip"));
+    const auto download = m_engine->downloads()->find(link);
+    QVERIFY(download);
+    // There is news at the very end, and the pause has just begun.
+    connect(m_engine->package(1).data(), &Package::stateChanged, this,
+            [download](Package::State state) {
+                if (state == Package::INSTALLED) {
+                    download->setCurrentSize(400);
+                    download->setCurrentSize(401);
+                }
+            });
+    m_engine->server().release(QStringLiteral("/package-1-1.0.zip"));
+    QVERIFY(waitUntilCleared());
+    QTRY_COMPARE(m_desktop->notifications().size(), 1);
+    const int cleared = entries().size();
+    QVERIFY(waitForThePause());
+    // As a transfer does that goes on after its package's end.
+    download->setCurrentSize(500);
+
+    for (const int id : {2, 3})
+        archive(id).holdAfter = 1000;
+    m_engine->install(2);
+    m_engine->install(3);
+    QVERIFY(runUntil([this, cleared] { return entries().size() > cleared; }, Patience));
+    QCOMPARE(entries().at(cleared).count(), 1);
+    QVERIFY(entries().at(cleared).progress() < 0.1);
+    for (const int id : {2, 3})
+        m_engine->server().release(QStringLiteral("/package-%1-1.0.zip").arg(id));
+    QTRY_COMPARE_WITH_TIMEOUT(m_desktop->notifications().size(), 2, Patience);
+    QCOMPARE(m_desktop->notifications().last().text, QStringLiteral("Installed : 2"));
 }
 
 void WorkReportTest::endOfOneIsNotNotified()
@@ -290,21 +486,22 @@ void WorkReportTest::nothingHappensWithoutABus()
         address = "unix:path=" + QUrl::toPercentEncoding(socket, "/");
     }
     qputenv("DBUS_SESSION_BUS_ADDRESS", address);
-    offer({1, 2});
-    {
-        QSettings settings(m_engine->profile().settingsFile(), QSettings::IniFormat);
-        settings.setValue(QStringLiteral("Installation"), m_engine->profile().simulatorFolder());
-    }
-    ProgramRun program(QStringLiteral(KAVO_ORDERED_PROGRAM),
-                       {m_engine->server().url(QString()), QStringLiteral("/usr/bin/7z"),
-                        QStringLiteral("Download")});
-    program.start();
-    QVERIFY(runUntil(
-        [this] { return m_engine->recordedStatus(1) == 1 && m_engine->recordedStatus(2) == 1; },
-        Patience));
-    program.send(SIGTERM);
-    QVERIFY(program.endsWith(0));
+    installWithTheProgram();
     QVERIFY(entries().isEmpty());
+}
+
+void WorkReportTest::busOfTheUserNeedsNoAddress()
+{
+    const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    const QByteArray folder = qgetenv("XDG_RUNTIME_DIR");
+    const auto restore = qScopeGuard([&] {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+        qputenv("XDG_RUNTIME_DIR", folder);
+    });
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_bus->folder()));
+    installWithTheProgram();
+    QVERIFY(waitUntilCleared());
 }
 
 KAVO_TEST_MAIN(WorkReportTest)
