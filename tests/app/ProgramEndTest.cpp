@@ -15,6 +15,7 @@
 #include <memory>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Kavo::Testing;
 
@@ -38,6 +39,18 @@ QVector<pid_t> childrenOf(qint64 process)
         }
     }
     return found;
+}
+
+/// The 7-Zip that a process lets unpack this archive just now, 0 when there is none.
+pid_t unpackerOf(qint64 process, const QByteArray &archive)
+{
+    const QVector<pid_t> children = childrenOf(process);
+    for (const pid_t child : children) {
+        const QByteArray words = readFile(QStringLiteral("/proc/%1/cmdline").arg(child));
+        if (words.split('\0').value(1) == "x" && words.contains(archive))
+            return child;
+    }
+    return 0;
 }
 
 } // namespace
@@ -65,6 +78,8 @@ private slots:
     void questionForTheFolderIsGivenUp();
     void extractorIsNotEndedByTheSameSignal_data() { signalRows(); }
     void extractorIsNotEndedByTheSameSignal();
+    void sevenZipUnpacksOnAfterTheSameSignal_data() { signalRows(); }
+    void sevenZipUnpacksOnAfterTheSameSignal();
     void ignoredHangUpStaysIgnored();
 
 private:
@@ -277,6 +292,43 @@ void ProgramEndTest::extractorIsNotEndedByTheSameSignal()
     QVERIFY(run->endsWith(0));
     QVERIFY2(m_engine->recordedStatus(1) == 1 || m_engine->recordedStatus(2) == 1,
              readFile(m_engine->profile().logFile()).constData());
+}
+
+void ProgramEndTest::sevenZipUnpacksOnAfterTheSameSignal()
+{
+    constexpr int PieceSize = 45 * 1000 * 1000;
+    constexpr int Pieces = 3;
+    Offer large{3};
+    large.link = QStringLiteral("/large.bz2");
+    large.extract = QStringLiteral("large");
+    m_engine->offer(large);
+    m_engine->serveCatalogue();
+    m_engine->server().resource(large.link).body =
+        compressed(QByteArray(PieceSize, '\0'), QStringLiteral("bz2")).repeated(Pieces);
+    // In a group of its own, as a shell starts it.
+    ProgramRun run(QStringLiteral("/usr/bin/setsid"),
+                   {QStringLiteral(KAVO_ORDERED_PROGRAM), m_engine->server().url(QString()),
+                    Extractor, QStringLiteral("Download")});
+    run.start();
+    const QString unpacked = m_engine->simulator(QStringLiteral("large/large"));
+    pid_t unpacker = 0;
+    const auto unpacks = [&] {
+        unpacker = unpackerOf(run.processId(), "large.bz2");
+        return unpacker > 0 && QFileInfo(unpacked).size() > 0;
+    };
+    QVERIFY(runUntil(unpacks, Patience));
+    // It must not get done before it has heard.
+    ::kill(unpacker, SIGSTOP);
+    QVERIFY(QFileInfo(unpacked).size() < qint64(PieceSize) * Pieces);
+    // A terminal tells all of the group at once, a desktop each program.
+    const auto group = static_cast<pid_t>(run.processId());
+    QCOMPARE(::getpgid(group), group);
+    ::kill(-group, signalOfRow());
+    ::kill(unpacker, signalOfRow());
+    ::kill(unpacker, SIGCONT);
+    QVERIFY(run.endsWith(0));
+    QVERIFY2(m_engine->recordedStatus(3) == 1, readFile(m_engine->profile().logFile()).constData());
+    QCOMPARE(QFileInfo(unpacked).size(), qint64(PieceSize) * Pieces);
 }
 
 void ProgramEndTest::ignoredHangUpStaysIgnored()
