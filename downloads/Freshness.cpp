@@ -50,12 +50,24 @@ QDateTime expirationOf(const QNetworkReply &answer, const Directives &directives
     return isNumber ? now.addSecs(qMin(rest, Longest)) : QDateTime();
 }
 
+/// Whether the file changed so shortly before it was sent that it may change once more in the same
+/// second: its date, and a tag that many servers make of the date and the length, would then be
+/// those of both.
+bool isFreshlyChanged(const QNetworkReply &answer)
+{
+    constexpr qint64 Rest = 2;
+    const QDateTime sent = httpDate(answer.rawHeader("Date"));
+    const QDateTime changed = httpDate(AnswerHead(answer).lastModified());
+    return sent.isValid() && changed.isValid() && changed.secsTo(sent) < Rest;
+}
+
 } // namespace
 
 Freshness::Freshness(const QNetworkReply &answer)
 {
     const Directives directives = directivesOf(answer);
-    if (directives.contains("no-store") || answer.rawHeader("Vary").contains('*'))
+    if (directives.contains("no-store") || answer.rawHeader("Vary").contains('*') ||
+        isFreshlyChanged(answer))
         return;
     // After a redirect the head may hold lines of both answers.
     const bool isRedirected = answer.url() != answer.request().url();

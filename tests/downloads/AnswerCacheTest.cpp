@@ -35,6 +35,7 @@ private slots:
     void whatIsAlwaysAskedIsAsked();
     void answersThatAreNotKept_data();
     void answersThatAreNotKept();
+    void answerIsKeptWhenItsFileHasRested();
     void archivesAreNeitherKeptNorRead();
     void archiveOfAnAddressThatIsKeptComesFromTheServer();
     void redirectedFileIsKept();
@@ -232,6 +233,10 @@ void AnswerCacheTest::answersThatAreNotKept_data()
     QTest::addColumn<QByteArray>("value");
     QTest::newRow("not to be stored") << QByteArray("Cache-Control") << QByteArray("No-Store");
     QTest::newRow("different each time") << QByteArray("Vary") << QByteArray("*");
+    QTest::newRow("changed in the second of the answer")
+        << QByteArray("Date") << QByteArray("Mon, 01 Jan 2024 00:00:00 GMT");
+    QTest::newRow("changed in the second before")
+        << QByteArray("Date") << QByteArray("Mon, 01 Jan 2024 00:00:01 GMT");
 }
 
 void AnswerCacheTest::answersThatAreNotKept()
@@ -246,6 +251,15 @@ void AnswerCacheTest::answersThatAreNotKept()
     server().resource(QStringLiteral("/icon.png")).headers = {{name, value}};
     fetch("another");
     QCOMPARE(entries(), QStringList());
+}
+
+void AnswerCacheTest::answerIsKeptWhenItsFileHasRested()
+{
+    HttpResource &resource = serve(picture());
+    resource.lastModified = QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
+    resource.headers = {{"Date", "Mon, 01 Jan 2024 00:00:02 GMT"}};
+    fetch(picture());
+    QCOMPARE(entries().size(), 1);
 }
 
 void AnswerCacheTest::archivesAreNeitherKeptNorRead()
