@@ -29,6 +29,8 @@ void FoldedTextTest::sameLettersAreTheSameText_data()
     row("capitals with accents", "ÉÀÜŇ", "eaun");
     row("sharp s", "Straße STRASSE ẞ", "strasse strasse ss");
     row("strokes", "Tromsø Łódź Đakovo", "tromso lodz dakovo");
+    row("more strokes", "Ħamrun Ŧ ŧ", "hamrun t t");
+    row("letters of the north", "Þórshöfn Seyðisfjörður Ð", "thorshofn seydisfjordur d");
     row("joined letters", "Ærø œuvre", "aero oeuvre");
     row("ligature",
         "o\xef\xac\x83"
@@ -36,6 +38,7 @@ void FoldedTextTest::sameLettersAreTheSameText_data()
         "office flight");
     row("dotted capital", "İSTANBUL ısparta", "istanbul isparta");
     row("Greek", "ΑΘΉΝΑ Αθήνα", "αθηνα αθηνα");
+    row("Greek with a letter for the end", "ΛΈΣΒΟΣ Λέσβος", "λεσβοσ λεσβοσ");
     row("Cyrillic", "МОСКВА Київ", "москва киів");
     row("wide letters", "ＡＢＣ１", "abc1");
     row("beyond the first plane", "\xf0\x9f\x9b\xab Ä", "\xf0\x9f\x9b\xab a");
