@@ -9,17 +9,12 @@
 #include <QTimer>
 #include <QVector>
 
-#include <chrono>
-
 namespace Kavo {
 
 using Controllers::PackageController;
 using Models::Installer;
 
 namespace {
-
-/// A session that has not ended by then goes on; nobody tells of that.
-constexpr std::chrono::seconds LongestFarewell{30};
 
 /// Whoever has asked goes on as if the user had said No.
 void denyQuestions()
@@ -41,14 +36,16 @@ void denyQuestions()
 
 } // namespace
 
-ProgramEnd::ProgramEnd(QWidget &window, PackageController &packages)
+ProgramEnd::ProgramEnd(QWidget &window, PackageController &packages,
+                       std::chrono::milliseconds farewell)
     : m_window(window)
     , m_packages(packages)
+    , m_farewell(farewell)
 {
     // Qt's own way is to close the window, which refuses that while something is being installed,
     // and so refuses the end of the session.
     QGuiApplication::setFallbackSessionManagementEnabled(false);
-    connect(qApp, &QGuiApplication::commitDataRequest, this, &ProgramEnd::endSession,
+    connect(qApp, &QGuiApplication::commitDataRequest, this, &ProgramEnd::prepareForSessionEnd,
             Qt::DirectConnection);
     connect(&m_packages.installer(), &Installer::taskEnded, this, &ProgramEnd::endIfIdle);
 }
@@ -69,9 +66,7 @@ void ProgramEnd::endIfIdle()
         QCoreApplication::exit(0);
 }
 
-/// The desktop waits until this returns. It ends the program afterwards, unless somebody else
-/// prevents the end of the session.
-void ProgramEnd::endSession(QSessionManager &)
+void ProgramEnd::prepareForSessionEnd()
 {
     if (!m_packages.isBusy())
         return;
@@ -79,7 +74,7 @@ void ProgramEnd::endSession(QSessionManager &)
     QEventLoop loop;
     connect(&m_packages.installer(), &Installer::taskEnded, &loop, &QEventLoop::quit);
     loop.exec(QEventLoop::ExcludeUserInputEvents);
-    QTimer::singleShot(LongestFarewell, this, [this] {
+    QTimer::singleShot(m_farewell, this, [this] {
         if (!m_isRequested)
             m_packages.holdInstallations(false);
     });

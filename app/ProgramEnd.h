@@ -2,7 +2,8 @@
 
 #include <QObject>
 
-class QSessionManager;
+#include <chrono>
+
 class QWidget;
 
 namespace Kavo::Controllers {
@@ -20,18 +21,26 @@ class ProgramEnd final : public QObject
     Q_OBJECT
 
 public:
+    /// How long the queue waits for a session to end. One that has not ended by then goes on;
+    /// nobody tells of that.
+    static constexpr std::chrono::seconds LongestFarewell{30};
+
     /// Both have to live as long as this.
-    ProgramEnd(QWidget &window, Controllers::PackageController &packages);
+    ProgramEnd(QWidget &window, Controllers::PackageController &packages,
+               std::chrono::milliseconds farewell = LongestFarewell);
 
     /// Ends the program as soon as nothing is being installed. May be called any number of times.
     void request();
+    /// What the desktop asks for at the end of its session, and waits for. It ends the program
+    /// afterwards, unless somebody else prevents the end of the session.
+    void prepareForSessionEnd();
 
 private:
-    void endSession(QSessionManager &manager);
     void endIfIdle();
 
     QWidget &m_window;
     Controllers::PackageController &m_packages;
+    std::chrono::milliseconds m_farewell;
     bool m_isRequested = false;
 };
 

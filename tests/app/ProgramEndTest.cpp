@@ -1,3 +1,4 @@
+#include "app/ProgramEnd.h"
 #include "tests/app/ProgramRun.h"
 #include "tests/packages/Engine.h"
 #include "tests/packages/GatedExtractor.h"
@@ -10,7 +11,10 @@
 #include <QFileInfo>
 #include <QScopeGuard>
 #include <QSettings>
+#include <QTimer>
+#include <QWidget>
 
+#include <chrono>
 #include <csignal>
 #include <memory>
 
@@ -81,6 +85,8 @@ private slots:
     void sevenZipUnpacksOnAfterTheSameSignal_data() { signalRows(); }
     void sevenZipUnpacksOnAfterTheSameSignal();
     void ignoredHangUpStaysIgnored();
+    void sessionThatGoesOnHasTheQueueGoOn_data();
+    void sessionThatGoesOnHasTheQueueGoOn();
 
 private:
     static void signalRows();
@@ -349,6 +355,43 @@ void ProgramEndTest::ignoredHangUpStaysIgnored()
     QVERIFY(run->isRunning());
     run->send(SIGTERM);
     QVERIFY(run->endsWith(0));
+}
+
+void ProgramEndTest::sessionThatGoesOnHasTheQueueGoOn_data()
+{
+    QTest::addColumn<bool>("goesOn");
+    QTest::newRow("as far as known") << true;
+    QTest::newRow("not known yet") << false;
+}
+
+void ProgramEndTest::sessionThatGoesOnHasTheQueueGoOn()
+{
+    QFETCH(bool, goesOn);
+    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("gate")));
+    m_engine->setExtractor(gate.program());
+    QVERIFY(m_engine->refresh());
+    QWidget window;
+    using std::chrono::milliseconds;
+    Kavo::ProgramEnd end(window, m_engine->controller(),
+                         goesOn ? milliseconds(0) : milliseconds(std::chrono::hours(1)));
+    m_engine->install(1);
+    QVERIFY(gate.waitUntilReached());
+    m_engine->install(2);
+    QVERIFY(runUntil([this] { return m_engine->recordedStatus(2) == 4; }, Patience));
+    QTimer::singleShot(0, &window, [&gate] { gate.open(); });
+    end.prepareForSessionEnd();
+    // What was being installed is recorded by now, and nothing else has begun.
+    QCOMPARE(m_engine->recordedStatus(1), 1);
+    QCOMPARE(m_engine->recordedStatus(2), 4);
+    QVERIFY(!m_engine->controller().isBusy());
+    if (goesOn) {
+        QVERIFY(runUntil([this] { return m_engine->recordedStatus(2) == 1; }, Patience));
+        return;
+    }
+    // Whatever is due now does not wake it.
+    QCoreApplication::processEvents();
+    QVERIFY(!m_engine->controller().isBusy());
+    QCOMPARE(m_engine->recordedStatus(2), 4);
 }
 
 KAVO_TEST_MAIN(ProgramEndTest)
