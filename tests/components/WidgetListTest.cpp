@@ -56,6 +56,8 @@ private slots:
     void listMayBeLeftWithoutRows();
     void rowsOfANewListAreListed();
     void keysMoveAmongListedRows();
+    void pageKeysMoveByWhatIsInSight();
+    void keysGoOnFromARowThatIsListed();
     void tabGoesThroughListedRows();
     void widgetOfAnUnlistedRowWaits();
     void typingIsTold();
@@ -517,6 +519,47 @@ void WidgetListTest::keysMoveAmongListedRows()
     press(Qt::Key_PageDown);
     const QWidget *focused = QApplication::focusWidget();
     QVERIFY(focused == button(*list, 100) || focused == button(*list, 110));
+}
+
+void WidgetListTest::pageKeysMoveByWhatIsInSight()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    scrollToFocus(window);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    list->listRows(each(3));
+    button(*list, 0)->setFocus(Qt::TabFocusReason);
+    const auto press = [](Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); };
+    // The last one in sight is the first one afterwards.
+    const int last = list->visibleRows().last();
+    press(Qt::Key_PageDown);
+    QCOMPARE(QApplication::focusWidget(), button(*list, last));
+    press(Qt::Key_PageDown);
+    QCOMPARE(QApplication::focusWidget(), button(*list, 2 * last));
+    press(Qt::Key_PageUp);
+    QCOMPARE(QApplication::focusWidget(), button(*list, last));
+    // Where no more than one is in sight it goes on all the same.
+    list->setFixedSize(300, RowSize.height());
+    press(Qt::Key_PageDown);
+    QCOMPARE(QApplication::focusWidget(), button(*list, last + 3));
+}
+
+void WidgetListTest::keysGoOnFromARowThatIsListed()
+{
+    QWidget window;
+    QPushButton *elsewhere = makeButton(QString(), QStringLiteral("elsewhere"), QIcon(), &window);
+    WidgetList *list = makeList(window, Long);
+    scrollToFocus(window);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    button(*list, 100)->setFocus(Qt::TabFocusReason);
+    QCOMPARE(list->currentRow(), 100);
+    elsewhere->setFocus();
+    list->listRows(each(60));
+    QCOMPARE(list->currentRow(), 0);
+    list->listRows(QBitArray(Long));
+    QCOMPARE(list->currentRow(), -1);
 }
 
 void WidgetListTest::tabGoesThroughListedRows()
