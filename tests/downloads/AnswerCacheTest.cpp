@@ -7,7 +7,10 @@
 #include "tests/support/WithoutRights.h"
 
 #include <QDirIterator>
+#include <QLocale>
+#include <QScopeGuard>
 
+#include <ctime>
 #include <memory>
 
 using Kavo::Managers::AnswerCache;
@@ -28,14 +31,20 @@ private slots:
     void serverIsAskedWhetherItHasChanged();
     void changedFileIsFetched();
     void emptyFileComesAgain();
+    void freshAnswerIsNotAskedFor_data();
     void freshAnswerIsNotAskedFor();
     void answerThatIsNotFreshIsAskedFor_data();
     void answerThatIsNotFreshIsAskedFor();
+    void datesAreThoseOfGreenwich_data();
+    void datesAreThoseOfGreenwich();
     void answerBecomesFreshAgain();
     void whatIsAlwaysAskedIsAsked();
     void answersThatAreNotKept_data();
     void answersThatAreNotKept();
     void answerIsKeptWhenItsFileHasRested();
+    void tagIsEnoughToKeepAnAnswer();
+    void answerThatTellsNothingIsNotKept();
+    void oldestAnswersGoWhenThereAreTooMany();
     void archivesAreNeitherKeptNorRead();
     void archiveOfAnAddressThatIsKeptComesFromTheServer();
     void redirectedFileIsKept();
@@ -165,9 +174,27 @@ void AnswerCacheTest::emptyFileComesAgain()
     }
 }
 
+void AnswerCacheTest::freshAnswerIsNotAskedFor_data()
+{
+    using Headers = QList<QPair<QByteArray, QByteArray>>;
+    QTest::addColumn<Headers>("headers");
+    const auto row = [](const char *name, const char *control) {
+        QTest::newRow(name) << Headers{{"Cache-Control", control}};
+    };
+    row("time", "public, max-age=3600");
+    row("time in quotes", "max-age=\"3600\"");
+    row("capitals and blanks", "Public , MAX-AGE = 3600 ");
+    row("longer than anybody lives", "max-age=9223372036854775807");
+    QTest::newRow("date") << Headers{{"Expires", "Sat, 01 Jan 2050 00:00:00 GMT"}};
+    QTest::newRow("time before date")
+        << Headers{{"Cache-Control", "max-age=3600"}, {"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}};
+}
+
 void AnswerCacheTest::freshAnswerIsNotAskedFor()
 {
-    serve(picture()).headers = {{"Cache-Control", "public, max-age=3600"}};
+    using Headers = QList<QPair<QByteArray, QByteArray>>;
+    QFETCH(Headers, headers);
+    serve(picture()).headers = headers;
     fetch(picture());
     fetch(picture());
     fetch(picture());
@@ -186,6 +213,10 @@ void AnswerCacheTest::answerThatIsNotFreshIsAskedFor_data()
     QTest::newRow("old already") << Headers{{"Cache-Control", "max-age=60"}, {"Age", "61"}};
     QTest::newRow("expired") << Headers{{"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}};
     QTest::newRow("no date") << Headers{{"Expires", "0"}};
+    QTest::newRow("time before date")
+        << Headers{{"Cache-Control", "max-age=0"}, {"Expires", "Sat, 01 Jan 2050 00:00:00 GMT"}};
+    QTest::newRow("to be asked for, with blanks")
+        << Headers{{"Cache-Control", "max-age=3600 , No-Cache "}};
 }
 
 void AnswerCacheTest::answerThatIsNotFreshIsAskedFor()
@@ -197,6 +228,34 @@ void AnswerCacheTest::answerThatIsNotFreshIsAskedFor()
     fetch(picture());
     QCOMPARE(requests(), 2);
     QVERIFY(server().requests().last().hasHeader("If-Modified-Since"));
+}
+
+void AnswerCacheTest::datesAreThoseOfGreenwich_data()
+{
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<int>("hours");
+    QTest::newRow("fresh in the east") << QByteArray("EAST-5") << 1;
+    QTest::newRow("stale in the west") << QByteArray("WEST5") << -1;
+}
+
+void AnswerCacheTest::datesAreThoseOfGreenwich()
+{
+    QFETCH(QByteArray, zone);
+    QFETCH(int, hours);
+    const QByteArray before = qgetenv("TZ");
+    const auto restore = qScopeGuard([&before] {
+        before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
+        ::tzset();
+    });
+    qputenv("TZ", zone);
+    ::tzset();
+    const QDateTime expiration = QDateTime::currentDateTimeUtc().addSecs(hours * 3600);
+    const QString date =
+        QLocale::c().toString(expiration, QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
+    serve(picture()).headers = {{"Expires", date.toLatin1()}};
+    fetch(picture());
+    fetch(picture());
+    QCOMPARE(requests(), hours > 0 ? 1 : 2);
 }
 
 void AnswerCacheTest::answerBecomesFreshAgain()
@@ -259,6 +318,42 @@ void AnswerCacheTest::answerIsKeptWhenItsFileHasRested()
     resource.lastModified = QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
     resource.headers = {{"Date", "Mon, 01 Jan 2024 00:00:02 GMT"}};
     fetch(picture());
+    QCOMPARE(entries().size(), 1);
+}
+
+void AnswerCacheTest::tagIsEnoughToKeepAnAnswer()
+{
+    HttpResource &resource = serve(picture());
+    resource.entityTag = "\"one\"";
+    resource.lastModified = QDateTime();
+    fetch(picture());
+    QCOMPARE(entries().size(), 1);
+    fetch(picture());
+    QCOMPARE(server().requests().last().header("If-None-Match"), QByteArray("\"one\""));
+    QVERIFY(!server().requests().last().hasHeader("If-Modified-Since"));
+}
+
+/// There is nothing by which it could be asked again.
+void AnswerCacheTest::answerThatTellsNothingIsNotKept()
+{
+    serve(picture()).lastModified = QDateTime();
+    fetch(picture());
+    QCOMPARE(entries(), QStringList());
+}
+
+void AnswerCacheTest::oldestAnswersGoWhenThereAreTooMany()
+{
+    // Without content, so that it takes no room on the disk.
+    QFile old(folder() + QStringLiteral("old.d"));
+    QVERIFY(QDir().mkpath(folder()));
+    QVERIFY(old.open(QIODevice::WriteOnly));
+    QVERIFY(old.resize(Q_INT64_C(300) * 1024 * 1024));
+    QVERIFY(
+        old.setFileTime(QDateTime::currentDateTimeUtc().addDays(-1), QFile::FileModificationTime));
+    old.close();
+    serve(picture());
+    fetch(picture());
+    QTRY_VERIFY(!old.exists());
     QCOMPARE(entries().size(), 1);
 }
 

@@ -15,6 +15,7 @@ private slots:
     void piecesMakeNoDifference();
     void everyChangedBitShows();
     void lengthShows();
+    void movedBytesShow();
 };
 
 namespace {
@@ -62,6 +63,14 @@ void BodyChecksumTest::lengthShows()
     for (int length = 0; length < 100; ++length)
         sums.insert(BodyChecksum::of(QByteArray(length, '\0')));
     QCOMPARE(sums.size(), 100);
+}
+
+/// As when a disk gives out one sector for another.
+void BodyChecksumTest::movedBytesShow()
+{
+    const QByteArray bytes = randomBytes(1024);
+    for (const int size : {1, 8, 64, 512})
+        QVERIFY(BodyChecksum::of(bytes.mid(size) + bytes.left(size)) != BodyChecksum::of(bytes));
 }
 
 QTEST_APPLESS_MAIN(BodyChecksumTest)

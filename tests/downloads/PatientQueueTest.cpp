@@ -18,6 +18,8 @@ private slots:
     void hostsDoNotWaitForOneAnother();
     void removedOnesDoNotGo();
     void oneGoesOnce();
+    void oneThatHasEndedMayComeAgain();
+    void thoseOnTheirWayCountWhileNobodyWaits();
 
 private:
     using Pointer = PatientQueue::DownloadPointer;
@@ -169,6 +171,34 @@ void PatientQueueTest::oneGoesOnce()
     queue.append(one);
     queue.append(one);
     QCOMPARE(takeAll(queue, taken), words("/1"));
+}
+
+void PatientQueueTest::oneThatHasEndedMayComeAgain()
+{
+    PatientQueue queue;
+    QList<Pointer> taken;
+    const Pointer one = make("http://host:80/1");
+    for (int time = 0; time < 2; ++time) {
+        queue.append(one);
+        QCOMPARE(takeAll(queue, taken), words("/1"));
+        queue.ended(*one);
+    }
+}
+
+void PatientQueueTest::thoseOnTheirWayCountWhileNobodyWaits()
+{
+    PatientQueue queue;
+    QList<Pointer> taken;
+    for (int number = 0; number < PatientQueue::MostOthersOnTheirWay; ++number)
+        queue.append(make("http://host:80/a"));
+    takeAll(queue, taken);
+    queue.ended(*taken.takeFirst());
+    const Pointer gone = make("http://host:80/gone");
+    queue.append(gone);
+    queue.remove(*gone);
+    for (int number = 0; number < 5; ++number)
+        queue.append(make("http://host:80/b"));
+    QCOMPARE(takeAll(queue, taken), words("/b"));
 }
 
 QTEST_GUILESS_MAIN(PatientQueueTest)

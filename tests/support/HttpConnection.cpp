@@ -110,7 +110,9 @@ void HttpConnection::prepareHead()
 
 void HttpConnection::addValidators()
 {
-    m_answer.headers += headerLine("Last-Modified", httpDate(m_resource.lastModified));
+    // Without a valid one, this is a server that tells none.
+    if (m_resource.lastModified.isValid())
+        m_answer.headers += headerLine("Last-Modified", httpDate(m_resource.lastModified));
     if (!m_resource.entityTag.isEmpty())
         m_answer.headers += headerLine("ETag", m_resource.entityTag);
 }
@@ -133,7 +135,8 @@ bool HttpConnection::isKnown() const
         return false;
     if (m_request.hasHeader("If-None-Match"))
         return m_request.header("If-None-Match") == m_resource.entityTag;
-    return m_request.header("If-Modified-Since") == httpDate(m_resource.lastModified);
+    return m_request.hasHeader("If-Modified-Since") &&
+           m_request.header("If-Modified-Since") == httpDate(m_resource.lastModified);
 }
 
 void HttpConnection::prepareGet()
