@@ -68,12 +68,11 @@ bool PackageContainer::focusCardInSight()
 
 void PackageContainer::search(const QString &text)
 {
-    const bool wasFiltered = m_filter->isActive();
-    if (!wasFiltered)
+    if (!m_filter->isActive())
         m_scrollBefore = m_list->verticalScrollBar()->value();
     m_filter->search(text);
     listFound();
-    keepPlace(wasFiltered);
+    keepPlace();
     if (m_detail->isVisible())
         m_controller->showList();
 }
@@ -215,11 +214,11 @@ void PackageContainer::showListOrNothing()
 
 /// What is found is read from its beginning. Without a search the list stands where it stood
 /// before, or where the keyboard is.
-void PackageContainer::keepPlace(bool wasFiltered)
+void PackageContainer::keepPlace()
 {
     if (m_filter->isActive())
         m_list->scrollToTop();
-    else if (!m_list->showKeyboard() && wasFiltered)
+    else if (!m_list->showKeyboard())
         m_list->verticalScrollBar()->setValue(m_scrollBefore);
 }
 

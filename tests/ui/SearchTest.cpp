@@ -77,6 +77,7 @@ private slots:
     void packageThatChangesStaysUntilTheNextText();
     void errorOfAPackageThatIsNotListedIsTold();
     void longListIsSearchedBeforeItsCardsAreThere();
+    void detailStaysWhileALongListIsRead();
     void cardsOfALongListAreMadeWhileItIsFiltered();
     void screenReadersHearHowManyWereFound();
 
@@ -640,11 +641,30 @@ void SearchTest::longListIsSearchedBeforeItsCardsAreThere()
     offerMany(3000);
     QVERIFY(m_shown->open(true));
     QVERIFY(!m_shown->list().rowWidget(2998));
+    // Nothing was found yet, and more is to come.
+    bool isGivenUp = false;
+    connect(window().findChild<PackageFilter *>(), &PackageFilter::advanced, this,
+            [this, &isGivenUp] { isGivenUp = isGivenUp || tellsNothingFound(); });
     field()->setFocus();
-    type("package-2999");
+    field()->setText(QStringLiteral("package-2999"));
+    QVERIFY(!tellsNothingFound());
     QTRY_COMPARE(seen(), QVector<int>({2999}));
+    QVERIFY(!isGivenUp);
     press(Qt::Key_Return);
     QCOMPARE(focusedName(), QStringLiteral("More Detail: package-2999"));
+}
+
+void SearchTest::detailStaysWhileALongListIsRead()
+{
+    offerMany(3000);
+    QVERIFY(m_shown->open(true));
+    field()->setText(QStringLiteral("package"));
+    m_shown->openDetail(0);
+    QVERIFY(isRead());
+    QVERIFY(m_shown->showsDetail());
+    QVERIFY(!m_shown->list().isVisible());
+    press(Qt::Key_Escape);
+    QCOMPARE(listed().size(), 3000);
 }
 
 void SearchTest::cardsOfALongListAreMadeWhileItIsFiltered()

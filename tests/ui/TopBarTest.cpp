@@ -54,6 +54,7 @@ private slots:
     void localRepositoryIsTold_data();
     void localRepositoryIsTold();
     void searchAsksNobodyForPackages();
+    void searchTakesOnlySoMuchText();
     void toolTipsNameTheKeys();
     void refreshLoadsTheCatalogue();
     void windowButtonsSetTheState();
@@ -234,6 +235,17 @@ void TopBarTest::searchAsksNobodyForPackages()
     QTest::keyClick(child<QLineEdit>(*m_bar, "SearchField"), Qt::Key_Return);
     iconButton(SEARCH)->click();
     QCOMPARE(busy.count() + updated.count() + listed.count(), 0);
+}
+
+/// As when somebody pastes the wrong thing.
+void TopBarTest::searchTakesOnlySoMuchText()
+{
+    set(Settings::SHOW_FILTER, QStringLiteral("true"));
+    open();
+    QSignalSpy searched(m_bar.get(), &TopBar::searched);
+    child<QLineEdit>(*m_bar, "SearchField")->insert(QStringLiteral("word ").repeated(100000));
+    QCOMPARE(searched.size(), 1);
+    QVERIFY(searched.first().first().toString().size() <= 1000);
 }
 
 void TopBarTest::toolTipsNameTheKeys()
