@@ -1,4 +1,5 @@
 #include "app/ProgramEnd.h"
+#include "app/EndSignals.h"
 #include "tests/app/ProgramRun.h"
 #include "tests/packages/Engine.h"
 #include "tests/packages/GatedExtractor.h"
@@ -11,6 +12,7 @@
 #include <QFileInfo>
 #include <QScopeGuard>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTimer>
 #include <QWidget>
 
@@ -85,6 +87,10 @@ private slots:
     void sevenZipUnpacksOnAfterTheSameSignal_data() { signalRows(); }
     void sevenZipUnpacksOnAfterTheSameSignal();
     void ignoredHangUpStaysIgnored();
+    void signalIsToldOnce_data() { signalRows(); }
+    void signalIsToldOnce();
+    void signalsAreGivenBack_data() { signalRows(); }
+    void signalsAreGivenBack();
     void sessionThatGoesOnHasTheQueueGoOn_data();
     void sessionThatGoesOnHasTheQueueGoOn();
 
@@ -355,6 +361,46 @@ void ProgramEndTest::ignoredHangUpStaysIgnored()
     QVERIFY(run->isRunning());
     run->send(SIGTERM);
     QVERIFY(run->endsWith(0));
+}
+
+void ProgramEndTest::signalIsToldOnce()
+{
+    const Kavo::EndSignals heard;
+    QSignalSpy requested(&heard, &Kavo::EndSignals::requested);
+    QVERIFY(!heard.isRequested());
+    ::raise(signalOfRow());
+    ::raise(signalOfRow());
+    QVERIFY(heard.isRequested());
+    QVERIFY(requested.isEmpty());
+    QVERIFY(requested.wait(Patience));
+    // The event loop comes to rest afterwards.
+    for (int turn = 0; turn < 3; ++turn)
+        QCoreApplication::processEvents();
+    QCOMPARE(requested.size(), 1);
+    ::raise(signalOfRow());
+    QVERIFY(requested.wait(Patience));
+    QCOMPARE(requested.size(), 2);
+}
+
+void ProgramEndTest::signalsAreGivenBack()
+{
+    const int number = signalOfRow();
+    struct sigaction before = {};
+    struct sigaction own = {};
+    struct sigaction after = {};
+    own.sa_handler = [](int) {};
+    ::sigaction(number, &own, &before);
+    const auto restore = qScopeGuard([number, &before] { ::sigaction(number, &before, nullptr); });
+    {
+        const Kavo::EndSignals heard;
+        ::raise(number);
+        QVERIFY(heard.isRequested());
+    }
+    ::sigaction(number, nullptr, &after);
+    QVERIFY(after.sa_handler == own.sa_handler);
+    // What the one before has heard is nothing to the next.
+    const Kavo::EndSignals next;
+    QVERIFY(!next.isRequested());
 }
 
 void ProgramEndTest::sessionThatGoesOnHasTheQueueGoOn_data()
