@@ -19,6 +19,7 @@ private slots:
     void filesOfEarlierRunsCount();
     void onlyItsOwnFilesCount();
     void roomIsKnownAfterwards();
+    void whatComesMeanwhileCounts();
     void folderThatIsMissing();
     void clearRemovesAll();
 
@@ -129,6 +130,17 @@ void FolderTrimTest::roomIsKnownAfterwards()
     QVERIFY(!trim.hasRoomFor(5001));
 }
 
+void FolderTrimTest::whatComesMeanwhileCounts()
+{
+    FolderTrim trim(m_folder, Limit, nullptr);
+    trim.add(0);
+    QVERIFY(trim.isBusy());
+    trim.add(3000);
+    QVERIFY(trim.hasRoomFor(5000));
+    QVERIFY(!trim.hasRoomFor(5001));
+    QTRY_VERIFY(!trim.isBusy());
+}
+
 void FolderTrimTest::folderThatIsMissing()
 {
     FolderTrim trim(m_folder + QStringLiteral("missing"), Limit, nullptr);
@@ -147,6 +159,14 @@ void FolderTrimTest::clearRemovesAll()
     trim.clear();
     QVERIFY(!trim.isBusy());
     QCOMPARE(QDir(m_folder + QStringLiteral("b")).entryList(QDir::Files), QStringList());
+    QVERIFY(trim.hasRoomFor(Limit));
+    // The same when they have been counted.
+    put(name(1), 5000, 0);
+    trim.add(5000);
+    QTRY_VERIFY(!trim.isBusy());
+    QVERIFY(!trim.hasRoomFor(Limit));
+    trim.clear();
+    QVERIFY(!isThere(name(1)));
     QVERIFY(trim.hasRoomFor(Limit));
 }
 

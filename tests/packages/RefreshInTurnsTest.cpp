@@ -173,9 +173,12 @@ void RefreshInTurnsTest::malformedEndIsFoundAtTheEnd()
     m_engine->server().resource(QStringLiteral("/packages.json")).body.chop(3);
     QVERIFY(m_engine->refreshAsServed());
     QVERIFY(m_engine->controller().packages().isEmpty());
+    // Nor is one of those that came before the end known.
+    QVERIFY(m_engine->package(1000).isNull());
     m_engine->serveCatalogue();
     QVERIFY(m_engine->refreshAsServed());
     QCOMPARE(m_engine->controller().packages().size(), Many);
+    QCOMPARE(m_engine->package(1000)->id(), 1000);
 }
 
 void RefreshInTurnsTest::resetMeanwhile()
