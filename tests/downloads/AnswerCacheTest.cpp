@@ -10,6 +10,7 @@
 #include <QLocale>
 #include <QScopeGuard>
 
+#include <algorithm>
 #include <ctime>
 #include <memory>
 
@@ -38,6 +39,8 @@ private slots:
     void datesAreThoseOfGreenwich_data();
     void datesAreThoseOfGreenwich();
     void answerBecomesFreshAgain();
+    void unchangedAnswerMayForbidToGoWithoutAsking();
+    void unchangedAnswerIsNotWrittenAnew();
     void whatIsAlwaysAskedIsAsked();
     void answersThatAreNotKept_data();
     void answersThatAreNotKept();
@@ -59,6 +62,7 @@ private slots:
     void foreignFilesAreNoEntries();
     void folderThatCannotBeMade();
     void folderThatCannotBeWritten();
+    void fullDisk_data();
     void fullDisk();
     void fullDiskWhileTheTimeIsWritten();
     void resetClearsIt();
@@ -71,6 +75,8 @@ private:
     HttpResource &serve(const QByteArray &body) const;
     /// The files with what is kept.
     static QStringList entries();
+    /// Whether a file of the folder is open, be it one without a name.
+    static bool isAnyOpen();
     /// Fetches the file as the next start of the program does, and compares it.
     void fetch(const QByteArray &body);
     void fetchFrom(const QString &address, const QByteArray &body);
@@ -103,6 +109,14 @@ QStringList AnswerCacheTest::entries()
     while (files.hasNext())
         found.append(files.next());
     return found;
+}
+
+bool AnswerCacheTest::isAnyOpen()
+{
+    const QFileInfoList open = QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::System);
+    return std::any_of(open.begin(), open.end(), [](const QFileInfo &file) {
+        return file.symLinkTarget().startsWith(folder());
+    });
 }
 
 void AnswerCacheTest::fetch(const QByteArray &body)
@@ -268,6 +282,33 @@ void AnswerCacheTest::answerBecomesFreshAgain()
     fetch(picture());
     fetch(picture());
     QCOMPARE(requests(), 2);
+}
+
+void AnswerCacheTest::unchangedAnswerMayForbidToGoWithoutAsking()
+{
+    serve(picture()).headers = {{"Cache-Control", "max-age=0"}};
+    fetch(picture());
+    server().resource(QStringLiteral("/icon.png")).headers = {
+        {"Cache-Control", "no-store, max-age=3600"}};
+    fetch(picture());
+    fetch(picture());
+    QCOMPARE(requests(), 3);
+}
+
+/// There may be thousands at each start of the program.
+void AnswerCacheTest::unchangedAnswerIsNotWrittenAnew()
+{
+    serve(picture()).headers = {{"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}};
+    fetch(picture());
+    QCOMPARE(entries().size(), 1);
+    QFile entry(entries().first());
+    const QDateTime before = QDateTime::currentDateTimeUtc().addDays(-1);
+    QVERIFY(entry.open(QIODevice::ReadWrite));
+    QVERIFY(entry.setFileTime(before, QFile::FileModificationTime));
+    entry.close();
+    fetch(picture());
+    QCOMPARE(requests(), 2);
+    QCOMPARE(QFileInfo(entry).lastModified().toSecsSinceEpoch(), before.toSecsSinceEpoch());
 }
 
 void AnswerCacheTest::whatIsAlwaysAskedIsAsked()
@@ -604,18 +645,29 @@ void AnswerCacheTest::folderThatCannotBeWritten()
     letEverybodyWrite(QFileInfo(m_setup->profile().home()).path());
 }
 
+void AnswerCacheTest::fullDisk_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::newRow("large") << 50000;
+    QTest::newRow("small enough to be written in one go") << 5000;
+}
+
 void AnswerCacheTest::fullDisk()
 {
-    serve(picture()).entityTag = "\"one\"";
+    QFETCH(int, size);
+    const QByteArray body = HttpResource::generated(0, size);
+    serve(body).entityTag = "\"one\"";
     // The file itself fits, which is smaller than the file with the head of its answer.
-    for (const int room : {50000, 50010, 50100}) {
+    for (const int room : {size, size + 10, size + 100}) {
         {
             const FullDisk disk(static_cast<rlim_t>(room));
-            fetch(picture());
+            fetch(body);
         }
         QCOMPARE(entries(), QStringList());
+        // Nor does anything take room without a name.
+        QVERIFY(!isAnyOpen());
     }
-    fetch(picture());
+    fetch(body);
     QCOMPARE(entries().size(), 1);
     QVERIFY(!server().requests().last().hasHeader("If-None-Match"));
 }

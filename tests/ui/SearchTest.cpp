@@ -277,9 +277,14 @@ void SearchTest::keyboardStaysWhereNothingWasFound()
     QCOMPARE(QApplication::focusWidget(), field());
     QTest::mouseClick(button(), Qt::LeftButton);
     QVERIFY(tellsNothingFound());
+    // Nor does it go to a card while the list is on its way, or with the list when that is there.
+    field()->setText(QStringLiteral("package"));
     emit controller().busy();
     field()->setFocus();
     press(Qt::Key_Return);
+    QCOMPARE(QApplication::focusWidget(), field());
+    emit controller().list();
+    QCOMPARE(seen(), QVector<int>({1, 2, 3}));
     QCOMPARE(QApplication::focusWidget(), field());
 }
 
