@@ -6,6 +6,8 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 
 #include <memory>
 
@@ -23,6 +25,8 @@ private slots:
     void ringGoesAroundTheButton();
     void ringFollowsTheKeyboard();
     void ringFollowsAButtonThatMoves();
+    void ringFollowsTheBoxOfTheButton();
+    void ringScrollsWithItsButton();
     void ringIsHiddenWithItsButton();
     void ringGoesWithItsButton();
     void ringIsNotTakenForTheButton();
@@ -110,6 +114,34 @@ void FocusRingTest::ringFollowsAButtonThatMoves()
     m_window->resize(m_window->width() + 200, m_window->height() + 100);
     QTRY_VERIFY(placeOf(*m_second) != before);
     QTRY_COMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
+}
+
+void FocusRingTest::ringFollowsTheBoxOfTheButton()
+{
+    const QRect before = placeOf(*m_second);
+    QWidget *box = m_second->parentWidget();
+    box->move(box->pos() + QPoint(3, 5));
+    QCOMPARE(placeOf(*m_second), before.translated(3, 5));
+    QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
+}
+
+void FocusRingTest::ringScrollsWithItsButton()
+{
+    auto *area = new QScrollArea(m_window.get());
+    auto *content = new QWidget;
+    content->setFixedSize(100, 1000);
+    auto *button = new QPushButton(QStringLiteral("Scrolled"), content);
+    button->move(10, 40);
+    area->setWidget(content);
+    m_window->layout()->addWidget(area);
+    QTRY_VERIFY(button->isVisible());
+    button->setFocus();
+    // What is scrolled out of sight takes its ring along.
+    const FocusRing *ring = ringIn(*m_window);
+    QVERIFY(ring);
+    QCOMPARE(ring->parentWidget(), area->viewport());
+    area->verticalScrollBar()->setValue(30);
+    QCOMPARE(placeOf(*ring), placeOf(*button).adjusted(-4, -4, 4, 4));
 }
 
 void FocusRingTest::ringIsHiddenWithItsButton()

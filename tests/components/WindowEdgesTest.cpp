@@ -10,6 +10,29 @@
 using namespace Kavo::Testing;
 using Kavo::Components::WindowEdges;
 
+namespace {
+
+/// Counts the presses that reach a widget.
+class PressCount final : public QObject
+{
+public:
+    using QObject::QObject;
+
+    int count() const { return m_count; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        m_count += event->type() == QEvent::MouseButtonPress ? 1 : 0;
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    int m_count = 0;
+};
+
+} // namespace
+
 class WindowEdgesTest final : public QObject
 {
     Q_OBJECT
@@ -20,6 +43,7 @@ private slots:
 
     void edgesShowWhatTheyDo_data();
     void edgesShowWhatTheyDo();
+    void edgesTakeTheLeftButtonOnly();
     void insideHasItsOwnCursor();
     void pointerThatLeavesTheEdgeLosesItsCursor();
     void edgesFollowTheSize();
@@ -38,6 +62,7 @@ private:
     }
 
     std::unique_ptr<QWidget> m_window;
+    PressCount *m_presses = nullptr; ///< what the edges let through
 };
 
 void WindowEdgesTest::init()
@@ -47,6 +72,9 @@ void WindowEdgesTest::init()
     auto *layout = new QHBoxLayout(m_window.get());
     layout->setContentsMargins(8, 8, 8, 8);
     layout->addWidget(new QLabel(m_window.get()));
+    // Filters hear the later the earlier they were installed.
+    m_presses = new PressCount(m_window.get());
+    m_window->installEventFilter(m_presses);
     new WindowEdges(m_window.get());
     m_window->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
@@ -61,6 +89,10 @@ void WindowEdgesTest::edgesShowWhatTheyDo_data()
     QTest::newRow("right") << QPoint(399, 150) << Qt::SizeHorCursor;
     QTest::newRow("top") << QPoint(200, 0) << Qt::SizeVerCursor;
     QTest::newRow("bottom") << QPoint(200, 299) << Qt::SizeVerCursor;
+    QTest::newRow("left, as far as it reaches") << QPoint(5, 150) << Qt::SizeHorCursor;
+    QTest::newRow("right, as far as it reaches") << QPoint(394, 150) << Qt::SizeHorCursor;
+    QTest::newRow("top, as far as it reaches") << QPoint(200, 5) << Qt::SizeVerCursor;
+    QTest::newRow("bottom, as far as it reaches") << QPoint(200, 294) << Qt::SizeVerCursor;
     QTest::newRow("upper left") << QPoint(1, 1) << Qt::SizeFDiagCursor;
     QTest::newRow("upper left, along the edge") << QPoint(12, 2) << Qt::SizeFDiagCursor;
     QTest::newRow("lower right") << QPoint(399, 299) << Qt::SizeFDiagCursor;
@@ -74,6 +106,18 @@ void WindowEdgesTest::edgesShowWhatTheyDo()
     QFETCH(QPoint, place);
     QFETCH(Qt::CursorShape, cursor);
     QCOMPARE(cursorAt(place), cursor);
+}
+
+void WindowEdgesTest::edgesTakeTheLeftButtonOnly()
+{
+    const QPoint edge(0, 150);
+    const QPoint inside(7, 150);
+    QTest::mouseClick(m_window.get(), Qt::RightButton, {}, edge);
+    QCOMPARE(m_presses->count(), 1);
+    QTest::mouseClick(m_window.get(), Qt::LeftButton, {}, inside);
+    QCOMPARE(m_presses->count(), 2);
+    QTest::mouseClick(m_window.get(), Qt::LeftButton, {}, edge);
+    QCOMPARE(m_presses->count(), 2);
 }
 
 void WindowEdgesTest::insideHasItsOwnCursor()
