@@ -71,6 +71,7 @@ private slots:
     void escapeAsksForTheList();
     void noPackageIsNotShown();
     void tabsAreAsHighAsTheirPage();
+    void tabsFitThePageThatIsTurnedTo();
     void longPageLeavesSightOfTheRest();
     void pageOpensAtItsTop();
     void noSidewaysBarStays();
@@ -250,6 +251,27 @@ void PackageDetailTest::tabsAreAsHighAsTheirPage()
         QTRY_VERIFY(tabs->height() < 240);
         QTRY_VERIFY(info->geometry().top() - tabs->geometry().bottom() < 16);
     }
+}
+
+void PackageDetailTest::tabsFitThePageThatIsTurnedTo()
+{
+    const PackagePointer package = twoVersions();
+    package->setDescription(QStringLiteral("Many words on many lines. ").repeated(60));
+    m_page->setPackage(package);
+    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
+    const auto *area = qobject_cast<QAbstractScrollArea *>(tabs->currentWidget());
+    QTRY_COMPARE(area->verticalScrollBar()->maximum(), 0);
+    const int tall = tabs->height();
+    tabs->setCurrentIndex(1);
+    QTRY_VERIFY(tabs->height() < tall);
+    tabs->setCurrentIndex(0);
+    QTRY_COMPARE(tabs->height(), tall);
+    QCOMPARE(area->verticalScrollBar()->maximum(), 0);
+    // A lower page has room for less of it, and a higher one for all again.
+    m_page->resize(1000, 120);
+    QTRY_VERIFY(area->verticalScrollBar()->maximum() > 0);
+    m_page->resize(1000, 700);
+    QTRY_COMPARE(tabs->height(), tall);
 }
 
 void PackageDetailTest::longPageLeavesSightOfTheRest()

@@ -616,6 +616,8 @@ void PackageWidgetTest::missingIconHasATileWithTheFirstLetter_data()
     QTest::newRow("letter") << QStringLiteral("Harbour") << QStringLiteral("hills") << true;
     QTest::newRow("after a bracket") << QStringLiteral("(Harbour)") << QStringLiteral("H") << true;
     QTest::newRow("digit") << QStringLiteral("2 Seas") << QStringLiteral("2") << true;
+    QTest::newRow("letter of two code units")
+        << QStringLiteral("\U00020BB7\u91CE") << QStringLiteral("\U00020BB7") << true;
     QTest::newRow("nothing to read") << QStringLiteral("...") << QString() << false;
 }
 
@@ -641,6 +643,7 @@ void PackageWidgetTest::missingIconHasATileWithTheFirstLetter()
     }
     QCOMPARE(inked, hasLetter);
     // Without a letter the animation moves in its place.
+    QCOMPARE(icon().contentsRect().top() > 0, hasLetter);
     if (hasLetter)
         QCOMPARE(tileOf(same), tile);
 }
