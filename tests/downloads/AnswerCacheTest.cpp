@@ -113,7 +113,8 @@ QStringList AnswerCacheTest::entries()
 
 bool AnswerCacheTest::isAnyOpen()
 {
-    const QFileInfoList open = QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::System);
+    const QFileInfoList open =
+        QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::Files | QDir::System);
     return std::any_of(open.begin(), open.end(), [](const QFileInfo &file) {
         return file.symLinkTarget().startsWith(folder());
     });
