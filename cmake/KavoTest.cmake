@@ -36,6 +36,7 @@ function(kavo_test name)
     AUTOMOC ON
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests-bin")
   target_link_libraries(${name} PRIVATE kavo_test_support ${ARG_LINKS} kavo_compiler Qt5::Test)
+  target_precompile_headers(${name} REUSE_FROM kavo_test_support)
 
   get_filename_component(folder "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
   set(labels ${folder} ${ARG_LABELS})
