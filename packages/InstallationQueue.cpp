@@ -68,6 +68,7 @@ PackagePointer InstallationQueue::awaitedBy(const InstallationWork &work) const
     PackagePointer first;
     for (const QString &text : work.version()->depends) {
         const int id = DependencyEntry::parse(text).packageId;
+        // Work with an unknown dependency does not wait but fails.
         const PackagePointer dependency = m_catalogue.resolve(id);
         if (dependency->state() == Package::INSTALLED || id == work.packageId())
             continue;

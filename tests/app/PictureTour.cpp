@@ -4,6 +4,7 @@
 #include "tests/components/Widgets.h"
 #include "tests/support/Archives.h"
 #include "tests/support/StandInLocate.h"
+#include "tests/support/WithoutRights.h"
 #include "ui/ApplicationWindow.h"
 #include "ui/PackageDetailOldVersionWidget.h"
 #include "ui/PackageDetailWidget.h"
@@ -12,6 +13,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
+#include <QDir>
 #include <QFileDialog>
 #include <QListWidget>
 #include <QPointer>
@@ -96,23 +98,24 @@ bool PictureTour::take()
     if (!m_demonstration.isReady())
         return false;
     store(QStringLiteral("Language"), m_language);
-    for (const Stop stop :
-         {&PictureTour::visitWithoutSimulator, &PictureTour::visitList, &PictureTour::visitDownload,
-          &PictureTour::visitChangedCatalogue, &PictureTour::visitErrors,
-          &PictureTour::visitSettings, &PictureTour::visitFilter})
+    for (const Stop stop : {&PictureTour::visitWithoutSimulator, &PictureTour::visitList,
+                            &PictureTour::visitDownload, &PictureTour::visitChangedCatalogue,
+                            &PictureTour::visitErrors, &PictureTour::visitFailedRemovals,
+                            &PictureTour::visitSettings, &PictureTour::visitFilter})
         (this->*stop)();
     return m_complete;
 }
 
-/// Answers boxes; their pictures were asked for before, by the same event.
+/// Names boxes before their pictures are asked for by the same event, and answers them.
 bool PictureTour::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() != QEvent::Show)
         return QObject::eventFilter(watched, event);
     if (auto *box = qobject_cast<QMessageBox *>(watched)) {
-        QTimer::singleShot(0, box, [this, box, answer = m_answer] {
-            m_answer = QMessageBox::NoButton;
-            if (QAbstractButton *button = box->button(answer))
+        const Answer answer = m_answers.isEmpty() ? Answer() : m_answers.dequeue();
+        m_pictures.nameBoxes(answer.box);
+        QTimer::singleShot(0, box, [this, box, answer] {
+            if (QAbstractButton *button = box->button(answer.button))
                 button->click();
             else
                 fail(QStringLiteral("an answer to: ") + box->text());
@@ -134,15 +137,11 @@ bool PictureTour::eventFilter(QObject *watched, QEvent *event)
 void PictureTour::visitWithoutSimulator()
 {
     const StandInLocate nothing({}, 1);
-    m_pictures.nameBoxes(QStringLiteral("box-detection"));
-    m_answer = QMessageBox::Ok;
     // The folder dialog is left by Cancel, and another information follows.
-    QTimer again;
-    connect(&again, &QTimer::timeout, this, [this] { m_answer = QMessageBox::Ok; });
-    again.start(1);
+    answerNext(QStringLiteral("box-detection"), QMessageBox::Ok);
+    answerNext(QStringLiteral("box-detection"), QMessageBox::Ok);
     if (start() != 1)
         fail(QStringLiteral("the end of a start without a simulator"));
-    m_answer = QMessageBox::NoButton;
 }
 
 void PictureTour::visitList()
@@ -276,6 +275,28 @@ void PictureTour::showSilentServer()
     m_demonstration.server().restart();
 }
 
+/// One without the simulator, and one with a folder that a file was put into which stays.
+void PictureTour::visitFailedRemovals()
+{
+    QString simulator = m_demonstration.simulator();
+    simulator.chop(1);
+    const QString away = simulator + QStringLiteral(" of another disk");
+    const QString folder =
+        m_demonstration.simulator() + m_demonstration.entry(NightLighting).folder;
+    visit([&] {
+        QDir().rename(simulator, away);
+        removeInVain(NightLighting, QStringLiteral("box-missing-simulator"));
+        QDir().rename(away, simulator);
+        letEverybodyWrite(m_demonstration.profile().home());
+        setMode(folder, 0555);
+        {
+            const WithoutRights withoutRights;
+            removeInVain(NightLighting, QStringLiteral("box-leftovers"));
+        }
+        setMode(folder, 0755);
+    });
+}
+
 void PictureTour::visitSettings()
 {
     visit([this] {
@@ -344,8 +365,7 @@ int PictureTour::start()
 void PictureTour::waitForError(int id)
 {
     waitFor(QStringLiteral("the error mark"), [this, id] {
-        return actionOf(id)->objectName() == QLatin1String("Error") &&
-               m_answer == QMessageBox::NoButton;
+        return actionOf(id)->objectName() == QLatin1String("Error") && m_answers.isEmpty();
     });
 }
 
@@ -367,8 +387,7 @@ void PictureTour::fail(const QString &what)
 
 void PictureTour::answerNext(const QString &name, QMessageBox::StandardButton button)
 {
-    m_pictures.nameBoxes(name);
-    m_answer = button;
+    m_answers.enqueue({name, button});
 }
 
 void PictureTour::press(QPushButton *button)
@@ -384,8 +403,17 @@ void PictureTour::pressAndAnswer(QPushButton *button, const QString &name,
 {
     answerNext(name, answer);
     press(button);
-    if (m_answer != QMessageBox::NoButton)
+    if (!m_answers.isEmpty())
         fail(name);
+    m_answers.clear();
+}
+
+void PictureTour::removeInVain(int id, const QString &name)
+{
+    openDetail(id);
+    answerNext(QStringLiteral("box-uninstall"), QMessageBox::Yes);
+    pressAndAnswer(child<QPushButton>(*m_window, "Uninstall"), name, QMessageBox::Ok);
+    closeDetail();
 }
 
 void PictureTour::openSettings(const std::function<void(QDialog &)> &look)
@@ -450,12 +478,9 @@ QPushButton *PictureTour::oldVersion(int row)
 
 void PictureTour::install(int id, int oldVersionRow)
 {
-    m_pictures.nameBoxes(QStringLiteral("box-install"));
-    // Its questions, one or two, are all answered by Yes.
-    QTimer yes;
-    connect(&yes, &QTimer::timeout, this, [this] { m_answer = QMessageBox::Yes; });
-    yes.start(0);
-    m_answer = QMessageBox::Yes;
+    // It asks twice at most; what is left of the answers is of no use.
+    answerNext(QStringLiteral("box-install"), QMessageBox::Yes);
+    answerNext(QStringLiteral("box-install"), QMessageBox::Yes);
     openDetail(id);
     if (oldVersionRow < 0) {
         press(child<QPushButton>(*m_window, "Download"));
@@ -467,8 +492,7 @@ void PictureTour::install(int id, int oldVersionRow)
         return m_demonstration.rows().value(id).first == Installed &&
                child<QPushButton>(*m_window, "Uninstall")->isVisible();
     });
-    yes.stop();
-    m_answer = QMessageBox::NoButton;
+    m_answers.clear();
     closeDetail();
 }
 

@@ -5,6 +5,7 @@
 
 #include <QMessageBox>
 #include <QObject>
+#include <QQueue>
 #include <QString>
 
 #include <functional>
@@ -37,6 +38,12 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    struct Answer
+    {
+        QString box;
+        QMessageBox::StandardButton button = QMessageBox::NoButton;
+    };
+
     using Stop = void (PictureTour::*)();
 
     void visitWithoutSimulator();
@@ -44,6 +51,7 @@ private:
     void visitDownload();
     void visitChangedCatalogue();
     void visitErrors();
+    void visitFailedRemovals();
     void visitSettings();
     void visitFilter();
 
@@ -60,12 +68,14 @@ private:
     void waitForError(int id);
     void fail(const QString &what);
 
-    /// What the next box is about, and how it is answered.
+    /// What a further box is about, and how it is answered.
     void answerNext(const QString &name, QMessageBox::StandardButton button);
     void press(QPushButton *button);
     /// Presses and waits until the box that this opens has been answered.
     void pressAndAnswer(QPushButton *button, const QString &name,
                         QMessageBox::StandardButton answer);
+    /// Removes a package and looks at the box that this ends with.
+    void removeInVain(int id, const QString &name);
     void openSettings(const std::function<void(QDialog &)> &look);
 
     Ui::PackageWidget *card(int id);
@@ -83,7 +93,7 @@ private:
     QString m_language;
     QString m_extractor;
     Ui::ApplicationWindow *m_window = nullptr;
-    QMessageBox::StandardButton m_answer = QMessageBox::NoButton;
+    QQueue<Answer> m_answers;
     bool m_started = false;
     bool m_complete = true;
 };
