@@ -284,16 +284,18 @@ void PictureTour::visitFailedRemovals()
     const QString folder =
         m_demonstration.simulator() + m_demonstration.entry(NightLighting).folder;
     visit([&] {
+        openDetail(NightLighting);
         QDir().rename(simulator, away);
-        removeInVain(NightLighting, QStringLiteral("box-missing-simulator"));
+        removeInVain(QStringLiteral("box-missing-simulator"));
         QDir().rename(away, simulator);
         letEverybodyWrite(m_demonstration.profile().home());
         setMode(folder, 0555);
         {
             const WithoutRights withoutRights;
-            removeInVain(NightLighting, QStringLiteral("box-leftovers"));
+            removeInVain(QStringLiteral("box-leftovers"));
         }
         setMode(folder, 0755);
+        closeDetail();
     });
 }
 
@@ -334,10 +336,7 @@ void PictureTour::visit(const std::function<void()> &look)
         timer.stop();
         const QPointer<ApplicationWindow> window = m_window;
         restoreWindow(*window);
-        waitFor(QStringLiteral("the catalogue"), [this] {
-            const auto *animation = child<QLabel>(*m_window, "ProcessingAnimation");
-            return !animation->isVisible();
-        });
+        waitFor(QStringLiteral("the catalogue"), [this] { return listOf(*m_window)->isVisible(); });
         waitFor(QStringLiteral("the pictures of the cards"), [this] {
             for (const auto *icon : allChildren<QLabel>(*m_window, "PackageIcon")) {
                 if (!icon->hasScaledContents())
@@ -408,12 +407,10 @@ void PictureTour::pressAndAnswer(QPushButton *button, const QString &name,
     m_answers.clear();
 }
 
-void PictureTour::removeInVain(int id, const QString &name)
+void PictureTour::removeInVain(const QString &name)
 {
-    openDetail(id);
     answerNext(QStringLiteral("box-uninstall"), QMessageBox::Yes);
     pressAndAnswer(child<QPushButton>(*m_window, "Uninstall"), name, QMessageBox::Ok);
-    closeDetail();
 }
 
 void PictureTour::openSettings(const std::function<void(QDialog &)> &look)

@@ -74,8 +74,8 @@ private:
     /// Presses and waits until the box that this opens has been answered.
     void pressAndAnswer(QPushButton *button, const QString &name,
                         QMessageBox::StandardButton answer);
-    /// Removes a package and looks at the box that this ends with.
-    void removeInVain(int id, const QString &name);
+    /// Removes the package that is shown in detail and looks at the box that this ends with.
+    void removeInVain(const QString &name);
     void openSettings(const std::function<void(QDialog &)> &look);
 
     Ui::PackageWidget *card(int id);

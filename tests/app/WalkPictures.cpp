@@ -5,7 +5,6 @@
 #include <QEvent>
 #include <QFileDialog>
 #include <QMessageBox>
-#include <QPixmap>
 #include <QTimer>
 
 namespace Kavo::Testing {
@@ -21,6 +20,9 @@ WalkPictures::WalkPictures() : m_folder(qEnvironmentVariable("KAVO_WALK_PICTURES
 WalkPictures::~WalkPictures()
 {
     qApp->removeEventFilter(this);
+    keepAll();
+    for (auto each = m_unkept.cbegin(); each != m_unkept.cend(); ++each)
+        qWarning("No picture could be kept in %s", qUtf8Printable(each.key()));
 }
 
 void WalkPictures::take(QWidget &widget, const QString &name)
@@ -30,8 +32,14 @@ void WalkPictures::take(QWidget &widget, const QString &name)
     // A change of what is shown is laid out only when the event loop runs again.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     const QString file = QStringLiteral("%1-%2.png").arg(++m_count, 2, 10, QLatin1Char('0'));
-    if (!widget.grab().save(QDir(m_folder).filePath(file.arg(name))))
-        qWarning("No picture of %s could be kept", qUtf8Printable(name));
+    m_unkept.insert(QDir(m_folder).filePath(file.arg(name)), widget.grab());
+    keepAll();
+}
+
+void WalkPictures::keepAll()
+{
+    for (auto each = m_unkept.begin(); each != m_unkept.end();)
+        each = each->save(each.key()) ? m_unkept.erase(each) : each + 1;
 }
 
 bool WalkPictures::eventFilter(QObject *watched, QEvent *event)

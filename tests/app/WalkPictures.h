@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QMap>
 #include <QObject>
+#include <QPixmap>
 #include <QString>
 
 class QWidget;
@@ -18,6 +20,7 @@ public:
     WalkPictures();
     ~WalkPictures() override;
 
+    /// A picture that cannot be kept at once is kept with one of the next.
     void take(QWidget &widget, const QString &name);
     /// What the next boxes are about.
     void nameBoxes(const QString &name) { m_boxName = name; }
@@ -26,9 +29,12 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void keepAll();
+
     QString m_folder;
     QString m_boxName;
     int m_count = 0;
+    QMap<QString, QPixmap> m_unkept; ///< by their files
 };
 
 } // namespace Kavo::Testing
