@@ -18,6 +18,8 @@ namespace {
 
 /// Milliseconds of one turn: half of what a frame of a plain screen may take.
 constexpr int TurnLength = 8;
+/// So many words are kept with the texts that have them: those of a long search, letter by letter.
+constexpr int MostKnownWords = 64;
 
 /// The words of a search. One that is a part of another, which stands for both, is left out.
 QByteArrayList searchedWords(const QString &text)
@@ -69,6 +71,7 @@ void PackageFilter::setPackages(const PackageList &packages)
     m_turns.stop();
     m_packages = packages;
     m_index = WordIndex();
+    m_known.clear();
     m_found.fill(!isActive(), m_packages.size());
     if (isActive())
         readSome();
@@ -126,13 +129,31 @@ void PackageFilter::lookAt(int first)
 {
     m_found.fill(true, first, m_index.size());
     for (const QByteArray &word : qAsConst(m_words)) {
-        const QBitArray texts = m_index.textsWith(word, m_found, first);
+        const QBitArray texts =
+            isComplete() ? textsWith(word) : m_index.textsWith(word, m_found, first);
         ActionWord action(word);
         for (int i = first; i < m_index.size(); ++i) {
             if (m_found.testBit(i) && !texts.testBit(i) && !action.standsOn(*m_packages.at(i)))
                 m_found.clearBit(i);
         }
     }
+}
+
+/// A text with the word has each part of it, too: while somebody types, few texts are left to look
+/// at, and none when letters are taken back. Only for an index that is complete.
+QBitArray PackageFilter::textsWith(const QByteArray &word)
+{
+    const auto known = m_known.constFind(word);
+    if (known != m_known.constEnd())
+        return *known;
+    QBitArray among(m_index.size(), true);
+    for (auto part = m_known.constBegin(); part != m_known.constEnd(); ++part) {
+        if (word.contains(part.key()))
+            among &= *part;
+    }
+    if (m_known.size() == MostKnownWords)
+        m_known.clear();
+    return *m_known.insert(word, m_index.textsWith(word, among));
 }
 
 QByteArrayList PackageFilter::wordsOf(const Package &package)

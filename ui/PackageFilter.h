@@ -5,6 +5,7 @@
 
 #include <QBitArray>
 #include <QByteArrayList>
+#include <QHash>
 #include <QObject>
 #include <QTimer>
 
@@ -48,11 +49,13 @@ private:
     void takeTurn();
     void readSome();
     void lookAt(int first);
+    QBitArray textsWith(const QByteArray &word);
     static QByteArrayList wordsOf(const Models::Package &package);
 
     Models::PackageList m_packages;
     WordIndex m_index;
     QByteArrayList m_words;
+    QHash<QByteArray, QBitArray> m_known; ///< words that were searched for, and the texts with them
     QBitArray m_found;
     QTimer m_turns;
 };

@@ -5,6 +5,7 @@
 #include <QSignalSpy>
 
 #include <memory>
+#include <random>
 
 using namespace Kavo::Testing;
 using Kavo::Models::Package;
@@ -54,6 +55,7 @@ private slots:
     void withoutWordsEverythingIsFound();
     void stateIsThatOfTheSearch();
     void newPackagesAreSearchedForTheSameText();
+    void typedTextsAreFoundAsNewOnes();
     void longListIsReadInTurns();
     void longListIsReadAhead();
     void newPackagesEndTheReadingOfTheOthers();
@@ -239,6 +241,51 @@ void PackageFilterTest::newPackagesAreSearchedForTheSameText()
     m_filter->setPackages({});
     QVERIFY(m_filter->isComplete());
     QCOMPARE(m_filter->foundCount(), 0);
+    // As many as before.
+    m_filter->setPackages({package(QStringLiteral("Pier"))});
+    m_filter->search(QStringLiteral("quay"));
+    m_filter->setPackages({package(QStringLiteral("Quay"))});
+    QCOMPARE(m_filter->foundCount(), 1);
+    m_filter->search(QStringLiteral("quays"));
+    QCOMPARE(m_filter->foundCount(), 0);
+}
+
+/// Letters come and go, and states change meanwhile.
+void PackageFilterTest::typedTextsAreFoundAsNewOnes()
+{
+    constexpr int Steps = 1000;
+    // Among them are those of the words on buttons.
+    const QString letters = QStringLiteral("downal ");
+    std::mt19937 random(1);
+    const auto below = [&random](int end) {
+        return static_cast<int>(random() % static_cast<std::uint_fast32_t>(end));
+    };
+    const auto letter = [&] { return letters.at(below(letters.size())); };
+    PackageList packages;
+    for (int i = 0; i < 60; ++i) {
+        QString name;
+        while (name.size() < 20)
+            name += letter();
+        packages.append(package(name));
+    }
+    m_filter->setPackages(packages);
+    QString text;
+    int found = 0;
+    for (int step = 0; step < Steps; ++step) {
+        if (below(5) < 3 && text.size() < 8)
+            text += letter();
+        else
+            text.chop(1);
+        packages.at(below(packages.size()))
+            ->setState(below(2) ? Package::INSTALLED : Package::AVAILABLE);
+        m_filter->search(text);
+        PackageFilter other;
+        other.setPackages(packages);
+        other.search(text);
+        QCOMPARE(m_filter->found(), other.found());
+        found += m_filter->isActive() && m_filter->foundCount() > 0 ? 1 : 0;
+    }
+    QVERIFY(found > Steps / 10);
 }
 
 void PackageFilterTest::longListIsReadInTurns()
