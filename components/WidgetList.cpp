@@ -4,9 +4,8 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QKeyEvent>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
-
-#include <algorithm>
 
 namespace Kavo::Components {
 
@@ -18,6 +17,8 @@ constexpr int ShortList = 20;
 constexpr int DeletedAtOnce = 100;
 /// Rows beyond those in sight that are shown in a longer list.
 constexpr int Margin = 2;
+/// Pixels that an arrow of a scroll bar moves; the wheel moves by three of them.
+constexpr int ScrollStep = 32;
 /// Milliseconds of a turn in which further ones are.
 constexpr int TurnLength = 8;
 /// Milliseconds until the rows in the margin are shown: what is in sight is painted by then.
@@ -85,6 +86,9 @@ WidgetList::WidgetList(const QString &objectName, QWidget *parent) : QListWidget
     setFocusPolicy(Qt::NoFocus);
     setSelectionMode(QAbstractItemView::NoSelection);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    verticalScrollBar()->setSingleStep(ScrollStep);
+    horizontalScrollBar()->setSingleStep(ScrollStep);
     setItemDelegate(new Delegate(this));
     m_further.setSingleShot(true);
     m_further.setInterval(MarginDelay);
@@ -117,23 +121,16 @@ void WidgetList::appendRow(const QSize &size)
     item->setFlags(Qt::ItemIsEnabled);
     item->setSizeHint(size);
     addItem(item);
-    m_isListed.resize(count());
-    m_isListed.setBit(count() - 1);
-    m_listed.append(count() - 1);
+    m_places.append(size);
 }
 
 void WidgetList::setRowWidget(int row, QWidget *widget)
 {
-    // What is due is laid out now; the widget then needs no more than its own place.
-    executeDelayedItemsLayout();
-    m_rowsStand = true;
     // Qt shows the widget of a row at once, but not one that it takes for shown already.
     widget->setAttribute(Qt::WA_WState_ExplicitShowHide);
     widget->setAttribute(Qt::WA_WState_Hidden, false);
     setIndexWidget(indexOf(row), widget);
     widget->setAttribute(Qt::WA_WState_Hidden);
-    executeDelayedItemsLayout();
-    m_rowsStand = false;
     m_unmeasured.insert(row);
     if (!rowsToShow().contains(row)) {
         postponePolish(*widget);
@@ -167,14 +164,8 @@ QWidget *WidgetList::rowWidget(int row) const
 
 void WidgetList::listRows(const QBitArray &listed)
 {
-    m_listed.clear();
-    for (int row = 0; row < count(); ++row) {
-        if (isListed(row) != listed.testBit(row))
-            setRowHidden(row, !listed.testBit(row));
-        if (listed.testBit(row))
-            m_listed.append(row);
-    }
-    m_isListed = listed;
+    m_places.list(listed);
+    scheduleDelayedItemsLayout();
     // The keys that scroll go on from this row.
     if (currentRow() >= 0 && !listed.testBit(currentRow()))
         setCurrentRow(firstRow());
@@ -184,34 +175,20 @@ void WidgetList::listRows(const QBitArray &listed)
 QVector<int> WidgetList::visibleRows() const
 {
     const auto [first, last] = visiblePlaces();
-    return m_listed.mid(first, last - first + 1);
+    return m_places.listed().mid(first, last - first + 1);
 }
 
 /// First and last of the places in the list that are in sight; the first is above the last when
 /// none is.
 std::pair<int, int> WidgetList::visiblePlaces() const
 {
-    const auto placed = [this](int place) { return visualRect(indexOf(m_listed.at(place))); };
-    int first = 0;
-    int behind = m_listed.size();
-    while (first < behind) {
-        const int middle = first + (behind - first) / 2;
-        if (placed(middle).bottom() < 0)
-            first = middle + 1;
-        else
-            behind = middle;
-    }
+    const int top = verticalScrollBar()->value();
+    const int bottom = top + viewport()->height();
+    const int first = m_places.placeBelow(top);
     int last = first - 1;
-    while (last + 1 < m_listed.size() && placed(last + 1).top() < viewport()->height())
+    while (last + 1 < m_places.listed().size() && m_places.top(last + 1) < bottom)
         ++last;
     return {first, last};
-}
-
-/// The place of a row in the list; for one that is not listed, that of the next one.
-int WidgetList::placeOf(int row) const
-{
-    const auto place = std::lower_bound(m_listed.begin(), m_listed.end(), row);
-    return static_cast<int>(place - m_listed.begin());
 }
 
 void WidgetList::showRow(const QWidget *widget)
@@ -238,20 +215,22 @@ void WidgetList::showRow(int row)
     scrollToItem(item(row));
 }
 
-/// Qt goes to rows that are left out.
+/// Qt goes by its own places.
 QModelIndex WidgetList::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
-    if (m_listed.size() == count())
-        return QListWidget::moveCursor(action, modifiers);
-    if (m_listed.isEmpty())
+    Q_UNUSED(modifiers)
+    const QVector<int> &listed = m_places.listed();
+    if (listed.isEmpty())
         return {};
-    return indexOf(m_listed.at(qBound(0, placeAfter(action), m_listed.size() - 1)));
+    if (currentRow() < 0)
+        return indexOf(listed.first());
+    return indexOf(listed.at(qBound(0, placeAfter(action), listed.size() - 1)));
 }
 
 /// The place to which a key moves from the current one, be it beyond the ends.
 int WidgetList::placeAfter(CursorAction action) const
 {
-    const int place = placeOf(currentRow());
+    const int place = m_places.placeOf(currentRow());
     const auto [first, last] = visiblePlaces();
     const int page = qMax(1, last - first);
     switch (action) {
@@ -266,7 +245,7 @@ int WidgetList::placeAfter(CursorAction action) const
     case MoveHome:
         return 0;
     case MoveEnd:
-        return m_listed.size() - 1;
+        return m_places.listed().size() - 1;
     case MovePageUp:
         return place - page;
     case MovePageDown:
@@ -304,24 +283,87 @@ void WidgetList::keyPressEvent(QKeyEvent *event)
     }
 }
 
+void WidgetList::setSpacing(int spacing)
+{
+    m_places.setSpacing(spacing);
+    QListWidget::setSpacing(spacing);
+}
+
+QRect WidgetList::visualRect(const QModelIndex &index) const
+{
+    if (!index.isValid() || isIndexHidden(index))
+        return {};
+    const int place = m_places.placeOf(index.row());
+    const int width = qMax(m_width, viewport()->width()) - 2 * spacing();
+    const int top = m_places.top(place);
+    return {spacing() - horizontalScrollBar()->value(), top - verticalScrollBar()->value(), width,
+            m_places.bottom(place) - top};
+}
+
+QModelIndex WidgetList::indexAt(const QPoint &point) const
+{
+    const int place = m_places.placeBelow(point.y() + verticalScrollBar()->value());
+    const QModelIndex index = indexOf(m_places.listed().value(place, -1));
+    return visualRect(index).contains(point) ? index : QModelIndex();
+}
+
+void WidgetList::scrollTo(const QModelIndex &index, ScrollHint hint)
+{
+    Q_UNUSED(hint)
+    // The scroll bar goes no further than to what was laid out.
+    executeDelayedItemsLayout();
+    if (!index.isValid() || isIndexHidden(index))
+        return;
+    const QRect row = visualRect(index).adjusted(0, -spacing(), 0, spacing());
+    const int above = row.top();
+    const int below = row.top() + row.height() - viewport()->height();
+    if (above < 0 || below > 0)
+        verticalScrollBar()->setValue(verticalScrollBar()->value() +
+                                      (above < 0 ? above : qMin(above, below)));
+}
+
+/// The widgets stand where the rows stand, whatever else there is to an item.
 void WidgetList::doItemsLayout()
 {
-    if (!m_rowsStand)
-        QListWidget::doItemsLayout();
+    updateGeometries();
 }
 
 void WidgetList::reset()
 {
-    m_isListed.clear();
-    m_listed.clear();
+    m_places.clear();
     m_shown.clear();
     m_unmeasured.clear();
     QListWidget::reset();
 }
 
+/// The rows are widgets, and paint themselves.
+void WidgetList::paintEvent(QPaintEvent *event)
+{
+    Q_UNUSED(event)
+}
+
 void WidgetList::scrollContentsBy(int dx, int dy)
 {
-    QListWidget::scrollContentsBy(dx, dy);
+    // Qt would move every row.
+    Q_UNUSED(dx)
+    Q_UNUSED(dy)
+    showRows();
+}
+
+bool WidgetList::isIndexHidden(const QModelIndex &index) const
+{
+    return !isListed(index.row());
+}
+
+void WidgetList::updateGeometries()
+{
+    const QSize size = m_places.size();
+    m_width = size.width();
+    // The one that comes takes room from the other.
+    verticalScrollBar()->setPageStep(viewport()->height());
+    verticalScrollBar()->setRange(0, size.height() - viewport()->height());
+    horizontalScrollBar()->setPageStep(viewport()->width());
+    horizontalScrollBar()->setRange(0, size.width() - viewport()->width());
     showRows();
 }
 
@@ -334,9 +376,10 @@ void WidgetList::updateEditorGeometries()
 /// Adds the rows at these places, if there are such places, that are not among them yet.
 void WidgetList::addPlaces(QVector<int> &rows, int first, int last) const
 {
-    for (int place = qMax(first, 0); place <= qMin(last, m_listed.size() - 1); ++place) {
-        if (!rows.contains(m_listed.at(place)))
-            rows.append(m_listed.at(place));
+    const QVector<int> &listed = m_places.listed();
+    for (int place = qMax(first, 0); place <= qMin(last, listed.size() - 1); ++place) {
+        if (!rows.contains(listed.at(place)))
+            rows.append(listed.at(place));
     }
 }
 
@@ -344,11 +387,11 @@ void WidgetList::addPlaces(QVector<int> &rows, int first, int last) const
 QVector<int> WidgetList::rowsToShowAtOnce() const
 {
     if (count() <= ShortList)
-        return m_listed;
+        return m_places.listed();
     QVector<int> rows = visibleRows();
     const int focused = rowOfKeyboard();
     if (focused >= 0)
-        addPlaces(rows, placeOf(focused) - 1, placeOf(focused) + 1);
+        addPlaces(rows, m_places.placeOf(focused) - 1, m_places.placeOf(focused) + 1);
     return rows;
 }
 
@@ -359,7 +402,7 @@ QVector<int> WidgetList::rowsToShow() const
     const auto [first, last] = visiblePlaces();
     addPlaces(rows, first - Margin, last + Margin);
     addPlaces(rows, 0, 0);
-    addPlaces(rows, m_listed.size() - 1, m_listed.size() - 1);
+    addPlaces(rows, m_places.listed().size() - 1, m_places.listed().size() - 1);
     return rows;
 }
 
@@ -388,8 +431,10 @@ void WidgetList::showRows()
     }
     for (const int row : before) {
         QWidget *widget = rowWidget(row);
-        if (widget && !m_shown.contains(row))
+        if (widget && !m_shown.contains(row)) {
             widget->hide();
+            widget->lower();
+        }
     }
     for (const int row : qAsConst(m_shown))
         place(row);
@@ -411,15 +456,31 @@ void WidgetList::place(int row)
     if (!widget)
         return;
     if (m_unmeasured.remove(row)) {
-        m_rowsStand = true;
         const QSize size(widget->sizeHint().width(), item(row)->sizeHint().height());
         if (item(row)->sizeHint() != size)
             item(row)->setSizeHint(size);
-        executeDelayedItemsLayout();
-        m_rowsStand = false;
+        m_places.setWidth(row, size.width());
     }
     widget->setGeometry(visualRect(indexOf(row)));
+    if (widget->isHidden())
+        putInFront(*widget, row);
     widget->show();
+}
+
+/// Before it paints a widget, Qt looks at all widgets in front of it, and at each part of it anew.
+/// Those that are hidden are left behind for that. Rows that are shown keep their order, in which a
+/// screen reader finds them.
+void WidgetList::putInFront(QWidget &widget, int row)
+{
+    int next = count();
+    for (const int other : qAsConst(m_shown)) {
+        if (other > row && other < next && rowWidget(other) && !rowWidget(other)->isHidden())
+            next = other;
+    }
+    if (next < count())
+        widget.stackUnder(rowWidget(next));
+    else
+        widget.raise();
 }
 
 void WidgetList::deleteRetired()

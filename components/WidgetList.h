@@ -1,5 +1,7 @@
 #pragma once
 
+#include "components/RowPlaces.h"
+
 #include <QBitArray>
 #include <QListWidget>
 #include <QSet>
@@ -15,9 +17,10 @@ namespace Kavo::Components {
 ///
 /// It may hold thousands of rows: a row can stand before its widget is there, and what happens
 /// often (a widget that comes, a step of scrolling, a new width) costs no more for a long list than
-/// for a short one. To that end a long list hides widgets far from what is to be seen, unless Tab
-/// could go there; who wants to know whether a row could be seen asks the list. What comes into
-/// sight is shown at once, and the rows near to it shortly after.
+/// for a short one. To that end the list places its rows itself, where Qt would look at each of
+/// them, and a long one hides widgets far from what is to be seen, unless Tab could go there; who
+/// wants to know whether a row could be seen asks the list. What comes into sight is shown at once,
+/// and the rows near to it shortly after.
 class WidgetList : public QListWidget
 {
     Q_OBJECT
@@ -39,11 +42,12 @@ public:
     /// Null while the row is empty.
     QWidget *rowWidget(int row) const;
     /// Lists only the rows whose bit is set, which are one after another then, and keeps the others
-    /// with their widgets. There is a bit for every row; a row that comes later is listed.
+    /// with their widgets. There is a bit for every row; a row that comes later is listed. Qt's own
+    /// hiding of rows has no effect.
     void listRows(const QBitArray &listed);
-    bool isListed(int row) const { return m_isListed.testBit(row); }
+    bool isListed(int row) const { return m_places.isListed(row); }
     /// The first row that is listed, -1 without one.
-    int firstRow() const { return m_listed.isEmpty() ? -1 : m_listed.first(); }
+    int firstRow() const { return m_places.listed().value(0, -1); }
     /// The rows of which something is to be seen, from the top to the bottom.
     QVector<int> visibleRows() const;
 
@@ -52,6 +56,11 @@ public:
     /// The same for the row with the keyboard, and tells whether one has it.
     bool showKeyboard();
 
+    void setSpacing(int spacing);
+    QRect visualRect(const QModelIndex &index) const override;
+    QModelIndex indexAt(const QPoint &point) const override;
+    /// Scrolls no further than to have all of the row in sight, whatever the hint says.
+    void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
     void doItemsLayout() override;
     void reset() override;
 
@@ -64,7 +73,10 @@ signals:
 protected:
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
     void scrollContentsBy(int dx, int dy) override;
+    bool isIndexHidden(const QModelIndex &index) const override;
+    void updateGeometries() override;
     void updateEditorGeometries() override;
     void currentChanged(const QModelIndex &current, const QModelIndex &previous) override;
 
@@ -73,7 +85,6 @@ private:
 
     QModelIndex indexOf(int row) const { return model()->index(row, 0); }
     std::pair<int, int> visiblePlaces() const;
-    int placeOf(int row) const;
     int placeAfter(CursorAction action) const;
     QVector<int> rowsToShowAtOnce() const;
     QVector<int> rowsToShow() const;
@@ -83,11 +94,11 @@ private:
     void showRows();
     void showFurtherRows();
     void place(int row);
+    void putInFront(QWidget &widget, int row);
     void deleteRetired();
 
-    bool m_rowsStand = false;
-    QBitArray m_isListed;         ///< whether a row is; Qt takes long to tell
-    QVector<int> m_listed;        ///< rows that are not filtered out, each at its place
+    RowPlaces m_places;
+    int m_width = 0;              ///< of the widest row, with the spacing around it
     QVector<int> m_shown;         ///< rows whose widgets are not hidden
     QSet<int> m_unmeasured;       ///< rows whose widgets were never shown
     QVector<QWidget *> m_retired; ///< widgets of rows that are gone

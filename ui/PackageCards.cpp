@@ -41,8 +41,6 @@ PackageCards::PackageCards(WidgetList *list, const QSharedPointer<PackageControl
     , m_list(list)
     , m_controller(controller)
 {
-    // All rows have one size, so that the list need not ask each of them.
-    m_list->setUniformItemSizes(true);
     connect(m_list, &WidgetList::rowNeeded, this, &PackageCards::buildRow);
     connect(&m_turns, &QTimer::timeout, this, &PackageCards::takeTurn);
 }

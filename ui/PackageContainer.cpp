@@ -26,7 +26,6 @@ using Models::PackagePointer;
 namespace {
 
 constexpr int RowSpacing = 4;
-constexpr int ScrollStep = 32;
 constexpr int ContentStretch = 8;
 /// Lines of text wider than this are hard to read, and a card's button far from its name.
 constexpr int ContentWidth = 1200;
@@ -71,8 +70,12 @@ void PackageContainer::search(const QString &text)
     if (!m_filter->isActive())
         m_scrollBefore = m_list->verticalScrollBar()->value();
     m_filter->search(text);
+    // What is found is read from its beginning. Nothing of it is shown elsewhere before.
+    if (m_filter->isActive())
+        m_list->scrollToTop();
     listFound();
-    keepPlace();
+    if (!m_filter->isActive())
+        returnToPlace();
     if (m_detail->isVisible())
         m_controller->showList();
 }
@@ -136,8 +139,6 @@ void PackageContainer::build()
 void PackageContainer::buildList()
 {
     m_list->setAccessibleName(tr("Packages"));
-    m_list->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
-    m_list->verticalScrollBar()->setSingleStep(ScrollStep);
     m_list->setSpacing(RowSpacing);
     m_list->hide();
 }
@@ -212,13 +213,10 @@ void PackageContainer::showListOrNothing()
     m_list->setVisible(!nothing);
 }
 
-/// What is found is read from its beginning. Without a search the list stands where it stood
-/// before, or where the keyboard is.
-void PackageContainer::keepPlace()
+/// Without a search the list stands where it stood before, or where the keyboard is.
+void PackageContainer::returnToPlace()
 {
-    if (m_filter->isActive())
-        m_list->scrollToTop();
-    else if (!m_list->showKeyboard())
+    if (!m_list->showKeyboard())
         m_list->verticalScrollBar()->setValue(m_scrollBefore);
 }
 

@@ -69,7 +69,7 @@ private:
     void showDetail(const Models::PackagePointer &package);
     void listFound();
     void showListOrNothing();
-    void keepPlace();
+    void returnToPlace();
     void describeSearch();
     bool hasFocusIn(const QWidget &part) const;
     /// Hides everything but the processing panel.

@@ -41,6 +41,11 @@ private slots:
     void keysMoveFromRowToRow();
     void keysWithoutRowsDoNothing();
 
+    void rowsStandAsInAPlainList_data();
+    void rowsStandAsInAPlainList();
+    void rowsAreFoundByTheirPoints();
+    void pixelsAreScrolledInSteps();
+
     void shortListShowsAllRows();
     void longListHidesWhatIsFarAway();
     void rowsNearToThoseInSightFollow();
@@ -49,6 +54,7 @@ private slots:
     void tabReachesEveryRowOfALongList_data();
     void tabReachesEveryRowOfALongList();
     void keyboardStaysInARowThatIsScrolledAway();
+    void rowsInSightAreInFrontInTheirOrder();
     void newWidthReachesRowsOfALongList();
     void onlyListedRowsAreShown_data();
     void onlyListedRowsAreShown();
@@ -237,6 +243,98 @@ void WidgetListTest::keysWithoutRowsDoNothing()
     QCOMPARE(list.currentRow(), -1);
 }
 
+// Places -----------------------------------------------------------------------------------------
+
+void WidgetListTest::rowsStandAsInAPlainList_data()
+{
+    QTest::addColumn<int>("spacing");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("rows");
+    for (const int spacing : {0, 4}) {
+        for (const int width : {120, 300}) {
+            for (const int rows : {1, 3, Long})
+                QTest::addRow("spacing %d, width %d, %d rows", spacing, width, rows)
+                    << spacing << width << rows;
+        }
+    }
+}
+
+void WidgetListTest::rowsStandAsInAPlainList()
+{
+    QFETCH(int, spacing);
+    QFETCH(int, width);
+    QFETCH(int, rows);
+    QWidget window;
+    WidgetList *list = makeList(window, 0);
+    list->setSpacing(spacing);
+    auto *plain = new QListWidget(&window);
+    plain->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    plain->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    plain->setSpacing(spacing);
+    for (int row = 0; row < rows; ++row) {
+        const QSize size = RowSize + QSize(row % 3, row % 5);
+        list->appendRow(new QWidget(list), size);
+        (new QListWidgetItem(plain))->setSizeHint(size);
+    }
+    for (QWidget *widget : {static_cast<QWidget *>(list), static_cast<QWidget *>(plain)})
+        widget->setFixedSize(width, 200);
+    window.show();
+    for (const int value : {0, 1000, 100000}) {
+        for (QListWidget *each : {static_cast<QListWidget *>(list), plain}) {
+            each->verticalScrollBar()->setValue(value);
+            each->horizontalScrollBar()->setValue(value / 100);
+        }
+        QTRY_COMPARE(list->viewport()->size(), plain->viewport()->size());
+        for (int row = 0; row < rows; ++row) {
+            const QRect place = plain->visualItemRect(plain->item(row));
+            QCOMPARE(list->visualItemRect(list->item(row)), place);
+            if (list->rowWidget(row)->isVisible())
+                QCOMPARE(list->rowWidget(row)->geometry(), place);
+        }
+        const auto ranges = [](const QListWidget &of) {
+            const QScrollBar *down = of.verticalScrollBar();
+            const QScrollBar *across = of.horizontalScrollBar();
+            return QVector<int>{down->maximum(),   down->value(),   down->pageStep(),
+                                across->maximum(), across->value(), across->pageStep()};
+        };
+        QCOMPARE(ranges(*list), ranges(*plain));
+    }
+}
+
+void WidgetListTest::rowsAreFoundByTheirPoints()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    list->setSpacing(4);
+    window.show();
+    list->listRows(each(2));
+    list->verticalScrollBar()->setValue(1000);
+    for (const int row : list->visibleRows()) {
+        const QRect place = list->visualItemRect(list->item(row));
+        QCOMPARE(list->itemAt(place.topLeft()), list->item(row));
+        QCOMPARE(list->itemAt(place.bottomRight()), list->item(row));
+        QVERIFY(!list->itemAt(place.topLeft() - QPoint(0, 1)));
+        QVERIFY(!list->itemAt(place.topLeft() - QPoint(1, 0)));
+        QVERIFY(!list->itemAt(place.bottomLeft() + QPoint(0, 1)));
+    }
+    QVERIFY(list->visualItemRect(list->item(1)).isNull());
+    list->listRows(QBitArray(Long));
+    QVERIFY(!list->itemAt(QPoint(10, 10)));
+}
+
+void WidgetListTest::pixelsAreScrolledInSteps()
+{
+    QWidget window;
+    const WidgetList *list = makeList(window, Long);
+    window.show();
+    QScrollBar *bar = list->verticalScrollBar();
+    bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+    QVERIFY(bar->value() > 10 && bar->value() < RowSize.height());
+    bar->setValue(0);
+    bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
+    QCOMPARE(bar->value(), list->viewport()->height());
+}
+
 // Long lists -------------------------------------------------------------------------------------
 
 void WidgetListTest::shortListShowsAllRows()
@@ -376,6 +474,30 @@ void WidgetListTest::keyboardStaysInARowThatIsScrolledAway()
     for (const int step : {1, 2}) {
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         QCOMPARE(QApplication::focusWidget(), button(*list, row + step));
+    }
+}
+
+void WidgetListTest::rowsInSightAreInFrontInTheirOrder()
+{
+    QWidget window;
+    WidgetList *list = makeList(window, Long);
+    window.show();
+    const auto inFront = [list] {
+        const QVector<int> visible = list->visibleRows();
+        const QObjectList &all = list->viewport()->children();
+        QVector<int> places;
+        for (const int row : visible)
+            places.append(all.indexOf(list->rowWidget(row)));
+        // The ends of the list and the rows near to it are in front, too.
+        return std::is_sorted(places.begin(), places.end()) && all.size() - places.first() < Short;
+    };
+    for (const int value : {100000, 4000, 3900, 3000, 3060, 5000, 0, 30, 0}) {
+        list->verticalScrollBar()->setValue(value);
+        QVERIFY2(inFront(), QTest::toString(value));
+    }
+    for (const int step : {3, 40, 2}) {
+        list->listRows(each(step));
+        QVERIFY2(inFront(), QTest::toString(step));
     }
 }
 

@@ -134,7 +134,7 @@ QVector<int> SearchTest::listed()
     QVector<int> ids;
     const auto packages = controller().packages();
     for (int row = 0; m_shown->list().isVisible() && row < m_shown->list().count(); ++row) {
-        if (!m_shown->list().isRowHidden(row))
+        if (m_shown->list().isListed(row))
             ids.append(packages.at(row)->id());
     }
     return ids;
