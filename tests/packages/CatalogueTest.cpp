@@ -15,7 +15,10 @@ private slots:
     void findsTheFirstOfEqualIds();
     void clearedOfferStillResolvesForRunningWork();
     void packagesOfIdsComeInCatalogueOrderAndOnce();
+    void packagesOfEqualIdsAllCome();
     void dependentsAreFoundThroughEveryVersion();
+    void dependentsAllComeInCatalogueOrder();
+    void emptyEntryNamesNoPackage();
     void replacingForgetsThePackagesBefore();
 };
 
@@ -49,6 +52,15 @@ void CatalogueTest::packagesOfIdsComeInCatalogueOrderAndOnce()
     QCOMPARE(found.last()->id(), 2);
 }
 
+void CatalogueTest::packagesOfEqualIdsAllCome()
+{
+    Catalogue catalogue;
+    const PackagePointer first = makePackage(5, {});
+    const PackagePointer second = makePackage(5, {});
+    catalogue.replace({first, makePackage(4, {}), second});
+    QCOMPARE(catalogue.withIds({5}), PackageList({first, second}));
+}
+
 void CatalogueTest::dependentsAreFoundThroughEveryVersion()
 {
     Catalogue catalogue;
@@ -60,6 +72,27 @@ void CatalogueTest::dependentsAreFoundThroughEveryVersion()
     const PackageList found = catalogue.mentioning(1);
     QCOMPARE(found.size(), 1);
     QCOMPARE(found.first()->id(), 2);
+}
+
+void CatalogueTest::dependentsAllComeInCatalogueOrder()
+{
+    Catalogue catalogue;
+    const PackagePointer first =
+        makePackage(3, {makeVersion(QStringLiteral("1"), {QStringLiteral("1")})});
+    const PackagePointer second =
+        makePackage(2, {makeVersion(QStringLiteral("1"), {QStringLiteral("1:1.0")}),
+                        makeVersion(QStringLiteral("2"), {QStringLiteral("1:2.0")})});
+    catalogue.replace({first, makePackage(1, {}), second});
+    QCOMPARE(catalogue.mentioning(1), PackageList({first, second}));
+}
+
+/// It is fatal to those who ask for the version that has it, not to the whole catalogue.
+void CatalogueTest::emptyEntryNamesNoPackage()
+{
+    Catalogue catalogue;
+    catalogue.replace(
+        {makePackage(0, {}), makePackage(2, {makeVersion(QStringLiteral("1"), {QString()})})});
+    QVERIFY(catalogue.mentioning(0).isEmpty());
 }
 
 void CatalogueTest::replacingForgetsThePackagesBefore()
