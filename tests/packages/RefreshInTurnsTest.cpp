@@ -4,6 +4,8 @@
 #include "tests/support/RunUntil.h"
 #include "tests/support/TestMain.h"
 
+#include <QAbstractEventDispatcher>
+#include <QDeadlineTimer>
 #include <QJsonArray>
 #include <QSignalSpy>
 #include <QTest>
@@ -26,7 +28,7 @@ private slots:
 
     void eventLoopGoesOnMeanwhile();
     void nothingIsOnOfferBeforeTheEnd();
-    void secondRefreshMeanwhile();
+    void refreshesMeanwhile();
     void fileThatIsReplacedMeanwhile();
     void malformedEndIsFoundAtTheEnd();
     void resetMeanwhile();
@@ -39,8 +41,13 @@ private slots:
     void installationAfterwardsThroughAFormerObject();
     void versionFilesOfManyPackages();
     void versionFileOfAPackageThatIsInstalledMeanwhile();
+    void versionFileThatComesAfterACleanUp();
     void cleanUpOfManyPackages();
+    void copiesStayWhileAnInstallationRuns();
+    void cleanUpEndsWhenAnInstallationBegins();
+    void copiesOfWhatWorkNeedsStay();
     void formerPackagesAreLetGo();
+    void nothingGoesOnAfterwards();
 
 private:
     static constexpr int Many = 1000;
@@ -58,6 +65,11 @@ private:
     }
     /// Delivers what is posted from the installing thread, without another turn of the refresh.
     static bool waitWithoutTurns(const std::function<bool()> &condition);
+    /// Path of the file that a user keeps in the folder of a package.
+    static QString keptFile(int id) { return QStringLiteral("plugins/%1/kept.ini").arg(id); }
+    QString copyOf(int id) const { return m_engine->profile().preserveFolder() + keptFile(id); }
+    /// Offers a package with a file that is kept, and has it there without a record.
+    bool putWithKeptFile(int id, const QByteArray &content);
 
     std::unique_ptr<Engine> m_engine;
     std::unique_ptr<QSignalSpy> m_list;
@@ -103,6 +115,17 @@ bool RefreshInTurnsTest::waitWithoutTurns(const std::function<bool()> &condition
     return condition();
 }
 
+bool RefreshInTurnsTest::putWithKeptFile(int id, const QByteArray &content)
+{
+    const QString folder = QStringLiteral("plugins/%1/").arg(id);
+    offerVersion(id, QStringLiteral("1.0"),
+                 {{QStringLiteral("extract"), folder},
+                  {QStringLiteral("preserve"), QJsonArray{keptFile(id)}}});
+    return writeFile(m_engine->simulator(folder + QStringLiteral("Kavo_version.txt")),
+                     "a\nb\n1.0\n") &&
+           writeFile(m_engine->simulator(keptFile(id)), content);
+}
+
 void RefreshInTurnsTest::eventLoopGoesOnMeanwhile()
 {
     // So many that no machine takes them in in two turns.
@@ -140,21 +163,32 @@ void RefreshInTurnsTest::nothingIsOnOfferBeforeTheEnd()
     QCOMPARE(updated.count(), 1);
 }
 
-void RefreshInTurnsTest::secondRefreshMeanwhile()
+/// Each is taken in to its end, in the order in which they came.
+void RefreshInTurnsTest::refreshesMeanwhile()
 {
     offerMany();
     m_engine->start();
     QVERIFY(beginRefresh());
-    m_engine->offer({7});
-    m_engine->serveCatalogue();
     QList<int> sizes;
     connect(&m_engine->controller(), &PackageController::update, this,
             [this, &sizes] { sizes.append(m_engine->controller().packages().size()); });
-    m_engine->controller().refresh();
+    const QString url = m_engine->server().url(QStringLiteral("/packages.json"));
+    for (const int id : {7, 8}) {
+        m_engine->offer({id});
+        m_engine->serveCatalogue();
+        m_engine->controller().refresh();
+        // The turns are timers, and the file comes without any.
+        const QDeadlineTimer deadline(30000);
+        while (m_engine->downloads()->find(url) && !deadline.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::X11ExcludeTimers);
+        QVERIFY(m_engine->downloads()->find(url).isNull());
+        QVERIFY(isUnderWay());
+    }
     QVERIFY(m_engine->controller().packages().isEmpty());
-    QVERIFY(runUntil([this] { return m_list->count() == 2; }, 30000));
-    QCOMPARE(sizes, QList<int>({Many, Many + 1}));
+    QVERIFY(runUntil([this] { return m_list->count() == 3; }, 30000));
+    QCOMPARE(sizes, QList<int>({Many, Many + 1, Many + 2}));
     QVERIFY(m_engine->package(7));
+    QVERIFY(m_engine->package(8));
 }
 
 /// The file is the server's at the moment when it came, whatever becomes of it.
@@ -370,28 +404,116 @@ void RefreshInTurnsTest::versionFileOfAPackageThatIsInstalledMeanwhile()
     QVERIFY(m_engine->waitUntilSettled(7));
 }
 
+void RefreshInTurnsTest::versionFileThatComesAfterACleanUp()
+{
+    QVERIFY(putWithKeptFile(7, "mine"));
+    QVERIFY(writeFile(copyOf(7), "mine"));
+    offerVersion(8, QStringLiteral("1.0"),
+                 {{QStringLiteral("extract"), QStringLiteral("plugins/8")}});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(!QFile::exists(copyOf(7)));
+    QCOMPARE(m_engine->package(8)->state(), Package::AVAILABLE);
+    QVERIFY(writeFile(m_engine->simulator(QStringLiteral("plugins/8/Kavo_version.txt")),
+                      "a\nb\n1.0\n"));
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(m_engine->package(8)->state(), Package::INSTALLED);
+}
+
 /// Copies that a sudden end has left are gone when the list is there.
 void RefreshInTurnsTest::cleanUpOfManyPackages()
 {
     constexpr int Count = 400;
     for (int id = 1; id <= Count; ++id) {
-        const QString folder = QStringLiteral("plugins/%1/").arg(id);
-        const QString kept = folder + QStringLiteral("kept.ini");
-        offerVersion(
-            id, QStringLiteral("1.0"),
-            {{QStringLiteral("extract"), folder}, {QStringLiteral("preserve"), QJsonArray{kept}}});
-        QVERIFY(writeFile(m_engine->simulator(folder + QStringLiteral("Kavo_version.txt")),
-                          "a\nb\n1.0\n"));
-        QVERIFY(writeFile(m_engine->simulator(kept), "mine"));
-        QVERIFY(writeFile(m_engine->profile().preserveFolder() + kept,
-                          id % 2 == 0 ? QByteArray("mine") : QByteArray("another")));
+        QVERIFY(putWithKeptFile(id, "mine"));
+        QVERIFY(writeFile(copyOf(id), id % 2 == 0 ? QByteArray("mine") : QByteArray("another")));
     }
     QVERIFY(m_engine->refresh());
-    for (int id = 1; id <= Count; ++id) {
-        const QString copy =
-            m_engine->profile().preserveFolder() + QStringLiteral("plugins/%1/kept.ini").arg(id);
-        QCOMPARE(QFile::exists(copy), id % 2 != 0);
+    for (int id = 1; id <= Count; ++id)
+        QCOMPARE(QFile::exists(copyOf(id)), id % 2 != 0);
+}
+
+/// It may be about to replace the very files that equal their copies now.
+void RefreshInTurnsTest::copiesStayWhileAnInstallationRuns()
+{
+    const GatedExtractor extractor(m_engine->profile().folder(QStringLiteral("tools")));
+    m_engine->setExtractor(extractor.program());
+    m_engine->offer({7});
+    QVERIFY(putWithKeptFile(8, "mine"));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(writeFile(copyOf(8), "mine"));
+    m_engine->install(7);
+    QVERIFY(extractor.waitUntilReached());
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->controller().isBusy());
+    QVERIFY(QFile::exists(copyOf(8)));
+    extractor.open();
+    QVERIFY(m_engine->waitUntilSettled(7));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(!QFile::exists(copyOf(8)));
+}
+
+void RefreshInTurnsTest::cleanUpEndsWhenAnInstallationBegins()
+{
+    // More than can be compared in one turn.
+    constexpr int Count = 100;
+    constexpr qint64 Large = 4 * 1024 * 1024;
+    const GatedExtractor extractor(m_engine->profile().folder(QStringLiteral("tools")));
+    m_engine->setExtractor(extractor.program());
+    m_engine->offer({7});
+    for (int id = 1001; id <= 1000 + Count; ++id)
+        QVERIFY(putWithKeptFile(id, "mine"));
+    QVERIFY(m_engine->refresh());
+    m_engine->controller().holdInstallations(true);
+    m_engine->install(7);
+    QVERIFY(m_engine->waitForState(7, Package::INSTALLING));
+    for (int id = 1001; id <= 1000 + Count; ++id) {
+        for (const QString &path : {m_engine->simulator(keptFile(id)), copyOf(id)}) {
+            QVERIFY(writeFile(path, QByteArray()));
+            QVERIFY(QFile::resize(path, Large));
+        }
     }
+    const auto copies = [this] {
+        int count = 0;
+        for (int id = 1001; id <= 1000 + Count; ++id)
+            count += QFile::exists(copyOf(id)) ? 1 : 0;
+        return count;
+    };
+    QVERIFY(beginRefresh());
+    QVERIFY(runUntil([&copies] { return copies() < Count; }, 30000));
+    QVERIFY(isUnderWay());
+    QVERIFY(m_engine->controller().packages().isEmpty());
+    m_engine->controller().holdInstallations(false);
+    QVERIFY(m_engine->controller().isBusy());
+    const int left = copies();
+    QVERIFY(left > 0);
+    QVERIFY(waitForList());
+    QCOMPARE(copies(), left);
+    QVERIFY(m_engine->controller().isBusy());
+    extractor.open();
+    QVERIFY(m_engine->waitUntilSettled(7));
+}
+
+void RefreshInTurnsTest::copiesOfWhatWorkNeedsStay()
+{
+    Offer dependant{7};
+    dependant.depends = QStringList{QStringLiteral("8")};
+    m_engine->offer(dependant);
+    for (const int id : {8, 9})
+        QVERIFY(putWithKeptFile(id, "mine"));
+    QVERIFY(m_engine->refresh());
+    for (const int id : {8, 9})
+        QVERIFY(writeFile(copyOf(id), "mine"));
+    m_engine->server().resource(QStringLiteral("/package-7-1.0.zip")).holdsGet = true;
+    m_engine->install(7);
+    QVERIFY(m_engine->waitForState(7, Package::DOWNLOADING));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(QFile::exists(copyOf(8)));
+    QVERIFY(!QFile::exists(copyOf(9)));
+    m_engine->server().release(QStringLiteral("/package-7-1.0.zip"));
+    QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(7));
+    QVERIFY(m_engine->refresh());
+    QVERIFY(!QFile::exists(copyOf(8)));
 }
 
 void RefreshInTurnsTest::formerPackagesAreLetGo()
@@ -402,6 +524,18 @@ void RefreshInTurnsTest::formerPackagesAreLetGo()
     const QWeakPointer<Package> last = m_engine->package(1000 + Many - 1);
     QVERIFY(m_engine->refresh());
     QVERIFY(runUntil([&] { return first.isNull() && last.isNull(); }, 30000));
+}
+
+/// A program that waits for its user takes no time of the processor.
+void RefreshInTurnsTest::nothingGoesOnAfterwards()
+{
+    offerMany();
+    QVERIFY(m_engine->refresh());
+    const QDeadlineTimer deadline(30000);
+    bool isAtRest = false;
+    while (!isAtRest && !deadline.hasExpired())
+        isAtRest = !QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents);
+    QVERIFY(isAtRest);
 }
 
 KAVO_TEST_MAIN(RefreshInTurnsTest)
