@@ -21,6 +21,7 @@ private slots:
     void cleanup() { m_engine.reset(); }
 
     void newObjectsShowTheRunningDownload();
+    void newObjectsShowTheRunningDownloadOfAnUpdate();
     void secondInstallThroughANewObjectDoesNothing();
     void newObjectsFollowThroughSeveralRefreshes();
     void waitingDependantIsNotStranded();
@@ -78,6 +79,28 @@ void RefreshDuringWorkTest::newObjectsShowTheRunningDownload()
     QVERIFY(sizes.count() > 0);
     QCOMPARE(before->state(), Package::INSTALLED);
     QCOMPARE(m_engine->recordedStatus(7), 1);
+}
+
+/// The version that is still there does not take the place of the one that comes.
+void RefreshDuringWorkTest::newObjectsShowTheRunningDownloadOfAnUpdate()
+{
+    const QString archive = QStringLiteral("/package-7-2.0.zip");
+    m_engine->offer({7});
+    m_engine->offer({7, QStringLiteral("2.0")});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.0")));
+    m_engine->server().resource(archive).holdsGet = true;
+    m_engine->install(7, QStringLiteral("2.0"));
+    QVERIFY(m_engine->waitForState(7, Package::DOWNLOADING));
+    QVERIFY(m_engine->refresh());
+    const PackagePointer after = m_engine->package(7);
+    QCOMPARE(after->state(), Package::DOWNLOADING);
+    QCOMPARE(m_engine->recordedVersion(7), QStringLiteral("2.0"));
+    QCOMPARE(m_engine->recordedStatus(7), int(Package::DOWNLOADING));
+    QVERIFY(!m_engine->controller().runningDownload(after).isNull());
+    m_engine->server().release(archive);
+    QVERIFY(m_engine->waitForState(7, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(7));
 }
 
 void RefreshDuringWorkTest::secondInstallThroughANewObjectDoesNothing()

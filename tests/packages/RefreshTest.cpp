@@ -7,10 +7,13 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QJsonArray>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 
 #include <memory>
+
+#include <sys/stat.h>
 
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
@@ -63,11 +66,13 @@ private slots:
     void localRepositoryIsReadAfterADelay_data();
     void localRepositoryIsReadAfterADelay();
     void missingLocalCatalogueGivesAnEmptyList();
+    void pipeInTheCataloguesPlaceGivesAnEmptyList();
     void recordedPackageIsInstalledWithItsUpdateMark_data();
     void recordedPackageIsInstalledWithItsUpdateMark();
     void recordsOfUnfinishedWorkDoNotCountAsInstalled_data();
     void recordsOfUnfinishedWorkDoNotCountAsInstalled();
     void versionFileMakesThePackageInstalled();
+    void versionFileCountsAgainAfterAReset();
     void textsComeInTheLanguageOfTheSettings();
     void unwritableCacheIsAnErrorNotAnEmptyList();
     void changedCacheFolderWaitsForTheNextRun();
@@ -282,6 +287,22 @@ void RefreshTest::missingLocalCatalogueGivesAnEmptyList()
     QVERIFY(m_engine->controller().packages().isEmpty());
 }
 
+/// Whoever reads a pipe waits until somebody writes.
+void RefreshTest::pipeInTheCataloguesPlaceGivesAnEmptyList()
+{
+    const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/packages.json");
+    QFile::remove(path);
+    QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    const auto remove = qScopeGuard([&path] { QFile::remove(path); });
+    m_engine->settings()->setPending(Kavo::Settings::LOCAL_REPO, QStringLiteral("true"));
+    m_engine->settings()->apply();
+    m_engine->start();
+    const auto names = follow(m_engine->controller());
+    m_engine->controller().refresh();
+    QTRY_COMPARE(*names, words("busy update list"));
+    QVERIFY(m_engine->controller().packages().isEmpty());
+}
+
 void RefreshTest::recordedPackageIsInstalledWithItsUpdateMark_data()
 {
     QTest::addColumn<QString>("recorded");
@@ -337,6 +358,23 @@ void RefreshTest::versionFileMakesThePackageInstalled()
     QCOMPARE(m_engine->package(7)->state(), Package::INSTALLED);
     QVERIFY(m_engine->package(7)->isUpdateAvailable());
     QCOMPARE(m_engine->recordedStatus(7), 1);
+    QCOMPARE(m_engine->recordedVersion(7), QStringLiteral("1.5.0"));
+}
+
+void RefreshTest::versionFileCountsAgainAfterAReset()
+{
+    Offer offer{7, QStringLiteral("2.0")};
+    offer.extract = QStringLiteral("plugins/seven");
+    m_engine->offer(offer);
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(7));
+    QVERIFY(m_engine->refresh());
+    m_engine->controller().reset();
+    QVERIFY(writeFile(m_engine->simulator(QStringLiteral("plugins/seven/Kavo_version.txt")),
+                      "Seven\nplugin\n1.5.0\n"));
+    QVERIFY(m_engine->refresh());
+    QCOMPARE(m_engine->package(7)->state(), Package::INSTALLED);
+    QVERIFY(m_engine->package(7)->isUpdateAvailable());
     QCOMPARE(m_engine->recordedVersion(7), QStringLiteral("1.5.0"));
 }
 
