@@ -11,14 +11,19 @@
 #include <QFileInfo>
 #include <QLocalSocket>
 #include <QLockFile>
+#include <QProcess>
 #include <QScopeGuard>
 #include <QSettings>
 #include <QSignalSpy>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <memory>
+#include <thread>
 
+#include <poll.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -77,9 +82,14 @@ private slots:
     void otherProfileIsAnotherProgram();
     void sameFolderByAnotherPathIsTheSameProfile();
     void programThatStandsStillHoldsNobodyUp();
+    void programThatHearsNobodyHoldsNobodyUp();
+    void profileOfAProgramThatIsEndingIsFree();
+    void profileIsFreeWhileTheProgramsChildrenGoOn();
     void programThatLooksForTheSimulatorIsRunning();
     void programThatAsksForTheFolderIsRunning();
     void folderThatTakesNoFileStopsNobody();
+    void folderInTheLocksPlaceStopsNobody();
+    void machineWithoutSocketsStopsNobody();
     void lockHoldsWhereTheSocketIsOutOfReach();
 
     void tokenIsHandedOver();
@@ -92,6 +102,8 @@ private:
     static void settle(const ScratchProfile &profile);
     /// Until all of the program's own start is over.
     bool waitForWindow() const;
+    /// The name that a program would take for the profile, which is free.
+    QByteArray nameOfProfile() const;
     QString lockFile() const { return m_profile->dataFolder() + QStringLiteral("kavo-suite.lock"); }
 
     std::unique_ptr<ScratchProfile> m_profile;
@@ -113,6 +125,12 @@ void SingleInstanceTest::settle(const ScratchProfile &profile)
     QSettings settings(profile.settingsFile(), QSettings::IniFormat);
     settings.setValue(QStringLiteral("Installation"), profile.simulatorFolder());
     settings.setValue(QStringLiteral("LocalRepo"), QStringLiteral("true"));
+}
+
+QByteArray SingleInstanceTest::nameOfProfile() const
+{
+    SingleInstance instance(m_profile->dataFolder());
+    return instance.claim(QByteArray()) ? nameOfSocket(m_profile->dataFolder()) : QByteArray();
 }
 
 bool SingleInstanceTest::waitForWindow() const
@@ -247,6 +265,58 @@ void SingleInstanceTest::programThatStandsStillHoldsNobodyUp()
     QVERIFY(readFile(m_profile->logFile()).startsWith(log));
 }
 
+/// So many ask already that there is no room for one more.
+void SingleInstanceTest::programThatHearsNobodyHoldsNobodyUp()
+{
+    const int deaf = Kavo::listenAt(nameOfProfile());
+    QVERIFY(deaf >= 0);
+    QVector<int> asking;
+    const auto close = qScopeGuard([deaf, &asking] {
+        ::close(deaf);
+        std::for_each(asking.cbegin(), asking.cend(), ::close);
+    });
+    int socket = -1;
+    while ((socket = Kavo::connectTo(nameOfSocket(m_profile->dataFolder()))) >= 0)
+        asking.append(socket);
+    SingleInstance next(m_profile->dataFolder());
+    QVERIFY(!next.claim(QByteArray()));
+    QVERIFY(!next.isAnswered());
+}
+
+/// It has the name to the last moment, and answers no more.
+void SingleInstanceTest::profileOfAProgramThatIsEndingIsFree()
+{
+    const int ending = Kavo::listenAt(nameOfProfile());
+    QVERIFY(ending >= 0);
+    std::thread end([ending] {
+        pollfd asked = {ending, POLLIN, 0};
+        ::poll(&asked, 1, 30000);
+        const int connection = Kavo::acceptAt(ending);
+        ::close(ending);
+        ::close(connection);
+    });
+    SingleInstance next(m_profile->dataFolder());
+    const bool claimed = next.claim(QByteArray());
+    end.join();
+    QVERIFY(claimed);
+}
+
+/// As when the simulator that it has started is still there.
+void SingleInstanceTest::profileIsFreeWhileTheProgramsChildrenGoOn()
+{
+    auto first = std::make_unique<SingleInstance>(m_profile->dataFolder());
+    QVERIFY(first->claim(QByteArray()));
+    QProcess child;
+    child.start(QStringLiteral("cat"), QStringList());
+    QVERIFY(child.waitForStarted());
+    first.reset();
+    SingleInstance second(m_profile->dataFolder());
+    QVERIFY(second.claim(QByteArray()));
+    QCOMPARE(child.state(), QProcess::Running);
+    child.closeWriteChannel();
+    QVERIFY(child.waitForFinished());
+}
+
 void SingleInstanceTest::programThatLooksForTheSimulatorIsRunning()
 {
     QFile::remove(m_profile->settingsFile());
@@ -304,6 +374,31 @@ void SingleInstanceTest::folderThatTakesNoFileStopsNobody()
 
     SingleInstance nowhere(QStringLiteral("/nowhere/at/all/"));
     QVERIFY(nowhere.claim(QByteArray()));
+}
+
+void SingleInstanceTest::folderInTheLocksPlaceStopsNobody()
+{
+    QVERIFY(QDir().mkpath(lockFile()));
+    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
+    QVERIFY(first.startAndWait(m_profile->logFile()));
+    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
+    second.start();
+    QVERIFY(second.endsWith(0));
+    QCOMPARE(second.standardError(), QByteArray());
+    QVERIFY(QFileInfo(lockFile()).isDir());
+}
+
+void SingleInstanceTest::machineWithoutSocketsStopsNobody()
+{
+    const QString folder = m_profile->dataFolder();
+    rlimit before = {};
+    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none = {0, before.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    SingleInstance instance(folder);
+    const bool claimed = instance.claim(QByteArray());
+    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    QVERIFY(claimed);
 }
 
 void SingleInstanceTest::lockHoldsWhereTheSocketIsOutOfReach()
@@ -373,8 +468,24 @@ void SingleInstanceTest::otherUsersAreNotListenedTo()
     const auto close = qScopeGuard([stranger] { ::close(stranger); });
     SingleInstance first(folder);
     QVERIFY(first.claim(QByteArray()));
+    // Not even one that says what the program would say.
+    std::atomic<bool> isOver{false};
+    std::thread answers([stranger, &isOver] {
+        while (!isOver) {
+            pollfd asked = {stranger, POLLIN, 0};
+            if (::poll(&asked, 1, 20) <= 0)
+                continue;
+            const int connection = Kavo::acceptAt(stranger);
+            const bool told = ::write(connection, "shown\n", 6) == 6;
+            Q_UNUSED(told)
+            ::close(connection);
+        }
+    });
     SingleInstance second(folder);
-    QVERIFY(!second.claim(QByteArray()));
+    const bool claimed = second.claim(QByteArray());
+    isOver = true;
+    answers.join();
+    QVERIFY(!claimed);
     QVERIFY(!second.isAnswered());
 }
 
