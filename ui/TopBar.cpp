@@ -18,6 +18,7 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPixmap>
@@ -81,6 +82,15 @@ TopBar::TopBar(const QSharedPointer<TopbarController> &controller, QWidget *pare
     addWindowControl(*layout);
 
     showSearch(m_controller->settings()->showsFilter());
+}
+
+/// The button belongs to the field, which hears of its own keys only.
+void TopBar::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape && m_searchButton->hasFocus())
+        endSearch();
+    else
+        StyledWidget::keyPressEvent(event);
 }
 
 void TopBar::mousePressEvent(QMouseEvent *event)

@@ -61,6 +61,7 @@ private slots:
     void keysShowAHiddenSearch();
     void typingInTheListShowsAHiddenSearch();
     void typingInTheListGoesOnWithAShownSearch();
+    void typingInTheListGoesBehindWhatStandsThere();
     void escapeHidesTheSearchAgain();
     void escapeHidesASearchWithTheKeyboardInTheList();
     void searchThatIsAlwaysThereStays_data();
@@ -410,6 +411,26 @@ void SearchTest::typingInTheListGoesOnWithAShownSearch()
     QCOMPARE(seen(), QVector<int>({223}));
 }
 
+/// Wherever the cursor was left, and whatever is selected.
+void SearchTest::typingInTheListGoesBehindWhatStandsThere()
+{
+    offerMany(Many);
+    QVERIFY(open(true));
+    field()->setFocus();
+    type("22");
+    press(Qt::Key_Home);
+    press(Qt::Key_Return);
+    type("3");
+    QCOMPARE(field()->text(), QStringLiteral("223"));
+    press(Qt::Key_Backspace);
+    press(Qt::Key_A, Qt::ControlModifier);
+    press(Qt::Key_Return);
+    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-22"));
+    type("4");
+    QCOMPARE(field()->text(), QStringLiteral("224"));
+    QCOMPARE(seen(), QVector<int>({224}));
+}
+
 void SearchTest::escapeHidesTheSearchAgain()
 {
     offerMany(Many);
@@ -423,6 +444,11 @@ void SearchTest::escapeHidesTheSearchAgain()
     QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
     // Empty, too, and with the keyboard at its button.
     press(Qt::Key_F, Qt::ControlModifier);
+    press(Qt::Key_Escape);
+    QVERIFY(!field()->isVisible());
+    press(Qt::Key_F, Qt::ControlModifier);
+    press(Qt::Key_Tab);
+    QCOMPARE(QApplication::focusWidget(), button());
     press(Qt::Key_Escape);
     QVERIFY(!field()->isVisible());
     QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
