@@ -73,6 +73,7 @@ private slots:
     void releasedBarDragsNoMore();
     void pointerWithoutTheButtonDoesNotDrag();
     void maximisedWindowIsNotDragged();
+    void restoringClickDoesNotDrag();
 
 private:
     void open();
@@ -454,6 +455,22 @@ void TopBarTest::maximisedWindowIsNotDragged()
     mouse(QEvent::MouseMove, QPointF(130, 30), Qt::LeftButton);
     QCOMPARE(m_application->x(), 300);
     QCOMPARE(m_application->y(), 140);
+}
+
+/// The release of the first click may have gone elsewhere.
+void TopBarTest::restoringClickDoesNotDrag()
+{
+    open();
+    m_bar->setWindowState(Qt::WindowMaximized);
+    m_application->setState(ApplicationController::MAXIMIZED);
+    mouse(QEvent::MouseButtonPress, QPointF(100, 10), Qt::LeftButton);
+    mouse(QEvent::MouseButtonDblClick, QPointF(100, 10), Qt::LeftButton);
+    QCOMPARE(m_application->state(), ApplicationController::NORMAL);
+    const int x = m_application->x();
+    const int y = m_application->y();
+    mouse(QEvent::MouseMove, QPointF(130, 5), Qt::LeftButton);
+    QCOMPARE(m_application->x(), x);
+    QCOMPARE(m_application->y(), y);
 }
 
 KAVO_TEST_MAIN(TopBarTest)
