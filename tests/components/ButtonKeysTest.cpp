@@ -26,6 +26,7 @@ private slots:
     void keyThatIsHeldDownPressesOnce();
     void keysOfAButtonThatIsOffDoNothing();
     void keysWaitForADialog();
+    void keysInAnotherWindowDoNothing();
     void toolTipNamesTheKeys();
     void toolTipFollowsTheName();
     void screenReadersHearTheKeys();
@@ -104,6 +105,16 @@ void ButtonKeysTest::keysWaitForADialog()
     dialog.show();
     QVERIFY(QTest::qWaitForWindowActive(&dialog));
     QTest::keyClick(dialog.windowHandle(), Qt::Key_F5);
+    QCOMPARE(clicked.count(), 0);
+}
+
+void ButtonKeysTest::keysInAnotherWindowDoNothing()
+{
+    QSignalSpy clicked(m_button, &QPushButton::clicked);
+    QWidget other;
+    other.show();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    QTest::keyClick(other.windowHandle(), Qt::Key_F5);
     QCOMPARE(clicked.count(), 0);
 }
 
