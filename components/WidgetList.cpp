@@ -143,6 +143,7 @@ void WidgetList::setRowWidget(int row, QWidget *widget)
 
 void WidgetList::clearRows()
 {
+    m_retired.reserve(m_retired.size() + count());
     clear();
     // A question goes with the row that asks it.
     for (QWidget *box = QApplication::activeModalWidget(); box; box = box->parentWidget()) {

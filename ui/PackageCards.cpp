@@ -64,7 +64,7 @@ void PackageCards::rebuild()
         fill();
     m_list->setVisible(shown);
     if (nextRow() < 0)
-        emit complete();
+        finish();
     else
         m_turns.start(FirstTurnDelay);
 }
@@ -132,12 +132,18 @@ void PackageCards::takeTurn()
     do {
         const int row = nextRow();
         if (row < 0) {
-            m_turns.stop();
-            emit complete();
+            finish();
             return;
         }
         buildRow(row);
     } while (turn.elapsed() < TurnLength);
+}
+
+void PackageCards::finish()
+{
+    m_turns.stop();
+    m_withoutCard.reset();
+    emit complete();
 }
 
 /// The row whose card is made next, -1 when all are there.

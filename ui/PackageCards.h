@@ -56,6 +56,7 @@ private:
     void fill();
     void followPackagesWithoutCard();
     void takeTurn();
+    void finish();
     int nextRow();
     void buildRow(int row);
     PackageWidget *cardMadeFor(int row);

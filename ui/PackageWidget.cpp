@@ -96,8 +96,9 @@ QString PackageWidget::priceText(const Package &package)
 
 void PackageWidget::retire()
 {
+    // To disconnect thousands of cards takes longer than all else.
+    m_isRetired = true;
     m_follower.reset();
-    disconnect(m_package.data(), nullptr, this, nullptr);
     if (const auto fetch = m_iconFetch.toStrongRef())
         disconnect(fetch.data(), nullptr, this, nullptr);
 }
@@ -245,6 +246,8 @@ void PackageWidget::showRunningDownload()
 
 void PackageWidget::onStateChanged(Package::State state)
 {
+    if (m_isRetired)
+        return;
     showState(state);
     if (isInShownList())
         PackageErrorQueue::of(*this).report(*m_package, state);

@@ -100,6 +100,7 @@ private:
     QLabel *m_available = nullptr;
     PriceLabel *m_status = nullptr;
     Components::ProgressBar *m_progress = nullptr;
+    bool m_isRetired = false;
     QScopedPointer<ProgressFollower> m_follower; ///< while the package is busy
     QPushButton *m_action = nullptr;
     QPushButton *m_detail = nullptr;
