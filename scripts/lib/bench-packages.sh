@@ -16,9 +16,11 @@ measure_parse() {
         <"$on_disk/pairs"
 }
 
+# The goal is 1.2 times what a refresh in one go took, which held the event loop all the while: 1.34 of
+# the time of parsing.
 measure_refresh() {
     run_program refresh 3600 "$PAIRS" >"$on_disk/pairs"
-    add_pairs "whole refresh of 3,600 packages, 500 of them installed, against parsing them" 3.0 \
+    add_pairs "whole refresh of 3,600 packages, 500 of them installed, against parsing them" 1.6 \
         <"$on_disk/pairs"
     add_held
 }
