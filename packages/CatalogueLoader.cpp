@@ -48,7 +48,13 @@ void CatalogueLoader::takeTurn()
     turn.start();
     do {
         takeStep();
-    } while (m_turns.isActive() && turn.elapsed() < TurnLength);
+    } while (m_turns.isActive() && !isLongStep() && turn.elapsed() < TurnLength);
+}
+
+/// Whether the next step takes longer than a turn by itself, and best has a turn of its own.
+bool CatalogueLoader::isLongStep() const
+{
+    return m_stage == Stage::APPLYING || m_stage == Stage::OFFERING;
 }
 
 void CatalogueLoader::takeStep()

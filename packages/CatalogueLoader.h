@@ -44,6 +44,7 @@ private:
     enum class Stage { PARSING, ADOPTING, APPLYING, CLEANING, OFFERING, LETTING_GO };
 
     void takeTurn();
+    bool isLongStep() const;
     void takeStep();
     void parseOne();
     void adoptSome();

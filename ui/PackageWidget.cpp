@@ -99,8 +99,6 @@ void PackageWidget::retire()
     // To disconnect thousands of cards takes longer than all else.
     m_isRetired = true;
     m_follower.reset();
-    if (const auto fetch = m_iconFetch.toStrongRef())
-        disconnect(fetch.data(), nullptr, this, nullptr);
 }
 
 void PackageWidget::followInTabOrder(const PackageWidget &card)
@@ -379,6 +377,8 @@ void PackageWidget::preferIcon(bool preferred)
 void PackageWidget::showIcon(Download &download, const QString &path)
 {
     disconnect(&download, nullptr, this, nullptr);
+    if (m_isRetired)
+        return;
     m_icon->showPicture(
         Components::loadPicture(path, m_icon->size() * devicePixelRatioF(), Qt::IgnoreAspectRatio));
 }
