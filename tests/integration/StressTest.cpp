@@ -381,8 +381,9 @@ QStringList StressTest::wrongFiles(const QHash<int, Engine::Record> &records)
            differences(withoutFolders(fileTree(m_engine->profile().preserveFolder())), {});
 }
 
-/// What a package has on the disk. A package that failed or was interrupted before its installation
-/// began still has all of the version before, or nothing.
+/// What a package has on the disk. A package that failed, or was interrupted before its
+/// installation began, still has all of the version before, or nothing: an archive that cannot be
+/// installed is found out before anything is touched.
 Files StressTest::expectedFiles(int id, const Engine::Record &record) const
 {
     QString version = record.version;
@@ -391,6 +392,7 @@ Files StressTest::expectedFiles(int id, const Engine::Record &record) const
         break;
     case Package::DOWNLOADING:
     case Package::INSTALLING:
+    case Package::INSTALL_ERROR:
     case Package::DOWNLOAD_ERROR:
     case Package::DEPENDENCY_ERROR: {
         const QString mark = StressPackages::mark(id);
