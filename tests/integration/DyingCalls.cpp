@@ -72,13 +72,16 @@ void count(const char *call, const std::string &path)
     ::pause();
 }
 
-/// Empty when there is none.
+/// Empty when there is none. Asks for no memory then: a signal handler of Qt writes to a pipe at
+/// the end of every program, and whom it interrupts may hold the lock of the memory.
 std::string pathOf(int descriptor)
 {
+    char link[32];
     char path[4096];
-    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-    const ssize_t length = ::readlink(link.c_str(), path, sizeof path);
-    return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : std::string();
+    std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
+    const ssize_t length = ::readlink(link, path, sizeof path);
+    return length > 0 && *path == '/' ? std::string(path, static_cast<std::size_t>(length))
+                                      : std::string();
 }
 
 void count(const char *call, int descriptor)
