@@ -68,14 +68,16 @@ has_received() {
     ((size >= $1)) || has_status "$DRIVEN_ID" "$INSTALLING" "$INSTALLED"
 }
 
-# was_served PATH: the web server has handed out this file to the end.
+# was_served PATH: the web server has handed out this file to the end, or told that it has not changed
+# since.
 was_served() {
-    grep --quiet --fixed-strings "GET /$1 HTTP/1.1\" 200" "$DEMO_RUN/nginx/access.log"
+    grep --quiet --fixed-strings -e "GET /$1 HTTP/1.1\" 200" -e "GET /$1 HTTP/1.1\" 304" \
+        "$DEMO_RUN/nginx/access.log"
 }
 
 # was_served_like BEGINNING: as was_served, for any file whose path begins like this.
 was_served_like() {
-    grep --quiet "GET /$1[^ ]* HTTP/1.1\" 200" "$DEMO_RUN/nginx/access.log"
+    grep --quiet --extended-regexp "GET /$1[^ ]* HTTP/1.1\" (200|304)" "$DEMO_RUN/nginx/access.log"
 }
 
 check_files() {
