@@ -7,9 +7,9 @@
 namespace Kavo::Components {
 
 /// Where the rows of a list stand: one under the other, all or some of them. A row that is listed
-/// has a place; places are counted from the top without gaps. What it tells takes no longer for
-/// thousands of rows than for a few. Sizes are in pixels. Around each row is the spacing, so that
-/// there is twice as much between two rows.
+/// has a place; places are counted from the top without gaps. A place is found without a look at
+/// each row; only list() and the size of all go through them. Sizes are in pixels. Around each row
+/// is the spacing, so that there is twice as much between two rows.
 class RowPlaces final
 {
 public:

@@ -120,8 +120,9 @@ void WidgetList::appendRow(const QSize &size)
     auto *item = new QListWidgetItem;
     item->setFlags(Qt::ItemIsEnabled);
     item->setSizeHint(size);
-    addItem(item);
+    // Whoever hears of the item may ask where it stands.
     m_places.append(size);
+    addItem(item);
 }
 
 void WidgetList::setRowWidget(int row, QWidget *widget)
@@ -284,12 +285,6 @@ void WidgetList::keyPressEvent(QKeyEvent *event)
     }
 }
 
-void WidgetList::setSpacing(int spacing)
-{
-    m_places.setSpacing(spacing);
-    QListWidget::setSpacing(spacing);
-}
-
 QRect WidgetList::visualRect(const QModelIndex &index) const
 {
     if (!index.isValid() || isIndexHidden(index))
@@ -323,7 +318,7 @@ void WidgetList::scrollTo(const QModelIndex &index, ScrollHint hint)
                                       (above < 0 ? above : qMin(above, below)));
 }
 
-/// The widgets stand where the rows stand, whatever else there is to an item.
+/// There are no items to lay out: their widgets stand in the places of the rows.
 void WidgetList::doItemsLayout()
 {
     updateGeometries();
@@ -358,6 +353,7 @@ bool WidgetList::isIndexHidden(const QModelIndex &index) const
 
 void WidgetList::updateGeometries()
 {
+    m_places.setSpacing(spacing());
     const QSize size = m_places.size();
     m_width = size.width();
     // The one that comes takes room from the other.
@@ -457,10 +453,10 @@ void WidgetList::place(int row)
     if (!widget)
         return;
     if (m_unmeasured.remove(row)) {
-        const QSize size(widget->sizeHint().width(), item(row)->sizeHint().height());
-        if (item(row)->sizeHint() != size)
-            item(row)->setSizeHint(size);
-        m_places.setWidth(row, size.width());
+        const QSize before = m_places.size(row);
+        m_places.setWidth(row, widget->sizeHint().width());
+        if (m_places.size(row) != before)
+            item(row)->setSizeHint(m_places.size(row));
     }
     widget->setGeometry(visualRect(indexOf(row)));
     if (widget->isHidden())

@@ -56,7 +56,6 @@ public:
     /// The same for the row with the keyboard, and tells whether one has it.
     bool showKeyboard();
 
-    void setSpacing(int spacing);
     QRect visualRect(const QModelIndex &index) const override;
     QModelIndex indexAt(const QPoint &point) const override;
     /// Scrolls no further than to have all of the row in sight, whatever the hint says.

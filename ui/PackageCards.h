@@ -71,7 +71,7 @@ private:
     /// No row before this one is empty.
     int m_next = 0;
     int m_lowest = 0;
-    /// Context of the connections to packages whose cards came or come later.
+    /// Context of the connections to packages whose cards come later, until all are there.
     QScopedPointer<QObject> m_withoutCard;
     QTimer m_turns;
 };

@@ -96,7 +96,7 @@ QString PackageWidget::priceText(const Package &package)
 
 void PackageWidget::retire()
 {
-    // To disconnect thousands of cards takes longer than all else.
+    // To disconnect thousands of cards at once would hold the event loop.
     m_isRetired = true;
     m_follower.reset();
 }

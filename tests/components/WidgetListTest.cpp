@@ -428,6 +428,10 @@ void WidgetListTest::rowsOfOtherWidthsFollowTheirWidgets()
         const QSize hint = list->item(row)->sizeHint();
         QCOMPARE(hint, QSize(list->rowWidget(row)->sizeHint().width(), RowSize.height()));
         QVERIFY(hint.width() > 100 + row);
+        // What is wider than the list can be scrolled to.
+        list->setFixedWidth(hint.width() - 20);
+        QTRY_VERIFY(list->horizontalScrollBar()->maximum() >= 20);
+        list->setFixedWidth(300);
     }
 }
 
