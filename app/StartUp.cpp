@@ -3,17 +3,18 @@
 #include "app/ActivationToken.h"
 #include "app/Assembly.h"
 #include "app/EndSignals.h"
+#include "app/Environment.h"
 #include "app/Foreground.h"
 #include "app/SingleInstance.h"
 #include "app/SplashMessage.h"
 #include "components/IconFont.h"
 #include "components/Picture.h"
 #include "core/ApplicationController.h"
-#include "core/Environment.h"
 #include "core/Installation.h"
 #include "core/Log.h"
 #include "core/Paths.h"
 #include "core/Settings.h"
+#include "dialogs/InstallationSelection.h"
 #include "dialogs/MessageBoxes.h"
 
 #include <QApplication>
@@ -208,7 +209,7 @@ QString StartUp::askForInstallation()
                          QMessageBox::tr("Auto-dectection failed"),
                          QMessageBox::tr("Unable to determine XPlane installation path.\n\n"
                                          "Please select the XPlane folder in the next dialog"));
-    return selectInstallation();
+    return Dialogs::selectInstallation();
 }
 
 } // namespace Kavo

@@ -1,5 +1,6 @@
 #include "benchmarks/CardWindow.h"
 
+#include "app/Environment.h"
 #include "benchmarks/CatalogueMaker.h"
 #include "benchmarks/LoopWatch.h"
 #include "benchmarks/Measure.h"
@@ -7,7 +8,6 @@
 #include "components/IconFont.h"
 #include "components/WidgetList.h"
 #include "core/ApplicationController.h"
-#include "core/Environment.h"
 #include "ui/PackageCards.h"
 #include "ui/PackageContainer.h"
 #include "ui/PackageWidget.h"

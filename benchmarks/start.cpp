@@ -5,11 +5,11 @@
 //     bench_start program ADDRESS   settings are those of the account
 //     bench_start bare
 
+#include "app/Environment.h"
 #include "app/StartUp.h"
 #include "benchmarks/Process.h"
 #include "components/IconFont.h"
 #include "core/ApplicationController.h"
-#include "core/Environment.h"
 
 #include <QApplication>
 #include <QEvent>

@@ -1,11 +1,7 @@
 #include "core/Installation.h"
 
-#include "core/Log.h"
-
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
-#include <QMessageBox>
 #include <QProcess>
 #include <QTextStream>
 
@@ -68,26 +64,6 @@ QString locateInstallation(const std::function<bool()> &isUnwanted)
             return candidate.path() + QDir::separator();
     }
     return QString();
-}
-
-QString selectInstallation()
-{
-    while (true) {
-        const QString folder =
-            QFileDialog::getExistingDirectory(nullptr, QFileDialog::tr("Select the XPlane folder"),
-                                              QString(), QFileDialog::ShowDirsOnly);
-        if (folder.isEmpty())
-            return QString();
-        const QString candidate = folder + QDir::separator() + simulatorExecutable();
-        logLine(QStringLiteral("Checking directory : ") + candidate);
-        if (QFile::exists(candidate))
-            return folder + QDir::separator();
-        QMessageBox::critical(
-            nullptr, QMessageBox::tr("Invalid Folder"),
-            QMessageBox::tr(
-                "Oops...this doesn't seem to be a XPlane installation folder.\n\nTry again"),
-            QMessageBox::Ok);
-    }
 }
 
 bool holdsSimulator(const QString &folder)

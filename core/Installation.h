@@ -4,8 +4,7 @@
 
 #include <functional>
 
-/// The two ways of finding the simulator. A folder is a simulator installation when it holds a
-/// file "X-Plane-x86_64". Both block and run on the main thread.
+/// Where the simulator is. A folder is an installation of it when it holds a file "X-Plane-x86_64".
 namespace Kavo {
 
 /// Name of the simulator's executable.
@@ -13,12 +12,8 @@ QString simulatorExecutable();
 
 /// Asks the system's file-name database (`locate`) and returns the folder of the first listed
 /// executable that is a regular file, with a trailing separator. Empty when there is none or the
-/// tool fails or is missing, or when `isUnwanted` says so while the tool is at work.
+/// tool fails or is missing, or when `isUnwanted` says so while the tool is at work. Blocks.
 QString locateInstallation(const std::function<bool()> &isUnwanted = {});
-
-/// Lets the user choose a folder until it holds the executable. Returns it with a trailing
-/// separator, or an empty text when the user cancels.
-QString selectInstallation();
 
 /// Whether the folder still holds a simulator: its executable for Linux or for Windows, since the
 /// settings accept a folder with the latter. False where the disk of the folder is not mounted.

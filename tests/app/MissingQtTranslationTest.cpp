@@ -1,4 +1,4 @@
-#include "core/Environment.h"
+#include "app/Environment.h"
 #include "tests/app/TranslationEntries.h"
 #include "tests/support/TestMain.h"
 

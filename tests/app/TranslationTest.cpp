@@ -1,6 +1,6 @@
+#include "app/Environment.h"
 #include "components/FileSelector.h"
 #include "components/IconFont.h"
-#include "core/Environment.h"
 #include "tests/app/TranslationEntries.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/packages/MakePackage.h"

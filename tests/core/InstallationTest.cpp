@@ -1,7 +1,5 @@
 #include "core/Installation.h"
 #include "tests/support/Archives.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/StandInLocate.h"
 #include "tests/support/TestMain.h"
 
@@ -42,16 +40,9 @@ private slots:
     void longListsAreReadWhole();
     void unwantedToolIsEnded();
 
-    void chosenFolderIsReturned();
-    void cancelGivesNothing();
-    void wrongFoldersAreRefusedUntilOneFits();
-    void executableInASubfolderDoesNotCount();
-    void cancelAfterAWrongFolder();
-
 private:
     /// A folder of this name with the simulator's executable; returned with a separator.
     QString makeSimulator(const QString &name) const;
-    void expectRefusal(MessageBoxAnswers &answers) const;
 
     QScopedPointer<ScratchProfile> m_profile;
 };
@@ -70,14 +61,6 @@ QString InstallationTest::makeSimulator(const QString &name) const
 {
     const QString folder = m_profile->folder(name);
     return writeFile(folder + simulatorExecutable(), "x") ? folder : QString();
-}
-
-void InstallationTest::expectRefusal(MessageBoxAnswers &answers) const
-{
-    answers.expect(QStringLiteral("Invalid Folder"),
-                   QStringLiteral("Oops...this doesn't seem to be a XPlane installation "
-                                  "folder.\n\nTry again"),
-                   QMessageBox::Ok);
 }
 
 void InstallationTest::firstListedExecutableWins()
@@ -204,71 +187,6 @@ void InstallationTest::unwantedToolIsEnded()
     locate.setScript("exec sleep 1000\n");
     const auto hasBegun = [&locate] { return !locate.arguments().isEmpty(); };
     QCOMPARE(locateInstallation(hasBegun), QString());
-}
-
-void InstallationTest::chosenFolderIsReturned()
-{
-    const LogCapture log;
-    MessageBoxAnswers answers;
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"),
-                         m_profile->simulatorFolder().chopped(1));
-    QCOMPARE(selectInstallation(), m_profile->simulatorFolder());
-    QVERIFY(answers.allShown());
-    QVERIFY(log.contains(QStringLiteral("Checking directory : ") + m_profile->simulatorFolder() +
-                         simulatorExecutable()));
-}
-
-void InstallationTest::cancelGivesNothing()
-{
-    const LogCapture log;
-    MessageBoxAnswers answers;
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"), QString());
-    QCOMPARE(selectInstallation(), QString());
-    QVERIFY(answers.allShown());
-    QCOMPARE(log.count(QStringLiteral("Checking directory")), 0);
-}
-
-void InstallationTest::wrongFoldersAreRefusedUntilOneFits()
-{
-    const QString wrong = m_profile->folder(QStringLiteral("wrong")).chopped(1);
-    const LogCapture log;
-    MessageBoxAnswers answers;
-    for (int round = 0; round < 2; ++round) {
-        answers.expectFolder(QStringLiteral("Select the XPlane folder"), wrong);
-        expectRefusal(answers);
-    }
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"),
-                         m_profile->simulatorFolder().chopped(1));
-    QCOMPARE(selectInstallation(), m_profile->simulatorFolder());
-    QVERIFY(answers.allShown());
-    QCOMPARE(log.count(QStringLiteral("Checking directory : ")), 3);
-
-    const MessageBoxAnswers::Shown box = answers.shown().first();
-    QCOMPARE(box.icon, QMessageBox::Critical);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, nullptr);
-}
-
-void InstallationTest::executableInASubfolderDoesNotCount()
-{
-    makeSimulator(QStringLiteral("outer/inner"));
-    MessageBoxAnswers answers;
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"),
-                         m_profile->folder(QStringLiteral("outer")).chopped(1));
-    expectRefusal(answers);
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"), QString());
-    QCOMPARE(selectInstallation(), QString());
-    QVERIFY(answers.allShown());
-}
-
-void InstallationTest::cancelAfterAWrongFolder()
-{
-    MessageBoxAnswers answers;
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"), m_profile->home());
-    expectRefusal(answers);
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"), QString());
-    QCOMPARE(selectInstallation(), QString());
-    QVERIFY(answers.allShown());
 }
 
 KAVO_TEST_MAIN(InstallationTest)

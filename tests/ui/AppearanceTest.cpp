@@ -1,5 +1,5 @@
+#include "app/Environment.h"
 #include "core/ApplicationController.h"
-#include "core/Environment.h"
 #include "dialogs/SettingsDialog.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"

@@ -1,8 +1,8 @@
 #include "tests/ui/ShownWindow.h"
 
+#include "app/Environment.h"
 #include "components/IconFont.h"
 #include "components/WidgetList.h"
-#include "core/Environment.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "ui/PackageDetailWidget.h"

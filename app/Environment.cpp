@@ -1,4 +1,4 @@
-#include "core/Environment.h"
+#include "app/Environment.h"
 
 #include "core/Paths.h"
 
