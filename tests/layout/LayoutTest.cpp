@@ -3,6 +3,7 @@
 #include "tests/support/TestMain.h"
 
 #include <QDirIterator>
+#include <QLibraryInfo>
 
 using namespace Kavo::Testing;
 
@@ -18,6 +19,36 @@ const QStringList &layers()
     return names;
 }
 
+/// The modules of Qt that a folder may use; empty for those that show something, which use any.
+QStringList modulesOf(const QString &folder)
+{
+    static const QMap<QString, QStringList> modules{
+        {QStringLiteral("core"), {QStringLiteral("QtSql")}},
+        {QStringLiteral("downloads"), {QStringLiteral("QtSql"), QStringLiteral("QtNetwork")}},
+        {QStringLiteral("packages"),
+         {QStringLiteral("QtSql"), QStringLiteral("QtNetwork"), QStringLiteral("QtConcurrent")}},
+    };
+    const auto found = modules.constFind(folder);
+    return found == modules.cend() ? QStringList() : *found + QStringList(QStringLiteral("QtCore"));
+}
+
+bool isOfQt(const QString &include)
+{
+    return include.startsWith(QLatin1Char('Q')) ||
+           (include.startsWith(QLatin1Char('q')) && include.endsWith(QLatin1String(".h")));
+}
+
+/// Whether the header of Qt is one of these modules', with or without the module before its name.
+bool belongsTo(const QStringList &modules, const QString &include)
+{
+    const QDir headers(QLibraryInfo::location(QLibraryInfo::HeadersPath));
+    const QString name = include.section(QLatin1Char('/'), -1);
+    return std::any_of(modules.cbegin(), modules.cend(), [&](const QString &module) {
+        const bool isNamed = name == include || include == module + QLatin1Char('/') + name;
+        return isNamed && headers.exists(module + QLatin1Char('/') + name);
+    });
+}
+
 } // namespace
 
 /// Holds the source tree to its rules.
@@ -29,6 +60,7 @@ private slots:
     void toolsSeeWhatTheyShould();
     void filesIncludeFromTheirLayerAndBelow();
     void includesNameTheirFolder();
+    void engineKnowsNoWindow();
     void headersHaveTheirSource();
     void testsDoNotWaitForTime();
     void lambdasHaveAContext();
@@ -69,6 +101,9 @@ void LayoutTest::toolsSeeWhatTheyShould()
     QCOMPARE(codeOf(QStringLiteral("R\"x(a\"b)\" c)x\"; d")), QStringLiteral("R; d"));
     QCOMPARE(includesOf(QStringLiteral("#include \"a/b.h\"\n#include <c>\n#include \"d.h\"\n")),
              QStringList({QStringLiteral("a/b.h"), QStringLiteral("d.h")}));
+    QCOMPARE(libraryIncludesOf(
+                 QStringLiteral("#include \"a/b.h\"\n # include  <c/d>\n// #include <e>\n")),
+             QStringList(QStringLiteral("c/d")));
     QVERIFY(declaresClassWithFunctions(QStringLiteral("class A final : B { void c() const; };")));
     QVERIFY(declaresClassWithFunctions(QStringLiteral("struct A { A(); int b = 1; };")));
     QVERIFY(!declaresClassWithFunctions(QStringLiteral("struct A { int b() { return 1; } };")));
@@ -105,6 +140,33 @@ void LayoutTest::includesNameTheirFolder()
                 wrong.append(path + QStringLiteral(" includes ") + include);
         }
     }
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
+}
+
+/// What finds, installs and removes packages also works where there is no display.
+void LayoutTest::engineKnowsNoWindow()
+{
+    QVERIFY(belongsTo(modulesOf(QStringLiteral("core")), QStringLiteral("QString")));
+    for (const char *header : {"QFont", "QtGui/QFont", "QtWidgets", "QtWidgets/QtWidgets",
+                               "qwidget.h", "QtCore/QFont"}) {
+        QVERIFY2(isOfQt(QLatin1String(header)), header);
+        QVERIFY2(!belongsTo(modulesOf(QStringLiteral("packages")), QLatin1String(header)), header);
+    }
+    int seen = 0;
+    QStringList wrong;
+    for (const QString &path : files(layers(), anyCode())) {
+        const QStringList modules = modulesOf(folderOf(path));
+        if (modules.isEmpty())
+            continue;
+        for (const QString &include : libraryIncludesOf(textOf(path))) {
+            if (!isOfQt(include))
+                continue;
+            ++seen;
+            if (!belongsTo(modules, include))
+                wrong.append(path + QStringLiteral(" includes ") + include);
+        }
+    }
+    QVERIFY(seen > 100);
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
 }
 

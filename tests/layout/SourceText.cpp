@@ -58,6 +58,16 @@ QStringList argumentsOf(const QString &list)
     return arguments;
 }
 
+/// What the first group of the pattern holds wherever it matches.
+QStringList capturedIn(const QString &text, const QRegularExpression &pattern)
+{
+    QStringList found;
+    auto matches = pattern.globalMatch(text);
+    while (matches.hasNext())
+        found.append(matches.next().captured(1));
+    return found;
+}
+
 } // namespace
 
 QString codeOf(const QString &text)
@@ -90,11 +100,14 @@ QStringList includesOf(const QString &text)
 {
     static const QRegularExpression pattern(QStringLiteral("^#include \"([^\"]+)\""),
                                             QRegularExpression::MultilineOption);
-    QStringList found;
-    auto matches = pattern.globalMatch(text);
-    while (matches.hasNext())
-        found.append(matches.next().captured(1));
-    return found;
+    return capturedIn(text, pattern);
+}
+
+QStringList libraryIncludesOf(const QString &text)
+{
+    static const QRegularExpression pattern(QStringLiteral("^\\s*#\\s*include\\s*<([^>]+)>"),
+                                            QRegularExpression::MultilineOption);
+    return capturedIn(text, pattern);
 }
 
 bool declaresClassWithFunctions(const QString &code)

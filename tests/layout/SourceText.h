@@ -12,6 +12,9 @@ QString codeOf(const QString &text);
 /// The files that a text includes with quotation marks, in order.
 QStringList includesOf(const QString &text);
 
+/// The files that a text includes with angle brackets, in order.
+QStringList libraryIncludesOf(const QString &text);
+
 /// Whether the code declares a class or structure with a member function that needs a definition in
 /// a source file: a declaration inside a class body that ends in a semicolon after a parameter
 /// list.
