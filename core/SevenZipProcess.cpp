@@ -104,8 +104,12 @@ bool SevenZipProcess::begin(const QStringList &arguments, const QByteArray &inpu
 bool SevenZipProcess::namesOneFile(const QString &archive)
 {
     const QFileInfo file(archive);
-    const QString name = file.fileName();
-    return !file.isDir() && !name.contains(QLatin1Char('*')) && !name.contains(QLatin1Char('?'));
+    return !file.isDir() && !isPattern(file.fileName());
+}
+
+bool SevenZipProcess::isPattern(const QString &name)
+{
+    return name.contains(QLatin1Char('*')) || name.contains(QLatin1Char('?'));
 }
 
 void SevenZipProcess::setupChildProcess()

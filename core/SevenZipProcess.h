@@ -26,6 +26,8 @@ public:
     /// Whether the name means this file alone: 7-Zip unpacks every archive that it finds in a
     /// folder or that a pattern matches.
     static bool namesOneFile(const QString &archive);
+    /// Whether the name of a file may stand for several.
+    static bool isPattern(const QString &name);
 
 protected:
     void setupChildProcess() override;

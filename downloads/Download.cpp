@@ -46,11 +46,16 @@ void Download::setCurrentSize(qint64 size)
     emit currentSize(size);
 }
 
+QString Download::fileNameIn(const QUrl &url)
+{
+    return QFileInfo(url.path(QUrl::FullyDecoded)).fileName();
+}
+
 QString Download::getFileName()
 {
     if (!m_fileName.isEmpty())
         return m_fileName;
-    QString name = QFileInfo(m_request->url().path(QUrl::FullyDecoded)).fileName();
+    QString name = fileNameIn(m_request->url());
     if (name.isEmpty())
         name = QStringLiteral("download");
     // The bare name is looked up in the working folder, not in the folder of downloads.

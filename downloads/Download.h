@@ -80,6 +80,8 @@ public:
     /// Whether anybody listens to finished().
     bool isAwaited() const;
 
+    /// The name of the file that an address ends in, empty when it ends in none.
+    static QString fileNameIn(const QUrl &url);
     /// Local file name for the address, chosen at the first call.
     QString getFileName();
 

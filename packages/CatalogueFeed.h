@@ -14,6 +14,10 @@ class DownloadManager;
 
 namespace Kavo::Models {
 
+/// The most bytes that a server's catalogue may have. Far more than any has; to read one takes
+/// several times its size of memory.
+constexpr qint64 LargestCatalogue = Q_INT64_C(512) * 1024 * 1024;
+
 /// Where the bytes of the catalogue come from: the catalogue server, or in local-repository mode
 /// the executable's folder. Main thread.
 class CatalogueFeed final : public QObject

@@ -63,4 +63,9 @@ void registerPackageState()
     qRegisterMetaType<Package::State>("Kavo::Models::Package::State");
 }
 
+QStringList knownPackageTypes()
+{
+    return {QStringLiteral("PLUGIN"), QStringLiteral("LIBRARY")};
+}
+
 } // namespace Kavo::Models

@@ -134,4 +134,7 @@ void registerPackageState();
 using PackagePointer = QSharedPointer<Package>;
 using PackageList = QVector<PackagePointer>;
 
+/// The words for kinds of packages that the user can filter by; others are allowed.
+QStringList knownPackageTypes();
+
 } // namespace Kavo::Models

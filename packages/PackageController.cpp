@@ -15,9 +15,6 @@ using Models::PackagePointer;
 
 namespace {
 
-/// In bytes. Far more than any catalogue has; to read one takes several times its size of memory.
-constexpr qint64 LargestCatalogue = Q_INT64_C(512) * 1024 * 1024;
-
 Models::PackageFolders foldersOf(const Settings &settings)
 {
     const QString &preserve = settings.current(Settings::PRESERVE);
@@ -41,7 +38,7 @@ PackageController::PackageController(const QSharedPointer<Settings> &settings,
     , m_downloads(downloads)
     , m_database(settings->current(Settings::INSTALLATION))
     , m_dependencies(m_catalogue, m_database)
-    , m_feed(settings, downloads, environment.catalogueServer, LargestCatalogue)
+    , m_feed(settings, downloads, environment.catalogueServer, Models::LargestCatalogue)
     , m_uninstaller(m_catalogue, m_database, foldersOf(*settings))
     , m_installer(m_catalogue, m_database, downloads, {foldersOf(*settings), environment.extractor},
                   environment.clock)
@@ -71,7 +68,7 @@ void PackageController::refresh()
 
 QStringList PackageController::packageTypes()
 {
-    return {QStringLiteral("PLUGIN"), QStringLiteral("LIBRARY")};
+    return Models::knownPackageTypes();
 }
 
 void PackageController::install(const PackagePointer &package, QString &version)

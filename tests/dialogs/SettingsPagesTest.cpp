@@ -1,3 +1,4 @@
+#include "core/Languages.h"
 #include "dialogs/DiskSettingsWidget.h"
 #include "dialogs/GeneralSettingsWidget.h"
 #include "dialogs/PathSettingsWidget.h"
@@ -87,6 +88,10 @@ void SettingsPagesTest::languagesAreOffered()
     QCOMPARE(page.objectName(), QStringLiteral("GeneralSettingsWidget"));
     QCOMPARE(textOf(page, "LanguageLabel"), QStringLiteral("Language : "));
     const auto *choice = child<QComboBox>(page, "LanguageChoice");
+    QStringList offered;
+    for (int index = 0; index < choice->count(); ++index)
+        offered.append(choice->itemData(index).toString());
+    QCOMPARE(offered, Kavo::languages());
     QCOMPARE(choice->count(), 2);
     QCOMPARE(choice->itemText(0), QStringLiteral("English"));
     QCOMPARE(choice->itemData(0).toString(), QStringLiteral("en"));

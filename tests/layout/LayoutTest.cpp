@@ -49,6 +49,16 @@ bool belongsTo(const QStringList &modules, const QString &include)
     });
 }
 
+/// Stands beside the program, on what has no widgets.
+const QString Tools = QStringLiteral("tools");
+
+QStringList allowedFor(const QString &folder)
+{
+    return folder == Tools
+               ? layers().mid(0, layers().indexOf(QStringLiteral("components"))) << Tools
+               : layers().mid(0, layers().indexOf(folder) + 1);
+}
+
 } // namespace
 
 /// Holds the source tree to its rules.
@@ -70,7 +80,8 @@ private:
     static QStringList files(const QStringList &folders, const QStringList &patterns);
     static QString textOf(const QString &path);
     static QString folderOf(const QString &path) { return path.section(QLatin1Char('/'), 0, 0); }
-    static QStringList allFolders() { return layers() + QStringList(QStringLiteral("tests")); }
+    static QStringList codeFolders() { return layers() + QStringList(Tools); }
+    static QStringList allFolders() { return codeFolders() + QStringList(QStringLiteral("tests")); }
     static QStringList anyCode() { return {QStringLiteral("*.h"), QStringLiteral("*.cpp")}; }
 };
 
@@ -96,6 +107,11 @@ QString LayoutTest::textOf(const QString &path)
 void LayoutTest::toolsSeeWhatTheyShould()
 {
     QVERIFY(files(layers(), anyCode()).size() > 20);
+    QVERIFY(files({Tools}, anyCode()).size() > 20);
+    QVERIFY(!allowedFor(Tools).contains(QStringLiteral("components")));
+    QVERIFY(!allowedFor(QStringLiteral("app")).contains(Tools));
+    QCOMPARE(allowedFor(QStringLiteral("downloads")),
+             QStringList({QStringLiteral("core"), QStringLiteral("downloads")}));
     QCOMPARE(codeOf(QStringLiteral("a; // b\n/* c\n */ d(\"e\\\"f\", 'g', 1'000);")),
              QStringLiteral("a; \n\n d(, , 1'000);"));
     QCOMPARE(codeOf(QStringLiteral("R\"x(a\"b)\" c)x\"; d")), QStringLiteral("R; d"));
@@ -119,11 +135,10 @@ void LayoutTest::toolsSeeWhatTheyShould()
 void LayoutTest::filesIncludeFromTheirLayerAndBelow()
 {
     QStringList wrong;
-    for (const QString &path : files(layers(), anyCode())) {
-        const int layer = layers().indexOf(folderOf(path));
+    for (const QString &path : files(codeFolders(), anyCode())) {
+        const QStringList allowed = allowedFor(folderOf(path));
         for (const QString &include : includesOf(textOf(path))) {
-            const QString folder = folderOf(include);
-            if (folder == QLatin1String("tests") || layers().indexOf(folder) > layer)
+            if (!include.endsWith(QLatin1String(".moc")) && !allowed.contains(folderOf(include)))
                 wrong.append(path + QStringLiteral(" includes ") + include);
         }
     }

@@ -1,0 +1,42 @@
+#include "tools/CommandLine.h"
+
+#include "tools/ExitStatus.h"
+#include "tools/Terminal.h"
+
+namespace Kavo::Tools {
+
+CommandLine::CommandLine(const QString &synopsis, const QString &description)
+    : m_synopsis(synopsis)
+    , m_description(description)
+{
+    m_parser.addOption({{QStringLiteral("h"), QStringLiteral("help")},
+                        QStringLiteral("Tells what the command does, and does nothing.")});
+}
+
+std::optional<int> CommandLine::read(const QStringList &arguments, int positional)
+{
+    const QStringList all = QStringList(QStringLiteral("kavo-catalogue")) + arguments;
+    const bool isUnderstood = m_parser.parse(all);
+    if (isUnderstood && m_parser.isSet(QStringLiteral("help"))) {
+        // Qt's own text begins with the name of the executable and knows no commands.
+        const QString options = m_parser.helpText().section(QStringLiteral("\n\n"), 1);
+        print((QStringLiteral("Usage: kavo-catalogue ") + m_synopsis + QStringLiteral("\n\n") +
+               m_description + QStringLiteral("\n\n") + options)
+                  .toUtf8());
+        return CLEAN;
+    }
+    QString fault;
+    if (!isUnderstood)
+        fault = m_parser.errorText();
+    else if (m_parser.positionalArguments().size() < positional)
+        fault = QStringLiteral("an argument is missing");
+    else if (m_parser.positionalArguments().size() > positional)
+        fault = QStringLiteral("there are too many arguments");
+    if (fault.isEmpty())
+        return std::nullopt;
+    complain(fault);
+    complain(QStringLiteral("usage: kavo-catalogue ") + m_synopsis);
+    return USAGE;
+}
+
+} // namespace Kavo::Tools

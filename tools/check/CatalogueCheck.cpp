@@ -1,0 +1,37 @@
+#include "tools/check/CatalogueCheck.h"
+
+#include "tools/check/AddressCheck.h"
+#include "tools/check/DependencyCheck.h"
+#include "tools/check/IdentityCheck.h"
+#include "tools/check/KeysCheck.h"
+#include "tools/check/NotationCheck.h"
+#include "tools/check/PathCheck.h"
+#include "tools/check/VersionsCheck.h"
+
+namespace Kavo::Tools {
+
+namespace {
+
+void checkContent(const CatalogueView &catalogue, const JsonNode &root, Findings &findings)
+{
+    KeysCheck(findings).check(root);
+    IdentityCheck(findings).check(catalogue);
+    VersionsCheck(findings).check(catalogue);
+    AddressCheck(findings).check(catalogue);
+    DependencyCheck(catalogue, findings).check();
+    PathCheck(findings).check(catalogue);
+}
+
+} // namespace
+
+CheckReport checkCatalogue(const QByteArray &bytes)
+{
+    const JsonTree tree(bytes);
+    Findings findings(bytes);
+    checkNotation(tree, findings);
+    if (tree.root() && tree.root()->isArray())
+        checkContent(CatalogueView(tree.root()), *tree.root(), findings);
+    return findings.report();
+}
+
+} // namespace Kavo::Tools

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "tools/check/CatalogueView.h"
+#include "tools/check/Findings.h"
+
+#include <QHash>
+#include <QSet>
+
+namespace Kavo::Tools {
+
+/// Looks at every path in the rules of versions: where it leads, how it is spelt, and whether it
+/// reaches what belongs to the simulator or to another package.
+class PathCheck final
+{
+public:
+    explicit PathCheck(Findings &findings);
+
+    void check(const CatalogueView &catalogue);
+
+private:
+    /// A path that a package names.
+    struct Named
+    {
+        QString path; ///< clean, from the simulator's folder on
+        int package;
+    };
+    /// A path that a package removes.
+    struct Removed
+    {
+        QString path;
+        int package;
+        const JsonNode *node;
+    };
+
+    void checkVersion(int package, const VersionView &version);
+    void checkExtract(int package, const VersionView &version);
+    void checkList(int package, const VersionView &version, QLatin1String object,
+                   QLatin1String key);
+    /// The clean path, empty when clients do not follow the entry.
+    QString checkEntry(const JsonNode &node);
+    void checkSpelling(const JsonNode &node, const QString &entry);
+    void checkName(const JsonNode &node, const QString &entry, const QString &name);
+    void checkCase(const JsonNode &node, const QString &path);
+    void reportOutside(const JsonNode &node, const QString &entry);
+    void checkHeldByOthers(const CatalogueView &catalogue);
+    const Named *otherIn(const Removed &removed) const;
+    void remember(int package, const QString &path);
+
+    Findings &m_findings;
+    QSet<QString> m_common;            ///< in lower case
+    QHash<QString, QString> m_spelt;   ///< by lower case
+    QSet<QString> m_wellSpelt;         ///< whole paths that were compared already
+    QHash<QString, int> m_lastPackage; ///< that named a path
+    std::vector<Named> m_named;
+    std::vector<Removed> m_removed;
+};
+
+} // namespace Kavo::Tools

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "tools/check/Severity.h"
+
+#include <vector>
+
+namespace Kavo::Tools {
+
+/// What a catalogue is checked for.
+enum class Rule {
+    JSON_SYNTAX,
+    JSON_TOLERATED,
+    JSON_ENCODING,
+    JSON_TOO_LARGE,
+    JSON_NOT_AN_ARRAY,
+    JSON_NUL_CHARACTER,
+    KEY_TWICE,
+    KEY_UNKNOWN,
+    TYPE_WRONG,
+    ID_MISSING,
+    ID_ZERO,
+    ID_NEGATIVE,
+    ID_OUT_OF_RANGE,
+    ID_TWICE,
+    ID_VERSION_FILE,
+    NAME_MISSING,
+    NAME_EMPTY,
+    LANGUAGE_NO_ENGLISH,
+    LANGUAGE_UNKNOWN,
+    KIND_SPELLING,
+    KIND_MISSING,
+    VERSIONS_NONE,
+    VERSION_MISSING,
+    VERSION_NOT_NUMBERS,
+    VERSION_IGNORED_END,
+    VERSION_TWICE,
+    VERSION_SAME_NUMBERS,
+    VERSION_TRAILING_ZEROS,
+    ADDRESS_MISSING,
+    ADDRESS_EMPTY,
+    ADDRESS_INVALID,
+    ADDRESS_SCHEME,
+    ADDRESS_USER_NAME,
+    ADDRESS_FILE_NAME,
+    ADDRESS_NO_FILE_NAME,
+    ADDRESS_SHARED_BY_VERSIONS,
+    ADDRESS_SHARED_BY_PACKAGES,
+    ADDRESS_CONTRADICTING,
+    CHECKSUM_MALFORMED,
+    SIZE_MALFORMED,
+    DEPENDENCY_EMPTY,
+    DEPENDENCY_NOT_A_NUMBER,
+    DEPENDENCY_MINIMUM_IGNORED,
+    DEPENDENCY_END_IGNORED,
+    DEPENDENCY_UNKNOWN_PACKAGE,
+    DEPENDENCY_MINIMUM_NOT_OFFERED,
+    DEPENDENCY_ITSELF,
+    DEPENDENCY_TWICE,
+    DEPENDENCY_CIRCLE,
+    DEPENDENCY_LAST_DECIDES,
+    DEPENDENCY_NOT_INSTALLABLE,
+    PATH_EMPTY,
+    PATH_ABSOLUTE,
+    PATH_CLIMBS,
+    PATH_WHOLE_SIMULATOR,
+    PATH_OUTSIDE,
+    PATH_BACKSLASH,
+    PATH_WILDCARD,
+    PATH_BLANK_AT_END,
+    PATH_REFUSED_NAME,
+    PATH_CASE_DIFFERS,
+    PATH_TWICE,
+    PATH_BELONGS_TO_ALL,
+    PATH_HOLDS_OTHERS,
+    EXTRACT_WHOLE_SIMULATOR,
+    REMOVE_NONE,
+    ARCHIVE_MISSING,
+    ARCHIVE_UNREADABLE,
+    ARCHIVE_ENCRYPTED,
+    ARCHIVE_NESTED,
+    ARCHIVE_LEADS_OUT,
+    ARCHIVE_LINK,
+    ARCHIVE_REFUSED_NAME,
+    ARCHIVE_CASE_DIFFERS,
+    ARCHIVE_SIZE_DIFFERS,
+    ARCHIVE_CHECKSUM_DIFFERS,
+    ARCHIVE_UNPACKED_SIZE,
+    ARCHIVE_LEFT_BEHIND,
+    ARCHIVE_SHARED_FILE,
+    REMOVE_NAMES_NOTHING,
+    PRESERVE_FOLDER,
+    PRESERVE_SHIPPED,
+    BACKUP_FOLDER,
+    BACKUP_NOT_SHIPPED,
+    UPDATE_LEFT_OVER,
+    UPDATE_FAILS,
+    INSTALLATION_FAILS,
+};
+
+/// What there is to say of a rule, whatever has broken it. Texts are whole sentences.
+struct RuleText
+{
+    Rule rule;
+    const char *name; ///< stable; scripts may rely on it
+    Severity severity;
+    const char *effect; ///< what clients do
+    const char *remedy;
+};
+
+const RuleText &describe(Rule rule);
+
+/// All rules, in the order of the enumeration.
+std::vector<RuleText> allRules();
+
+} // namespace Kavo::Tools

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "tools/check/CatalogueView.h"
+#include "tools/check/Findings.h"
+
+namespace Kavo::Tools {
+
+/// Looks at the texts of versions, alone and beside each other, and at what a catalogue says of
+/// their archives.
+class VersionsCheck final
+{
+public:
+    explicit VersionsCheck(Findings &findings);
+
+    void check(const CatalogueView &catalogue);
+
+private:
+    void checkText(const VersionView &version);
+    void checkChecksum(const VersionView &version);
+    void compare(const PackageView &package);
+    void compare(const VersionView &older, const VersionView &newer);
+
+    Findings &m_findings;
+};
+
+} // namespace Kavo::Tools
