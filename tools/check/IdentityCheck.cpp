@@ -18,9 +18,7 @@ void IdentityCheck::check(const CatalogueView &catalogue)
         for (const char *key : {"name", "description", "short_description"})
             checkLanguages(package, QLatin1String(key));
         checkKind(package);
-        if (package.versions.empty())
-            m_findings.add(Rule::VERSIONS_NONE, *package.node,
-                           QStringLiteral("The package has no version."));
+        checkOffer(package);
     }
 }
 
@@ -84,6 +82,8 @@ void IdentityCheck::checkLanguages(const PackageView &package, QLatin1String key
 void IdentityCheck::checkKind(const PackageView &package)
 {
     const JsonNode *const node = package.node->member(QLatin1String("type"));
+    if (node && !node->isText())
+        return;
     const QString kind = readText(node);
     if (kind.isEmpty()) {
         m_findings.add(Rule::KIND_MISSING, node ? *node : *package.node,
@@ -96,6 +96,14 @@ void IdentityCheck::checkKind(const PackageView &package)
         m_findings.add(
             Rule::KIND_SPELLING, *node,
             QStringLiteral("\"%1\" is not in the filter. Was \"%2\" meant?").arg(kind, nearest));
+}
+
+void IdentityCheck::checkOffer(const PackageView &package)
+{
+    const JsonNode *const versions = package.node->member(QLatin1String("versions"));
+    if (!versions || (versions->isArray() && !versions->firstChild))
+        m_findings.add(Rule::VERSIONS_NONE, versions ? *versions : *package.node,
+                       QStringLiteral("The package has no version."));
 }
 
 } // namespace Kavo::Tools

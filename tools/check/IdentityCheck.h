@@ -21,6 +21,7 @@ private:
     void checkName(const PackageView &package);
     void checkLanguages(const PackageView &package, QLatin1String key);
     void checkKind(const PackageView &package);
+    void checkOffer(const PackageView &package);
 
     Findings &m_findings;
     QHash<int, const PackageView *> m_known;

@@ -171,7 +171,7 @@ bool JsonReader::readValue(JsonNode &node)
             return true;
         }
         ++m_at;
-    } else if (isAt('-') || isDigit(*m_at)) {
+    } else if (isAt('-') || isAt('.') || isDigit(*m_at)) {
         if (!readNumber(node))
             return false;
     } else if (!readLiteral(node)) {
@@ -185,6 +185,7 @@ bool JsonReader::readText(const char *&raw, int &length)
 {
     const char *const quote = m_at++;
     raw = m_at;
+    m_isWrongEncoding = false;
     while (!isAtEnd() && *m_at != '"') {
         if (*m_at == '\\' ? !readEscape() : !readCharacter())
             return false;
@@ -217,8 +218,7 @@ bool JsonReader::readEscape()
     ++m_at;
     // Clients take the first byte for the character, and cannot read the others.
     if (static_cast<uchar>(letter) >= 0x80)
-        note(JsonFault::Kind::ENCODING, m_at,
-             QStringLiteral("A backslash stands in front of a character of several bytes"));
+        noteEncoding(QStringLiteral("A backslash stands in front of a character of several bytes"));
     return readCharacter();
 }
 
@@ -226,7 +226,7 @@ bool JsonReader::readCharacter()
 {
     const int length = characterLength(m_at, m_end);
     if (length == 0) {
-        note(JsonFault::Kind::ENCODING, m_at, QStringLiteral("The text is not in UTF-8"));
+        noteEncoding(QStringLiteral("The text is not in UTF-8"));
         ++m_at;
         return true;
     }
@@ -238,12 +238,16 @@ bool JsonReader::readCharacter()
     return true;
 }
 
-void JsonReader::skipDigits()
+/// Returns whether there were any.
+bool JsonReader::skipDigits()
 {
+    const char *const first = m_at;
     while (!isAtEnd() && isDigit(*m_at))
         ++m_at;
+    return m_at != first;
 }
 
+/// Clients take what has no digits in front of the point or behind it, too.
 bool JsonReader::readNumber(JsonNode &node)
 {
     node.kind = JsonNode::Kind::NUMBER;
@@ -251,29 +255,29 @@ bool JsonReader::readNumber(JsonNode &node)
     if (isAt('-'))
         ++m_at;
     const char *const whole = m_at;
-    skipDigits();
+    bool isComplete = skipDigits();
     const bool hasZeros = m_at - whole > 1 && *whole == '0';
-    bool isComplete = m_at != whole && !hasZeros;
     if (isAt('.')) {
-        const char *const fraction = ++m_at;
-        skipDigits();
-        isComplete = isComplete && m_at != fraction;
+        ++m_at;
+        isComplete = skipDigits() && isComplete;
     }
     if (isAt('e') || isAt('E')) {
         ++m_at;
         if (isAt('+') || isAt('-'))
             ++m_at;
-        const char *const exponent = m_at;
         skipDigits();
-        isComplete = isComplete && m_at != exponent;
     }
     node.rawLength = static_cast<int>(m_at - node.raw);
-    bool isInRange = false;
-    QByteArray::fromRawData(node.raw, node.rawLength).toDouble(&isInRange);
-    if (isComplete && isInRange)
-        return true;
-    m_at = node.raw;
-    return fail(QStringLiteral("This is no number"));
+    bool isNumber = false;
+    QByteArray::fromRawData(node.raw, node.rawLength).toDouble(&isNumber);
+    if (!isNumber || hasZeros) {
+        m_at = node.raw;
+        return fail(QStringLiteral("This is no number"));
+    }
+    if (!isComplete)
+        note(JsonFault::Kind::TOLERATED, node.raw,
+             QStringLiteral("There is no digit in front of the point or behind it"));
+    return true;
 }
 
 bool JsonReader::readLiteral(JsonNode &node)
@@ -308,6 +312,14 @@ void JsonReader::note(JsonFault::Kind kind, const char *at, const QString &reaso
 {
     if (m_tree.m_faults.size() < MostFaults)
         m_tree.m_faults.push_back({kind, offset(at), reason});
+}
+
+/// The bytes that follow in the same text say nothing new.
+void JsonReader::noteEncoding(const QString &reason)
+{
+    if (!m_isWrongEncoding)
+        note(JsonFault::Kind::ENCODING, m_at, reason);
+    m_isWrongEncoding = true;
 }
 
 bool JsonReader::fail(const QString &reason)

@@ -35,7 +35,7 @@ private:
     bool readNumber(JsonNode &node);
     bool readLiteral(JsonNode &node);
     bool readBehindValue();
-    void skipDigits();
+    bool skipDigits();
 
     JsonNode &append();
     void skipSpace();
@@ -44,6 +44,7 @@ private:
     int offset(const char *at) const { return static_cast<int>(at - m_begin); }
 
     void note(JsonFault::Kind kind, const char *at, const QString &reason);
+    void noteEncoding(const QString &reason);
     /// Notes what ends the reading; always false.
     bool fail(const QString &reason);
 
@@ -52,6 +53,7 @@ private:
     const char *m_end;
     const char *m_at;
     std::vector<Open> m_open;
+    bool m_isWrongEncoding = false; ///< of the present text
 };
 
 } // namespace Kavo::Tools

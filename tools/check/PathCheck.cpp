@@ -54,10 +54,18 @@ void PathCheck::checkVersion(int package, const VersionView &version)
     checkList(package, version, QLatin1String("install"), QLatin1String("preserve"));
     checkList(package, version, QLatin1String("install"), QLatin1String("backup"));
     checkList(package, version, QLatin1String("uninstall"), QLatin1String("remove"));
-    const JsonNode *const removed =
-        version.entries(QLatin1String("uninstall"), QLatin1String("remove"));
-    if (!removed || !removed->firstChild)
-        m_findings.add(Rule::REMOVE_NONE, removed ? *removed : *version.node,
+    checkRemoval(version);
+}
+
+/// A value of another type is another finding.
+void PathCheck::checkRemoval(const VersionView &version)
+{
+    const JsonNode *const rules = version.node->member(QLatin1String("uninstall"));
+    const JsonNode *const list =
+        rules && rules->isObject() ? rules->member(QLatin1String("remove")) : nullptr;
+    const bool isMissing = !rules || (rules->isObject() && !list);
+    if (isMissing || (list && list->isArray() && !list->firstChild))
+        m_findings.add(Rule::REMOVE_NONE, isMissing ? *version.node : *list,
                        QStringLiteral("The version has no removal rule."));
 }
 
@@ -65,6 +73,8 @@ void PathCheck::checkExtract(int package, const VersionView &version)
 {
     const JsonNode *const install = version.node->member(QLatin1String("install"));
     const JsonNode *const node = install ? install->member(QLatin1String("extract")) : nullptr;
+    if ((install && !install->isObject()) || (node && !node->isText()))
+        return;
     const QString entry = readText(node);
     const QString inside = containedPath(Simulator, entry);
     if (!inside.isEmpty()) {
@@ -87,7 +97,7 @@ void PathCheck::checkList(int package, const VersionView &version, QLatin1String
 {
     QSet<QString> known;
     for (const JsonNode &node : JsonChildren(version.entries(object, key))) {
-        const QString path = checkEntry(node);
+        const QString path = node.isText() ? checkEntry(node) : QString();
         if (path.isEmpty())
             continue;
         if (known.contains(path))

@@ -33,6 +33,7 @@ private:
     };
 
     void checkVersion(int package, const VersionView &version);
+    void checkRemoval(const VersionView &version);
     void checkExtract(int package, const VersionView &version);
     void checkList(int package, const VersionView &version, QLatin1String object,
                    QLatin1String key);

@@ -12,8 +12,7 @@ constexpr RuleText Texts[] = {
      "Clients read no package behind this place, and list nothing at all.",
      "Mend the notation here; an editor that knows JSON shows the place."},
     {Rule::JSON_TOLERATED, "json/tolerated", Severity::WARNING,
-     "Clients read it; other programs refuse the file.",
-     "Write the character as an escape, or leave the backslash out."},
+     "Clients read it; other programs refuse the file.", "Write it as JSON has it."},
     {Rule::JSON_ENCODING, "json/encoding", Severity::ERROR, "Clients list nothing at all.",
      "Save the file in UTF-8."},
     {Rule::JSON_TOO_LARGE, "json/too-large", Severity::ERROR, "Clients list nothing at all.",
@@ -46,10 +45,6 @@ constexpr RuleText Texts[] = {
      "Clients keep one record for both, so that installing one shows both as installed; "
      "dependencies mean the first.",
      "Give each package a number of its own."},
-    {Rule::ID_VERSION_FILE, "id/version-file", Severity::NOTE,
-     "Of the package with the number 1, clients look for \"Kavo_version.txt\" in "
-     "\"lib/Kavo_Library\" below its folder.",
-     "Use another number unless this is the library that the number is for."},
     {Rule::NAME_MISSING, "name/missing", Severity::ERROR, "Clients show a card without a name.",
      "Give \"name\" a text under \"en\"."},
     {Rule::NAME_EMPTY, "name/empty", Severity::ERROR, "Clients show a card without a name.",

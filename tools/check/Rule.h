@@ -22,7 +22,6 @@ enum class Rule {
     ID_NEGATIVE,
     ID_OUT_OF_RANGE,
     ID_TWICE,
-    ID_VERSION_FILE,
     NAME_MISSING,
     NAME_EMPTY,
     LANGUAGE_NO_ENGLISH,

@@ -1,0 +1,250 @@
+#include "tools/check/CatalogueCheck.h"
+#include "packages/CatalogueParser.h"
+#include "tests/support/Archives.h"
+#include "tests/support/TestMain.h"
+#include "tests/tools/CatalogueCorpus.h"
+#include "tools/check/CatalogueView.h"
+#include "tools/check/JsonTree.h"
+
+#include <QDirIterator>
+
+using namespace Kavo::Testing;
+using namespace Kavo::Tools;
+using Kavo::Models::PackageList;
+
+namespace {
+
+QStringList namesOf(const CheckReport &report)
+{
+    QStringList names;
+    for (const Finding &finding : report.findings()) {
+        const QString line = QString::fromLatin1(describe(finding.rule).name) +
+                             QStringLiteral(" %1:%2 ").arg(finding.line).arg(finding.column) +
+                             finding.pointer;
+        names.append(line.trimmed());
+    }
+    return names;
+}
+
+/// Rules that are about archives stand at the end.
+bool needsArchives(Rule rule)
+{
+    return rule >= Rule::ARCHIVE_MISSING;
+}
+
+QStringList textsIn(const JsonNode *array)
+{
+    QStringList texts;
+    for (const JsonNode &element : JsonChildren(array))
+        texts.append(element.text());
+    return texts;
+}
+
+/// A catalogue of one package with one version, in which a part is replaced.
+QByteArray catalogueWith(const QByteArray &before, const QByteArray &after)
+{
+    const QByteArray catalogue =
+        "[{\"id\":5,\"name\":{\"en\":\"Piers\"},\"type\":\"PLUGIN\",\"versions\":[{"
+        "\"version\":\"1.0\",\"link\":\"https://addons.example.org/piers.zip\",\"depends\":[],"
+        "\"install\":{\"extract\":\"Resources/plugins/Piers\"},"
+        "\"uninstall\":{\"remove\":[\"Resources/plugins/Piers\"]}}]}]";
+    return QByteArray(catalogue).replace(before, after);
+}
+
+} // namespace
+
+/// What a check finds, held against a corpus of catalogues that are each wrong in one way, and
+/// against what the engine reads.
+class CatalogueCheckTest final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void corpusGivesItsFindings_data();
+    void corpusGivesItsFindings();
+    void corpusBreaksEveryRule();
+    void everyRuleSaysWhatItMeans();
+    void clientsReadWhatTheCheckReads_data() { corpusGivesItsFindings_data(); }
+    void clientsReadWhatTheCheckReads();
+    void whatThePartsOfTheEngineAreFedWithIsChecked();
+    void manyFindingsOfOneRuleAreCounted();
+    void otherRulesAreStillFoundThen();
+    void longChainsAndLargeCirclesAreFollowed();
+    void linesAndColumnsCountCharacters();
+};
+
+void CatalogueCheckTest::corpusGivesItsFindings_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QStringList>("findings");
+
+    for (const CorpusCatalogue &catalogue : corpusCatalogues())
+        QTest::newRow(qPrintable(catalogue.name)) << catalogue.bytes << catalogue.findings;
+}
+
+void CatalogueCheckTest::corpusGivesItsFindings()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QStringList, findings);
+    QCOMPARE(namesOf(checkCatalogue(bytes)), findings);
+}
+
+void CatalogueCheckTest::corpusBreaksEveryRule()
+{
+    QSet<QString> broken;
+    int bad = 0;
+    const auto catalogues = corpusCatalogues();
+    for (const CorpusCatalogue &catalogue : catalogues) {
+        bad += catalogue.findings.isEmpty() ? 0 : 1;
+        for (const QString &finding : catalogue.findings)
+            broken.insert(finding.section(QLatin1Char(' '), 0, 0));
+    }
+    QVERIFY(bad >= 150);
+    for (const RuleText &rule : allRules()) {
+        // A file of that size is none to keep.
+        const bool isKept = !needsArchives(rule.rule) && rule.rule != Rule::JSON_TOO_LARGE;
+        QVERIFY2(!isKept || broken.contains(QString::fromLatin1(rule.name)), rule.name);
+    }
+    QDirIterator files(corpusFolder(), {QStringLiteral("*.json")});
+    int count = 0;
+    for (; files.hasNext(); files.next())
+        ++count;
+    QCOMPARE(count, catalogues.size());
+}
+
+void CatalogueCheckTest::everyRuleSaysWhatItMeans()
+{
+    QSet<QString> names;
+    const QRegularExpression form(QStringLiteral("\\A[a-z]+/[a-z0-9-]+\\z"));
+    for (const RuleText &rule : allRules()) {
+        const QString name = QString::fromLatin1(rule.name);
+        QVERIFY2(form.match(name).hasMatch(), rule.name);
+        QVERIFY2(!names.contains(name), rule.name);
+        names.insert(name);
+        for (const char *text : {rule.effect, rule.remedy}) {
+            QVERIFY2(QByteArray(text).endsWith('.'), rule.name);
+            QVERIFY2(QChar::isUpper(uint(text[0])), rule.name);
+        }
+    }
+}
+
+void CatalogueCheckTest::clientsReadWhatTheCheckReads()
+{
+    QFETCH(QByteArray, bytes);
+    const CheckReport report = checkCatalogue(bytes);
+    const bool isRefused = report.has(Rule::JSON_SYNTAX) || report.has(Rule::JSON_ENCODING) ||
+                           report.has(Rule::JSON_NOT_AN_ARRAY);
+    Kavo::Models::CatalogueParser parser(bytes, QStringLiteral("en"));
+    PackageList packages;
+    while (const auto package = parser.next())
+        packages.append(package);
+    QCOMPARE(parser.isWhole(), !isRefused);
+    if (isRefused)
+        return;
+
+    const JsonTree tree(bytes);
+    const CatalogueView view(tree.root());
+    QCOMPARE(static_cast<int>(view.packages().size()), packages.size());
+    bool endsClients = false;
+    for (int index = 0; index < packages.size(); ++index) {
+        const PackageView &seen = view.packages()[static_cast<std::size_t>(index)];
+        const auto &read = packages.at(index);
+        QCOMPARE(seen.id, read->id());
+        QCOMPARE(static_cast<int>(seen.versions.size()), read->versions().size());
+        if (!seen.newestVersion())
+            continue;
+        const VersionView &newest = *seen.newestVersion();
+        const auto &first = read->versions().constFirst();
+        QCOMPARE(newest.version, first->version);
+        QCOMPARE(newest.link(), first->link);
+        QCOMPARE(textsIn(arrayIn(newest.node, QLatin1String("depends"))), first->depends);
+        QCOMPARE(textsIn(newest.entries(QLatin1String("install"), QLatin1String("preserve"))),
+                 first->install->preserve);
+        QCOMPARE(textsIn(newest.entries(QLatin1String("uninstall"), QLatin1String("remove"))),
+                 first->uninstall->remove);
+        endsClients = endsClients || first->depends.contains(QString());
+    }
+    QCOMPARE(report.has(Rule::DEPENDENCY_EMPTY), endsClients);
+}
+
+void CatalogueCheckTest::whatThePartsOfTheEngineAreFedWithIsChecked()
+{
+    QDirIterator files(QStringLiteral(KAVO_PARSER_CORPUS), QDir::Files);
+    int count = 0;
+    for (; files.hasNext(); ++count) {
+        const QByteArray bytes = readFile(files.next());
+        const CheckReport report = checkCatalogue(bytes);
+        Kavo::Models::CatalogueParser parser(bytes, QStringLiteral("en"));
+        while (parser.next()) {
+        }
+        const bool isRefused = report.has(Rule::JSON_SYNTAX) || report.has(Rule::JSON_ENCODING) ||
+                               report.has(Rule::JSON_NOT_AN_ARRAY);
+        QVERIFY2(parser.isWhole() == !isRefused, qPrintable(files.fileName()));
+    }
+    QVERIFY(count >= 10);
+}
+
+void CatalogueCheckTest::manyFindingsOfOneRuleAreCounted()
+{
+    const CheckReport report = checkCatalogue(catalogueWith(
+        "\"depends\":[]", "\"depends\":[\"\"" + QByteArray(",\"\"").repeated(4999) + ']'));
+    QCOMPARE(report.count(Severity::ERROR), 1000);
+    QCOMPARE(report.leftOut(), 4000);
+}
+
+void CatalogueCheckTest::otherRulesAreStillFoundThen()
+{
+    const CheckReport report = checkCatalogue(catalogueWith(
+        "\"depends\":[]", "\"depends\":[" + QByteArray("\"\",").repeated(5000) + "\"99\"]"));
+    QVERIFY(report.has(Rule::DEPENDENCY_UNKNOWN_PACKAGE));
+}
+
+/// Longer than any stack of calls would bear.
+void CatalogueCheckTest::longChainsAndLargeCirclesAreFollowed()
+{
+    constexpr int length = 20'000;
+    const auto chain = [](int last) -> QByteArray {
+        QByteArray bytes = "[";
+        for (int id = 1; id <= length; ++id) {
+            const int needed = id < length ? id + 1 : last;
+            bytes += "{\"id\":" + QByteArray::number(id) +
+                     ",\"versions\":[{\"version\":\"1\",\"depends\":[\"" +
+                     QByteArray::number(needed) + "\"]}]}" + (id < length ? "," : "]");
+        }
+        return bytes;
+    };
+    const CheckReport open = checkCatalogue(chain(length + 1));
+    QVERIFY(open.has(Rule::DEPENDENCY_NOT_INSTALLABLE));
+    QVERIFY(open.has(Rule::DEPENDENCY_UNKNOWN_PACKAGE));
+    QVERIFY(!open.has(Rule::DEPENDENCY_CIRCLE));
+
+    const CheckReport closed = checkCatalogue(chain(1));
+    QVERIFY(!closed.has(Rule::DEPENDENCY_NOT_INSTALLABLE));
+    const auto &findings = closed.findings();
+    const auto circle =
+        std::find_if(findings.cbegin(), findings.cend(), [](const Finding &finding) {
+            return finding.rule == Rule::DEPENDENCY_CIRCLE;
+        });
+    QVERIFY(circle != findings.cend());
+    QCOMPARE(circle->message.count(QStringLiteral(" needs ")), length);
+    QVERIFY(circle->message.startsWith(QStringLiteral("package 1 needs package 2 needs ")));
+    QVERIFY(circle->message.endsWith(QStringLiteral("package 20000 needs package 1.")));
+}
+
+void CatalogueCheckTest::linesAndColumnsCountCharacters()
+{
+    const CheckReport report = checkCatalogue("[\r\n{\"\xc3\xa4\xe2\x82\xac\": 1}, 7]");
+    const auto &findings = report.findings();
+    const auto place = [&findings](Rule rule) -> QString {
+        for (const Finding &finding : findings) {
+            if (finding.rule == rule)
+                return QStringLiteral("%1:%2").arg(finding.line).arg(finding.column);
+        }
+        return QString();
+    };
+    QCOMPARE(place(Rule::KEY_UNKNOWN), QStringLiteral("2:2"));
+    QCOMPARE(place(Rule::TYPE_WRONG), QStringLiteral("2:12"));
+}
+
+KAVO_TEST_MAIN(CatalogueCheckTest)
+#include "CatalogueCheckTest.moc"
