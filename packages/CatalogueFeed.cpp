@@ -32,9 +32,12 @@ CatalogueFeed::CatalogueFeed(const QSharedPointer<Settings> &settings,
     , m_downloads(downloads)
     , m_server(std::move(server))
     , m_largestSize(largestSize)
+{}
+
+QString CatalogueFeed::addressOn(const QString &server)
 {
-    if (!m_server.endsWith(QLatin1Char('/')))
-        m_server += QLatin1Char('/');
+    const bool isFolder = server.endsWith(QLatin1Char('/'));
+    return (isFolder ? server : server + QLatin1Char('/')) + fileName();
 }
 
 void CatalogueFeed::request()
@@ -50,7 +53,7 @@ void CatalogueFeed::request()
 
 void CatalogueFeed::requestFromServer()
 {
-    const auto download = QSharedPointer<Download>::create(m_server + fileName(), true, true);
+    const auto download = QSharedPointer<Download>::create(addressOn(m_server), true, true);
     download->setLargestSize(m_largestSize);
     // Who refreshes wants to know what the server has now.
     download->setAlwaysAsked(true);

@@ -25,6 +25,9 @@ class CatalogueFeed final : public QObject
     Q_OBJECT
 
 public:
+    /// Where this server has its catalogue.
+    static QString addressOn(const QString &server);
+
     /// A catalogue of the server that has more than `largestSize` bytes fails.
     CatalogueFeed(const QSharedPointer<Settings> &settings,
                   const QSharedPointer<Managers::DownloadManager> &downloads, QString server,
