@@ -123,6 +123,8 @@ bool HttpConnection::isUnchanged() const
     const QByteArray known = m_request.header("If-Range");
     if (known.isNull() || m_resource.ignoresIfRange)
         return true;
+    if (m_resource.distrustsIfRange)
+        return false;
     if (known.contains('"'))
         return known.startsWith('"') && known == m_resource.entityTag;
     return known == httpDate(m_resource.lastModified);
@@ -166,7 +168,8 @@ void HttpConnection::prepareGet()
     m_answer.closes = m_resource.getWithoutLength;
     if (m_answer.chunked)
         m_answer.headers += headerLine("Transfer-Encoding", "chunked");
-    addValidators();
+    if (m_answer.status != 206 || !m_resource.hidesMarksOfRange)
+        addValidators();
 }
 
 void HttpConnection::prepareRange()
@@ -186,7 +189,10 @@ void HttpConnection::prepareRange()
     if (dash + 1 < range.size())
         m_answer.end = std::min(m_answer.end, range.mid(dash + 1).toLongLong() + 1);
     m_answer.status = 206;
+    m_answer.end -= m_resource.rangeShortage;
     m_answer.position = std::min(first + m_resource.rangeDisplacement, m_answer.end);
+    if (m_resource.damagesRange)
+        std::reverse(m_resource.body.begin(), m_resource.body.end());
     if (m_resource.hidesContentRange)
         return;
     m_answer.headers +=

@@ -49,6 +49,10 @@ struct HttpResource
     qint64 rangeDisplacement = 0;   ///< 206 starts this much later than asked for
     bool hidesContentRange = false; ///< 206 does not say where it starts
     bool ignoresIfRange = false;    ///< 206 although the file is not the one asked for
+    bool distrustsIfRange = false;  ///< 200 although the file is the one asked for
+    bool damagesRange = false;      ///< 206 brings other bytes than the whole has there
+    qint64 rangeShortage = 0;       ///< 206 leaves out so many bytes of the end
+    bool hidesMarksOfRange = false; ///< 206 has neither date nor tag
 
     // Ends and pauses inside the body of a GET.
     std::optional<qint64> cutAfter;   ///< the connection is closed in good order
