@@ -5,7 +5,7 @@
 # box also carry "engine", so that `ctest -L engine` leaves the window tests out. Tests draw
 # off-screen; KAVO_TEST_PLATFORM=xcb brings them to the display.
 set(KAVO_TEST_PLATFORM "offscreen" CACHE STRING "Qt platform that the tests run on")
-set(KAVO_ENGINE_TEST_FOLDERS core downloads packages tools integration support)
+set(KAVO_ENGINE_TEST_FOLDERS core downloads packages tools probe integration support)
 
 # Everything that `ctest -L engine` runs, and of it what `ctest -L threads` runs.
 add_custom_target(engine_tests)

@@ -2,6 +2,7 @@
 
 #include "tools/CheckCommand.h"
 #include "tools/ExitStatus.h"
+#include "tools/ProbeCommand.h"
 #include "tools/Terminal.h"
 
 #include <QCoreApplication>
@@ -22,6 +23,7 @@ struct Command
 
 constexpr Command Known[] = {
     {"check", "finds what is wrong with a catalogue and its archives", runCheck},
+    {"probe", "finds what users miss of a catalogue server", runProbe},
 };
 
 QByteArray help()
