@@ -1,5 +1,7 @@
 #include "tools/check/DependencyCheck.h"
 
+#include "tools/check/VersionNumber.h"
+
 #include <QSet>
 
 #include <algorithm>
@@ -85,14 +87,14 @@ void DependencyCheck::checkMinimum(const JsonNode &node, const QString &minimum)
 {
     if (minimum.isEmpty())
         return;
-    int end = 0;
-    if (QVersionNumber::fromString(minimum, &end).isNull())
+    const VersionNumber read = readVersionNumber(minimum);
+    if (read.number.isNull())
         m_findings.add(Rule::DEPENDENCY_MINIMUM_IGNORED, node,
                        QStringLiteral("\"%1\" does not begin with a number.").arg(minimum));
-    else if (end != minimum.size())
+    else if (read.end != minimum.size())
         m_findings.add(Rule::DEPENDENCY_END_IGNORED, node,
                        QStringLiteral("Of the minimum \"%1\" the end \"%2\" does not count.")
-                           .arg(minimum, minimum.mid(end)));
+                           .arg(minimum, minimum.mid(read.end)));
 }
 
 void DependencyCheck::checkOffer(int package, const JsonNode &node, std::vector<Need> &needs)

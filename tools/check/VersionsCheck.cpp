@@ -1,5 +1,7 @@
 #include "tools/check/VersionsCheck.h"
 
+#include "tools/check/VersionNumber.h"
+
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -40,15 +42,14 @@ void VersionsCheck::checkText(const VersionView &version)
     }
     if (!node->isText())
         return;
-    int end = 0;
-    const QVersionNumber number = QVersionNumber::fromString(version.version, &end);
-    if (number.isNull())
+    const VersionNumber read = readVersionNumber(version.version);
+    if (read.number.isNull())
         m_findings.add(Rule::VERSION_NOT_NUMBERS, *node,
                        QStringLiteral("\"%1\" does not begin with a number.").arg(version.version));
-    else if (end != version.version.size())
+    else if (read.end != version.version.size())
         m_findings.add(Rule::VERSION_IGNORED_END, *node,
                        QStringLiteral("Of \"%1\" the end \"%2\" does not count.")
-                           .arg(version.version, version.version.mid(end)));
+                           .arg(version.version, version.version.mid(read.end)));
 }
 
 void VersionsCheck::checkChecksum(const VersionView &version)
