@@ -21,11 +21,13 @@ public:
     /// against it. `target` is the folder to unpack into.
     FailureReason examine(const PackageVersion &version, const QString &target);
 
+    /// Whether the archive, which is there, is the one that the catalogue tells of.
+    FailureReason compare(const PackageVersion &version) const;
+
     /// What the archive holds, once nothing spoke against it.
     const Extractors::ArchiveListing &listing() const { return m_reader.listing(); }
 
 private:
-    FailureReason compare(const PackageVersion &version) const;
     FailureReason look(const QString &target);
 
     QString m_archive;

@@ -36,9 +36,14 @@ QByteArray octal(qint64 number, int width)
     return QByteArray::number(number, 8).rightJustified(width - 1, '0') + '\0';
 }
 
+bool hasContent(const TarEntry &entry)
+{
+    return entry.kind == TarEntry::FILE || entry.kind == TarEntry::LONG_NAME;
+}
+
 QByteArray tarHeader(const TarEntry &entry)
 {
-    const bool isFile = entry.kind == TarEntry::FILE;
+    const bool isFile = hasContent(entry);
     QByteArray header;
     header += entry.name.leftJustified(100, '\0', true);
     header += octal(entry.kind == TarEntry::FOLDER ? 0755 : 0644, 8);
@@ -175,7 +180,7 @@ QByteArray tarOf(const QVector<TarEntry> &entries)
     QByteArray archive;
     for (const TarEntry &entry : entries) {
         archive += tarHeader(entry);
-        if (entry.kind != TarEntry::FILE)
+        if (!hasContent(entry))
             continue;
         const int blocks = (entry.content.size() + BlockSize - 1) / BlockSize;
         archive += entry.content.leftJustified(blocks * BlockSize, '\0');

@@ -48,6 +48,7 @@ struct TarEntry
         DEVICE = '3',
         FOLDER = '5',
         PIPE = '6',
+        LONG_NAME = 'L', ///< the content is the name of the next entry, however long
     };
 
     Kind kind;

@@ -39,6 +39,9 @@ private slots:
     void statusTellsTheWorstFinding();
     void unreadableCatalogueIsToldAtOnce_data();
     void unreadableCatalogueIsToldAtOnce();
+    void unreadableFolderOfArchivesIsTold_data();
+    void unreadableFolderOfArchivesIsTold();
+    void archivesAreLookedAtWhenTheirFolderIsNamed();
     void findingsAreLinesForPeople();
     void findingsAreJsonForPrograms();
 
@@ -156,6 +159,42 @@ void CommandsTest::unreadableCatalogueIsToldAtOnce()
     const ToolRun run({QStringLiteral("check"), name}, m_folder.path());
     QCOMPARE(run.status(), 3);
     QVERIFY(run.complaints().contains("cannot be read"));
+}
+
+void CommandsTest::unreadableFolderOfArchivesIsTold_data()
+{
+    QTest::addColumn<QString>("folder");
+
+    QTest::newRow("missing") << QStringLiteral("missing");
+    QTest::newRow("file") << QStringLiteral("packages.json");
+    QTest::newRow("empty name") << QString();
+}
+
+void CommandsTest::unreadableFolderOfArchivesIsTold()
+{
+    QFETCH(QString, folder);
+    const ToolRun run(
+        {QStringLiteral("check"), write(good()), QStringLiteral("--archives"), folder},
+        m_folder.path());
+    QCOMPARE(run.status(), 3);
+    QVERIFY(run.complaints().contains("the folder \"" + folder.toUtf8() + "\" cannot be read"));
+    QCOMPARE(run.output(), QByteArray());
+}
+
+void CommandsTest::archivesAreLookedAtWhenTheirFolderIsNamed()
+{
+    const QString path = write(good());
+    const QTemporaryDir archives;
+    const QStringList arguments{QStringLiteral("check"), path, QStringLiteral("--archives"),
+                                archives.path()};
+    const ToolRun without(arguments);
+    QCOMPARE(without.status(), 2);
+    QVERIFY(without.output().contains("error: archive/missing: \"piers-1.0.zip\" "));
+    QVERIFY(makeArchive(archives.filePath(QStringLiteral("piers-1.0.zip")),
+                        {{QStringLiteral("64/lin.xpl"), "code"}}));
+    const ToolRun with(arguments + QStringList(QStringLiteral("--strict")));
+    QVERIFY2(with.status() == 0, with.output().constData());
+    QVERIFY(with.output().contains("note: archive/unpacked-size: "));
 }
 
 void CommandsTest::findingsAreLinesForPeople()

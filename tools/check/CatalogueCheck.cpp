@@ -24,13 +24,17 @@ void checkContent(const CatalogueView &catalogue, const JsonNode &root, Findings
 
 } // namespace
 
-CheckReport checkCatalogue(const QByteArray &bytes)
+CheckReport checkCatalogue(const QByteArray &bytes, const FurtherCheck &further)
 {
     const JsonTree tree(bytes);
     Findings findings(bytes);
     checkNotation(tree, findings);
-    if (tree.root() && tree.root()->isArray())
-        checkContent(CatalogueView(tree.root()), *tree.root(), findings);
+    if (tree.root() && tree.root()->isArray()) {
+        const CatalogueView catalogue(tree.root());
+        checkContent(catalogue, *tree.root(), findings);
+        if (further)
+            further(tree.bytes(), catalogue, findings);
+    }
     return findings.report();
 }
 

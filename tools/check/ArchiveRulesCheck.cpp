@@ -1,0 +1,135 @@
+#include "tools/check/ArchiveRulesCheck.h"
+
+#include "tools/check/ClientVersion.h"
+
+#include <algorithm>
+
+namespace Kavo::Tools {
+
+namespace {
+
+using Kind = ShippedFiles::Kind;
+
+const JsonNode *removals(const VersionView &version)
+{
+    return version.entries(QLatin1String("uninstall"), QLatin1String("remove"));
+}
+
+const JsonNode *kept(const VersionView &version)
+{
+    return version.entries(QLatin1String("install"), QLatin1String("preserve"));
+}
+
+const JsonNode *backups(const VersionView &version)
+{
+    return version.entries(QLatin1String("install"), QLatin1String("backup"));
+}
+
+/// Where the entries of a list lead, without those that clients skip.
+QStringList placesOf(const JsonNode *list)
+{
+    QStringList places;
+    for (const JsonNode &node : JsonChildren(list)) {
+        const QString place = ClientVersion::placeOf(node.text());
+        if (!place.isEmpty())
+            places.append(place);
+    }
+    return places;
+}
+
+} // namespace
+
+ArchiveRulesCheck::ArchiveRulesCheck(const PackageView &package, Findings &findings)
+    : m_findings(findings)
+{
+    for (const VersionView &version : package.versions) {
+        if (version.node->isObject())
+            collect(version);
+    }
+}
+
+void ArchiveRulesCheck::collect(const VersionView &version)
+{
+    // A file to keep is the add-on's own work, and an original is the simulator's.
+    PathTree others;
+    for (const QString &place : placesOf(kept(version)) + placesOf(backups(version)))
+        others.add(place);
+    for (const JsonNode &node : JsonChildren(removals(version))) {
+        const QString place = ClientVersion::placeOf(node.text());
+        if (!place.isEmpty() && others.find(place) == PathTree::None)
+            m_unmet.push_back({Rule::REMOVE_NAMES_NOTHING, &node, place});
+    }
+    for (const JsonNode &node : JsonChildren(backups(version))) {
+        const QString place = ClientVersion::placeOf(node.text());
+        if (!place.isEmpty())
+            m_unmet.push_back({Rule::BACKUP_NOT_SHIPPED, &node, place});
+    }
+}
+
+void ArchiveRulesCheck::check(const VersionView &version, const ShippedFiles &shipped)
+{
+    checkKept(version, shipped);
+    checkBackups(version, shipped);
+    checkLeftBehind(version, shipped);
+}
+
+void ArchiveRulesCheck::remember(const ShippedFiles &shipped)
+{
+    m_unmet.erase(std::remove_if(m_unmet.begin(), m_unmet.end(),
+                                 [&shipped](const Entry &entry) {
+                                     return shipped.kindOf(entry.place) != Kind::NOTHING;
+                                 }),
+                  m_unmet.end());
+}
+
+void ArchiveRulesCheck::finish()
+{
+    for (const Entry &entry : m_unmet)
+        m_findings.add(entry.rule, *entry.node,
+                       QStringLiteral("No archive of the package brings \"%1\".").arg(entry.place));
+}
+
+void ArchiveRulesCheck::checkKept(const VersionView &version, const ShippedFiles &shipped)
+{
+    for (const JsonNode &node : JsonChildren(kept(version))) {
+        const QString place = ClientVersion::placeOf(node.text());
+        switch (place.isEmpty() ? Kind::NOTHING : shipped.kindOf(place)) {
+        case Kind::NOTHING:
+            break;
+        case Kind::FOLDER:
+            m_findings.add(Rule::PRESERVE_FOLDER, node,
+                           QStringLiteral("\"%1\" is a folder.").arg(place));
+            break;
+        case Kind::FILE:
+        case Kind::LINK:
+            m_findings.add(Rule::PRESERVE_SHIPPED, node,
+                           QStringLiteral("The archive brings \"%1\" itself.").arg(place));
+            break;
+        }
+    }
+}
+
+void ArchiveRulesCheck::checkBackups(const VersionView &version, const ShippedFiles &shipped)
+{
+    for (const JsonNode &node : JsonChildren(backups(version))) {
+        const QString place = ClientVersion::placeOf(node.text());
+        if (!place.isEmpty() && shipped.kindOf(place) == Kind::FOLDER)
+            m_findings.add(Rule::BACKUP_FOLDER, node,
+                           QStringLiteral("\"%1\" is a folder.").arg(place));
+    }
+}
+
+/// A version without any removal rule is told of without a look at its archive.
+void ArchiveRulesCheck::checkLeftBehind(const VersionView &version, const ShippedFiles &shipped)
+{
+    const JsonNode *const list = removals(version);
+    if (!list || !list->firstChild)
+        return;
+    // The original of a backup takes the place of the add-on's file.
+    const SomePaths left = shipped.without(placesOf(list) + placesOf(backups(version)));
+    if (!left.isEmpty())
+        m_findings.add(Rule::ARCHIVE_LEFT_BEHIND, *list,
+                       QStringLiteral("No entry removes ") + left.text() + QLatin1Char('.'));
+}
+
+} // namespace Kavo::Tools

@@ -1,0 +1,52 @@
+#include "tools/check/ClientVersion.h"
+
+#include "packages/CatalogueParser.h"
+#include "packages/CommonPlaces.h"
+#include "packages/ContainedPath.h"
+#include "packages/PackageFiles.h"
+
+namespace Kavo::Tools {
+
+namespace {
+
+/// Stands for the simulator's folder. Nothing can be in it, so that no file of this machine has a
+/// say in what is found.
+const QString &nowhere()
+{
+    static const QString folder = QStringLiteral("/dev/null/simulator");
+    return folder;
+}
+
+QString inSimulator(const QString &path)
+{
+    return path.mid(nowhere().size() + 1);
+}
+
+} // namespace
+
+ClientVersion::ClientVersion(const QByteArray &document, const VersionView &view)
+    : m_version(Models::PackageVersionPointer::create())
+{
+    const JsonNode &node = *view.node;
+    const QByteArray package =
+        "[{\"versions\":[" + document.mid(node.start, node.end - node.start) + "]}]";
+    for (const Models::PackagePointer &read : Models::parseCatalogue(package, QString())) {
+        if (!read->versions().isEmpty())
+            m_version = read->versions().constFirst();
+    }
+}
+
+std::optional<QString> ClientVersion::extractFolder() const
+{
+    const Models::PackageFiles files({nowhere(), QString(), QString()}, *m_version);
+    const QString folder = files.extractFolder();
+    return folder.isEmpty() ? std::nullopt : std::make_optional(inSimulator(folder));
+}
+
+QString ClientVersion::placeOf(const QString &entry)
+{
+    const QString path = containedPath(nowhere(), entry);
+    return path.isEmpty() || isCommonPlace(nowhere(), path) ? QString() : inSimulator(path);
+}
+
+} // namespace Kavo::Tools

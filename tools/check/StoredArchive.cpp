@@ -1,0 +1,74 @@
+#include "tools/check/StoredArchive.h"
+
+#include "core/Sha256.h"
+#include "packages/ArchiveContainment.h"
+#include "packages/ArchiveInspection.h"
+
+#include <QFileInfo>
+
+namespace Kavo::Tools {
+
+using Extractors::ArchiveEntry;
+
+namespace {
+
+/// What 7-Zip calls the file in a stream that does not tell its name.
+QString nameInStream(const QString &path)
+{
+    const QFileInfo file(path);
+    const bool isTar = file.suffix().startsWith(QLatin1Char('t'), Qt::CaseInsensitive);
+    return file.completeBaseName() + (isTar ? QStringLiteral(".tar") : QString());
+}
+
+} // namespace
+
+StoredArchive::StoredArchive(const QString &path, const QString &extractor)
+    : m_path(path)
+    , m_extractor(extractor)
+{
+    Extractors::ArchiveReader reader(extractor, path);
+    m_outcome = reader.list();
+    m_listing = reader.listing();
+    if (m_listing.isStream && m_listing.entries.size() == 1 &&
+        m_listing.entries.constFirst().path.isEmpty())
+        m_listing.entries.first().path = nameInStream(path);
+}
+
+QString StoredArchive::onlyFile() const
+{
+    const ArchiveEntry *only = nullptr;
+    for (const ArchiveEntry &entry : m_listing.entries) {
+        if (entry.kind == ArchiveEntry::Kind::FOLDER)
+            continue;
+        if (only || entry.kind != ArchiveEntry::Kind::FILE)
+            return QString();
+        only = &entry;
+    }
+    return only ? only->path : QString();
+}
+
+std::optional<QString> StoredArchive::wayOut() const
+{
+    // What stands in the simulator of a user is not to be known here, so no link of theirs counts.
+    return ArchiveContainment(m_listing, QStringLiteral("/dev/null")).wayOut();
+}
+
+qint64 StoredArchive::size() const
+{
+    return QFileInfo(m_path).size();
+}
+
+QByteArray StoredArchive::digest()
+{
+    if (m_digest.isEmpty())
+        m_digest = Sha256::ofFile(m_path);
+    return m_digest;
+}
+
+bool StoredArchive::isThatOf(const Models::PackageVersion &version)
+{
+    const QByteArray known = version.sha256.isEmpty() ? QByteArray() : digest();
+    return Models::ArchiveInspection(m_path, known, m_extractor).compare(version).isNone();
+}
+
+} // namespace Kavo::Tools
