@@ -69,6 +69,7 @@ private slots:
     void whatThePartsOfTheEngineAreFedWithIsChecked();
     void manyFindingsOfOneRuleAreCounted();
     void otherRulesAreStillFoundThen();
+    void wrongEncodingIsFoundBehindManyOtherFaults();
     void longChainsAndLargeCirclesAreFollowed();
     void linesAndColumnsCountCharacters();
 };
@@ -197,6 +198,14 @@ void CatalogueCheckTest::otherRulesAreStillFoundThen()
     const CheckReport report = checkCatalogue(catalogueWith(
         "\"depends\":[]", "\"depends\":[" + QByteArray("\"\",").repeated(5000) + "\"99\"]"));
     QVERIFY(report.has(Rule::DEPENDENCY_UNKNOWN_PACKAGE));
+}
+
+void CatalogueCheckTest::wrongEncodingIsFoundBehindManyOtherFaults()
+{
+    const CheckReport report =
+        checkCatalogue(catalogueWith("Piers\"}", QByteArray(500, '\t') + "\xe4\"}"));
+    QVERIFY(report.has(Rule::JSON_TOLERATED));
+    QVERIFY(report.has(Rule::JSON_ENCODING));
 }
 
 /// Longer than any stack of calls would bear.

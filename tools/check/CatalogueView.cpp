@@ -1,5 +1,7 @@
 #include "tools/check/CatalogueView.h"
 
+#include "tools/check/VersionNumber.h"
+
 #include <cmath>
 #include <limits>
 
@@ -29,7 +31,9 @@ PackageView viewOf(const JsonNode &node)
         VersionView version;
         version.node = &child;
         version.version = readText(child.member(QLatin1String("version")));
-        version.number = QVersionNumber::fromString(version.version);
+        const VersionNumber read = readVersionNumber(version.version);
+        version.number = read.number;
+        version.numberEnd = read.end;
         package.versions.push_back(std::move(version));
     }
     package.newest = newestOf(package.versions);

@@ -16,6 +16,7 @@ struct VersionView
     const JsonNode *node = nullptr;
     QString version;
     QVersionNumber number;
+    int numberEnd = 0; ///< where in the text the numbers end
 
     const JsonNode *entries(QLatin1String object, QLatin1String key) const;
     const JsonNode *depends() const { return node->member(QLatin1String("depends")); }

@@ -45,84 +45,94 @@ void DependencyCheck::checkVersion(int package, const VersionView &version)
     std::vector<Need> needs;
     QSet<int> known;
     for (const JsonNode &node : JsonChildren(arrayIn(version.node, QLatin1String("depends")))) {
-        if (!checkForm(node))
+        const Need need = look(node);
+        if (need.id == 0)
             continue;
-        const int id = DependencyEntry::parse(node.text()).packageId;
-        if (known.contains(id))
+        if (known.contains(need.id))
             m_findings.add(Rule::DEPENDENCY_TWICE, node,
                            QStringLiteral("An entry before this one names the package, too."));
-        known.insert(id);
-        checkOffer(package, node, needs);
+        known.insert(need.id);
+        if (need.id == at(package).id)
+            m_findings.add(Rule::DEPENDENCY_ITSELF, node,
+                           QStringLiteral("The entry names the package that it belongs to."));
+        else if (need.package >= 0)
+            needs.push_back(need);
     }
     checkLast(needs);
     if (&version != at(package).newestVersion())
         checkWayBack(package, needs);
 }
 
-bool DependencyCheck::checkForm(const JsonNode &node)
+/// What an entry says is the same wherever it stands.
+DependencyCheck::Need DependencyCheck::look(const JsonNode &node)
 {
     const QString text = node.text();
+    const auto known = m_faultless.constFind(text);
+    if (known != m_faultless.constEnd())
+        return {&node, known->id, known->package};
     if (text.isEmpty()) {
         m_findings.add(Rule::DEPENDENCY_EMPTY, node,
                        node.isText() ? QStringLiteral("The entry is empty.")
                                      : QStringLiteral("Clients read this as an empty entry."));
-        return false;
+        return {};
     }
     const DependencyEntry entry = DependencyEntry::parse(text);
     if (entry.packageId == 0) {
         m_findings.add(
             Rule::DEPENDENCY_NOT_A_NUMBER, node,
             QStringLiteral("\"%1\" does not begin with the number of a package.").arg(text));
-        return false;
+        return {};
     }
-    checkMinimum(node, entry.requiredVersion);
-    if (text.count(QLatin1Char(':')) > 1)
-        m_findings.add(
-            Rule::DEPENDENCY_END_IGNORED, node,
-            QStringLiteral("What follows the second colon of \"%1\" does not count.").arg(text));
-    return true;
+    const Need need{&node, entry.packageId, m_catalogue.find(entry.packageId)};
+    const bool isWellFormed = checkForm(node, text, entry);
+    if (checkOffer(need, entry) && isWellFormed)
+        m_faultless.insert(text, need);
+    return need;
 }
 
-void DependencyCheck::checkMinimum(const JsonNode &node, const QString &minimum)
+/// Returns whether nothing was found.
+bool DependencyCheck::checkForm(const JsonNode &node, const QString &text,
+                                const DependencyEntry &entry)
 {
-    if (minimum.isEmpty())
-        return;
+    const QString &minimum = entry.requiredVersion;
     const VersionNumber read = readVersionNumber(minimum);
-    if (read.number.isNull())
+    const bool hasThirdPart = text.count(QLatin1Char(':')) > 1;
+    if (!minimum.isEmpty() && read.number.isNull())
         m_findings.add(Rule::DEPENDENCY_MINIMUM_IGNORED, node,
                        QStringLiteral("\"%1\" does not begin with a number.").arg(minimum));
     else if (read.end != minimum.size())
         m_findings.add(Rule::DEPENDENCY_END_IGNORED, node,
                        QStringLiteral("Of the minimum \"%1\" the end \"%2\" does not count.")
                            .arg(minimum, minimum.mid(read.end)));
+    if (hasThirdPart)
+        m_findings.add(
+            Rule::DEPENDENCY_END_IGNORED, node,
+            QStringLiteral("What follows the second colon of \"%1\" does not count.").arg(text));
+    return read.end == minimum.size() && !hasThirdPart;
 }
 
-void DependencyCheck::checkOffer(int package, const JsonNode &node, std::vector<Need> &needs)
+/// Returns whether nothing was found.
+bool DependencyCheck::checkOffer(const Need &need, const DependencyEntry &entry)
 {
-    const DependencyEntry entry = DependencyEntry::parse(node.text());
-    const int position = m_catalogue.find(entry.packageId);
-    if (entry.packageId == at(package).id) {
-        m_findings.add(Rule::DEPENDENCY_ITSELF, node,
-                       QStringLiteral("The entry names the package that it belongs to."));
-        return;
-    }
-    if (position < 0) {
+    if (need.package < 0) {
         m_findings.add(
-            Rule::DEPENDENCY_UNKNOWN_PACKAGE, node,
+            Rule::DEPENDENCY_UNKNOWN_PACKAGE, *need.node,
             QStringLiteral("There is no package %1 in the catalogue.").arg(entry.packageId));
-        return;
+        return false;
     }
-    needs.push_back({&node, position});
-    const VersionView *const newest = at(position).newestVersion();
-    if (newest && !entry.isMetBy(newest->version))
-        m_findings.add(Rule::DEPENDENCY_MINIMUM_NOT_OFFERED, node,
+    const PackageView &package = at(need.package);
+    const VersionView *const newest = package.newestVersion();
+    const bool isTooOld = newest && !entry.isMetBy(newest->version);
+    if (isTooOld)
+        m_findings.add(Rule::DEPENDENCY_MINIMUM_NOT_OFFERED, *need.node,
                        QStringLiteral("The newest version of %1 is \"%2\".")
-                           .arg(at(position).label(), newest->version));
-    else if (!m_graph.isInstallable(position))
-        m_findings.add(Rule::DEPENDENCY_NOT_INSTALLABLE, node,
+                           .arg(package.label(), newest->version));
+    else if (!m_graph.isInstallable(need.package))
+        m_findings.add(Rule::DEPENDENCY_NOT_INSTALLABLE, *need.node,
                        newest ? QStringLiteral("%1 needs something that cannot be installed.")
-                                    .arg(at(position).label())
-                              : QStringLiteral("%1 has no version.").arg(at(position).label()));
+                                    .arg(package.label())
+                              : QStringLiteral("%1 has no version.").arg(package.label()));
+    return !isTooOld && m_graph.isInstallable(need.package);
 }
 
 /// Clients wait for the last entry only.

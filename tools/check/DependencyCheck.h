@@ -16,18 +16,18 @@ public:
     void check();
 
 private:
-    /// An entry that names a package of the catalogue.
+    /// What an entry names.
     struct Need
     {
         const JsonNode *node = nullptr;
-        int package = -1;
+        int id = 0;       ///< 0 when the entry names nothing
+        int package = -1; ///< position, negative when the catalogue has no such package
     };
 
     void checkVersion(int package, const VersionView &version);
-    /// Whether the entry can be read.
-    bool checkForm(const JsonNode &node);
-    void checkMinimum(const JsonNode &node, const QString &minimum);
-    void checkOffer(int package, const JsonNode &node, std::vector<Need> &needs);
+    Need look(const JsonNode &node);
+    bool checkForm(const JsonNode &node, const QString &text, const Models::DependencyEntry &entry);
+    bool checkOffer(const Need &need, const Models::DependencyEntry &entry);
     void checkLast(const std::vector<Need> &needs);
     void checkWayBack(int package, const std::vector<Need> &needs);
     void checkCircles();
@@ -37,6 +37,7 @@ private:
     const CatalogueView &m_catalogue;
     Findings &m_findings;
     DependencyGraph m_graph;
+    QHash<QString, Need> m_faultless; ///< by entry
 };
 
 } // namespace Kavo::Tools

@@ -14,6 +14,11 @@ constexpr int MostOfARule = 1000;
 
 Findings::Findings(QByteArray document) : m_document(std::move(document)) {}
 
+bool Findings::isFull(Rule rule) const
+{
+    return m_counts.value(static_cast<int>(rule)) >= MostOfARule;
+}
+
 void Findings::add(Rule rule, const JsonNode &node, const QString &message)
 {
     if (isWanted(rule))

@@ -18,6 +18,10 @@ public:
     /// `document` is what offsets count in.
     explicit Findings(QByteArray document);
 
+    /// Whether further findings of a rule are only counted. What takes long to tell need not be
+    /// told then.
+    bool isFull(Rule rule) const;
+
     /// At the place of a value.
     void add(Rule rule, const JsonNode &node, const QString &message);
     /// At the key of a member.

@@ -43,10 +43,10 @@ QString step(QString key)
 
 bool JsonNode::hasKey(QLatin1String name) const
 {
-    if (keyLength == name.size() &&
-        std::memcmp(rawKey, name.data(), static_cast<std::size_t>(keyLength)) == 0)
-        return true;
-    return std::memchr(rawKey, '\\', static_cast<std::size_t>(keyLength)) && key() == name;
+    if (hasEscapeInKey)
+        return key() == name;
+    return keyLength == name.size() &&
+           std::memcmp(rawKey, name.data(), static_cast<std::size_t>(keyLength)) == 0;
 }
 
 QString JsonNode::text() const

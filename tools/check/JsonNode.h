@@ -56,6 +56,7 @@ private:
     int rawLength = 0;
     const char *rawKey = nullptr;
     int keyLength = 0;
+    bool hasEscapeInKey = false;
 };
 
 /// For loops over the elements of an array or the members of an object; none of a null node.

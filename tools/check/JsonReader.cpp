@@ -11,8 +11,8 @@ namespace {
 /// As deep as the clients' parser goes.
 constexpr std::size_t DeepestNesting = 1024;
 
-/// How many faults of the notation are worth telling.
-constexpr std::size_t MostFaults = 100;
+/// How many faults of one kind are worth telling.
+constexpr int MostFaults = 100;
 
 bool isDigit(char byte)
 {
@@ -142,6 +142,8 @@ bool JsonReader::readKey(JsonNode &node)
     node.keyStart = offset(m_at);
     if (!readText(node.rawKey, node.keyLength))
         return false;
+    const auto length = static_cast<std::size_t>(node.keyLength);
+    node.hasEscapeInKey = std::memchr(node.rawKey, '\\', length) != nullptr;
     skipSpace();
     if (!isAt(':'))
         return fail(QStringLiteral("A colon is expected behind the key"));
@@ -186,7 +188,7 @@ bool JsonReader::readText(const char *&raw, int &length)
     const char *const quote = m_at++;
     raw = m_at;
     m_isWrongEncoding = false;
-    while (!isAtEnd() && *m_at != '"') {
+    for (skipPlain(); !isAtEnd() && *m_at != '"'; skipPlain()) {
         if (*m_at == '\\' ? !readEscape() : !readCharacter())
             return false;
     }
@@ -197,6 +199,13 @@ bool JsonReader::readText(const char *&raw, int &length)
     length = static_cast<int>(m_at - raw);
     ++m_at;
     return true;
+}
+
+/// Skips the characters that most texts consist of.
+void JsonReader::skipPlain()
+{
+    while (!isAtEnd() && *m_at >= 0x20 && *m_at != '"' && *m_at != '\\')
+        ++m_at;
 }
 
 bool JsonReader::readEscape()
@@ -310,7 +319,8 @@ void JsonReader::skipSpace()
 
 void JsonReader::note(JsonFault::Kind kind, const char *at, const QString &reason)
 {
-    if (m_tree.m_faults.size() < MostFaults)
+    int &count = kind == JsonFault::Kind::ENCODING ? m_encodingFaults : m_toleratedFaults;
+    if (++count <= MostFaults)
         m_tree.m_faults.push_back({kind, offset(at), reason});
 }
 

@@ -30,6 +30,7 @@ private:
     bool readKey(JsonNode &node);
     bool readValue(JsonNode &node);
     bool readText(const char *&raw, int &length);
+    void skipPlain();
     bool readEscape();
     bool readCharacter();
     bool readNumber(JsonNode &node);
@@ -43,6 +44,7 @@ private:
     bool isAt(char byte) const { return m_at != m_end && *m_at == byte; }
     int offset(const char *at) const { return static_cast<int>(at - m_begin); }
 
+    /// Notes what does not end the reading.
     void note(JsonFault::Kind kind, const char *at, const QString &reason);
     void noteEncoding(const QString &reason);
     /// Notes what ends the reading; always false.
@@ -54,6 +56,8 @@ private:
     const char *m_at;
     std::vector<Open> m_open;
     bool m_isWrongEncoding = false; ///< of the present text
+    int m_encodingFaults = 0;
+    int m_toleratedFaults = 0;
 };
 
 } // namespace Kavo::Tools

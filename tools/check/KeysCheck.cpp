@@ -75,6 +75,10 @@ void KeysCheck::checkObject(const JsonNode &node, const std::vector<CatalogueKey
 
 void KeysCheck::reportUnknown(const JsonNode &member, const std::vector<CatalogueKey> &keys)
 {
+    if (m_findings.isFull(Rule::KEY_UNKNOWN)) {
+        m_findings.addAtKey(Rule::KEY_UNKNOWN, member, QString());
+        return;
+    }
     QStringList names;
     for (const CatalogueKey &key : keys)
         names.append(key.name);

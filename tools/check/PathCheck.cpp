@@ -7,6 +7,7 @@
 #include <QDir>
 
 #include <algorithm>
+#include <climits>
 
 namespace Kavo::Tools {
 
@@ -15,8 +16,9 @@ namespace {
 /// Stands for the simulator's folder, which a catalogue knows nothing of.
 const QString Simulator = QStringLiteral("/simulator");
 
-/// The longest name of a file, in bytes.
+/// The longest name of a file and the longest path, in bytes.
 constexpr int LongestName = 255;
+constexpr int LongestPath = PATH_MAX - 1;
 
 QString relative(const QString &path)
 {
@@ -76,13 +78,14 @@ void PathCheck::checkExtract(int package, const VersionView &version)
     if ((install && !install->isObject()) || (node && !node->isText()))
         return;
     const QString entry = readText(node);
-    const QString inside = containedPath(Simulator, entry);
-    if (!inside.isEmpty()) {
-        checkSpelling(*node, entry);
-        checkCase(*node, relative(inside));
-        remember(package, relative(inside));
+    const QString path = extractPath(node, entry);
+    if (!path.isEmpty()) {
+        checkCase(*node, path);
+        remember(package, path);
         return;
     }
+    if (!containedPath(Simulator, entry).isEmpty())
+        return;
     const QString clean = QDir::cleanPath(entry);
     if (clean.isEmpty() || clean == QLatin1String("."))
         m_findings.add(Rule::EXTRACT_WHOLE_SIMULATOR, node ? *node : *version.node,
@@ -90,6 +93,20 @@ void PathCheck::checkExtract(int package, const VersionView &version)
     else
         m_findings.add(Rule::PATH_OUTSIDE, *node,
                        QStringLiteral("\"%1\" is no folder in the simulator's.").arg(entry));
+}
+
+/// The clean path, empty when the folder is not in the simulator's or no file system takes it.
+QString PathCheck::extractPath(const JsonNode *node, const QString &entry)
+{
+    const auto known = m_faultlessFolders.constFind(entry);
+    if (known != m_faultlessFolders.constEnd())
+        return *known;
+    const QString inside = containedPath(Simulator, entry);
+    if (inside.isEmpty() || !checkLength(*node, entry))
+        return QString();
+    if (checkSpelling(*node, entry))
+        m_faultlessFolders.insert(entry, relative(inside));
+    return relative(inside);
 }
 
 void PathCheck::checkList(int package, const VersionView &version, QLatin1String object,
@@ -114,18 +131,27 @@ void PathCheck::checkList(int package, const VersionView &version, QLatin1String
 QString PathCheck::checkEntry(const JsonNode &node)
 {
     const QString entry = node.text();
+    // The versions of a package mostly have the same rules.
+    const auto known = m_faultless.constFind(entry);
+    if (known != m_faultless.constEnd())
+        return *known;
     const QString inside = containedPath(Simulator, entry);
     if (inside.isEmpty()) {
         reportOutside(node, entry);
         return QString();
     }
-    checkSpelling(node, entry);
+    if (!checkLength(node, entry))
+        return QString();
+    const bool isFaultless = checkSpelling(node, entry);
     const QString path = relative(inside);
-    if (!m_common.contains(path.toLower()))
-        return path;
-    m_findings.add(Rule::PATH_BELONGS_TO_ALL, node,
-                   QStringLiteral("\"%1\" is not the add-on's own.").arg(path));
-    return QString();
+    if (m_common.contains(path.toLower())) {
+        m_findings.add(Rule::PATH_BELONGS_TO_ALL, node,
+                       QStringLiteral("\"%1\" is not the add-on's own.").arg(path));
+        return QString();
+    }
+    if (isFaultless)
+        m_faultless.insert(entry, path);
+    return path;
 }
 
 /// Tells why clients do not follow an entry.
@@ -148,7 +174,17 @@ void PathCheck::reportOutside(const JsonNode &node, const QString &entry)
                        QStringLiteral("\"%1\" leads out of the simulator's folder.").arg(entry));
 }
 
-void PathCheck::checkSpelling(const JsonNode &node, const QString &entry)
+bool PathCheck::checkLength(const JsonNode &node, const QString &entry)
+{
+    if (entry.size() <= LongestPath && entry.toUtf8().size() <= LongestPath)
+        return true;
+    m_findings.add(Rule::PATH_REFUSED_NAME, node,
+                   QStringLiteral("The path has more than %1 bytes.").arg(LongestPath));
+    return false;
+}
+
+/// Returns whether nothing was found.
+bool PathCheck::checkSpelling(const JsonNode &node, const QString &entry)
 {
     if (entry.contains(QLatin1Char('\\')))
         m_findings.add(Rule::PATH_BACKSLASH, node,
@@ -156,26 +192,28 @@ void PathCheck::checkSpelling(const JsonNode &node, const QString &entry)
     if (Extractors::SevenZipProcess::isPattern(entry))
         m_findings.add(Rule::PATH_WILDCARD, node,
                        QStringLiteral("There is \"*\" or \"?\" in \"%1\".").arg(entry));
-    int start = 0;
-    while (start <= entry.size()) {
-        const int slash = entry.indexOf(QLatin1Char('/'), start);
-        const int end = slash < 0 ? entry.size() : slash;
-        checkName(node, entry, entry.mid(start, end - start));
-        start = end + 1;
-    }
+    bool isFaultless =
+        !entry.contains(QLatin1Char('\\')) && !Extractors::SevenZipProcess::isPattern(entry);
+    for (const QString &name : entry.split(QLatin1Char('/'), Qt::SkipEmptyParts))
+        isFaultless = checkName(node, entry, name) && isFaultless;
+    return isFaultless;
 }
 
-void PathCheck::checkName(const JsonNode &node, const QString &entry, const QString &name)
+bool PathCheck::checkName(const JsonNode &node, const QString &entry, const QString &name)
 {
-    if (name.endsWith(QLatin1Char(' ')))
+    const bool endsInBlank = name.endsWith(QLatin1Char(' '));
+    const bool isTooLong = name.toUtf8().size() > LongestName;
+    const bool hasControls = std::any_of(name.cbegin(), name.cend(), isControl);
+    if (endsInBlank)
         m_findings.add(Rule::PATH_BLANK_AT_END, node,
                        QStringLiteral("In \"%1\" a name ends in a blank.").arg(entry));
-    if (name.toUtf8().size() > LongestName)
+    if (isTooLong)
         m_findings.add(Rule::PATH_REFUSED_NAME, node,
                        QStringLiteral("A name has more than %1 bytes.").arg(LongestName));
-    else if (std::any_of(name.cbegin(), name.cend(), isControl))
+    else if (hasControls)
         m_findings.add(Rule::PATH_REFUSED_NAME, node,
                        QStringLiteral("There is a control character in a name."));
+    return !endsInBlank && !isTooLong && !hasControls;
 }
 
 /// Compares each folder on the way, too.
@@ -185,10 +223,13 @@ void PathCheck::checkCase(const JsonNode &node, const QString &path)
         return;
     for (int end = path.indexOf(QLatin1Char('/'));; end = path.indexOf(QLatin1Char('/'), end + 1)) {
         const QString part = path.left(end);
-        const QString &known = *m_spelt.insert(part.toLower(), m_spelt.value(part.toLower(), part));
-        if (known != part) {
+        const QString folded = part.toLower();
+        const auto known = m_spelt.constFind(folded);
+        if (known == m_spelt.constEnd()) {
+            m_spelt.insert(folded, part);
+        } else if (*known != part) {
             m_findings.add(Rule::PATH_CASE_DIFFERS, node,
-                           QStringLiteral("\"%1\" is spelt \"%2\" elsewhere.").arg(part, known));
+                           QStringLiteral("\"%1\" is spelt \"%2\" elsewhere.").arg(part, *known));
             return;
         }
         if (end < 0)

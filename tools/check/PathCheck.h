@@ -35,12 +35,14 @@ private:
     void checkVersion(int package, const VersionView &version);
     void checkRemoval(const VersionView &version);
     void checkExtract(int package, const VersionView &version);
+    QString extractPath(const JsonNode *node, const QString &entry);
     void checkList(int package, const VersionView &version, QLatin1String object,
                    QLatin1String key);
     /// The clean path, empty when clients do not follow the entry.
     QString checkEntry(const JsonNode &node);
-    void checkSpelling(const JsonNode &node, const QString &entry);
-    void checkName(const JsonNode &node, const QString &entry, const QString &name);
+    bool checkLength(const JsonNode &node, const QString &entry);
+    bool checkSpelling(const JsonNode &node, const QString &entry);
+    bool checkName(const JsonNode &node, const QString &entry, const QString &name);
     void checkCase(const JsonNode &node, const QString &path);
     void reportOutside(const JsonNode &node, const QString &entry);
     void checkHeldByOthers(const CatalogueView &catalogue);
@@ -48,10 +50,12 @@ private:
     void remember(int package, const QString &path);
 
     Findings &m_findings;
-    QSet<QString> m_common;            ///< in lower case
-    QHash<QString, QString> m_spelt;   ///< by lower case
-    QSet<QString> m_wellSpelt;         ///< whole paths that were compared already
-    QHash<QString, int> m_lastPackage; ///< that named a path
+    QHash<QString, QString> m_faultlessFolders; ///< to unpack into, clean paths by entry
+    QHash<QString, QString> m_faultless;        ///< clean paths by entry
+    QSet<QString> m_common;                     ///< in lower case
+    QHash<QString, QString> m_spelt;            ///< by lower case
+    QSet<QString> m_wellSpelt;                  ///< whole paths that were compared already
+    QHash<QString, int> m_lastPackage;          ///< that named a path
     std::vector<Named> m_named;
     std::vector<Removed> m_removed;
 };

@@ -1,7 +1,5 @@
 #include "tools/check/VersionsCheck.h"
 
-#include "tools/check/VersionNumber.h"
-
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -42,14 +40,13 @@ void VersionsCheck::checkText(const VersionView &version)
     }
     if (!node->isText())
         return;
-    const VersionNumber read = readVersionNumber(version.version);
-    if (read.number.isNull())
+    if (version.number.isNull())
         m_findings.add(Rule::VERSION_NOT_NUMBERS, *node,
                        QStringLiteral("\"%1\" does not begin with a number.").arg(version.version));
-    else if (read.end != version.version.size())
+    else if (version.numberEnd != version.version.size())
         m_findings.add(Rule::VERSION_IGNORED_END, *node,
                        QStringLiteral("Of \"%1\" the end \"%2\" does not count.")
-                           .arg(version.version, version.version.mid(read.end)));
+                           .arg(version.version, version.version.mid(version.numberEnd)));
 }
 
 void VersionsCheck::checkChecksum(const VersionView &version)
