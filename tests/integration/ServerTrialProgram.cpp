@@ -1,0 +1,45 @@
+// The main job on a web server that is running already.
+//
+//     server_trial SERVER FOLDER [PUBLISHER]
+//
+// SERVER is an address that ends in a slash. What is put into FOLDER can be had from there, where
+// need be after PUBLISHER has been run with the folder as its argument. Prints three lines, of the
+// main job, of a download that is cut, and of an archive that is replaced after a cut. Ends with
+// status 1 when one of them leaves the user without the add-on, or with a damaged one.
+
+#include "tests/integration/ServerTrial.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+using Kavo::Testing::ScratchProfile;
+using Kavo::Testing::ServerTrial;
+
+namespace {
+
+using Outcome = ServerTrial::Outcome;
+
+bool isGood(Outcome outcome)
+{
+    return outcome != Outcome::Failed && outcome != Outcome::Mixed;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const ScratchProfile profile;
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() < 3)
+        return 2;
+    bool areGood = true;
+    for (const auto trial :
+         {&ServerTrial::mainJob, &ServerTrial::resume, &ServerTrial::replacement}) {
+        ServerTrial one(QUrl(arguments.at(1)), arguments.at(2), arguments.value(3));
+        const Outcome outcome = (one.*trial)();
+        QTextStream(stdout) << ServerTrial::nameOf(outcome) << Qt::endl;
+        areGood = areGood && isGood(outcome);
+    }
+    return areGood ? 0 : 1;
+}
