@@ -80,7 +80,6 @@ void PathCheck::checkExtract(int package, const VersionView &version)
     const QString entry = readText(node);
     const QString path = extractPath(node, entry);
     if (!path.isEmpty()) {
-        checkCase(*node, path);
         remember(package, path);
         return;
     }
@@ -104,9 +103,11 @@ QString PathCheck::extractPath(const JsonNode *node, const QString &entry)
     const QString inside = containedPath(Simulator, entry);
     if (inside.isEmpty() || !checkLength(*node, entry))
         return QString();
-    if (checkSpelling(*node, entry))
-        m_faultlessFolders.insert(entry, relative(inside));
-    return relative(inside);
+    const QString path = relative(inside);
+    const bool isFaultless = checkSpelling(*node, entry);
+    if (checkCase(*node, path) && isFaultless)
+        m_faultlessFolders.insert(entry, path);
+    return path;
 }
 
 void PathCheck::checkList(int package, const VersionView &version, QLatin1String object,
@@ -121,7 +122,6 @@ void PathCheck::checkList(int package, const VersionView &version, QLatin1String
             m_findings.add(Rule::PATH_TWICE, node,
                            QStringLiteral("\"%1\" stands in this list already.").arg(path));
         known.insert(path);
-        checkCase(node, path);
         remember(package, path);
         if (key == QLatin1String("remove"))
             m_removed.push_back({path, package, &node});
@@ -149,7 +149,7 @@ QString PathCheck::checkEntry(const JsonNode &node)
                        QStringLiteral("\"%1\" is not the add-on's own.").arg(path));
         return QString();
     }
-    if (isFaultless)
+    if (checkCase(node, path) && isFaultless)
         m_faultless.insert(entry, path);
     return path;
 }
@@ -216,11 +216,9 @@ bool PathCheck::checkName(const JsonNode &node, const QString &entry, const QStr
     return !endsInBlank && !isTooLong && !hasControls;
 }
 
-/// Compares each folder on the way, too.
-void PathCheck::checkCase(const JsonNode &node, const QString &path)
+/// Compares each folder on the way, too. Returns whether nothing was found.
+bool PathCheck::checkCase(const JsonNode &node, const QString &path)
 {
-    if (m_wellSpelt.contains(path))
-        return;
     for (int end = path.indexOf(QLatin1Char('/'));; end = path.indexOf(QLatin1Char('/'), end + 1)) {
         const QString part = path.left(end);
         const QString folded = part.toLower();
@@ -230,12 +228,11 @@ void PathCheck::checkCase(const JsonNode &node, const QString &path)
         } else if (*known != part) {
             m_findings.add(Rule::PATH_CASE_DIFFERS, node,
                            QStringLiteral("\"%1\" is spelt \"%2\" elsewhere.").arg(part, *known));
-            return;
+            return false;
         }
         if (end < 0)
-            break;
+            return true;
     }
-    m_wellSpelt.insert(path);
 }
 
 void PathCheck::remember(int package, const QString &path)

@@ -43,7 +43,7 @@ private:
     bool checkLength(const JsonNode &node, const QString &entry);
     bool checkSpelling(const JsonNode &node, const QString &entry);
     bool checkName(const JsonNode &node, const QString &entry, const QString &name);
-    void checkCase(const JsonNode &node, const QString &path);
+    bool checkCase(const JsonNode &node, const QString &path);
     void reportOutside(const JsonNode &node, const QString &entry);
     void checkHeldByOthers(const CatalogueView &catalogue);
     const Named *otherIn(const Removed &removed) const;
@@ -54,7 +54,6 @@ private:
     QHash<QString, QString> m_faultless;        ///< clean paths by entry
     QSet<QString> m_common;                     ///< in lower case
     QHash<QString, QString> m_spelt;            ///< by lower case
-    QSet<QString> m_wellSpelt;                  ///< whole paths that were compared already
     QHash<QString, int> m_lastPackage;          ///< that named a path
     std::vector<Named> m_named;
     std::vector<Removed> m_removed;
