@@ -3,6 +3,7 @@
 #include "tools/CheckCommand.h"
 #include "tools/ExitStatus.h"
 #include "tools/ProbeCommand.h"
+#include "tools/SchemaCommand.h"
 #include "tools/Terminal.h"
 
 #include <QCoreApplication>
@@ -24,6 +25,7 @@ struct Command
 constexpr Command Known[] = {
     {"check", "finds what is wrong with a catalogue and its archives", runCheck},
     {"probe", "finds what users miss of a catalogue server", runProbe},
+    {"schema", "prints the JSON Schema of catalogues, for editors", runSchema},
 };
 
 QByteArray help()

@@ -27,7 +27,7 @@ KAVO_RUN_PACKAGES=(
 # bring another, and systemd with it. libsm-dev makes the session of a desktop that a test ends.
 KAVO_TEST_PACKAGES=(
     clang-format desktop-file-utils appstream shellcheck
-    at-spi2-core python3-pyatspi dbus-x11 dbus-daemon x11-utils libsm-dev
+    at-spi2-core python3-pyatspi python3-jsonschema dbus-x11 dbus-daemon x11-utils libsm-dev
 )
 
 # To check the sources, besides those to build.
