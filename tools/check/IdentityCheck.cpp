@@ -95,7 +95,7 @@ void IdentityCheck::checkKind(const PackageView &package)
     if (!nearest.isEmpty())
         m_findings.add(
             Rule::KIND_SPELLING, *node,
-            QStringLiteral("\"%1\" is not in the filter. Was \"%2\" meant?").arg(kind, nearest));
+            QStringLiteral("\"%1\" is no kind that clients know. Was \"%2\" meant?").arg(kind, nearest));
 }
 
 void IdentityCheck::checkOffer(const PackageView &package)
