@@ -8,9 +8,13 @@
 #include "tools/check/ArchiveCheck.h"
 #include "tools/check/CatalogueCheck.h"
 #include "tools/check/ReportText.h"
+#include "tools/simulation/EndRequest.h"
+#include "tools/simulation/UpdateSimulation.h"
 
 #include <QFile>
 #include <QFileInfo>
+
+#include <csignal>
 
 namespace Kavo::Tools {
 
@@ -32,7 +36,10 @@ void declareOptions(QCommandLineParser &parser)
          {QStringLiteral("archives"),
           QStringLiteral("Looks into the archives as well, which lie in this folder under their "
                          "own names or as on the server."),
-          QStringLiteral("folder")}});
+          QStringLiteral("folder")},
+         {QStringLiteral("simulate"),
+          QStringLiteral("Also installs every version, alone and over each older one, in a "
+                         "temporary folder.")}});
 }
 
 /// What is wrong with the values of the options, empty when nothing is.
@@ -41,6 +48,8 @@ QString faultOf(const QCommandLineParser &parser)
     const QString format = parser.value(QStringLiteral("format"));
     if (format != QLatin1String("text") && format != QLatin1String("json"))
         return QStringLiteral("there is no format \"%1\"; text and json are").arg(format);
+    if (parser.isSet(QStringLiteral("simulate")) && !parser.isSet(QStringLiteral("archives")))
+        return QStringLiteral("--simulate needs the folder of --archives");
     return QString();
 }
 
@@ -55,13 +64,65 @@ QString unreadableOf(const ArchiveFolder &folder, const QString &name)
     return QString();
 }
 
-FurtherCheck checkOfArchives(const ArchiveFolder &folder)
+/// What there is to do with archives, and what came of it besides the findings.
+struct ArchiveWork
 {
-    return
-        [&folder](const QByteArray &document, const CatalogueView &catalogue, Findings &findings) {
-            ArchiveCheck(document, folder, PackageEnvironment::standard().extractor, findings)
-                .check(catalogue);
-        };
+    ArchiveFolder folder;
+    bool isSimulated = false;
+    QStringList untried = {};
+};
+
+/// A signal ends the program as soon as everything that is scratch is gone.
+void simulate(const QByteArray &document, const CatalogueView &catalogue, Findings &findings,
+              ArchiveWork &work)
+{
+    {
+        const EndRequest request;
+        UpdateSimulation simulation(document, catalogue, work.folder,
+                                    PackageEnvironment::standard().extractor, findings);
+        complain(QStringLiteral("trying %1 installations and %2 updates")
+                     .arg(simulation.installations())
+                     .arg(simulation.updates()));
+        simulation.run();
+        work.untried = simulation.untried();
+    }
+    if (EndRequest::signal() != 0)
+        std::raise(EndRequest::signal());
+}
+
+FurtherCheck checkOfArchives(ArchiveWork &work)
+{
+    return [&work](const QByteArray &document, const CatalogueView &catalogue, Findings &findings) {
+        ArchiveCheck(document, work.folder, PackageEnvironment::standard().extractor, findings)
+            .check(catalogue);
+        if (work.isSimulated)
+            simulate(document, catalogue, findings, work);
+    };
+}
+
+/// Prints what was found and returns the exit status.
+int report(const CheckReport &found, const QString &path, const QCommandLineParser &options)
+{
+    print(options.value(QStringLiteral("format")) == QLatin1String("json")
+              ? reportAsJson(found, path)
+              : reportAsText(found, path));
+    return statusOf(found, options.isSet(QStringLiteral("strict")));
+}
+
+int checkWithArchives(const QByteArray &bytes, const QString &path,
+                      const QCommandLineParser &options)
+{
+    const QString name = options.value(QStringLiteral("archives"));
+    ArchiveWork work{ArchiveFolder(name), options.isSet(QStringLiteral("simulate"))};
+    const QString unreadable = unreadableOf(work.folder, name);
+    if (!unreadable.isEmpty()) {
+        complain(unreadable);
+        return NOT_READ;
+    }
+    const int status = report(checkCatalogue(bytes, checkOfArchives(work)), path, options);
+    for (const QString &untried : qAsConst(work.untried))
+        complain(untried);
+    return work.untried.isEmpty() ? status : NOT_READ;
 }
 
 } // namespace
@@ -69,7 +130,7 @@ FurtherCheck checkOfArchives(const ArchiveFolder &folder)
 int runCheck(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("check FILE [--format text|json] [--strict]"
-                                    " [--archives FOLDER]"),
+                                    " [--archives FOLDER [--simulate]]"),
                      QStringLiteral("Finds what is wrong with a catalogue."));
     const QCommandLineParser &options = line.parser();
     declareOptions(line.parser());
@@ -86,20 +147,9 @@ int runCheck(const QStringList &arguments)
         complain(QStringLiteral("%1 cannot be read").arg(path));
         return NOT_READ;
     }
-    const bool hasArchives = options.isSet(QStringLiteral("archives"));
-    const QString name = options.value(QStringLiteral("archives"));
-    const ArchiveFolder folder(name);
-    const QString unreadable = hasArchives ? unreadableOf(folder, name) : QString();
-    if (!unreadable.isEmpty()) {
-        complain(unreadable);
-        return NOT_READ;
-    }
-    const CheckReport report =
-        checkCatalogue(file.readAll(), hasArchives ? checkOfArchives(folder) : FurtherCheck());
-    print(options.value(QStringLiteral("format")) == QLatin1String("json")
-              ? reportAsJson(report, path)
-              : reportAsText(report, path));
-    return statusOf(report, options.isSet(QStringLiteral("strict")));
+    if (options.isSet(QStringLiteral("archives")))
+        return checkWithArchives(file.readAll(), path, options);
+    return report(checkCatalogue(file.readAll()), path, options);
 }
 
 } // namespace Kavo::Tools

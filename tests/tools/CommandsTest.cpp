@@ -96,6 +96,9 @@ void CommandsTest::whatIsNotUnderstoodIsTold_data()
     QTest::newRow("format") << QStringList({QStringLiteral("check"), QStringLiteral("a"),
                                             QStringLiteral("--format"), QStringLiteral("xml")})
                             << QByteArray("there is no format \"xml\"");
+    QTest::newRow("simulation without archives")
+        << QStringList({QStringLiteral("check"), QStringLiteral("a"), QStringLiteral("--simulate")})
+        << QByteArray("--simulate needs the folder of --archives");
 }
 
 void CommandsTest::whatIsNotUnderstoodIsTold()

@@ -5,6 +5,8 @@
 #include "packages/ContainedPath.h"
 #include "packages/PackageFiles.h"
 
+#include <utility>
+
 namespace Kavo::Tools {
 
 namespace {
@@ -35,6 +37,9 @@ ClientVersion::ClientVersion(const QByteArray &document, const VersionView &view
             m_version = read->versions().constFirst();
     }
 }
+
+ClientVersion::ClientVersion(Models::PackageVersionPointer version) : m_version(std::move(version))
+{}
 
 std::optional<QString> ClientVersion::extractFolder() const
 {

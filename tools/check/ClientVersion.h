@@ -17,6 +17,8 @@ class ClientVersion final
 public:
     /// `document` is the catalogue that the view is of.
     ClientVersion(const QByteArray &document, const VersionView &view);
+    /// One that was read before.
+    explicit ClientVersion(Models::PackageVersionPointer version);
 
     const Models::PackageVersionPointer &version() const { return m_version; }
 

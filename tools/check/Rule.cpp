@@ -249,6 +249,10 @@ constexpr RuleText Texts[] = {
     {Rule::UPDATE_LEFT_OVER, "update/left-over", Severity::WARNING,
      "Files of the older version stay in the simulator after the update.",
      "Add them to the removal rule of the newer version."},
+    {Rule::UPDATE_LACKS_FILE, "update/lacks-file", Severity::ERROR,
+     "After the update files are not there that an installation of the newer version alone leaves.",
+     "Back up what the older version replaces, and let the removal rule of the newer version name "
+     "only what one of the two brings."},
     {Rule::UPDATE_FAILS, "update/fails", Severity::ERROR,
      "Clients cannot update from the older version.",
      "Try the archive and the rules of the newer version."},

@@ -1,0 +1,45 @@
+#include "tools/simulation/EndRequest.h"
+
+#include <array>
+#include <atomic>
+#include <csignal>
+
+namespace Kavo::Tools {
+
+namespace {
+
+constexpr std::array<int, 3> Numbers = {SIGTERM, SIGINT, SIGHUP};
+
+/// A signal handler is a plain function, so what it needs cannot be the object's own.
+std::atomic<int> come = 0;
+std::array<struct sigaction, Numbers.size()> before = {};
+
+void onSignal(int number)
+{
+    come = number;
+}
+
+} // namespace
+
+EndRequest::EndRequest()
+{
+    come = 0;
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    action.sa_flags = SA_RESTART;
+    for (std::size_t index = 0; index < Numbers.size(); ++index)
+        ::sigaction(Numbers.at(index), &action, &before.at(index));
+}
+
+EndRequest::~EndRequest()
+{
+    for (std::size_t index = 0; index < Numbers.size(); ++index)
+        ::sigaction(Numbers.at(index), &before.at(index), nullptr);
+}
+
+int EndRequest::signal()
+{
+    return come;
+}
+
+} // namespace Kavo::Tools
