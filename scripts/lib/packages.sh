@@ -39,6 +39,10 @@ KAVO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 # To measure, besides those to build and to run.
 KAVO_BENCH_PACKAGES=(curl aria2)
 
+# To check web servers, besides those to build and to run. The servers come without packages, see
+# servers.sh.
+KAVO_SERVER_PACKAGES=(curl python3)
+
 # To make the Debian package, besides those to build.
 KAVO_PACKAGE_PACKAGES=(dpkg-dev file)
 
