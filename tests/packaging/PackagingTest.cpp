@@ -60,6 +60,16 @@ QString firstMatch(const QString &text, const QString &pattern)
     return QRegularExpression(pattern, QRegularExpression::MultilineOption).match(text).captured(1);
 }
 
+/// What the build has settled for a field of a package, which CPack calls by its component.
+QString packageField(const char *component, const char *field)
+{
+    const QString configuration =
+        QString::fromUtf8(readFile(QStringLiteral(KAVO_BUILD_FOLDER "/CPackConfig.cmake")));
+    return firstMatch(configuration,
+                      QStringLiteral("^set\\(CPACK_DEBIAN_%1_PACKAGE_%2 \"([^\"]*)\"\\)")
+                          .arg(QLatin1String(component), QLatin1String(field)));
+}
+
 } // namespace
 
 /// Installs the program into a scratch root, as a packager would, and looks at what came of it.
@@ -71,6 +81,8 @@ private slots:
     void initTestCase();
 
     void installationHoldsTheseFilesAndNoOther();
+    void catalogueToolHasAPackageOfItsOwn();
+    void fullPackageReplacesTheSmallOne();
     void permissionsDoNotDependOnTheBuilder();
     void commandIsARelativeLinkToTheProgram();
     void translationLiesBesideTheProgram();
@@ -84,9 +96,11 @@ private slots:
     void versionIsTheSameEverywhere();
 
 private:
+    static void install(const QString &root, const QStringList &options);
     QString installed(const QString &path) const { return m_root.filePath(path); }
     /// Paths below the root.
-    QStringList find(QDir::Filters filters) const;
+    QStringList find(QDir::Filters filters) const { return find(m_root.path(), filters); }
+    static QStringList find(const QString &root, QDir::Filters filters);
 
     QTemporaryDir m_root;
 };
@@ -94,27 +108,33 @@ private:
 void PackagingTest::initTestCase()
 {
     QVERIFY(m_root.isValid());
+    install(m_root.path(), {});
+}
+
+void PackagingTest::install(const QString &root, const QStringList &options)
+{
     QProcess process;
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DESTDIR"), m_root.path());
+    environment.insert(QStringLiteral("DESTDIR"), root);
     process.setProcessEnvironment(environment);
     process.setProcessChannelMode(QProcess::MergedChannels);
     const mode_t before = ::umask(077);
     process.start(QStringLiteral(KAVO_CMAKE),
-                  {QStringLiteral("--install"), QStringLiteral(KAVO_BUILD_FOLDER),
-                   QStringLiteral("--prefix"), QStringLiteral("/usr")});
+                  QStringList{QStringLiteral("--install"), QStringLiteral(KAVO_BUILD_FOLDER),
+                              QStringLiteral("--prefix"), QStringLiteral("/usr")} +
+                      options);
     const bool finished = process.waitForFinished();
     ::umask(before);
     QVERIFY2(finished && process.exitCode() == 0, process.readAll().constData());
 }
 
-QStringList PackagingTest::find(QDir::Filters filters) const
+QStringList PackagingTest::find(const QString &root, QDir::Filters filters)
 {
     QStringList found;
-    QDirIterator iterator(m_root.path(), filters | QDir::Hidden | QDir::NoDotAndDotDot,
+    QDirIterator iterator(root, filters | QDir::Hidden | QDir::NoDotAndDotDot,
                           QDirIterator::Subdirectories);
     while (iterator.hasNext())
-        found.append(QDir(m_root.path()).relativeFilePath(iterator.next()));
+        found.append(QDir(root).relativeFilePath(iterator.next()));
     found.sort();
     return found;
 }
@@ -123,6 +143,7 @@ void PackagingTest::installationHoldsTheseFilesAndNoOther()
 {
     const QString data = QStringLiteral("usr/share/");
     QStringList expected{
+        QStringLiteral("usr/bin/kavo-catalogue"),
         QStringLiteral("usr/bin/kavo-suite"),
         QStringLiteral("usr/lib/kavo-suite/kavo-suite"),
         QStringLiteral("usr/lib/kavo-suite/translations/qt_de.qm"),
@@ -132,6 +153,7 @@ void PackagingTest::installationHoldsTheseFilesAndNoOther()
         data + QStringLiteral("doc/kavo-suite/fonts-font-awesome.txt"),
         data + QStringLiteral("doc/kavo-suite/fonts-manrope.txt"),
         data + QStringLiteral("icons/hicolor/scalable/apps/kavo-suite.svg"),
+        data + QStringLiteral("man/man1/kavo-catalogue.1.gz"),
         data + QStringLiteral("man/man1/kavo-suite.1.gz"),
         data + QStringLiteral("metainfo/") + DesktopId + QStringLiteral(".metainfo.xml"),
     };
@@ -139,6 +161,34 @@ void PackagingTest::installationHoldsTheseFilesAndNoOther()
         expected.append(data + QStringLiteral("icons/hicolor/%1x%1/apps/kavo-suite.png").arg(size));
     expected.sort();
     QCOMPARE(find(QDir::Files | QDir::System), expected);
+}
+
+void PackagingTest::catalogueToolHasAPackageOfItsOwn()
+{
+    const QTemporaryDir root;
+    install(root.path(), {QStringLiteral("--component"), QStringLiteral("catalogue")});
+    const QStringList shared{QStringLiteral("usr/bin/kavo-catalogue"),
+                             QStringLiteral("usr/share/man/man1/kavo-catalogue.1.gz")};
+    const QString documents = QStringLiteral("usr/share/doc/kavo-catalogue/");
+    QStringList expected{documents + QStringLiteral("changelog.gz"),
+                         documents + QStringLiteral("copyright")};
+    expected += shared;
+    expected.sort();
+    QCOMPARE(find(root.path(), QDir::Files | QDir::System), expected);
+    for (const QString &file : shared) {
+        QVERIFY(!readFile(root.filePath(file)).isEmpty());
+        QVERIFY2(readFile(root.filePath(file)) == readFile(installed(file)), qPrintable(file));
+    }
+}
+
+/// Both packages hold the command, and two packages cannot own one file.
+void PackagingTest::fullPackageReplacesTheSmallOne()
+{
+    QCOMPARE(packageField("SUITE", "CONFLICTS"), QStringLiteral("kavo-catalogue"));
+    QCOMPARE(packageField("SUITE", "REPLACES"), QStringLiteral("kavo-catalogue"));
+    QCOMPARE(packageField("SUITE", "PROVIDES"),
+             QStringLiteral("kavo-catalogue (= %1)").arg(Version));
+    QCOMPARE(packageField("CATALOGUE", "REPLACES"), QString());
 }
 
 void PackagingTest::permissionsDoNotDependOnTheBuilder()
@@ -151,7 +201,8 @@ void PackagingTest::permissionsDoNotDependOnTheBuilder()
     };
     QVERIFY(!find(QDir::Files).isEmpty());
     for (const QString &file : find(QDir::Files)) {
-        const bool runs = file.endsWith(QLatin1String("/kavo-suite"));
+        const bool runs = file.endsWith(QLatin1String("/kavo-suite")) ||
+                          file.endsWith(QLatin1String("/kavo-catalogue"));
         QVERIFY2(modeOf(file) == (runs ? 0755 : 0644), qPrintable(file));
     }
 }
@@ -181,13 +232,11 @@ void PackagingTest::translationLiesBesideTheProgram()
 
 void PackagingTest::packageBringsWhatTheProgramLoads()
 {
-    const QString configuration =
-        QString::fromUtf8(readFile(QStringLiteral(KAVO_BUILD_FOLDER "/CPackConfig.cmake")));
-    const QString depends = firstMatch(
-        configuration, QStringLiteral("^set\\(CPACK_DEBIAN_PACKAGE_DEPENDS \"([^\"]*)\"\\)"));
+    const QString depends = packageField("SUITE", "DEPENDS");
     for (const char *package :
          {"p7zip-full", "plocate | locate", "libqt5sql5-sqlite", "qttranslations5-l10n"})
         QVERIFY2(depends.split(QStringLiteral(", ")).contains(QLatin1String(package)), package);
+    QCOMPARE(packageField("CATALOGUE", "DEPENDS"), QStringLiteral("p7zip-full"));
 }
 
 void PackagingTest::iconsHaveTheSizeOfTheirFolder()
@@ -211,8 +260,9 @@ void PackagingTest::compressedTextsAreWhole_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("source");
-    QTest::newRow("manual page") << QStringLiteral("usr/share/man/man1/kavo-suite.1.gz")
-                                 << QStringLiteral("kavo-suite.1");
+    for (const char *name : {"kavo-suite.1", "kavo-catalogue.1"})
+        QTest::newRow(name) << QStringLiteral("usr/share/man/man1/%1.gz").arg(QLatin1String(name))
+                            << QString::fromLatin1(name);
     QTest::newRow("changelog") << QStringLiteral("usr/share/doc/kavo-suite/changelog.gz")
                                << QStringLiteral("changelog");
 }
@@ -284,13 +334,15 @@ void PackagingTest::versionIsTheSameEverywhere()
     QCOMPARE(firstMatch(packagingText(QStringLiteral("changelog")),
                         QStringLiteral("\\Akavo-suite \\(([^)]*)\\)")),
              Version);
-    const QString manual = packagingText(QStringLiteral("kavo-suite.1"));
-    QCOMPARE(firstMatch(manual, QStringLiteral("^\\.TH .*\"Kavo Suite ([^\"]*)\"")), Version);
     const auto releases = metainfo(QStringLiteral("release"));
     QVERIFY(!releases.isEmpty());
     QCOMPARE(releases.first().value(QStringLiteral("version")), Version);
-    QCOMPARE(firstMatch(manual, QStringLiteral("^\\.TH \\S+ \\d (\\S+)")),
-             releases.first().value(QStringLiteral("date")));
+    for (const char *name : {"kavo-suite.1", "kavo-catalogue.1"}) {
+        const QString manual = packagingText(QLatin1String(name));
+        QCOMPARE(firstMatch(manual, QStringLiteral("^\\.TH .*\"Kavo Suite ([^\"]*)\"")), Version);
+        QCOMPARE(firstMatch(manual, QStringLiteral("^\\.TH \\S+ \\d (\\S+)")),
+                 releases.first().value(QStringLiteral("date")));
+    }
 }
 
 KAVO_TEST_MAIN(PackagingTest)
