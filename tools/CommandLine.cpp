@@ -13,7 +13,7 @@ CommandLine::CommandLine(const QString &synopsis, const QString &description)
                         QStringLiteral("Tells what the command does, and does nothing.")});
 }
 
-std::optional<int> CommandLine::read(const QStringList &arguments, int positional)
+std::optional<int> CommandLine::read(const QStringList &arguments, int positional, int optional)
 {
     const QStringList all = QStringList(QStringLiteral("kavo-catalogue")) + arguments;
     const bool isUnderstood = m_parser.parse(all);
@@ -30,7 +30,7 @@ std::optional<int> CommandLine::read(const QStringList &arguments, int positiona
         fault = m_parser.errorText();
     else if (m_parser.positionalArguments().size() < positional)
         fault = QStringLiteral("an argument is missing");
-    else if (m_parser.positionalArguments().size() > positional)
+    else if (m_parser.positionalArguments().size() > positional + optional)
         fault = QStringLiteral("there are too many arguments");
     if (fault.isEmpty())
         return std::nullopt;

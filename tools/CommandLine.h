@@ -18,9 +18,10 @@ public:
     /// To declare options with.
     QCommandLineParser &parser() { return m_parser; }
 
-    /// Reads the arguments, of which `positional` stand by themselves. Returns the exit status when
-    /// there is nothing to run: help was asked for, or the arguments are not understood.
-    std::optional<int> read(const QStringList &arguments, int positional);
+    /// Reads the arguments, of which `positional` stand by themselves and up to `optional` more
+    /// may. Returns the exit status when there is nothing to run: help was asked for, or the
+    /// arguments are not understood.
+    std::optional<int> read(const QStringList &arguments, int positional, int optional = 0);
 
 private:
     QCommandLineParser m_parser;

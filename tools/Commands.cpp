@@ -1,7 +1,9 @@
 #include "tools/Commands.h"
 
+#include "tools/AddCommand.h"
 #include "tools/CheckCommand.h"
 #include "tools/ExitStatus.h"
+#include "tools/InitCommand.h"
 #include "tools/ProbeCommand.h"
 #include "tools/SchemaCommand.h"
 #include "tools/Terminal.h"
@@ -23,6 +25,8 @@ struct Command
 };
 
 constexpr Command Known[] = {
+    {"init", "starts a catalogue", runInit},
+    {"add", "adds a version to a catalogue", runAdd},
     {"check", "finds what is wrong with a catalogue and its archives", runCheck},
     {"probe", "finds what users miss of a catalogue server", runProbe},
     {"schema", "prints the JSON Schema of catalogues, for editors", runSchema},

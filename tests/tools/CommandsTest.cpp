@@ -63,7 +63,7 @@ void CommandsTest::helpNamesEveryCommand()
     const ToolRun run({QStringLiteral("--help")});
     QCOMPARE(run.status(), 0);
     QVERIFY(run.output().contains("Usage: kavo-catalogue COMMAND"));
-    for (const char *command : {"check", "probe", "schema"}) {
+    for (const char *command : {"init", "add", "check", "probe", "schema"}) {
         QVERIFY(run.output().contains(QByteArray("\n  ") + command + ' '));
         const ToolRun help({QString::fromLatin1(command), QStringLiteral("--help")});
         QCOMPARE(help.status(), 0);

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <QStringList>
+
+namespace Kavo::Tools {
+
+/// `kavo-catalogue init [FILE]`: starts a catalogue without packages. Returns the exit status.
+int runInit(const QStringList &arguments);
+
+} // namespace Kavo::Tools

@@ -1,0 +1,115 @@
+#include "tools/publish/CatalogueFile.h"
+
+#include "core/RegularFile.h"
+
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Kavo::Tools {
+
+namespace {
+
+int lockedFolder(const QString &path)
+{
+    const int folder =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0)
+        return folder;
+    while (::flock(folder, LOCK_EX) != 0 && errno == EINTR) {
+    }
+    return folder;
+}
+
+/// Several people may edit a catalogue, and its server must go on reading it. Whoever may not give
+/// files away keeps the new one.
+void keepOwner(int descriptor, const QString &path)
+{
+    struct stat before = {};
+    if (::stat(QFile::encodeName(path).constData(), &before) != 0)
+        return;
+    if (::fchown(descriptor, before.st_uid, before.st_gid) != 0 &&
+        ::fchown(descriptor, static_cast<uid_t>(-1), before.st_gid) != 0)
+        return;
+    // A change of the owner takes some permissions away.
+    ::fchmod(descriptor, before.st_mode & 07777U);
+}
+
+/// Qt takes a file for written of which the disk has taken a part, and does not tell whether the
+/// part is on the disk. Some file systems cannot be asked for that.
+bool writeWhole(QFileDevice &file, const QByteArray &content)
+{
+    return file.write(content) == content.size() && file.flush() && file.size() == content.size() &&
+           (::fsync(file.handle()) == 0 || errno == EINVAL);
+}
+
+QString cannotBeWritten(const QString &reason)
+{
+    return QStringLiteral("It cannot be written: %1.").arg(reason);
+}
+
+} // namespace
+
+CatalogueFile::CatalogueFile(const QString &path)
+{
+    const QFileInfo info(path);
+    m_path = info.canonicalFilePath();
+    if (m_path.isEmpty() || !info.isFile())
+        return;
+    m_folder = lockedFolder(QFileInfo(m_path).path());
+    QFile file(m_path);
+    m_isRead = openRegular(file, QIODevice::ReadOnly);
+    if (!m_isRead)
+        return;
+    m_bytes = file.readAll();
+    m_isRead = file.error() == QFile::NoError;
+}
+
+CatalogueFile::~CatalogueFile()
+{
+    if (m_folder >= 0)
+        ::close(m_folder);
+}
+
+QString CatalogueFile::replace(const QByteArray &content)
+{
+    QSaveFile file(m_path);
+    if (!file.open(QIODevice::WriteOnly))
+        return cannotBeWritten(file.errorString());
+    keepOwner(file.handle(), m_path);
+    if (!writeWhole(file, content)) {
+        file.cancelWriting();
+        return cannotBeWritten(QStringLiteral("the disk does not take it"));
+    }
+    // An editor may have saved it since, which the lock does not keep from it.
+    QFile present(m_path);
+    if (!openRegular(present, QIODevice::ReadOnly) || present.readAll() != m_bytes) {
+        file.cancelWriting();
+        return QStringLiteral("Another program has changed it meanwhile.");
+    }
+    if (!file.commit())
+        return cannotBeWritten(file.errorString());
+    m_bytes = content;
+    return QString();
+}
+
+QString CatalogueFile::make(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
+        return QFileInfo::exists(path) || QFileInfo(path).isSymLink()
+                   ? QStringLiteral("There is something under this name already.")
+                   : cannotBeWritten(file.errorString());
+    if (writeWhole(file, content))
+        return QString();
+    file.close();
+    QFile::remove(path);
+    return cannotBeWritten(QStringLiteral("the disk does not take it"));
+}
+
+} // namespace Kavo::Tools

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "packages/PackageVersion.h"
+#include "tools/publish/JsonDraft.h"
+
+#include <QString>
+
+namespace Kavo::Tools {
+
+/// What a catalogue says of a package that is new to it, in English.
+struct PackageDraft
+{
+    int id = 0;
+    QString name;
+    QString description;
+    QString shortDescription;
+    QString icon;
+    QString type;
+};
+
+/// The objects of a catalogue, with all keys that clients read, in the order of the documentation.
+JsonDraft draftOf(const Models::PackageVersion &version);
+JsonDraft draftOf(const PackageDraft &package, const JsonDraft &version);
+
+} // namespace Kavo::Tools
