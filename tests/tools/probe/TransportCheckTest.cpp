@@ -18,7 +18,7 @@ const QByteArray Catalogue = "HTTP/1.1 200 OK\r\nContent-Type: application/json\
 const QString TrustedCertificate = QStringLiteral("a trusted certificate");
 
 ProbeReport probe(const QString &server,
-                  std::chrono::milliseconds patience = std::chrono::seconds(10))
+                  std::chrono::milliseconds patience = std::chrono::seconds(20))
 {
     return ServerProbe(patience).run(server, ServerProbe::Extent::Sample);
 }
