@@ -5,6 +5,7 @@
 #include "tests/tools/CatalogueCorpus.h"
 #include "tools/check/CatalogueView.h"
 #include "tools/check/JsonTree.h"
+#include "tools/check/NearestWord.h"
 
 #include <QDirIterator>
 
@@ -72,6 +73,8 @@ private slots:
     void wrongEncodingIsFoundBehindManyOtherFaults();
     void longChainsAndLargeCirclesAreFollowed();
     void linesAndColumnsCountCharacters();
+    void nearestWordIsTheOneThatWasMeant_data();
+    void nearestWordIsTheOneThatWasMeant();
 };
 
 void CatalogueCheckTest::corpusGivesItsFindings_data()
@@ -253,6 +256,31 @@ void CatalogueCheckTest::linesAndColumnsCountCharacters()
     };
     QCOMPARE(place(Rule::KEY_UNKNOWN), QStringLiteral("2:2"));
     QCOMPARE(place(Rule::TYPE_WRONG), QStringLiteral("2:12"));
+}
+
+void CatalogueCheckTest::nearestWordIsTheOneThatWasMeant_data()
+{
+    QTest::addColumn<QString>("word");
+    QTest::addColumn<QString>("nearest");
+
+    QTest::newRow("the same") << QStringLiteral("banner") << QStringLiteral("banner");
+    QTest::newRow("case") << QStringLiteral("BANNER") << QStringLiteral("banner");
+    QTest::newRow("letter missing") << QStringLiteral("baner") << QStringLiteral("banner");
+    QTest::newRow("letter too many") << QStringLiteral("icons") << QStringLiteral("icon");
+    QTest::newRow("letters exchanged") << QStringLiteral("cion") << QStringLiteral("icon");
+    QTest::newRow("two as near") << QStringLiteral("licon") << QStringLiteral("icon");
+    QTest::newRow("too far") << QStringLiteral("abc") << QString();
+    QTest::newRow("nothing") << QString() << QString();
+    QTest::newRow("no word") << QString(100'000, QLatin1Char('i')) << QString();
+}
+
+void CatalogueCheckTest::nearestWordIsTheOneThatWasMeant()
+{
+    QFETCH(QString, word);
+    QFETCH(QString, nearest);
+    const QStringList candidates{QStringLiteral("banner"), QStringLiteral("icon"),
+                                 QStringLiteral("lion")};
+    QCOMPARE(nearestWord(word, candidates), nearest);
 }
 
 KAVO_TEST_MAIN(CatalogueCheckTest)

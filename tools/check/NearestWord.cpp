@@ -35,7 +35,7 @@ QString nearestWord(const QString &word, const QStringList &candidates)
     QString nearest;
     if (word.size() > LongestWord)
         return nearest;
-    int least = std::max(1, word.size() / 3) + 1;
+    int least = std::clamp(word.size() / 2, 1, 3) + 1;
     for (const QString &candidate : candidates) {
         const int changes = distance(word.toCaseFolded(), candidate.toCaseFolded());
         if (changes < least) {
