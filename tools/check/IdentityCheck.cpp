@@ -93,9 +93,9 @@ void IdentityCheck::checkKind(const PackageView &package)
     const QStringList known = Models::knownPackageTypes();
     const QString nearest = known.contains(kind) ? QString() : nearestWord(kind, known);
     if (!nearest.isEmpty())
-        m_findings.add(
-            Rule::KIND_SPELLING, *node,
-            QStringLiteral("\"%1\" is no kind that clients know. Was \"%2\" meant?").arg(kind, nearest));
+        m_findings.add(Rule::KIND_SPELLING, *node,
+                       QStringLiteral("\"%1\" is no kind that clients know. Was \"%2\" meant?")
+                           .arg(kind, nearest));
 }
 
 void IdentityCheck::checkOffer(const PackageView &package)
