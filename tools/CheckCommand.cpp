@@ -80,9 +80,9 @@ void simulate(const QByteArray &document, const CatalogueView &catalogue, Findin
         const EndRequest request;
         UpdateSimulation simulation(document, catalogue, work.folder,
                                     PackageEnvironment::standard().extractor, findings);
-        complain(QStringLiteral("trying %1 installations and %2 updates")
-                     .arg(simulation.installations())
-                     .arg(simulation.updates()));
+        complain(QStringLiteral("trying ") +
+                 counted(simulation.installations(), QStringLiteral("installation")) +
+                 QStringLiteral(" and ") + counted(simulation.updates(), QStringLiteral("update")));
         simulation.run();
         work.untried = simulation.untried();
     }

@@ -315,7 +315,7 @@ void UpdateSimulationTest::commandTellsWhatItTries()
     QCOMPARE(run.status(), 0);
     // The log of the engine is not for the terminal.
     QCOMPARE(run.complaints(),
-             QByteArray("kavo-catalogue: trying 2 installations and 1 updates\n"));
+             QByteArray("kavo-catalogue: trying 2 installations and 1 update\n"));
     QVERIFY2(run.output().contains("warning: update/left-over: Of \"1.0\" there stays \"a\"."),
              run.output().constData());
 }

@@ -23,12 +23,6 @@ QString wordFor(Severity severity)
     Q_UNREACHABLE();
 }
 
-QString counted(int count, const QString &word)
-{
-    return QString::number(count) + QLatin1Char(' ') + word +
-           (count == 1 ? QString() : QStringLiteral("s"));
-}
-
 QString summary(const CheckReport &report)
 {
     QStringList counts;
@@ -69,6 +63,12 @@ QJsonObject asObject(const Finding &finding)
 }
 
 } // namespace
+
+QString counted(int count, const QString &word)
+{
+    return QString::number(count) + QLatin1Char(' ') + word +
+           (count == 1 ? QString() : QStringLiteral("s"));
+}
 
 QByteArray reportAsText(const CheckReport &report, const QString &file)
 {

@@ -14,4 +14,7 @@ QByteArray reportAsText(const CheckReport &report, const QString &file);
 /// The same for programs: one JSON object.
 QByteArray reportAsJson(const CheckReport &report, const QString &file);
 
+/// "1 update" or "2 updates".
+QString counted(int count, const QString &word);
+
 } // namespace Kavo::Tools
