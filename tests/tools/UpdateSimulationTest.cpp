@@ -314,8 +314,7 @@ void UpdateSimulationTest::commandTellsWhatItTries()
     const ToolRun run(arguments + QStringList(QStringLiteral("--simulate")));
     QCOMPARE(run.status(), 0);
     // The log of the engine is not for the terminal.
-    QCOMPARE(run.complaints(),
-             QByteArray("kavo-catalogue: trying 2 installations and 1 update\n"));
+    QCOMPARE(run.complaints(), QByteArray("kavo-catalogue: trying 2 installations and 1 update\n"));
     QVERIFY2(run.output().contains("warning: update/left-over: Of \"1.0\" there stays \"a\"."),
              run.output().constData());
 }
