@@ -1,6 +1,7 @@
 #include "tools/CheckCommand.h"
 
 #include "core/RegularFile.h"
+#include "packages/CatalogueFeed.h"
 #include "packages/PackageEnvironment.h"
 #include "tools/CommandLine.h"
 #include "tools/ExitStatus.h"
@@ -147,6 +148,9 @@ int runCheck(const QStringList &arguments)
         complain(QStringLiteral("%1 cannot be read").arg(path));
         return NOT_READ;
     }
+    // Nor is it read by clients.
+    if (file.size() > Models::LargestCatalogue)
+        return report(reportOfTooLarge(file.size()), path, options);
     if (options.isSet(QStringLiteral("archives")))
         return checkWithArchives(file.readAll(), path, options);
     return report(checkCatalogue(file.readAll()), path, options);

@@ -71,6 +71,7 @@ private slots:
     void manyFindingsOfOneRuleAreCounted();
     void otherRulesAreStillFoundThen();
     void wrongEncodingIsFoundBehindManyOtherFaults();
+    void nulCharacterInAKeyIsFound();
     void longChainsAndLargeCirclesAreFollowed();
     void linesAndColumnsCountCharacters();
     void nearestWordIsTheOneThatWasMeant_data();
@@ -209,6 +210,14 @@ void CatalogueCheckTest::wrongEncodingIsFoundBehindManyOtherFaults()
         checkCatalogue(catalogueWith("Piers\"}", QByteArray(500, '\t') + "\xe4\"}"));
     QVERIFY(report.has(Rule::JSON_TOLERATED));
     QVERIFY(report.has(Rule::JSON_ENCODING));
+}
+
+void CatalogueCheckTest::nulCharacterInAKeyIsFound()
+{
+    const CheckReport report = checkCatalogue(catalogueWith("\"id\"", "\"\\u0000\":1,\"id\""));
+    QCOMPARE(report.count(Severity::ERROR), 1);
+    QCOMPARE(report.findings().front().rule, Rule::JSON_NUL_CHARACTER);
+    QCOMPARE(report.findings().front().column, 3);
 }
 
 /// Longer than any stack of calls would bear.

@@ -1,3 +1,4 @@
+#include "packages/CatalogueFeed.h"
 #include "tests/support/Archives.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/ToolRun.h"
@@ -42,6 +43,7 @@ private slots:
     void unreadableFolderOfArchivesIsTold_data();
     void unreadableFolderOfArchivesIsTold();
     void archivesAreLookedAtWhenTheirFolderIsNamed();
+    void catalogueBeyondTheLimitIsNotRead();
     void findingsAreLinesForPeople();
     void findingsAreJsonForPrograms();
 
@@ -198,6 +200,19 @@ void CommandsTest::archivesAreLookedAtWhenTheirFolderIsNamed()
     const ToolRun with(arguments + QStringList(QStringLiteral("--strict")));
     QVERIFY2(with.status() == 0, with.output().constData());
     QVERIFY(with.output().contains("note: archive/unpacked-size: "));
+}
+
+/// The file takes no room: nothing was ever written to it.
+void CommandsTest::catalogueBeyondTheLimitIsNotRead()
+{
+    const qint64 limit = Kavo::Models::LargestCatalogue;
+    QFile file(write("[]"));
+    QVERIFY(file.resize(limit + 1));
+    const ToolRun run({QStringLiteral("check"), file.fileName()});
+    QCOMPARE(run.status(), 2);
+    QVERIFY2(run.output().contains(":1:1: error: json/too-large: The file has 536870913 bytes; "),
+             run.output().constData());
+    QVERIFY(run.output().endsWith(": 1 error, 0 warnings, 0 notes\n"));
 }
 
 void CommandsTest::findingsAreLinesForPeople()

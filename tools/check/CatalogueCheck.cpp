@@ -1,5 +1,6 @@
 #include "tools/check/CatalogueCheck.h"
 
+#include "packages/CatalogueFeed.h"
 #include "tools/check/AddressCheck.h"
 #include "tools/check/DependencyCheck.h"
 #include "tools/check/IdentityCheck.h"
@@ -35,6 +36,16 @@ CheckReport checkCatalogue(const QByteArray &bytes, const FurtherCheck &further)
         if (further)
             further(tree.bytes(), catalogue, findings);
     }
+    return findings.report();
+}
+
+CheckReport reportOfTooLarge(qint64 size)
+{
+    Findings findings{QByteArray()};
+    findings.addAt(Rule::JSON_TOO_LARGE, 0,
+                   QStringLiteral("The file has %1 bytes; clients take %2 at most.")
+                       .arg(size)
+                       .arg(Models::LargestCatalogue));
     return findings.report();
 }
 

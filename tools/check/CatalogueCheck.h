@@ -18,4 +18,7 @@ using FurtherCheck = std::function<void(const QByteArray &, const CatalogueView 
 /// from any thread.
 CheckReport checkCatalogue(const QByteArray &bytes, const FurtherCheck &further = {});
 
+/// What there is to say of a catalogue of so many bytes, which are too many to be read.
+CheckReport reportOfTooLarge(qint64 size);
+
 } // namespace Kavo::Tools

@@ -1,7 +1,5 @@
 #include "tools/check/NotationCheck.h"
 
-#include "packages/CatalogueFeed.h"
-
 namespace Kavo::Tools {
 
 namespace {
@@ -39,11 +37,6 @@ void checkCharacters(const JsonNode &top, Findings &findings)
 
 void checkNotation(const JsonTree &tree, Findings &findings)
 {
-    if (tree.bytes().size() > Models::LargestCatalogue)
-        findings.addAt(Rule::JSON_TOO_LARGE, 0,
-                       QStringLiteral("The file has %1 bytes, of %2 that clients take.")
-                           .arg(tree.bytes().size())
-                           .arg(Models::LargestCatalogue));
     for (const JsonFault &fault : tree.faults())
         findings.addAt(ruleOf(fault.kind), fault.offset, fault.reason + QLatin1Char('.'));
     const JsonNode *const root = tree.root();
