@@ -60,6 +60,16 @@ QString firstMatch(const QString &text, const QString &pattern)
     return QRegularExpression(pattern, QRegularExpression::MultilineOption).match(text).captured(1);
 }
 
+QStringList allMatches(const QString &text, const QString &pattern)
+{
+    QStringList found;
+    auto matches =
+        QRegularExpression(pattern, QRegularExpression::MultilineOption).globalMatch(text);
+    while (matches.hasNext())
+        found.append(matches.next().captured(1));
+    return found;
+}
+
 /// What the build has settled for a field of a package, which CPack calls by its component.
 QString packageField(const char *component, const char *field)
 {
@@ -90,6 +100,7 @@ private slots:
     void iconsHaveTheSizeOfTheirFolder();
     void compressedTextsAreWhole_data();
     void compressedTextsAreWhole();
+    void manualHasEveryCommandAndOption();
     void desktopEntryNamesWhatIsInstalled();
     void metainfoBelongsToTheDesktopEntry();
     void screenshotsAreThoseOfTheReadme();
@@ -153,6 +164,7 @@ void PackagingTest::installationHoldsTheseFilesAndNoOther()
         data + QStringLiteral("doc/kavo-suite/fonts-font-awesome.txt"),
         data + QStringLiteral("doc/kavo-suite/fonts-manrope.txt"),
         data + QStringLiteral("icons/hicolor/scalable/apps/kavo-suite.svg"),
+        data + QStringLiteral("kavo-catalogue/catalogue.schema.json"),
         data + QStringLiteral("man/man1/kavo-catalogue.1.gz"),
         data + QStringLiteral("man/man1/kavo-suite.1.gz"),
         data + QStringLiteral("metainfo/") + DesktopId + QStringLiteral(".metainfo.xml"),
@@ -168,6 +180,7 @@ void PackagingTest::catalogueToolHasAPackageOfItsOwn()
     const QTemporaryDir root;
     install(root.path(), {QStringLiteral("--component"), QStringLiteral("catalogue")});
     const QStringList shared{QStringLiteral("usr/bin/kavo-catalogue"),
+                             QStringLiteral("usr/share/kavo-catalogue/catalogue.schema.json"),
                              QStringLiteral("usr/share/man/man1/kavo-catalogue.1.gz")};
     const QString documents = QStringLiteral("usr/share/doc/kavo-catalogue/");
     QStringList expected{documents + QStringLiteral("changelog.gz"),
@@ -279,6 +292,34 @@ void PackagingTest::compressedTextsAreWhole()
     QCOMPARE(QString::fromUtf8(gzip.readAllStandardOutput()), packagingText(source));
     // Two builds of the same text give the same file: bytes 4 to 7 would hold the time.
     QCOMPARE(readFile(installed(path)).mid(4, 4), QByteArray(4, '\0'));
+}
+
+/// What the installed tool tells of itself is in its manual page as well.
+void PackagingTest::manualHasEveryCommandAndOption()
+{
+    const QString manual = packagingText(QStringLiteral("kavo-catalogue.1"))
+                               .replace(QLatin1String("\\-"), QLatin1String("-"));
+    const auto helpOf = [this](const QStringList &command) {
+        QProcess process;
+        process.start(installed(QStringLiteral("usr/bin/kavo-catalogue")),
+                      command + QStringList(QStringLiteral("--help")));
+        const bool finished = process.waitForFinished() && process.exitCode() == 0;
+        return finished ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
+    };
+    const QStringList commands =
+        allMatches(helpOf({}), QStringLiteral("^  ([a-z]+) +\\S")) + QStringList(QString());
+    QVERIFY(commands.contains(QStringLiteral("check")));
+    for (const QString &command : commands) {
+        const QStringList arguments = command.isEmpty() ? QStringList() : QStringList(command);
+        QVERIFY2(command.isEmpty() || manual.contains(QStringLiteral("\n.SS ") + command),
+                 qPrintable(command));
+        const QStringList options =
+            allMatches(helpOf(arguments), QStringLiteral("(?<![\\w-])(--[a-z][a-z-]*)"));
+        QVERIFY(options.contains(QStringLiteral("--help")));
+        for (const QString &option : options)
+            QVERIFY2(allMatches(manual, QStringLiteral("(--[a-z][a-z-]*)")).contains(option),
+                     qPrintable(command + QLatin1Char(' ') + option));
+    }
 }
 
 void PackagingTest::desktopEntryNamesWhatIsInstalled()
