@@ -211,6 +211,18 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
 ] }
 ]
 )");
+    addRow("blank lines here and there", R"([{ 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
+{ 'version': '0.8', 'link': 'https://a.example/piers-0.8.zip', 'install': { 'extract': 'Resources' } },
+{ 'version': '0.9', 'link': 'https://a.example/piers-0.9.zip', 'install': { 'extract': 'Resources' } },
+
+{ 'version': '1.0', 'link': 'https://a.example/piers-1.0.zip', 'install': { 'extract': 'Resources/plugins' } }]}])",
+           R"([{ 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
+{ 'version': '0.8', 'link': 'https://a.example/piers-0.8.zip', 'install': { 'extract': 'Resources' } },
+{ 'version': '0.9', 'link': 'https://a.example/piers-0.9.zip', 'install': { 'extract': 'Resources' } },
+
+{ 'version': '1.0', 'link': 'https://a.example/piers-1.0.zip', 'install': { 'extract': 'Resources/plugins' } },
+
+{ 'version': '1.1', 'link': 'https://a.example/piers-1.1.zip', 'size': @SIZE@, 'sha256': '@SHA@', 'log': ['Lights \"b\"', 'Schöner\\'], 'install': { 'extract': 'Resources/plugins' }, 'uninstall': { 'remove': ['Resources/plugins/Piers'] } }]}])");
     const QByteArray bare = R"([
    {
       'id': 5,

@@ -102,6 +102,7 @@ private slots:
     void catalogueThatWouldBeWrongIsRefused_data();
     void catalogueThatWouldBeWrongIsRefused();
     void faultsElsewhereAreNoHindrance();
+    void newFaultIsNotTakenForOneBeforeIt();
     void doubtfulCatalogueIsRefused_data();
     void doubtfulCatalogueIsRefused();
     void versionsOfOthersMayBeDoubtful();
@@ -350,6 +351,21 @@ void AdditionTest::faultsElsewhereAreNoHindrance()
     QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
     QCOMPARE(rulesOf(addition.findings()), QStringList());
     QVERIFY(hasOnlyGrown(changed, addition.result()));
+}
+
+/// However far apart they are: places are compared as they were before.
+void AdditionTest::newFaultIsNotTakenForOneBeforeIt()
+{
+    AdditionOrder order = orderFor(5, QStringLiteral("3.0"));
+    order.link = QStringLiteral("ftp://a.example/3.zip");
+    const QByteArray other = "[\n  {\"id\": 4, \"name\": {\"en\": \"Four\"}, \"versions\": [{"
+                             "\"version\": \"1\", \"link\": \"ftp://a.example/4.zip\"}]},";
+    for (int blanks = 0; blanks < 600; ++blanks) {
+        const QByteArray changed = offer().replace(0, 1, other + QByteArray(blanks, ' '));
+        Addition addition(changed, order);
+        QCOMPARE(run(addition), Outcome::REFUSED);
+        QCOMPARE(rulesOf(addition.findings()), QStringList(QStringLiteral("address/scheme")));
+    }
 }
 
 void AdditionTest::doubtfulCatalogueIsRefused_data()

@@ -44,7 +44,7 @@ void keepOwner(int descriptor, const QString &path)
 /// part is on the disk. Some file systems cannot be asked for that.
 bool writeWhole(QFileDevice &file, const QByteArray &content)
 {
-    return file.write(content) == content.size() && file.flush() && file.size() == content.size() &&
+    return file.write(content) == content.size() && file.flush() &&
            (::fsync(file.handle()) == 0 || errno == EINVAL);
 }
 
