@@ -52,8 +52,13 @@ QStringList dependencies(Random &random, int id)
     if (id != LibraryId && random.chance(60))
         depends.append(QStringLiteral("%1:%2").arg(LibraryId).arg(versionText(20)));
     const int others = id > LibraryId + 1 ? (random.below(4) + random.below(4) + 1) / 2 : 0;
-    for (int i = 0; i < others && random.chance(80); ++i)
-        depends.append(QStringLiteral("%1:%2").arg(2 + random.below(id - 2)).arg(versionText(5)));
+    for (int i = 0; i < others && random.chance(80); ++i) {
+        const QString need =
+            QStringLiteral("%1:%2").arg(2 + random.below(id - 2)).arg(versionText(5));
+        // Clients refuse a version that names one package twice.
+        if (!depends.contains(need))
+            depends.append(need);
+    }
     return depends;
 }
 
