@@ -166,6 +166,13 @@ void ArchiveCheckTest::goodArchivesGiveNothing_data()
     older.remove =
         QStringList{QStringLiteral("Resources/plugins/Old"), QStringLiteral("lights.txt")};
     QTest::newRow("rules for what an older version brings") << Versions{newer, older};
+    ShelvedVersion folderOnly = version(zipOf({}));
+    folderOnly.extract = Own;
+    QTest::newRow("the folder to unpack into is made") << Versions{folderOnly};
+    ShelvedVersion named = version(zipOf({{QStringLiteral("a"), "text"}}));
+    named.extract = QStringLiteral("Own: folder.");
+    named.remove = QStringList{named.extract};
+    QTest::newRow("the name of the folder to unpack into is not the archive's") << Versions{named};
     QTest::newRow("two versions with the same files")
         << Versions{version(good()), numbered(version(good()), QStringLiteral("2.0"))};
     ShelvedVersion elsewhere = numbered(version(good()), QStringLiteral("1.0"), 6);
@@ -176,7 +183,7 @@ void ArchiveCheckTest::goodArchivesGiveNothing_data()
     QTest::newRow("one file that is no archive") << Versions{version(
         archiveOf({{Own + QStringLiteral("/archive.zip.txt"), "text"}}, QStringLiteral("zip")))};
     QTest::newRow("archives beside other files")
-        << Versions{version(zipOf({{Own + QStringLiteral("/a.zip"), "x"}, {Readme, "text"}}))};
+        << Versions{version(zipOf({{Own + QStringLiteral("/z.zip"), "x"}, {Readme, "text"}}))};
     QTest::newRow("hard link") << Versions{
         tar({{TarEntry::FILE, Readme.toUtf8(), "text"},
              {TarEntry::HARD_LINK, (Own + QStringLiteral("/b")).toUtf8(), Readme.toUtf8()}})};
@@ -259,6 +266,11 @@ void ArchiveCheckTest::faultsOfArchivesAreFound_data()
         << Versions{told}
         << QStringList{QStringLiteral("archive/checksum-differs /0/versions/0/sha256"),
                        QStringLiteral("archive/size-differs /0/versions/0/size")};
+    told.keys = {{QStringLiteral("size"), good().size()},
+                 {QStringLiteral("sha256"), QString(64, QLatin1Char('0'))}};
+    QTest::newRow("checksum of the right size")
+        << Versions{told}
+        << QStringList{QStringLiteral("archive/checksum-differs /0/versions/0/sha256")};
     told.keys = {{QStringLiteral("size"), -1}, {QStringLiteral("sha256"), QString()}};
     QTest::newRow("what clients do not read") << Versions{told} << QStringList();
 
@@ -464,6 +476,11 @@ void ArchiveCheckTest::filesOfTwoPackagesAreFound_data()
     QTest::newRow("newest and older versions")
         << Versions{version(good()), other(QStringLiteral("2.0")), other(QStringLiteral("1.0"))}
         << QStringList{shared + link(1)};
+    QTest::newRow("one that shares nothing behind")
+        << Versions{version(good()), free, other(QStringLiteral("1.0")),
+                    numbered(version(zipOf({{Own + QStringLiteral("/lonely"), "x"}})),
+                             QStringLiteral("1.0"), 7)}
+        << QStringList{older + link(1, 1)};
     QTest::newRow("folders may be shared") << Versions{version(good()), free} << QStringList();
     ShelvedVersion third = other(QStringLiteral("1.0"));
     third.package = 7;
@@ -561,7 +578,8 @@ void ArchiveCheckTest::sizeIsThatOfAllFiles()
     const ArchiveShelf shelf({version(zipOf({{Readme, QByteArray(1000, 'a')},
                                              {Plugin, QByteArray(536, 'b')},
                                              {Own + QStringLiteral("/empty/"), ""}})),
-                              numbered(version(zipOf({{Readme, "x"}})), QStringLiteral("2.0"))});
+                              numbered(version(zipOf({{Readme, "x"}})), QStringLiteral("2.0")),
+                              numbered(version(zipOf({})), QStringLiteral("3.0"))});
     QStringList sizes;
     const CheckReport report = checked(shelf);
     for (const Finding &finding : report.findings()) {

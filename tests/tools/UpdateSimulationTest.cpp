@@ -88,6 +88,35 @@ ShelvedVersion damaged(const char *number)
     return shelved;
 }
 
+Versions versionsOf(int count)
+{
+    Versions versions;
+    for (int minor = 0; minor < count; ++minor)
+        versions.append(version(qPrintable(QStringLiteral("1.%1").arg(minor)), {{Plugin, "1"}}));
+    return versions;
+}
+
+/// Runs a simulation to its end, to which a signal comes while the first version is tried.
+/// `action` is what the program finds set for the signal. Returns whether it has ended.
+bool signalled(QProcess &process, const ArchiveShelf &shelf, const QString &temporary, int number,
+               void (*action)(int))
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("TMPDIR"), temporary);
+    process.setProcessEnvironment(environment);
+    auto *const before = std::signal(number, action);
+    process.start(QStringLiteral(KAVO_CATALOGUE),
+                  {QStringLiteral("check"), shelf.catalogueFile(), QStringLiteral("--archives"),
+                   shelf.folder(), QStringLiteral("--simulate")});
+    const bool isStarted = process.waitForStarted(-1);
+    std::signal(number, before);
+    constexpr int longest = 60'000;
+    return isStarted &&
+           QTest::qWaitFor([&temporary] { return !fileTree(temporary).isEmpty(); }, longest) &&
+           ::kill(static_cast<pid_t>(process.processId()), number) == 0 &&
+           process.waitForFinished(longest);
+}
+
 QString at(const char *rule, int position, int package = 0)
 {
     return QStringLiteral("update/%1 /%2/versions/%3")
@@ -117,6 +146,7 @@ private slots:
     void nothingIsWrittenElsewhere();
     void signalLeavesNothingBehind_data();
     void signalLeavesNothingBehind();
+    void ignoredSignalEndsNothing();
 };
 
 void UpdateSimulationTest::goodUpdatesGiveNothing_data()
@@ -364,24 +394,25 @@ void UpdateSimulationTest::signalLeavesNothingBehind()
 {
     QFETCH(int, number);
     const ScratchProfile profile;
-    Versions versions;
-    for (int minor = 0; minor < 40; ++minor)
-        versions.append(version(qPrintable(QStringLiteral("1.%1").arg(minor)), {{Plugin, "1"}}));
-    const ArchiveShelf shelf(versions);
     const QString temporary = profile.folder(QStringLiteral("tmp"));
+    const ArchiveShelf shelf(versionsOf(40));
     QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("TMPDIR"), temporary);
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(KAVO_CATALOGUE),
-                  {QStringLiteral("check"), shelf.catalogueFile(), QStringLiteral("--archives"),
-                   shelf.folder(), QStringLiteral("--simulate")});
-    QTRY_VERIFY_WITH_TIMEOUT(!fileTree(temporary).isEmpty(), 60'000);
-    QCOMPARE(::kill(static_cast<pid_t>(process.processId()), number), 0);
-    QVERIFY(process.waitForFinished(60'000));
+    QVERIFY(signalled(process, shelf, temporary, number, SIG_DFL));
     QCOMPARE(process.exitStatus(), QProcess::CrashExit);
     QCOMPARE(process.exitCode(), number);
     QCOMPARE(process.readAllStandardOutput(), QByteArray());
+    QCOMPARE(fileTree(temporary), (QMap<QString, QString>()));
+}
+
+void UpdateSimulationTest::ignoredSignalEndsNothing()
+{
+    const ScratchProfile profile;
+    const QString temporary = profile.folder(QStringLiteral("tmp"));
+    const ArchiveShelf shelf(versionsOf(4));
+    QProcess process;
+    QVERIFY(signalled(process, shelf, temporary, SIGHUP, SIG_IGN));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
     QCOMPARE(fileTree(temporary), (QMap<QString, QString>()));
 }
 

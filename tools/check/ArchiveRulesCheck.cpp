@@ -101,7 +101,6 @@ void ArchiveRulesCheck::checkKept(const VersionView &version, const ShippedFiles
                            QStringLiteral("\"%1\" is a folder.").arg(place));
             break;
         case Kind::FILE:
-        case Kind::LINK:
             m_findings.add(Rule::PRESERVE_SHIPPED, node,
                            QStringLiteral("The archive brings \"%1\" itself.").arg(place));
             break;

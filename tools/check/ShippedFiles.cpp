@@ -46,8 +46,7 @@ void ShippedFiles::addEntry(ArchiveEntry::Kind kind, const QString &path)
     if (isBelowFile || (node < known && isFile(node) == isFolder))
         m_clashes.add(path);
     else if (!isFolder)
-        m_kinds[static_cast<std::size_t>(node)] =
-            kind == ArchiveEntry::Kind::FILE ? Kind::FILE : Kind::LINK;
+        m_kinds[static_cast<std::size_t>(node)] = Kind::FILE;
 }
 
 ShippedFiles::Kind ShippedFiles::kindOf(const QString &path) const

@@ -18,8 +18,7 @@ public:
     enum class Kind {
         NOTHING,
         FOLDER,
-        FILE,
-        LINK, ///< of either sort
+        FILE, ///< or a link
     };
 
     /// `folder` is where the archive is unpacked.
@@ -27,7 +26,7 @@ public:
 
     Kind kindOf(const QString &path) const;
     Kind kindOf(int node) const { return m_kinds[static_cast<std::size_t>(node)]; }
-    bool isFile(int node) const { return kindOf(node) == Kind::FILE || kindOf(node) == Kind::LINK; }
+    bool isFile(int node) const { return kindOf(node) == Kind::FILE; }
     /// Nodes lie behind what they lie in.
     const PathTree &tree() const { return m_tree; }
     /// The first node that lies in the folder into which the archive is unpacked.

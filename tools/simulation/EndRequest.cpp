@@ -19,16 +19,24 @@ void onSignal(int number)
     come = number;
 }
 
+/// Whoever has started the program may want it to outlive a signal, as nohup does.
+void noteUnlessIgnored(int number, struct sigaction *previous)
+{
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    action.sa_flags = SA_RESTART;
+    ::sigaction(number, nullptr, previous);
+    if (previous->sa_handler != SIG_IGN)
+        ::sigaction(number, &action, nullptr);
+}
+
 } // namespace
 
 EndRequest::EndRequest()
 {
     come = 0;
-    struct sigaction action = {};
-    action.sa_handler = onSignal;
-    action.sa_flags = SA_RESTART;
     for (std::size_t index = 0; index < Numbers.size(); ++index)
-        ::sigaction(Numbers.at(index), &action, &before.at(index));
+        noteUnlessIgnored(Numbers.at(index), &before.at(index));
 }
 
 EndRequest::~EndRequest()

@@ -5,7 +5,7 @@
 namespace Kavo::Tools {
 
 /// Takes note of the signals that ask the program to end, as long as it lives, so that what is
-/// begun can be cleared up first. One at a time.
+/// begun can be cleared up first. Signals that are ignored stay ignored. One at a time.
 class EndRequest final
 {
 public:
