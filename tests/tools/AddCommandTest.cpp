@@ -72,6 +72,7 @@ private slots:
     void deathLeavesOneOfTheTwo();
     void editOfAnotherProgramIsNotLost();
     void runsAtOnceLoseNothing();
+    void runsAtOnceAddAVersionOnce();
 
 private:
     QString file(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
@@ -474,14 +475,39 @@ void AddCommandTest::runsAtOnceLoseNothing()
     QVector<QFuture<int>> statuses;
     QThreadPool pool;
     pool.setMaxThreadCount(runs);
-    for (int run = 0; run < runs; ++run)
-        statuses.append(QtConcurrent::run(&pool, [arguments = order(QString::number(run + 2))] {
-            return ToolRun(arguments).status();
-        }));
+    // Half of them come by a link in another folder.
+    const QTemporaryDir other;
+    const QString link = other.filePath(QStringLiteral("link.json"));
+    QVERIFY(QFile::link(catalogue(), link));
+    for (int run = 0; run < runs; ++run) {
+        QStringList arguments = order(QString::number(run + 2));
+        if (run % 2 == 1)
+            arguments[1] = link;
+        statuses.append(
+            QtConcurrent::run(&pool, [arguments] { return ToolRun(arguments).status(); }));
+    }
     for (QFuture<int> &status : statuses)
         QCOMPARE(status.result(), 0);
     QCOMPARE(versionsIn(readFile(catalogue())), runs + 1);
     QCOMPARE(left(), QStringList(QStringLiteral("packages.json")));
+}
+
+void AddCommandTest::runsAtOnceAddAVersionOnce()
+{
+    constexpr int runs = 8;
+    QVector<QFuture<int>> futures;
+    QThreadPool pool;
+    pool.setMaxThreadCount(runs);
+    for (int run = 0; run < runs; ++run)
+        futures.append(QtConcurrent::run(&pool, [arguments = order(QStringLiteral("2.0"))] {
+            return ToolRun(arguments).status();
+        }));
+    QVector<int> statuses;
+    for (QFuture<int> &future : futures)
+        statuses.append(future.result());
+    QCOMPARE(statuses.count(0), 1);
+    QCOMPARE(statuses.count(2), runs - 1);
+    QCOMPARE(versionsIn(readFile(catalogue())), 2);
 }
 
 KAVO_TEST_MAIN(AddCommandTest)

@@ -223,6 +223,94 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
 { 'version': '1.0', 'link': 'https://a.example/piers-1.0.zip', 'install': { 'extract': 'Resources/plugins' } },
 
 { 'version': '1.1', 'link': 'https://a.example/piers-1.1.zip', 'size': @SIZE@, 'sha256': '@SHA@', 'log': ['Lights \"b\"', 'Schöner\\'], 'install': { 'extract': 'Resources/plugins' }, 'uninstall': { 'remove': ['Resources/plugins/Piers'] } }]}])");
+    addRow("lines, but no blanks", R"([
+ {
+  'id':5,
+  'name':{'en':'Piers'},
+  'versions':[
+   {
+    'version':'1.0',
+    'link':'https://a.example/piers-1.0.zip',
+    'install':{'extract':'Resources/plugins'},
+    'uninstall':{'remove':['Resources/plugins/Piers']}
+   }
+  ]
+ }
+])",
+           R"([
+ {
+  'id':5,
+  'name':{'en':'Piers'},
+  'versions':[
+   {
+    'version':'1.1',
+    'link':'https://a.example/piers-1.1.zip',
+    'size':@SIZE@,
+    'sha256':'@SHA@',
+    'log':['Lights \"b\"','Schöner\\'],
+    'install':{'extract':'Resources/plugins'},
+    'uninstall':{'remove':['Resources/plugins/Piers']}
+   },
+   {
+    'version':'1.0',
+    'link':'https://a.example/piers-1.0.zip',
+    'install':{'extract':'Resources/plugins'},
+    'uninstall':{'remove':['Resources/plugins/Piers']}
+   }
+  ]
+ }
+])");
+    addRow("neighbours unlike all others", R"([
+  {
+    'id': 4,
+    'name': { 'en': 'Other' },
+    'versions': [
+      {
+        'version': '2',
+        'link': 'https://a.example/other-2.zip',
+        'uninstall': {
+          'remove': ['Custom Scenery/Other']
+        }
+      },
+      {
+        'version': '1',
+        'link': 'https://a.example/other-1.zip',
+        'uninstall': {
+          'remove': ['Custom Scenery/Other']
+        }
+      }
+    ]
+  },
+  { 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
+    {'version':'1.0','link':'https://a.example/piers-1.0.zip','install':{'extract':'Resources/plugins'},'uninstall':{'remove':['Resources/plugins/Piers']}}
+  ] }
+])",
+           R"([
+  {
+    'id': 4,
+    'name': { 'en': 'Other' },
+    'versions': [
+      {
+        'version': '2',
+        'link': 'https://a.example/other-2.zip',
+        'uninstall': {
+          'remove': ['Custom Scenery/Other']
+        }
+      },
+      {
+        'version': '1',
+        'link': 'https://a.example/other-1.zip',
+        'uninstall': {
+          'remove': ['Custom Scenery/Other']
+        }
+      }
+    ]
+  },
+  { 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
+    {'version':'1.1','link':'https://a.example/piers-1.1.zip','size':@SIZE@,'sha256':'@SHA@','log':['Lights \"b\"','Schöner\\'],'install':{'extract':'Resources/plugins'},'uninstall':{'remove':['Resources/plugins/Piers']}},
+    {'version':'1.0','link':'https://a.example/piers-1.0.zip','install':{'extract':'Resources/plugins'},'uninstall':{'remove':['Resources/plugins/Piers']}}
+  ] }
+])");
     const QByteArray bare = R"([
    {
       'id': 5,
@@ -324,6 +412,9 @@ void AdditionStyleTest::packageLooksLikeItsNeighbours_data()
 		'name': {
 			'en': 'Ü'
 		},
+		'description': {
+			'en': 'Much'
+		},
 		'type': 'X',
 		'versions': []
 	}
@@ -334,6 +425,9 @@ void AdditionStyleTest::packageLooksLikeItsNeighbours_data()
 		'id': 4,
 		'name': {
 			'en': 'Ü'
+		},
+		'description': {
+			'en': 'Much'
 		},
 		'type': 'X',
 		'versions': []
