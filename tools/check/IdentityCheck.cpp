@@ -82,14 +82,14 @@ void IdentityCheck::checkLanguages(const PackageView &package, QLatin1String key
 void IdentityCheck::checkKind(const PackageView &package)
 {
     const JsonNode *const node = package.node->member(QLatin1String("type"));
-    if (node && !node->isText())
-        return;
-    const QString kind = readText(node);
-    if (kind.isEmpty()) {
+    if (!node || node->isEmptyText()) {
         m_findings.add(Rule::KIND_MISSING, node ? *node : *package.node,
                        QStringLiteral("The package has no \"type\"."));
         return;
     }
+    if (!node->isText())
+        return;
+    const QString kind = node->text();
     const QStringList known = Models::knownPackageTypes();
     const QString nearest = known.contains(kind) ? QString() : nearestWord(kind, known);
     if (!nearest.isEmpty())

@@ -43,20 +43,20 @@ QString step(QString key)
 
 bool JsonNode::hasKey(QLatin1String name) const
 {
-    if (hasEscapeInKey)
+    if (m_hasEscapeInKey)
         return key() == name;
-    return keyLength == name.size() &&
-           std::memcmp(rawKey, name.data(), static_cast<std::size_t>(keyLength)) == 0;
+    return m_keyLength == name.size() &&
+           std::memcmp(m_rawKey, name.data(), static_cast<std::size_t>(m_keyLength)) == 0;
 }
 
 QString JsonNode::text() const
 {
-    return isText() ? decoded(raw, rawLength) : QString();
+    return isText() ? decoded(m_raw, m_rawLength) : QString();
 }
 
 double JsonNode::number() const
 {
-    return isNumber() ? QByteArray::fromRawData(raw, rawLength).toDouble() : 0.0;
+    return isNumber() ? QByteArray::fromRawData(m_raw, m_rawLength).toDouble() : 0.0;
 }
 
 const JsonNode *JsonNode::member(QLatin1String name) const

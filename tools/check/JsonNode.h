@@ -29,14 +29,14 @@ public:
     /// Whether the node is a member of an object.
     bool isMember() const { return keyStart >= 0; }
     /// The key of a member.
-    QString key() const { return decoded(rawKey, keyLength); }
+    QString key() const { return decoded(m_rawKey, m_keyLength); }
     bool hasKey(QLatin1String name) const;
     /// Offset of the quote in front of the key, negative when there is none.
     int keyStart = -1;
 
     /// The content of a text; empty for other values, as clients read them.
     QString text() const;
-    bool isEmptyText() const { return isText() && rawLength == 0; }
+    bool isEmptyText() const { return isText() && m_rawLength == 0; }
     /// A number as clients read it; 0 for other values.
     double number() const;
 
@@ -52,11 +52,11 @@ private:
 
     static QString decoded(const char *bytes, int length);
 
-    const char *raw = nullptr; ///< of texts what is between the quotes, of numbers all
-    int rawLength = 0;
-    const char *rawKey = nullptr;
-    int keyLength = 0;
-    bool hasEscapeInKey = false;
+    const char *m_raw = nullptr; ///< of texts what is between the quotes, of numbers all
+    int m_rawLength = 0;
+    const char *m_rawKey = nullptr;
+    int m_keyLength = 0;
+    bool m_hasEscapeInKey = false;
 };
 
 /// For loops over the elements of an array or the members of an object; none of a null node.

@@ -140,10 +140,10 @@ bool JsonReader::readKey(JsonNode &node)
         return fail(isAtEnd() ? QStringLiteral("The file ends in the middle")
                               : QStringLiteral("A key in double quotes is expected here"));
     node.keyStart = offset(m_at);
-    if (!readText(node.rawKey, node.keyLength))
+    if (!readText(node.m_rawKey, node.m_keyLength))
         return false;
-    const auto length = static_cast<std::size_t>(node.keyLength);
-    node.hasEscapeInKey = std::memchr(node.rawKey, '\\', length) != nullptr;
+    const auto length = static_cast<std::size_t>(node.m_keyLength);
+    node.m_hasEscapeInKey = std::memchr(node.m_rawKey, '\\', length) != nullptr;
     skipSpace();
     if (!isAt(':'))
         return fail(QStringLiteral("A colon is expected behind the key"));
@@ -159,7 +159,7 @@ bool JsonReader::readValue(JsonNode &node)
     node.start = offset(m_at);
     if (isAt('"')) {
         node.kind = JsonNode::Kind::TEXT;
-        if (!readText(node.raw, node.rawLength))
+        if (!readText(node.m_raw, node.m_rawLength))
             return false;
     } else if (isAt('[') || isAt('{')) {
         const bool isArray = isAt('[');
@@ -260,7 +260,7 @@ bool JsonReader::skipDigits()
 bool JsonReader::readNumber(JsonNode &node)
 {
     node.kind = JsonNode::Kind::NUMBER;
-    node.raw = m_at;
+    node.m_raw = m_at;
     if (isAt('-'))
         ++m_at;
     const char *const whole = m_at;
@@ -276,15 +276,15 @@ bool JsonReader::readNumber(JsonNode &node)
             ++m_at;
         skipDigits();
     }
-    node.rawLength = static_cast<int>(m_at - node.raw);
+    node.m_rawLength = static_cast<int>(m_at - node.m_raw);
     bool isNumber = false;
-    QByteArray::fromRawData(node.raw, node.rawLength).toDouble(&isNumber);
+    QByteArray::fromRawData(node.m_raw, node.m_rawLength).toDouble(&isNumber);
     if (!isNumber || hasZeros) {
-        m_at = node.raw;
+        m_at = node.m_raw;
         return fail(QStringLiteral("This is no number"));
     }
     if (!isComplete)
-        note(JsonFault::Kind::TOLERATED, node.raw,
+        note(JsonFault::Kind::TOLERATED, node.m_raw,
              QStringLiteral("There is no digit in front of the point or behind it"));
     return true;
 }

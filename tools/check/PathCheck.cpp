@@ -75,39 +75,47 @@ void PathCheck::checkExtract(int package, const VersionView &version)
 {
     const JsonNode *const install = version.node->member(QLatin1String("install"));
     const JsonNode *const node = install ? install->member(QLatin1String("extract")) : nullptr;
-    if ((install && !install->isObject()) || (node && !node->isText()))
+    if (install && !install->isObject())
         return;
-    const QString entry = readText(node);
-    const QString path = extractPath(node, entry);
-    if (!path.isEmpty()) {
-        remember(package, path);
+    if (!node) {
+        reportWholeSimulator(*version.node);
         return;
     }
-    if (!containedPath(Simulator, entry).isEmpty())
-        return;
-    const QString clean = QDir::cleanPath(entry);
-    if (clean.isEmpty() || clean == QLatin1String("."))
-        m_findings.add(Rule::EXTRACT_WHOLE_SIMULATOR, node ? *node : *version.node,
-                       QStringLiteral("The version names no folder to unpack into."));
-    else
-        m_findings.add(Rule::PATH_OUTSIDE, *node,
-                       QStringLiteral("\"%1\" is no folder in the simulator's.").arg(entry));
+    const QString path = node->isText() ? extractPath(*node) : QString();
+    if (!path.isEmpty())
+        remember(package, path);
 }
 
-/// The clean path, empty when the folder is not in the simulator's or no file system takes it.
-QString PathCheck::extractPath(const JsonNode *node, const QString &entry)
+/// The clean path, empty when the folder is not one in the simulator's or no file system takes it.
+QString PathCheck::extractPath(const JsonNode &node)
 {
+    const QString entry = node.text();
     const auto known = m_faultlessFolders.constFind(entry);
     if (known != m_faultlessFolders.constEnd())
         return *known;
     const QString inside = containedPath(Simulator, entry);
-    if (inside.isEmpty() || !checkLength(*node, entry))
+    if (inside.isEmpty()) {
+        const QString clean = QDir::cleanPath(entry);
+        if (clean.isEmpty() || clean == QLatin1String("."))
+            reportWholeSimulator(node);
+        else
+            m_findings.add(Rule::PATH_OUTSIDE, node,
+                           QStringLiteral("\"%1\" is no folder in the simulator's.").arg(entry));
+        return QString();
+    }
+    if (!checkLength(node, entry))
         return QString();
     const QString path = relative(inside);
-    const bool isFaultless = checkSpelling(*node, entry);
-    if (checkCase(*node, path) && isFaultless)
+    const bool isFaultless = checkSpelling(node, entry);
+    if (checkCase(node, path) && isFaultless)
         m_faultlessFolders.insert(entry, path);
     return path;
+}
+
+void PathCheck::reportWholeSimulator(const JsonNode &node)
+{
+    m_findings.add(Rule::EXTRACT_WHOLE_SIMULATOR, node,
+                   QStringLiteral("The version names no folder to unpack into."));
 }
 
 void PathCheck::checkList(int package, const VersionView &version, QLatin1String object,

@@ -35,7 +35,8 @@ private:
     void checkVersion(int package, const VersionView &version);
     void checkRemoval(const VersionView &version);
     void checkExtract(int package, const VersionView &version);
-    QString extractPath(const JsonNode *node, const QString &entry);
+    QString extractPath(const JsonNode &node);
+    void reportWholeSimulator(const JsonNode &node);
     void checkList(int package, const VersionView &version, QLatin1String object,
                    QLatin1String key);
     /// The clean path, empty when clients do not follow the entry.

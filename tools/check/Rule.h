@@ -105,8 +105,8 @@ enum class Rule {
 struct RuleText
 {
     Rule rule;
-    const char *name; ///< stable; scripts may rely on it
     Severity severity;
+    const char *name;   ///< stable; scripts may rely on it
     const char *effect; ///< what clients do
     const char *remedy;
 };
