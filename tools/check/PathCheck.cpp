@@ -184,7 +184,7 @@ void PathCheck::reportOutside(const JsonNode &node, const QString &entry)
 
 bool PathCheck::checkLength(const JsonNode &node, const QString &entry)
 {
-    if (entry.size() <= LongestPath && entry.toUtf8().size() <= LongestPath)
+    if (entry.size() <= LongestPath / 3 || entry.toUtf8().size() <= LongestPath)
         return true;
     m_findings.add(Rule::PATH_REFUSED_NAME, node,
                    QStringLiteral("The path has more than %1 bytes.").arg(LongestPath));
@@ -202,15 +202,16 @@ bool PathCheck::checkSpelling(const JsonNode &node, const QString &entry)
                        QStringLiteral("There is \"*\" or \"?\" in \"%1\".").arg(entry));
     bool isFaultless =
         !entry.contains(QLatin1Char('\\')) && !Extractors::SevenZipProcess::isPattern(entry);
-    for (const QString &name : entry.split(QLatin1Char('/'), Qt::SkipEmptyParts))
+    for (const QStringRef &name : entry.splitRef(QLatin1Char('/'), Qt::SkipEmptyParts))
         isFaultless = checkName(node, entry, name) && isFaultless;
     return isFaultless;
 }
 
-bool PathCheck::checkName(const JsonNode &node, const QString &entry, const QString &name)
+bool PathCheck::checkName(const JsonNode &node, const QString &entry, const QStringRef &name)
 {
     const bool endsInBlank = name.endsWith(QLatin1Char(' '));
-    const bool isTooLong = name.toUtf8().size() > LongestName;
+    // A unit of UTF-16 becomes three bytes at most.
+    const bool isTooLong = name.size() > LongestName / 3 && name.toUtf8().size() > LongestName;
     const bool hasControls = std::any_of(name.cbegin(), name.cend(), isControl);
     if (endsInBlank)
         m_findings.add(Rule::PATH_BLANK_AT_END, node,

@@ -43,7 +43,7 @@ private:
     QString checkEntry(const JsonNode &node);
     bool checkLength(const JsonNode &node, const QString &entry);
     bool checkSpelling(const JsonNode &node, const QString &entry);
-    bool checkName(const JsonNode &node, const QString &entry, const QString &name);
+    bool checkName(const JsonNode &node, const QString &entry, const QStringRef &name);
     bool checkCase(const JsonNode &node, const QString &path);
     void reportOutside(const JsonNode &node, const QString &entry);
     void checkHeldByOthers(const CatalogueView &catalogue);
