@@ -175,6 +175,11 @@ void UpdateSimulationTest::goodUpdatesGiveNothing_data()
                     backingUp(version("1.0", lit, {Own, Lights}))};
     QTest::newRow("original that only the newer version replaces")
         << Versions{backingUp(version("2.0", lit, {Own, Lights})), version("1.0", old)};
+    QTest::newRow("backup of a folder")
+        << Versions{backingUp(version("1.0", {{Lights + QStringLiteral("/a"), "1"}}, {Lights}))};
+    ShelvedVersion below = version("1.0", {{Lights + QStringLiteral("/a"), "1"}}, {Lights});
+    below.backup = QStringList{Lights + QStringLiteral("/a")};
+    QTest::newRow("original in a folder") << Versions{below};
     QTest::newRow("links") << Versions{
         tarVersion("2.0", {{TarEntry::FILE, Own.toUtf8() + "/a", "2"},
                            {TarEntry::LINK, Own.toUtf8() + "/b", "a"}}),
@@ -221,6 +226,11 @@ void UpdateSimulationTest::faultsOfUpdatesAreFound_data()
     QTest::newRow("link") << Versions{version("2.0", fresh),
                                       tarVersion("1.0", {{TarEntry::LINK, "link", "nowhere"}})}
                           << QStringList{at("left-over", 0)};
+    QTest::newRow("link to a folder that is there")
+        << Versions{version("2.0", fresh),
+                    tarVersion("1.0", {{TarEntry::FILE, Plugin.toUtf8(), "1"},
+                                       {TarEntry::LINK, "link", Own.toUtf8()}})}
+        << QStringList{at("left-over", 0)};
     QTest::newRow("over two older ones")
         << Versions{version("3.0", fresh), version("2.0", old, both), version("1.0", old, both)}
         << QStringList{at("left-over", 0), at("left-over", 0)};
@@ -247,6 +257,13 @@ void UpdateSimulationTest::faultsOfUpdatesAreFound_data()
         << Versions{version("2.0", {{QStringLiteral("a/b"), "2"}}, {}),
                     version("1.0", {{QStringLiteral("a"), "1"}}, {})}
         << QStringList{at("fails", 0)};
+    QTest::newRow("file in the place of a folder of the simulator")
+        << Versions{version("1.0", {{QStringLiteral("Aircraft"), "x"}}, {})}
+        << QStringList{QStringLiteral("installation/fails /0/versions/0")};
+    QTest::newRow("folder in the place of a file of the simulator")
+        << Versions{version("2.0", {{Lights + QStringLiteral("/a"), "2"}}, {Own}),
+                    backingUp(version("1.0", lit, {Own, Lights}))}
+        << QStringList{QStringLiteral("installation/fails /0/versions/0")};
     ShelvedVersion other = version("1.0", old, both);
     ShelvedVersion otherNew = version("2.0", fresh);
     other.package = 6;
@@ -288,20 +305,25 @@ void UpdateSimulationTest::everyVersionIsTriedOverEveryOlderOne()
 
 void UpdateSimulationTest::whatStaysIsNamed()
 {
-    const Trial trial = tried(ArchiveShelf(
-        {version("2.0", {{Plugin, "2"}}),
-         version("1.0", {{Plugin, "1"}, {QStringLiteral("b"), "b"}, {QStringLiteral("a"), "a"}})}));
+    Files files;
+    for (char name = 'a'; name <= 'z'; ++name)
+        files.insert(QString(QLatin1Char(name)), "1");
+    const Trial trial =
+        tried(ArchiveShelf({version("2.0", {{Plugin, "2"}}), version("1.0", files)}));
     QCOMPARE(trial.messages(Rule::UPDATE_LEFT_OVER),
-             QStringList{QStringLiteral("Of \"1.0\" there stays \"a\" and 1 more.")});
+             QStringList{QStringLiteral("Of \"1.0\" there stays \"a\" and 25 more.")});
 }
 
 void UpdateSimulationTest::complaintOfSevenZipIsNamed()
 {
-    const Trial trial = tried(ArchiveShelf({damaged("1.0")}));
+    const Trial trial = tried(
+        ArchiveShelf({damaged("2.0"), version("1.0", {{QStringLiteral("Aircraft"), "x"}}, {})}));
     const QStringList messages = trial.messages(Rule::INSTALLATION_FAILS);
-    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.size(), 2);
     QVERIFY2(messages.first().contains(QLatin1String("~damaged")), qPrintable(messages.first()));
-    QVERIFY2(!messages.first().contains(QDir::tempPath()), qPrintable(messages.first()));
+    QVERIFY2(messages.last().contains(QLatin1String("Aircraft")), qPrintable(messages.last()));
+    for (const QString &message : messages)
+        QVERIFY2(!message.contains(QDir::tempPath()), qPrintable(message));
 }
 
 void UpdateSimulationTest::faultsOfTheMachineAreNoFindings()
@@ -408,9 +430,13 @@ void UpdateSimulationTest::ignoredSignalEndsNothing()
 {
     const ScratchProfile profile;
     const QString temporary = profile.folder(QStringLiteral("tmp"));
-    const ArchiveShelf shelf(versionsOf(4));
+    Versions versions;
+    for (const char *number : {"1.0", "1.1", "1.2", "1.3"})
+        versions.append(version(number, {{QString::fromLatin1(number), "x"}}, {}));
+    const ArchiveShelf shelf(versions);
     QProcess process;
     QVERIFY(signalled(process, shelf, temporary, SIGHUP, SIG_IGN));
+    QCOMPARE(process.readAllStandardOutput().count(": update/left-over: "), 6);
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
     QCOMPARE(fileTree(temporary), (QMap<QString, QString>()));

@@ -39,17 +39,17 @@ bool ScratchSimulator::reset()
         return false;
     bool isDone = true;
     for (const QString &place : commonPlaces()) {
-        if (place == simulatorExecutable())
-            isDone = writeFile(folder() + place, QByteArray()) && isDone;
-        else
-            isDone = QDir().mkpath(folder() + place) && isDone;
+        // 7-Zip would put a file in the place of an empty folder.
+        const bool isFile = place == simulatorExecutable();
+        const QString file = isFile ? place : place + QStringLiteral("/of the simulator");
+        isDone = writeFile(folder() + file, QByteArray()) && isDone;
     }
     return isDone;
 }
 
-bool ScratchSimulator::putOriginal(const QString &place) const
+void ScratchSimulator::putOriginal(const QString &place) const
 {
-    return writeFile(folder() + place, contentOfOriginal(place));
+    writeFile(folder() + place, contentOfOriginal(place));
 }
 
 bool ScratchSimulator::hasOriginal(const QString &place) const

@@ -17,11 +17,11 @@ class ScratchSimulator final
 public:
     explicit ScratchSimulator(QString extractor);
 
-    /// Makes everything anew. Returns whether that could be done, as all of these do.
+    /// Makes everything anew. Returns whether that could be done.
     bool reset();
-    /// Puts a file of the simulator's own at a place.
-    bool putOriginal(const QString &place) const;
-    /// Notes how everything is, for restore().
+    /// Puts a file of the simulator's own at a place, if there can be one.
+    void putOriginal(const QString &place) const;
+    /// Notes how everything is, for restore(). Both return whether that could be done.
     bool keep() const;
     bool restore() const;
 

@@ -143,25 +143,23 @@ QStringList UpdateSimulation::originalsOf(const Candidate &candidate) const
         for (const QString &place : placesOf(version.version->install->backup))
             places.insert(place);
     }
-    if (places.isEmpty())
-        return {};
-    QSet<QString> replaced;
-    QSet<QString> folders;
+    QStringList originals;
     for (const Version &version : candidate.versions) {
+        if (places.isEmpty())
+            break;
         const auto target = ClientVersion(version.version).extractFolder();
         const StoredArchive archive(version.archive, m_extractor);
         if (!target || archive.wayOut())
             continue;
         const ShippedFiles shipped(archive.listing(), *target);
-        for (const QString &place : qAsConst(places)) {
-            const ShippedFiles::Kind kind = shipped.kindOf(place);
-            if (kind == ShippedFiles::Kind::FOLDER)
-                folders.insert(place);
-            else if (kind != ShippedFiles::Kind::NOTHING)
-                replaced.insert(place);
+        for (const QString &place : places.values()) {
+            if (shipped.kindOf(place) == ShippedFiles::Kind::FILE && places.remove(place))
+                originals.append(place);
         }
     }
-    return (replaced - folders).values();
+    // So that of a file and one below it the same is there each time.
+    originals.sort();
+    return originals;
 }
 
 /// From the newest on: whatever an update leads to has been installed by itself before.
@@ -178,14 +176,13 @@ void UpdateSimulation::tryPackage(Candidate &candidate)
 
 void UpdateSimulation::tryInstallation(const Candidate &candidate, Version &version)
 {
-    bool isReady = m_simulator.reset();
-    for (const QString &place : candidate.originals)
-        isReady = m_simulator.putOriginal(place) && isReady;
-    if (!isReady) {
+    if (!m_simulator.reset()) {
         m_untried.append(QStringLiteral("no simulator could be made to try version \"%1\" in")
                              .arg(version.version->version));
         return;
     }
+    for (const QString &place : candidate.originals)
+        m_simulator.putOriginal(place);
     version.isInstalled = install(candidate, version, Rule::INSTALLATION_FAILS, QString());
     if (!version.isInstalled)
         return;
