@@ -150,6 +150,13 @@ void ArchiveCheckTest::goodArchivesGiveNothing_data()
     QTest::newRow("rules of every kind") << Versions{rules};
     ShelvedVersion backedUp = rules;
     backedUp.remove.removeAt(1);
+    for (const char *removal : {"Output/preferences/a.prf", "Output/preferences"}) {
+        ShelvedVersion written = version(good());
+        written.backup = QStringList{QStringLiteral("Output/preferences/a.prf")};
+        written.remove += QLatin1String(removal);
+        QTest::addRow("original that the add-on itself overwrites, by %s", removal)
+            << Versions{written};
+    }
     QTest::newRow("the original takes the place of what no rule removes") << Versions{backedUp};
     ShelvedVersion told = version(good());
     told.keys = {
@@ -426,6 +433,13 @@ void ArchiveCheckTest::rulesAreComparedWithArchives_data()
     };
     row("folder to back up", {backing(Own)}, QStringLiteral("backup/folder"),
         entry("install/backup"));
+    ShelvedVersion beside = backing(QStringLiteral("Output/preferences/a.prf"));
+    beside.remove += Own + QStringLiteral("/64");
+    beside.remove += QStringLiteral("Output/preferences/a.prf/b");
+    QTest::newRow("removals beside a backup that is not brought")
+        << Versions{beside}
+        << QStringList{QStringLiteral("backup/not-shipped ") + entry("install/backup"),
+                       QStringLiteral("remove/names-nothing ") + entry("uninstall/remove", 0, 2)};
     row("backup of what is not brought", {backing(QStringLiteral("lights.txt"))},
         QStringLiteral("backup/not-shipped"), entry("install/backup"));
 

@@ -2,6 +2,8 @@
 
 #include "tools/check/ClientVersion.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 namespace Kavo::Tools {
@@ -37,6 +39,35 @@ QStringList placesOf(const JsonNode *list)
     return places;
 }
 
+/// What a list of removals takes away.
+class Removed final
+{
+public:
+    explicit Removed(const QStringList &places)
+    {
+        for (const QString &place : places)
+            m_ends.insert(m_tree.add(place));
+    }
+
+    /// Whether the place, or a folder that it lies in, is removed.
+    bool takes(const QString &place) const
+    {
+        int node = PathTree::Root;
+        for (const QString &name : place.split(QLatin1Char('/'))) {
+            node = m_tree.find(node, name);
+            if (node == PathTree::None)
+                return false;
+            if (m_ends.contains(node))
+                return true;
+        }
+        return false;
+    }
+
+private:
+    PathTree m_tree;
+    QSet<int> m_ends;
+};
+
 } // namespace
 
 ArchiveRulesCheck::ArchiveRulesCheck(const PackageView &package, Findings &findings)
@@ -59,9 +90,11 @@ void ArchiveRulesCheck::collect(const VersionView &version)
         if (!place.isEmpty() && others.find(place) == PathTree::None)
             m_unmet.push_back({Rule::REMOVE_NAMES_NOTHING, &node, place});
     }
+    // An original that the add-on itself overwrites comes back where its file is removed.
+    const Removed removed(placesOf(removals(version)));
     for (const JsonNode &node : JsonChildren(backups(version))) {
         const QString place = ClientVersion::placeOf(node.text());
-        if (!place.isEmpty())
+        if (!place.isEmpty() && !removed.takes(place))
             m_unmet.push_back({Rule::BACKUP_NOT_SHIPPED, &node, place});
     }
 }

@@ -31,7 +31,7 @@ int PathTree::find(const QString &path) const
 {
     int node = Root;
     for (const QString &name : path.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
-        node = m_children.value({node, name}, None);
+        node = find(node, name);
         if (node == None)
             return None;
     }

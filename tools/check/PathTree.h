@@ -25,6 +25,11 @@ public:
     int add(int parent, const QString &name);
     /// The node of a clean relative path, None when it is not there.
     int find(const QString &path) const;
+    /// The node of a name in another node, None when it is not there.
+    int find(int parent, const QString &name) const
+    {
+        return m_children.value({parent, name}, None);
+    }
 
     int size() const { return static_cast<int>(m_nodes.size()); }
     int parent(int node) const { return at(node).parent; }

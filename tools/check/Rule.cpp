@@ -243,8 +243,9 @@ constexpr RuleText Texts[] = {
     {Rule::BACKUP_FOLDER, Severity::WARNING, "backup/folder",
      "Clients back up single files only: nothing in the folder is.", "List the files one by one."},
     {Rule::BACKUP_NOT_SHIPPED, Severity::WARNING, "backup/not-shipped",
-     "Clients make a copy of a file that no version of the package replaces.",
-     "Take the entry out, or mend the path."},
+     "Clients make a copy of a file that no version of the package replaces, and which stays what "
+     "it is by then when the package is removed.",
+     "Take the entry out, mend the path, or remove the file if the add-on itself overwrites it."},
     {Rule::UPDATE_LEFT_OVER, Severity::WARNING, "update/left-over",
      "Files of the older version stay in the simulator after the update.",
      "Add them to the removal rule of the newer version."},
