@@ -129,6 +129,7 @@ void CatalogueCheckTest::everyRuleSaysWhatItMeans()
         for (const char *text : {rule.effect, rule.remedy}) {
             QVERIFY2(QByteArray(text).endsWith('.'), rule.name);
             QVERIFY2(QChar::isUpper(uint(text[0])), rule.name);
+            QVERIFY2(!QByteArray(text).contains("\\\\"), rule.name);
         }
     }
 }

@@ -1,5 +1,6 @@
 #include "tools/publish/RemovalRules.h"
 #include "tests/support/TestMain.h"
+#include "tools/check/ClientVersion.h"
 #include "tools/check/JsonTree.h"
 
 using namespace Kavo::Tools;
@@ -146,14 +147,15 @@ void RemovalRulesTest::everybodysPlacesAreNeverNamed()
     const JsonTree tree(before);
     const CatalogueView view(tree.root());
     const PackagePaths none(view, 0);
-    const QStringList removed = pathsIn(view.packages().front().versions.front(),
-                                        QLatin1String("uninstall"), QLatin1String("remove"));
+    const QStringList removed =
+        ClientVersion::placesIn(view.packages().front().versions.front().entries(
+            QLatin1String("uninstall"), QLatin1String("remove")));
     QCOMPARE(removed, QStringList());
     const QStringList entries = RemovalRules(none, removed).entriesFor(listingOf(paths), extract);
     for (const QString &entry : entries)
-        QVERIFY2(!cleanRulePath(entry).isEmpty(), qPrintable(entry));
+        QVERIFY2(!ClientVersion::placeOf(entry).isEmpty(), qPrintable(entry));
     for (const QString &path : paths) {
-        const QString file = cleanRulePath(extract + QLatin1Char('/') + path);
+        const QString file = ClientVersion::placeOf(extract + QLatin1Char('/') + path);
         QCOMPARE(entries.contains(file), !file.isEmpty());
     }
 }

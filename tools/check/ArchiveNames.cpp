@@ -3,13 +3,11 @@
 #include "packages/CommonPlaces.h"
 
 #include <algorithm>
+#include <climits>
 
 namespace Kavo::Tools {
 
 namespace {
-
-/// The longest name of a file, in bytes.
-constexpr int LongestName = 255;
 
 bool isForeign(QChar character)
 {
@@ -28,12 +26,12 @@ void checkLength(const ShippedFiles &shipped, const JsonNode &link, Findings &fi
     const PathTree &tree = shipped.tree();
     SomePaths refused;
     for (int node = shipped.firstInside(); node < tree.size(); ++node) {
-        if (tree.name(node).toUtf8().size() > LongestName)
+        if (tree.name(node).toUtf8().size() > NAME_MAX)
             refused.add(refused.isEmpty() ? tree.path(node) : QString());
     }
     if (!refused.isEmpty())
         findings.add(Rule::ARCHIVE_REFUSED_NAME, link,
-                     QStringLiteral("A name has more than %1 bytes: ").arg(LongestName) +
+                     QStringLiteral("A name has more than %1 bytes: ").arg(NAME_MAX) +
                          refused.text() + QLatin1Char('.'));
     if (!shipped.tooLong().isEmpty())
         findings.add(Rule::ARCHIVE_REFUSED_NAME, link,

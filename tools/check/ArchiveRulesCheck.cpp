@@ -27,18 +27,6 @@ const JsonNode *backups(const VersionView &version)
     return version.entries(QLatin1String("install"), QLatin1String("backup"));
 }
 
-/// Where the entries of a list lead, without those that clients skip.
-QStringList placesOf(const JsonNode *list)
-{
-    QStringList places;
-    for (const JsonNode &node : JsonChildren(list)) {
-        const QString place = ClientVersion::placeOf(node.text());
-        if (!place.isEmpty())
-            places.append(place);
-    }
-    return places;
-}
-
 /// What a list of removals takes away.
 class Removed final
 {
@@ -83,7 +71,8 @@ void ArchiveRulesCheck::collect(const VersionView &version)
 {
     // A file to keep is the add-on's own work, and an original is the simulator's.
     PathTree others;
-    for (const QString &place : placesOf(kept(version)) + placesOf(backups(version)))
+    for (const QString &place :
+         ClientVersion::placesIn(kept(version)) + ClientVersion::placesIn(backups(version)))
         others.add(place);
     for (const JsonNode &node : JsonChildren(removals(version))) {
         const QString place = ClientVersion::placeOf(node.text());
@@ -91,7 +80,7 @@ void ArchiveRulesCheck::collect(const VersionView &version)
             m_unmet.push_back({Rule::REMOVE_NAMES_NOTHING, &node, place});
     }
     // An original that the add-on itself overwrites comes back where its file is removed.
-    const Removed removed(placesOf(removals(version)));
+    const Removed removed(ClientVersion::placesIn(removals(version)));
     for (const JsonNode &node : JsonChildren(backups(version))) {
         const QString place = ClientVersion::placeOf(node.text());
         if (!place.isEmpty() && !removed.takes(place))
@@ -158,7 +147,8 @@ void ArchiveRulesCheck::checkLeftBehind(const VersionView &version, const Shippe
     if (!list || !list->firstChild)
         return;
     // The original of a backup takes the place of the add-on's file.
-    const SomePaths left = shipped.without(placesOf(list) + placesOf(backups(version)));
+    const SomePaths left =
+        shipped.without(ClientVersion::placesIn(list) + ClientVersion::placesIn(backups(version)));
     if (!left.isEmpty())
         m_findings.add(Rule::ARCHIVE_LEFT_BEHIND, *list,
                        QStringLiteral("No entry removes ") + left.text() + QLatin1Char('.'));

@@ -19,7 +19,6 @@ struct VersionView
     int numberEnd = 0; ///< where in the text the numbers end
 
     const JsonNode *entries(QLatin1String object, QLatin1String key) const;
-    const JsonNode *depends() const { return node->member(QLatin1String("depends")); }
     QString link() const;
 };
 

@@ -50,8 +50,19 @@ std::optional<QString> ClientVersion::extractFolder() const
 
 QString ClientVersion::placeOf(const QString &entry)
 {
-    const QString path = containedPath(nowhere(), entry);
-    return path.isEmpty() || isCommonPlace(nowhere(), path) ? QString() : inSimulator(path);
+    const QString path = inSimulator(containedPath(nowhere(), entry));
+    return commonPlaces().contains(path, Qt::CaseInsensitive) ? QString() : path;
+}
+
+QStringList ClientVersion::placesIn(const JsonNode *list)
+{
+    QStringList places;
+    for (const JsonNode &node : JsonChildren(list)) {
+        const QString place = placeOf(node.text());
+        if (!place.isEmpty())
+            places.append(place);
+    }
+    return places;
 }
 
 } // namespace Kavo::Tools

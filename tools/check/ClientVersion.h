@@ -27,6 +27,8 @@ public:
 
     /// Where an entry of a rule leads, empty when clients skip it.
     static QString placeOf(const QString &entry);
+    /// The places of a list, without the entries that clients skip.
+    static QStringList placesIn(const JsonNode *list);
 
 private:
     Models::PackageVersionPointer m_version;

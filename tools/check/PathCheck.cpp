@@ -16,8 +16,7 @@ namespace {
 /// Stands for the simulator's folder, which a catalogue knows nothing of.
 const QString Simulator = QStringLiteral("/simulator");
 
-/// The longest name of a file and the longest path, in bytes.
-constexpr int LongestName = 255;
+/// The longest path, in bytes.
 constexpr int LongestPath = PATH_MAX - 1;
 
 QString relative(const QString &path)
@@ -211,14 +210,14 @@ bool PathCheck::checkName(const JsonNode &node, const QString &entry, const QStr
 {
     const bool endsInBlank = name.endsWith(QLatin1Char(' '));
     // A unit of UTF-16 becomes three bytes at most.
-    const bool isTooLong = name.size() > LongestName / 3 && name.toUtf8().size() > LongestName;
+    const bool isTooLong = name.size() > NAME_MAX / 3 && name.toUtf8().size() > NAME_MAX;
     const bool hasControls = std::any_of(name.cbegin(), name.cend(), isControl);
     if (endsInBlank)
         m_findings.add(Rule::PATH_BLANK_AT_END, node,
                        QStringLiteral("In \"%1\" a name ends in a blank.").arg(entry));
     if (isTooLong)
         m_findings.add(Rule::PATH_REFUSED_NAME, node,
-                       QStringLiteral("A name has more than %1 bytes.").arg(LongestName));
+                       QStringLiteral("A name has more than %1 bytes.").arg(NAME_MAX));
     else if (hasControls)
         m_findings.add(Rule::PATH_REFUSED_NAME, node,
                        QStringLiteral("There is a control character in a name."));

@@ -92,7 +92,7 @@ constexpr RuleText Texts[] = {
      "Everybody who reads the catalogue reads the name and the password.",
      "Take them out; serve the file without them."},
     {Rule::ADDRESS_FILE_NAME, Severity::ERROR, "address/file-name",
-     "Clients cannot unpack an archive of this name.",
+     "Clients cannot store the file under this name, or not unpack it.",
      R"(Give the file a name without "*" and "?" that has at most 246 bytes.)"},
     {Rule::ADDRESS_NO_FILE_NAME, Severity::WARNING, "address/no-file-name",
      "Clients store the archive under a made-up name that all such addresses share.",
@@ -164,7 +164,7 @@ constexpr RuleText Texts[] = {
      "Clients take the blank for a part of the name, and 7-Zip may have left it out.",
      "Take the blank out."},
     {Rule::PATH_REFUSED_NAME, Severity::ERROR, "path/refused-name",
-     "No file system takes the name.",
+     "Clients skip a path with a NUL character, and may fail to make or remove the others.",
      "Use names without control characters that have at most 255 bytes."},
     {Rule::PATH_CASE_DIFFERS, Severity::WARNING, "path/case-differs",
      "On Linux these are two places.", "Write the name in the same case everywhere."},
@@ -208,7 +208,7 @@ constexpr RuleText Texts[] = {
     {Rule::ARCHIVE_FOREIGN_NAME, Severity::WARNING, "archive/foreign-name",
      "Clients take the name as it is; where the simulator stands on a disk of Windows, unpacking "
      "may fail.",
-     R"(Use names without \\ : * ? " < > | and control characters, and without a blank or a dot at )"
+     R"(Use names without \ : * ? " < > | and control characters, and without a blank or a dot at )"
      "the end."},
     {Rule::ARCHIVE_FILE_AND_FOLDER, Severity::ERROR, "archive/file-and-folder",
      "Unpacking fails, and clients are left without the version before.",

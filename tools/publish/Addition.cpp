@@ -1,4 +1,5 @@
 #include "tools/publish/Addition.h"
+#include "tools/check/ClientVersion.h"
 
 #include "tools/check/CatalogueCheck.h"
 #include "tools/publish/ArchiveAddress.h"
@@ -219,9 +220,9 @@ QStringList Addition::removalRules(const ArchiveLook &archive)
         return carried(m_order.remove, QLatin1String(), QLatin1String());
     const VersionView *const before = versionBefore();
     const PackagePaths others(m_view, m_package);
-    RemovalRules rules(
-        others, before ? pathsIn(*before, QLatin1String("uninstall"), QLatin1String("remove"))
-                       : QStringList());
+    RemovalRules rules(others, before ? ClientVersion::placesIn(before->entries(
+                                            QLatin1String("uninstall"), QLatin1String("remove")))
+                                      : QStringList());
     const QStringList entries = rules.entriesFor(archive.listing(), m_version.install->extract);
     m_undecided = rules.undecidedFolders();
     return entries;

@@ -1,7 +1,7 @@
 #include "tools/publish/PackagePaths.h"
 
-#include "packages/CommonPlaces.h"
 #include "packages/ContainedPath.h"
+#include "tools/check/ClientVersion.h"
 
 namespace Kavo::Tools {
 
@@ -11,24 +11,6 @@ namespace {
 const QString Simulator = QStringLiteral("/simulator");
 
 } // namespace
-
-QString cleanRulePath(const QString &entry)
-{
-    const QString inside = containedPath(Simulator, entry);
-    const QString path = inside.mid(Simulator.size() + 1);
-    return commonPlaces().contains(path, Qt::CaseInsensitive) ? QString() : path;
-}
-
-QStringList pathsIn(const VersionView &version, QLatin1String object, QLatin1String key)
-{
-    QStringList paths;
-    for (const JsonNode &entry : JsonChildren(version.entries(object, key))) {
-        const QString path = cleanRulePath(entry.text());
-        if (!path.isEmpty())
-            paths.append(path);
-    }
-    return paths;
-}
 
 QString extractFolderOf(const VersionView &version)
 {
@@ -50,12 +32,14 @@ PackagePaths::PackagePaths(const CatalogueView &catalogue, int without)
 
 void PackagePaths::add(const VersionView &version)
 {
-    const QStringList removed =
-        pathsIn(version, QLatin1String("uninstall"), QLatin1String("remove"));
-    const QStringList named =
-        QStringList(extractFolderOf(version)) +
-        pathsIn(version, QLatin1String("install"), QLatin1String("preserve")) +
-        pathsIn(version, QLatin1String("install"), QLatin1String("backup")) + removed;
+    const QStringList removed = ClientVersion::placesIn(
+        version.entries(QLatin1String("uninstall"), QLatin1String("remove")));
+    const QStringList named = QStringList(extractFolderOf(version)) +
+                              ClientVersion::placesIn(version.entries(QLatin1String("install"),
+                                                                      QLatin1String("preserve"))) +
+                              ClientVersion::placesIn(version.entries(QLatin1String("install"),
+                                                                      QLatin1String("backup"))) +
+                              removed;
     for (const QString &path : named)
         m_named.insert(path.toLower());
     for (const QString &path : removed)

@@ -10,14 +10,8 @@
 
 namespace Kavo::Tools {
 
-/// The paths in a rule of a version, clean and from the simulator's folder on. Those that clients
-/// do not follow are left out.
-QStringList pathsIn(const VersionView &version, QLatin1String object, QLatin1String key);
-
-/// A path of a rule likewise, empty when clients do not follow it.
-QString cleanRulePath(const QString &entry);
-
-/// The folder into which a version is unpacked, likewise; empty for the simulator's own.
+/// The folder into which a version is unpacked, clean and from the simulator's folder on; empty for
+/// the simulator's own.
 QString extractFolderOf(const VersionView &version);
 
 /// What the packages of a catalogue but one have in the simulator, as far as their rules tell.

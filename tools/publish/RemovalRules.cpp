@@ -1,5 +1,7 @@
 #include "tools/publish/RemovalRules.h"
 
+#include "tools/check/ClientVersion.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -37,7 +39,7 @@ QStringList filesOf(const Extractors::ArchiveListing &listing, const QString &ex
     // A path that begins with a slash is no rule.
     const QString folder = extract.isEmpty() ? QString() : extract + Slash;
     for (const Extractors::ArchiveEntry &entry : listing.entries) {
-        const QString path = cleanRulePath(folder + entry.path);
+        const QString path = ClientVersion::placeOf(folder + entry.path);
         if (entry.kind != Kind::FOLDER && !path.isEmpty())
             files.append(path);
     }
@@ -101,7 +103,8 @@ QString RemovalRules::folderShownBy(const QString &file) const
     if (name.endsWith(QLatin1String(".xpl")))
         return folderBelow(QStringLiteral("Resources/plugins"), file);
     if (name.endsWith(QLatin1String(".acf")))
-        return isIn(QStringLiteral("Aircraft"), file) ? cleanRulePath(folderOf(file)) : QString();
+        return isIn(QStringLiteral("Aircraft"), file) ? ClientVersion::placeOf(folderOf(file))
+                                                      : QString();
     const QString scenery = folderBelow(QStringLiteral("Custom Scenery"), file);
     if (scenery.isEmpty())
         return QString();
