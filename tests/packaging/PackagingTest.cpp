@@ -24,6 +24,12 @@ QString packagingText(const QString &name)
     return QString::fromUtf8(readFile(QStringLiteral(KAVO_PACKAGING_FOLDER "/") + name));
 }
 
+/// A manual page as it is installed.
+QString manual(const QString &name)
+{
+    return QString::fromUtf8(readFile(QStringLiteral(KAVO_BUILD_FOLDER "/packaging/") + name));
+}
+
 /// The value of a key of the desktop entry.
 QString entryValue(const QString &key)
 {
@@ -91,6 +97,7 @@ private slots:
     void initTestCase();
 
     void installationHoldsTheseFilesAndNoOther();
+    void fullPackageAddsWhatDebianAsksFor();
     void catalogueToolHasAPackageOfItsOwn();
     void fullPackageReplacesTheSmallOne();
     void permissionsDoNotDependOnTheBuilder();
@@ -114,12 +121,15 @@ private:
     static QStringList find(const QString &root, QDir::Filters filters);
 
     QTemporaryDir m_root;
+    /// What the package kavo-suite holds.
+    QTemporaryDir m_suite;
 };
 
 void PackagingTest::initTestCase()
 {
-    QVERIFY(m_root.isValid());
+    QVERIFY(m_root.isValid() && m_suite.isValid());
     install(m_root.path(), {});
+    install(m_suite.path(), {QStringLiteral("--component"), QStringLiteral("suite")});
 }
 
 void PackagingTest::install(const QString &root, const QStringList &options)
@@ -159,20 +169,33 @@ void PackagingTest::installationHoldsTheseFilesAndNoOther()
         QStringLiteral("usr/lib/kavo-suite/kavo-suite"),
         QStringLiteral("usr/lib/kavo-suite/translations/qt_de.qm"),
         data + QStringLiteral("applications/") + DesktopId + QStringLiteral(".desktop"),
-        data + QStringLiteral("doc/kavo-suite/changelog.gz"),
-        data + QStringLiteral("doc/kavo-suite/copyright"),
         data + QStringLiteral("doc/kavo-suite/fonts-font-awesome.txt"),
         data + QStringLiteral("doc/kavo-suite/fonts-manrope.txt"),
         data + QStringLiteral("icons/hicolor/scalable/apps/kavo-suite.svg"),
         data + QStringLiteral("kavo-catalogue/catalogue.schema.json"),
-        data + QStringLiteral("man/man1/kavo-catalogue.1.gz"),
-        data + QStringLiteral("man/man1/kavo-suite.1.gz"),
+        data + QStringLiteral("man/man1/kavo-catalogue.1"),
+        data + QStringLiteral("man/man1/kavo-suite.1"),
         data + QStringLiteral("metainfo/") + DesktopId + QStringLiteral(".metainfo.xml"),
     };
     for (const int size : {16, 24, 32, 48, 64, 128, 256, 512})
         expected.append(data + QStringLiteral("icons/hicolor/%1x%1/apps/kavo-suite.png").arg(size));
     expected.sort();
     QCOMPARE(find(QDir::Files | QDir::System), expected);
+}
+
+void PackagingTest::fullPackageAddsWhatDebianAsksFor()
+{
+    const QString manuals = QStringLiteral("usr/share/man/man1/");
+    const QString documents = QStringLiteral("usr/share/doc/kavo-suite/");
+    QStringList expected = find(QDir::Files | QDir::System);
+    for (const char *name : {"kavo-catalogue.1", "kavo-suite.1"}) {
+        QVERIFY(expected.removeOne(manuals + QLatin1String(name)));
+        expected.append(manuals + QLatin1String(name) + QStringLiteral(".gz"));
+    }
+    expected +=
+        {documents + QStringLiteral("changelog.gz"), documents + QStringLiteral("copyright")};
+    expected.sort();
+    QCOMPARE(find(m_suite.path(), QDir::Files | QDir::System), expected);
 }
 
 void PackagingTest::catalogueToolHasAPackageOfItsOwn()
@@ -190,7 +213,8 @@ void PackagingTest::catalogueToolHasAPackageOfItsOwn()
     QCOMPARE(find(root.path(), QDir::Files | QDir::System), expected);
     for (const QString &file : shared) {
         QVERIFY(!readFile(root.filePath(file)).isEmpty());
-        QVERIFY2(readFile(root.filePath(file)) == readFile(installed(file)), qPrintable(file));
+        QVERIFY2(readFile(root.filePath(file)) == readFile(m_suite.filePath(file)),
+                 qPrintable(file));
     }
 }
 
@@ -272,33 +296,33 @@ void PackagingTest::iconsHaveTheSizeOfTheirFolder()
 void PackagingTest::compressedTextsAreWhole_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("source");
+    QTest::addColumn<QString>("text");
     for (const char *name : {"kavo-suite.1", "kavo-catalogue.1"})
         QTest::newRow(name) << QStringLiteral("usr/share/man/man1/%1.gz").arg(QLatin1String(name))
-                            << QString::fromLatin1(name);
+                            << manual(QLatin1String(name));
     QTest::newRow("changelog") << QStringLiteral("usr/share/doc/kavo-suite/changelog.gz")
-                               << QStringLiteral("changelog");
+                               << packagingText(QStringLiteral("changelog"));
 }
 
 void PackagingTest::compressedTextsAreWhole()
 {
     QFETCH(QString, path);
-    QFETCH(QString, source);
+    QFETCH(QString, text);
     QProcess gzip;
-    gzip.start(QStringLiteral("gzip"), {QStringLiteral("-dc"), installed(path)});
+    gzip.start(QStringLiteral("gzip"), {QStringLiteral("-dc"), m_suite.filePath(path)});
     QVERIFY(gzip.waitForFinished());
     QCOMPARE(gzip.exitCode(), 0);
-    QVERIFY(!packagingText(source).isEmpty());
-    QCOMPARE(QString::fromUtf8(gzip.readAllStandardOutput()), packagingText(source));
+    QVERIFY(!text.isEmpty());
+    QCOMPARE(QString::fromUtf8(gzip.readAllStandardOutput()), text);
     // Two builds of the same text give the same file: bytes 4 to 7 would hold the time.
-    QCOMPARE(readFile(installed(path)).mid(4, 4), QByteArray(4, '\0'));
+    QCOMPARE(readFile(m_suite.filePath(path)).mid(4, 4), QByteArray(4, '\0'));
 }
 
 /// What the installed tool tells of itself is in its manual page as well.
 void PackagingTest::manualHasEveryCommandAndOption()
 {
-    const QString manual = packagingText(QStringLiteral("kavo-catalogue.1"))
-                               .replace(QLatin1String("\\-"), QLatin1String("-"));
+    const QString page = manual(QStringLiteral("kavo-catalogue.1"))
+                             .replace(QLatin1String("\\-"), QLatin1String("-"));
     const auto helpOf = [this](const QStringList &command) {
         QProcess process;
         process.start(installed(QStringLiteral("usr/bin/kavo-catalogue")),
@@ -311,13 +335,13 @@ void PackagingTest::manualHasEveryCommandAndOption()
     QVERIFY(commands.contains(QStringLiteral("check")));
     for (const QString &command : commands) {
         const QStringList arguments = command.isEmpty() ? QStringList() : QStringList(command);
-        QVERIFY2(command.isEmpty() || manual.contains(QStringLiteral("\n.SS ") + command),
+        QVERIFY2(command.isEmpty() || page.contains(QStringLiteral("\n.SS ") + command),
                  qPrintable(command));
         const QStringList options =
             allMatches(helpOf(arguments), QStringLiteral("(?<![\\w-])(--[a-z][a-z-]*)"));
         QVERIFY(options.contains(QStringLiteral("--help")));
         for (const QString &option : options)
-            QVERIFY2(allMatches(manual, QStringLiteral("(--[a-z][a-z-]*)")).contains(option),
+            QVERIFY2(allMatches(page, QStringLiteral("(--[a-z][a-z-]*)")).contains(option),
                      qPrintable(command + QLatin1Char(' ') + option));
     }
 }
@@ -379,9 +403,9 @@ void PackagingTest::versionIsTheSameEverywhere()
     QVERIFY(!releases.isEmpty());
     QCOMPARE(releases.first().value(QStringLiteral("version")), Version);
     for (const char *name : {"kavo-suite.1", "kavo-catalogue.1"}) {
-        const QString manual = packagingText(QLatin1String(name));
-        QCOMPARE(firstMatch(manual, QStringLiteral("^\\.TH .*\"Kavo Suite ([^\"]*)\"")), Version);
-        QCOMPARE(firstMatch(manual, QStringLiteral("^\\.TH \\S+ \\d (\\S+)")),
+        const QString page = manual(QLatin1String(name));
+        QCOMPARE(firstMatch(page, QStringLiteral("^\\.TH .*\"Kavo Suite ([^\"]*)\"")), Version);
+        QCOMPARE(firstMatch(page, QStringLiteral("^\\.TH \\S+ \\d (\\S+)")),
                  releases.first().value(QStringLiteral("date")));
     }
 }
