@@ -9,8 +9,8 @@
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
 #include "packages/PackageController.h"
-#include "ui/ApplicationWindow.h"
-#include "ui/TopbarController.h"
+#include "ui/window/ApplicationWindow.h"
+#include "ui/window/TopbarController.h"
 
 #include <QApplication>
 #include <QNetworkAccessManager>

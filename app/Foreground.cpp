@@ -1,6 +1,6 @@
 #include "app/Foreground.h"
 
-#include "ui/ApplicationWindow.h"
+#include "ui/window/ApplicationWindow.h"
 
 #include <QApplication>
 #include <QSplashScreen>

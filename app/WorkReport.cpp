@@ -1,7 +1,7 @@
 #include "app/WorkReport.h"
 
 #include "core/OneLine.h"
-#include "packages/Installer.h"
+#include "packages/installation/Installer.h"
 
 #include <QApplication>
 

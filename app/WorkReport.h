@@ -3,7 +3,7 @@
 #include "app/DesktopBus.h"
 #include "app/LauncherEntry.h"
 #include "app/Notifications.h"
-#include "packages/InstallationWork.h"
+#include "packages/installation/InstallationWork.h"
 
 #include <QCoreApplication>
 #include <QObject>

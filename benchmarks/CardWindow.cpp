@@ -8,9 +8,9 @@
 #include "components/IconFont.h"
 #include "components/WidgetList.h"
 #include "core/ApplicationController.h"
-#include "ui/PackageCards.h"
-#include "ui/PackageContainer.h"
-#include "ui/PackageWidget.h"
+#include "ui/list/PackageCards.h"
+#include "ui/list/PackageWidget.h"
+#include "ui/window/PackageContainer.h"
 
 #include <QApplication>
 #include <QEvent>

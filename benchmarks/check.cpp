@@ -6,7 +6,7 @@
 
 #include "benchmarks/CatalogueMaker.h"
 #include "benchmarks/Measure.h"
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 #include "tools/check/CatalogueCheck.h"
 
 #include <QCoreApplication>

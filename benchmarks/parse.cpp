@@ -5,7 +5,7 @@
 
 #include "benchmarks/CatalogueMaker.h"
 #include "benchmarks/Measure.h"
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>

@@ -9,7 +9,7 @@
 #include "benchmarks/Engine.h"
 #include "benchmarks/LoopWatch.h"
 #include "benchmarks/Measure.h"
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 
 #include <QCoreApplication>
 #include <QTextStream>

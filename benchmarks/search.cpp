@@ -9,9 +9,9 @@
 #include "benchmarks/Measure.h"
 #include "benchmarks/ProseMaker.h"
 #include "components/WidgetList.h"
-#include "ui/PackageContainer.h"
-#include "ui/PackageFilter.h"
-#include "ui/SearchField.h"
+#include "ui/list/PackageFilter.h"
+#include "ui/list/SearchField.h"
+#include "ui/window/PackageContainer.h"
 
 #include <QApplication>
 #include <QBoxLayout>

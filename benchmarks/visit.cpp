@@ -8,7 +8,7 @@
 #include "benchmarks/CatalogueMaker.h"
 #include "benchmarks/Measure.h"
 #include "benchmarks/Random.h"
-#include "ui/PackageWidget.h"
+#include "ui/list/PackageWidget.h"
 
 #include <QApplication>
 #include <QDir>

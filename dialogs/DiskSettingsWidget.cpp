@@ -1,8 +1,8 @@
 #include "dialogs/DiskSettingsWidget.h"
 
 #include "core/ByteSize.h"
+#include "core/FolderSize.h"
 #include "core/Settings.h"
-#include "dialogs/FolderSize.h"
 
 #include <QGridLayout>
 #include <QLabel>

@@ -1,9 +1,9 @@
 #include "dialogs/PathSettingsWidget.h"
 
 #include "components/FileSelector.h"
+#include "core/ContainedPath.h"
 #include "core/FileCopy.h"
 #include "dialogs/MessageBoxes.h"
-#include "packages/ContainedPath.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "packages/Catalogue.h"
-#include "packages/CatalogueParser.h"
-#include "packages/InstalledPackageDatabase.h"
-#include "packages/Installer.h"
-#include "packages/Uninstaller.h"
+#include "packages/catalogue/Catalogue.h"
+#include "packages/catalogue/CatalogueParser.h"
+#include "packages/installation/Installer.h"
+#include "packages/installation/Uninstaller.h"
+#include "packages/record/InstalledPackageDatabase.h"
 
 #include <QObject>
 #include <QQueue>

@@ -4,8 +4,8 @@
 #include "core/Paths.h"
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
-#include "packages/ChangeLog.h"
-#include "packages/FormerFolders.h"
+#include "packages/model/ChangeLog.h"
+#include "packages/record/FormerFolders.h"
 
 namespace Kavo::Controllers {
 

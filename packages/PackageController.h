@@ -1,13 +1,13 @@
 #pragma once
 
-#include "packages/Catalogue.h"
-#include "packages/CatalogueFeed.h"
 #include "packages/CatalogueLoader.h"
-#include "packages/Dependencies.h"
-#include "packages/InstalledPackageDatabase.h"
-#include "packages/Installer.h"
 #include "packages/PackageEnvironment.h"
-#include "packages/Uninstaller.h"
+#include "packages/catalogue/Catalogue.h"
+#include "packages/catalogue/CatalogueFeed.h"
+#include "packages/installation/Dependencies.h"
+#include "packages/installation/Installer.h"
+#include "packages/installation/Uninstaller.h"
+#include "packages/record/InstalledPackageDatabase.h"
 
 #include <QObject>
 #include <QSharedPointer>

@@ -1,8 +1,8 @@
 #include "tools/CheckCommand.h"
 
 #include "core/RegularFile.h"
-#include "packages/CatalogueFeed.h"
 #include "packages/PackageEnvironment.h"
+#include "packages/catalogue/CatalogueFeed.h"
 #include "tools/CommandLine.h"
 #include "tools/ExitStatus.h"
 #include "tools/Terminal.h"

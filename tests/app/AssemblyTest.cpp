@@ -6,7 +6,7 @@
 #include "tests/components/Widgets.h"
 #include "tests/support/TestHttpServer.h"
 #include "tests/support/TestMain.h"
-#include "ui/ApplicationWindow.h"
+#include "ui/window/ApplicationWindow.h"
 
 #include <QMetaType>
 #include <QPainter>

@@ -7,7 +7,7 @@
 
 #include "app/ScreenScale.h"
 #include "app/StartUp.h"
-#include "ui/ApplicationWindow.h"
+#include "ui/window/ApplicationWindow.h"
 
 #include <QApplication>
 #include <QPushButton>

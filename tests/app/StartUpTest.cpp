@@ -10,7 +10,7 @@
 #include "tests/support/StandInLocate.h"
 #include "tests/support/TestHttpServer.h"
 #include "tests/support/TestMain.h"
-#include "ui/ApplicationWindow.h"
+#include "ui/window/ApplicationWindow.h"
 
 #include <QComboBox>
 #include <QDir>

@@ -5,7 +5,7 @@
 #include "tests/dialogs/SharedController.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/TestMain.h"
-#include "ui/PackageWidget.h"
+#include "ui/list/PackageWidget.h"
 
 #include <QMessageBox>
 #include <QProcess>

@@ -6,10 +6,10 @@
 #include "tests/support/Archives.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "ui/ApplicationWindow.h"
-#include "ui/PackageDetailOldVersionWidget.h"
-#include "ui/PackageDetailWidget.h"
-#include "ui/PackageWidget.h"
+#include "ui/detail/PackageDetailOldVersionWidget.h"
+#include "ui/detail/PackageDetailWidget.h"
+#include "ui/list/PackageWidget.h"
+#include "ui/window/ApplicationWindow.h"
 
 #include <QComboBox>
 #include <QDesktopServices>

@@ -2,7 +2,7 @@
 // the search for ways out of a folder. Ends the process when a promise of one of the two is broken.
 
 #include "core/ArchiveListingReader.h"
-#include "packages/ArchiveContainment.h"
+#include "packages/installation/ArchiveContainment.h"
 #include "tests/fuzz/Require.h"
 
 #include <QMap>

@@ -1,7 +1,7 @@
 // Feeds the check of catalogues with whatever libFuzzer thinks of, and ends the process when the
 // check and the clients' parser disagree about what can be read, or a finding makes no sense.
 
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 #include "tests/fuzz/Require.h"
 #include "tools/check/CatalogueCheck.h"
 #include "tools/check/CatalogueView.h"

@@ -4,9 +4,9 @@
 // Dependency entries are read the way the program reads them while a catalogue is loaded: empty
 // ones are left out, because asking about an empty one ends the process on purpose.
 
-#include "packages/CatalogueParser.h"
-#include "packages/ContainedPath.h"
-#include "packages/DependencyEntry.h"
+#include "core/ContainedPath.h"
+#include "packages/catalogue/CatalogueParser.h"
+#include "packages/model/DependencyEntry.h"
 #include "tests/fuzz/Require.h"
 
 #include <QDir>

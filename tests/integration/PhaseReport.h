@@ -1,7 +1,7 @@
 #pragma once
 
-#include "packages/Package.h"
-#include "packages/PackageFiles.h"
+#include "packages/installation/PackageFiles.h"
+#include "packages/model/Package.h"
 
 #include <QHash>
 #include <QMutex>

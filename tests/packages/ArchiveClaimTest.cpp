@@ -1,4 +1,4 @@
-#include "packages/ArchiveClaim.h"
+#include "packages/installation/ArchiveClaim.h"
 #include "tests/support/Archives.h"
 
 #include <QFile>

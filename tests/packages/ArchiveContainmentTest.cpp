@@ -1,4 +1,4 @@
-#include "packages/ArchiveContainment.h"
+#include "packages/installation/ArchiveContainment.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 

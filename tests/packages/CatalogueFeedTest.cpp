@@ -1,4 +1,4 @@
-#include "packages/CatalogueFeed.h"
+#include "packages/catalogue/CatalogueFeed.h"
 #include "tests/downloads/DownloadSetup.h"
 #include "tests/support/TestMain.h"
 

@@ -1,4 +1,4 @@
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 
 #include <QTest>
 

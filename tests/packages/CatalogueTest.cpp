@@ -1,4 +1,4 @@
-#include "packages/Catalogue.h"
+#include "packages/catalogue/Catalogue.h"
 #include "tests/packages/MakePackage.h"
 
 #include <QTest>

@@ -1,4 +1,4 @@
-#include "packages/ChangeLog.h"
+#include "packages/model/ChangeLog.h"
 #include "tests/packages/MakePackage.h"
 
 #include <QTest>

@@ -1,5 +1,5 @@
-#include "packages/CommonPlaces.h"
-#include "packages/PackageFiles.h"
+#include "packages/installation/CommonPlaces.h"
+#include "packages/installation/PackageFiles.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/Archives.h"
 #include "tests/support/LogCapture.h"

@@ -1,4 +1,4 @@
-#include "packages/CopyStore.h"
+#include "packages/installation/CopyStore.h"
 
 #include "tests/support/Archives.h"
 #include "tests/support/ScratchProfile.h"

@@ -1,4 +1,4 @@
-#include "packages/CopyUsers.h"
+#include "packages/installation/CopyUsers.h"
 
 #include "tests/support/Archives.h"
 #include "tests/support/ScratchProfile.h"

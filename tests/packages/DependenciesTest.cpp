@@ -1,4 +1,4 @@
-#include "packages/Dependencies.h"
+#include "packages/installation/Dependencies.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"

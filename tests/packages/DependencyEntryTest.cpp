@@ -1,4 +1,4 @@
-#include "packages/DependencyEntry.h"
+#include "packages/model/DependencyEntry.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 

@@ -1,4 +1,4 @@
-#include "packages/DiskRoom.h"
+#include "packages/installation/DiskRoom.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 

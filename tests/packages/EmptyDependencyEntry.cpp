@@ -1,7 +1,7 @@
 // Asks for an empty dependency entry, which ends the process. Run by DependencyEntryTest.
 
 #include "core/Log.h"
-#include "packages/DependencyEntry.h"
+#include "packages/model/DependencyEntry.h"
 
 #include <QCoreApplication>
 

@@ -1,4 +1,4 @@
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 #include "tests/packages/Engine.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"

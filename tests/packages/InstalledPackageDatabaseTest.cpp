@@ -1,4 +1,4 @@
-#include "packages/InstalledPackageDatabase.h"
+#include "packages/record/InstalledPackageDatabase.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScratchProfile.h"

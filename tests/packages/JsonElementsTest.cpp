@@ -1,4 +1,4 @@
-#include "packages/JsonElements.h"
+#include "packages/catalogue/JsonElements.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

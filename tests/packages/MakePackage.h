@@ -1,6 +1,6 @@
 #pragma once
 
-#include "packages/Package.h"
+#include "packages/model/Package.h"
 
 namespace Kavo::Testing {
 

@@ -1,6 +1,6 @@
 #include "core/FileCopy.h"
 #include "core/Settings.h"
-#include "packages/SettledCopy.h"
+#include "packages/installation/SettledCopy.h"
 #include "tests/packages/Engine.h"
 #include "tests/support/TestMain.h"
 

@@ -1,6 +1,6 @@
-#include "packages/PackageFiles.h"
+#include "packages/installation/PackageFiles.h"
 
-#include "packages/SettledCopy.h"
+#include "packages/installation/SettledCopy.h"
 #include "tests/support/Archives.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScratchProfile.h"

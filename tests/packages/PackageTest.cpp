@@ -1,4 +1,4 @@
-#include "packages/Package.h"
+#include "packages/model/Package.h"
 #include "tests/packages/MakePackage.h"
 
 #include <QSignalSpy>

@@ -1,4 +1,4 @@
-#include "packages/UnpackedFiles.h"
+#include "packages/installation/UnpackedFiles.h"
 #include "tests/support/Archives.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"

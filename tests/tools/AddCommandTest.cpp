@@ -1,4 +1,4 @@
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 #include "tests/support/FullDisk.h"
 #include "tests/support/TestMain.h"
 #include "tests/support/WithoutRights.h"

@@ -1,4 +1,4 @@
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/PublishedArchive.h"
 #include "tools/check/CatalogueCheck.h"

@@ -1,5 +1,5 @@
 #include "tools/publish/Addition.h"
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/CatalogueCorpus.h"
 #include "tests/tools/PublishedArchive.h"

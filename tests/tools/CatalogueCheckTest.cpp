@@ -1,5 +1,5 @@
 #include "tools/check/CatalogueCheck.h"
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 #include "tests/support/Archives.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/CatalogueCorpus.h"

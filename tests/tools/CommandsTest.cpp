@@ -1,4 +1,4 @@
-#include "packages/CatalogueFeed.h"
+#include "packages/catalogue/CatalogueFeed.h"
 #include "tests/support/Archives.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/ToolRun.h"

@@ -1,4 +1,4 @@
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueParser.h"
 #include "tests/support/Archives.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/CatalogueCorpus.h"

@@ -7,8 +7,8 @@
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
 #include "tests/ui/ShownWindow.h"
-#include "ui/PackageProcessingWidget.h"
-#include "ui/PackageWidget.h"
+#include "ui/list/PackageWidget.h"
+#include "ui/package/PackageProcessingWidget.h"
 
 #include <QAccessible>
 #include <QComboBox>

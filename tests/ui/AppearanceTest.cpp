@@ -5,11 +5,11 @@
 #include "tests/dialogs/SharedController.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "ui/ApplicationWindow.h"
-#include "ui/ElidedLabel.h"
-#include "ui/NameLabel.h"
-#include "ui/PackageDetailWidget.h"
-#include "ui/TopbarController.h"
+#include "ui/detail/PackageDetailWidget.h"
+#include "ui/list/ElidedLabel.h"
+#include "ui/list/NameLabel.h"
+#include "ui/window/ApplicationWindow.h"
+#include "ui/window/TopbarController.h"
 
 #include <QAbstractScrollArea>
 #include <QComboBox>

@@ -1,4 +1,4 @@
-#include "ui/ApplicationWindow.h"
+#include "ui/window/ApplicationWindow.h"
 #include "core/ApplicationController.h"
 #include "core/Settings.h"
 #include "tests/components/Widgets.h"
@@ -6,10 +6,10 @@
 #include "tests/support/Archives.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "ui/ApplicationContainer.h"
-#include "ui/PackageContainer.h"
-#include "ui/TopBar.h"
-#include "ui/TopbarController.h"
+#include "ui/window/ApplicationContainer.h"
+#include "ui/window/PackageContainer.h"
+#include "ui/window/TopBar.h"
+#include "ui/window/TopbarController.h"
 
 #include <QLayout>
 #include <QScreen>

@@ -4,8 +4,8 @@
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/support/TestMain.h"
-#include "ui/TopBar.h"
-#include "ui/TopbarController.h"
+#include "ui/window/TopBar.h"
+#include "ui/window/TopbarController.h"
 
 #include <QDirIterator>
 #include <QImageReader>

@@ -1,4 +1,4 @@
-#include "ui/FoldedText.h"
+#include "ui/list/FoldedText.h"
 #include "tests/support/TestMain.h"
 
 using namespace Kavo::Ui;

@@ -1,7 +1,7 @@
-#include "ui/ForeignText.h"
+#include "ui/package/ForeignText.h"
 #include "tests/components/Widgets.h"
 #include "tests/support/TestMain.h"
-#include "ui/ForeignDocument.h"
+#include "ui/package/ForeignDocument.h"
 
 #include <QAccessible>
 #include <QBuffer>

@@ -1,9 +1,9 @@
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/support/TestMain.h"
-#include "ui/ForeignDocument.h"
-#include "ui/PackageContainer.h"
-#include "ui/PackageDetailWidget.h"
+#include "ui/detail/PackageDetailWidget.h"
+#include "ui/package/ForeignDocument.h"
+#include "ui/window/PackageContainer.h"
 
 #include <QJsonArray>
 #include <QListWidget>

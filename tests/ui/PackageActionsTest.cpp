@@ -1,4 +1,4 @@
-#include "ui/PackageActions.h"
+#include "ui/package/PackageActions.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/packages/MakePackage.h"

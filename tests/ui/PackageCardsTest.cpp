@@ -1,10 +1,10 @@
-#include "ui/PackageCards.h"
+#include "ui/list/PackageCards.h"
 #include "components/WidgetList.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "ui/PackageWidget.h"
+#include "ui/list/PackageWidget.h"
 
 #include <QScrollBar>
 #include <QSignalSpy>

@@ -1,14 +1,14 @@
-#include "ui/PackageContainer.h"
+#include "ui/window/PackageContainer.h"
 #include "core/Settings.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "ui/PackageDetailWidget.h"
-#include "ui/PackageProcessingWidget.h"
-#include "ui/PackageSidebar.h"
-#include "ui/PackageWidget.h"
+#include "ui/detail/PackageDetailWidget.h"
+#include "ui/list/PackageWidget.h"
+#include "ui/package/PackageProcessingWidget.h"
+#include "ui/window/PackageSidebar.h"
 
 #include <QComboBox>
 #include <QFileInfo>

@@ -4,11 +4,11 @@
 #include "tests/packages/MakePackage.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "ui/PackageDetailInfoWidget.h"
-#include "ui/PackageDetailOldVersionWidget.h"
-#include "ui/PackageDetailOldVersionsList.h"
-#include "ui/PackageDetailTitleBar.h"
-#include "ui/PackageDetailWidget.h"
+#include "ui/detail/PackageDetailInfoWidget.h"
+#include "ui/detail/PackageDetailOldVersionWidget.h"
+#include "ui/detail/PackageDetailOldVersionsList.h"
+#include "ui/detail/PackageDetailTitleBar.h"
+#include "ui/detail/PackageDetailWidget.h"
 
 #include <QLayout>
 #include <QScrollArea>

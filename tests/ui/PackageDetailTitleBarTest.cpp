@@ -1,11 +1,11 @@
-#include "ui/PackageDetailTitleBar.h"
+#include "ui/detail/PackageDetailTitleBar.h"
 #include "downloads/Download.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "ui/PackageProcessingWidget.h"
+#include "ui/package/PackageProcessingWidget.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "ui/PackageErrorQueue.h"
+#include "ui/package/PackageErrorQueue.h"
 #include "dialogs/MessageBoxes.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/MessageBoxAnswers.h"

@@ -1,4 +1,4 @@
-#include "ui/PackageFilter.h"
+#include "ui/list/PackageFilter.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/TestMain.h"
 

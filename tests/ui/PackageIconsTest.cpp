@@ -5,8 +5,8 @@
 #include "tests/dialogs/SharedController.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/TestMain.h"
-#include "ui/PackageCards.h"
-#include "ui/PackageWidget.h"
+#include "ui/list/PackageCards.h"
+#include "ui/list/PackageWidget.h"
 
 #include <QBuffer>
 #include <QLabel>

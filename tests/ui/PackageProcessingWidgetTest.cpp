@@ -1,4 +1,4 @@
-#include "ui/PackageProcessingWidget.h"
+#include "ui/package/PackageProcessingWidget.h"
 #include "tests/components/Widgets.h"
 #include "tests/support/TestMain.h"
 

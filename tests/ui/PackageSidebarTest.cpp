@@ -1,4 +1,4 @@
-#include "ui/PackageSidebar.h"
+#include "ui/window/PackageSidebar.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/support/TestMain.h"

@@ -1,4 +1,4 @@
-#include "ui/PackageWidget.h"
+#include "ui/list/PackageWidget.h"
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
 #include "tests/components/Widgets.h"

@@ -1,4 +1,4 @@
-#include "ui/PlainLine.h"
+#include "ui/list/PlainLine.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 

@@ -1,4 +1,4 @@
-#include "ui/ProgressText.h"
+#include "ui/package/ProgressText.h"
 #include "tests/support/TestMain.h"
 
 #include <QTranslator>

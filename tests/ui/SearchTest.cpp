@@ -4,10 +4,10 @@
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
 #include "tests/ui/ShownWindow.h"
-#include "ui/PackageFilter.h"
-#include "ui/PackageProcessingWidget.h"
-#include "ui/PackageSidebar.h"
-#include "ui/PackageWidget.h"
+#include "ui/list/PackageFilter.h"
+#include "ui/list/PackageWidget.h"
+#include "ui/package/PackageProcessingWidget.h"
+#include "ui/window/PackageSidebar.h"
 
 #include <QAccessible>
 #include <QLineEdit>

@@ -5,8 +5,8 @@
 #include "components/WidgetList.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
-#include "ui/PackageDetailWidget.h"
-#include "ui/TopbarController.h"
+#include "ui/detail/PackageDetailWidget.h"
+#include "ui/window/TopbarController.h"
 
 #include <QAccessible>
 #include <QJsonArray>

@@ -2,7 +2,7 @@
 
 #include "core/ApplicationController.h"
 #include "tests/packages/Engine.h"
-#include "ui/ApplicationWindow.h"
+#include "ui/window/ApplicationWindow.h"
 
 #include <QPushButton>
 #include <QSharedPointer>

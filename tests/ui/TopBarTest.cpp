@@ -1,4 +1,4 @@
-#include "ui/TopBar.h"
+#include "ui/window/TopBar.h"
 #include "components/WindowControl.h"
 #include "core/ApplicationController.h"
 #include "core/Settings.h"
@@ -8,7 +8,7 @@
 #include "tests/support/Archives.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "ui/TopbarController.h"
+#include "ui/window/TopbarController.h"
 
 #include <QDialog>
 #include <QHBoxLayout>

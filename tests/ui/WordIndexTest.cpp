@@ -1,6 +1,6 @@
-#include "ui/WordIndex.h"
+#include "ui/list/WordIndex.h"
 #include "tests/support/TestMain.h"
-#include "ui/Vocabulary.h"
+#include "ui/list/Vocabulary.h"
 
 #include <algorithm>
 #include <random>

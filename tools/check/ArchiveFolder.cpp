@@ -1,7 +1,7 @@
 #include "tools/check/ArchiveFolder.h"
 
+#include "core/ContainedPath.h"
 #include "downloads/Download.h"
-#include "packages/ContainedPath.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #include "tools/check/ArchiveNames.h"
 
-#include "packages/CommonPlaces.h"
+#include "packages/installation/CommonPlaces.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,6 +1,6 @@
 #include "tools/check/CatalogueCheck.h"
 
-#include "packages/CatalogueFeed.h"
+#include "packages/catalogue/CatalogueFeed.h"
 #include "tools/check/AddressCheck.h"
 #include "tools/check/DependencyCheck.h"
 #include "tools/check/IdentityCheck.h"

@@ -1,9 +1,9 @@
 #include "tools/check/ClientVersion.h"
 
-#include "packages/CatalogueParser.h"
-#include "packages/CommonPlaces.h"
-#include "packages/ContainedPath.h"
-#include "packages/PackageFiles.h"
+#include "core/ContainedPath.h"
+#include "packages/catalogue/CatalogueParser.h"
+#include "packages/installation/CommonPlaces.h"
+#include "packages/installation/PackageFiles.h"
 
 #include <utility>
 

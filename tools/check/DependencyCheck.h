@@ -1,6 +1,6 @@
 #pragma once
 
-#include "packages/DependencyEntry.h"
+#include "packages/model/DependencyEntry.h"
 #include "tools/check/DependencyGraph.h"
 #include "tools/check/Findings.h"
 

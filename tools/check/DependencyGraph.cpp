@@ -1,6 +1,6 @@
 #include "tools/check/DependencyGraph.h"
 
-#include "packages/DependencyEntry.h"
+#include "packages/model/DependencyEntry.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "tools/check/IdentityCheck.h"
 
 #include "core/Languages.h"
-#include "packages/Package.h"
+#include "packages/model/Package.h"
 #include "tools/check/NearestWord.h"
 
 namespace Kavo::Tools {

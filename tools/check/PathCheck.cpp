@@ -1,8 +1,8 @@
 #include "tools/check/PathCheck.h"
 
+#include "core/ContainedPath.h"
 #include "core/SevenZipProcess.h"
-#include "packages/CommonPlaces.h"
-#include "packages/ContainedPath.h"
+#include "packages/installation/CommonPlaces.h"
 
 #include <QDir>
 

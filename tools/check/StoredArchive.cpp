@@ -1,8 +1,8 @@
 #include "tools/check/StoredArchive.h"
 
 #include "core/Sha256.h"
-#include "packages/ArchiveContainment.h"
-#include "packages/ArchiveInspection.h"
+#include "packages/installation/ArchiveContainment.h"
+#include "packages/installation/ArchiveInspection.h"
 
 #include <QFileInfo>
 

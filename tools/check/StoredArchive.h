@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/ArchiveReader.h"
-#include "packages/PackageVersion.h"
+#include "packages/model/PackageVersion.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,8 +1,8 @@
 #include "tools/probe/CatalogueProbe.h"
 
 #include "core/ByteSize.h"
-#include "packages/CatalogueFeed.h"
-#include "packages/CatalogueParser.h"
+#include "packages/catalogue/CatalogueFeed.h"
+#include "packages/catalogue/CatalogueParser.h"
 #include "tools/probe/Fetcher.h"
 #include "tools/probe/Repetition.h"
 

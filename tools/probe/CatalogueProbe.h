@@ -1,6 +1,6 @@
 #pragma once
 
-#include "packages/Package.h"
+#include "packages/model/Package.h"
 #include "tools/probe/ProbeReport.h"
 #include "tools/probe/TransportCheck.h"
 

@@ -1,6 +1,6 @@
 #include "tools/probe/ServerAddress.h"
 
-#include "packages/CatalogueFeed.h"
+#include "packages/catalogue/CatalogueFeed.h"
 
 namespace Kavo::Tools {
 

@@ -1,6 +1,6 @@
 #include "tools/publish/PackagePaths.h"
 
-#include "packages/ContainedPath.h"
+#include "core/ContainedPath.h"
 #include "tools/check/ClientVersion.h"
 
 namespace Kavo::Tools {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "packages/PackageVersion.h"
+#include "packages/model/PackageVersion.h"
 #include "tools/publish/JsonDraft.h"
 
 #include <QString>

@@ -1,10 +1,10 @@
 #include "tools/simulation/ScratchSimulator.h"
 
+#include "core/FolderRemoval.h"
 #include "core/Installation.h"
-#include "packages/ArchiveClaim.h"
-#include "packages/CommonPlaces.h"
-#include "packages/FolderRemoval.h"
-#include "packages/InstallationTask.h"
+#include "packages/installation/ArchiveClaim.h"
+#include "packages/installation/CommonPlaces.h"
+#include "packages/installation/InstallationTask.h"
 
 #include <QDirIterator>
 #include <QFile>

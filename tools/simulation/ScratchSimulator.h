@@ -1,8 +1,8 @@
 #pragma once
 
-#include "packages/InstallationResult.h"
-#include "packages/Package.h"
-#include "packages/PackageFiles.h"
+#include "packages/installation/InstallationResult.h"
+#include "packages/installation/PackageFiles.h"
+#include "packages/model/Package.h"
 
 #include <QSet>
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "packages/Package.h"
+#include "packages/model/Package.h"
 #include "tools/check/ArchiveFolder.h"
 #include "tools/check/CatalogueView.h"
 #include "tools/check/Findings.h"

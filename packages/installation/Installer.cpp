@@ -1,0 +1,220 @@
+#include "packages/installation/Installer.h"
+
+#include "downloads/DownloadManager.h"
+#include "packages/model/DependencyEntry.h"
+
+#include <QVector>
+
+#include <algorithm>
+#include <utility>
+
+namespace Kavo::Models {
+
+Installer::Installer(const Catalogue &catalogue, InstalledPackageDatabase &database,
+                     const QSharedPointer<Managers::DownloadManager> &downloads,
+                     const InstallationQueue::Settings &settings, Clock clock, QObject *parent)
+    : QObject(parent)
+    , m_catalogue(catalogue)
+    , m_database(database)
+    , m_dependencies(catalogue, database)
+    , m_downloads(downloads)
+    , m_claims(QSharedPointer<ArchiveClaims>::create())
+    , m_clock(std::move(clock))
+    , m_queue(catalogue, m_works, settings)
+{
+    connect(&m_queue, &InstallationQueue::taskEnded, this, &Installer::taskEnded);
+}
+
+Installer::~Installer() = default;
+
+void Installer::install(const PackagePointer &package, QString &version)
+{
+    const PackageVersionPointer record = package->findVersion(version);
+    if (!m_downloads || !record || !mayStart(*package))
+        return;
+    version = record->version;
+    startWithDependencies(package, version);
+}
+
+PackageList Installer::blockers(const PackageList &leaving) const
+{
+    PackageList blockers;
+    for (const InstallationWorkPointer &work : m_works) {
+        const auto isInTheWay = [&work](const PackagePointer &package) {
+            return package->id() == work->packageId() || work->needs(package->id());
+        };
+        if (std::any_of(leaving.cbegin(), leaving.cend(), isInTheWay))
+            blockers.append(work->package());
+    }
+    return blockers;
+}
+
+QSet<int> Installer::concerned() const
+{
+    QSet<int> ids;
+    for (const InstallationWorkPointer &work : m_works) {
+        ids.insert(work->packageId());
+        for (const QString &entry : work->version()->depends)
+            ids.insert(DependencyEntry::parse(entry).packageId);
+    }
+    return ids;
+}
+
+bool Installer::isConcerned(int packageId) const
+{
+    return std::any_of(m_works.cbegin(), m_works.cend(),
+                       [packageId](const InstallationWorkPointer &work) {
+                           return work->packageId() == packageId || work->needs(packageId);
+                       });
+}
+
+void Installer::showOn(const Catalogue &catalogue)
+{
+    for (const InstallationWorkPointer &work : qAsConst(m_works)) {
+        if (const PackagePointer package = catalogue.resolve(work->packageId()))
+            work->showBy(package);
+    }
+}
+
+QSharedPointer<Download> Installer::runningDownload(const Package &package) const
+{
+    const Package::State state = package.state();
+    if (!m_downloads || (state != Package::DOWNLOADING && state != Package::INSTALLING))
+        return {};
+    const QString recorded = m_database.version(package);
+    const PackageVersionPointer version = package.findVersion(recorded);
+    if (recorded.isEmpty() || !version)
+        return {};
+    return m_downloads->find(version->link);
+}
+
+WorkProgress Installer::progress(const Package &package) const
+{
+    const InstallationWorkPointer work = m_works.value(package.id());
+    if (!work)
+        return {};
+    WorkProgress progress = work->progress();
+    if (const PackagePointer awaited = m_queue.awaitedBy(*work))
+        progress.waitsFor = awaited->name();
+    return progress;
+}
+
+/// A second start of the same package would queue its archive twice.
+bool Installer::mayStart(const Package &package) const
+{
+    return !package.isBusy() && !m_works.contains(package.id());
+}
+
+/// Dependencies first, each once: the walk keeps its own stack, because catalogues may chain more
+/// packages than calls can be nested, and passes over what it has met, because they may need each
+/// other.
+void Installer::startWithDependencies(const PackagePointer &package, const QString &version)
+{
+    struct Step
+    {
+        PackagePointer package;
+        PackageVersionPointer version;
+        PackageList dependencies;
+    };
+    const auto stepFor = [this](const PackagePointer &wanted, const QString &text) {
+        return Step{wanted, wanted->findVersion(text), m_dependencies.toInstallWith(*wanted, text)};
+    };
+
+    QSet<int> met{package->id()};
+    QVector<Step> steps{stepFor(package, version)};
+    while (!steps.isEmpty()) {
+        Step &step = steps.last();
+        if (step.dependencies.isEmpty()) {
+            const Step ready = steps.takeLast();
+            start(ready.package, ready.version);
+            continue;
+        }
+        const PackagePointer dependency = step.dependencies.takeFirst();
+        if (met.contains(dependency->id()) || dependency->versions().isEmpty() ||
+            !mayStart(*dependency))
+            continue;
+        met.insert(dependency->id());
+        steps.append(stepFor(dependency, QString()));
+    }
+}
+
+void Installer::start(const PackagePointer &package, const PackageVersionPointer &version)
+{
+    const QSharedPointer<Download> download = downloadOf(version->link);
+    if (!version->sha256.isEmpty())
+        download->setHashed(true);
+    const auto work = InstallationWorkPointer::create(package, version, download, m_clock);
+    // A catalogue that came since the package was shown has an object of its own for it.
+    if (const PackagePointer current = m_catalogue.resolve(package->id()))
+        work->showBy(current);
+    m_works.insert(package->id(), work);
+    connect(work.data(), &InstallationWork::moved, this,
+            [this, weak = work.toWeakRef()] { onMoved(weak.toStrongRef()); });
+    emit began(work);
+    download->announce();
+    m_downloads->add(download, false);
+    work->keepArchive(ArchiveClaim(m_claims, download->getPath()));
+}
+
+QSharedPointer<Download> Installer::downloadOf(const QString &link) const
+{
+    QSharedPointer<Download> download = m_downloads->find(link);
+    // A download that the probe found complete stays queued, but nothing of it goes on.
+    while (download && download->getProcess() == Download::Process::Finished) {
+        m_downloads->remove(download);
+        download = m_downloads->find(link);
+    }
+    return download ? download : QSharedPointer<Download>::create(link, true, false);
+}
+
+void Installer::onMoved(const InstallationWorkPointer &work)
+{
+    using Phase = InstallationWork::Phase;
+    const auto record = [this, &work] {
+        m_database.record(*work->package(), work->version()->version);
+    };
+    switch (work->phase()) {
+    case Phase::STARTING:
+    case Phase::PREPARING:
+    case Phase::RUNNING:
+        break;
+    case Phase::DOWNLOADING:
+        record();
+        break;
+    case Phase::QUEUED:
+        record();
+        m_queue.append(work);
+        m_queue.processPendingInstallations();
+        break;
+    case Phase::REPLACING:
+        m_database.forgetWhole(*work->package());
+        break;
+    case Phase::INSTALL_FAILED:
+        // Once more, should it not have been possible then.
+        if (work->result().touched)
+            m_database.forgetWhole(*work->package());
+        record();
+        onEnded(work);
+        break;
+    case Phase::INSTALLED:
+    case Phase::DOWNLOAD_FAILED:
+    case Phase::DEPENDENCY_FAILED:
+        record();
+        onEnded(work);
+        break;
+    }
+}
+
+void Installer::onEnded(const InstallationWorkPointer &work)
+{
+    m_works.remove(work->packageId());
+    emit ended(work);
+    // It is the sender of the signal that tells of its end.
+    m_ended.append(work);
+    QMetaObject::invokeMethod(
+        this, [this] { m_ended.clear(); }, Qt::QueuedConnection);
+    // What waits for this package can be told now; nothing else may ever wake the queue.
+    m_queue.processPendingInstallations();
+}
+
+} // namespace Kavo::Models

@@ -1,0 +1,109 @@
+#pragma once
+
+#include "components/StyledWidget.h"
+#include "packages/model/Package.h"
+
+#include <QScopedPointer>
+#include <QSharedPointer>
+#include <QWeakPointer>
+
+class QHBoxLayout;
+class QLabel;
+class QPushButton;
+class QVBoxLayout;
+
+namespace Kavo::Components {
+class ProgressBar;
+}
+
+namespace Kavo::Controllers {
+class PackageController;
+}
+
+namespace Kavo::Models {
+class Download;
+}
+
+namespace Kavo::Ui {
+
+class IconLabel;
+class PriceLabel;
+class ProgressFollower;
+
+/// The card of one package in the list. It follows the package's state and progress and fetches its
+/// icon, before those of others while it is shown.
+class PackageWidget final : public Components::StyledWidget
+{
+    Q_OBJECT
+
+public:
+    PackageWidget(const QSharedPointer<Controllers::PackageController> &controller,
+                  const Models::PackagePointer &package, QWidget *parent = nullptr);
+    ~PackageWidget() override;
+
+    /// What the action button of a card says in that state, empty for none of its own.
+    static QString actionText(Models::Package::State state, bool updateAvailable);
+    /// What a card says of the price.
+    static QString priceText(const Models::Package &package);
+
+    int packageId() const { return m_package->id(); }
+    /// Follows the package no more: another card has taken over, and this one waits for its end.
+    void retire();
+    /// Tab comes here from that card.
+    void followInTabOrder(const PackageWidget &card);
+    /// Gives the keyboard to the button that opens the package.
+    void focusDetailButton();
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    struct Look
+    {
+        QString text;
+        QString objectName;
+        int glyph;
+        bool enabled;
+        bool progress;
+        QString hint; ///< what the user can do about it, where the button does nothing
+    };
+
+    void buildIcon(QHBoxLayout &layout);
+    void buildTexts(QHBoxLayout &layout);
+    QLabel *addLabel(QHBoxLayout &row, const QString &objectName, const QString &text);
+    void buildProgress(QVBoxLayout &column);
+    void showUnmeasuredProgress();
+    void buildButtons(QHBoxLayout &layout);
+    void followPackage();
+    void followProgress(bool busy);
+    void showRunningDownload();
+
+    void onStateChanged(Models::Package::State state);
+    void showState(Models::Package::State state);
+    bool isInShownList() const;
+    static Look lookOf(Models::Package::State state, bool updateAvailable);
+    void applyLook(const Look &look);
+    void refreshLabels();
+    void setTotalSize(qint64 size);
+    void setDownloadedSize(qint64 size);
+
+    void fetchIcon();
+    void preferIcon(bool preferred);
+    void showIcon(Models::Download &download, const QString &path);
+
+    QSharedPointer<Controllers::PackageController> m_controller;
+    Models::PackagePointer m_package;
+    QWeakPointer<Models::Download> m_iconFetch;
+    IconLabel *m_icon = nullptr;
+    QLabel *m_installed = nullptr;
+    QLabel *m_available = nullptr;
+    PriceLabel *m_status = nullptr;
+    Components::ProgressBar *m_progress = nullptr;
+    bool m_isRetired = false;
+    QScopedPointer<ProgressFollower> m_follower; ///< while the package is busy
+    QPushButton *m_action = nullptr;
+    QPushButton *m_detail = nullptr;
+};
+
+} // namespace Kavo::Ui

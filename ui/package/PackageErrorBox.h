@@ -1,0 +1,23 @@
+#pragma once
+
+#include "packages/model/Package.h"
+
+#include <QCoreApplication>
+
+class QWidget;
+
+namespace Kavo::Ui {
+
+/// The message box that tells of a package's failed work.
+class PackageErrorBox final
+{
+    Q_DECLARE_TR_FUNCTIONS(Kavo::Ui::PackageErrorBox)
+
+public:
+    /// Shows the box for an error state and returns when it is closed; the parent may be gone then.
+    /// Does nothing for any other state. The reason may be empty.
+    static void show(QWidget *parent, Models::Package::State state, const QString &packageName,
+                     const QString &reason);
+};
+
+} // namespace Kavo::Ui

@@ -1,0 +1,101 @@
+#include "ui/package/ProgressText.h"
+
+#include "core/OneLine.h"
+
+#include <QLocale>
+#include <QStringList>
+
+namespace Kavo::Ui {
+
+using Models::Package;
+using Models::WorkProgress;
+
+namespace {
+
+constexpr qint64 SecondsOfAMinute = 60;
+constexpr qint64 SecondsOfAnHour = 60 * SecondsOfAMinute;
+/// The most characters of another package's name.
+constexpr int LongestName = 80;
+
+/// A number of parts to the nearest whole one.
+int rounded(qint64 count, qint64 part)
+{
+    return static_cast<int>((count + part / 2) / part);
+}
+
+QString shortName(const QString &name)
+{
+    const QString line = oneLine(name.left(LongestName + 1));
+    return line.size() <= LongestName ? line : line.left(LongestName - 1) + QChar(0x2026);
+}
+
+} // namespace
+
+QString ProgressText::of(const WorkProgress &progress, Package::State state)
+{
+    switch (state) {
+    case Package::PREPARING:
+        return progress.isSilent ? tr("waiting for the server") : QString();
+    case Package::DOWNLOADING:
+        return ofDownload(progress);
+    case Package::INSTALLING:
+        return progress.waitsFor.isEmpty() ? QString()
+                                           : tr("waits for %1").arg(shortName(progress.waitsFor));
+    case Package::AVAILABLE:
+    case Package::INSTALLED:
+    case Package::UNINSTALLING:
+    case Package::INSTALL_ERROR:
+    case Package::DOWNLOAD_ERROR:
+    case Package::DEPENDENCY_ERROR:
+    case Package::UNKNOWN:
+        break;
+    }
+    return QString();
+}
+
+QString ProgressText::ofDownload(const WorkProgress &progress)
+{
+    QString text = sizes(progress.received, progress.total);
+    if (progress.isSilent)
+        text += QLatin1String(", ") + tr("waiting for the server");
+    else if (progress.secondsLeft)
+        text += QLatin1String(", ") + timeLeft(*progress.secondsLeft);
+    return text;
+}
+
+/// Both in the unit that suits the larger one.
+QString ProgressText::sizes(qint64 received, qint64 total)
+{
+    const QStringList units{QStringLiteral("KB"), QStringLiteral("MB"), QStringLiteral("GB"),
+                            QStringLiteral("TB")};
+    const bool isTotalKnown = total > 0 && received <= total;
+    const auto largest = static_cast<double>(isTotalKnown ? total : received);
+    double step = 1024;
+    int unit = 0;
+    while (largest >= step * 1024 && unit < units.size() - 1) {
+        step *= 1024;
+        ++unit;
+    }
+    const QLocale locale(tr("en", "code of the language that these texts are in"));
+    const auto number = [&locale, step](qint64 bytes) {
+        return locale.toString(static_cast<double>(bytes) / step, 'f', 1);
+    };
+    if (!isTotalKnown)
+        return number(received) + QLatin1Char(' ') + units.at(unit);
+    return tr("%1 of %2 %3", "bytes so far, all bytes, unit")
+        .arg(number(received), number(total), units.at(unit));
+}
+
+QString ProgressText::timeLeft(qint64 seconds)
+{
+    if (seconds < SecondsOfAMinute)
+        return tr("less than a minute left");
+    const int minutes = rounded(seconds, SecondsOfAMinute);
+    if (minutes == 1)
+        return tr("1 minute left");
+    if (seconds < 2 * SecondsOfAnHour)
+        return tr("%n minutes left", nullptr, minutes);
+    return tr("%n hours left", nullptr, rounded(seconds, SecondsOfAnHour));
+}
+
+} // namespace Kavo::Ui

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "packages/model/Package.h"
+#include "packages/model/WorkProgress.h"
+
+#include <QCoreApplication>
+#include <QString>
+
+namespace Kavo::Ui {
+
+/// What people read of the work on a package while it goes on, in the language of the interface:
+///
+///     DOWNLOADING              2.0 of 5.7 MB, 3 minutes left
+///     PREPARING, DOWNLOADING   waiting for the server
+///     INSTALLING               waits for Kavo Library
+///
+/// Plain text on one line. Main thread.
+class ProgressText final
+{
+    Q_DECLARE_TR_FUNCTIONS(Kavo::Ui::ProgressText)
+
+public:
+    /// Empty where there is nothing to tell.
+    static QString of(const Models::WorkProgress &progress, Models::Package::State state);
+
+private:
+    static QString ofDownload(const Models::WorkProgress &progress);
+    static QString sizes(qint64 received, qint64 total);
+    static QString timeLeft(qint64 seconds);
+};
+
+} // namespace Kavo::Ui
