@@ -68,6 +68,7 @@ void StartUp::setNames()
 {
     QCoreApplication::setOrganizationName(tr("Quarnell"));
     QCoreApplication::setApplicationName(tr("Kavo Suite"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KAVO_VERSION));
     QCoreApplication::processEvents();
 }
 
@@ -113,6 +114,8 @@ void StartUp::openLog()
 {
     QFile::remove(logFile());
     qInstallMessageHandler(logMessage);
+    logLine(QCoreApplication::applicationName() + QLatin1Char(' ') +
+            QCoreApplication::applicationVersion());
 }
 
 void StartUp::showSplash()

@@ -399,6 +399,10 @@ void PackagingTest::versionIsTheSameEverywhere()
     QCOMPARE(firstMatch(packagingText(QStringLiteral("changelog")),
                         QStringLiteral("\\Akavo-suite \\(([^)]*)\\)")),
              Version);
+    QProcess tool;
+    tool.start(installed(QStringLiteral("usr/bin/kavo-catalogue")), {QStringLiteral("--version")});
+    QVERIFY(tool.waitForFinished());
+    QCOMPARE(QString::fromUtf8(tool.readAll()), QStringLiteral("kavo-catalogue %1\n").arg(Version));
     const auto releases = metainfo(QStringLiteral("release"));
     QVERIFY(!releases.isEmpty());
     QCOMPARE(releases.first().value(QStringLiteral("version")), Version);
