@@ -209,6 +209,7 @@ void AssemblyTest::messagesAreWhiteAtTheBottom()
     }
     QVERIFY(white > 0);
     QVERIFY(qAbs(inked.center().x() - 150) <= 3);
+    QVERIFY(inked.top() > 150);
 }
 
 void AssemblyTest::stateIsRegisteredByItsQualifiedName()

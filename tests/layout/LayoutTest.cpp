@@ -107,11 +107,14 @@ private slots:
     void headersHaveTheirSource();
     void testsDoNotWaitForTime();
     void lambdasHaveAContext();
+    void compatibilityPageNamesWhatIsThere();
 
 private:
     /// Paths below the source folder, with these suffixes.
     static QStringList files(const QStringList &folders, const QStringList &patterns);
     static QString textOf(const QString &path);
+    /// Names in backticks of one column in the tables of a page.
+    static QSet<QString> namedIn(const QString &page, int column);
     static QString folderOf(const QString &path) { return path.section(QLatin1Char('/'), 0, 0); }
     /// The folders of the program and its tools.
     static QStringList codeFolders();
@@ -272,6 +275,39 @@ void LayoutTest::lambdasHaveAContext()
         }
     }
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
+}
+
+QSet<QString> LayoutTest::namedIn(const QString &page, int column)
+{
+    const QRegularExpression name(QStringLiteral("`([A-Za-z0-9]+)`"));
+    QSet<QString> names;
+    for (const QString &line : textOf(page).split(QLatin1Char('\n'))) {
+        if (!line.startsWith(QLatin1Char('|')))
+            continue;
+        auto found = name.globalMatch(line.section(QStringLiteral(" | "), column, column));
+        while (found.hasNext())
+            names.insert(found.next().captured(1));
+    }
+    return names;
+}
+
+/// Who renames a class or a test must find the page.
+void LayoutTest::compatibilityPageNamesWhatIsThere()
+{
+    const auto baseNames = [](const QStringList &paths) {
+        QSet<QString> names;
+        for (const QString &path : paths)
+            names.insert(QFileInfo(path).completeBaseName());
+        return names;
+    };
+    const QString page = QStringLiteral("docs/compatibility.md");
+    const QSet<QString> places = namedIn(page, 1);
+    const QSet<QString> tests = namedIn(page, 2);
+    QVERIFY(places.size() > 20);
+    QVERIFY(tests.size() > 20);
+    QSet<QString> missing = places - baseNames(files(codeFolders(), anyCode()));
+    missing += tests - baseNames(files({QStringLiteral("tests")}, anyCode()));
+    QVERIFY2(missing.isEmpty(), qPrintable(missing.values().join(QLatin1Char('\n'))));
 }
 
 KAVO_TEST_MAIN(LayoutTest)
