@@ -22,6 +22,7 @@ void installTranslation(const QString &language)
     if (language == QLatin1String("en"))
         return;
     static QTranslator translator;
+    // Fixed, see docs/compatibility.md.
     if (!translator.load(QStringLiteral("qt_") + language, QStringLiteral("translations"),
                          QString()))
         return;
@@ -39,8 +40,8 @@ void loadFonts()
         QStringLiteral(":/resources/font/ProximaNova-Regular.otf"));
     QFontDatabase::addApplicationFont(QStringLiteral(":/resources/font/Proxima_Nova_Bold.otf"));
 
-    // The compiled-in face is a free stand-in under a name of its own; the substitution lets the
-    // rest of the program ask for the prescribed family.
+    // The compiled-in font is a free one with a name of its own. The substitution lets the rest of
+    // the program ask for the family. Fixed, see docs/compatibility.md.
     const QString family = QStringLiteral("Proxima Nova Rg");
     const QStringList loaded = QFontDatabase::applicationFontFamilies(regular);
     if (!loaded.isEmpty())

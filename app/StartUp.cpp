@@ -66,6 +66,7 @@ int StartUp::run()
 
 void StartUp::setNames()
 {
+    // Fixed, see docs/compatibility.md.
     QCoreApplication::setOrganizationName(tr("Quarnell"));
     QCoreApplication::setApplicationName(tr("Kavo Suite"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KAVO_VERSION));
@@ -112,6 +113,7 @@ void StartUp::introduceToDesktop()
 
 void StartUp::openLog()
 {
+    // Fixed, see docs/compatibility.md.
     QFile::remove(logFile());
     qInstallMessageHandler(logMessage);
     logLine(QCoreApplication::applicationName() + QLatin1Char(' ') +
@@ -164,6 +166,7 @@ void StartUp::setUpAppearance()
 bool StartUp::settleInstallation()
 {
     // A folder that was found once is trusted.
+    // Fixed, see docs/compatibility.md.
     if (!m_settings->current(Settings::INSTALLATION).isEmpty())
         return true;
     QString folder = detectInstallation();
@@ -175,6 +178,7 @@ bool StartUp::settleInstallation()
         if (isEnding())
             return false;
         Dialogs::showMessage(nullptr, QMessageBox::Information,
+                             // Fixed, see docs/compatibility.md.
                              QMessageBox::tr("Dectection failed"),
                              QMessageBox::tr("Unable to determine XPlane installation path.\n\n"
                                              "Application cannot continue further."));
@@ -197,6 +201,7 @@ void StartUp::applyStyle()
 QString StartUp::detectInstallation()
 {
     // The sources 1, 2 and 4 exist on other platforms only; the numbers are the same on all.
+    // Fixed, see docs/compatibility.md.
     showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...1"));
     showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...2"));
     showSplashMessage(*m_splash, QSplashScreen::tr("Auto-detecting X-Plane installation...3"));
@@ -209,6 +214,7 @@ QString StartUp::askForInstallation()
 {
     showSplashMessage(*m_splash, QSplashScreen::tr("Manual-detecting X-Plane installation..."));
     Dialogs::showMessage(nullptr, QMessageBox::Information,
+                         // Fixed, see docs/compatibility.md.
                          QMessageBox::tr("Auto-dectection failed"),
                          QMessageBox::tr("Unable to determine XPlane installation path.\n\n"
                                          "Please select the XPlane folder in the next dialog"));

@@ -15,6 +15,7 @@ class FileSelector final : public StyledWidget
     Q_OBJECT
 
 public:
+    /// Fixed, see docs/compatibility.md.
     static constexpr int ChooseFile = 0;
     static constexpr int ChooseFolder = 1;
 

@@ -17,6 +17,7 @@ constexpr int RestoreGlyph = 0xf2d2;
 constexpr int CloseGlyph = 0xf00d;
 constexpr int ButtonWidth = 32;
 
+// Fixed, see docs/compatibility.md.
 bool maximized = false;
 
 QIcon darkIcon(int glyph)

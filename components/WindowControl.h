@@ -19,6 +19,7 @@ public:
     void toggle();
 
 signals:
+    /// The order is fixed, see docs/compatibility.md.
     void minimize();
     void maximize();
     void restore();

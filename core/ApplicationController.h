@@ -13,6 +13,7 @@ class ApplicationController final : public QObject
     Q_OBJECT
 
 public:
+    /// Fixed, see docs/compatibility.md.
     enum State : int {
         NORMAL = 0,
         MAXIMIZED = 1,
@@ -49,6 +50,7 @@ public:
     void loadStyle();
 
 signals:
+    /// The order is fixed, see docs/compatibility.md.
     void styleChanged(const QString &style);
     /// Never emitted: a new language takes effect at the next start.
     void languageChanged();

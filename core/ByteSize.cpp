@@ -6,6 +6,7 @@ namespace Kavo {
 
 QString formatByteSize(qint64 bytes)
 {
+    // Fixed, see docs/compatibility.md.
     const QStringList units{QStringLiteral("Bytes"), QStringLiteral("KB"), QStringLiteral("MB"),
                             QStringLiteral("GB"),    QStringLiteral("TB"), QStringLiteral("PB")};
     auto value = static_cast<double>(bytes);

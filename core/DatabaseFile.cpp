@@ -108,6 +108,7 @@ bool DatabaseFile::run(QSqlQuery &query) const
     // A statement that could not be prepared knows the reason; executing it would replace that by
     // "No query".
     const bool done = !query.lastError().isValid() && query.exec();
+    // Fixed, see docs/compatibility.md.
     if (!done)
         logLine(QStringLiteral("SQL Error: ") + query.lastError().text());
     // A lock that outlasts one wait would otherwise hold up the window once for every package.

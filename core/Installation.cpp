@@ -48,6 +48,7 @@ QByteArray locateOutput(const std::function<bool()> &isUnwanted)
 
 QString simulatorExecutable()
 {
+    // Fixed, see docs/compatibility.md.
     return QStringLiteral("X-Plane-x86_64");
 }
 

@@ -22,6 +22,7 @@ void logMessage(QtMsgType type, const QMessageLogContext &context, const QString
     if (!openRegular(file, QIODevice::Append))
         return;
     QTextStream stream(&file);
+    // Fixed, see docs/compatibility.md.
     stream << message << '\n';
     stream.flush();
 }

@@ -44,8 +44,10 @@ P7ZipExtractor::P7ZipExtractor(const QString &program, QObject *parent)
 
 bool P7ZipExtractor::extract(const QString &archive, const QString &destination)
 {
+    // Fixed, see docs/compatibility.md.
     const QStringList arguments{QStringLiteral("x"), QFileInfo(archive).absoluteFilePath(),
                                 QStringLiteral("-o") + destination};
+    // Fixed, see docs/compatibility.md.
     logLine(QStringLiteral("Extract paramenter : ") + m_process->program() + QLatin1Char(' ') +
             rendered(arguments));
     const int exitCode = meansMore(archive, destination) ? refuse() : run(arguments);

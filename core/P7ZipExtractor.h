@@ -33,6 +33,7 @@ public:
     QStringList complaints() const { return m_complaints; }
 
 signals:
+    /// The order is fixed, see docs/compatibility.md.
     void finished();
     void error();
 

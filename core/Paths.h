@@ -4,6 +4,7 @@
 
 /// The program's folders. Every path returned here is absolute and ends in QDir::separator(), so
 /// that file names can be appended directly. Nothing is remembered: each call asks Qt anew.
+/// Fixed, see docs/compatibility.md.
 namespace Kavo {
 
 /// Folder of the running executable.

@@ -6,6 +6,7 @@ namespace {
 
 Settings::Configuration emptyConfiguration()
 {
+    // Fixed, see docs/compatibility.md.
     return {{{QStringLiteral("Installation"), {}},
              {QStringLiteral("Language"), {}},
              {QStringLiteral("Cache"), {}},
@@ -29,6 +30,7 @@ Settings::Settings(QObject *parent)
 
 bool Settings::showsFilter() const
 {
+    // Fixed, see docs/compatibility.md.
     return current(SHOW_FILTER) != QLatin1String("false");
 }
 

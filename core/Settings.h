@@ -62,6 +62,7 @@ public:
 
 signals:
     /// For listeners of configuration changes; the store itself never emits it.
+    /// Fixed, see docs/compatibility.md.
     void configurationChanged();
 
 private:

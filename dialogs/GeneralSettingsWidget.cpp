@@ -12,6 +12,7 @@ GeneralSettingsWidget::GeneralSettingsWidget(const QSharedPointer<Settings> &set
                                              QWidget *parent)
     : StyledWidget(QStringLiteral("GeneralSettingsWidget"), parent)
 {
+    // Fixed, see docs/compatibility.md.
     auto *label = new QLabel(tr("Language : "), this);
     label->setObjectName(QStringLiteral("LanguageLabel"));
 

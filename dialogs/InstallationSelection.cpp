@@ -25,6 +25,7 @@ QString selectInstallation()
         QMessageBox::critical(
             nullptr, QMessageBox::tr("Invalid Folder"),
             QMessageBox::tr(
+                // Fixed, see docs/compatibility.md.
                 "Oops...this doesn't seem to be a XPlane installation folder.\n\nTry again"),
             QMessageBox::Ok);
     }

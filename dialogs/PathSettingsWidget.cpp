@@ -45,6 +45,7 @@ void PathSettingsWidget::choose(Settings::Key key, const QString &path)
     if (isSimulator && path.isEmpty())
         return;
     // Not the file that start-up looks for; the two tests differ on purpose.
+    // Fixed, see docs/compatibility.md.
     if (isSimulator && !QFile::exists(path + QDir::separator() + QStringLiteral("X-Plane.exe"))) {
         refuse(key, tr("Oops...this doesn't seem to be a XPlane installation folder."));
         return;

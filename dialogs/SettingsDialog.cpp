@@ -117,6 +117,7 @@ bool SettingsDialog::confirmNewInstallation()
 bool SettingsDialog::confirmNewLanguage()
 {
     const bool confirmed = confirm(this, QMessageBox::Warning, QString(),
+                                   // Fixed, see docs/compatibility.md.
                                    tr("Language has been changed\n\nApplication restart neeeded. "
                                       "Continue ?"));
     if (confirmed)

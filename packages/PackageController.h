@@ -47,6 +47,7 @@ public:
 
     /// Starts an installation; `version` may be empty for the newest one and holds the version
     /// that is meant afterwards. The package's state tells the rest.
+    /// Fixed, see docs/compatibility.md.
     void install(const Models::PackagePointer &package, QString &version);
     /// Removes the package and all its dependents; returns when that is done. Does nothing but log
     /// the reason while removalBlockers() names any or the simulator is not there.
@@ -91,6 +92,7 @@ public:
     void showList();
 
 signals:
+    /// The order is fixed, see docs/compatibility.md.
     void update();
     void busy();
     /// Never emitted by the controller.

@@ -15,6 +15,7 @@ namespace Kavo::Models {
 
 namespace {
 
+// Fixed, see docs/compatibility.md.
 constexpr std::chrono::milliseconds LocalDelay{1000};
 
 QString fileName()
@@ -44,6 +45,7 @@ void CatalogueFeed::request()
 {
     if (m_settings->usesLocalRepository()) {
         // The folder's own separator and one more.
+        // Fixed, see docs/compatibility.md.
         const QString path = applicationDirectory() + QDir::separator() + fileName();
         QTimer::singleShot(LocalDelay, this, [this, path] { emit available(path); });
     } else {

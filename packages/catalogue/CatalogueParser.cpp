@@ -78,6 +78,7 @@ PackagePointer readPackage(const QJsonObject &object, const QString &language)
 {
     auto package = PackagePointer::create();
     package->setName(localised(object, "name", language));
+    // Fixed, see docs/compatibility.md.
     package->setId(object.value(QLatin1String("id")).toInt());
     package->setState(Package::AVAILABLE);
     package->setIcon(text(object, "icon"));

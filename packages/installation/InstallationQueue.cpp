@@ -117,6 +117,7 @@ InstallationQueue::Verdict InstallationQueue::examine(const InstallationWork &wo
             return Verdict::FAIL;
         const bool installed = dependency->state() == Package::INSTALLED;
         // The last one listed decides.
+        // Fixed, see docs/compatibility.md.
         verdict = installed ? Verdict::START : Verdict::WAIT;
         allWillCome = allWillCome && (installed || m_works.contains(id));
     }

@@ -42,6 +42,7 @@ InstallationResult InstallationTask::install(RemovalPermit &permit) const
         return result;
     permit.ask();
     result.touched = true;
+    // Fixed, see docs/compatibility.md.
     files.remove();
     if (!unpack(files, inspection.listing())) {
         result.reason = FailureReason(FailureReason::Kind::UNPACKING_FAILED);

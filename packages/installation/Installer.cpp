@@ -134,6 +134,7 @@ void Installer::startWithDependencies(const PackagePointer &package, const QStri
             !mayStart(*dependency))
             continue;
         met.insert(dependency->id());
+        // Fixed, see docs/compatibility.md.
         steps.append(stepFor(dependency, QString()));
     }
 }

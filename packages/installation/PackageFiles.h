@@ -35,6 +35,7 @@ struct PackageFolders
 /// lead, since unpacking follows them too; but a link below an entry of the removal rule may have
 /// come with the package, and an entry that it leads out is skipped. Removing a link removes the
 /// link. Callable from any thread.
+/// Fixed, see docs/compatibility.md.
 class PackageFiles final
 {
 public:

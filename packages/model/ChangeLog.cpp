@@ -7,6 +7,7 @@ namespace {
 QString linesHtml(const QStringList &lines)
 {
     // The stray bracket is part of the text.
+    // Fixed, see docs/compatibility.md.
     if (lines.isEmpty())
         return QStringLiteral("<p>Not available></p>");
     QString html = QStringLiteral("<ul>");

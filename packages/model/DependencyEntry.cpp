@@ -6,6 +6,7 @@ namespace Kavo::Models {
 
 DependencyEntry DependencyEntry::parse(const QString &entry)
 {
+    // Fixed, see docs/compatibility.md.
     if (entry.isEmpty())
         qFatal("Invalid dependency info");
     // A catalogue has tens of thousands of entries; they are not split into lists of texts.

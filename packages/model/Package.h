@@ -24,6 +24,7 @@ class Package final : public QObject
     Q_OBJECT
 
 public:
+    /// Fixed, see docs/compatibility.md.
     enum State : int {
         AVAILABLE = 0,
         INSTALLED = 1,
@@ -90,6 +91,7 @@ public:
     void setVersions(const QVector<PackageVersionPointer> &versions) { m_versions = versions; }
 
     /// Position of the first version with exactly this text; 0, the newest, for any other text.
+    /// Fixed, see docs/compatibility.md.
     int versionIndex(const QString &version) const;
     /// The version at versionIndex(), or null for a package without versions.
     PackageVersionPointer findVersion(const QString &version) const;
@@ -104,6 +106,7 @@ public:
     bool hasUpdateAfter(const QString &version) const;
 
 signals:
+    /// The order is fixed, see docs/compatibility.md.
     void stateChanged(Kavo::Models::Package::State state);
     void totalSize(qint64 size);
     void downloadedSize(qint64 size);

@@ -10,6 +10,7 @@ namespace Kavo::Models {
 
 namespace {
 
+// Fixed, see docs/compatibility.md.
 const char *const Schema =
     "CREATE TABLE IF NOT EXISTS packages (id         INTEGER     PRIMARY KEY AUTOINCREMENT,"
     "package_id INTEGER     UNIQUE,version STRING,status     INTEGER (1) NOT NULL);";
@@ -35,6 +36,7 @@ bool isCanonicalNumber(const QString &text)
 
 /// The version column has a numeric leaning: the text "1.10" would come back as 1.1. Bytes are
 /// stored as they are; texts that survive stay texts, for other tools to read.
+/// Fixed, see docs/compatibility.md.
 QVariant boundVersion(const QString &version)
 {
     if (readsAsNumber(version) && !isCanonicalNumber(version))

@@ -12,6 +12,7 @@ namespace Kavo::Models {
 namespace {
 
 /// The shared library keeps its file deeper than all other packages.
+/// Fixed, see docs/compatibility.md.
 constexpr int SharedLibraryId = 1;
 
 /// Longest line that is read, in characters; what is longer is no version file of ours.

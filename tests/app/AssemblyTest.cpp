@@ -190,6 +190,7 @@ void AssemblyTest::stepsAreTold()
              QStringList({QStringLiteral("Initializing..."), QStringLiteral("Creating UI...")}));
 }
 
+// Fixed, see docs/compatibility.md.
 void AssemblyTest::messagesAreWhiteAtTheBottom()
 {
     QPixmap black(300, 200);
@@ -212,6 +213,7 @@ void AssemblyTest::messagesAreWhiteAtTheBottom()
     QVERIFY(inked.top() > 150);
 }
 
+// Fixed, see docs/compatibility.md.
 void AssemblyTest::stateIsRegisteredByItsQualifiedName()
 {
     run();

@@ -81,6 +81,7 @@ void EnvironmentTest::damagedTranslationLeavesEnglish()
     QCOMPARE(text(), QStringLiteral("Invalid Folder"));
 }
 
+// Fixed, see docs/compatibility.md.
 void EnvironmentTest::translationOfTheFolderIsInstalled()
 {
     const QString german = QString::fromUtf8("Ung\u00fcltiger Ordner");
@@ -98,6 +99,7 @@ void EnvironmentTest::translationOfTheFolderIsInstalled()
     QCOMPARE(text(), QStringLiteral("Invalid Folder"));
 }
 
+// Fixed, see docs/compatibility.md.
 void EnvironmentTest::fontsAreLoaded()
 {
     loadFonts();

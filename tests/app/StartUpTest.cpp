@@ -202,6 +202,7 @@ int StartUpTest::startAgain()
     return ended && later.exitStatus() == QProcess::NormalExit ? later.exitCode() : -1;
 }
 
+// Fixed, see docs/compatibility.md.
 void StartUpTest::storedFolderIsTrusted()
 {
     const StandInLocate locate(QStringList{});
@@ -224,6 +225,7 @@ void StartUpTest::locatedFolderIsStored()
     QCOMPARE(stored("Installation"), m_profile->simulatorFolder());
 }
 
+// Fixed, see docs/compatibility.md.
 void StartUpTest::fourthMessageIsShownAfterASuccess()
 {
     const StandInLocate locate({m_profile->simulatorFolder() + QStringLiteral("X-Plane-x86_64")});
@@ -244,6 +246,7 @@ void StartUpTest::chosenFolderIsStored()
     QVERIFY(m_messages.contains(QStringLiteral("Manual-detecting X-Plane installation...")));
 }
 
+// Fixed, see docs/compatibility.md.
 void StartUpTest::cancelledChoiceEndsTheProgram()
 {
     const StandInLocate locate(QStringList{});

@@ -125,6 +125,7 @@ void FileSelectorTest::longPathLosesItsMiddle()
              whole);
 }
 
+// Fixed, see docs/compatibility.md.
 void FileSelectorTest::folderModeOffersFoldersOnly()
 {
     const QTemporaryDir folder;

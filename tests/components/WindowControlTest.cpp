@@ -34,6 +34,7 @@ private slots:
     void twoInstancesShareTheToggle();
 };
 
+// Fixed, see docs/compatibility.md.
 void WindowControlTest::signalsStandInTheirOrder()
 {
     const QMetaObject &meta = WindowControl::staticMetaObject;
@@ -86,6 +87,7 @@ void WindowControlTest::middleButtonMaximizesAndRestores()
     QVERIFY(sameIcon(toggleOf(control)->icon(), darkGlyph(MaximizeGlyph)));
 }
 
+// Fixed, see docs/compatibility.md.
 void WindowControlTest::twoInstancesShareTheToggle()
 {
     const WindowControl first;

@@ -37,6 +37,7 @@ void ApplicationControllerTest::startsNormalAtTheFixedSize()
     QCOMPARE(controller.parent(), nullptr);
 }
 
+// Fixed, see docs/compatibility.md.
 void ApplicationControllerTest::stateNumbersAreFixed()
 {
     QCOMPARE(int(ApplicationController::NORMAL), 0);
@@ -45,6 +46,7 @@ void ApplicationControllerTest::stateNumbersAreFixed()
     QCOMPARE(int(ApplicationController::FULL_SCREEN), 3);
 }
 
+// Fixed, see docs/compatibility.md.
 void ApplicationControllerTest::signalsComeInTheirOrder()
 {
     const QMetaObject &meta = ApplicationController::staticMetaObject;
@@ -169,6 +171,7 @@ void ApplicationControllerTest::otherStatesMove()
     }
 }
 
+// Fixed, see docs/compatibility.md.
 void ApplicationControllerTest::everyStateIsAnnounced()
 {
     ApplicationController controller;

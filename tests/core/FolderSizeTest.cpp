@@ -42,6 +42,7 @@ void FolderSizeTest::sizesAreFormatted_data()
     QTest::newRow("no unit after peta") << (1LL << 61) << QStringLiteral("2048.00 PB");
 }
 
+// Fixed, see docs/compatibility.md.
 void FolderSizeTest::sizesAreFormatted()
 {
     QFETCH(qint64, bytes);

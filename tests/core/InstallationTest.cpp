@@ -103,6 +103,7 @@ void InstallationTest::noFolderHoldsNoSimulator()
     QVERIFY(!holdsSimulator(folder + QStringLiteral("missing/")));
 }
 
+// Fixed, see docs/compatibility.md.
 void InstallationTest::toolIsAskedForTheExecutable()
 {
     const StandInLocate locate({});

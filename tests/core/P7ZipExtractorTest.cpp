@@ -92,6 +92,7 @@ int P7ZipExtractorTest::reported(const LogCapture &log)
     return log.count(QStringLiteral("Extractor Error : "));
 }
 
+// Fixed, see docs/compatibility.md.
 void P7ZipExtractorTest::signalsComeInTheirOrder()
 {
     const QMetaObject &meta = P7ZipExtractor::staticMetaObject;
@@ -158,6 +159,7 @@ void P7ZipExtractorTest::worksOnAnotherThread()
     QCOMPARE(readFile(path(QStringLiteral("out/a"))), QByteArray("1"));
 }
 
+// Fixed, see docs/compatibility.md.
 void P7ZipExtractorTest::callIsLogged()
 {
     const QString archive = path(QStringLiteral("a.7z"));
@@ -170,6 +172,7 @@ void P7ZipExtractorTest::callIsLogged()
                                           .arg(archive, target)));
 }
 
+// Fixed, see docs/compatibility.md.
 void P7ZipExtractorTest::exactlyThreeArguments()
 {
     const QString program = standIn("printf '%s\\n' \"$#\" \"$@\" > \"${0%/*}/arguments\"\n");

@@ -36,6 +36,7 @@ void PathsTest::cleanup()
     m_profile.reset();
 }
 
+// Fixed, see docs/compatibility.md.
 void PathsTest::foldersEndInASeparator()
 {
     const QString data = m_profile->home() + QStringLiteral("/.local/share/Quarnell/Kavo Suite/");

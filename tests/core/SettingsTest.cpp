@@ -65,6 +65,7 @@ bool SettingsTest::writeIni(const QByteArray &entries) const
     return writeFile(m_profile->settingsFile(), "[General]\n" + entries);
 }
 
+// Fixed, see docs/compatibility.md.
 void SettingsTest::fileLiesInTheUsersConfiguration()
 {
     const Settings settings;
@@ -74,6 +75,7 @@ void SettingsTest::fileLiesInTheUsersConfiguration()
     QCOMPARE(settings.scope(), QSettings::UserScope);
 }
 
+// Fixed, see docs/compatibility.md.
 void SettingsTest::keysComeInTheirOrder()
 {
     Settings settings;
@@ -124,6 +126,7 @@ void SettingsTest::storedValuesReachBothCopies()
     QCOMPARE(settings.pending(Settings::LOCAL_REPO), QStringLiteral("false"));
 }
 
+// Fixed, see docs/compatibility.md.
 void SettingsTest::emptyValueIsLikeAMissingKey()
 {
     QVERIFY(writeIni("Language=\nCache=/c/\n"));
@@ -248,6 +251,7 @@ void SettingsTest::filterHidesForTheExactTextOnly_data()
     QTest::newRow("0") << QStringLiteral("0") << true;
 }
 
+// Fixed, see docs/compatibility.md.
 void SettingsTest::filterHidesForTheExactTextOnly()
 {
     QFETCH(QString, value);
@@ -278,6 +282,7 @@ void SettingsTest::repositorySwitchIgnoresLetterCase()
     QTEST(settings.usesLocalRepository(), "uses");
 }
 
+// Fixed, see docs/compatibility.md.
 void SettingsTest::theOnlySignalIsNeverEmitted()
 {
     const QMetaObject &meta = Settings::staticMetaObject;

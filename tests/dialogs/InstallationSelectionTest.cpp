@@ -69,6 +69,7 @@ void InstallationSelectionTest::cancelGivesNothing()
     QCOMPARE(log.count(QStringLiteral("Checking directory")), 0);
 }
 
+// Fixed, see docs/compatibility.md.
 void InstallationSelectionTest::wrongFoldersAreRefusedUntilOneFits()
 {
     const QString wrong = m_profile->folder(QStringLiteral("wrong")).chopped(1);

@@ -215,6 +215,7 @@ void SettingsDialogTest::refusedLanguageLeavesTheDialogOpen()
     QCOMPARE(inFile("Language"), QString());
 }
 
+// Fixed, see docs/compatibility.md.
 void SettingsDialogTest::bothChangesAskTwiceAndResetTwice()
 {
     edit(Settings::INSTALLATION, "/other/simulator/");
@@ -232,6 +233,7 @@ void SettingsDialogTest::bothChangesAskTwiceAndResetTwice()
     QCOMPARE(inFile("Installation"), QStringLiteral("/other/simulator/"));
 }
 
+// Fixed, see docs/compatibility.md.
 void SettingsDialogTest::refusedLanguageKeepsTheResetOfTheFolder()
 {
     edit(Settings::INSTALLATION, "/other/simulator/");

@@ -82,6 +82,7 @@ void SettingsPagesTest::browse(const QWidget &page, int selector, const QString 
     button->click();
 }
 
+// Fixed, see docs/compatibility.md.
 void SettingsPagesTest::languagesAreOffered()
 {
     const GeneralSettingsWidget page(m_settings);
@@ -230,6 +231,7 @@ void SettingsPagesTest::folderInTheWayOfAnotherIsRefused()
     QCOMPARE(value(page, selector), before);
 }
 
+// Fixed, see docs/compatibility.md.
 void SettingsPagesTest::simulatorFolderNeedsTheWindowsProgram()
 {
     const QString before = m_settings->pending(Settings::INSTALLATION);

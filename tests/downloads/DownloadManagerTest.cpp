@@ -65,6 +65,7 @@ void DownloadManagerTest::cacheFolderIsMade()
     QVERIFY(QDir(m_setup->profile().cacheFolder()).exists());
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadManagerTest::cacheFolderIsReadOnce()
 {
     m_setup->settings()->setPending(Kavo::Settings::CACHE,
@@ -75,6 +76,7 @@ void DownloadManagerTest::cacheFolderIsReadOnce()
     QCOMPARE(download->getPath(), m_setup->path(QStringLiteral("a")));
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadManagerTest::hasNoSignals()
 {
     const QMetaObject *meta = manager().metaObject();
@@ -215,6 +217,7 @@ void DownloadManagerTest::endedDownloadsLeaveTheQueue()
     }
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadManagerTest::completeFilesStayQueued()
 {
     m_setup->server().serve(QStringLiteral("/a"), "content");

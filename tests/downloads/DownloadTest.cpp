@@ -96,6 +96,7 @@ void DownloadTest::addressesAreParsedTolerantly()
     QVERIFY(make(QStringLiteral("http://host/a b"))->getRequest()->url().isValid());
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadTest::phaseNumbersAreFixed()
 {
     QCOMPARE(int(Download::Process::Idle), 0);
@@ -105,6 +106,7 @@ void DownloadTest::phaseNumbersAreFixed()
     QCOMPARE(sizeof(Download::Process), std::size_t(4));
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadTest::metaObjectHasFiveSignalsAndNothingElse()
 {
     const QMetaObject &meta = Download::staticMetaObject;
@@ -128,6 +130,7 @@ void DownloadTest::idsDiffer()
     QVERIFY(make(url)->getId() != make(url)->getId());
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadTest::everySetterAnnounces()
 {
     const auto download = make(QStringLiteral("http://host/a"));
@@ -211,6 +214,7 @@ void DownloadTest::failLogsThePhaseAndTellsServerError_data()
     QTest::newRow("finished") << 3 << QStringLiteral("Download Error - ");
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadTest::failLogsThePhaseAndTellsServerError()
 {
     QFETCH(int, process);
@@ -225,6 +229,7 @@ void DownloadTest::failLogsThePhaseAndTellsServerError()
     QCOMPARE(events.list(), QStringList(QStringLiteral("error Server Error")));
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadTest::failChangesNothing()
 {
     const auto download = make(QStringLiteral("http://host/a"));
@@ -276,6 +281,7 @@ void DownloadTest::nameIsTheLastPartOfTheAddress()
     QTEST(make(url)->getFileName(), "name");
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadTest::nameAvoidsFilesOfTheWorkingFolder()
 {
     const ScratchProfile profile;

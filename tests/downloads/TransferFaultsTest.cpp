@@ -166,6 +166,7 @@ void TransferFaultsTest::failedGetStillFinishes_data()
         QTest::addRow("%d", status) << status;
 }
 
+// Fixed, see docs/compatibility.md.
 void TransferFaultsTest::failedGetStillFinishes()
 {
     QFETCH(int, status);

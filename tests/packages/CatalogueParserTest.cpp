@@ -107,6 +107,7 @@ void CatalogueParserTest::versionsComeNewestFirst()
     QCOMPARE(packages.first()->versions().last()->version, QStringLiteral("1.2"));
 }
 
+// Fixed, see docs/compatibility.md.
 void CatalogueParserTest::idAsTextReadsAsZero()
 {
     QCOMPARE(parse(R"([{"id": "42"}])").first()->id(), 0);
@@ -140,6 +141,7 @@ void CatalogueParserTest::elementThatIsNoObjectIsAPackageOfDefaults()
     QCOMPARE(packages.last()->id(), 9);
 }
 
+// Fixed, see docs/compatibility.md.
 void CatalogueParserTest::wrongTypesReadAsDefaults()
 {
     const PackageList packages = parse(R"([{"name": "plain", "description": 3, "icon": [],
@@ -170,6 +172,7 @@ void CatalogueParserTest::documentsThatAreNoArrayGiveNothing_data()
     QTest::newRow("twice") << QByteArray(R"([{"id": 1}][{"id": 1}])");
 }
 
+// Fixed, see docs/compatibility.md.
 void CatalogueParserTest::documentsThatAreNoArrayGiveNothing()
 {
     QFETCH(QByteArray, json);

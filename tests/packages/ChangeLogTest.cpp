@@ -28,6 +28,7 @@ void ChangeLogTest::listsEachVersionWithItsLines()
 void ChangeLogTest::versionWithoutLinesSaysNotAvailable()
 {
     QCOMPARE(changeLogHtml({makeVersion(QStringLiteral("1.0"))}),
+             // Fixed, see docs/compatibility.md.
              QStringLiteral("<strong>1.0</strong><p>Not available></p>"));
 }
 

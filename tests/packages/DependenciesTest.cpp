@@ -179,6 +179,7 @@ void DependenciesTest::missingDependencyIsInstalledAlong()
     QCOMPARE(idsOf(m_dependencies->toInstallWith(*package, QString())), QVector<int>{1});
 }
 
+// Fixed, see docs/compatibility.md.
 void DependenciesTest::tooOldDependencyIsUpgradedByNumbers()
 {
     const PackagePointer library = add(makePackage(1, {makeVersion(QStringLiteral("3.0"))}));

@@ -21,6 +21,7 @@ private slots:
     void emptyEntryEndsTheProcessWithALogLine();
 };
 
+// Fixed, see docs/compatibility.md.
 void DependencyEntryTest::splitsIdAndMinimumVersion_data()
 {
     QTest::addColumn<QString>("entry");
@@ -74,6 +75,7 @@ void DependencyEntryTest::comparesNumbersSegmentBySegment()
     QCOMPARE(DependencyEntry::parse(entry).isMetBy(version), met);
 }
 
+// Fixed, see docs/compatibility.md.
 void DependencyEntryTest::emptyEntryEndsTheProcessWithALogLine()
 {
     const ScratchProfile profile;

@@ -178,6 +178,7 @@ void DownloadFaultsTest::addProbes() const
         {lengthened, {}, Package::INSTALLED, sizeError(m_size, m_size + 5000) + unpacked(), {}, 1});
 }
 
+// Fixed, see docs/compatibility.md.
 void DownloadFaultsTest::addErrorPages() const
 {
     const QByteArray part = m_archive.left(1000);

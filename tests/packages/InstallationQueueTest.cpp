@@ -250,6 +250,7 @@ void InstallationQueueTest::unknownDependencyEndsThePackage()
     QCOMPARE(m_engine->recordedStatus(1), 8);
 }
 
+// Fixed, see docs/compatibility.md.
 void InstallationQueueTest::onlyTheLastDependencyHoldsAPackageBack()
 {
     Offer dependant{1};

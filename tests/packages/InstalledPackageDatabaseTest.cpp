@@ -104,6 +104,7 @@ void InstalledPackageDatabaseTest::writeVersionFile(const QString &folder,
     versionFile.write(content);
 }
 
+// Fixed, see docs/compatibility.md.
 void InstalledPackageDatabaseTest::createsTheTable()
 {
     m_database->open();
@@ -176,6 +177,7 @@ void InstalledPackageDatabaseTest::versionsComeBackLetterForLetter_data()
         QTest::newRow(qPrintable(version)) << version;
 }
 
+// Fixed, see docs/compatibility.md.
 void InstalledPackageDatabaseTest::versionsComeBackLetterForLetter()
 {
     QFETCH(QString, version);
@@ -308,6 +310,7 @@ void InstalledPackageDatabaseTest::recordsTheStateAtTheTimeOfTheCall()
     }
 }
 
+// Fixed, see docs/compatibility.md.
 void InstalledPackageDatabaseTest::unknownPackageReadsMinusOneAndStaysAvailable()
 {
     m_database->open();
@@ -347,6 +350,7 @@ void InstalledPackageDatabaseTest::versionFileStandsInForAMissingRow()
     QCOMPARE(m_database->version(*package), QStringLiteral("1.10"));
 }
 
+// Fixed, see docs/compatibility.md.
 void InstalledPackageDatabaseTest::versionFileOfTheSharedLibraryLiesDeeper()
 {
     m_database->open();

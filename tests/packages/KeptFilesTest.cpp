@@ -130,6 +130,7 @@ void KeptFilesTest::failureAfterASettledCopyKeepsTheLatestEdit()
     QCOMPARE(settings(), QByteArray("second"));
 }
 
+// Fixed, see docs/compatibility.md.
 void KeptFilesTest::filesOfArchivesNeverReplaceTheUsers()
 {
     QVERIFY(install("1.0"));

@@ -406,6 +406,7 @@ void PackageFilesTest::preservedFileComesBackAndItsCopyGoes()
     QVERIFY(!QFile::exists(parked));
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageFilesTest::preservedFileThatTheArchiveBringsIsNotOverwrittenNorLost()
 {
     const QString path = simulator(QStringLiteral("settings.ini"));
@@ -566,6 +567,7 @@ void PackageFilesTest::noMarkIsLeftBehind()
     QCOMPARE(fileTree(m_folders.preserve), Tree());
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageFilesTest::preservedFolderMakesOnlyItsParent()
 {
     write(simulator(QStringLiteral("plugin/data/file.txt")), "user's");
@@ -662,6 +664,7 @@ void PackageFilesTest::copiesAreGivenUpOnlyWhereTheirContentStands()
     }
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageFilesTest::firstBackupIsNeverOverwritten()
 {
     const QString backup = m_folders.backup + QStringLiteral("lights.txt");
@@ -712,6 +715,7 @@ void PackageFilesTest::backupIsKeptWhileItsPlaceIsTaken()
     QCOMPARE(read(backup), QByteArray("original"));
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageFilesTest::backupFolderMakesOnlyItsParent()
 {
     write(simulator(QStringLiteral("a/data/file.txt")), "original");

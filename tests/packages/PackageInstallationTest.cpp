@@ -118,6 +118,7 @@ void PackageInstallationTest::progressAndArchivePathReachThePackage()
              m_engine->cached(QStringLiteral("package-7-1.0.zip")));
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageInstallationTest::resolvedVersionIsHandedBack()
 {
     m_engine->offer({7, QStringLiteral("1.2")});
@@ -223,6 +224,7 @@ void PackageInstallationTest::extractOutsideTheSimulatorFails()
     QVERIFY(!QFile::exists(outside + QStringLiteral("../") + Engine::fileOf(7)));
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageInstallationTest::rulesApplyOnUpdate()
 {
     const QString settings = QStringLiteral("plugin/settings.ini");

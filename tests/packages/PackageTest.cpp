@@ -63,6 +63,7 @@ void PackageTest::startsUnknownAndEmpty()
     QVERIFY(!package.isUpdateAvailable());
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageTest::stateEnumerationHasItsFixedNamesAndValues()
 {
     const QMetaEnum states = QMetaEnum::fromType<Package::State>();
@@ -74,6 +75,7 @@ void PackageTest::stateEnumerationHasItsFixedNamesAndValues()
         QCOMPARE(QByteArray(states.valueToKey(value)), names.at(value));
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageTest::signalsStandInTheirOrder()
 {
     const QMetaObject &meta = Package::staticMetaObject;
@@ -137,6 +139,7 @@ void PackageTest::versionsSortNewestFirst()
     QCOMPARE(textsOf(versions), sorted);
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageTest::versionLookUpFallsBackToTheNewest()
 {
     Package package;

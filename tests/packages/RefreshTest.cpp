@@ -97,6 +97,7 @@ void RefreshTest::record(int id, Package::State state, const QString &version) c
     database.record(package, version);
 }
 
+// Fixed, see docs/compatibility.md.
 void RefreshTest::controllerSignalsStandInTheirOrder()
 {
     const QMetaObject &meta = PackageController::staticMetaObject;
@@ -141,6 +142,7 @@ void RefreshTest::malformedCatalogueGivesAnEmptyList_data()
     QTest::newRow("cut off") << QByteArray("[{\"id\": 1},");
 }
 
+// Fixed, see docs/compatibility.md.
 void RefreshTest::malformedCatalogueGivesAnEmptyList()
 {
     QFETCH(QByteArray, body);
@@ -257,6 +259,7 @@ void RefreshTest::localRepositoryIsReadAfterADelay_data()
     QTest::newRow("capitals") << "TRUE";
 }
 
+// Fixed, see docs/compatibility.md.
 void RefreshTest::localRepositoryIsReadAfterADelay()
 {
     QFETCH(QString, setting);
@@ -415,6 +418,7 @@ void RefreshTest::unwritableCacheIsAnErrorNotAnEmptyList()
     QVERIFY(m_engine->controller().packages().isEmpty());
 }
 
+// Fixed, see docs/compatibility.md.
 void RefreshTest::changedCacheFolderWaitsForTheNextRun()
 {
     m_engine->offer({7});
@@ -428,6 +432,7 @@ void RefreshTest::changedCacheFolderWaitsForTheNextRun()
     QVERIFY(QFile::exists(m_engine->cached(QStringLiteral("packages.json"))));
 }
 
+// Fixed, see docs/compatibility.md.
 void RefreshTest::packageTypes()
 {
     QCOMPARE(PackageController::packageTypes(),

@@ -86,6 +86,7 @@ void ApplicationWindowTest::open()
     m_window = std::make_unique<ApplicationWindow>(m_application, packages, topbar);
 }
 
+// Fixed, see docs/compatibility.md.
 void ApplicationWindowTest::slotsStandInTheirOrder()
 {
     const QMetaObject &meta = ApplicationWindow::staticMetaObject;
@@ -300,6 +301,7 @@ void ApplicationWindowTest::windowClosesWhenNothingIsGoingOn()
     QVERIFY(answers.shown().isEmpty());
 }
 
+// Fixed, see docs/compatibility.md.
 void ApplicationWindowTest::windowStaysDuringAnInstallation()
 {
     // An extractor that works until it is told to end.

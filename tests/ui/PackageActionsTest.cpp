@@ -171,6 +171,7 @@ void PackageActionsTest::refusedDependenciesInstallNothing()
     QCOMPARE(state(2), Package::AVAILABLE);
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageActionsTest::missingDependencyIsTold()
 {
     offer(1, "1.0", {QStringLiteral("2:1.0"), QStringLiteral("99:1.0")});
@@ -250,6 +251,7 @@ void PackageActionsTest::changeLogIsRichText()
     QVERIFY(!m_engine->package(1)->isBusy());
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageActionsTest::olderVersionOfAnAvailablePackageAsksForTheNewestsDependencies()
 {
     offer(1, "1.0");
@@ -279,6 +281,7 @@ void PackageActionsTest::olderVersionThatNothingNeedsIsInstalledAtOnce()
     QCOMPARE(m_engine->controller().installedVersion(m_engine->package(1)), QStringLiteral("1.0"));
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageActionsTest::olderVersionWarnsOfDependents()
 {
     offer(1, "1.0");
@@ -358,6 +361,7 @@ void PackageActionsTest::versionOfABusyPackageIsLeftAlone()
     QCOMPARE(m_engine->server().log(), QStringList({QStringLiteral("GET /packages.json")}));
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageActionsTest::uninstallAsks()
 {
     offer(1, "1.0");
@@ -407,6 +411,7 @@ void PackageActionsTest::escapeRefusesUninstall()
     QCOMPARE(state(1), Package::INSTALLED);
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageActionsTest::uninstallNamesTheDependents()
 {
     offer(1, "1.0");

@@ -154,6 +154,7 @@ void PackageDetailTest::pageHasItsLayout()
     QVERIFY(!child<QLabel>(*m_page, "ChangeLogText")->wordWrap());
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageDetailTest::scrollAreasShowNoBar()
 {
     m_page->setPackage(twoVersions());
@@ -355,6 +356,7 @@ void PackageDetailTest::longWordDoesNotWidenThePage()
     }
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageDetailTest::factsOfAnAvailablePackage()
 {
     PackageDetailInfoWidget table(sharedController(*m_engine));

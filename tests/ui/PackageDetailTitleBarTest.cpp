@@ -258,6 +258,7 @@ void PackageDetailTitleBarTest::errorIsToldOnAVisibleBar()
     QVERIFY(action()->isHidden());
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageDetailTitleBarTest::hiddenBarTellsDependencyErrorsOnly()
 {
     const PackagePointer package = somePackage();

@@ -163,6 +163,7 @@ void PackageWidgetTest::stateSetsButtonAndProgress_data()
         0xf071, false);
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageWidgetTest::stateSetsButtonAndProgress()
 {
     QFETCH(int, state);
@@ -203,6 +204,7 @@ void PackageWidgetTest::unknownStateChangesNothing()
     QCOMPARE(child<QLabel>(*m_card, "PackageAvailable")->font().weight(), int(QFont::Normal));
 }
 
+// Fixed, see docs/compatibility.md.
 void PackageWidgetTest::buttonIsStyledByItsState()
 {
     qApp->setStyleSheet(QStringLiteral("#Download { color: #112233; } #Busy { color: #445566; }"));

@@ -342,6 +342,7 @@ void TopBarTest::changedLanguageQuitsWithoutARefresh()
     QVERIFY(!databaseExists());
 }
 
+// Fixed, see docs/compatibility.md.
 void TopBarTest::refusedResetChangesNothing()
 {
     QVERIFY(m_engine->refresh());
@@ -390,6 +391,7 @@ void TopBarTest::simulatorIsStarted()
              QStringLiteral("0 ") + QDir(folder).canonicalPath());
 }
 
+// Fixed, see docs/compatibility.md.
 void TopBarTest::missingSimulatorIsNoError()
 {
     QVERIFY(QFile::remove(m_engine->simulator(QStringLiteral("X-Plane-x86_64"))));

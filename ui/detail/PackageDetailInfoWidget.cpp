@@ -46,6 +46,7 @@ void PackageDetailInfoWidget::setPackage(const PackagePointer &package)
 QStringList PackageDetailInfoWidget::facts(const PackagePointer &package) const
 {
     // The tabs line the values up under each other.
+    // Fixed, see docs/compatibility.md.
     const QString one = QStringLiteral("\t: ");
     const QString two = QStringLiteral("\t\t: ");
     const QString product =

@@ -148,6 +148,7 @@ void PackageDetailTitleBar::react(Package::State state)
         return;
     case Package::INSTALL_ERROR:
     case Package::DOWNLOAD_ERROR:
+        // Fixed, see docs/compatibility.md.
         if (isVisible())
             PackageErrorQueue::of(*this).report(*m_package, state);
         break;

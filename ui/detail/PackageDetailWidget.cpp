@@ -165,6 +165,7 @@ QScrollArea *PackageDetailWidget::makeScrollArea(const QString &objectName, cons
     area->setWidgetResizable(true);
     area->setWidget(content);
     // The page scrolls with the wheel and the keyboard, but shows no bar.
+    // Fixed, see docs/compatibility.md.
     area->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     area->verticalScrollBar()->hide();
     return area;

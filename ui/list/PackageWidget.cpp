@@ -280,6 +280,7 @@ bool PackageWidget::isInShownList() const
 PackageWidget::Look PackageWidget::lookOf(Package::State state, bool updateAvailable)
 {
     const auto busy = [](const QString &text) {
+        // Fixed, see docs/compatibility.md.
         return Look{text, QStringLiteral("Busy"), BusyGlyph, false, true, QString()};
     };
     const auto failed = [](const QString &text) {

@@ -79,6 +79,7 @@ void PackageActions::uninstall()
 
 bool PackageActions::confirmRemoval(const PackageList &others)
 {
+    // Fixed, see docs/compatibility.md.
     QString text = tr("Uninstall") + QLatin1Char(' ') + m_package->name() + QLatin1Char(' ') +
                    tr("from this system");
     if (!others.isEmpty())
@@ -138,17 +139,20 @@ bool PackageActions::confirmChangeLog(const QString &version)
     if (changes.isEmpty())
         return true;
     return Dialogs::confirm(m_widget, QMessageBox::Question, tr("Change Log"),
+                            // Fixed, see docs/compatibility.md.
                             QStringLiteral("<strong>Install ?</strong>") + foreignRichText(changes),
                             Qt::RichText);
 }
 
 bool PackageActions::confirmDependencies()
 {
+    // Fixed, see docs/compatibility.md.
     const Models::PackageVersionPointer newest = m_package->versions().value(0);
     if (!newest || newest->depends.isEmpty())
         return true;
     const PackageList dependencies = m_controller->resolvedDependencies(m_package, QString());
     if (dependencies.size() != newest->depends.size()) {
+        // Fixed, see docs/compatibility.md.
         Dialogs::showMessage(m_widget, QMessageBox::Critical, tr("Dependencies Error"),
                              tr("This package cannot be installed.\n\nOne or more Dependencies "
                                 "for this package are not available to install"));

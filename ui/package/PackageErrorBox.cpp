@@ -20,6 +20,7 @@ void PackageErrorBox::show(QWidget *parent, Package::State state, const QString 
         showBox(tr("Download Error"), tr("Downloading failed for package : "));
         break;
     case Package::DEPENDENCY_ERROR:
+        // Fixed, see docs/compatibility.md.
         showBox(tr("Dependency Error"),
                 tr("Unable to install one or more dependency for package : "));
         break;

@@ -12,6 +12,7 @@ class PackageProcessingWidget final : public Components::StyledWidget
     Q_OBJECT
 
 public:
+    /// Fixed, see docs/compatibility.md.
     static constexpr int BusyMode = 0;   ///< the animation
     static constexpr int EmptyMode = 1;  ///< "No items found"
     static constexpr int HiddenMode = 2; ///< nothing at all

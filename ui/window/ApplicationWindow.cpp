@@ -165,6 +165,7 @@ void ApplicationWindow::closeEvent(QCloseEvent *event)
     }
     event->ignore();
     Dialogs::showMessage(this, QMessageBox::Warning, tr("Installation in progress"),
+                         // Fixed, see docs/compatibility.md.
                          tr("There is a installation in progress.\n\nTry closing the application "
                             "after the installation is completed"));
 }

@@ -29,6 +29,7 @@ public:
     void present();
 
 public slots:
+    /// The order is fixed, see docs/compatibility.md.
     void onStyleChanged(const QString &style);
     void onLanguageChanged();
     void onGeometryChanged();

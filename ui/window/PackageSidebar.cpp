@@ -52,6 +52,7 @@ void PackageSidebar::addChoice(QVBoxLayout &layout, const QString &caption, QWid
     layout.addWidget(choice);
 }
 
+// Fixed, see docs/compatibility.md.
 QComboBox *PackageSidebar::makeCategories(const QStringList &categories)
 {
     auto *choice = new QComboBox(this);

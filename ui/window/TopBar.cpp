@@ -275,6 +275,7 @@ QPushButton *TopBar::makeButton(int glyph, const QString &description)
 void TopBar::runSimulator()
 {
     const QString folder = m_controller->settings()->current(Settings::INSTALLATION);
+    // Fixed, see docs/compatibility.md.
     QProcess::startDetached(folder + QDir::separator() + simulatorExecutable(), {}, folder);
 }
 
@@ -292,6 +293,7 @@ void TopBar::askForReset()
     const QPointer<TopBar> self(this);
     const bool confirmed = Dialogs::confirmLoss(
         this, QMessageBox::Critical, tr("Reset"),
+        // Fixed, see docs/compatibility.md.
         tr("This action will reset databases and application prefrences.\n\nContinue?"));
     if (!confirmed || !self)
         return;
