@@ -9,6 +9,9 @@ readonly DEMO_HOME="$DEMO_RUN/home"
 readonly DEMO_SIMULATOR="$DEMO_RUN/X-Plane demonstration"
 readonly DEMO_DATA="$DEMO_HOME/.local/share/Quarnell/Kavo Suite"
 
+# What the first add-on of the catalogue brings, itself included: folders of the scenery and ids.
+declare -rA DEMO_NEEDED=(["Kavo Library"]=1 ["Kavo Ground Equipment"]=2 ["Kavo Harbour City"]=3)
+
 server_pid=
 
 # forget_demonstration: back to a first start.
@@ -80,4 +83,47 @@ start_on_demonstration() {
     export XDG_CONFIG_HOME="$HOME/.config" XDG_DATA_HOME="$HOME/.local/share"
     export XDG_CACHE_HOME="$HOME/.cache" PATH="$DEMO_RUN/bin:$PATH"
     exec "$1"
+}
+
+# Facts ------------------------------------------------------------------------------------------
+
+# is_installed ID: that is what the database has for the package.
+is_installed() {
+    [[ $(sqlite3 -readonly "$DEMO_DATA/packages.db" \
+        "SELECT status FROM packages WHERE package_id = $1" 2>/dev/null) == 1 ]]
+}
+
+# has_setting KEY VALUE: that is what the settings file has.
+has_setting() {
+    [[ $(settings_text "$1") == "$2" ]]
+}
+
+# settings_text KEY: its value, as Qt writes it into a settings file: between quotes where it has a
+# comma, say, and with \x and a number for a letter that ASCII does not have.
+settings_text() {
+    local text letter decoded='' LC_ALL=C.UTF-8
+    text=$(sed -n "s/^$1=//p" "$DEMO_HOME/.config/Quarnell/Kavo Suite.ini") || return 1
+    text=${text#\"}
+    text=${text%\"}
+    while [[ $text =~ ^([^\\]*)\\x([0-9a-f]+)(.*)$ ]]; do
+        printf -v letter '%b' "\\U${BASH_REMATCH[2]}"
+        decoded+=${BASH_REMATCH[1]}$letter
+        text=${BASH_REMATCH[3]}
+    done
+    printf '%s\n' "$decoded$text"
+}
+
+# was_served PATH: the web server has handed out this file to the end, or told that it has not changed
+# since.
+was_served() {
+    grep --quiet --fixed-strings -e "GET /$1 HTTP/1.1\" 200" -e "GET /$1 HTTP/1.1\" 304" \
+        "$DEMO_RUN/nginx/access.log"
+}
+
+# were_served FOLDER: all files of it.
+were_served() {
+    local file
+    for file in "$DEMO_RUN/www/$1"/*; do
+        was_served "$1/${file##*/}" || return 1
+    done
 }

@@ -5,6 +5,7 @@
 #include <QEvent>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QSplashScreen>
 #include <QTimer>
 
 namespace Kavo::Testing {
@@ -44,11 +45,21 @@ void WalkPictures::keepAll()
 
 bool WalkPictures::eventFilter(QObject *watched, QEvent *event)
 {
-    const bool isBox = qobject_cast<QMessageBox *>(watched) || qobject_cast<QFileDialog *>(watched);
-    if (isBox && event->type() == QEvent::Show) {
+    if (event->type() != QEvent::Show)
+        return QObject::eventFilter(watched, event);
+    if (auto *splash = qobject_cast<QSplashScreen *>(watched)) {
+        connect(splash, &QSplashScreen::messageChanged, this, [this, splash] {
+            if (!m_sawStart)
+                take(*splash, QStringLiteral("start"));
+            m_sawStart = true;
+        });
+    } else if (qobject_cast<QMessageBox *>(watched) || qobject_cast<QFileDialog *>(watched)) {
+        const QString name =
+            m_boxNames.isEmpty() ? QStringLiteral("box-unexpected") : m_boxNames.dequeue();
         // Its size is settled when the event is over, and whoever answers it comes later still.
         auto *box = static_cast<QWidget *>(watched);
-        QTimer::singleShot(0, box, [this, box, name = m_boxName] { take(*box, name); });
+        if (!name.isEmpty())
+            QTimer::singleShot(0, box, [this, box, name] { take(*box, name); });
     }
     return QObject::eventFilter(watched, event);
 }

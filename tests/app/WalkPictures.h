@@ -3,6 +3,7 @@
 #include <QMap>
 #include <QObject>
 #include <QPixmap>
+#include <QQueue>
 #include <QString>
 
 class QWidget;
@@ -10,8 +11,8 @@ class QWidget;
 namespace Kavo::Testing {
 
 /// Keeps pictures of what the program shows, when the environment variable KAVO_WALK_PICTURES names
-/// a folder for them: "01-list.png" and so on. Message boxes and file dialogs are taken by
-/// themselves, under the name that was given last. Without the variable it does nothing.
+/// a folder for them: "01-start.png" and so on. The first splash screen, message boxes and file
+/// dialogs are taken by themselves. Without the variable it does nothing.
 class WalkPictures final : public QObject
 {
     Q_OBJECT
@@ -22,8 +23,8 @@ public:
 
     /// A picture that cannot be kept at once is kept with one of the next.
     void take(QWidget &widget, const QString &name);
-    /// What the next boxes are about.
-    void nameBoxes(const QString &name) { m_boxName = name; }
+    /// What a further box is about. One with an empty name is not taken.
+    void nameBox(const QString &name) { m_boxNames.enqueue(name); }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -32,8 +33,9 @@ private:
     void keepAll();
 
     QString m_folder;
-    QString m_boxName;
+    QQueue<QString> m_boxNames;
     int m_count = 0;
+    bool m_sawStart = false;
     QMap<QString, QPixmap> m_unkept; ///< by their files
 };
 
