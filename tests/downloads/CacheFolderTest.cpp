@@ -1,23 +1,19 @@
-#include "tests/downloads/DownloadEvents.h"
-#include "tests/downloads/DownloadSetup.h"
+#include "tests/downloads/DownloadFixture.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
-#include <memory>
 #include <vector>
 
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
 /// Which file of the cache folder each download gets, in one run of the program and in the next.
-class CacheFolderTest final : public QObject
+class CacheFolderTest final : public DownloadFixture
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void halfBesideMovesToTheFreeName();
     void halfBesideStaysWhileTheNameIsTaken_data();
     void halfBesideStaysWhileTheNameIsTaken();
@@ -33,259 +29,207 @@ private slots:
     void leftoversOfAKilledProgramGo();
 
 private:
-    QString url(const char *path) const { return m_setup->server().url(QString::fromLatin1(path)); }
-    TestHttpServer &server() const { return m_setup->server(); }
-    Kavo::Managers::DownloadManager &manager() const { return m_setup->manager(); }
-    QString path(const char *name) const { return m_setup->path(QString::fromLatin1(name)); }
-    /// The names of all entries of the cache folder.
-    QStringList names() const
-    {
-        return QDir(m_setup->profile().cacheFolder())
-            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
-    }
-    /// Fetches halves of "/a/x.7z" and "/b/x.7z" at the same time. Returns the name of the second.
+    /// The names of all entries of the cache folder, with those that are hidden.
+    QString names() const;
+    /// Fetches halves of "/first/a" and "/second/a" at the same time. Returns the name of the
+    /// second.
     QString fetchTwoHalves() const;
-    static QByteArray body(char seed) { return QByteArray(1, seed) + noise(); }
-    static QByteArray noise() { return HttpResource::generated(0, 9999); }
-
-    QScopedPointer<DownloadSetup> m_setup;
+    static QByteArray first() { return '1' + generated(9999); }
+    static QByteArray second() { return '2' + generated(9999); }
+    /// Begins to fetch the file, whose body pauses after 100000 bytes.
+    std::unique_ptr<DownloadEvents> fetchSlowly() const;
 };
 
-void CacheFolderTest::init()
+QString CacheFolderTest::names() const
 {
-    m_setup.reset(new DownloadSetup);
-}
-
-void CacheFolderTest::cleanup()
-{
-    m_setup.reset();
+    return QDir(setup().profile().cacheFolder())
+        .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name)
+        .join(", "_s);
 }
 
 QString CacheFolderTest::fetchTwoHalves() const
 {
-    server().serve(QStringLiteral("/a/x.7z"), body('a')).cutAfter = 3000;
-    server().serve(QStringLiteral("/b/x.7z"), body('b')).cutAfter = 4000;
-    const auto first = DownloadSetup::resumable(url("/a/x.7z"));
-    const auto second = DownloadSetup::resumable(url("/b/x.7z"));
-    DownloadEvents firstEvents(first);
-    DownloadEvents secondEvents(second);
-    manager().add(first, false);
-    manager().add(second, false);
+    serve(first(), "/first/a"_s).cutAfter = 3000;
+    serve(second(), "/second/a"_s).cutAfter = 4000;
+    const auto download = resumable("/second/a"_s);
+    DownloadEvents firstEvents(manager(), resumable("/first/a"_s));
+    DownloadEvents secondEvents(manager(), download);
     firstEvents.waitForFinished();
     secondEvents.waitForFinished();
-    server().resource(QStringLiteral("/a/x.7z")).cutAfter.reset();
-    server().resource(QStringLiteral("/b/x.7z")).cutAfter.reset();
-    m_setup->restartManager();
-    return QFileInfo(second->getPath()).fileName();
+    resource("/first/a"_s).cutAfter.reset();
+    resource("/second/a"_s).cutAfter.reset();
+    setup().restartManager();
+    return QFileInfo(download->getPath()).fileName();
+}
+
+std::unique_ptr<DownloadEvents> CacheFolderTest::fetchSlowly() const
+{
+    serve(generated(300000)).holdAfter = 100000;
+    auto events = std::make_unique<DownloadEvents>(manager(), restart());
+    const bool hasBegun =
+        QTest::qWaitFor([this] { return QFileInfo(path()).size() == 100000; }, 5000);
+    return hasBegun ? std::move(events) : nullptr;
 }
 
 void CacheFolderTest::halfBesideMovesToTheFreeName()
 {
     const QString beside = fetchTwoHalves();
-    QCOMPARE(names(), QStringList({QStringLiteral("x.7z"), beside}));
-    QVERIFY(QFile::remove(path("x.7z")));
-    const auto download = DownloadSetup::resumable(url("/b/x.7z"));
-    DownloadEvents events(download);
-    manager().add(download, false);
-    QVERIFY(events.waitForFinished());
-    QCOMPARE(download->getPath(), path("x.7z"));
-    QCOMPARE(server().last("GET", QStringLiteral("/b/x.7z")).header("Range"),
-             QByteArray("bytes=4000-"));
-    QCOMPARE(readFile(path("x.7z")), body('b'));
-    QCOMPARE(names(), QStringList(QStringLiteral("x.7z")));
+    QCOMPARE(names(), QString("a, "_s + beside));
+    QVERIFY(QFile::remove(path()));
+    QCOMPARE(transfer(resumable("/second/a"_s)).last(), QString("finished "_s + path()));
+    QCOMPARE(range("/second/a"_s), QByteArray("bytes=4000-"));
+    QCOMPARE(content(), second());
+    QCOMPARE(names(), "a"_s);
 }
 
 void CacheFolderTest::halfBesideStaysWhileTheNameIsTaken_data()
 {
-    QTest::addColumn<QList<QByteArray>>("order");
-    QTest::newRow("same order") << QList<QByteArray>{"a", "b"};
-    QTest::newRow("other order") << QList<QByteArray>{"b", "a"};
+    Rows<QStringList>()
+        .row("same order", {"first"_s, "second"_s})
+        .row("other order", {"second"_s, "first"_s});
 }
 
 void CacheFolderTest::halfBesideStaysWhileTheNameIsTaken()
 {
-    QFETCH(QList<QByteArray>, order);
     const QString beside = fetchTwoHalves();
-    std::vector<DownloadSetup::Pointer> downloads;
-    for (const QByteArray &folder : qAsConst(order)) {
-        const QString archive = QString::fromLatin1('/' + folder + "/x.7z");
-        const auto download = DownloadSetup::resumable(server().url(archive));
-        downloads.push_back(download);
-        DownloadEvents events(download);
-        manager().add(download, false);
-        QVERIFY(events.waitForFinished());
-        const bool isFirst = folder == "a";
-        QCOMPARE(server().last("GET", archive).header("Range"),
-                 QByteArray(isFirst ? "bytes=3000-" : "bytes=4000-"));
-        QCOMPARE(download->getPath(), m_setup->path(isFirst ? QStringLiteral("x.7z") : beside));
-        QCOMPARE(readFile(download->getPath()), body(folder.at(0)));
+    std::vector<Pointer> downloads;
+    for (const QString &folder : std::get<0>(Rows<QStringList>::current())) {
+        const QString archive = "/%1/a"_s.arg(folder);
+        const bool isFirst = folder == "first"_s;
+        const QString place = path(isFirst ? "a"_s : beside);
+        downloads.push_back(resumable(archive));
+        QCOMPARE(transfer(downloads.back()).last(), QString("finished "_s + place));
+        QCOMPARE(range(archive), QByteArray(isFirst ? "bytes=3000-" : "bytes=4000-"));
+        QCOMPARE(readFile(place), isFirst ? first() : second());
     }
 }
 
 /// A file that is being written keeps its name, even when the better one is free by then.
 void CacheFolderTest::halfBesideIsSharedWhileItIsWritten()
 {
-    auto holder = DownloadSetup::resumable(url("/a/x.7z"));
-    const auto first = DownloadSetup::resumable(url("/b/x.7z"));
+    auto holder = resumable("/first/a"_s);
+    const auto writing = resumable("/second/a"_s);
     manager().add(holder, true);
-    manager().add(first, true);
-    QVERIFY(writeFile(first->getPath(), "half"));
+    manager().add(writing, true);
+    QVERIFY(writeFile(writing->getPath(), "half"));
     manager().remove(holder);
     holder.reset();
-    const auto second = DownloadSetup::resumable(url("/b/x.7z"));
-    manager().add(second, true);
-    QCOMPARE(second->getPath(), first->getPath());
-    QCOMPARE(readFile(first->getPath()), QByteArray("half"));
+    const auto again = resumable("/second/a"_s);
+    manager().add(again, true);
+    QCOMPARE(again->getPath(), writing->getPath());
+    QCOMPARE(readFile(writing->getPath()), QByteArray("half"));
 }
 
 void CacheFolderTest::fileBesideGoesWithARestart()
 {
     const QString beside = fetchTwoHalves();
-    const auto download = DownloadSetup::restart(url("/b/x.7z"));
-    DownloadEvents events(download);
-    manager().add(download, false);
-    QVERIFY(events.waitForFinished());
-    QCOMPARE(download->getPath(), path("x.7z"));
-    QCOMPARE(readFile(path("x.7z")), body('b'));
-    QVERIFY(!names().contains(beside));
+    QCOMPARE(transfer(restart("/second/a"_s)).last(), QString("finished "_s + path()));
+    QCOMPARE(content(), second());
+    QVERIFY(!exists(beside));
 }
 
 void CacheFolderTest::folderBesideIsLeftAlone()
 {
     const QString beside = fetchTwoHalves();
-    QVERIFY(QFile::remove(path("x.7z")));
-    QVERIFY(QFile::remove(m_setup->path(beside)));
-    QVERIFY(QDir().mkpath(m_setup->path(beside)));
-    const auto download = DownloadSetup::resumable(url("/b/x.7z"));
+    QVERIFY(QFile::remove(path()) && QFile::remove(path(beside)));
+    QVERIFY(QDir().mkpath(path(beside)));
+    const auto download = resumable("/second/a"_s);
     manager().add(download, true);
-    QCOMPARE(download->getPath(), path("x.7z"));
-    QCOMPARE(names(), QStringList(beside));
+    QCOMPARE(download->getPath(), path());
+    QCOMPARE(names(), beside);
 }
 
 void CacheFolderTest::fetchesOfOneAddressAreAllWhole()
 {
     constexpr int Count = 8;
-    const QByteArray picture = HttpResource::generated(0, 300000);
-    server().serve(QStringLiteral("/icon.png"), picture).holdAfter = 100000;
+    const QByteArray picture = generated(300000);
+    serve(picture).holdAfter = 100000;
     std::vector<std::unique_ptr<DownloadEvents>> events;
     QList<QByteArray> contents;
     for (int number = 0; number < Count; ++number) {
-        const auto download = DownloadSetup::restart(url("/icon.png"));
-        events.push_back(std::make_unique<DownloadEvents>(download));
+        const auto download = restart();
         connect(download.data(), &Download::finished, this,
                 [&contents](const QString &path) { contents.append(readFile(path)); });
-        manager().add(download, false);
-        QCOMPARE(download->getPath(), path("icon.png"));
+        events.push_back(std::make_unique<DownloadEvents>(manager(), download));
+        QCOMPARE(download->getPath(), path());
         QCOMPARE(download->getProcess(), Download::Process::Download);
     }
     // As many as may be on their way to one host.
     QVERIFY(server().waitForRequests(6));
-    QTRY_COMPARE(QFileInfo(path("icon.png")).size(), 100000);
-    server().release(QStringLiteral("/icon.png"));
+    QTRY_COMPARE(QFileInfo(path()).size(), 100000);
+    server().release("/a"_s);
     for (const auto &each : events) {
         QVERIFY(each->waitForFinished());
-        QCOMPARE(each->list(), restartEvents(picture.size(), path("icon.png")));
+        QCOMPARE(each->list(), restartEvents(picture.size(), path()));
         QCOMPARE(each->currentSizes().last(), picture.size());
     }
     QVERIFY(contents == QList<QByteArray>() + QVector<QByteArray>(Count, picture).toList());
-    QCOMPARE(names(), QStringList(QStringLiteral("icon.png")));
+    QCOMPARE(names(), "a"_s);
 }
 
 void CacheFolderTest::fetchThatFailsHurtsNoOther()
 {
-    const QByteArray picture = HttpResource::generated(0, 300000);
-    HttpResource &resource = server().serve(QStringLiteral("/icon.png"), picture);
-    resource.holdAfter = 100000;
-    const auto first = DownloadSetup::restart(url("/icon.png"));
-    const auto second = DownloadSetup::restart(url("/icon.png"));
-    DownloadEvents firstEvents(first);
-    DownloadEvents secondEvents(second);
-    manager().add(first, false);
-    QTRY_COMPARE(QFileInfo(path("icon.png")).size(), 100000);
-    resource.cutAfter = 50000;
-    manager().add(second, false);
-    QVERIFY(secondEvents.waitForFinished());
-    QVERIFY(secondEvents.list().contains(QStringLiteral("error Server Error")));
-    QCOMPARE(names(), QStringList(QStringLiteral("icon.png")));
-    server().release(QStringLiteral("/icon.png"));
-    QVERIFY(firstEvents.waitForFinished());
-    QVERIFY(readFile(path("icon.png")) == picture);
+    const auto slow = fetchSlowly();
+    QVERIFY(slow);
+    resource().cutAfter = 50000;
+    QVERIFY(transfer(restart()).contains(errorEvent()));
+    QCOMPARE(names(), "a"_s);
+    server().release("/a"_s);
+    QVERIFY(slow->waitForFinished());
+    QVERIFY(content() == generated(300000));
 }
 
 void CacheFolderTest::slowFetchMayEndAfterAQuickOne()
 {
-    HttpResource &resource = server().serve(QStringLiteral("/icon.png"), "the first picture");
-    resource.holdsGet = true;
-    const auto first = DownloadSetup::restart(url("/icon.png"));
-    const auto second = DownloadSetup::restart(url("/icon.png"));
-    DownloadEvents firstEvents(first);
-    DownloadEvents secondEvents(second);
-    manager().add(first, false);
+    serve("the first picture").holdsGet = true;
+    DownloadEvents slow(manager(), restart());
     QVERIFY(server().waitForRequests(1));
-    resource.holdsGet = false;
-    resource.body = "another one by now";
-    manager().add(second, false);
-    QVERIFY(secondEvents.waitForFinished());
-    QCOMPARE(readFile(path("icon.png")), QByteArray("another one by now"));
-    server().release(QStringLiteral("/icon.png"));
-    QVERIFY(firstEvents.waitForFinished());
-    QCOMPARE(readFile(path("icon.png")), QByteArray("the first picture"));
+    serve("another one by now");
+    transfer(restart());
+    QCOMPARE(content(), QByteArray("another one by now"));
+    server().release("/a"_s);
+    QVERIFY(slow.waitForFinished());
+    QCOMPARE(content(), QByteArray("the first picture"));
 }
 
 void CacheFolderTest::slowFetchMayEndAfterAQuickOneInMidBody()
 {
-    const QByteArray picture = HttpResource::generated(0, 300000);
-    HttpResource &resource = server().serve(QStringLiteral("/icon.png"), picture);
-    resource.holdAfter = 100000;
-    const auto first = DownloadSetup::restart(url("/icon.png"));
-    const auto second = DownloadSetup::restart(url("/icon.png"));
-    DownloadEvents firstEvents(first);
-    DownloadEvents secondEvents(second);
-    manager().add(first, false);
-    QTRY_COMPARE(QFileInfo(path("icon.png")).size(), 100000);
-    resource.holdAfter.reset();
-    manager().add(second, false);
-    QVERIFY(secondEvents.waitForFinished());
-    QVERIFY(readFile(path("icon.png")) == picture);
-    server().release(QStringLiteral("/icon.png"));
-    QVERIFY(firstEvents.waitForFinished());
-    QVERIFY(readFile(path("icon.png")) == picture);
-    QCOMPARE(m_setup->log().lines(), QStringList());
-    QCOMPARE(names(), QStringList(QStringLiteral("icon.png")));
+    const auto slow = fetchSlowly();
+    QVERIFY(slow);
+    resource().holdAfter.reset();
+    transfer(restart());
+    QVERIFY(content() == generated(300000));
+    server().release("/a"_s);
+    QVERIFY(slow->waitForFinished());
+    QVERIFY(content() == generated(300000));
+    QCOMPARE(log().lines(), QStringList());
+    QCOMPARE(names(), "a"_s);
 }
 
 void CacheFolderTest::fetchOfAPathThatIsAFolderLeavesNothing()
 {
-    server().serve(QStringLiteral("/icon.png"), "content").holdsGet = true;
-    QVERIFY(QDir().mkpath(path("icon.png")));
-    const auto first = DownloadSetup::restart(url("/icon.png"));
-    const auto second = DownloadSetup::restart(url("/icon.png"));
-    DownloadEvents firstEvents(first);
-    DownloadEvents secondEvents(second);
-    manager().add(first, false);
-    manager().add(second, false);
+    serve("content").holdsGet = true;
+    QVERIFY(QDir().mkpath(path()));
+    DownloadEvents first(manager(), restart());
+    DownloadEvents second(manager(), restart());
     QVERIFY(server().waitForRequests(2));
-    server().release(QStringLiteral("/icon.png"));
-    QVERIFY(firstEvents.waitForFinished() && secondEvents.waitForFinished());
-    QVERIFY(secondEvents.list().contains(QStringLiteral("error Server Error")));
-    QCOMPARE(names(), QStringList(QStringLiteral("icon.png")));
+    server().release("/a"_s);
+    QVERIFY(first.waitForFinished() && second.waitForFinished());
+    QVERIFY(second.hasFailed());
+    QCOMPARE(names(), "a"_s);
 }
 
 void CacheFolderTest::leftoversOfAKilledProgramGo()
 {
-    server().serve(QStringLiteral("/icon.png"), HttpResource::generated(0, 5000)).holdAfter = 1000;
-    {
-        const auto first = DownloadSetup::restart(url("/icon.png"));
-        const auto second = DownloadSetup::restart(url("/icon.png"));
-        manager().add(first, false);
-        manager().add(second, false);
-        QTRY_COMPARE(names().size(), 2);
-        m_setup->endManager();
-    }
-    QVERIFY(m_setup->put(QStringLiteral(".mine"), "a hidden file of the user"));
-    QCOMPARE(names().size(), 3);
-    m_setup->restartManager();
-    QCOMPARE(names(), QStringList({QStringLiteral(".mine"), QStringLiteral("icon.png")}));
+    serve(generated(5000)).holdAfter = 1000;
+    manager().add(restart(), false);
+    manager().add(restart(), false);
+    QTRY_COMPARE(names().count(", "_s), 1);
+    setup().endManager();
+    QVERIFY(put("a hidden file of the user", ".mine"_s));
+    QCOMPARE(names().count(", "_s), 2);
+    setup().restartManager();
+    QCOMPARE(names(), ".mine, a"_s);
 }
 
 KAVO_TEST_MAIN(CacheFolderTest)

@@ -1,22 +1,20 @@
-#include "tests/downloads/DownloadEvents.h"
-#include "tests/downloads/DownloadSetup.h"
+#include "tests/downloads/DownloadFixture.h"
 #include "tests/support/FullDisk.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QCryptographicHash>
 
-using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
 /// The hash of a file that is computed while it is written. It stands for the file, so it may only
 /// be there when all of the file has gone through it.
-class DigestTest final : public QObject
+class DigestTest final : public DownloadFixture
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() override;
 
     void wholeFileHasADigest_data();
     void wholeFileHasADigest();
@@ -28,86 +26,74 @@ private slots:
     void fullDiskLeavesNone();
 
 private:
-    /// Transfers "/a.zip" and returns the digest.
+    /// Transfers the file and returns the digest.
     QByteArray digest(bool isHashed = true) const;
-    HttpResource &resource() const { return m_setup->server().resource(QStringLiteral("/a.zip")); }
-    static QByteArray body() { return HttpResource::generated(0, Size); }
     static QByteArray hashOf(const QByteArray &bytes)
     {
         return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
     }
 
     static constexpr int Size = 3000000;
-    QScopedPointer<DownloadSetup> m_setup;
 };
 
 void DigestTest::init()
 {
-    m_setup.reset(new DownloadSetup);
-    resource().body = body();
-}
-
-void DigestTest::cleanup()
-{
-    m_setup.reset();
+    DownloadFixture::init();
+    serve(generated(Size));
 }
 
 QByteArray DigestTest::digest(bool isHashed) const
 {
-    const auto download = DownloadSetup::resumable(m_setup->server().url(QStringLiteral("/a.zip")));
+    const auto download = resumable();
     download->setHashed(isHashed);
-    DownloadEvents events(download);
-    m_setup->manager().add(download, false);
+    DownloadEvents events(manager(), download);
     return events.waitForFinished() ? download->getDigest() : QByteArray("no end");
 }
 
 void DigestTest::wholeFileHasADigest_data()
 {
-    QTest::addColumn<bool>("chunked");
-    QTest::addColumn<bool>("compresses");
-    QTest::addColumn<int>("size");
-    QTest::newRow("plain") << false << false << Size;
-    QTest::newRow("in chunks") << true << false << Size;
-    QTest::newRow("compressed on the way") << false << true << Size;
-    QTest::newRow("one byte") << false << false << 1;
+    Rows<int, bool, bool>()
+        .row("plain", Size, false, false)
+        .row("in chunks", Size, true, false)
+        .row("compressed on the way", Size, false, true)
+        .row("one byte", 1, false, false);
 }
 
 void DigestTest::wholeFileHasADigest()
 {
-    QFETCH(bool, chunked);
-    QFETCH(bool, compresses);
-    QFETCH(int, size);
-    resource().body = body().left(size);
-    resource().chunked = chunked;
-    resource().compressesUnasked = compresses;
-    QCOMPARE(digest(), hashOf(body().left(size)));
+    const auto [size, chunked, compressed] = Rows<int, bool, bool>::current();
+    HttpResource &file = serve(generated(size));
+    file.chunked = chunked;
+    file.compressesUnasked = compressed;
+    QCOMPARE(digest(), hashOf(generated(size)));
 }
 
 void DigestTest::digestIsOnlyMadeWhenAskedFor()
 {
     QCOMPARE(digest(false), QByteArray());
+    QVERIFY(content() == generated(Size));
 }
 
 void DigestTest::resumedFileHasNone()
 {
-    QVERIFY(m_setup->put(QStringLiteral("a.zip"), body().left(1000)));
+    QVERIFY(put(generated(1000)));
     QCOMPARE(digest(), QByteArray());
-    QVERIFY(m_setup->content(QStringLiteral("a.zip")) == body());
+    QVERIFY(content() == generated(Size));
 }
 
 void DigestTest::completeFileHasNone()
 {
-    QVERIFY(m_setup->put(QStringLiteral("a.zip"), body()));
+    QVERIFY(put(generated(Size)));
     QCOMPARE(digest(), QByteArray());
 }
 
+/// What is there is not what the server has, which shows only in its answer.
 void DigestTest::fileThatStartsAnewHasItsOwn()
 {
-    // What is there is not what the server has, which shows only in its answer.
-    QVERIFY(m_setup->put(QStringLiteral("a.zip"), QByteArray(1000, 'x')));
+    QVERIFY(put(QByteArray(1000, 'x')));
     resource().ignoresRange = true;
-    QCOMPARE(digest(), hashOf(body()));
-    QVERIFY(m_setup->content(QStringLiteral("a.zip")) == body());
+    QCOMPARE(digest(), hashOf(generated(Size)));
+    QVERIFY(content() == generated(Size));
 }
 
 void DigestTest::cutFileHasNone()

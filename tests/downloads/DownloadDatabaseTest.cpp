@@ -1,14 +1,17 @@
-#include "tests/downloads/DownloadEvents.h"
-#include "tests/downloads/DownloadSetup.h"
-#include "tests/support/Archives.h"
+#include "tests/downloads/DownloadFixture.h"
+#include "tests/support/DamagedDatabase.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
+#include <QElapsedTimer>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
 using namespace Kavo::Testing;
 
-class DownloadDatabaseTest final : public QObject
+/// The database of downloads. Nothing of a download depends on it, so nothing that happens to it
+/// may stop one.
+class DownloadDatabaseTest final : public DownloadFixture
 {
     Q_OBJECT
 
@@ -17,145 +20,167 @@ private slots:
     void tableStaysEmpty();
     void rowsOfOthersSurvive();
     void clearRemovesTheFile();
-    void clearTwiceIsHarmless();
     void nextStartMakesItAnew();
-    void fileThatCannotBeOpenedIsLogged();
-    void fileThatIsNoDatabaseIsLogged();
-    void managerWorksWithoutIt();
     void connectionEndsWithTheManager();
 
+    void transfersGoOnAndTheNextStartRecovers_data();
+    void transfersGoOnAndTheNextStartRecovers();
+    void lockedFileIsWaitedForOnce();
+    void damageDuringARunIsNotNoticed_data();
+    void damageDuringARunIsNotNoticed();
+
 private:
+    QString file() const { return setup().profile().dataFolder() + "download.db"_s; }
     /// The first column of the first row, as another program reads it.
-    static QVariant ask(const DownloadSetup &setup, const QString &statement);
-    static QString file(const ScratchProfile &profile);
+    QVariant ask(const QString &statement) const;
+    /// Whether a file comes whole.
+    bool fetches() const;
 };
 
-QString DownloadDatabaseTest::file(const ScratchProfile &profile)
-{
-    return profile.dataFolder() + QStringLiteral("download.db");
-}
-
-QVariant DownloadDatabaseTest::ask(const DownloadSetup &setup, const QString &statement)
+QVariant DownloadDatabaseTest::ask(const QString &statement) const
 {
     QVariant value;
     {
-        QSqlDatabase database =
-            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("Other"));
-        database.setDatabaseName(file(setup.profile()));
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE"_s, "Other"_s);
+        database.setDatabaseName(file());
         if (database.open()) {
             QSqlQuery query(statement, database);
             value = query.next() ? query.value(0) : QVariant();
         }
     }
-    QSqlDatabase::removeDatabase(QStringLiteral("Other"));
+    QSqlDatabase::removeDatabase("Other"_s);
     return value;
+}
+
+bool DownloadDatabaseTest::fetches() const
+{
+    serve("content");
+    QFile::remove(path());
+    return transfer(resumable()) == resumableEvents(7, path()) && content() == "content";
 }
 
 // Fixed, see docs/compatibility.md.
 void DownloadDatabaseTest::tableIsMadeAsPrescribed()
 {
-    DownloadSetup setup;
-    QVERIFY(QSqlDatabase::contains(QStringLiteral("DownloadDatabaseConnection")));
-    QCOMPARE(
-        ask(setup, QStringLiteral("SELECT sql FROM sqlite_master WHERE name = 'downloads'"))
-            .toString(),
-        QStringLiteral("CREATE TABLE downloads (id        INTEGER        PRIMARY KEY "
-                       "AUTOINCREMENT,url       VARCHAR (1024) UNIQUE,timestamp DATETIME       "
-                       "DEFAULT CURRENT_TIMESTAMP)"));
-    QCOMPARE(setup.log().lines(), QStringList());
+    QVERIFY(QSqlDatabase::contains("DownloadDatabaseConnection"_s));
+    QCOMPARE(ask("SELECT sql FROM sqlite_master WHERE name = 'downloads'"_s).toString(),
+             "CREATE TABLE downloads (id        INTEGER        PRIMARY KEY "
+             "AUTOINCREMENT,url       VARCHAR (1024) UNIQUE,timestamp DATETIME       "
+             "DEFAULT CURRENT_TIMESTAMP)"_s);
+    QCOMPARE(log().lines(), QStringList());
 }
 
 // Fixed, see docs/compatibility.md.
 void DownloadDatabaseTest::tableStaysEmpty()
 {
-    DownloadSetup setup;
-    setup.server().serve(QStringLiteral("/a"), "a");
-    const auto download = DownloadSetup::resumable(setup.server().url(QStringLiteral("/a")));
-    DownloadEvents events(download);
-    setup.manager().add(download, false);
-    QVERIFY(events.waitForFinished());
-    QCOMPARE(ask(setup, QStringLiteral("SELECT count(*) FROM downloads")).toInt(), 0);
+    QVERIFY(fetches());
+    QCOMPARE(ask("SELECT count(*) FROM downloads"_s), QVariant(0));
 }
 
 void DownloadDatabaseTest::rowsOfOthersSurvive()
 {
-    DownloadSetup setup;
-    ask(setup, QStringLiteral("INSERT INTO downloads(url) VALUES ('x')"));
-    setup.restartManager();
-    QCOMPARE(ask(setup, QStringLiteral("SELECT url FROM downloads")).toString(),
-             QStringLiteral("x"));
+    ask("INSERT INTO downloads(url) VALUES ('x')"_s);
+    setup().restartManager();
+    QCOMPARE(ask("SELECT url FROM downloads"_s).toString(), "x"_s);
 }
 
 void DownloadDatabaseTest::clearRemovesTheFile()
 {
-    DownloadSetup setup;
-    QVERIFY(QFile::exists(file(setup.profile())));
-    setup.manager().clear();
-    QVERIFY(!QFile::exists(file(setup.profile())));
-}
-
-void DownloadDatabaseTest::clearTwiceIsHarmless()
-{
-    DownloadSetup setup;
-    setup.manager().clear();
-    setup.manager().clear();
-    QVERIFY(!QFile::exists(file(setup.profile())));
-    QCOMPARE(setup.log().lines(), QStringList());
+    QVERIFY(QFile::exists(file()));
+    for (int time = 0; time < 2; ++time) {
+        manager().clear();
+        QVERIFY(!QFile::exists(file()));
+    }
+    QCOMPARE(log().lines(), QStringList());
 }
 
 void DownloadDatabaseTest::nextStartMakesItAnew()
 {
-    DownloadSetup setup;
-    setup.manager().clear();
-    setup.restartManager();
-    QCOMPARE(ask(setup, QStringLiteral("SELECT count(*) FROM downloads")), QVariant(0));
-}
-
-void DownloadDatabaseTest::fileThatCannotBeOpenedIsLogged()
-{
-    DownloadSetup setup;
-    setup.endManager();
-    QVERIFY(QFile::remove(file(setup.profile())));
-    QVERIFY(QDir().mkpath(file(setup.profile())));
-    setup.restartManager();
-    QCOMPARE(setup.log().lines().size(), 1);
-    QVERIFY(setup.log().lines().first().contains(QStringLiteral("unable to open database file")));
-    QVERIFY(!setup.log().lines().first().contains(QStringLiteral("SQL Error")));
-}
-
-void DownloadDatabaseTest::fileThatIsNoDatabaseIsLogged()
-{
-    DownloadSetup setup;
-    setup.endManager();
-    QVERIFY(writeFile(file(setup.profile()), QByteArray(5000, 'x')));
-    setup.restartManager();
-    QCOMPARE(setup.log().count(QStringLiteral("SQL Error: ")), 1);
-    QVERIFY(setup.log().lines().first().contains(QStringLiteral("not a database")));
-}
-
-void DownloadDatabaseTest::managerWorksWithoutIt()
-{
-    DownloadSetup setup;
-    setup.endManager();
-    QVERIFY(QFile::remove(file(setup.profile())));
-    QVERIFY(QDir().mkpath(file(setup.profile())));
-    setup.restartManager();
-    setup.server().serve(QStringLiteral("/a"), "content");
-    const auto download = DownloadSetup::resumable(setup.server().url(QStringLiteral("/a")));
-    DownloadEvents events(download);
-    setup.manager().add(download, false);
-    QVERIFY(events.waitForFinished());
-    QCOMPARE(setup.content(QStringLiteral("a")), QByteArray("content"));
-    setup.manager().clear();
-    QVERIFY(QDir(file(setup.profile())).exists());
+    manager().clear();
+    setup().restartManager();
+    QCOMPARE(ask("SELECT count(*) FROM downloads"_s), QVariant(0));
 }
 
 void DownloadDatabaseTest::connectionEndsWithTheManager()
 {
-    DownloadSetup setup;
-    setup.endManager();
-    QVERIFY(!QSqlDatabase::contains(QStringLiteral("DownloadDatabaseConnection")));
-    QCOMPARE(setup.log().lines(), QStringList());
+    setup().endManager();
+    QVERIFY(!QSqlDatabase::contains("DownloadDatabaseConnection"_s));
+    QCOMPARE(log().lines(), QStringList());
+}
+
+void DownloadDatabaseTest::transfersGoOnAndTheNextStartRecovers_data()
+{
+    Rows<DatabaseDamage, QString>()
+        .row("empty file", DatabaseDamage::EMPTY, "")
+        .row("garbage", DatabaseDamage::GARBAGE, "SQL Error: file is not a database")
+        .row("cut off", DatabaseDamage::CUT_OFF, "SQL Error: database disk image is malformed")
+        .row("folder", DatabaseDamage::FOLDER, "unable to open database file")
+        .row("link to nowhere", DatabaseDamage::LOST_LINK, "unable to open database file")
+        .row("pipe", DatabaseDamage::PIPE, "No regular file : ")
+        .row("full disk", DatabaseDamage::FULL_DISK, "No regular file : ")
+        // The one statement finds its table and has nothing to write.
+        .row("read-only", DatabaseDamage::READ_ONLY, "")
+        .row("other columns", DatabaseDamage::OTHER_COLUMNS, "")
+        .row("a column more that must be given", DatabaseDamage::MORE_COLUMNS, "")
+        .row("a view", DatabaseDamage::VIEW, "SQL Error: download.db holds more than tables")
+        .row("a view without an end", DatabaseDamage::ENDLESS_VIEW,
+             "SQL Error: download.db holds more than tables");
+}
+
+void DownloadDatabaseTest::transfersGoOnAndTheNextStartRecovers()
+{
+    const auto [damage, line] = Rows<DatabaseDamage, QString>::current();
+    setup().endManager();
+    QVERIFY(makeDamagedDatabase(
+        file(), damage, "downloads"_s,
+        "CREATE TABLE downloads (id INTEGER PRIMARY KEY AUTOINCREMENT,"
+        "url VARCHAR (1024) UNIQUE,timestamp DATETIME DEFAULT CURRENT_TIMESTAMP);"_s));
+    setup().restartManager();
+    QCOMPARE(log().lines().size(), line.isEmpty() ? 0 : 1);
+    QVERIFY2(line.isEmpty() || log().count(line) == 1,
+             qPrintable(log().lines().join(QLatin1Char('\n'))));
+    QVERIFY(fetches());
+    // A reset takes whatever it is out of the way, but for a folder and a link to nowhere.
+    manager().clear();
+    QVERIFY(QFileInfo(file()).isDir() == (damage == DatabaseDamage::FOLDER));
+    setup().endManager();
+    QDir().rmdir(file());
+    QFile::remove(file());
+    log().clear();
+    setup().restartManager();
+    QCOMPARE(log().lines(), QStringList());
+    QVERIFY(executeOn(file(), {"SELECT url, timestamp FROM downloads"_s}));
+    QVERIFY(fetches());
+}
+
+void DownloadDatabaseTest::lockedFileIsWaitedForOnce()
+{
+    setup().endManager();
+    const DatabaseLock lock(file());
+    QVERIFY(lock.isHeld());
+    QElapsedTimer timer;
+    timer.start();
+    setup().restartManager();
+    QVERIFY2(timer.elapsed() < 4500, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(log().lines().size(), 1);
+    QCOMPARE(log().count("SQL Error: database is locked"_s), 1);
+    QVERIFY(fetches());
+}
+
+void DownloadDatabaseTest::damageDuringARunIsNotNoticed_data()
+{
+    Rows<bool>().row("removed", false).row("folder in its place", true);
+}
+
+void DownloadDatabaseTest::damageDuringARunIsNotNoticed()
+{
+    const auto [folder] = Rows<bool>::current();
+    QVERIFY(QFile::remove(file()));
+    QVERIFY(!folder || QDir().mkpath(file()));
+    QVERIFY(fetches());
+    manager().clear();
+    QVERIFY(fetches());
+    QCOMPARE(log().count("SQL Error: "_s), 0);
 }
 
 KAVO_TEST_MAIN(DownloadDatabaseTest)

@@ -6,21 +6,29 @@
 #include <QSharedPointer>
 #include <QStringList>
 
+namespace Kavo::Managers {
+class DownloadManager;
+} // namespace Kavo::Managers
+
 namespace Kavo::Testing {
 
-/// What a download announces, written down in order: "process 2", "fileSize 5000", "error Server
-/// Error", "finished /path". Sizes of the growing file are kept apart, because their number depends
-/// on how the bytes come in.
+/// What a download announces, written down in order: "Download", "size 5000", "error Server Error",
+/// "Finished", "finished /path". Sizes of the growing file are kept apart, because their number
+/// depends on how the bytes come in. Does not keep the download alive.
 class DownloadEvents final : public QObject
 {
     Q_OBJECT
 
 public:
     explicit DownloadEvents(const QSharedPointer<Models::Download> &download);
+    /// Those of a download that the manager gets now, to be started at once.
+    DownloadEvents(Managers::DownloadManager &manager,
+                   const QSharedPointer<Models::Download> &download);
 
     const QStringList &list() const { return m_list; }
     const QList<qint64> &currentSizes() const { return m_currentSizes; }
     bool hasFinished() const { return m_finished; }
+    bool hasFailed() const;
 
     /// Runs the event loop until the download is Finished; false when that takes longer.
     bool waitForFinished(int milliseconds = 10000);
@@ -29,15 +37,18 @@ signals:
     void ended();
 
 private:
-    void add(const QString &event);
-
     QStringList m_list;
     QList<qint64> m_currentSizes;
     bool m_finished = false;
 };
 
+/// What stands among the events for an error.
+QString errorEvent();
+
 /// The events of a transfer without errors.
 QStringList resumableEvents(qint64 size, const QString &path);
 QStringList restartEvents(qint64 size, const QString &path);
+/// The same with an error before the end.
+QStringList withError(QStringList events);
 
 } // namespace Kavo::Testing

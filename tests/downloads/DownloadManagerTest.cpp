@@ -1,20 +1,18 @@
-#include "tests/downloads/DownloadEvents.h"
-#include "tests/downloads/DownloadSetup.h"
+#include "tests/downloads/DownloadFixture.h"
 #include "tests/support/Archives.h"
 #include "tests/support/TestMain.h"
+
+#include <vector>
 
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
 /// The queue: what is taken in, found, started and let go, and which file each download gets.
-class DownloadManagerTest final : public QObject
+class DownloadManagerTest final : public DownloadFixture
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void cacheFolderIsMade();
     void cacheFolderIsReadOnce();
     void hasNoSignals();
@@ -44,36 +42,26 @@ private slots:
     void nameIsFreeAgainAfterwards();
 
 private:
-    QString url(const char *path) const { return m_setup->server().url(QString::fromLatin1(path)); }
-    Kavo::Managers::DownloadManager &manager() const { return m_setup->manager(); }
-
-    QScopedPointer<DownloadSetup> m_setup;
+    /// Adds a download that waits to be started.
+    Pointer hold(const Pointer &download) const
+    {
+        manager().add(download, true);
+        return download;
+    }
+    bool isQueued() const { return !manager().find(url()).isNull(); }
 };
-
-void DownloadManagerTest::init()
-{
-    m_setup.reset(new DownloadSetup);
-}
-
-void DownloadManagerTest::cleanup()
-{
-    m_setup.reset();
-}
 
 void DownloadManagerTest::cacheFolderIsMade()
 {
-    QVERIFY(QDir(m_setup->profile().cacheFolder()).exists());
+    QVERIFY(QDir(setup().profile().cacheFolder()).exists());
 }
 
 // Fixed, see docs/compatibility.md.
 void DownloadManagerTest::cacheFolderIsReadOnce()
 {
-    m_setup->settings()->setPending(Kavo::Settings::CACHE,
-                                    m_setup->profile().folder(QStringLiteral("elsewhere")));
-    m_setup->settings()->apply();
-    const auto download = DownloadSetup::resumable(url("/a"));
-    manager().add(download, true);
-    QCOMPARE(download->getPath(), m_setup->path(QStringLiteral("a")));
+    setup().settings()->setPending(Kavo::Settings::CACHE, setup().profile().folder("elsewhere"_s));
+    setup().settings()->apply();
+    QCOMPARE(hold(resumable())->getPath(), path());
 }
 
 // Fixed, see docs/compatibility.md.
@@ -85,12 +73,11 @@ void DownloadManagerTest::hasNoSignals()
 
 void DownloadManagerTest::heldDownloadWaitsForStart()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "a");
-    const auto download = DownloadSetup::resumable(url("/a"));
+    serve("a");
+    const auto download = hold(resumable());
     DownloadEvents events(download);
-    manager().add(download, true);
     QCOMPARE(download->getProcess(), Download::Process::Idle);
-    QCOMPARE(manager().find(url("/a")), download);
+    QCOMPARE(manager().find(url()), download);
     manager().start();
     QCOMPARE(download->getProcess(), Download::Process::Header);
     QVERIFY(events.waitForFinished());
@@ -98,182 +85,153 @@ void DownloadManagerTest::heldDownloadWaitsForStart()
 
 void DownloadManagerTest::startLeavesRunningOnesAlone()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "a").holdsGet = true;
-    const auto download = DownloadSetup::resumable(url("/a"));
-    DownloadEvents events(download);
-    manager().add(download, false);
+    serve("a").holdsGet = true;
+    DownloadEvents events(manager(), resumable());
     manager().start();
-    QVERIFY(m_setup->server().waitForRequests(2));
+    QVERIFY(server().waitForRequests(2));
     manager().start();
-    m_setup->server().release(QStringLiteral("/a"));
+    server().release("/a"_s);
     QVERIFY(events.waitForFinished());
     manager().start();
-    QCOMPARE(m_setup->server().log(),
-             QStringList({QStringLiteral("HEAD /a"), QStringLiteral("GET /a")}));
-    QCOMPARE(events.list(), resumableEvents(1, m_setup->path(QStringLiteral("a"))));
+    QCOMPARE(asked(), "HEAD /a, GET /a"_s);
+    QCOMPARE(events.list(), resumableEvents(1, path()));
 }
 
 void DownloadManagerTest::startLeavesAloneWhatIsIdleNoMore()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "a");
-    m_setup->server().serve(QStringLiteral("/b"), "b");
-    const auto download = DownloadSetup::resumable(url("/a"));
-    manager().add(download, true);
+    serve("a");
+    serve("b", "/b"_s);
+    const auto download = hold(resumable());
     download->setProcess(Download::Process::Finished);
     manager().start();
     QCOMPARE(download->getProcess(), Download::Process::Finished);
-    const auto other = DownloadSetup::resumable(url("/b"));
-    DownloadEvents events(other);
-    manager().add(other, false);
-    QVERIFY(events.waitForFinished());
-    QCOMPARE(m_setup->server().log(),
-             QStringList({QStringLiteral("HEAD /b"), QStringLiteral("GET /b")}));
+    transfer(resumable("/b"_s));
+    QCOMPARE(asked(), "HEAD /b, GET /b"_s);
 }
 
 void DownloadManagerTest::downloadThatIsIdleTwiceStartsOnce()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "a");
-    const auto download = DownloadSetup::resumable(url("/a"));
-    DownloadEvents events(download);
-    manager().add(download, true);
+    serve("a");
+    const auto download = hold(resumable());
     download->setProcess(Download::Process::Idle);
+    DownloadEvents events(download);
     manager().start();
     QVERIFY(events.waitForFinished());
-    QCOMPARE(events.list().count(QStringLiteral("process 1")), 1);
+    QCOMPARE(events.list(), resumableEvents(1, path()));
 }
 
 void DownloadManagerTest::oneObjectIsQueuedOnce()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "a");
-    const auto download = DownloadSetup::resumable(url("/a"));
-    DownloadEvents events(download);
-    manager().add(download, false);
+    serve("a");
+    const auto download = resumable();
+    DownloadEvents events(manager(), download);
     manager().add(download, false);
     QVERIFY(events.waitForFinished());
-    QCOMPARE(m_setup->server().requests().size(), 2);
-    QVERIFY(manager().find(url("/a")).isNull());
+    QCOMPARE(asked(), "HEAD /a, GET /a"_s);
+    QVERIFY(!isQueued());
 }
 
 void DownloadManagerTest::secondAddDoesNotEvenStart()
 {
-    const auto download = DownloadSetup::resumable(url("/a"));
-    manager().add(download, true);
+    const auto download = hold(resumable());
     manager().add(download, false);
     QCOMPARE(download->getProcess(), Download::Process::Idle);
     manager().remove(download);
-    QVERIFY(manager().find(url("/a")).isNull());
+    QVERIFY(!isQueued());
 }
 
 void DownloadManagerTest::twoDownloadsOfOneAddressShareAFile()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "a").holdsGet = true;
-    const auto first = DownloadSetup::resumable(url("/a"));
-    const auto second = DownloadSetup::resumable(url("/a"));
-    DownloadEvents firstEvents(first);
-    DownloadEvents secondEvents(second);
-    manager().add(first, false);
-    manager().add(second, false);
-    QCOMPARE(second->getPath(), first->getPath());
-    QVERIFY(m_setup->server().waitForRequests(4));
-    m_setup->server().release(QStringLiteral("/a"));
-    QVERIFY(firstEvents.waitForFinished() && secondEvents.waitForFinished());
-    QCOMPARE(m_setup->server().log().filter(QStringLiteral("GET")).size(), 2);
+    serve("a").holdsGet = true;
+    DownloadEvents first(manager(), resumable());
+    DownloadEvents second(manager(), resumable());
+    QVERIFY(server().waitForRequests(4));
+    server().release("/a"_s);
+    QVERIFY(first.waitForFinished() && second.waitForFinished());
+    QCOMPARE(first.list(), resumableEvents(1, path()));
+    QCOMPARE(second.list().last(), first.list().last());
+    QCOMPARE(server().log().filter("GET"_s).size(), 2);
 }
 
 void DownloadManagerTest::pathIsChosenInTheCacheFolder()
 {
-    const auto download = DownloadSetup::resumable(url("/x/a%20b.7z?v=1"));
-    manager().add(download, true);
-    QCOMPARE(download->getPath(), m_setup->settings()->current(Kavo::Settings::CACHE) +
-                                      QDir::separator() + QStringLiteral("a b.7z"));
+    QCOMPARE(hold(resumable("/x/a%20b.7z?v=1"_s))->getPath(),
+             setup().settings()->current(Kavo::Settings::CACHE) + QDir::separator() + "a b.7z"_s);
 }
 
 void DownloadManagerTest::givenPathIsKept()
 {
-    const QString path = m_setup->profile().folder(QStringLiteral("own")) + QStringLiteral("name");
-    m_setup->server().serve(QStringLiteral("/a"), "content");
-    const auto download = DownloadSetup::restart(url("/a"));
-    download->setPath(path);
-    DownloadEvents events(download);
-    manager().add(download, false);
-    QVERIFY(events.waitForFinished());
-    QCOMPARE(events.list(), restartEvents(7, path));
-    QCOMPARE(readFile(path), QByteArray("content"));
+    const QString own = setup().profile().folder("own"_s) + "name"_s;
+    serve("content");
+    const auto download = restart();
+    download->setPath(own);
+    QCOMPARE(transfer(download), restartEvents(7, own));
+    QCOMPARE(readFile(own), QByteArray("content"));
 }
 
 void DownloadManagerTest::endedDownloadsLeaveTheQueue()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "a");
-    for (const auto &download :
-         {DownloadSetup::resumable(url("/a")), DownloadSetup::restart(url("/a")),
-          DownloadSetup::restart(url("/missing"))}) {
-        DownloadEvents events(download);
-        manager().add(download, false);
-        QVERIFY(manager().find(download->getRequest()->url().toString()));
+    serve("a");
+    for (const auto &download : {resumable(), restart(), restart("/missing"_s)}) {
+        const QString address = download->getRequest()->url().toString();
+        DownloadEvents events(manager(), download);
+        QVERIFY(manager().find(address));
         QVERIFY(events.waitForFinished());
         if (!download->isRestart())
             QCOMPARE(download->getProcess(), Download::Process::Finished);
-        QVERIFY(manager().find(download->getRequest()->url().toString()).isNull());
+        QVERIFY(manager().find(address).isNull());
     }
 }
 
 // Fixed, see docs/compatibility.md.
 void DownloadManagerTest::completeFilesStayQueued()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "content");
-    QVERIFY(m_setup->put(QStringLiteral("a"), "content"));
-    const auto download = DownloadSetup::resumable(url("/a"));
-    DownloadEvents events(download);
-    manager().add(download, false);
-    QVERIFY(events.waitForFinished());
-    QCOMPARE(manager().find(url("/a")), download);
+    serve("content");
+    QVERIFY(put("content"));
+    const auto download = resumable();
+    transfer(download);
+    QCOMPARE(manager().find(url()), download);
     manager().start();
     manager().add(download, false);
     QCOMPARE(download->getProcess(), Download::Process::Finished);
 
     // Taken out, it makes room for one that starts afresh.
-    QVERIFY(QFile::remove(m_setup->path(QStringLiteral("a"))));
+    QVERIFY(QFile::remove(path()));
     manager().remove(download);
-    const auto again = DownloadSetup::resumable(url("/a"));
-    DownloadEvents againEvents(again);
-    manager().add(again, false);
-    QCOMPARE(manager().find(url("/a")), again);
-    QVERIFY(againEvents.waitForFinished());
-    QCOMPARE(m_setup->server().log(),
-             QStringList(
-                 {QStringLiteral("HEAD /a"), QStringLiteral("HEAD /a"), QStringLiteral("GET /a")}));
-    QCOMPARE(m_setup->content(QStringLiteral("a")), QByteArray("content"));
+    const auto again = resumable();
+    DownloadEvents events(manager(), again);
+    QCOMPARE(manager().find(url()), again);
+    QVERIFY(events.waitForFinished());
+    QCOMPARE(asked(), "HEAD /a, HEAD /a, GET /a"_s);
+    QCOMPARE(content(), QByteArray("content"));
 }
 
 void DownloadManagerTest::findComparesAddresses()
 {
-    const auto download = DownloadSetup::resumable(url("/a b.7z"));
-    manager().add(download, true);
-    QCOMPARE(manager().find(url("/a b.7z")), download);
-    QCOMPARE(manager().find(url("/a%20b.7z")), download);
-    QVERIFY(manager().find(url("/A b.7z")).isNull());
-    QVERIFY(manager().find(url("/a b.7z?")).isNull());
+    const auto download = hold(resumable("/a b.7z"_s));
+    QCOMPARE(manager().find(url("/a b.7z"_s)), download);
+    QCOMPARE(manager().find(url("/a%20b.7z"_s)), download);
+    QVERIFY(manager().find(url("/A b.7z"_s)).isNull());
+    QVERIFY(manager().find(url("/a b.7z?"_s)).isNull());
     QVERIFY(manager().find(QString()).isNull());
 }
 
 void DownloadManagerTest::findReturnsTheFirst()
 {
-    const auto first = DownloadSetup::resumable(url("/a"));
-    const auto second = DownloadSetup::resumable(url("/a"));
-    manager().add(first, true);
-    manager().add(second, true);
-    QCOMPARE(manager().find(url("/a")), first);
+    const auto first = hold(resumable());
+    const auto second = hold(resumable());
+    QCOMPARE(manager().find(url()), first);
     manager().remove(first);
-    QCOMPARE(manager().find(url("/a")), second);
+    QCOMPARE(manager().find(url()), second);
 }
 
 void DownloadManagerTest::removeTakesOneOut()
 {
-    const auto download = DownloadSetup::resumable(url("/a"));
+    const auto download = resumable();
     manager().remove(download);
-    manager().add(download, true);
+    hold(download);
     manager().remove(download);
-    QVERIFY(manager().find(url("/a")).isNull());
+    QVERIFY(!isQueued());
     manager().start();
     QCOMPARE(download->getProcess(), Download::Process::Idle);
 }
@@ -281,47 +239,42 @@ void DownloadManagerTest::removeTakesOneOut()
 /// A download that its probe found complete stays in the queue.
 void DownloadManagerTest::queuedDownloadThatIsIdleAgainStartsAgain()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "content");
-    QVERIFY(m_setup->put(QStringLiteral("a"), "content"));
-    const auto download = DownloadSetup::resumable(url("/a"));
-    DownloadEvents events(download);
-    manager().add(download, false);
-    QVERIFY(events.waitForFinished());
+    serve("content");
+    QVERIFY(put("content"));
+    const auto download = resumable();
+    transfer(download);
     manager().start();
-    QCOMPARE(m_setup->server().log().size(), 1);
     download->setProcess(Download::Process::Idle);
-    QVERIFY(m_setup->server().log().size() == 1);
+    QCOMPARE(asked(), "HEAD /a"_s);
     manager().start();
-    QVERIFY(m_setup->server().waitForRequests(2));
+    QVERIFY(server().waitForRequests(2));
     QTRY_COMPARE(download->getProcess(), Download::Process::Finished);
 }
 
 void DownloadManagerTest::removedDownloadsRunOn()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "content").holdsGet = true;
-    const auto download = DownloadSetup::resumable(url("/a"));
-    DownloadEvents events(download);
-    manager().add(download, false);
-    QVERIFY(m_setup->server().waitForRequests(2));
+    serve("content").holdsGet = true;
+    const auto download = resumable();
+    DownloadEvents events(manager(), download);
+    QVERIFY(server().waitForRequests(2));
     manager().remove(download);
-    QVERIFY(manager().find(url("/a")).isNull());
-    m_setup->server().release(QStringLiteral("/a"));
+    QVERIFY(!isQueued());
+    server().release("/a"_s);
     QVERIFY(events.waitForFinished());
-    QCOMPARE(m_setup->content(QStringLiteral("a")), QByteArray("content"));
+    QCOMPARE(content(), QByteArray("content"));
 }
 
 void DownloadManagerTest::managerKeepsDownloadsAlive()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "content").holdsGet = true;
-    auto download = DownloadSetup::resumable(url("/a"));
+    serve("content").holdsGet = true;
+    auto download = resumable();
     const QWeakPointer<Download> watched = download;
-    DownloadEvents events(download);
-    manager().add(download, false);
-    QVERIFY(m_setup->server().waitForRequests(2));
+    DownloadEvents events(manager(), download);
+    QVERIFY(server().waitForRequests(2));
     manager().remove(download);
     download.reset();
     QVERIFY(!watched.isNull());
-    m_setup->server().release(QStringLiteral("/a"));
+    server().release("/a"_s);
     QVERIFY(events.waitForFinished());
     QTRY_VERIFY(watched.isNull());
 }
@@ -331,28 +284,25 @@ void DownloadManagerTest::allIdleDownloadsStartAtOnce()
     constexpr int Count = 20;
     std::vector<std::unique_ptr<DownloadEvents>> events;
     for (int number = 0; number < Count; ++number) {
-        const QString path = QStringLiteral("/%1").arg(number);
-        m_setup->server().serve(path, path.toLatin1());
-        const auto download = DownloadSetup::resumable(m_setup->server().url(path));
-        events.push_back(std::make_unique<DownloadEvents>(download));
-        manager().add(download, true);
+        const QString name = QString::number(number);
+        serve(name.toLatin1(), "/%1"_s.arg(name));
+        events.push_back(std::make_unique<DownloadEvents>(hold(resumable("/%1"_s.arg(name)))));
     }
     manager().start();
     for (const auto &each : events)
-        QCOMPARE(each->list(), QStringList(QStringLiteral("process 1")));
+        QCOMPARE(each->list(), QStringList("Header"_s));
     for (const auto &each : events)
         QVERIFY(each->waitForFinished());
     for (int number = 0; number < Count; ++number)
-        QCOMPARE(m_setup->content(QString::number(number)),
-                 QByteArray('/' + QByteArray::number(number)));
+        QCOMPARE(content(QString::number(number)), QByteArray::number(number));
 }
 
 void DownloadManagerTest::listenersMayUseTheQueue()
 {
-    m_setup->server().serve(QStringLiteral("/a"), "a");
-    m_setup->server().serve(QStringLiteral("/b"), "b");
-    const auto first = DownloadSetup::resumable(url("/a"));
-    const auto second = DownloadSetup::restart(url("/b"));
+    serve("a");
+    serve("b", "/b"_s);
+    const auto first = resumable();
+    const auto second = restart("/b"_s);
     DownloadEvents secondEvents(second);
     connect(first.data(), &Download::processChanged, this, [&](Download::Process process) {
         if (process == Download::Process::Header)
@@ -360,80 +310,67 @@ void DownloadManagerTest::listenersMayUseTheQueue()
         if (process == Download::Process::Finished)
             manager().remove(first);
     });
-    DownloadEvents firstEvents(first);
-    manager().add(first, false);
-    QVERIFY(firstEvents.waitForFinished() && secondEvents.waitForFinished());
-    QCOMPARE(m_setup->content(QStringLiteral("a")), QByteArray("a"));
-    QCOMPARE(m_setup->content(QStringLiteral("b")), QByteArray("b"));
+    transfer(first);
+    QVERIFY(secondEvents.waitForFinished());
+    QCOMPARE(content(), QByteArray("a"));
+    QCOMPARE(content("b"_s), QByteArray("b"));
 }
 
 void DownloadManagerTest::endDuringTransfers()
 {
-    m_setup->server().serve(QStringLiteral("/head"), "a").holdsHead = true;
-    m_setup->server().serveGenerated(QStringLiteral("/body"), 100000).holdAfter = 5000;
-    const auto probed = DownloadSetup::resumable(url("/head"));
-    const auto running = DownloadSetup::restart(url("/body"));
-    const DownloadEvents events(running);
-    manager().add(probed, false);
-    manager().add(running, false);
-    QVERIFY(m_setup->server().waitForRequests(2));
-    QTRY_COMPARE(m_setup->content(QStringLiteral("body")).size(), 5000);
-    m_setup->endManager();
+    serve("a", "/head"_s).holdsHead = true;
+    serve(generated(100000), "/body"_s).holdAfter = 5000;
+    manager().add(resumable("/head"_s), false);
+    const DownloadEvents events(manager(), restart("/body"_s));
+    QVERIFY(server().waitForRequests(2));
+    QTRY_COMPARE(content("body"_s).size(), 5000);
+    setup().endManager();
     QVERIFY(!events.hasFinished());
-    QCOMPARE(m_setup->content(QStringLiteral("body")), HttpResource::generated(0, 5000));
+    QCOMPARE(content("body"_s), generated(5000));
 }
 
 void DownloadManagerTest::addressesWithOneNameGetFilesOfTheirOwn()
 {
-    m_setup->server().serve(QStringLiteral("/a/icon.png"), "picture a").holdsGet = true;
-    m_setup->server().serve(QStringLiteral("/b/icon.png"), "picture b, longer").holdsGet = true;
-    const auto first = DownloadSetup::restart(url("/a/icon.png"));
-    const auto second = DownloadSetup::restart(url("/b/icon.png"));
-    DownloadEvents firstEvents(first);
-    DownloadEvents secondEvents(second);
-    manager().add(first, false);
-    manager().add(second, false);
-    QCOMPARE(first->getPath(), m_setup->path(QStringLiteral("icon.png")));
+    serve("picture a", "/a/icon.png"_s).holdsGet = true;
+    serve("picture b, longer", "/b/icon.png"_s).holdsGet = true;
+    const auto first = restart("/a/icon.png"_s);
+    const auto second = restart("/b/icon.png"_s);
+    DownloadEvents firstEvents(manager(), first);
+    DownloadEvents secondEvents(manager(), second);
+    QCOMPARE(first->getPath(), path("icon.png"_s));
     QVERIFY(second->getPath() != first->getPath());
     QCOMPARE(QFileInfo(second->getPath()).path(), QFileInfo(first->getPath()).path());
-    QVERIFY(m_setup->server().waitForRequests(2));
-    m_setup->server().release(QStringLiteral("/a/icon.png"));
-    m_setup->server().release(QStringLiteral("/b/icon.png"));
+    QVERIFY(server().waitForRequests(2));
+    server().release("/a/icon.png"_s);
+    server().release("/b/icon.png"_s);
     QVERIFY(firstEvents.waitForFinished() && secondEvents.waitForFinished());
     QCOMPARE(readFile(first->getPath()), QByteArray("picture a"));
     QCOMPARE(readFile(second->getPath()), QByteArray("picture b, longer"));
 }
 
+/// Otherwise a later run would not find the part that it could resume.
 void DownloadManagerTest::secondNameIsTheSameNextTime()
 {
-    // Otherwise a later run would not find the part that it could resume.
-    QString before;
+    QStringList names;
     for (int run = 0; run < 2; ++run) {
-        const auto first = DownloadSetup::resumable(QStringLiteral("http://host/a/x.7z"));
-        const auto second = DownloadSetup::resumable(QStringLiteral("http://host/b/x.7z"));
-        manager().add(first, true);
-        manager().add(second, true);
-        if (run > 0)
-            QCOMPARE(second->getPath(), before);
-        before = second->getPath();
-        m_setup->restartManager();
+        const auto first = hold(resumable("/first/a"_s));
+        names.append(hold(resumable("/second/a"_s))->getPath());
+        setup().restartManager();
     }
+    QVERIFY(names.first() != path());
+    QCOMPARE(names.first(), names.last());
 }
 
 void DownloadManagerTest::nameIsFreeAgainAfterwards()
 {
-    m_setup->server().serve(QStringLiteral("/a/x"), "first");
-    m_setup->server().serve(QStringLiteral("/b/x"), "second");
-    for (const char *address : {"/a/x", "/b/x"}) {
-        const auto download = DownloadSetup::restart(url(address));
-        DownloadEvents events(download);
-        manager().add(download, false);
-        QVERIFY(events.waitForFinished());
-        QCOMPARE(download->getPath(), m_setup->path(QStringLiteral("x")));
+    serve("first", "/first/a"_s);
+    serve("second", "/second/a"_s);
+    for (const QString &address : {"/first/a"_s, "/second/a"_s}) {
+        QCOMPARE(transfer(restart(address)).last(), QString("finished "_s + path()));
         // The transfer lets go of the download with the next turn of the event loop.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
-    QCOMPARE(m_setup->content(QStringLiteral("x")), QByteArray("second"));
+    QCOMPARE(content(), QByteArray("second"));
 }
 
 KAVO_TEST_MAIN(DownloadManagerTest)

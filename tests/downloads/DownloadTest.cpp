@@ -1,7 +1,9 @@
 #include "downloads/Download.h"
 #include "tests/downloads/DownloadEvents.h"
-#include "tests/downloads/DownloadSetup.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QMetaEnum>
@@ -23,14 +25,14 @@ public:
         Q_UNUSED(number)
         m_asked.append(QString::fromLatin1(context) + QLatin1Char('|') +
                        QString::fromLatin1(sourceText));
-        return QStringLiteral("translated");
+        return "translated"_s;
     }
     bool isEmpty() const override { return false; }
 
     mutable QStringList m_asked;
 };
 
-QSharedPointer<Download> make(const QString &url)
+QSharedPointer<Download> make(const QString &url = "http://host/a"_s)
 {
     return QSharedPointer<Download>::create(url, true, false);
 }
@@ -53,21 +55,19 @@ private slots:
     void pathAndRestartArePlain();
     void sizesBeyondFourGibibytes();
     void announceRepeatsTheState();
-    void failLogsThePhaseAndTellsServerError_data();
-    void failLogsThePhaseAndTellsServerError();
-    void failChangesNothing();
+    void failTellsServerErrorAndChangesNothing_data();
+    void failTellsServerErrorAndChangesNothing();
     void errorTextIsTranslated();
     void nameIsTheLastPartOfTheAddress_data();
     void nameIsTheLastPartOfTheAddress();
     void nameAvoidsFilesOfTheWorkingFolder();
     void nameIsChosenOnce();
-    void nameNeverHasAFolder();
 };
 
 void DownloadTest::startsIdleAndEmpty()
 {
     QObject parent;
-    const auto *download = new Download(QStringLiteral("http://host/a"), false, true, &parent);
+    const auto *download = new Download("http://host/a"_s, false, true, &parent);
     QCOMPARE(download->getProcess(), Download::Process::Idle);
     QCOMPARE(download->getFileSize(), 0);
     QCOMPARE(download->getCurrentSize(), 0);
@@ -79,8 +79,8 @@ void DownloadTest::startsIdleAndEmpty()
 
 void DownloadTest::requestIsForTheAddressAndFollowsRedirects()
 {
-    const auto download = make(QStringLiteral("http://host:81/a/b?c=d"));
-    QCOMPARE(download->getRequest()->url(), QUrl(QStringLiteral("http://host:81/a/b?c=d")));
+    const auto download = make("http://host:81/a/b?c=d"_s);
+    QCOMPARE(download->getRequest()->url(), QUrl("http://host:81/a/b?c=d"_s));
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     const auto follows = QNetworkRequest::FollowRedirectsAttribute;
@@ -91,9 +91,9 @@ void DownloadTest::requestIsForTheAddressAndFollowsRedirects()
 
 void DownloadTest::addressesAreParsedTolerantly()
 {
-    QCOMPARE(make(QStringLiteral("http://host/a b%zz"))->getRequest()->url(),
-             QUrl(QStringLiteral("http://host/a b%zz"), QUrl::TolerantMode));
-    QVERIFY(make(QStringLiteral("http://host/a b"))->getRequest()->url().isValid());
+    QCOMPARE(make("http://host/a b%zz"_s)->getRequest()->url(),
+             QUrl("http://host/a b%zz"_s, QUrl::TolerantMode));
+    QVERIFY(make("http://host/a b"_s)->getRequest()->url().isValid());
 }
 
 // Fixed, see docs/compatibility.md.
@@ -115,9 +115,8 @@ void DownloadTest::metaObjectHasFiveSignalsAndNothingElse()
         QCOMPARE(meta.method(index).methodType(), QMetaMethod::Signal);
         names.append(QString::fromLatin1(meta.method(index).name()));
     }
-    QCOMPARE(names, QStringList({QStringLiteral("fileSize"), QStringLiteral("currentSize"),
-                                 QStringLiteral("finished"), QStringLiteral("error"),
-                                 QStringLiteral("processChanged")}));
+    QCOMPARE(names, QStringList({"fileSize"_s, "currentSize"_s, "finished"_s, "error"_s,
+                                 "processChanged"_s}));
     QCOMPARE(meta.propertyCount(), meta.propertyOffset());
     QCOMPARE(meta.enumeratorCount(), meta.enumeratorOffset());
     QCOMPARE(meta.method(meta.methodOffset()).parameterTypes(),
@@ -126,14 +125,14 @@ void DownloadTest::metaObjectHasFiveSignalsAndNothingElse()
 
 void DownloadTest::idsDiffer()
 {
-    const QString url = QStringLiteral("http://host/a");
+    const QString url = "http://host/a"_s;
     QVERIFY(make(url)->getId() != make(url)->getId());
 }
 
 // Fixed, see docs/compatibility.md.
 void DownloadTest::everySetterAnnounces()
 {
-    const auto download = make(QStringLiteral("http://host/a"));
+    const auto download = make();
     const DownloadEvents events(download);
     download->setFileSize(5);
     download->setFileSize(5);
@@ -142,9 +141,8 @@ void DownloadTest::everySetterAnnounces()
     download->setCurrentSize(3);
     download->setProcess(Download::Process::Header);
     download->setProcess(Download::Process::Header);
-    QCOMPARE(events.list(), QStringList({QStringLiteral("fileSize 5"), QStringLiteral("fileSize 5"),
-                                         QStringLiteral("fileSize 0"), QStringLiteral("process 1"),
-                                         QStringLiteral("process 1")}));
+    QCOMPARE(events.list(),
+             QStringList({"size 5"_s, "size 5"_s, "size 0"_s, "Header"_s, "Header"_s}));
     QCOMPARE(events.currentSizes(), QList<qint64>({3, 3}));
     QCOMPARE(download->getCurrentSize(), 3);
     QCOMPARE(download->getProcess(), Download::Process::Header);
@@ -152,23 +150,22 @@ void DownloadTest::everySetterAnnounces()
 
 void DownloadTest::finishedFollowsThePhase()
 {
-    const auto download = make(QStringLiteral("http://host/a"));
-    download->setPath(QStringLiteral("/the/path"));
+    const auto download = make();
+    download->setPath("/the/path"_s);
     const DownloadEvents events(download);
     download->setProcess(Download::Process::Finished);
     download->setProcess(Download::Process::Finished);
-    QCOMPARE(events.list(),
-             QStringList({QStringLiteral("process 3"), QStringLiteral("finished /the/path"),
-                          QStringLiteral("process 3"), QStringLiteral("finished /the/path")}));
+    QCOMPARE(events.list(), QStringList({"Finished"_s, "finished /the/path"_s, "Finished"_s,
+                                         "finished /the/path"_s}));
 }
 
 void DownloadTest::pathAndRestartArePlain()
 {
-    const auto download = make(QStringLiteral("http://host/a"));
+    const auto download = make();
     const DownloadEvents events(download);
-    download->setPath(QStringLiteral("/the/path"));
+    download->setPath("/the/path"_s);
     download->setRestart(true);
-    QCOMPARE(download->getPath(), QStringLiteral("/the/path"));
+    QCOMPARE(download->getPath(), "/the/path"_s);
     QVERIFY(download->isRestart());
     QCOMPARE(events.list(), QStringList());
 }
@@ -176,145 +173,126 @@ void DownloadTest::pathAndRestartArePlain()
 void DownloadTest::sizesBeyondFourGibibytes()
 {
     constexpr qint64 Size = Q_INT64_C(9223372036854775807);
-    const auto download = make(QStringLiteral("http://host/a"));
+    const auto download = make();
     const DownloadEvents events(download);
     download->setFileSize(Size);
     download->setCurrentSize(Size - 1);
     QCOMPARE(download->getFileSize(), Size);
-    QCOMPARE(events.list(), QStringList(QStringLiteral("fileSize 9223372036854775807")));
+    QCOMPARE(events.list(), QStringList("size 9223372036854775807"_s));
     QCOMPARE(events.currentSizes(), QList<qint64>({Size - 1}));
 }
 
 void DownloadTest::announceRepeatsTheState()
 {
-    const auto download = make(QStringLiteral("http://host/a"));
-    download->setPath(QStringLiteral("/the/path"));
+    const auto download = make();
+    download->setPath("/the/path"_s);
     download->setProcess(Download::Process::Finished);
     const DownloadEvents events(download);
     download->announce();
-    QCOMPARE(events.list(), QStringList(QStringLiteral("process 3")));
+    QCOMPARE(events.list(), QStringList("Finished"_s));
 
-    const auto sized = make(QStringLiteral("http://host/a"));
+    const auto sized = make();
     sized->setFileSize(7);
     sized->setCurrentSize(3);
     const DownloadEvents sizedEvents(sized);
     sized->announce();
-    QCOMPARE(sizedEvents.list(),
-             QStringList({QStringLiteral("fileSize 7"), QStringLiteral("process 0")}));
+    QCOMPARE(sizedEvents.list(), QStringList({"size 7"_s, "Idle"_s}));
     QCOMPARE(sizedEvents.currentSizes(), QList<qint64>());
 }
 
-void DownloadTest::failLogsThePhaseAndTellsServerError_data()
+void DownloadTest::failTellsServerErrorAndChangesNothing_data()
 {
-    QTest::addColumn<int>("process");
-    QTest::addColumn<QString>("label");
-    QTest::newRow("idle") << 0 << QStringLiteral("Download Error - ");
-    QTest::newRow("probe") << 1 << QStringLiteral("Header Error - ");
-    QTest::newRow("transfer") << 2 << QStringLiteral("Download Error - ");
-    QTest::newRow("finished") << 3 << QStringLiteral("Download Error - ");
+    Rows<int, QString>()
+        .row("idle", 0, "Download Error - ")
+        .row("probe", 1, "Header Error - ")
+        .row("transfer", 2, "Download Error - ")
+        .row("finished", 3, "Download Error - ");
 }
 
 // Fixed, see docs/compatibility.md.
-void DownloadTest::failLogsThePhaseAndTellsServerError()
+void DownloadTest::failTellsServerErrorAndChangesNothing()
 {
-    QFETCH(int, process);
-    QFETCH(QString, label);
-    const auto download = make(QStringLiteral("http://host/a b"));
+    const auto [process, label] = Rows<int, QString>::current();
+    const auto download = make("http://host/a b"_s);
+    download->setPath("/the/path"_s);
+    download->setFileSize(7);
     download->setProcess(static_cast<Download::Process>(process));
     const DownloadEvents events(download);
     const LogCapture log;
-    download->fail(QStringLiteral("the detail"));
-    QCOMPARE(log.lines(), QStringList(label + QUrl(QStringLiteral("http://host/a b")).toString() +
-                                      QStringLiteral(" : the detail")));
-    QCOMPARE(events.list(), QStringList(QStringLiteral("error Server Error")));
-}
-
-// Fixed, see docs/compatibility.md.
-void DownloadTest::failChangesNothing()
-{
-    const auto download = make(QStringLiteral("http://host/a"));
-    download->setPath(QStringLiteral("/the/path"));
-    download->setFileSize(7);
-    download->setProcess(Download::Process::Download);
-    const LogCapture log;
-    download->fail(QStringLiteral("the detail"));
-    QCOMPARE(download->getProcess(), Download::Process::Download);
+    download->fail("the detail"_s);
+    QCOMPARE(log.lines(),
+             QStringList(label + QUrl("http://host/a b"_s).toString() + " : the detail"_s));
+    QCOMPARE(events.list(), QStringList(errorEvent()));
+    QCOMPARE(int(download->getProcess()), process);
     QCOMPARE(download->getFileSize(), 7);
-    QCOMPARE(download->getPath(), QStringLiteral("/the/path"));
+    QCOMPARE(download->getPath(), "/the/path"_s);
 }
 
 void DownloadTest::errorTextIsTranslated()
 {
     RecordingTranslator translator;
     QVERIFY(QCoreApplication::installTranslator(&translator));
-    const auto download = make(QStringLiteral("http://host/a"));
+    const auto download = make();
     const DownloadEvents events(download);
     const LogCapture log;
-    download->fail(QStringLiteral("the detail"));
+    download->fail("the detail"_s);
     QCoreApplication::removeTranslator(&translator);
-    QCOMPARE(translator.m_asked.filter(QStringLiteral("Server Error")),
-             QStringList(QStringLiteral("Kavo::Models::Download|Server Error")));
-    QCOMPARE(events.list(), QStringList(QStringLiteral("error translated")));
-    QVERIFY(log.contains(QStringLiteral("Download Error - http://host/a : the detail")));
+    QCOMPARE(translator.m_asked.filter("Server Error"_s),
+             QStringList("Kavo::Models::Download|Server Error"_s));
+    QCOMPARE(events.list(), QStringList("error translated"_s));
+    QVERIFY(log.contains("Download Error - http://host/a : the detail"_s));
 }
 
 void DownloadTest::nameIsTheLastPartOfTheAddress_data()
 {
-    QTest::addColumn<QString>("url");
-    QTest::addColumn<QString>("name");
-    QTest::newRow("file") << QStringLiteral("http://host/a/setup.zip")
-                          << QStringLiteral("setup.zip");
-    QTest::newRow("query") << QStringLiteral("http://host/a.7z?v=/1#top") << QStringLiteral("a.7z");
-    QTest::newRow("folder") << QStringLiteral("http://host/a/") << QStringLiteral("download");
-    QTest::newRow("root") << QStringLiteral("http://host/") << QStringLiteral("download");
-    QTest::newRow("host only") << QStringLiteral("http://host") << QStringLiteral("download");
-    QTest::newRow("empty") << QString() << QStringLiteral("download");
-    QTest::newRow("encoded") << QStringLiteral("http://host/a%20b%C3%BC.7z")
-                             << QString::fromUtf8("a b\u00fc.7z");
-    QTest::newRow("encoded slash") << QStringLiteral("http://host/a%2Fb") << QStringLiteral("b");
-    QTest::newRow("hidden") << QStringLiteral("http://host/.x") << QStringLiteral(".x");
+    Rows<QString, QString>()
+        .row("file", "http://host/a/setup.zip", "setup.zip")
+        .row("query", "http://host/a.7z?v=/1#top", "a.7z")
+        .row("folder", "http://host/a/", "download")
+        .row("root", "http://host/", "download")
+        .row("host only", "http://host", "download")
+        .row("empty", "", "download")
+        .row("encoded", "http://host/a%20b%C3%BC.7z", "a b\u00fc.7z")
+        .row("encoded slash", "http://host/a%2Fb", "b")
+        .row("encoded way up", "http://host/a/%2e%2e%2fb", "b")
+        .row("encoded absolute path", "http://host/%2Fetc%2Fpasswd", "passwd")
+        .row("hidden", "http://host/.x", ".x");
 }
 
 void DownloadTest::nameIsTheLastPartOfTheAddress()
 {
-    QFETCH(QString, url);
-    QTEST(make(url)->getFileName(), "name");
+    const auto [url, name] = Rows<QString, QString>::current();
+    QCOMPARE(make(url)->getFileName(), name);
 }
 
 // Fixed, see docs/compatibility.md.
 void DownloadTest::nameAvoidsFilesOfTheWorkingFolder()
 {
     const ScratchProfile profile;
-    QDir::setCurrent(profile.folder(QStringLiteral("work")));
-    const QString url = QStringLiteral("http://host/setup.zip");
+    QDir::setCurrent(profile.folder("work"_s));
+    const QString url = "http://host/setup.zip"_s;
     const auto name = [&url](bool overwrite) {
         return Download(url, overwrite, false).getFileName();
     };
-    QCOMPARE(name(false), QStringLiteral("setup.zip"));
-    QVERIFY(writeFile(QStringLiteral("setup.zip"), "x"));
-    QCOMPARE(name(false), QStringLiteral("setup.zip.0"));
-    QVERIFY(writeFile(QStringLiteral("setup.zip.0"), "x"));
-    QVERIFY(writeFile(QStringLiteral("setup.zip.2"), "x"));
-    QCOMPARE(name(false), QStringLiteral("setup.zip.1"));
-    QVERIFY(writeFile(QStringLiteral("setup.zip.1"), "x"));
-    QCOMPARE(name(false), QStringLiteral("setup.zip.3"));
-    QCOMPARE(name(true), QStringLiteral("setup.zip"));
+    QCOMPARE(name(false), "setup.zip"_s);
+    QVERIFY(writeFile("setup.zip"_s, "x"));
+    QCOMPARE(name(false), "setup.zip.0"_s);
+    QVERIFY(writeFile("setup.zip.0"_s, "x"));
+    QVERIFY(writeFile("setup.zip.2"_s, "x"));
+    QCOMPARE(name(false), "setup.zip.1"_s);
+    QVERIFY(writeFile("setup.zip.1"_s, "x"));
+    QCOMPARE(name(false), "setup.zip.3"_s);
+    QCOMPARE(name(true), "setup.zip"_s);
 }
 
 void DownloadTest::nameIsChosenOnce()
 {
     const ScratchProfile profile;
-    QDir::setCurrent(profile.folder(QStringLiteral("work")));
-    Download download(QStringLiteral("http://host/setup.zip"), false, false);
-    QCOMPARE(download.getFileName(), QStringLiteral("setup.zip"));
-    QVERIFY(writeFile(QStringLiteral("setup.zip"), "x"));
-    QCOMPARE(download.getFileName(), QStringLiteral("setup.zip"));
-}
-
-void DownloadTest::nameNeverHasAFolder()
-{
-    for (const char *url : {"http://host/a/%2e%2e%2fb", "http://host/%2Fetc%2Fpasswd"})
-        QVERIFY(!make(QString::fromLatin1(url))->getFileName().contains(QLatin1Char('/')));
+    QDir::setCurrent(profile.folder("work"_s));
+    Download download("http://host/setup.zip"_s, false, false);
+    QCOMPARE(download.getFileName(), "setup.zip"_s);
+    QVERIFY(writeFile("setup.zip"_s, "x"));
+    QCOMPARE(download.getFileName(), "setup.zip"_s);
 }
 
 KAVO_TEST_MAIN(DownloadTest)

@@ -1,5 +1,6 @@
 #include "downloads/FolderTrim.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -28,8 +29,13 @@ private:
 
     /// A file of so many bytes that was changed so many days ago.
     void put(const QString &name, int size, int age) const;
+    /// Files of 1000 bytes, changed so many days ago in turn.
+    void putAll(const QList<int> &ages) const;
     bool isThere(const QString &name) const { return QFile::exists(m_folder + name); }
-    static QString name(int number) { return QStringLiteral("b/%1.d").arg(number); }
+    bool isThere(int number) const { return isThere(name(number)); }
+    /// Tells of a new file and waits until room is made.
+    static bool trims(FolderTrim &trim, int size);
+    static QString name(int number) { return "b/%1.d"_s.arg(number); }
 
     std::unique_ptr<ScratchProfile> m_profile;
     QString m_folder;
@@ -38,8 +44,8 @@ private:
 void FolderTrimTest::init()
 {
     m_profile = std::make_unique<ScratchProfile>();
-    m_folder = m_profile->folder(QStringLiteral("kept"));
-    m_profile->folder(QStringLiteral("kept/b/c"));
+    m_folder = m_profile->folder("kept"_s);
+    m_profile->folder("kept/b/c"_s);
 }
 
 void FolderTrimTest::put(const QString &name, int size, int age) const
@@ -51,43 +57,50 @@ void FolderTrimTest::put(const QString &name, int size, int age) const
                              QFile::FileModificationTime));
 }
 
+void FolderTrimTest::putAll(const QList<int> &ages) const
+{
+    for (int number = 0; number < ages.size(); ++number)
+        put(name(number), 1000, ages.at(number));
+}
+
+bool FolderTrimTest::trims(FolderTrim &trim, int size)
+{
+    trim.add(size);
+    return QTest::qWaitFor([&trim] { return !trim.isBusy(); }, 5000);
+}
+
 void FolderTrimTest::smallFolderStays()
 {
-    for (int number = 0; number < 6; ++number)
-        put(name(number), 1000, number);
-    put(QStringLiteral("marker.d"), 1, 0);
+    putAll({0, 1, 2, 3, 4, 5});
+    put("marker.d"_s, 1, 0);
     FolderTrim trim(m_folder, Limit, nullptr);
-    trim.add(1000);
-    QTRY_VERIFY(!trim.isBusy());
+    QVERIFY(trims(trim, 1000));
     for (int number = 0; number < 6; ++number)
-        QVERIFY(isThere(name(number)));
+        QVERIFY(isThere(number));
 }
 
 void FolderTrimTest::oldestFilesGo()
 {
-    for (int number = 0; number < 10; ++number)
-        put(name(number), 1000, (number * 7) % 10 + 1);
-    put(QStringLiteral("b/c/deep.d"), 500, 100);
+    const QList<int> ages{1, 8, 5, 2, 9, 6, 3, 10, 7, 4};
+    putAll(ages);
+    put("b/c/deep.d"_s, 500, 100);
     FolderTrim trim(m_folder, Limit, nullptr);
-    trim.add(1000);
-    QTRY_VERIFY(!trim.isBusy());
-    QVERIFY(!isThere(QStringLiteral("b/c/deep.d")));
+    QVERIFY(trims(trim, 1000));
+    QVERIFY(!isThere("b/c/deep.d"_s));
     for (int number = 0; number < 10; ++number)
-        QCOMPARE(isThere(name(number)), (number * 7) % 10 + 1 <= 6);
+        QCOMPARE(isThere(number), ages.at(number) <= 6);
 }
 
 void FolderTrimTest::filesOfEarlierRunsCount()
 {
-    for (int number = 0; number < 7; ++number)
-        put(name(number), 1000, 10 - number);
+    putAll({10, 9, 8, 7, 6, 5, 4});
     FolderTrim trim(m_folder, Limit, nullptr);
     put(name(7), 10, 0);
-    trim.add(10);
-    QTRY_VERIFY(!trim.isBusy());
-    QVERIFY(!isThere(name(0)));
-    QVERIFY(!isThere(name(1)));
-    QVERIFY(isThere(name(2)));
-    QVERIFY(isThere(name(7)));
+    QVERIFY(trims(trim, 10));
+    QVERIFY(!isThere(0));
+    QVERIFY(!isThere(1));
+    QVERIFY(isThere(2));
+    QVERIFY(isThere(7));
     // From then on it is known when the next time comes.
     put(name(8), 900, 0);
     trim.add(900);
@@ -96,26 +109,25 @@ void FolderTrimTest::filesOfEarlierRunsCount()
     trim.add(1200);
     QVERIFY(trim.isBusy());
     QTRY_VERIFY(!trim.isBusy());
-    QVERIFY(!isThere(name(2)));
-    QVERIFY(isThere(name(9)));
+    QVERIFY(!isThere(2));
+    QVERIFY(isThere(9));
 }
 
 void FolderTrimTest::onlyItsOwnFilesCount()
 {
-    put(QStringLiteral("b/large.txt"), 20000, 100);
+    put("b/large.txt"_s, 20000, 100);
     put(name(1), 1000, 10);
-    const QString elsewhere = m_profile->folder(QStringLiteral("elsewhere"));
-    QVERIFY(writeFile(elsewhere + QStringLiteral("far.d"), QByteArray(20000, 'x')));
-    QVERIFY(QFile::link(elsewhere, m_folder + QStringLiteral("b/link")));
+    const QString elsewhere = m_profile->folder("elsewhere"_s);
+    QVERIFY(writeFile(elsewhere + "far.d"_s, QByteArray(20000, 'x')));
+    QVERIFY(QFile::link(elsewhere, m_folder + "b/link"_s));
     FolderTrim trim(m_folder, Limit, nullptr);
-    trim.add(1000);
-    QTRY_VERIFY(!trim.isBusy());
-    QVERIFY(isThere(QStringLiteral("b/large.txt")));
-    QVERIFY(isThere(name(1)));
+    QVERIFY(trims(trim, 1000));
+    QVERIFY(isThere("b/large.txt"_s));
+    QVERIFY(isThere(1));
     trim.clear();
-    QVERIFY(isThere(QStringLiteral("b/large.txt")));
-    QVERIFY(!isThere(name(1)));
-    QVERIFY(QFile::exists(elsewhere + QStringLiteral("far.d")));
+    QVERIFY(isThere("b/large.txt"_s));
+    QVERIFY(!isThere(1));
+    QVERIFY(QFile::exists(elsewhere + "far.d"_s));
 }
 
 void FolderTrimTest::roomIsKnownAfterwards()
@@ -124,8 +136,7 @@ void FolderTrimTest::roomIsKnownAfterwards()
     FolderTrim trim(m_folder, Limit, nullptr);
     QVERIFY(trim.hasRoomFor(Limit));
     QVERIFY(!trim.hasRoomFor(Limit + 1));
-    trim.add(0);
-    QTRY_VERIFY(!trim.isBusy());
+    QVERIFY(trims(trim, 0));
     QVERIFY(trim.hasRoomFor(5000));
     QVERIFY(!trim.hasRoomFor(5001));
 }
@@ -143,30 +154,27 @@ void FolderTrimTest::whatComesMeanwhileCounts()
 
 void FolderTrimTest::folderThatIsMissing()
 {
-    FolderTrim trim(m_folder + QStringLiteral("missing"), Limit, nullptr);
-    trim.add(1);
-    QTRY_VERIFY(!trim.isBusy());
+    FolderTrim trim(m_folder + "missing"_s, Limit, nullptr);
+    QVERIFY(trims(trim, 1));
     trim.clear();
     QVERIFY(trim.hasRoomFor(Limit));
 }
 
 void FolderTrimTest::clearRemovesAll()
 {
-    for (int number = 0; number < 10; ++number)
-        put(name(number), 1000, number);
+    putAll({0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
     FolderTrim trim(m_folder, Limit, nullptr);
     trim.add(1000);
     trim.clear();
     QVERIFY(!trim.isBusy());
-    QCOMPARE(QDir(m_folder + QStringLiteral("b")).entryList(QDir::Files), QStringList());
+    QCOMPARE(QDir(m_folder + "b"_s).entryList(QDir::Files), QStringList());
     QVERIFY(trim.hasRoomFor(Limit));
     // The same when they have been counted.
     put(name(1), 5000, 0);
-    trim.add(5000);
-    QTRY_VERIFY(!trim.isBusy());
+    QVERIFY(trims(trim, 5000));
     QVERIFY(!trim.hasRoomFor(Limit));
     trim.clear();
-    QVERIFY(!isThere(name(1)));
+    QVERIFY(!isThere(1));
     QVERIFY(trim.hasRoomFor(Limit));
 }
 

@@ -1,9 +1,8 @@
 #include "downloads/PatientQueue.h"
-#include "tests/downloads/DownloadEvents.h"
-#include "tests/downloads/DownloadSetup.h"
+#include "tests/downloads/DownloadFixture.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
-#include <memory>
 #include <vector>
 
 using Kavo::Managers::PatientQueue;
@@ -11,18 +10,16 @@ using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
 /// Thousands of pictures and whoever does not want to wait for them.
-class PatientDownloadsTest final : public QObject
+class PatientDownloadsTest final : public DownloadFixture
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void cleanup() override;
 
     void allComeInTheEnd();
     void waitingOnesAreIdleAndQueued();
-    void archiveDoesNotWait();
-    void catalogueDoesNotWait();
+    void archiveAndCatalogueDoNotWait();
     void archiveGetsTheNextConnectionThatIsFree();
     void preferredPictureComesFirst();
     void preferenceOfARunningOneChangesNothing();
@@ -36,57 +33,47 @@ private slots:
 private:
     static constexpr int Many = 30;
 
-    TestHttpServer &server() const { return m_setup->server(); }
-    Kavo::Managers::DownloadManager &manager() const { return m_setup->manager(); }
-    static QString path(int number) { return QStringLiteral("/icons/%1.png").arg(number); }
+    static QString picture(int number) { return "/icons/%1.png"_s.arg(number); }
+    static QByteArray bodyOf(int number) { return "picture " + QByteArray::number(number); }
+    void addPicture(const QString &url);
     /// Adds pictures that the server holds until they are released.
-    void addPictures(bool held);
-    DownloadSetup::Pointer addPicture(const QString &url);
+    void addHeldPictures();
     void releasePictures() const;
-    bool waitForPictures();
+    bool waitForPictures() const;
 
-    QScopedPointer<DownloadSetup> m_setup;
-    std::vector<DownloadSetup::Pointer> m_pictures;
+    std::vector<Pointer> m_pictures;
     std::vector<std::unique_ptr<DownloadEvents>> m_events;
 };
-
-void PatientDownloadsTest::init()
-{
-    m_setup.reset(new DownloadSetup);
-}
 
 void PatientDownloadsTest::cleanup()
 {
     m_events.clear();
     m_pictures.clear();
-    m_setup.reset();
+    DownloadFixture::cleanup();
 }
 
-DownloadSetup::Pointer PatientDownloadsTest::addPicture(const QString &url)
+void PatientDownloadsTest::addPicture(const QString &url)
 {
-    const auto picture = DownloadSetup::restart(url);
-    picture->setPatient(true);
-    m_pictures.push_back(picture);
-    m_events.push_back(std::make_unique<DownloadEvents>(picture));
-    manager().add(picture, false);
-    return picture;
+    m_pictures.push_back(DownloadSetup::restart(url));
+    m_pictures.back()->setPatient(true);
+    m_events.push_back(std::make_unique<DownloadEvents>(manager(), m_pictures.back()));
 }
 
-void PatientDownloadsTest::addPictures(bool held)
+void PatientDownloadsTest::addHeldPictures()
 {
     for (int number = 0; number < Many; ++number) {
-        server().serve(path(number), "picture " + QByteArray::number(number)).holdsGet = held;
-        addPicture(server().url(path(number)));
+        serve(bodyOf(number), picture(number)).holdsGet = true;
+        addPicture(url(picture(number)));
     }
 }
 
 void PatientDownloadsTest::releasePictures() const
 {
     for (int number = 0; number < Many; ++number)
-        server().release(path(number));
+        server().release(picture(number));
 }
 
-bool PatientDownloadsTest::waitForPictures()
+bool PatientDownloadsTest::waitForPictures() const
 {
     return std::all_of(m_events.cbegin(), m_events.cend(),
                        [](const auto &events) { return events->waitForFinished(); });
@@ -94,81 +81,68 @@ bool PatientDownloadsTest::waitForPictures()
 
 void PatientDownloadsTest::allComeInTheEnd()
 {
-    addPictures(false);
+    addHeldPictures();
+    releasePictures();
     QVERIFY(waitForPictures());
     for (int number = 0; number < Many; ++number) {
-        const QByteArray body = "picture " + QByteArray::number(number);
-        const QString name = QStringLiteral("%1.png").arg(number);
-        QCOMPARE(m_setup->content(name), body);
+        const QString name = "%1.png"_s.arg(number);
+        QCOMPARE(content(name), bodyOf(number));
         QCOMPARE(m_events.at(static_cast<std::size_t>(number))->list(),
-                 restartEvents(body.size(), m_setup->path(name)));
-        QVERIFY(manager().find(server().url(path(number))).isNull());
+                 restartEvents(bodyOf(number).size(), path(name)));
+        QVERIFY(manager().find(url(picture(number))).isNull());
     }
     QCOMPARE(server().requests().size(), Many);
 }
 
 void PatientDownloadsTest::waitingOnesAreIdleAndQueued()
 {
-    addPictures(true);
+    addHeldPictures();
     QVERIFY(server().waitForRequests(PatientQueue::MostOthersOnTheirWay));
     manager().start();
     for (int number = 0; number < Many; ++number) {
-        const auto &picture = m_pictures.at(static_cast<std::size_t>(number));
-        QCOMPARE(picture->getProcess(), number < PatientQueue::MostOthersOnTheirWay
-                                            ? Download::Process::Download
-                                            : Download::Process::Idle);
-        QCOMPARE(manager().find(server().url(path(number))), picture);
+        const auto &download = m_pictures.at(static_cast<std::size_t>(number));
+        QCOMPARE(download->getProcess(), number < PatientQueue::MostOthersOnTheirWay
+                                             ? Download::Process::Download
+                                             : Download::Process::Idle);
+        QCOMPARE(manager().find(url(picture(number))), download);
     }
     releasePictures();
     QVERIFY(waitForPictures());
     QCOMPARE(server().requests().size(), Many);
 }
 
-void PatientDownloadsTest::archiveDoesNotWait()
+void PatientDownloadsTest::archiveAndCatalogueDoNotWait()
 {
-    addPictures(true);
+    addHeldPictures();
     QVERIFY(server().waitForRequests(PatientQueue::MostOthersOnTheirWay));
-    server().serve(QStringLiteral("/a.7z"), "archive");
-    const auto archive = DownloadSetup::resumable(server().url(QStringLiteral("/a.7z")));
-    DownloadEvents events(archive);
-    manager().add(archive, false);
-    QVERIFY(events.waitForFinished());
-    QCOMPARE(m_setup->content(QStringLiteral("a.7z")), QByteArray("archive"));
-    QCOMPARE(server().requests().size(), PatientQueue::MostOthersOnTheirWay + 2);
-}
-
-void PatientDownloadsTest::catalogueDoesNotWait()
-{
-    addPictures(true);
-    server().serve(QStringLiteral("/packages.json"), "[]");
-    const auto catalogue = DownloadSetup::restart(server().url(QStringLiteral("/packages.json")));
-    DownloadEvents events(catalogue);
-    manager().add(catalogue, false);
-    QVERIFY(events.waitForFinished());
+    serve("archive");
+    QCOMPARE(transfer(resumable()), resumableEvents(7, path()));
+    QCOMPARE(content(), QByteArray("archive"));
+    serve("[]", "/packages.json"_s);
+    QCOMPARE(transfer(restart("/packages.json"_s)), restartEvents(2, path("packages.json"_s)));
+    QCOMPARE(server().requests().size(), PatientQueue::MostOthersOnTheirWay + 3);
     QVERIFY(!m_events.front()->hasFinished());
 }
 
 /// Qt gives six connections to a host.
 void PatientDownloadsTest::archiveGetsTheNextConnectionThatIsFree()
 {
-    addPictures(true);
+    addHeldPictures();
     manager().prefer(m_pictures.back(), true);
     QVERIFY(server().waitForRequests(4));
+    const QStringList names{"/x"_s, "/y"_s, "/z"_s};
     std::vector<std::unique_ptr<DownloadEvents>> archives;
-    for (const char *name : {"/a", "/b", "/c"}) {
-        const QString archive = QString::fromLatin1(name);
-        server().serve(archive, "archive").holdsHead = true;
-        const auto download = DownloadSetup::resumable(server().url(archive));
-        archives.push_back(std::make_unique<DownloadEvents>(download));
-        manager().add(download, false);
+    for (const QString &name : names) {
+        serve("archive", name).holdsHead = true;
+        archives.push_back(std::make_unique<DownloadEvents>(manager(), resumable(name)));
     }
     QVERIFY(server().waitForRequests(6));
-    QCOMPARE(server().requests(QStringLiteral("/c")).size(), 0);
-    server().release(path(0));
+    QCOMPARE(server().requests("/z"_s).size(), 0);
+    server().release(picture(0));
     QVERIFY(server().waitForRequests(7));
-    QCOMPARE(server().log().last(), QStringLiteral("HEAD /c"));
-    for (const char *name : {"/a", "/b", "/c"})
-        server().release(QString::fromLatin1(name));
+    QCOMPARE(server().log().last(), "HEAD /z"_s);
+    for (const QString &name : names)
+        server().release(name);
     releasePictures();
     QVERIFY(waitForPictures());
     for (const auto &each : archives)
@@ -177,24 +151,24 @@ void PatientDownloadsTest::archiveGetsTheNextConnectionThatIsFree()
 
 void PatientDownloadsTest::preferredPictureComesFirst()
 {
-    addPictures(true);
+    addHeldPictures();
     QVERIFY(server().waitForRequests(PatientQueue::MostOthersOnTheirWay));
     manager().prefer(m_pictures.at(20), true);
     QVERIFY(server().waitForRequests(PatientQueue::MostOnTheirWay));
-    QCOMPARE(server().log().last(), QStringLiteral("GET /icons/20.png"));
+    QCOMPARE(server().log().last(), "GET /icons/20.png"_s);
     manager().prefer(m_pictures.at(25), true);
     manager().prefer(m_pictures.at(15), true);
     manager().prefer(m_pictures.at(25), false);
-    server().release(path(0));
+    server().release(picture(0));
     QVERIFY(server().waitForRequests(PatientQueue::MostOnTheirWay + 1));
-    QCOMPARE(server().log().last(), QStringLiteral("GET /icons/15.png"));
+    QCOMPARE(server().log().last(), "GET /icons/15.png"_s);
     releasePictures();
     QVERIFY(waitForPictures());
 }
 
 void PatientDownloadsTest::preferenceOfARunningOneChangesNothing()
 {
-    addPictures(true);
+    addHeldPictures();
     manager().prefer(m_pictures.front(), true);
     manager().prefer(m_pictures.front(), false);
     releasePictures();
@@ -205,7 +179,7 @@ void PatientDownloadsTest::preferenceOfARunningOneChangesNothing()
 
 void PatientDownloadsTest::removedPictureIsNotAskedFor()
 {
-    addPictures(true);
+    addHeldPictures();
     manager().remove(m_pictures.back());
     manager().prefer(m_pictures.back(), true);
     releasePictures();
@@ -217,64 +191,61 @@ void PatientDownloadsTest::removedPictureIsNotAskedFor()
 
 void PatientDownloadsTest::pictureThatNobodyAwaitsIsNotAskedFor()
 {
-    addPictures(true);
+    addHeldPictures();
     const QWeakPointer<Download> gone = m_pictures.at(10);
     m_events.erase(m_events.begin() + 10);
     m_pictures.clear();
     releasePictures();
     QVERIFY(waitForPictures());
     QCOMPARE(server().requests().size(), Many - 1);
-    QVERIFY(server().requests(path(10)).isEmpty());
+    QVERIFY(server().requests(picture(10)).isEmpty());
     QVERIFY(gone.isNull());
-    QVERIFY(manager().find(server().url(path(10))).isNull());
+    QVERIFY(manager().find(url(picture(10))).isNull());
 }
 
 void PatientDownloadsTest::failingPicturesMakeRoom_data()
 {
-    QTest::addColumn<QString>("fault");
+    Rows<QString> rows;
     for (const char *fault : {"missing", "reset", "cut", "refused", "nonsense", "no place"})
-        QTest::newRow(fault) << QString::fromLatin1(fault);
+        rows.row(fault, fault);
 }
 
 void PatientDownloadsTest::failingPicturesMakeRoom()
 {
-    QFETCH(QString, fault);
+    const auto [fault] = Rows<QString>::current();
     for (int number = 0; number < Many; ++number) {
-        QString url = server().url(path(number));
-        if (fault == QLatin1String("reset"))
-            server().serve(path(number), "picture").resetAfter = 3;
-        else if (fault == QLatin1String("cut"))
-            server().serve(path(number), "picture").cutAfter = 3;
-        else if (fault == QLatin1String("refused"))
-            url = TestHttpServer::refusingUrl(path(number));
-        else if (fault == QLatin1String("nonsense"))
-            url = QStringLiteral("::no address::");
-        else if (fault == QLatin1String("no place"))
-            server().serve(path(number), "picture");
-        if (fault == QLatin1String("no place"))
-            QVERIFY(QDir().mkpath(m_setup->path(QStringLiteral("%1.png").arg(number))));
-        addPicture(url);
+        if (fault != "missing"_s)
+            serve("picture", picture(number));
+        if (fault == "reset"_s)
+            resource(picture(number)).resetAfter = 3;
+        if (fault == "cut"_s)
+            resource(picture(number)).cutAfter = 3;
+        if (fault == "no place"_s)
+            QVERIFY(QDir().mkpath(path("%1.png"_s.arg(number))));
+        addPicture(fault == "refused"_s    ? TestHttpServer::refusingUrl(picture(number))
+                   : fault == "nonsense"_s ? "::no address::"_s
+                                           : url(picture(number)));
     }
     QVERIFY(waitForPictures());
     for (const auto &events : m_events)
-        QVERIFY(events->list().contains(QStringLiteral("error Server Error")));
+        QVERIFY(events->hasFailed());
 }
 
 void PatientDownloadsTest::hostThatHangsHoldsUpNoOther()
 {
-    addPictures(true);
-    server().serve(QStringLiteral("/elsewhere.png"), "picture");
-    addPicture(server().otherHostUrl(QStringLiteral("/elsewhere.png")));
+    addHeldPictures();
+    serve("picture", "/elsewhere.png"_s);
+    addPicture(server().otherHostUrl("/elsewhere.png"_s));
     QVERIFY(m_events.back()->waitForFinished());
     QVERIFY(!m_events.front()->hasFinished());
 }
 
 void PatientDownloadsTest::listenersMayAddOthers()
 {
-    addPictures(true);
-    server().serve(QStringLiteral("/next.png"), "next");
+    addHeldPictures();
+    serve("next", "/next.png"_s);
     connect(m_pictures.front().data(), &Download::finished, this, [this] {
-        addPicture(server().url(QStringLiteral("/next.png")));
+        addPicture(url("/next.png"_s));
         manager().remove(m_pictures.front());
     });
     connect(m_pictures.at(1).data(), &Download::processChanged, this,
@@ -282,7 +253,7 @@ void PatientDownloadsTest::listenersMayAddOthers()
     releasePictures();
     QVERIFY(m_events.front()->waitForFinished());
     QVERIFY(waitForPictures());
-    QCOMPARE(m_setup->content(QStringLiteral("next.png")), QByteArray("next"));
+    QCOMPARE(content("next.png"_s), QByteArray("next"));
 }
 
 KAVO_TEST_MAIN(PatientDownloadsTest)

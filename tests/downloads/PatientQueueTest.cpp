@@ -1,15 +1,21 @@
 #include "downloads/PatientQueue.h"
 
+#include "tests/support/Literals.h"
+
 #include <QTest>
 
 using Kavo::Managers::PatientQueue;
 using Kavo::Models::Download;
+using namespace Kavo::Testing;
 
+/// The queue, with downloads of one host unless a test says otherwise.
 class PatientQueueTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void init();
+
     void fewAreOnTheirWay();
     void orderIsThatOfTheirComing();
     void preferredGoFirst();
@@ -24,181 +30,157 @@ private slots:
 private:
     using Pointer = PatientQueue::DownloadPointer;
 
-    static Pointer make(const char *url)
-    {
-        return Pointer::create(QString::fromLatin1(url), true, true);
-    }
-    /// Takes all that may go; their paths.
-    static QStringList takeAll(PatientQueue &queue, QList<Pointer> &taken);
-    static QStringList words(const char *text)
-    {
-        return QString::fromLatin1(text).split(QLatin1Char(' '));
-    }
-    static QString host() { return QStringLiteral("http://host:80"); }
+    static Pointer make(const QString &url) { return Pointer::create(url, true, true); }
+    Pointer append(int number);
+    /// Appends downloads of these numbers.
+    QList<Pointer> appendAll(int first, int last);
+    /// Takes all that may go; their numbers.
+    QString takeAll();
+    /// The one that has been on its way for the longest ends.
+    void endOne() { m_queue->ended(*m_taken.takeFirst()); }
+
+    std::unique_ptr<PatientQueue> m_queue;
+    QList<Pointer> m_taken;
 };
 
-QStringList PatientQueueTest::takeAll(PatientQueue &queue, QList<Pointer> &taken)
+void PatientQueueTest::init()
 {
-    QStringList names;
-    while (const Pointer next = queue.take(host())) {
-        taken.append(next);
-        names.append(next->getRequest()->url().path());
+    m_queue = std::make_unique<PatientQueue>();
+    m_taken.clear();
+}
+
+PatientQueueTest::Pointer PatientQueueTest::append(int number)
+{
+    const Pointer download = make("http://host:80/%1"_s.arg(number));
+    m_queue->append(download);
+    return download;
+}
+
+QList<PatientQueueTest::Pointer> PatientQueueTest::appendAll(int first, int last)
+{
+    QList<Pointer> all;
+    for (int number = first; number <= last; ++number)
+        all.append(append(number));
+    return all;
+}
+
+QString PatientQueueTest::takeAll()
+{
+    QString numbers;
+    while (const Pointer next = m_queue->take("http://host:80"_s)) {
+        m_taken.append(next);
+        numbers += next->getRequest()->url().path();
     }
-    return names;
+    return numbers;
 }
 
 void PatientQueueTest::fewAreOnTheirWay()
 {
-    PatientQueue queue;
-    QList<Pointer> all;
-    QList<Pointer> taken;
-    for (int number = 0; number < 10; ++number) {
-        all.append(make("http://host:80/a"));
-        queue.append(all.last());
+    appendAll(0, 9);
+    takeAll();
+    QCOMPARE(m_taken.size(), PatientQueue::MostOthersOnTheirWay);
+    QCOMPARE(takeAll(), QString());
+    endOne();
+    QVERIFY(!takeAll().isEmpty());
+    QCOMPARE(m_taken.size(), PatientQueue::MostOthersOnTheirWay);
+    while (!m_taken.isEmpty()) {
+        endOne();
+        takeAll();
     }
-    QCOMPARE(takeAll(queue, taken).size(), PatientQueue::MostOthersOnTheirWay);
-    QVERIFY(takeAll(queue, taken).isEmpty());
-    queue.ended(*taken.takeFirst());
-    QCOMPARE(takeAll(queue, taken).size(), 1);
-    while (!taken.isEmpty()) {
-        queue.ended(*taken.takeFirst());
-        takeAll(queue, taken);
-    }
-    QVERIFY(!queue.take(host()));
+    QVERIFY(!m_queue->take("http://host:80"_s));
 }
 
 void PatientQueueTest::orderIsThatOfTheirComing()
 {
-    PatientQueue queue;
-    QList<Pointer> taken;
-    QStringList order;
-    for (const char *url : {"http://host:80/1", "http://host:80/2", "http://host:80/3",
-                            "http://host:80/4", "http://host:80/5"})
-        queue.append(make(url));
-    order = takeAll(queue, taken);
+    appendAll(1, 5);
+    QString order = takeAll();
     for (int number = 0; number < 2; ++number) {
-        queue.ended(*taken.takeFirst());
-        order += takeAll(queue, taken);
+        endOne();
+        order += takeAll();
     }
-    QCOMPARE(order.join(QString()), QStringLiteral("/1/2/3/4/5"));
+    QCOMPARE(order, "/1/2/3/4/5"_s);
 }
 
 void PatientQueueTest::preferredGoFirst()
 {
-    PatientQueue queue;
-    QList<Pointer> taken;
-    QList<Pointer> all;
-    for (int number = 0; number < 9; ++number) {
-        all.append(Pointer::create(QStringLiteral("http://host:80/%1").arg(number), true, true));
-        queue.append(all.last());
-    }
-    queue.prefer(*all.at(7), true);
-    queue.prefer(*all.at(5), true);
-    QCOMPARE(takeAll(queue, taken), words("/5 /7 /0"));
+    const auto all = appendAll(0, 8);
+    m_queue->prefer(*all.at(7), true);
+    m_queue->prefer(*all.at(5), true);
+    QCOMPARE(takeAll(), "/5/7/0"_s);
 }
 
 void PatientQueueTest::preferenceMayEnd()
 {
-    PatientQueue queue;
-    QList<Pointer> taken;
-    const Pointer first = make("http://host:80/1");
-    const Pointer second = make("http://host:80/2");
-    const Pointer third = make("http://host:80/3");
-    for (const Pointer &each : {first, second, third})
-        queue.append(each);
-    queue.prefer(*third, true);
-    queue.prefer(*third, true);
-    queue.prefer(*second, true);
-    queue.prefer(*third, false);
-    QCOMPARE(takeAll(queue, taken), words("/2 /1 /3"));
-    queue.prefer(*third, true);
-    QVERIFY(takeAll(queue, taken).isEmpty());
+    const auto all = appendAll(0, 2);
+    m_queue->prefer(*all.at(2), true);
+    m_queue->prefer(*all.at(2), true);
+    m_queue->prefer(*all.at(1), true);
+    m_queue->prefer(*all.at(2), false);
+    QCOMPARE(takeAll(), "/1/0/2"_s);
+    m_queue->prefer(*all.at(2), true);
+    QCOMPARE(takeAll(), QString());
 }
 
 void PatientQueueTest::preferredNeedNotWaitForTheOthers()
 {
-    PatientQueue queue;
-    QList<Pointer> taken;
-    for (int number = 0; number < 9; ++number)
-        queue.append(make("http://host:80/far"));
-    takeAll(queue, taken);
-    const Pointer near = make("http://host:80/near");
-    queue.append(near);
-    QVERIFY(takeAll(queue, taken).isEmpty());
-    queue.prefer(*near, true);
-    QCOMPARE(takeAll(queue, taken), words("/near"));
-    QCOMPARE(taken.size(), PatientQueue::MostOnTheirWay);
+    appendAll(1, 9);
+    takeAll();
+    const Pointer near = append(10);
+    QCOMPARE(takeAll(), QString());
+    m_queue->prefer(*near, true);
+    QCOMPARE(takeAll(), "/10"_s);
+    QCOMPARE(m_taken.size(), PatientQueue::MostOnTheirWay);
     // Its place is not for the others.
-    queue.ended(*taken.takeFirst());
-    QVERIFY(takeAll(queue, taken).isEmpty());
+    endOne();
+    QCOMPARE(takeAll(), QString());
 }
 
 void PatientQueueTest::hostsDoNotWaitForOneAnother()
 {
-    PatientQueue queue;
-    QList<Pointer> taken;
-    for (int number = 0; number < 9; ++number)
-        queue.append(make("http://host:80/a"));
-    takeAll(queue, taken);
-    for (const char *url : {"http://other:80/a", "https://host:80/a", "http://host:81/a"}) {
+    appendAll(1, 9);
+    takeAll();
+    for (const QString &url :
+         {"http://other:80/a"_s, "https://host:80/a"_s, "http://host:81/a"_s}) {
         const Pointer elsewhere = make(url);
-        queue.append(elsewhere);
-        QCOMPARE(queue.take(PatientQueue::hostOf(*elsewhere)), elsewhere);
+        m_queue->append(elsewhere);
+        QCOMPARE(m_queue->take(PatientQueue::hostOf(*elsewhere)), elsewhere);
     }
 }
 
 void PatientQueueTest::removedOnesDoNotGo()
 {
-    PatientQueue queue;
-    QList<Pointer> taken;
-    const Pointer first = make("http://host:80/1");
-    const Pointer second = make("http://host:80/2");
-    const Pointer third = make("http://host:80/3");
-    for (const Pointer &each : {first, second, third})
-        queue.append(each);
-    queue.prefer(*third, true);
-    queue.remove(*third);
-    queue.remove(*first);
-    queue.remove(*first);
-    QCOMPARE(takeAll(queue, taken), words("/2"));
+    const auto all = appendAll(0, 2);
+    m_queue->prefer(*all.at(2), true);
+    m_queue->remove(*all.at(2));
+    m_queue->remove(*all.at(0));
+    m_queue->remove(*all.at(0));
+    QCOMPARE(takeAll(), "/1"_s);
 }
 
 void PatientQueueTest::oneGoesOnce()
 {
-    PatientQueue queue;
-    QList<Pointer> taken;
-    const Pointer one = make("http://host:80/1");
-    queue.append(one);
-    queue.append(one);
-    QCOMPARE(takeAll(queue, taken), words("/1"));
+    const Pointer one = append(1);
+    m_queue->append(one);
+    QCOMPARE(takeAll(), "/1"_s);
 }
 
 void PatientQueueTest::oneThatHasEndedMayComeAgain()
 {
-    PatientQueue queue;
-    QList<Pointer> taken;
-    const Pointer one = make("http://host:80/1");
-    for (int time = 0; time < 2; ++time) {
-        queue.append(one);
-        QCOMPARE(takeAll(queue, taken), words("/1"));
-        queue.ended(*one);
-    }
+    const Pointer one = append(1);
+    QCOMPARE(takeAll(), "/1"_s);
+    endOne();
+    m_queue->append(one);
+    QCOMPARE(takeAll(), "/1"_s);
 }
 
 void PatientQueueTest::thoseOnTheirWayCountWhileNobodyWaits()
 {
-    PatientQueue queue;
-    QList<Pointer> taken;
-    for (int number = 0; number < PatientQueue::MostOthersOnTheirWay; ++number)
-        queue.append(make("http://host:80/a"));
-    takeAll(queue, taken);
-    queue.ended(*taken.takeFirst());
-    const Pointer gone = make("http://host:80/gone");
-    queue.append(gone);
-    queue.remove(*gone);
-    for (int number = 0; number < 5; ++number)
-        queue.append(make("http://host:80/b"));
-    QCOMPARE(takeAll(queue, taken), words("/b"));
+    appendAll(1, PatientQueue::MostOthersOnTheirWay);
+    takeAll();
+    endOne();
+    m_queue->remove(*append(50));
+    appendAll(60, 64);
+    QCOMPARE(takeAll(), "/60"_s);
 }
 
 QTEST_GUILESS_MAIN(PatientQueueTest)

@@ -1,6 +1,7 @@
 #include "tests/downloads/DownloadEvents.h"
 #include "tests/downloads/DownloadSetup.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QDeadlineTimer>
@@ -19,7 +20,7 @@ constexpr qint64 Mebibyte = 1024 * 1024;
 /// Memory that this process occupies, in bytes.
 qint64 residentMemory()
 {
-    const QByteArray pages = readFile(QStringLiteral("/proc/self/statm")).split(' ').value(1);
+    const QByteArray pages = readFile("/proc/self/statm"_s).split(' ').value(1);
     return pages.toLongLong() * 4096;
 }
 
@@ -47,8 +48,8 @@ protected:
     void run() override
     {
         TestHttpServer server;
-        server.resource(QStringLiteral("/a")) = m_resource;
-        m_url = server.url(QStringLiteral("/a"));
+        server.resource("/a"_s) = m_resource;
+        m_url = server.url("/a"_s);
         m_ready.release();
         exec();
     }
@@ -96,7 +97,7 @@ void TransferMemoryTest::slowDiskDoesNotFillTheMemory()
     });
     setup.manager().add(download, false);
     QVERIFY(events.waitForFinished(60000));
-    QVERIFY2(growth < Bound, qPrintable(QStringLiteral("%1 bytes").arg(growth)));
+    QVERIFY2(growth < Bound, qPrintable("%1 bytes"_s.arg(growth)));
     QCOMPARE(QFileInfo(download->getPath()).size(), ServerThread::Size);
 }
 
@@ -104,8 +105,8 @@ void TransferMemoryTest::bodyThatIsNotWrittenDoesNotFillTheMemory_data()
 {
     QTest::addColumn<QString>("linkTarget");
     QTest::addColumn<int>("status");
-    QTest::newRow("place that cannot be opened") << QStringLiteral("/no/such/folder/file") << 200;
-    QTest::newRow("place that cannot be written") << QStringLiteral("/dev/full") << 200;
+    QTest::newRow("place that cannot be opened") << "/no/such/folder/file"_s << 200;
+    QTest::newRow("place that cannot be written") << "/dev/full"_s << 200;
     QTest::newRow("page of an error") << QString() << 503;
 }
 
@@ -121,7 +122,7 @@ void TransferMemoryTest::bodyThatIsNotWrittenDoesNotFillTheMemory()
     const auto download = DownloadSetup::resumable(server.url());
     DownloadEvents events(download);
     if (!linkTarget.isEmpty())
-        QVERIFY(QFile::link(linkTarget, setup.path(QStringLiteral("a"))));
+        QVERIFY(QFile::link(linkTarget, setup.path("a"_s)));
     const qint64 before = residentMemory();
     qint64 growth = 0;
     // Whatever piled up is there until the end.
@@ -130,8 +131,8 @@ void TransferMemoryTest::bodyThatIsNotWrittenDoesNotFillTheMemory()
     connect(download.data(), &Download::processChanged, this, measure);
     setup.manager().add(download, false);
     QVERIFY(events.waitForFinished(60000));
-    QVERIFY2(growth < Bound, qPrintable(QStringLiteral("%1 bytes").arg(growth)));
-    QVERIFY(events.list().contains(QStringLiteral("error Server Error")));
+    QVERIFY2(growth < Bound, qPrintable("%1 bytes"_s.arg(growth)));
+    QVERIFY(events.list().contains("error Server Error"_s));
 }
 
 KAVO_TEST_MAIN(TransferMemoryTest)

@@ -12,21 +12,34 @@ constexpr qint64 MB = 1000000;
 constexpr qint64 Second = 1000;
 constexpr qint64 Day = 24 * 60 * 60;
 
-/// A file that grows by so much each second, measured at the end of each; begins at this moment
-/// with this size. Returns the moment at which it ends.
-qint64 grow(TransferRate &rate, qint64 &size, qint64 now, qint64 bytesASecond, int seconds)
+/// A file that grows, measured at the end of each second. The test makes the time.
+struct GrowingFile
 {
-    for (int second = 0; second < seconds; ++second) {
-        now += Second;
-        size += bytesASecond;
+    explicit GrowingFile(qint64 begin = 0, qint64 there = 0) : rate(begin), size(there), now(begin)
+    {
         rate.add(size, now);
     }
-    return now;
-}
+
+    void grow(qint64 bytesASecond, int seconds)
+    {
+        for (int second = 0; second < seconds; ++second) {
+            now += Second;
+            size += bytesASecond;
+            rate.add(size, now);
+        }
+    }
+    /// Seconds until this is the size, -1 when that is not told.
+    qint64 untilSize(qint64 total) const { return rate.secondsLeft(total, now).value_or(-1); }
+    qint64 untilMore(qint64 bytes) const { return untilSize(size + bytes); }
+
+    TransferRate rate;
+    qint64 size;
+    qint64 now;
+};
 
 } // namespace
 
-/// How long the rest of a download takes. The test makes the time.
+/// How long the rest of a download takes.
 class TransferRateTest final : public QObject
 {
     Q_OBJECT
@@ -34,7 +47,6 @@ class TransferRateTest final : public QObject
 private slots:
     void steadyTransferTellsTheTime();
     void nothingIsToldBeforeEnoughWasSeen();
-    void nothingIsToldWithoutAUsefulTotal_data();
     void nothingIsToldWithoutAUsefulTotal();
     void whatLayThereBeforeIsNoRate();
     void fileThatBeginsAfreshIsMeasuredAnew();
@@ -51,11 +63,9 @@ private slots:
 
 void TransferRateTest::steadyTransferTellsTheTime()
 {
-    TransferRate rate(7 * Second);
-    qint64 size = 0;
-    rate.add(size, 7 * Second);
-    const qint64 now = grow(rate, size, 7 * Second, 2 * MB, 40);
-    QCOMPARE(rate.secondsLeft(size + 360 * MB, now).value_or(-1), qint64(180));
+    GrowingFile file(7 * Second);
+    file.grow(2 * MB, 40);
+    QCOMPARE(file.untilMore(360 * MB), qint64(180));
 }
 
 void TransferRateTest::nothingIsToldBeforeEnoughWasSeen()
@@ -70,77 +80,59 @@ void TransferRateTest::nothingIsToldBeforeEnoughWasSeen()
     QVERIFY(rate.secondsLeft(100 * MB, 8 * Second));
 }
 
-void TransferRateTest::nothingIsToldWithoutAUsefulTotal_data()
-{
-    QTest::addColumn<qint64>("total");
-    QTest::newRow("unknown") << qint64(0);
-    QTest::newRow("told to be unknown") << qint64(-1);
-    QTest::newRow("less than there is") << 10 * MB - 1;
-}
-
 void TransferRateTest::nothingIsToldWithoutAUsefulTotal()
 {
-    QFETCH(qint64, total);
-    TransferRate rate(0);
-    qint64 size = 0;
-    rate.add(size, 0);
-    const qint64 now = grow(rate, size, 0, MB, 10);
-    QVERIFY(!rate.secondsLeft(total, now));
+    GrowingFile file;
+    file.grow(MB, 10);
+    for (const qint64 unknown : {qint64(0), qint64(-1)})
+        QVERIFY(!file.rate.secondsLeft(unknown, file.now));
+    const qint64 lessThanThereIs = file.size - 1;
+    QVERIFY(!file.rate.secondsLeft(lessThanThereIs, file.now));
 }
 
 void TransferRateTest::whatLayThereBeforeIsNoRate()
 {
-    TransferRate rate(0);
-    qint64 size = 900 * MB;
-    rate.add(size, Second);
-    const qint64 now = grow(rate, size, Second, MB, 20);
-    QCOMPARE(rate.secondsLeft(1000 * MB, now).value_or(-1), qint64(80));
+    GrowingFile file(Second, 900 * MB);
+    file.grow(MB, 20);
+    QCOMPARE(file.untilSize(1000 * MB), qint64(80));
 }
 
 void TransferRateTest::fileThatBeginsAfreshIsMeasuredAnew()
 {
-    TransferRate rate(0);
-    qint64 size = 0;
-    rate.add(size, 0);
-    qint64 now = grow(rate, size, 0, 50 * MB, 10);
-    size = MB;
-    rate.add(size, now + Second);
-    QVERIFY(!rate.secondsLeft(1000 * MB, now + Second));
-    now = grow(rate, size, now + Second, MB, 9);
-    QCOMPARE(rate.secondsLeft(110 * MB, now).value_or(-1), qint64(100));
+    GrowingFile file;
+    file.grow(50 * MB, 10);
+    file.size = 0;
+    file.grow(MB, 1);
+    QCOMPARE(file.untilSize(1000 * MB), qint64(-1));
+    file.grow(MB, 9);
+    QCOMPARE(file.untilSize(110 * MB), qint64(100));
 }
 
 void TransferRateTest::shortBurstChangesLittle()
 {
-    TransferRate rate(0);
-    qint64 size = 0;
-    rate.add(size, 0);
-    qint64 now = grow(rate, size, 0, MB, 60);
-    now = grow(rate, size, now, 4 * MB, 1);
-    const qint64 left = rate.secondsLeft(size + 100 * MB, now).value_or(-1);
+    GrowingFile file;
+    file.grow(MB, 60);
+    file.grow(4 * MB, 1);
+    const qint64 left = file.untilMore(100 * MB);
     QVERIFY2(left > 75 && left < 95, qPrintable(QString::number(left)));
 }
 
 void TransferRateTest::lastingChangeIsFollowed()
 {
-    TransferRate rate(0);
-    qint64 size = 0;
-    rate.add(size, 0);
-    qint64 now = grow(rate, size, 0, MB, 300);
-    now = grow(rate, size, now, 4 * MB, 60);
-    const qint64 left = rate.secondsLeft(size + 400 * MB, now).value_or(-1);
+    GrowingFile file;
+    file.grow(MB, 300);
+    file.grow(4 * MB, 60);
+    const qint64 left = file.untilMore(400 * MB);
     QVERIFY2(left >= 100 && left < 110, qPrintable(QString::number(left)));
 }
 
 void TransferRateTest::pauseMakesItLonger()
 {
-    TransferRate rate(0);
-    qint64 size = 0;
-    rate.add(size, 0);
-    const qint64 now = grow(rate, size, 0, MB, 60);
-    const qint64 total = size + 100 * MB;
-    QCOMPARE(rate.secondsLeft(total, now).value_or(-1), qint64(100));
-    const qint64 later = rate.secondsLeft(total, now + 5 * Second).value_or(-1);
+    GrowingFile file;
+    file.grow(MB, 60);
+    QCOMPARE(file.untilMore(100 * MB), qint64(100));
+    file.now += 5 * Second;
+    const qint64 later = file.untilMore(100 * MB);
     QVERIFY2(later > 120 && later < 200, qPrintable(QString::number(later)));
 }
 
@@ -159,43 +151,36 @@ void TransferRateTest::silenceBeginsAfterTenSeconds()
 
 void TransferRateTest::unchangedSizeIsNoByte()
 {
-    TransferRate rate(0);
-    qint64 size = 0;
-    rate.add(size, 0);
-    const qint64 now = grow(rate, size, 0, MB, 20);
-    rate.add(size, now + 9 * Second);
-    QVERIFY(rate.isSilent(now + 10 * Second));
+    GrowingFile file;
+    file.grow(MB, 20);
+    file.rate.add(file.size, file.now + 9 * Second);
+    QVERIFY(file.rate.isSilent(file.now + 10 * Second));
     // Nor does it end the silence.
-    rate.add(size, now + 11 * Second);
-    QVERIFY(rate.isSilent(now + 11 * Second));
+    file.rate.add(file.size, file.now + 11 * Second);
+    QVERIFY(file.rate.isSilent(file.now + 11 * Second));
 }
 
 void TransferRateTest::rateAfterASilenceIsMeasuredAnew()
 {
-    TransferRate rate(0);
-    qint64 size = 0;
-    rate.add(size, 0);
-    qint64 now = grow(rate, size, 0, MB, 20);
-    QVERIFY(rate.secondsLeft(1000 * MB, now + 9 * Second));
-    QVERIFY(!rate.secondsLeft(1000 * MB, now + 10 * Second));
+    GrowingFile file;
+    file.grow(MB, 20);
+    QVERIFY(file.rate.secondsLeft(1000 * MB, file.now + 9 * Second));
+    QVERIFY(!file.rate.secondsLeft(1000 * MB, file.now + 10 * Second));
     // Neither the hour nor what comes at its end tells how fast it goes on.
-    now += 3600 * Second;
-    size += 50 * MB;
-    rate.add(size, now);
-    QVERIFY(!rate.secondsLeft(1000 * MB, now));
-    now = grow(rate, size, now, 2 * MB, 5);
-    QCOMPARE(rate.secondsLeft(size + 100 * MB, now).value_or(-1), qint64(50));
+    file.now += 3599 * Second;
+    file.grow(50 * MB, 1);
+    QCOMPARE(file.untilSize(1000 * MB), qint64(-1));
+    file.grow(2 * MB, 5);
+    QCOMPARE(file.untilMore(100 * MB), qint64(50));
 }
 
 void TransferRateTest::moreThanADayIsNotTold()
 {
-    TransferRate rate(0);
-    qint64 size = 0;
-    rate.add(size, 0);
-    const qint64 now = grow(rate, size, 0, 1000, 30);
-    QCOMPARE(rate.secondsLeft(size + 1000 * (Day - 60), now).value_or(-1), Day - 60);
-    QVERIFY(!rate.secondsLeft(size + 1000 * (Day + 60), now));
-    QVERIFY(!rate.secondsLeft(std::numeric_limits<qint64>::max(), now));
+    GrowingFile file;
+    file.grow(1000, 30);
+    QCOMPARE(file.untilMore(1000 * (Day - 60)), Day - 60);
+    QCOMPARE(file.untilMore(1000 * (Day + 60)), qint64(-1));
+    QVERIFY(!file.rate.secondsLeft(std::numeric_limits<qint64>::max(), file.now));
 }
 
 void TransferRateTest::manyBytesAtOneMomentAreNoRate()
@@ -209,12 +194,10 @@ void TransferRateTest::manyBytesAtOneMomentAreNoRate()
 
 void TransferRateTest::completeFileHasNothingLeft()
 {
-    TransferRate rate(0);
-    qint64 size = 0;
-    rate.add(size, 0);
-    const qint64 now = grow(rate, size, 0, MB, 10);
-    QCOMPARE(rate.secondsLeft(size, now).value_or(-1), qint64(0));
-    QVERIFY(!rate.secondsLeft(size, now + 100000 * Second));
+    GrowingFile file;
+    file.grow(MB, 10);
+    QCOMPARE(file.untilMore(0), qint64(0));
+    QVERIFY(!file.rate.secondsLeft(file.size, file.now + 100000 * Second));
 }
 
 QTEST_APPLESS_MAIN(TransferRateTest)

@@ -1,5 +1,6 @@
 #include "tests/support/HttpConnection.h"
 
+#include "tests/support/Literals.h"
 #include "tests/support/TestHttpServer.h"
 
 #include <QLocale>
@@ -18,9 +19,7 @@ constexpr qint64 HighWater = 256 * 1024;
 
 QByteArray httpDate(const QDateTime &date)
 {
-    return QLocale::c()
-        .toString(date.toUTC(), QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"))
-        .toLatin1();
+    return QLocale::c().toString(date.toUTC(), "ddd, dd MMM yyyy hh:mm:ss 'GMT'"_s).toLatin1();
 }
 
 QByteArray headerLine(const QByteArray &name, const QByteArray &value)
@@ -87,7 +86,7 @@ void HttpConnection::begin()
 void HttpConnection::prepareHead()
 {
     if (!m_resource.redirect.isEmpty() && !m_resource.redirectsOnlyGet) {
-        m_answer.status = 302;
+        m_answer.status = HttpStatus::FOUND;
         m_answer.headers += headerLine("Location", m_resource.redirect);
         return;
     }
@@ -98,7 +97,7 @@ void HttpConnection::prepareHead()
         m_answer.status = *m_resource.headStatus;
         return;
     }
-    m_answer.status = m_resource.getStatus.value_or(200);
+    m_answer.status = m_resource.getStatus.value_or(HttpStatus::OK);
     if (!m_resource.headWithoutLength) {
         const qint64 length = m_resource.headLength.value_or(m_resource.size());
         m_answer.headers += headerLine("Content-Length", QByteArray::number(length));
@@ -144,21 +143,21 @@ bool HttpConnection::isKnown() const
 void HttpConnection::prepareGet()
 {
     if (!m_resource.redirect.isEmpty()) {
-        m_answer.status = 302;
+        m_answer.status = HttpStatus::FOUND;
         m_answer.headers += headerLine("Location", m_resource.redirect);
         return;
     }
     if (isKnown()) {
-        m_answer.status = 304;
+        m_answer.status = HttpStatus::NOT_MODIFIED;
         m_answer.announcesLength = false;
         addValidators();
         return;
     }
-    m_answer.status = m_resource.getStatus.value_or(200);
+    m_answer.status = m_resource.getStatus.value_or(HttpStatus::OK);
     m_answer.end = m_resource.size();
     // An error is an error, whichever bytes of the body were asked for.
-    if (m_answer.status == 200 && m_request.hasHeader("Range") && !m_resource.ignoresRange &&
-        isUnchanged())
+    if (m_answer.status == HttpStatus::OK && m_request.hasHeader("Range") &&
+        !m_resource.ignoresRange && isUnchanged())
         prepareRange();
     if (m_resource.compressesUnasked ||
         (m_resource.compresses && m_request.header("Accept-Encoding").contains("gzip")))
@@ -168,7 +167,7 @@ void HttpConnection::prepareGet()
     m_answer.closes = m_resource.getWithoutLength;
     if (m_answer.chunked)
         m_answer.headers += headerLine("Transfer-Encoding", "chunked");
-    if (m_answer.status != 206 || !m_resource.hidesMarksOfRange)
+    if (m_answer.status != HttpStatus::PARTIAL_CONTENT || !m_resource.hidesMarksOfRange)
         addValidators();
 }
 
@@ -179,7 +178,7 @@ void HttpConnection::prepareRange()
     const int dash = range.indexOf('-');
     const qint64 first = range.left(dash).toLongLong();
     if (m_resource.refusesRange || first >= m_resource.size()) {
-        m_answer.status = 416;
+        m_answer.status = HttpStatus::RANGE_NOT_SATISFIABLE;
         m_answer.headers += headerLine("Content-Range", "bytes */" + size);
         m_resource.generatedSize.reset();
         m_resource.body = "<html>Range not satisfiable</html>";
@@ -188,7 +187,7 @@ void HttpConnection::prepareRange()
     }
     if (dash + 1 < range.size())
         m_answer.end = std::min(m_answer.end, range.mid(dash + 1).toLongLong() + 1);
-    m_answer.status = 206;
+    m_answer.status = HttpStatus::PARTIAL_CONTENT;
     m_answer.end -= m_resource.rangeShortage;
     m_answer.position = std::min(first + m_resource.rangeDisplacement, m_answer.end);
     if (m_resource.damagesRange)

@@ -29,7 +29,7 @@ public:
 private:
     struct Answer
     {
-        int status = 200;
+        int status = HttpStatus::OK;
         QByteArray headers;
         qint64 position = 0; ///< next byte of the body to send
         qint64 end = 0;

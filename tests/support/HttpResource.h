@@ -9,6 +9,28 @@
 
 namespace Kavo::Testing {
 
+namespace HttpStatus {
+
+/// The answers of servers that tests speak of.
+enum Code : int {
+    OK = 200,
+    NO_CONTENT = 204,
+    PARTIAL_CONTENT = 206,
+    FOUND = 302,
+    NOT_MODIFIED = 304,
+    BAD_REQUEST = 400,
+    UNAUTHORIZED = 401,
+    FORBIDDEN = 403,
+    NOT_FOUND = 404,
+    METHOD_NOT_ALLOWED = 405,
+    GONE = 410,
+    RANGE_NOT_SATISFIABLE = 416,
+    INTERNAL_SERVER_ERROR = 500,
+    SERVICE_UNAVAILABLE = 503,
+};
+
+} // namespace HttpStatus
+
 /// What the test server has under one path, and what goes wrong there. Everything is off by
 /// default: HEAD and GET then answer 200 with length and date, and Range is honoured with 206,
 /// unless If-Range speaks of another file. All

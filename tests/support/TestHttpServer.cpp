@@ -1,6 +1,7 @@
 #include "tests/support/TestHttpServer.h"
 
 #include "tests/support/HttpConnection.h"
+#include "tests/support/Literals.h"
 
 #include <QDeadlineTimer>
 #include <QHostAddress>
@@ -14,7 +15,7 @@ namespace {
 
 QString address(const QString &host, quint16 port, const QString &path)
 {
-    return QStringLiteral("http://%1:%2%3").arg(host).arg(port).arg(path);
+    return "http://%1:%2%3"_s.arg(host).arg(port).arg(path);
 }
 
 } // namespace
@@ -54,12 +55,12 @@ void TestHttpServer::removeResource(const QString &path)
 
 QString TestHttpServer::url(const QString &path) const
 {
-    return address(QStringLiteral("127.0.0.1"), m_port, path);
+    return address("127.0.0.1"_s, m_port, path);
 }
 
 QString TestHttpServer::otherHostUrl(const QString &path) const
 {
-    return address(QStringLiteral("localhost"), m_port, path);
+    return address("localhost"_s, m_port, path);
 }
 
 QString TestHttpServer::refusingUrl(const QString &path)
@@ -67,7 +68,7 @@ QString TestHttpServer::refusingUrl(const QString &path)
     // The system hands out no port as low as this one to those who ask for any, so that no other
     // test can listen there.
     constexpr quint16 NobodysPort = 1;
-    return address(QStringLiteral("127.0.0.1"), NobodysPort, path);
+    return address("127.0.0.1"_s, NobodysPort, path);
 }
 
 void TestHttpServer::setRefusing(bool refuses)
@@ -147,7 +148,7 @@ HttpResource TestHttpServer::receive(const HttpRequest &request)
     if (found == m_resources.cend()) {
         HttpResource missing;
         missing.body = "<html>Not found</html>";
-        missing.getStatus = 404;
+        missing.getStatus = HttpStatus::NOT_FOUND;
         missing.headWithoutDate = true;
         return missing;
     }

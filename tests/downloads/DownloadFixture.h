@@ -1,0 +1,60 @@
+#pragma once
+
+#include "tests/downloads/DownloadEvents.h"
+#include "tests/downloads/DownloadSetup.h"
+#include "tests/support/Literals.h"
+
+#include <QFile>
+#include <QObject>
+
+#include <memory>
+
+namespace Kavo::Testing {
+
+/// A test of transfers. Each test function begins with a setup of its own. Unless a function is
+/// told otherwise, it speaks of one file, which the server has under "/a" and which goes to the
+/// place of the name "a".
+class DownloadFixture : public QObject
+{
+    Q_OBJECT
+
+protected slots:
+    virtual void init();
+    virtual void cleanup();
+
+protected:
+    using Pointer = DownloadSetup::Pointer;
+
+    DownloadSetup &setup() const { return *m_setup; }
+    TestHttpServer &server() const { return m_setup->server(); }
+    Managers::DownloadManager &manager() const { return m_setup->manager(); }
+    LogCapture &log() const { return m_setup->log(); }
+
+    HttpResource &serve(const QByteArray &body, const QString &path = "/a"_s) const;
+    HttpResource &resource(const QString &path = "/a"_s) const { return server().resource(path); }
+    QString url(const QString &path = "/a"_s) const { return server().url(path); }
+    /// The last GET.
+    HttpRequest lastGet(const QString &path = "/a"_s) const { return server().last("GET", path); }
+    /// What it asked for, null when for the whole.
+    QByteArray range(const QString &path = "/a"_s) const { return lastGet(path).header("Range"); }
+    /// All requests: "HEAD /a, GET /a".
+    QString asked() const { return server().log().join(", "_s); }
+
+    /// Downloads of a file of the server, as the program makes them.
+    Pointer resumable(const QString &path = "/a"_s) const;
+    Pointer restart(const QString &path = "/a"_s) const;
+    /// Adds the download and waits for its end. Returns what it has announced.
+    QStringList transfer(const Pointer &download) const;
+
+    QString path(const QString &name = "a"_s) const { return m_setup->path(name); }
+    QByteArray content(const QString &name = "a"_s) const { return m_setup->content(name); }
+    bool exists(const QString &name = "a"_s) const { return QFile::exists(path(name)); }
+    bool put(const QByteArray &content, const QString &name = "a"_s) const;
+    /// The first bytes of what serveGenerated() serves.
+    static QByteArray generated(int size) { return HttpResource::generated(0, size); }
+
+private:
+    std::unique_ptr<DownloadSetup> m_setup;
+};
+
+} // namespace Kavo::Testing
