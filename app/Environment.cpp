@@ -41,11 +41,13 @@ void loadFonts()
     QFontDatabase::addApplicationFont(QStringLiteral(":/resources/font/Proxima_Nova_Bold.otf"));
 
     // The compiled-in font is a free one with a name of its own. The substitution lets the rest of
-    // the program ask for the family. Fixed, see docs/compatibility.md.
+    // the program ask for the family. A build may leave the font to the system. Fixed, see
+    // docs/compatibility.md.
     const QString family = QStringLiteral("Proxima Nova Rg");
     const QStringList loaded = QFontDatabase::applicationFontFamilies(regular);
-    if (!loaded.isEmpty())
-        QFont::insertSubstitution(family, loaded.first());
+    QFont::insertSubstitution(
+        family, loaded.isEmpty() ? QFontDatabase::systemFont(QFontDatabase::GeneralFont).family()
+                                 : loaded.first());
     QApplication::setFont(QFont(family, 10));
 }
 

@@ -15,7 +15,7 @@ void prepareEnvironment();
 void installTranslation(const QString &language);
 
 /// Loads the two text fonts from the resources and makes "Proxima Nova Rg", 10 points, the
-/// application font. A font that cannot be loaded leaves Qt's default family in place.
+/// application font. Where there is none, the desktop's family takes its place.
 void loadFonts();
 
 } // namespace Kavo

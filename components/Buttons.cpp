@@ -18,8 +18,15 @@ QPushButton *makeIconButton(const QString &objectName, const QString &name, cons
                             QWidget *parent)
 {
     QPushButton *button = makeButton(objectName, QString(), icon, parent);
-    button->setAccessibleName(name);
+    setIconAndName(*button, icon, name);
     return button;
+}
+
+void setIconAndName(QPushButton &button, const QIcon &icon, const QString &name)
+{
+    button.setIcon(icon);
+    button.setText(icon.isNull() ? name : QString());
+    button.setAccessibleName(name);
 }
 
 void nameAfterSubject(QPushButton &button, const QString &subject)

@@ -51,15 +51,16 @@ QPushButton *WindowControl::makeButton(const QString &objectName, int glyph,
                                        const QString &description)
 {
     QPushButton *button = makeIconButton(objectName, description, darkIcon(glyph), this);
-    button->setFixedWidth(ButtonWidth);
+    if (!button->icon().isNull())
+        button->setFixedWidth(ButtonWidth);
     return button;
 }
 
 void WindowControl::toggle()
 {
     maximized = !maximized;
-    m_toggle->setIcon(darkIcon(maximized ? RestoreGlyph : MaximizeGlyph));
-    m_toggle->setAccessibleName(maximized ? tr("Restore") : tr("Maximize"));
+    setIconAndName(*m_toggle, darkIcon(maximized ? RestoreGlyph : MaximizeGlyph),
+                   maximized ? tr("Restore") : tr("Maximize"));
     if (maximized)
         emit maximize();
     else

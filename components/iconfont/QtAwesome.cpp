@@ -18,9 +18,13 @@ bool QtAwesome::initFontAwesome()
     if (!m_family.isEmpty())
         return true;
     const QString path = QStringLiteral(":/resources/font/FontAwesome.otf");
-    const QStringList families =
+    QStringList families =
         QFontDatabase::applicationFontFamilies(QFontDatabase::addApplicationFont(path));
-    if (families.isEmpty()) {
+    const QString installed = QStringLiteral("FontAwesome");
+    if (families.isEmpty() && QFontDatabase().hasFamily(installed))
+        families.append(installed);
+    m_isMissing = families.isEmpty();
+    if (m_isMissing) {
         Kavo::logLine(QStringLiteral("Icon font cannot be loaded : ") + path);
         return false;
     }
@@ -35,6 +39,8 @@ void QtAwesome::setDefaultOption(const QString &name, const QVariant &value)
 
 QIcon QtAwesome::icon(int character, const QVariantMap &options) const
 {
+    if (m_isMissing)
+        return {};
     QVariantMap merged = m_defaults;
     for (auto option = options.cbegin(); option != options.cend(); ++option)
         merged.insert(option.key(), option.value());

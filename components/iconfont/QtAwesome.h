@@ -17,13 +17,15 @@ class QtAwesome final : public QObject
 public:
     explicit QtAwesome(QObject *parent = nullptr);
 
-    /// Loads the font from the resources, once. Returns whether it is there; without it the icons
-    /// are drawn in a font that does not have the glyphs.
+    /// Loads the font from the resources, once; a build may leave it to the system, whose
+    /// "FontAwesome" is taken then. Returns whether there is one. Without one all icons made later
+    /// are null.
     bool initFontAwesome();
 
     void setDefaultOption(const QString &name, const QVariant &value);
 
-    /// Icon of one character of the font, with these options over the defaults.
+    /// Icon of one character of the font, with these options over the defaults. Null where the font
+    /// is missing: another one would draw an empty box.
     QIcon icon(int character, const QVariantMap &options = {}) const;
 
     /// The icon font in a size in pixels.
@@ -31,5 +33,6 @@ public:
 
 private:
     QString m_family;
+    bool m_isMissing = false;
     QVariantMap m_defaults;
 };

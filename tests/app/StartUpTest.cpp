@@ -368,6 +368,7 @@ void StartUpTest::environmentIsPrepared()
     QCOMPARE(title, QStringLiteral("Kavo Suite"));
     QCOMPARE(font.family(), QStringLiteral("Proxima Nova Rg"));
     QCOMPARE(font.pointSize(), 10);
+    KAVO_NEEDS_ICON_FONT();
     QCOMPARE(Kavo::Components::iconFont()->font(10).family(), QStringLiteral("FontAwesome"));
 }
 

@@ -20,6 +20,7 @@ private slots:
 
 void ButtonsTest::buttonHasItsLook()
 {
+    KAVO_NEEDS_ICON_FONT();
     QWidget parent;
     const QIcon icon = lightGlyph(0xf00c);
     const QPushButton *button =

@@ -23,6 +23,7 @@ class IconFontTest final : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { KAVO_NEEDS_ICON_FONT(); }
     void oneObjectServesTheProcess();
     void iconsAreWhite();
     void disabledIconsAreFaint();

@@ -55,6 +55,7 @@ private:
 
 void QtAwesomeTest::initTestCase()
 {
+    KAVO_NEEDS_ICON_FONT();
     QVERIFY(m_font.initFontAwesome());
     // Asking twice is no failure.
     QVERIFY(m_font.initFontAwesome());

@@ -10,6 +10,11 @@
 #include <QPushButton>
 #include <QWidget>
 
+/// Ends a test that looks at glyphs where there are none, as a build without the font may be.
+#define KAVO_NEEDS_ICON_FONT()                                                                     \
+    if (!Kavo::Components::iconFont()->initFontAwesome())                                          \
+    QSKIP("Neither the build nor the system has the icon font")
+
 /// What tests ask of widgets that they know by object names.
 namespace Kavo::Testing {
 

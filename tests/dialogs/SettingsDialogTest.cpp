@@ -98,6 +98,7 @@ bool SettingsDialogTest::databasesExist() const
 
 void SettingsDialogTest::dialogHasItsLayout()
 {
+    KAVO_NEEDS_ICON_FONT();
     QCOMPARE(m_dialog->objectName(), QStringLiteral("SettingsDialog"));
     QCOMPARE(m_dialog->windowTitle(), QStringLiteral("Settings"));
     QCOMPARE(m_dialog->minimumWidth(), 512);

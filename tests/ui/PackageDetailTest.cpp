@@ -132,6 +132,7 @@ PackageDetailTest::rows(const PackageDetailOldVersionsList &list) const
 
 void PackageDetailTest::pageHasItsLayout()
 {
+    KAVO_NEEDS_ICON_FONT();
     QCOMPARE(m_page->objectName(), QStringLiteral("PackageDetail"));
     const auto *back = child<QPushButton>(*m_page, "BackButton");
     QCOMPARE(back->text(), QStringLiteral("Back"));
@@ -451,6 +452,7 @@ void PackageDetailTest::factsLineUp()
 
 void PackageDetailTest::versionsAreListed()
 {
+    KAVO_NEEDS_ICON_FONT();
     PackageDetailOldVersionsList list(sharedController(*m_engine));
     list.setPackage(twoVersions());
     const auto widgets = rows(list);

@@ -168,6 +168,7 @@ void PackageDetailTitleBarTest::unbreakableNameLeavesTheButtonsOnTheBar()
 
 void PackageDetailTitleBarTest::buttonsHaveTheirTexts()
 {
+    KAVO_NEEDS_ICON_FONT();
     const PackagePointer package = somePackage();
     package->setState(Package::INSTALLED);
     bind(package);

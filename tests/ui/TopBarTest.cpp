@@ -162,6 +162,7 @@ void TopBarTest::widgetsStandInTheirOrder()
 
 void TopBarTest::buttonsHaveTheirLook()
 {
+    KAVO_NEEDS_ICON_FONT();
     open();
     QCOMPARE(button("XPlaneButton")->text(), QStringLiteral("Run X-Plane"));
     QVERIFY(sameIcon(button("XPlaneButton")->icon(), lightGlyph(0xf072)));
