@@ -1,6 +1,7 @@
 #include "components/Carousel.h"
 
 #include "components/Buttons.h"
+#include "components/Glyphs.h"
 #include "components/IconFont.h"
 #include "components/LoadingAnimation.h"
 #include "components/Picture.h"
@@ -16,8 +17,6 @@ using Models::Download;
 
 namespace {
 
-constexpr int PreviousGlyph = 0xf053;
-constexpr int NextGlyph = 0xf054;
 constexpr int PictureHeight = 176;
 constexpr QSize ButtonIcon(56, 56);
 constexpr QSize AnimationSize(24, 24);
@@ -32,8 +31,8 @@ Carousel::Carousel(const QSharedPointer<Managers::DownloadManager> &downloads, Q
     , m_fetches(new QObject)
 {
     m_previous =
-        makeButton(QStringLiteral("CarouselPrevious"), PreviousGlyph, tr("Previous picture"));
-    m_next = makeButton(QStringLiteral("CarouselNext"), NextGlyph, tr("Next picture"));
+        makeArrow(QStringLiteral("CarouselPrevious"), Glyph::ChevronLeft, tr("Previous picture"));
+    m_next = makeArrow(QStringLiteral("CarouselNext"), Glyph::ChevronRight, tr("Next picture"));
     connect(m_previous, &QPushButton::clicked, this, [this] { showImage(m_current - 1); });
     connect(m_next, &QPushButton::clicked, this, [this] { showImage(m_current + 1); });
 
@@ -84,7 +83,7 @@ void Carousel::resizeEvent(QResizeEvent *event)
         display();
 }
 
-QPushButton *Carousel::makeButton(const QString &objectName, int glyph, const QString &description)
+QPushButton *Carousel::makeArrow(const QString &objectName, int glyph, const QString &description)
 {
     QPushButton *button = makeIconButton(objectName, description, iconFont()->icon(glyph), this);
     button->setIconSize(ButtonIcon);

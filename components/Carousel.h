@@ -41,7 +41,7 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    QPushButton *makeButton(const QString &objectName, int glyph, const QString &description);
+    QPushButton *makeArrow(const QString &objectName, int glyph, const QString &description);
     void fetch(int index);
     void onLoaded(Models::Download &download, int index, const QString &path);
     void onFailed(Models::Download &download, int index);

@@ -1,6 +1,7 @@
 #include "components/FileSelector.h"
 
 #include "components/Buttons.h"
+#include "components/Glyphs.h"
 #include "components/IconFont.h"
 #include "components/PathField.h"
 
@@ -12,19 +13,13 @@
 
 namespace Kavo::Components {
 
-namespace {
-
-constexpr int OpenFolderGlyph = 0xf07c;
-
-} // namespace
-
 FileSelector::FileSelector(int mode, QWidget *parent)
     : StyledWidget(QStringLiteral("FileSelector"), parent)
     , m_mode(mode)
     , m_caption(new QLabel(this))
     , m_value(new PathField(this))
     , m_browse(makeButton(QStringLiteral("FileSelectorBrowse"), tr("Browse"),
-                          iconFont()->icon(OpenFolderGlyph, darkIconOptions()), this))
+                          iconFont()->icon(Glyph::OpenFolder, darkIconOptions()), this))
 {
     m_caption->setObjectName(QStringLiteral("FileSelectorCaption"));
     m_caption->setMinimumWidth(72);

@@ -131,7 +131,7 @@ void WidgetList::setRowWidget(int row, QWidget *widget)
     widget->setAttribute(Qt::WA_WState_ExplicitShowHide);
     widget->setAttribute(Qt::WA_WState_Hidden, false);
     setIndexWidget(indexOf(row), widget);
-    widget->setAttribute(Qt::WA_WState_Hidden);
+    widget->hide();
     m_unmeasured.insert(row);
     if (!rowsToShow().contains(row)) {
         postponePolish(*widget);

@@ -21,6 +21,11 @@ namespace Kavo::Components {
 /// them, and a long one hides widgets far from what is to be seen, unless Tab could go there; who
 /// wants to know whether a row could be seen asks the list. What comes into sight is shown at once,
 /// and the rows near to it shortly after.
+///
+/// Two things here go by what Qt 5.15.8 does and not by what it promises, since it has no public
+/// way for them: setIndexWidget() does not show a widget that counts as shown (setRowWidget), and a
+/// new widget is polished by an event that can be taken back (postponePolish). Should another Qt do
+/// either differently, WidgetListTest::rowsFarAwayAreStyledWhenTheyComeIntoSight fails.
 class WidgetList : public QListWidget
 {
     Q_OBJECT

@@ -2,6 +2,7 @@
 
 #include "components/ButtonKeys.h"
 #include "components/Buttons.h"
+#include "components/Glyphs.h"
 #include "components/IconFont.h"
 
 #include <QHBoxLayout>
@@ -11,10 +12,6 @@ namespace Kavo::Components {
 
 namespace {
 
-constexpr int MinimizeGlyph = 0xf2d1;
-constexpr int MaximizeGlyph = 0xf2d0;
-constexpr int RestoreGlyph = 0xf2d2;
-constexpr int CloseGlyph = 0xf00d;
 constexpr int ButtonWidth = 32;
 
 // Fixed, see docs/compatibility.md.
@@ -31,9 +28,10 @@ WindowControl::WindowControl(QWidget *parent)
     : StyledWidget(QStringLiteral("WindowControl"), parent)
 {
     auto *minimizeButton =
-        makeButton(QStringLiteral("WindowMinimize"), MinimizeGlyph, tr("Minimize"));
-    m_toggle = makeButton(QStringLiteral("WindowMaximize"), MaximizeGlyph, tr("Maximize"));
-    auto *closeButton = makeButton(QStringLiteral("WindowClose"), CloseGlyph, tr("Close"));
+        makeWindowButton(QStringLiteral("WindowMinimize"), Glyph::MinimizeWindow, tr("Minimize"));
+    m_toggle =
+        makeWindowButton(QStringLiteral("WindowMaximize"), Glyph::MaximizeWindow, tr("Maximize"));
+    auto *closeButton = makeWindowButton(QStringLiteral("WindowClose"), Glyph::Cross, tr("Close"));
     connect(minimizeButton, &QPushButton::clicked, this, &WindowControl::minimize);
     connect(m_toggle, &QPushButton::clicked, this, &WindowControl::toggle);
     connect(closeButton, &QPushButton::clicked, this, &WindowControl::close);
@@ -47,8 +45,8 @@ WindowControl::WindowControl(QWidget *parent)
     layout->addWidget(closeButton);
 }
 
-QPushButton *WindowControl::makeButton(const QString &objectName, int glyph,
-                                       const QString &description)
+QPushButton *WindowControl::makeWindowButton(const QString &objectName, int glyph,
+                                             const QString &description)
 {
     QPushButton *button = makeIconButton(objectName, description, darkIcon(glyph), this);
     if (!button->icon().isNull())
@@ -59,7 +57,7 @@ QPushButton *WindowControl::makeButton(const QString &objectName, int glyph,
 void WindowControl::toggle()
 {
     maximized = !maximized;
-    setIconAndName(*m_toggle, darkIcon(maximized ? RestoreGlyph : MaximizeGlyph),
+    setIconAndName(*m_toggle, darkIcon(maximized ? Glyph::RestoreWindow : Glyph::MaximizeWindow),
                    maximized ? tr("Restore") : tr("Maximize"));
     if (maximized)
         emit maximize();

@@ -26,7 +26,7 @@ signals:
     void close();
 
 private:
-    QPushButton *makeButton(const QString &objectName, int glyph, const QString &description);
+    QPushButton *makeWindowButton(const QString &objectName, int glyph, const QString &description);
 
     QPushButton *m_toggle;
 };

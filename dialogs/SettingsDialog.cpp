@@ -1,6 +1,7 @@
 #include "dialogs/SettingsDialog.h"
 
 #include "components/Buttons.h"
+#include "components/Glyphs.h"
 #include "components/IconFont.h"
 #include "core/Settings.h"
 #include "dialogs/DiskSettingsWidget.h"
@@ -19,8 +20,6 @@ namespace Kavo::Dialogs {
 
 namespace {
 
-constexpr int OkGlyph = 0xf00c;
-constexpr int CancelGlyph = 0xf00d;
 constexpr int MinimalWidth = 512;
 /// Wide enough for a whole folder path on most machines.
 constexpr int PreferredWidth = 720;
@@ -49,12 +48,13 @@ SettingsDialog::SettingsDialog(const QSharedPointer<Controllers::PackageControll
     auto *buttons = new QHBoxLayout;
     buttons->setSpacing(8);
     buttons->addStretch();
-    QPushButton *ok = addButton(*buttons, QStringLiteral("SettingsOk"), tr("Ok"),
-                                Components::iconFont()->icon(OkGlyph), &SettingsDialog::commit);
+    QPushButton *ok =
+        addButton(*buttons, QStringLiteral("SettingsOk"), tr("Ok"),
+                  Components::iconFont()->icon(Components::Glyph::Check), &SettingsDialog::commit);
     // Return means this one wherever it presses nothing else.
     ok->setDefault(true);
     addButton(*buttons, QStringLiteral("SettingsCancel"), tr("Cancel"),
-              Components::iconFont()->icon(CancelGlyph, Components::darkIconOptions()),
+              Components::iconFont()->icon(Components::Glyph::Cross, Components::darkIconOptions()),
               &SettingsDialog::reject);
 
     auto *layout = new QVBoxLayout(this);

@@ -432,18 +432,6 @@ Fortfahren?</translation>
         <translation>Handbuch</translation>
     </message>
     <message>
-        <source>Download</source>
-        <translation>Herunterladen</translation>
-    </message>
-    <message>
-        <source>Update</source>
-        <translation>Aktualisieren</translation>
-    </message>
-    <message>
-        <source>Installed</source>
-        <translation>Installiert</translation>
-    </message>
-    <message>
         <source>Uninstall</source>
         <translation>Deinstallieren</translation>
     </message>
@@ -473,33 +461,6 @@ Fortfahren?</translation>
     <message>
         <source>Details</source>
         <translation>Details</translation>
-    </message>
-</context>
-<context>
-    <name>Kavo::Ui::PackageErrorBox</name>
-    <message>
-        <source>Install Error</source>
-        <translation>Installationsfehler</translation>
-    </message>
-    <message>
-        <source>Installation failed for package : </source>
-        <translation>Die Installation ist fehlgeschlagen. Betroffenes Paket: </translation>
-    </message>
-    <message>
-        <source>Download Error</source>
-        <translation>Download-Fehler</translation>
-    </message>
-    <message>
-        <source>Downloading failed for package : </source>
-        <translation>Das Herunterladen ist fehlgeschlagen. Betroffenes Paket: </translation>
-    </message>
-    <message>
-        <source>Dependency Error</source>
-        <translation>Abhängigkeitsfehler</translation>
-    </message>
-    <message>
-        <source>Unable to install one or more dependency for package : </source>
-        <translation>Eine oder mehrere Abhängigkeiten konnten nicht installiert werden. Betroffenes Paket: </translation>
     </message>
 </context>
 <context>
@@ -549,50 +510,6 @@ Fortfahren?</translation>
     <message>
         <source>More Detail</source>
         <translation>Mehr Details</translation>
-    </message>
-    <message>
-        <source>Update</source>
-        <translation>Aktualisieren</translation>
-    </message>
-    <message>
-        <source>Installed</source>
-        <translation>Installiert</translation>
-    </message>
-    <message>
-        <source>Preparing</source>
-        <translation>Wird vorbereitet</translation>
-    </message>
-    <message>
-        <source>Downloading</source>
-        <translation>Wird geladen</translation>
-    </message>
-    <message>
-        <source>Installing</source>
-        <translation>Wird installiert</translation>
-    </message>
-    <message>
-        <source>Uninstalling</source>
-        <translation>Wird deinstalliert</translation>
-    </message>
-    <message>
-        <source>Install Error</source>
-        <translation>Installationsfehler</translation>
-    </message>
-    <message>
-        <source>Download Error</source>
-        <translation>Download-Fehler</translation>
-    </message>
-    <message>
-        <source>Dependency Error</source>
-        <translation>Abhängigkeitsfehler</translation>
-    </message>
-    <message>
-        <source>To try again, press Refresh at the top</source>
-        <translation>Für einen neuen Versuch oben „Neu laden“ drücken</translation>
-    </message>
-    <message>
-        <source>Download</source>
-        <translation>Herunterladen</translation>
     </message>
     <message>
         <source>Free</source>
@@ -648,6 +565,65 @@ Fortfahren?</translation>
             <numerusform>noch %n Stunde</numerusform>
             <numerusform>noch %n Stunden</numerusform>
         </translation>
+    </message>
+</context>
+<context>
+    <name>Kavo::Ui::StateLook</name>
+    <message>
+        <source>Download</source>
+        <translation>Herunterladen</translation>
+    </message>
+    <message>
+        <source>Update</source>
+        <translation>Aktualisieren</translation>
+    </message>
+    <message>
+        <source>Preparing</source>
+        <translation>Wird vorbereitet</translation>
+    </message>
+    <message>
+        <source>Downloading</source>
+        <translation>Wird geladen</translation>
+    </message>
+    <message>
+        <source>Installing</source>
+        <translation>Wird installiert</translation>
+    </message>
+    <message>
+        <source>Uninstalling</source>
+        <translation>Wird deinstalliert</translation>
+    </message>
+    <message>
+        <source>Install Error</source>
+        <translation>Installationsfehler</translation>
+    </message>
+    <message>
+        <source>Installation failed for package : </source>
+        <translation>Die Installation ist fehlgeschlagen. Betroffenes Paket: </translation>
+    </message>
+    <message>
+        <source>Download Error</source>
+        <translation>Download-Fehler</translation>
+    </message>
+    <message>
+        <source>Downloading failed for package : </source>
+        <translation>Das Herunterladen ist fehlgeschlagen. Betroffenes Paket: </translation>
+    </message>
+    <message>
+        <source>Dependency Error</source>
+        <translation>Abhängigkeitsfehler</translation>
+    </message>
+    <message>
+        <source>Unable to install one or more dependency for package : </source>
+        <translation>Eine oder mehrere Abhängigkeiten konnten nicht installiert werden. Betroffenes Paket: </translation>
+    </message>
+    <message>
+        <source>Installed</source>
+        <translation>Installiert</translation>
+    </message>
+    <message>
+        <source>To try again, press Refresh at the top</source>
+        <translation>Für einen neuen Versuch oben „Neu laden“ drücken</translation>
     </message>
 </context>
 <context>

@@ -6,6 +6,7 @@
 #include "tests/packages/MakePackage.h"
 #include "tests/support/TestMain.h"
 #include "ui/list/PackageWidget.h"
+#include "ui/package/StateLook.h"
 
 #include <QMessageBox>
 #include <QProcess>
@@ -15,6 +16,7 @@
 
 using namespace Kavo::Testing;
 using Kavo::Models::Package;
+using Kavo::Ui::StateLook;
 
 namespace {
 
@@ -201,7 +203,7 @@ void TranslationTest::programSpeaksGerman()
 {
     QVERIFY(QDir::setCurrent(QStringLiteral(KAVO_TRANSLATION_FOLDER "/..")));
     Kavo::installTranslation(QStringLiteral("de"));
-    QCOMPARE(Kavo::Ui::PackageWidget::tr("Dependency Error"),
+    QCOMPARE(StateLook::of(Package::DEPENDENCY_ERROR, false).text,
              QStringLiteral("Abhängigkeitsfehler"));
     QCOMPARE(QMessageBox::tr("Invalid Folder"), QStringLiteral("Ungültiger Ordner"));
     const Kavo::Components::FileSelector selector(0);

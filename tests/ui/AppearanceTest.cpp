@@ -179,7 +179,7 @@ namespace {
 /// A text of an error box in the language of this run.
 QString boxText(const char *text)
 {
-    return QCoreApplication::translate("Kavo::Ui::PackageErrorBox", text);
+    return QCoreApplication::translate("Kavo::Ui::StateLook", text);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "ui/detail/PackageDetailOldVersionsList.h"
 
+#include "components/Glyphs.h"
 #include "components/IconFont.h"
 #include "packages/PackageController.h"
 #include "ui/detail/PackageDetailOldVersionWidget.h"
@@ -10,13 +11,6 @@ namespace Kavo::Ui {
 using Models::Package;
 using Models::PackagePointer;
 using Models::PackageVersionPointer;
-
-namespace {
-
-constexpr int DownloadGlyph = 0xf0ed;
-constexpr int InstalledGlyph = 0xf00c;
-
-} // namespace
 
 PackageDetailOldVersionsList::PackageDetailOldVersionsList(
     const QSharedPointer<Controllers::PackageController> &controller, QWidget *parent)
@@ -43,7 +37,8 @@ void PackageDetailOldVersionsList::addRow(const QString &version, bool installed
 {
     auto *widget = new PackageDetailOldVersionWidget(version, this);
     widget->setButtonText(installed ? tr("Installed") : tr("Download"));
-    widget->setButtonIcon(Components::iconFont()->icon(installed ? InstalledGlyph : DownloadGlyph,
+    widget->setButtonIcon(Components::iconFont()->icon(installed ? Components::Glyph::Check
+                                                                 : Components::Glyph::Download,
                                                        Components::darkIconOptions()));
     connect(widget, &PackageDetailOldVersionWidget::buttonClicked, this, [this, version] {
         PackageActions(m_controller, m_package, this).installVersion(version);

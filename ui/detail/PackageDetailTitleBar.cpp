@@ -1,6 +1,7 @@
 #include "ui/detail/PackageDetailTitleBar.h"
 
 #include "components/Buttons.h"
+#include "components/Glyphs.h"
 #include "components/IconFont.h"
 #include "components/ObjectNameStyle.h"
 #include "packages/PackageController.h"
@@ -8,6 +9,7 @@
 #include "ui/package/PackageErrorQueue.h"
 #include "ui/package/PackageProcessingWidget.h"
 #include "ui/package/ProgressFollower.h"
+#include "ui/package/StateLook.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -24,18 +26,7 @@ using Models::PackagePointer;
 
 namespace {
 
-constexpr int DownloadGlyph = 0xf0ed;
-constexpr int InstalledGlyph = 0xf00c;
-constexpr int UninstallGlyph = 0xf1f8;
-constexpr int HelpGlyph = 0xf059;
-constexpr int ManualGlyph = 0xf02d;
 constexpr int MinimalTitleWidth = 160;
-
-bool showsIndicator(Package::State state)
-{
-    return state == Package::PREPARING || state == Package::DOWNLOADING ||
-           state == Package::INSTALLING;
-}
 
 } // namespace
 
@@ -46,14 +37,14 @@ PackageDetailTitleBar::PackageDetailTitleBar(
     , m_title(new QLabel(this))
     , m_progress(new QLabel(this))
     , m_indicator(new PackageProcessingWidget(this))
-    , m_action(
-          makeButton(QStringLiteral("Download"), QString(), iconFont()->icon(DownloadGlyph), this))
+    , m_action(makeButton(QStringLiteral("Download"), QString(),
+                          iconFont()->icon(Components::Glyph::Download), this))
     , m_uninstall(makeButton(QStringLiteral("Uninstall"), QString(),
-                             iconFont()->icon(UninstallGlyph), this))
+                             iconFont()->icon(Components::Glyph::Bin), this))
     , m_help(makeButton(QStringLiteral("GetHelp"), QString(),
-                        iconFont()->icon(HelpGlyph, darkIconOptions()), this))
+                        iconFont()->icon(Components::Glyph::QuestionMark, darkIconOptions()), this))
     , m_manual(makeButton(QStringLiteral("Manual"), QString(),
-                          iconFont()->icon(ManualGlyph, darkIconOptions()), this))
+                          iconFont()->icon(Components::Glyph::Book, darkIconOptions()), this))
 {
     m_title->setObjectName(QStringLiteral("DetailTitle"));
     m_title->setTextFormat(Qt::PlainText);
@@ -99,16 +90,17 @@ void PackageDetailTitleBar::setPackage(const PackagePointer &package)
         return;
     connect(package.data(), &Package::stateChanged, m_packageBinding.data(),
             [this](Package::State state) { onStateChanged(state); });
-    refresh(true);
+    showState();
 }
 
-void PackageDetailTitleBar::refresh(bool rebindProgress)
+void PackageDetailTitleBar::showState()
 {
-    if (!m_package)
-        return;
-    refreshIndicator(rebindProgress);
+    const StateLook look = StateLook::of(m_package->state(), m_package->isUpdateAvailable());
+    showIndicator(look);
     m_title->setText(m_package->name());
-    refreshButtons();
+    showAction(look);
+    m_uninstall->setText(tr("Uninstall"));
+    m_uninstall->setVisible(look.isRemovable);
     m_help->setText(tr("Get Help"));
     m_help->setEnabled(!m_package->helpUrl().trimmed().isEmpty());
     m_manual->setText(tr("Manual"));
@@ -130,75 +122,34 @@ PackageActions PackageDetailTitleBar::actions()
 
 void PackageDetailTitleBar::onStateChanged(Package::State state)
 {
-    react(state);
-    refresh(false);
-}
-
-void PackageDetailTitleBar::react(Package::State state)
-{
-    switch (state) {
-    case Package::AVAILABLE:
-    case Package::INSTALLED:
-        break;
-    case Package::PREPARING:
-    case Package::DOWNLOADING:
-    case Package::INSTALLING:
-    case Package::UNINSTALLING:
-        m_indicator->setMode(PackageProcessingWidget::BusyMode);
-        return;
-    case Package::INSTALL_ERROR:
-    case Package::DOWNLOAD_ERROR:
-        // Fixed, see docs/compatibility.md.
-        if (isVisible())
-            PackageErrorQueue::of(*this).report(*m_package, state);
-        break;
-    case Package::DEPENDENCY_ERROR:
-        // Told even to a user who looks at something else: it may have been started elsewhere.
+    // Fixed, see docs/compatibility.md.
+    if (isVisible() || StateLook::of(state, false).isAlwaysTold)
         PackageErrorQueue::of(*this).report(*m_package, state);
-        break;
-    case Package::UNKNOWN:
-        return;
-    }
-    m_indicator->setMode(PackageProcessingWidget::HiddenMode);
+    showState();
 }
 
-void PackageDetailTitleBar::refreshIndicator(bool rebindProgress)
+void PackageDetailTitleBar::showIndicator(const StateLook &look)
 {
-    const Package::State state = m_package->state();
-    const bool busy = showsIndicator(state);
-    m_indicator->setMode(busy ? PackageProcessingWidget::BusyMode
-                              : PackageProcessingWidget::HiddenMode);
-    if (!busy) {
+    m_indicator->setMode(look.hasIndicator ? PackageProcessingWidget::BusyMode
+                                           : PackageProcessingWidget::HiddenMode);
+    if (!look.hasIndicator) {
         m_follower.reset();
         showProgress(QString());
-    } else if (rebindProgress || !m_follower) {
+    } else if (!m_follower) {
         followProgress();
     }
 }
 
-void PackageDetailTitleBar::refreshButtons()
+void PackageDetailTitleBar::showAction(const StateLook &look)
 {
-    const Package::State state = m_package->state();
-    m_action->setEnabled(true);
-    if (state == Package::AVAILABLE) {
-        setAction(tr("Download"), QStringLiteral("Download"), DownloadGlyph);
-    } else if (state == Package::INSTALLED && m_package->isUpdateAvailable()) {
-        setAction(tr("Update"), QStringLiteral("Update"), DownloadGlyph);
-    } else if (state == Package::INSTALLED) {
-        setAction(tr("Installed"), QStringLiteral("Installed"), InstalledGlyph);
-        m_action->setEnabled(false);
+    m_action->setEnabled(look.isEnabled || !look.isOnPage);
+    m_action->setVisible(look.isOnPage);
+    if (look.isOnPage) {
+        m_action->setText(look.text);
+        m_action->setObjectName(look.objectName);
+        m_action->setIcon(iconFont()->icon(look.glyph));
     }
-    m_uninstall->setText(tr("Uninstall"));
-    m_action->setVisible(state == Package::AVAILABLE || state == Package::INSTALLED);
-    m_uninstall->setVisible(state == Package::INSTALLED);
     Components::restyle(*m_action, m_action->objectName());
-}
-
-void PackageDetailTitleBar::setAction(const QString &text, const QString &objectName, int glyph)
-{
-    m_action->setText(text);
-    m_action->setObjectName(objectName);
-    m_action->setIcon(iconFont()->icon(glyph));
 }
 
 void PackageDetailTitleBar::followProgress()

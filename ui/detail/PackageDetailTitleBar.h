@@ -18,6 +18,7 @@ namespace Kavo::Ui {
 class PackageActions;
 class PackageProcessingWidget;
 class ProgressFollower;
+class StateLook;
 
 /// Name of the package shown in detail, what is going on with it, and what can be done to it. It
 /// follows the package that was set last, and no other, also while it is hidden.
@@ -32,19 +33,14 @@ public:
 
     void setPackage(const Models::PackagePointer &package);
 
-    /// Sets texts, visibility and enabled state anew; with `rebindProgress` it also looks for
-    /// the running download.
-    void refresh(bool rebindProgress);
-
 private:
     void connectButtons();
     PackageActions actions();
 
     void onStateChanged(Models::Package::State state);
-    void react(Models::Package::State state);
-    void refreshIndicator(bool rebindProgress);
-    void refreshButtons();
-    void setAction(const QString &text, const QString &objectName, int glyph);
+    void showState();
+    void showIndicator(const StateLook &look);
+    void showAction(const StateLook &look);
     void followProgress();
     void showProgress(const QString &text);
 

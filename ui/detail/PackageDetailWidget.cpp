@@ -2,6 +2,7 @@
 
 #include "components/Buttons.h"
 #include "components/Carousel.h"
+#include "components/Glyphs.h"
 #include "components/IconFont.h"
 #include "packages/PackageController.h"
 #include "packages/model/ChangeLog.h"
@@ -26,8 +27,6 @@ using Controllers::PackageController;
 using Models::PackagePointer;
 
 namespace {
-
-constexpr int BackGlyph = 0xf060;
 
 QLabel *makeTextLabel(const QString &objectName, QWidget *parent)
 {
@@ -106,7 +105,8 @@ void PackageDetailWidget::scrollToTop()
 
 QPushButton *PackageDetailWidget::makeBackButton()
 {
-    const QIcon icon = Components::iconFont()->icon(BackGlyph, Components::darkIconOptions());
+    const QIcon icon =
+        Components::iconFont()->icon(Components::Glyph::ArrowLeft, Components::darkIconOptions());
     QPushButton *button =
         Components::makeButton(QStringLiteral("BackButton"), tr("Back"), icon, this);
     connect(button, &QPushButton::clicked, m_controller.data(), &PackageController::showList);

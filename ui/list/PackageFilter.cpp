@@ -3,6 +3,7 @@
 #include "ui/list/FoldedText.h"
 #include "ui/list/PackageWidget.h"
 #include "ui/package/ForeignText.h"
+#include "ui/package/StateLook.h"
 
 #include <QElapsedTimer>
 #include <QMap>
@@ -47,8 +48,7 @@ public:
         const QPair<int, bool> look(package.state(), package.isUpdateAvailable());
         auto known = m_known.find(look);
         if (known == m_known.end())
-            known =
-                m_known.insert(look, isIn(PackageWidget::actionText(package.state(), look.second)));
+            known = m_known.insert(look, isIn(StateLook::of(package.state(), look.second).text));
         return known.value();
     }
 

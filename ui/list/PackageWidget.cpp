@@ -1,6 +1,7 @@
 #include "ui/list/PackageWidget.h"
 
 #include "components/Buttons.h"
+#include "components/Glyphs.h"
 #include "components/IconFont.h"
 #include "components/ObjectNameStyle.h"
 #include "components/Picture.h"
@@ -15,6 +16,7 @@
 #include "ui/package/PackageActions.h"
 #include "ui/package/PackageErrorQueue.h"
 #include "ui/package/ProgressFollower.h"
+#include "ui/package/StateLook.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -31,12 +33,6 @@ using Models::Package;
 using Models::PackagePointer;
 
 namespace {
-
-constexpr int DownloadGlyph = 0xf0ed;
-constexpr int InstalledGlyph = 0xf00c;
-constexpr int BusyGlyph = 0xf254;
-constexpr int ErrorGlyph = 0xf071;
-constexpr int DetailGlyph = 0xf05a;
 
 constexpr int DescriptionMargin = 150;
 constexpr int ProgressHeight = 16;
@@ -83,11 +79,6 @@ PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller
 }
 
 PackageWidget::~PackageWidget() = default;
-
-QString PackageWidget::actionText(Package::State state, bool updateAvailable)
-{
-    return state == Package::UNKNOWN ? QString() : lookOf(state, updateAvailable).text;
-}
 
 QString PackageWidget::priceText(const Package &package)
 {
@@ -191,13 +182,17 @@ void PackageWidget::buildProgress(QVBoxLayout &column)
 
 void PackageWidget::buildButtons(QHBoxLayout &layout)
 {
-    // Name, text and icon come with the state.
-    m_action = Components::makeButton(QString(), QString(), QIcon(), this);
+    // Text and icon come with the state. With its name from the start, a new button gets its style
+    // when it is shown; to polish it at once would take a fifth of the time in which a card is
+    // made.
+    const StateLook look = StateLook::of(m_package->state(), m_package->isUpdateAvailable());
+    m_action = Components::makeButton(look.objectName, QString(), QIcon(), this);
     m_action->setMaximumWidth(ActionWidth);
     connect(m_action, &QPushButton::clicked, this,
             [this] { PackageActions(m_controller, m_package, this).install(); });
 
-    const QIcon icon = Components::iconFont()->icon(DetailGlyph, Components::darkIconOptions());
+    const QIcon icon =
+        Components::iconFont()->icon(Components::Glyph::Information, Components::darkIconOptions());
     m_detail = Components::makeButton(QStringLiteral("MoreDetail"), tr("More Detail"), icon, this);
     Components::nameAfterSubject(*m_detail, m_package->name());
     connect(m_detail, &QPushButton::clicked, this,
@@ -255,10 +250,10 @@ void PackageWidget::showState(Package::State state)
 {
     if (state == Package::UNKNOWN)
         return;
-    const Look look = lookOf(state, m_package->isUpdateAvailable());
+    const StateLook look = StateLook::of(state, m_package->isUpdateAvailable());
     applyLook(look);
-    followProgress(look.progress);
-    if (state == Package::INSTALLING || state == Package::UNINSTALLING)
+    followProgress(look.hasProgress);
+    if (look.isUnmeasured)
         showUnmeasuredProgress();
     refreshLabels();
 }
@@ -277,60 +272,18 @@ bool PackageWidget::isInShownList() const
     return list ? list->isVisible() : isVisible();
 }
 
-PackageWidget::Look PackageWidget::lookOf(Package::State state, bool updateAvailable)
-{
-    const auto busy = [](const QString &text) {
-        // Fixed, see docs/compatibility.md.
-        return Look{text, QStringLiteral("Busy"), BusyGlyph, false, true, QString()};
-    };
-    const auto failed = [](const QString &text) {
-        return Look{text,       QStringLiteral("Error"),
-                    ErrorGlyph, false,
-                    false,      tr("To try again, press Refresh at the top")};
-    };
-    switch (state) {
-    case Package::AVAILABLE:
-    case Package::UNKNOWN:
-        break;
-    case Package::INSTALLED:
-        if (updateAvailable)
-            return {tr("Update"), QStringLiteral("Update"), DownloadGlyph, true, false, QString()};
-        return {tr("Installed"), QStringLiteral("Installed"), InstalledGlyph, false, false,
-                QString()};
-    case Package::PREPARING:
-        return busy(tr("Preparing"));
-    case Package::DOWNLOADING:
-        return busy(tr("Downloading"));
-    case Package::INSTALLING:
-        return busy(tr("Installing"));
-    case Package::UNINSTALLING:
-        return busy(tr("Uninstalling"));
-    case Package::INSTALL_ERROR:
-        return failed(tr("Install Error"));
-    case Package::DOWNLOAD_ERROR:
-        return failed(tr("Download Error"));
-    case Package::DEPENDENCY_ERROR:
-        return failed(tr("Dependency Error"));
-    }
-    return {tr("Download"), QStringLiteral("Download"), DownloadGlyph, true, false, QString()};
-}
-
-void PackageWidget::applyLook(const Look &look)
+void PackageWidget::applyLook(const StateLook &look)
 {
     setAccessibleDescription(look.text);
     m_action->setText(look.text);
     Components::nameAfterSubject(*m_action, m_package->name());
-    m_action->setEnabled(look.enabled);
+    m_action->setEnabled(look.isEnabled);
     m_action->setIcon(Components::iconFont()->icon(look.glyph));
     m_action->setToolTip(look.hint);
     m_action->setAccessibleDescription(look.hint);
-    m_progress->setVisible(look.progress);
-    // A button that was never polished gets its style when it is shown. To polish it now would take
-    // a fifth of the time in which a card is made.
-    if (m_action->testAttribute(Qt::WA_WState_Polished))
+    m_progress->setVisible(look.hasProgress);
+    if (m_action->objectName() != look.objectName)
         Components::restyle(*m_action, look.objectName);
-    else
-        m_action->setObjectName(look.objectName);
 }
 
 void PackageWidget::refreshLabels()

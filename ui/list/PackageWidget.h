@@ -29,6 +29,7 @@ namespace Kavo::Ui {
 class IconLabel;
 class PriceLabel;
 class ProgressFollower;
+class StateLook;
 
 /// The card of one package in the list. It follows the package's state and progress and fetches its
 /// icon, before those of others while it is shown.
@@ -41,8 +42,6 @@ public:
                   const Models::PackagePointer &package, QWidget *parent = nullptr);
     ~PackageWidget() override;
 
-    /// What the action button of a card says in that state, empty for none of its own.
-    static QString actionText(Models::Package::State state, bool updateAvailable);
     /// What a card says of the price.
     static QString priceText(const Models::Package &package);
 
@@ -59,16 +58,6 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
-    struct Look
-    {
-        QString text;
-        QString objectName;
-        int glyph;
-        bool enabled;
-        bool progress;
-        QString hint; ///< what the user can do about it, where the button does nothing
-    };
-
     void buildIcon(QHBoxLayout &layout);
     void buildTexts(QHBoxLayout &layout);
     QLabel *addLabel(QHBoxLayout &row, const QString &objectName, const QString &text);
@@ -82,8 +71,7 @@ private:
     void onStateChanged(Models::Package::State state);
     void showState(Models::Package::State state);
     bool isInShownList() const;
-    static Look lookOf(Models::Package::State state, bool updateAvailable);
-    void applyLook(const Look &look);
+    void applyLook(const StateLook &look);
     void refreshLabels();
     void setTotalSize(qint64 size);
     void setDownloadedSize(qint64 size);

@@ -2,7 +2,7 @@
 
 #include "packages/model/Package.h"
 
-#include <QCoreApplication>
+#include <QString>
 
 class QWidget;
 
@@ -11,8 +11,6 @@ namespace Kavo::Ui {
 /// The message box that tells of a package's failed work.
 class PackageErrorBox final
 {
-    Q_DECLARE_TR_FUNCTIONS(Kavo::Ui::PackageErrorBox)
-
 public:
     /// Shows the box for an error state and returns when it is closed; the parent may be gone then.
     /// Does nothing for any other state. The reason may be empty.

@@ -1,6 +1,7 @@
 #include "ui/package/PackageErrorQueue.h"
 
 #include "ui/package/PackageErrorBox.h"
+#include "ui/package/StateLook.h"
 
 #include <QApplication>
 #include <QPointer>
@@ -23,6 +24,8 @@ PackageErrorQueue::PackageErrorQueue(QWidget *window) : QObject(window), m_windo
 
 void PackageErrorQueue::report(const Package &package, Package::State state)
 {
+    if (StateLook::of(state, false).failure.isEmpty())
+        return;
     const bool isKnown = state == Package::INSTALL_ERROR;
     const Error error{package.id(), state, package.name(),
                       isKnown ? package.failure().text() : QString()};

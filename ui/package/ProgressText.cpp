@@ -33,23 +33,12 @@ QString shortName(const QString &name)
 
 QString ProgressText::of(const WorkProgress &progress, Package::State state)
 {
-    switch (state) {
-    case Package::PREPARING:
-        return progress.isSilent ? tr("waiting for the server") : QString();
-    case Package::DOWNLOADING:
+    if (state == Package::PREPARING && progress.isSilent)
+        return tr("waiting for the server");
+    if (state == Package::DOWNLOADING)
         return ofDownload(progress);
-    case Package::INSTALLING:
-        return progress.waitsFor.isEmpty() ? QString()
-                                           : tr("waits for %1").arg(shortName(progress.waitsFor));
-    case Package::AVAILABLE:
-    case Package::INSTALLED:
-    case Package::UNINSTALLING:
-    case Package::INSTALL_ERROR:
-    case Package::DOWNLOAD_ERROR:
-    case Package::DEPENDENCY_ERROR:
-    case Package::UNKNOWN:
-        break;
-    }
+    if (state == Package::INSTALLING && !progress.waitsFor.isEmpty())
+        return tr("waits for %1").arg(shortName(progress.waitsFor));
     return QString();
 }
 

@@ -2,6 +2,7 @@
 
 #include "components/ButtonKeys.h"
 #include "components/Buttons.h"
+#include "components/Glyphs.h"
 #include "components/IconFont.h"
 #include "components/Picture.h"
 #include "components/WindowControl.h"
@@ -34,11 +35,6 @@ using Controllers::TopbarController;
 
 namespace {
 
-constexpr int PlaneGlyph = 0xf072;
-constexpr int SearchGlyph = 0xf002;
-constexpr int RefreshGlyph = 0xf021;
-constexpr int SettingsGlyph = 0xf013;
-constexpr int ResetGlyph = 0xf0e2;
 constexpr int MaximalHeight = 75;
 constexpr int LogoHeight = 25;
 /// Besides the space between all buttons.
@@ -202,8 +198,9 @@ void TopBar::addRepositoryLabel(QHBoxLayout &layout)
 
 void TopBar::addLauncher(QHBoxLayout &layout)
 {
-    QPushButton *button = Components::makeButton(QStringLiteral("XPlaneButton"), tr("Run X-Plane"),
-                                                 Components::iconFont()->icon(PlaneGlyph), this);
+    QPushButton *button =
+        Components::makeButton(QStringLiteral("XPlaneButton"), tr("Run X-Plane"),
+                               Components::iconFont()->icon(Components::Glyph::Plane), this);
     connect(button, &QPushButton::clicked, this, &TopBar::runSimulator);
     layout.addWidget(button);
 }
@@ -217,7 +214,7 @@ void TopBar::addSearch(QHBoxLayout &layout)
     connect(m_searchField, &SearchField::returnPressed, this, &TopBar::searchConfirmed);
     connect(m_searchField, &SearchField::cancelled, this, &TopBar::endSearch);
     layout.addWidget(m_searchField);
-    m_searchButton = makeButton(SearchGlyph, tr("Search"));
+    m_searchButton = makeBarButton(Components::Glyph::Search, tr("Search"));
     connect(m_searchButton, &QPushButton::clicked, this, &TopBar::searchConfirmed);
     layout.addWidget(m_searchButton);
     addSearchKeys();
@@ -235,21 +232,21 @@ void TopBar::addSearchKeys()
 
 void TopBar::addButtons(QHBoxLayout &layout)
 {
-    m_refreshButton = makeButton(RefreshGlyph, tr("Refresh"));
+    m_refreshButton = makeBarButton(Components::Glyph::Refresh, tr("Refresh"));
     m_refreshButton->setToolTip(tr("Refresh"));
     connect(m_refreshButton, &QPushButton::clicked, m_controller.data(),
             &TopbarController::refresh);
     Components::giveKeys(*m_refreshButton, {Qt::Key_F5, Qt::CTRL + Qt::Key_R});
     layout.addWidget(m_refreshButton);
 
-    QPushButton *settingsButton = makeButton(SettingsGlyph, tr("Settings"));
+    QPushButton *settingsButton = makeBarButton(Components::Glyph::Gear, tr("Settings"));
     connect(settingsButton, &QPushButton::clicked, this, &TopBar::openSettings);
     Components::giveKeys(*settingsButton, {Qt::CTRL + Qt::Key_Comma});
     layout.addWidget(settingsButton);
 
     // It looks like its neighbours and takes everything away.
     layout.addSpacing(ResetGap);
-    QPushButton *resetButton = makeButton(ResetGlyph, tr("Reset"));
+    QPushButton *resetButton = makeBarButton(Components::Glyph::Undo, tr("Reset"));
     resetButton->setToolTip(tr("Reset"));
     connect(resetButton, &QPushButton::clicked, this, &TopBar::askForReset);
     layout.addWidget(resetButton);
@@ -266,7 +263,7 @@ void TopBar::addWindowControl(QHBoxLayout &layout)
     layout.addWidget(control);
 }
 
-QPushButton *TopBar::makeButton(int glyph, const QString &description)
+QPushButton *TopBar::makeBarButton(int glyph, const QString &description)
 {
     return Components::makeIconButton(QStringLiteral("TopButton"), description,
                                       Components::iconFont()->icon(glyph), this);

@@ -64,7 +64,7 @@ private:
     void addSearchKeys();
     void addButtons(QHBoxLayout &layout);
     void addWindowControl(QHBoxLayout &layout);
-    QPushButton *makeButton(int glyph, const QString &description);
+    QPushButton *makeBarButton(int glyph, const QString &description);
 
     void runSimulator();
     void openSettings();
