@@ -1,6 +1,6 @@
 #pragma once
 
-#include "benchmarks/Engine.h"
+#include "benchmarks/MeasuredEngine.h"
 
 #include <QObject>
 #include <QSet>
@@ -46,7 +46,7 @@ public:
     void empty();
 
     Components::WidgetList &list() const;
-    Engine &engine() { return m_engine; }
+    MeasuredEngine &engine() { return m_engine; }
     QWidget &window() const { return *m_window; }
     /// Whether there are cards to be seen and each of them shows its icon.
     bool showsIconsInSight() const;
@@ -60,7 +60,7 @@ private:
     void noteStart();
     bool isFirstScreenPainted() const;
 
-    Engine m_engine;
+    MeasuredEngine m_engine;
     std::unique_ptr<QTcpServer> m_silence;
     std::unique_ptr<QWidget> m_window;
     QSet<const QObject *> m_painted;

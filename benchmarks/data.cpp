@@ -5,8 +5,8 @@
 //     bench_data catalogue PACKAGES ADDRESS FILE
 
 #include "benchmarks/CatalogueMaker.h"
-#include "benchmarks/Engine.h"
 #include "benchmarks/Measure.h"
+#include "benchmarks/MeasuredEngine.h"
 #include "benchmarks/Random.h"
 
 #include <QCoreApplication>

@@ -5,8 +5,8 @@
 //     bench_dependencies WORK_FOLDER ADDRESS PACKAGES
 
 #include "benchmarks/CatalogueMaker.h"
-#include "benchmarks/Engine.h"
 #include "benchmarks/Measure.h"
+#include "benchmarks/MeasuredEngine.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -20,7 +20,7 @@ int main(int argc, char **argv)
     const QString address = arguments.at(2);
     const int count = arguments.at(3).toInt();
 
-    Benchmarks::Engine engine(arguments.at(1), address);
+    Benchmarks::MeasuredEngine engine(arguments.at(1), address);
     engine.serveCatalogue(Benchmarks::makeCatalogue(count, address));
     engine.refresh();
     QVector<int> installed;

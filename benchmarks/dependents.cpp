@@ -4,8 +4,8 @@
 //
 //     bench_dependents WORK_FOLDER ADDRESS DEPENDENTS PAIRS
 
-#include "benchmarks/Engine.h"
 #include "benchmarks/Measure.h"
+#include "benchmarks/MeasuredEngine.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -54,7 +54,7 @@ QByteArray catalogue(const QVector<int> &needed, const QVector<int> &unrelated)
     return QJsonDocument(array).toJson();
 }
 
-void install(Benchmarks::Engine &engine, const QVector<int> &ids)
+void install(Benchmarks::MeasuredEngine &engine, const QVector<int> &ids)
 {
     for (const int id : ids)
         Benchmarks::makeTree(engine.simulator(folderOf(id)), 1);
@@ -62,7 +62,7 @@ void install(Benchmarks::Engine &engine, const QVector<int> &ids)
     Benchmarks::settleDisk();
 }
 
-void requireRemoved(const Benchmarks::Engine &engine, const QVector<int> &ids)
+void requireRemoved(const Benchmarks::MeasuredEngine &engine, const QVector<int> &ids)
 {
     for (const int id : ids)
         Benchmarks::require(engine.package(id)->state() == Models::Package::AVAILABLE &&
@@ -80,7 +80,7 @@ int main(int argc, char **argv)
     const QVector<int> needed = group(Library, dependents);
     const QVector<int> unrelated = group(Library + needed.size(), dependents);
 
-    Benchmarks::Engine engine(arguments.at(1), arguments.at(2));
+    Benchmarks::MeasuredEngine engine(arguments.at(1), arguments.at(2));
     engine.serveCatalogue(catalogue(needed, unrelated));
     engine.refresh();
     for (int pair = -1; pair < arguments.at(4).toInt(); ++pair) {

@@ -6,9 +6,9 @@
 //
 //     bench_installation WORK_FOLDER ADDRESS ARCHIVE PAIRS listed|alone
 
-#include "benchmarks/Engine.h"
 #include "benchmarks/LoopWatch.h"
 #include "benchmarks/Measure.h"
+#include "benchmarks/MeasuredEngine.h"
 #include "benchmarks/Process.h"
 
 #include <QCoreApplication>
@@ -47,7 +47,7 @@ QByteArray catalogue(const QString &link)
 }
 
 /// From the package's INSTALLING, with which its archive goes to the task, to its INSTALLED.
-qint64 install(Benchmarks::Engine &engine, Benchmarks::LoopWatch *watch)
+qint64 install(Benchmarks::MeasuredEngine &engine, Benchmarks::LoopWatch *watch)
 {
     const Models::PackagePointer package = engine.package(Id);
     QEventLoop loop;
@@ -107,7 +107,7 @@ int main(int argc, char **argv)
     const QString name = QFileInfo(archive).fileName();
     const QString target = arguments.at(1) + QStringLiteral("/unpacked");
 
-    Benchmarks::Engine engine(arguments.at(1), arguments.at(2));
+    Benchmarks::MeasuredEngine engine(arguments.at(1), arguments.at(2));
     engine.serveCatalogue(catalogue(arguments.at(2) + name));
     engine.refresh();
     const auto installOnce = [&](Benchmarks::LoopWatch *watch) {

@@ -6,9 +6,9 @@
 //     bench_refresh WORK_FOLDER ADDRESS PACKAGES PAIRS
 
 #include "benchmarks/CatalogueMaker.h"
-#include "benchmarks/Engine.h"
 #include "benchmarks/LoopWatch.h"
 #include "benchmarks/Measure.h"
+#include "benchmarks/MeasuredEngine.h"
 #include "packages/catalogue/CatalogueParser.h"
 
 #include <QCoreApplication>
@@ -25,7 +25,7 @@ int main(int argc, char **argv)
     const int count = arguments.at(3).toInt();
     const QByteArray bytes = Benchmarks::makeCatalogue(count, address);
 
-    Benchmarks::Engine engine(arguments.at(1), address);
+    Benchmarks::MeasuredEngine engine(arguments.at(1), address);
     engine.serveCatalogue(bytes);
     engine.refresh();
     QVector<int> installed;

@@ -4,8 +4,8 @@
 //     bench_removal WORK_FOLDER ADDRESS FILES PAIRS
 
 #include "benchmarks/CatalogueMaker.h"
-#include "benchmarks/Engine.h"
 #include "benchmarks/Measure.h"
+#include "benchmarks/MeasuredEngine.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -21,7 +21,7 @@ int main(int argc, char **argv)
     const QString address = arguments.at(2);
     const int files = arguments.at(3).toInt();
 
-    Benchmarks::Engine engine(arguments.at(1), address);
+    Benchmarks::MeasuredEngine engine(arguments.at(1), address);
     engine.serveCatalogue(Benchmarks::makeCatalogue(Id, address));
     engine.refresh();
     const Models::PackagePointer package = engine.package(Id);

@@ -11,10 +11,10 @@ namespace Kavo::Benchmarks {
 /// All of package management as the program assembles it, without a window, on an account and a
 /// simulator folder of its own below a work folder. A web server at the address serves the "www"
 /// folder there.
-class Engine final
+class MeasuredEngine final
 {
 public:
-    Engine(const QString &workFolder, const QString &address);
+    MeasuredEngine(const QString &workFolder, const QString &address);
 
     Controllers::PackageController &controller() { return *m_controller; }
     QNetworkAccessManager &network() { return *m_network; }

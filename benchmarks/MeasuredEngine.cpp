@@ -1,4 +1,4 @@
-#include "benchmarks/Engine.h"
+#include "benchmarks/MeasuredEngine.h"
 
 #include "benchmarks/Measure.h"
 #include "benchmarks/Random.h"
@@ -43,7 +43,8 @@ void moveAccount(const QString &home)
 
 } // namespace
 
-Engine::Engine(const QString &workFolder, const QString &address) : m_workFolder(workFolder)
+MeasuredEngine::MeasuredEngine(const QString &workFolder, const QString &address)
+    : m_workFolder(workFolder)
 {
     moveAccount(workFolder + QStringLiteral("/home"));
     QDir(applicationDataDirectory()).removeRecursively();
@@ -68,22 +69,22 @@ Engine::Engine(const QString &workFolder, const QString &address) : m_workFolder
         PackageEnvironment{address, PackageEnvironment::standard().extractor});
 }
 
-QString Engine::simulator(const QString &entry) const
+QString MeasuredEngine::simulator(const QString &entry) const
 {
     return m_workFolder + QStringLiteral("/simulator/") + entry;
 }
 
-QString Engine::cacheFolder() const
+QString MeasuredEngine::cacheFolder() const
 {
     return m_settings->current(Settings::CACHE);
 }
 
-void Engine::serveCatalogue(const QByteArray &bytes)
+void MeasuredEngine::serveCatalogue(const QByteArray &bytes)
 {
     writeFile(m_workFolder + QStringLiteral("/www/packages.json"), bytes);
 }
 
-qint64 Engine::refresh()
+qint64 MeasuredEngine::refresh()
 {
     using Clock = std::chrono::steady_clock;
     QEventLoop loop;
@@ -103,7 +104,7 @@ qint64 Engine::refresh()
     return std::chrono::duration_cast<std::chrono::microseconds>(end - begin).count();
 }
 
-void Engine::markInstalled(const QVector<int> &ids, const QString &version)
+void MeasuredEngine::markInstalled(const QVector<int> &ids, const QString &version)
 {
     const QString connection = QStringLiteral("benchmark");
     {
