@@ -22,11 +22,11 @@ int lastDependency(const InstallationWork &work)
 } // namespace
 
 InstallationQueue::InstallationQueue(const Catalogue &catalogue, const InstallationWorks &works,
-                                     Settings settings, QObject *parent)
+                                     Context context, QObject *parent)
     : QObject(parent)
     , m_catalogue(catalogue)
     , m_works(works)
-    , m_settings(std::move(settings))
+    , m_context(std::move(context))
 {}
 
 InstallationQueue::~InstallationQueue()
@@ -162,7 +162,7 @@ void InstallationQueue::start(const InstallationWorkPointer &work)
 {
     auto task = std::make_shared<InstallationTask>(
         work->package(), work->version(), work->takeArchive(), work->download()->getDigest(),
-        m_settings.folders, m_settings.extractor);
+        m_context.folders, m_context.extractor);
     m_busy = true;
     m_running = work;
     m_permit = std::make_unique<RemovalPermit>();

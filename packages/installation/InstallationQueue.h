@@ -27,14 +27,15 @@ class InstallationQueue final : public QObject
     Q_OBJECT
 
 public:
-    struct Settings
+    /// What every task gets.
+    struct Context
     {
         PackageFolders folders;
         QString extractor;
     };
 
     /// `works` is everything that is on its way, in whatever phase.
-    InstallationQueue(const Catalogue &catalogue, const InstallationWorks &works, Settings settings,
+    InstallationQueue(const Catalogue &catalogue, const InstallationWorks &works, Context context,
                       QObject *parent = nullptr);
     /// Waits for the running task and takes its result.
     ~InstallationQueue() override;
@@ -74,7 +75,7 @@ private:
 
     const Catalogue &m_catalogue;
     const InstallationWorks &m_works;
-    Settings m_settings;
+    Context m_context;
     QList<InstallationWorkPointer> m_pending;
     InstallationWorkPointer m_running;       ///< what the task is working on while busy
     std::unique_ptr<RemovalPermit> m_permit; ///< of the running task

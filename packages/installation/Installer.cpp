@@ -1,9 +1,8 @@
 #include "packages/installation/Installer.h"
 
 #include "downloads/DownloadManager.h"
+#include "packages/installation/PackageOrder.h"
 #include "packages/model/DependencyEntry.h"
-
-#include <QVector>
 
 #include <algorithm>
 #include <utility>
@@ -12,7 +11,7 @@ namespace Kavo::Models {
 
 Installer::Installer(const Catalogue &catalogue, InstalledPackageDatabase &database,
                      const QSharedPointer<Managers::DownloadManager> &downloads,
-                     const InstallationQueue::Settings &settings, Clock clock, QObject *parent)
+                     const InstallationQueue::Context &context, Clock clock, QObject *parent)
     : QObject(parent)
     , m_catalogue(catalogue)
     , m_database(database)
@@ -20,7 +19,7 @@ Installer::Installer(const Catalogue &catalogue, InstalledPackageDatabase &datab
     , m_downloads(downloads)
     , m_claims(QSharedPointer<ArchiveClaims>::create())
     , m_clock(std::move(clock))
-    , m_queue(catalogue, m_works, settings)
+    , m_queue(catalogue, m_works, context)
 {
     connect(&m_queue, &InstallationQueue::taskEnded, this, &Installer::taskEnded);
 }
@@ -105,37 +104,25 @@ bool Installer::mayStart(const Package &package) const
     return !package.isBusy() && !m_works.contains(package.id());
 }
 
-/// Dependencies first, each once: the walk keeps its own stack, because catalogues may chain more
-/// packages than calls can be nested, and passes over what it has met, because they may need each
-/// other.
 void Installer::startWithDependencies(const PackagePointer &package, const QString &version)
 {
-    struct Step
-    {
-        PackagePointer package;
-        PackageVersionPointer version;
-        PackageList dependencies;
+    // Fixed, see docs/compatibility.md.
+    const auto versionOf = [&package, &version](const PackagePointer &wanted) {
+        return wanted == package ? version : QString();
     };
-    const auto stepFor = [this](const PackagePointer &wanted, const QString &text) {
-        return Step{wanted, wanted->findVersion(text), m_dependencies.toInstallWith(*wanted, text)};
-    };
-
-    QSet<int> met{package->id()};
-    QVector<Step> steps{stepFor(package, version)};
-    while (!steps.isEmpty()) {
-        Step &step = steps.last();
-        if (step.dependencies.isEmpty()) {
-            const Step ready = steps.takeLast();
-            start(ready.package, ready.version);
-            continue;
-        }
-        const PackagePointer dependency = step.dependencies.takeFirst();
-        if (met.contains(dependency->id()) || dependency->versions().isEmpty() ||
-            !mayStart(*dependency))
-            continue;
-        met.insert(dependency->id());
-        // Fixed, see docs/compatibility.md.
-        steps.append(stepFor(dependency, QString()));
+    const PackageList order = neighboursFirst(package, [&](const PackagePointer &wanted) {
+        PackageList dependencies = m_dependencies.toInstallWith(*wanted, versionOf(wanted));
+        const auto cannotStart = [this](const PackagePointer &dependency) {
+            return dependency->versions().isEmpty() || !mayStart(*dependency);
+        };
+        dependencies.erase(std::remove_if(dependencies.begin(), dependencies.end(), cannotStart),
+                           dependencies.end());
+        return dependencies;
+    });
+    for (const PackagePointer &wanted : order) {
+        // Whoever heard of the start of one of them may have started another.
+        if (mayStart(*wanted))
+            start(wanted, wanted->findVersion(versionOf(wanted)));
     }
 }
 

@@ -26,7 +26,7 @@ class Installer final : public QObject
 public:
     Installer(const Catalogue &catalogue, InstalledPackageDatabase &database,
               const QSharedPointer<Managers::DownloadManager> &downloads,
-              const InstallationQueue::Settings &settings, Clock clock, QObject *parent = nullptr);
+              const InstallationQueue::Context &context, Clock clock, QObject *parent = nullptr);
     ~Installer() override;
 
     /// Starts a version, and before it whatever it depends on that is missing or too old. Returns

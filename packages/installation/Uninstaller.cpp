@@ -2,10 +2,10 @@
 
 #include "core/Installation.h"
 #include "core/Log.h"
+#include "packages/installation/PackageOrder.h"
 
 #include <QDirIterator>
 #include <QScopedValueRollback>
-#include <QSet>
 
 #include <algorithm>
 #include <utility>
@@ -46,35 +46,11 @@ Uninstaller::Uninstaller(const Catalogue &catalogue, InstalledPackageDatabase &d
     , m_folders(std::move(folders))
 {}
 
-/// Dependents first, each once: as with installations, the walk keeps its own stack and passes
-/// over what it has met.
 PackageList Uninstaller::removalOrder(const PackagePointer &package) const
 {
-    struct Step
-    {
-        PackagePointer package;
-        PackageList dependents;
-    };
-    const auto stepFor = [this](const PackagePointer &wanted) {
-        return Step{wanted, m_dependencies.dependents(*wanted, QString())};
-    };
-
-    PackageList order;
-    QSet<int> met{package->id()};
-    QVector<Step> steps{stepFor(package)};
-    while (!steps.isEmpty()) {
-        Step &step = steps.last();
-        if (step.dependents.isEmpty()) {
-            order.append(steps.takeLast().package);
-            continue;
-        }
-        const PackagePointer dependent = step.dependents.takeFirst();
-        if (met.contains(dependent->id()))
-            continue;
-        met.insert(dependent->id());
-        steps.append(stepFor(dependent));
-    }
-    return order;
+    return neighboursFirst(package, [this](const PackagePointer &wanted) {
+        return m_dependencies.dependents(*wanted, QString());
+    });
 }
 
 Removal Uninstaller::uninstall(const PackageList &packages)
