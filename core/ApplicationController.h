@@ -7,7 +7,7 @@
 namespace Kavo::Controllers {
 
 /// Model of the frameless main window: its geometry in pixels, its display state and the style
-/// sheet. Widgets ask for changes here and follow the signals; nothing here knows a widget.
+/// sheet. Widgets request changes here and follow the signals; the model knows no widget.
 class ApplicationController final : public QObject
 {
     Q_OBJECT
@@ -46,7 +46,7 @@ public:
     /// Loads the style, centres the window on a screen of this size and announces the geometry.
     void setScreenSize(const QSize &size);
 
-    /// Announces the style sheet of the resources; silent when there is none.
+    /// Announces the style sheet from the resources. Does nothing if there is none.
     void loadStyle();
 
 signals:

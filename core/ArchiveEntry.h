@@ -6,7 +6,7 @@
 
 namespace Kavo::Extractors {
 
-/// What one entry of an archive becomes when it is unpacked.
+/// The kind of file that an entry becomes when it is unpacked.
 struct ArchiveEntry
 {
     enum class Kind {
@@ -14,22 +14,22 @@ struct ArchiveEntry
         FOLDER,
         SYMBOLIC_LINK,
         HARD_LINK, ///< another name of an entry before it
-        DEVICE,    ///< or pipe or socket
+        DEVICE,    ///< also a pipe or a socket
     };
 
-    QString path; ///< as the archive has it; empty where the format stores none
+    QString path; ///< as stored in the archive; empty if the format stores none
     Kind kind = Kind::FILE;
-    qint64 size = 0; ///< unpacked, in bytes; 0 where the format does not store it
-    QString target;  ///< of links; empty where the listing does not tell it
+    qint64 size = 0; ///< unpacked size in bytes; 0 if the format does not store it
+    QString target;  ///< target of a link; empty if the listing does not show it
     bool isEncrypted = false;
 };
 
-/// The content of an archive, in its order.
+/// The entries of an archive in their stored order.
 struct ArchiveListing
 {
     QVector<ArchiveEntry> entries;
-    /// Whether the archive is one compressed file without an index. The listing says neither
-    /// whether it is whole nor, mostly, how large the file is.
+    /// Whether the archive is a single compressed file without an index. Its listing does not show
+    /// whether it is complete and usually not how large the file is.
     bool isStream = false;
 };
 

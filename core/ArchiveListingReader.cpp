@@ -6,20 +6,20 @@ namespace {
 
 using Kind = ArchiveEntry::Kind;
 
-/// No line is longer: it holds one path, link target or comment.
+/// The longest line that is accepted; a line holds one path, link target or comment.
 constexpr int LongestLine = 1024 * 1024;
 
-/// More entries than any add-on has; what they need in memory is bounded by it.
+/// The largest number of entries; it limits the memory they need and exceeds that of any add-on.
 constexpr int MostEntries = 4 * 1000 * 1000;
 
-/// Formats that compress one file and have no index.
+/// Formats that compress a single file and have no index.
 bool isStreamFormat(const QByteArray &type)
 {
     static const QSet<QByteArray> formats{"bzip2", "gzip", "lzma", "lzma86", "xz", "Z", "zstd"};
     return formats.contains(type);
 }
 
-/// Whether the word is a mode as `ls` shows it, such as "lrwxrwxrwx".
+/// Whether the word is a file mode in the notation of `ls`, such as "lrwxrwxrwx".
 bool isMode(const QByteArray &word)
 {
     if (word.size() != 10)
@@ -48,8 +48,8 @@ Kind kindOfMode(char type)
     }
 }
 
-/// "D drwxr-xr-x": the attributes of Windows, one letter each, and the mode of Unix; either may be
-/// missing. On Windows "L" is a reparse point, and a link is one.
+/// For example "D drwxr-xr-x": the Windows attributes, one letter each, and the Unix mode. Either
+/// may be missing. The Windows attribute "L" is a reparse point, which counts as a link.
 Kind kindOfAttributes(const QByteArray &attributes)
 {
     Kind kind = Kind::FILE;
@@ -107,7 +107,7 @@ void ArchiveListingReader::readLine(const QByteArray &line)
         m_wantsPassword = true;
         return;
     }
-    // The line may also stand in a comment. An entry that it makes up hides none of the others.
+    // The line may be part of a comment. A made-up entry cannot hide a real one.
     if (line == "----------") {
         endEntry();
         m_isInEntries = true;

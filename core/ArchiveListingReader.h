@@ -9,25 +9,25 @@
 
 namespace Kavo::Extractors {
 
-/// Makes entries of what `7z l -slt` prints, piece by piece as it comes:
+/// Parses the output of `7z l -slt` into entries, piece by piece as it arrives:
 ///
 ///     Type = zip          about the archive
 ///     ----------
 ///     Path = a/b.txt      one property a line, an empty line after each entry
 ///     Size = 5
 ///
-/// Archives come from outside, and a comment in one may be made to look like properties. So a
-/// property that an entry has twice makes the listing unusable: one of the two may be a lie.
-/// A value of its own: callable from any thread.
+/// Archives are not trusted, and a comment in one can be written to look like properties. So a
+/// property that appears twice in an entry makes the listing unusable: one of the two may be
+/// forged. A value class; may be used on any thread.
 class ArchiveListingReader final
 {
 public:
     void read(const QByteArray &bytes);
 
-    /// The listing, once everything was read; nothing when it cannot be trusted.
+    /// The listing after the last byte; nothing if it cannot be trusted.
     std::optional<ArchiveListing> result();
 
-    /// Whether 7-Zip has asked for a password, which it does for encrypted lists.
+    /// Whether 7-Zip asked for a password, which it does for encrypted listings.
     bool wantsPassword() const { return m_wantsPassword; }
 
 private:
@@ -38,8 +38,8 @@ private:
 
     ArchiveListing m_listing;
     ArchiveEntry m_entry;
-    QSet<QByteArray> m_known; ///< properties of the present entry
-    QByteArray m_rest;        ///< the line that has not ended yet
+    QSet<QByteArray> m_known; ///< properties of the current entry
+    QByteArray m_rest;        ///< the line that is not complete yet
     bool m_isInEntries = false;
     bool m_isMalformed = false;
     bool m_wantsPassword = false;

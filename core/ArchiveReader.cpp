@@ -14,10 +14,10 @@ namespace Kavo::Extractors {
 
 namespace {
 
-/// How many links are asked for at a time; a command line has a limit.
+/// The number of links read by one call; the length of a command line is limited.
 constexpr int LinksAtATime = 100;
 
-/// The longest report of a test, in bytes.
+/// The longest accepted output of a test, in bytes.
 constexpr qint64 LongestReport = 1024 * 1024;
 
 bool hasSucceeded(const SevenZipProcess &process)
@@ -25,7 +25,7 @@ bool hasSucceeded(const SevenZipProcess &process)
     return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
-/// What the test of a stream reports as the size of the file in it.
+/// The size of the file that the test of a stream reports.
 qint64 reportedSize(const QByteArray &report)
 {
     static const QRegularExpression line(QStringLiteral("^Size: *([0-9]+)$"),
@@ -63,7 +63,8 @@ ArchiveReader::Outcome ArchiveReader::list()
     return Outcome::UNREADABLE;
 }
 
-/// Reads while the program writes: the list of a large archive is not held twice.
+/// Reads while the program writes, so that the listing of a large archive is not held in memory
+/// twice.
 ArchiveReader::Outcome ArchiveReader::readList(ArchiveListingReader &reader) const
 {
     if (!SevenZipProcess::namesOneFile(m_archive))
@@ -86,7 +87,7 @@ bool ArchiveReader::testStream()
         output({QStringLiteral("t"), m_archive}, LongestReport);
     if (!report)
         return false;
-    // Several formats store no size, and gzip only the last four bytes of it.
+    // Several formats store no size, and gzip stores only its lower 32 bits.
     if (m_listing.entries.size() == 1)
         m_listing.entries.first().size = reportedSize(*report);
     return true;
@@ -135,7 +136,7 @@ bool ArchiveReader::readTargets(const QVector<int> &links)
     return true;
 }
 
-/// What the program writes, nothing when that is more than `longest` bytes or it fails.
+/// Returns the output of the program, or nothing if it fails or writes more than `longest` bytes.
 std::optional<QByteArray> ArchiveReader::output(const QStringList &arguments, qint64 longest) const
 {
     SevenZipProcess process(m_program);

@@ -12,26 +12,26 @@ namespace Kavo::Extractors {
 
 class ArchiveListingReader;
 
-/// Reads what is in an archive, with the 7-Zip command-line program and without unpacking anything
-/// to the disk. Blocks the thread that it is used on; callable from any thread.
+/// Lists the content of an archive with the 7-Zip command-line program, without unpacking it to the
+/// disk. Blocks the calling thread; may be used on any thread.
 class ArchiveReader final
 {
 public:
     enum class Outcome {
         LISTED,
-        UNREADABLE, ///< no archive, or cut
-        ENCRYPTED,  ///< cannot be unpacked without a password
+        UNREADABLE, ///< not an archive, or truncated
+        ENCRYPTED,  ///< needs a password
         NOT_RUN,    ///< 7-Zip could not be started or was killed
     };
 
-    /// `program` is what P7ZipExtractor gets.
+    /// `program` is the same as for P7ZipExtractor.
     ArchiveReader(QString program, const QString &archive);
 
-    /// Reads the list of the archive. The target of each link is known afterwards, and a stream has
-    /// been decompressed once to see that it is whole.
+    /// Lists the archive. Afterwards the target of each link is known, and a stream without an
+    /// index has been decompressed once to check that it is complete.
     Outcome list();
 
-    /// What list() has found; empty unless it returned LISTED.
+    /// The result of list(), empty unless it returned LISTED.
     const ArchiveListing &listing() const { return m_listing; }
 
 private:

@@ -6,11 +6,11 @@
 
 namespace Kavo {
 
-/// Answers the milliseconds since some moment of its own. It never goes back and knows nothing of
-/// the time of day.
+/// Returns milliseconds since an arbitrary moment. It never goes back and is independent of the
+/// time of day.
 using Clock = std::function<qint64()>;
 
-/// The machine's own, which stands still while the machine sleeps.
+/// The machine's monotonic clock, which stops while the machine sleeps.
 Clock steadyClock();
 
 } // namespace Kavo

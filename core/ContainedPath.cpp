@@ -19,13 +19,13 @@ bool liesIn(const QString &path, const QString &root)
            path.startsWith(root.endsWith(QLatin1Char('/')) ? root : root + QLatin1Char('/'));
 }
 
-/// The real place of the nearest folder above a path that exists.
+/// The resolved path of the nearest existing folder above a path.
 QString realParent(const QString &path)
 {
     QString parent = QFileInfo(path).path();
     while (!QFileInfo::exists(parent)) {
         const QString above = QFileInfo(parent).path();
-        // A link to nowhere stands for a folder that could be made anywhere.
+        // A dangling link could lead anywhere once its target is created.
         if (above == parent || QFileInfo(parent).isSymLink())
             return QString();
         parent = above;
@@ -33,7 +33,7 @@ QString realParent(const QString &path)
     return QFileInfo(parent).canonicalFilePath();
 }
 
-/// Where a folder really is, or would be.
+/// The resolved path of a folder, whether it exists or not.
 QString realPlace(const QString &folder)
 {
     const QFileInfo info(QDir::cleanPath(QFileInfo(folder).absoluteFilePath()));
@@ -48,8 +48,9 @@ QString containedPath(const QString &folder, const QString &entry)
 {
     if (folder.isEmpty() || entry.startsWith(QLatin1Char('/')) || entry.contains(QChar::Null))
         return QString();
-    // By hand, because Qt's cleaning and joining know more than two dots: they take a leading colon
-    // for a file inside the program, and drop a byte order mark that may hide a leading slash.
+    // Qt's functions for cleaning and joining paths are not used, because they treat more than dots
+    // specially: a leading colon means a resource, and a byte order mark, which may hide a leading
+    // slash, is dropped.
     QStringList parts;
     for (const QString &part : entry.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
         if (part == QLatin1String("."))

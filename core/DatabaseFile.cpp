@@ -15,7 +15,7 @@ constexpr int PatienceInMilliseconds = 2000;
 
 bool isLocked(const QSqlError &error)
 {
-    // SQLITE_BUSY; the higher bits only tell of which kind.
+    // SQLITE_BUSY; the higher bits only hold details.
     return (error.nativeErrorCode().toInt() & 0xff) == 5;
 }
 
@@ -30,7 +30,7 @@ DatabaseFile::~DatabaseFile()
 {
     if (!m_database.isValid())
         return;
-    // Qt wants the last handle gone before the connection is taken out of its list.
+    // The last handle must be gone before the connection is removed from Qt's list.
     m_database = QSqlDatabase();
     QSqlDatabase::removeDatabase(m_connection);
 }
@@ -57,7 +57,7 @@ bool DatabaseFile::open(const QString &schema)
     return run(create);
 }
 
-/// SQLite opens what has the name of a journal as well, and a pipe keeps it there for ever.
+/// SQLite also opens the file with the journal's name; a pipe there would block it for ever.
 bool DatabaseFile::isOfRegularFiles() const
 {
     for (const char *suffix : {"", "-journal", "-wal", "-shm"}) {
@@ -70,7 +70,7 @@ bool DatabaseFile::isOfRegularFiles() const
     return true;
 }
 
-/// A view or a trigger of another program's may never come to an end. Closes a file with one.
+/// A view or trigger made by another program may run without end. Closes a file that has one.
 bool DatabaseFile::isOfPlainTables()
 {
     QSqlQuery query =
@@ -105,13 +105,13 @@ QSqlQuery DatabaseFile::prepared(const QString &statement) const
 
 bool DatabaseFile::run(QSqlQuery &query) const
 {
-    // A statement that could not be prepared knows the reason; executing it would replace that by
+    // A query that could not be prepared holds the reason; executing it would replace the reason by
     // "No query".
     const bool done = !query.lastError().isValid() && query.exec();
     // Fixed, see docs/compatibility.md.
     if (!done)
         logLine(QStringLiteral("SQL Error: ") + query.lastError().text());
-    // A lock that outlasts one wait would otherwise hold up the window once for every package.
+    // Otherwise a lock that is held longer would block the window again for every package.
     setPatient(done || !isLocked(query.lastError()));
     return done;
 }

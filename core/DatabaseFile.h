@@ -6,20 +6,20 @@
 
 namespace Kavo {
 
-/// One SQLite file in the application data folder, behind a named connection.
+/// One SQLite file in the application data folder, opened under a named connection.
 ///
-/// Failures are logged and end there: a file that cannot be opened leaves isOpen() false, and a
-/// failing statement logs "SQL Error: " with the driver's text. A file that holds views, triggers
-/// or virtual tables is none of ours and is not used: any of them may be without an end. While
-/// another program keeps the file locked only the first statement waits for it, two seconds at
-/// most. Main thread. One object at a time may use a connection name.
+/// Failures are logged and not reported further: if the file cannot be opened, isOpen() is false,
+/// and a failing statement logs "SQL Error: " with the driver's text. A file with views, triggers
+/// or virtual tables was not made by this program and is not used, because any of them may run
+/// without end. If another program holds a lock, only the first statement waits for it, two seconds
+/// at most. Main thread. Only one object at a time may use a connection name.
 class DatabaseFile final
 {
 public:
-    /// More rows than that are read by nobody: far more than any catalogue has packages.
+    /// The largest number of rows that is read; no catalogue has as many packages.
     static constexpr int MostRows = 1000 * 1000;
 
-    /// Opens nothing yet.
+    /// Does not open the file.
     DatabaseFile(const QString &connection, const QString &fileName);
     ~DatabaseFile();
     Q_DISABLE_COPY_MOVE(DatabaseFile)
@@ -32,7 +32,8 @@ public:
     /// Closes the connection and deletes the file, if there is one; open() makes a new one.
     void removeFile();
 
-    /// A query for this connection with the statement prepared; errors show in run().
+    /// Returns a query for this connection with the statement prepared. Errors are reported by
+    /// run().
     QSqlQuery prepared(const QString &statement) const;
     /// Executes a query of prepared() and logs its failure.
     bool run(QSqlQuery &query) const;
@@ -45,7 +46,7 @@ private:
     QString m_connection;
     QString m_fileName;
     QSqlDatabase m_database;
-    mutable bool m_patient = true; ///< whether a statement waits for a lock to go
+    mutable bool m_patient = true; ///< whether the next statement waits for a lock
 };
 
 } // namespace Kavo

@@ -6,7 +6,7 @@ DatabaseTransaction::DatabaseTransaction(const DatabaseFile &file) : m_file(file
 {
     if (!m_file.isOpen())
         return;
-    // Unlike BEGIN it may be nested.
+    // Unlike BEGIN, a savepoint can be nested.
     QSqlQuery begin = m_file.prepared(QStringLiteral("SAVEPOINT together"));
     m_begun = m_file.run(begin);
 }
@@ -16,7 +16,8 @@ DatabaseTransaction::~DatabaseTransaction()
     if (!m_begun)
         return;
     QSqlQuery end = m_file.prepared(QStringLiteral("RELEASE together"));
-    // What cannot be written stays open and would keep everybody else out of the file.
+    // Otherwise a transaction that cannot be written would stay open and lock everybody else out of
+    // the file.
     if (!m_file.run(end))
         m_file.prepared(QStringLiteral("ROLLBACK")).exec();
 }

@@ -4,9 +4,9 @@
 
 namespace Kavo {
 
-/// What is written to a database file while this stands reaches the disk together: after a sudden
-/// end all of it is there or nothing. May be nested; the outermost one counts. A failing statement
-/// does not undo the others. Main thread.
+/// Groups all writes to a database file during its lifetime. After a sudden end either all of them
+/// are on disk or none. May be nested; only the outermost one counts. A failing statement does not
+/// undo the others. Main thread.
 class DatabaseTransaction final
 {
 public:

@@ -4,7 +4,7 @@ namespace Kavo {
 
 void FailedPaths::add(const QString &path)
 {
-    // Rules and packages may name the same place.
+    // Several rules or packages may name the same path.
     if (m_paths.contains(path))
         return;
     if (m_paths.size() < Most)

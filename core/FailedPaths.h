@@ -5,12 +5,12 @@
 
 namespace Kavo {
 
-/// Paths with which something could not be done. A folder on a disk that fails may hold any number
-/// of them: the first are kept, the others are counted.
+/// The paths for which an operation failed. A folder on a failing disk may hold any number of them,
+/// so only the first ones are kept and the rest are counted.
 class FailedPaths final
 {
 public:
-    /// How many are kept.
+    /// The number of paths that are kept.
     static constexpr int Most = 100;
 
     void add(const QString &path);
@@ -18,7 +18,7 @@ public:
 
     bool isEmpty() const { return m_paths.isEmpty(); }
     const QStringList &paths() const { return m_paths; }
-    /// How many more there were.
+    /// The number of further paths.
     int notKept() const { return m_notKept; }
 
 private:

@@ -16,11 +16,11 @@ namespace Kavo {
 
 namespace {
 
-/// How much is copied or compared at a time, in bytes.
+/// The size of the buffer for copying and comparing, in bytes.
 constexpr int BlockSize = 256 * 1024;
 
-/// What we may do with a file ourselves, which is no permission that the file has: root may write
-/// to all of them.
+/// QFile::permissions() adds what the current user may do, which is not part of the file's mode:
+/// for root these bits are always set.
 constexpr QFile::Permissions OwnRights = QFile::ReadUser | QFile::WriteUser | QFile::ExeUser;
 
 bool writeContent(QFile &from, QFile &to)
@@ -31,13 +31,13 @@ bool writeContent(QFile &from, QFile &to)
         if (to.write(block.constData(), length) != length)
             return false;
     }
-    // The original may be deleted as soon as the copy has its name, which must not reach the disk
-    // before the content does. Some file systems cannot be asked for that.
+    // The original may be deleted as soon as the copy has its final name. So the content must reach
+    // the disk before the name. Some file systems do not support this call.
     return length == 0 && (::fsync(to.handle()) == 0 || errno == EINVAL);
 }
 
-/// Brings the names in a folder to the disk. The original may stand on another disk, whose changes
-/// are written in an order of their own.
+/// Flushes the entries of a folder to the disk. The original may be on another disk, whose changes
+/// are written independently.
 void syncFolder(const QString &folder)
 {
     const int descriptor =
@@ -53,13 +53,13 @@ bool writePart(QFile &from, const QString &part)
     QFile to(part);
     if (!to.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return false;
-    // First, so that nobody can read the copy who may not read the original. Some file systems
-    // know no permissions; the content is what counts.
+    // Permissions come first, so that nobody who cannot read the original can read the copy. Some
+    // file systems have no permissions; only the content is required.
     to.setPermissions(from.permissions() & ~OwnRights);
     return writeContent(from, to);
 }
 
-/// Where the copy grows. The same for every attempt at one place.
+/// The path of the unfinished copy. It is the same for every attempt to write one file.
 QString partOf(const QString &place)
 {
     return hiddenBeside(place, QStringLiteral("copy"));

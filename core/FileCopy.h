@@ -4,33 +4,36 @@
 
 namespace Kavo {
 
-/// Copies a file with its permissions to a place that is still free, in a folder that exists.
-/// Returns whether it did; nothing is ever overwritten.
+/// Copies a file with its permissions to a path that does not exist yet, in a folder that does.
+/// Returns whether it succeeded. Never overwrites anything.
 ///
-/// The place is taken at once by the whole file: after a sudden end the copy stands there complete
-/// or not at all. What was written until then lies beside it under a hidden name and is cleared
-/// away by the next attempt. Callable from any thread.
+/// The copy appears under its name in one step: after a sudden end it is there completely or not at
+/// all. Until then the data is in a hidden file beside it, which the next attempt removes. May be
+/// called on any thread.
 bool copyWhole(const QString &from, const QString &to);
 
-/// The same, but a file or link that stands there gives way, at once and only to the whole copy.
+/// Like copyWhole(), but replaces an existing file or link, in one step and only by the complete
+/// copy.
 bool copyOver(const QString &from, const QString &to);
 
-/// Moves a file to a place that is still free, in a folder that exists, if need be to another disk.
-/// Returns whether it did. After a sudden end it stands in one of the places or in both.
+/// Moves a file to a path that does not exist yet, in a folder that does, if necessary to another
+/// disk. Returns whether it succeeded. After a sudden end the file is in the old place, in the new
+/// one, or in both.
 bool moveWhole(const QString &from, const QString &to);
 
-/// Whether two paths lead to one file or folder, by whatever links. False when one of them leads
-/// nowhere.
+/// Whether two paths lead to the same file or folder, directly or by links. False if one of them
+/// does not exist.
 bool isSameFile(const QString &first, const QString &second);
 
-/// Whether two files can be read and are the same, byte for byte.
+/// Whether both files can be read and have the same content.
 bool haveEqualContent(const QString &first, const QString &second);
 
-/// Whether something stands at a place, be it a link to nowhere.
+/// Whether a path exists; a dangling link counts.
 bool isTaken(const QString &place);
 
-/// A hidden name in the folder of `place` for what belongs to it. The same for every call, another
-/// one for another place or purpose, and never too long for a name. A purpose is one short word.
+/// Returns the path of a hidden file in the folder of `place` that belongs to it. Every call with
+/// the same place and purpose returns the same path, and the name is never too long. A purpose is
+/// one short word.
 QString hiddenBeside(const QString &place, const QString &purpose);
 
 } // namespace Kavo

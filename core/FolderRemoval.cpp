@@ -12,7 +12,7 @@ namespace Kavo {
 
 namespace {
 
-// What somebody else has removed is gone as well.
+// An entry that another process has removed counts as deleted.
 
 bool unlinkFolder(int folder, const char *name)
 {
@@ -24,10 +24,10 @@ bool unlinkFile(int folder, const char *name)
     return ::unlinkat(folder, name, 0) == 0 || errno == ENOENT || errno == ENOTDIR;
 }
 
-/// An entry on the way from the folder that is removed. Most removals never need its path.
+/// One level of the walk. The path is only put together for a failure.
 struct Place
 {
-    const Place *parent; ///< null for the first, whose name is a path
+    const Place *parent; ///< null for the first level, whose name is a path
     const char *name;
 
     QByteArray path() const
@@ -45,8 +45,8 @@ bool isFailure(const Place &place, FailedPaths *failed)
     return false;
 }
 
-/// Removes an entry of an open folder. Every name is looked up in that folder alone, not along its
-/// whole path, and a link that takes the place of a folder meanwhile leads nowhere.
+/// Removes an entry of an open folder. Each name is resolved relative to that folder and not by its
+/// whole path, so a folder that is replaced by a link meanwhile leads nowhere.
 bool removeEntry(int folder, const Place &place, unsigned char type, FailedPaths *failed)
 {
     if (type == DT_DIR || type == DT_UNKNOWN) {
@@ -54,7 +54,7 @@ bool removeEntry(int folder, const Place &place, unsigned char type, FailedPaths
             ::openat(folder, place.name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (inner >= 0 && !removeContents(inner, place, failed))
             return false;
-        // One that may not be read can still be removed when it is empty.
+        // A folder without read permission can still be removed if it is empty.
         if (unlinkFolder(folder, place.name))
             return true;
         if (inner >= 0)
@@ -63,7 +63,7 @@ bool removeEntry(int folder, const Place &place, unsigned char type, FailedPaths
     return unlinkFile(folder, place.name) || isFailure(place, failed);
 }
 
-/// Removes what an open folder holds and closes it.
+/// Removes the content of an open folder and closes it.
 bool removeContents(int folder, const Place &place, FailedPaths *failed)
 {
     DIR *const entries = ::fdopendir(folder);

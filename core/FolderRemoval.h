@@ -6,11 +6,11 @@
 
 namespace Kavo {
 
-/// Deletes a folder with everything in it, or a file. Links in it are deleted and never followed,
-/// and so is `path` if it is a link itself. What is gone already counts as deleted. What cannot be
-/// deleted stays, with the folders it stands in, and the rest goes. Adds to `failed` what could not
-/// be deleted by itself, without the folders that stay because of it, and returns whether all is
-/// gone. Callable from any thread.
+/// Deletes a file, or a folder with everything in it. Links are deleted and never followed; that
+/// includes `path` itself. An entry that is already gone counts as deleted. If an entry cannot be
+/// deleted, it stays with the folders around it, and everything else is deleted. Adds the entries
+/// that could not be deleted to `failed`, without the folders around them. Returns whether
+/// everything is gone. May be called on any thread.
 bool removeFolder(const QString &path, FailedPaths *failed = nullptr);
 
 } // namespace Kavo

@@ -9,7 +9,7 @@ qint64 folderSize(const QString &path)
 {
     qint64 size = 0;
     QStringList folders;
-    // An empty path would name the working folder.
+    // An empty path would mean the working folder.
     if (!path.isEmpty())
         folders.append(path);
     while (!folders.isEmpty()) {

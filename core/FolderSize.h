@@ -4,9 +4,9 @@
 
 namespace Kavo {
 
-/// Sum of the sizes of all files in a folder and its subfolders, in bytes, hidden files included.
-/// Links to folders are not followed: they may lead back. What is missing or cannot be read counts
-/// nothing. Blocks.
+/// Returns the sum of the sizes of all files in a folder and its subfolders in bytes, including
+/// hidden files. Links to folders are not followed, since they may form a loop. Files that are
+/// missing or cannot be read count as 0. Blocks.
 qint64 folderSize(const QString &path);
 
 } // namespace Kavo

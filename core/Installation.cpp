@@ -9,10 +9,10 @@ namespace Kavo {
 
 namespace {
 
-/// How often to look whether the tool is still wanted.
+/// How often `isUnwanted` is asked,
 constexpr int LookInterval = 50; ///< in milliseconds
 
-/// Waits for the end of the tool, however long it takes. Returns whether it came by itself.
+/// Waits until the tool ends, without a time limit. Returns whether it ended by itself.
 bool waitForEnd(QProcess &process, const std::function<bool()> &isUnwanted)
 {
     while (!process.waitForFinished(LookInterval)) {
@@ -27,7 +27,7 @@ bool waitForEnd(QProcess &process, const std::function<bool()> &isUnwanted)
     return true;
 }
 
-/// Output of `locate`, or nothing when it did not end with success.
+/// The output of `locate`, empty unless it succeeded.
 QByteArray locateOutput(const std::function<bool()> &isUnwanted)
 {
     QProcess process;
@@ -35,7 +35,7 @@ QByteArray locateOutput(const std::function<bool()> &isUnwanted)
     process.setProgram(QStringLiteral("locate"));
     process.setArguments({simulatorExecutable()});
     process.start(QIODevice::ReadWrite);
-    // Nobody answers a tool that asks: the closed channel makes it go on instead of waiting.
+    // With its input closed, a tool that prompts continues instead of waiting.
     process.closeWriteChannel();
     const bool ended = waitForEnd(process, isUnwanted);
     process.waitForReadyRead(-1);

@@ -4,8 +4,8 @@
 
 namespace Kavo {
 
-/// The codes of the languages that the program speaks, the built-in one first. Catalogues have
-/// their texts under these codes.
+/// The codes of the languages of the program, the built-in one first. Catalogues use the same codes
+/// for their texts.
 QStringList languages();
 
 } // namespace Kavo

@@ -8,7 +8,7 @@ namespace {
 
 bool isShown(uint character)
 {
-    // Neither of these two breaks counts as unprintable.
+    // Qt counts these two line breaks as printable.
     return QChar::isPrint(character) && character != QChar::LineSeparator &&
            character != QChar::ParagraphSeparator;
 }

@@ -4,8 +4,9 @@
 
 namespace Kavo {
 
-/// A path as one line of a plain text. A name of a file may hold anything but a slash: what would
-/// break the line, or turn the order of what follows, is shown as a question mark.
+/// Returns a path as a single line of plain text. A file name may hold any character but a slash;
+/// characters that would break the line or change the reading direction are replaced by question
+/// marks.
 QString oneLine(const QString &path);
 
 } // namespace Kavo

@@ -9,12 +9,12 @@ namespace Kavo::Extractors {
 
 namespace {
 
-/// The exit code Qt reports for a program that cannot be started. A process without any program
-/// would report 0, which must not pass for success.
+/// The exit code that Qt reports for a program that cannot be started. An empty program name would
+/// yield 0, which must not count as success.
 constexpr int NotStarted = 255;
 
-/// Whether 7-Zip would take the names for more than they say: it replaces an asterisk in the
-/// destination by the archive's name.
+/// Whether 7-Zip would expand the names: it replaces an asterisk in the destination by the name of
+/// the archive.
 bool meansMore(const QString &archive, const QString &destination)
 {
     return !SevenZipProcess::namesOneFile(archive) || destination.contains(QLatin1Char('*'));
@@ -37,7 +37,7 @@ P7ZipExtractor::P7ZipExtractor(const QString &program, QObject *parent)
     : QObject(parent)
     , m_process(QSharedPointer<SevenZipProcess>::create(program))
 {
-    // Of a process that was killed the exit code is the number of the signal, which is never 0.
+    // For a process that was killed, the exit code is the number of the signal, which is never 0.
     connect(m_process.data(), qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
             &P7ZipExtractor::announce);
 }
@@ -66,8 +66,8 @@ bool P7ZipExtractor::extract(const QString &archive, const QString &destination)
 
 int P7ZipExtractor::run(const QStringList &arguments)
 {
-    // Without a switch 7-Zip asks before it replaces a file. "Always", given once and for all,
-    // followed by the end of input, keeps it from ever waiting for an answer.
+    // Without a switch 7-Zip prompts before it replaces a file. It reads the answer "Always" once,
+    // and the end of input after it prevents any further wait.
     if (!m_process->begin(arguments, "A\n"))
         return refuse();
     m_process->waitForFinished(-1);

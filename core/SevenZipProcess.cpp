@@ -16,10 +16,11 @@ namespace Kavo::Extractors {
 
 namespace {
 
-/// How a process of ours ends that has lost its owner.
+/// The exit code of a child process whose parent is gone.
 constexpr int Orphaned = 255;
 
-/// While this thread starts a program that must not outlive us, our process id; otherwise 0.
+/// The process id of this program while this thread starts a child that must not outlive it,
+/// otherwise 0.
 thread_local pid_t ownerOfFork = 0;
 
 /// Runs in a new process before anything else does.
@@ -27,18 +28,18 @@ void endWithOwner()
 {
     if (ownerOfFork == 0)
         return;
-    // A program that goes on unpacking after our sudden death would write into the folder that the
-    // next run is already working on.
+    // If this program is killed, a child that keeps unpacking would write into a folder that the
+    // next run already uses.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // An owner that has died before that line sends no signal any more.
+    // If the parent died before the line above, no signal will come any more.
     if (::getppid() != ownerOfFork)
         ::_exit(Orphaned);
 }
 
-/// As long as it lives, what this thread forks ends together with us from its first moment on.
-/// QProcess alone cannot do that: its child waits for a word of the parent before it calls
-/// setupChildProcess(), and would wait for ever, holding all our connections open, if the parent
-/// died in between.
+/// While an object of this class exists, every child that this thread forks ends together with this
+/// program, from the first instruction on. QProcess alone cannot do that: its child waits for a
+/// message of the parent before it calls setupChildProcess(). If the parent died in between, the
+/// child would wait for ever and keep all connections open.
 class OwnedForks final
 {
 public:
@@ -53,9 +54,9 @@ public:
     Q_DISABLE_COPY_MOVE(OwnedForks)
 };
 
-/// Who asks us to end may ask all that belongs to us at once, as a desktop does at the end of its
-/// session. We finish what is begun, and need the program for it. It handles some of these signals
-/// itself, so to ignore them would not do, and shells take back what is blocked.
+/// A desktop that ends its session sends these signals to all processes of a program at once. The
+/// program still finishes the running installation and needs the child for it. The child handles
+/// some of these signals itself, so ignoring them is not enough; shells undo a blocked signal mask.
 void outliveRequestsToEnd()
 {
     sigset_t requests;
@@ -67,8 +68,8 @@ void outliveRequestsToEnd()
     ::sigprocmask(SIG_BLOCK, &requests, nullptr);
 }
 
-/// In the locale of POSIX, which a bare system has, 7-Zip neither shows nor writes other names than
-/// those of ASCII.
+/// In the POSIX locale, which is the default of a minimal system, 7-Zip can neither print nor write
+/// names that are not ASCII.
 QProcessEnvironment unicodeEnvironment()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -114,11 +115,11 @@ bool SevenZipProcess::isPattern(const QString &name)
 
 void SevenZipProcess::setupChildProcess()
 {
-    // In a session of its own the program has no terminal: it cannot ask for a password there
-    // and wait for ever.
+    // In its own session the child has no terminal, so it cannot prompt for a password and wait for
+    // ever.
     ::setsid();
     outliveRequestsToEnd();
-    // Once more, for a system on which Qt does not call fork().
+    // Repeated here for systems on which Qt does not call fork().
     endWithOwner();
 }
 

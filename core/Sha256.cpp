@@ -9,11 +9,11 @@ namespace Kavo {
 
 namespace {
 
-/// How much of a file is read at a time, in bytes.
+/// The size of the read buffer in bytes.
 constexpr int BlockSize = 256 * 1024;
 
-/// OpenSSL would take down its own state at the end of the process, while a worker may still hash
-/// or give back what OpenSSL keeps for each thread. The system takes that memory anyway.
+/// OpenSSL would free its state when the process ends, while a worker thread may still be hashing
+/// or releasing its per-thread data. The system frees that memory anyway.
 bool stayUntilTheEnd()
 {
     return OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr) == 1;

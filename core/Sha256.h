@@ -9,21 +9,23 @@ struct evp_md_ctx_st;
 
 namespace Kavo {
 
-/// Computes the SHA-256 of bytes as they come. OpenSSL uses what the processor has for it, which
-/// makes it three times as fast as QCryptographicHash. Callable from any thread, by one at a time.
+/// Computes the SHA-256 digest of data that arrives in pieces. OpenSSL uses the processor's
+/// instructions for it, which makes it three times as fast as QCryptographicHash. May be used on
+/// any thread, but by one at a time.
 class Sha256 final
 {
 public:
-    /// Of every digest, in bytes.
+    /// The size of a digest in bytes.
     static constexpr int Length = 32;
 
     Sha256();
 
     void add(const char *bytes, qint64 count);
-    /// The digest, empty when OpenSSL has failed. To be called once, at the end.
+    /// Returns the digest, empty if OpenSSL failed. To be called once, after the last byte.
     QByteArray result();
 
-    /// The digest of a whole file, empty when it cannot be read to its end or is a special one.
+    /// Returns the digest of a file, empty if the file is a special one or cannot be read
+    /// completely.
     static QByteArray ofFile(const QString &path);
 
 private:
