@@ -13,7 +13,6 @@
         const Kavo::Testing::ScratchProfile profile;                                               \
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);                               \
         QApplication application(argc, argv);                                                      \
-        QTEST_SET_MAIN_SOURCE_PATH                                                                 \
         TestClass test;                                                                            \
         return QTest::qExec(&test, argc, argv);                                                    \
     }
