@@ -26,12 +26,9 @@ KAVO_RUN_PACKAGES=(
 # dbus-x11 is the bus of a session without a service; for want of one, what at-spi2-core needs would
 # bring another, and systemd with it. libsm-dev makes the session of a desktop that a test ends.
 KAVO_TEST_PACKAGES=(
-    clang-format desktop-file-utils appstream shellcheck
+    clang-format clang-tidy desktop-file-utils appstream shellcheck git python3
     at-spi2-core python3-pyatspi python3-jsonschema dbus-x11 dbus-daemon x11-utils libsm-dev
 )
-
-# To check the sources, besides those to build.
-KAVO_LINT_PACKAGES=(clang-format clang-tidy shellcheck git)
 
 # To fuzz; the run-time library is of the compiler's version.
 KAVO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
