@@ -1,13 +1,15 @@
 # kavo_test(name SOURCES ... [LINKS ...] [LABELS ...]): one Qt Test executable that is also one test
 # of ctest.
 #
-# The label of a test is the name of its folder; the folders that need no window but the odd message
-# box also carry "engine", so that `ctest -L engine` leaves the window tests out. Tests draw
-# off-screen; KAVO_TEST_PLATFORM=xcb brings them to the display.
+# The label of a test is the name of its folder; those of the folders that need no window but the odd
+# message box also carry "engine": scripts/test runs them under sanitizers, and all others in a plain build.
+# Of the engine's tests, "long" ones run in the plain build alone, and those that are made larger where
+# there is no sanitizer run in both and carry "everywhere"; neither are "engine". Tests draw off-screen;
+# KAVO_TEST_PLATFORM=xcb brings them to the display.
 set(KAVO_TEST_PLATFORM "offscreen" CACHE STRING "Qt platform that the tests run on")
 set(KAVO_ENGINE_TEST_FOLDERS core downloads packages tools probe integration support)
 
-# Everything that `ctest -L engine` runs, and of it what `ctest -L threads` runs.
+# Everything that `ctest -L "engine|everywhere"` runs, and of it what `ctest -L threads` runs.
 add_custom_target(engine_tests)
 add_custom_target(thread_tests)
 
@@ -29,6 +31,35 @@ if(KAVO_SANITIZERS MATCHES "thread" AND EXISTS /proc/sys/vm/mmap_rnd_bits)
   endif()
 endif()
 
+# What every test finds in its environment, but for the locale.
+string(CONCAT KAVO_TEST_ENVIRONMENT
+  "QT_QPA_PLATFORM=${KAVO_TEST_PLATFORM};"
+  "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/leaks.supp:print_suppressions=0;"
+  "TSAN_OPTIONS=${KAVO_TSAN_OPTIONS}")
+
+# kavo_test_labels(variable [LABEL...]): those of a test of the current folder, with these of its own.
+function(kavo_test_labels variable)
+  get_filename_component(folder "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
+  set(labels ${folder} ${ARGN})
+  if(folder IN_LIST KAVO_ENGINE_TEST_FOLDERS AND NOT labels MATCHES "(^|;)(long|everywhere)(;|$)")
+    list(APPEND labels engine)
+  endif()
+  list(REMOVE_DUPLICATES labels)
+  set(${variable} ${labels} PARENT_SCOPE)
+endfunction()
+
+# kavo_test_again(name test [ARGUMENTS ...] ENVIRONMENT ...): a test once more, with other arguments or
+# another environment.
+function(kavo_test_again name test)
+  cmake_parse_arguments(ARG "" "" "ARGUMENTS;ENVIRONMENT" ${ARGN})
+  kavo_test_labels(labels)
+  add_test(NAME ${name} COMMAND ${KAVO_TEST_LAUNCHER} $<TARGET_FILE:${test}> ${ARG_ARGUMENTS})
+  set_tests_properties(${name} PROPERTIES
+    ENVIRONMENT "${KAVO_TEST_ENVIRONMENT};LC_ALL=C.UTF-8;${ARG_ENVIRONMENT}"
+    LABELS "${labels}"
+    TIMEOUT 300)
+endfunction()
+
 function(kavo_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -38,24 +69,17 @@ function(kavo_test name)
   target_link_libraries(${name} PRIVATE kavo_test_support ${ARG_LINKS} kavo_compiler Qt5::Test)
   target_precompile_headers(${name} REUSE_FROM kavo_test_support)
 
-  get_filename_component(folder "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
-  set(labels ${folder} ${ARG_LABELS})
-  if(folder IN_LIST KAVO_ENGINE_TEST_FOLDERS)
-    list(APPEND labels engine)
+  kavo_test_labels(labels ${ARG_LABELS})
+  if("engine" IN_LIST labels OR "everywhere" IN_LIST labels)
     add_dependencies(engine_tests ${name})
   endif()
   if("threads" IN_LIST labels)
     add_dependencies(thread_tests ${name})
   endif()
-  list(REMOVE_DUPLICATES labels)
 
-  string(CONCAT environment
-    "QT_QPA_PLATFORM=${KAVO_TEST_PLATFORM};LC_ALL=C.UTF-8;"
-    "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/leaks.supp:print_suppressions=0;"
-    "TSAN_OPTIONS=${KAVO_TSAN_OPTIONS}")
   add_test(NAME ${name} COMMAND ${KAVO_TEST_LAUNCHER} $<TARGET_FILE:${name}>)
   set_tests_properties(${name} PROPERTIES
-    ENVIRONMENT "${environment}"
+    ENVIRONMENT "${KAVO_TEST_ENVIRONMENT};LC_ALL=C.UTF-8"
     LABELS "${labels}"
-    TIMEOUT 120)
+    TIMEOUT 300)
 endfunction()
