@@ -9,6 +9,8 @@ source "$KAVO_SOURCE/scripts/lib/account.sh"
 # shellcheck source=scripts/lib/nginx.sh
 source "$KAVO_SOURCE/scripts/lib/nginx.sh"
 
+# shellcheck disable=SC2034
+readonly KAVO_TEST_BUILD_COST="3 GB of disk and, with all tests, some 25 minutes"
 first_build=
 
 # missing_packages NAME...: those that are not installed, one a line.

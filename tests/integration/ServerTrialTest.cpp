@@ -4,7 +4,7 @@
 
 using namespace Kavo::Testing;
 
-/// The trials that scripts/check-servers makes of many servers, on the one that is always there.
+/// The trials that scripts/check servers makes of many servers, on the one that is always there.
 class ServerTrialTest final : public QObject
 {
     Q_OBJECT

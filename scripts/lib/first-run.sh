@@ -1,24 +1,8 @@
-#!/usr/bin/env bash
-# usage: scripts/check-first-run                  every Debian package that any script asks for
-#        scripts/check-first-run COMMAND...       this, in the project's folder; scripts/run perhaps
-#        scripts/check-first-run --help
-#
-# Tries the scripts where nobody has installed anything: in a bare Debian 12 below build/first-run/, as
-# an ordinary user with sudo, on a copy of the sources. Fails when the command does, or when it has
-# enabled a service, a timer or a job of cron, or had one started.
-#
-# Needs root or sudo and the network. The bare system stays for the next time, 350 MB in one file.
-set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")/.."
-# shellcheck source=scripts/lib/say.sh
-source scripts/lib/say.sh
-# shellcheck source=scripts/lib/install.sh
-source scripts/lib/install.sh
+# shellcheck shell=bash
+# scripts/check first-run: a command where nobody has installed anything. Sourced, not run.
 
-[[ ${1:-} != -* ]] || offer_help "$1"
-
-readonly WORK="$KAVO_SOURCE/build/first-run"
-readonly BARE="$WORK/debian-12.tar"
+readonly FIRST_RUN="$KAVO_SOURCE/build/first-run"
+readonly BARE="$FIRST_RUN/debian-12.tar"
 readonly ACCOUNT=newcomer
 machine=
 
@@ -38,8 +22,8 @@ make_bare_system() {
     local folder
     folder=$(mktemp --directory /var/tmp/kavo-bare.XXXXXX)
     as_root debootstrap --include=sudo,ca-certificates bookworm "$folder" \
-        http://deb.debian.org/debian >"$WORK/debootstrap.log" 2>&1 ||
-        { as_root rm -rf "$folder"; die "debootstrap has failed, see $WORK/debootstrap.log"; }
+        http://deb.debian.org/debian >"$FIRST_RUN/debootstrap.log" 2>&1 ||
+        { as_root rm -rf "$folder"; die "debootstrap has failed, see $FIRST_RUN/debootstrap.log"; }
     as_root tar -C "$folder" -cf - . >"$BARE.part"
     as_root rm -rf "$folder"
     mv "$BARE.part" "$BARE"
@@ -129,18 +113,21 @@ remove_machine() {
     [[ -z $machine ]] || as_root rm -rf --one-file-system "$machine"
 }
 
-prepare_machine debootstrap
-mkdir -p "$WORK"
-make_bare_system
-make_machine
-list_services >"$WORK/services-before"
-(($#)) || set -- bash -c "$INSTALL_EVERYTHING"
-say "As a newcomer on a bare Debian 12: ${1}${2:+ ...}"
-begin=$SECONDS
-inside "$@" || die "it ended with status $?"
-say "It took $((SECONDS - begin)) seconds; the system has $(as_root du -sh --one-file-system "$machine" | cut -f1)"
-list_services >"$WORK/services-after"
-diff "$WORK/services-before" "$WORK/services-after" || die "these services were not there before"
-asked=$(list_asked)
-[[ -z $asked ]] || die "these were to be started: $asked"
-say "No service was enabled or started"
+# check_first_run [COMMAND...]
+check_first_run() {
+    prepare_machine debootstrap
+    mkdir -p "$FIRST_RUN"
+    make_bare_system
+    make_machine
+    list_services >"$FIRST_RUN/services-before"
+    (($#)) || set -- bash -c "$INSTALL_EVERYTHING"
+    say "As a newcomer on a bare Debian 12: ${1}${2:+ ...}"
+    local asked begin=$SECONDS
+    inside "$@" || die "it ended with status $?"
+    say "It took $((SECONDS - begin)) seconds; the system has $(as_root du -sh --one-file-system "$machine" | cut -f1)"
+    list_services >"$FIRST_RUN/services-after"
+    diff "$FIRST_RUN/services-before" "$FIRST_RUN/services-after" || die "these services were not there before"
+    asked=$(list_asked)
+    [[ -z $asked ]] || die "these were to be started: $asked"
+    say "No service was enabled or started"
+}
