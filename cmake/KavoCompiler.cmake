@@ -12,6 +12,14 @@ target_compile_options(kavo_compiler INTERFACE
   -Werror=switch -Werror=return-type
   $<$<BOOL:${KAVO_WARNINGS_AS_ERRORS}>:-Werror>)
 
+# What is handed on does not tell where it was built: the same sources give the same bytes anywhere.
+# Debuggers of a debug build find the sources by their full paths. For all targets, those of generated
+# sources included.
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  add_compile_options(
+    "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build" "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.")
+endif()
+
 target_compile_definitions(kavo_compiler INTERFACE
   QT_NO_CAST_FROM_ASCII
   QT_NO_CAST_TO_ASCII
