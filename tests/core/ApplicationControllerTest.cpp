@@ -1,6 +1,9 @@
 #include "core/ApplicationController.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
+using namespace Kavo::Testing;
 using Kavo::Controllers::ApplicationController;
 
 class ApplicationControllerTest final : public QObject
@@ -53,27 +56,23 @@ void ApplicationControllerTest::signalsComeInTheirOrder()
     QStringList names;
     for (int index = meta.methodOffset(); index < meta.methodCount(); ++index)
         names.append(QString::fromLatin1(meta.method(index).methodSignature()));
-    QCOMPARE(names,
-             QStringList({QStringLiteral("styleChanged(QString)"),
-                          QStringLiteral("languageChanged()"), QStringLiteral("geometryChanged()"),
-                          QStringLiteral("stateChanged()"), QStringLiteral("exitRequest()")}));
+    QCOMPARE(names, QStringList({"styleChanged(QString)"_s, "languageChanged()"_s,
+                                 "geometryChanged()"_s, "stateChanged()"_s, "exitRequest()"_s}));
 }
 
 void ApplicationControllerTest::screenCentresTheWindow_data()
 {
-    QTest::addColumn<QSize>("screen");
-    QTest::addColumn<QPoint>("position");
-    QTest::newRow("full HD") << QSize(1920, 1080) << QPoint(300, 140);
-    QTest::newRow("same size") << QSize(1320, 800) << QPoint(0, 0);
-    QTest::newRow("smaller") << QSize(1024, 600) << QPoint(-148, -100);
-    QTest::newRow("odd") << QSize(1921, 1081) << QPoint(300, 140);
-    QTest::newRow("odd and smaller") << QSize(1319, 799) << QPoint(-1, -1);
+    Rows<QSize, QPoint>()
+        .row("full HD", QSize(1920, 1080), QPoint(300, 140))
+        .row("same size", QSize(1320, 800), QPoint(0, 0))
+        .row("smaller", QSize(1024, 600), QPoint(-148, -100))
+        .row("odd", QSize(1921, 1081), QPoint(300, 140))
+        .row("odd and smaller", QSize(1319, 799), QPoint(-1, -1));
 }
 
 void ApplicationControllerTest::screenCentresTheWindow()
 {
-    QFETCH(QSize, screen);
-    QFETCH(QPoint, position);
+    const auto [screen, position] = Rows<QSize, QPoint>::current();
     ApplicationController controller;
     QSignalSpy geometry(&controller, &ApplicationController::geometryChanged);
     controller.setScreenSize(screen);
@@ -86,11 +85,11 @@ void ApplicationControllerTest::screenLoadsTheStyleFirst()
     ApplicationController controller;
     QStringList order;
     connect(&controller, &ApplicationController::styleChanged, this,
-            [&order] { order.append(QStringLiteral("style")); });
+            [&order] { order.append("style"_s); });
     connect(&controller, &ApplicationController::geometryChanged, this,
-            [&order] { order.append(QStringLiteral("geometry")); });
+            [&order] { order.append("geometry"_s); });
     controller.setScreenSize(QSize(1920, 1080));
-    QCOMPARE(order, QStringList({QStringLiteral("style"), QStringLiteral("geometry")}));
+    QCOMPARE(order, QStringList({"style"_s, "geometry"_s}));
 }
 
 void ApplicationControllerTest::styleIsReadWhole()
@@ -100,27 +99,23 @@ void ApplicationControllerTest::styleIsReadWhole()
     controller.loadStyle();
     QCOMPARE(style.count(), 1);
     QCOMPARE(style.first().first().toString(),
-             QString::fromUtf8("/* F\u00fcr den Test: \u2708 */\nQLabel { color: red; }\n"));
+             "/* F\u00fcr den Test: \u2708 */\nQLabel { color: red; }\n"_s);
 }
 
 void ApplicationControllerTest::edgesStayOnTheScreen_data()
 {
-    QTest::addColumn<QSize>("screen");
-    QTest::addColumn<QPoint>("asked");
-    QTest::addColumn<QPoint>("position");
     const QSize large(1920, 1080);
-    QTest::newRow("inside") << large << QPoint(10, 20) << QPoint(10, 20);
-    QTest::newRow("negative") << large << QPoint(-1, -500) << QPoint(0, 0);
-    QTest::newRow("far edge") << large << QPoint(600, 280) << QPoint(600, 280);
-    QTest::newRow("beyond") << large << QPoint(601, 5000) << QPoint(600, 280);
-    QTest::newRow("screen too small") << QSize(1024, 600) << QPoint(-5, -5) << QPoint(0, 0);
+    Rows<QSize, QPoint, QPoint>()
+        .row("inside", large, QPoint(10, 20), QPoint(10, 20))
+        .row("negative", large, QPoint(-1, -500), QPoint(0, 0))
+        .row("far edge", large, QPoint(600, 280), QPoint(600, 280))
+        .row("beyond", large, QPoint(601, 5000), QPoint(600, 280))
+        .row("screen too small", QSize(1024, 600), QPoint(-5, -5), QPoint(0, 0));
 }
 
 void ApplicationControllerTest::edgesStayOnTheScreen()
 {
-    QFETCH(QSize, screen);
-    QFETCH(QPoint, asked);
-    QFETCH(QPoint, position);
+    const auto [screen, asked, position] = Rows<QSize, QPoint, QPoint>::current();
     ApplicationController controller;
     controller.setScreenSize(screen);
     controller.move(asked.x(), asked.y());

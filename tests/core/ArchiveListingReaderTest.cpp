@@ -1,6 +1,9 @@
 #include "core/ArchiveListingReader.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
+using namespace Kavo::Testing;
 using namespace Kavo::Extractors;
 using Kind = ArchiveEntry::Kind;
 
@@ -56,10 +59,10 @@ void ArchiveListingReaderTest::entriesAreInTheOrderOfTheArchive()
     const auto listing = read(TwoFiles);
     QVERIFY(listing);
     QCOMPARE(listing->entries.size(), 2);
-    QCOMPARE(listing->entries.at(0).path, QString::fromUtf8("a/b \xc3\xa4.txt"));
+    QCOMPARE(listing->entries.at(0).path, "a/b \xc3\xa4.txt"_s);
     QCOMPARE(listing->entries.at(0).size, 12LL);
     QVERIFY(listing->entries.at(0).kind == Kind::FILE);
-    QCOMPARE(listing->entries.at(1).path, QStringLiteral("c = d"));
+    QCOMPARE(listing->entries.at(1).path, "c = d"_s);
     QCOMPARE(listing->entries.at(1).size, 9000000000LL);
     QVERIFY(!listing->isStream);
 }
@@ -73,16 +76,15 @@ void ArchiveListingReaderTest::piecesMakeTheSameListing()
         const auto listing = reader.result();
         QVERIFY(listing);
         QCOMPARE(listing->entries.size(), 2);
-        QCOMPARE(listing->entries.at(1).path, QStringLiteral("c = d"));
+        QCOMPARE(listing->entries.at(1).path, "c = d"_s);
     }
 }
 
 void ArchiveListingReaderTest::kindIsToldByAttributes_data()
 {
-    QTest::addColumn<QByteArray>("properties");
-    QTest::addColumn<Kind>("kind");
-    const auto row = [](const char *properties, Kind kind) {
-        QTest::newRow(properties) << QByteArray(properties) << kind;
+    Rows<QByteArray, Kind> rows;
+    const auto row = [&rows](const char *properties, Kind kind) {
+        rows.row(properties, properties, kind);
     };
     row("Folder = -\nAttributes = A -rw-r--r--", Kind::FILE);
     row("Folder = -\nAttributes = V 01800000 0rw-------", Kind::FILE);
@@ -105,52 +107,45 @@ void ArchiveListingReaderTest::kindIsToldByAttributes_data()
 
 void ArchiveListingReaderTest::kindIsToldByAttributes()
 {
-    QFETCH(QByteArray, properties);
-    QFETCH(Kind, kind);
+    const auto [properties, kind] = Rows<QByteArray, Kind>::current();
     QVERIFY(only("Path = a\n" + properties + "\n").kind == kind);
     QVERIFY(only(properties + "\nPath = a\n").kind == kind);
 }
 
 void ArchiveListingReaderTest::targetsAreRead_data()
 {
-    QTest::addColumn<QByteArray>("properties");
-    QTest::addColumn<Kind>("kind");
-    QTest::newRow("symbolic") << QByteArray("Mode = lrwxrwxrwx\nSymbolic Link = ../b\n"
-                                            "Hard Link = \n")
-                              << Kind::SYMBOLIC_LINK;
-    QTest::newRow("hard") << QByteArray("Mode = -rw-r--r--\nSymbolic Link = \nHard Link = ../b\n")
-                          << Kind::HARD_LINK;
-    QTest::newRow("older name") << QByteArray("Mode = lrwxrwxrwx\nLink = ../b\n")
-                                << Kind::SYMBOLIC_LINK;
-    QTest::newRow("no mode") << QByteArray("Symbolic Link = ../b\n") << Kind::SYMBOLIC_LINK;
-    QTest::newRow("mode afterwards")
-        << QByteArray("Hard Link = ../b\nMode = -rw-r--r--\n") << Kind::HARD_LINK;
+    Rows<QByteArray, Kind>()
+        .row("symbolic",
+             "Mode = lrwxrwxrwx\nSymbolic Link = ../b\n"
+             "Hard Link = \n",
+             Kind::SYMBOLIC_LINK)
+        .row("hard", "Mode = -rw-r--r--\nSymbolic Link = \nHard Link = ../b\n", Kind::HARD_LINK)
+        .row("older name", "Mode = lrwxrwxrwx\nLink = ../b\n", Kind::SYMBOLIC_LINK)
+        .row("no mode", "Symbolic Link = ../b\n", Kind::SYMBOLIC_LINK)
+        .row("mode afterwards", "Hard Link = ../b\nMode = -rw-r--r--\n", Kind::HARD_LINK);
 }
 
 void ArchiveListingReaderTest::targetsAreRead()
 {
-    QFETCH(QByteArray, properties);
-    QFETCH(Kind, kind);
+    const auto [properties, kind] = Rows<QByteArray, Kind>::current();
     const ArchiveEntry entry = only("Path = a\n" + properties);
     QVERIFY(entry.kind == kind);
-    QCOMPARE(entry.target, QStringLiteral("../b"));
+    QCOMPARE(entry.target, "../b"_s);
 }
 
 void ArchiveListingReaderTest::formatsWithoutAnIndexAreStreams_data()
 {
-    QTest::addColumn<QByteArray>("types");
-    QTest::addColumn<bool>("isStream");
+    Rows<QByteArray, bool> rows;
     for (const char *type : {"bzip2", "gzip", "lzma", "lzma86", "xz", "Z", "zstd"})
-        QTest::newRow(type) << QByteArray(type) << true;
+        rows.row(type, type, true);
     for (const char *type : {"7z", "zip", "tar", "Rar5", "Cpio"})
-        QTest::newRow(type) << QByteArray(type) << false;
-    QTest::newRow("inner archive") << QByteArray("Ar\nType = xz") << true;
+        rows.row(type, type, false);
+    rows.row("inner archive", "Ar\nType = xz", true);
 }
 
 void ArchiveListingReaderTest::formatsWithoutAnIndexAreStreams()
 {
-    QFETCH(QByteArray, types);
-    QFETCH(bool, isStream);
+    const auto [types, isStream] = Rows<QByteArray, bool>::current();
     const auto listing = read("--\nType = " + types + "\n\n----------\nPath = gzip\nSize = 1\n\n");
     QVERIFY(listing);
     QCOMPARE(listing->isStream, isStream);
@@ -196,7 +191,7 @@ void ArchiveListingReaderTest::commentOfTheArchiveHidesNoEntry()
                               "}\n\n----------\nPath = a\nSize = 1\n\n");
     QVERIFY(listing);
     QCOMPARE(listing->entries.size(), 2);
-    QCOMPARE(listing->entries.last().path, QStringLiteral("a"));
+    QCOMPARE(listing->entries.last().path, "a"_s);
 }
 
 void ArchiveListingReaderTest::propertyThatComesTwiceIsNotTrusted()

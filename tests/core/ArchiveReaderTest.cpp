@@ -1,6 +1,8 @@
 #include "core/ArchiveReader.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 
@@ -20,12 +22,12 @@ class ArchiveReaderTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { m_profile.reset(new ScratchProfile); }
+    void cleanup() { m_profile.reset(); }
 
     void filesAndFoldersAreListed_data();
     void filesAndFoldersAreListed();
-    void targetsOfLinksAreKnown_data();
+    void targetsOfLinksAreKnown_data() { filesAndFoldersAreListed_data(); }
     void targetsOfLinksAreKnown();
     void namesOfLinksAreNoPatterns();
     void streamIsReadToItsEnd_data();
@@ -47,17 +49,7 @@ private:
     QScopedPointer<ScratchProfile> m_profile;
 };
 
-const QString Program = QStringLiteral("/usr/bin/7z");
-
-void ArchiveReaderTest::init()
-{
-    m_profile.reset(new ScratchProfile);
-}
-
-void ArchiveReaderTest::cleanup()
-{
-    m_profile.reset();
-}
+const QString Program = "/usr/bin/7z"_s;
 
 ArchiveReader::Outcome ArchiveReaderTest::list(const QString &archive, ArchiveListing *listing)
 {
@@ -70,32 +62,31 @@ ArchiveReader::Outcome ArchiveReaderTest::list(const QString &archive, ArchiveLi
 
 bool ArchiveReaderTest::makeArchiveOfLinks(const QString &archive) const
 {
-    const QString folder = m_profile->folder(QStringLiteral("links"));
-    writeFiles(folder, {{QStringLiteral("a/file.txt"), "x"}, {QStringLiteral("b/"), ""}});
-    QFile::link(QStringLiteral("../../etc"), folder + QStringLiteral("b/out"));
-    QFile::link(QStringLiteral("file.txt"), folder + QStringLiteral("a/in"));
-    QFile::link(QString::fromUtf8("/tmp/\xc3\xa4 b"), folder + QStringLiteral("a/st*r"));
+    const QString folder = m_profile->folder("links"_s);
+    writeFiles(folder, {{"a/file.txt"_s, "x"}, {"b/"_s, ""}});
+    QFile::link("../../etc"_s, folder + "b/out"_s);
+    QFile::link("file.txt"_s, folder + "a/in"_s);
+    QFile::link("/tmp/\xc3\xa4 b"_s, folder + "a/st*r"_s);
     QProcess process;
     process.setWorkingDirectory(folder);
     process.setStandardInputFile(QProcess::nullDevice());
-    process.start(Program, {QStringLiteral("a"), QStringLiteral("-snl"), archive,
-                            QStringLiteral("a"), QStringLiteral("b")});
+    process.start(Program, {"a"_s, "-snl"_s, archive, "a"_s, "b"_s});
     return process.waitForFinished(-1) && process.exitCode() == 0;
 }
 
 void ArchiveReaderTest::filesAndFoldersAreListed_data()
 {
-    QTest::addColumn<QString>("format");
+    Rows<QString> rows;
     for (const char *format : {"7z", "zip", "tar", "wim"})
-        QTest::newRow(format) << QString::fromLatin1(format);
+        rows.row(format, format);
 }
 
 void ArchiveReaderTest::filesAndFoldersAreListed()
 {
-    QFETCH(QString, format);
-    const QString archive = path(QStringLiteral("an archive.") + format);
-    const QString name = QString::fromUtf8("folder/\xc3\x84rger =.txt");
-    QVERIFY(makeArchive(archive, {{name, "content"}, {QStringLiteral("empty/"), ""}}));
+    const auto [format] = Rows<QString>::current();
+    const QString archive = path("an archive."_s + format);
+    const QString name = "folder/\xc3\x84rger =.txt"_s;
+    QVERIFY(makeArchive(archive, {{name, "content"}, {"empty/"_s, ""}}));
     ArchiveListing listing;
     QVERIFY(list(archive, &listing) == Outcome::LISTED);
     QVERIFY(!listing.isStream);
@@ -104,18 +95,13 @@ void ArchiveReaderTest::filesAndFoldersAreListed()
         entries.insert(QDir::cleanPath(entry.path), entry);
     QVERIFY(entries.value(name).kind == Kind::FILE);
     QCOMPARE(entries.value(name).size, 7LL);
-    QVERIFY(entries.value(QStringLiteral("empty")).kind == Kind::FOLDER);
-}
-
-void ArchiveReaderTest::targetsOfLinksAreKnown_data()
-{
-    filesAndFoldersAreListed_data();
+    QVERIFY(entries.value("empty"_s).kind == Kind::FOLDER);
 }
 
 void ArchiveReaderTest::targetsOfLinksAreKnown()
 {
-    QFETCH(QString, format);
-    const QString archive = path(QStringLiteral("links.") + format);
+    const auto [format] = Rows<QString>::current();
+    const QString archive = path("links."_s + format);
     QVERIFY(makeArchiveOfLinks(archive));
     ArchiveListing listing;
     QVERIFY(list(archive, &listing) == Outcome::LISTED);
@@ -125,43 +111,40 @@ void ArchiveReaderTest::targetsOfLinksAreKnown()
             targets.insert(entry.path, entry.target);
     }
     const QMap<QString, QString> expected{
-        {QStringLiteral("a/in"), QStringLiteral("file.txt")},
-        {QStringLiteral("a/st*r"), QString::fromUtf8("/tmp/\xc3\xa4 b")},
-        {QStringLiteral("b/out"), QStringLiteral("../../etc")}};
+        {"a/in"_s, "file.txt"_s}, {"a/st*r"_s, "/tmp/\xc3\xa4 b"_s}, {"b/out"_s, "../../etc"_s}};
     QCOMPARE(targets, expected);
 }
 
 void ArchiveReaderTest::namesOfLinksAreNoPatterns()
 {
-    const QString folder = m_profile->folder(QStringLiteral("links"));
-    QVERIFY(writeFile(folder + QStringLiteral("abc"), "much longer than any target"));
-    QVERIFY(QFile::link(QStringLiteral("abc"), folder + QStringLiteral("a*")));
+    const QString folder = m_profile->folder("links"_s);
+    QVERIFY(writeFile(folder + "abc"_s, "much longer than any target"));
+    QVERIFY(QFile::link("abc"_s, folder + "a*"_s));
     QProcess process;
     process.setWorkingDirectory(folder);
-    process.start(Program, {QStringLiteral("a"), QStringLiteral("-snl"),
-                            path(QStringLiteral("x.zip")), QStringLiteral(".")});
+    process.start(Program, {"a"_s, "-snl"_s, path("x.zip"_s), "."_s});
     QVERIFY(process.waitForFinished(-1));
     ArchiveListing listing;
-    QVERIFY(list(path(QStringLiteral("x.zip")), &listing) == Outcome::LISTED);
+    QVERIFY(list(path("x.zip"_s), &listing) == Outcome::LISTED);
     const auto link =
         std::find_if(listing.entries.cbegin(), listing.entries.cend(),
                      [](const ArchiveEntry &entry) { return entry.kind == Kind::SYMBOLIC_LINK; });
     QVERIFY(link != listing.entries.cend());
-    QCOMPARE(link->target, QStringLiteral("abc"));
+    QCOMPARE(link->target, "abc"_s);
 }
 
 void ArchiveReaderTest::streamIsReadToItsEnd_data()
 {
-    QTest::addColumn<QString>("format");
+    Rows<QString> rows;
     for (const char *format : {"gz", "bz2", "xz"})
-        QTest::newRow(format) << QString::fromLatin1(format);
+        rows.row(format, format);
 }
 
 void ArchiveReaderTest::streamIsReadToItsEnd()
 {
-    QFETCH(QString, format);
+    const auto [format] = Rows<QString>::current();
     const QByteArray whole = compressed(QByteArray(300000, 'x') + "end", format);
-    const QString archive = path(QStringLiteral("stream"));
+    const QString archive = path("stream"_s);
     QVERIFY(writeFile(archive, whole));
     ArchiveListing listing;
     QVERIFY(list(archive, &listing) == Outcome::LISTED);
@@ -175,7 +158,7 @@ void ArchiveReaderTest::streamIsReadToItsEnd()
 
 void ArchiveReaderTest::emptyArchiveIsOne()
 {
-    const QString archive = path(QStringLiteral("empty.zip"));
+    const QString archive = path("empty.zip"_s);
     QVERIFY(writeFile(archive, QByteArray("PK\x05\x06", 4) + QByteArray(18, '\0')));
     ArchiveListing listing;
     QVERIFY(list(archive, &listing) == Outcome::LISTED);
@@ -184,58 +167,54 @@ void ArchiveReaderTest::emptyArchiveIsOne()
 
 void ArchiveReaderTest::passwordShows_data()
 {
-    QTest::addColumn<QString>("format");
-    QTest::addColumn<QStringList>("switches");
-    QTest::newRow("zip") << QStringLiteral("zip") << QStringList();
-    QTest::newRow("7z") << QStringLiteral("7z") << QStringList();
-    QTest::newRow("7z, its list too")
-        << QStringLiteral("7z") << QStringList(QStringLiteral("-mhe=on"));
+    Rows<QString, QStringList>()
+        .row("zip", "zip", {})
+        .row("7z", "7z", {})
+        .row("7z, its list too", "7z", {"-mhe=on"_s});
 }
 
 void ArchiveReaderTest::passwordShows()
 {
-    QFETCH(QString, format);
-    QFETCH(QStringList, switches);
-    QVERIFY(writeFile(path(QStringLiteral("file")), "secret"));
-    const QString archive = path(QStringLiteral("locked.") + format);
-    QCOMPARE(QProcess::execute(Program, QStringList{QStringLiteral("a"), QStringLiteral("-bso0"),
-                                                    QStringLiteral("-ppassword"), archive,
-                                                    path(QStringLiteral("file"))} +
-                                            switches),
+    const auto [format, switches] = Rows<QString, QStringList>::current();
+    QVERIFY(writeFile(path("file"_s), "secret"));
+    const QString archive = path("locked."_s + format);
+    QCOMPARE(QProcess::execute(
+                 Program,
+                 QStringList{"a"_s, "-bso0"_s, "-ppassword"_s, archive, path("file"_s)} + switches),
              0);
     QVERIFY(list(archive) == Outcome::ENCRYPTED);
 }
 
 void ArchiveReaderTest::whatIsNoArchiveIsUnreadable()
 {
-    QVERIFY(writeFile(path(QStringLiteral("page.html")), "<html>Sorry</html>"));
-    QVERIFY(list(path(QStringLiteral("page.html"))) == Outcome::UNREADABLE);
-    QVERIFY(list(path(QStringLiteral("missing.zip"))) == Outcome::UNREADABLE);
-    QVERIFY(list(m_profile->folder(QStringLiteral("folder"))) == Outcome::UNREADABLE);
+    QVERIFY(writeFile(path("page.html"_s), "<html>Sorry</html>"));
+    QVERIFY(list(path("page.html"_s)) == Outcome::UNREADABLE);
+    QVERIFY(list(path("missing.zip"_s)) == Outcome::UNREADABLE);
+    QVERIFY(list(m_profile->folder("folder"_s)) == Outcome::UNREADABLE);
 }
 
 void ArchiveReaderTest::patternIsNoArchive()
 {
-    QVERIFY(makeArchive(path(QStringLiteral("abc.zip")), {{QStringLiteral("a"), "x"}}));
-    QVERIFY(list(path(QStringLiteral("*.zip"))) == Outcome::UNREADABLE);
-    QVERIFY(list(path(QStringLiteral("ab?.zip"))) == Outcome::UNREADABLE);
+    QVERIFY(makeArchive(path("abc.zip"_s), {{"a"_s, "x"}}));
+    QVERIFY(list(path("*.zip"_s)) == Outcome::UNREADABLE);
+    QVERIFY(list(path("ab?.zip"_s)) == Outcome::UNREADABLE);
 }
 
 void ArchiveReaderTest::missingProgramIsNotRun()
 {
-    QVERIFY(makeArchive(path(QStringLiteral("a.zip")), {{QStringLiteral("a"), "x"}}));
-    ArchiveReader missing(QStringLiteral("/no/such/7z"), path(QStringLiteral("a.zip")));
+    QVERIFY(makeArchive(path("a.zip"_s), {{"a"_s, "x"}}));
+    ArchiveReader missing("/no/such/7z"_s, path("a.zip"_s));
     QVERIFY(missing.list() == Outcome::NOT_RUN);
-    const QString program = path(QStringLiteral("7z"));
+    const QString program = path("7z"_s);
     QVERIFY(writeFile(program, "#!/bin/sh\nkill -9 $$\n"));
     QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
-    ArchiveReader killed(program, path(QStringLiteral("a.zip")));
+    ArchiveReader killed(program, path("a.zip"_s));
     QVERIFY(killed.list() == Outcome::NOT_RUN);
 }
 
 void ArchiveReaderTest::nothingIsUnpackedOrLogged()
 {
-    const QString archive = path(QStringLiteral("links.zip"));
+    const QString archive = path("links.zip"_s);
     QVERIFY(makeArchiveOfLinks(archive));
     const auto before = fileTree(m_profile->folder(QString()));
     const LogCapture log;

@@ -1,5 +1,6 @@
 #include "core/DatabaseFile.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"
 
@@ -8,9 +9,9 @@ using namespace Kavo::Testing;
 
 namespace {
 
-const auto Connection = QStringLiteral("TestConnection");
-const auto FileName = QStringLiteral("test.db");
-const auto Schema = QStringLiteral("CREATE TABLE IF NOT EXISTS things (name TEXT UNIQUE)");
+const auto Connection = "TestConnection"_s;
+const auto FileName = "test.db"_s;
+const auto Schema = "CREATE TABLE IF NOT EXISTS things (name TEXT UNIQUE)"_s;
 
 } // namespace
 
@@ -19,8 +20,8 @@ class DatabaseFileTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { m_profile.reset(new ScratchProfile); }
+    void cleanup() { m_profile.reset(); }
 
     void constructionTouchesNothing();
     void openMakesTheFileInTheDataFolder();
@@ -42,26 +43,16 @@ private:
     QScopedPointer<ScratchProfile> m_profile;
 };
 
-void DatabaseFileTest::init()
-{
-    m_profile.reset(new ScratchProfile);
-}
-
-void DatabaseFileTest::cleanup()
-{
-    m_profile.reset();
-}
-
 bool DatabaseFileTest::insert(DatabaseFile &database, const QString &name)
 {
-    QSqlQuery query = database.prepared(QStringLiteral("INSERT INTO things VALUES (:name)"));
-    query.bindValue(QStringLiteral(":name"), name);
+    QSqlQuery query = database.prepared("INSERT INTO things VALUES (:name)"_s);
+    query.bindValue(":name"_s, name);
     return database.run(query);
 }
 
 int DatabaseFileTest::countThings(DatabaseFile &database)
 {
-    QSqlQuery query = database.prepared(QStringLiteral("SELECT count(*) FROM things"));
+    QSqlQuery query = database.prepared("SELECT count(*) FROM things"_s);
     return database.run(query) && query.next() ? query.value(0).toInt() : -1;
 }
 
@@ -89,8 +80,8 @@ void DatabaseFileTest::secondOpenDoesNothing()
     const LogCapture log;
     DatabaseFile database(Connection, FileName);
     database.open(Schema);
-    QVERIFY(insert(database, QStringLiteral("a")));
-    database.open(QStringLiteral("DROP TABLE things"));
+    QVERIFY(insert(database, "a"_s));
+    database.open("DROP TABLE things"_s);
     QCOMPARE(countThings(database), 1);
     QCOMPARE(log.lines(), QStringList());
 }
@@ -100,7 +91,7 @@ void DatabaseFileTest::dataSurvives()
     {
         DatabaseFile database(Connection, FileName);
         database.open(Schema);
-        QVERIFY(insert(database, QStringLiteral("a")));
+        QVERIFY(insert(database, "a"_s));
     }
     DatabaseFile database(Connection, FileName);
     database.open(Schema);
@@ -111,22 +102,22 @@ void DatabaseFileTest::failingStatementIsLogged()
 {
     DatabaseFile database(Connection, FileName);
     database.open(Schema);
-    QVERIFY(insert(database, QStringLiteral("a")));
+    QVERIFY(insert(database, "a"_s));
     const LogCapture log;
-    QVERIFY(!insert(database, QStringLiteral("a")));
+    QVERIFY(!insert(database, "a"_s));
     QCOMPARE(log.lines().size(), 1);
     // Fixed, see docs/compatibility.md.
-    QVERIFY(log.lines().first().startsWith(QStringLiteral("SQL Error: UNIQUE constraint")));
-    QVERIFY(insert(database, QStringLiteral("b")));
+    QVERIFY(log.lines().first().startsWith("SQL Error: UNIQUE constraint"_s));
+    QVERIFY(insert(database, "b"_s));
 }
 
 void DatabaseFileTest::failingSchemaIsLogged()
 {
     const LogCapture log;
     DatabaseFile database(Connection, FileName);
-    database.open(QStringLiteral("CREATE NONSENSE"));
+    database.open("CREATE NONSENSE"_s);
     QVERIFY(database.isOpen());
-    QCOMPARE(log.count(QStringLiteral("SQL Error: ")), 1);
+    QCOMPARE(log.count("SQL Error: "_s), 1);
     QVERIFY(log.lines().last().size() > int(qstrlen("SQL Error: ")));
 }
 
@@ -137,8 +128,8 @@ void DatabaseFileTest::fileThatIsNoDatabaseIsLogged()
     const LogCapture log;
     DatabaseFile database(Connection, FileName);
     database.open(Schema);
-    QCOMPARE(log.count(QStringLiteral("SQL Error: ")), 1);
-    QVERIFY(log.lines().last().contains(QStringLiteral("not a database")));
+    QCOMPARE(log.count("SQL Error: "_s), 1);
+    QVERIFY(log.lines().last().contains("not a database"_s));
     QCOMPARE(readFile(path()), garbage);
 }
 
@@ -150,15 +141,15 @@ void DatabaseFileTest::fileThatCannotBeOpenedIsLogged()
     database.open(Schema);
     QVERIFY(!database.isOpen());
     QCOMPARE(log.lines().size(), 1);
-    QVERIFY(log.lines().first().contains(QStringLiteral("unable to open database file")));
-    QVERIFY(!log.lines().first().startsWith(QStringLiteral("SQL Error: ")));
+    QVERIFY(log.lines().first().contains("unable to open database file"_s));
+    QVERIFY(!log.lines().first().startsWith("SQL Error: "_s));
 }
 
 void DatabaseFileTest::removedFileIsMadeAnew()
 {
     DatabaseFile database(Connection, FileName);
     database.open(Schema);
-    QVERIFY(insert(database, QStringLiteral("a")));
+    QVERIFY(insert(database, "a"_s));
     database.removeFile();
     QVERIFY(!database.isOpen());
     QVERIFY(!QFile::exists(path()));
@@ -184,13 +175,13 @@ void DatabaseFileTest::connectionEndsWithTheObject()
     {
         DatabaseFile database(Connection, FileName);
         database.open(Schema);
-        DatabaseFile other(QStringLiteral("OtherConnection"), QStringLiteral("other.db"));
+        DatabaseFile other("OtherConnection"_s, "other.db"_s);
         other.open(Schema);
-        QVERIFY(insert(other, QStringLiteral("a")));
+        QVERIFY(insert(other, "a"_s));
         QCOMPARE(countThings(database), 0);
     }
     QVERIFY(!QSqlDatabase::contains(Connection));
-    QVERIFY(!QSqlDatabase::contains(QStringLiteral("OtherConnection")));
+    QVERIFY(!QSqlDatabase::contains("OtherConnection"_s));
     // Qt warns when a connection goes while something still holds it.
     QCOMPARE(log.lines(), QStringList());
 }

@@ -1,4 +1,5 @@
 #include "core/DatabaseTransaction.h"
+#include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"
 
@@ -12,7 +13,7 @@ using namespace Kavo::Testing;
 
 namespace {
 
-const auto FileName = QStringLiteral("test.db");
+const auto FileName = "test.db"_s;
 
 } // namespace
 
@@ -42,9 +43,9 @@ private:
 void DatabaseTransactionTest::init()
 {
     m_profile.reset(new ScratchProfile);
-    const auto schema = QStringLiteral("CREATE TABLE IF NOT EXISTS things (name TEXT UNIQUE)");
-    m_file = std::make_unique<DatabaseFile>(QStringLiteral("one"), FileName);
-    m_other = std::make_unique<DatabaseFile>(QStringLiteral("other"), FileName);
+    const auto schema = "CREATE TABLE IF NOT EXISTS things (name TEXT UNIQUE)"_s;
+    m_file = std::make_unique<DatabaseFile>("one"_s, FileName);
+    m_other = std::make_unique<DatabaseFile>("other"_s, FileName);
     QVERIFY(m_file->open(schema));
     QVERIFY(m_other->open(schema));
 }
@@ -58,14 +59,14 @@ void DatabaseTransactionTest::cleanup()
 
 bool DatabaseTransactionTest::insert(const QString &name)
 {
-    QSqlQuery query = m_file->prepared(QStringLiteral("INSERT INTO things VALUES (:name)"));
-    query.bindValue(QStringLiteral(":name"), name);
+    QSqlQuery query = m_file->prepared("INSERT INTO things VALUES (:name)"_s);
+    query.bindValue(":name"_s, name);
     return m_file->run(query);
 }
 
 int DatabaseTransactionTest::countOfOthers()
 {
-    QSqlQuery query = m_other->prepared(QStringLiteral("SELECT count(*) FROM things"));
+    QSqlQuery query = m_other->prepared("SELECT count(*) FROM things"_s);
     return m_other->run(query) && query.next() ? query.value(0).toInt() : -1;
 }
 
@@ -74,8 +75,8 @@ void DatabaseTransactionTest::othersSeeAllAtOnce()
     const LogCapture log;
     {
         const DatabaseTransaction together(*m_file);
-        QVERIFY(insert(QStringLiteral("a")));
-        QVERIFY(insert(QStringLiteral("b")));
+        QVERIFY(insert("a"_s));
+        QVERIFY(insert("b"_s));
         QCOMPARE(countOfOthers(), 0);
     }
     QCOMPARE(countOfOthers(), 2);
@@ -89,7 +90,7 @@ void DatabaseTransactionTest::outermostCounts()
         const DatabaseTransaction together(*m_file);
         {
             const DatabaseTransaction inner(*m_file);
-            QVERIFY(insert(QStringLiteral("a")));
+            QVERIFY(insert("a"_s));
         }
         QCOMPARE(countOfOthers(), 0);
     }
@@ -101,9 +102,9 @@ void DatabaseTransactionTest::failingStatementUndoesNoOther()
 {
     {
         const DatabaseTransaction together(*m_file);
-        QVERIFY(insert(QStringLiteral("a")));
-        QVERIFY(!insert(QStringLiteral("a")));
-        QVERIFY(insert(QStringLiteral("b")));
+        QVERIFY(insert("a"_s));
+        QVERIFY(!insert("a"_s));
+        QVERIFY(insert("b"_s));
     }
     QCOMPARE(countOfOthers(), 2);
 }
@@ -112,20 +113,20 @@ void DatabaseTransactionTest::whatCannotBeWrittenKeepsNobodyOut()
 {
     {
         // Somebody who reads and does not stop keeps it from being written.
-        QSqlQuery reading = m_other->prepared(QStringLiteral("SELECT 1 FROM sqlite_master"));
+        QSqlQuery reading = m_other->prepared("SELECT 1 FROM sqlite_master"_s);
         QVERIFY(m_other->run(reading) && reading.next());
         const LogCapture log;
         {
             const DatabaseTransaction together(*m_file);
-            QVERIFY(insert(QStringLiteral("a")));
+            QVERIFY(insert("a"_s));
         }
-        QCOMPARE(log.count(QStringLiteral("SQL Error: database is locked")), 1);
+        QCOMPARE(log.count("SQL Error: database is locked"_s), 1);
     }
     QCOMPARE(countOfOthers(), 0);
     const LogCapture log;
-    QSqlQuery write = m_other->prepared(QStringLiteral("INSERT INTO things VALUES ('of others')"));
+    QSqlQuery write = m_other->prepared("INSERT INTO things VALUES ('of others')"_s);
     QVERIFY(m_other->run(write));
-    QVERIFY(insert(QStringLiteral("a")));
+    QVERIFY(insert("a"_s));
     QCOMPARE(countOfOthers(), 2);
     QCOMPARE(log.lines(), QStringList());
 }

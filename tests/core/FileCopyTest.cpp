@@ -2,6 +2,8 @@
 #include "tests/core/SyncWitness.h"
 #include "tests/support/Archives.h"
 #include "tests/support/FullDisk.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -50,8 +52,8 @@ private slots:
     void hiddenNamesAreToldApart();
 
 private:
-    QString from() const { return m_folder->filePath(QStringLiteral("from/file.txt")); }
-    QString to() const { return m_folder->filePath(QStringLiteral("to/file.txt")); }
+    QString from() const { return m_folder->filePath("from/file.txt"_s); }
+    QString to() const { return m_folder->filePath("to/file.txt"_s); }
     /// What stands in the folder of the copy, hidden files included.
     QStringList found() const;
     void makeRemains();
@@ -63,12 +65,12 @@ void FileCopyTest::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     QVERIFY(writeFile(from(), QByteArray(700001, 'u')));
-    QVERIFY(QDir().mkpath(m_folder->filePath(QStringLiteral("to"))));
+    QVERIFY(QDir().mkpath(m_folder->filePath("to"_s)));
 }
 
 QStringList FileCopyTest::found() const
 {
-    return fileTree(m_folder->filePath(QStringLiteral("to"))).keys();
+    return fileTree(m_folder->filePath("to"_s)).keys();
 }
 
 /// Dies in the middle of a copy: a child of this process does.
@@ -90,23 +92,23 @@ void FileCopyTest::makeRemains()
 
 void FileCopyTest::copyHasContentAndPermissions_data()
 {
-    QTest::addColumn<uint>("mode");
-    QTest::newRow("usual") << 0644U;
-    QTest::newRow("secret") << 0600U;
-    QTest::newRow("program") << 0755U;
-    QTest::newRow("read-only") << 0444U;
+    Rows<uint>()
+        .row("usual", 0644U)
+        .row("secret", 0600U)
+        .row("program", 0755U)
+        .row("read-only", 0444U);
 }
 
 void FileCopyTest::copyHasContentAndPermissions()
 {
-    QFETCH(uint, mode);
+    const auto [mode] = Rows<uint>::current();
     QCOMPARE(::chmod(QFile::encodeName(from()).constData(), mode), 0);
     QVERIFY(copyWhole(from(), to()));
     QCOMPARE(readFile(to()), readFile(from()));
     struct stat status = {};
     QCOMPARE(::stat(QFile::encodeName(to()).constData(), &status), 0);
     QCOMPARE(static_cast<uint>(status.st_mode & 07777U), mode);
-    QCOMPARE(found(), QStringList{QStringLiteral("file.txt")});
+    QCOMPARE(found(), QStringList{"file.txt"_s});
 }
 
 void FileCopyTest::nothingIsOverwritten()
@@ -114,15 +116,15 @@ void FileCopyTest::nothingIsOverwritten()
     QVERIFY(writeFile(to(), "here before"));
     QVERIFY(!copyWhole(from(), to()));
     QCOMPARE(readFile(to()), QByteArray("here before"));
-    QCOMPARE(found(), QStringList{QStringLiteral("file.txt")});
+    QCOMPARE(found(), QStringList{"file.txt"_s});
 }
 
 void FileCopyTest::linkToNowhereIsNotOverwritten()
 {
-    QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), to()));
+    QVERIFY(QFile::link("/nowhere/at/all"_s, to()));
     QVERIFY(!copyWhole(from(), to()));
     QVERIFY(QFileInfo(to()).isSymLink());
-    QCOMPARE(found(), QStringList{QStringLiteral("file.txt")});
+    QCOMPARE(found(), QStringList{"file.txt"_s});
 }
 
 void FileCopyTest::copyThatCannotBeWrittenLeavesNothing()
@@ -134,20 +136,20 @@ void FileCopyTest::copyThatCannotBeWrittenLeavesNothing()
 
 void FileCopyTest::missingSourceLeavesNothing()
 {
-    QVERIFY(!copyWhole(from() + QStringLiteral(".missing"), to()));
+    QVERIFY(!copyWhole(from() + ".missing"_s, to()));
     QCOMPARE(found(), QStringList());
 }
 
 void FileCopyTest::sourceThatCannotBeReadLeavesNothing()
 {
     // Opens, but has no bytes at its beginning.
-    QVERIFY(!copyWhole(QStringLiteral("/proc/self/mem"), to()));
+    QVERIFY(!copyWhole("/proc/self/mem"_s, to()));
     QCOMPARE(found(), QStringList());
 }
 
 void FileCopyTest::missingFolderFails()
 {
-    QVERIFY(!copyWhole(from(), m_folder->filePath(QStringLiteral("missing/file.txt"))));
+    QVERIFY(!copyWhole(from(), m_folder->filePath("missing/file.txt"_s)));
 }
 
 void FileCopyTest::remainsOfASuddenEndAreClearedAway()
@@ -155,30 +157,30 @@ void FileCopyTest::remainsOfASuddenEndAreClearedAway()
     makeRemains();
     // Half a copy is there, but not under the name of the whole one.
     QCOMPARE(found().size(), 1);
-    QVERIFY(found() != QStringList{QStringLiteral("file.txt")});
+    QVERIFY(found() != QStringList{"file.txt"_s});
     QVERIFY(copyWhole(from(), to()));
     QCOMPARE(readFile(to()), readFile(from()));
-    QCOMPARE(found(), QStringList{QStringLiteral("file.txt")});
+    QCOMPARE(found(), QStringList{"file.txt"_s});
 
     QFile::remove(to());
     makeRemains();
     QVERIFY(writeFile(to(), "somebody's"));
     QVERIFY(!copyWhole(from(), to()));
-    QCOMPARE(found(), QStringList{QStringLiteral("file.txt")});
+    QCOMPARE(found(), QStringList{"file.txt"_s});
 }
 
 void FileCopyTest::longestNameCanBeCopied()
 {
     const QString name(255, QLatin1Char('n'));
-    QVERIFY(copyWhole(from(), m_folder->filePath(QStringLiteral("to/") + name)));
+    QVERIFY(copyWhole(from(), m_folder->filePath("to/"_s + name)));
     QCOMPARE(found(), QStringList{name});
 }
 
 void FileCopyTest::placeOfTheCopyIsNoWayOut()
 {
-    const QString outside = m_folder->filePath(QStringLiteral("outside.txt"));
+    const QString outside = m_folder->filePath("outside.txt"_s);
     QVERIFY(writeFile(outside, "theirs"));
-    QVERIFY(QFile::link(outside, hiddenBeside(to(), QStringLiteral("copy"))));
+    QVERIFY(QFile::link(outside, hiddenBeside(to(), "copy"_s)));
     QVERIFY(copyWhole(from(), to()));
     QCOMPARE(readFile(outside), QByteArray("theirs"));
     QCOMPARE(readFile(to()), readFile(from()));
@@ -189,12 +191,12 @@ void FileCopyTest::fileGivesWayToTheWholeCopy()
     QVERIFY(writeFile(to(), "here before"));
     QVERIFY(copyOver(from(), to()));
     QCOMPARE(readFile(to()), readFile(from()));
-    QCOMPARE(found(), QStringList{QStringLiteral("file.txt")});
+    QCOMPARE(found(), QStringList{"file.txt"_s});
 }
 
 void FileCopyTest::linkGivesWayToTheCopy()
 {
-    const QString outside = m_folder->filePath(QStringLiteral("outside.txt"));
+    const QString outside = m_folder->filePath("outside.txt"_s);
     QVERIFY(writeFile(outside, "theirs"));
     QVERIFY(QFile::link(outside, to()));
     QVERIFY(copyOver(from(), to()));
@@ -204,21 +206,19 @@ void FileCopyTest::linkGivesWayToTheCopy()
 
 void FileCopyTest::fileStaysWhenTheCopyFails_data()
 {
-    QTest::addColumn<bool>("isFull");
-    QTest::newRow("full disk") << true;
-    QTest::newRow("missing source") << false;
+    Rows<bool>().row("full disk", true).row("missing source", false);
 }
 
 void FileCopyTest::fileStaysWhenTheCopyFails()
 {
-    QFETCH(bool, isFull);
+    const auto [isFull] = Rows<bool>::current();
     QVERIFY(writeFile(to(), "here before"));
     {
         const FullDisk disk(300000);
-        QVERIFY(!copyOver(isFull ? from() : from() + QStringLiteral(".missing"), to()));
+        QVERIFY(!copyOver(isFull ? from() : from() + ".missing"_s, to()));
     }
     QCOMPARE(readFile(to()), QByteArray("here before"));
-    QCOMPARE(found(), QStringList{QStringLiteral("file.txt")});
+    QCOMPARE(found(), QStringList{"file.txt"_s});
 }
 
 /// After a failure of the power a name without its content would pass for the user's file, and the
@@ -238,18 +238,18 @@ void FileCopyTest::placesAreTakenByWhateverStandsThere()
     QVERIFY(isTaken(from()));
     QVERIFY(isTaken(m_folder->path()));
     QVERIFY(!isTaken(to()));
-    QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), to()));
+    QVERIFY(QFile::link("/nowhere/at/all"_s, to()));
     QVERIFY(isTaken(to()));
 }
 
 void FileCopyTest::hiddenNamesAreToldApart()
 {
-    const QString name = hiddenBeside(to(), QStringLiteral("copy"));
-    QCOMPARE(hiddenBeside(to(), QStringLiteral("copy")), name);
+    const QString name = hiddenBeside(to(), "copy"_s);
+    QCOMPARE(hiddenBeside(to(), "copy"_s), name);
     QCOMPARE(QFileInfo(name).path(), QFileInfo(to()).path());
     QVERIFY(QFileInfo(name).fileName().startsWith(QLatin1Char('.')));
-    QVERIFY(hiddenBeside(to(), QStringLiteral("settled")) != name);
-    QVERIFY(hiddenBeside(to() + QLatin1Char('2'), QStringLiteral("copy")) != name);
+    QVERIFY(hiddenBeside(to(), "settled"_s) != name);
+    QVERIFY(hiddenBeside(to() + QLatin1Char('2'), "copy"_s) != name);
 }
 
 KAVO_TEST_MAIN(FileCopyTest)

@@ -1,5 +1,7 @@
 #include "core/Installation.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/StandInLocate.h"
 #include "tests/support/TestMain.h"
 
@@ -22,8 +24,8 @@ class InstallationTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { m_profile.reset(new ScratchProfile); }
+    void cleanup() { m_profile.reset(); }
 
     void firstListedExecutableWins();
     void folderWithAnExecutableHoldsASimulator_data();
@@ -47,16 +49,6 @@ private:
     QScopedPointer<ScratchProfile> m_profile;
 };
 
-void InstallationTest::init()
-{
-    m_profile.reset(new ScratchProfile);
-}
-
-void InstallationTest::cleanup()
-{
-    m_profile.reset();
-}
-
 QString InstallationTest::makeSimulator(const QString &name) const
 {
     const QString folder = m_profile->folder(name);
@@ -65,27 +57,25 @@ QString InstallationTest::makeSimulator(const QString &name) const
 
 void InstallationTest::firstListedExecutableWins()
 {
-    const QString first = makeSimulator(QStringLiteral("first"));
-    const QString second = makeSimulator(QStringLiteral("second"));
+    const QString first = makeSimulator("first"_s);
+    const QString second = makeSimulator("second"_s);
     const StandInLocate locate({first + simulatorExecutable(), second + simulatorExecutable()});
     QCOMPARE(locateInstallation(), first);
 }
 
 void InstallationTest::folderWithAnExecutableHoldsASimulator_data()
 {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<bool>("holds");
-    QTest::newRow("Linux") << QStringLiteral("X-Plane-x86_64") << true;
-    QTest::newRow("Windows") << QStringLiteral("X-Plane.exe") << true;
-    QTest::newRow("inFolderBelow") << QStringLiteral("below/X-Plane-x86_64") << false;
-    QTest::newRow("otherName") << QStringLiteral("X-Plane-x86_64.bak") << false;
+    Rows<QString, bool>()
+        .row("Linux", "X-Plane-x86_64", true)
+        .row("Windows", "X-Plane.exe", true)
+        .row("inFolderBelow", "below/X-Plane-x86_64", false)
+        .row("otherName", "X-Plane-x86_64.bak", false);
 }
 
 void InstallationTest::folderWithAnExecutableHoldsASimulator()
 {
-    QFETCH(QString, file);
-    QFETCH(bool, holds);
-    const QString folder = m_profile->folder(QStringLiteral("folder"));
+    const auto [file, holds] = Rows<QString, bool>::current();
+    const QString folder = m_profile->folder("folder"_s);
     QVERIFY(!holdsSimulator(folder));
     QVERIFY(writeFile(folder + file, "x"));
     QCOMPARE(holdsSimulator(folder), holds);
@@ -94,13 +84,13 @@ void InstallationTest::folderWithAnExecutableHoldsASimulator()
 void InstallationTest::noFolderHoldsNoSimulator()
 {
     // An empty path stands for no folder, not for the current one.
-    const QString folder = makeSimulator(QStringLiteral("current"));
+    const QString folder = makeSimulator("current"_s);
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(folder));
     const bool holds = holdsSimulator(QString());
     QVERIFY(QDir::setCurrent(before));
     QVERIFY(!holds);
-    QVERIFY(!holdsSimulator(folder + QStringLiteral("missing/")));
+    QVERIFY(!holdsSimulator(folder + "missing/"_s));
 }
 
 // Fixed, see docs/compatibility.md.
@@ -108,47 +98,43 @@ void InstallationTest::toolIsAskedForTheExecutable()
 {
     const StandInLocate locate({});
     QCOMPARE(locateInstallation(), QString());
-    QCOMPARE(locate.arguments(), QStringList(QStringLiteral("X-Plane-x86_64")));
+    QCOMPARE(locate.arguments(), QStringList("X-Plane-x86_64"_s));
 }
 
 void InstallationTest::linesThatAreNoExecutableAreSkipped()
 {
-    const QString good = makeSimulator(QStringLiteral("good"));
-    const QString folder = m_profile->folder(QStringLiteral("folder/X-Plane-x86_64"));
-    const QString copy =
-        m_profile->folder(QStringLiteral("copy")) + QStringLiteral("X-Plane-x86_64.bak");
-    const QString lower =
-        m_profile->folder(QStringLiteral("lower")) + QStringLiteral("x-plane-X86_64");
+    const QString good = makeSimulator("good"_s);
+    const QString folder = m_profile->folder("folder/X-Plane-x86_64"_s);
+    const QString copy = m_profile->folder("copy"_s) + "X-Plane-x86_64.bak"_s;
+    const QString lower = m_profile->folder("lower"_s) + "x-plane-X86_64"_s;
     QVERIFY(writeFile(copy, "x") && writeFile(lower, "x"));
-    const StandInLocate locate({QStringLiteral("/stale/X-Plane-x86_64"), folder.chopped(1), copy,
-                                lower, QString(), good + simulatorExecutable()});
+    const StandInLocate locate({"/stale/X-Plane-x86_64"_s, folder.chopped(1), copy, lower,
+                                QString(), good + simulatorExecutable()});
     QCOMPARE(locateInstallation(), good);
 }
 
 void InstallationTest::onlyUnusableLinesGiveNothing()
 {
-    const StandInLocate locate({QStringLiteral("/stale/X-Plane-x86_64")});
+    const StandInLocate locate({"/stale/X-Plane-x86_64"_s});
     QCOMPARE(locateInstallation(), QString());
 }
 
 void InstallationTest::namesMayHaveBlanksAndUmlauts()
 {
-    const QString folder = makeSimulator(QString::fromUtf8("Fl\u00fcge \u2708 12"));
+    const QString folder = makeSimulator("Fl\u00fcge \u2708 12"_s);
     const StandInLocate locate({folder + simulatorExecutable()});
     QCOMPARE(locateInstallation(), folder);
 }
 
 void InstallationTest::failureGivesNothing_data()
 {
-    QTest::addColumn<QByteArray>("ending");
-    QTest::newRow("no match") << QByteArray("exit 1\n");
-    QTest::newRow("killed") << QByteArray("kill -9 $$\n");
+    Rows<QByteArray>().row("no match", "exit 1\n").row("killed", "kill -9 $$\n");
 }
 
 void InstallationTest::failureGivesNothing()
 {
-    QFETCH(QByteArray, ending);
-    const QString folder = makeSimulator(QStringLiteral("there"));
+    const auto [ending] = Rows<QByteArray>::current();
+    const QString folder = makeSimulator("there"_s);
     StandInLocate locate({});
     locate.setScript(printing(folder) + ending);
     QCOMPARE(locateInstallation(), QString());
@@ -164,7 +150,7 @@ void InstallationTest::missingToolGivesNothing()
 
 void InstallationTest::toolThatAsksIsNotWaitedFor()
 {
-    const QString folder = makeSimulator(QStringLiteral("there"));
+    const QString folder = makeSimulator("there"_s);
     StandInLocate locate({});
     locate.setScript("cat > /dev/null\n" + printing(folder));
     QCOMPARE(locateInstallation(), folder);
@@ -173,10 +159,10 @@ void InstallationTest::toolThatAsksIsNotWaitedFor()
 void InstallationTest::longListsAreReadWhole()
 {
     // More than a pipe holds, so that reading has to keep up with the tool.
-    const QString folder = makeSimulator(QStringLiteral("last"));
+    const QString folder = makeSimulator("last"_s);
     QStringList lines;
     for (int number = 0; number < 5000; ++number)
-        lines.append(QStringLiteral("/stale/%1/X-Plane-x86_64").arg(number));
+        lines.append("/stale/%1/X-Plane-x86_64"_s.arg(number));
     lines.append(folder + simulatorExecutable());
     const StandInLocate locate(lines);
     QCOMPARE(locateInstallation(), folder);

@@ -1,5 +1,6 @@
 #include "core/Log.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QDebug>
@@ -78,7 +79,7 @@ void LogTest::lineBreaksStay()
 
 void LogTest::lettersBeyondAsciiArrive()
 {
-    const QString text = QString::fromUtf8("Fl\u00fcgel");
+    const QString text = "Fl\u00fcgel"_s;
     logLine(text);
     QCOMPARE(content(), QByteArray(QTextCodec::codecForLocale()->fromUnicode(text) + '\n'));
 }
@@ -107,19 +108,19 @@ void LogTest::unwritableLogIsSilent()
 {
     QVERIFY(QDir().mkpath(m_profile->logFile()));
     qDebug("lost");
-    QCOMPARE(fileTree(m_profile->dataFolder()).keys(), QStringList(QStringLiteral("log.txt/")));
+    QCOMPARE(fileTree(m_profile->dataFolder()).keys(), QStringList("log.txt/"_s));
 }
 
 void LogTest::unwritableFolderIsSilent()
 {
-    QVERIFY(writeFile(m_profile->home() + QStringLiteral("/.local"), "in the way"));
+    QVERIFY(writeFile(m_profile->home() + "/.local"_s, "in the way"));
     qDebug("lost");
-    QCOMPARE(readFile(m_profile->home() + QStringLiteral("/.local")), QByteArray("in the way"));
+    QCOMPARE(readFile(m_profile->home() + "/.local"_s), QByteArray("in the way"));
 }
 
 void LogTest::plainLinesHaveNoQuotes()
 {
-    logLine(QStringLiteral("a \"quoted\" \\ line "));
+    logLine("a \"quoted\" \\ line "_s);
     QCOMPARE(content(), QByteArray("a \"quoted\" \\ line \n"));
 }
 

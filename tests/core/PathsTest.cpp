@@ -1,5 +1,6 @@
 #include "core/Paths.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 using namespace Kavo;
@@ -10,8 +11,8 @@ class PathsTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { m_profile.reset(new ScratchProfile); }
+    void cleanup() { m_profile.reset(); }
 
     void foldersEndInASeparator();
     void dataFolderIsMade();
@@ -26,30 +27,20 @@ private:
     QScopedPointer<ScratchProfile> m_profile;
 };
 
-void PathsTest::init()
-{
-    m_profile.reset(new ScratchProfile);
-}
-
-void PathsTest::cleanup()
-{
-    m_profile.reset();
-}
-
 // Fixed, see docs/compatibility.md.
 void PathsTest::foldersEndInASeparator()
 {
-    const QString data = m_profile->home() + QStringLiteral("/.local/share/Quarnell/Kavo Suite/");
+    const QString data = m_profile->home() + "/.local/share/Quarnell/Kavo Suite/"_s;
     QCOMPARE(applicationDirectory(), QCoreApplication::applicationDirPath() + QLatin1Char('/'));
     QCOMPARE(applicationDataDirectory(), data);
-    QCOMPARE(cacheDirectory(), QString(data + QStringLiteral("cache/")));
-    QCOMPARE(preserveDirectory(), QString(data + QStringLiteral("preserve/")));
-    QCOMPARE(backupDirectory(), QString(data + QStringLiteral("backup/")));
+    QCOMPARE(cacheDirectory(), QString(data + "cache/"_s));
+    QCOMPARE(preserveDirectory(), QString(data + "preserve/"_s));
+    QCOMPARE(backupDirectory(), QString(data + "backup/"_s));
 }
 
 void PathsTest::dataFolderIsMade()
 {
-    QVERIFY(!QFile::exists(m_profile->home() + QStringLiteral("/.local")));
+    QVERIFY(!QFile::exists(m_profile->home() + "/.local"_s));
     QVERIFY(QDir(applicationDataDirectory()).exists());
 }
 
@@ -71,34 +62,34 @@ void PathsTest::nothingIsRemembered()
 
 void PathsTest::folderThatCannotBeMadeStillHasAPath()
 {
-    QVERIFY(writeFile(m_profile->home() + QStringLiteral("/.local"), "in the way"));
+    QVERIFY(writeFile(m_profile->home() + "/.local"_s, "in the way"));
     QCOMPARE(applicationDataDirectory(),
-             QString(m_profile->home() + QStringLiteral("/.local/share/Quarnell/Kavo Suite/")));
+             QString(m_profile->home() + "/.local/share/Quarnell/Kavo Suite/"_s));
 }
 
 void PathsTest::ensureMakesParentsOnlyWhenAsked()
 {
-    const QString path = m_profile->home() + QStringLiteral("/a/b/c/");
+    const QString path = m_profile->home() + "/a/b/c/"_s;
     QVERIFY(!ensureDirectory(path, false));
-    QVERIFY(!QFile::exists(m_profile->home() + QStringLiteral("/a")));
+    QVERIFY(!QFile::exists(m_profile->home() + "/a"_s));
     QVERIFY(ensureDirectory(path, true));
     QVERIFY(QDir(path).exists());
 }
 
 void PathsTest::ensureAcceptsWhatExists()
 {
-    const QString path = m_profile->home() + QStringLiteral("/a");
-    QVERIFY(writeFile(path + QStringLiteral("/kept"), "x"));
+    const QString path = m_profile->home() + "/a"_s;
+    QVERIFY(writeFile(path + "/kept"_s, "x"));
     QVERIFY(ensureDirectory(path, false));
     QVERIFY(ensureDirectory(path, true));
-    QCOMPARE(readFile(path + QStringLiteral("/kept")), QByteArray("x"));
+    QCOMPARE(readFile(path + "/kept"_s), QByteArray("x"));
 }
 
 void PathsTest::ensureReportsFailure()
 {
-    const QString file = m_profile->home() + QStringLiteral("/file");
+    const QString file = m_profile->home() + "/file"_s;
     QVERIFY(writeFile(file, "x"));
-    QVERIFY(!ensureDirectory(file + QStringLiteral("/a"), true));
+    QVERIFY(!ensureDirectory(file + "/a"_s, true));
     QVERIFY(!ensureDirectory(file, true));
     QCOMPARE(readFile(file), QByteArray("x"));
 }

@@ -1,5 +1,7 @@
 #include "core/Settings.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 using namespace Kavo;
@@ -10,8 +12,8 @@ class SettingsTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { m_profile.reset(new ScratchProfile); }
+    void cleanup() { m_profile.reset(); }
 
     void fileLiesInTheUsersConfiguration();
     void keysComeInTheirOrder();
@@ -42,16 +44,6 @@ private:
     QScopedPointer<ScratchProfile> m_profile;
 };
 
-void SettingsTest::init()
-{
-    m_profile.reset(new ScratchProfile);
-}
-
-void SettingsTest::cleanup()
-{
-    m_profile.reset();
-}
-
 QStringList SettingsTest::lines() const
 {
     QStringList lines = QString::fromUtf8(readFile(m_profile->settingsFile()))
@@ -69,8 +61,7 @@ bool SettingsTest::writeIni(const QByteArray &entries) const
 void SettingsTest::fileLiesInTheUsersConfiguration()
 {
     const Settings settings;
-    QCOMPARE(settings.fileName(),
-             m_profile->home() + QStringLiteral("/.config/Quarnell/Kavo Suite.ini"));
+    QCOMPARE(settings.fileName(), m_profile->home() + "/.config/Quarnell/Kavo Suite.ini"_s);
     QCOMPARE(settings.format(), QSettings::IniFormat);
     QCOMPARE(settings.scope(), QSettings::UserScope);
 }
@@ -79,10 +70,8 @@ void SettingsTest::fileLiesInTheUsersConfiguration()
 void SettingsTest::keysComeInTheirOrder()
 {
     Settings settings;
-    const QStringList keys{QStringLiteral("Installation"), QStringLiteral("Language"),
-                           QStringLiteral("Cache"),        QStringLiteral("Preserve"),
-                           QStringLiteral("Backup"),       QStringLiteral("ShowFilter"),
-                           QStringLiteral("LocalRepo")};
+    const QStringList keys{"Installation"_s, "Language"_s,   "Cache"_s,    "Preserve"_s,
+                           "Backup"_s,       "ShowFilter"_s, "LocalRepo"_s};
     for (const auto &configuration :
          {settings.currentConfiguration(), settings.pendingConfiguration()}) {
         QStringList found;
@@ -90,8 +79,7 @@ void SettingsTest::keysComeInTheirOrder()
             found.append(entry.key);
         QCOMPARE(found, keys);
     }
-    QCOMPARE(settings.currentConfiguration()[Settings::LOCAL_REPO].key,
-             QStringLiteral("LocalRepo"));
+    QCOMPARE(settings.currentConfiguration()[Settings::LOCAL_REPO].key, "LocalRepo"_s);
 }
 
 void SettingsTest::missingFileGivesEmptyValues()
@@ -115,15 +103,15 @@ void SettingsTest::storedValuesReachBothCopies()
     QVERIFY(writeIni("Installation=/opt/X-Plane/\nLanguage=de\nCache=/c/\nPreserve=/p/\n"
                      "Backup=/b/\nShowFilter=true\nLocalRepo=false\n"));
     const Settings settings;
-    QCOMPARE(settings.current(Settings::INSTALLATION), QStringLiteral("/opt/X-Plane/"));
-    QCOMPARE(settings.current(Settings::LANGUAGE), QStringLiteral("de"));
-    QCOMPARE(settings.current(Settings::CACHE), QStringLiteral("/c/"));
-    QCOMPARE(settings.current(Settings::PRESERVE), QStringLiteral("/p/"));
-    QCOMPARE(settings.current(Settings::BACKUP), QStringLiteral("/b/"));
-    QCOMPARE(settings.current(Settings::SHOW_FILTER), QStringLiteral("true"));
-    QCOMPARE(settings.current(Settings::LOCAL_REPO), QStringLiteral("false"));
-    QCOMPARE(settings.pending(Settings::INSTALLATION), QStringLiteral("/opt/X-Plane/"));
-    QCOMPARE(settings.pending(Settings::LOCAL_REPO), QStringLiteral("false"));
+    QCOMPARE(settings.current(Settings::INSTALLATION), "/opt/X-Plane/"_s);
+    QCOMPARE(settings.current(Settings::LANGUAGE), "de"_s);
+    QCOMPARE(settings.current(Settings::CACHE), "/c/"_s);
+    QCOMPARE(settings.current(Settings::PRESERVE), "/p/"_s);
+    QCOMPARE(settings.current(Settings::BACKUP), "/b/"_s);
+    QCOMPARE(settings.current(Settings::SHOW_FILTER), "true"_s);
+    QCOMPARE(settings.current(Settings::LOCAL_REPO), "false"_s);
+    QCOMPARE(settings.pending(Settings::INSTALLATION), "/opt/X-Plane/"_s);
+    QCOMPARE(settings.pending(Settings::LOCAL_REPO), "false"_s);
 }
 
 // Fixed, see docs/compatibility.md.
@@ -133,26 +121,26 @@ void SettingsTest::emptyValueIsLikeAMissingKey()
     const Settings settings;
     QVERIFY(settings.current(Settings::LANGUAGE).isEmpty());
     QVERIFY(settings.current(Settings::BACKUP).isEmpty());
-    QCOMPARE(settings.current(Settings::CACHE), QStringLiteral("/c/"));
+    QCOMPARE(settings.current(Settings::CACHE), "/c/"_s);
 }
 
 void SettingsTest::editsStayPendingUntilApplied()
 {
     Settings settings;
-    settings.setPending(Settings::LANGUAGE, QStringLiteral("de"));
-    settings.pendingConfiguration()[Settings::CACHE].value = QStringLiteral("/c/");
-    QCOMPARE(settings.pending(Settings::LANGUAGE), QStringLiteral("de"));
+    settings.setPending(Settings::LANGUAGE, "de"_s);
+    settings.pendingConfiguration()[Settings::CACHE].value = "/c/"_s;
+    QCOMPARE(settings.pending(Settings::LANGUAGE), "de"_s);
     QCOMPARE(settings.current(Settings::LANGUAGE), QString());
     settings.apply();
-    QCOMPARE(settings.current(Settings::LANGUAGE), QStringLiteral("de"));
-    QCOMPARE(settings.current(Settings::CACHE), QStringLiteral("/c/"));
+    QCOMPARE(settings.current(Settings::LANGUAGE), "de"_s);
+    QCOMPARE(settings.current(Settings::CACHE), "/c/"_s);
 }
 
 void SettingsTest::applyWritesNothing()
 {
     {
         Settings settings;
-        settings.setPending(Settings::LANGUAGE, QStringLiteral("de"));
+        settings.setPending(Settings::LANGUAGE, "de"_s);
         settings.apply();
         settings.sync();
     }
@@ -162,12 +150,12 @@ void SettingsTest::applyWritesNothing()
 void SettingsTest::commitWritesAndApplies()
 {
     Settings settings;
-    settings.setPending(Settings::LANGUAGE, QStringLiteral("de"));
+    settings.setPending(Settings::LANGUAGE, "de"_s);
     settings.commit();
-    QCOMPARE(settings.current(Settings::LANGUAGE), QStringLiteral("de"));
+    QCOMPARE(settings.current(Settings::LANGUAGE), "de"_s);
     settings.sync();
-    QVERIFY(lines().contains(QStringLiteral("Language=de")));
-    QCOMPARE(Settings().current(Settings::LANGUAGE), QStringLiteral("de"));
+    QVERIFY(lines().contains("Language=de"_s));
+    QCOMPARE(Settings().current(Settings::LANGUAGE), "de"_s);
 }
 
 void SettingsTest::revertDropsEdits()
@@ -175,12 +163,12 @@ void SettingsTest::revertDropsEdits()
     QVERIFY(writeIni("Language=en\n"));
     {
         Settings settings;
-        settings.setPending(Settings::LANGUAGE, QStringLiteral("de"));
+        settings.setPending(Settings::LANGUAGE, "de"_s);
         settings.revert();
-        QCOMPARE(settings.pending(Settings::LANGUAGE), QStringLiteral("en"));
+        QCOMPARE(settings.pending(Settings::LANGUAGE), "en"_s);
         settings.save();
     }
-    QVERIFY(lines().contains(QStringLiteral("Language=en")));
+    QVERIFY(lines().contains("Language=en"_s));
     QVERIFY(!readFile(m_profile->settingsFile()).contains("de\n"));
 }
 
@@ -188,11 +176,11 @@ void SettingsTest::saveWritesThePendingCopy()
 {
     {
         Settings settings;
-        settings.setPending(Settings::LANGUAGE, QStringLiteral("de"));
+        settings.setPending(Settings::LANGUAGE, "de"_s);
         settings.save();
         QCOMPARE(settings.current(Settings::LANGUAGE), QString());
     }
-    QVERIFY(lines().contains(QStringLiteral("Language=de")));
+    QVERIFY(lines().contains("Language=de"_s));
 }
 
 void SettingsTest::resetEmptiesTheFile()
@@ -202,35 +190,33 @@ void SettingsTest::resetEmptiesTheFile()
         Settings settings;
         settings.reset();
         QCOMPARE(settings.pending(Settings::LANGUAGE), QString());
-        QCOMPARE(settings.current(Settings::LANGUAGE), QStringLiteral("en"));
+        QCOMPARE(settings.current(Settings::LANGUAGE), "en"_s);
     }
-    QCOMPARE(lines(), QStringList({QStringLiteral("Backup="), QStringLiteral("Cache="),
-                                   QStringLiteral("Installation="), QStringLiteral("Language="),
-                                   QStringLiteral("LocalRepo="), QStringLiteral("Preserve="),
-                                   QStringLiteral("ShowFilter="), QStringLiteral("[General]")}));
+    QCOMPARE(lines(), QStringList({"Backup="_s, "Cache="_s, "Installation="_s, "Language="_s,
+                                   "LocalRepo="_s, "Preserve="_s, "ShowFilter="_s, "[General]"_s}));
 }
 
 void SettingsTest::unknownKeysOfTheFileSurvive()
 {
     QVERIFY(writeIni("Other=kept\n"));
     Settings().commit();
-    QVERIFY(lines().contains(QStringLiteral("Other=kept")));
+    QVERIFY(lines().contains("Other=kept"_s));
 }
 
 void SettingsTest::failingWritesAreIgnored()
 {
-    QVERIFY(QDir().mkpath(m_profile->settingsFile() + QStringLiteral("/in the way")));
+    QVERIFY(QDir().mkpath(m_profile->settingsFile() + "/in the way"_s));
     Settings settings;
-    settings.setPending(Settings::LANGUAGE, QStringLiteral("de"));
+    settings.setPending(Settings::LANGUAGE, "de"_s);
     settings.commit();
     settings.sync();
     QVERIFY(settings.status() != QSettings::NoError);
-    QCOMPARE(settings.current(Settings::LANGUAGE), QStringLiteral("de"));
+    QCOMPARE(settings.current(Settings::LANGUAGE), "de"_s);
 }
 
 void SettingsTest::textsComeBackLetterForLetter()
 {
-    const QString path = QString::fromUtf8("/home/J\u00f6rg; \"X\"/X,Plane = 12/\u2708/");
+    const QString path = "/home/J\u00f6rg; \"X\"/X,Plane = 12/\u2708/"_s;
     {
         Settings settings;
         settings.setPending(Settings::INSTALLATION, path);
@@ -241,45 +227,43 @@ void SettingsTest::textsComeBackLetterForLetter()
 
 void SettingsTest::filterHidesForTheExactTextOnly_data()
 {
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<bool>("shows");
-    QTest::newRow("false") << QStringLiteral("false") << false;
-    QTest::newRow("False") << QStringLiteral("False") << true;
-    QTest::newRow("true") << QStringLiteral("true") << true;
-    QTest::newRow("TRUE") << QStringLiteral("TRUE") << true;
-    QTest::newRow("empty") << QString() << true;
-    QTest::newRow("0") << QStringLiteral("0") << true;
+    Rows<QString, bool>()
+        .row("false", "false", false)
+        .row("False", "False", true)
+        .row("true", "true", true)
+        .row("TRUE", "TRUE", true)
+        .row("empty", "", true)
+        .row("0", "0", true);
 }
 
 // Fixed, see docs/compatibility.md.
 void SettingsTest::filterHidesForTheExactTextOnly()
 {
-    QFETCH(QString, value);
+    const auto [value, shows] = Rows<QString, bool>::current();
     Settings settings;
     settings.setPending(Settings::SHOW_FILTER, value);
     settings.apply();
-    QTEST(settings.showsFilter(), "shows");
+    QCOMPARE(settings.showsFilter(), shows);
 }
 
 void SettingsTest::repositorySwitchIgnoresLetterCase_data()
 {
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<bool>("uses");
-    QTest::newRow("true") << QStringLiteral("true") << true;
-    QTest::newRow("TRUE") << QStringLiteral("TRUE") << true;
-    QTest::newRow("false") << QStringLiteral("false") << false;
-    QTest::newRow("empty") << QString() << false;
-    QTest::newRow("1") << QStringLiteral("1") << false;
+    Rows<QString, bool>()
+        .row("true", "true", true)
+        .row("TRUE", "TRUE", true)
+        .row("false", "false", false)
+        .row("empty", "", false)
+        .row("1", "1", false);
 }
 
 void SettingsTest::repositorySwitchIgnoresLetterCase()
 {
-    QFETCH(QString, value);
+    const auto [value, uses] = Rows<QString, bool>::current();
     Settings settings;
     settings.setPending(Settings::LOCAL_REPO, value);
     QCOMPARE(settings.usesLocalRepository(), false);
     settings.apply();
-    QTEST(settings.usesLocalRepository(), "uses");
+    QCOMPARE(settings.usesLocalRepository(), uses);
 }
 
 // Fixed, see docs/compatibility.md.
@@ -292,7 +276,7 @@ void SettingsTest::theOnlySignalIsNeverEmitted()
 
     Settings settings;
     QSignalSpy changes(&settings, &Settings::configurationChanged);
-    settings.setPending(Settings::LANGUAGE, QStringLiteral("de"));
+    settings.setPending(Settings::LANGUAGE, "de"_s);
     settings.apply();
     settings.commit();
     settings.revert();

@@ -1,5 +1,7 @@
 #include "core/Sha256.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 
@@ -57,16 +59,16 @@ void Sha256Test::piecesMakeTheDigestOfTheWhole()
 
 void Sha256Test::fileIsHashedToItsEnd_data()
 {
-    QTest::addColumn<int>("size");
+    Rows<int> rows;
     for (const int size : {0, 1, 256 * 1024 - 1, 256 * 1024, 256 * 1024 + 1, 1000000})
-        QTest::addRow("%d", size) << size;
+        rows.row(QByteArray::number(size), size);
 }
 
 void Sha256Test::fileIsHashedToItsEnd()
 {
-    QFETCH(int, size);
+    const auto [size] = Rows<int>::current();
     const ScratchProfile profile;
-    const QString path = profile.folder(QString()) + QStringLiteral("file");
+    const QString path = profile.folder(QString()) + "file"_s;
     const QByteArray content = QByteArray(size / 2, 'a') + QByteArray(size - size / 2, 'b');
     QVERIFY(writeFile(path, content));
     QCOMPARE(Sha256::ofFile(path), QCryptographicHash::hash(content, QCryptographicHash::Sha256));
@@ -75,8 +77,8 @@ void Sha256Test::fileIsHashedToItsEnd()
 void Sha256Test::whatCannotBeReadHasNoDigest()
 {
     const ScratchProfile profile;
-    QCOMPARE(Sha256::ofFile(profile.folder(QString()) + QStringLiteral("missing")), QByteArray());
-    QCOMPARE(Sha256::ofFile(profile.folder(QStringLiteral("folder"))), QByteArray());
+    QCOMPARE(Sha256::ofFile(profile.folder(QString()) + "missing"_s), QByteArray());
+    QCOMPARE(Sha256::ofFile(profile.folder("folder"_s)), QByteArray());
 }
 
 KAVO_TEST_MAIN(Sha256Test)

@@ -1,4 +1,5 @@
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -69,8 +70,7 @@ bool pack(const QString &folder, const QStringList &arguments)
     QProcess process;
     process.setWorkingDirectory(folder);
     process.setStandardInputFile(QProcess::nullDevice());
-    process.start(QStringLiteral("/usr/bin/7z"),
-                  QStringList{QStringLiteral("a"), QStringLiteral("-bd")} + arguments);
+    process.start("/usr/bin/7z"_s, QStringList{"a"_s, "-bd"_s} + arguments);
     return process.waitForFinished(-1) && process.exitStatus() == QProcess::NormalExit &&
            process.exitCode() == 0;
 }
@@ -120,7 +120,7 @@ QStringList unmarkedFilesUnder(const QString &folder)
 {
     QStringList names = filesUnder(folder);
     const auto isMark = [](const QString &name) {
-        return name.section(QLatin1Char('/'), -1).startsWith(QLatin1String(".kavo-"));
+        return name.section(QLatin1Char('/'), -1).startsWith(".kavo-"_s);
     };
     names.erase(std::remove_if(names.begin(), names.end(), isMark), names.end());
     return names;
@@ -137,9 +137,9 @@ Files readFiles(const QString &folder)
 bool makeArchive(const QString &path, const Files &files, const QString &password)
 {
     const QTemporaryDir folder;
-    QStringList arguments{QFileInfo(path).absoluteFilePath(), QStringLiteral(".")};
+    QStringList arguments{QFileInfo(path).absoluteFilePath(), "."_s};
     if (!password.isEmpty())
-        arguments.append(QStringLiteral("-p") + password);
+        arguments.append("-p"_s + password);
     QFile::remove(path);
     return writeFiles(folder.path(), files) && pack(folder.path(), arguments);
 }
@@ -147,7 +147,7 @@ bool makeArchive(const QString &path, const Files &files, const QString &passwor
 QByteArray archiveOf(const Files &files, const QString &format, const QString &password)
 {
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("archive.") + format);
+    const QString path = folder.filePath("archive."_s + format);
     return makeArchive(path, files, password) ? readFile(path) : QByteArray();
 }
 
@@ -158,8 +158,8 @@ QByteArray damagedArchiveOf(const Files &files)
     for (int number = 0; content.size() < 100000; ++number)
         content += QCryptographicHash::hash(QByteArray::number(number), QCryptographicHash::Sha256);
     Files all = files;
-    all.insert(QStringLiteral("~damaged"), content);
-    QByteArray archive = archiveOf(all, QStringLiteral("zip"));
+    all.insert("~damaged"_s, content);
+    QByteArray archive = archiveOf(all, "zip"_s);
     if (!archive.isNull())
         archive[archive.size() / 2] = static_cast<char>(~archive.at(archive.size() / 2));
     return archive;
@@ -168,8 +168,8 @@ QByteArray damagedArchiveOf(const Files &files)
 QByteArray compressed(const QByteArray &content, const QString &format)
 {
     const QTemporaryDir folder;
-    const QString name = QStringLiteral("content");
-    const QString archive = folder.filePath(QStringLiteral("archive.") + format);
+    const QString name = "content"_s;
+    const QString archive = folder.filePath("archive."_s + format);
     const bool packed =
         writeFile(folder.filePath(name), content) && pack(folder.path(), {archive, name});
     return packed ? readFile(archive) : QByteArray();
@@ -205,7 +205,7 @@ QMap<QString, QString> fileTree(const QString &folder)
         const QFileInfo info = iterator.fileInfo();
         const QString name = root.relativeFilePath(path);
         if (info.isSymLink())
-            tree.insert(name, QStringLiteral("-> ") + linkTarget(path));
+            tree.insert(name, "-> "_s + linkTarget(path));
         else if (info.isDir())
             tree.insert(name + QLatin1Char('/'), QString());
         else

@@ -1,4 +1,6 @@
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/StandInLocate.h"
 #include "tests/support/TestMain.h"
 
@@ -20,38 +22,34 @@ private slots:
 
 void ArchivesTest::sevenZipReadsWhatWasPacked_data()
 {
-    QTest::addColumn<QString>("name");
+    Rows<QString> rows;
     for (const char *name : {"a.7z", "a.zip", "a.tar"})
-        QTest::newRow(name) << QString::fromLatin1(name);
+        rows.row(name, name);
 }
 
 void ArchivesTest::sevenZipReadsWhatWasPacked()
 {
-    QFETCH(QString, name);
+    const auto [name] = Rows<QString>::current();
     const QTemporaryDir folder;
-    const Files files{{QStringLiteral("a.txt"), "one"},
-                      {QStringLiteral("b/with blank.txt"), ""},
-                      {QStringLiteral("empty/"), ""}};
+    const Files files{{"a.txt"_s, "one"}, {"b/with blank.txt"_s, ""}, {"empty/"_s, ""}};
     QVERIFY(makeArchive(folder.filePath(name), files));
-    const QString target = folder.filePath(QStringLiteral("out"));
-    QCOMPARE(
-        QProcess::execute(QStringLiteral("/usr/bin/7z"),
-                          {QStringLiteral("x"), QStringLiteral("-bso0"), QStringLiteral("-bsp0"),
-                           folder.filePath(name), QStringLiteral("-o") + target}),
-        0);
+    const QString target = folder.filePath("out"_s);
+    QCOMPARE(QProcess::execute("/usr/bin/7z"_s, {"x"_s, "-bso0"_s, "-bsp0"_s, folder.filePath(name),
+                                                 "-o"_s + target}),
+             0);
     QCOMPARE(fileTree(target), expectedTree(files));
 }
 
 void ArchivesTest::handMadeTarHoldsItsEntries()
 {
     const QTemporaryDir folder;
-    const QString archive = folder.filePath(QStringLiteral("a.tar"));
+    const QString archive = folder.filePath("a.tar"_s);
     QVERIFY(makeTar(archive, {{TarEntry::FOLDER, "sub/", ""},
                               {TarEntry::FILE, "sub/a.txt", QByteArray(1000, 'x')},
                               {TarEntry::LINK, "link", "sub/a.txt"},
                               {TarEntry::FILE, "../out.txt", "y"}}));
     QProcess lister;
-    lister.start(QStringLiteral("tar"), {QStringLiteral("-tPf"), archive});
+    lister.start("tar"_s, {"-tPf"_s, archive});
     QVERIFY(lister.waitForFinished());
     QCOMPARE(lister.exitCode(), 0);
     QCOMPARE(lister.readAllStandardOutput(), QByteArray("sub/\nsub/a.txt\nlink\n../out.txt\n"));
@@ -60,30 +58,29 @@ void ArchivesTest::handMadeTarHoldsItsEntries()
 void ArchivesTest::treeShowsFilesFoldersAndLinks()
 {
     const QTemporaryDir folder;
-    QVERIFY(writeFile(folder.filePath(QStringLiteral("a/.hidden")), "x"));
-    QVERIFY(QFile::link(QStringLiteral("/nowhere"), folder.filePath(QStringLiteral("a/dead"))));
-    QVERIFY(QFile::link(QStringLiteral(".."), folder.filePath(QStringLiteral("a/loop"))));
+    QVERIFY(writeFile(folder.filePath("a/.hidden"_s), "x"));
+    QVERIFY(QFile::link("/nowhere"_s, folder.filePath("a/dead"_s)));
+    QVERIFY(QFile::link(".."_s, folder.filePath("a/loop"_s)));
     const QMap<QString, QString> tree = fileTree(folder.path());
-    QCOMPARE(tree.keys(), QStringList({QStringLiteral("a/"), QStringLiteral("a/.hidden"),
-                                       QStringLiteral("a/dead"), QStringLiteral("a/loop")}));
-    QCOMPARE(tree.value(QStringLiteral("a/dead")), QStringLiteral("-> /nowhere"));
-    QCOMPARE(tree.value(QStringLiteral("a/loop")), QStringLiteral("-> .."));
-    QCOMPARE(tree.value(QStringLiteral("a/.hidden")).size(), 64);
+    QCOMPARE(tree.keys(), QStringList({"a/"_s, "a/.hidden"_s, "a/dead"_s, "a/loop"_s}));
+    QCOMPARE(tree.value("a/dead"_s), "-> /nowhere"_s);
+    QCOMPARE(tree.value("a/loop"_s), "-> .."_s);
+    QCOMPARE(tree.value("a/.hidden"_s).size(), 64);
 }
 
 void ArchivesTest::standInTakesThePlaceOfLocate()
 {
     const QByteArray path = qgetenv("PATH");
     {
-        StandInLocate locate({QStringLiteral("/a b/c"), QStringLiteral("/d")}, 3);
+        StandInLocate locate({"/a b/c"_s, "/d"_s}, 3);
         QProcess process;
-        process.start(QStringLiteral("locate"), {QStringLiteral("x y")});
+        process.start("locate"_s, {"x y"_s});
         QVERIFY(process.waitForFinished());
         QCOMPARE(process.exitCode(), 3);
         QCOMPARE(process.readAllStandardOutput(), QByteArray("/a b/c\n/d\n"));
-        QCOMPARE(locate.arguments(), QStringList(QStringLiteral("x y")));
+        QCOMPARE(locate.arguments(), QStringList("x y"_s));
         locate.setMissing();
-        process.start(QStringLiteral("locate"), QStringList());
+        process.start("locate"_s, QStringList());
         QVERIFY(!process.waitForStarted());
     }
     QCOMPARE(qgetenv("PATH"), path);

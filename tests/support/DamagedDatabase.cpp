@@ -1,6 +1,7 @@
 #include "tests/support/DamagedDatabase.h"
 
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 
 #include <QDir>
 #include <QFile>
@@ -43,40 +44,38 @@ bool makeDamagedDatabase(const QString &path, DatabaseDamage damage, const QStri
     case DatabaseDamage::FOLDER:
         return QDir().mkpath(path);
     case DatabaseDamage::LOST_LINK:
-        return QFile::link(QStringLiteral("/nowhere/at/all.db"), path);
+        return QFile::link("/nowhere/at/all.db"_s, path);
     case DatabaseDamage::PIPE:
         return ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
     case DatabaseDamage::FULL_DISK:
-        return QFile::link(QStringLiteral("/dev/full"), path);
+        return QFile::link("/dev/full"_s, path);
     case DatabaseDamage::READ_ONLY:
         return executeOn(path, {schema}) && makeReadOnly(path);
     case DatabaseDamage::OTHER_COLUMNS:
-        return executeOn(path, {QStringLiteral("CREATE TABLE %1 (name TEXT)").arg(table)});
+        return executeOn(path, {"CREATE TABLE %1 (name TEXT)"_s.arg(table)});
     case DatabaseDamage::MORE_COLUMNS:
         return executeOn(path, {QString(schema).replace(QLatin1String(");"),
                                                         QLatin1String(",owner TEXT NOT NULL);"))});
     case DatabaseDamage::VIEW:
-        return executeOn(path, {QStringLiteral("CREATE VIEW %1 AS SELECT 1 AS id").arg(table)});
+        return executeOn(path, {"CREATE VIEW %1 AS SELECT 1 AS id"_s.arg(table)});
     case DatabaseDamage::ENDLESS_VIEW:
-        return executeOn(
-            path, {QStringLiteral("CREATE VIEW %1 AS WITH RECURSIVE c (id) AS (SELECT 1 UNION ALL "
-                                  "SELECT id + 1 FROM c) SELECT id, id AS package_id, '1.0' AS "
-                                  "version, 0 AS status, '' AS url FROM c WHERE id > 9")
-                       .arg(table)});
+        return executeOn(path,
+                         {"CREATE VIEW %1 AS WITH RECURSIVE c (id) AS (SELECT 1 UNION ALL "
+                          "SELECT id + 1 FROM c) SELECT id, id AS package_id, '1.0' AS "
+                          "version, 0 AS status, '' AS url FROM c WHERE id > 9"_s.arg(table)});
     case DatabaseDamage::JOURNAL_PIPE:
         return executeOn(path, {schema}) &&
-               ::mkfifo(QFile::encodeName(path + QStringLiteral("-journal")).constData(), 0600) ==
-                   0;
+               ::mkfifo(QFile::encodeName(path + "-journal"_s).constData(), 0600) == 0;
     }
     return false;
 }
 
 bool executeOn(const QString &path, const QStringList &statements)
 {
-    const QString connection = QStringLiteral("other program");
+    const QString connection = "other program"_s;
     bool done = true;
     {
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE"_s, connection);
         database.setDatabaseName(path);
         done = database.open();
         QSqlQuery query(database);
@@ -88,17 +87,16 @@ bool executeOn(const QString &path, const QStringList &statements)
 }
 
 DatabaseLock::DatabaseLock(const QString &path)
-    : m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("lock")))
+    : m_database(QSqlDatabase::addDatabase("QSQLITE"_s, "lock"_s))
 {
     m_database.setDatabaseName(path);
-    m_held = m_database.open() &&
-             QSqlQuery(m_database).exec(QStringLiteral("BEGIN EXCLUSIVE TRANSACTION"));
+    m_held = m_database.open() && QSqlQuery(m_database).exec("BEGIN EXCLUSIVE TRANSACTION"_s);
 }
 
 DatabaseLock::~DatabaseLock()
 {
     m_database = QSqlDatabase();
-    QSqlDatabase::removeDatabase(QStringLiteral("lock"));
+    QSqlDatabase::removeDatabase("lock"_s);
 }
 
 } // namespace Kavo::Testing

@@ -1,4 +1,5 @@
 #include "tests/support/MessageBoxAnswers.h"
+#include "tests/support/Literals.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -30,7 +31,7 @@ MessageBoxAnswers::Shown record(const QMessageBox &box)
             defaultButton ? box.standardButton(defaultButton) : QMessageBox::NoButton,
             box.parentWidget(),
             box.informativeText(),
-            yes && yes->objectName() == QLatin1String("DestroyingYes")};
+            yes && yes->objectName() == "DestroyingYes"_s};
 }
 
 } // namespace
@@ -45,7 +46,7 @@ MessageBoxAnswers::MessageBoxAnswers()
 MessageBoxAnswers::~MessageBoxAnswers()
 {
     for (const Expected &expected : qAsConst(m_expected))
-        failTest(QStringLiteral("Never shown: \"%1\" \"%2\"").arg(expected.title, expected.text));
+        failTest("Never shown: \"%1\" \"%2\""_s.arg(expected.title, expected.text));
 }
 
 void MessageBoxAnswers::expect(const QString &title, const QString &text,
@@ -107,7 +108,7 @@ void MessageBoxAnswers::answerMessage(QMessageBox &box)
         button->click();
         return;
     }
-    failTest(QStringLiteral("The box \"%1\" lacks the button to press").arg(box.windowTitle()));
+    failTest("The box \"%1\" lacks the button to press"_s.arg(box.windowTitle()));
     box.done(QMessageBox::NoButton);
 }
 
@@ -119,9 +120,9 @@ void MessageBoxAnswers::answerFolder(QFileDialog &dialog)
         dialog.reject();
         return;
     }
-    auto *edit = dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+    auto *edit = dialog.findChild<QLineEdit *>("fileNameEdit"_s);
     if (!edit) {
-        failTest(QStringLiteral("The folder dialog is not Qt's own"));
+        failTest("The folder dialog is not Qt's own"_s);
         dialog.reject();
         return;
     }
@@ -145,7 +146,7 @@ bool MessageBoxAnswers::takeExpected(Kind kind, const QString &title, const QStr
                       m_expected.first().title == title &&
                       (kind != Kind::MESSAGE || m_expected.first().text == text);
     if (!fits) {
-        failTest(QStringLiteral("Not expected: \"%1\" \"%2\"").arg(title, text));
+        failTest("Not expected: \"%1\" \"%2\""_s.arg(title, text));
         return false;
     }
     expected = m_expected.takeFirst();

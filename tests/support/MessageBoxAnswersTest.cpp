@@ -1,4 +1,5 @@
 #include "tests/support/MessageBoxAnswers.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QFileDialog>
@@ -18,16 +19,15 @@ private slots:
 void MessageBoxAnswersTest::pressesTheButtonAndRecordsTheBox()
 {
     MessageBoxAnswers answers;
-    answers.expect(QStringLiteral("Title"), QStringLiteral("Text"), QMessageBox::No);
+    answers.expect("Title"_s, "Text"_s, QMessageBox::No);
     QWidget parent;
-    QCOMPARE(QMessageBox::question(&parent, QStringLiteral("Title"), QStringLiteral("Text")),
-             QMessageBox::No);
+    QCOMPARE(QMessageBox::question(&parent, "Title"_s, "Text"_s), QMessageBox::No);
     QVERIFY(answers.allShown());
     QCOMPARE(answers.shown().size(), 1);
     const MessageBoxAnswers::Shown box = answers.shown().first();
     QCOMPARE(box.icon, QMessageBox::Question);
-    QCOMPARE(box.title, QStringLiteral("Title"));
-    QCOMPARE(box.text, QStringLiteral("Text"));
+    QCOMPARE(box.title, "Title"_s);
+    QCOMPARE(box.text, "Text"_s);
     QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Yes | QMessageBox::No));
     QCOMPARE(box.parent, &parent);
 }
@@ -36,10 +36,10 @@ void MessageBoxAnswersTest::choosesAndCancelsFolders()
 {
     const ScratchProfile profile;
     MessageBoxAnswers answers;
-    answers.expectFolder(QStringLiteral("Pick"), profile.simulatorFolder());
-    answers.expectFolder(QStringLiteral("Pick"), QString());
+    answers.expectFolder("Pick"_s, profile.simulatorFolder());
+    answers.expectFolder("Pick"_s, QString());
     const auto ask = [] {
-        return QFileDialog::getExistingDirectory(nullptr, QStringLiteral("Pick"), QString(),
+        return QFileDialog::getExistingDirectory(nullptr, "Pick"_s, QString(),
                                                  QFileDialog::ShowDirsOnly);
     };
     QCOMPARE(QDir(ask()), QDir(profile.simulatorFolder()));
@@ -50,13 +50,13 @@ void MessageBoxAnswersTest::choosesAndCancelsFolders()
 void MessageBoxAnswersTest::answersOneBoxInsideAnother()
 {
     MessageBoxAnswers answers;
-    answers.expectDialog(QStringLiteral("Outer"), [](QDialog &dialog) {
-        QMessageBox::information(&dialog, QStringLiteral("Inner"), QStringLiteral("Text"));
+    answers.expectDialog("Outer"_s, [](QDialog &dialog) {
+        QMessageBox::information(&dialog, "Inner"_s, "Text"_s);
         dialog.accept();
     });
-    answers.expect(QStringLiteral("Inner"), QStringLiteral("Text"), QMessageBox::Ok);
+    answers.expect("Inner"_s, "Text"_s, QMessageBox::Ok);
     QDialog outer;
-    outer.setObjectName(QStringLiteral("Outer"));
+    outer.setObjectName("Outer"_s);
     QCOMPARE(outer.exec(), int(QDialog::Accepted));
     QVERIFY(answers.allShown());
 }

@@ -1,4 +1,5 @@
 #include "tests/support/Nginx.h"
+#include "tests/support/Literals.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -21,9 +22,8 @@ constexpr int StartLimit = 5000;
 /// start a server; they look in the same places.
 QString program()
 {
-    const QStringList candidates = {QStringLiteral(KAVO_UNPACKED_NGINX),
-                                    QStringLiteral("/usr/sbin/nginx"),
-                                    QStringLiteral("/usr/bin/nginx")};
+    const QStringList candidates = {QStringLiteral(KAVO_UNPACKED_NGINX), "/usr/sbin/nginx"_s,
+                                    "/usr/bin/nginx"_s};
     for (const QString &candidate : candidates) {
         if (QFileInfo(candidate).isExecutable())
             return candidate;
@@ -41,7 +41,7 @@ quint16 freePort()
 
 Nginx::Nginx()
 {
-    QDir(m_root.path()).mkpath(QStringLiteral("www"));
+    QDir(m_root.path()).mkpath("www"_s);
     // Another process may take the port between the probe and the start.
     constexpr int Attempts = 5;
     for (int attempt = 0; attempt < Attempts; ++attempt) {
@@ -63,12 +63,12 @@ bool Nginx::isAvailable()
 
 QString Nginx::folder() const
 {
-    return m_root.filePath(QStringLiteral("www/"));
+    return m_root.filePath("www/"_s);
 }
 
 QString Nginx::url(const QString &path) const
 {
-    return QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path);
+    return "http://127.0.0.1:%1%2"_s.arg(m_port).arg(path);
 }
 
 void Nginx::stop()
@@ -97,10 +97,9 @@ bool Nginx::limitRate(int bytesASecond)
 bool Nginx::start()
 {
     writeConfiguration();
-    m_process.setStandardErrorFile(m_root.filePath(QStringLiteral("stderr.txt")));
-    m_process.start(program(), {QStringLiteral("-p"), m_root.path(), QStringLiteral("-c"),
-                                m_root.filePath(QStringLiteral("nginx.conf")), QStringLiteral("-e"),
-                                QStringLiteral("stderr")});
+    m_process.setStandardErrorFile(m_root.filePath("stderr.txt"_s));
+    m_process.start(program(), {"-p"_s, m_root.path(), "-c"_s, m_root.filePath("nginx.conf"_s),
+                                "-e"_s, "stderr"_s});
     if (m_process.waitForStarted(StartLimit) && waitForAnswer())
         return true;
     stop();
@@ -125,7 +124,7 @@ void Nginx::writeConfiguration() const
             QByteArray::number(m_port) + "; root www; limit_rate " + QByteArray::number(m_rate) +
             "; }\n"
             "}\n";
-    QFile file(m_root.filePath(QStringLiteral("nginx.conf")));
+    QFile file(m_root.filePath("nginx.conf"_s));
     if (file.open(QIODevice::WriteOnly))
         file.write(text);
 }

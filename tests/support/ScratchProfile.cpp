@@ -1,6 +1,7 @@
 #include "tests/support/ScratchProfile.h"
 
 #include "core/Paths.h"
+#include "tests/support/Literals.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -43,19 +44,19 @@ ScratchProfile::ScratchProfile()
 {
     if (!m_root.isValid())
         qFatal("No temporary folder");
-    const QString home = folder(QStringLiteral("home"));
+    const QString home = folder("home"_s);
     setVariable("HOME", this->home());
-    setVariable("XDG_CONFIG_HOME", home + QStringLiteral(".config"));
-    setVariable("XDG_DATA_HOME", home + QStringLiteral(".local/share"));
-    setVariable("XDG_CACHE_HOME", home + QStringLiteral(".cache"));
-    setVariable("XDG_RUNTIME_DIR", folder(QStringLiteral("runtime")));
+    setVariable("XDG_CONFIG_HOME", home + ".config"_s);
+    setVariable("XDG_DATA_HOME", home + ".local/share"_s);
+    setVariable("XDG_CACHE_HOME", home + ".cache"_s);
+    setVariable("XDG_RUNTIME_DIR", folder("runtime"_s));
     // Qt refuses a runtime folder that others may enter.
-    QFile::setPermissions(m_root.filePath(QStringLiteral("runtime")),
+    QFile::setPermissions(m_root.filePath("runtime"_s),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    useSettingsFolder(home + QStringLiteral(".config"));
-    QCoreApplication::setOrganizationName(QStringLiteral("Quarnell"));
-    QCoreApplication::setApplicationName(QStringLiteral("Kavo Suite"));
-    makeExecutable(simulatorFolder() + QStringLiteral("X-Plane-x86_64"));
+    useSettingsFolder(home + ".config"_s);
+    QCoreApplication::setOrganizationName("Quarnell"_s);
+    QCoreApplication::setApplicationName("Kavo Suite"_s);
+    makeExecutable(simulatorFolder() + "X-Plane-x86_64"_s);
 }
 
 ScratchProfile::~ScratchProfile()
@@ -72,42 +73,42 @@ ScratchProfile::~ScratchProfile()
 
 QString ScratchProfile::home() const
 {
-    return m_root.filePath(QStringLiteral("home"));
+    return m_root.filePath("home"_s);
 }
 
 QString ScratchProfile::dataFolder() const
 {
-    return folder(QStringLiteral("home/.local/share/Quarnell/Kavo Suite"));
+    return folder("home/.local/share/Quarnell/Kavo Suite"_s);
 }
 
 QString ScratchProfile::cacheFolder() const
 {
-    return dataFolder() + QStringLiteral("cache/");
+    return dataFolder() + "cache/"_s;
 }
 
 QString ScratchProfile::preserveFolder() const
 {
-    return dataFolder() + QStringLiteral("preserve/");
+    return dataFolder() + "preserve/"_s;
 }
 
 QString ScratchProfile::backupFolder() const
 {
-    return dataFolder() + QStringLiteral("backup/");
+    return dataFolder() + "backup/"_s;
 }
 
 QString ScratchProfile::simulatorFolder() const
 {
-    return folder(QStringLiteral("home/X-Plane"));
+    return folder("home/X-Plane"_s);
 }
 
 QString ScratchProfile::settingsFile() const
 {
-    return home() + QStringLiteral("/.config/Quarnell/Kavo Suite.ini");
+    return home() + "/.config/Quarnell/Kavo Suite.ini"_s;
 }
 
 QString ScratchProfile::logFile() const
 {
-    return dataFolder() + QStringLiteral("log.txt");
+    return dataFolder() + "log.txt"_s;
 }
 
 QString ScratchProfile::folder(const QString &name) const
@@ -122,12 +123,12 @@ QSharedPointer<Settings> ScratchProfile::makeSettings() const
 {
     const auto settings = QSharedPointer<Settings>::create();
     settings->setPending(Settings::INSTALLATION, simulatorFolder());
-    settings->setPending(Settings::LANGUAGE, QStringLiteral("en"));
+    settings->setPending(Settings::LANGUAGE, "en"_s);
     settings->setPending(Settings::CACHE, cacheDirectory());
     settings->setPending(Settings::PRESERVE, preserveDirectory());
     settings->setPending(Settings::BACKUP, backupDirectory());
-    settings->setPending(Settings::SHOW_FILTER, QStringLiteral("false"));
-    settings->setPending(Settings::LOCAL_REPO, QStringLiteral("false"));
+    settings->setPending(Settings::SHOW_FILTER, "false"_s);
+    settings->setPending(Settings::LOCAL_REPO, "false"_s);
     settings->apply();
     return settings;
 }

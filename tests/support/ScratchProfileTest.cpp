@@ -2,6 +2,7 @@
 #include "core/Log.h"
 #include "core/Paths.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"
 
@@ -31,12 +32,12 @@ void ScratchProfileTest::everyPlaceLiesInTheProfile()
     QCOMPARE(backupDirectory(), profile.backupFolder());
     QCOMPARE(logFile(), profile.logFile());
     QCOMPARE(Settings().fileName(), profile.settingsFile());
-    QVERIFY(QFileInfo(profile.simulatorFolder() + QStringLiteral("X-Plane-x86_64")).isExecutable());
+    QVERIFY(QFileInfo(profile.simulatorFolder() + "X-Plane-x86_64"_s).isExecutable());
 
     const auto settings = profile.makeSettings();
     QCOMPARE(settings->current(Settings::INSTALLATION), profile.simulatorFolder());
     QCOMPARE(settings->current(Settings::CACHE), profile.cacheFolder());
-    QCOMPARE(settings->current(Settings::LANGUAGE), QStringLiteral("en"));
+    QCOMPARE(settings->current(Settings::LANGUAGE), "en"_s);
     QVERIFY(!QFile::exists(profile.settingsFile()));
 }
 
@@ -50,20 +51,20 @@ void ScratchProfileTest::profilesOfOneProcessAreApart()
         QCOMPARE(Settings().fileName(), inner.settingsFile());
         QCOMPARE(Settings().current(Settings::LANGUAGE), QString());
         const auto settings = inner.makeSettings();
-        settings->setPending(Settings::LANGUAGE, QStringLiteral("de"));
+        settings->setPending(Settings::LANGUAGE, "de"_s);
         settings->commit();
-        QCOMPARE(Settings().current(Settings::LANGUAGE), QStringLiteral("de"));
+        QCOMPARE(Settings().current(Settings::LANGUAGE), "de"_s);
     }
     QCOMPARE(QDir::homePath(), outer.home());
     QCOMPARE(Settings().fileName(), outer.settingsFile());
-    QCOMPARE(Settings().current(Settings::LANGUAGE), QStringLiteral("en"));
+    QCOMPARE(Settings().current(Settings::LANGUAGE), "en"_s);
 }
 
 void ScratchProfileTest::nothingIsLeftBehind()
 {
     auto profile = std::make_unique<ScratchProfile>();
     profile->makeSettings()->commit();
-    QVERIFY(writeFile(profile->cacheFolder() + QStringLiteral("a/b"), "x"));
+    QVERIFY(writeFile(profile->cacheFolder() + "a/b"_s, "x"));
     QDir::setCurrent(profile->cacheFolder());
     const QString home = profile->home();
     profile.reset();
@@ -76,14 +77,14 @@ void ScratchProfileTest::captureTakesMessages()
     const LogCapture outer;
     {
         const LogCapture inner;
-        logLine(QStringLiteral("one line"));
-        QVERIFY(inner.contains(QStringLiteral("one line")));
-        QVERIFY(!inner.contains(QStringLiteral("one")));
-        QCOMPARE(inner.count(QStringLiteral("one")), 1);
+        logLine("one line"_s);
+        QVERIFY(inner.contains("one line"_s));
+        QVERIFY(!inner.contains("one"_s));
+        QCOMPARE(inner.count("one"_s), 1);
     }
     QCOMPARE(outer.lines(), QStringList());
-    logLine(QStringLiteral("after"));
-    QCOMPARE(outer.lines(), QStringList(QStringLiteral("after")));
+    logLine("after"_s);
+    QCOMPARE(outer.lines(), QStringList("after"_s));
 }
 
 KAVO_TEST_MAIN(ScratchProfileTest)

@@ -1,4 +1,5 @@
 #include "tests/support/StandInLocate.h"
+#include "tests/support/Literals.h"
 
 #include <QFile>
 
@@ -21,7 +22,7 @@ StandInLocate::~StandInLocate()
 
 void StandInLocate::setScript(const QByteArray &text)
 {
-    QFile file(m_folder.filePath(QStringLiteral("locate")));
+    QFile file(m_folder.filePath("locate"_s));
     if (!file.open(QIODevice::WriteOnly))
         qFatal("The stand-in for locate cannot be written");
     file.write("#!/bin/sh\nprintf '%s\\n' \"$@\" > \"${0%/*}/arguments\"\n" + text);
@@ -30,13 +31,13 @@ void StandInLocate::setScript(const QByteArray &text)
 
 void StandInLocate::setMissing()
 {
-    QFile::remove(m_folder.filePath(QStringLiteral("locate")));
+    QFile::remove(m_folder.filePath("locate"_s));
     qputenv("PATH", QFile::encodeName(m_folder.path()));
 }
 
 QStringList StandInLocate::arguments() const
 {
-    QFile file(m_folder.filePath(QStringLiteral("arguments")));
+    QFile file(m_folder.filePath("arguments"_s));
     if (!file.open(QIODevice::ReadOnly))
         return QStringList();
     return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);

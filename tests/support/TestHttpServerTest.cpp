@@ -1,6 +1,8 @@
 #include "tests/support/TestHttpServer.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/Nginx.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QNetworkAccessManager>
@@ -57,33 +59,31 @@ bool TestHttpServerTest::finish(const ReplyPointer &reply)
 void TestHttpServerTest::servesAndRecords()
 {
     TestHttpServer server;
-    server.serve(QStringLiteral("/a"), "hello");
-    const ReplyPointer head(
-        m_network.head(QNetworkRequest(QUrl(server.url(QStringLiteral("/a"))))));
+    server.serve("/a"_s, "hello");
+    const ReplyPointer head(m_network.head(QNetworkRequest(QUrl(server.url("/a"_s)))));
     QVERIFY(finish(head));
     QCOMPARE(head->header(QNetworkRequest::ContentLengthHeader).toInt(), 5);
     QCOMPARE(head->header(QNetworkRequest::LastModifiedHeader).toDateTime(),
              QDateTime(QDate(2023, 5, 17), QTime(12, 0), Qt::UTC));
 
-    const ReplyPointer reply(get(server.url(QStringLiteral("/a"))));
+    const ReplyPointer reply(get(server.url("/a"_s)));
     QVERIFY(finish(reply));
     QCOMPARE(reply->readAll(), QByteArray("hello"));
-    const ReplyPointer missing(get(server.url(QStringLiteral("/b"))));
+    const ReplyPointer missing(get(server.url("/b"_s)));
     QVERIFY(finish(missing));
     QCOMPARE(missing->error(), QNetworkReply::ContentNotFoundError);
 
-    QCOMPARE(server.log(), QStringList({QStringLiteral("HEAD /a"), QStringLiteral("GET /a"),
-                                        QStringLiteral("GET /b")}));
-    QVERIFY(server.last("GET", QStringLiteral("/a")).hasHeader("user-agent"));
-    QVERIFY(!server.last("GET", QStringLiteral("/a")).hasHeader("Range"));
+    QCOMPARE(server.log(), QStringList({"HEAD /a"_s, "GET /a"_s, "GET /b"_s}));
+    QVERIFY(server.last("GET", "/a"_s).hasHeader("user-agent"));
+    QVERIFY(!server.last("GET", "/a"_s).hasHeader("Range"));
 }
 
 void TestHttpServerTest::keepsOneConnection()
 {
     TestHttpServer server;
-    server.serve(QStringLiteral("/a"), "hello");
+    server.serve("/a"_s, "hello");
     for (int round = 0; round < 3; ++round) {
-        const ReplyPointer reply(get(server.url(QStringLiteral("/a"))));
+        const ReplyPointer reply(get(server.url("/a"_s)));
         QVERIFY(finish(reply));
         QCOMPARE(reply->readAll(), QByteArray("hello"));
     }
@@ -93,13 +93,13 @@ void TestHttpServerTest::keepsOneConnection()
 void TestHttpServerTest::honoursRanges()
 {
     TestHttpServer server;
-    server.serve(QStringLiteral("/a"), "0123456789");
-    const ReplyPointer reply(get(server.url(QStringLiteral("/a")), "bytes=4-"));
+    server.serve("/a"_s, "0123456789");
+    const ReplyPointer reply(get(server.url("/a"_s), "bytes=4-"));
     QVERIFY(finish(reply));
     QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 206);
     QCOMPARE(reply->rawHeader("Content-Range"), QByteArray("bytes 4-9/10"));
     QCOMPARE(reply->readAll(), QByteArray("456789"));
-    const ReplyPointer part(get(server.url(QStringLiteral("/a")), "bytes=4-5"));
+    const ReplyPointer part(get(server.url("/a"_s), "bytes=4-5"));
     QVERIFY(finish(part));
     QCOMPARE(part->readAll(), QByteArray("45"));
 }
@@ -107,25 +107,20 @@ void TestHttpServerTest::honoursRanges()
 void TestHttpServerTest::honoursIfRange_data()
 {
     const QByteArray date = "Wed, 17 May 2023 12:00:00 GMT";
-    QTest::addColumn<QByteArray>("tag");
-    QTest::addColumn<QByteArray>("known");
-    QTest::addColumn<int>("status");
-    QTest::newRow("same date") << QByteArray() << date << 206;
-    QTest::newRow("another date") << QByteArray() << QByteArray("Thu, 18 May 2023 12:00:00 GMT")
-                                  << 200;
-    QTest::newRow("same tag") << QByteArray("\"1\"") << QByteArray("\"1\"") << 206;
-    QTest::newRow("another tag") << QByteArray("\"1\"") << QByteArray("\"2\"") << 200;
-    QTest::newRow("weak tag") << QByteArray("W/\"1\"") << QByteArray("W/\"1\"") << 200;
+    Rows<QByteArray, QByteArray, int>()
+        .row("same date", {}, date, 206)
+        .row("another date", {}, "Thu, 18 May 2023 12:00:00 GMT", 200)
+        .row("same tag", "\"1\"", "\"1\"", 206)
+        .row("another tag", "\"1\"", "\"2\"", 200)
+        .row("weak tag", "W/\"1\"", "W/\"1\"", 200);
 }
 
 void TestHttpServerTest::honoursIfRange()
 {
-    QFETCH(QByteArray, tag);
-    QFETCH(QByteArray, known);
-    QFETCH(int, status);
+    const auto [tag, known, status] = Rows<QByteArray, QByteArray, int>::current();
     TestHttpServer server;
-    server.serve(QStringLiteral("/a"), "0123456789").entityTag = tag;
-    QNetworkRequest request{QUrl(server.url(QStringLiteral("/a")))};
+    server.serve("/a"_s, "0123456789").entityTag = tag;
+    QNetworkRequest request{QUrl(server.url("/a"_s))};
     request.setRawHeader("Range", "bytes=4-");
     request.setRawHeader("If-Range", known);
     const ReplyPointer reply(m_network.get(request));
@@ -137,12 +132,12 @@ void TestHttpServerTest::honoursIfRange()
 void TestHttpServerTest::rangeFaults()
 {
     TestHttpServer server;
-    server.serve(QStringLiteral("/ignored"), "0123456789").ignoresRange = true;
-    server.serve(QStringLiteral("/displaced"), "0123456789").rangeDisplacement = 2;
-    server.serve(QStringLiteral("/refused"), "0123456789").refusesRange = true;
-    const ReplyPointer ignored(get(server.url(QStringLiteral("/ignored")), "bytes=4-"));
-    const ReplyPointer displaced(get(server.url(QStringLiteral("/displaced")), "bytes=4-"));
-    const ReplyPointer refused(get(server.url(QStringLiteral("/refused")), "bytes=4-"));
+    server.serve("/ignored"_s, "0123456789").ignoresRange = true;
+    server.serve("/displaced"_s, "0123456789").rangeDisplacement = 2;
+    server.serve("/refused"_s, "0123456789").refusesRange = true;
+    const ReplyPointer ignored(get(server.url("/ignored"_s), "bytes=4-"));
+    const ReplyPointer displaced(get(server.url("/displaced"_s), "bytes=4-"));
+    const ReplyPointer refused(get(server.url("/refused"_s), "bytes=4-"));
     QVERIFY(finish(ignored) && finish(displaced) && finish(refused));
     QCOMPARE(ignored->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 200);
     QCOMPARE(ignored->readAll(), QByteArray("0123456789"));
@@ -154,52 +149,42 @@ void TestHttpServerTest::rangeFaults()
 
 void TestHttpServerTest::faultsEndInTheErrorsTheyStandFor_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QNetworkReply::NetworkError>("error");
-    QTest::addColumn<int>("received");
-    QTest::newRow("cut") << QStringLiteral("/cut") << QNetworkReply::RemoteHostClosedError << 1000;
-    QTest::newRow("cut at once") << QStringLiteral("/cut0") << QNetworkReply::RemoteHostClosedError
-                                 << 0;
-    QTest::newRow("reset") << QStringLiteral("/reset") << QNetworkReply::RemoteHostClosedError
-                           << 1000;
-    QTest::newRow("cut chunks") << QStringLiteral("/chunks") << QNetworkReply::RemoteHostClosedError
-                                << 1000;
-    QTest::newRow("torn chunk") << QStringLiteral("/torn") << QNetworkReply::RemoteHostClosedError
-                                << 1000;
-    QTest::newRow("whole chunks") << QStringLiteral("/whole") << QNetworkReply::NoError << 5000;
-    QTest::newRow("no length") << QStringLiteral("/open") << QNetworkReply::NoError << 5000;
-    QTest::newRow("no length, cut") << QStringLiteral("/opencut") << QNetworkReply::NoError << 1000;
-    QTest::newRow("empty") << QStringLiteral("/empty") << QNetworkReply::NoError << 0;
-    QTest::newRow("500") << QStringLiteral("/500") << QNetworkReply::InternalServerError << 5000;
-    QTest::newRow("refused") << QStringLiteral("refuse") << QNetworkReply::ConnectionRefusedError
-                             << 0;
+    Rows<QString, QNetworkReply::NetworkError, int>()
+        .row("cut", "/cut", QNetworkReply::RemoteHostClosedError, 1000)
+        .row("cut at once", "/cut0", QNetworkReply::RemoteHostClosedError, 0)
+        .row("reset", "/reset", QNetworkReply::RemoteHostClosedError, 1000)
+        .row("cut chunks", "/chunks", QNetworkReply::RemoteHostClosedError, 1000)
+        .row("torn chunk", "/torn", QNetworkReply::RemoteHostClosedError, 1000)
+        .row("whole chunks", "/whole", QNetworkReply::NoError, 5000)
+        .row("no length", "/open", QNetworkReply::NoError, 5000)
+        .row("no length, cut", "/opencut", QNetworkReply::NoError, 1000)
+        .row("empty", "/empty", QNetworkReply::NoError, 0)
+        .row("500", "/500", QNetworkReply::InternalServerError, 5000)
+        .row("refused", "refuse", QNetworkReply::ConnectionRefusedError, 0);
 }
 
 void TestHttpServerTest::faultsEndInTheErrorsTheyStandFor()
 {
     const QByteArray body = HttpResource::generated(0, 5000);
     TestHttpServer server;
-    server.serve(QStringLiteral("/cut"), body).cutAfter = 1000;
-    server.serve(QStringLiteral("/cut0"), body).cutAfter = 0;
-    server.serve(QStringLiteral("/reset"), body).resetAfter = 1000;
-    server.serve(QStringLiteral("/chunks"), body).cutAfter = 1000;
-    server.resource(QStringLiteral("/chunks")).chunked = true;
-    server.serve(QStringLiteral("/torn"), body).cutAfter = 1000;
-    server.resource(QStringLiteral("/torn")).chunked = true;
-    server.resource(QStringLiteral("/torn")).cutsInsideChunk = true;
-    server.serve(QStringLiteral("/whole"), body).chunked = true;
-    server.serve(QStringLiteral("/open"), body).getWithoutLength = true;
-    server.serve(QStringLiteral("/opencut"), body).getWithoutLength = true;
-    server.resource(QStringLiteral("/opencut")).cutAfter = 1000;
-    server.serve(QStringLiteral("/empty"), QByteArray());
-    server.serve(QStringLiteral("/500"), body).getStatus = 500;
+    server.serve("/cut"_s, body).cutAfter = 1000;
+    server.serve("/cut0"_s, body).cutAfter = 0;
+    server.serve("/reset"_s, body).resetAfter = 1000;
+    server.serve("/chunks"_s, body).cutAfter = 1000;
+    server.resource("/chunks"_s).chunked = true;
+    server.serve("/torn"_s, body).cutAfter = 1000;
+    server.resource("/torn"_s).chunked = true;
+    server.resource("/torn"_s).cutsInsideChunk = true;
+    server.serve("/whole"_s, body).chunked = true;
+    server.serve("/open"_s, body).getWithoutLength = true;
+    server.serve("/opencut"_s, body).getWithoutLength = true;
+    server.resource("/opencut"_s).cutAfter = 1000;
+    server.serve("/empty"_s, QByteArray());
+    server.serve("/500"_s, body).getStatus = 500;
 
-    QFETCH(QString, path);
-    QFETCH(QNetworkReply::NetworkError, error);
-    QFETCH(int, received);
-    const ReplyPointer reply(get(path == QLatin1String("refuse")
-                                     ? server.refusingUrl(QStringLiteral("/x"))
-                                     : server.url(path)));
+    const auto [path, error, received] = Rows<QString, QNetworkReply::NetworkError, int>::current();
+    const ReplyPointer reply(
+        get(path == "refuse"_s ? server.refusingUrl("/x"_s) : server.url(path)));
     QVERIFY(finish(reply));
     // A closed connection in the middle of a body is not always an error to Qt.
     if (error != QNetworkReply::RemoteHostClosedError || reply->error() != QNetworkReply::NoError)
@@ -207,21 +192,21 @@ void TestHttpServerTest::faultsEndInTheErrorsTheyStandFor()
     const QByteArray bytes = reply->readAll();
     QVERIFY(body.startsWith(bytes));
     // A reset may take back bytes that were on their way.
-    QVERIFY(path == QLatin1String("/reset") ? bytes.size() <= received : bytes.size() == received);
+    QVERIFY(path == "/reset"_s ? bytes.size() <= received : bytes.size() == received);
 }
 
 void TestHttpServerTest::compressesWhenAsked()
 {
     const QByteArray body(100000, 'x');
     TestHttpServer server;
-    server.serve(QStringLiteral("/a"), body).compresses = true;
-    const ReplyPointer reply(get(server.url(QStringLiteral("/a"))));
+    server.serve("/a"_s, body).compresses = true;
+    const ReplyPointer reply(get(server.url("/a"_s)));
     QVERIFY(finish(reply));
     QCOMPARE(reply->error(), QNetworkReply::NoError);
     QCOMPARE(reply->rawHeader("Content-Encoding"), QByteArray("gzip"));
     QCOMPARE(reply->readAll(), body);
 
-    QNetworkRequest plain(QUrl(server.url(QStringLiteral("/a"))));
+    QNetworkRequest plain(QUrl(server.url("/a"_s)));
     plain.setRawHeader("Accept-Encoding", "identity");
     const ReplyPointer uncompressed(m_network.get(plain));
     QVERIFY(finish(uncompressed));
@@ -233,8 +218,8 @@ void TestHttpServerTest::compressesUnasked()
 {
     const QByteArray body(100000, 'x');
     TestHttpServer server;
-    server.serve(QStringLiteral("/a"), body).compressesUnasked = true;
-    QNetworkRequest request(QUrl(server.url(QStringLiteral("/a"))));
+    server.serve("/a"_s, body).compressesUnasked = true;
+    QNetworkRequest request(QUrl(server.url("/a"_s)));
     request.setRawHeader("Accept-Encoding", "identity");
     const ReplyPointer reply(m_network.get(request));
     QVERIFY(finish(reply));
@@ -245,8 +230,8 @@ void TestHttpServerTest::compressesUnasked()
 void TestHttpServerTest::refusesWhileItIsDown()
 {
     TestHttpServer server;
-    server.serve(QStringLiteral("/a"), "hello");
-    const QString url = server.url(QStringLiteral("/a"));
+    server.serve("/a"_s, "hello");
+    const QString url = server.url("/a"_s);
     // The connection of this one is kept, but not for long.
     const ReplyPointer before(get(url));
     QVERIFY(finish(before));
@@ -254,7 +239,7 @@ void TestHttpServerTest::refusesWhileItIsDown()
     const ReplyPointer refused(get(url));
     QVERIFY(finish(refused));
     QCOMPARE(refused->error(), QNetworkReply::ConnectionRefusedError);
-    QCOMPARE(server.url(QStringLiteral("/a")), url);
+    QCOMPARE(server.url("/a"_s), url);
     server.setRefusing(false);
     const ReplyPointer after(get(url));
     QVERIFY(finish(after));
@@ -264,9 +249,9 @@ void TestHttpServerTest::refusesWhileItIsDown()
 void TestHttpServerTest::bodyChangesAfterTheFirstRequest()
 {
     TestHttpServer server;
-    server.serve(QStringLiteral("/a"), "old").laterBody = "newer";
+    server.serve("/a"_s, "old").laterBody = "newer";
     for (const char *body : {"old", "newer", "newer"}) {
-        const ReplyPointer reply(get(server.url(QStringLiteral("/a"))));
+        const ReplyPointer reply(get(server.url("/a"_s)));
         QVERIFY(finish(reply));
         QCOMPARE(reply->readAll(), QByteArray(body));
     }
@@ -275,16 +260,16 @@ void TestHttpServerTest::bodyChangesAfterTheFirstRequest()
 void TestHttpServerTest::heldAnswersGoOnAfterRelease()
 {
     TestHttpServer server;
-    server.serve(QStringLiteral("/gate"), "gate").holdsGet = true;
-    server.serve(QStringLiteral("/stall"), HttpResource::generated(0, 5000)).holdAfter = 1000;
-    const ReplyPointer gate(get(server.url(QStringLiteral("/gate"))));
-    const ReplyPointer stall(get(server.url(QStringLiteral("/stall"))));
+    server.serve("/gate"_s, "gate").holdsGet = true;
+    server.serve("/stall"_s, HttpResource::generated(0, 5000)).holdAfter = 1000;
+    const ReplyPointer gate(get(server.url("/gate"_s)));
+    const ReplyPointer stall(get(server.url("/stall"_s)));
     QVERIFY(server.waitForRequests(2));
     QTRY_COMPARE(stall->bytesAvailable(), 1000);
     QCOMPARE(gate->bytesAvailable(), 0);
     QVERIFY(!gate->isFinished() && !stall->isFinished());
-    server.release(QStringLiteral("/gate"));
-    server.release(QStringLiteral("/stall"));
+    server.release("/gate"_s);
+    server.release("/stall"_s);
     QVERIFY(finish(gate) && finish(stall));
     QCOMPARE(gate->readAll(), QByteArray("gate"));
     QCOMPARE(stall->readAll(), HttpResource::generated(0, 5000));
@@ -293,18 +278,17 @@ void TestHttpServerTest::heldAnswersGoOnAfterRelease()
 void TestHttpServerTest::redirects()
 {
     TestHttpServer server;
-    server.serve(QStringLiteral("/target"), "here");
-    server.serve(QStringLiteral("/same"), "").redirect = "/target";
-    server.serve(QStringLiteral("/other"), "").redirect =
-        server.otherHostUrl(QStringLiteral("/target")).toLatin1();
-    server.serve(QStringLiteral("/loop"), "").redirect = "/loop";
-    const ReplyPointer same(get(server.url(QStringLiteral("/same"))));
-    const ReplyPointer other(get(server.url(QStringLiteral("/other"))));
-    const ReplyPointer loop(get(server.url(QStringLiteral("/loop"))));
+    server.serve("/target"_s, "here");
+    server.serve("/same"_s, "").redirect = "/target";
+    server.serve("/other"_s, "").redirect = server.otherHostUrl("/target"_s).toLatin1();
+    server.serve("/loop"_s, "").redirect = "/loop";
+    const ReplyPointer same(get(server.url("/same"_s)));
+    const ReplyPointer other(get(server.url("/other"_s)));
+    const ReplyPointer loop(get(server.url("/loop"_s)));
     QVERIFY(finish(same) && finish(other) && finish(loop));
     QCOMPARE(same->readAll(), QByteArray("here"));
     QCOMPARE(other->readAll(), QByteArray("here"));
-    QCOMPARE(other->url().host(), QStringLiteral("localhost"));
+    QCOMPARE(other->url().host(), "localhost"_s);
     QCOMPARE(loop->error(), QNetworkReply::TooManyRedirectsError);
 }
 
@@ -312,8 +296,8 @@ void TestHttpServerTest::largeBodiesAreMadeOnTheWay()
 {
     constexpr qint64 Size = 20 * 1024 * 1024 + 3;
     TestHttpServer server;
-    server.serveGenerated(QStringLiteral("/a"), Size);
-    const ReplyPointer reply(get(server.url(QStringLiteral("/a"))));
+    server.serveGenerated("/a"_s, Size);
+    const ReplyPointer reply(get(server.url("/a"_s)));
     QVERIFY(finish(reply));
     QCOMPARE(reply->readAll(), HttpResource::generated(0, Size));
 }
@@ -324,17 +308,17 @@ void TestHttpServerTest::nginxServesItsFolder()
         QSKIP("there is no nginx here");
     Nginx nginx;
     QVERIFY(nginx.isRunning());
-    QVERIFY(writeFile(nginx.folder() + QStringLiteral("sub/a b"), "0123456789"));
-    const ReplyPointer reply(get(nginx.url(QStringLiteral("/sub/a%20b")), "bytes=4-"));
+    QVERIFY(writeFile(nginx.folder() + "sub/a b"_s, "0123456789"));
+    const ReplyPointer reply(get(nginx.url("/sub/a%20b"_s), "bytes=4-"));
     QVERIFY(finish(reply));
     QCOMPARE(reply->readAll(), QByteArray("456789"));
 
     nginx.stop();
-    const ReplyPointer stopped(get(nginx.url(QStringLiteral("/sub/a%20b"))));
+    const ReplyPointer stopped(get(nginx.url("/sub/a%20b"_s)));
     QVERIFY(finish(stopped));
     QVERIFY(stopped->error() != QNetworkReply::NoError);
     QVERIFY(nginx.restart());
-    const ReplyPointer again(get(nginx.url(QStringLiteral("/sub/a%20b"))));
+    const ReplyPointer again(get(nginx.url("/sub/a%20b"_s)));
     QVERIFY(finish(again));
     QCOMPARE(again->readAll(), QByteArray("0123456789"));
 }
