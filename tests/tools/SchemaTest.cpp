@@ -154,7 +154,7 @@ private slots:
     void whatPassesBreaksNoRuleOfSchemas_data() { whatPassesIsReadWithoutDefaults_data(); }
     void whatPassesBreaksNoRuleOfSchemas();
     void whatFailsIsFound();
-    void exampleOfTheReadmeIsFaultless();
+    void exampleOfThePageIsFaultless();
 
 private:
     QHash<QString, QByteArray> m_verdicts; ///< by name of the catalogue
@@ -242,9 +242,9 @@ void SchemaTest::whatFailsIsFound()
     QVERIFY(failed < m_verdicts.size());
 }
 
-void SchemaTest::exampleOfTheReadmeIsFaultless()
+void SchemaTest::exampleOfThePageIsFaultless()
 {
-    const QByteArray page = readFile(QStringLiteral(KAVO_README));
+    const QByteArray page = readFile(QStringLiteral(KAVO_CATALOGUE_PAGE));
     const int begin = page.indexOf("```json\n");
     const int end = page.indexOf("\n```", begin + 8);
     QVERIFY(begin >= 0 && end > begin);
