@@ -4,6 +4,7 @@
 #include "components/WindowControl.h"
 #include "core/Settings.h"
 #include "tests/components/Widgets.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestHttpServer.h"
 #include "tests/support/TestMain.h"
 #include "ui/window/ApplicationWindow.h"
@@ -115,7 +116,7 @@ void AssemblyTest::init()
     forgetMaximised();
     m_profile = std::make_unique<ScratchProfile>();
     m_server = std::make_unique<TestHttpServer>();
-    m_server->serve(QStringLiteral("/packages.json"), "[]");
+    m_server->serve("/packages.json"_s, "[]");
     m_settings = m_profile->makeSettings();
     m_splash = std::make_unique<QSplashScreen>(QPixmap(300, 200));
     m_messages.clear();
@@ -171,7 +172,7 @@ int AssemblyTest::assemble()
 {
     const Kavo::EndSignals endSignals;
     return Assembly(*qobject_cast<QApplication *>(qApp), *m_splash, m_settings, endSignals,
-                    {m_server->url(QString()), QStringLiteral("/usr/bin/7z")})
+                    {m_server->url(QString()), "/usr/bin/7z"_s})
         .run();
 }
 
@@ -186,8 +187,7 @@ void AssemblyTest::splashScreenGoesWithTheWindowOnly()
 void AssemblyTest::stepsAreTold()
 {
     run();
-    QCOMPARE(m_messages,
-             QStringList({QStringLiteral("Initializing..."), QStringLiteral("Creating UI...")}));
+    QCOMPARE(m_messages, QStringList({"Initializing..."_s, "Creating UI..."_s}));
 }
 
 // Fixed, see docs/compatibility.md.
@@ -196,7 +196,7 @@ void AssemblyTest::messagesAreWhiteAtTheBottom()
     QPixmap black(300, 200);
     black.fill(Qt::black);
     m_splash->setPixmap(black);
-    Kavo::showSplashMessage(*m_splash, QStringLiteral("HHHHHHHH"));
+    Kavo::showSplashMessage(*m_splash, "HHHHHHHH"_s);
     const QImage image = m_splash->grab().toImage();
     int white = 0;
     QRect inked;
@@ -222,13 +222,13 @@ void AssemblyTest::stateIsRegisteredByItsQualifiedName()
 
 void AssemblyTest::pendingSettingsAreWrittenAtTheEnd()
 {
-    m_settings->setPending(Settings::SHOW_FILTER, QStringLiteral("never applied"));
+    m_settings->setPending(Settings::SHOW_FILTER, "never applied"_s);
     run();
     const QSettings file(m_profile->settingsFile(), QSettings::IniFormat);
     QCOMPARE(file.allKeys().size(), 7);
     for (const Settings::Entry &entry : m_settings->pendingConfiguration())
         QCOMPARE(file.value(entry.key).toString(), entry.value);
-    QCOMPARE(file.value(QStringLiteral("ShowFilter")).toString(), QStringLiteral("never applied"));
+    QCOMPARE(file.value("ShowFilter"_s).toString(), "never applied"_s);
 }
 
 void AssemblyTest::exitStatusIsThatOfTheEventLoop()
@@ -279,7 +279,7 @@ void AssemblyTest::windowTooLargeForTheScreenIsMaximised()
         QCOMPARE(window.pos(), QPoint(screen.width() / 2 - 660, screen.height() / 2 - 400));
     });
     QCOMPARE(maximised, 1);
-    QCOMPARE(action, QStringLiteral("Restore"));
+    QCOMPARE(action, "Restore"_s);
 }
 
 void AssemblyTest::windowThatFitsIsNotMaximised()
@@ -294,7 +294,7 @@ void AssemblyTest::windowThatFitsIsNotMaximised()
         action = child<QPushButton>(window, "WindowMaximize")->accessibleName();
     });
     QCOMPARE(normal, 1);
-    QCOMPARE(action, QStringLiteral("Maximize"));
+    QCOMPARE(action, "Maximize"_s);
 }
 
 KAVO_TEST_MAIN(AssemblyTest)

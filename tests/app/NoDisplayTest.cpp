@@ -1,9 +1,10 @@
 #include "app/PlatformGuard.h"
+#include "tests/app/StoredSettings.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QProcess>
-#include <QSettings>
 
 using namespace Kavo::Testing;
 
@@ -54,26 +55,22 @@ void NoDisplayTest::programSaysWhatIsMissing_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("reason");
 
-    const QString platform = QStringLiteral("QT_QPA_PLATFORM");
-    const QString display = QStringLiteral("DISPLAY");
-    const QString nobody = QStringLiteral(":4242");
-    QTest::newRow("nothing set") << Variables() << QStringList()
-                                 << QStringLiteral("DISPLAY is not set");
+    const QString platform = "QT_QPA_PLATFORM"_s;
+    const QString display = "DISPLAY"_s;
+    const QString nobody = ":4242"_s;
+    QTest::newRow("nothing set") << Variables() << QStringList() << "DISPLAY is not set"_s;
     QTest::newRow("nobody there") << Variables{{display, nobody}} << QStringList() << nobody;
-    QTest::newRow("unknown platform")
-        << Variables{{platform, QStringLiteral("unheard-of")}, {display, nobody}} << QStringList()
-        << QStringLiteral("\"unheard-of\"");
+    QTest::newRow("unknown platform") << Variables{{platform, "unheard-of"_s}, {display, nobody}}
+                                      << QStringList() << "\"unheard-of\""_s;
     QTest::newRow("unknown platform as an option")
-        << Variables{{platform, QStringLiteral("offscreen")}}
-        << QStringList{QStringLiteral("-platform"), QStringLiteral("unheard-of")}
-        << QStringLiteral("\"unheard-of\"");
-    QTest::newRow("none of two") << Variables{{platform, QStringLiteral("unheard-of;xcb")},
-                                              {display, nobody}}
+        << Variables{{platform, "offscreen"_s}} << QStringList{"-platform"_s, "unheard-of"_s}
+        << "\"unheard-of\""_s;
+    QTest::newRow("none of two") << Variables{{platform, "unheard-of;xcb"_s}, {display, nobody}}
                                  << QStringList() << nobody;
     QTest::newRow("only a Wayland that is gone")
-        << Variables{{QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("gone")},
-                     {QStringLiteral("XDG_RUNTIME_DIR"), QDir::tempPath()},
-                     {QStringLiteral("XDG_SESSION_TYPE"), QStringLiteral("wayland")}}
+        << Variables{{"WAYLAND_DISPLAY"_s, "gone"_s},
+                     {"XDG_RUNTIME_DIR"_s, QDir::tempPath()},
+                     {"XDG_SESSION_TYPE"_s, "wayland"_s}}
         << QStringList() << QString();
 }
 
@@ -103,8 +100,8 @@ void NoDisplayTest::programStartsWhereQtFindsAPlatform_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("warning");
 
-    const QString platform = QStringLiteral("QT_QPA_PLATFORM");
-    const QString option = QStringLiteral("-platform");
+    const QString platform = "QT_QPA_PLATFORM"_s;
+    const QString option = "-platform"_s;
     for (const char *name : {"offscreen", "minimal"}) {
         const QString value = QLatin1String(name);
         QTest::addRow("%s", name) << Variables{{platform, value}} << QStringList() << QString();
@@ -113,19 +110,16 @@ void NoDisplayTest::programStartsWhereQtFindsAPlatform_data()
     }
     // What Qt says of the first one is not lost.
     QTest::newRow("the second of two")
-        << Variables{{platform, QStringLiteral("unheard-of;offscreen")}} << QStringList()
-        << QStringLiteral("qt.qpa.plugin: Could not find the Qt platform plugin \"unheard-of\"");
+        << Variables{{platform, "unheard-of;offscreen"_s}} << QStringList()
+        << "qt.qpa.plugin: Could not find the Qt platform plugin \"unheard-of\""_s;
 }
 
 void NoDisplayTest::programStartsWhereQtFindsAPlatform()
 {
     QFETCH(QString, warning);
     const ScratchProfile profile;
-    {
-        QSettings settings(profile.settingsFile(), QSettings::IniFormat);
-        settings.setValue(QStringLiteral("Installation"), profile.simulatorFolder());
-        settings.setValue(QStringLiteral("LocalRepo"), QStringLiteral("true"));
-    }
+    settle(profile);
+    store(profile, "LocalRepo", "true"_s);
     QProcess process;
     start(process);
     QTRY_VERIFY(readFile(profile.logFile()).contains("Loading settings from : ") ||

@@ -1,8 +1,10 @@
 #include "app/ProgramEnd.h"
 #include "app/EndSignals.h"
 #include "tests/app/ProgramRun.h"
+#include "tests/app/StoredSettings.h"
 #include "tests/packages/Engine.h"
 #include "tests/packages/GatedExtractor.h"
+#include "tests/support/Literals.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/StandInLocate.h"
 #include "tests/support/TestMain.h"
@@ -11,7 +13,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QScopeGuard>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QTimer>
 #include <QWidget>
@@ -28,17 +29,17 @@ using namespace Kavo::Testing;
 namespace {
 
 constexpr int Patience = 30000; ///< in milliseconds
-const QString Extractor = QStringLiteral("/usr/bin/7z");
+const QString Extractor = "/usr/bin/7z"_s;
 
 /// The programs that a process has started.
 QVector<pid_t> childrenOf(qint64 process)
 {
     QVector<pid_t> found;
-    const QDir threads(QStringLiteral("/proc/%1/task").arg(process));
+    const QDir threads("/proc/%1/task"_s.arg(process));
     const QStringList names = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString &name : names) {
         const QList<QByteArray> numbers =
-            readFile(threads.filePath(name + QStringLiteral("/children"))).simplified().split(' ');
+            readFile(threads.filePath(name + "/children"_s)).simplified().split(' ');
         for (const QByteArray &number : numbers) {
             if (!number.isEmpty())
                 found.append(number.toInt());
@@ -52,7 +53,7 @@ pid_t unpackerOf(qint64 process, const QByteArray &archive)
 {
     const QVector<pid_t> children = childrenOf(process);
     for (const pid_t child : children) {
-        const QByteArray words = readFile(QStringLiteral("/proc/%1/cmdline").arg(child));
+        const QByteArray words = readFile("/proc/%1/cmdline"_s.arg(child));
         if (words.split('\0').value(1) == "x" && words.contains(archive))
             return child;
     }
@@ -97,14 +98,16 @@ private slots:
 private:
     static void signalRows();
     static int signalOfRow();
-    QString stored(const char *key) const;
+    QString stored(const char *key) const
+    {
+        return Kavo::Testing::stored(m_engine->profile(), key);
+    }
     bool waitForRequest(const QString &path, const QByteArray &method) const;
     /// Runs the program on the server of the engine.
     std::unique_ptr<ProgramRun> makeRun(const QString &extractor = Extractor,
                                         const QStringList &buttons = {}) const;
     /// A program that is just being installed; another package waits behind it.
     std::unique_ptr<ProgramRun> startInstalling(const GatedExtractor &gate);
-    void settle() const;
 
     std::unique_ptr<Engine> m_engine;
 };
@@ -114,11 +117,11 @@ void ProgramEndTest::init()
     m_engine = std::make_unique<Engine>();
     for (const int id : {1, 2}) {
         Offer offer{id};
-        offer.extract = QStringLiteral("folder-%1").arg(id);
+        offer.extract = "folder-%1"_s.arg(id);
         m_engine->offer(offer);
     }
     m_engine->serveCatalogue();
-    settle();
+    settle(m_engine->profile());
 }
 
 void ProgramEndTest::cleanup()
@@ -140,19 +143,6 @@ int ProgramEndTest::signalOfRow()
     return number;
 }
 
-/// Nothing is asked at the start.
-void ProgramEndTest::settle() const
-{
-    QSettings settings(m_engine->profile().settingsFile(), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("Installation"), m_engine->profile().simulatorFolder());
-}
-
-QString ProgramEndTest::stored(const char *key) const
-{
-    const QSettings file(m_engine->profile().settingsFile(), QSettings::IniFormat);
-    return file.value(QLatin1String(key), QStringLiteral("(missing)")).toString();
-}
-
 bool ProgramEndTest::waitForRequest(const QString &path, const QByteArray &method) const
 {
     return runUntil([&] { return m_engine->server().last(method, path).method == method; },
@@ -169,7 +159,7 @@ std::unique_ptr<ProgramRun> ProgramEndTest::makeRun(const QString &extractor,
 
 std::unique_ptr<ProgramRun> ProgramEndTest::startInstalling(const GatedExtractor &gate)
 {
-    auto run = makeRun(gate.program(), {QStringLiteral("Download")});
+    auto run = makeRun(gate.program(), {"Download"_s});
     run->start();
     const auto areThere = [this] {
         return m_engine->recordedStatus(1) == 4 && m_engine->recordedStatus(2) == 4;
@@ -182,24 +172,24 @@ void ProgramEndTest::programEnds()
     const auto run = makeRun();
     run->start();
     // The window loads the catalogue.
-    QVERIFY(waitForRequest(QStringLiteral("/packages.json"), "GET"));
-    QCOMPARE(stored("Language"), QStringLiteral("(missing)"));
+    QVERIFY(waitForRequest("/packages.json"_s, "GET"));
+    QCOMPARE(stored("Language"), "(missing)"_s);
     run->send(signalOfRow());
     QVERIFY(run->endsWith(0));
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QCOMPARE(stored("Language"), "en"_s);
     QCOMPARE(stored("Cache"), m_engine->profile().cacheFolder());
-    QVERIFY(!QFile::exists(m_engine->profile().dataFolder() + QStringLiteral("kavo-suite.lock")));
+    QVERIFY(!QFile::exists(m_engine->profile().dataFolder() + "kavo-suite.lock"_s));
 }
 
 void ProgramEndTest::installationIsFinishedAndRecorded()
 {
-    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("gate")));
+    const GatedExtractor gate(m_engine->profile().folder("gate"_s));
     const auto run = startInstalling(gate);
     QVERIFY(run);
     run->send(signalOfRow());
     run->send(signalOfRow());
     // It still hears what is said to it, and waits.
-    ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM), {QStringLiteral("-"), Extractor});
+    ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM), {"-"_s, Extractor});
     later.start();
     QVERIFY(later.endsWith(0));
     QCOMPARE(later.standardError(), QByteArray());
@@ -210,15 +200,14 @@ void ProgramEndTest::installationIsFinishedAndRecorded()
     const int done = m_engine->recordedStatus(1) == 1 ? 1 : 2;
     const int waiting = 3 - done;
     QCOMPARE(m_engine->recordedStatus(done), 1);
-    QCOMPARE(m_engine->wholeVersion(done), QStringLiteral("1.0"));
-    QCOMPARE(
-        fileTree(m_engine->simulator(QStringLiteral("folder-%1").arg(done))),
-        expectedTree({{Engine::fileOf(done), Engine::contentOf(done, QStringLiteral("1.0"))}}));
+    QCOMPARE(m_engine->wholeVersion(done), "1.0"_s);
+    QCOMPARE(fileTree(m_engine->simulator("folder-%1"_s.arg(done))),
+             expectedTree({{Engine::fileOf(done), Engine::contentOf(done, "1.0"_s)}}));
     // The other one is not begun, and its archive is there for the next time.
     QCOMPARE(m_engine->recordedStatus(waiting), 4);
-    QVERIFY(!QFileInfo::exists(m_engine->simulator(QStringLiteral("folder-%1").arg(waiting))));
-    QVERIFY(QFile::exists(m_engine->cached(QStringLiteral("package-%1-1.0.zip").arg(waiting))));
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QVERIFY(!QFileInfo::exists(m_engine->simulator("folder-%1"_s.arg(waiting))));
+    QVERIFY(QFile::exists(m_engine->cached("package-%1-1.0.zip"_s.arg(waiting))));
+    QCOMPARE(stored("Language"), "en"_s);
 }
 
 void ProgramEndTest::downloadStopsWhereItIs()
@@ -229,16 +218,16 @@ void ProgramEndTest::downloadStopsWhereItIs()
     QByteArray content;
     for (int number = 0; content.size() < 1000000; ++number)
         content += QCryptographicHash::hash(QByteArray::number(number), QCryptographicHash::Sha256);
-    large.files = {{QStringLiteral("large"), content}};
+    large.files = {{"large"_s, content}};
     m_engine->offer(large);
     m_engine->serveCatalogue();
-    const QString path = QStringLiteral("/package-3-1.0.zip");
+    const QString path = "/package-3-1.0.zip"_s;
     HttpResource &archive = m_engine->server().resource(path);
     archive.holdAfter = Part;
     QVERIFY(archive.size() > 2 * Part);
-    const auto run = makeRun(Extractor, {QStringLiteral("Download")});
+    const auto run = makeRun(Extractor, {"Download"_s});
     run->start();
-    const QString cached = m_engine->cached(QStringLiteral("package-3-1.0.zip"));
+    const QString cached = m_engine->cached("package-3-1.0.zip"_s);
     QVERIFY(runUntil([&] { return QFileInfo(cached).size() == Part; }, Patience));
     QVERIFY(runUntil(
         [this] { return m_engine->recordedStatus(1) == 1 && m_engine->recordedStatus(2) == 1; },
@@ -247,19 +236,19 @@ void ProgramEndTest::downloadStopsWhereItIs()
     QVERIFY(run->endsWith(0));
     QCOMPARE(readFile(cached), archive.read(0, Part));
     QCOMPARE(m_engine->recordedStatus(3), 3);
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QCOMPARE(stored("Language"), "en"_s);
 }
 
 void ProgramEndTest::questionIsAnsweredWithNo()
 {
-    const auto run = makeRun(Extractor, {QStringLiteral("Reset")});
+    const auto run = makeRun(Extractor, {"Reset"_s});
     run->start();
     QVERIFY(runUntil([&run] { return run->standardOutput().contains("asks"); }, Patience));
     run->send(signalOfRow());
     QVERIFY(run->endsWith(0));
     // A reset would have emptied it.
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
-    QVERIFY(QFile::exists(m_engine->profile().dataFolder() + QStringLiteral("packages.db")));
+    QCOMPARE(stored("Language"), "en"_s);
+    QVERIFY(QFile::exists(m_engine->profile().dataFolder() + "packages.db"_s));
 }
 
 void ProgramEndTest::searchForTheSimulatorIsGivenUp()
@@ -291,7 +280,7 @@ void ProgramEndTest::questionForTheFolderIsGivenUp()
 
 void ProgramEndTest::extractorIsNotEndedByTheSameSignal()
 {
-    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("gate")));
+    const GatedExtractor gate(m_engine->profile().folder("gate"_s));
     const auto run = startInstalling(gate);
     QVERIFY(run);
     const QVector<pid_t> children = childrenOf(run->processId());
@@ -311,18 +300,18 @@ void ProgramEndTest::sevenZipUnpacksOnAfterTheSameSignal()
     constexpr int PieceSize = 45 * 1000 * 1000;
     constexpr int Pieces = 3;
     Offer large{3};
-    large.link = QStringLiteral("/large.bz2");
-    large.extract = QStringLiteral("large");
+    large.link = "/large.bz2"_s;
+    large.extract = "large"_s;
     m_engine->offer(large);
     m_engine->serveCatalogue();
     m_engine->server().resource(large.link).body =
-        compressed(QByteArray(PieceSize, '\0'), QStringLiteral("bz2")).repeated(Pieces);
+        compressed(QByteArray(PieceSize, '\0'), "bz2"_s).repeated(Pieces);
     // In a group of its own, as a shell starts it.
-    ProgramRun run(QStringLiteral("/usr/bin/setsid"),
+    ProgramRun run("/usr/bin/setsid"_s,
                    {QStringLiteral(KAVO_ORDERED_PROGRAM), m_engine->server().url(QString()),
-                    Extractor, QStringLiteral("Download")});
+                    Extractor, "Download"_s});
     run.start();
-    const QString unpacked = m_engine->simulator(QStringLiteral("large/large"));
+    const QString unpacked = m_engine->simulator("large/large"_s);
     pid_t unpacker = 0;
     const auto unpacks = [&] {
         unpacker = unpackerOf(run.processId(), "large.bz2");
@@ -352,10 +341,10 @@ void ProgramEndTest::ignoredHangUpStaysIgnored()
     const auto run = makeRun();
     run->start();
     ::sigaction(SIGHUP, &before, nullptr);
-    QVERIFY(waitForRequest(QStringLiteral("/packages.json"), "GET"));
+    QVERIFY(waitForRequest("/packages.json"_s, "GET"));
     run->send(SIGHUP);
     // Anything that takes longer than to hear a signal.
-    ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM), {QStringLiteral("-"), Extractor});
+    ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM), {"-"_s, Extractor});
     later.start();
     QVERIFY(later.endsWith(0));
     QVERIFY(run->isRunning());
@@ -413,7 +402,7 @@ void ProgramEndTest::sessionThatGoesOnHasTheQueueGoOn_data()
 void ProgramEndTest::sessionThatGoesOnHasTheQueueGoOn()
 {
     QFETCH(bool, goesOn);
-    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("gate")));
+    const GatedExtractor gate(m_engine->profile().folder("gate"_s));
     m_engine->setExtractor(gate.program());
     QVERIFY(m_engine->refresh());
     QWidget window;

@@ -1,11 +1,12 @@
 #include "tests/app/ProgramRun.h"
+#include "tests/app/StoredSettings.h"
 #include "tests/packages/Engine.h"
 #include "tests/packages/GatedExtractor.h"
+#include "tests/support/Literals.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/TestMain.h"
 
 #include <QProcess>
-#include <QSettings>
 
 #include <memory>
 
@@ -63,7 +64,6 @@ private slots:
 
 private:
     std::unique_ptr<ProgramRun> makeRun(const QString &extractor, const QString &button) const;
-    QString stored(const char *key) const;
 
     std::unique_ptr<Engine> m_engine;
     std::unique_ptr<Companion> m_display;
@@ -76,15 +76,11 @@ void SessionEndTest::init()
     for (const int id : {1, 2})
         m_engine->offer({id});
     m_engine->serveCatalogue();
-    {
-        QSettings settings(m_engine->profile().settingsFile(), QSettings::IniFormat);
-        settings.setValue(QStringLiteral("Installation"), m_engine->profile().simulatorFolder());
-    }
-    m_display = std::make_unique<Companion>(
-        QStringLiteral(KAVO_XVFB),
-        QStringList{QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                    QStringLiteral("0"), QStringLiteral("1920x1080x24"), QStringLiteral("-noreset"),
-                    QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    settle(m_engine->profile());
+    m_display = std::make_unique<Companion>(QStringLiteral(KAVO_XVFB),
+                                            QStringList{"-displayfd"_s, "1"_s, "-screen"_s, "0"_s,
+                                                        "1920x1080x24"_s, "-noreset"_s,
+                                                        "-nolisten"_s, "tcp"_s});
     const QByteArray number = m_display->hear();
     QVERIFY(!number.isEmpty());
     m_session = std::make_unique<Companion>(QStringLiteral(KAVO_STAND_IN_SESSION), QStringList());
@@ -104,21 +100,14 @@ void SessionEndTest::cleanup()
 std::unique_ptr<ProgramRun> SessionEndTest::makeRun(const QString &extractor,
                                                     const QString &button) const
 {
-    return std::make_unique<ProgramRun>(QStringLiteral(KAVO_ORDERED_PROGRAM),
-                                        QStringList{m_engine->server().url(QString()), extractor,
-                                                    button, QStringLiteral("-platform"),
-                                                    QStringLiteral("xcb")});
-}
-
-QString SessionEndTest::stored(const char *key) const
-{
-    const QSettings file(m_engine->profile().settingsFile(), QSettings::IniFormat);
-    return file.value(QLatin1String(key), QStringLiteral("(missing)")).toString();
+    return std::make_unique<ProgramRun>(
+        QStringLiteral(KAVO_ORDERED_PROGRAM),
+        QStringList{m_engine->server().url(QString()), extractor, button, "-platform"_s, "xcb"_s});
 }
 
 void SessionEndTest::programEndsWithTheSession()
 {
-    const auto run = makeRun(QStringLiteral("/usr/bin/7z"), QStringLiteral("Download"));
+    const auto run = makeRun("/usr/bin/7z"_s, "Download"_s);
     run->start();
     QVERIFY(m_session->hears("joined"));
     QVERIFY(runUntil([this] { return m_engine->recordedStatus(1) == 1; }, Patience));
@@ -129,13 +118,13 @@ void SessionEndTest::programEndsWithTheSession()
     QVERIFY(run->isRunning());
     m_session->order("die");
     QVERIFY(run->endsWith(0));
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QCOMPARE(stored(m_engine->profile(), "Language"), "en"_s);
 }
 
 void SessionEndTest::sessionWaitsForAnInstallation()
 {
-    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("gate")));
-    const auto run = makeRun(gate.program(), QStringLiteral("Download"));
+    const GatedExtractor gate(m_engine->profile().folder("gate"_s));
+    const auto run = makeRun(gate.program(), "Download"_s);
     run->start();
     QVERIFY(m_session->hears("joined"));
     QVERIFY(gate.waitUntilReached());
@@ -146,8 +135,7 @@ void SessionEndTest::sessionWaitsForAnInstallation()
     m_session->order("end");
     // Anything that takes longer than an answer.
     ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM),
-                     {QStringLiteral("-"), QStringLiteral("-"), QStringLiteral("-platform"),
-                      QStringLiteral("offscreen")});
+                     {"-"_s, "-"_s, "-platform"_s, "offscreen"_s});
     later.start();
     QVERIFY(later.endsWith(0));
     QVERIFY(m_session->isSilent());
@@ -159,12 +147,12 @@ void SessionEndTest::sessionWaitsForAnInstallation()
     m_session->order("die");
     QVERIFY(run->endsWith(0));
     QCOMPARE(m_engine->recordedStatus(1) + m_engine->recordedStatus(2), 5);
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QCOMPARE(stored(m_engine->profile(), "Language"), "en"_s);
 }
 
 void SessionEndTest::questionIsAnsweredWithNo()
 {
-    const auto run = makeRun(QStringLiteral("/usr/bin/7z"), QStringLiteral("Reset"));
+    const auto run = makeRun("/usr/bin/7z"_s, "Reset"_s);
     run->start();
     QVERIFY(m_session->hears("joined"));
     QVERIFY(runUntil([&run] { return run->standardOutput().contains("asks"); }, Patience));
@@ -172,7 +160,7 @@ void SessionEndTest::questionIsAnsweredWithNo()
     QVERIFY(m_session->hears("saved"));
     m_session->order("die");
     QVERIFY(run->endsWith(0));
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QCOMPARE(stored(m_engine->profile(), "Language"), "en"_s);
 }
 
 KAVO_TEST_MAIN(SessionEndTest)

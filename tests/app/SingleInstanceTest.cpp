@@ -1,7 +1,9 @@
 #include "app/SingleInstance.h"
 #include "app/AbstractSocket.h"
 #include "tests/app/ProgramRun.h"
+#include "tests/app/StoredSettings.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/StandInLocate.h"
 #include "tests/support/TestMain.h"
@@ -13,7 +15,6 @@
 #include <QLockFile>
 #include <QProcess>
 #include <QScopeGuard>
-#include <QSettings>
 #include <QSignalSpy>
 
 #include <algorithm>
@@ -55,12 +56,19 @@ QByteArray nameOfSocket(const QString &folder)
     struct stat status = {};
     ::stat(QFile::encodeName(folder).constData(), &status);
     const QByteArray end = '/' + QByteArray::number(static_cast<qulonglong>(status.st_ino));
-    const QList<QByteArray> lines = readFile(QStringLiteral("/proc/net/unix")).split('\n');
+    const QList<QByteArray> lines = readFile("/proc/net/unix"_s).split('\n');
     for (const QByteArray &line : lines) {
         if (line.contains(" @kavo-suite/") && line.endsWith(end))
             return line.mid(line.indexOf('@') + 1);
     }
     return QByteArray();
+}
+
+/// The program neither asks for anything nor looks for a server.
+void settleWithoutServer(const ScratchProfile &profile)
+{
+    settle(profile);
+    store(profile, "LocalRepo", "true"_s);
 }
 
 } // namespace
@@ -98,13 +106,11 @@ private slots:
     void oneOfManyAtOnceGoesAhead();
 
 private:
-    /// So that the program asks for nothing when it starts.
-    static void settle(const ScratchProfile &profile);
     /// Until all of the program's own start is over.
     bool waitForWindow() const;
     /// The name that a program would take for the profile, which is free.
     QByteArray nameOfProfile() const;
-    QString lockFile() const { return m_profile->dataFolder() + QStringLiteral("kavo-suite.lock"); }
+    QString lockFile() const { return m_profile->dataFolder() + "kavo-suite.lock"_s; }
 
     std::unique_ptr<ScratchProfile> m_profile;
 };
@@ -112,19 +118,12 @@ private:
 void SingleInstanceTest::init()
 {
     m_profile = std::make_unique<ScratchProfile>();
-    settle(*m_profile);
+    settleWithoutServer(*m_profile);
 }
 
 void SingleInstanceTest::cleanup()
 {
     m_profile.reset();
-}
-
-void SingleInstanceTest::settle(const ScratchProfile &profile)
-{
-    QSettings settings(profile.settingsFile(), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("Installation"), profile.simulatorFolder());
-    settings.setValue(QStringLiteral("LocalRepo"), QStringLiteral("true"));
 }
 
 QByteArray SingleInstanceTest::nameOfProfile() const
@@ -135,11 +134,11 @@ QByteArray SingleInstanceTest::nameOfProfile() const
 
 bool SingleInstanceTest::waitForWindow() const
 {
-    const QString database = m_profile->dataFolder() + QStringLiteral("packages.db");
+    const QString database = m_profile->dataFolder() + "packages.db"_s;
     return runUntil(
         [&database] {
             return readFile(database).contains("whole_versions") &&
-                   !QFile::exists(database + QStringLiteral("-journal"));
+                   !QFile::exists(database + "-journal"_s);
         },
         30000);
 }
@@ -158,7 +157,7 @@ void SingleInstanceTest::laterProgramEndsAndTouchesNothing()
     QCOMPARE(second.standardError(), QByteArray());
     // The first has raised its window, and the off-screen platform notes that it cannot.
     auto after = everyFile(m_profile->home());
-    const QString log = QStringLiteral(".local/share/Quarnell/Kavo Suite/log.txt");
+    const QString log = ".local/share/Quarnell/Kavo Suite/log.txt"_s;
     const QByteArray logBefore = before.take(log).second;
     const QByteArray logAfter = after.take(log).second;
     QVERIFY2(logAfter.startsWith(logBefore), logAfter.constData());
@@ -203,14 +202,13 @@ void SingleInstanceTest::remnantOfADeadProgramStopsNobody_data()
     const QString name = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
     QTest::newRow("empty") << QByteArray("");
     QTest::newRow("nonsense") << QByteArray("\0\xff not a lock\n\n\n", 18);
-    QTest::newRow("of a process that is gone")
-        << lockTelling(4194304, QStringLiteral("kavo-suite"), machine);
+    QTest::newRow("of a process that is gone") << lockTelling(4194304, "kavo-suite"_s, machine);
     QTest::newRow("number that another program has now")
-        << lockTelling(::getppid(), QStringLiteral("kavo-suite"), machine);
+        << lockTelling(::getppid(), "kavo-suite"_s, machine);
     QTest::newRow("number that a program of this name has now")
         << lockTelling(::getpid(), name, machine);
     QTest::newRow("of a machine that has another name now")
-        << lockTelling(::getpid(), name, QStringLiteral("elsewhere"));
+        << lockTelling(::getpid(), name, "elsewhere"_s);
 }
 
 void SingleInstanceTest::remnantOfADeadProgramStopsNobody()
@@ -228,7 +226,7 @@ void SingleInstanceTest::otherProfileIsAnotherProgram()
     ProgramRun first(QStringLiteral(KAVO_PROGRAM));
     QVERIFY(first.startAndWait(m_profile->logFile()));
     const ScratchProfile other;
-    settle(other);
+    settleWithoutServer(other);
     ProgramRun second(QStringLiteral(KAVO_PROGRAM));
     QVERIFY(second.startAndWait(other.logFile()));
     QVERIFY(first.isRunning());
@@ -239,8 +237,8 @@ void SingleInstanceTest::sameFolderByAnotherPathIsTheSameProfile()
     ProgramRun first(QStringLiteral(KAVO_PROGRAM));
     QVERIFY(first.startAndWait(m_profile->logFile()));
     const QTemporaryDir elsewhere;
-    const QString link = elsewhere.filePath(QStringLiteral("share"));
-    QVERIFY(QFile::link(m_profile->home() + QStringLiteral("/.local/share"), link));
+    const QString link = elsewhere.filePath("share"_s);
+    QVERIFY(QFile::link(m_profile->home() + "/.local/share"_s, link));
     const QByteArray before = qgetenv("XDG_DATA_HOME");
     const auto restore = qScopeGuard([&before] { qputenv("XDG_DATA_HOME", before); });
     qputenv("XDG_DATA_HOME", QFile::encodeName(link));
@@ -307,7 +305,7 @@ void SingleInstanceTest::profileIsFreeWhileTheProgramsChildrenGoOn()
     auto first = std::make_unique<SingleInstance>(m_profile->dataFolder());
     QVERIFY(first->claim(QByteArray()));
     QProcess child;
-    child.start(QStringLiteral("cat"), QStringList());
+    child.start("cat"_s, QStringList());
     QVERIFY(child.waitForStarted());
     first.reset();
     SingleInstance second(m_profile->dataFolder());
@@ -320,7 +318,7 @@ void SingleInstanceTest::profileIsFreeWhileTheProgramsChildrenGoOn()
 void SingleInstanceTest::programThatLooksForTheSimulatorIsRunning()
 {
     QFile::remove(m_profile->settingsFile());
-    const QString gate = m_profile->folder(QStringLiteral("gate")) + QStringLiteral("pipe");
+    const QString gate = m_profile->folder("gate"_s) + "pipe"_s;
     QCOMPARE(::mkfifo(QFile::encodeName(gate).constData(), 0600), 0);
     StandInLocate locate(QStringList{});
     locate.setScript("read -r line < '" + QFile::encodeName(gate) + "'\necho '" +
@@ -372,7 +370,7 @@ void SingleInstanceTest::folderThatTakesNoFileStopsNobody()
     QVERIFY(second.endsWith(0));
     QCOMPARE(second.standardError(), QByteArray());
 
-    SingleInstance nowhere(QStringLiteral("/nowhere/at/all/"));
+    SingleInstance nowhere("/nowhere/at/all/"_s);
     QVERIFY(nowhere.claim(QByteArray()));
 }
 

@@ -2,9 +2,11 @@
 #include "components/IconFont.h"
 #include "core/Paths.h"
 #include "core/Settings.h"
+#include "tests/app/StoredSettings.h"
 #include "tests/components/QuitRequest.h"
 #include "tests/components/Widgets.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/StandInLocate.h"
@@ -16,7 +18,6 @@
 #include <QDir>
 #include <QIcon>
 #include <QProcess>
-#include <QSettings>
 #include <QSplashScreen>
 
 #include <csignal>
@@ -29,32 +30,35 @@ using Kavo::Ui::ApplicationWindow;
 
 namespace {
 
-const QString AutoFailedTitle = QStringLiteral("Auto-dectection failed");
-const QString AutoFailedText =
-    QStringLiteral("Unable to determine XPlane installation path.\n\nPlease select the XPlane "
-                   "folder in the next dialog");
-const QString FailedTitle = QStringLiteral("Dectection failed");
-const QString FailedText = QStringLiteral(
-    "Unable to determine XPlane installation path.\n\nApplication cannot continue further.");
-const QString FolderCaption = QStringLiteral("Select the XPlane folder");
+const QString Manual = "Manual-detecting X-Plane installation..."_s;
 
-/// What the splash screen says to the settled folder, without the detection.
-QStringList messagesAround(const QStringList &detection)
+/// What the splash screen says, with the detection in the middle.
+QStringList messagesWith(const QStringList &detection, bool succeeds = true)
 {
-    return QStringList{QStringLiteral("Starting..."),
-                       QStringLiteral("Loading saved configuration..."),
-                       QStringLiteral("Setting up application language..."),
-                       QStringLiteral("Loading fonts...")} +
-           detection;
+    QStringList messages{"Starting..."_s, "Loading saved configuration..."_s,
+                         "Setting up application language..."_s, "Loading fonts..."_s};
+    messages += detection;
+    if (succeeds)
+        messages += {"Initializing..."_s, "Creating UI..."_s};
+    return messages;
 }
 
 QStringList detectionMessages()
 {
     QStringList messages;
-    for (const char *number : {"1", "2", "3", "4"})
-        messages.append(QStringLiteral("Auto-detecting X-Plane installation...") +
-                        QLatin1String(number));
+    for (int number = 1; number <= 4; ++number)
+        messages.append("Auto-detecting X-Plane installation...%1"_s.arg(number));
     return messages;
+}
+
+/// What is asked when the search has found nothing.
+void expectQuestion(MessageBoxAnswers &answers, const QString &folder)
+{
+    answers.expect(
+        "Auto-dectection failed"_s,
+        "Unable to determine XPlane installation path.\n\nPlease select the XPlane folder in the next dialog"_s,
+        QMessageBox::Ok);
+    answers.expectFolder("Select the XPlane folder"_s, folder);
 }
 
 } // namespace
@@ -73,15 +77,13 @@ private slots:
 
     void storedFolderIsTrusted();
     void locatedFolderIsStored();
-    void fourthMessageIsShownAfterASuccess();
     void chosenFolderIsStored();
     void cancelledChoiceEndsTheProgram();
-    void freshAccountGetsItsDefaults();
+    void defaultsFillWhatIsMissing_data();
+    void defaultsFillWhatIsMissing();
     void storedValuesAreNotReplaced();
-    void emptyValuesAreReplaced();
     void splashIsDrawnForTheScreen();
-    void logBehindTheSplashScreenBeginsWithTheVersion();
-    void settingsFileIsNamedInTheLog();
+    void logNamesTheVersionAndTheSettings();
     void environmentIsPrepared();
     void desktopKnowsTheProgram();
     void exitStatusIsThatOfTheEventLoop();
@@ -92,8 +94,13 @@ private slots:
     void endDropsOpenEdits();
 
 private:
-    void store(const char *key, const QString &value);
-    QString stored(const char *key) const;
+    void store(const char *key, const QString &value)
+    {
+        Kavo::Testing::store(*m_profile, key, value);
+    }
+    QString stored(const char *key) const { return Kavo::Testing::stored(*m_profile, key); }
+    /// As on an account that the program has not seen before.
+    void forgetSettings() { QVERIFY(QFile::remove(m_profile->settingsFile())); }
     /// Runs the program until its window is shown, looks at it and ends it.
     int run(const std::function<void(ApplicationWindow &)> &look = {}, int status = 0);
     static ApplicationWindow *shownWindow();
@@ -124,8 +131,9 @@ bool StartUpTest::eventFilter(QObject *watched, QEvent *event)
 void StartUpTest::init()
 {
     m_profile = std::make_unique<ScratchProfile>();
+    settle(*m_profile);
     m_server = std::make_unique<TestHttpServer>();
-    m_server->serve(QStringLiteral("/packages.json"), "[]");
+    m_server->serve("/packages.json"_s, "[]");
     m_messages.clear();
     m_whenSplashIsShown = nullptr;
     m_handlerBefore = qInstallMessageHandler(nullptr);
@@ -140,18 +148,6 @@ void StartUpTest::cleanup()
     qApp->setStyleSheet(QString());
     m_server.reset();
     m_profile.reset();
-}
-
-void StartUpTest::store(const char *key, const QString &value)
-{
-    QSettings file(m_profile->settingsFile(), QSettings::IniFormat);
-    file.setValue(QLatin1String(key), value);
-}
-
-QString StartUpTest::stored(const char *key) const
-{
-    const QSettings file(m_profile->settingsFile(), QSettings::IniFormat);
-    return file.value(QLatin1String(key), QStringLiteral("(missing)")).toString();
 }
 
 int StartUpTest::run(const std::function<void(ApplicationWindow &)> &look, int status)
@@ -171,8 +167,7 @@ int StartUpTest::run(const std::function<void(ApplicationWindow &)> &look, int s
             QCoreApplication::exit(status);
     });
     timer.start(2);
-    return StartUp(*qobject_cast<QApplication *>(qApp),
-                   {m_server->url(QString()), QStringLiteral("/usr/bin/7z")})
+    return StartUp(*qobject_cast<QApplication *>(qApp), {m_server->url(QString()), "/usr/bin/7z"_s})
         .run();
 }
 
@@ -206,54 +201,50 @@ int StartUpTest::startAgain()
 void StartUpTest::storedFolderIsTrusted()
 {
     const StandInLocate locate(QStringList{});
-    store("Installation", QStringLiteral("/gone/long/ago/"));
+    store("Installation", "/gone/long/ago/"_s);
     const MessageBoxAnswers answers;
     QCOMPARE(run(), 0);
-    QCOMPARE(m_messages,
-             messagesAround({QStringLiteral("Initializing..."), QStringLiteral("Creating UI...")}));
+    QCOMPARE(m_messages, messagesWith({}));
     QVERIFY(answers.shown().isEmpty());
     QVERIFY(locate.arguments().isEmpty());
-    QCOMPARE(stored("Installation"), QStringLiteral("/gone/long/ago/"));
+    QCOMPARE(stored("Installation"), "/gone/long/ago/"_s);
 }
 
 void StartUpTest::locatedFolderIsStored()
 {
-    const StandInLocate locate({m_profile->simulatorFolder() + QStringLiteral("X-Plane-x86_64")});
+    forgetSettings();
+    const StandInLocate locate({m_profile->simulatorFolder() + "X-Plane-x86_64"_s});
     const MessageBoxAnswers answers;
     QCOMPARE(run(), 0);
     QVERIFY(answers.shown().isEmpty());
     QCOMPARE(stored("Installation"), m_profile->simulatorFolder());
-}
-
-// Fixed, see docs/compatibility.md.
-void StartUpTest::fourthMessageIsShownAfterASuccess()
-{
-    const StandInLocate locate({m_profile->simulatorFolder() + QStringLiteral("X-Plane-x86_64")});
-    QCOMPARE(run(), 0);
-    QCOMPARE(m_messages, messagesAround(detectionMessages() << QStringLiteral("Initializing...")
-                                                            << QStringLiteral("Creating UI...")));
+    // The fourth is shown after a success as well.
+    QCOMPARE(m_messages, messagesWith(detectionMessages()));
 }
 
 void StartUpTest::chosenFolderIsStored()
 {
+    forgetSettings();
     const StandInLocate locate(QStringList{});
     MessageBoxAnswers answers;
-    answers.expect(AutoFailedTitle, AutoFailedText, QMessageBox::Ok);
-    answers.expectFolder(FolderCaption, m_profile->simulatorFolder());
+    expectQuestion(answers, m_profile->simulatorFolder());
     QCOMPARE(run(), 0);
     QVERIFY(answers.allShown());
     QCOMPARE(stored("Installation"), m_profile->simulatorFolder());
-    QVERIFY(m_messages.contains(QStringLiteral("Manual-detecting X-Plane installation...")));
+    QCOMPARE(m_messages, messagesWith(detectionMessages() << Manual));
 }
 
 // Fixed, see docs/compatibility.md.
 void StartUpTest::cancelledChoiceEndsTheProgram()
 {
+    forgetSettings();
     const StandInLocate locate(QStringList{});
     MessageBoxAnswers answers;
-    answers.expect(AutoFailedTitle, AutoFailedText, QMessageBox::Ok);
-    answers.expectFolder(FolderCaption, QString());
-    answers.expect(FailedTitle, FailedText, QMessageBox::Ok);
+    expectQuestion(answers, QString());
+    answers.expect(
+        "Dectection failed"_s,
+        "Unable to determine XPlane installation path.\n\nApplication cannot continue further."_s,
+        QMessageBox::Ok);
     int status = 0;
     QVERIFY(quits([this, &status] { status = run(); }));
     QVERIFY(answers.allShown());
@@ -264,58 +255,56 @@ void StartUpTest::cancelledChoiceEndsTheProgram()
         QVERIFY(!shown.parent);
     }
     // The boxes look like the window that never came.
-    QVERIFY(qApp->styleSheet().contains(QLatin1String("QMessageBox")));
-    QCOMPARE(m_messages, messagesAround(detectionMessages() << QStringLiteral(
-                                            "Manual-detecting X-Plane installation...")));
+    QVERIFY(qApp->styleSheet().contains("QMessageBox"_s));
+    QCOMPARE(m_messages, messagesWith(detectionMessages() << Manual, false));
     QVERIFY(!QFile::exists(m_profile->settingsFile()));
     QVERIFY(m_server->requests().isEmpty());
     for (const QWidget *widget : QApplication::topLevelWidgets())
         QVERIFY(!qobject_cast<const QSplashScreen *>(widget));
 }
 
-void StartUpTest::freshAccountGetsItsDefaults()
+void StartUpTest::defaultsFillWhatIsMissing_data()
 {
-    const StandInLocate locate({m_profile->simulatorFolder() + QStringLiteral("X-Plane-x86_64")});
-    bool written = true;
-    QCOMPARE(run([this, &written](ApplicationWindow &) {
-                 written = QFile::exists(m_profile->settingsFile());
-             }),
-             0);
+    QTest::addColumn<bool>("isEmpty");
+    QTest::newRow("fresh account") << false;
+    QTest::newRow("empty values") << true;
+}
+
+void StartUpTest::defaultsFillWhatIsMissing()
+{
+    QFETCH(bool, isEmpty);
+    const QVector<QPair<const char *, QString>> defaults = {
+        {"Language", "en"_s},
+        {"ShowFilter", "false"_s},
+        {"LocalRepo", "false"_s},
+        {"Cache", m_profile->dataFolder() + "cache/"_s},
+        {"Preserve", m_profile->dataFolder() + "preserve/"_s},
+        {"Backup", m_profile->dataFolder() + "backup/"_s}};
+    for (const auto &value : defaults) {
+        if (isEmpty)
+            store(value.first, QString());
+    }
+    const QString before = stored("Language");
+    QString during;
+    QCOMPARE(run([&](ApplicationWindow &) { during = stored("Language"); }), 0);
     // Only a normal end brings them into the file.
-    QVERIFY(!written);
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
-    QCOMPARE(stored("ShowFilter"), QStringLiteral("false"));
-    QCOMPARE(stored("LocalRepo"), QStringLiteral("false"));
-    QCOMPARE(stored("Cache"), m_profile->dataFolder() + QStringLiteral("cache/"));
-    QCOMPARE(stored("Preserve"), m_profile->dataFolder() + QStringLiteral("preserve/"));
-    QCOMPARE(stored("Backup"), m_profile->dataFolder() + QStringLiteral("backup/"));
+    QCOMPARE(during, before);
+    for (const auto &value : defaults)
+        QCOMPARE(stored(value.first), value.second);
 }
 
 void StartUpTest::storedValuesAreNotReplaced()
 {
-    store("Installation", m_profile->simulatorFolder());
-    store("ShowFilter", QStringLiteral("TRUE"));
-    store("Cache", m_profile->folder(QStringLiteral("my-cache")));
+    store("ShowFilter", "TRUE"_s);
+    store("Cache", m_profile->folder("my-cache"_s));
     QCOMPARE(run(), 0);
-    QCOMPARE(stored("ShowFilter"), QStringLiteral("TRUE"));
-    QCOMPARE(stored("Cache"), m_profile->folder(QStringLiteral("my-cache")));
-}
-
-void StartUpTest::emptyValuesAreReplaced()
-{
-    store("Installation", m_profile->simulatorFolder());
-    for (const char *key : {"Language", "Cache", "Preserve", "Backup", "ShowFilter", "LocalRepo"})
-        store(key, QString());
-    QCOMPARE(run(), 0);
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
-    QCOMPARE(stored("Cache"), m_profile->dataFolder() + QStringLiteral("cache/"));
-    QCOMPARE(stored("ShowFilter"), QStringLiteral("false"));
+    QCOMPARE(stored("ShowFilter"), "TRUE"_s);
+    QCOMPARE(stored("Cache"), m_profile->folder("my-cache"_s));
 }
 
 void StartUpTest::splashIsDrawnForTheScreen()
 {
-    store("Installation", m_profile->simulatorFolder());
-    const QSize natural = QPixmap(QStringLiteral(":/resources/img/splash.png")).size();
+    const QSize natural = QPixmap(":/resources/img/splash.png"_s).size();
     qreal ratio = 0;
     QSize size;
     QPixmap picture;
@@ -330,9 +319,8 @@ void StartUpTest::splashIsDrawnForTheScreen()
     QCOMPARE(picture.devicePixelRatioF(), ratio);
 }
 
-void StartUpTest::logBehindTheSplashScreenBeginsWithTheVersion()
+void StartUpTest::logNamesTheVersionAndTheSettings()
 {
-    store("Installation", m_profile->simulatorFolder());
     QVERIFY(writeFile(m_profile->logFile(), "The run before\n"));
     QByteArray log;
     m_whenSplashIsShown = [this, &log](const QSplashScreen &) {
@@ -341,20 +329,12 @@ void StartUpTest::logBehindTheSplashScreenBeginsWithTheVersion()
     QCOMPARE(run(), 0);
     QVERIFY(!log.contains("The run before"));
     QVERIFY2(log.startsWith("Kavo Suite " KAVO_VERSION "\n"), log.constData());
-}
-
-void StartUpTest::settingsFileIsNamedInTheLog()
-{
-    store("Installation", m_profile->simulatorFolder());
-    QCOMPARE(run(), 0);
-    const QString line = QStringLiteral("Loading settings from : ") + m_profile->settingsFile();
-    QVERIFY(
-        QString::fromUtf8(readFile(m_profile->logFile())).split(QLatin1Char('\n')).contains(line));
+    const auto lines = QString::fromUtf8(readFile(m_profile->logFile())).split(QLatin1Char('\n'));
+    QVERIFY(lines.contains("Loading settings from : "_s + m_profile->settingsFile()));
 }
 
 void StartUpTest::environmentIsPrepared()
 {
-    store("Installation", m_profile->simulatorFolder());
     QString folder;
     QString title;
     QFont font;
@@ -365,16 +345,15 @@ void StartUpTest::environmentIsPrepared()
              }),
              0);
     QCOMPARE(QDir(folder), QDir(Kavo::applicationDirectory()));
-    QCOMPARE(title, QStringLiteral("Kavo Suite"));
-    QCOMPARE(font.family(), QStringLiteral("Proxima Nova Rg"));
+    QCOMPARE(title, "Kavo Suite"_s);
+    QCOMPARE(font.family(), "Proxima Nova Rg"_s);
     QCOMPARE(font.pointSize(), 10);
     KAVO_NEEDS_ICON_FONT();
-    QCOMPARE(Kavo::Components::iconFont()->font(10).family(), QStringLiteral("FontAwesome"));
+    QCOMPARE(Kavo::Components::iconFont()->font(10).family(), "FontAwesome"_s);
 }
 
 void StartUpTest::desktopKnowsTheProgram()
 {
-    store("Installation", m_profile->simulatorFolder());
     QGuiApplication::setDesktopFileName(QString());
     QGuiApplication::setWindowIcon(QIcon());
     QString splashEntry;
@@ -390,14 +369,13 @@ void StartUpTest::desktopKnowsTheProgram()
     QCOMPARE(splashEntry, QStringLiteral(KAVO_DESKTOP_ID));
     QVERIFY(QFile::exists(QStringLiteral(KAVO_PACKAGING_FOLDER "/%1.desktop").arg(splashEntry)));
     QVERIFY(!icon.isNull());
-    QCOMPARE(icon, QPixmap(QStringLiteral(":/resources/img/icon.png")).toImage());
+    QCOMPARE(icon, QPixmap(":/resources/img/icon.png"_s).toImage());
 }
 
 void StartUpTest::exitStatusIsThatOfTheEventLoop()
 {
-    store("Installation", m_profile->simulatorFolder());
     QCOMPARE(run({}, 7), 7);
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QCOMPARE(stored("Language"), "en"_s);
 }
 
 void StartUpTest::laterProgramBringsTheWindowBack_data()
@@ -413,7 +391,6 @@ void StartUpTest::laterProgramBringsTheWindowBack()
 {
     QFETCH(bool, maximised);
     QFETCH(bool, minimised);
-    store("Installation", m_profile->simulatorFolder());
     int status = -1;
     Qt::WindowStates state;
     QCOMPARE(run([&](ApplicationWindow &window) {
@@ -435,7 +412,6 @@ void StartUpTest::laterProgramBringsTheWindowBack()
 
 void StartUpTest::laterProgramBringsTheSplashScreenForward()
 {
-    store("Installation", m_profile->simulatorFolder());
     int status = -1;
     m_whenSplashIsShown = [&status](const QSplashScreen &) { status = startAgain(); };
     QCOMPARE(run(), 0);
@@ -452,7 +428,6 @@ void StartUpTest::endDropsOpenEdits_data()
 void StartUpTest::endDropsOpenEdits()
 {
     QFETCH(bool, bySignal);
-    store("Installation", m_profile->simulatorFolder());
     QString chosen;
     const auto edit = [&chosen, bySignal] {
         auto *choice = child<QComboBox>(*QApplication::activeModalWidget(), "LanguageChoice");
@@ -466,13 +441,13 @@ void StartUpTest::endDropsOpenEdits()
     QCOMPARE(run([&edit](ApplicationWindow &window) {
                  QTimer::singleShot(0, &window, edit);
                  for (QPushButton *button : allChildren<QPushButton>(window, "TopButton")) {
-                     if (button->accessibleName() == QLatin1String("Settings"))
+                     if (button->accessibleName() == "Settings"_s)
                          button->click();
                  }
              }),
              0);
-    QCOMPARE(chosen, QStringLiteral("German"));
-    QCOMPARE(stored("Language"), QStringLiteral("en"));
+    QCOMPARE(chosen, "German"_s);
+    QCOMPARE(stored("Language"), "en"_s);
 }
 
 KAVO_TEST_MAIN(StartUpTest)

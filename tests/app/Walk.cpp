@@ -2,6 +2,7 @@
 
 #include "app/StartUp.h"
 #include "components/FileSelector.h"
+#include "tests/app/StoredSettings.h"
 #include "tests/app/TranslationEntries.h"
 #include "tests/components/Widgets.h"
 #include "tests/support/Archives.h"
@@ -15,7 +16,6 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QListWidget>
-#include <QSettings>
 #include <QSplashScreen>
 #include <QTabWidget>
 #include <QTimer>
@@ -69,7 +69,7 @@ Walk::Walk()
     }
     m_showsGerman = m_language == "de"_s;
     if (m_showsGerman)
-        store("Language", m_language);
+        store(m_demonstration->profile(), "Language", m_language);
     m_handlerBefore = qInstallMessageHandler(nullptr);
     qInstallMessageHandler(m_handlerBefore);
 }
@@ -232,18 +232,6 @@ void Walk::waitForInstallation(int id, const QString &version)
 {
     waitForRow(id, Installed, version);
     m_installed.insert(id, version);
-}
-
-QString Walk::stored(const char *key) const
-{
-    const QSettings file(m_demonstration->profile().settingsFile(), QSettings::IniFormat);
-    return file.value(QLatin1String(key), "(missing)"_s).toString();
-}
-
-void Walk::store(const char *key, const QString &value)
-{
-    QSettings file(m_demonstration->profile().settingsFile(), QSettings::IniFormat);
-    file.setValue(QLatin1String(key), value);
 }
 
 // Eyes -------------------------------------------------------------------------------------------

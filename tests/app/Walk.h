@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/app/Demonstration.h"
+#include "tests/app/StoredSettings.h"
 #include "tests/app/WalkPictures.h"
 #include "tests/support/MessageBoxAnswers.h"
 
@@ -87,9 +88,10 @@ protected:
     /// Waits for the version and counts on it from then on.
     void waitForInstallation(int id, const QString &version);
     QPair<int, QString> row(int id) const { return m_demonstration->rows().value(id); }
-    /// A value of the settings file.
-    QString stored(const char *key) const;
-    void store(const char *key, const QString &value);
+    QString stored(const char *key) const
+    {
+        return Testing::stored(m_demonstration->profile(), key);
+    }
 
     bool isListShown() const;
     QList<Ui::PackageWidget *> cards() const;

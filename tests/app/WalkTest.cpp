@@ -570,7 +570,7 @@ void WalkTest::newCacheFolderIsTakenWithoutABox()
 
 void WalkTest::filterIsShown()
 {
-    store("ShowFilter", "true"_s);
+    store(m_demonstration->profile(), "ShowFilter", "true"_s);
     visit([this] {
         QVERIFY(child<QWidget>(*m_window, "PackageSidebar")->isVisible());
         QVERIFY(child<QLineEdit>(*m_window, "SearchField")->isVisible());
@@ -635,7 +635,7 @@ void WalkTest::newSimulatorFolderEndsTheProgram()
              0);
     QCOMPARE(fileTree(folder).keys(), QStringList("X-Plane.exe"_s));
     // The version files tell what the lost database knew.
-    store("Installation", m_demonstration->simulator());
+    store(m_demonstration->profile(), "Installation", m_demonstration->simulator());
     visit();
 }
 

@@ -3,8 +3,10 @@
 #include "tests/app/PrivateBus.h"
 #include "tests/app/ProgramRun.h"
 #include "tests/app/StandInDesktop.h"
+#include "tests/app/StoredSettings.h"
 #include "tests/packages/Engine.h"
 #include "tests/packages/GatedExtractor.h"
+#include "tests/support/Literals.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/TestMain.h"
 
@@ -114,18 +116,16 @@ void WorkReportTest::offer(const QVector<int> &ids, int size)
 void WorkReportTest::offerFailing(int id, const QString &name)
 {
     m_engine->offerObject(
-        {{QStringLiteral("id"), id},
-         {QStringLiteral("name"), QJsonObject{{QStringLiteral("en"), name}}},
-         {QStringLiteral("versions"),
-          QJsonArray{
-              QJsonObject{{QStringLiteral("version"), QStringLiteral("1.0")},
-                          {QStringLiteral("link"),
-                           m_engine->server().url(QStringLiteral("/gone-%1.zip").arg(id))}}}}});
+        {{"id"_s, id},
+         {"name"_s, QJsonObject{{"en"_s, name}}},
+         {"versions"_s,
+          QJsonArray{QJsonObject{{"version"_s, "1.0"_s},
+                                 {"link"_s, m_engine->server().url("/gone-%1.zip"_s.arg(id))}}}}});
 }
 
 HttpResource &WorkReportTest::archive(int id)
 {
-    return m_engine->server().resource(QStringLiteral("/package-%1-1.0.zip").arg(id));
+    return m_engine->server().resource("/package-%1-1.0.zip"_s.arg(id));
 }
 
 void WorkReportTest::start()
@@ -137,13 +137,9 @@ void WorkReportTest::start()
 void WorkReportTest::installWithTheProgram()
 {
     offer({1, 2});
-    {
-        QSettings settings(m_engine->profile().settingsFile(), QSettings::IniFormat);
-        settings.setValue(QStringLiteral("Installation"), m_engine->profile().simulatorFolder());
-    }
+    settle(m_engine->profile());
     ProgramRun program(QStringLiteral(KAVO_ORDERED_PROGRAM),
-                       {m_engine->server().url(QString()), QStringLiteral("/usr/bin/7z"),
-                        QStringLiteral("Download")});
+                       {m_engine->server().url(QString()), "/usr/bin/7z"_s, "Download"_s});
     program.start();
     QVERIFY(runUntil(
         [this] { return m_engine->recordedStatus(1) == 1 && m_engine->recordedStatus(2) == 1; },
@@ -179,18 +175,18 @@ void WorkReportTest::sumIsOnTheIcon()
                qAbs(entries().last().progress() - 0.45) < 0.01;
     };
     QVERIFY(runUntil(isHalf, Patience));
-    QCOMPARE(entries().last().program, QStringLiteral("application://%1.desktop").arg(Program));
+    QCOMPARE(entries().last().program, "application://%1.desktop"_s.arg(Program));
     QVERIFY(entries().last().isVisible());
-    QCOMPARE(entries().last().properties.value(QStringLiteral("count")).userType(),
+    QCOMPARE(entries().last().properties.value("count"_s).userType(),
              static_cast<int>(QMetaType::LongLong));
     // The whole of one and the half of the other.
-    m_engine->server().release(QStringLiteral("/package-1-1.0.zip"));
+    m_engine->server().release("/package-1-1.0.zip"_s);
     QVERIFY(m_engine->waitForState(1, Package::INSTALLED));
     const auto isLater = [this] {
         return entries().last().count() == 1 && qAbs(entries().last().progress() - 0.725) < 0.01;
     };
     QVERIFY(runUntil(isLater, Patience));
-    m_engine->server().release(QStringLiteral("/package-2-1.0.zip"));
+    m_engine->server().release("/package-2-1.0.zip"_s);
     QVERIFY(waitUntilCleared());
     QCOMPARE(entries().last().count(), 0);
 }
@@ -200,8 +196,7 @@ void WorkReportTest::sizeThatNobodyHasToldIsGuessed_data()
     QTest::addColumn<QJsonObject>("told");
     QTest::addColumn<double>("size");
     QTest::newRow("not told") << QJsonObject{} << 1024.0 * 1024;
-    QTest::newRow("told by the catalogue")
-        << QJsonObject{{QStringLiteral("size"), 9000000}} << 9000000.0;
+    QTest::newRow("told by the catalogue") << QJsonObject{{"size"_s, 9000000}} << 9000000.0;
 }
 
 void WorkReportTest::sizeThatNobodyHasToldIsGuessed()
@@ -213,8 +208,7 @@ void WorkReportTest::sizeThatNobodyHasToldIsGuessed()
     second.more = told;
     m_engine->offer(second);
     offer({1});
-    m_engine->server().serveGenerated(QStringLiteral("/package-1-1.0.zip"), Known).holdAfter =
-        Known / 2;
+    m_engine->server().serveGenerated("/package-1-1.0.zip"_s, Known).holdAfter = Known / 2;
     // Not even its size comes.
     archive(2).holdsHead = true;
     start();
@@ -235,8 +229,7 @@ void WorkReportTest::moreThanWasToldIsNoMoreThanAll()
 {
     constexpr qint64 Size = 8 * 1024 * 1024;
     offer({1});
-    HttpResource &large =
-        m_engine->server().serveGenerated(QStringLiteral("/package-1-1.0.zip"), Size);
+    HttpResource &large = m_engine->server().serveGenerated("/package-1-1.0.zip"_s, Size);
     large.headWithoutLength = true;
     large.getWithoutLength = true;
     large.holdAfter = Size / 2;
@@ -255,7 +248,7 @@ void WorkReportTest::moreThanWasToldIsNoMoreThanAll()
 
 void WorkReportTest::endOfOneIsShownWhileTheOtherStandsStill()
 {
-    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("tools")));
+    const GatedExtractor gate(m_engine->profile().folder("tools"_s));
     m_engine->setExtractor(gate.program());
     offer({1, 2});
     archive(2).holdAfter = 10;
@@ -303,7 +296,7 @@ void WorkReportTest::fewAreTold()
 {
     // Every few kilobytes are announced by the download.
     offer({1}, 1);
-    m_engine->server().serveGenerated(QStringLiteral("/package-1-1.0.zip"), 64 * 1024 * 1024);
+    m_engine->server().serveGenerated("/package-1-1.0.zip"_s, 64 * 1024 * 1024);
     int announced = 0;
     start();
     connect(m_engine->package(1).data(), &Package::downloadedSize, this,
@@ -327,25 +320,25 @@ void WorkReportTest::endOfSeveralIsNotified()
     QVERIFY(waitUntilCleared());
     QCOMPARE(m_desktop->notifications().size(), 1);
     const auto &notification = m_desktop->notifications().first();
-    QCOMPARE(notification.program, QStringLiteral("Kavo Suite"));
-    QCOMPARE(notification.title, QStringLiteral("Installations have ended"));
-    QCOMPARE(notification.text, QStringLiteral("Installed : 2"));
+    QCOMPARE(notification.program, "Kavo Suite"_s);
+    QCOMPARE(notification.title, "Installations have ended"_s);
+    QCOMPARE(notification.text, "Installed : 2"_s);
     // It takes the place of no other program's, asks nothing and goes when the desktop thinks fit.
     QCOMPARE(notification.replaces, 0U);
     QCOMPARE(notification.actions, QStringList());
     QCOMPARE(notification.timeout, -1);
-    QCOMPARE(notification.hints.value(QStringLiteral("desktop-entry")).toString(), Program);
+    QCOMPARE(notification.hints.value("desktop-entry"_s).toString(), Program);
     QSettings entry(QStringLiteral(KAVO_PACKAGING_FOLDER "/%1.desktop").arg(Program),
                     QSettings::IniFormat);
-    QCOMPARE(notification.icon, entry.value(QStringLiteral("Desktop Entry/Icon")).toString());
-    QCOMPARE(notification.program, entry.value(QStringLiteral("Desktop Entry/Name")).toString());
+    QCOMPARE(notification.icon, entry.value("Desktop Entry/Icon"_s).toString());
+    QCOMPARE(notification.program, entry.value("Desktop Entry/Name"_s).toString());
 }
 
 void WorkReportTest::failedOnesAreNamed()
 {
     offer({1});
     for (int id = 2; id < 9; ++id)
-        offerFailing(id, QStringLiteral("<b>%1</b> & more").arg(id));
+        offerFailing(id, "<b>%1</b> & more"_s.arg(id));
     m_engine->serveCatalogue();
     start();
     for (int id = 1; id < 9; ++id)
@@ -355,17 +348,17 @@ void WorkReportTest::failedOnesAreNamed()
     QCOMPARE(m_desktop->notifications().size(), 1);
     const QStringList lines = m_desktop->notifications().first().text.split(QLatin1Char('\n'));
     QCOMPARE(lines.size(), 3);
-    QCOMPARE(lines.at(0), QStringLiteral("Installed : 1"));
-    QVERIFY2(lines.at(1).startsWith(QStringLiteral("Failed : ")), qPrintable(lines.at(1)));
-    QCOMPARE(lines.at(1).count(QStringLiteral("&lt;/b&gt; &amp; more")), 5);
+    QCOMPARE(lines.at(0), "Installed : 1"_s);
+    QVERIFY2(lines.at(1).startsWith("Failed : "_s), qPrintable(lines.at(1)));
+    QCOMPARE(lines.at(1).count("&lt;/b&gt; &amp; more"_s), 5);
     QVERIFY(!lines.at(1).contains(QLatin1Char('<')));
-    QCOMPARE(lines.at(2), QStringLiteral("Not listed : 2"));
+    QCOMPARE(lines.at(2), "Not listed : 2"_s);
 }
 
 void WorkReportTest::aFewFailedOnesAreAllListed()
 {
     for (int id = 1; id <= 5; ++id)
-        offerFailing(id, QStringLiteral("name-%1").arg(id));
+        offerFailing(id, "name-%1"_s.arg(id));
     m_engine->serveCatalogue();
     start();
     for (int id = 1; id <= 5; ++id)
@@ -373,33 +366,32 @@ void WorkReportTest::aFewFailedOnesAreAllListed()
     QVERIFY(runUntil([this] { return !m_desktop->notifications().isEmpty(); }, Patience));
     const QStringList lines = m_desktop->notifications().first().text.split(QLatin1Char('\n'));
     QCOMPARE(lines.size(), 2);
-    QCOMPARE(lines.at(0), QStringLiteral("Installed : 0"));
-    QCOMPARE(lines.at(1).count(QStringLiteral("name-")), 5);
+    QCOMPARE(lines.at(0), "Installed : 0"_s);
+    QCOMPARE(lines.at(1).count("name-"_s), 5);
 }
 
 void WorkReportTest::nameOfAFailedOneStaysOnItsLine()
 {
     offer({1});
-    offerFailing(2, QStringLiteral("first\nsecond"));
+    offerFailing(2, "first\nsecond"_s);
     m_engine->serveCatalogue();
     start();
     m_engine->install(1);
     m_engine->install(2);
     QVERIFY(runUntil([this] { return !m_desktop->notifications().isEmpty(); }, Patience));
-    QCOMPARE(m_desktop->notifications().first().text,
-             QStringLiteral("Installed : 1\nFailed : first?second"));
+    QCOMPARE(m_desktop->notifications().first().text, "Installed : 1\nFailed : first?second"_s);
 }
 
 void WorkReportTest::whatHasEndedCountsNoMore()
 {
     offer({1, 2, 3}, 1000000);
     archive(1).holdsGet = true;
-    offerFailing(4, QStringLiteral("gone"));
+    offerFailing(4, "gone"_s);
     start();
     m_engine->install(1);
     m_engine->install(4);
     QVERIFY(m_engine->waitForState(4, Package::DOWNLOAD_ERROR));
-    const QString link = m_engine->server().url(QStringLiteral("/package-1-1.0.zip"));
+    const QString link = m_engine->server().url("/package-1-1.0.zip"_s);
     const auto download = m_engine->downloads()->find(link);
     QVERIFY(download);
     // There is news at the very end, and the pause has just begun.
@@ -410,7 +402,7 @@ void WorkReportTest::whatHasEndedCountsNoMore()
                     download->setCurrentSize(401);
                 }
             });
-    m_engine->server().release(QStringLiteral("/package-1-1.0.zip"));
+    m_engine->server().release("/package-1-1.0.zip"_s);
     QVERIFY(waitUntilCleared());
     QTRY_COMPARE(m_desktop->notifications().size(), 1);
     const int cleared = entries().size();
@@ -426,9 +418,9 @@ void WorkReportTest::whatHasEndedCountsNoMore()
     QCOMPARE(entries().at(cleared).count(), 1);
     QVERIFY(entries().at(cleared).progress() < 0.1);
     for (const int id : {2, 3})
-        m_engine->server().release(QStringLiteral("/package-%1-1.0.zip").arg(id));
+        m_engine->server().release("/package-%1-1.0.zip"_s.arg(id));
     QTRY_COMPARE_WITH_TIMEOUT(m_desktop->notifications().size(), 2, Patience);
-    QCOMPARE(m_desktop->notifications().last().text, QStringLiteral("Installed : 2"));
+    QCOMPARE(m_desktop->notifications().last().text, "Installed : 2"_s);
 }
 
 void WorkReportTest::endOfOneIsNotNotified()
@@ -476,7 +468,7 @@ void WorkReportTest::nothingHappensWithoutABus()
     QLocalServer odd;
     const bool refuses = address == "refusing";
     if (refuses || address == "silent") {
-        const QString socket = m_engine->profile().folder(QStringLiteral("bus")) + QLatin1Char('s');
+        const QString socket = m_engine->profile().folder("bus"_s) + QLatin1Char('s');
         QVERIFY(odd.listen(socket));
         connect(&odd, &QLocalServer::newConnection, this, [&odd, refuses] {
             QLocalSocket *connection = odd.nextPendingConnection();

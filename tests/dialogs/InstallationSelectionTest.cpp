@@ -1,6 +1,7 @@
 #include "dialogs/InstallationSelection.h"
 #include "core/Installation.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
@@ -41,9 +42,8 @@ void InstallationSelectionTest::cleanup()
 
 void InstallationSelectionTest::expectRefusal(MessageBoxAnswers &answers) const
 {
-    answers.expect(QStringLiteral("Invalid Folder"),
-                   QStringLiteral("Oops...this doesn't seem to be a XPlane installation "
-                                  "folder.\n\nTry again"),
+    answers.expect("Invalid Folder"_s,
+                   "Oops...this doesn't seem to be a XPlane installation folder.\n\nTry again"_s,
                    QMessageBox::Ok);
 }
 
@@ -51,11 +51,10 @@ void InstallationSelectionTest::chosenFolderIsReturned()
 {
     const LogCapture log;
     MessageBoxAnswers answers;
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"),
-                         m_profile->simulatorFolder().chopped(1));
+    answers.expectFolder("Select the XPlane folder"_s, m_profile->simulatorFolder().chopped(1));
     QCOMPARE(selectInstallation(), m_profile->simulatorFolder());
     QVERIFY(answers.allShown());
-    QVERIFY(log.contains(QStringLiteral("Checking directory : ") + m_profile->simulatorFolder() +
+    QVERIFY(log.contains("Checking directory : "_s + m_profile->simulatorFolder() +
                          simulatorExecutable()));
 }
 
@@ -63,27 +62,26 @@ void InstallationSelectionTest::cancelGivesNothing()
 {
     const LogCapture log;
     MessageBoxAnswers answers;
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"), QString());
+    answers.expectFolder("Select the XPlane folder"_s, QString());
     QCOMPARE(selectInstallation(), QString());
     QVERIFY(answers.allShown());
-    QCOMPARE(log.count(QStringLiteral("Checking directory")), 0);
+    QCOMPARE(log.count("Checking directory"_s), 0);
 }
 
 // Fixed, see docs/compatibility.md.
 void InstallationSelectionTest::wrongFoldersAreRefusedUntilOneFits()
 {
-    const QString wrong = m_profile->folder(QStringLiteral("wrong")).chopped(1);
+    const QString wrong = m_profile->folder("wrong"_s).chopped(1);
     const LogCapture log;
     MessageBoxAnswers answers;
     for (int round = 0; round < 2; ++round) {
-        answers.expectFolder(QStringLiteral("Select the XPlane folder"), wrong);
+        answers.expectFolder("Select the XPlane folder"_s, wrong);
         expectRefusal(answers);
     }
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"),
-                         m_profile->simulatorFolder().chopped(1));
+    answers.expectFolder("Select the XPlane folder"_s, m_profile->simulatorFolder().chopped(1));
     QCOMPARE(selectInstallation(), m_profile->simulatorFolder());
     QVERIFY(answers.allShown());
-    QCOMPARE(log.count(QStringLiteral("Checking directory : ")), 3);
+    QCOMPARE(log.count("Checking directory : "_s), 3);
 
     const MessageBoxAnswers::Shown box = answers.shown().first();
     QCOMPARE(box.icon, QMessageBox::Critical);
@@ -93,13 +91,12 @@ void InstallationSelectionTest::wrongFoldersAreRefusedUntilOneFits()
 
 void InstallationSelectionTest::executableInASubfolderDoesNotCount()
 {
-    const QString inner = m_profile->folder(QStringLiteral("outer/inner"));
+    const QString inner = m_profile->folder("outer/inner"_s);
     QVERIFY(writeFile(inner + simulatorExecutable(), "x"));
     MessageBoxAnswers answers;
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"),
-                         m_profile->folder(QStringLiteral("outer")).chopped(1));
+    answers.expectFolder("Select the XPlane folder"_s, m_profile->folder("outer"_s).chopped(1));
     expectRefusal(answers);
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"), QString());
+    answers.expectFolder("Select the XPlane folder"_s, QString());
     QCOMPARE(selectInstallation(), QString());
     QVERIFY(answers.allShown());
 }
@@ -107,9 +104,9 @@ void InstallationSelectionTest::executableInASubfolderDoesNotCount()
 void InstallationSelectionTest::cancelAfterAWrongFolder()
 {
     MessageBoxAnswers answers;
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"), m_profile->home());
+    answers.expectFolder("Select the XPlane folder"_s, m_profile->home());
     expectRefusal(answers);
-    answers.expectFolder(QStringLiteral("Select the XPlane folder"), QString());
+    answers.expectFolder("Select the XPlane folder"_s, QString());
     QCOMPARE(selectInstallation(), QString());
     QVERIFY(answers.allShown());
 }

@@ -1,4 +1,5 @@
 #include "dialogs/MessageBoxes.h"
+#include "tests/support/Literals.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
 
@@ -19,45 +20,51 @@ using Kavo::Dialogs::showMessage;
 
 namespace {
 
-/// Runs a function on the message box that opens next.
-void whenOpened(QObject *context, const std::function<void(QMessageBox &)> &function)
+using Look = std::function<void(QMessageBox &)>;
+
+/// Opens a box and looks at it, which may close it; otherwise it is rejected.
+void lookAt(const std::function<void()> &open, const Look &look)
 {
-    auto *timer = new QTimer(context);
-    QObject::connect(timer, &QTimer::timeout, context, [timer, function] {
-        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+    bool wasLookedAt = false;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+        const QPointer<QMessageBox> box =
+            qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
         if (!box)
             return;
-        timer->stop();
-        function(*box);
+        timer.stop();
+        wasLookedAt = true;
+        look(*box);
+        if (box && box->isVisible())
+            box->reject();
     });
-    timer->start(2);
+    timer.start(2);
+    open();
+    QVERIFY(wasLookedAt);
 }
 
-/// The same, and closes the box whatever the function has found.
-void whenOpenedOnce(QObject *context, const std::function<void(QMessageBox &)> &function)
+const QString Title = "A title"_s;
+const QString Text = "A text"_s;
+
+/// A question with this text, and a look at its box.
+void lookAtQuestion(const QString &text, const Look &look, Qt::TextFormat format = Qt::PlainText)
 {
-    whenOpened(context, [function](QMessageBox &box) {
-        function(box);
-        box.reject();
-    });
+    lookAt([&] { QVERIFY(!confirm(nullptr, QMessageBox::Question, Title, text, format)); }, look);
 }
-
-const QString Title = QStringLiteral("A title");
-const QString Text = QStringLiteral("A text");
 
 QString changesOfManyVersions(int count)
 {
-    QString html = QStringLiteral("<strong>Install ?</strong>");
+    QString html = "<strong>Install ?</strong>"_s;
     for (int version = count; version > 0; --version)
-        html += QStringLiteral("<strong>%1.0</strong><ul><li>Better lights</li></ul>").arg(version);
+        html += "<strong>%1.0</strong><ul><li>Better lights</li></ul>"_s.arg(version);
     return html;
 }
 
 QString manyNames(int count)
 {
-    QString names = QStringLiteral("Uninstall Library from this system\n\n");
+    QString names = "Uninstall Library from this system\n\n"_s;
     for (int number = 0; number < count; ++number)
-        names += QStringLiteral("Dependent add-on %1\n").arg(number);
+        names += "Dependent add-on %1\n"_s.arg(number);
     return names;
 }
 
@@ -73,7 +80,7 @@ QScrollArea *scrollOf(const QMessageBox &box)
 
 QLabel *labelOf(const QMessageBox &box)
 {
-    return box.findChild<QLabel *>(QStringLiteral("qt_msgbox_label"));
+    return box.findChild<QLabel *>("qt_msgbox_label"_s);
 }
 
 QRect placeOf(const QWidget &widget)
@@ -83,11 +90,7 @@ QRect placeOf(const QWidget &widget)
 
 QString written(const QRect &rect)
 {
-    return QStringLiteral("%1 x %2 at %3, %4")
-        .arg(rect.width())
-        .arg(rect.height())
-        .arg(rect.x())
-        .arg(rect.y());
+    return "%1 x %2 at %3, %4"_s.arg(rect.width()).arg(rect.height()).arg(rect.x()).arg(rect.y());
 }
 
 void checkFits(const QMessageBox &box)
@@ -128,21 +131,17 @@ class MessageBoxesTest final : public QObject
 
 private slots:
     void messageHasASingleOk();
-    void questionHasYesAndNoWithoutDefault();
-    void yesConfirms();
+    void questionIsAnswered_data();
+    void questionIsAnswered();
     void yesThatDestroysHasItsOwnLook();
-    void noDoesNot();
     void escapeAnswersNo();
     void markupInAPlainTextStandsAsItIs();
-    void richTextIsRich();
     void destroyedParentAnswersNo();
     void highBoxScrollsItsText_data();
     void highBoxScrollsItsText();
     void parentAtTheEdgeKeepsTheButtonsOnTheScreen();
-    void highTextIsAnswered();
     void lowBoxDoesNotScroll();
     void textScrollsWithTheKeyboard();
-    void newStyleLeavesAHighBoxLow();
     void longWordInAHighBoxIsReached();
 };
 
@@ -159,102 +158,81 @@ void MessageBoxesTest::messageHasASingleOk()
     QCOMPARE(shown.parent, &parent);
 }
 
-void MessageBoxesTest::questionHasYesAndNoWithoutDefault()
+void MessageBoxesTest::questionIsAnswered_data()
 {
+    QTest::addColumn<bool>("isYes");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("yes") << true << Text;
+    QTest::newRow("no") << false << Text;
+    QTest::newRow("yes to a high text") << true << changesOfManyVersions(299);
+}
+
+void MessageBoxesTest::questionIsAnswered()
+{
+    QFETCH(bool, isYes);
+    QFETCH(QString, text);
     MessageBoxAnswers answers;
-    answers.expect(Title, Text, QMessageBox::No);
-    confirm(nullptr, QMessageBox::Question, Title, Text);
+    answers.expect(Title, text, isYes ? QMessageBox::Yes : QMessageBox::No);
+    QCOMPARE(confirm(nullptr, QMessageBox::Question, Title, text, Qt::RichText), isYes);
     const auto &shown = answers.shown().first();
     QCOMPARE(shown.icon, QMessageBox::Question);
     QCOMPARE(shown.buttons, QMessageBox::Yes | QMessageBox::No);
     QCOMPARE(shown.defaultButton, QMessageBox::NoButton);
 }
 
-void MessageBoxesTest::yesConfirms()
-{
-    MessageBoxAnswers answers;
-    answers.expect(Title, Text, QMessageBox::Yes);
-    QVERIFY(confirm(nullptr, QMessageBox::Question, Title, Text));
-}
-
 void MessageBoxesTest::yesThatDestroysHasItsOwnLook()
 {
-    qApp->setStyleSheet(QStringLiteral("QMessageBox QPushButton:default { color: #112233; }"
-                                       "#DestroyingYes { color: #445566; }"));
-    const auto colorOfYes = [this](const std::function<bool()> &ask) {
-        QColor color;
-        whenOpened(this, [&color](QMessageBox &box) {
-            const QAbstractButton *yes = box.button(QMessageBox::Yes);
-            color = yes->palette().color(QPalette::ButtonText);
-            box.button(QMessageBox::Yes)->click();
-        });
-        return ask() ? color : QColor();
-    };
-    QCOMPARE(colorOfYes([] { return confirmLoss(nullptr, QMessageBox::Critical, Title, Text); }),
-             QColor(0x44, 0x55, 0x66));
-    QVERIFY(colorOfYes([] { return confirm(nullptr, QMessageBox::Question, Title, Text); }) !=
-            QColor(0x44, 0x55, 0x66));
+    qApp->setStyleSheet(
+        "QMessageBox QPushButton:default { color: #112233; }#DestroyingYes { color: #445566; }"_s);
+    const auto colorOfYes =
+        [](bool (*ask)(QWidget *, QMessageBox::Icon, const QString &, const QString &)) {
+            QColor color;
+            bool isYes = false;
+            lookAt([&] { isYes = ask(nullptr, QMessageBox::Critical, Title, Text); },
+                   [&](QMessageBox &box) {
+                       QAbstractButton *yes = box.button(QMessageBox::Yes);
+                       color = yes->palette().color(QPalette::ButtonText);
+                       yes->click();
+                   });
+            return isYes ? color : QColor();
+        };
+    const QColor destroying(0x44, 0x55, 0x66);
+    QCOMPARE(colorOfYes(&confirmLoss), destroying);
+    const QColor other =
+        colorOfYes([](QWidget *parent, QMessageBox::Icon icon, const QString &title,
+                      const QString &text) { return confirm(parent, icon, title, text); });
+    QVERIFY(other.isValid() && other != destroying);
     qApp->setStyleSheet(QString());
-    whenOpened(this, [](QMessageBox &box) { box.button(QMessageBox::No)->click(); });
-    QVERIFY(!confirmLoss(nullptr, QMessageBox::Critical, Title, Text));
-}
-
-void MessageBoxesTest::noDoesNot()
-{
-    MessageBoxAnswers answers;
-    answers.expect(Title, Text, QMessageBox::No);
-    QVERIFY(!confirm(nullptr, QMessageBox::Question, Title, Text));
+    lookAt([] { QVERIFY(!confirmLoss(nullptr, QMessageBox::Critical, Title, Text)); },
+           [](QMessageBox &box) { box.button(QMessageBox::No)->click(); });
 }
 
 void MessageBoxesTest::escapeAnswersNo()
 {
-    bool opened = false;
-    whenOpened(this, [&opened](QMessageBox &box) {
-        opened = true;
+    lookAtQuestion(Text, [](QMessageBox &box) {
         QTest::keyClick(&box, Qt::Key_Escape);
+        QVERIFY(!box.isVisible());
     });
-    QVERIFY(!confirm(nullptr, QMessageBox::Question, Title, Text));
-    QVERIFY(opened);
 }
 
 void MessageBoxesTest::markupInAPlainTextStandsAsItIs()
 {
-    for (const bool question : {false, true}) {
-        Qt::TextFormat format = Qt::AutoText;
-        whenOpened(this, [&format](QMessageBox &box) {
-            format = box.findChild<QLabel *>(QStringLiteral("qt_msgbox_label"))->textFormat();
-            box.reject();
-        });
-        const QString text = QStringLiteral("<b>bold</b>");
-        if (question)
-            confirm(nullptr, QMessageBox::Question, Title, text);
-        else
-            showMessage(nullptr, QMessageBox::Information, Title, text);
-        QCOMPARE(format, Qt::PlainText);
-    }
-}
-
-void MessageBoxesTest::richTextIsRich()
-{
-    Qt::TextFormat format = Qt::AutoText;
-    whenOpened(this, [&format](QMessageBox &box) {
-        format = box.textFormat();
-        box.reject();
-    });
-    confirm(nullptr, QMessageBox::Question, Title, Text, Qt::RichText);
-    QCOMPARE(format, Qt::RichText);
+    const QString text = "<b>bold</b>"_s;
+    const Look isPlain = [](QMessageBox &box) {
+        QCOMPARE(labelOf(box)->textFormat(), Qt::PlainText);
+    };
+    lookAtQuestion(text, isPlain);
+    lookAt([&] { showMessage(nullptr, QMessageBox::Information, Title, text); }, isPlain);
 }
 
 void MessageBoxesTest::destroyedParentAnswersNo()
 {
     QPointer<QWidget> parent = new QWidget;
-    whenOpened(this, [&parent](QMessageBox &) { delete parent.data(); });
-    QVERIFY(!confirm(parent, QMessageBox::Question, Title, Text));
+    const Look destroy = [&parent](QMessageBox &) { delete parent.data(); };
+    lookAt([&] { QVERIFY(!confirm(parent, QMessageBox::Question, Title, Text)); }, destroy);
     QVERIFY(parent.isNull());
-
     parent = new QWidget;
-    whenOpened(this, [&parent](QMessageBox &) { delete parent.data(); });
-    showMessage(parent, QMessageBox::Critical, Title, Text);
+    lookAt([&] { showMessage(parent, QMessageBox::Critical, Title, Text); }, destroy);
     QVERIFY(parent.isNull());
 }
 
@@ -265,28 +243,30 @@ void MessageBoxesTest::highBoxScrollsItsText_data()
     QTest::newRow("update over 299 versions") << changesOfManyVersions(299) << Qt::RichText;
     QTest::newRow("update over 15 versions") << changesOfManyVersions(15) << Qt::RichText;
     QTest::newRow("80 dependents") << manyNames(80) << Qt::PlainText;
-    QTest::newRow("wide lines")
-        << QStringLiteral("A line of many words that is broken. ").repeated(400) << Qt::PlainText;
+    QTest::newRow("wide lines") << "A line of many words that is broken. "_s.repeated(400)
+                                << Qt::PlainText;
 }
 
 void MessageBoxesTest::highBoxScrollsItsText()
 {
     QFETCH(QString, text);
     QFETCH(Qt::TextFormat, format);
-    bool checked = false;
-    whenOpenedOnce(this, [&](QMessageBox &box) {
+    const auto check = [&](QMessageBox &box) {
         QCOMPARE(box.text(), text);
         QCOMPARE(box.textFormat(), format);
         checkFits(box);
         checkScrolls(box);
-        // Qt sizes the box again at every request.
-        QCoreApplication::postEvent(&box, new QEvent(QEvent::LayoutRequest));
-        QCoreApplication::processEvents();
-        checkFits(box);
-        checked = true;
-    });
-    QVERIFY(!confirm(nullptr, QMessageBox::Question, Title, text, format));
-    QVERIFY(checked);
+        // Qt sizes the box again at every request, and when the style changes.
+        for (const auto request : {QEvent::LayoutRequest, QEvent::StyleChange}) {
+            QEvent event(request);
+            QCoreApplication::sendEvent(&box, &event);
+            QCoreApplication::processEvents();
+            checkFits(box);
+            scrollOf(box)->verticalScrollBar()->setValue(0);
+            checkScrolls(box);
+        }
+    };
+    lookAtQuestion(text, check, format);
 }
 
 void MessageBoxesTest::parentAtTheEdgeKeepsTheButtonsOnTheScreen()
@@ -295,41 +275,22 @@ void MessageBoxesTest::parentAtTheEdgeKeepsTheButtonsOnTheScreen()
     parent.setGeometry(availableGeometry().right() - 100, availableGeometry().bottom() - 50, 200,
                        200);
     parent.show();
-    bool checked = false;
-    whenOpenedOnce(this, [&checked](QMessageBox &box) {
-        checkFits(box);
-        checked = true;
-    });
-    confirm(&parent, QMessageBox::Question, Title, manyNames(80));
-    QVERIFY(checked);
-}
-
-void MessageBoxesTest::highTextIsAnswered()
-{
-    MessageBoxAnswers answers;
-    const QString text = changesOfManyVersions(299);
-    answers.expect(Title, text, QMessageBox::Yes);
-    QVERIFY(confirm(nullptr, QMessageBox::Question, Title, text, Qt::RichText));
+    lookAt([&] { confirm(&parent, QMessageBox::Question, Title, manyNames(80)); }, checkFits);
 }
 
 void MessageBoxesTest::lowBoxDoesNotScroll()
 {
-    const QString line = QStringLiteral("A line\n");
-    bool checked = false;
-    whenOpenedOnce(this, [&checked](QMessageBox &box) {
-        QVERIFY(!scrollOf(box));
-        QCOMPARE(labelOf(box)->parentWidget(), &box);
-        checkFits(box);
-        checked = true;
-    });
-    showMessage(nullptr, QMessageBox::Information, Title, line.repeated(3));
-    QVERIFY(checked);
+    lookAt([] { showMessage(nullptr, QMessageBox::Information, Title, "A line\n"_s.repeated(3)); },
+           [](QMessageBox &box) {
+               QVERIFY(!scrollOf(box));
+               QCOMPARE(labelOf(box)->parentWidget(), &box);
+               checkFits(box);
+           });
 }
 
 void MessageBoxesTest::textScrollsWithTheKeyboard()
 {
-    bool checked = false;
-    whenOpenedOnce(this, [&checked](QMessageBox &box) {
+    lookAtQuestion(manyNames(80), [](QMessageBox &box) {
         QVERIFY(QTest::qWaitForWindowActive(&box));
         auto *bar = scrollOf(box)->verticalScrollBar();
         auto *yes = box.button(QMessageBox::Yes);
@@ -349,41 +310,19 @@ void MessageBoxesTest::textScrollsWithTheKeyboard()
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
         QVERIFY(bar->value() > 0);
         QCOMPARE(scrollOf(box)->accessibleName(), Title);
-        checked = true;
     });
-    confirm(nullptr, QMessageBox::Question, Title, manyNames(80));
-    QVERIFY(checked);
-}
-
-void MessageBoxesTest::newStyleLeavesAHighBoxLow()
-{
-    bool checked = false;
-    whenOpenedOnce(this, [&checked](QMessageBox &box) {
-        QEvent change(QEvent::StyleChange);
-        QCoreApplication::sendEvent(&box, &change);
-        QCoreApplication::processEvents();
-        checkFits(box);
-        checkScrolls(box);
-        checked = true;
-    });
-    confirm(nullptr, QMessageBox::Question, Title, manyNames(80));
-    QVERIFY(checked);
 }
 
 void MessageBoxesTest::longWordInAHighBoxIsReached()
 {
-    const QString text = QString(2000, QLatin1Char('x')) + QLatin1Char('\n') + manyNames(80);
-    bool checked = false;
-    whenOpenedOnce(this, [&checked](QMessageBox &box) {
+    const QString word(2000, QLatin1Char('x'));
+    lookAtQuestion(word + QLatin1Char('\n') + manyNames(80), [](QMessageBox &box) {
         checkFits(box);
         const QScrollArea *area = scrollOf(box);
         QVERIFY(area);
         const int reachable = area->viewport()->width() + area->horizontalScrollBar()->maximum();
         QVERIFY(reachable >= labelOf(box)->minimumSizeHint().width());
-        checked = true;
     });
-    confirm(nullptr, QMessageBox::Question, Title, text);
-    QVERIFY(checked);
 }
 
 KAVO_TEST_MAIN(MessageBoxesTest)

@@ -4,6 +4,7 @@
 #include "tests/components/QuitRequest.h"
 #include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
+#include "tests/support/Literals.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
 
@@ -16,14 +17,16 @@ using namespace Kavo::Testing;
 using Kavo::Settings;
 using Kavo::Dialogs::SettingsDialog;
 
+Q_DECLARE_METATYPE(QMessageBox::StandardButton)
+
 namespace {
 
-const QString PathWarning = QStringLiteral(
-    "X-Plane path has been changed\n\nProceeding will reset cache & databases. Continue ?");
+const QString PathWarning =
+    "X-Plane path has been changed\n\nProceeding will reset cache & databases. Continue ?"_s;
 const QString LanguageWarning =
-    QStringLiteral("Language has been changed\n\nApplication restart neeeded. Continue ?");
-const QString Closing = QStringLiteral("Application will now close. Restart the application for "
-                                       "new setting to take effect.");
+    "Language has been changed\n\nApplication restart neeeded. Continue ?"_s;
+const QString Closing =
+    "Application will now close. Restart the application for new setting to take effect."_s;
 
 } // namespace
 
@@ -36,16 +39,11 @@ private slots:
     void cleanup();
 
     void dialogHasItsLayout();
-    void unchangedSettingsAreCommittedWithoutABox();
-    void anotherCacheFolderIsCommittedWithoutABox();
+    void otherSettingsAreCommittedWithoutABox();
+    void cancelDropsTheEdits_data();
     void cancelDropsTheEdits();
-    void escapeDropsTheEdits();
-    void anotherSimulatorFolderResetsAndQuits();
-    void refusedSimulatorFolderLeavesTheDialogOpen();
-    void anotherLanguageResetsAndQuits();
-    void refusedLanguageLeavesTheDialogOpen();
-    void bothChangesAskTwiceAndResetTwice();
-    void refusedLanguageKeepsTheResetOfTheFolder();
+    void answersDecideOnTheEdits_data();
+    void answersDecideOnTheEdits();
 
 private:
     void edit(Settings::Key key, const char *value);
@@ -91,164 +89,137 @@ QString SettingsDialogTest::inFile(const char *key) const
 bool SettingsDialogTest::databasesExist() const
 {
     const QString folder = m_engine->profile().dataFolder();
-    const bool packages = QFile::exists(folder + QStringLiteral("packages.db"));
-    const bool downloads = QFile::exists(folder + QStringLiteral("download.db"));
+    const bool packages = QFile::exists(folder + "packages.db"_s);
+    const bool downloads = QFile::exists(folder + "download.db"_s);
     return packages && downloads;
 }
 
 void SettingsDialogTest::dialogHasItsLayout()
 {
     KAVO_NEEDS_ICON_FONT();
-    QCOMPARE(m_dialog->objectName(), QStringLiteral("SettingsDialog"));
-    QCOMPARE(m_dialog->windowTitle(), QStringLiteral("Settings"));
+    QCOMPARE(m_dialog->objectName(), "SettingsDialog"_s);
+    QCOMPARE(m_dialog->windowTitle(), "Settings"_s);
     QCOMPARE(m_dialog->minimumWidth(), 512);
     const auto *tabs = child<QTabWidget>(*m_dialog, "SettingsTabs");
-    QCOMPARE(tabs->count(), 3);
-    QCOMPARE(tabs->tabText(0), QStringLiteral("General"));
-    QCOMPARE(tabs->tabText(1), QStringLiteral("Paths"));
-    QCOMPARE(tabs->tabText(2), QStringLiteral("Disk Usage"));
+    QStringList pages;
+    for (int page = 0; page < tabs->count(); ++page)
+        pages.append(tabs->tabText(page));
+    QCOMPARE(pages, QStringList({"General"_s, "Paths"_s, "Disk Usage"_s}));
     QVERIFY(!tabs->isMovable());
     QVERIFY(!tabs->tabsClosable());
-    QCOMPARE(child<QPushButton>(*m_dialog, "SettingsOk")->text(), QStringLiteral("Ok"));
-    QCOMPARE(child<QPushButton>(*m_dialog, "SettingsCancel")->text(), QStringLiteral("Cancel"));
+    QCOMPARE(child<QPushButton>(*m_dialog, "SettingsOk")->text(), "Ok"_s);
+    QCOMPARE(child<QPushButton>(*m_dialog, "SettingsCancel")->text(), "Cancel"_s);
     for (const char *button : {"SettingsOk", "SettingsCancel"}) {
         QVERIFY(hasHand(*child<QPushButton>(*m_dialog, button)));
         QVERIFY(!child<QPushButton>(*m_dialog, button)->icon().isNull());
     }
 }
 
-void SettingsDialogTest::unchangedSettingsAreCommittedWithoutABox()
+void SettingsDialogTest::otherSettingsAreCommittedWithoutABox()
 {
-    const MessageBoxAnswers answers;
-    QVERIFY(!quits([this] { press("SettingsOk"); }));
-    QVERIFY(answers.shown().isEmpty());
-    QVERIFY(!m_dialog->isVisible());
-    QCOMPARE(m_dialog->result(), int(QDialog::Accepted));
-    QCOMPARE(inFile("Language"), QStringLiteral("en"));
+    for (const QString &cache : {m_settings->current(Settings::CACHE), "/elsewhere/"_s}) {
+        m_dialog->show();
+        m_settings->setPending(Settings::CACHE, cache);
+        const MessageBoxAnswers answers;
+        QVERIFY(!quits([this] { press("SettingsOk"); }));
+        QVERIFY(answers.shown().isEmpty());
+        QVERIFY(!m_dialog->isVisible());
+        QCOMPARE(m_dialog->result(), int(QDialog::Accepted));
+        QCOMPARE(m_settings->current(Settings::CACHE), cache);
+        QCOMPARE(inFile("Cache"), cache);
+        QCOMPARE(inFile("Language"), "en"_s);
+        QVERIFY(databasesExist());
+    }
 }
 
-void SettingsDialogTest::anotherCacheFolderIsCommittedWithoutABox()
+void SettingsDialogTest::cancelDropsTheEdits_data()
 {
-    edit(Settings::CACHE, "/elsewhere/");
-    const MessageBoxAnswers answers;
-    QVERIFY(!quits([this] { press("SettingsOk"); }));
-    QVERIFY(answers.shown().isEmpty());
-    QVERIFY(!m_dialog->isVisible());
-    QCOMPARE(m_settings->current(Settings::CACHE), QStringLiteral("/elsewhere/"));
-    QCOMPARE(inFile("Cache"), QStringLiteral("/elsewhere/"));
-    QVERIFY(databasesExist());
+    QTest::addColumn<bool>("byKey");
+    QTest::newRow("Cancel") << false;
+    QTest::newRow("Escape") << true;
 }
 
 void SettingsDialogTest::cancelDropsTheEdits()
 {
+    QFETCH(bool, byKey);
     edit(Settings::CACHE, "/elsewhere/");
     edit(Settings::LANGUAGE, "de");
-    press("SettingsCancel");
+    if (byKey)
+        QTest::keyClick(m_dialog.get(), Qt::Key_Escape);
+    else
+        press("SettingsCancel");
     QVERIFY(!m_dialog->isVisible());
     QCOMPARE(m_dialog->result(), int(QDialog::Rejected));
     QCOMPARE(m_settings->pending(Settings::CACHE), m_settings->current(Settings::CACHE));
-    QCOMPARE(m_settings->pending(Settings::LANGUAGE), QStringLiteral("en"));
+    QCOMPARE(m_settings->pending(Settings::LANGUAGE), "en"_s);
     QCOMPARE(inFile("Cache"), QString());
 }
 
-void SettingsDialogTest::escapeDropsTheEdits()
+void SettingsDialogTest::answersDecideOnTheEdits_data()
 {
-    edit(Settings::LANGUAGE, "de");
-    QTest::keyClick(m_dialog.get(), Qt::Key_Escape);
-    QVERIFY(!m_dialog->isVisible());
-    QCOMPARE(m_settings->pending(Settings::LANGUAGE), QStringLiteral("en"));
+    constexpr auto NotAsked = QMessageBox::NoButton;
+    constexpr auto Yes = QMessageBox::Yes;
+    constexpr auto No = QMessageBox::No;
+    QTest::addColumn<QMessageBox::StandardButton>("toFolder");
+    QTest::addColumn<QMessageBox::StandardButton>("toLanguage");
+    QTest::addColumn<QString>("folder"); ///< what is chosen; empty for no edit
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<bool>("isCommitted");
+    QTest::addColumn<bool>("isReset");
+    const QString folder = "/other/simulator/"_s;
+    QTest::newRow("folder") << Yes << NotAsked << folder << "" << true << true;
+    QTest::newRow("folder refused") << No << NotAsked << folder << "" << false << false;
+    QTest::newRow("language") << NotAsked << Yes << ""
+                              << "de" << true << true;
+    QTest::newRow("language refused") << NotAsked << No << ""
+                                      << "de" << false << false;
+    // Fixed, see docs/compatibility.md.
+    QTest::newRow("both") << Yes << Yes << folder << "de" << true << true;
+    QTest::newRow("both, folder refused") << No << NotAsked << folder << "de" << false << false;
+    // Fixed, see docs/compatibility.md.
+    QTest::newRow("both, language refused") << Yes << No << folder << "de" << false << true;
 }
 
-void SettingsDialogTest::anotherSimulatorFolderResetsAndQuits()
+void SettingsDialogTest::answersDecideOnTheEdits()
 {
-    edit(Settings::INSTALLATION, "/other/simulator/");
+    QFETCH(QMessageBox::StandardButton, toFolder);
+    QFETCH(QMessageBox::StandardButton, toLanguage);
+    QFETCH(QString, folder);
+    QFETCH(QString, language);
+    QFETCH(bool, isCommitted);
+    QFETCH(bool, isReset);
+    const QString before = m_engine->profile().simulatorFolder();
+    if (!folder.isEmpty())
+        m_settings->setPending(Settings::INSTALLATION, folder);
+    if (!language.isEmpty())
+        m_settings->setPending(Settings::LANGUAGE, language);
+    const QString chosenFolder = m_settings->pending(Settings::INSTALLATION);
+    const QString chosenLanguage = m_settings->pending(Settings::LANGUAGE);
     MessageBoxAnswers answers;
-    answers.expect(QString(), PathWarning, QMessageBox::Yes);
-    answers.expect(QString(), Closing, QMessageBox::Ok);
-    QVERIFY(quits([this] { press("SettingsOk"); }));
+    if (toFolder != QMessageBox::NoButton)
+        answers.expect(QString(), PathWarning, toFolder);
+    if (toLanguage != QMessageBox::NoButton)
+        answers.expect(QString(), LanguageWarning, toLanguage);
+    if (isCommitted)
+        answers.expect(QString(), Closing, QMessageBox::Ok);
+
+    QCOMPARE(quits([this] { press("SettingsOk"); }), isCommitted);
     QVERIFY(answers.allShown());
-    QCOMPARE(answers.shown().at(0).icon, QMessageBox::Warning);
-    QCOMPARE(answers.shown().at(0).defaultButton, QMessageBox::NoButton);
-    QCOMPARE(answers.shown().at(1).icon, QMessageBox::Information);
-    QVERIFY(!m_dialog->isVisible());
-    QVERIFY(!databasesExist());
-    QCOMPARE(inFile("Installation"), QStringLiteral("/other/simulator/"));
-    QCOMPARE(m_settings->current(Settings::INSTALLATION), QStringLiteral("/other/simulator/"));
-}
-
-void SettingsDialogTest::refusedSimulatorFolderLeavesTheDialogOpen()
-{
-    edit(Settings::INSTALLATION, "/other/simulator/");
-    MessageBoxAnswers answers;
-    answers.expect(QString(), PathWarning, QMessageBox::No);
-    QVERIFY(!quits([this] { press("SettingsOk"); }));
-    QVERIFY(m_dialog->isVisible());
-    QVERIFY(databasesExist());
-    QCOMPARE(m_settings->pending(Settings::INSTALLATION), QStringLiteral("/other/simulator/"));
-    QCOMPARE(m_settings->current(Settings::INSTALLATION), m_engine->profile().simulatorFolder());
-    QCOMPARE(inFile("Language"), QString());
-}
-
-void SettingsDialogTest::anotherLanguageResetsAndQuits()
-{
-    edit(Settings::LANGUAGE, "de");
-    MessageBoxAnswers answers;
-    answers.expect(QString(), LanguageWarning, QMessageBox::Yes);
-    answers.expect(QString(), Closing, QMessageBox::Ok);
-    QVERIFY(quits([this] { press("SettingsOk"); }));
-    QVERIFY(answers.allShown());
-    QCOMPARE(answers.shown().at(0).icon, QMessageBox::Warning);
-    QVERIFY(!databasesExist());
-    QCOMPARE(inFile("Language"), QStringLiteral("de"));
-    QVERIFY(!m_dialog->isVisible());
-}
-
-void SettingsDialogTest::refusedLanguageLeavesTheDialogOpen()
-{
-    edit(Settings::LANGUAGE, "de");
-    MessageBoxAnswers answers;
-    answers.expect(QString(), LanguageWarning, QMessageBox::No);
-    QVERIFY(!quits([this] { press("SettingsOk"); }));
-    QVERIFY(m_dialog->isVisible());
-    QVERIFY(databasesExist());
-    QCOMPARE(m_settings->current(Settings::LANGUAGE), QStringLiteral("en"));
-    QCOMPARE(m_settings->pending(Settings::LANGUAGE), QStringLiteral("de"));
-    QCOMPARE(inFile("Language"), QString());
-}
-
-// Fixed, see docs/compatibility.md.
-void SettingsDialogTest::bothChangesAskTwiceAndResetTwice()
-{
-    edit(Settings::INSTALLATION, "/other/simulator/");
-    edit(Settings::LANGUAGE, "de");
-    MessageBoxAnswers answers;
-    answers.expect(QString(), PathWarning, QMessageBox::Yes);
-    answers.expect(QString(), LanguageWarning, QMessageBox::Yes);
-    answers.expect(QString(), Closing, QMessageBox::Ok);
-    QVERIFY(quits([this] { press("SettingsOk"); }));
-    QVERIFY(answers.allShown());
-    QVERIFY(answers.shown().at(0).isDestroying);
-    QVERIFY(!answers.shown().at(1).isDestroying);
-    QVERIFY(!databasesExist());
-    QCOMPARE(inFile("Language"), QStringLiteral("de"));
-    QCOMPARE(inFile("Installation"), QStringLiteral("/other/simulator/"));
-}
-
-// Fixed, see docs/compatibility.md.
-void SettingsDialogTest::refusedLanguageKeepsTheResetOfTheFolder()
-{
-    edit(Settings::INSTALLATION, "/other/simulator/");
-    edit(Settings::LANGUAGE, "de");
-    MessageBoxAnswers answers;
-    answers.expect(QString(), PathWarning, QMessageBox::Yes);
-    answers.expect(QString(), LanguageWarning, QMessageBox::No);
-    QVERIFY(!quits([this] { press("SettingsOk"); }));
-    QVERIFY(answers.allShown());
-    QVERIFY(m_dialog->isVisible());
-    QVERIFY(!databasesExist());
-    QCOMPARE(m_settings->current(Settings::LANGUAGE), QStringLiteral("en"));
-    QCOMPARE(m_settings->current(Settings::INSTALLATION), m_engine->profile().simulatorFolder());
-    QCOMPARE(inFile("Installation"), QString());
+    for (const auto &box : answers.shown()) {
+        const bool isQuestion = box.text != Closing;
+        QCOMPARE(box.icon, isQuestion ? QMessageBox::Warning : QMessageBox::Information);
+        QCOMPARE(box.isDestroying, box.text == PathWarning);
+        QVERIFY(!isQuestion || box.defaultButton == QMessageBox::NoButton);
+    }
+    QCOMPARE(m_dialog->isVisible(), !isCommitted);
+    QCOMPARE(databasesExist(), !isReset);
+    // What was refused is still there to be edited.
+    QCOMPARE(m_settings->pending(Settings::INSTALLATION), chosenFolder);
+    QCOMPARE(m_settings->pending(Settings::LANGUAGE), chosenLanguage);
+    QCOMPARE(m_settings->current(Settings::INSTALLATION), isCommitted ? chosenFolder : before);
+    QCOMPARE(m_settings->current(Settings::LANGUAGE), isCommitted ? chosenLanguage : "en"_s);
+    QCOMPARE(inFile("Installation"), isCommitted ? chosenFolder : QString());
+    QCOMPARE(inFile("Language"), isCommitted ? chosenLanguage : QString());
 }
 
 KAVO_TEST_MAIN(SettingsDialogTest)

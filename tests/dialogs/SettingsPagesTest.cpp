@@ -4,6 +4,7 @@
 #include "dialogs/PathSettingsWidget.h"
 #include "tests/components/Widgets.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
 
@@ -20,7 +21,7 @@ using Kavo::Settings;
 namespace {
 
 /// What Qt calls a folder dialog without a caption.
-const QString FolderCaption = QStringLiteral("Find Directory");
+const QString FolderCaption = "Find Directory"_s;
 
 } // namespace
 
@@ -86,54 +87,53 @@ void SettingsPagesTest::browse(const QWidget &page, int selector, const QString 
 void SettingsPagesTest::languagesAreOffered()
 {
     const GeneralSettingsWidget page(m_settings);
-    QCOMPARE(page.objectName(), QStringLiteral("GeneralSettingsWidget"));
-    QCOMPARE(textOf(page, "LanguageLabel"), QStringLiteral("Language : "));
+    QCOMPARE(page.objectName(), "GeneralSettingsWidget"_s);
+    QCOMPARE(textOf(page, "LanguageLabel"), "Language : "_s);
     const auto *choice = child<QComboBox>(page, "LanguageChoice");
     QStringList offered;
     for (int index = 0; index < choice->count(); ++index)
         offered.append(choice->itemData(index).toString());
     QCOMPARE(offered, Kavo::languages());
     QCOMPARE(choice->count(), 2);
-    QCOMPARE(choice->itemText(0), QStringLiteral("English"));
-    QCOMPARE(choice->itemData(0).toString(), QStringLiteral("en"));
-    QCOMPARE(choice->itemText(1), QStringLiteral("German"));
-    QCOMPARE(choice->itemData(1).toString(), QStringLiteral("de"));
+    QCOMPARE(choice->itemText(0), "English"_s);
+    QCOMPARE(choice->itemData(0).toString(), "en"_s);
+    QCOMPARE(choice->itemText(1), "German"_s);
+    QCOMPARE(choice->itemData(1).toString(), "de"_s);
 }
 
 void SettingsPagesTest::savedLanguageIsSelected()
 {
-    m_settings->setPending(Settings::LANGUAGE, QStringLiteral("de"));
+    m_settings->setPending(Settings::LANGUAGE, "de"_s);
     m_settings->apply();
     // An edit that was never committed does not count.
-    m_settings->setPending(Settings::LANGUAGE, QStringLiteral("en"));
+    m_settings->setPending(Settings::LANGUAGE, "en"_s);
     const GeneralSettingsWidget page(m_settings);
     QCOMPARE(child<QComboBox>(page, "LanguageChoice")->currentIndex(), 1);
 }
 
 void SettingsPagesTest::unknownLanguageSelectsNothing()
 {
-    m_settings->setPending(Settings::LANGUAGE, QStringLiteral("fr"));
+    m_settings->setPending(Settings::LANGUAGE, "fr"_s);
     m_settings->apply();
     const GeneralSettingsWidget page(m_settings);
     QCOMPARE(child<QComboBox>(page, "LanguageChoice")->currentIndex(), -1);
-    QCOMPARE(m_settings->pending(Settings::LANGUAGE), QStringLiteral("fr"));
+    QCOMPARE(m_settings->pending(Settings::LANGUAGE), "fr"_s);
 }
 
 void SettingsPagesTest::chosenLanguageIsPending()
 {
     const GeneralSettingsWidget page(m_settings);
     child<QComboBox>(page, "LanguageChoice")->setCurrentIndex(1);
-    QCOMPARE(m_settings->pending(Settings::LANGUAGE), QStringLiteral("de"));
-    QCOMPARE(m_settings->current(Settings::LANGUAGE), QStringLiteral("en"));
+    QCOMPARE(m_settings->pending(Settings::LANGUAGE), "de"_s);
+    QCOMPARE(m_settings->current(Settings::LANGUAGE), "en"_s);
 }
 
 void SettingsPagesTest::foldersShowTheSavedValues()
 {
-    m_settings->setPending(Settings::CACHE, QStringLiteral("/not/committed/"));
+    m_settings->setPending(Settings::CACHE, "/not/committed/"_s);
     const PathSettingsWidget page(m_settings);
-    QCOMPARE(page.objectName(), QStringLiteral("PathSettingsWidget"));
-    const QStringList captions{QStringLiteral("X-Plane"), QStringLiteral("Cache"),
-                               QStringLiteral("Preserve"), QStringLiteral("Backup")};
+    QCOMPARE(page.objectName(), "PathSettingsWidget"_s);
+    const QStringList captions{"X-Plane"_s, "Cache"_s, "Preserve"_s, "Backup"_s};
     const Settings::Key keys[] = {Settings::INSTALLATION, Settings::CACHE, Settings::PRESERVE,
                                   Settings::BACKUP};
     const auto labels = allChildren<QLabel>(page, "FileSelectorCaption");
@@ -158,7 +158,7 @@ void SettingsPagesTest::chosenWorkingFolderIsPending()
     QFETCH(int, selector);
     QFETCH(int, key);
     const auto entry = static_cast<Settings::Key>(key);
-    const QString folder = m_profile->folder(QStringLiteral("chosen"));
+    const QString folder = m_profile->folder("chosen"_s);
     const QString before = m_settings->current(entry);
     const PathSettingsWidget page(m_settings);
     browse(page, selector, folder);
@@ -171,9 +171,9 @@ void SettingsPagesTest::folderInTheWayOfAnotherIsRefused_data()
     QTest::addColumn<int>("selector");
     QTest::addColumn<QString>("chosen"); ///< below the folder that holds all four
     QTest::addColumn<QString>("other");  ///< caption, empty when the folder is taken
-    const QString preserve = QStringLiteral("Preserve");
-    const QString backup = QStringLiteral("Backup");
-    const QString simulator = QStringLiteral("X-Plane");
+    const QString preserve = "Preserve"_s;
+    const QString backup = "Backup"_s;
+    const QString simulator = "X-Plane"_s;
     QTest::newRow("preserve in the simulator") << 2 << "sim" << simulator;
     QTest::newRow("preserve below the simulator") << 2 << "sim/Resources" << simulator;
     QTest::newRow("preserve around the simulator") << 2 << "" << simulator;
@@ -185,7 +185,8 @@ void SettingsPagesTest::folderInTheWayOfAnotherIsRefused_data()
     QTest::newRow("simulator around preserve") << 0 << "preserve/.." << preserve;
     QTest::newRow("simulator below backup") << 0 << "backup/deep" << backup;
     QTest::newRow("cache as the simulator") << 1 << "sim" << simulator;
-    QTest::newRow("preserve as cache") << 2 << "cache" << QStringLiteral("Cache");
+    QTest::newRow("preserve as cache") << 2 << "cache"
+                                       << "Cache"_s;
     QTest::newRow("cache below the simulator") << 1 << "sim/Resources"
                                                << "";
     QTest::newRow("preserve below cache") << 2 << "cache/deep"
@@ -203,23 +204,22 @@ void SettingsPagesTest::folderInTheWayOfAnotherIsRefused()
                                   Settings::BACKUP};
     const char *names[] = {"sim", "cache", "preserve", "backup"};
     for (int i = 0; i < 4; ++i)
-        m_settings->setPending(keys[i],
-                               m_profile->folder(QStringLiteral("all/") + QLatin1String(names[i])));
+        m_settings->setPending(keys[i], m_profile->folder("all/"_s + QLatin1String(names[i])));
     m_settings->apply();
-    const QString all = m_profile->folder(QStringLiteral("all"));
-    QVERIFY(QFile::link(all + QStringLiteral("backup"), all + QStringLiteral("link")));
-    const QString folder = QDir(m_profile->folder(QStringLiteral("all/") + chosen)).absolutePath();
-    QVERIFY(writeFile(folder + QStringLiteral("/X-Plane.exe"), "x"));
+    const QString all = m_profile->folder("all"_s);
+    QVERIFY(QFile::link(all + "backup"_s, all + "link"_s));
+    const QString folder = QDir(m_profile->folder("all/"_s + chosen)).absolutePath();
+    QVERIFY(writeFile(folder + "/X-Plane.exe"_s, "x"));
     const QString before = m_settings->pending(keys[selector]);
     PathSettingsWidget page(m_settings);
     MessageBoxAnswers answers;
     answers.expectFolder(FolderCaption, folder);
     if (!other.isEmpty())
-        answers.expect(QStringLiteral("Invalid Folder"),
-                       QStringLiteral("This folder is that of \"%1\", lies in it or holds it.\n\n"
-                                      "Choose one that is apart from the others.")
-                           .arg(other),
-                       QMessageBox::Ok);
+        answers.expect(
+            "Invalid Folder"_s,
+            "This folder is that of \"%1\", lies in it or holds it.\n\nChoose one that is apart from the others."_s
+                .arg(other),
+            QMessageBox::Ok);
     allChildren<QPushButton>(page, "FileSelectorBrowse").at(selector)->click();
     QVERIFY(answers.allShown());
     if (other.isEmpty()) {
@@ -235,14 +235,14 @@ void SettingsPagesTest::folderInTheWayOfAnotherIsRefused()
 void SettingsPagesTest::simulatorFolderNeedsTheWindowsProgram()
 {
     const QString before = m_settings->pending(Settings::INSTALLATION);
-    const QString folder = m_profile->folder(QStringLiteral("other"));
+    const QString folder = m_profile->folder("other"_s);
     // The file that start-up looks for does not make it one here.
-    QVERIFY(writeFile(folder + QStringLiteral("X-Plane-x86_64"), "x"));
+    QVERIFY(writeFile(folder + "X-Plane-x86_64"_s, "x"));
     PathSettingsWidget page(m_settings);
     MessageBoxAnswers answers;
     answers.expectFolder(FolderCaption, folder);
-    answers.expect(QStringLiteral("Invalid Folder"),
-                   QStringLiteral("Oops...this doesn't seem to be a XPlane installation folder."),
+    answers.expect("Invalid Folder"_s,
+                   "Oops...this doesn't seem to be a XPlane installation folder."_s,
                    QMessageBox::Ok);
     allChildren<QPushButton>(page, "FileSelectorBrowse").first()->click();
     QVERIFY(answers.allShown());
@@ -253,8 +253,8 @@ void SettingsPagesTest::simulatorFolderNeedsTheWindowsProgram()
 
 void SettingsPagesTest::simulatorFolderIsPending()
 {
-    const QString folder = m_profile->folder(QStringLiteral("other"));
-    QVERIFY(writeFile(folder + QStringLiteral("X-Plane.exe"), "x"));
+    const QString folder = m_profile->folder("other"_s);
+    QVERIFY(writeFile(folder + "X-Plane.exe"_s, "x"));
     const PathSettingsWidget page(m_settings);
     browse(page, 0, folder);
     QCOMPARE(m_settings->pending(Settings::INSTALLATION), folder);
@@ -271,24 +271,22 @@ void SettingsPagesTest::cancelledFolderDialogChangesNothing()
 
 void SettingsPagesTest::folderSizesAreShownInTheirOrder()
 {
-    QVERIFY(writeFile(m_settings->current(Settings::CACHE) + QStringLiteral("a"),
-                      QByteArray(1024, 'a')));
-    QVERIFY(writeFile(m_settings->current(Settings::BACKUP) + QStringLiteral("b"),
-                      QByteArray(1536, 'b')));
+    QVERIFY(writeFile(m_settings->current(Settings::CACHE) + "a"_s, QByteArray(1024, 'a')));
+    QVERIFY(writeFile(m_settings->current(Settings::BACKUP) + "b"_s, QByteArray(1536, 'b')));
     QVERIFY(QDir(m_settings->current(Settings::PRESERVE)).removeRecursively());
     const DiskSettingsWidget page(*m_settings);
-    QCOMPARE(page.objectName(), QStringLiteral("DiskSettingsWidget"));
+    QCOMPARE(page.objectName(), "DiskSettingsWidget"_s);
     auto *grid = qobject_cast<QGridLayout *>(page.layout());
     const auto text = [grid](int row, int column) {
         const auto *label = qobject_cast<QLabel *>(grid->itemAtPosition(row, column)->widget());
         return label->text();
     };
-    QCOMPARE(text(0, 0), QStringLiteral("Cache"));
-    QCOMPARE(text(0, 1), QStringLiteral("1.00 KB"));
-    QCOMPARE(text(1, 0), QStringLiteral("Backup"));
-    QCOMPARE(text(1, 1), QStringLiteral("1.50 KB"));
-    QCOMPARE(text(2, 0), QStringLiteral("Preserve"));
-    QCOMPARE(text(2, 1), QStringLiteral("0.00 Bytes"));
+    QCOMPARE(text(0, 0), "Cache"_s);
+    QCOMPARE(text(0, 1), "1.00 KB"_s);
+    QCOMPARE(text(1, 0), "Backup"_s);
+    QCOMPARE(text(1, 1), "1.50 KB"_s);
+    QCOMPARE(text(2, 0), "Preserve"_s);
+    QCOMPARE(text(2, 1), "0.00 Bytes"_s);
     for (int column = 2; column <= 4; ++column)
         QVERIFY(grid->itemAtPosition(0, column));
 }
