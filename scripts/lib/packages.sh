@@ -30,6 +30,10 @@ KAVO_TEST_PACKAGES=(
     at-spi2-core python3-pyatspi python3-jsonschema dbus-x11 dbus-daemon x11-utils libsm-dev
 )
 
+# To try the tests with faults, besides those to run them. A program with a fault may do anything to
+# files, so it gets a sandbox.
+KAVO_MUTATION_PACKAGES=(python3 bubblewrap)
+
 # To fuzz; the run-time library is of the compiler's version.
 KAVO_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
