@@ -1,5 +1,6 @@
 #include "core/DatabaseFile.h"
 #include "tests/support/Archives.h"
+#include "tests/support/DamagedDatabase.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"
@@ -31,6 +32,9 @@ private slots:
     void failingSchemaIsLogged();
     void fileThatIsNoDatabaseIsLogged();
     void fileThatCannotBeOpenedIsLogged();
+    void whatHoldsNoPlainTablesIsNotUsed_data();
+    void whatHoldsNoPlainTablesIsNotUsed();
+    void lockIsWaitedForOnce();
     void removedFileIsMadeAnew();
     void removeWithoutAFileDoesNothing();
     void connectionEndsWithTheObject();
@@ -143,6 +147,40 @@ void DatabaseFileTest::fileThatCannotBeOpenedIsLogged()
     QCOMPARE(log.lines().size(), 1);
     QVERIFY(log.lines().first().contains("unable to open database file"_s));
     QVERIFY(!log.lines().first().startsWith("SQL Error: "_s));
+}
+
+void DatabaseFileTest::whatHoldsNoPlainTablesIsNotUsed_data()
+{
+    QTest::addColumn<DatabaseDamage>("damage");
+    QTest::newRow("pipe") << DatabaseDamage::PIPE;
+    QTest::newRow("pipe as the journal") << DatabaseDamage::JOURNAL_PIPE;
+    QTest::newRow("view without an end") << DatabaseDamage::ENDLESS_VIEW;
+}
+
+void DatabaseFileTest::whatHoldsNoPlainTablesIsNotUsed()
+{
+    QFETCH(DatabaseDamage, damage);
+    QVERIFY(makeDamagedDatabase(path(), damage, "things"_s, Schema));
+    const LogCapture log;
+    DatabaseFile database(Connection, FileName);
+    QVERIFY(!database.open(Schema));
+    QVERIFY(!database.isOpen());
+    QCOMPARE(log.lines().size(), 1);
+}
+
+void DatabaseFileTest::lockIsWaitedForOnce()
+{
+    DatabaseFile database(Connection, FileName);
+    QVERIFY(database.open(Schema));
+    const DatabaseLock lock(path());
+    QVERIFY(lock.isHeld());
+    QElapsedTimer timer;
+    timer.start();
+    for (int number = 0; number < 6; ++number)
+        QVERIFY(!insert(database, QString::number(number)));
+    // Each wait takes two seconds.
+    QVERIFY(timer.elapsed() >= 1900);
+    QVERIFY(timer.elapsed() < 8000);
 }
 
 void DatabaseFileTest::removedFileIsMadeAnew()

@@ -18,7 +18,9 @@
 
 using Kavo::copyOver;
 using Kavo::copyWhole;
+using Kavo::haveEqualContent;
 using Kavo::hiddenBeside;
+using Kavo::isSameFile;
 using Kavo::isTaken;
 using namespace Kavo::Testing;
 
@@ -49,6 +51,8 @@ private slots:
 
     void contentReachesTheDiskBeforeItsName();
     void placesAreTakenByWhateverStandsThere();
+    void filesAreTheSameByAnyName();
+    void contentIsComparedToItsEnd();
     void hiddenNamesAreToldApart();
 
 private:
@@ -240,6 +244,29 @@ void FileCopyTest::placesAreTakenByWhateverStandsThere()
     QVERIFY(!isTaken(to()));
     QVERIFY(QFile::link("/nowhere/at/all"_s, to()));
     QVERIFY(isTaken(to()));
+}
+
+void FileCopyTest::filesAreTheSameByAnyName()
+{
+    QVERIFY(writeFile(to(), readFile(from())));
+    const QString link = to() + ".link"_s;
+    QVERIFY(QFile::link(from(), link));
+    QVERIFY(isSameFile(link, from()));
+    QVERIFY(!isSameFile(to(), from()));
+    QVERIFY(!isSameFile(to() + ".missing"_s, from()));
+}
+
+void FileCopyTest::contentIsComparedToItsEnd()
+{
+    const QByteArray content = readFile(from());
+    QVERIFY(writeFile(to(), content));
+    QVERIFY(haveEqualContent(from(), to()));
+    QVERIFY(writeFile(to(), content.chopped(1) + 'x'));
+    QVERIFY(!haveEqualContent(from(), to()));
+    // The file that is read to its end is the shorter one.
+    QVERIFY(writeFile(to(), content + 'u'));
+    QVERIFY(!haveEqualContent(from(), to()));
+    QVERIFY(!haveEqualContent(from(), to() + ".missing"_s));
 }
 
 void FileCopyTest::hiddenNamesAreToldApart()

@@ -31,6 +31,7 @@ private slots:
     void runsInTheExecutablesFolder();
     void existingFilesAreReplaced();
     void destinationIsMade();
+    void namesAreKeptInEveryLocale();
 
     void programThatCannotStartFails_data();
     void programThatCannotStartFails();
@@ -218,6 +219,18 @@ void P7ZipExtractorTest::existingFilesAreReplaced()
                    {{"a"_s, "a longer old a"}, {"sub/b"_s, "old b"}, {"sub/other"_s, "stays"}}));
     unpack(path("a.7z"_s));
     files.insert("sub/other"_s, "stays");
+    QCOMPARE(fileTree(path("out"_s)), expectedTree(files));
+}
+
+void P7ZipExtractorTest::namesAreKeptInEveryLocale()
+{
+    const Files files{{QString::fromUtf8("Größe/Žluť.txt"), "1"}};
+    QVERIFY(makeArchive(path("a.7z"_s), files));
+    const QByteArray locale = qgetenv("LC_ALL");
+    qputenv("LC_ALL", "C");
+    const bool extracted = P7ZipExtractor().extract(path("a.7z"_s), path("out"_s));
+    qputenv("LC_ALL", locale);
+    QVERIFY(extracted);
     QCOMPARE(fileTree(path("out"_s)), expectedTree(files));
 }
 

@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <sys/stat.h>
 
 using namespace Kavo;
 using namespace Kavo::Testing;
@@ -79,6 +80,12 @@ void Sha256Test::whatCannotBeReadHasNoDigest()
     const ScratchProfile profile;
     QCOMPARE(Sha256::ofFile(profile.folder(QString()) + "missing"_s), QByteArray());
     QCOMPARE(Sha256::ofFile(profile.folder("folder"_s)), QByteArray());
+    // To open it would wait for somebody who writes.
+    const QString pipe = profile.folder(QString()) + "pipe"_s;
+    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    QCOMPARE(Sha256::ofFile(pipe), QByteArray());
+    // Nothing stands at the address 0, so that reading ends with an error.
+    QCOMPARE(Sha256::ofFile("/proc/self/mem"_s), QByteArray());
 }
 
 KAVO_TEST_MAIN(Sha256Test)

@@ -33,6 +33,7 @@ private slots:
     void largestCatalogueIsTaken_data();
     void largestCatalogueIsTaken();
     void nextCatalogueIsTaken();
+    void freshCatalogueIsAskedForAllTheSame();
 
 private:
     QString place() const { return m_setup->path(QStringLiteral("packages.json")); }
@@ -124,6 +125,19 @@ void CatalogueFeedTest::nextCatalogueIsTaken()
     m_feed->request();
     QVERIFY(available.wait());
     QCOMPARE(m_setup->content(QStringLiteral("packages.json")), QByteArray("[]"));
+}
+
+/// Who refreshes wants to know what the server has now, however long it says that an answer holds.
+void CatalogueFeedTest::freshCatalogueIsAskedForAllTheSame()
+{
+    QSignalSpy available(m_feed.get(), &CatalogueFeed::available);
+    m_setup->server().serve(Path, "[1]").headers = {{"Cache-Control", "max-age=3600"}};
+    m_feed->request();
+    QVERIFY(available.wait());
+    m_setup->server().serve(Path, "[2]");
+    m_feed->request();
+    QVERIFY(available.wait());
+    QCOMPARE(m_setup->content(QStringLiteral("packages.json")), QByteArray("[2]"));
 }
 
 KAVO_TEST_MAIN(CatalogueFeedTest)

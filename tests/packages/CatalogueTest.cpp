@@ -50,6 +50,16 @@ void CatalogueTest::packagesOfIdsComeInCatalogueOrderAndOnce()
     QCOMPARE(found.size(), 2);
     QCOMPARE(found.first()->id(), 3);
     QCOMPARE(found.last()->id(), 2);
+
+    // More than can come in order by chance.
+    PackageList many;
+    QVector<int> ids;
+    for (int id = 40; id >= 1; --id) {
+        many.append(makePackage(id, {}));
+        ids.prepend(id);
+    }
+    catalogue.replace(many);
+    QCOMPARE(catalogue.withIds(ids), many);
 }
 
 void CatalogueTest::packagesOfEqualIdsAllCome()

@@ -28,6 +28,7 @@ private slots:
     void dependantOfAFailedInstallationEnds();
     void dependantOfAPackageWithoutVersionsEnds();
     void dependantIsNotHeldUpByWhatOnlyStandsBeforeAnInstalledOne();
+    void dependantOfAFailedOneBeforeAnInstalledOneEnds();
     void unknownDependencyEndsThePackage();
     void onlyTheLastDependencyHoldsAPackageBack();
     void packagesThatNeedEachOtherAreBothInstalled();
@@ -35,6 +36,8 @@ private slots:
     void packageThatNeedsItselfAwaitsTheRunningOne();
     void dependencyThatDoesNotDecideIsNotAwaited();
     void tooOldDependencyIsUpgradedToTheNewest();
+    void nothingBeginsWhileTheQueueIsHeld();
+    void nothingBeginsAfterTheEndOfTheProgram();
     void archiveOfAPackageThatNeverStartedStaysInTheCache();
     void twoHundredPackagesAreEachInstalledOnceInOrder();
 
@@ -239,6 +242,23 @@ void InstallationQueueTest::dependantOfAFailedInstallationEnds()
     QCOMPARE(m_engine->package(2)->state(), Package::INSTALL_ERROR);
 }
 
+void InstallationQueueTest::dependantOfAFailedOneBeforeAnInstalledOneEnds()
+{
+    Offer dependant{1};
+    dependant.depends = QStringList{QStringLiteral("2"), QStringLiteral("3")};
+    m_engine->offer(dependant);
+    offerFailing(2);
+    m_engine->offer({3});
+    QVERIFY(m_engine->refresh());
+    QVERIFY(m_engine->installAndWait(3));
+    m_engine->server().resource(QStringLiteral("/package-1-1.0.zip")).holdsGet = true;
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(2, Package::DOWNLOAD_ERROR));
+    m_engine->server().release(QStringLiteral("/package-1-1.0.zip"));
+    QVERIFY(m_engine->waitUntilSettled(1));
+    QCOMPARE(m_engine->package(1)->state(), Package::DEPENDENCY_ERROR);
+}
+
 void InstallationQueueTest::unknownDependencyEndsThePackage()
 {
     Offer dependant{1};
@@ -354,6 +374,40 @@ void InstallationQueueTest::tooOldDependencyIsUpgradedToTheNewest()
     QVERIFY(m_engine->installAndWait(2, QStringLiteral("1.2")));
     QVERIFY(m_engine->installAndWait(1));
     QCOMPARE(m_engine->recordedVersion(2), QStringLiteral("3.0"));
+}
+
+void InstallationQueueTest::nothingBeginsWhileTheQueueIsHeld()
+{
+    m_engine->offer({1});
+    QVERIFY(m_engine->refresh());
+    m_engine->controller().holdInstallations(true);
+    m_engine->install(1);
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLING));
+    QVERIFY(!m_engine->controller().isBusy());
+    m_engine->controller().holdInstallations(false);
+    QVERIFY(m_engine->controller().isBusy());
+    QVERIFY(m_engine->waitForState(1, Package::INSTALLED));
+    QVERIFY(m_engine->waitUntilSettled(1));
+}
+
+/// What runs is finished and recorded, what waits is not begun.
+void InstallationQueueTest::nothingBeginsAfterTheEndOfTheProgram()
+{
+    const GatedExtractor gate(m_engine->profile().folder(QStringLiteral("tools")));
+    m_engine->setExtractor(gate.program());
+    for (int id = 1; id <= 2; ++id)
+        m_engine->offer({id});
+    QVERIFY(m_engine->refresh());
+    m_engine->install(1);
+    QVERIFY(gate.waitUntilReached());
+    m_engine->install(2);
+    QVERIFY(m_engine->waitForState(2, Package::INSTALLING));
+    gate.open();
+    m_engine->stop();
+    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(1))));
+    QVERIFY(!QFile::exists(m_engine->simulator(Engine::fileOf(2))));
+    QCOMPARE(m_engine->recordedStatus(1), 1);
+    QCOMPARE(m_engine->recordedStatus(2), 4);
 }
 
 void InstallationQueueTest::archiveOfAPackageThatNeverStartedStaysInTheCache()
