@@ -26,9 +26,8 @@ QJsonArray toArray(const QStringList &texts)
 
 QString pathOf(const Offer &offer)
 {
-    return offer.link.isEmpty()
-               ? QStringLiteral("/package-%1-%2.zip").arg(offer.id).arg(offer.version)
-               : offer.link;
+    return offer.link.isEmpty() ? "/package-%1-%2.zip"_s.arg(offer.id).arg(offer.version)
+                                : offer.link;
 }
 
 } // namespace
@@ -58,23 +57,21 @@ void Engine::offer(const Offer &offer)
     const Files files = offer.files.isEmpty()
                             ? Files{{fileOf(offer.id), contentOf(offer.id, offer.version)}}
                             : offer.files;
-    m_server.serve(pathOf(offer), archiveOf(files, QStringLiteral("zip")));
+    m_server.serve(pathOf(offer), archiveOf(files, "zip"_s));
 
     const auto known =
         std::find_if(m_catalogue.begin(), m_catalogue.end(), [&offer](const QJsonObject &object) {
-            return object.value(QLatin1String("id")).toInt() == offer.id;
+            return object.value("id"_s).toInt() == offer.id;
         });
     if (known != m_catalogue.end()) {
-        QJsonArray versions = known->value(QLatin1String("versions")).toArray();
+        QJsonArray versions = known->value("versions"_s).toArray();
         versions.append(versionObject(offer));
-        known->insert(QStringLiteral("versions"), versions);
+        known->insert("versions"_s, versions);
         return;
     }
-    m_catalogue.append(
-        {{QStringLiteral("id"), offer.id},
-         {QStringLiteral("name"),
-          QJsonObject{{QStringLiteral("en"), QStringLiteral("package-%1").arg(offer.id)}}},
-         {QStringLiteral("versions"), QJsonArray{versionObject(offer)}}});
+    m_catalogue.append({{"id"_s, offer.id},
+                        {"name"_s, QJsonObject{{"en"_s, "package-%1"_s.arg(offer.id)}}},
+                        {"versions"_s, QJsonArray{versionObject(offer)}}});
 }
 
 void Engine::offerObject(const QJsonObject &package)
@@ -87,7 +84,35 @@ void Engine::serveCatalogue()
     QJsonArray array;
     for (const QJsonObject &package : qAsConst(m_catalogue))
         array.append(package);
-    m_server.serve(QStringLiteral("/packages.json"), QJsonDocument(array).toJson());
+    m_server.serve("/packages.json"_s, QJsonDocument(array).toJson());
+}
+
+bool Engine::publish(std::initializer_list<Offer> offers)
+{
+    for (const Offer &each : offers)
+        offer(each);
+    return refresh();
+}
+
+HttpResource &Engine::archive(int id, const QString &version)
+{
+    return m_server.resource(pathOf({id, version}));
+}
+
+void Engine::release(int id, const QString &version)
+{
+    m_server.release(pathOf({id, version}));
+}
+
+QString Engine::cachedArchive(int id, const QString &version) const
+{
+    return cached(pathOf({id, version}).mid(1));
+}
+
+void Engine::holdAndBreak(int id, const QString &version)
+{
+    archive(id, version).holdAfter = 10;
+    archive(id, version).resetAfter = 20;
 }
 
 void Engine::start()
@@ -104,6 +129,12 @@ void Engine::stop()
     m_controller.reset();
     m_downloads.reset();
     m_network.reset();
+}
+
+bool Engine::restart()
+{
+    stop();
+    return refresh();
 }
 
 bool Engine::refresh()
@@ -141,6 +172,17 @@ bool Engine::waitForState(int id, Package::State state)
     return runUntil([&watched, state] { return watched->state() == state; }, m_patience);
 }
 
+bool Engine::waitUntilInstalled(int id)
+{
+    return waitForState(id, Package::INSTALLED) && waitUntilSettled(id);
+}
+
+bool Engine::installUntilDownloading(int id, const QString &version)
+{
+    install(id, version);
+    return waitForState(id, Package::DOWNLOADING);
+}
+
 bool Engine::installAndWait(int id, const QString &version)
 {
     install(id, version);
@@ -149,19 +191,19 @@ bool Engine::installAndWait(int id, const QString &version)
 
 int Engine::recordedStatus(int id) const
 {
-    const QVariant status = recorded(id, QStringLiteral("status"));
+    const QVariant status = recorded(id, "status"_s);
     return status.isValid() ? status.toInt() : -1;
 }
 
 QString Engine::recordedVersion(int id) const
 {
-    return QString::fromUtf8(recorded(id, QStringLiteral("version")).toByteArray());
+    return QString::fromUtf8(recorded(id, "version"_s).toByteArray());
 }
 
 QString Engine::wholeVersion(int id) const
 {
     QString version;
-    read(QStringLiteral("SELECT version FROM whole_versions WHERE package_id = %1").arg(id),
+    read("SELECT version FROM whole_versions WHERE package_id = %1"_s.arg(id),
          [&version](const QSqlQuery &row) { version = row.value(0).toString(); });
     return version;
 }
@@ -169,17 +211,16 @@ QString Engine::wholeVersion(int id) const
 QHash<int, Engine::Record> Engine::records() const
 {
     QHash<int, Record> records;
-    read(QStringLiteral("SELECT package_id, status, version FROM packages"),
-         [&records](const QSqlQuery &row) {
-             records.insert(row.value(0).toInt(),
-                            {row.value(1).toInt(), QString::fromUtf8(row.value(2).toByteArray())});
-         });
+    read("SELECT package_id, status, version FROM packages"_s, [&records](const QSqlQuery &row) {
+        records.insert(row.value(0).toInt(),
+                       {row.value(1).toInt(), QString::fromUtf8(row.value(2).toByteArray())});
+    });
     return records;
 }
 
 QString Engine::fileOf(int id)
 {
-    return QStringLiteral("package-%1/file.txt").arg(id);
+    return "package-%1/file.txt"_s.arg(id);
 }
 
 QByteArray Engine::contentOf(int id, const QString &version)
@@ -187,18 +228,21 @@ QByteArray Engine::contentOf(int id, const QString &version)
     return "package " + QByteArray::number(id) + " version " + version.toUtf8();
 }
 
+bool Engine::hasFile(int id) const
+{
+    return QFile::exists(simulator(fileOf(id)));
+}
+
 QJsonObject Engine::versionObject(const Offer &offer) const
 {
-    QJsonObject version{{QStringLiteral("version"), offer.version},
-                        {QStringLiteral("link"), m_server.url(pathOf(offer))},
-                        {QStringLiteral("depends"), toArray(offer.depends)},
-                        {QStringLiteral("log"), toArray(offer.log)},
-                        {QStringLiteral("install"),
-                         QJsonObject{{QStringLiteral("extract"), offer.extract},
-                                     {QStringLiteral("preserve"), toArray(offer.preserve)},
-                                     {QStringLiteral("backup"), toArray(offer.backup)}}},
-                        {QStringLiteral("uninstall"),
-                         QJsonObject{{QStringLiteral("remove"), toArray(offer.remove)}}}};
+    QJsonObject version{{"version"_s, offer.version},
+                        {"link"_s, m_server.url(pathOf(offer))},
+                        {"depends"_s, toArray(offer.depends)},
+                        {"log"_s, toArray(offer.log)},
+                        {"install"_s, QJsonObject{{"extract"_s, offer.extract},
+                                                  {"preserve"_s, toArray(offer.preserve)},
+                                                  {"backup"_s, toArray(offer.backup)}}},
+                        {"uninstall"_s, QJsonObject{{"remove"_s, toArray(offer.remove)}}}};
     for (auto key = offer.more.constBegin(); key != offer.more.constEnd(); ++key)
         version.insert(key.key(), key.value());
     return version;
@@ -207,7 +251,7 @@ QJsonObject Engine::versionObject(const Offer &offer) const
 QVariant Engine::recorded(int id, const QString &column) const
 {
     QVariant value;
-    read(QStringLiteral("SELECT %1 FROM packages WHERE package_id = %2").arg(column).arg(id),
+    read("SELECT %1 FROM packages WHERE package_id = %2"_s.arg(column).arg(id),
          [&value](const QSqlQuery &row) { value = row.value(0); });
     return value;
 }
@@ -215,10 +259,10 @@ QVariant Engine::recorded(int id, const QString &column) const
 /// Reads "packages.db" the way another program does.
 void Engine::read(const QString &select, const std::function<void(const QSqlQuery &)> &take) const
 {
-    const QString connection = QStringLiteral("engine reader");
+    const QString connection = "engine reader"_s;
     {
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
-        database.setDatabaseName(m_profile.dataFolder() + QStringLiteral("packages.db"));
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE"_s, connection);
+        database.setDatabaseName(m_profile.dataFolder() + "packages.db"_s);
         database.open();
         QSqlQuery query(select, database);
         while (query.next())

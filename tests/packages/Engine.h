@@ -2,6 +2,7 @@
 
 #include "packages/PackageController.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestHttpServer.h"
 
@@ -12,6 +13,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <initializer_list>
 
 class QSqlQuery;
 
@@ -19,10 +21,12 @@ namespace Kavo::Testing {
 
 /// One version of a package as a test offers it. Without files of its own it gets one file that
 /// names package and version.
+///
+///     Offer{7}.needing({"8:1.0"_s}).removing({"plugin"_s})
 struct Offer
 {
     int id = 0;
-    QString version = QStringLiteral("1.0");
+    QString version = "1.0"_s;
     QStringList depends = {};
     Files files = {};
     QString extract = {};
@@ -32,6 +36,25 @@ struct Offer
     QStringList log = {};
     QString link = {};     ///< path on the server; empty for one of its own
     QJsonObject more = {}; ///< further keys of the version
+
+    Offer needing(const QStringList &entries) const { return with(&Offer::depends, entries); }
+    Offer bringing(const Files &archived) const { return with(&Offer::files, archived); }
+    Offer into(const QString &folder) const { return with(&Offer::extract, folder); }
+    Offer keeping(const QStringList &paths) const { return with(&Offer::preserve, paths); }
+    Offer backingUp(const QStringList &paths) const { return with(&Offer::backup, paths); }
+    Offer removing(const QStringList &paths) const { return with(&Offer::remove, paths); }
+    Offer telling(const QStringList &lines) const { return with(&Offer::log, lines); }
+    Offer at(const QString &path) const { return with(&Offer::link, path); }
+    Offer with(const QJsonObject &keys) const { return with(&Offer::more, keys); }
+
+private:
+    template<typename Value>
+    Offer with(Value Offer::*member, const Value &value) const
+    {
+        Offer changed = *this;
+        changed.*member = value;
+        return changed;
+    }
 };
 
 /// All of package management on a scratch account, against a catalogue server of our own, without
@@ -61,11 +84,24 @@ public:
     /// Adds an object to the catalogue as it stands.
     void offerObject(const QJsonObject &package);
     void serveCatalogue();
+    /// Offers all of these and refreshes. Returns whether the list came.
+    bool publish(std::initializer_list<Offer> offers);
+    /// The archive of an offer without a link, as the server has it.
+    HttpResource &archive(int id, const QString &version = "1.0"_s);
+    /// Lets the transfer of such an archive wait until release().
+    void hold(int id, const QString &version = "1.0"_s) { archive(id, version).holdsGet = true; }
+    void release(int id, const QString &version = "1.0"_s);
+    /// The file of such an archive in the cache folder.
+    QString cachedArchive(int id, const QString &version = "1.0"_s) const;
+    /// Lets its transfer stop after 10 bytes, and break after release().
+    void holdAndBreak(int id, const QString &version = "1.0"_s);
 
     /// Makes the objects that stand for a start of the program. Called by refresh() when needed.
     void start();
     /// Ends that run of the program.
     void stop();
+    /// The next start of the program. Returns whether its list came.
+    bool restart();
     /// Another 7-Zip for the next start().
     void setExtractor(const QString &program) { m_extractor = program; }
     /// The clock of the next start().
@@ -82,12 +118,20 @@ public:
     bool refreshAsServed();
 
     Models::PackagePointer package(int id) { return m_controller->findPackage(id); }
+    Models::Package::State state(int id) { return package(id)->state(); }
+    bool isUpdateAvailable(int id) { return package(id)->isUpdateAvailable(); }
+    QString installedVersion(int id) { return m_controller->installedVersion(package(id)); }
+    Models::Removal uninstall(int id) { return m_controller->uninstall(package(id)); }
     /// Starts an installation and returns the version that is meant.
     QString install(int id, const QString &version = QString());
     /// Runs the event loop until the package is in a state that it will not leave by itself.
     bool waitUntilSettled(int id);
     bool waitForState(int id, Models::Package::State state);
+    /// Waits until it is installed and nothing goes on any more.
+    bool waitUntilInstalled(int id);
     bool installAndWait(int id, const QString &version = QString());
+    /// Starts an installation and waits until its archive is on its way.
+    bool installUntilDownloading(int id, const QString &version = QString());
 
     /// Status and version as another program reads them from "packages.db"; -1 without a row.
     int recordedStatus(int id) const;
@@ -105,6 +149,8 @@ public:
     /// The file that an offer without files of its own unpacks.
     static QString fileOf(int id);
     static QByteArray contentOf(int id, const QString &version);
+    /// Whether it stands in the simulator.
+    bool hasFile(int id) const;
 
 private:
     QJsonObject versionObject(const Offer &offer) const;

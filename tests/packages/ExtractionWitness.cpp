@@ -31,8 +31,7 @@ bool ExtractionWitness::sawOneAtATime() const
         return false;
     for (int line = 0; line < seen.size(); line += 2) {
         const QString name = seen.at(line).section(QLatin1Char(' '), 1);
-        if (seen.at(line) != QStringLiteral("begin ") + name ||
-            seen.at(line + 1) != QStringLiteral("end ") + name)
+        if (seen.at(line) != "begin "_s + name || seen.at(line + 1) != "end "_s + name)
             return false;
     }
     return true;

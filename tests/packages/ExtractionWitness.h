@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QString>
+#include "tests/support/Literals.h"
+
 #include <QStringList>
 
 namespace Kavo::Testing {
@@ -13,14 +14,14 @@ public:
     /// Puts the program into the folder, which ends in a separator.
     explicit ExtractionWitness(const QString &folder);
 
-    QString program() const { return m_folder + QStringLiteral("7z"); }
+    QString program() const { return m_folder + "7z"_s; }
     /// "begin NAME" and "end NAME" with the archives' file names, in order.
     QStringList lines() const;
     /// Whether no extraction began before the one ahead of it had ended.
     bool sawOneAtATime() const;
 
 private:
-    QString notes() const { return m_folder + QStringLiteral("witness"); }
+    QString notes() const { return m_folder + "witness"_s; }
 
     QString m_folder;
 };

@@ -18,13 +18,18 @@ constexpr int Patience = 30000; ///< in milliseconds
 
 } // namespace
 
+GatedExtractor::GatedExtractor(Engine &engine) : GatedExtractor(engine.profile().folder("tools"_s))
+{
+    engine.setExtractor(program());
+}
+
 GatedExtractor::GatedExtractor(const QString &folder) : m_folder(folder)
 {
     const QByteArray script = "#!/bin/sh\n[ \"$1\" = x ] || exec /usr/bin/7z \"$@\"\n"
                               "folder=${0%/*}\ntouch \"$folder/reached\"\n"
                               "read -r answer < \"$folder/gate\"\nexec /usr/bin/7z \"$@\"\n";
     if (!writeFile(program(), script) ||
-        ::mkfifo(QFile::encodeName(folder + QStringLiteral("gate")).constData(), 0600) != 0)
+        ::mkfifo(QFile::encodeName(folder + "gate"_s).constData(), 0600) != 0)
         qFatal("The gated extractor cannot be made");
     QFile::setPermissions(program(), QFile::ReadOwner | QFile::ExeOwner);
 }
@@ -36,13 +41,12 @@ GatedExtractor::~GatedExtractor()
 
 bool GatedExtractor::waitUntilReached() const
 {
-    return runUntil([this] { return QFile::exists(m_folder + QStringLiteral("reached")); },
-                    Patience);
+    return runUntil([this] { return QFile::exists(m_folder + "reached"_s); }, Patience);
 }
 
 void GatedExtractor::open() const
 {
-    const QByteArray gate = QFile::encodeName(m_folder + QStringLiteral("gate"));
+    const QByteArray gate = QFile::encodeName(m_folder + "gate"_s);
     // For both ends, so that opening never waits. Whoever stands at the old gate reads the line;
     // whoever comes later finds an ordinary file.
     const int waiting = ::open(gate.constData(), O_RDWR | O_CLOEXEC);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "packages/model/Package.h"
+#include "tests/support/Literals.h"
 
 namespace Kavo::Testing {
 
@@ -21,7 +22,7 @@ inline Models::PackagePointer makePackage(int id,
 {
     auto package = Models::PackagePointer::create();
     package->setId(id);
-    package->setName(name.isEmpty() ? QStringLiteral("package-%1").arg(id) : name);
+    package->setName(name.isEmpty() ? "package-%1"_s.arg(id) : name);
     package->setVersions(versions);
     package->setState(Models::Package::AVAILABLE);
     return package;

@@ -15,20 +15,19 @@ namespace {
 
 using Tree = QMap<QString, QString>;
 
-const QString AddOnFolder = QStringLiteral("plugin/");
-const QString Replaced = QStringLiteral("lights.txt");
-const QString UserSettings = QStringLiteral("plugin/settings.ini");
+const QString AddOnFolder = "plugin/"_s;
+const QString Replaced = "lights.txt"_s;
+const QString UserSettings = "plugin/settings.ini"_s;
 
 const Files Original{{Replaced, "the simulator's own lights"}};
 const Files OfTheUser{{UserSettings, "the user's settings"}};
-const Files FirstVersion{{QStringLiteral("plugin/disc.bin"), "version 1.0"},
-                         {Replaced, "lights 1.0"}};
-const QString SimulatorProgram = QStringLiteral("X-Plane-x86_64");
+const Files FirstVersion{{"plugin/disc.bin"_s, "version 1.0"}, {Replaced, "lights 1.0"}};
+const QString SimulatorProgram = "X-Plane-x86_64"_s;
 /// Names that a careless program could take for switches, patterns or lists among them.
-const Files OfOthers{{QStringLiteral("Aircraft/Others/plane.acf"), "a plane"},
-                     {QStringLiteral("Custom Scenery/scenery_packs.ini"), "a list"},
-                     {QStringLiteral("Custom Scenery/-y/@all"), "a scenery"},
-                     {QStringLiteral("plugins/plugin.xpl"), "a plug-in"}};
+const Files OfOthers{{"Aircraft/Others/plane.acf"_s, "a plane"},
+                     {"Custom Scenery/scenery_packs.ini"_s, "a list"},
+                     {"Custom Scenery/-y/@all"_s, "a scenery"},
+                     {"plugins/plugin.xpl"_s, "a plug-in"}};
 
 bool isOfTheAddOn(const QString &entry)
 {
@@ -40,7 +39,7 @@ Tree filesOf(Tree tree)
 {
     for (auto entry = tree.begin(); entry != tree.end();) {
         const QString name = entry.key().section(QLatin1Char('/'), -1);
-        const bool isFile = !name.isEmpty() && !name.startsWith(QLatin1String(".kavo-"));
+        const bool isFile = !name.isEmpty() && !name.startsWith(".kavo-"_s);
         entry = isFile ? std::next(entry) : tree.erase(entry);
     }
     return tree;
@@ -51,14 +50,13 @@ QString compareTrees(const QString &name, Tree present, const Tree &wanted)
     QStringList wrong;
     for (auto entry = wanted.cbegin(); entry != wanted.cend(); ++entry) {
         if (!present.contains(entry.key()))
-            wrong.append(entry.key() + QStringLiteral(" is missing"));
+            wrong.append(entry.key() + " is missing"_s);
         else if (present.take(entry.key()) != entry.value())
-            wrong.append(entry.key() + QStringLiteral(" is different"));
+            wrong.append(entry.key() + " is different"_s);
     }
     for (auto entry = present.cbegin(); entry != present.cend(); ++entry)
-        wrong.append(entry.key() + QStringLiteral(" is new"));
-    return wrong.isEmpty() ? QString()
-                           : QStringLiteral("%1: %2; ").arg(name, wrong.join(QLatin1String(", ")));
+        wrong.append(entry.key() + " is new"_s);
+    return wrong.isEmpty() ? QString() : "%1: %2; "_s.arg(name, wrong.join(", "_s));
 }
 
 } // namespace
@@ -67,17 +65,17 @@ UpdateSetup::UpdateSetup() : m_update(updateFiles()), m_others(OfOthers)
 {
     m_others.insert(SimulatorProgram, readFile(m_engine.simulator(SimulatorProgram)));
     writeFiles(m_engine.simulator({}), files(Original));
-    for (const QString &version : {QStringLiteral("1.0"), QStringLiteral("2.0")}) {
-        const bool isUpdate = version == QLatin1String("2.0");
+    for (const QString &version : {"1.0"_s, "2.0"_s}) {
+        const bool isUpdate = version == "2.0"_s;
         Offer offer{Id, version};
         offer.files = isUpdate ? m_update : FirstVersion;
         offer.preserve = QStringList{UserSettings};
         offer.backup = QStringList{Replaced};
         offer.remove = QStringList{AddOnFolder.chopped(1), Replaced};
-        offer.link = isUpdate ? link() : QStringLiteral("/first.7z");
+        offer.link = isUpdate ? link() : "/first.7z"_s;
         m_engine.offer(offer);
     }
-    if (!m_engine.refresh() || !m_engine.installAndWait(Id, QStringLiteral("1.0")))
+    if (!m_engine.refresh() || !m_engine.installAndWait(Id, "1.0"_s))
         qFatal("The first version cannot be installed");
     writeFiles(m_engine.simulator({}), OfTheUser);
 }
@@ -92,15 +90,15 @@ QByteArray noise(quint32 seed, int size)
 
 Files updateFiles(quint32 seed, int size)
 {
-    return {{QStringLiteral("plugin/disc.bin"), noise(seed, size)},
-            {QStringLiteral("plugin/sub/read me.txt"), "version 2.0"},
+    return {{"plugin/disc.bin"_s, noise(seed, size)},
+            {"plugin/sub/read me.txt"_s, "version 2.0"},
             {Replaced, "lights 2.0"}};
 }
 
 void UpdateSetup::startUpdate()
 {
     m_outside = outside();
-    m_engine.install(Id, QStringLiteral("2.0"));
+    m_engine.install(Id, "2.0"_s);
 }
 
 bool UpdateSetup::update()
@@ -142,8 +140,7 @@ QString UpdateSetup::loss()
     const Package::State state = package()->state();
     if (state == Package::INSTALL_ERROR && !package()->failure().isHarmless())
         return difference(files({}), OfTheUser, Original, true);
-    const bool isUpdated =
-        state == Package::INSTALLED && m_engine.recordedVersion(Id) == QLatin1String("2.0");
+    const bool isUpdated = state == Package::INSTALLED && m_engine.recordedVersion(Id) == "2.0"_s;
     Files addOn = isUpdated ? m_update : FirstVersion;
     addOn.insert(UserSettings, OfTheUser.value(UserSettings));
     return difference(files(addOn), {}, Original, false);
@@ -152,8 +149,7 @@ QString UpdateSetup::loss()
 QString UpdateSetup::wrongEnd(Package::State state)
 {
     if (package()->state() != state || m_engine.recordedStatus(Id) != state)
-        return QStringLiteral("state %1, recorded as %2, instead of %3")
-            .arg(package()->state())
+        return "state %1, recorded as %2, instead of %3"_s.arg(package()->state())
             .arg(m_engine.recordedStatus(Id))
             .arg(state);
     return loss();
@@ -163,7 +159,7 @@ QString UpdateSetup::wrongUpdate(Package::State state, const QStringList &log)
 {
     const LogCapture capture;
     if (!update())
-        return QStringLiteral("the update does not end");
+        return "the update does not end"_s;
     const QString wrong = compareLog(capture.lines(), log);
     return wrong.isEmpty() ? wrongEnd(state) : wrong;
 }
@@ -196,10 +192,10 @@ QString UpdateSetup::difference(const Files &simulator, const Files &preserved,
     // Folders in which parked files stood stay behind.
     const Tree parked = filesOf(fileTree(m_engine.profile().preserveFolder()));
     const Tree originals = filesOf(fileTree(m_engine.profile().backupFolder()));
-    return compareTrees(QStringLiteral("simulator"), present, expectedTree(simulator)) +
-           compareTrees(QStringLiteral("preserved"), parked, filesOf(expectedTree(preserved))) +
-           compareTrees(QStringLiteral("backed up"), originals, filesOf(expectedTree(backedUp))) +
-           compareTrees(QStringLiteral("outside"), outside(), m_outside);
+    return compareTrees("simulator"_s, present, expectedTree(simulator)) +
+           compareTrees("preserved"_s, parked, filesOf(expectedTree(preserved))) +
+           compareTrees("backed up"_s, originals, filesOf(expectedTree(backedUp))) +
+           compareTrees("outside"_s, outside(), m_outside);
 }
 
 /// All of the account without the simulator and the program's own data.
@@ -208,8 +204,7 @@ Tree UpdateSetup::outside() const
     Tree tree = fileTree(m_engine.profile().folder(QString()));
     const QStringList names = tree.keys();
     for (const QString &name : names) {
-        if (name.startsWith(QLatin1String("home/X-Plane/")) ||
-            name.startsWith(QLatin1String("home/.local/share/Quarnell/")))
+        if (name.startsWith("home/X-Plane/"_s) || name.startsWith("home/.local/share/Quarnell/"_s))
             tree.remove(name);
     }
     return tree;
@@ -222,7 +217,7 @@ QString compareLog(const QStringList &lines, const QStringList &pattern)
         QStringList parts = line.split(QLatin1Char('*'));
         for (QString &part : parts)
             part = QRegularExpression::escape(part);
-        expressions.append(parts.join(QLatin1String(".*")));
+        expressions.append(parts.join(".*"_s));
     }
     for (int index = 0; index < qMax(lines.size(), pattern.size()); ++index) {
         const QRegularExpression expression(
@@ -230,48 +225,45 @@ QString compareLog(const QStringList &lines, const QStringList &pattern)
             QRegularExpression::DotMatchesEverythingOption);
         if (index >= lines.size() || index >= pattern.size() ||
             !expression.match(lines.at(index)).hasMatch())
-            return QStringLiteral("line %1 is not \"%2\" in:\n%3")
-                .arg(index + 1)
-                .arg(pattern.value(index), lines.join(QLatin1Char('\n')));
+            return "line %1 is not \"%2\" in:\n%3"_s.arg(index + 1).arg(
+                pattern.value(index), lines.join(QLatin1Char('\n')));
     }
     return QString();
 }
 
 QStringList probeError()
 {
-    return {QStringLiteral("Network Error : *"), QStringLiteral("Header Error - *addon.7z : *")};
+    return {"Network Error : *"_s, "Header Error - *addon.7z : *"_s};
 }
 
 QStringList transferError()
 {
-    return {QStringLiteral("Network Error : *"), QStringLiteral("Download Error - *addon.7z : *")};
+    return {"Network Error : *"_s, "Download Error - *addon.7z : *"_s};
 }
 
 QStringList sizeError(int present, int expected)
 {
-    return {QStringLiteral("Size Error : *addon.7z : %1 of %2 bytes").arg(present).arg(expected)};
+    return {"Size Error : *addon.7z : %1 of %2 bytes"_s.arg(present).arg(expected)};
 }
 
 QStringList unpacked()
 {
-    return {QStringLiteral("Removing directory : *plugin"),
-            QStringLiteral("Extract paramenter : *\"x\", \"*addon.7z\", \"-o*"),
-            QStringLiteral("Removing file : *addon.7z")};
+    return {"Removing directory : *plugin"_s, "Extract paramenter : *\"x\", \"*addon.7z\", \"-o*"_s,
+            "Removing file : *addon.7z"_s};
 }
 
 QStringList refused(int exitCode)
 {
     QStringList lines = unpacked();
-    lines.insert(2, QStringLiteral("Extractor Error : *"));
-    lines.insert(3, QStringLiteral("Extractor Error : %1").arg(exitCode));
-    lines.insert(4, QStringLiteral("Installation failed : The archive could not be unpacked.*"));
+    lines.insert(2, "Extractor Error : *"_s);
+    lines.insert(3, "Extractor Error : %1"_s.arg(exitCode));
+    lines.insert(4, "Installation failed : The archive could not be unpacked.*"_s);
     return lines;
 }
 
 QStringList turnedAway(const QString &reason)
 {
-    return {QStringLiteral("Installation failed : ") + reason,
-            QStringLiteral("Removing file : *addon.7z")};
+    return {"Installation failed : "_s + reason, "Removing file : *addon.7z"_s};
 }
 
 } // namespace Kavo::Testing

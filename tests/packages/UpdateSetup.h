@@ -24,13 +24,13 @@ public:
 
     Engine &engine() { return m_engine; }
     /// A folder of the account that is neither the simulator's nor the program's.
-    QString otherFolder() { return m_engine.profile().folder(QStringLiteral("home/Documents")); }
+    QString otherFolder() { return m_engine.profile().folder("home/Documents"_s); }
     Models::PackagePointer package() { return m_engine.package(Id); }
 
     /// Path of its archive on the server, its address, and its file in the cache folder.
-    static QString link() { return QStringLiteral("/addon.7z"); }
+    static QString link() { return "/addon.7z"_s; }
     QString url() { return m_engine.server().url(link()); }
-    QString cached() const { return m_engine.cached(QStringLiteral("addon.7z")); }
+    QString cached() const { return m_engine.cached("addon.7z"_s); }
     HttpResource &resource() { return m_engine.server().resource(link()); }
     void serve(const HttpResource &resource) { this->resource() = resource; }
 

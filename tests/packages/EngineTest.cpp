@@ -1,0 +1,16 @@
+#include "tests/packages/EngineTest.h"
+
+namespace Kavo::Testing {
+
+void EngineTest::init()
+{
+    m_engine.emplace();
+    setUp();
+}
+
+void EngineTest::cleanup()
+{
+    m_engine.reset();
+}
+
+} // namespace Kavo::Testing
