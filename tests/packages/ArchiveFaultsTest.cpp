@@ -1,4 +1,5 @@
 #include "tests/packages/UpdateSetup.h"
+#include "tests/support/Table.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -21,337 +22,286 @@ class ArchiveFaultsTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        // Mounts in a namespace of our own end with this process, however it ends. Threads that
+        // exist already would not see them, so this comes before the first task.
+        m_mounts = ::unshare(CLONE_NEWNS) == 0 &&
+                   ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    }
 
-    void badArchiveCostsNothing_data();
-    void badArchiveCostsNothing();
-    void namesArriveAsTheyAre_data();
-    void namesArriveAsTheyAre();
-    void namesThatLeadOutAreRefused_data();
-    void namesThatLeadOutAreRefused();
-    void linksThatLeadOutAreRefused_data();
-    void linksThatLeadOutAreRefused();
-    void thingsOfOthersInTheWayStay_data();
-    void thingsOfOthersInTheWayStay();
-    void readOnlyDiskCostsNothing();
-    void fullDiskCostsNothing();
-    void failingExtractorCostsNothing_data();
-    void failingExtractorCostsNothing();
+    void badArchiveCostsNothing_data()
+    {
+        QTest::addColumn<QByteArray>("archive");
+        QTest::addColumn<QStringList>("log");
+        const QStringList damaged = turnedAway("The downloaded archive is damaged*"_s);
+        const QStringList locked = turnedAway("The downloaded archive asks for a password."_s);
+        const Files files{{"plugin/a.txt"_s, "first"}, {"plugin/z.bin"_s, noise(1)}};
+        const auto archive = [&files](const char *format, const char *password = "") {
+            return archiveOf(files, QLatin1String(format), QLatin1String(password));
+        };
+        for (const char *format : {"7z", "zip", "tar"}) {
+            const QByteArray whole = archive(format);
+            QTest::addRow("%s, cut in the middle", format)
+                << whole.left(whole.size() / 2) << damaged;
+            // A tar archive may go on with zeros for as long as it likes.
+            const int end = whole.size() - (qstrcmp(format, "tar") == 0 ? 30000 : 20);
+            QTest::addRow("%s, cut near the end", format) << whole.left(end) << damaged;
+        }
+        for (const char *format : {"gz", "bz2", "xz"}) {
+            const QByteArray whole = compressed(archive("tar"), QLatin1String(format));
+            QTest::addRow("%s, cut in the middle", format)
+                << whole.left(whole.size() / 2) << damaged;
+            QTest::addRow("%s, cut near the end", format)
+                << whole.left(whole.size() - 5) << damaged;
+        }
+        const auto turned = [](QByteArray whole) {
+            whole[whole.size() / 2] = static_cast<char>(~whole.at(whole.size() / 2));
+            return whole;
+        };
+        // The listing cannot tell.
+        QTest::newRow("7z, damaged") << turned(archive("7z")) << refused();
+        QTest::newRow("zip, damaged in the last entry") << turned(archive("zip")) << refused();
+        QTest::newRow("7z, encrypted") << archive("7z", "password") << locked;
+        QTest::newRow("zip, encrypted") << archive("zip", "password") << locked;
+        QTest::newRow("no archive") << noise(3) << damaged;
+        QTest::newRow("empty") << QByteArray("") << damaged;
+    }
+    void badArchiveCostsNothing()
+    {
+        QFETCH(QByteArray, archive);
+        QFETCH(QStringList, log);
+        QVERIFY(!archive.isNull());
+        const LogCapture capture;
+        UpdateSetup setup;
+        QCOMPARE(wrongCourse(setup, archive, Package::INSTALL_ERROR, log), QString());
+    }
+
+    void namesArriveAsTheyAre_data()
+    {
+        QTest::addColumn<QString>("format");
+        for (const char *format : {"7z", "zip", "tar"})
+            QTest::newRow(format) << QString::fromLatin1(format);
+    }
+    void namesArriveAsTheyAre()
+    {
+        QFETCH(QString, format);
+        Files files;
+        for (const char *name :
+             {"-y", "-o/elsewhere", "@list", " blanks around ", "two  blanks", "line\nfeed", "dot.",
+              "..dots..", "a:b", "star*", "question?", "\"quoted\"", "$HOME", "back\\slash",
+              "Gr\u00f6\u00dfe \u00fcber \u00c4rger.txt",
+              "\u041e\u0431\u043b\u0430\u043a\u0430/\u0421\u043b\u043e\u0439.txt", "\u96f2.txt"})
+            files.insert("plugin/"_s + QString::fromUtf8(name), name);
+        files.insert("lights.txt"_s, "lights 2.0");
+        const LogCapture log;
+        UpdateSetup setup;
+        setup.setUpdate(files);
+        QCOMPARE(wrongCourse(setup, archiveOf(files, format), Package::INSTALLED, unpacked()),
+                 QString());
+    }
+
+    void entriesThatLeadOutAreRefused_data()
+    {
+        const TarEntry file{TarEntry::FILE, "plugin/door/kept", "x"};
+        const TarEntry evil{TarEntry::FILE, "plugin/door/evil", "x"};
+        const TarEntry door{TarEntry::FILE, "plugin/door", "x"};
+        const auto named = [](const char *name) {
+            return QVector<TarEntry>{{TarEntry::FILE, "lights.txt", "lights 2.0"},
+                                     {TarEntry::FILE, name, "x"}};
+        };
+        table<QVector<TarEntry>>(
+            {"entries"},
+            {{"above", named("../evil")},
+             {"above the parent folder", named("plugin/../../evil")},
+             {"to the user's file", named("plugin/../../Documents/kept")},
+             {"up and down again", named("plugin/../plugin/x")},
+             {"absolute", named("OUTSIDE/evil")},
+             {"absolute, to the user's file", named("OUTSIDE/kept")},
+             {"backslashes", named("plugin\\..\\..\\evil")},
+             {"both separators", named("plugin/..\\..\\evil")},
+             {"drive", named("C:\\evil")},
+             {"server", named("\\\\server\\evil")},
+             {"to a folder, then files through it",
+              QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents"}, file, evil}},
+             {"absolute, then files through it",
+              QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}, file, evil}},
+             {"to a file, then that file",
+              QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents/kept"}, door}},
+             {"hard link, then that file",
+              QVector<TarEntry>{{TarEntry::HARD_LINK, "plugin/door", "../../Documents/kept"},
+                                door}},
+             {"to a folder of others, then a file through it",
+              QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../Aircraft/Others"},
+                                {TarEntry::FILE, "plugin/door/plane.acf", "x"}}},
+             {"by way of a link that shortens the path",
+              QVector<TarEntry>{
+                  {TarEntry::FOLDER, "plugin/a/b/c", ""},
+                  {TarEntry::LINK, "plugin/a/b/c/short", "../../.."},
+                  {TarEntry::LINK, "plugin/a/b/c/short/door", "../../../../../Documents"},
+                  file,
+                  evil}},
+             {"absolute link", QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}}},
+             {"link of the same name as a folder",
+              QVector<TarEntry>{{TarEntry::FOLDER, "plugin/door", ""},
+                                {TarEntry::LINK, "plugin/door", "elsewhere"}}},
+             {"device", QVector<TarEntry>{{TarEntry::DEVICE, "plugin/door", ""}}},
+             {"pipe", QVector<TarEntry>{{TarEntry::PIPE, "plugin/door", ""}}}});
+    }
+    void entriesThatLeadOutAreRefused()
+    {
+        QFETCH(QVector<TarEntry>, entries);
+        const LogCapture log;
+        UpdateSetup setup;
+        putOutside(setup, entries);
+        QCOMPARE(wrongCourse(setup, tarOf(entries), Package::INSTALL_ERROR, leadsOut()), QString());
+    }
+
+    void thingsOfOthersInTheWayStay_data()
+    {
+        table<Files>({"files"},
+                     {{"a folder where a file should be", Files{{"Aircraft/Others"_s, "x"}}},
+                      {"a file where a folder should be",
+                       Files{{"Aircraft/Others/plane.acf/new.txt"_s, "x"}}}});
+    }
+    void thingsOfOthersInTheWayStay()
+    {
+        QFETCH(Files, files);
+        const LogCapture log;
+        UpdateSetup setup;
+        files.insert("plugin/disc.bin"_s, "x");
+        QCOMPARE(wrongCourse(setup, archiveOf(files, "7z"_s), Package::INSTALL_ERROR, refused()),
+                 QString());
+    }
+
+    void readOnlyDiskCostsNothing()
+    {
+        if (!m_mounts)
+            QSKIP("Only a superuser can mount a disk for reading alone");
+        const LogCapture log;
+        UpdateSetup setup;
+        const HttpResource good = setup.resource();
+        setup.resource().body = archiveOf({{"Custom Scenery/new/a.txt"_s, "x"}}, "7z"_s);
+        const QByteArray path = QFile::encodeName(setup.engine().simulator("Custom Scenery"_s));
+        const char *disk = path.constData();
+        QCOMPARE(::mount(disk, disk, nullptr, MS_BIND, nullptr), 0);
+        const auto unmount = qScopeGuard([disk] { ::umount2(disk, MNT_DETACH); });
+        QCOMPARE(::mount(disk, disk, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
+        QCOMPARE(setup.wrongUpdate(Package::INSTALL_ERROR, refused()), QString());
+        QVERIFY(!QFile::exists(setup.cached()));
+        QCOMPARE(wrongRecovery(setup, good), QString());
+    }
+
+    void fullDiskCostsNothing()
+    {
+        if (!m_mounts)
+            QSKIP("Only a superuser can mount a small disk");
+        const LogCapture log;
+        UpdateSetup setup;
+        const HttpResource good = setup.resource();
+        const Files files{{"disk/big.bin"_s, noise(1)}};
+        setup.resource().body = archiveOf(files, "7z"_s);
+        setup.setUpdate(files);
+        setup.expectInSimulator({{"disk/"_s, ""}});
+        const QString disk = setup.engine().simulator("disk"_s);
+        QVERIFY(QDir().mkpath(disk));
+        {
+            const QByteArray path = QFile::encodeName(disk);
+            QCOMPARE(::mount("none", path.constData(), "tmpfs", 0, "size=64k"), 0);
+            const auto unmount = qScopeGuard([&path] { ::umount2(path.constData(), MNT_DETACH); });
+            QCOMPARE(setup.wrongUpdate(Package::INSTALL_ERROR,
+                                       turnedAway("There is too little room*"_s)),
+                     QString());
+            QVERIFY(!QFile::exists(setup.cached()));
+        }
+        QCOMPARE(wrongRecovery(setup, good), QString());
+    }
+
+    void failingExtractorCostsNothing_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::addColumn<QStringList>("log");
+        const QStringList missing = turnedAway("7-Zip*could not be run."_s);
+        const QStringList damaged = turnedAway("The downloaded archive is damaged*"_s);
+        QTest::newRow("missing") << QByteArray() << missing;
+        QTest::newRow("killed while it lists") << QByteArray("kill -9 $$\n") << missing;
+        QTest::newRow("cannot list") << QByteArray("exit 2\n") << damaged;
+        QTest::newRow("lists nothing it can read")
+            << QByteArray("echo ----------; echo Path = a; echo Path = b\n") << damaged;
+        const QByteArray lists = "[ \"$1\" = x ] || exec /usr/bin/7z \"$@\"\n";
+        QTest::newRow("killed in the middle of a file")
+            << lists + "ulimit -f 64\nexec /usr/bin/7z \"$@\"\n"
+            << refused(SIGXFSZ);
+        QTest::newRow("no file may become so large")
+            << lists + "trap '' XFSZ\nulimit -f 64\nexec /usr/bin/7z \"$@\"\n"
+            << refused(2);
+        QTest::newRow("killed by itself") << lists + "kill -9 $$\n" << refused(SIGKILL);
+        QTest::newRow("killed under its shell")
+            << lists + "/usr/bin/7z \"$@\" &\nkill -9 $!\nwait $!\n"
+            << refused(137);
+        QTest::newRow("waits for input") << lists + "while read -r line; do :; done\nexit 255\n"
+                                         << refused(255);
+        QTest::newRow("closes its input") << lists + "exec 0<&-\nexec /usr/bin/7z l /no/such/file\n"
+                                          << refused(2);
+    }
+    void failingExtractorCostsNothing()
+    {
+        QFETCH(QByteArray, script);
+        QFETCH(QStringList, log);
+        const LogCapture capture;
+        UpdateSetup setup;
+        const HttpResource good = setup.resource();
+        const QString program = setup.otherFolder() + "7z"_s;
+        if (!script.isEmpty()) {
+            QVERIFY(writeFile(program, "#!/bin/sh\n" + script));
+            QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
+        }
+        QVERIFY(setup.restartWith(program));
+        QCOMPARE(setup.wrongUpdate(Package::INSTALL_ERROR, log), QString());
+        QVERIFY(!QFile::exists(setup.cached()));
+        QVERIFY(setup.restartWith(Kavo::PackageEnvironment::standard().extractor));
+        QCOMPARE(wrongRecovery(setup, good), QString());
+    }
 
 private:
     /// The log of an archive that leads out.
-    static QStringList leadsOut();
+    static QStringList leadsOut() { return turnedAway("The archive leads out of the folder*"_s); }
+
     /// Puts a file of the user's into a folder outside and the folder's name into the entries.
-    static QString putOutside(UpdateSetup &setup, QVector<TarEntry> &entries);
+    static QString putOutside(UpdateSetup &setup, QVector<TarEntry> &entries)
+    {
+        const QString folder = setup.otherFolder().chopped(1);
+        writeFile(folder + "/kept"_s, "the user's");
+        for (TarEntry &entry : entries) {
+            entry.name.replace("OUTSIDE", folder.toUtf8());
+            entry.content.replace("OUTSIDE", folder.toUtf8());
+        }
+        return folder;
+    }
+
     /// Updates with this archive, then does what wrongRecovery() does. Returns what is wrong.
     static QString wrongCourse(UpdateSetup &setup, const QByteArray &archive, Package::State state,
-                               const QStringList &lines);
+                               const QStringList &lines)
+    {
+        const HttpResource good = setup.resource();
+        setup.resource().body = archive;
+        const QString wrong = setup.wrongUpdate(state, lines);
+        if (!wrong.isEmpty() || QFile::exists(setup.cached()))
+            return wrong + " (first update)"_s;
+        return wrongRecovery(setup, good);
+    }
+
     /// Updates again, with a good archive, and uninstalls. Returns what is wrong.
-    static QString wrongRecovery(UpdateSetup &setup, const HttpResource &good);
+    static QString wrongRecovery(UpdateSetup &setup, const HttpResource &good)
+    {
+        setup.serve(good);
+        setup.setUpdate(updateFiles());
+        const QString wrong = setup.update() ? setup.wrongEnd(Package::INSTALLED) : "no end"_s;
+        return wrong.isEmpty() ? setup.lossAfterRemoval() : wrong;
+    }
 
     bool m_mounts = false;
 };
-
-void ArchiveFaultsTest::initTestCase()
-{
-    // Mounts in a namespace of our own end with this process, however it ends. Threads that exist
-    // already would not see them, so this comes before the first task.
-    m_mounts = ::unshare(CLONE_NEWNS) == 0 &&
-               ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-}
-
-QStringList ArchiveFaultsTest::leadsOut()
-{
-    return turnedAway(QStringLiteral("The archive leads out of the folder*"));
-}
-
-QString ArchiveFaultsTest::putOutside(UpdateSetup &setup, QVector<TarEntry> &entries)
-{
-    const QString folder = setup.otherFolder().chopped(1);
-    writeFile(folder + QStringLiteral("/kept"), "the user's");
-    for (TarEntry &entry : entries) {
-        entry.name.replace("OUTSIDE", folder.toUtf8());
-        entry.content.replace("OUTSIDE", folder.toUtf8());
-    }
-    return folder;
-}
-
-QString ArchiveFaultsTest::wrongRecovery(UpdateSetup &setup, const HttpResource &good)
-{
-    setup.serve(good);
-    setup.setUpdate(updateFiles());
-    const QString wrong =
-        setup.update() ? setup.wrongEnd(Package::INSTALLED) : QStringLiteral("no end");
-    return wrong.isEmpty() ? setup.lossAfterRemoval() : wrong;
-}
-
-QString ArchiveFaultsTest::wrongCourse(UpdateSetup &setup, const QByteArray &archive,
-                                       Package::State state, const QStringList &lines)
-{
-    const HttpResource good = setup.resource();
-    setup.resource().body = archive;
-    const QString wrong = setup.wrongUpdate(state, lines);
-    if (!wrong.isEmpty() || QFile::exists(setup.cached()))
-        return wrong + QStringLiteral(" (first update)");
-    return wrongRecovery(setup, good);
-}
-
-void ArchiveFaultsTest::badArchiveCostsNothing_data()
-{
-    QTest::addColumn<QByteArray>("archive");
-    QTest::addColumn<QStringList>("log");
-    const QStringList damaged = turnedAway(QStringLiteral("The downloaded archive is damaged*"));
-    const QStringList locked =
-        turnedAway(QStringLiteral("The downloaded archive asks for a password."));
-    const Files files{{QStringLiteral("plugin/a.txt"), "first"},
-                      {QStringLiteral("plugin/z.bin"), noise(1)}};
-    const auto archive = [&files](const char *format, const char *password = "") {
-        return archiveOf(files, QLatin1String(format), QLatin1String(password));
-    };
-    for (const char *format : {"7z", "zip", "tar"}) {
-        const QByteArray whole = archive(format);
-        QTest::addRow("%s, cut in the middle", format) << whole.left(whole.size() / 2) << damaged;
-        // A tar archive may go on with zeros for as long as it likes.
-        const int end = whole.size() - (qstrcmp(format, "tar") == 0 ? 30000 : 20);
-        QTest::addRow("%s, cut near the end", format) << whole.left(end) << damaged;
-    }
-    for (const char *format : {"gz", "bz2", "xz"}) {
-        const QByteArray whole = compressed(archive("tar"), QLatin1String(format));
-        QTest::addRow("%s, cut in the middle", format) << whole.left(whole.size() / 2) << damaged;
-        QTest::addRow("%s, cut near the end", format) << whole.left(whole.size() - 5) << damaged;
-    }
-    const auto turned = [](QByteArray whole) {
-        whole[whole.size() / 2] = static_cast<char>(~whole.at(whole.size() / 2));
-        return whole;
-    };
-    // The listing cannot tell.
-    QTest::newRow("7z, damaged") << turned(archive("7z")) << refused();
-    QTest::newRow("zip, damaged in the last entry") << turned(archive("zip")) << refused();
-    QTest::newRow("7z, encrypted") << archive("7z", "password") << locked;
-    QTest::newRow("zip, encrypted") << archive("zip", "password") << locked;
-    QTest::newRow("no archive") << noise(3) << damaged;
-    QTest::newRow("empty") << QByteArray("") << damaged;
-}
-
-void ArchiveFaultsTest::badArchiveCostsNothing()
-{
-    QFETCH(QByteArray, archive);
-    QFETCH(QStringList, log);
-    QVERIFY(!archive.isNull());
-    const LogCapture capture;
-    UpdateSetup setup;
-    const QString wrong = wrongCourse(setup, archive, Package::INSTALL_ERROR, log);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
-
-void ArchiveFaultsTest::namesArriveAsTheyAre_data()
-{
-    QTest::addColumn<QString>("format");
-    for (const char *format : {"7z", "zip", "tar"})
-        QTest::newRow(format) << QString::fromLatin1(format);
-}
-
-void ArchiveFaultsTest::namesArriveAsTheyAre()
-{
-    QFETCH(QString, format);
-    Files files;
-    for (const char *name :
-         {"-y", "-o/elsewhere", "@list", " blanks around ", "two  blanks", "line\nfeed", "dot.",
-          "..dots..", "a:b", "star*", "question?", "\"quoted\"", "$HOME", "back\\slash",
-          "Gr\u00f6\u00dfe \u00fcber \u00c4rger.txt",
-          "\u041e\u0431\u043b\u0430\u043a\u0430/\u0421\u043b\u043e\u0439.txt", "\u96f2.txt"})
-        files.insert(QStringLiteral("plugin/") + QString::fromUtf8(name), name);
-    files.insert(QStringLiteral("lights.txt"), "lights 2.0");
-    const LogCapture log;
-    UpdateSetup setup;
-    setup.setUpdate(files);
-    const QString wrong =
-        wrongCourse(setup, archiveOf(files, format), Package::INSTALLED, unpacked());
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
-
-void ArchiveFaultsTest::namesThatLeadOutAreRefused_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("above") << QByteArray("../evil");
-    QTest::newRow("above the parent folder") << QByteArray("plugin/../../evil");
-    QTest::newRow("to the user's file") << QByteArray("plugin/../../Documents/kept");
-    QTest::newRow("up and down again") << QByteArray("plugin/../plugin/x");
-    QTest::newRow("absolute") << QByteArray("OUTSIDE/evil");
-    QTest::newRow("absolute, to the user's file") << QByteArray("OUTSIDE/kept");
-    QTest::newRow("backslashes") << QByteArray("plugin\\..\\..\\evil");
-    QTest::newRow("both separators") << QByteArray("plugin/..\\..\\evil");
-    QTest::newRow("drive") << QByteArray("C:\\evil");
-    QTest::newRow("server") << QByteArray("\\\\server\\evil");
-}
-
-void ArchiveFaultsTest::namesThatLeadOutAreRefused()
-{
-    QFETCH(QByteArray, name);
-    const LogCapture log;
-    UpdateSetup setup;
-    QVector<TarEntry> entries{{TarEntry::FILE, "lights.txt", "lights 2.0"},
-                              {TarEntry::FILE, name, "x"}};
-    putOutside(setup, entries);
-    const QString wrong = wrongCourse(setup, tarOf(entries), Package::INSTALL_ERROR, leadsOut());
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
-
-void ArchiveFaultsTest::linksThatLeadOutAreRefused_data()
-{
-    QTest::addColumn<QVector<TarEntry>>("entries");
-    const TarEntry file{TarEntry::FILE, "plugin/door/kept", "x"};
-    const TarEntry evil{TarEntry::FILE, "plugin/door/evil", "x"};
-    const TarEntry door{TarEntry::FILE, "plugin/door", "x"};
-    QTest::newRow("to a folder, then files through it")
-        << QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents"}, file, evil};
-    QTest::newRow("absolute, then files through it")
-        << QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}, file, evil};
-    QTest::newRow("to a file, then that file")
-        << QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents/kept"}, door};
-    QTest::newRow("hard link, then that file")
-        << QVector<TarEntry>{{TarEntry::HARD_LINK, "plugin/door", "../../Documents/kept"}, door};
-    QTest::newRow("to a folder of others, then a file through it")
-        << QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../Aircraft/Others"},
-                             {TarEntry::FILE, "plugin/door/plane.acf", "x"}};
-    QTest::newRow("by way of a link that shortens the path") << QVector<TarEntry>{
-        {TarEntry::FOLDER, "plugin/a/b/c", ""},
-        {TarEntry::LINK, "plugin/a/b/c/short", "../../.."},
-        {TarEntry::LINK, "plugin/a/b/c/short/door", "../../../../../Documents"},
-        file,
-        evil};
-    QTest::newRow("absolute link") << QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}};
-    QTest::newRow("link of the same name as a folder") << QVector<TarEntry>{
-        {TarEntry::FOLDER, "plugin/door", ""}, {TarEntry::LINK, "plugin/door", "elsewhere"}};
-    QTest::newRow("device") << QVector<TarEntry>{{TarEntry::DEVICE, "plugin/door", ""}};
-    QTest::newRow("pipe") << QVector<TarEntry>{{TarEntry::PIPE, "plugin/door", ""}};
-}
-
-void ArchiveFaultsTest::linksThatLeadOutAreRefused()
-{
-    QFETCH(QVector<TarEntry>, entries);
-    const LogCapture log;
-    UpdateSetup setup;
-    putOutside(setup, entries);
-    const QString wrong = wrongCourse(setup, tarOf(entries), Package::INSTALL_ERROR, leadsOut());
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
-
-void ArchiveFaultsTest::thingsOfOthersInTheWayStay_data()
-{
-    QTest::addColumn<Files>("files");
-    QTest::newRow("a folder where a file should be")
-        << Files{{QStringLiteral("Aircraft/Others"), "x"}};
-    QTest::newRow("a file where a folder should be")
-        << Files{{QStringLiteral("Aircraft/Others/plane.acf/new.txt"), "x"}};
-}
-
-void ArchiveFaultsTest::thingsOfOthersInTheWayStay()
-{
-    QFETCH(Files, files);
-    const LogCapture log;
-    UpdateSetup setup;
-    files.insert(QStringLiteral("plugin/disc.bin"), "x");
-    const QString wrong = wrongCourse(setup, archiveOf(files, QStringLiteral("7z")),
-                                      Package::INSTALL_ERROR, refused());
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
-
-void ArchiveFaultsTest::readOnlyDiskCostsNothing()
-{
-    if (!m_mounts)
-        QSKIP("Only a superuser can mount a disk for reading alone");
-    const LogCapture log;
-    UpdateSetup setup;
-    const HttpResource good = setup.resource();
-    setup.resource().body =
-        archiveOf({{QStringLiteral("Custom Scenery/new/a.txt"), "x"}}, QStringLiteral("7z"));
-    const QByteArray path =
-        QFile::encodeName(setup.engine().simulator(QStringLiteral("Custom Scenery")));
-    const char *disk = path.constData();
-    QCOMPARE(::mount(disk, disk, nullptr, MS_BIND, nullptr), 0);
-    const auto unmount = qScopeGuard([disk] { ::umount2(disk, MNT_DETACH); });
-    QCOMPARE(::mount(disk, disk, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
-    QString wrong = setup.wrongUpdate(Package::INSTALL_ERROR, refused());
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-    QVERIFY(!QFile::exists(setup.cached()));
-    wrong = wrongRecovery(setup, good);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
-
-void ArchiveFaultsTest::fullDiskCostsNothing()
-{
-    if (!m_mounts)
-        QSKIP("Only a superuser can mount a small disk");
-    const LogCapture log;
-    UpdateSetup setup;
-    const HttpResource good = setup.resource();
-    const Files files{{QStringLiteral("disk/big.bin"), noise(1)}};
-    setup.resource().body = archiveOf(files, QStringLiteral("7z"));
-    setup.setUpdate(files);
-    setup.expectInSimulator({{QStringLiteral("disk/"), ""}});
-    const QString disk = setup.engine().simulator(QStringLiteral("disk"));
-    QVERIFY(QDir().mkpath(disk));
-    {
-        const QByteArray path = QFile::encodeName(disk);
-        QCOMPARE(::mount("none", path.constData(), "tmpfs", 0, "size=64k"), 0);
-        const auto unmount = qScopeGuard([&path] { ::umount2(path.constData(), MNT_DETACH); });
-        const QString wrong = setup.wrongUpdate(
-            Package::INSTALL_ERROR, turnedAway(QStringLiteral("There is too little room*")));
-        QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-        QVERIFY(!QFile::exists(setup.cached()));
-    }
-    const QString wrong = wrongRecovery(setup, good);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
-
-void ArchiveFaultsTest::failingExtractorCostsNothing_data()
-{
-    QTest::addColumn<QByteArray>("script");
-    QTest::addColumn<QStringList>("log");
-    const QStringList missing = turnedAway(QStringLiteral("7-Zip*could not be run."));
-    const QStringList damaged = turnedAway(QStringLiteral("The downloaded archive is damaged*"));
-    QTest::newRow("missing") << QByteArray() << missing;
-    QTest::newRow("killed while it lists") << QByteArray("kill -9 $$\n") << missing;
-    QTest::newRow("cannot list") << QByteArray("exit 2\n") << damaged;
-    QTest::newRow("lists nothing it can read")
-        << QByteArray("echo ----------; echo Path = a; echo Path = b\n") << damaged;
-    const QByteArray lists = "[ \"$1\" = x ] || exec /usr/bin/7z \"$@\"\n";
-    QTest::newRow("killed in the middle of a file")
-        << lists + "ulimit -f 64\nexec /usr/bin/7z \"$@\"\n"
-        << refused(SIGXFSZ);
-    QTest::newRow("no file may become so large")
-        << lists + "trap '' XFSZ\nulimit -f 64\nexec /usr/bin/7z \"$@\"\n"
-        << refused(2);
-    QTest::newRow("killed by itself") << lists + "kill -9 $$\n" << refused(SIGKILL);
-    QTest::newRow("killed under its shell") << lists + "/usr/bin/7z \"$@\" &\nkill -9 $!\nwait $!\n"
-                                            << refused(137);
-    QTest::newRow("waits for input") << lists + "while read -r line; do :; done\nexit 255\n"
-                                     << refused(255);
-    QTest::newRow("closes its input") << lists + "exec 0<&-\nexec /usr/bin/7z l /no/such/file\n"
-                                      << refused(2);
-}
-
-void ArchiveFaultsTest::failingExtractorCostsNothing()
-{
-    QFETCH(QByteArray, script);
-    QFETCH(QStringList, log);
-    const LogCapture capture;
-    UpdateSetup setup;
-    const HttpResource good = setup.resource();
-    const QString program = setup.otherFolder() + QStringLiteral("7z");
-    if (!script.isEmpty()) {
-        QVERIFY(writeFile(program, "#!/bin/sh\n" + script));
-        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
-    }
-    QVERIFY(setup.restartWith(program));
-    QString wrong = setup.wrongUpdate(Package::INSTALL_ERROR, log);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-    QVERIFY(!QFile::exists(setup.cached()));
-    QVERIFY(setup.restartWith(Kavo::PackageEnvironment::standard().extractor));
-    wrong = wrongRecovery(setup, good);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
 
 KAVO_TEST_MAIN(ArchiveFaultsTest)
 #include "ArchiveFaultsTest.moc"

@@ -1,191 +1,285 @@
 #include "packages/catalogue/CatalogueParser.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Table.h"
 
-#include <QTest>
+#include <limits>
 
 using namespace Kavo::Models;
+using namespace Kavo::Testing;
 
 namespace {
 
-PackageList parse(const QByteArray &json, const char *language = "en")
+PackageList parse(const QByteArray &json, const QString &language = "en"_s)
 {
-    return parseCatalogue(json, QString::fromLatin1(language));
+    return parseCatalogue(json, language);
+}
+
+const QByteArray EveryKey =
+    R"([{)"
+    R"("name": {"en": "Jetways"}, "description": {"en": "Moving jetways"},)"
+    R"("short_description": {"en": "Jetways that move"}, "icon": "http://h/i.png",)"
+    R"("type": "PLUGIN", "manual_url": "http://h/m", "help_url": "http://h/h", "id": 42,)"
+    R"("product_id": 7, "banner": ["http://h/1.png", "http://h/2.png"],)"
+    R"("versions": [{"version": "1.2", "link": "http://h/j.zip", "depends": ["1:1.0", "5"],)"
+    R"("log": ["first", "second"],)"
+    R"("install": {"extract": "Resources/plugins", "preserve": ["a.cfg"], "backup": ["b"]},)"
+    R"("uninstall": {"remove": ["Resources/plugins/Jetways"]}}]}])";
+
+/// Everything that came out of the parser, as text; what reads as a default is left out.
+QStringList facts(const Package &package)
+{
+    QStringList found;
+    const auto text = [&found](const char *key, const QString &value) {
+        if (!value.isEmpty())
+            found.append(QLatin1String(key) + u'=' + value);
+    };
+    const auto list = [&text](const char *key, const QStringList &values) {
+        if (!values.isEmpty())
+            text(key, u'[' + values.join(u'|') + u']');
+    };
+    const auto number = [&text](const char *key, int value) {
+        text(key, value == 0 ? QString() : QString::number(value));
+    };
+    number("id", package.id());
+    number("product_id", package.productId());
+    text("name", package.name());
+    text("description", package.description());
+    text("short_description", package.shortDescription());
+    text("icon", package.icon());
+    text("type", package.type());
+    text("manual_url", package.manualUrl());
+    text("help_url", package.helpUrl());
+    list("banner", package.banner());
+    number("state", package.state());
+    number("versions", package.versions().size());
+    for (const PackageVersionPointer &version : package.versions()) {
+        text("version", version->version);
+        text("link", version->link);
+        list("depends", version->depends);
+        list("log", version->log);
+        text("extract", version->install->extract);
+        list("preserve", version->install->preserve);
+        list("backup", version->install->backup);
+        list("remove", version->uninstall->remove);
+    }
+    return found;
+}
+
+/// What is read of a catalogue of one package.
+QStringList factsOf(const QByteArray &json)
+{
+    const PackageList packages = parse(json);
+    return packages.size() == 1 ? facts(*packages.first()) : QStringList("no single package"_s);
 }
 
 } // namespace
 
+/// What the bytes of a catalogue mean, those that were made with ill will included.
 class CatalogueParserTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void readsEveryKey();
-    void missingKeysReadAsDefaults();
-    void textsComeInTheInterfaceLanguage();
-    void textWithoutEnglishIsEmpty();
-    void versionsComeNewestFirst();
-    void idAsTextReadsAsZero();
-    void numbersThatAreNoIdReadAsZero_data();
-    void numbersThatAreNoIdReadAsZero();
-    void elementThatIsNoObjectIsAPackageOfDefaults();
-    void wrongTypesReadAsDefaults();
-    void documentsThatAreNoArrayGiveNothing_data();
-    void documentsThatAreNoArrayGiveNothing();
-    void keepsTheOrderOfTheFile();
-};
-
-void CatalogueParserTest::readsEveryKey()
-{
-    const PackageList packages = parse(R"([{
-        "name": {"en": "Jetways"}, "description": {"en": "Moving jetways"},
-        "short_description": {"en": "Jetways that move"}, "icon": "http://h/i.png",
-        "type": "PLUGIN", "manual_url": "http://h/m", "help_url": "http://h/h", "id": 42,
-        "product_id": 7, "banner": ["http://h/1.png", "http://h/2.png"],
-        "versions": [{"version": "1.2", "link": "http://h/j.zip", "depends": ["1:1.0", "5"],
-            "log": ["first", "second"],
-            "install": {"extract": "Resources/plugins", "preserve": ["a.cfg"], "backup": ["b"]},
-            "uninstall": {"remove": ["Resources/plugins/Jetways"]}}]}])");
-    QCOMPARE(packages.size(), 1);
-    const Package &package = *packages.first();
-    QCOMPARE(package.name(), QStringLiteral("Jetways"));
-    QCOMPARE(package.description(), QStringLiteral("Moving jetways"));
-    QCOMPARE(package.shortDescription(), QStringLiteral("Jetways that move"));
-    QCOMPARE(package.icon(), QStringLiteral("http://h/i.png"));
-    QCOMPARE(package.type(), QStringLiteral("PLUGIN"));
-    QCOMPARE(package.manualUrl(), QStringLiteral("http://h/m"));
-    QCOMPARE(package.helpUrl(), QStringLiteral("http://h/h"));
-    QCOMPARE(package.id(), 42);
-    QCOMPARE(package.productId(), 7);
-    QCOMPARE(package.state(), Package::AVAILABLE);
-    QCOMPARE(package.banner(),
-             (QStringList{QStringLiteral("http://h/1.png"), QStringLiteral("http://h/2.png")}));
-    QCOMPARE(package.versions().size(), 1);
-    const PackageVersion &version = *package.versions().first();
-    QCOMPARE(version.version, QStringLiteral("1.2"));
-    QCOMPARE(version.link, QStringLiteral("http://h/j.zip"));
-    QCOMPARE(version.depends, (QStringList{QStringLiteral("1:1.0"), QStringLiteral("5")}));
-    QCOMPARE(version.log, (QStringList{QStringLiteral("first"), QStringLiteral("second")}));
-    QCOMPARE(version.install->extract, QStringLiteral("Resources/plugins"));
-    QCOMPARE(version.install->preserve, QStringList{QStringLiteral("a.cfg")});
-    QCOMPARE(version.install->backup, QStringList{QStringLiteral("b")});
-    QCOMPARE(version.uninstall->remove, QStringList{QStringLiteral("Resources/plugins/Jetways")});
-}
-
-void CatalogueParserTest::missingKeysReadAsDefaults()
-{
-    const PackageList packages = parse(R"([{}, {"versions": [{}]}])");
-    QCOMPARE(packages.size(), 2);
-    QVERIFY(packages.first()->name().isEmpty());
-    QCOMPARE(packages.first()->id(), 0);
-    QCOMPARE(packages.first()->state(), Package::AVAILABLE);
-    QVERIFY(packages.first()->versions().isEmpty());
-    const PackageVersion &version = *packages.last()->versions().first();
-    QVERIFY(version.version.isEmpty());
-    QVERIFY(version.depends.isEmpty());
-    QVERIFY(version.install->extract.isEmpty());
-    QVERIFY(version.uninstall->remove.isEmpty());
-}
-
-void CatalogueParserTest::textsComeInTheInterfaceLanguage()
-{
-    const QByteArray json = R"([{"name": {"en": "Trees", "de": "Bäume"},
-                                 "description": {"en": "All trees"}}])";
-    QCOMPARE(parse(json, "de").first()->name(), QStringLiteral("Bäume"));
-    QCOMPARE(parse(json, "de").first()->description(), QStringLiteral("All trees"));
-    QCOMPARE(parse(json, "fr").first()->name(), QStringLiteral("Trees"));
-}
-
-void CatalogueParserTest::textWithoutEnglishIsEmpty()
-{
-    QVERIFY(parse(R"([{"name": {"fr": "Arbres"}}])", "de").first()->name().isEmpty());
-}
-
-void CatalogueParserTest::versionsComeNewestFirst()
-{
-    const PackageList packages =
-        parse(R"([{"versions": [{"version": "1.2"}, {"version": "1.10"}, {"version": "1.9"}]}])");
-    QCOMPARE(packages.first()->newestVersion(), QStringLiteral("1.10"));
-    QCOMPARE(packages.first()->versions().last()->version, QStringLiteral("1.2"));
-}
-
-// Fixed, see docs/compatibility.md.
-void CatalogueParserTest::idAsTextReadsAsZero()
-{
-    QCOMPARE(parse(R"([{"id": "42"}])").first()->id(), 0);
-}
-
-void CatalogueParserTest::numbersThatAreNoIdReadAsZero_data()
-{
-    QTest::addColumn<QByteArray>("number");
-    QTest::addColumn<int>("id");
-    QTest::newRow("negative") << QByteArray("-3") << -3;
-    QTest::newRow("too large for 32 bits") << QByteArray("4294967297") << 0;
-    QTest::newRow("fraction") << QByteArray("1.5") << 0;
-    QTest::newRow("null") << QByteArray("null") << 0;
-}
-
-void CatalogueParserTest::numbersThatAreNoIdReadAsZero()
-{
-    QFETCH(QByteArray, number);
-    QFETCH(int, id);
-    QCOMPARE(parse("[{\"id\": " + number + "}]").first()->id(), id);
-}
-
-void CatalogueParserTest::elementThatIsNoObjectIsAPackageOfDefaults()
-{
-    const PackageList packages = parse(R"(["text", 3, null, [1], {"id": 9}])");
-    QCOMPARE(packages.size(), 5);
-    for (int index = 0; index < 4; ++index) {
-        QCOMPARE(packages.at(index)->id(), 0);
-        QVERIFY(packages.at(index)->name().isEmpty());
+    void readsEveryKey()
+    {
+        QCOMPARE(factsOf(EveryKey).join(u' '),
+                 "id=42 product_id=7 name=Jetways description=Moving jetways "
+                 "short_description=Jetways that move icon=http://h/i.png type=PLUGIN "
+                 "manual_url=http://h/m help_url=http://h/h "
+                 "banner=[http://h/1.png|http://h/2.png] versions=1 version=1.2 "
+                 "link=http://h/j.zip depends=[1:1.0|5] log=[first|second] "
+                 "extract=Resources/plugins preserve=[a.cfg] backup=[b] "
+                 "remove=[Resources/plugins/Jetways]"_s);
     }
-    QCOMPARE(packages.last()->id(), 9);
-}
 
-// Fixed, see docs/compatibility.md.
-void CatalogueParserTest::wrongTypesReadAsDefaults()
-{
-    const PackageList packages = parse(R"([{"name": "plain", "description": 3, "icon": [],
-        "type": {}, "banner": "one", "versions": {"version": "1"}, "product_id": true},
-        {"versions": ["1.0", {"version": 1.0, "depends": "5", "log": [1, "two"],
-                              "install": [], "uninstall": "x"}]}])");
-    const Package &first = *packages.first();
-    QVERIFY(first.name().isEmpty());
-    QVERIFY(first.icon().isEmpty());
-    QVERIFY(first.banner().isEmpty());
-    QVERIFY(first.versions().isEmpty());
-    QCOMPARE(first.productId(), 0);
-    const QVector<PackageVersionPointer> versions = packages.last()->versions();
-    QCOMPARE(versions.size(), 2);
-    QVERIFY(versions.last()->version.isEmpty());
-    QVERIFY(versions.last()->depends.isEmpty());
-    QCOMPARE(versions.last()->log, (QStringList{QString(), QStringLiteral("two")}));
-}
+    void wrongTypeReadsAsTheDefault_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<QStringList>("expected");
+        const QList<QByteArray> values{"3",
+                                       "-1.5",
+                                       "true",
+                                       "null",
+                                       "\"text\"",
+                                       "[]",
+                                       "{}",
+                                       "[[\"x\"]]",
+                                       R"({"en": 3})",
+                                       R"({"en": {"en": "x"}})",
+                                       R"({"fr": "x"})",
+                                       R"({"en": ["x"]})"};
+        // Values of a type that is right, or that keeps a place, are told elsewhere.
+        const auto isText = [](const QByteArray &value) { return value.startsWith('"'); };
+        const auto isNumber = [](const QByteArray &value) { return value == "3"; };
+        const auto isFullArray = [](const QByteArray &value) { return value.startsWith("[["); };
+        const auto never = [](const QByteArray &) { return false; };
+        const auto rows = [&values](const char *frame, const QList<QByteArray> &keys,
+                                    const auto &isRight, const QStringList &expected) {
+            for (const QByteArray &key : keys) {
+                for (const QByteArray &value : values) {
+                    const QByteArray pair = '"' + key + "\": " + value;
+                    if (!isRight(value))
+                        QTest::addRow("%s", pair.constData())
+                            << QByteArray(frame).replace("@", pair) << expected;
+                }
+            }
+        };
+        const QStringList one{"versions=1"_s};
+        rows("[{@}]", {"name", "description", "short_description"}, never, {});
+        rows("[{@}]", {"icon", "type", "manual_url", "help_url"}, isText, {});
+        rows("[{@}]", {"id", "product_id"}, isNumber, {});
+        rows("[{@}]", {"banner", "versions"}, isFullArray, {});
+        rows(R"([{"versions": [{@}]}])", {"version", "link"}, isText, one);
+        rows(R"([{"versions": [{@}]}])", {"depends", "log"}, isFullArray, one);
+        rows(R"([{"versions": [{@}]}])", {"install", "uninstall"}, never, one);
+        rows(R"([{"versions": [{"install": {@}}]}])", {"extract"}, isText, one);
+        rows(R"([{"versions": [{"install": {@}}]}])", {"preserve", "backup"}, isFullArray, one);
+        rows(R"([{"versions": [{"uninstall": {@}}]}])", {"remove"}, isFullArray, one);
 
-void CatalogueParserTest::documentsThatAreNoArrayGiveNothing_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("object") << QByteArray(R"({"id": 1})");
-    QTest::newRow("cut off") << QByteArray(R"([{"id": 1}, {"id")");
-    QTest::newRow("page") << QByteArray("<html></html>");
-    QTest::newRow("nested beyond reason") << QByteArray(10000, '[') + QByteArray(10000, ']');
-    QTest::newRow("twice") << QByteArray(R"([{"id": 1}][{"id": 1}])");
-}
+        QTest::newRow("no key") << QByteArray("[{}]") << QStringList();
+        QTest::newRow("no key of a version") << QByteArray(R"([{"versions": [{}]}])") << one;
+        for (const char *element : {"\"text\"", "3", "null", "[1]"})
+            QTest::newRow(element) << '[' + QByteArray(element) + ']' << QStringList();
 
-// Fixed, see docs/compatibility.md.
-void CatalogueParserTest::documentsThatAreNoArrayGiveNothing()
-{
-    QFETCH(QByteArray, json);
-    QVERIFY(parse(json).isEmpty());
-}
+        // Elements of a wrong type keep their place.
+        const QByteArray mixed = R"([3, "a", null, ["x"], {"b": "c"}, true, "d"])";
+        const auto mixedRow = [&mixed](const char *key, QByteArray frame, const QString &expected) {
+            QTest::addRow("mixed %s", key)
+                << frame.replace('@', '"' + QByteArray(key) + "\": " + mixed)
+                << expected.split(u' ');
+        };
+        mixedRow("banner", "[{@}]", "banner=[|a|||||d]"_s);
+        mixedRow("versions", "[{@}]", "versions=7"_s);
+        mixedRow("depends", R"([{"versions": [{@}]}])", "versions=1 depends=[|a|||||d]"_s);
+        mixedRow("log", R"([{"versions": [{@}]}])", "versions=1 log=[|a|||||d]"_s);
+        for (const char *key : {"preserve", "backup"})
+            mixedRow(key, R"([{"versions": [{"install": {@}}]}])",
+                     "versions=1 %1=[|a|||||d]"_s.arg(QLatin1String(key)));
+        mixedRow("remove", R"([{"versions": [{"uninstall": {@}}]}])",
+                 "versions=1 remove=[|a|||||d]"_s);
+    }
+    // Fixed, see docs/compatibility.md.
+    void wrongTypeReadsAsTheDefault()
+    {
+        QFETCH(QByteArray, json);
+        QFETCH(QStringList, expected);
+        QCOMPARE(factsOf(json), expected);
+    }
 
-void CatalogueParserTest::keepsTheOrderOfTheFile()
-{
-    const PackageList packages = parse(R"([{"id": 3}, {"id": 1}, {"id": 2}])");
-    QCOMPARE(packages.at(0)->id(), 3);
-    QCOMPARE(packages.at(1)->id(), 1);
-    QCOMPARE(packages.at(2)->id(), 2);
-}
+    void lastOfEqualKeysCounts()
+    {
+        QCOMPARE(factsOf(R"([{"id": 1, "id": 2, "type": "A", "type": "B",
+                              "name": {"en": "a", "en": "b"}}])"),
+                 (QStringList{"id=2"_s, "name=b"_s, "type=B"_s}));
+    }
+
+    void textsComeInTheInterfaceLanguage_data()
+    {
+        table<QString, QString, QString>({"language", "name", "description"},
+                                         {{"its own", "de"_s, "Bäume"_s, "All trees"_s},
+                                          {"another one", "fr"_s, "Trees"_s, "All trees"_s}});
+    }
+    void textsComeInTheInterfaceLanguage()
+    {
+        QFETCH(QString, language);
+        const PackageList packages =
+            parse(R"([{"name": {"en": "Trees", "de": "Bäume"}, "description": {"en": "All trees"},
+                       "short_description": {"it": "Alberi"}}])",
+                  language);
+        QTEST(packages.first()->name(), "name");
+        QTEST(packages.first()->description(), "description");
+        QVERIFY(packages.first()->shortDescription().isEmpty());
+    }
+
+    void versionsComeNewestFirst()
+    {
+        QCOMPARE(factsOf(R"([{"versions": [{"version": "1.2"}, {"version": "1.10"},
+                                           {"version": "1.9"}]}])"),
+                 (QStringList{"versions=3"_s, "version=1.10"_s, "version=1.9"_s, "version=1.2"_s}));
+    }
+
+    void idsBeyondAnIntReadAsZero_data()
+    {
+        QTest::addColumn<int>("id");
+        const auto row = [](const char *number, int id) { QTest::newRow(number) << id; };
+        row("2147483647", 2147483647);
+        row("-2147483648", std::numeric_limits<int>::min());
+        row("-3", -3);
+        row("7.0", 7);
+        row("7e2", 700);
+        for (const char *number :
+             {"2147483648", "-2147483649", "4294967296", "4294967297", "9223372036854775807",
+              "-9223372036854775808", "18446744073709551616", "123456789012345678901234567890",
+              "1e300", "7.5", "-0", "1e-300", "\"42\"", "null"})
+            row(number, 0);
+    }
+    // Fixed, see docs/compatibility.md.
+    void idsBeyondAnIntReadAsZero()
+    {
+        const QByteArray number = QTest::currentDataTag();
+        const PackageList packages =
+            parse("[{\"id\": " + number + ", \"product_id\": " + number + "}]");
+        QCOMPARE(packages.size(), 1);
+        QTEST(packages.first()->id(), "id");
+        QTEST(packages.first()->productId(), "id");
+    }
+
+    void brokenBytesGiveNoPackages_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        const QByteArray sound = R"([{"id": 7, "name": {"en": "Trees"}}])";
+        const auto row = [](const char *name, const QByteArray &bytes) {
+            QTest::newRow(name) << bytes;
+        };
+        for (int length : {0, 1, 2, 10, 20, sound.size() - 1})
+            QTest::addRow("cut off after %d bytes", length) << sound.left(length);
+        row("object", R"({"id": 1})");
+        row("page", "<html></html>");
+        row("cut off in the second package", R"([{"id": 1}, {"id")");
+        row("two arrays", sound + sound);
+        row("invalid UTF-8", "[{\"name\": {\"en\": \"\xff\xfe\"}}]");
+        row("cut off inside a character", "[{\"name\": {\"en\": \"\xc3\"}}]");
+        row("zero character as it is", QByteArray("[{\"id\": 7}, \0]", 14));
+        row("zeros only", QByteArray(1000, '\0'));
+        row("UTF-16", QByteArray("[\0{\0}\0]\0", 8));
+        row("nested 10,000 deep", QByteArray(10000, '[') + QByteArray(10000, ']'));
+        row("name nested 10,000 deep",
+            R"([{"id": 7, "name": )" + QByteArray(10000, '[') + QByteArray(10000, ']') + "}]");
+        row("objects nested 10,000 deep", '[' + QByteArray(R"({"versions":)").repeated(10000) +
+                                              '1' + QByteArray(10000, '}') + ']');
+        row("something behind the end", sound + "x");
+        row("comment", "/* a */" + sound);
+        row("number beyond every number", R"([{"id": 1e400}])");
+    }
+    // Fixed, see docs/compatibility.md.
+    void brokenBytesGiveNoPackages()
+    {
+        QFETCH(QByteArray, bytes);
+        QCOMPARE(parse(bytes).size(), 0);
+    }
+
+    void byteOrderMarkIsPassedOver()
+    {
+        QCOMPARE(factsOf("\xef\xbb\xbf[{\"id\": 7}]"), QStringList("id=7"_s));
+    }
+
+    void zeroCharactersAndHalfPairsStay()
+    {
+        const PackageList packages =
+            parse(R"([{"name": {"en": "a\u0000b\ud800"}, "versions": [{"version": "1\u0000"}]}])");
+        QCOMPARE(packages.size(), 1);
+        QCOMPARE(packages.first()->name().left(3), "a\0b"_s);
+        QCOMPARE(packages.first()->newestVersion(), "1\0"_s);
+    }
+
+    void keepsTheOrderOfTheFile()
+    {
+        QVector<int> ids;
+        for (const PackagePointer &package : parse(R"([{"id": 3}, 5, {"id": 1}, {"id": 2}])"))
+            ids.append(package->id());
+        QCOMPARE(ids, (QVector<int>{3, 0, 1, 2}));
+    }
+};
 
 QTEST_GUILESS_MAIN(CatalogueParserTest)
 #include "CatalogueParserTest.moc"

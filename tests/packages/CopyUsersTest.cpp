@@ -1,6 +1,7 @@
 #include "packages/installation/CopyUsers.h"
 
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 
@@ -19,89 +20,81 @@ class CopyUsersTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        m_profile = std::make_unique<ScratchProfile>();
+        m_copy = m_profile->folder("copies"_s) + "lights.txt"_s;
+    }
+
     void cleanup() { m_profile.reset(); }
 
-    void packagesComeAndGo();
-    void nothingIsKnownOfAnOlderCopy();
-    void halfAMarkTellsNothing();
-    void foreignMarkTellsNothing();
-    void markThatCannotBeWrittenIsTold();
-    void nobodyIsLostBetweenThreads();
+    void packagesComeAndGo()
+    {
+        QVERIFY(setUnused(m_copy));
+        QCOMPARE(usersOf(m_copy).value(), QSet<int>());
+        for (const int id : {8, -9, 10, 8})
+            QVERIFY(addUser(m_copy, id));
+        QCOMPARE(usersOf(m_copy).value(), (QSet<int>{8, -9, 10}));
+        for (const int id : {-9, 7})
+            QVERIFY(removeUser(m_copy, id));
+        QCOMPARE(usersOf(m_copy).value(), (QSet<int>{8, 10}));
+        QVERIFY(setUnused(m_copy));
+        QCOMPARE(usersOf(m_copy).value(), QSet<int>());
+    }
+
+    void nothingIsKnownOfAnOlderCopy()
+    {
+        QVERIFY(!usersOf(m_copy));
+        QVERIFY(addUser(m_copy, 8));
+        QVERIFY(!usersOf(m_copy));
+        QVERIFY(removeUser(m_copy, 8));
+        QCOMPARE(usersOf(m_copy).value(), QSet<int>());
+    }
+
+    void halfAMarkTellsNothing()
+    {
+        QVERIFY(setUnused(m_copy) && addUser(m_copy, 12) && addUser(m_copy, 345));
+        QFile mark(usersMarkOf(m_copy));
+        for (qint64 size = mark.size() - 1; size >= 0; --size) {
+            QVERIFY(mark.resize(size));
+            QVERIFY(!usersOf(m_copy));
+        }
+    }
+
+    void foreignMarkTellsNothing()
+    {
+        QVERIFY(writeFile(usersMarkOf(m_copy), "1 somebody\n"));
+        QVERIFY(!usersOf(m_copy));
+    }
+
+    void markThatCannotBeWrittenIsTold()
+    {
+        QVERIFY(QDir().mkpath(usersMarkOf(m_copy)));
+        QVERIFY(!setUnused(m_copy));
+        QVERIFY(!removeUser(m_copy, 8));
+    }
+
+    void nobodyIsLostBetweenThreads()
+    {
+        constexpr int Rounds = 200;
+        QVERIFY(setUnused(m_copy));
+        const auto comeAndGo = [this](int first) {
+            for (int id = first; id < first + Rounds; ++id) {
+                addUser(m_copy, id);
+                if (id + 1 < first + Rounds)
+                    removeUser(m_copy, id);
+            }
+        };
+        std::thread other(comeAndGo, 10000);
+        comeAndGo(20000);
+        other.join();
+        QCOMPARE(usersOf(m_copy).value(), (QSet<int>{10000 + Rounds - 1, 20000 + Rounds - 1}));
+    }
 
 private:
     std::unique_ptr<ScratchProfile> m_profile;
     QString m_copy;
 };
-
-void CopyUsersTest::init()
-{
-    m_profile = std::make_unique<ScratchProfile>();
-    m_copy = m_profile->folder(QStringLiteral("copies")) + QStringLiteral("lights.txt");
-}
-
-void CopyUsersTest::packagesComeAndGo()
-{
-    QVERIFY(setUnused(m_copy));
-    QCOMPARE(usersOf(m_copy).value(), QSet<int>());
-    for (const int id : {8, -9, 10, 8})
-        QVERIFY(addUser(m_copy, id));
-    QCOMPARE(usersOf(m_copy).value(), (QSet<int>{8, -9, 10}));
-    for (const int id : {-9, 7})
-        QVERIFY(removeUser(m_copy, id));
-    QCOMPARE(usersOf(m_copy).value(), (QSet<int>{8, 10}));
-    QVERIFY(setUnused(m_copy));
-    QCOMPARE(usersOf(m_copy).value(), QSet<int>());
-}
-
-void CopyUsersTest::nothingIsKnownOfAnOlderCopy()
-{
-    QVERIFY(!usersOf(m_copy));
-    QVERIFY(addUser(m_copy, 8));
-    QVERIFY(!usersOf(m_copy));
-    QVERIFY(removeUser(m_copy, 8));
-    QCOMPARE(usersOf(m_copy).value(), QSet<int>());
-}
-
-void CopyUsersTest::halfAMarkTellsNothing()
-{
-    QVERIFY(setUnused(m_copy) && addUser(m_copy, 12) && addUser(m_copy, 345));
-    QFile mark(usersMarkOf(m_copy));
-    for (qint64 size = mark.size() - 1; size >= 0; --size) {
-        QVERIFY(mark.resize(size));
-        QVERIFY(!usersOf(m_copy));
-    }
-}
-
-void CopyUsersTest::foreignMarkTellsNothing()
-{
-    QVERIFY(writeFile(usersMarkOf(m_copy), "1 somebody\n"));
-    QVERIFY(!usersOf(m_copy));
-}
-
-void CopyUsersTest::markThatCannotBeWrittenIsTold()
-{
-    QVERIFY(QDir().mkpath(usersMarkOf(m_copy)));
-    QVERIFY(!setUnused(m_copy));
-    QVERIFY(!removeUser(m_copy, 8));
-}
-
-void CopyUsersTest::nobodyIsLostBetweenThreads()
-{
-    constexpr int Rounds = 200;
-    QVERIFY(setUnused(m_copy));
-    const auto comeAndGo = [this](int first) {
-        for (int id = first; id < first + Rounds; ++id) {
-            addUser(m_copy, id);
-            if (id + 1 < first + Rounds)
-                removeUser(m_copy, id);
-        }
-    };
-    std::thread other(comeAndGo, 10000);
-    comeAndGo(20000);
-    other.join();
-    QCOMPARE(usersOf(m_copy).value(), (QSet<int>{10000 + Rounds - 1, 20000 + Rounds - 1}));
-}
 
 KAVO_TEST_MAIN(CopyUsersTest)
 #include "CopyUsersTest.moc"

@@ -3,216 +3,178 @@
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 
-#include <QTest>
-
-#include <memory>
+#include <optional>
 
 using namespace Kavo::Models;
-using Kavo::Testing::makePackage;
-using Kavo::Testing::makeVersion;
-using Kavo::Testing::ScratchProfile;
+using namespace Kavo::Testing;
 
-namespace {
-
-QVector<int> idsOf(const PackageList &packages)
-{
-    QVector<int> ids;
-    for (const PackagePointer &package : packages)
-        ids.append(package->id());
-    return ids;
-}
-
-} // namespace
+using Ids = QVector<int>;
 
 class DependenciesTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void resolvedComeInCatalogueOrder();
-    void missingIdOrTooOldOfferIsNotResolved();
-    void packageWithoutVersionsResolvesNothing();
-    void resolvedAreThoseOfTheChosenVersion();
-    void dependentsAreInstalledPackagesThatNameThePackage();
-    void dependentsOfAnOlderVersionNeedANewerOne();
-    void dependentsFollowTheInstalledVersionsEntries();
-    void packageWithoutDependentsHasNone();
-    void packageDoesNotDependOnItself();
-    void missingDependencyIsInstalledAlong();
-    void tooOldDependencyIsUpgradedByNumbers();
-    void goodEnoughDependencyIsLeftAlone();
-    void dependencyAtWorkOrFailedIsLeftAlone();
-    void unknownDependencyIsSkipped();
+    void init()
+    {
+        m_profile.emplace();
+        m_database.emplace(m_profile->simulatorFolder());
+        m_database->open();
+        m_catalogue.emplace();
+        m_dependencies.emplace(*m_catalogue, *m_database);
+    }
+
+    void cleanup()
+    {
+        m_dependencies.reset();
+        m_catalogue.reset();
+        m_database.reset();
+        m_profile.reset();
+    }
+
+    void resolvedComeInCatalogueOrder()
+    {
+        add(3, "1.0"_s);
+        add(2, "1.0"_s);
+        QCOMPARE(resolved(*add(9, "1.0"_s, {"2"_s, "3:1.0"_s})), (Ids{3, 2}));
+    }
+
+    void missingIdOrTooOldOfferIsNotResolved()
+    {
+        add(2, "1.2"_s);
+        QCOMPARE(resolved(*add(9, "1.0"_s, {"2:1.10"_s, "77"_s})), Ids());
+    }
+
+    void packageWithoutVersionsResolvesNothing()
+    {
+        addPackage(makePackage(2, {}));
+        QCOMPARE(resolved(*add(9, "1.0"_s, {"2"_s})), Ids());
+        QCOMPARE(resolved(*makePackage(5, {})), Ids());
+    }
+
+    void resolvedAreThoseOfTheChosenVersion()
+    {
+        add(2, "1.0"_s);
+        const PackagePointer package =
+            addPackage(makePackage(9, {makeVersion("2.0"_s), makeVersion("1.0"_s, {"2"_s})}));
+        QCOMPARE(resolved(*package), Ids());
+        QCOMPARE(resolved(*package, "1.0"_s), Ids{2});
+    }
+
+    void dependentsAreInstalledPackagesThatNameThePackage()
+    {
+        const PackagePointer library = add(1, "2.0"_s);
+        QCOMPARE(dependents(*library), Ids());
+        const PackagePointer dependent = add(9, "1.0"_s, {"1:1.0"_s});
+        QCOMPARE(dependents(*library), Ids());
+        markInstalled(dependent, "1.0"_s);
+        QCOMPARE(dependents(*library), Ids{9});
+    }
+
+    void dependentsOfAnOlderVersionNeedANewerOne()
+    {
+        const PackagePointer library = add(1, "2.0"_s);
+        markInstalled(add(9, "1.0"_s, {"1:1.10"_s}), "1.0"_s);
+        QCOMPARE(dependents(*library, "1.9"_s), Ids{9});
+        QCOMPARE(dependents(*library, "1.10"_s), Ids());
+    }
+
+    void dependentsFollowTheInstalledVersionsEntries()
+    {
+        const PackagePointer library = add(1, "2.0"_s);
+        const PackagePointer package =
+            addPackage(makePackage(9, {makeVersion("2.0"_s, {"1"_s}), makeVersion("1.0"_s)}));
+        markInstalled(package, "1.0"_s);
+        QCOMPARE(dependents(*library), Ids());
+        // A version that is not on offer counts as the newest.
+        markInstalled(package, "0.5"_s);
+        QCOMPARE(dependents(*library), Ids{9});
+    }
+
+    void packageDoesNotDependOnItself()
+    {
+        const PackagePointer package = add(9, "1.0"_s, {"9"_s});
+        markInstalled(package, "1.0"_s);
+        QCOMPARE(dependents(*package), Ids());
+    }
+
+    void missingDependencyIsInstalledAlong()
+    {
+        // The minimum decides only whether to act, never which version is installed.
+        add(1, "0.1"_s);
+        QCOMPARE(installedWith({"1:5.0"_s}), Ids{1});
+    }
+
+    // Fixed, see docs/compatibility.md.
+    void tooOldDependencyIsUpgradedByNumbers()
+    {
+        markInstalled(add(1, "3.0"_s), "1.2"_s);
+        QCOMPARE(installedWith({"1:1.10"_s}), Ids{1});
+    }
+
+    void goodEnoughDependencyIsLeftAlone()
+    {
+        markInstalled(add(1, "3.0"_s), "1.10"_s);
+        QCOMPARE(installedWith({"1:1.2"_s}), Ids());
+    }
+
+    void dependencyAtWorkOrFailedIsLeftAlone()
+    {
+        const PackagePointer library = add(1, "3.0"_s);
+        for (const Package::State state :
+             {Package::PREPARING, Package::DOWNLOADING, Package::INSTALLING, Package::UNINSTALLING,
+              Package::INSTALL_ERROR, Package::DOWNLOAD_ERROR, Package::DEPENDENCY_ERROR}) {
+            library->setState(state);
+            QCOMPARE(installedWith({"1"_s}), Ids());
+        }
+    }
+
+    void unknownDependencyIsSkipped() { QCOMPARE(installedWith({"77"_s}), Ids()); }
 
 private:
-    PackagePointer add(const PackagePointer &package);
-    void markInstalled(const PackagePointer &package, const QString &version);
-    PackagePointer addDependent(const QString &entry);
-
-    std::unique_ptr<ScratchProfile> m_profile;
-    std::unique_ptr<InstalledPackageDatabase> m_database;
-    std::unique_ptr<Catalogue> m_catalogue;
-    std::unique_ptr<Dependencies> m_dependencies;
-};
-
-void DependenciesTest::init()
-{
-    m_profile = std::make_unique<ScratchProfile>();
-    m_database = std::make_unique<InstalledPackageDatabase>(m_profile->simulatorFolder());
-    m_database->open();
-    m_catalogue = std::make_unique<Catalogue>();
-    m_dependencies = std::make_unique<Dependencies>(*m_catalogue, *m_database);
-}
-
-void DependenciesTest::cleanup()
-{
-    m_dependencies.reset();
-    m_catalogue.reset();
-    m_database.reset();
-    m_profile.reset();
-}
-
-PackagePointer DependenciesTest::add(const PackagePointer &package)
-{
-    PackageList packages = m_catalogue->packages();
-    packages.append(package);
-    m_catalogue->replace(packages);
-    return package;
-}
-
-void DependenciesTest::markInstalled(const PackagePointer &package, const QString &version)
-{
-    package->setState(Package::INSTALLED);
-    m_database->record(*package, version);
-}
-
-/// A package 9 whose only version depends on one entry.
-PackagePointer DependenciesTest::addDependent(const QString &entry)
-{
-    return add(makePackage(9, {makeVersion(QStringLiteral("1.0"), {entry})}));
-}
-
-void DependenciesTest::resolvedComeInCatalogueOrder()
-{
-    add(makePackage(3, {makeVersion(QStringLiteral("1.0"))}));
-    add(makePackage(2, {makeVersion(QStringLiteral("1.0"))}));
-    const PackagePointer package = add(makePackage(
-        9, {makeVersion(QStringLiteral("1.0"), {QStringLiteral("2"), QStringLiteral("3:1.0")})}));
-    QCOMPARE(idsOf(m_dependencies->resolved(*package, QString())), (QVector<int>{3, 2}));
-}
-
-void DependenciesTest::missingIdOrTooOldOfferIsNotResolved()
-{
-    add(makePackage(2, {makeVersion(QStringLiteral("1.2"))}));
-    const PackagePointer package = add(makePackage(
-        9, {makeVersion(QStringLiteral("1.0"), {QStringLiteral("2:1.10"), QStringLiteral("77")})}));
-    QVERIFY(m_dependencies->resolved(*package, QString()).isEmpty());
-}
-
-void DependenciesTest::packageWithoutVersionsResolvesNothing()
-{
-    add(makePackage(2, {}));
-    QVERIFY(m_dependencies->resolved(*addDependent(QStringLiteral("2")), QString()).isEmpty());
-    QVERIFY(m_dependencies->resolved(*makePackage(5, {}), QString()).isEmpty());
-}
-
-void DependenciesTest::resolvedAreThoseOfTheChosenVersion()
-{
-    add(makePackage(2, {makeVersion(QStringLiteral("1.0"))}));
-    const PackagePointer package =
-        add(makePackage(9, {makeVersion(QStringLiteral("2.0")),
-                            makeVersion(QStringLiteral("1.0"), {QStringLiteral("2")})}));
-    QVERIFY(m_dependencies->resolved(*package, QString()).isEmpty());
-    QCOMPARE(idsOf(m_dependencies->resolved(*package, QStringLiteral("1.0"))), QVector<int>{2});
-}
-
-void DependenciesTest::dependentsAreInstalledPackagesThatNameThePackage()
-{
-    const PackagePointer library = add(makePackage(1, {makeVersion(QStringLiteral("2.0"))}));
-    const PackagePointer dependent = addDependent(QStringLiteral("1:1.0"));
-    QVERIFY(m_dependencies->dependents(*library, QString()).isEmpty());
-    markInstalled(dependent, QStringLiteral("1.0"));
-    QCOMPARE(idsOf(m_dependencies->dependents(*library, QString())), QVector<int>{9});
-}
-
-void DependenciesTest::dependentsOfAnOlderVersionNeedANewerOne()
-{
-    const PackagePointer library = add(makePackage(1, {makeVersion(QStringLiteral("2.0"))}));
-    markInstalled(addDependent(QStringLiteral("1:1.10")), QStringLiteral("1.0"));
-    QCOMPARE(idsOf(m_dependencies->dependents(*library, QStringLiteral("1.9"))), QVector<int>{9});
-    QVERIFY(m_dependencies->dependents(*library, QStringLiteral("1.10")).isEmpty());
-}
-
-void DependenciesTest::dependentsFollowTheInstalledVersionsEntries()
-{
-    const PackagePointer library = add(makePackage(1, {makeVersion(QStringLiteral("2.0"))}));
-    const PackagePointer package =
-        add(makePackage(9, {makeVersion(QStringLiteral("2.0"), {QStringLiteral("1")}),
-                            makeVersion(QStringLiteral("1.0"))}));
-    markInstalled(package, QStringLiteral("1.0"));
-    QVERIFY(m_dependencies->dependents(*library, QString()).isEmpty());
-    // A version that is not on offer counts as the newest.
-    markInstalled(package, QStringLiteral("0.5"));
-    QCOMPARE(idsOf(m_dependencies->dependents(*library, QString())), QVector<int>{9});
-}
-
-void DependenciesTest::packageWithoutDependentsHasNone()
-{
-    const PackagePointer library = add(makePackage(1, {makeVersion(QStringLiteral("2.0"))}));
-    QVERIFY(m_dependencies->dependents(*library, QString()).isEmpty());
-}
-
-void DependenciesTest::packageDoesNotDependOnItself()
-{
-    const PackagePointer package = addDependent(QStringLiteral("9"));
-    markInstalled(package, QStringLiteral("1.0"));
-    QVERIFY(m_dependencies->dependents(*package, QString()).isEmpty());
-}
-
-void DependenciesTest::missingDependencyIsInstalledAlong()
-{
-    add(makePackage(1, {makeVersion(QStringLiteral("0.1"))}));
-    // The minimum decides only whether to act, never which version is installed.
-    const PackagePointer package = addDependent(QStringLiteral("1:5.0"));
-    QCOMPARE(idsOf(m_dependencies->toInstallWith(*package, QString())), QVector<int>{1});
-}
-
-// Fixed, see docs/compatibility.md.
-void DependenciesTest::tooOldDependencyIsUpgradedByNumbers()
-{
-    const PackagePointer library = add(makePackage(1, {makeVersion(QStringLiteral("3.0"))}));
-    markInstalled(library, QStringLiteral("1.2"));
-    const PackagePointer package = addDependent(QStringLiteral("1:1.10"));
-    QCOMPARE(idsOf(m_dependencies->toInstallWith(*package, QString())), QVector<int>{1});
-}
-
-void DependenciesTest::goodEnoughDependencyIsLeftAlone()
-{
-    const PackagePointer library = add(makePackage(1, {makeVersion(QStringLiteral("3.0"))}));
-    markInstalled(library, QStringLiteral("1.10"));
-    QVERIFY(
-        m_dependencies->toInstallWith(*addDependent(QStringLiteral("1:1.2")), QString()).isEmpty());
-}
-
-void DependenciesTest::dependencyAtWorkOrFailedIsLeftAlone()
-{
-    const PackagePointer library = add(makePackage(1, {makeVersion(QStringLiteral("3.0"))}));
-    const PackagePointer package = addDependent(QStringLiteral("1"));
-    for (const Package::State state :
-         {Package::PREPARING, Package::DOWNLOADING, Package::INSTALLING, Package::UNINSTALLING,
-          Package::INSTALL_ERROR, Package::DOWNLOAD_ERROR, Package::DEPENDENCY_ERROR}) {
-        library->setState(state);
-        QVERIFY(m_dependencies->toInstallWith(*package, QString()).isEmpty());
+    PackagePointer addPackage(const PackagePointer &package)
+    {
+        m_catalogue->replace(m_catalogue->packages() + PackageList{package});
+        return package;
     }
-}
+    /// Puts a package of one version into the catalogue.
+    PackagePointer add(int id, const QString &version, const QStringList &depends = {})
+    {
+        return addPackage(makePackage(id, {makeVersion(version, depends)}));
+    }
+    void markInstalled(const PackagePointer &package, const QString &version)
+    {
+        package->setState(Package::INSTALLED);
+        m_database->record(*package, version);
+    }
 
-void DependenciesTest::unknownDependencyIsSkipped()
-{
-    QVERIFY(
-        m_dependencies->toInstallWith(*addDependent(QStringLiteral("77")), QString()).isEmpty());
-}
+    static Ids idsOf(const PackageList &packages)
+    {
+        Ids ids;
+        for (const PackagePointer &package : packages)
+            ids.append(package->id());
+        return ids;
+    }
+    Ids resolved(const Package &package, const QString &version = {}) const
+    {
+        return idsOf(m_dependencies->resolved(package, version));
+    }
+    Ids dependents(const Package &package, const QString &version = {}) const
+    {
+        return idsOf(m_dependencies->dependents(package, version));
+    }
+    /// What is installed along with a package that depends on these.
+    Ids installedWith(const QStringList &depends) const
+    {
+        const auto package = makePackage(9, {makeVersion("1.0"_s, depends)});
+        return idsOf(m_dependencies->toInstallWith(*package, QString()));
+    }
+
+    std::optional<ScratchProfile> m_profile;
+    std::optional<InstalledPackageDatabase> m_database;
+    std::optional<Catalogue> m_catalogue;
+    std::optional<Dependencies> m_dependencies;
+};
 
 KAVO_TEST_MAIN(DependenciesTest)
 #include "DependenciesTest.moc"

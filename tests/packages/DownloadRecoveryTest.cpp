@@ -1,5 +1,6 @@
 #include "downloads/DownloadManager.h"
 #include "tests/packages/UpdateSetup.h"
+#include "tests/support/Table.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -18,15 +19,211 @@ class DownloadRecoveryTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void placeTakenInTheCacheCostsNothing_data();
-    void placeTakenInTheCacheCostsNothing();
-    void endOfTheProgramCostsNothing_data();
-    void endOfTheProgramCostsNothing();
-    void cutArchivesOfOneNameRecover_data();
-    void cutArchivesOfOneNameRecover();
-    void halfOfTheVersionBeforeCostsNothing();
-    void fullDiskCostsNothing();
-    void twoHundredTransfersRecover();
+    void placeTakenInTheCacheCostsNothing_data()
+    {
+        const QString loss = "*addon.7z : %1 bytes were not written"_s.arg(m_size);
+        const QStringList lines =
+            QStringList{"Write Error : "_s + loss, "Download Error - "_s + loss} +
+            sizeError(0, m_size);
+        table<QString, Files, QStringList>(
+            {"linkTarget", "inside", "lines"},
+            {{"empty folder", QString(), Files(), lines},
+             {"folder with an archive", QString(),
+              Files{{"inner.7z"_s, archiveOf(updateFiles(2), "7z"_s)}}, lines},
+             {"link into a folder that is missing", "/no/such/folder/file"_s, Files(), lines},
+             {"link to a full device", "/dev/full"_s, Files(), lines},
+             {"link to an endless device", "/dev/zero"_s, Files(), lines}});
+    }
+    void placeTakenInTheCacheCostsNothing()
+    {
+        QFETCH(QString, linkTarget);
+        QFETCH(Files, inside);
+        QFETCH(QStringList, lines);
+        const LogCapture log;
+        UpdateSetup setup;
+        setup.serve(healthy());
+        if (linkTarget.isEmpty())
+            QVERIFY(writeFiles(setup.cached(), inside));
+        else
+            QVERIFY(QFile::link(linkTarget, setup.cached()));
+        QCOMPARE(setup.wrongUpdate(Package::DOWNLOAD_ERROR, lines), QString());
+        // A folder is nobody's to delete but the user's; a link that leads to no file goes.
+        QCOMPARE(fileTree(setup.cached()), expectedTree(inside));
+        QCOMPARE(QFileInfo(setup.cached()).isDir(), linkTarget.isEmpty());
+        QVERIFY(!QFileInfo(setup.cached()).isSymLink());
+
+        QDir(setup.cached()).removeRecursively();
+        QVERIFY(setup.update());
+        QCOMPARE(setup.wrongEnd(Package::INSTALLED), QString());
+    }
+
+    void endOfTheProgramCostsNothing_data()
+    {
+        QTest::addColumn<HttpResource>("resource");
+        QTest::addColumn<int>("part");
+        QTest::addColumn<QByteArray>("left");
+        QTest::addColumn<QByteArray>("range");
+        HttpResource probe = healthy();
+        probe.holdsHead = true;
+        QTest::newRow("before the probe is answered") << probe << 0 << QByteArray() << QByteArray();
+        QTest::newRow("before the probe is answered, with a part")
+            << probe << 1000 << m_archive.left(1000) << QByteArray("bytes=1000-");
+        HttpResource answer = healthy();
+        answer.holdsGet = true;
+        QTest::newRow("before the transfer is answered")
+            << answer << 0 << QByteArray() << QByteArray();
+        HttpResource body = healthy();
+        body.holdAfter = 70000;
+        QTest::newRow("inside the body")
+            << body << 0 << m_archive.left(70000) << QByteArray("bytes=70000-");
+        QTest::newRow("inside the resumed body")
+            << body << 1000 << m_archive.left(71000) << QByteArray("bytes=71000-");
+    }
+    void endOfTheProgramCostsNothing()
+    {
+        QFETCH(HttpResource, resource);
+        QFETCH(int, part);
+        QFETCH(QByteArray, left);
+        QFETCH(QByteArray, range);
+        LogCapture log;
+        UpdateSetup setup;
+        if (part > 0)
+            QVERIFY(writeFile(setup.cached(), m_archive.left(part)));
+        setup.serve(resource);
+        setup.engine().server().forgetRequests();
+        log.clear();
+        setup.startUpdate();
+        QVERIFY(setup.engine().server().waitForRequests(resource.holdsHead ? 1 : 2));
+        QTRY_VERIFY(readFile(setup.cached()) == left);
+        setup.engine().stop();
+        QVERIFY(log.lines().isEmpty());
+        QVERIFY(readFile(setup.cached()) == left);
+        QVERIFY(setup.engine().refresh());
+        QCOMPARE(setup.loss(), QString());
+
+        setup.serve(healthy());
+        QVERIFY(setup.update());
+        QCOMPARE(setup.wrongEnd(Package::INSTALLED), QString());
+        QCOMPARE(setup.engine().server().last("GET", UpdateSetup::link()).header("Range"), range);
+    }
+
+    void cutArchivesOfOneNameRecover_data()
+    {
+        table<QVector<int>>({"order"}, {{"in the same order", QVector<int>{1, 2}},
+                                        {"in the other order", QVector<int>{2, 1}},
+                                        {"only the first", QVector<int>{1}},
+                                        {"only the second", QVector<int>{2}}});
+    }
+    void cutArchivesOfOneNameRecover()
+    {
+        QFETCH(QVector<int>, order);
+        const LogCapture log;
+        Engine engine;
+        for (const int id : {1, 2}) {
+            engine.offer(Offer{id}
+                             .bringing({{Engine::fileOf(id), noise(quint32(id))}})
+                             .at("/%1/data.7z"_s.arg(id)));
+            engine.server().resource("/%1/data.7z"_s.arg(id)).cutAfter = 50000 * id;
+        }
+        QVERIFY(engine.refresh());
+        for (const int id : {1, 2})
+            engine.install(id);
+        for (const int id : {1, 2}) {
+            QVERIFY(engine.waitForState(id, Package::DOWNLOAD_ERROR));
+            engine.server().resource("/%1/data.7z"_s.arg(id)).cutAfter.reset();
+        }
+        QCOMPARE(QFileInfo(engine.cached("data.7z"_s)).size(), 50000);
+        engine.stop();
+        QVERIFY(engine.refresh());
+        for (const int id : order)
+            engine.install(id);
+        for (const int id : order) {
+            QVERIFY(engine.waitUntilSettled(id));
+            const HttpRequest get = engine.server().last("GET", "/%1/data.7z"_s.arg(id));
+            QCOMPARE(get.header("Range"),
+                     QByteArray("bytes=" + QByteArray::number(50000 * id) + '-'));
+            QCOMPARE(engine.package(id)->state(), Package::INSTALLED);
+            QVERIFY(readFile(engine.simulator(Engine::fileOf(id))) == noise(quint32(id)));
+        }
+    }
+
+    /// Two versions whose archives have one name: the half of the one is no part of the other.
+    void halfOfTheVersionBeforeCostsNothing()
+    {
+        const LogCapture log;
+        Engine engine;
+        for (const int version : {1, 2}) {
+            engine.offer(Offer{7, "%1.0"_s.arg(version)}
+                             .bringing({{Engine::fileOf(7), noise(quint32(version))}})
+                             .at("/%1.0/addon.zip"_s.arg(version)));
+        }
+        engine.server().resource("/1.0/addon.zip"_s).cutAfter = 50000;
+        QVERIFY(engine.refresh());
+        engine.install(7, "1.0"_s);
+        QVERIFY(engine.waitForState(7, Package::DOWNLOAD_ERROR));
+        QCOMPARE(QFileInfo(engine.cached("addon.zip"_s)).size(), 50000);
+        engine.stop();
+        QVERIFY(engine.refresh());
+        QVERIFY(engine.installAndWait(7, "2.0"_s));
+        QVERIFY(readFile(engine.simulator(Engine::fileOf(7))) == noise(2));
+    }
+
+    /// What cannot be written is never installed, so that the version before stays.
+    void fullDiskCostsNothing()
+    {
+        const LogCapture log;
+        UpdateSetup setup;
+        setup.serve(healthy());
+        QVERIFY(QFile::link("/dev/full"_s, setup.cached()));
+        QVERIFY(setup.update());
+        QCOMPARE(setup.wrongEnd(Package::DOWNLOAD_ERROR), QString());
+        QVERIFY(setup.restart());
+        QVERIFY(setup.update());
+        QCOMPARE(setup.wrongEnd(Package::INSTALLED), QString());
+    }
+
+    void twoHundredTransfersRecover()
+    {
+        constexpr int Count = 200;
+        constexpr int SizeOfAll = 3000;
+        constexpr int Patience = 60000; // for one more of them
+        const auto hasFault = [](int id) { return id % 2 == 0; };
+        const LogCapture log;
+        Engine engine;
+        for (int id = 1; id <= Count; ++id) {
+            engine.offer(Offer{id}.bringing({{Engine::fileOf(id), noise(quint32(id), SizeOfAll)}}));
+        }
+        const auto archive = [](int id) { return "/package-%1-1.0.zip"_s.arg(id); };
+        for (int id = 1; id <= Count; ++id) {
+            if (hasFault(id))
+                engine.server().resource(archive(id)).cutAfter = id;
+        }
+        QVERIFY(engine.refresh());
+        for (int id = 1; id <= Count; ++id)
+            engine.install(id);
+        // Transfers share connections: one that is cut may take a healthy neighbour along.
+        for (int id = 1; id <= Count; ++id) {
+            const PackagePointer package = engine.package(id);
+            QTRY_VERIFY_WITH_TIMEOUT(!package->isBusy(), Patience);
+            QVERIFY(package->state() == Package::DOWNLOAD_ERROR ||
+                    (package->state() == Package::INSTALLED && !hasFault(id)));
+        }
+        for (int id = 1; id <= Count; ++id) {
+            QTRY_VERIFY(engine.downloads()->find(engine.server().url(archive(id))).isNull());
+            engine.server().resource(archive(id)).cutAfter.reset();
+            if (engine.package(id)->state() != Package::INSTALLED)
+                engine.install(id);
+        }
+        Files expected{{"X-Plane-x86_64"_s, readFile(engine.simulator("X-Plane-x86_64"_s))}};
+        for (int id = 1; id <= Count; ++id) {
+            QTRY_COMPARE_WITH_TIMEOUT(engine.package(id)->state(), Package::INSTALLED, Patience);
+            expected.insert(Engine::fileOf(id), noise(quint32(id), SizeOfAll));
+        }
+        QTRY_VERIFY(!engine.controller().isBusy());
+        for (int id = 1; id <= Count; ++id)
+            QCOMPARE(engine.recordedStatus(id), 1);
+        QCOMPARE(fileTree(engine.simulator({})), expectedTree(expected));
+    }
 
 private:
     HttpResource healthy() const
@@ -36,232 +233,9 @@ private:
         return resource;
     }
 
-    const QByteArray m_archive = archiveOf(updateFiles(), QStringLiteral("7z"));
+    const QByteArray m_archive = archiveOf(updateFiles(), "7z"_s);
     const int m_size = m_archive.size();
 };
-
-void DownloadRecoveryTest::placeTakenInTheCacheCostsNothing_data()
-{
-    const QString loss = QStringLiteral("*addon.7z : %1 bytes were not written").arg(m_size);
-    const QStringList lines = QStringList{QStringLiteral("Write Error : ") + loss,
-                                          QStringLiteral("Download Error - ") + loss} +
-                              sizeError(0, m_size);
-    QTest::addColumn<QString>("linkTarget");
-    QTest::addColumn<Files>("inside");
-    QTest::addColumn<QStringList>("lines");
-    QTest::newRow("empty folder") << QString() << Files() << lines;
-    QTest::newRow("folder with an archive")
-        << QString()
-        << Files{{QStringLiteral("inner.7z"), archiveOf(updateFiles(2), QStringLiteral("7z"))}}
-        << lines;
-    QTest::newRow("link into a folder that is missing")
-        << QStringLiteral("/no/such/folder/file") << Files() << lines;
-    QTest::newRow("link to a full device") << QStringLiteral("/dev/full") << Files() << lines;
-    QTest::newRow("link to an endless device") << QStringLiteral("/dev/zero") << Files() << lines;
-}
-
-void DownloadRecoveryTest::placeTakenInTheCacheCostsNothing()
-{
-    QFETCH(QString, linkTarget);
-    QFETCH(Files, inside);
-    QFETCH(QStringList, lines);
-    const LogCapture log;
-    UpdateSetup setup;
-    setup.serve(healthy());
-    if (linkTarget.isEmpty())
-        QVERIFY(writeFiles(setup.cached(), inside));
-    else
-        QVERIFY(QFile::link(linkTarget, setup.cached()));
-    QString wrong = setup.wrongUpdate(Package::DOWNLOAD_ERROR, lines);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-    // A folder is nobody's to delete but the user's; a link that leads to no file goes.
-    QCOMPARE(fileTree(setup.cached()), expectedTree(inside));
-    QCOMPARE(QFileInfo(setup.cached()).isDir(), linkTarget.isEmpty());
-    QVERIFY(!QFileInfo(setup.cached()).isSymLink());
-
-    QDir(setup.cached()).removeRecursively();
-    QVERIFY(setup.update());
-    wrong = setup.wrongEnd(Package::INSTALLED);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
-
-void DownloadRecoveryTest::endOfTheProgramCostsNothing_data()
-{
-    QTest::addColumn<HttpResource>("resource");
-    QTest::addColumn<int>("part");
-    QTest::addColumn<QByteArray>("left");
-    QTest::addColumn<QByteArray>("range");
-    HttpResource probe = healthy();
-    probe.holdsHead = true;
-    QTest::newRow("before the probe is answered") << probe << 0 << QByteArray() << QByteArray();
-    QTest::newRow("before the probe is answered, with a part")
-        << probe << 1000 << m_archive.left(1000) << QByteArray("bytes=1000-");
-    HttpResource answer = healthy();
-    answer.holdsGet = true;
-    QTest::newRow("before the transfer is answered") << answer << 0 << QByteArray() << QByteArray();
-    HttpResource body = healthy();
-    body.holdAfter = 70000;
-    QTest::newRow("inside the body")
-        << body << 0 << m_archive.left(70000) << QByteArray("bytes=70000-");
-    QTest::newRow("inside the resumed body")
-        << body << 1000 << m_archive.left(71000) << QByteArray("bytes=71000-");
-}
-
-void DownloadRecoveryTest::endOfTheProgramCostsNothing()
-{
-    QFETCH(HttpResource, resource);
-    QFETCH(int, part);
-    QFETCH(QByteArray, left);
-    QFETCH(QByteArray, range);
-    LogCapture log;
-    UpdateSetup setup;
-    if (part > 0)
-        QVERIFY(writeFile(setup.cached(), m_archive.left(part)));
-    setup.serve(resource);
-    setup.engine().server().forgetRequests();
-    log.clear();
-    setup.startUpdate();
-    QVERIFY(setup.engine().server().waitForRequests(resource.holdsHead ? 1 : 2));
-    QTRY_VERIFY(readFile(setup.cached()) == left);
-    setup.engine().stop();
-    QVERIFY(log.lines().isEmpty());
-    QVERIFY(readFile(setup.cached()) == left);
-    QVERIFY(setup.engine().refresh());
-    QString wrong = setup.loss();
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-
-    setup.serve(healthy());
-    QVERIFY(setup.update());
-    wrong = setup.wrongEnd(Package::INSTALLED);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-    QCOMPARE(setup.engine().server().last("GET", UpdateSetup::link()).header("Range"), range);
-}
-
-void DownloadRecoveryTest::cutArchivesOfOneNameRecover_data()
-{
-    QTest::addColumn<QVector<int>>("order");
-    QTest::newRow("in the same order") << QVector<int>{1, 2};
-    QTest::newRow("in the other order") << QVector<int>{2, 1};
-    QTest::newRow("only the first") << QVector<int>{1};
-    QTest::newRow("only the second") << QVector<int>{2};
-}
-
-void DownloadRecoveryTest::cutArchivesOfOneNameRecover()
-{
-    QFETCH(QVector<int>, order);
-    const LogCapture log;
-    Engine engine;
-    for (const int id : {1, 2}) {
-        Offer offer{id};
-        offer.files = {{Engine::fileOf(id), noise(quint32(id))}};
-        offer.link = QStringLiteral("/%1/data.7z").arg(id);
-        engine.offer(offer);
-        engine.server().resource(offer.link).cutAfter = 50000 * id;
-    }
-    QVERIFY(engine.refresh());
-    for (const int id : {1, 2})
-        engine.install(id);
-    for (const int id : {1, 2}) {
-        QVERIFY(engine.waitForState(id, Package::DOWNLOAD_ERROR));
-        engine.server().resource(QStringLiteral("/%1/data.7z").arg(id)).cutAfter.reset();
-    }
-    QCOMPARE(QFileInfo(engine.cached(QStringLiteral("data.7z"))).size(), 50000);
-    engine.stop();
-    QVERIFY(engine.refresh());
-    for (const int id : order)
-        engine.install(id);
-    for (const int id : order) {
-        QVERIFY(engine.waitUntilSettled(id));
-        const HttpRequest get = engine.server().last("GET", QStringLiteral("/%1/data.7z").arg(id));
-        QCOMPARE(get.header("Range"), QByteArray("bytes=" + QByteArray::number(50000 * id) + '-'));
-        QCOMPARE(engine.package(id)->state(), Package::INSTALLED);
-        QVERIFY(readFile(engine.simulator(Engine::fileOf(id))) == noise(quint32(id)));
-    }
-}
-
-/// Two versions whose archives have one name: the half of the one is no part of the other.
-void DownloadRecoveryTest::halfOfTheVersionBeforeCostsNothing()
-{
-    const LogCapture log;
-    Engine engine;
-    for (const int version : {1, 2}) {
-        Offer offer{7, QStringLiteral("%1.0").arg(version)};
-        offer.files = {{Engine::fileOf(7), noise(quint32(version))}};
-        offer.link = QStringLiteral("/%1.0/addon.zip").arg(version);
-        engine.offer(offer);
-    }
-    engine.server().resource(QStringLiteral("/1.0/addon.zip")).cutAfter = 50000;
-    QVERIFY(engine.refresh());
-    engine.install(7, QStringLiteral("1.0"));
-    QVERIFY(engine.waitForState(7, Package::DOWNLOAD_ERROR));
-    QCOMPARE(QFileInfo(engine.cached(QStringLiteral("addon.zip"))).size(), 50000);
-    engine.stop();
-    QVERIFY(engine.refresh());
-    QVERIFY(engine.installAndWait(7, QStringLiteral("2.0")));
-    QVERIFY(readFile(engine.simulator(Engine::fileOf(7))) == noise(2));
-}
-
-/// What cannot be written is never installed, so that the version before stays.
-void DownloadRecoveryTest::fullDiskCostsNothing()
-{
-    const LogCapture log;
-    UpdateSetup setup;
-    setup.serve(healthy());
-    QVERIFY(QFile::link(QStringLiteral("/dev/full"), setup.cached()));
-    QVERIFY(setup.update());
-    QString wrong = setup.wrongEnd(Package::DOWNLOAD_ERROR);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-    QVERIFY(setup.restart());
-    QVERIFY(setup.update());
-    wrong = setup.wrongEnd(Package::INSTALLED);
-    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-}
-
-void DownloadRecoveryTest::twoHundredTransfersRecover()
-{
-    constexpr int Count = 200;
-    constexpr int SizeOfAll = 3000;
-    constexpr int Patience = 60000; // for one more of them
-    const auto hasFault = [](int id) { return id % 2 == 0; };
-    const LogCapture log;
-    Engine engine;
-    for (int id = 1; id <= Count; ++id) {
-        Offer offer{id};
-        offer.files = {{Engine::fileOf(id), noise(quint32(id), SizeOfAll)}};
-        engine.offer(offer);
-    }
-    const auto archive = [](int id) { return QStringLiteral("/package-%1-1.0.zip").arg(id); };
-    for (int id = 1; id <= Count; ++id) {
-        if (hasFault(id))
-            engine.server().resource(archive(id)).cutAfter = id;
-    }
-    QVERIFY(engine.refresh());
-    for (int id = 1; id <= Count; ++id)
-        engine.install(id);
-    // Transfers share connections: one that is cut may take a healthy neighbour along.
-    for (int id = 1; id <= Count; ++id) {
-        const PackagePointer package = engine.package(id);
-        QTRY_VERIFY_WITH_TIMEOUT(!package->isBusy(), Patience);
-        QVERIFY(package->state() == Package::DOWNLOAD_ERROR ||
-                (package->state() == Package::INSTALLED && !hasFault(id)));
-    }
-    for (int id = 1; id <= Count; ++id) {
-        QTRY_VERIFY(engine.downloads()->find(engine.server().url(archive(id))).isNull());
-        engine.server().resource(archive(id)).cutAfter.reset();
-        if (engine.package(id)->state() != Package::INSTALLED)
-            engine.install(id);
-    }
-    Files expected{{QStringLiteral("X-Plane-x86_64"),
-                    readFile(engine.simulator(QStringLiteral("X-Plane-x86_64")))}};
-    for (int id = 1; id <= Count; ++id) {
-        QTRY_COMPARE_WITH_TIMEOUT(engine.package(id)->state(), Package::INSTALLED, Patience);
-        expected.insert(Engine::fileOf(id), noise(quint32(id), SizeOfAll));
-    }
-    QTRY_VERIFY(!engine.controller().isBusy());
-    for (int id = 1; id <= Count; ++id)
-        QCOMPARE(engine.recordedStatus(id), 1);
-    QCOMPARE(fileTree(engine.simulator({})), expectedTree(expected));
-}
 
 KAVO_TEST_MAIN(DownloadRecoveryTest)
 #include "DownloadRecoveryTest.moc"

@@ -1,162 +1,74 @@
-#include "tests/packages/Engine.h"
-#include "tests/support/LogCapture.h"
+#include "tests/packages/EngineTest.h"
+#include "tests/support/Table.h"
 #include "tests/support/TestMain.h"
-
-#include <QDir>
-#include <QSignalSpy>
-#include <QTest>
-
-#include <memory>
 
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
 using Kavo::Controllers::PackageController;
 
-class PackageControllerTest final : public QObject
+class PackageControllerTest final : public EngineTest
 {
     Q_OBJECT
 
 private slots:
-    void init() { m_engine = std::make_unique<Engine>(); }
-    void cleanup() { m_engine.reset(); }
-
-    void changeLogTellsWhatComesAfterTheInstalledVersion();
-    void changeLogOfAnUpToDatePackageIsEmpty();
-    void changeLogOfAPackageThatIsNotInstalledIsEmpty();
-    void changeLogOfAnOlderTargetIsEmpty();
-    void resetDeletesBothDatabasesAndLeavesFiles();
-    void resetWithoutDatabasesDoesNothing();
-    void refreshAfterAResetStartsAfresh();
-    void showListAnnouncesTheList();
-    void damagedDatabaseStillLetsPackagesBeInstalled();
-    void databaseDeletedWhileRunningIsNoLie();
-
-private:
-    void offerThreeVersions();
-
-    std::unique_ptr<Engine> m_engine;
-};
-
-void PackageControllerTest::offerThreeVersions()
-{
-    for (const QString &version :
-         {QStringLiteral("1.0"), QStringLiteral("1.2"), QStringLiteral("1.10")}) {
-        Offer offer{7, version};
-        if (version != QLatin1String("1.2"))
-            offer.log = QStringList{QStringLiteral("news of ") + version};
-        m_engine->offer(offer);
+    void changeLogTellsWhatComesAfterTheInstalledVersion_data()
+    {
+        const QString newest = "<strong>1.10</strong><ul><li>news of 1.10</li></ul>"_s;
+        const QString middle = "<strong>1.2</strong><p>Not available></p>"_s;
+        table<QString, QString, QString>({"installed", "target", "log"},
+                                         {{"the newest", "1.0"_s, QString(), newest + middle},
+                                          {"up to the target", "1.0"_s, "1.2"_s, middle},
+                                          {"up to date", "1.10"_s, QString(), QString()},
+                                          {"not installed", QString(), QString(), QString()},
+                                          {"older target", "1.2"_s, "1.0"_s, QString()}});
     }
-}
+    void changeLogTellsWhatComesAfterTheInstalledVersion()
+    {
+        QFETCH(QString, installed);
+        QFETCH(QString, target);
+        QFETCH(QString, log);
+        QVERIFY(publish({Offer{7, "1.0"_s}.telling({"news of 1.0"_s}),
+                         {7, "1.2"_s},
+                         Offer{7, "1.10"_s}.telling({"news of 1.10"_s})}));
+        QVERIFY(installed.isEmpty() || installAndWait(7, installed));
+        QCOMPARE(controller().changeLog(package(7), target), log);
+        uninstall(7);
+        QCOMPARE(controller().changeLog(package(7), QString()), QString());
+    }
 
-void PackageControllerTest::changeLogTellsWhatComesAfterTheInstalledVersion()
-{
-    offerThreeVersions();
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.0")));
-    const QString newest = QStringLiteral("<strong>1.10</strong><ul><li>news of 1.10</li></ul>");
-    const QString middle = QStringLiteral("<strong>1.2</strong><p>Not available></p>");
-    PackageController &controller = m_engine->controller();
-    QCOMPARE(controller.changeLog(m_engine->package(7), QString()), newest + middle);
-    QCOMPARE(controller.changeLog(m_engine->package(7), QStringLiteral("1.2")), middle);
-}
+    void resetDeletesBothDatabasesAndLeavesFiles()
+    {
+        const QString downloads = profile().dataFolder() + "download.db"_s;
+        QVERIFY(publish({{7}}) && installAndWait(7));
+        QVERIFY(QFile::exists(packageDatabase()) && QFile::exists(downloads));
+        controller().reset();
+        QVERIFY(!QFile::exists(packageDatabase()) && !QFile::exists(downloads));
+        QVERIFY(hasFile(7));
+        QCOMPARE(controller().status(package(7)), int(Package::UNKNOWN));
+        // The next refresh starts afresh.
+        QVERIFY(refresh());
+        QCOMPARE(state(7), Package::AVAILABLE);
+        QCOMPARE(recordedStatus(7), -1);
+    }
 
-void PackageControllerTest::changeLogOfAnUpToDatePackageIsEmpty()
-{
-    offerThreeVersions();
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->installAndWait(7));
-    QVERIFY(m_engine->controller().changeLog(m_engine->package(7), QString()).isEmpty());
-}
+    void resetWithoutDatabasesDoesNothing()
+    {
+        start();
+        controller().reset();
+        controller().reset();
+        QVERIFY(!QFile::exists(packageDatabase()));
+    }
 
-void PackageControllerTest::changeLogOfAPackageThatIsNotInstalledIsEmpty()
-{
-    offerThreeVersions();
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->controller().changeLog(m_engine->package(7), QString()).isEmpty());
-    QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.0")));
-    m_engine->controller().uninstall(m_engine->package(7));
-    QVERIFY(m_engine->controller().changeLog(m_engine->package(7), QString()).isEmpty());
-}
-
-void PackageControllerTest::changeLogOfAnOlderTargetIsEmpty()
-{
-    offerThreeVersions();
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->installAndWait(7, QStringLiteral("1.2")));
-    QVERIFY(
-        m_engine->controller().changeLog(m_engine->package(7), QStringLiteral("1.0")).isEmpty());
-}
-
-void PackageControllerTest::resetDeletesBothDatabasesAndLeavesFiles()
-{
-    m_engine->offer({7});
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->installAndWait(7));
-    const QString packages = m_engine->profile().dataFolder() + QStringLiteral("packages.db");
-    const QString downloads = m_engine->profile().dataFolder() + QStringLiteral("download.db");
-    QVERIFY(QFile::exists(packages) && QFile::exists(downloads));
-    m_engine->controller().reset();
-    QVERIFY(!QFile::exists(packages));
-    QVERIFY(!QFile::exists(downloads));
-    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(7))));
-}
-
-void PackageControllerTest::resetWithoutDatabasesDoesNothing()
-{
-    m_engine->start();
-    m_engine->controller().reset();
-    m_engine->controller().reset();
-    QVERIFY(!QFile::exists(m_engine->profile().dataFolder() + QStringLiteral("packages.db")));
-}
-
-void PackageControllerTest::refreshAfterAResetStartsAfresh()
-{
-    m_engine->offer({7});
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->installAndWait(7));
-    m_engine->controller().reset();
-    QCOMPARE(m_engine->controller().status(m_engine->package(7)), 9);
-    QVERIFY(m_engine->refresh());
-    QCOMPARE(m_engine->package(7)->state(), Package::AVAILABLE);
-    QCOMPARE(m_engine->recordedStatus(7), -1);
-}
-
-void PackageControllerTest::showListAnnouncesTheList()
-{
-    m_engine->start();
-    QSignalSpy listed(&m_engine->controller(), &PackageController::list);
-    QSignalSpy updated(&m_engine->controller(), &PackageController::update);
-    m_engine->controller().showList();
-    QCOMPARE(listed.count(), 1);
-    QCOMPARE(updated.count(), 0);
-}
-
-void PackageControllerTest::damagedDatabaseStillLetsPackagesBeInstalled()
-{
-    QVERIFY(writeFile(m_engine->profile().dataFolder() + QStringLiteral("packages.db"),
-                      QByteArray(4096, 'x')));
-    m_engine->offer({7});
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->installAndWait(7));
-    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(7))));
-}
-
-void PackageControllerTest::databaseDeletedWhileRunningIsNoLie()
-{
-    m_engine->offer({7});
-    m_engine->offer({8});
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->installAndWait(7));
-    QVERIFY(QFile::remove(m_engine->profile().dataFolder() + QStringLiteral("packages.db")));
-    const LogCapture log;
-    QVERIFY(m_engine->installAndWait(8));
-    QVERIFY(log.count(QStringLiteral("SQL Error: ")) > 0);
-    QVERIFY(QFile::exists(m_engine->simulator(Engine::fileOf(8))));
-    // The next run knows of nothing, which is what the disk has.
-    m_engine->stop();
-    QVERIFY(m_engine->refresh());
-    QCOMPARE(m_engine->package(8)->state(), Package::AVAILABLE);
-}
+    void showListAnnouncesTheList()
+    {
+        start();
+        QSignalSpy listed(&controller(), &PackageController::list);
+        QSignalSpy updated(&controller(), &PackageController::update);
+        controller().showList();
+        QCOMPARE(listed.count(), 1);
+        QCOMPARE(updated.count(), 0);
+    }
+};
 
 KAVO_TEST_MAIN(PackageControllerTest)
 #include "PackageControllerTest.moc"

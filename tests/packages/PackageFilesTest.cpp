@@ -2,808 +2,625 @@
 
 #include "packages/installation/SettledCopy.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScratchProfile.h"
+#include "tests/support/Table.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QTest>
 
 #include <memory>
 #include <sys/stat.h>
 
 using namespace Kavo::Models;
-using Kavo::Testing::filesUnder;
-using Kavo::Testing::fileTree;
-using Kavo::Testing::LogCapture;
-using Kavo::Testing::ScratchProfile;
-
-namespace {
+using namespace Kavo::Testing;
 
 using Tree = QMap<QString, QString>;
 
-void write(const QString &path, const QByteArray &content)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
-
-QByteArray read(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
-}
-
-} // namespace
-
+/// The rules of a version on the disk. Beside the simulator lie a folder of others and the user's
+/// second disk, which no test may change but by a rule that names what is on the disk.
 class PackageFilesTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_profile = std::make_unique<ScratchProfile>();
+        m_folders = {m_profile->simulatorFolder(), m_profile->preserveFolder(),
+                     m_profile->backupFolder()};
+        m_version = PackageVersionPointer::create();
+        m_program = readFile(simulator("X-Plane-x86_64"_s));
+        m_outside = m_profile->folder("outside"_s);
+        m_disk = m_profile->folder("second disk"_s);
+        QVERIFY(writeFile(m_outside + "victim.txt"_s, "theirs"));
+        QVERIFY(writeFile(m_disk + "Other/other.txt"_s, "other"));
+    }
 
-    void listedFilesAndFoldersAreRemoved();
-    void entriesThatLeaveTheSimulatorAreSkipped_data();
-    void entriesThatLeaveTheSimulatorAreSkipped();
-    void linkOfTheUserOnTheWayIsFollowed_data();
-    void linkOfTheUserOnTheWayIsFollowed();
-    void linkBelowARemovalEntryIsNoWayOut();
-    void linkBelowARemovalEntryMayLeadInside();
-    void folderThatHoldsANeededOneIsSkipped_data();
-    void folderThatHoldsANeededOneIsSkipped();
-    void copiesInTheSimulatorAreNotRemoved();
-    void linkedFolderLosesTheLinkOnly();
-    void linkToNowhereIsRemoved();
-    void linkInsideARemovedFolderIsNotFollowed();
-    void loopOfLinksEnds();
-    void pathThroughALoopOfLinksIsSkipped();
-    void ownLinkOnTheWayToTheExtractFolderIsFollowed();
-    void entryThatIsNotThereIsPassedOver();
+    void cleanup()
+    {
+        QCOMPARE(readFiles(m_outside), (Files{{"victim.txt"_s, "theirs"}}));
+        QCOMPARE(readFile(m_disk + "Other/other.txt"_s), "other");
+        m_profile.reset();
+    }
 
-    void preservedFileComesBackAndItsCopyGoes();
-    void preservedFileThatTheArchiveBringsIsNotOverwrittenNorLost();
-    void settledCopyGivesWayToTheFile();
-    void copyOfUnfinishedWorkIsNotOverwritten();
-    void copyOfUnfinishedWorkIsNotTakenForASettledOne();
-    void copyThatCannotBeBroughtBackIsNotSettled();
-    void settledCopyStaysWhileTheArchivesFileIsUnchanged();
-    void failedCopyTakesNewCopiesAway();
-    void failedCopyLeavesSettledOnesSettled();
-    void halfAMarkIsNone();
-    void settledCopyComesBackWhereNothingStands();
-    void markOfACopyThatIsGoneCountsForNoOther();
-    void noMarkIsLeftBehind();
-    void preservedFolderMakesOnlyItsParent();
-    void preserveEntriesThatLeaveTheSimulatorAreSkipped();
-    void copyThatAlreadyStandsInItsPlaceIsGivenUp();
+    void listedFilesAndFoldersAreRemoved()
+    {
+        put({{"a/own.txt"_s, "own"}, {"a/other.txt"_s, "other"}, {"b/deep/.hidden"_s, "own"}});
+        remove({"a/own.txt"_s, "missing/file"_s, "b/"_s});
+        const LogCapture log;
+        files().remove();
+        QCOMPARE(tree(), treeOf({{"a/other.txt"_s, "other"}}));
+        QCOMPARE(log.lines(), QStringList("Removing directory : "_s + simulator("b"_s)));
+    }
 
-    void backupIsMadeOnceAndPutBackOnRemoval();
-    void removalThatWasCutShortCanBeRepeated();
-    void copiesAreGivenUpOnlyWhereTheirContentStands();
-    void firstBackupIsNeverOverwritten();
-    void onlyFailuresAreCalledSo();
-    void backupIsKeptWhileItsPlaceIsTaken();
-    void backupFolderMakesOnlyItsParent();
-    void backupThroughALinkOutOfTheBackupFolderIsSkipped();
+    void entriesThatLeaveTheSimulatorAreSkipped_data()
+    {
+        table<QString>({"entry"}, {{"empty: the whole simulator", QString()},
+                                   {"dot: the whole simulator", "."_s},
+                                   {"parent", "../outside"_s},
+                                   {"parent by way of a child", "a/../../outside"_s},
+                                   {"two up", "../.."_s},
+                                   {"absolute", "@OUTSIDE@"_s},
+                                   {"file outside", "../outside/victim.txt"_s},
+                                   {"absolute file", "@OUTSIDE@victim.txt"_s},
+                                   {"by a link among the package's files", "own/link/victim.txt"_s},
+                                   {"by a loop of one link", "own/loop/file"_s},
+                                   {"by a loop of two links", "own/ping/a/b"_s}});
+    }
+    void entriesThatLeaveTheSimulatorAreSkipped()
+    {
+        QFETCH(QString, entry);
+        entry.replace("@OUTSIDE@"_s, m_outside);
+        put({{"a/mine.txt"_s, "mine"}, {"own/own.txt"_s, "own"}});
+        for (const auto &[target, name] : {qMakePair(m_outside, "link"_s),
+                                           {"loop"_s, "loop"_s},
+                                           {"pong"_s, "ping"_s},
+                                           {"ping"_s, "pong"_s}})
+            link(target, simulator("own/"_s + name));
+        const QString skipped = "Skipping path : "_s + entry;
+        keep({entry});
+        backUp({entry});
+        remove({entry, "a/mine.txt"_s, "own"_s});
+        {
+            const LogCapture log;
+            files().secure();
+            QCOMPARE(log.lines(), QStringList({skipped, skipped}));
+        }
+        QVERIFY(filesUnder(m_folders.preserve).isEmpty() && filesUnder(m_folders.backup).isEmpty());
+        const LogCapture log;
+        files().remove();
+        QVERIFY(log.contains(skipped));
+        // The rest of the list goes on.
+        QCOMPARE(tree(), treeOf({{"a/"_s, ""}}));
+    }
 
-    void pipesHoldNobodyUp();
-    void pipeInThePlaceOfACopyGivesWay();
+    void copyWhosePlaceLeadsOutStays()
+    {
+        const QStringList entries{"own/link/victim.txt"_s, "own/loop/file"_s};
+        link(m_outside, simulator("own/link"_s));
+        link("loop"_s, simulator("own/loop"_s));
+        keep(entries);
+        remove({"own"_s});
+        for (const QString &entry : entries)
+            write(kept(entry), "user's");
+        const LogCapture log;
+        files().restorePreserved();
+        for (const QString &entry : entries) {
+            QVERIFY(log.contains("Skipping path : "_s + entry));
+            QCOMPARE(readFile(kept(entry)), "user's");
+        }
+    }
 
-    void extractFolder_data();
-    void extractFolder();
+    void linkOfTheUserOnTheWayIsFollowed_data()
+    {
+        table<QString, QString, QString>(
+            {"link", "entry", "file"},
+            {{"first folder", "link"_s, "link/Field"_s, "Field/own.txt"_s},
+             {"in the middle", "Custom Scenery/link"_s, "Custom Scenery/link/deep/Field"_s,
+              "deep/Field/own.txt"_s},
+             {"a file", "link"_s, "link/Field/own.txt"_s, "Field/own.txt"_s},
+             {"to the folder that is unpacked into", "Custom Scenery"_s, "Custom Scenery/Field"_s,
+              "Field/own.txt"_s}});
+    }
+    void linkOfTheUserOnTheWayIsFollowed()
+    {
+        QFETCH(QString, link);
+        QFETCH(QString, entry);
+        QFETCH(QString, file);
+        this->link(m_disk, simulator(link));
+        const QString path = link + u'/' + file;
+        write(m_disk + file, "own");
+        m_version->install->extract = "Custom Scenery"_s;
+        keep({path});
+        backUp({path});
+        remove({entry});
+        const LogCapture log;
+        files().secure();
+        QCOMPARE(readFile(kept(path)), "own");
+        QCOMPARE(readFile(backup(path)), "own");
+        write(m_disk + file, "package's");
+        files().remove();
+        QCOMPARE(readFile(m_disk + file), "own");
+        backUp({});
+        files().remove();
+        QVERIFY(!QFile::exists(m_disk + file));
+        QCOMPARE(log.count("Skipping path : "_s), 0);
+        QVERIFY(QFileInfo(simulator(link)).isSymLink());
+    }
+
+    void linkBelowARemovalEntryIsNoWayOut()
+    {
+        // The package's own folder stands behind a link of the user's, and has brought another one.
+        const QString victim = "Scenery/Field/door/victim.txt"_s;
+        const QString added = "Scenery/Field/door/added.txt"_s;
+        link(m_disk, simulator("Scenery"_s));
+        link(m_outside, m_disk + "Field/door"_s);
+        write(backup(added), "from the package");
+        keep({victim, added});
+        backUp({victim, added});
+        // The door is an entry itself, but one below another.
+        remove({victim, added, "Scenery/Field/door/"_s, "Scenery/Field/"_s});
+        const LogCapture log;
+        files().secure();
+        QVERIFY(!QFile::exists(kept(victim)) && !QFile::exists(backup(victim)));
+        QCOMPARE(log.lines().count("Skipping path : "_s + victim), 2);
+        files().remove();
+        QVERIFY(!QFileInfo(m_disk + "Field/door"_s).isSymLink());
+    }
+
+    void linkBelowARemovalEntryMayLeadInside()
+    {
+        const QString settings = "Scenery/Field/short/settings.ini"_s;
+        write(m_disk + "Field/real/settings.ini"_s, "user's");
+        link(m_disk, simulator("Scenery"_s));
+        link("real"_s, m_disk + "Field/short"_s);
+        keep({settings});
+        remove({"Scenery/Field"_s});
+        files().secure();
+        QCOMPARE(readFile(kept(settings)), "user's");
+    }
+
+    void folderThatHoldsANeededOneIsSkipped_data()
+    {
+        table<int>({"number"}, {{"the simulator", 0}, {"the kept files", 1}, {"the backups", 2}});
+    }
+    void folderThatHoldsANeededOneIsSkipped()
+    {
+        QFETCH(int, number);
+        const QStringList needed{m_folders.installation, m_folders.preserve, m_folders.backup};
+        // A link to the folder above makes an entry of the folder, and one more of the folder
+        // above.
+        const QFileInfo folder(QDir::cleanPath(needed.at(number)));
+        const QFileInfo above(folder.path());
+        QVERIFY(QDir().mkpath(folder.filePath()));
+        link(above.filePath(), simulator("up"_s));
+        link(above.path(), simulator("upper"_s));
+        const QStringList entries{"up/"_s + folder.fileName(), "upper/"_s + above.fileName()};
+        remove(entries);
+        const LogCapture log;
+        files().remove();
+        for (const QString &entry : entries)
+            QVERIFY(log.contains("Skipping path : "_s + entry));
+        // The links themselves may go.
+        remove({"up"_s, "upper"_s});
+        files().remove();
+        QVERIFY(QFileInfo(folder.filePath()).isDir());
+        QCOMPARE(tree(), treeOf({}));
+    }
+
+    void copiesInTheSimulatorAreNotRemoved()
+    {
+        m_folders.preserve = simulator("Output/kept/"_s);
+        put({{"Output/kept/plugin/settings.ini"_s, "user's"}, {"Output/other/own.txt"_s, "own"}});
+        remove({"Output/kept/plugin"_s, "Output/other"_s});
+        const LogCapture log;
+        files().remove();
+        QVERIFY(log.contains("Skipping path : Output/kept/plugin"_s));
+        QCOMPARE(tree(), treeOf({{"Output/kept/plugin/settings.ini"_s, "user's"}}));
+    }
+
+    void removedLinkIsNotFollowed_data()
+    {
+        table<QString, QString, QString>({"link", "target", "entry"},
+                                         {{"to a folder", "link"_s, "@OUTSIDE@"_s, "link/"_s},
+                                          {"to nowhere", "link"_s, "/nowhere/at/all"_s, "link"_s},
+                                          {"inside of a folder", "a/link"_s, "@OUTSIDE@"_s, "a"_s},
+                                          {"to the folder above", "a/loop"_s, ".."_s, "a"_s}});
+    }
+    void removedLinkIsNotFollowed()
+    {
+        QFETCH(QString, link);
+        QFETCH(QString, target);
+        QFETCH(QString, entry);
+        this->link(target.replace("@OUTSIDE@"_s, m_outside), simulator(link));
+        remove({entry});
+        files().remove();
+        QCOMPARE(tree(), treeOf({}));
+    }
+
+    void preservedFileComesBackAndItsCopyGoes()
+    {
+        const QString path = "plugin/settings.ini"_s;
+        put({{path, "user's"}});
+        keep({path});
+        files().secure();
+        QCOMPARE(readFile(kept(path)), "user's");
+        QVERIFY(QDir(simulator("plugin"_s)).removeRecursively());
+        files().restorePreserved();
+        QCOMPARE(readFile(simulator(path)), "user's");
+        QVERIFY(!QFile::exists(kept(path)));
+    }
+
+    // Fixed, see docs/compatibility.md.
+    void preservedFileThatTheArchiveBringsIsNotOverwrittenNorLost()
+    {
+        const LogCapture log;
+        settleCopy("user's");
+        QCOMPARE(readFile(settings()), "archive's");
+        QCOMPARE(log.lines(), QStringList("Preserved copy stays : "_s + keptSettings()));
+    }
+
+    void settledCopyGivesWayToTheFile()
+    {
+        settleCopy("user's first");
+        secureWith("user's second");
+        QCOMPARE(readFile(keptSettings()), "user's second");
+        QVERIFY(QFile::remove(settings()));
+        files().restorePreserved();
+        QCOMPARE(readFile(settings()), "user's second");
+        QCOMPARE(fileTree(m_folders.preserve), Tree());
+    }
+
+    void copyOfUnfinishedWorkIsNotOverwritten()
+    {
+        // The first installation has ended suddenly, or failed, when the archive's file stood
+        // there.
+        keep({"settings.ini"_s});
+        secureWith("user's");
+        const LogCapture log;
+        secureWith("archive's");
+        QCOMPARE(readFile(keptSettings()), "user's");
+        QCOMPARE(log.lines(), QStringList());
+    }
+
+    void copyOfUnfinishedWorkIsNotTakenForASettledOne_data()
+    {
+        table<bool>({"isGone"}, {{"the settled copy stands", false}, {"it is gone", true}});
+    }
+    /// As before, with a settled copy, or just its mark, in the place of the one that is left.
+    void copyOfUnfinishedWorkIsNotTakenForASettledOne()
+    {
+        QFETCH(bool, isGone);
+        settleCopy("user's first");
+        QVERIFY(!isGone || QFile::remove(keptSettings()));
+        secureWith("user's second");
+        secureWith("next archive's");
+        QCOMPARE(readFile(keptSettings()), "user's second");
+    }
+
+    void copyThatCannotBeBroughtBackIsNotSettled()
+    {
+        // A file stands where the folder of the copy would have to be made.
+        const QString entry = "plugin/settings.ini"_s;
+        keep({entry});
+        put({{entry, "user's"}});
+        files().secure();
+        QVERIFY(QDir(simulator("plugin"_s)).removeRecursively());
+        write(simulator("plugin"_s), "in the way");
+        const LogCapture log;
+        files().restorePreserved();
+        QVERIFY(log.contains("Copy failed : %1 -> %2"_s.arg(kept(entry), simulator(entry))));
+        QVERIFY(QFile::remove(simulator("plugin"_s)));
+        write(simulator(entry), "archive's");
+        files().secure();
+        QCOMPARE(readFile(kept(entry)), "user's");
+    }
+
+    void settledCopyStaysWhileTheArchivesFileIsUnchanged()
+    {
+        // As after a sudden end at the very end of an installation that is then repeated.
+        settleCopy("user's");
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            files().secure();
+            QCOMPARE(readFile(keptSettings()), "user's");
+            files().restorePreserved();
+        }
+        secureWith("user's second");
+        QCOMPARE(readFile(keptSettings()), "user's second");
+    }
+
+    void failedCopyTakesNewCopiesAway()
+    {
+        keep({"a.txt"_s, "b.txt"_s, "c.txt"_s});
+        backUp({"d.txt"_s, "e.txt"_s});
+        for (const char *name : {"a.txt", "b.txt", "c.txt", "d.txt", "e.txt"})
+            put({{QLatin1String(name), "user's"}});
+        write(kept("a.txt"_s), "user's before");
+        write(backup("d.txt"_s), "original before");
+        QVERIFY(QDir().mkpath(backup("e.txt"_s)));
+        QCOMPARE(files().secure(), simulator("e.txt"_s));
+        QCOMPARE(filesUnder(m_folders.preserve), QStringList("a.txt"_s));
+        QCOMPARE(filesUnder(m_folders.backup), QStringList("d.txt"_s));
+        // The first failure ends it.
+        QVERIFY(QDir().mkpath(kept("b.txt"_s)));
+        const LogCapture log;
+        QCOMPARE(files().secure(), simulator("b.txt"_s));
+        QCOMPARE(log.lines().size(), 1);
+    }
+
+    void failedCopyLeavesSettledOnesSettled()
+    {
+        settleCopy("user's first");
+        put({{Lights, "original"}});
+        backUp({Lights});
+        write(settings(), "user's second");
+        QVERIFY(QDir().mkpath(backup(Lights)));
+        QCOMPARE(files().secure(), simulator(Lights));
+        // Nothing has been touched, so the user goes on with the file in the simulator.
+        write(settings(), "user's third");
+        QVERIFY(QDir().rmdir(backup(Lights)));
+        QCOMPARE(files().secure(), QString());
+        QCOMPARE(readFile(keptSettings()), "user's third");
+    }
+
+    void halfAMarkIsNone()
+    {
+        settleCopy("user's");
+        QFile mark(settledMarkOf(keptSettings()));
+        QVERIFY(mark.exists() && mark.resize(mark.size() / 2));
+        secureWith("archive's of another version");
+        QCOMPARE(readFile(keptSettings()), "user's");
+    }
+
+    void settledCopyComesBackWhereNothingStands()
+    {
+        settleCopy("user's");
+        QVERIFY(QFile::remove(settings()));
+        files().secure();
+        files().restorePreserved();
+        QCOMPARE(readFile(settings()), "user's");
+        QCOMPARE(fileTree(m_folders.preserve), Tree());
+    }
+
+    void noMarkIsLeftBehind()
+    {
+        settleCopy("user's");
+        write(settings(), "user's");
+        files().giveUpReturned();
+        QCOMPARE(fileTree(m_folders.preserve), Tree());
+    }
+
+    // Fixed, see docs/compatibility.md.
+    void entryThatIsAFolderMakesOnlyItsParent()
+    {
+        const QString entry = "plugin/data"_s;
+        put({{entry + "/file.txt"_s, "user's"}});
+        keep({entry});
+        backUp({entry});
+        files().secure();
+        QCOMPARE(fileTree(m_folders.preserve).keys(), QStringList("plugin/"_s));
+        QCOMPARE(fileTree(m_folders.backup).keys(), QStringList("plugin/"_s));
+        QVERIFY(QDir().mkpath(kept(entry)));
+        QVERIFY(QDir(simulator("plugin"_s)).removeRecursively());
+        files().restorePreserved();
+        QCOMPARE(tree(), treeOf({{"plugin/"_s, ""}}));
+    }
+
+    void copyThatAlreadyStandsInItsPlaceIsGivenUp()
+    {
+        // As after a sudden end between the copy and the removal of its source.
+        write(keptSettings(), "user's");
+        write(settings(), "user's");
+        keep({"settings.ini"_s});
+        files().restorePreserved();
+        QVERIFY(!QFile::exists(keptSettings()));
+        QCOMPARE(readFile(settings()), "user's");
+    }
+
+    // Fixed, see docs/compatibility.md.
+    void backupIsMadeOnceAndPutBackOnRemoval()
+    {
+        // The removal is cut short and repeated once: nobody has noted down that it was done.
+        const QStringList replaced{Lights, "sounds/alert.wav"_s};
+        const Files originals{{Lights, "original"}, {"sounds/alert.wav"_s, "original"}};
+        put(originals);
+        backUp(replaced);
+        remove(replaced);
+        for (const char *content : {"package's", "package's of another version"}) {
+            files().secure();
+            QCOMPARE(readFile(backup(Lights)), "original");
+            write(simulator(Lights), content);
+        }
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            files().remove();
+            QCOMPARE(tree(), treeOf(originals));
+        }
+        files().giveUpReturned();
+        QCOMPARE(tree(), treeOf(originals));
+        QVERIFY(!QFile::exists(backup(Lights)));
+    }
+
+    void backupWithoutAMarkIsNeitherOverwrittenNorGivenUp()
+    {
+        write(backup(Lights), "original");
+        put({{Lights, "package's"}});
+        backUp({Lights});
+        files().secure();
+        files().remove();
+        QCOMPARE(readFile(simulator(Lights)), "package's");
+        QCOMPARE(readFile(backup(Lights)), "original");
+    }
+
+    void copiesAreGivenUpOnlyWhereTheirContentStands()
+    {
+        const QStringList paths{"here.txt"_s, "missing.txt"_s, "other.txt"_s};
+        backUp(paths);
+        keep(paths);
+        for (const QString &path : paths) {
+            write(backup(path), "original");
+            write(kept(path), "original");
+        }
+        put({{paths.at(0), "original"}, {paths.at(2), "somebody's"}});
+        files().giveUpReturned();
+        const Files left{{paths.at(1), "original"}, {paths.at(2), "original"}};
+        QCOMPARE(readFiles(m_folders.backup), left);
+        QCOMPARE(readFiles(m_folders.preserve), left);
+    }
+
+    void onlyFailuresAreCalledSo()
+    {
+        // Without a removal rule the original stands where its backup would return, at the first
+        // installation, and the package's file at every later one.
+        backUp({Lights});
+        const LogCapture log;
+        for (const char *content : {"original", "package's"}) {
+            write(simulator(Lights), content);
+            files().secure();
+            files().remove();
+            QCOMPARE(readFile(simulator(Lights)), content);
+            QCOMPARE(readFile(backup(Lights)), "original");
+        }
+        // Nor is a link of the user's in its place, wherever it leads.
+        QVERIFY(QFile::remove(simulator(Lights)));
+        link("/nowhere/at/all"_s, simulator(Lights));
+        files().remove();
+        QCOMPARE(log.lines(), QStringList());
+        QVERIFY(QFile::remove(simulator(Lights)));
+        write(simulator(Lights), "package's");
+        // A folder in the place of the backup is a failure.
+        QVERIFY(QFile::remove(backup(Lights)) && QDir().mkpath(backup(Lights)));
+        files().secure();
+        QCOMPARE(log.lines(),
+                 QStringList("Copy failed : %1 -> %2"_s.arg(simulator(Lights), backup(Lights))));
+    }
+
+    void backupThroughALinkOutOfTheBackupFolderIsSkipped()
+    {
+        link(m_outside, m_folders.backup + u'a');
+        put({{"a/file.txt"_s, "original"}});
+        backUp({"a/file.txt"_s});
+        QCOMPARE(files().secure(), simulator("a/file.txt"_s));
+    }
+
+    void pipesHoldNobodyUp()
+    {
+        keep({"settings.ini"_s});
+        backUp({Lights});
+        putPipe(settings());
+        putPipe(simulator(Lights));
+        const LogCapture log;
+        // There is nothing in them to keep, and no reason not to install.
+        QVERIFY(files().secure().isEmpty());
+        QVERIFY(log.contains("Skipping path : settings.ini"_s));
+        QVERIFY(log.contains("Skipping path : "_s + Lights));
+        QVERIFY(filesUnder(m_folders.preserve).isEmpty() && filesUnder(m_folders.backup).isEmpty());
+
+        for (const QString &path : {settings(), simulator(Lights)}) {
+            QVERIFY(QFile::remove(path));
+            write(path, "user's");
+        }
+        QVERIFY(files().secure().isEmpty());
+        putPipe(settings());
+        putPipe(simulator(Lights));
+        files().restorePreserved();
+        QCOMPARE(files().remove().notReturned.paths(), QStringList(backup(Lights)));
+        files().giveUpReturned();
+        QCOMPARE(readFile(keptSettings()), "user's");
+        QCOMPARE(readFile(backup(Lights)), "user's");
+    }
+
+    void pipeInThePlaceOfACopyGivesWay()
+    {
+        keep({"settings.ini"_s});
+        QVERIFY(QDir().mkpath(m_folders.preserve));
+        putPipe(keptSettings());
+        write(settings(), "user's");
+        QVERIFY(files().secure().isEmpty());
+        QVERIFY(QFileInfo(keptSettings()).isFile());
+        QCOMPARE(readFile(keptSettings()), "user's");
+    }
+
+    void extractFolder_data()
+    {
+        table<QString, QString>({"extract", "folder"},
+                                {{"empty: the simulator", QString(), "@SIM@"_s},
+                                 {"dot: the simulator", "./"_s, "@SIM@"_s},
+                                 {"folder", "Custom Scenery/"_s, "@SIM@/Custom Scenery"_s},
+                                 {"parent", ".."_s, QString()},
+                                 {"out by way of a child", "a/../../b"_s, QString()},
+                                 {"absolute", "/etc"_s, QString()}});
+    }
+    void extractFolder()
+    {
+        QFETCH(QString, extract);
+        QFETCH(QString, folder);
+        m_version->install->extract = extract;
+        folder.replace("@SIM@"_s, QDir::cleanPath(m_folders.installation));
+        QCOMPARE(files().extractFolder(), folder);
+    }
 
 private:
     PackageFiles files() const { return PackageFiles(m_folders, *m_version); }
     QString simulator(const QString &path) const { return m_folders.installation + path; }
+    QString kept(const QString &path) const { return m_folders.preserve + path; }
+    QString backup(const QString &path) const { return m_folders.backup + path; }
+    QString settings() const { return simulator("settings.ini"_s); }
+    QString keptSettings() const { return kept("settings.ini"_s); }
 
-    QString settings() const { return simulator(QStringLiteral("settings.ini")); }
-    QString keptSettings() const { return m_folders.preserve + QStringLiteral("settings.ini"); }
+    void keep(const QStringList &entries) { m_version->install->preserve = entries; }
+    void backUp(const QStringList &entries) { m_version->install->backup = entries; }
+    void remove(const QStringList &entries) { m_version->uninstall->remove = entries; }
+
+    static void write(const QString &path, const QByteArray &content)
+    {
+        QVERIFY(writeFile(path, content));
+    }
+    /// Puts these into the simulator.
+    void put(const Files &files) const { QVERIFY(writeFiles(m_folders.installation, files)); }
+    static void putPipe(const QString &path)
+    {
+        QFile::remove(path);
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    }
+    static void link(const QString &target, const QString &place)
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(place).path()) && QFile::link(target, place));
+    }
+    /// All of the simulator, and what it is with these files and nothing else.
+    Tree tree() const { return fileTree(m_folders.installation); }
+    Tree treeOf(Files files) const
+    {
+        files.insert("X-Plane-x86_64"_s, m_program);
+        return expectedTree(files);
+    }
     /// An installation to its end that leaves a copy of the settings, since the archive brings
     /// some.
-    void settleCopy(const QByteArray &content);
+    void settleCopy(const QByteArray &content)
+    {
+        keep({"settings.ini"_s});
+        secureWith(content);
+        write(settings(), "archive's");
+        files().restorePreserved();
+        QCOMPARE(readFile(keptSettings()), content);
+    }
+    /// The beginning of an installation that finds these settings.
+    void secureWith(const QByteArray &content)
+    {
+        write(settings(), content);
+        files().secure();
+    }
 
+    const QString Lights = "lights.txt"_s;
     std::unique_ptr<ScratchProfile> m_profile;
+    QByteArray m_program; ///< the simulator's executable
+    QString m_outside;
+    QString m_disk;
     PackageFolders m_folders;
     PackageVersionPointer m_version;
 };
-
-void PackageFilesTest::init()
-{
-    m_profile = std::make_unique<ScratchProfile>();
-    m_folders = {m_profile->simulatorFolder(), m_profile->preserveFolder(),
-                 m_profile->backupFolder()};
-    m_version = PackageVersionPointer::create();
-}
-
-void PackageFilesTest::cleanup()
-{
-    m_profile.reset();
-}
-
-void PackageFilesTest::settleCopy(const QByteArray &content)
-{
-    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
-    write(settings(), content);
-    files().secure();
-    write(settings(), "archive's");
-    files().restorePreserved();
-    QCOMPARE(read(keptSettings()), content);
-}
-
-void PackageFilesTest::listedFilesAndFoldersAreRemoved()
-{
-    write(simulator(QStringLiteral("a/own.txt")), "own");
-    write(simulator(QStringLiteral("a/other.txt")), "other");
-    write(simulator(QStringLiteral("b/deep/.hidden")), "own");
-    m_version->uninstall->remove = QStringList{QStringLiteral("a/own.txt"), QStringLiteral("b/")};
-    const LogCapture log;
-    files().remove();
-    QVERIFY(!QFile::exists(simulator(QStringLiteral("a/own.txt"))));
-    QVERIFY(!QFile::exists(simulator(QStringLiteral("b"))));
-    QCOMPARE(read(simulator(QStringLiteral("a/other.txt"))), QByteArray("other"));
-    QCOMPARE(log.lines(),
-             QStringList{QStringLiteral("Removing directory : ") + simulator(QStringLiteral("b"))});
-}
-
-void PackageFilesTest::entriesThatLeaveTheSimulatorAreSkipped_data()
-{
-    QTest::addColumn<QString>("entry");
-    QTest::newRow("empty: the whole simulator") << "";
-    QTest::newRow("dot: the whole simulator") << ".";
-    QTest::newRow("parent") << "../outside";
-    QTest::newRow("parent by way of a child") << "a/../../outside";
-    QTest::newRow("two up") << "../..";
-    QTest::newRow("absolute") << "@OUTSIDE@";
-}
-
-void PackageFilesTest::entriesThatLeaveTheSimulatorAreSkipped()
-{
-    QFETCH(QString, entry);
-    const QString outside = m_profile->folder(QStringLiteral("outside"));
-    write(outside + QStringLiteral("victim.txt"), "theirs");
-    write(simulator(QStringLiteral("a/mine.txt")), "mine");
-    entry.replace(QStringLiteral("@OUTSIDE@"), outside);
-
-    m_version->uninstall->remove = QStringList{entry, QStringLiteral("a/mine.txt")};
-    const LogCapture log;
-    files().remove();
-    QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
-    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
-    QVERIFY(QFileInfo::exists(m_folders.installation));
-    // The rest of the list goes on.
-    QVERIFY(!QFile::exists(simulator(QStringLiteral("a/mine.txt"))));
-}
-
-void PackageFilesTest::linkOfTheUserOnTheWayIsFollowed_data()
-{
-    QTest::addColumn<QString>("link");
-    QTest::addColumn<QString>("entry");
-    QTest::addColumn<QString>("file");
-    QTest::newRow("first folder") << "link"
-                                  << "link/Field"
-                                  << "Field/own.txt";
-    QTest::newRow("in the middle") << "Custom Scenery/link"
-                                   << "Custom Scenery/link/deep/Field"
-                                   << "deep/Field/own.txt";
-    QTest::newRow("a file") << "link"
-                            << "link/Field/own.txt"
-                            << "Field/own.txt";
-}
-
-void PackageFilesTest::linkOfTheUserOnTheWayIsFollowed()
-{
-    QFETCH(QString, link);
-    QFETCH(QString, entry);
-    QFETCH(QString, file);
-    const QString disk = m_profile->folder(QStringLiteral("second disk"));
-    write(disk + file, "own");
-    write(disk + QStringLiteral("Other/other.txt"), "other");
-    QVERIFY(QDir().mkpath(QFileInfo(simulator(link)).path()));
-    QVERIFY(QFile::link(disk, simulator(link)));
-    const QString path = link + QLatin1Char('/') + file;
-    m_version->install->preserve = m_version->install->backup = QStringList{path};
-    m_version->uninstall->remove = QStringList{entry};
-    const LogCapture log;
-    files().secure();
-    QCOMPARE(read(m_folders.preserve + path), QByteArray("own"));
-    QCOMPARE(read(m_folders.backup + path), QByteArray("own"));
-    write(disk + file, "package's");
-    files().remove();
-    QCOMPARE(read(disk + file), QByteArray("own"));
-    QCOMPARE(log.count(QStringLiteral("Skipping path : ")), 0);
-    QVERIFY(QFileInfo(simulator(link)).isSymLink());
-    QCOMPARE(read(disk + QStringLiteral("Other/other.txt")), QByteArray("other"));
-}
-
-void PackageFilesTest::linkBelowARemovalEntryIsNoWayOut()
-{
-    // The package's own folder stands behind a link of the user's, and has brought another one.
-    const QString disk = m_profile->folder(QStringLiteral("second disk"));
-    const QString outside = m_profile->folder(QStringLiteral("outside"));
-    write(outside + QStringLiteral("victim.txt"), "theirs");
-    QVERIFY(QDir().mkpath(disk + QStringLiteral("Field")));
-    QVERIFY(QFile::link(disk, simulator(QStringLiteral("Scenery"))));
-    QVERIFY(QFile::link(outside, disk + QStringLiteral("Field/door")));
-    const QString victim = QStringLiteral("Scenery/Field/door/victim.txt");
-    const QString added = QStringLiteral("Scenery/Field/door/added.txt");
-    write(m_folders.backup + added, "from the package");
-    m_version->install->preserve = m_version->install->backup = QStringList{victim, added};
-    // The door is an entry itself, but one below another.
-    m_version->uninstall->remove = QStringList{victim, added, QStringLiteral("Scenery/Field/door/"),
-                                               QStringLiteral("Scenery/Field/")};
-    const LogCapture log;
-    files().secure();
-    QVERIFY(!QFile::exists(m_folders.preserve + victim));
-    QVERIFY(!QFile::exists(m_folders.backup + victim));
-    QCOMPARE(log.lines().count(QStringLiteral("Skipping path : ") + victim), 2);
-    files().remove();
-    QVERIFY(!QFileInfo(disk + QStringLiteral("Field/door")).isSymLink());
-    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
-    QVERIFY(!QFile::exists(outside + QStringLiteral("added.txt")));
-}
-
-void PackageFilesTest::linkBelowARemovalEntryMayLeadInside()
-{
-    const QString disk = m_profile->folder(QStringLiteral("second disk"));
-    write(disk + QStringLiteral("Field/real/settings.ini"), "user's");
-    QVERIFY(QFile::link(disk, simulator(QStringLiteral("Scenery"))));
-    QVERIFY(QFile::link(QStringLiteral("real"), disk + QStringLiteral("Field/short")));
-    const QString settings = QStringLiteral("Scenery/Field/short/settings.ini");
-    m_version->install->preserve = QStringList{settings};
-    m_version->uninstall->remove = QStringList{QStringLiteral("Scenery/Field")};
-    files().secure();
-    QCOMPARE(read(m_folders.preserve + settings), QByteArray("user's"));
-}
-
-void PackageFilesTest::folderThatHoldsANeededOneIsSkipped_data()
-{
-    QTest::addColumn<int>("number");
-    QTest::newRow("the simulator") << 0;
-    QTest::newRow("the kept files") << 1;
-    QTest::newRow("the backups") << 2;
-}
-
-void PackageFilesTest::folderThatHoldsANeededOneIsSkipped()
-{
-    QFETCH(int, number);
-    const QStringList folders{m_folders.installation, m_folders.preserve, m_folders.backup};
-    // A link to the folder above makes an entry of the folder, and one more of the folder above.
-    const QDir needed(QDir::cleanPath(folders.at(number)));
-    const QFileInfo above(QFileInfo(needed.path()).path());
-    QVERIFY(needed.mkpath(QStringLiteral(".")));
-    QVERIFY(QFile::link(above.filePath(), simulator(QStringLiteral("up"))));
-    QVERIFY(QFile::link(above.path(), simulator(QStringLiteral("upper"))));
-    const QStringList entries{QStringLiteral("up/") + needed.dirName(),
-                              QStringLiteral("upper/") + above.fileName()};
-    m_version->uninstall->remove = entries;
-    const LogCapture log;
-    files().remove();
-    QVERIFY(needed.exists());
-    for (const QString &entry : entries)
-        QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
-    // The links themselves may go.
-    m_version->uninstall->remove = QStringList{QStringLiteral("up"), QStringLiteral("upper")};
-    files().remove();
-    QVERIFY(needed.exists());
-    QVERIFY(!QFileInfo(simulator(QStringLiteral("up"))).isSymLink());
-    QVERIFY(!QFileInfo(simulator(QStringLiteral("upper"))).isSymLink());
-}
-
-void PackageFilesTest::copiesInTheSimulatorAreNotRemoved()
-{
-    m_folders.preserve = simulator(QStringLiteral("Output/kept/"));
-    write(simulator(QStringLiteral("Output/kept/plugin/settings.ini")), "user's");
-    write(simulator(QStringLiteral("Output/other/own.txt")), "package's");
-    m_version->uninstall->remove =
-        QStringList{QStringLiteral("Output/kept/plugin"), QStringLiteral("Output/other")};
-    const LogCapture log;
-    files().remove();
-    QVERIFY(log.contains(QStringLiteral("Skipping path : Output/kept/plugin")));
-    QCOMPARE(read(simulator(QStringLiteral("Output/kept/plugin/settings.ini"))),
-             QByteArray("user's"));
-    QVERIFY(!QFile::exists(simulator(QStringLiteral("Output/other"))));
-}
-
-void PackageFilesTest::linkedFolderLosesTheLinkOnly()
-{
-    const QString outside = m_profile->folder(QStringLiteral("outside"));
-    write(outside + QStringLiteral("victim.txt"), "theirs");
-    QVERIFY(QFile::link(outside, simulator(QStringLiteral("link"))));
-    m_version->uninstall->remove = QStringList{QStringLiteral("link/")};
-    files().remove();
-    QVERIFY(!QFileInfo(simulator(QStringLiteral("link"))).isSymLink());
-    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
-}
-
-void PackageFilesTest::linkToNowhereIsRemoved()
-{
-    QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), simulator(QStringLiteral("link"))));
-    m_version->uninstall->remove = QStringList{QStringLiteral("link")};
-    files().remove();
-    QVERIFY(!QFileInfo(simulator(QStringLiteral("link"))).isSymLink());
-}
-
-void PackageFilesTest::linkInsideARemovedFolderIsNotFollowed()
-{
-    const QString outside = m_profile->folder(QStringLiteral("outside"));
-    write(outside + QStringLiteral("victim.txt"), "theirs");
-    write(simulator(QStringLiteral("a/own.txt")), "own");
-    QVERIFY(QFile::link(outside, simulator(QStringLiteral("a/link"))));
-    m_version->uninstall->remove = QStringList{QStringLiteral("a")};
-    files().remove();
-    QVERIFY(!QFile::exists(simulator(QStringLiteral("a"))));
-    QCOMPARE(read(outside + QStringLiteral("victim.txt")), QByteArray("theirs"));
-}
-
-void PackageFilesTest::loopOfLinksEnds()
-{
-    write(simulator(QStringLiteral("a/own.txt")), "own");
-    QVERIFY(QFile::link(QStringLiteral(".."), simulator(QStringLiteral("a/loop"))));
-    m_version->uninstall->remove = QStringList{QStringLiteral("a")};
-    files().remove();
-    QVERIFY(!QFile::exists(simulator(QStringLiteral("a"))));
-    QVERIFY(QFileInfo::exists(m_folders.installation));
-}
-
-void PackageFilesTest::pathThroughALoopOfLinksIsSkipped()
-{
-    QVERIFY(QFile::link(QStringLiteral("loop"), simulator(QStringLiteral("loop"))));
-    QVERIFY(QFile::link(QStringLiteral("pong"), simulator(QStringLiteral("ping"))));
-    QVERIFY(QFile::link(QStringLiteral("ping"), simulator(QStringLiteral("pong"))));
-    const QStringList entries{QStringLiteral("loop/file"), QStringLiteral("ping/a/b")};
-    m_version->install->preserve = m_version->install->backup = entries;
-    m_version->uninstall->remove = entries;
-    for (const QString &entry : entries)
-        write(m_folders.preserve + entry, "user's");
-    const LogCapture log;
-    files().secure();
-    files().remove();
-    files().restorePreserved();
-    for (const QString &entry : entries) {
-        QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
-        QCOMPARE(read(m_folders.preserve + entry), QByteArray("user's"));
-    }
-}
-
-void PackageFilesTest::ownLinkOnTheWayToTheExtractFolderIsFollowed()
-{
-    const QString disk = m_profile->folder(QStringLiteral("second disk"));
-    write(disk + QStringLiteral("Field/own.txt"), "own");
-    write(disk + QStringLiteral("Other/other.txt"), "other");
-    QVERIFY(QFile::link(disk, simulator(QStringLiteral("Custom Scenery"))));
-    m_version->install->extract = QStringLiteral("Custom Scenery");
-    m_version->uninstall->remove = QStringList{QStringLiteral("Custom Scenery/Field")};
-    files().remove();
-    QVERIFY(!QFile::exists(disk + QStringLiteral("Field")));
-    QCOMPARE(read(disk + QStringLiteral("Other/other.txt")), QByteArray("other"));
-}
-
-void PackageFilesTest::entryThatIsNotThereIsPassedOver()
-{
-    m_version->uninstall->remove = QStringList{QStringLiteral("missing/file")};
-    const LogCapture log;
-    files().remove();
-    QVERIFY(log.lines().isEmpty());
-}
-
-void PackageFilesTest::preservedFileComesBackAndItsCopyGoes()
-{
-    const QString path = simulator(QStringLiteral("plugin/settings.ini"));
-    const QString parked = m_folders.preserve + QStringLiteral("plugin/settings.ini");
-    write(path, "user's");
-    m_version->install->preserve = QStringList{QStringLiteral("plugin/settings.ini")};
-    files().secure();
-    QCOMPARE(read(parked), QByteArray("user's"));
-    QVERIFY(QDir(simulator(QStringLiteral("plugin"))).removeRecursively());
-    files().restorePreserved();
-    QCOMPARE(read(path), QByteArray("user's"));
-    QVERIFY(!QFile::exists(parked));
-}
-
-// Fixed, see docs/compatibility.md.
-void PackageFilesTest::preservedFileThatTheArchiveBringsIsNotOverwrittenNorLost()
-{
-    const QString path = simulator(QStringLiteral("settings.ini"));
-    const QString parked = m_folders.preserve + QStringLiteral("settings.ini");
-    write(path, "user's");
-    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
-    files().secure();
-    write(path, "archive's");
-    const LogCapture log;
-    files().restorePreserved();
-    QCOMPARE(read(path), QByteArray("archive's"));
-    QCOMPARE(read(parked), QByteArray("user's"));
-    QCOMPARE(log.lines(), QStringList{QStringLiteral("Preserved copy stays : ") + parked});
-}
-
-void PackageFilesTest::settledCopyGivesWayToTheFile()
-{
-    settleCopy("user's first");
-    write(settings(), "user's second");
-    files().secure();
-    QCOMPARE(read(keptSettings()), QByteArray("user's second"));
-    QVERIFY(QFile::remove(settings()));
-    files().restorePreserved();
-    QCOMPARE(read(settings()), QByteArray("user's second"));
-    QCOMPARE(fileTree(m_folders.preserve), Tree());
-}
-
-void PackageFilesTest::copyOfUnfinishedWorkIsNotOverwritten()
-{
-    // The first installation has ended suddenly, or failed, when the archive's file stood there.
-    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
-    write(settings(), "user's");
-    files().secure();
-    write(settings(), "archive's");
-    const LogCapture log;
-    files().secure();
-    QCOMPARE(read(keptSettings()), QByteArray("user's"));
-    QCOMPARE(log.lines(), QStringList());
-}
-
-void PackageFilesTest::copyOfUnfinishedWorkIsNotTakenForASettledOne()
-{
-    // As before, with a settled copy in the place of the one that unfinished work has left.
-    settleCopy("user's first");
-    write(settings(), "user's second");
-    files().secure();
-    write(settings(), "next archive's");
-    files().secure();
-    QCOMPARE(read(keptSettings()), QByteArray("user's second"));
-}
-
-void PackageFilesTest::copyThatCannotBeBroughtBackIsNotSettled()
-{
-    // A file stands where the folder of the copy would have to be made.
-    const QString entry = QStringLiteral("plugin/settings.ini");
-    m_version->install->preserve = QStringList{entry};
-    write(simulator(entry), "user's");
-    files().secure();
-    QVERIFY(QDir(simulator(QStringLiteral("plugin"))).removeRecursively());
-    write(simulator(QStringLiteral("plugin")), "in the way");
-    const LogCapture log;
-    files().restorePreserved();
-    QVERIFY(log.contains(QStringLiteral("Copy failed : %1 -> %2")
-                             .arg(m_folders.preserve + entry, simulator(entry))));
-    QVERIFY(QFile::remove(simulator(QStringLiteral("plugin"))));
-    write(simulator(entry), "archive's");
-    files().secure();
-    QCOMPARE(read(m_folders.preserve + entry), QByteArray("user's"));
-}
-
-void PackageFilesTest::settledCopyStaysWhileTheArchivesFileIsUnchanged()
-{
-    // As after a sudden end at the very end of an installation that is then repeated.
-    settleCopy("user's");
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        files().secure();
-        QCOMPARE(read(keptSettings()), QByteArray("user's"));
-        files().restorePreserved();
-    }
-    write(settings(), "user's second");
-    files().secure();
-    QCOMPARE(read(keptSettings()), QByteArray("user's second"));
-}
-
-void PackageFilesTest::failedCopyTakesNewCopiesAway()
-{
-    const QStringList entries{QStringLiteral("a.txt"), QStringLiteral("b.txt"),
-                              QStringLiteral("c.txt")};
-    m_version->install->preserve = entries;
-    m_version->install->backup = QStringList{QStringLiteral("d.txt"), QStringLiteral("e.txt")};
-    for (const QString &entry : entries + m_version->install->backup)
-        write(simulator(entry), "user's");
-    write(m_folders.preserve + QStringLiteral("a.txt"), "user's before");
-    write(m_folders.backup + QStringLiteral("d.txt"), "original before");
-    QVERIFY(QDir().mkpath(m_folders.backup + QStringLiteral("e.txt")));
-    QCOMPARE(files().secure(), simulator(QStringLiteral("e.txt")));
-    QCOMPARE(filesUnder(m_folders.preserve), QStringList{QStringLiteral("a.txt")});
-    QCOMPARE(filesUnder(m_folders.backup), QStringList{QStringLiteral("d.txt")});
-    // The first failure ends it.
-    QVERIFY(QDir().mkpath(m_folders.preserve + QStringLiteral("b.txt")));
-    const LogCapture log;
-    QCOMPARE(files().secure(), simulator(QStringLiteral("b.txt")));
-    QCOMPARE(log.lines().size(), 1);
-}
-
-void PackageFilesTest::failedCopyLeavesSettledOnesSettled()
-{
-    settleCopy("user's first");
-    write(settings(), "user's second");
-    write(simulator(QStringLiteral("lights.txt")), "original");
-    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
-    const QString inTheWay = m_folders.backup + QStringLiteral("lights.txt");
-    QVERIFY(QDir().mkpath(inTheWay));
-    QCOMPARE(files().secure(), simulator(QStringLiteral("lights.txt")));
-    // Nothing has been touched, so the user goes on with the file in the simulator.
-    write(settings(), "user's third");
-    QVERIFY(QDir().rmdir(inTheWay));
-    QCOMPARE(files().secure(), QString());
-    QCOMPARE(read(keptSettings()), QByteArray("user's third"));
-}
-
-void PackageFilesTest::halfAMarkIsNone()
-{
-    settleCopy("user's");
-    QFile mark(settledMarkOf(keptSettings()));
-    QVERIFY(mark.exists() && mark.resize(mark.size() / 2));
-    write(settings(), "archive's of another version");
-    files().secure();
-    QCOMPARE(read(keptSettings()), QByteArray("user's"));
-}
-
-void PackageFilesTest::settledCopyComesBackWhereNothingStands()
-{
-    settleCopy("user's");
-    QVERIFY(QFile::remove(settings()));
-    files().secure();
-    files().restorePreserved();
-    QCOMPARE(read(settings()), QByteArray("user's"));
-    QCOMPARE(fileTree(m_folders.preserve), Tree());
-}
-
-void PackageFilesTest::markOfACopyThatIsGoneCountsForNoOther()
-{
-    settleCopy("user's first");
-    QVERIFY(QFile::remove(keptSettings()));
-    write(settings(), "user's second");
-    files().secure();
-    write(settings(), "next archive's");
-    files().secure();
-    QCOMPARE(read(keptSettings()), QByteArray("user's second"));
-}
-
-void PackageFilesTest::noMarkIsLeftBehind()
-{
-    settleCopy("user's");
-    write(settings(), "user's");
-    files().giveUpReturned();
-    QCOMPARE(fileTree(m_folders.preserve), Tree());
-}
-
-// Fixed, see docs/compatibility.md.
-void PackageFilesTest::preservedFolderMakesOnlyItsParent()
-{
-    write(simulator(QStringLiteral("plugin/data/file.txt")), "user's");
-    m_version->install->preserve = QStringList{QStringLiteral("plugin/data")};
-    files().secure();
-    QVERIFY(QFileInfo(m_folders.preserve + QStringLiteral("plugin")).isDir());
-    QVERIFY(!QFile::exists(m_folders.preserve + QStringLiteral("plugin/data")));
-
-    QVERIFY(QDir().mkpath(m_folders.preserve + QStringLiteral("plugin/data")));
-    QVERIFY(QDir(simulator(QStringLiteral("plugin"))).removeRecursively());
-    files().restorePreserved();
-    QVERIFY(QFileInfo(simulator(QStringLiteral("plugin"))).isDir());
-    QVERIFY(!QFile::exists(simulator(QStringLiteral("plugin/data"))));
-}
-
-void PackageFilesTest::preserveEntriesThatLeaveTheSimulatorAreSkipped()
-{
-    const QString outside = m_profile->folder(QStringLiteral("outside"));
-    write(outside + QStringLiteral("secret"), "theirs");
-    QVERIFY(QDir().mkpath(simulator(QStringLiteral("own"))));
-    QVERIFY(QFile::link(outside, simulator(QStringLiteral("own/link"))));
-    const QStringList entries{QString(), QStringLiteral("../outside/secret"),
-                              outside + QStringLiteral("secret"),
-                              QStringLiteral("own/link/secret")};
-    m_version->install->preserve = entries;
-    m_version->uninstall->remove = QStringList{QStringLiteral("own")};
-    const LogCapture log;
-    files().secure();
-    for (const QString &entry : entries)
-        QVERIFY(log.contains(QStringLiteral("Skipping path : ") + entry));
-    QVERIFY(!QFile::exists(m_folders.preserve + QStringLiteral("own")));
-}
-
-void PackageFilesTest::copyThatAlreadyStandsInItsPlaceIsGivenUp()
-{
-    // As after a sudden end between the copy and the removal of its source.
-    const QString parked = m_folders.preserve + QStringLiteral("settings.ini");
-    write(parked, "user's");
-    write(simulator(QStringLiteral("settings.ini")), "user's");
-    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
-    files().restorePreserved();
-    QVERIFY(!QFile::exists(parked));
-    QCOMPARE(read(simulator(QStringLiteral("settings.ini"))), QByteArray("user's"));
-}
-
-void PackageFilesTest::backupIsMadeOnceAndPutBackOnRemoval()
-{
-    const QString path = simulator(QStringLiteral("lights.txt"));
-    const QString backup = m_folders.backup + QStringLiteral("lights.txt");
-    write(path, "original");
-    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
-    m_version->uninstall->remove = QStringList{QStringLiteral("lights.txt")};
-    files().secure();
-    QCOMPARE(read(backup), QByteArray("original"));
-    write(path, "package's");
-    files().remove();
-    QCOMPARE(read(path), QByteArray("original"));
-    files().giveUpReturned();
-    QCOMPARE(read(path), QByteArray("original"));
-    QVERIFY(!QFile::exists(backup));
-}
-
-void PackageFilesTest::removalThatWasCutShortCanBeRepeated()
-{
-    // The first one has put both originals back, and nobody has noted down that it was done.
-    const QStringList replaced{QStringLiteral("lights.txt"), QStringLiteral("sounds/alert.wav")};
-    m_version->install->backup = replaced;
-    m_version->uninstall->remove = replaced;
-    for (const QString &path : replaced)
-        write(simulator(path), "original");
-    files().secure();
-    files().remove();
-    files().remove();
-    for (const QString &path : replaced)
-        QCOMPARE(read(simulator(path)), QByteArray("original"));
-}
-
-void PackageFilesTest::copiesAreGivenUpOnlyWhereTheirContentStands()
-{
-    const QStringList paths{QStringLiteral("here.txt"), QStringLiteral("other.txt"),
-                            QStringLiteral("missing.txt")};
-    m_version->install->backup = m_version->install->preserve = paths;
-    for (const QString &path : paths) {
-        write(m_folders.backup + path, "original");
-        write(m_folders.preserve + path, "original");
-    }
-    write(simulator(paths.at(0)), "original");
-    write(simulator(paths.at(1)), "somebody's");
-    files().giveUpReturned();
-    for (const QString &folder : {m_folders.backup, m_folders.preserve}) {
-        QVERIFY(!QFile::exists(folder + paths.at(0)));
-        QCOMPARE(read(folder + paths.at(1)), QByteArray("original"));
-        QCOMPARE(read(folder + paths.at(2)), QByteArray("original"));
-    }
-}
-
-// Fixed, see docs/compatibility.md.
-void PackageFilesTest::firstBackupIsNeverOverwritten()
-{
-    const QString backup = m_folders.backup + QStringLiteral("lights.txt");
-    write(backup, "original");
-    write(simulator(QStringLiteral("lights.txt")), "package's");
-    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
-    files().secure();
-    QCOMPARE(read(backup), QByteArray("original"));
-}
-
-void PackageFilesTest::onlyFailuresAreCalledSo()
-{
-    // Without a removal rule the original stands where its backup would return, at the first
-    // installation, and the package's file at every later one.
-    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
-    write(simulator(QStringLiteral("lights.txt")), "original");
-    const LogCapture log;
-    files().secure();
-    files().remove();
-    write(simulator(QStringLiteral("lights.txt")), "package's");
-    files().secure();
-    files().remove();
-    QCOMPARE(log.lines(), QStringList());
-    // Nor is a link of the user's in its place, wherever it leads.
-    QVERIFY(QFile::remove(simulator(QStringLiteral("lights.txt"))));
-    QVERIFY(
-        QFile::link(QStringLiteral("/nowhere/at/all"), simulator(QStringLiteral("lights.txt"))));
-    files().remove();
-    QCOMPARE(log.lines(), QStringList());
-    QVERIFY(QFile::remove(simulator(QStringLiteral("lights.txt"))));
-    write(simulator(QStringLiteral("lights.txt")), "package's");
-    // A folder in the place of the backup is a failure.
-    const QString backup = m_folders.backup + QStringLiteral("lights.txt");
-    QVERIFY(QFile::remove(backup) && QDir().mkpath(backup));
-    files().secure();
-    QCOMPARE(log.lines(), QStringList{QStringLiteral("Copy failed : %1 -> %2")
-                                          .arg(simulator(QStringLiteral("lights.txt")), backup)});
-}
-
-void PackageFilesTest::backupIsKeptWhileItsPlaceIsTaken()
-{
-    const QString backup = m_folders.backup + QStringLiteral("lights.txt");
-    write(backup, "original");
-    write(simulator(QStringLiteral("lights.txt")), "package's");
-    m_version->install->backup = QStringList{QStringLiteral("lights.txt")};
-    files().remove();
-    QCOMPARE(read(simulator(QStringLiteral("lights.txt"))), QByteArray("package's"));
-    QCOMPARE(read(backup), QByteArray("original"));
-}
-
-// Fixed, see docs/compatibility.md.
-void PackageFilesTest::backupFolderMakesOnlyItsParent()
-{
-    write(simulator(QStringLiteral("a/data/file.txt")), "original");
-    m_version->install->backup = QStringList{QStringLiteral("a/data")};
-    files().secure();
-    QVERIFY(QFileInfo(m_folders.backup + QStringLiteral("a")).isDir());
-    QVERIFY(!QFile::exists(m_folders.backup + QStringLiteral("a/data")));
-}
-
-void PackageFilesTest::backupThroughALinkOutOfTheBackupFolderIsSkipped()
-{
-    const QString outside = m_profile->folder(QStringLiteral("outside"));
-    QVERIFY(QDir().mkpath(m_folders.backup));
-    QVERIFY(QFile::link(outside, m_folders.backup + QStringLiteral("a")));
-    write(simulator(QStringLiteral("a/file.txt")), "original");
-    m_version->install->backup = QStringList{QStringLiteral("a/file.txt")};
-    QCOMPARE(files().secure(), simulator(QStringLiteral("a/file.txt")));
-    QVERIFY(!QFile::exists(outside + QStringLiteral("file.txt")));
-}
-
-void PackageFilesTest::pipesHoldNobodyUp()
-{
-    const QString lights = QStringLiteral("lights.png");
-    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
-    m_version->install->backup = QStringList{lights};
-    for (const QString &path : {settings(), simulator(lights)})
-        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-    const LogCapture log;
-    // There is nothing in them to keep, and no reason not to install.
-    QVERIFY(files().secure().isEmpty());
-    QVERIFY(log.contains(QStringLiteral("Skipping path : settings.ini")));
-    QVERIFY(log.contains(QStringLiteral("Skipping path : lights.png")));
-    QVERIFY(filesUnder(m_folders.preserve).isEmpty());
-    QVERIFY(filesUnder(m_folders.backup).isEmpty());
-
-    for (const QString &path : {settings(), simulator(lights)}) {
-        QVERIFY(QFile::remove(path));
-        write(path, "user's");
-    }
-    QVERIFY(files().secure().isEmpty());
-    for (const QString &path : {settings(), simulator(lights)}) {
-        QVERIFY(QFile::remove(path));
-        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-    }
-    files().restorePreserved();
-    QCOMPARE(files().remove().notReturned.paths(), QStringList{m_folders.backup + lights});
-    files().giveUpReturned();
-    QCOMPARE(read(keptSettings()), QByteArray("user's"));
-    QCOMPARE(read(m_folders.backup + lights), QByteArray("user's"));
-}
-
-void PackageFilesTest::pipeInThePlaceOfACopyGivesWay()
-{
-    m_version->install->preserve = QStringList{QStringLiteral("settings.ini")};
-    QVERIFY(QDir().mkpath(m_folders.preserve));
-    QCOMPARE(::mkfifo(QFile::encodeName(keptSettings()).constData(), 0600), 0);
-    write(settings(), "user's");
-    QVERIFY(files().secure().isEmpty());
-    QVERIFY(QFileInfo(keptSettings()).isFile());
-    QCOMPARE(read(keptSettings()), QByteArray("user's"));
-}
-
-void PackageFilesTest::extractFolder_data()
-{
-    QTest::addColumn<QString>("extract");
-    QTest::addColumn<QString>("folder");
-    QTest::newRow("empty: the simulator") << ""
-                                          << "@SIM@";
-    QTest::newRow("dot: the simulator") << "./"
-                                        << "@SIM@";
-    QTest::newRow("folder") << "Custom Scenery/"
-                            << "@SIM@/Custom Scenery";
-    QTest::newRow("parent") << ".."
-                            << "";
-    QTest::newRow("out by way of a child") << "a/../../b"
-                                           << "";
-    QTest::newRow("absolute") << "/etc"
-                              << "";
-}
-
-void PackageFilesTest::extractFolder()
-{
-    QFETCH(QString, extract);
-    QFETCH(QString, folder);
-    m_version->install->extract = extract;
-    folder.replace(QStringLiteral("@SIM@"), QDir::cleanPath(m_folders.installation));
-    QCOMPARE(files().extractFolder(), folder);
-}
 
 KAVO_TEST_MAIN(PackageFilesTest)
 #include "PackageFilesTest.moc"

@@ -1,4 +1,4 @@
-#include "tests/packages/Engine.h"
+#include "tests/packages/EngineTest.h"
 #include "tests/support/TestMain.h"
 #include "tests/support/WithoutRights.h"
 
@@ -6,14 +6,13 @@
 #include <QTest>
 
 #include <algorithm>
-#include <memory>
 
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
 namespace {
 
-const QString Lights = QStringLiteral("shared/lights.txt");
+const QString Lights = "shared/lights.txt"_s;
 
 QStringList sorted(QStringList paths)
 {
@@ -24,146 +23,104 @@ QStringList sorted(QStringList paths)
 } // namespace
 
 /// Removals on a disk that does not give everything away: what stays is told, and nothing else is.
-class RemovalFaultsTest final : public QObject
+class RemovalFaultsTest final : public EngineTest
 {
     Q_OBJECT
 
 private slots:
-    void init() { m_engine = std::make_unique<Engine>(); }
-    void cleanup();
+    void whatGoesIsNotTold()
+    {
+        QVERIFY(writeFile(simulator(Lights), "original"));
+        QVERIFY(writeFile(simulator("Resources/plugins/a.xpl"_s), "other's"));
+        // An entry that is not there, some that are refused, and one that is there twice.
+        QVERIFY(installed(Offer{7}
+                              .bringing({{Lights, "package's"}, {"package-7/deep/a.txt"_s, "a"}})
+                              .backingUp({Lights})
+                              .removing({"package-7"_s, Lights, Lights, "../outside"_s,
+                                         "never/there"_s, "Resources/plugins"_s})));
+        const Removal removal = uninstall(7);
+        QVERIFY(removal.faults.remaining.isEmpty());
+        QVERIFY(removal.faults.notReturned.isEmpty());
+        QCOMPARE(inSimulator(Lights), "original");
+    }
 
-    void whatGoesIsNotTold();
-    void whatStaysIsToldOfAllPackages();
-    void whatCannotBeLookedAtIsTold();
-    void backupWhosePlaceIsTakenIsTold();
-    void backupThatCannotBeCopiedIsTold();
+    void whatStaysIsToldOfAllPackages()
+    {
+        QVERIFY(installed(Offer{1}
+                              .bringing({{"one/a.txt"_s, "a"}, {"single/b.txt"_s, "b"}})
+                              .removing({"one"_s, "single/b.txt"_s})));
+        QVERIFY(installed(Offer{2}
+                              .needing({"1"_s})
+                              .bringing({{"two/locked/c.txt"_s, "c"},
+                                         {"two/locked/d\nd.txt"_s, "d"},
+                                         {"two/open/e.txt"_s, "e"}})
+                              .removing({"two"_s})));
+        const Removal removal = removeWithLocked(1, {"single"_s, "two/locked"_s});
+        QCOMPARE(sorted(removal.faults.remaining.paths()),
+                 (QStringList{simulator("single/b.txt"_s), simulator("two/locked/c.txt"_s),
+                              simulator("two/locked/d\nd.txt"_s)}));
+        QVERIFY(removal.faults.notReturned.isEmpty());
+        QVERIFY(!QFile::exists(simulator("one"_s)));
+        QVERIFY(!QFile::exists(simulator("two/open"_s)));
+        for (const int id : {1, 2}) {
+            QCOMPARE(state(id), Package::AVAILABLE);
+            QCOMPARE(recordedStatus(id), 0);
+        }
+    }
+
+    void whatCannotBeLookedAtIsTold()
+    {
+        const QString file = "closed/a.txt"_s;
+        QVERIFY(installed(Offer{7}.bringing({{file, "a"}}).removing({file})));
+        const Removal removal = removeWithLocked(7, {"closed"_s}, 0000);
+        QCOMPARE(removal.faults.remaining.paths(), QStringList(simulator(file)));
+        QVERIFY(QFile::exists(simulator(file)));
+    }
+
+    void backupWhosePlaceIsTakenIsTold()
+    {
+        QVERIFY(writeFile(simulator(Lights), "original"));
+        // The rule forgets to remove what stands in the place of the original.
+        QVERIFY(installed(Offer{7}.bringing({{Lights, "package's"}}).backingUp({Lights})));
+        QVERIFY(writeFile(simulator(Lights), "edited"));
+        const Removal removal = uninstall(7);
+        QVERIFY(removal.faults.remaining.isEmpty());
+        QCOMPARE(removal.faults.notReturned.paths(), QStringList(backedUp(Lights)));
+        QCOMPARE(readFile(backedUp(Lights)), "original");
+        QCOMPARE(inSimulator(Lights), "edited");
+    }
+
+    void backupThatCannotBeCopiedIsTold()
+    {
+        QVERIFY(writeFile(simulator(Lights), "original"));
+        QVERIFY(installed(
+            Offer{7}.bringing({{Lights, "package's"}}).backingUp({Lights}).removing({Lights})));
+        QVERIFY(QFile::remove(simulator(Lights)));
+        const Removal removal = removeWithLocked(7, {"shared"_s});
+        QVERIFY(removal.faults.remaining.isEmpty());
+        QCOMPARE(removal.faults.notReturned.paths(), QStringList(backedUp(Lights)));
+        QCOMPARE(readFile(backedUp(Lights)), "original");
+    }
 
 private:
-    bool install(const Offer &offer);
+    bool installed(const Offer &offer) { return publish({offer}) && installAndWait(offer.id); }
+
     /// Removes the package as a user who may not change the folders of these paths.
-    Removal removeWithLocked(int id, const QStringList &folders, mode_t mode = 0555);
-
-    std::unique_ptr<Engine> m_engine;
-};
-
-void RemovalFaultsTest::cleanup()
-{
-    m_engine.reset();
-}
-
-bool RemovalFaultsTest::install(const Offer &offer)
-{
-    m_engine->offer(offer);
-    return m_engine->refresh() && m_engine->installAndWait(offer.id);
-}
-
-Removal RemovalFaultsTest::removeWithLocked(int id, const QStringList &folders, mode_t mode)
-{
-    letEverybodyWrite(QFileInfo(m_engine->profile().home()).path());
-    for (const QString &folder : folders)
-        setMode(m_engine->simulator(folder), mode);
-    Removal removal;
+    Removal removeWithLocked(int id, const QStringList &folders, mode_t mode = 0555)
     {
-        const WithoutRights withoutRights;
-        removal = m_engine->controller().uninstall(m_engine->package(id));
+        letEverybodyWrite(QFileInfo(profile().home()).path());
+        for (const QString &folder : folders)
+            setMode(simulator(folder), mode);
+        Removal removal;
+        {
+            const WithoutRights withoutRights;
+            removal = uninstall(id);
+        }
+        for (const QString &folder : folders)
+            setMode(simulator(folder), 0755);
+        return removal;
     }
-    for (const QString &folder : folders)
-        setMode(m_engine->simulator(folder), 0755);
-    return removal;
-}
-
-void RemovalFaultsTest::whatGoesIsNotTold()
-{
-    QVERIFY(writeFile(m_engine->simulator(Lights), "original"));
-    Offer offer{7};
-    offer.files = {{Lights, "package's"}, {QStringLiteral("package-7/deep/a.txt"), "a"}};
-    offer.backup = QStringList{Lights};
-    // An entry that is not there, one that is refused, and one that is there twice.
-    offer.remove = QStringList{QStringLiteral("package-7"),
-                               Lights,
-                               Lights,
-                               QStringLiteral("../outside"),
-                               QStringLiteral("never/there"),
-                               QStringLiteral("Resources/plugins")};
-    QVERIFY(writeFile(m_engine->simulator(QStringLiteral("Resources/plugins/a.xpl")), "other's"));
-    QVERIFY(install(offer));
-    const Removal removal = m_engine->controller().uninstall(m_engine->package(7));
-    QVERIFY(removal.faults.remaining.isEmpty());
-    QVERIFY(removal.faults.notReturned.isEmpty());
-    QCOMPARE(readFile(m_engine->simulator(Lights)), QByteArray("original"));
-}
-
-void RemovalFaultsTest::whatStaysIsToldOfAllPackages()
-{
-    Offer needed{1};
-    needed.files = {{QStringLiteral("one/a.txt"), "a"}, {QStringLiteral("single/b.txt"), "b"}};
-    needed.remove = QStringList{QStringLiteral("one"), QStringLiteral("single/b.txt")};
-    Offer needing{2};
-    needing.depends = QStringList{QStringLiteral("1")};
-    needing.files = {{QStringLiteral("two/locked/c.txt"), "c"},
-                     {QStringLiteral("two/locked/d\nd.txt"), "d"},
-                     {QStringLiteral("two/open/e.txt"), "e"}};
-    needing.remove = QStringList{QStringLiteral("two")};
-    QVERIFY(install(needed));
-    QVERIFY(install(needing));
-    const Removal removal =
-        removeWithLocked(1, {QStringLiteral("single"), QStringLiteral("two/locked")});
-    QCOMPARE(sorted(removal.faults.remaining.paths()),
-             (QStringList{m_engine->simulator(QStringLiteral("single/b.txt")),
-                          m_engine->simulator(QStringLiteral("two/locked/c.txt")),
-                          m_engine->simulator(QStringLiteral("two/locked/d\nd.txt"))}));
-    QVERIFY(removal.faults.notReturned.isEmpty());
-    QVERIFY(!QFile::exists(m_engine->simulator(QStringLiteral("one"))));
-    QVERIFY(!QFile::exists(m_engine->simulator(QStringLiteral("two/open"))));
-    for (const int id : {1, 2}) {
-        QCOMPARE(m_engine->package(id)->state(), Package::AVAILABLE);
-        QCOMPARE(m_engine->recordedStatus(id), 0);
-    }
-}
-
-void RemovalFaultsTest::whatCannotBeLookedAtIsTold()
-{
-    Offer offer{7};
-    offer.files = {{QStringLiteral("closed/a.txt"), "a"}};
-    offer.remove = QStringList{QStringLiteral("closed/a.txt")};
-    QVERIFY(install(offer));
-    const Removal removal = removeWithLocked(7, {QStringLiteral("closed")}, 0000);
-    QCOMPARE(removal.faults.remaining.paths(),
-             QStringList{m_engine->simulator(QStringLiteral("closed/a.txt"))});
-    QVERIFY(QFile::exists(m_engine->simulator(QStringLiteral("closed/a.txt"))));
-}
-
-void RemovalFaultsTest::backupWhosePlaceIsTakenIsTold()
-{
-    QVERIFY(writeFile(m_engine->simulator(Lights), "original"));
-    Offer offer{7};
-    offer.files = {{Lights, "package's"}};
-    // The rule forgets to remove what stands in the place of the original.
-    offer.backup = QStringList{Lights};
-    QVERIFY(install(offer));
-    QVERIFY(writeFile(m_engine->simulator(Lights), "edited"));
-    const Removal removal = m_engine->controller().uninstall(m_engine->package(7));
-    const QString backup = m_engine->profile().backupFolder() + Lights;
-    QVERIFY(removal.faults.remaining.isEmpty());
-    QCOMPARE(removal.faults.notReturned.paths(), QStringList{backup});
-    QCOMPARE(readFile(backup), QByteArray("original"));
-    QCOMPARE(readFile(m_engine->simulator(Lights)), QByteArray("edited"));
-}
-
-void RemovalFaultsTest::backupThatCannotBeCopiedIsTold()
-{
-    QVERIFY(writeFile(m_engine->simulator(Lights), "original"));
-    Offer offer{7};
-    offer.files = {{Lights, "package's"}};
-    offer.backup = offer.remove = QStringList{Lights};
-    QVERIFY(install(offer));
-    QVERIFY(QFile::remove(m_engine->simulator(Lights)));
-    const Removal removal = removeWithLocked(7, {QStringLiteral("shared")});
-    const QString backup = m_engine->profile().backupFolder() + Lights;
-    QVERIFY(removal.faults.remaining.isEmpty());
-    QCOMPARE(removal.faults.notReturned.paths(), QStringList{backup});
-    QCOMPARE(readFile(backup), QByteArray("original"));
-}
+};
 
 KAVO_TEST_MAIN(RemovalFaultsTest)
 #include "RemovalFaultsTest.moc"

@@ -1,5 +1,6 @@
 #include "packages/installation/UnpackedFiles.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 
@@ -18,135 +19,114 @@ class UnpackedFilesTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_profile.reset(new ScratchProfile);
+        QVERIFY(writeFiles(root(), {{"X-Plane-x86_64"_s, "x"}, {"plugins/other.xpl"_s, "other"}}));
+    }
 
-    void newFilesAndFoldersGo();
-    void whatStoodThereStays();
-    void folderInWhichSomethingElseStandsStays();
-    void foldersAboveTheTargetGo();
-    void linksOfTheUserAreFollowedAndStay();
-    void whatWasNotUnpackedIsNoMatter();
+    void cleanup() { m_profile.reset(); }
+
+    void newFilesAndFoldersGo()
+    {
+        const auto before = fileTree(root());
+        const UnpackedFiles added(
+            listing({"a/b/c"_s, "a/b/empty/"_s, "./a//d"_s, "plugins/new.xpl"_s, "top"_s, "late/"_s,
+                     "late/x/y/z"_s}),
+            root(), root());
+        QVERIFY(writeFiles(root(), {{"a/b/c"_s, "x"},
+                                    {"a/b/empty/"_s, ""},
+                                    {"a/d"_s, "x"},
+                                    {"plugins/new.xpl"_s, "x"},
+                                    {"top"_s, "x"},
+                                    {"late/x/y/z"_s, "x"}}));
+        added.takeAway();
+        QCOMPARE(fileTree(root()), before);
+    }
+
+    void whatStoodThereStays()
+    {
+        QVERIFY(writeFile(root() + "a/mine"_s, "mine"));
+        QVERIFY(QDir(root()).mkpath("a/my folder"_s));
+        QVERIFY(QFile::link("nowhere"_s, root() + "a/my link"_s));
+        const auto before = fileTree(root());
+        const UnpackedFiles added(listing({"a/"_s, "a/mine"_s, "a/my folder/"_s, "a/my link"_s}),
+                                  root(), root());
+        added.takeAway();
+        QCOMPARE(fileTree(root()), before);
+    }
+
+    void folderInWhichSomethingElseStandsStays()
+    {
+        const UnpackedFiles added(listing({"a/b/c"_s}), root(), root());
+        QVERIFY(writeFiles(root(), {{"a/b/c"_s, "x"}, {"a/log"_s, "y"}}));
+        added.takeAway();
+        QVERIFY(!QFile::exists(root() + "a/b"_s));
+        QCOMPARE(readFile(root() + "a/log"_s), "y");
+    }
+
+    void foldersAboveTheTargetGo()
+    {
+        const auto before = fileTree(root());
+        const QString target = root() + "Resources/plugins"_s;
+        const UnpackedFiles added(listing({"a/b"_s}), target, root());
+        QVERIFY(writeFile(target + "/a/b"_s, "x"));
+        added.takeAway();
+        QCOMPARE(fileTree(root()), before);
+        // Also when nothing was in the archive.
+        const UnpackedFiles nothing(listing({}), target, root());
+        QVERIFY(QDir().mkpath(target));
+        nothing.takeAway();
+        QCOMPARE(fileTree(root()), before);
+        // The simulator's folder itself is not ours, whatever it holds.
+        const QString empty = m_profile->folder("empty"_s);
+        UnpackedFiles(listing({"a"_s}), empty, empty).takeAway();
+        QVERIFY(QDir(empty).exists());
+    }
+
+    void linksOfTheUserAreFollowedAndStay()
+    {
+        const QString disk = m_profile->folder("disk"_s);
+        QVERIFY(writeFile(disk + "scenery/mine"_s, "mine"));
+        QVERIFY(QFile::link(disk.chopped(1), root() + "Custom Scenery"_s));
+        const auto before = fileTree(disk);
+        const UnpackedFiles added(listing({"Custom Scenery/"_s, "Custom Scenery/scenery/new"_s,
+                                           "Custom Scenery/new/a"_s}),
+                                  root(), root());
+        QVERIFY(writeFile(disk + "scenery/new"_s, "x") && writeFile(disk + "new/a"_s, "x"));
+        added.takeAway();
+        QCOMPARE(fileTree(disk), before);
+        QVERIFY(QFileInfo(root() + "Custom Scenery"_s).isSymLink());
+    }
+
+    void whatWasNotUnpackedIsNoMatter()
+    {
+        const auto before = fileTree(root());
+        const UnpackedFiles added(listing({QString(), "."_s, "a/b"_s}), root(), root());
+        added.takeAway();
+        QCOMPARE(fileTree(root()), before);
+    }
 
 private:
-    QString root() const { return m_profile->folder(QStringLiteral("simulator")); }
-    static ArchiveListing listing(const QStringList &paths);
+    QString root() const { return m_profile->folder("simulator"_s); }
+
+    /// Paths that end in a slash are folders.
+    static ArchiveListing listing(const QStringList &paths)
+    {
+        ArchiveListing listing;
+        for (const QString &path : paths) {
+            const bool isFolder = path.endsWith(QLatin1Char('/'));
+            listing.entries.append({isFolder ? path.chopped(1) : path,
+                                    isFolder ? Kind::FOLDER : Kind::FILE,
+                                    1,
+                                    {},
+                                    false});
+        }
+        return listing;
+    }
 
     QScopedPointer<ScratchProfile> m_profile;
 };
-
-void UnpackedFilesTest::init()
-{
-    m_profile.reset(new ScratchProfile);
-    QVERIFY(writeFiles(root(), {{QStringLiteral("X-Plane-x86_64"), "x"},
-                                {QStringLiteral("plugins/other.xpl"), "other"}}));
-}
-
-void UnpackedFilesTest::cleanup()
-{
-    m_profile.reset();
-}
-
-/// Paths that end in a slash are folders.
-ArchiveListing UnpackedFilesTest::listing(const QStringList &paths)
-{
-    ArchiveListing listing;
-    for (const QString &path : paths) {
-        const bool isFolder = path.endsWith(QLatin1Char('/'));
-        listing.entries.append({isFolder ? path.chopped(1) : path,
-                                isFolder ? Kind::FOLDER : Kind::FILE,
-                                1,
-                                {},
-                                false});
-    }
-    return listing;
-}
-
-void UnpackedFilesTest::newFilesAndFoldersGo()
-{
-    const auto before = fileTree(root());
-    const UnpackedFiles added(
-        listing({QStringLiteral("a/b/c"), QStringLiteral("a/b/empty/"), QStringLiteral("./a//d"),
-                 QStringLiteral("plugins/new.xpl"), QStringLiteral("top"), QStringLiteral("late/"),
-                 QStringLiteral("late/x/y/z")}),
-        root(), root());
-    QVERIFY(writeFiles(root(), {{QStringLiteral("a/b/c"), "x"},
-                                {QStringLiteral("a/b/empty/"), ""},
-                                {QStringLiteral("a/d"), "x"},
-                                {QStringLiteral("plugins/new.xpl"), "x"},
-                                {QStringLiteral("top"), "x"},
-                                {QStringLiteral("late/x/y/z"), "x"}}));
-    added.takeAway();
-    QCOMPARE(fileTree(root()), before);
-}
-
-void UnpackedFilesTest::whatStoodThereStays()
-{
-    QVERIFY(writeFile(root() + QStringLiteral("a/mine"), "mine"));
-    QVERIFY(QDir(root()).mkpath(QStringLiteral("a/my folder")));
-    QVERIFY(QFile::link(QStringLiteral("nowhere"), root() + QStringLiteral("a/my link")));
-    const auto before = fileTree(root());
-    const UnpackedFiles added(
-        listing({QStringLiteral("a/"), QStringLiteral("a/mine"), QStringLiteral("a/my folder/"),
-                 QStringLiteral("a/my link")}),
-        root(), root());
-    added.takeAway();
-    QCOMPARE(fileTree(root()), before);
-}
-
-void UnpackedFilesTest::folderInWhichSomethingElseStandsStays()
-{
-    const UnpackedFiles added(listing({QStringLiteral("a/b/c")}), root(), root());
-    QVERIFY(writeFiles(root(), {{QStringLiteral("a/b/c"), "x"}, {QStringLiteral("a/log"), "y"}}));
-    added.takeAway();
-    QVERIFY(!QFile::exists(root() + QStringLiteral("a/b")));
-    QCOMPARE(readFile(root() + QStringLiteral("a/log")), QByteArray("y"));
-}
-
-void UnpackedFilesTest::foldersAboveTheTargetGo()
-{
-    const auto before = fileTree(root());
-    const QString target = root() + QStringLiteral("Resources/plugins");
-    const UnpackedFiles added(listing({QStringLiteral("a/b")}), target, root());
-    QVERIFY(writeFile(target + QStringLiteral("/a/b"), "x"));
-    added.takeAway();
-    QCOMPARE(fileTree(root()), before);
-    // Also when nothing was in the archive.
-    const UnpackedFiles nothing(listing({}), target, root());
-    QVERIFY(QDir().mkpath(target));
-    nothing.takeAway();
-    QCOMPARE(fileTree(root()), before);
-    // The simulator's folder itself is not ours, whatever it holds.
-    const QString empty = m_profile->folder(QStringLiteral("empty"));
-    UnpackedFiles(listing({QStringLiteral("a")}), empty, empty).takeAway();
-    QVERIFY(QDir(empty).exists());
-}
-
-void UnpackedFilesTest::linksOfTheUserAreFollowedAndStay()
-{
-    const QString disk = m_profile->folder(QStringLiteral("disk"));
-    QVERIFY(writeFile(disk + QStringLiteral("scenery/mine"), "mine"));
-    QVERIFY(QFile::link(disk.chopped(1), root() + QStringLiteral("Custom Scenery")));
-    const auto before = fileTree(disk);
-    const UnpackedFiles added(
-        listing({QStringLiteral("Custom Scenery/"), QStringLiteral("Custom Scenery/scenery/new"),
-                 QStringLiteral("Custom Scenery/new/a")}),
-        root(), root());
-    QVERIFY(writeFile(disk + QStringLiteral("scenery/new"), "x"));
-    QVERIFY(writeFile(disk + QStringLiteral("new/a"), "x"));
-    added.takeAway();
-    QCOMPARE(fileTree(disk), before);
-    QVERIFY(QFileInfo(root() + QStringLiteral("Custom Scenery")).isSymLink());
-}
-
-void UnpackedFilesTest::whatWasNotUnpackedIsNoMatter()
-{
-    const auto before = fileTree(root());
-    const UnpackedFiles added(listing({QString(), QStringLiteral("."), QStringLiteral("a/b")}),
-                              root(), root());
-    added.takeAway();
-    QCOMPARE(fileTree(root()), before);
-}
 
 KAVO_TEST_MAIN(UnpackedFilesTest)
 #include "UnpackedFilesTest.moc"
