@@ -29,6 +29,8 @@ Download::~Download() = default;
 void Download::setProcess(Process process)
 {
     m_process = process;
+    if (process != Process::Finished)
+        m_hasFailed = false;
     emit processChanged(process);
     if (process == Process::Finished)
         emit finished(m_path);
@@ -87,6 +89,7 @@ void Download::fail(const QString &message)
     const QString phase = m_process == Process::Header ? QStringLiteral("Header Error - ")
                                                        : QStringLiteral("Download Error - ");
     logLine(phase + m_request->url().toString() + QStringLiteral(" : ") + message);
+    m_hasFailed = true;
     // Fixed, see docs/compatibility.md.
     emit error(tr("Server Error"));
 }

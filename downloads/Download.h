@@ -89,6 +89,10 @@ public:
     /// Repeats the present state for a listener that came late.
     void announce();
 
+    /// Whether an error was announced in the present phase. A download that is Finished then has
+    /// no usable file.
+    bool hasFailed() const { return m_hasFailed; }
+
     /// Reports an error of this transfer: the detail to the log, "Server Error" to the listeners.
     void fail(const QString &message);
 
@@ -114,6 +118,7 @@ private:
     bool m_isHashed = false;
     bool m_isAlwaysAsked = false;
     bool m_isPatient = false;
+    bool m_hasFailed = false;
     QByteArray m_digest;
 };
 

@@ -140,19 +140,53 @@ void Installer::start(const PackagePointer &package, const PackageVersionPointer
             [this, weak = work.toWeakRef()] { onMoved(weak.toStrongRef()); });
     emit began(work);
     download->announce();
-    m_downloads->add(download, false);
-    work->keepArchive(ArchiveClaim(m_claims, download->getPath()));
+    if (m_waiting.contains(download))
+        work->moveTo(InstallationWork::Phase::PREPARING);
+    else
+        startDownload(*work);
 }
 
-QSharedPointer<Download> Installer::downloadOf(const QString &link) const
+/// The download gets its path when it is added to the queue.
+void Installer::startDownload(InstallationWork &work)
 {
+    m_downloads->add(work.download(), false);
+    work.keepArchive(ArchiveClaim(m_claims, work.download()->getPath()));
+}
+
+QSharedPointer<Download> Installer::downloadOf(const QString &link)
+{
+    const QUrl address(link);
+    for (const QSharedPointer<Download> &waiting : qAsConst(m_waiting)) {
+        if (waiting->getRequest()->url() == address)
+            return waiting;
+    }
     QSharedPointer<Download> download = m_downloads->find(link);
     // A download that the probe found complete stays queued, but nothing of it goes on.
     while (download && download->getProcess() == Download::Process::Finished) {
         m_downloads->remove(download);
         download = m_downloads->find(link);
     }
-    return download ? download : QSharedPointer<Download>::create(link, true, false);
+    if (download && !download->hasFailed())
+        return download;
+    const auto fresh = QSharedPointer<Download>::create(link, true, false);
+    if (download)
+        startAfter(*download, fresh);
+    return fresh;
+}
+
+/// Both have the same file, so the new transfer must not begin before the failed one has ended.
+void Installer::startAfter(const Download &failed, const QSharedPointer<Download> &download)
+{
+    m_waiting.append(download);
+    const auto start = [this, download] {
+        m_waiting.removeOne(download);
+        const InstallationWorks works = m_works;
+        for (const InstallationWorkPointer &work : works) {
+            if (work->download() == download)
+                startDownload(*work);
+        }
+    };
+    connect(&failed, &Download::finished, this, start, Qt::QueuedConnection);
 }
 
 void Installer::onMoved(const InstallationWorkPointer &work)

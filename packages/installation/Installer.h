@@ -67,7 +67,9 @@ private:
     bool mayStart(const Package &package) const;
     void startWithDependencies(const PackagePointer &package, const QString &version);
     void start(const PackagePointer &package, const PackageVersionPointer &version);
-    QSharedPointer<Download> downloadOf(const QString &link) const;
+    QSharedPointer<Download> downloadOf(const QString &link);
+    void startAfter(const Download &failed, const QSharedPointer<Download> &download);
+    void startDownload(InstallationWork &work);
     void onMoved(const InstallationWorkPointer &work);
     void onEnded(const InstallationWorkPointer &work);
 
@@ -78,6 +80,8 @@ private:
     QSharedPointer<ArchiveClaims> m_claims;
     Clock m_clock;
     InstallationWorks m_works;
+    /// Downloads that wait until a failed transfer of the same file has ended.
+    QVector<QSharedPointer<Download>> m_waiting;
     QVector<InstallationWorkPointer> m_ended; ///< until nobody is being told of their end
     InstallationQueue m_queue;
 };
