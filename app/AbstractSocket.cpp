@@ -19,7 +19,7 @@ struct Address
     explicit Address(const QByteArray &name)
     {
         socket.sun_family = AF_UNIX;
-        // The name begins with a zero, and is as long as it is said to be.
+        // The name begins with a zero byte and has an explicit length.
         const int most = static_cast<int>(sizeof socket.sun_path) - 1;
         const int count = std::min(name.size(), most);
         std::copy_n(name.constData(), count, socket.sun_path + 1);
@@ -38,7 +38,7 @@ int makeSocket()
     return ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
 }
 
-/// The socket if all went well, else -1 and the reason in errno.
+/// Returns the socket, or -1 with the reason in errno.
 int keptIf(bool good, int socket)
 {
     if (good || socket < 0)

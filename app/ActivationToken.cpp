@@ -6,7 +6,7 @@ namespace Kavo {
 
 namespace {
 
-// Desktops that know both give both the same value.
+// Desktops that support both set them to the same value.
 constexpr const char *Current = "XDG_ACTIVATION_TOKEN";
 constexpr const char *Former = "DESKTOP_STARTUP_ID";
 

@@ -4,15 +4,15 @@
 
 namespace Kavo {
 
-/// What the desktop has given this start so that its window may come to the front, which it grants
-/// nobody whom the user has not asked for; empty when there is none. Qt takes it out of the
-/// environment: to be called before the application object is made.
+/// Returns the token that the desktop has passed to this start so that its window may come to the
+/// front; empty if there is none. Qt removes it from the environment, so this must be called before
+/// the application object is created.
 QByteArray activationToken();
 
-/// Hands it to a new process in the place of this one.
+/// Passes the token to a new process that replaces this one.
 void passOnActivationToken(const QByteArray &token);
 
-/// Sees to it that the programs that this one starts do not take it for theirs.
+/// Removes the token from the environment of child processes.
 void forgetActivationToken();
 
 } // namespace Kavo

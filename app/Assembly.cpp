@@ -28,7 +28,7 @@ using Controllers::TopbarController;
 
 namespace {
 
-/// On a screen that has no room for the window, its user would have to find the button first.
+/// On a screen that is smaller than the window, the window is maximised.
 void maximizeIfTooLarge(const QWidget &window)
 {
     const QSize room = QGuiApplication::primaryScreen()->availableSize();
@@ -51,7 +51,7 @@ Assembly::Assembly(QApplication &application, QSplashScreen &splash,
 int Assembly::run()
 {
     showSplashMessage(m_splash, QSplashScreen::tr("Initializing..."));
-    // States travel from the installing thread in queued signals.
+    // The installing thread sends states by queued signals.
     Models::registerPackageState();
     const auto network = QSharedPointer<QNetworkAccessManager>::create();
     const auto downloads = QSharedPointer<Managers::DownloadManager>::create(m_settings, network);
@@ -65,11 +65,11 @@ int Assembly::run()
     const WorkReport report(packages->installer());
     ProgramEnd end(window, *packages);
     QObject::connect(&m_endSignals, &EndSignals::requested, &end, &ProgramEnd::request);
-    // One that came earlier ends nothing before there is a loop to end.
+    // A signal that arrived earlier takes effect only after the loop has started.
     if (m_endSignals.isRequested())
         QTimer::singleShot(0, &end, &ProgramEnd::request);
-    // Shown first: the splash screen waits for the window before it goes. It waits in the event
-    // loop, because only a running loop hears that the program is to end meanwhile.
+    // Shown first, because the splash screen waits for the window. The waiting happens in the event
+    // loop, since only a running loop can react to a request to end.
     window.show();
     QTimer::singleShot(0, &window, [this, &window] {
         m_splash.finish(&window);

@@ -12,8 +12,8 @@ namespace Kavo {
 class EndSignals;
 class Settings;
 
-/// Makes the controllers and the main window, runs the event loop and writes the settings when it
-/// ends. The settings must be complete.
+/// Creates the controllers and the main window, runs the event loop and writes the settings at its
+/// end. The settings must be complete.
 class Assembly final
 {
 public:
@@ -22,8 +22,8 @@ public:
              PackageEnvironment environment = PackageEnvironment::standard());
     Q_DISABLE_COPY_MOVE(Assembly)
 
-    /// Returns what the event loop returned. A signal to end ends it. Waits for an installation
-    /// that is still running.
+    /// Returns the result of the event loop. A termination signal ends the loop. Waits for a
+    /// running installation.
     int run();
 
 private:

@@ -17,7 +17,7 @@ QString connectionName()
     return QStringLiteral("Kavo Suite");
 }
 
-/// Left to itself the library would start one.
+/// Otherwise the library would start a bus.
 bool isThereABus()
 {
     const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
@@ -27,8 +27,8 @@ bool isThereABus()
     return !folder.isEmpty() && QFile::exists(folder + QStringLiteral("/bus"));
 }
 
-/// The library waits at the end of the process for a connection that is being made, which a bus
-/// that hangs never is. By then there is nothing else left to do.
+/// When the process ends, the library waits for a connection that is being made, which may never
+/// happen with a bus that hangs. There is nothing else left to do by then.
 void leaveAtOnce(int status, void *)
 {
     std::fflush(nullptr);

@@ -6,9 +6,9 @@
 
 namespace Kavo {
 
-/// The message bus of the desktop, to send to. Nobody waits for it: it is connected on a thread of
-/// its own, since one that hangs would hold up the window, and no answer is looked at. Where there
-/// is no bus nothing happens, and none is started. Main thread.
+/// Sends messages on the desktop's session bus. It never blocks: the connection is made on a thread
+/// of its own, because a bus that hangs would block the window, and replies are ignored. If there
+/// is no bus, nothing happens, and none is started. Main thread.
 class DesktopBus final : public QObject
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ public:
     DesktopBus() = default;
     ~DesktopBus() override;
 
-    /// Connects at the first call.
+    /// Connects when it is first called.
     void send(const QDBusMessage &message);
 
 private:

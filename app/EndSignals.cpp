@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::array<int, 3> Numbers = {SIGTERM, SIGINT, SIGHUP};
 
-/// A signal handler is a plain function, so what it needs cannot be the object's own. It may come
-/// in the midst of anything, and so does no more than it must.
+/// A signal handler is a plain function, so its data cannot be members. It may interrupt anything,
+/// and so does only the minimum.
 struct Watch
 {
     std::atomic<bool> hasCome = false;
@@ -31,7 +31,7 @@ void onSignal(int)
 {
     const int reason = errno;
     watch.hasCome = true;
-    // A full pipe has its reader coming.
+    // If the pipe is full, its reader will run anyway.
     const bool written = ::write(watch.pipe[1], "", 1) == 1;
     static_cast<void>(written);
     errno = reason;

@@ -8,9 +8,9 @@ class QSocketNotifier;
 
 namespace Kavo {
 
-/// Hears the signals by which the system asks a program to end: SIGTERM, SIGINT and SIGHUP, the
-/// last one unless it was to be ignored, as with nohup. As long as the object lives they do nothing
-/// else; programs that this one starts do not inherit that. One object at a time. Main thread.
+/// Receives the signals that ask a program to end: SIGTERM, SIGINT and SIGHUP, the last one unless
+/// it was ignored, as with nohup. While the object exists, they have no other effect; child
+/// processes do not inherit that. One object at a time. Main thread.
 class EndSignals final : public QObject
 {
     Q_OBJECT
@@ -19,11 +19,11 @@ public:
     explicit EndSignals(QObject *parent = nullptr);
     ~EndSignals() override;
 
-    /// Whether one has come. Tells the moment it has, also where no events are handled.
+    /// Whether a signal has arrived. Works immediately, even without an event loop.
     bool isRequested() const;
 
 signals:
-    /// One or more have come. From the event loop.
+    /// One or more signals have arrived. Emitted from the event loop.
     void requested();
 
 private:

@@ -26,7 +26,7 @@ void installTranslation(const QString &language)
     if (!translator.load(QStringLiteral("qt_") + language, QStringLiteral("translations"),
                          QString()))
         return;
-    // The translator that is installed last is asked first: our texts come before Qt's.
+    // The translator that is installed last has priority: the program's texts come before Qt's.
     static QTranslator translatorOfQt;
     if (translatorOfQt.load(QStringLiteral("qtbase_") + language,
                             QLibraryInfo::location(QLibraryInfo::TranslationsPath)))

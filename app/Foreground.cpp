@@ -20,7 +20,7 @@ void raise(QWidget &widget)
 
 void bringToFront(const QByteArray &token)
 {
-    // Where the platform passes it on, it looks for it there.
+    // The platform plug-in reads it there.
     constexpr const char *Variable = "XDG_ACTIVATION_TOKEN";
     if (!token.isEmpty())
         qputenv(Variable, token);
@@ -40,7 +40,7 @@ void bringToFront(const QByteArray &token)
 
 void endLaunch()
 {
-    // Qt tells it as soon as a window is shown. This one is nowhere to be seen.
+    // Qt does this when a window is shown, but this window is never visible.
     QWindow window;
     window.setFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::X11BypassWindowManagerHint);
     window.setGeometry(-2, -2, 1, 1);

@@ -4,12 +4,12 @@
 
 namespace Kavo {
 
-/// Brings what the program shows to the front, open as the user last saw it: the main window, what
-/// is asked over it, or the splash screen before. `token` is what the desktop has given for it, and
-/// may be empty. A desktop that does not allow it marks the window instead.
+/// Brings the program to the front in its last visible state: the main window, a dialog above it,
+/// or the splash screen before. `token` comes from the desktop and may be empty. A desktop that
+/// does not allow it highlights the window instead.
 void bringToFront(const QByteArray &token);
 
-/// Tells the launcher of a program that will show no window that it has started.
+/// Tells the launcher that a program without a window has started.
 void endLaunch();
 
 } // namespace Kavo

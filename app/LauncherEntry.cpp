@@ -10,7 +10,7 @@ namespace Kavo {
 
 namespace {
 
-/// Any number that stays the same for one program will do.
+/// Any number that is constant for one program.
 quint32 numberOf(const QString &text)
 {
     quint32 number = 5381;

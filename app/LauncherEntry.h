@@ -6,18 +6,18 @@ namespace Kavo {
 
 class DesktopBus;
 
-/// What the docks and task bars of the desktops show of the program on its icon: how far its work
-/// is, and how many pieces there are. Speaks com.canonical.Unity.LauncherEntry, for the desktop
-/// entry that the program has told Qt. Main thread.
+/// Shows the progress and the number of running operations on the program's icon in docks and task
+/// bars. Uses com.canonical.Unity.LauncherEntry for the desktop entry that was set in Qt. Main
+/// thread.
 class LauncherEntry final
 {
 public:
     explicit LauncherEntry(DesktopBus &bus) : m_bus(bus) {}
-    /// Clears what is shown.
+    /// Clears the icon.
     ~LauncherEntry();
     Q_DISABLE_COPY_MOVE(LauncherEntry)
 
-    /// `progress` goes from 0 to 1.
+    /// `progress` is between 0 and 1.
     void show(int count, double progress);
     void clear();
 

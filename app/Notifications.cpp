@@ -24,7 +24,7 @@ void Notifications::notify(const QString &title, const QString &text)
         QStringLiteral("/org/freedesktop/Notifications"),
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
     const QVariantMap hints{{QStringLiteral("desktop-entry"), QGuiApplication::desktopFileName()}};
-    // Names of the catalogue may look like markup, which the text, and it alone, may have.
+    // Names from the catalogue may look like markup, which only the body may contain.
     message << QCoreApplication::applicationName() << ReplacesNone << QStringLiteral("kavo-suite")
             << title << text.toHtmlEscaped() << QStringList() << hints << TimeOfTheDesktop;
     m_bus.send(message);

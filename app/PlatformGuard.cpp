@@ -22,10 +22,10 @@ struct HeldMessage
     QString text;
 };
 
-/// A message handler is a plain function, so what it needs cannot be the guard's own.
+/// A message handler is a plain function, so its data cannot be members.
 struct Watch
 {
-    // A plug-in may talk on a thread of its own.
+    // A plug-in may log on a thread of its own.
     QMutex mutex;
     QVector<HeldMessage> held;
     QtMessageHandler handlerBefore = nullptr;
@@ -37,16 +37,16 @@ Watch &watch()
     return instance;
 }
 
-/// Why no platform could be used, as far as Qt has told.
+/// Qt's reason why no platform could be used, if it gave one.
 QString reason(const QVector<HeldMessage> &held, const QString &lastWords)
 {
     QStringList reasons;
     for (const HeldMessage &message : held) {
-        // Follows the reason and is none itself.
+        // This line follows the reason and is not one.
         if (!message.text.contains(QLatin1String("even though it was found")))
             reasons.append(message.text.simplified());
     }
-    // The name that is missing at its end.
+    // The name that is missing at the end of the line.
     if (reasons == QStringList(QStringLiteral("could not connect to display")))
         return QStringLiteral("DISPLAY is not set");
     return reasons.isEmpty() ? lastWords.simplified() : reasons.join(QLatin1String("; "));
@@ -60,11 +60,11 @@ void onMessage(QtMsgType type, const QMessageLogContext &context, const QString 
         state.held.append({type, context.category, text});
         return;
     }
-    // In English: which language the user speaks is not known yet.
+    // In English, because the language is not known yet.
     const QString line = QLatin1String("kavo-suite: there is no display to show the window on: ") +
                          reason(state.held, text) + QLatin1Char('\n');
     std::fputs(line.toLocal8Bit().constData(), stderr);
-    // Nothing is open yet, and half an application object is not to be destroyed.
+    // Nothing is open yet, and a partly constructed application object must not be destroyed.
     std::_Exit(PlatformGuard::ExitStatus);
 }
 

@@ -2,13 +2,13 @@
 
 namespace Kavo {
 
-/// Watches over the construction of the application object: where Qt finds no display to draw on,
-/// it would end the process by abort() and advise to reinstall the program. With the guard the
-/// process ends with one line on standard error and ExitStatus.
+/// Guards the construction of the application object. Without a display Qt would call abort() and
+/// advise reinstalling the program. With the guard the process ends with one line on standard error
+/// and ExitStatus.
 ///
-/// Qt's own choice of a platform decides (its variables, its options, the session), not a guess at
-/// it. What else Qt says meanwhile is held back and comes out when the guard goes. Main thread, one
-/// at a time, and only until the application object is there.
+/// Qt itself chooses the platform by its variables, its options and the session; the guard does not
+/// guess. Other messages of Qt are held back until the guard is destroyed. Main thread, one at a
+/// time, and only until the application object exists.
 class PlatformGuard final
 {
 public:

@@ -16,7 +16,7 @@ using Models::Installer;
 
 namespace {
 
-/// Whoever has asked goes on as if the user had said No.
+/// The caller of the dialog continues as if the user had answered No.
 void denyQuestions()
 {
     if (QWidget *menu = QApplication::activePopupWidget())
@@ -42,8 +42,8 @@ ProgramEnd::ProgramEnd(QWidget &window, PackageController &packages,
     , m_packages(packages)
     , m_farewell(farewell)
 {
-    // Qt's own way is to close the window, which refuses that while something is being installed,
-    // and so refuses the end of the session.
+    // Qt's default is to close the window, which refuses during an installation and so cancels the
+    // end of the session.
     QGuiApplication::setFallbackSessionManagementEnabled(false);
     connect(qApp, &QGuiApplication::commitDataRequest, this, &ProgramEnd::prepareForSessionEnd,
             Qt::DirectConnection);
@@ -54,7 +54,7 @@ void ProgramEnd::request()
 {
     m_isRequested = true;
     m_packages.holdInstallations(true);
-    // Nothing else is to be ordered while the window waits.
+    // No further actions can be started while the window waits.
     m_window.setEnabled(false);
     denyQuestions();
     endIfIdle();

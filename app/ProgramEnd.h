@@ -12,27 +12,26 @@ class PackageController;
 
 namespace Kavo {
 
-/// Ends the program where nobody can be asked: on a signal, and at the end of the desktop's
-/// session. Open questions are answered with No, a running installation is finished and recorded,
-/// no other one begins, and then the event loop ends with status 0. Downloads stop where they are.
-/// Main thread.
+/// Ends the program without a question to the user: on a signal, and at the end of the desktop
+/// session. Open dialogs are rejected, a running installation is finished and recorded, no other
+/// one begins, and then the event loop ends with status 0. Downloads are interrupted. Main thread.
 class ProgramEnd final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// How long the queue waits for a session to end. One that has not ended by then goes on;
-    /// nobody tells of that.
+    /// How long the queue waits for the end of the session. If the session continues after all, the
+    /// program is not told, so the queue continues after this time.
     static constexpr std::chrono::seconds LongestFarewell{30};
 
-    /// Both have to live as long as this.
+    /// Both must outlive this object.
     ProgramEnd(QWidget &window, Controllers::PackageController &packages,
                std::chrono::milliseconds farewell = LongestFarewell);
 
-    /// Ends the program as soon as nothing is being installed. May be called any number of times.
+    /// Ends the program as soon as no installation is running. May be called any number of times.
     void request();
-    /// What the desktop asks for at the end of its session, and waits for. It ends the program
-    /// afterwards, unless somebody else prevents the end of the session.
+    /// Handles the desktop's request at the end of the session, which waits for this call.
+    /// Afterwards the desktop ends the program, unless the end of the session is cancelled.
     void prepareForSessionEnd();
 
 private:

@@ -17,10 +17,10 @@ namespace Kavo {
 namespace {
 
 constexpr const char *Density = "QT_FONT_DPI";
-/// Set where the density is none of the user's choice.
+/// Set if the density was not chosen by the user.
 constexpr const char *Limited = "KAVO_DENSITY_IS_LIMITED";
 constexpr qreal PlainDensity = 96;
-/// How much larger than the rest texts may be. With more, the names on the cards are cut off.
+/// The largest enlargement of texts. With more, the names on the cards are cut off.
 constexpr qreal LargestText = 1.25;
 
 bool isChosenByUser()
@@ -30,7 +30,7 @@ bool isChosenByUser()
            qEnvironmentVariableIsSet(Density);
 }
 
-/// The dots to the inch before Qt has made a scale of them.
+/// The dots per inch before Qt derives a scale from them.
 int densityOf(const QScreen &screen)
 {
     return qRound(screen.logicalDotsPerInch() * screen.devicePixelRatio());
@@ -40,21 +40,20 @@ void chooseScaling()
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    // Many screens say 96.1 or 100 dots to the inch, and nothing would be crisp.
+    // Many screens report 96.1 or 100 dots per inch, and nothing would be crisp.
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(
         Qt::HighDpiScaleFactorRoundingPolicy::Floor);
 }
 
-/// Whether the program may choose another density than the screen's. On Wayland the compositor
-/// scales, and nobody else can change that.
+/// Whether the program may choose another density than the screen's. On Wayland only the compositor
+/// can.
 bool mayLimitDensity()
 {
     return !isChosenByUser() &&
            !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
-/// Puts a new process of the program, with another density, in the place of this one. Returns only
-/// when that fails.
+/// Replaces the process by a new one with another density. Returns only on failure.
 void startAnew(const QByteArray &program, std::vector<char *> arguments, int density)
 {
     arguments.push_back(nullptr);
@@ -78,12 +77,12 @@ int fittingDensity(int density, const QSize &pixels)
 std::unique_ptr<QApplication> makeScaledApplication(int &argc, char **argv)
 {
     chooseScaling();
-    // Qt takes its own arguments out.
+    // Qt removes its own arguments.
     const std::vector<char *> arguments(argv, argv + argc);
     const QByteArray token = activationToken();
     auto application = std::make_unique<QApplication>(argc, argv);
     if (qEnvironmentVariableIsSet(Limited)) {
-        // It is nothing to the programs that this one starts.
+        // Child processes must not inherit it.
         qunsetenv(Limited);
         qunsetenv(Density);
         return application;
@@ -95,12 +94,12 @@ std::unique_ptr<QApplication> makeScaledApplication(int &argc, char **argv)
     const int fitting = fittingDensity(own, screen.size() * screen.devicePixelRatio());
     if (fitting == own)
         return application;
-    // The screen is known only now, and Qt asks for the density once in the life of a process.
+    // The screen is known only now, but Qt reads the density once per process.
     const QByteArray program = QFile::encodeName(QCoreApplication::applicationFilePath());
     application.reset();
     passOnActivationToken(token);
     startAnew(program, arguments, fitting);
-    // Without that it goes on as it is.
+    // If that fails, the program continues with the present density.
     std::copy(arguments.begin(), arguments.end(), argv);
     argc = static_cast<int>(arguments.size());
     return std::make_unique<QApplication>(argc, argv);

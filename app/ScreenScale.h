@@ -8,16 +8,15 @@ class QApplication;
 
 namespace Kavo {
 
-/// The dots to the inch, not more than these, with which the main window fits on a screen of so
-/// many pixels and the texts fit into the window.
+/// Returns the largest density up to `density` with which the main window fits on a screen of
+/// this size in pixels, and the texts fit into the window.
 int fittingDensity(int density, const QSize &pixels);
 
-/// Makes the application object. What a screen says of its density makes a whole scale, rounded
-/// down, and never one at which the main window is larger than the screen; the remainder makes the
-/// texts larger, as far as there is room for them. A scale of the user's own choice
-/// (QT_SCALE_FACTOR, QT_SCREEN_SCALE_FACTORS, QT_FONT_DPI) is kept as it is. The arguments have to
-/// outlive the object, which takes those that are meant for Qt away. May start the program anew, so
-/// call it before anything that must not happen twice.
+/// Creates the application object. The screen's density becomes a whole scale factor, rounded down,
+/// and never so large that the main window exceeds the screen. The remainder enlarges the texts as
+/// far as there is room. A scale chosen by the user (QT_SCALE_FACTOR, QT_SCREEN_SCALE_FACTORS,
+/// QT_FONT_DPI) is not changed. The arguments must outlive the object, which removes Qt's own ones.
+/// May restart the program, so it must be called before anything that must not happen twice.
 std::unique_ptr<QApplication> makeScaledApplication(int &argc, char **argv);
 
 } // namespace Kavo

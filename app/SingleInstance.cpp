@@ -21,13 +21,13 @@ namespace {
 
 constexpr std::chrono::seconds Patience{5};
 constexpr unsigned long PauseInMilliseconds = 20;
-/// Of what another program may say, in bytes.
+/// The longest accepted message of another instance, in bytes.
 constexpr qint64 LongestRequest = 4096;
 
 const QByteArray Show = QByteArrayLiteral("show ");
 const QByteArray Shown = QByteArrayLiteral("shown\n");
 
-/// The same for every path that leads to the folder.
+/// The key is the same for every path to the folder.
 QByteArray nameFor(const QString &folder)
 {
     struct stat status = {};
@@ -46,7 +46,7 @@ SingleInstance::SingleInstance(const QString &folder, QObject *parent)
     , m_lock(m_lockFile)
     , m_name(nameFor(folder))
 {
-    // A program may run for as long as it likes.
+    // The lock never becomes stale by age.
     m_lock.setStaleLockTime(0);
 }
 
@@ -64,7 +64,7 @@ bool SingleInstance::claim(const QByteArray &token)
         m_isAnswered = ask(token, limit);
         if (m_isAnswered || limit.hasExpired())
             return false;
-        // The other one may be about to end.
+        // The other instance may be ending.
         QThread::msleep(PauseInMilliseconds);
     }
     return true;
@@ -82,8 +82,8 @@ bool SingleInstance::tryToClaim()
     return false;
 }
 
-/// Takes the name, unless a program of this user has it. Where that fails for other reasons the
-/// lock alone has to do.
+/// Binds the name, unless another instance of this user has it. If that fails for other reasons,
+/// only the lock is used.
 bool SingleInstance::listen()
 {
     if (m_name.isEmpty())
@@ -103,7 +103,7 @@ bool SingleInstance::listen()
     return true;
 }
 
-/// Whoever gets here has the name, so that no two do at once.
+/// Only the process that has the name gets here, so no two processes do this at once.
 bool SingleInstance::lock()
 {
     const QFileInfo file(m_lockFile);
@@ -111,8 +111,8 @@ bool SingleInstance::lock()
         return true;
     if (m_lock.tryLock(0) || m_lock.error() != QLockFile::LockFailedError)
         return true;
-    // The file tells of a process, and another one may have its number by now, be it another
-    // program of this kind. This removes what no living process holds, whatever it tells.
+    // The file names a process id, which another process may have by now, even another instance of
+    // this program. This removes a lock that no living process holds, whatever the file says.
     return m_lock.removeStaleLockFile() && m_lock.tryLock(0);
 }
 

@@ -13,13 +13,13 @@ class QSocketNotifier;
 
 namespace Kavo {
 
-/// Sees to it that one program works on a profile, that is the data folder of one user. Of two that
-/// claim it the later one asks the earlier one to show itself, and has to end.
+/// Ensures that only one instance works on a profile, which is the data folder of one user. A
+/// second instance asks the first one to show its window, and has to end.
 ///
-/// Two things make a claim, and the kernel takes both back however a process ends: a socket named
-/// after the user and the folder, and a lock on a file in the folder, which holds where the socket
-/// cannot be seen as well. A file that a dead process has left behind stops nobody, nor does a
-/// folder that takes no file. Programs of other users are not listened to. Main thread.
+/// A claim consists of two parts, which the kernel releases when a process ends in any way: a
+/// socket named after the user and the folder, and a lock on a file in the folder, which also works
+/// where the socket is not visible. A lock file of a dead process does not matter, nor does a
+/// folder that is not writable. Other users' processes are ignored. Main thread.
 class SingleInstance final : public QObject
 {
     Q_OBJECT
@@ -28,16 +28,16 @@ public:
     explicit SingleInstance(const QString &folder, QObject *parent = nullptr);
     ~SingleInstance() override;
 
-    /// Whether this program is the one for the profile, from now to the end of the object's life.
-    /// If not, the other one was asked to show itself, and given `token`, by which the desktop lets
-    /// it come to the front. Waits a few seconds for one that does not answer.
+    /// Claims the profile for the lifetime of this object and returns whether it succeeded. If not,
+    /// the other instance was asked to show its window, and given `token`, with which the desktop
+    /// lets it come to the front. Waits a few seconds for its answer.
     bool claim(const QByteArray &token);
 
-    /// Whether the other one has answered. One that is busy reads what it was told later.
+    /// Whether the other instance has answered. A busy one reads the request later.
     bool isAnswered() const { return m_isAnswered; }
 
 signals:
-    /// A later program has asked this one to show itself.
+    /// Another instance has asked this one to show its window.
     void showRequested(const QByteArray &token);
 
 private:

@@ -6,8 +6,8 @@ class QSplashScreen;
 
 namespace Kavo {
 
-/// Shows what start-up does next on the splash screen, painted before this returns, because the
-/// next step may block.
+/// Shows the next step of the start-up on the splash screen. It is painted before this returns,
+/// because the next step may block.
 void showSplashMessage(QSplashScreen &splash, const QString &message);
 
 } // namespace Kavo

@@ -58,7 +58,7 @@ int StartUp::run()
         m_splash.reset();
         return isEnding() ? 0 : 1;
     }
-    // From now on there may be something to finish first.
+    // From now on there may be work to finish before the end.
     m_endSignals->disconnect(&m_application);
     return Assembly(m_application, *m_splash, std::move(m_settings), *m_endSignals, m_environment)
         .run();
@@ -81,7 +81,7 @@ bool StartUp::claimProfile()
                      bringToFront);
     if (m_instance->claim(m_activationToken))
         return true;
-    // In English: which language the user speaks is not known yet.
+    // In English, because the language is not known yet.
     if (!m_instance->isAnswered())
         std::fputs("kavo-suite: it is running already, and does not answer\n", stderr);
     if (!m_activationToken.isEmpty())
@@ -89,8 +89,8 @@ bool StartUp::claimProfile()
     return false;
 }
 
-/// Nothing has been begun before there is a window: a signal ends the program as soon as it is
-/// noticed, and whatever is being asked.
+/// No work can be running before there is a window, so a signal ends the program as soon as it is
+/// noticed, even while a dialog is open.
 void StartUp::hearEndSignals()
 {
     m_endSignals = std::make_unique<EndSignals>();
@@ -103,8 +103,8 @@ bool StartUp::isEnding() const
     return m_endSignals->isRequested();
 }
 
-/// Task bars find the program's name and picture by its desktop entry; the icon is for those that
-/// do not, and for a program that was not installed.
+/// Task bars find the program's name and icon by its desktop entry. The window icon is for those
+/// that do not, and for a program that is not installed.
 void StartUp::introduceToDesktop()
 {
     QGuiApplication::setDesktopFileName(QStringLiteral(KAVO_DESKTOP_ID));
@@ -165,7 +165,7 @@ void StartUp::setUpAppearance()
 
 bool StartUp::settleInstallation()
 {
-    // A folder that was found once is trusted.
+    // A folder that was found before is trusted.
     // Fixed, see docs/compatibility.md.
     if (!m_settings->current(Settings::INSTALLATION).isEmpty())
         return true;
@@ -191,7 +191,7 @@ bool StartUp::settleInstallation()
 
 void StartUp::applyStyle()
 {
-    // The window brings the style sheet, but these boxes come before it.
+    // The window sets the style sheet, but these boxes are shown before it.
     Controllers::ApplicationController style;
     QObject::connect(&style, &Controllers::ApplicationController::styleChanged, &m_application,
                      &QApplication::setStyleSheet);

@@ -17,10 +17,10 @@ class EndSignals;
 class Settings;
 class SingleInstance;
 
-/// Brings the program up behind its splash screen, from the log to the simulator folder, and hands
-/// over to the assembly, unless it is running already. The order of the steps matters: the names
-/// decide where the settings and the log live, the settings decide the language, and nothing else
-/// works without the folder.
+/// Starts the program behind its splash screen, from the log to the simulator folder, and runs the
+/// assembly, unless another instance is running. The order of the steps matters: the names
+/// determine where settings and log are, the settings determine the language, and nothing else
+/// works without the simulator folder.
 class StartUp final
 {
     Q_DECLARE_TR_FUNCTIONS(Kavo::StartUp)
@@ -32,9 +32,9 @@ public:
     ~StartUp();
     Q_DISABLE_COPY_MOVE(StartUp)
 
-    /// Runs the program to its end and returns its exit status: 1 when there is no simulator
-    /// folder, otherwise that of the event loop. Where one is running on the same profile, that one
-    /// is brought to the front instead, and nothing else is touched.
+    /// Runs the program and returns its exit status: 1 without a simulator folder, otherwise that
+    /// of the event loop. If another instance runs on the same profile, it is brought to the front
+    /// and nothing else is touched.
     int run();
 
 private:
@@ -57,7 +57,7 @@ private:
     QApplication &m_application;
     PackageEnvironment m_environment;
     QByteArray m_activationToken;
-    /// Goes last: until then everything on the disk may still be in use.
+    /// Destroyed last: until then all files may still be in use.
     std::unique_ptr<SingleInstance> m_instance;
     std::unique_ptr<EndSignals> m_endSignals;
     std::unique_ptr<QSplashScreen> m_splash;

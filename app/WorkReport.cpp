@@ -18,9 +18,9 @@ using Models::Installer;
 namespace {
 
 constexpr std::chrono::milliseconds Pause{250};
-/// What is left when an archive has come.
+/// The part of the work that remains after the download.
 constexpr double ShareOfUnpacking = 0.1;
-/// For an archive whose size nobody knows yet, in bytes.
+/// The assumed size of an archive of unknown size, in bytes.
 constexpr double GuessedSize = 1024 * 1024;
 constexpr int MostNames = 5;
 
@@ -31,7 +31,7 @@ double sizeOf(const InstallationWork &work)
     return size > 0 ? static_cast<double>(size) : GuessedSize;
 }
 
-/// Of work that has not ended, from 0 to 1.
+/// The progress of work that has not ended, from 0 to 1.
 double shareDone(const InstallationWork &work)
 {
     const bool isHere = work.phase() == InstallationWork::Phase::QUEUED ||
@@ -84,10 +84,10 @@ void WorkReport::onEnded(const InstallationWorkPointer &work)
     m_launcher.clear();
 }
 
-/// There is something new to show, now or in a moment.
+/// Schedules an update, now or in a moment.
 void WorkReport::note()
 {
-    // A transfer may go on after an error, which was the end for its package.
+    // A transfer may continue after an error, but its package has failed.
     if (m_works.isEmpty())
         return;
     m_hasNews = true;
@@ -102,7 +102,7 @@ void WorkReport::show()
     m_launcher.show(m_works.size(), progress());
 }
 
-/// Of work that is on its way, whose size is never 0.
+/// The total progress of running work, whose size is never 0.
 double WorkReport::progress() const
 {
     double all = m_endedSize;
@@ -116,7 +116,7 @@ double WorkReport::progress() const
 
 void WorkReport::notifyOfEnd()
 {
-    // Of a single one the user thinks anyway, and in front of the window there is nothing to tell.
+    // The user expects the end of a single installation, and sees the result in an active window.
     if (m_endedCount < 2 || QApplication::activeWindow())
         return;
     QStringList lines{tr("Installed : %1").arg(m_endedCount - m_failed.size())};

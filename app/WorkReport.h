@@ -17,15 +17,15 @@ class Installer;
 
 namespace Kavo {
 
-/// Tells the desktop of all that is on its way together: the sum of it on the program's icon, a few
-/// times a second at most, and when the last of several has ended and the user is elsewhere, what
-/// has become of them. Main thread.
+/// Reports the running installations to the desktop: their total progress on the program's icon, a
+/// few times a second at most, and a notification of the results when the last of several has ended
+/// and the window is not active. Main thread.
 class WorkReport final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The installer has to live as long as this.
+    /// The installer must outlive this object.
     explicit WorkReport(const Models::Installer &installer);
 
 private:
@@ -40,12 +40,12 @@ private:
     LauncherEntry m_launcher;
     Notifications m_notifications;
     QVector<Models::InstallationWorkPointer> m_works;
-    // Of what has ended since there was nothing on its way last. The work itself is not to be kept:
-    // others wait for it to let go of its archive.
+    // Results of the work that has ended since the last idle moment. The work itself must not be
+    // kept, because others wait for it to release its archive.
     int m_endedCount = 0;
     double m_endedSize = 0; ///< in bytes
     QStringList m_failed;   ///< names
-    QTimer m_pause;         ///< until the next may be told
+    QTimer m_pause;         ///< time until the next update
     bool m_hasNews = false;
 };
 

@@ -9,8 +9,8 @@ namespace Kavo::Components {
 
 namespace {
 
-/// The tip of a button with its keys. It is made when it is asked for: the button's own text and
-/// name may change.
+/// Builds the tool tip with the keys when it is requested, because the button's text and name may
+/// change.
 class KeyTip final : public QObject
 {
 public:

@@ -7,12 +7,12 @@ class QPushButton;
 
 namespace Kavo::Components {
 
-/// Has keys press a button, wherever in its window the keyboard is, as nameKeys() tells. A key that
+/// Makes keys press a button from anywhere in its window, and names them by nameKeys(). A key that
 /// is held down presses once.
 void giveKeys(QPushButton &button, const QList<QKeySequence> &keys);
 
-/// Names the keys behind the button's tool tip, or behind its spoken name where it has no tip, and
-/// to screen readers.
+/// Appends the keys to the button's tool tip, or to its accessible name if it has no tool tip, and
+/// reports them to screen readers.
 void nameKeys(QPushButton &button, const QList<QKeySequence> &keys);
 
 } // namespace Kavo::Components

@@ -40,7 +40,7 @@ Carousel::Carousel(const QSharedPointer<Managers::DownloadManager> &downloads, Q
     m_label->setAttribute(Qt::WA_TranslucentBackground);
     m_label->setAlignment(Qt::AlignCenter);
     m_label->setMinimumHeight(PictureHeight);
-    // A wide picture must not widen the page; it is scaled to the space there is.
+    // A wide picture must not widen the page; it is scaled to the available space.
     m_label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
 
     auto *layout = new QHBoxLayout(this);
@@ -114,7 +114,7 @@ void Carousel::onLoaded(Download &download, int index, const QString &path)
     m_pictures[index] = loadPicture(path, LargestPicture);
     if (m_current != index)
         return;
-    // Fetching a broken picture again would go on for ever.
+    // Otherwise a broken picture would be fetched again and again.
     if (m_pictures.at(index).isNull())
         clear();
     else
@@ -123,7 +123,7 @@ void Carousel::onLoaded(Download &download, int index, const QString &path)
 
 void Carousel::onFailed(Download &download, int index)
 {
-    // The end that follows brings no picture.
+    // After an error the transfer ends without a picture.
     disconnect(&download, nullptr, m_fetches.data(), nullptr);
     if (m_current == index && m_pictures.at(index).isNull())
         clear();

@@ -20,8 +20,8 @@ class Download;
 
 namespace Kavo::Components {
 
-/// Shows one picture of a list of addresses, with a button to each side. A picture is fetched when
-/// it is shown for the first time and kept until the list changes.
+/// Shows one picture of a list of addresses, with a button on each side. A picture is fetched when
+/// it is shown for the first time, and kept until the list changes.
 class Carousel final : public StyledWidget
 {
     Q_OBJECT
@@ -30,11 +30,11 @@ public:
     explicit Carousel(const QSharedPointer<Managers::DownloadManager> &downloads,
                       QWidget *parent = nullptr);
 
-    /// Replaces the list and shows its first picture. An empty list leaves that on screen which is
-    /// there. The buttons are there where there is more than one picture.
+    /// Replaces the list and shows its first picture. An empty list leaves the present picture on
+    /// screen. The buttons are visible if there is more than one picture.
     void setImages(const QStringList &urls);
 
-    /// Shows one picture; both ends wrap around.
+    /// Shows the picture at an index; both ends wrap around.
     void showImage(int index);
 
 protected:
@@ -55,7 +55,7 @@ private:
     QStringList m_urls;
     QVector<QPixmap> m_pictures;
     QSharedPointer<Managers::DownloadManager> m_downloads;
-    /// Context of the fetches for the present list; what arrives for an earlier list goes nowhere.
+    /// Context of the transfers for the present list; pictures for an earlier list are ignored.
     QScopedPointer<QObject> m_fetches;
 };
 

@@ -9,7 +9,7 @@ namespace Kavo::Components {
 
 class PathField;
 
-/// A path with a caption and a button to choose another one.
+/// A path with a caption and a button to choose another path.
 class FileSelector final : public StyledWidget
 {
     Q_OBJECT
@@ -19,7 +19,7 @@ public:
     static constexpr int ChooseFile = 0;
     static constexpr int ChooseFolder = 1;
 
-    /// Any mode but ChooseFile lets the user choose a folder.
+    /// Any mode except ChooseFile lets the user choose a folder.
     explicit FileSelector(int mode, QWidget *parent = nullptr);
 
     /// An empty text hides the caption.
@@ -29,7 +29,7 @@ public:
     void setMode(int mode) { m_mode = mode; }
 
 signals:
-    /// The user has chosen this path; it has no trailing separator.
+    /// The user has chosen this path, which has no trailing separator.
     void valueChanged(QString value);
 
 private:

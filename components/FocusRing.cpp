@@ -14,10 +14,10 @@ namespace {
 
 constexpr int Width = 2;
 constexpr int Gap = 2;
-/// Of the buttons, in the style sheet.
+/// The corner radius of buttons in the style sheet.
 constexpr qreal ButtonRadius = 8;
 
-/// Where the ring lies: beside the button it would be cut off where the box of the button ends.
+/// The parent of the ring: as a sibling of the button it would be clipped by the button's parent.
 QWidget *groundOf(const QWidget &button)
 {
     QWidget *ground = button.parentWidget();

@@ -8,19 +8,17 @@ class QPushButton;
 
 namespace Kavo::Components {
 
-/// A ring around the push button that has the keyboard, with a white gap between them, so that it
-/// is seen on buttons and grounds of every colour. It lies in the window of the button, or in the
-/// part of it that is scrolled, and goes with that. Qt keeps frames of this kind from screen
-/// readers.
+/// A ring around the push button with the focus. A white gap between them makes it visible on
+/// buttons and backgrounds of every colour. Its parent is the window of the button, or the content
+/// of the scroll area around it. Qt hides frames of this kind from screen readers.
 class FocusRing final : public QFocusFrame
 {
     Q_OBJECT
-    /// The style sheet sets it.
+    /// Set by the style sheet.
     Q_PROPERTY(QColor color READ color WRITE setColor)
 
 public:
-    /// From now on a ring goes where the keyboard goes, in all windows, as long as the follower
-    /// lives.
+    /// Makes a ring follow the focus in all windows while `follower` exists.
     static void follow(QObject *follower);
 
     QColor color() const { return m_color; }

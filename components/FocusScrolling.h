@@ -4,9 +4,9 @@ class QWidget;
 
 namespace Kavo::Components {
 
-/// Whatever gets the keyboard under this widget is from now on scrolled into view, in all lists and
-/// scroll areas around it. Qt does so only for steps within one scroll area, and not at all for the
-/// widgets of a list. What is clicked stays where the pointer is.
+/// Scrolls every widget below this one into view when it gets the focus, in all lists and scroll
+/// areas around it. Qt does so only for Tab within one scroll area, and not for the row widgets of
+/// a list. A widget that is clicked is not moved.
 void scrollToFocus(QWidget &root);
 
 } // namespace Kavo::Components

@@ -6,11 +6,11 @@
 
 namespace Kavo::Components {
 
-/// The icon font of the whole process, made at the first call. Its icons are white. Somebody calls
-/// its initFontAwesome() before the first icon is drawn. Needs the application object.
+/// The icon font of the process, created at the first call. Its icons are white. initFontAwesome()
+/// must be called before the first icon is drawn. Needs the application object.
 QtAwesome *iconFont();
 
-/// Options for black icons, for light surfaces.
+/// Options for black icons on light backgrounds.
 QVariantMap darkIconOptions();
 
 } // namespace Kavo::Components

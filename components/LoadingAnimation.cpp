@@ -13,13 +13,13 @@ namespace Kavo::Components {
 
 namespace {
 
-/// A label that was not painted for so many frames is out of sight. One frame would be too few:
-/// painting comes after the frame that asks for it.
+/// The number of frames without painting after which a label counts as hidden. One would be too
+/// few, because painting follows the frame that requests it.
 constexpr int FramesOutOfSight = 3;
 
 } // namespace
 
-/// A movie that runs as long as some label plays it.
+/// A movie that runs while any label shows it.
 class LoadingAnimation::Movie final : public QMovie
 {
 public:
@@ -30,7 +30,7 @@ public:
     {
         setCacheMode(QMovie::CacheAll);
         setScaledSize(dense ? size * 2 : size);
-        // A label that becomes visible later has a picture and a size from the start.
+        // The first frame gives hidden labels a picture and a size.
         jumpToFrame(0);
         connect(this, &QMovie::frameChanged, this, &Movie::askPlayers);
     }
@@ -51,8 +51,7 @@ public:
     }
 
 private:
-    /// Frames of the second file have two pixels where the screen measures one, which its name
-    /// tells Qt.
+    /// The second file is for a pixel ratio of 2, which its name tells Qt.
     static QString file(bool dense)
     {
         return dense ? QStringLiteral(":/resources/img/loading@2x.gif")
@@ -78,7 +77,7 @@ void LoadingAnimation::play(QLabel &label, const QSize &size)
     if (share && share->m_movie == &movie)
         return;
     stop(label);
-    // The label owns its share.
+    // The label owns the object.
     new LoadingAnimation(label, movie);
 }
 
@@ -97,7 +96,8 @@ LoadingAnimation::LoadingAnimation(QLabel &label, Movie &movie)
     , m_movie(&movie)
 {
     label.setMovie(m_movie);
-    // Every frame would reach every label, those out of sight too; countFrame() asks for the paint.
+    // Connected directly, every frame would repaint all labels, even hidden ones; countFrame()
+    // requests the repaint.
     QObject::disconnect(m_movie, nullptr, &label, nullptr);
     label.installEventFilter(this);
     if (label.isVisible())

@@ -7,21 +7,20 @@ class QLabel;
 
 namespace Kavo::Components {
 
-/// The animation that a label plays while something loads.
+/// The animation that a label shows while something loads.
 ///
-/// All labels of one size and kind of screen share one movie, because a list may hold a thousand of
-/// them, and the movie runs only while at least one of its labels is to be seen: one that is
-/// scrolled out of sight rests until it is painted again. An object of this
-/// class is a label's share in the movie; it belongs to the label and goes with it.
+/// All labels of the same size and pixel ratio share one movie, because a list may have a thousand
+/// of them. The movie runs only while at least one of its labels is visible: a label that is
+/// scrolled out of sight pauses until it is painted again. An object of this class connects one
+/// label to the movie; the label owns it.
 class LoadingAnimation final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Shows the animation in the label, in place of what it holds, scaled to a size in the
-    /// screen's own measure; a dense screen gets a dense picture.
+    /// Shows the animation in the label instead of its content, scaled to a size in logical pixels.
     static void play(QLabel &label, const QSize &size);
-    /// Empties the label, if it plays the animation.
+    /// Clears the label if it shows the animation.
     static void stop(QLabel &label);
 
     ~LoadingAnimation() override;

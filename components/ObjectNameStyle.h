@@ -5,8 +5,8 @@
 
 namespace Kavo::Components {
 
-/// Gives a widget another object name and has the style sheet applied to it anew, because the style
-/// sheet chooses its rules by object names.
+/// Changes the object name of a widget and applies the style sheet again, because its rules refer
+/// to object names.
 void restyle(QWidget &widget, const QString &objectName);
 
 } // namespace Kavo::Components

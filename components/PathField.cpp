@@ -10,7 +10,7 @@ namespace Kavo::Components {
 
 namespace {
 
-/// What Qt leaves free before the first letter of a line.
+/// The margin that Qt leaves before the first character.
 constexpr int LeadingGap = 2;
 
 } // namespace

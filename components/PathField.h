@@ -4,8 +4,8 @@
 
 namespace Kavo::Components {
 
-/// A path that is shown, not edited. One that is too long for the field loses its middle, which
-/// tells least; the tool tip has all of it, and so has text().
+/// A read-only path. A path that is too long for the field is elided in the middle; its tool tip
+/// and text() have all of it.
 class PathField final : public QLineEdit
 {
     Q_OBJECT

@@ -8,7 +8,7 @@ namespace Kavo::Components {
 
 namespace {
 
-/// Decoding takes four bytes a pixel, whatever the picture is scaled to afterwards.
+/// Decoding takes four bytes per pixel, whatever size the picture is scaled to.
 constexpr qint64 MaximalPixels = 128LL * 1024 * 1024;
 
 QSize scaledSize(const QSize &size, const QSize &bounds, Qt::AspectRatioMode mode)
@@ -21,7 +21,7 @@ QSize scaledSize(const QSize &size, const QSize &bounds, Qt::AspectRatioMode mod
 QPixmap loadPicture(const QString &path, const QSize &bounds, Qt::AspectRatioMode mode)
 {
     QImageReader reader(path);
-    // The name comes from an address and may tell anything.
+    // The file name comes from an address, so its suffix means nothing.
     reader.setDecideFormatFromContent(true);
     const QSize size = reader.size();
     if (size.isValid() && qint64(size.width()) * size.height() > MaximalPixels) {

@@ -6,13 +6,14 @@
 
 namespace Kavo::Components {
 
-/// Reads a picture that came from the network, scaled down to `bounds` in device pixels where it is
-/// larger. Null, with a log line, for a file that holds no picture or one of unreasonable size.
+/// Reads a picture from the network and scales it down to `bounds` in device pixels if it is
+/// larger. Returns a null picture and logs a line if the file is not a picture or has an
+/// unreasonable size.
 QPixmap loadPicture(const QString &path, const QSize &bounds,
                     Qt::AspectRatioMode mode = Qt::KeepAspectRatio);
 
-/// The picture at this height in the screen's own measure, with as many pixels as the screen has
-/// for it. A null picture stays one.
+/// Returns the picture scaled to a height in logical pixels, with the screen's device pixel ratio.
+/// A null picture stays null.
 QPixmap scaledToHeight(const QPixmap &picture, int height, qreal devicePixelRatio,
                        Qt::TransformationMode mode = Qt::FastTransformation);
 

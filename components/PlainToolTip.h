@@ -6,7 +6,7 @@ class QWidget;
 
 namespace Kavo::Components {
 
-/// Gives a widget a tool tip that reads letter for letter, whatever Qt would take its text for.
+/// Sets a tool tip that is shown as plain text, whatever format Qt would detect.
 void setPlainToolTip(QWidget &widget, const QString &text);
 
 } // namespace Kavo::Components

@@ -8,7 +8,7 @@ namespace Kavo::Components {
 
 namespace {
 
-/// Qt knows a bar's number only.
+/// Qt reports only the number of a progress bar.
 class Description final : public QAccessibleWidget, public QAccessibleValueInterface
 {
 public:

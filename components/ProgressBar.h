@@ -4,8 +4,8 @@
 
 namespace Kavo::Components {
 
-/// A progress bar that tells more than a share: a text that screen readers are told as its value
-/// and description, and that its tool tip shows.
+/// A progress bar with a text that screen readers announce as its value and description, and that
+/// its tool tip shows.
 class ProgressBar final : public QProgressBar
 {
     Q_OBJECT
@@ -13,7 +13,7 @@ class ProgressBar final : public QProgressBar
 public:
     explicit ProgressBar(QWidget *parent = nullptr);
 
-    /// Plain text; none where there is nothing to tell.
+    /// Sets the plain text; empty for none.
     void tell(const QString &text);
 };
 

@@ -6,19 +6,19 @@
 
 namespace Kavo::Components {
 
-/// Where the rows of a list stand: one under the other, all or some of them. A row that is listed
-/// has a place; places are counted from the top without gaps. A place is found without a look at
-/// each row; only list() and the size of all go through them. Sizes are in pixels. Around each row
-/// is the spacing, so that there is twice as much between two rows.
+/// The positions of the rows of a list, one below another. Rows may be left out; a listed row has a
+/// place, and places are counted from the top without gaps. Finding a place does not visit every
+/// row; only list() and size() do. Sizes are in pixels. The spacing is around each row, so there is
+/// twice as much between two rows.
 class RowPlaces final
 {
 public:
     explicit RowPlaces(int spacing = 0) : m_spacing(spacing) {}
 
     void setSpacing(int spacing) { m_spacing = spacing; }
-    /// A further row at the end, which is listed.
+    /// Appends a listed row.
     void append(const QSize &size);
-    /// Rows may become wider or narrower, but neither higher nor lower.
+    /// Changes the width of a row; the height is fixed.
     void setWidth(int row, int width) { m_sizes[row].setWidth(width); }
     QSize size(int row) const { return m_sizes.at(row); }
     /// Lists only the rows whose bit is set; there is a bit for every row.
@@ -26,24 +26,24 @@ public:
     void clear();
 
     bool isListed(int row) const { return m_isListed.testBit(row); }
-    /// The rows that are listed, each at its place.
+    /// The listed rows by place.
     const QVector<int> &listed() const { return m_listed; }
-    /// The place of a row; for one that is not listed, that of the next one.
+    /// The place of a row; for a row that is not listed, that of the next one.
     int placeOf(int row) const;
-    /// The first place that ends below this line; the number of places where none does.
+    /// The first place that ends below this position; the number of places if there is none.
     int placeBelow(int y) const;
-    /// First line of a place, and the one behind its last.
+    /// The top of a place and its bottom, which is the first line after it.
     int top(int place) const { return m_bottoms.value(place - 1) + m_spacing * (2 * place + 1); }
     int bottom(int place) const { return m_bottoms.at(place) + m_spacing * (2 * place + 1); }
-    /// Of all places together.
+    /// The size of all places together.
     QSize size() const;
 
 private:
     int m_spacing;
-    QVector<QSize> m_sizes; ///< of all rows
+    QVector<QSize> m_sizes; ///< sizes of all rows
     QBitArray m_isListed;
     QVector<int> m_listed;
-    QVector<int> m_bottoms; ///< of the places, as they were without spacing
+    QVector<int> m_bottoms; ///< bottoms of the places without spacing
 };
 
 } // namespace Kavo::Components

@@ -4,14 +4,14 @@
 
 namespace Kavo::Components {
 
-/// Base of all our own widgets: paints the background that the style sheet gives it, which a plain
+/// Base class of the program's widgets: paints the background of the style sheet, which a plain
 /// QWidget subclass does not.
 class StyledWidget : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// The object name is what the style sheet knows the widget by.
+    /// The style sheet refers to the widget by its object name.
     explicit StyledWidget(const QString &objectName, QWidget *parent = nullptr);
 
 protected:

@@ -11,20 +11,20 @@ namespace Kavo::Components {
 
 namespace {
 
-/// The most rows of which all widgets are always shown.
+/// The largest list whose widgets are all shown.
 constexpr int ShortList = 20;
-/// So many widgets are deleted faster than anybody sees.
+/// The number of widgets that are deleted without a noticeable delay.
 constexpr int DeletedAtOnce = 100;
-/// Rows beyond those in sight that are shown in a longer list.
+/// The number of rows above and below the visible area that are shown in a longer list.
 constexpr int Margin = 2;
-/// Pixels that an arrow of a scroll bar moves; the wheel moves by three of them.
+/// The scroll step in pixels; the wheel scrolls three steps.
 constexpr int ScrollStep = 32;
-/// Milliseconds of a turn in which further ones are.
+/// The length of a turn for deleting more of them, in milliseconds.
 constexpr int TurnLength = 8;
-/// Milliseconds until the rows in the margin are shown: what is in sight is painted by then.
+/// The delay for the rows in the margin in milliseconds; the visible rows are painted before.
 constexpr int MarginDelay = 50;
 
-/// Qt's own description of a list knows texts only and leaves the widgets of the rows out.
+/// Qt's accessible interface for lists only knows texts, not the widgets of the rows.
 QAccessibleInterface *describe(const QString &className, QObject *object)
 {
     Q_UNUSED(className)
@@ -32,15 +32,16 @@ QAccessibleInterface *describe(const QString &className, QObject *object)
     return list ? new QAccessibleWidget(list, QAccessible::List) : nullptr;
 }
 
-/// Where accessibility is on from the start, QListWidget's constructor has its object described
-/// before it is a WidgetList, and Qt keeps that description. This has it described anew.
+/// If accessibility is active from the start, the constructor of QListWidget creates an accessible
+/// interface before the object is a WidgetList, and Qt keeps it. This deletes it, so that it is
+/// created again.
 void forgetDescription(WidgetList &list)
 {
     if (QAccessibleInterface *description = QAccessible::queryAccessibleInterface(&list))
         QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(description));
 }
 
-/// Whether a key writes a character that can be seen, rather than doing something.
+/// Whether a key enters a visible character and is not a command.
 bool isTyping(const QKeyEvent &event)
 {
     const auto commands = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
@@ -49,9 +50,9 @@ bool isTyping(const QKeyEvent &event)
            !text.at(0).isSpace();
 }
 
-/// The style sheet takes more time and memory than the widgets themselves. Qt has it applied to
-/// every new widget in the next turn of the event loop, and in any case before the widget is shown;
-/// this leaves the latter.
+/// Applying the style sheet takes more time and memory than creating the widgets. Qt applies it to
+/// every new widget in the next turn of the event loop, or before the widget is shown. This cancels
+/// the former.
 void postponePolish(QWidget &widget)
 {
     QCoreApplication::removePostedEvents(&widget, QEvent::PolishRequest);
@@ -61,7 +62,7 @@ void postponePolish(QWidget &widget)
 
 } // namespace
 
-/// Hands the widgets of rows that go to the list; Qt would delete all of them in one turn of the
+/// Passes the widgets of deleted rows to the list; Qt would delete all of them in one turn of the
 /// event loop.
 class WidgetList::Delegate final : public QStyledItemDelegate
 {
@@ -101,7 +102,7 @@ WidgetList::WidgetList(const QString &objectName, QWidget *parent) : QListWidget
     forgetDescription(*this);
 }
 
-/// Its rows go after it; the keyboard that one of them loses then is none of its business.
+/// The rows are destroyed after this; changes of focus no longer matter.
 WidgetList::~WidgetList()
 {
     disconnect(qApp, nullptr, this, nullptr);
@@ -111,7 +112,7 @@ void WidgetList::appendRow(QWidget *widget, const QSize &size)
 {
     appendRow(size);
     setIndexWidget(indexOf(count() - 1), widget);
-    // The layout that is due hides it if it is not near.
+    // The pending layout hides it if it is far away.
     m_shown.append(count() - 1);
 }
 
@@ -120,14 +121,14 @@ void WidgetList::appendRow(const QSize &size)
     auto *item = new QListWidgetItem;
     item->setFlags(Qt::ItemIsEnabled);
     item->setSizeHint(size);
-    // Whoever hears of the item may ask where it stands.
+    // Receivers of the model's signals may ask for its position.
     m_places.append(size);
     addItem(item);
 }
 
 void WidgetList::setRowWidget(int row, QWidget *widget)
 {
-    // Qt shows the widget of a row at once, but not one that it takes for shown already.
+    // setIndexWidget() shows the widget, but not one that counts as shown already.
     widget->setAttribute(Qt::WA_WState_ExplicitShowHide);
     widget->setAttribute(Qt::WA_WState_Hidden, false);
     setIndexWidget(indexOf(row), widget);
@@ -146,7 +147,7 @@ void WidgetList::clearRows()
 {
     m_retired.reserve(m_retired.size() + count());
     clear();
-    // A question goes with the row that asks it.
+    // A message box is closed together with the row that owns it.
     for (QWidget *box = QApplication::activeModalWidget(); box; box = box->parentWidget()) {
         if (m_retired.removeOne(box)) {
             delete box;
@@ -168,7 +169,7 @@ void WidgetList::listRows(const QBitArray &listed)
 {
     m_places.list(listed);
     scheduleDelayedItemsLayout();
-    // The keys that scroll go on from this row.
+    // The scroll keys continue from this row.
     if (currentRow() >= 0 && !listed.testBit(currentRow()))
         setCurrentRow(firstRow());
     executeDelayedItemsLayout();
@@ -180,8 +181,7 @@ QVector<int> WidgetList::visibleRows() const
     return m_places.listed().mid(first, last - first + 1);
 }
 
-/// First and last of the places in the list that are in sight; the first is above the last when
-/// none is.
+/// The first and last visible places; the first is greater than the last if none is visible.
 std::pair<int, int> WidgetList::visiblePlaces() const
 {
     const int top = verticalScrollBar()->value();
@@ -217,7 +217,7 @@ void WidgetList::showRow(int row)
     scrollToItem(item(row));
 }
 
-/// Qt goes by its own places.
+/// Qt would use its own layout.
 QModelIndex WidgetList::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
     Q_UNUSED(modifiers)
@@ -229,7 +229,7 @@ QModelIndex WidgetList::moveCursor(CursorAction action, Qt::KeyboardModifiers mo
     return indexOf(listed.at(qBound(0, placeAfter(action), listed.size() - 1)));
 }
 
-/// The place to which a key moves from the current one, be it beyond the ends.
+/// The place that a key moves to from the current one, possibly beyond the ends.
 int WidgetList::placeAfter(CursorAction action) const
 {
     const int place = m_places.placeOf(currentRow());
@@ -262,7 +262,7 @@ void WidgetList::keyPressEvent(QKeyEvent *event)
         emit typed(event->text());
         return;
     }
-    // Qt would take it for typing.
+    // Qt would treat it as typing.
     if (event->key() == Qt::Key_Escape) {
         event->ignore();
         return;
@@ -306,7 +306,7 @@ QModelIndex WidgetList::indexAt(const QPoint &point) const
 void WidgetList::scrollTo(const QModelIndex &index, ScrollHint hint)
 {
     Q_UNUSED(hint)
-    // The scroll bar goes no further than to what was laid out.
+    // The range of the scroll bar ends at the last layout.
     executeDelayedItemsLayout();
     if (!index.isValid() || isIndexHidden(index))
         return;
@@ -318,7 +318,7 @@ void WidgetList::scrollTo(const QModelIndex &index, ScrollHint hint)
                                       (above < 0 ? above : qMin(above, below)));
 }
 
-/// There are no items to lay out: their widgets stand in the places of the rows.
+/// There are no items to lay out; the widgets are positioned by their rows.
 void WidgetList::doItemsLayout()
 {
     updateGeometries();
@@ -332,7 +332,7 @@ void WidgetList::reset()
     QListWidget::reset();
 }
 
-/// The rows are widgets, and paint themselves.
+/// The rows are widgets and paint themselves.
 void WidgetList::paintEvent(QPaintEvent *event)
 {
     Q_UNUSED(event)
@@ -356,7 +356,7 @@ void WidgetList::updateGeometries()
     m_places.setSpacing(spacing());
     const QSize size = m_places.size();
     m_width = size.width();
-    // The one that comes takes room from the other.
+    // Each scroll bar that appears reduces the space of the other.
     verticalScrollBar()->setPageStep(viewport()->height());
     verticalScrollBar()->setRange(0, size.height() - viewport()->height());
     horizontalScrollBar()->setPageStep(viewport()->width());
@@ -366,11 +366,11 @@ void WidgetList::updateGeometries()
 
 void WidgetList::updateEditorGeometries()
 {
-    // Qt would place every row; those out of sight are placed when they come into sight.
+    // Qt would position every row; hidden rows are positioned when they become visible.
     showRows();
 }
 
-/// Adds the rows at these places, if there are such places, that are not among them yet.
+/// Adds the rows at these places that exist and are not in the list yet.
 void WidgetList::addPlaces(QVector<int> &rows, int first, int last) const
 {
     const QVector<int> &listed = m_places.listed();
@@ -380,7 +380,7 @@ void WidgetList::addPlaces(QVector<int> &rows, int first, int last) const
     }
 }
 
-/// Rows in sight, and the one with the keyboard with those beside it, where Tab goes.
+/// The visible rows, and the row with the focus with its neighbours, where Tab goes.
 QVector<int> WidgetList::rowsToShowAtOnce() const
 {
     if (count() <= ShortList)
@@ -392,7 +392,7 @@ QVector<int> WidgetList::rowsToShowAtOnce() const
     return rows;
 }
 
-/// Those, rows close to what is in sight, and the ends of the list, where Tab goes from elsewhere.
+/// The rows above, rows close to the visible area, and both ends of the list, where Tab enters.
 QVector<int> WidgetList::rowsToShow() const
 {
     QVector<int> rows = rowsToShowAtOnce();
@@ -403,7 +403,7 @@ QVector<int> WidgetList::rowsToShow() const
     return rows;
 }
 
-/// The row with the keyboard, -1 for none. A hidden one cannot have it.
+/// The row with the focus, -1 if there is none. A hidden row cannot have it.
 int WidgetList::rowOfKeyboard() const
 {
     const QWidget *focused = QApplication::focusWidget();
@@ -446,7 +446,7 @@ void WidgetList::showFurtherRows()
         place(row);
 }
 
-/// Shows the widget of a row in its place.
+/// Positions and shows the widget of a row.
 void WidgetList::place(int row)
 {
     QWidget *widget = rowWidget(row);
@@ -464,9 +464,8 @@ void WidgetList::place(int row)
     widget->show();
 }
 
-/// Before it paints a widget, Qt looks at all widgets in front of it, and at each part of it anew.
-/// Those that are hidden are left behind for that. Rows that are shown keep their order, in which a
-/// screen reader finds them.
+/// Before Qt paints a widget, it visits all widgets stacked above it. So hidden rows are kept at
+/// the bottom of the stack. Visible rows keep their order, which is the order for screen readers.
 void WidgetList::putInFront(QWidget &widget, int row)
 {
     int next = count();
@@ -493,7 +492,8 @@ void WidgetList::deleteRetired()
 
 void WidgetList::currentChanged(const QModelIndex &current, const QModelIndex &previous)
 {
-    // The keyboard is in a row's widget, and Qt would tell screen readers that it is in the list.
+    // The focus is in a widget of the row; Qt would report to screen readers that it is in the
+    // list.
     Q_UNUSED(current)
     Q_UNUSED(previous)
 }

@@ -12,20 +12,21 @@
 
 namespace Kavo::Components {
 
-/// A list whose rows are widgets. The rows take the keyboard, not the list, and they are what a
-/// screen reader finds in it. The keys that scroll move the keyboard to another row.
+/// A list whose rows are widgets. The rows get the focus instead of the list, and screen readers
+/// see the rows. The keys that scroll move the focus to another row.
 ///
-/// It may hold thousands of rows: a row can stand before its widget is there, and what happens
-/// often (a widget that comes, a step of scrolling, a new width) costs no more for a long list than
-/// for a short one. To that end the list places its rows itself, where Qt would look at each of
-/// them, and a long one hides widgets far from what is to be seen, unless Tab could go there; who
-/// wants to know whether a row could be seen asks the list. What comes into sight is shown at once,
-/// and the rows near to it shortly after.
+/// The list may hold thousands of rows: a row may exist before its widget, and the frequent
+/// operations (adding a widget, scrolling, resizing) take no longer in a long list than in a short
+/// one. For this the list positions its rows itself, because Qt would visit all of them. A long
+/// list hides widgets that are far outside the visible area, except where Tab could go next; ask
+/// the list whether a row is listed, not the widget whether it is visible. Widgets that become
+/// visible are shown immediately, those near them shortly after.
 ///
-/// Two things here go by what Qt 5.15.8 does and not by what it promises, since it has no public
-/// way for them: setIndexWidget() does not show a widget that counts as shown (setRowWidget), and a
-/// new widget is polished by an event that can be taken back (postponePolish). Should another Qt do
-/// either differently, WidgetListTest::rowsFarAwayAreStyledWhenTheyComeIntoSight fails.
+/// Two details rely on the behaviour of Qt 5.15.8 and not on its documentation, because there is no
+/// public alternative: setIndexWidget() does not show a widget that counts as shown (setRowWidget),
+/// and a new widget is polished by a posted event that can be removed (postponePolish). If another
+/// version of Qt behaves differently, WidgetListTest::rowsFarAwayAreStyledWhenTheyComeIntoSight
+/// fails.
 class WidgetList : public QListWidget
 {
     Q_OBJECT
@@ -34,44 +35,46 @@ public:
     explicit WidgetList(const QString &objectName, QWidget *parent = nullptr);
     ~WidgetList() override;
 
-    /// Takes the widget over and makes it the last row.
+    /// Appends a row with this widget and takes ownership.
     void appendRow(QWidget *widget, const QSize &size);
-    /// An empty last row, for a widget that comes later.
+    /// Appends an empty row for a later widget.
     void appendRow(const QSize &size);
-    /// Takes the widget of an empty row over, which best is a child of the viewport already. When
-    /// the row comes into sight it gets the width that the widget asks for, but keeps its height.
+    /// Sets the widget of an empty row and takes ownership; a child of the viewport is quickest.
+    /// When the row becomes visible, it gets the width of the widget's size hint but keeps its
+    /// height.
     void setRowWidget(int row, QWidget *widget);
-    /// Deletes all rows with their widgets. Many widgets are hidden at once and deleted in short
-    /// turns of the event loop.
+    /// Deletes all rows with their widgets. Many widgets are hidden immediately and deleted in
+    /// short turns of the event loop.
     void clearRows();
-    /// Null while the row is empty.
+    /// The widget of a row, null while the row is empty.
     QWidget *rowWidget(int row) const;
-    /// Lists only the rows whose bit is set, which are one after another then, and keeps the others
-    /// with their widgets. There is a bit for every row; a row that comes later is listed. Qt's own
-    /// hiding of rows has no effect.
+    /// Shows only the rows whose bit is set, one after another, and keeps the others with their
+    /// widgets. There is a bit for every row; a row that is added later is listed. Qt's own
+    /// functions for hiding rows have no effect.
     void listRows(const QBitArray &listed);
     bool isListed(int row) const { return m_places.isListed(row); }
-    /// The first row that is listed, -1 without one.
+    /// The first listed row, -1 if there is none.
     int firstRow() const { return m_places.listed().value(0, -1); }
-    /// The rows of which something is to be seen, from the top to the bottom.
+    /// The rows that are at least partly visible, from top to bottom.
     QVector<int> visibleRows() const;
 
-    /// Scrolls the row with this widget into view; it is the one that the keys move on from.
+    /// Scrolls the row with this widget into view and makes it the current row.
     void showRow(const QWidget *widget);
-    /// The same for the row with the keyboard, and tells whether one has it.
+    /// Scrolls the row with the focus into view and returns whether there is one.
     bool showKeyboard();
 
     QRect visualRect(const QModelIndex &index) const override;
     QModelIndex indexAt(const QPoint &point) const override;
-    /// Scrolls no further than to have all of the row in sight, whatever the hint says.
+    /// Scrolls only as far as needed to show the whole row; ignores the hint.
     void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
     void doItemsLayout() override;
     void reset() override;
 
 signals:
-    /// The keyboard goes to an empty row; who fills it at once gets it there.
+    /// The focus should move to an empty row; a receiver that sets its widget immediately gives it
+    /// the focus.
     void rowNeeded(int row);
-    /// Somebody types while a row has the keyboard.
+    /// A character was typed while a row had the focus.
     void typed(const QString &text);
 
 protected:
@@ -102,10 +105,10 @@ private:
     void deleteRetired();
 
     RowPlaces m_places;
-    int m_width = 0;              ///< of the widest row, with the spacing around it
+    int m_width = 0;              ///< width of the widest row including spacing
     QVector<int> m_shown;         ///< rows whose widgets are not hidden
     QSet<int> m_unmeasured;       ///< rows whose widgets were never shown
-    QVector<QWidget *> m_retired; ///< widgets of rows that are gone
+    QVector<QWidget *> m_retired; ///< widgets of deleted rows
     QTimer m_further;
     QTimer m_deletion;
 };

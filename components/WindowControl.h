@@ -6,8 +6,8 @@ class QPushButton;
 
 namespace Kavo::Components {
 
-/// The window buttons of the frameless main window. Whether the middle button maximises or restores
-/// is remembered for the whole process: there is only one main window.
+/// The window buttons of the frameless main window. The state of the middle button is shared by all
+/// objects of this class, since there is only one main window.
 class WindowControl final : public StyledWidget
 {
     Q_OBJECT
@@ -15,7 +15,7 @@ class WindowControl final : public StyledWidget
 public:
     explicit WindowControl(QWidget *parent = nullptr);
 
-    /// What a click on the middle button does.
+    /// The action of the middle button.
     void toggle();
 
 signals:

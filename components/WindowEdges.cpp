@@ -9,9 +9,9 @@ namespace Kavo::Components {
 
 namespace {
 
-/// So near to an edge, in pixels.
+/// The width of an edge in pixels.
 constexpr int Thickness = 6;
-/// Where an edge is as near to the next one, both are meant.
+/// The length of a corner along each edge.
 constexpr int CornerLength = 16;
 
 Qt::CursorShape cursorOf(Qt::Edges edges)
@@ -37,7 +37,7 @@ Qt::Edges edgesWithin(int distance, const QRect &area, const QPoint &position)
 
 WindowEdges::WindowEdges(QWidget *ground) : QObject(ground), m_ground(ground)
 {
-    // The ground hears of the pointer on what lies on it, too, and can take its cursor back.
+    // The ground also receives mouse moves over its children and can reset its cursor.
     ground->setAttribute(Qt::WA_Hover);
     ground->installEventFilter(this);
 }

@@ -6,16 +6,16 @@ class QWidget;
 
 namespace Kavo::Components {
 
-/// Lets the user drag the edges and corners of a window without a system frame: the pointer shows
-/// where, and the window system does the rest. A maximised window or one in full screen has no such
-/// edges.
+/// Lets the user resize a window without a system frame by its edges and corners: it shows the
+/// resize cursors, and the window system does the rest. A maximised or full-screen window cannot be
+/// resized.
 class WindowEdges final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Belongs to the ground, the widget that fills the window. What lies on it keeps off its
-    /// edges, so that they get the mouse.
+    /// `ground` is the widget that fills the window and owns this object. Its children must leave
+    /// its edges free, so that they get the mouse events.
     explicit WindowEdges(QWidget *ground);
 
 protected:
@@ -26,7 +26,7 @@ private:
     void showCursor(Qt::Edges edges);
 
     QWidget *m_ground;
-    Qt::Edges m_shown; ///< by the cursor
+    Qt::Edges m_shown; ///< edges shown by the cursor
 };
 
 } // namespace Kavo::Components

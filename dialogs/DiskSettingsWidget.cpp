@@ -18,7 +18,7 @@ DiskSettingsWidget::DiskSettingsWidget(const Settings &settings, QWidget *parent
     addFolder(*layout, tr("Cache"), settings.current(Settings::CACHE));
     addFolder(*layout, tr("Backup"), settings.current(Settings::BACKUP));
     addFolder(*layout, tr("Preserve"), settings.current(Settings::PRESERVE));
-    // Keeps captions and sizes together at the left.
+    // Keeps captions and sizes together on the left.
     for (int column = 2; column <= 4; ++column)
         layout->addWidget(new QWidget(this), 0, column);
     layout->setRowStretch(layout->rowCount(), 1);

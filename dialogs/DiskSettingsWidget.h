@@ -10,7 +10,7 @@ class Settings;
 
 namespace Kavo::Dialogs {
 
-/// Page that tells how much disk space the working folders take at the moment it is made.
+/// The page that shows the disk usage of the working folders at the time of its creation.
 class DiskSettingsWidget final : public Components::StyledWidget
 {
     Q_OBJECT

@@ -11,10 +11,10 @@ namespace Kavo::Dialogs {
 
 namespace {
 
-/// Of the available height and width.
+/// The part of the available height and width.
 constexpr double LargestHeight = 0.7;
 constexpr double LargestWidth = 0.9;
-/// That much of the text is always to be seen.
+/// The minimum visible height of the text.
 constexpr int FewestLines = 2;
 
 } // namespace
@@ -28,7 +28,7 @@ FittingMessageBox::FittingMessageBox(Icon icon, const QString &title, StandardBu
 bool FittingMessageBox::event(QEvent *event)
 {
     const bool handled = QMessageBox::event(event);
-    // A new style makes Qt lay the box out anew, with the text back in its old place.
+    // After a change of style Qt lays out the box again and puts the text back in its old place.
     if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::StyleChange)
         fit();
     return handled;
@@ -36,13 +36,13 @@ bool FittingMessageBox::event(QEvent *event)
 
 void FittingMessageBox::showEvent(QShowEvent *event)
 {
-    // It has to have its size before it gets its place.
+    // The size must be known before the position is set.
     QEvent request(QEvent::LayoutRequest);
     FittingMessageBox::event(&request);
     QMessageBox::showEvent(event);
 }
 
-/// The keyboard is on a button at first.
+/// The focus is on a button at first.
 void FittingMessageBox::keyPressEvent(QKeyEvent *event)
 {
     const bool turnsPage = event->key() == Qt::Key_PageUp || event->key() == Qt::Key_PageDown;
@@ -98,12 +98,12 @@ void FittingMessageBox::makeArea()
 void FittingMessageBox::moveTextIntoArea()
 {
     delete layout()->replaceWidget(m_label, m_area);
-    // The area would take the text for its own still.
+    // Otherwise the scroll area would still own the text.
     m_area->takeWidget();
     m_area->setWidget(m_label);
     m_label->setAutoFillBackground(false);
     m_area->show();
-    // Qt sizes a visible box at every request.
+    // Qt resizes a visible box at every layout request.
     QEvent request(QEvent::LayoutRequest);
     QMessageBox::event(&request);
 }

@@ -7,10 +7,10 @@ class QScrollArea;
 
 namespace Kavo::Dialogs {
 
-/// A message box that fits its screen. Qt's own grows with its text, past the edge of the screen
-/// and its buttons with it. This one keeps to a part of the available height: the text of a higher
-/// one scrolls above the buttons, with the wheel, its bar and the keyboard. Everything else,
-/// `text()` included, is as Qt has it.
+/// A message box that fits its screen. QMessageBox grows with its text beyond the edge of the
+/// screen, and its buttons with it. This class limits the box to a part of the available height: a
+/// longer text scrolls above the buttons by wheel, scroll bar and keyboard. Everything else,
+/// including `text()`, works as in QMessageBox.
 class FittingMessageBox final : public QMessageBox
 {
     Q_OBJECT

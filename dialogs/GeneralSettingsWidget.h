@@ -10,7 +10,7 @@ class Settings;
 
 namespace Kavo::Dialogs {
 
-/// Page for the language of the interface. Choices go into the pending settings.
+/// The page for the language of the interface. Choices are stored in the pending settings.
 class GeneralSettingsWidget final : public Components::StyledWidget
 {
     Q_OBJECT

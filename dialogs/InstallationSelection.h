@@ -4,8 +4,8 @@
 
 namespace Kavo::Dialogs {
 
-/// Lets the user choose a folder until it holds the simulator's executable. Returns it with a
-/// trailing separator, or an empty text when the user cancels. Blocks in an event loop of its own.
+/// Asks the user for a folder until it contains the simulator's executable. Returns the folder with
+/// a trailing separator, or an empty text if the user cancels. Blocks in its own event loop.
 QString selectInstallation();
 
 } // namespace Kavo::Dialogs

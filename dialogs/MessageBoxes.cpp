@@ -18,7 +18,7 @@ QPointer<QMessageBox> makeBox(QWidget *parent, QMessageBox::Icon icon, const QSt
                               QMessageBox::StandardButtons buttons)
 {
     auto *box = new FittingMessageBox(icon, title, buttons, parent);
-    // Before the text, which is looked at as soon as it is there.
+    // Before the text, whose format is detected when it is set.
     box->setTextFormat(format);
     box->setText(text);
     return box;
@@ -42,7 +42,7 @@ void showMessage(QWidget *parent, QMessageBox::Icon icon, const QString &title, 
     const auto box = makeBox(parent, icon, title, text, Qt::PlainText, QMessageBox::Ok);
     if (!informativeText.isEmpty()) {
         box->setInformativeText(informativeText);
-        // The label is made together with its text, and guesses the format of that.
+        // The label is created with its text and detects the format then.
         box->findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel"))
             ->setTextFormat(Qt::PlainText);
     }

@@ -44,7 +44,7 @@ void PathSettingsWidget::choose(Settings::Key key, const QString &path)
     const bool isSimulator = key == Settings::INSTALLATION;
     if (isSimulator && path.isEmpty())
         return;
-    // Not the file that start-up looks for; the two tests differ on purpose.
+    // Not the file that the start-up checks; the two checks differ on purpose.
     // Fixed, see docs/compatibility.md.
     if (isSimulator && !QFile::exists(path + QDir::separator() + QStringLiteral("X-Plane.exe"))) {
         refuse(key, tr("Oops...this doesn't seem to be a XPlane installation folder."));
@@ -59,14 +59,14 @@ void PathSettingsWidget::choose(Settings::Key key, const QString &path)
                         .arg(other));
 }
 
-/// Caption of a folder that must not be this one. Empty when there is none.
+/// The caption of another folder that conflicts with this one, empty if there is none.
 QString PathSettingsWidget::inTheWayOf(Settings::Key key, const QString &path) const
 {
     for (auto other = m_selectors.cbegin(); other != m_selectors.cend(); ++other) {
         const QString &folder = m_settings->pending(other.key());
         if (other.key() == key || folder.isEmpty())
             continue;
-        // Downloads stand side by side in the cache folder, and nothing looks below it.
+        // The cache folder has no subfolders, so other folders may be below it.
         const bool isShallow = key == Settings::CACHE || other.key() == Settings::CACHE;
         if (isShallow ? isSameFile(path, folder) : overlap(path, folder))
             return other->caption;

@@ -14,9 +14,9 @@ class FileSelector;
 
 namespace Kavo::Dialogs {
 
-/// Page for the simulator folder and the three working folders. Choices go into the pending
-/// settings. A folder that is no simulator's, or in the way of another of the four, is refused in a
-/// box: files of one would be taken for those of the other.
+/// The page for the simulator folder and the three working folders. Choices are stored in the
+/// pending settings. A folder without a simulator, or one that conflicts with another of the four,
+/// is refused with a message box, because files of both folders would be mixed up.
 class PathSettingsWidget final : public Components::StyledWidget
 {
     Q_OBJECT

@@ -51,7 +51,7 @@ SettingsDialog::SettingsDialog(const QSharedPointer<Controllers::PackageControll
     QPushButton *ok =
         addButton(*buttons, QStringLiteral("SettingsOk"), tr("Ok"),
                   Components::iconFont()->icon(Components::Glyph::Check), &SettingsDialog::commit);
-    // Return means this one wherever it presses nothing else.
+    // The default button for Return.
     ok->setDefault(true);
     addButton(*buttons, QStringLiteral("SettingsCancel"), tr("Cancel"),
               Components::iconFont()->icon(Components::Glyph::Cross, Components::darkIconOptions()),
@@ -92,7 +92,7 @@ void SettingsDialog::commit()
         m_settings->pending(Settings::INSTALLATION) != m_settings->current(Settings::INSTALLATION);
     const bool newLanguage =
         m_settings->pending(Settings::LANGUAGE) != m_settings->current(Settings::LANGUAGE);
-    // The reset for a new folder stands even when the new language is refused afterwards.
+    // The reset for a new folder is kept even if the new language is refused afterwards.
     if (newInstallation && !confirmNewInstallation())
         return;
     if (newLanguage && !confirmNewLanguage())
@@ -131,7 +131,8 @@ void SettingsDialog::quitForRestart()
                 tr("Application will now close. Restart the application for new setting to take "
                    "effect."));
     QCoreApplication::quit();
-    // Not accepted: the caller would load the catalogue again and with it make a new database.
+    // Rejected, because after acceptance the caller would reload the catalogue and create a new
+    // database.
     QDialog::reject();
 }
 

@@ -17,10 +17,10 @@ class PackageController;
 
 namespace Kavo::Dialogs {
 
-/// Edits the pending settings and commits or drops them. Another language or simulator folder has
-/// the databases reset and ends the program. Run it modally.
+/// Edits the pending settings and commits or discards them. A new language or simulator folder
+/// resets the databases and ends the program. Modal.
 ///
-/// Ends accepted when settings were committed and the program goes on with them, otherwise
+/// The result is accepted if settings were committed and the program continues with them, otherwise
 /// rejected.
 class SettingsDialog final : public QDialog
 {
@@ -30,10 +30,10 @@ public:
     SettingsDialog(const QSharedPointer<Controllers::PackageController> &packages,
                    const QSharedPointer<Settings> &settings, QWidget *parent = nullptr);
 
-    /// Drops the edits that were not committed, as when the program ends around the dialog.
+    /// Discards uncommitted edits, for example if the program ends while the dialog is open.
     ~SettingsDialog() override;
 
-    /// Drops the edits; also what Escape does.
+    /// Discards the edits; also called for Escape.
     void reject() override;
 
 private:

@@ -17,16 +17,16 @@ namespace Kavo::Managers {
 namespace {
 
 constexpr qint64 LargestSize = Q_INT64_C(256) * 1024 * 1024;
-/// A larger body would hold up the event loop while it is copied.
+/// Copying a larger body would block the event loop for too long.
 constexpr qint64 LargestBody = Q_INT64_C(64) * 1024 * 1024;
 
-/// What an entry tells of itself beside what the server told.
+/// The attributes of an entry that do not come from the server.
 constexpr auto ChecksumAttribute = QNetworkRequest::User;
 constexpr auto AlwaysAskedAttribute =
     static_cast<QNetworkRequest::Attribute>(QNetworkRequest::User + 1);
 
-/// What is needed to ask again and to give the body out. The type of the body is left out: Qt would
-/// compress texts, which takes longer than to fetch them.
+/// The headers needed to revalidate the entry and to return its body. The content type is left out:
+/// Qt would compress texts, which takes longer than fetching them.
 QNetworkCacheMetaData::RawHeaderList headersToKeep(const QNetworkReply &answer)
 {
     const AnswerHead head(answer);
@@ -39,7 +39,7 @@ QNetworkCacheMetaData::RawHeaderList headersToKeep(const QNetworkReply &answer)
     return headers;
 }
 
-/// Of what Qt gives out; mostly without a copy.
+/// Checks the device that Qt returns; mostly without a copy.
 QByteArray contentOf(QIODevice &body)
 {
     const auto *buffer = qobject_cast<QBuffer *>(&body);
@@ -67,7 +67,7 @@ void AnswerCache::keep(const QNetworkReply &answer, const QString &file, const Q
 {
     if (answer.attribute(QNetworkRequest::SourceIsFromCacheAttribute).toBool())
         return;
-    // What is there is of an earlier state of the file.
+    // The existing entry is of an earlier state of the file.
     remove(answer.url());
     const Freshness freshness(answer);
     QFile source(file);
@@ -75,7 +75,7 @@ void AnswerCache::keep(const QNetworkReply &answer, const QString &file, const Q
         source.size() > LargestBody || !m_trim.hasRoomFor(source.size()))
         return;
     const QByteArray body = source.readAll();
-    // Qt never comes to the end of an empty one.
+    // Qt never reports the end of an empty body.
     if (body.isEmpty() || BodyChecksum::of(body) != checksum)
         return;
 
@@ -97,7 +97,7 @@ void AnswerCache::insertBody(const QNetworkCacheMetaData &head, const QByteArray
 {
     auto *entry = qobject_cast<QFile *>(prepare(head));
     if (!entry) {
-        // One line is enough for thousands of pictures.
+        // Logged once, not for each of thousands of pictures.
         m_isWritable = false;
         logLine(QStringLiteral("Cache cannot be written : ") + cacheDirectory());
         return;
@@ -124,8 +124,8 @@ QIODevice *AnswerCache::data(const QUrl &url)
     return nullptr;
 }
 
-/// Comes with each answer that nothing has changed. Qt would write the entry anew because of its
-/// date; but only a time until which the server need not be asked is worth that.
+/// Called for each "not modified" answer. Qt would rewrite the entry for the new date alone; that
+/// is only worth it for a new expiration time.
 void AnswerCache::updateMetaData(const QNetworkCacheMetaData &told)
 {
     QNetworkCacheMetaData head = metaData(told.url());
@@ -147,7 +147,7 @@ void AnswerCache::clear()
     m_trim.clear();
 }
 
-/// Qt would walk through all files at once, now and whenever there are too many.
+/// Qt would scan all files in one go, now and whenever the cache is too large.
 qint64 AnswerCache::expire()
 {
     return 0;

@@ -9,32 +9,31 @@ class QNetworkReply;
 
 namespace Kavo::Managers {
 
-/// Keeps what servers have answered for the next time, so that a server is asked no more than
-/// whether it has changed, or is not asked at all while it has said that it will not.
+/// Keeps the answers of servers for later runs. A server is then only asked whether a file has
+/// changed, or not asked at all while its answer is fresh.
 ///
-/// The network access manager reads here by itself and does not write: it keeps bodies that were
-/// cut short, and two answers of one address get in each other's way. Transfers hand over what came
-/// whole (keep()).
+/// The network access manager only reads this cache. Left to write it, it would keep truncated
+/// bodies, and two answers for one address would disturb each other. Transfer stores complete
+/// answers by keep().
 ///
-/// The folder costs nothing but time when something is wrong with it. An entry is given out only
-/// when its checksum is right, and is removed otherwise; where the folder cannot be written nothing
-/// is kept. Main thread.
+/// Damage in the cache folder costs time only. An entry is used only if its checksum is right, and
+/// is removed otherwise. If the folder cannot be written, nothing is kept. Main thread.
 class AnswerCache final : public QNetworkDiskCache
 {
     Q_OBJECT
 
 public:
-    /// Whether the server is asked even while its answer is still fresh.
+    /// Whether the server is asked even while its answer is fresh.
     enum class Asking { WhenStale, Always };
 
-    /// A folder of the user's cache location, of our own.
+    /// Uses a folder of its own in the user's cache location.
     static QString defaultFolder();
 
     explicit AnswerCache(const QString &folder, QObject *parent = nullptr);
 
-    /// Keeps a body that lies in a file and came whole with this answer. Does nothing when the
-    /// answer was read here, and when its server does not want it to be kept or says nothing by
-    /// which it could be asked again. `checksum` is that of the bytes that came; a file with others
+    /// Stores the body of an answer that arrived completely and is in a file. Does nothing if the
+    /// answer came from this cache, if the server forbids keeping it, or if the answer has nothing
+    /// to revalidate it by. `checksum` is that of the received bytes; a file with another checksum
     /// is not kept.
     void keep(const QNetworkReply &answer, const QString &file, const QByteArray &checksum,
               Asking asking);

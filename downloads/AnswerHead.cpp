@@ -2,12 +2,12 @@
 
 #include <QNetworkReply>
 
-// Qt sometimes keeps the headers of a redirect in front of those of the final answer ("145, 5000").
-// The last one counts.
+// Qt sometimes puts the headers of a redirect before those of the final answer ("145, 5000"). The
+// last one counts.
 
 namespace Kavo::Managers {
 
-/// 0 when there is no answer.
+/// 0 if there is no answer.
 int AnswerHead::status() const
 {
     return m_reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();

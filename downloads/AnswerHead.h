@@ -8,41 +8,42 @@ class QNetworkReply;
 
 namespace Kavo::Managers {
 
-/// What the head of an answer tells of its body. Reads the reply each time it is asked; the reply
-/// must outlive it. Before the head has come, and when there is none, it tells nothing.
+/// What the head of an HTTP answer says about its body. Reads the reply at each call; the reply
+/// must outlive it. Before the head has arrived, and if there is none, all answers are empty or
+/// false.
 class AnswerHead final
 {
 public:
     explicit AnswerHead(const QNetworkReply &reply) : m_reply(reply) {}
 
-    /// Whether the body is the file or a part of it. Of a page that tells of an error, neither
-    /// length nor date nor encoding say anything about the file.
+    /// Whether the body is the file or a part of it. The length, date and encoding of an error page
+    /// say nothing about the file.
     bool bringsTheFile() const;
-    /// Whether the body is no more than a part of the file, as far as the server says.
+    /// Whether the body is only a part of the file, according to the server.
     bool isPart() const;
-    /// Whether the answer is no more than that the file has not changed.
+    /// Whether the answer only says that the file has not changed.
     bool isUnchanged() const;
-    /// Whether the body is the whole file, byte for byte, and says how long it is.
+    /// Whether the body is the complete, unencoded file and its length is known.
     bool isMeasuredWhole() const;
-    /// Whether the body is a page that tells of an error.
+    /// Whether the body is an error page.
     bool isErrorPage() const;
-    /// Whether the server says that it does not have the part that it was asked for.
+    /// Whether the server says that it cannot send the requested range.
     bool refusesTheRange() const;
 
-    /// Whether the body comes in an encoding that Qt can undo.
+    /// Whether the body has an encoding that Qt can decode.
     bool isCompressed() const;
     bool isChunked() const;
-    /// Bytes of the body.
+    /// The length of the body in bytes.
     std::optional<qint64> length() const;
-    /// Where in the file the body begins, of a part that says so.
+    /// The offset of a partial body in the file, if the server says it.
     std::optional<qint64> firstByte() const;
 
-    /// The date of the file, letter for letter as the server writes it; empty when it does not.
+    /// The date of the file exactly as the server sent it; empty if it sent none.
     QByteArray lastModified() const;
-    /// The entity tag with its quotes, and with the mark of a weak one; empty when there is none.
+    /// The entity tag with its quotes and the mark of a weak one; empty if there is none.
     QByteArray entityTag() const;
-    /// The same; empty unless it is a strong one, which no two files share
-    /// that differ in a byte.
+    /// The entity tag if it is a strong one, else empty. Files with the same strong tag have the
+    /// same content.
     QByteArray strongTag() const;
 
 private:

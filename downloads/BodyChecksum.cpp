@@ -46,7 +46,7 @@ QByteArray BodyChecksum::of(const QByteArray &bytes)
     return sum.result();
 }
 
-/// Each step can be undone, so that one changed word always gives another sum.
+/// Every step is reversible, so a single changed word always changes the sum.
 void BodyChecksum::mix(quint64 word)
 {
     m_sum = (m_sum ^ word) * Q_UINT64_C(0x9e3779b97f4a7c15);

@@ -4,13 +4,13 @@
 
 namespace Kavo::Managers {
 
-/// Tells bytes that a disk has damaged from those that came. It is quick, no more: many times as
-/// fast as a digest, and no protection against anybody who wants two bodies to look alike.
+/// A checksum that detects data damaged on disk. It is many times as fast as a cryptographic digest
+/// and no protection against deliberate changes.
 class BodyChecksum final
 {
 public:
     void add(const char *bytes, qint64 count);
-    /// Of all bytes so far, in whatever pieces they came.
+    /// The checksum of all bytes so far. The pieces in which they came do not matter.
     QByteArray result() const;
 
     static QByteArray of(const QByteArray &bytes);
@@ -22,7 +22,7 @@ private:
 
     quint64 m_sum = 0;
     qint64 m_count = 0;
-    char m_rest[WordSize] = {}; ///< bytes behind the last whole word
+    char m_rest[WordSize] = {}; ///< bytes after the last complete word
     int m_restSize = 0;
 };
 

@@ -18,7 +18,7 @@ namespace {
 
 const QString FetchPrefix = QStringLiteral(".kavo-fetch-");
 
-/// A short text that stays the same for one address, so that a later run resumes the same file.
+/// A short text that is always the same for one address, so that a later run resumes the same file.
 QString addressMark(const QUrl &url)
 {
     const QByteArray hash =
@@ -51,14 +51,14 @@ QString CacheFolder::pathFor(Download &download)
     const QString beside = path + QLatin1Char('.') + addressMark(download.getRequest()->url());
     if (isHeldByOthers(path, download) || !holdersOf(beside).isEmpty())
         return beside;
-    // A half that an earlier run left there, when the name was taken.
+    // A partial file from an earlier run, made while the plain name was taken.
     if (!QFileInfo(beside).isFile())
         return path;
     if (download.isRestart()) {
         QFile::remove(beside);
         return path;
     }
-    // What has the name may be the half of the other address.
+    // The file with the plain name may be a part of the other address's file.
     return QFile::rename(beside, path) ? path : beside;
 }
 
@@ -89,7 +89,7 @@ const QVector<QWeakPointer<Download>> &CacheFolder::holdersOf(const QString &pat
 QString CacheFolder::beginWriting(const Download &download)
 {
     QString file = download.getPath();
-    // Transfers that are to be gone on with later all need the one file.
+    // Resumable transfers all need the same file.
     if (download.isRestart() && m_writers.contains(file))
         file = QFileInfo(file).path() + QDir::separator() + FetchPrefix +
                download.getId().toString(QUuid::WithoutBraces);

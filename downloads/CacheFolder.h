@@ -10,13 +10,13 @@
 
 namespace Kavo::Managers {
 
-/// Which file each download gets, so that no two of them spoil each other's:
+/// Chooses the file of each download, so that no two downloads damage each other's files:
 ///
-///     name           the name of its address
-///     name.MARK      beside it, as long as a live download of another address has the name; MARK
-///                    stands for the address, so that a later run finds its half there
-///     .kavo-fetch-*  a transfer that starts over while another one writes the same file; it moves
-///                    to the name when it is whole
+///     name           the file name of its address
+///     name.MARK      while a live download of another address has that name; MARK is made from the
+///                    address, so that a later run finds the partial file
+///     .kavo-fetch-*  for a transfer that starts over while another one writes the same file; it is
+///                    renamed when it is complete
 ///
 /// Main thread.
 class CacheFolder final
@@ -24,14 +24,15 @@ class CacheFolder final
 public:
     using DownloadPointer = QSharedPointer<Models::Download>;
 
-    /// Makes the folder and removes what a killed program left in it unfinished and unnamed.
+    /// Creates the folder and removes unfinished hidden files that a killed program has left there.
     explicit CacheFolder(const QString &path);
 
-    /// Gives a download without a path one in this folder, and remembers in any case who has it.
+    /// Chooses a path in this folder for a download that has none, and in any case remembers who
+    /// has the path.
     void settle(const DownloadPointer &download);
 
-    /// Where the transfer of a download is to write, which is its own path unless another transfer
-    /// writes that. It is taken until endWriting().
+    /// The path that the transfer of a download writes: the download's own path unless another
+    /// transfer is writing that. It is reserved until endWriting().
     QString beginWriting(const Models::Download &download);
     void endWriting(const QString &file);
 
@@ -41,10 +42,10 @@ private:
     const QVector<QWeakPointer<Models::Download>> &holdersOf(const QString &path);
 
     QString m_path;
-    /// Downloads that somebody may still hold, also after they left the queue, by the path they
-    /// came with. Those that are gone are sorted out when their path is asked for again.
+    /// Downloads that may still be referenced, even after they left the queue, by the path that
+    /// they were given. Deleted ones are removed when their path is asked for again.
     QHash<QString, QVector<QWeakPointer<Models::Download>>> m_holders;
-    /// How many transfers write each file.
+    /// The number of transfers that write each file.
     QHash<QString, int> m_writers;
 };
 

@@ -17,7 +17,7 @@ Download::Download(const QString &url, bool overwrite, bool restart, QObject *pa
     , m_restart(restart)
 {
     m_request->setUrl(QUrl(url));
-    // Deprecated for a choice of policies that is not needed here.
+    // Deprecated in favour of redirect policies that are not needed here.
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     m_request->setAttribute(QNetworkRequest::FollowRedirectsAttribute, true);
@@ -60,7 +60,7 @@ QString Download::getFileName()
     QString name = fileNameIn(m_request->url());
     if (name.isEmpty())
         name = QStringLiteral("download");
-    // The bare name is looked up in the working folder, not in the folder of downloads.
+    // The bare name refers to the working folder, not to the folder of downloads.
     // Fixed, see docs/compatibility.md.
     if (!m_overwrite && QFile::exists(name)) {
         int number = 0;

@@ -10,16 +10,16 @@
 
 namespace Kavo::Models {
 
-/// One file transfer: the request to send, where the bytes go, how far it has come and in which
-/// phase it is. It does no networking; the download manager drives it:
+/// One file transfer: its request, its target file, its progress and its phase. It does no
+/// networking; DownloadManager runs it:
 ///
 ///     Idle -> Header -> Download -> Finished     resumable
 ///     Idle -> Header -> Finished                 resumable, file already complete
 ///     Idle -> Download -> Finished               restart
 ///
-/// An error, of the network or because bytes could not be written, is announced by error() and is
-/// final: the transfer still ends in Finished, and listeners ignore all that follows an error. All
-/// sizes are bytes. Main thread.
+/// A network error, or bytes that could not be written, are announced by error(). An error is
+/// final: the transfer still ends in Finished, but listeners ignore everything that follows. All
+/// sizes are in bytes. Main thread.
 class Download final : public QObject
 {
     Q_OBJECT
@@ -28,7 +28,7 @@ public:
     /// Fixed, see docs/compatibility.md.
     enum class Process : int {
         Idle = 0,
-        Header = 1,   ///< a HEAD request is out to learn the size
+        Header = 1,   ///< a HEAD request asks for the size
         Download = 2, ///< the GET request is running
         Finished = 3,
     };
@@ -42,58 +42,60 @@ public:
     /// Always announces the phase; Finished also announces finished() with the path.
     void setProcess(Process process);
 
-    /// Total size, 0 while it is not known. The setters always announce.
+    /// The total size, 0 while it is unknown. The setters always announce it.
     qint64 getFileSize() const { return m_fileSize; }
     void setFileSize(qint64 size);
-    /// The most bytes that the file may have, 0 for any number. One that has more is an error.
+    /// The largest size that the file may have, 0 for no limit. A larger file is an error.
     qint64 getLargestSize() const { return m_largestSize; }
     void setLargestSize(qint64 size) { m_largestSize = size; }
-    /// Bytes that the local file holds so far.
+    /// The present size of the local file.
     qint64 getCurrentSize() const { return m_currentSize; }
     void setCurrentSize(qint64 size);
 
-    /// Full local path of the target file, empty until it is settled.
+    /// The full path of the target file, empty until it is chosen.
     QString getPath() const { return m_path; }
     void setPath(const QString &path) { m_path = path; }
 
-    /// Whether the content is to be hashed while it is written.
+    /// Whether the content is hashed while it is written.
     bool isHashed() const { return m_isHashed; }
     void setHashed(bool hashed) { m_isHashed = hashed; }
-    /// The SHA-256 of the file, once Finished; empty unless it was hashed and came whole in one go.
+    /// The SHA-256 of the file after Finished; empty unless the content was hashed and arrived in
+    /// one transfer.
     QByteArray getDigest() const { return m_digest; }
     void setDigest(const QByteArray &digest) { m_digest = digest; }
 
     QUuid getId() const { return m_id; }
 
-    /// Whether the transfer starts over: no size probe, no resumption, an existing file goes first.
+    /// Whether the transfer starts over: without a size probe or resumption, and an existing file
+    /// is removed first.
     bool isRestart() const { return m_restart; }
     void setRestart(bool restart) { m_restart = restart; }
 
-    /// Whether the server is asked each time, even when it has said for how long its answer may be
-    /// used. Only transfers that start over go by that at all.
+    /// Whether the server is asked even while its cached answer is fresh. Only matters for
+    /// transfers that start over.
     bool isAlwaysAsked() const { return m_isAlwaysAsked; }
     void setAlwaysAsked(bool asked) { m_isAlwaysAsked = asked; }
 
-    /// Whether the transfer may wait for others of its host, as pictures do of which there are
-    /// thousands. One that nobody awaits any more when its turn comes is not begun.
+    /// Whether the transfer may wait for others of its host, as the thousands of icons do. A
+    /// waiting transfer without listeners is not started.
     bool isPatient() const { return m_isPatient; }
     void setPatient(bool patient) { m_isPatient = patient; }
     /// Whether anybody listens to finished().
     bool isAwaited() const;
 
-    /// The name of the file that an address ends in, empty when it ends in none.
+    /// The file name at the end of an address, empty if it has none.
     static QString fileNameIn(const QUrl &url);
-    /// Local file name for the address, chosen at the first call.
+    /// The local file name for the address, chosen at the first call.
     QString getFileName();
 
-    /// Repeats the present state for a listener that came late.
+    /// Announces the present state again for a listener that was connected late.
     void announce();
 
     /// Whether an error was announced in the present phase. A download that is Finished then has
     /// no usable file.
     bool hasFailed() const { return m_hasFailed; }
 
-    /// Reports an error of this transfer: the detail to the log, "Server Error" to the listeners.
+    /// Reports an error of this transfer: logs the detail and announces "Server Error".
     void fail(const QString &message);
 
 signals:

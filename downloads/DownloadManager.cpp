@@ -52,7 +52,7 @@ void DownloadManager::add(const DownloadPointer &download, bool hold)
 
 void DownloadManager::start()
 {
-    // Listeners may add and remove downloads while they are told of a phase.
+    // Listeners may add and remove downloads while they handle a change of phase.
     const auto idle = std::exchange(m_idle, {});
     for (const QWeakPointer<Download> &candidate : idle) {
         const DownloadPointer download = candidate.toStrongRef();
@@ -141,7 +141,7 @@ void DownloadManager::run(const DownloadPointer &download)
             startPatient(PatientQueue::hostOf(*download));
         });
     } else {
-        // Where all connections are taken the next one that is free goes to these.
+        // If all connections of the host are in use, these get the next free one.
         download->getRequest()->setPriority(QNetworkRequest::HighPriority);
     }
     transfer->start();

@@ -21,14 +21,14 @@ class Settings;
 
 namespace Kavo::Managers {
 
-/// Runs every HTTP transfer of the program and keeps the queue of those not yet ended.
+/// Runs all HTTP transfers of the program and keeps the queue of those that have not ended.
 ///
-/// The manager has no signals: callers create a download, hand it in and follow its own signals.
-/// Every idle download starts at once, with the network access manager's limit of connections to
-/// one host as the only throttle, but for patient ones: a few of one host at a time, so that the
-/// others find a connection (PatientQueue). Nothing is persisted but the files: a later run resumes
-/// from what lies in the cache folder, and need not fetch again what starts over and has not
-/// changed (AnswerCache). Main thread.
+/// The manager has no signals: a caller creates a download, adds it and follows the download's own
+/// signals. Every idle download starts at once. The only limit is the number of connections per
+/// host of the network access manager. Patient downloads start a few at a time for each host, so
+/// that others find a free connection (PatientQueue). Only files outlive the program: a later run
+/// resumes from the cache folder, and restarting downloads that have not changed come from
+/// AnswerCache. Main thread.
 class DownloadManager final : public QObject
 {
     Q_OBJECT
@@ -36,35 +36,35 @@ class DownloadManager final : public QObject
 public:
     using DownloadPointer = QSharedPointer<Models::Download>;
 
-    /// Copies the cache folder from the settings, makes sure that it exists, opens "download.db"
-    /// and gives the network access manager its cache. A folder or database that cannot be made
-    /// is logged at most.
+    /// Takes the cache folder from the settings, creates it, opens "download.db" and gives the
+    /// network access manager its cache. A folder or database that cannot be created is at most
+    /// logged.
     DownloadManager(const QSharedPointer<Settings> &settings,
                     const QSharedPointer<QNetworkAccessManager> &network,
                     QObject *parent = nullptr);
     ~DownloadManager() override;
 
-    /// Queues a download and, unless `hold` is set, starts what is idle. One that is queued
-    /// already is left alone. A download without a path gets one in the cache folder: the name of
-    /// its address, or a name beside it as long as a live download of another address has that.
-    /// Several restarting downloads of one path each bring a whole file there: whoever is told
-    /// finished() finds one.
+    /// Adds a download to the queue and, unless `hold` is set, starts all idle ones. A download
+    /// that is in the queue already is not added again. A download without a path gets one in the
+    /// cache folder: the file name of its address, or a name next to it while a live download of
+    /// another address has that name. If several restarting downloads have the same path, each of
+    /// them puts a complete file there: after finished() the file always exists.
     void add(const DownloadPointer &download, bool hold);
 
-    /// Starts every idle download, patient ones in their turn; may be called any number of times.
+    /// Starts every idle download, patient ones in turn. May be called any number of times.
     void start();
 
-    /// Has a patient download that still waits go out before the others, or among them again.
+    /// Moves a waiting patient download ahead of the others, or back to its place among them.
     void prefer(const DownloadPointer &download, bool preferred);
 
     /// First queued download of this address, or null.
     DownloadPointer find(const QString &url) const;
 
-    /// Takes a download out of the queue without stopping it.
+    /// Removes a download from the queue without stopping it.
     void remove(const DownloadPointer &download);
 
-    /// Deletes the database file, which is made anew at the next start of the program, and what
-    /// is kept of the servers' answers.
+    /// Deletes the database file, which is created again at the next start of the program, and the
+    /// cached answers.
     void clear();
 
 private:
@@ -76,9 +76,9 @@ private:
     QSharedPointer<QNetworkAccessManager> m_network;
     CacheFolder m_cacheFolder;
     QList<DownloadPointer> m_queue;
-    // With thousands of downloads a walk through the queue for each of them would show.
+    // An index; with thousands of downloads a search of the queue for each of them would be slow.
     QSet<QUuid> m_queuedIds;
-    /// What was idle when it was last heard of.
+    /// The downloads that were idle when they were last looked at.
     QVector<QWeakPointer<Models::Download>> m_idle;
     PatientQueue m_patient;
     DatabaseFile m_database;

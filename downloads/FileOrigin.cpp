@@ -14,7 +14,7 @@ const char *const AddressAttribute = "user.xdg.origin.url";
 const char *const DateAttribute = "user.kavo.last-modified";
 const char *const TagAttribute = "user.kavo.etag";
 
-/// The largest attribute that the kernel takes, in bytes.
+/// The largest attribute that the kernel accepts, in bytes.
 constexpr int LongestAttribute = 64 * 1024;
 
 QByteArray readAttribute(const QByteArray &path, const char *name)
@@ -23,7 +23,7 @@ QByteArray readAttribute(const QByteArray &path, const char *name)
     if (length <= 0 || length > LongestAttribute)
         return QByteArray();
     QByteArray value(static_cast<int>(length), '\0');
-    // It may have changed in between.
+    // The attribute may have changed in between.
     const auto size = static_cast<std::size_t>(length);
     const bool isWhole = ::getxattr(path.constData(), name, value.data(), size) == length;
     return isWhole ? value : QByteArray();

@@ -7,29 +7,28 @@ class QUrl;
 
 namespace Kavo::Managers {
 
-/// Where the bytes of a file come from. It is kept with the file, as extended attributes: the
-/// address as other programs of the desktop do it ("user.xdg.origin.url"), the rest as ours.
-/// Some file systems have no attributes, and a copy often loses them, so that a file without them
-/// is nothing unusual.
+/// The origin of a file's content. It is stored with the file in extended attributes: the address
+/// in the one that the desktop defines ("user.xdg.origin.url"), the rest in attributes of this
+/// program. Some file systems have no attributes, and copies often lose them, so a file without
+/// them is normal.
 struct FileOrigin
 {
-    QByteArray address;      ///< encoded and without credentials; empty when not known
-    QByteArray lastModified; ///< letter for letter as the server wrote it; empty when not known
-    QByteArray entityTag;    ///< with its quotes, and a strong one; empty when there is none
+    QByteArray address;      ///< encoded, without credentials; empty if unknown
+    QByteArray lastModified; ///< exactly as the server sent it; empty if unknown
+    QByteArray entityTag;    ///< a strong entity tag with its quotes; empty if there is none
 
     static FileOrigin of(const QUrl &url, const QByteArray &lastModified,
                          const QByteArray &entityTag);
 
-    /// What the file tells of its origin; nothing when there is no file.
+    /// Reads the origin stored with a file; nothing if there is no file.
     static FileOrigin read(const QString &path);
-    /// Replaces what an open file tells of its origin. Fails silently.
+    /// Stores the origin with an open file. Fails silently.
     void write(int file) const;
 
-    /// Whether both may speak of the same file: nothing that both of them know is different.
+    /// Whether both may be the origin of the same content: no attribute that both have differs.
     bool agreesWith(const FileOrigin &other) const;
 
-    /// What tells the server which state of the file these bytes are of: the tag, or else the date;
-    /// empty when neither is known.
+    /// The validator for If-Range: the entity tag, or else the date; empty if neither is known.
     QByteArray validator() const { return entityTag.isEmpty() ? lastModified : entityTag; }
 };
 

@@ -11,7 +11,7 @@ namespace Kavo::Managers {
 
 namespace {
 
-/// Milliseconds of one turn.
+/// The length of a turn in milliseconds.
 constexpr int TurnLength = 8;
 
 std::unique_ptr<QDirIterator> filesBelow(const QString &folder)
@@ -37,7 +37,7 @@ void FolderTrim::add(qint64 bytes)
         return;
     if (m_isCounted && !isTooLarge())
         return;
-    // What has come since the last count is among what is counted now.
+    // Files that were added since the last count are included in this one.
     m_size = 0;
     m_files.clear();
     m_walk = filesBelow(m_folder);
@@ -87,7 +87,7 @@ bool FolderTrim::countOne()
 /// Returns whether there is more to do.
 bool FolderTrim::removeOne()
 {
-    // Some more, so that the next file does not begin it anew.
+    // Removes a few more, so that the next added file does not start this again.
     const qint64 goal = m_largestSize / 4 * 3;
     if (m_files.isEmpty() || m_size <= goal)
         return false;

@@ -12,7 +12,7 @@ namespace {
 
 using Directives = QHash<QByteArray, QByteArray>;
 
-/// The parts of a Cache-Control header, in small letters.
+/// The directives of the Cache-Control header in lower case.
 Directives directivesOf(const QNetworkReply &answer)
 {
     Directives directives;
@@ -36,7 +36,7 @@ QDateTime httpDate(const QByteArray &text)
     return date;
 }
 
-/// Not valid when the server tells no such time.
+/// Invalid if the server sends no such time.
 QDateTime expirationOf(const QNetworkReply &answer, const Directives &directives)
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
@@ -44,15 +44,15 @@ QDateTime expirationOf(const QNetworkReply &answer, const Directives &directives
         return httpDate(answer.rawHeader("Expires"));
     bool isNumber = false;
     const qint64 lifetime = directives.value("max-age").toLongLong(&isNumber);
-    // Some of it may have passed in another cache on the way.
+    // A cache on the way may have used up part of the time.
     const qint64 rest = lifetime - answer.rawHeader("Age").trimmed().toLongLong();
     constexpr qint64 Longest = 365 * 24 * 3600;
     return isNumber ? now.addSecs(qMin(rest, Longest)) : QDateTime();
 }
 
-/// Whether the file changed so shortly before it was sent that it may change once more in the same
-/// second: its date, and a tag that many servers make of the date and the length, would then be
-/// those of both.
+/// Whether the file was changed less than a second before it was sent. If it changes again in the
+/// same second, its date stays the same, and so does an entity tag that is made of date and length,
+/// as many servers do.
 bool isFreshlyChanged(const QNetworkReply &answer)
 {
     constexpr qint64 Rest = 2;
@@ -69,7 +69,7 @@ Freshness::Freshness(const QNetworkReply &answer)
     if (directives.contains("no-store") || answer.rawHeader("Vary").contains('*') ||
         isFreshlyChanged(answer))
         return;
-    // After a redirect the head may hold lines of both answers.
+    // After a redirect the headers of both answers may be present.
     const bool isRedirected = answer.url() != answer.request().url();
     if (!isRedirected && !directives.contains("no-cache"))
         m_expiration = expirationOf(answer, directives);

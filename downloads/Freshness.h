@@ -6,18 +6,18 @@ class QNetworkReply;
 
 namespace Kavo::Managers {
 
-/// What the head of an answer says of how long its body may be used.
+/// How long the body of an answer may be used, according to its headers.
 class Freshness final
 {
 public:
-    /// An answer that came just now.
+    /// For an answer that has just arrived.
     explicit Freshness(const QNetworkReply &answer);
 
-    /// Whether the server lets it be kept, and tells something by which it can be asked again or
-    /// a time in which it need not be. A file that has changed just now is not kept: another
-    /// change in the same second could not be told from it.
+    /// Whether the server allows the answer to be kept and sends something to revalidate it by, or
+    /// an expiration time. An answer whose file has just changed is not kept: another change in the
+    /// same second would have the same date.
     bool mayBeKept() const { return m_mayBeKept; }
-    /// Until when the server need not be asked; not valid when it is to be asked each time.
+    /// The time until which the server need not be asked; invalid if it has to be asked each time.
     QDateTime expiration() const { return m_expiration; }
 
 private:

@@ -34,7 +34,7 @@ void PartialFile::discard()
     m_file.close();
     m_hash.reset();
     QFile::remove(m_file.fileName());
-    // Another transfer may put a file there before this one opens it.
+    // Another transfer may create the file before this one opens it.
     m_discards = true;
 }
 
@@ -62,7 +62,7 @@ void PartialFile::open(const FileOrigin &origin)
 void PartialFile::append(const char *bytes, qint64 count)
 {
     const bool takesBytes = m_file.isOpen() && m_lostBytes == 0;
-    // A full disk shows in the count alone.
+    // A full disk shows only in the number of written bytes.
     const qint64 written = takesBytes ? qMax<qint64>(m_file.write(bytes, count), 0) : 0;
     m_lostBytes += count - written;
     if (m_hash)
@@ -84,7 +84,7 @@ void PartialFile::settle(bool isUsable)
 {
     m_file.close();
     if (m_file.fileName() == m_place) {
-        // It would stop the next try as well, and nobody is to unpack a pipe.
+        // It would break the next attempt as well, and a pipe must never be unpacked.
         if ((m_lostBytes > 0 || isSpecialFile(m_place)) && isDeadEnd())
             QFile::remove(m_place);
         return;
@@ -97,8 +97,8 @@ void PartialFile::settle(bool isUsable)
     QFile::remove(m_file.fileName());
 }
 
-/// Whether what stands in the file's place is none and can go without a loss: a link that leads to
-/// no file, a pipe or a socket.
+/// Whether the path holds something that is not a file and can be removed without loss: a dangling
+/// link, a pipe or a socket.
 bool PartialFile::isDeadEnd() const
 {
     struct stat status = {};

@@ -10,56 +10,57 @@
 
 namespace Kavo::Managers {
 
-/// The file that a transfer fills. It knows what an earlier transfer left there and what that is
-/// worth, takes the bytes in, counts those that could not be written, and says on the disk where
-/// they come from. It knows nothing of HTTP.
+/// The file that a transfer writes. It judges what an earlier transfer has left there, appends the
+/// received bytes, counts the bytes that could not be written, and stores the origin of its
+/// content. It knows nothing of HTTP.
 ///
-/// A file that another transfer is writing already can be filled in another place; it takes its own
-/// one when it is whole (settle()).
+/// While another transfer writes the same file, this one can be written elsewhere; settle() moves
+/// it to its place when it is complete.
 class PartialFile final
 {
 public:
-    /// What to do about what lies in the file's place.
+    /// What to do with the existing file.
     enum class Plan {
-        Finish,  ///< it is whole
-        Resume,  ///< it is the beginning: fetch the rest
-        Restart, ///< it is of something else: discard() it, fetch all
-        Append,  ///< it cannot be compared, or nothing is there: fetch all, put it behind
+        Finish,  ///< it is complete
+        Resume,  ///< it is the beginning of the file: fetch the rest
+        Restart, ///< it belongs to something else: discard() it and fetch all
+        Append,  ///< it cannot be compared, or does not exist: fetch all and append
     };
 
-    /// `place` is where the file belongs, `growsAt` where it is written meanwhile; mostly the same.
+    /// `place` is the final path, `growsAt` the path that is written until the file is complete;
+    /// they are mostly the same.
     PartialFile(const QString &place, const QString &growsAt);
 
-    /// Compares what is there with what the server tells: the size of the whole in bytes, when
-    /// known, and the origin. Changes nothing.
+    /// Compares the existing file with what the server says: its full size in bytes, if known, and
+    /// its origin. Changes nothing.
     Plan plan(const std::optional<qint64> &wholeSize, const FileOrigin &origin) const;
 
-    /// Removes what is there; nothing of it will be in the file.
+    /// Removes the existing file.
     void discard();
 
-    /// Opens the file, which is made when missing, unless it is open. The origin is remembered
-    /// with it; a file that has bytes already keeps what it tells of theirs. One that cannot be
-    /// opened, as a pipe or a device in its place, loses what is appended; until then it may be
-    /// tried again.
+    /// Opens the file, creating it if necessary, unless it is open. Stores the origin with it; a
+    /// file that is not empty keeps its stored origin. If the file cannot be opened, for example
+    /// because a pipe or a device is in its place, appended bytes are lost; until then open() may
+    /// be repeated.
     void open(const FileOrigin &origin);
-    /// Adds bytes to the file. What the disk does not take is lost, and so is all that comes
-    /// after it: the file stays a beginning that can be gone on with.
+    /// Appends bytes to the file. After bytes that could not be written all further ones are
+    /// dropped, so the file remains a beginning that can be resumed.
     void append(const char *bytes, qint64 count);
-    /// Has the content hashed while it is written. To be called before open().
+    /// Hashes the content while it is written. To be called before open().
     void hashContent() { m_isHashed = true; }
-    /// The SHA-256 of the file, when all of it was written since open() and hashContent() was
-    /// called; else empty. To be called once, when nothing is to be appended any more.
+    /// The SHA-256 of the file if all of it was written since open() and hashContent() was called,
+    /// else empty. To be called once, after the last byte.
     QByteArray digest();
-    /// What the file tells of its bytes' origin.
+    /// The stored origin of the file.
     FileOrigin origin() const { return FileOrigin::read(m_file.fileName()); }
-    /// Bytes that came and are not in the file.
+    /// The number of received bytes that are not in the file.
     qint64 lostBytes() const { return m_lostBytes; }
-    /// Bytes on the disk, also while the file is closed; 0 when it is none.
+    /// The size on the disk in bytes, also while the file is closed; 0 if there is no regular file.
     qint64 size() const;
 
-    /// Closes the file and brings one that grew elsewhere to its place, in one step; removes it
-    /// instead when it is not to be used. What cannot be brought there is lost. A link that leads
-    /// to no file is removed when bytes were lost, and so is a pipe or a socket.
+    /// Closes the file. One that was written elsewhere is moved to its place in one step, or
+    /// removed if it is not to be used; if it cannot be moved, it is lost. If bytes were lost, a
+    /// dangling link, a pipe or a socket in the file's place is removed.
     void settle(bool isUsable);
 
 private:
@@ -69,7 +70,7 @@ private:
     QFile m_file;
     bool m_discards = false;
     bool m_isHashed = false;
-    std::optional<Sha256> m_hash; ///< of a file that was written from its first byte on
+    std::optional<Sha256> m_hash; ///< for a file that is written from its first byte on
     qint64 m_lostBytes = 0;
 };
 

@@ -11,34 +11,35 @@
 
 namespace Kavo::Managers {
 
-/// Patient downloads that wait for their turn. The network access manager has six connections to a
-/// host and gives them to whoever comes first; thousands of pictures would keep an archive waiting.
-/// So a few of one host are on their way at a time, in order, but for those that are preferred:
+/// Patient downloads that wait for their turn. The network access manager opens six connections to
+/// a host, first come, first served; thousands of icons would keep an archive waiting. So only a
+/// few patient downloads of a host run at a time, in order, preferred ones first:
 ///
-///     append -> [others] <-> [preferred] -> take -> on its way -> ended
+///     append -> [others] <-> [preferred] -> take -> running -> ended
 ///
-/// Hosts do not wait for one another. Main thread.
+/// Hosts do not wait for each other. Main thread.
 class PatientQueue final
 {
 public:
     using DownloadPointer = QSharedPointer<Models::Download>;
 
-    /// Of one host, at the same time. The difference is what a preferred one need not wait for.
+    /// The number of patient downloads of one host that run at a time. The difference is reserved
+    /// for preferred ones.
     static constexpr int MostOnTheirWay = 4;
     static constexpr int MostOthersOnTheirWay = 3;
 
-    /// Does nothing for one that waits already.
+    /// Does nothing for a download that is already waiting.
     void append(const DownloadPointer &download);
-    /// Has one that waits go out before the others, or in its old place among them again.
+    /// Moves a waiting download ahead of the others, or back to its old place among them.
     void prefer(const Models::Download &download, bool preferred);
-    /// Takes one that waits out.
+    /// Removes a waiting download.
     void remove(const Models::Download &download);
 
-    /// The next one of this host that may go out, or null. It is on its way until ended().
+    /// The next download of this host that may start, or null. It counts as running until ended().
     DownloadPointer take(const QString &host);
     void ended(const Models::Download &download);
 
-    /// What counts as one host: connections to it are not shared with others.
+    /// The key of a host: downloads with the same key share its connections.
     static QString hostOf(const Models::Download &download);
 
 private:
@@ -59,7 +60,7 @@ private:
     void forgetIfIdle(const QString &host);
 
     QHash<QString, Host> m_hosts;
-    QHash<QUuid, Place> m_places; ///< of those that wait
+    QHash<QUuid, Place> m_places; ///< of the waiting downloads
     quint64 m_nextNumber = 0;
 };
 

@@ -15,8 +15,8 @@ using Models::Download;
 
 namespace {
 
-/// How much of a body the network layer may hold before it stops reading from the connection, in
-/// bytes. Without a limit a fast server fills the memory with what the disk has not taken yet.
+/// The size of the network layer's read buffer in bytes. Without a limit a server that is faster
+/// than the disk would fill the memory.
 constexpr qint64 ReadBufferSize = 1024 * 1024;
 
 const QByteArray AcceptEncoding = "Accept-Encoding";
@@ -36,7 +36,7 @@ Transfer::Transfer(QNetworkAccessManager &network, const QSharedPointer<Download
 void Transfer::start()
 {
     QNetworkRequest &request = *m_download->getRequest();
-    // What is worth it is kept by us, when it has come whole.
+    // Qt's own saving is off; keepForLater() stores complete answers.
     request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
     if (m_download->isRestart()) {
         request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
@@ -46,9 +46,9 @@ void Transfer::start()
     }
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
                          QNetworkRequest::AlwaysNetwork);
-    // Otherwise Qt would have all caches on the way passed over.
+    // Otherwise Qt would ask all caches on the way to be bypassed.
     request.setRawHeader("Cache-Control", "no-transform");
-    // The length of a compressed answer is not that of the file, and a part of one cannot be
+    // The length of a compressed answer is not the length of the file, and a part of it cannot be
     // resumed.
     request.setRawHeader(AcceptEncoding, "identity");
     sendProbe();
@@ -69,7 +69,7 @@ void Transfer::onProbed(QNetworkReply &probe)
     const std::optional<qint64> length = answer.length();
     const QVariant modified = probe.header(QNetworkRequest::LastModifiedHeader);
     probe.deleteLater();
-    // What the server says of an error page is nothing about the file.
+    // The head of an error page says nothing about the file.
     const bool answered = probe.error() == QNetworkReply::NoError;
     const FileOrigin origin = originOf(answer, answered);
     std::optional<qint64> size;
@@ -101,7 +101,7 @@ void Transfer::follow(PartialFile::Plan plan)
     requestBody();
 }
 
-/// The server sends the whole instead of the rest when the file has changed since.
+/// If the file has changed since, the server sends all of it instead of the rest.
 void Transfer::askForTheRest()
 {
     QNetworkRequest &request = *m_download->getRequest();
@@ -130,8 +130,8 @@ void Transfer::onAnswered()
         return;
     QNetworkRequest &request = *m_download->getRequest();
     if (answer.isCompressed() && request.hasRawHeader(AcceptEncoding)) {
-        // Some servers compress whatever they are asked for. Qt undoes it, but only for a request
-        // that does not choose an encoding, and only from the first byte on.
+        // Some servers compress although the request forbids it. Qt decompresses the answer, but
+        // only if the request does not set an encoding, and only from the first byte on.
         request.setRawHeader(AcceptEncoding, QByteArray());
         askForTheWhole();
         return;
@@ -147,15 +147,15 @@ void Transfer::onAnswered()
         giveUp();
 }
 
-/// Whether the body follows on the bytes that are there. Some servers mistake the place, and some
-/// do not care for what they are asked in If-Range.
+/// Whether the body continues the existing part. Some servers send another range, and some ignore
+/// If-Range.
 bool Transfer::isTheRest(const AnswerHead &answer) const
 {
     return answer.firstByte() == m_file.size() &&
            m_file.origin().agreesWith(originOf(answer, true));
 }
 
-/// Gives up what is there: what comes is the file from its first byte on.
+/// Drops the existing part: the body is the file from its first byte on.
 void Transfer::startAnew()
 {
     QNetworkRequest &request = *m_download->getRequest();
@@ -164,7 +164,7 @@ void Transfer::startAnew()
     m_file.discard();
 }
 
-/// Asks once more, for an answer that is of no use.
+/// Repeats the request after an unusable answer.
 void Transfer::askForTheWhole()
 {
     m_reply->disconnect(this);
@@ -182,10 +182,10 @@ FileOrigin Transfer::originOf(const AnswerHead &answer, bool bringsTheFile) cons
     return FileOrigin::of(address, answer.lastModified(), answer.strongTag());
 }
 
-/// What has no place in the file is read all the same, so that it does not pile up.
+/// Data that is not written is read as well, so that it does not pile up in memory.
 void Transfer::writeBody()
 {
-    // What has been ended can be read no more.
+    // An aborted reply cannot be read.
     if (m_hasGivenUp)
         return;
     const AnswerHead answer(*m_reply);
@@ -205,7 +205,7 @@ void Transfer::writeBody()
             m_checksum.add(m_buffer.constData(), received);
         m_receivedBytes += received;
     }
-    // Progress is reported every now and then only, so that bytes before a pause would not show.
+    // Progress signals are throttled, so the last bytes before a pause would not be counted.
     if (m_receivedBytes > before)
         m_download->setCurrentSize(m_file.size());
     if (isTooLarge(m_file.size()))
@@ -218,7 +218,7 @@ bool Transfer::isTooLarge(qint64 size) const
     return largest > 0 && size > largest;
 }
 
-/// Ends the transfer, which may never end by itself.
+/// Aborts the transfer, which might not end by itself.
 void Transfer::giveUp()
 {
     const QString reason = QStringLiteral("more than %1 bytes").arg(m_download->getLargestSize());
@@ -226,7 +226,7 @@ void Transfer::giveUp()
     m_hasFailed = true;
     m_hasGivenUp = true;
     m_download->fail(reason);
-    // The end that we make is no error of its own.
+    // Aborting must not be reported as another error.
     disconnect(m_reply, &QNetworkReply::errorOccurred, this, nullptr);
     m_reply->abort();
 }
@@ -240,7 +240,8 @@ void Transfer::onProgress(qint64 bytesTotal)
     m_download->setCurrentSize(m_file.size());
 }
 
-/// Whether the body that has not changed is to be had no more: the cache has found it damaged.
+/// Whether the server confirmed that nothing has changed, but the cached body turned out to be
+/// damaged.
 bool Transfer::isLostInCache() const
 {
     return AnswerHead(*m_reply).isUnchanged() && !m_hasPassedCache &&
@@ -274,7 +275,8 @@ void Transfer::onFinished()
     m_file.settle(!m_hasFailed && m_file.lostBytes() == 0);
     reportLoss();
     keepForLater();
-    // The length of a page is not that of the file, and the error says why that is not whole.
+    // The length of an error page is not the length of the file, and the error explains why the
+    // file is incomplete.
     if (!answer.isErrorPage() && !m_hasGivenUp)
         logShortfall(present);
     m_reply->deleteLater();
@@ -284,37 +286,38 @@ void Transfer::onFinished()
     emit ended();
 }
 
-/// A connection that ends in mid-body is an error, but Qt finds out only sometimes: when the end
-/// arrives together with the last bytes, it passes for that of the body. An archive that is cut
-/// short must not be taken for a whole one, since installing it removes the version before.
+/// A connection that breaks in the middle of a body is an error. Qt does not always notice: if the
+/// end of the connection arrives together with the last bytes, it counts as the end of the body. A
+/// truncated archive must not count as complete, because its installation would remove the
+/// installed version.
 bool Transfer::isCutShort() const
 {
     const AnswerHead answer(*m_reply);
     if (m_reply->error() != QNetworkReply::NoError || answer.isCompressed())
         return false;
-    // What the disk did not take was not cut off by the network.
+    // Bytes that could not be written do not mean a broken connection.
     const qint64 lost = m_file.lostBytes();
     const std::optional<qint64> announced = answer.length();
     if (announced)
         return m_receivedBytes < *announced;
-    // Chunks do not tell how long the body is; the probe has told how long the file is.
+    // A chunked body has no announced length; the probe has told the length of the file.
     return answer.isChunked() && m_file.size() + lost < m_download->getFileSize();
 }
 
-/// Bytes that are missing on the disk are an error of the download: to install what is left of an
-/// archive would remove the version before.
+/// Bytes that are missing on the disk are an error of the download: installing the incomplete
+/// archive would remove the installed version.
 void Transfer::reportLoss()
 {
     if (m_file.lostBytes() == 0)
         return;
     const QString loss = QStringLiteral("%1 bytes were not written").arg(m_file.lostBytes());
     logLine(QStringLiteral("Write Error : %1 : %2").arg(m_download->getPath(), loss));
-    // An error is told once.
+    // An error is reported once.
     if (!std::exchange(m_hasFailed, true))
         m_download->fail(loss);
 }
 
-/// Spares the next start the body, when it is one that is fetched whole each time.
+/// Keeps the answer for the next start if the file is fetched as a whole each time.
 void Transfer::keepForLater() const
 {
     const AnswerHead answer(*m_reply);

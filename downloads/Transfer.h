@@ -15,39 +15,39 @@ namespace Kavo::Managers {
 
 class AnswerHead;
 
-/// Takes one download from Idle to Finished over the network:
+/// Runs one download over the network, from Idle to Finished:
 ///
 ///     resumable:  HEAD -> compare with the file on disk -> GET of what is missing -> Finished
 ///     restart:    remove the file -> GET -> Finished
 ///
-/// What starts over may come from the answers that the network access manager keeps (AnswerCache);
-/// what is resumable neither comes from there nor goes there.
+/// A restarting download may be answered from the cache of the network access manager
+/// (AnswerCache). A resumable one neither reads nor fills that cache.
 ///
-/// A rest that does not follow on what is there costs that: the transfer goes on with the whole.
+/// If the server does not send the missing part, the existing part is dropped and the whole file is
+/// fetched. A file that is larger than the download allows is an error, and nothing of it is kept.
 ///
-/// A file that is larger than the download allows is an error, and nothing of it stays.
-///
-/// The body goes to the file as it arrives and is never held whole. A page that tells of an error
-/// is never written; one that refuses the missing part costs the part that is there, for it would
-/// be refused again. An error, be it of the network or of the disk, is reported to the download and
-/// does not stop the course of things: a failed HEAD is followed by the GET, a failed GET by
+/// The body is written to the file as it arrives and never held in memory as a whole. The body of
+/// an error page is never written. If the server refuses the missing part, the existing part is
+/// dropped, because it would be refused each time. A network or disk error is reported to the
+/// download and does not end the sequence: a failed HEAD is followed by the GET, a failed GET by
 /// Finished. There is no time limit and no retry. Main thread.
 class Transfer final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The file grows in the download's own place or in another one meanwhile.
+    /// `growsAt` is the path that is written until the file is complete; mostly the download's own
+    /// path.
     Transfer(QNetworkAccessManager &network, const QSharedPointer<Models::Download> &download,
              const QString &growsAt, QObject *parent);
 
     void start();
 
 signals:
-    /// Nothing is written to the file any more; the download will be Finished at once.
+    /// No more bytes are written to the file. The download becomes Finished right after this.
     void fileSettled();
-    /// The GET is over and the download Finished. Not emitted when the probe found the file
-    /// complete, which ends the transfer without a GET.
+    /// The GET has ended and the download is Finished. Not emitted if the probe found the file
+    /// complete, because no GET follows then.
     void ended();
 
 private:
@@ -80,9 +80,9 @@ private:
     QNetworkReply *m_reply = nullptr;
     QByteArray m_buffer;
     qint64 m_receivedBytes = 0;
-    bool m_hasFailed = false; ///< an error of the GET was reported
+    bool m_hasFailed = false; ///< whether an error of the GET was reported
     bool m_hasGivenUp = false;
-    bool m_hasPassedCache = false; ///< asked again without what the cache knows
+    bool m_hasPassedCache = false; ///< whether the request was repeated without the cache
     BodyChecksum m_checksum;
 };
 

@@ -6,9 +6,9 @@ namespace Kavo::Managers {
 
 namespace {
 
-/// Milliseconds in which what was seen loses most of its weight.
+/// Milliseconds after which an observation has lost most of its weight.
 constexpr double Memory = 15000;
-/// Milliseconds before which a rate is a guess.
+/// Milliseconds of observation before the rate is reliable.
 constexpr double EnoughTime = 2000;
 constexpr qint64 SilentAfter = 10000;
 constexpr double MillisecondsOfADay = 24 * 60 * 60 * 1000.0;

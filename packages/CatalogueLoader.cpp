@@ -9,9 +9,9 @@ namespace Kavo::Models {
 
 namespace {
 
-/// Milliseconds of one turn: half of what a frame of a plain screen may take.
+/// The length of a turn in milliseconds: half a frame at 60 Hz.
 constexpr int TurnLength = 8;
-/// Packages whose version files are taken up in one step, and so in one transaction.
+/// The number of packages whose version files are recorded in one step, and so in one transaction.
 constexpr int AdoptedAtOnce = 100;
 
 QByteArray contentOf(const QString &path)
@@ -51,7 +51,7 @@ void CatalogueLoader::takeTurn()
     } while (m_turns.isActive() && !isLongStep() && turn.elapsed() < TurnLength);
 }
 
-/// Whether the next step takes longer than a turn by itself, and best has a turn of its own.
+/// Whether the next step takes longer than a turn and should have a turn of its own.
 bool CatalogueLoader::isLongStep() const
 {
     return m_stage == Stage::APPLYING || m_stage == Stage::OFFERING;
@@ -106,14 +106,14 @@ void CatalogueLoader::adoptSome()
         m_stage = Stage::APPLYING;
 }
 
-/// All in one step: between the records and the work nothing may get lost.
+/// In one step, so that nothing is lost between the records and the running work.
 void CatalogueLoader::apply()
 {
     m_database.applyRecords(m_packages, m_installer.concerned());
     m_former += m_catalogue.renew(std::exchange(m_packages, {}), std::exchange(m_index, {}));
     m_installer.showOn(m_catalogue);
     m_next = 0;
-    // Almost always there is nothing, and nobody need be asked.
+    // There are almost never any copies, and then no package has to be checked.
     m_stage = m_uninstaller.hasCopies() ? Stage::CLEANING : Stage::OFFERING;
 }
 

@@ -15,14 +15,14 @@
 
 namespace Kavo::Models {
 
-/// Brings a catalogue file into the catalogue, in short turns of the event loop:
+/// Loads a catalogue file into the catalogue, in short turns of the event loop:
 ///
-///     read -> parse -> version files -> records and the work that is going on -> clean up -> offer
+///     read -> parse -> version files -> records and running work -> clean up -> offer
 ///
-/// Nothing of it is to be seen before it is offered. Several files are taken in one after another,
-/// each to its end. Work may begin and end between any two turns: what it records counts, since the
-/// records are applied in one go and work shows itself by the new packages from then on. Destroying
-/// the loader ends what it is doing. Main thread.
+/// Nothing is visible before the last step. Several files are loaded one after another, each
+/// completely. Work may begin and end between any two turns. Its results are not lost: all records
+/// are applied in one turn, and from then on work also updates the new packages. Destroying the
+/// loader ends its work. Main thread.
 class CatalogueLoader final : public QObject
 {
     Q_OBJECT
@@ -32,12 +32,12 @@ public:
                     const Uninstaller &uninstaller, QObject *parent = nullptr);
     ~CatalogueLoader() override;
 
-    /// Reads the file at once, since it may be replaced at any time, and takes it in later. A file
-    /// that cannot be opened and one that is no catalogue give no packages.
+    /// Reads the file immediately, since it may be replaced at any time, and parses it later. A
+    /// file that cannot be opened or is not a catalogue has no packages.
     void load(const QString &path, const QString &language);
 
 signals:
-    /// The packages of one file are on offer.
+    /// The packages of one file are available.
     void loaded();
 
 private:
@@ -63,9 +63,9 @@ private:
     Stage m_stage = Stage::LETTING_GO;
     PackageList m_packages;
     CatalogueIndex m_index;
-    int m_next = 0;       ///< package that the next step of a stage is about
-    QSet<int> m_recorded; ///< ids that have a record, known before their version file is read
-    PackageList m_former; ///< packages that are no longer needed; freeing all at once takes long
+    int m_next = 0;       ///< index of the package for the next step of a stage
+    QSet<int> m_recorded; ///< ids with a record, known before any version file is read
+    PackageList m_former; ///< no longer needed; freed in turns
     QTimer m_turns;
 };
 

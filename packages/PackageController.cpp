@@ -91,7 +91,7 @@ Models::Removal PackageController::uninstall(const PackagePointer &package)
     return refused;
 }
 
-/// A catalogue that came since the packages were shown has objects of its own for them.
+/// A catalogue that was loaded since has new objects for these packages.
 void PackageController::showRemoved(const PackageList &packages)
 {
     for (const PackagePointer &package : packages) {
@@ -127,7 +127,7 @@ int PackageController::status(const PackagePointer &package) const
 
 QString PackageController::installedVersion(const PackagePointer &package) const
 {
-    // The record also names versions that are on their way, failed or removed.
+    // The record also names versions that are being installed, failed or were removed.
     return package->state() == Package::INSTALLED ? m_database.version(*package) : QString();
 }
 

@@ -15,10 +15,11 @@
 
 namespace Kavo::Controllers {
 
-/// The one object through which the user interface reaches packages. It hands every question and
-/// every order on to the part that answers it, and says what should be shown. Main thread.
+/// The interface between the user interface and package management. It passes every question and
+/// order on to the class that handles it, and announces what should be shown. Main thread.
 ///
-/// Destroying it while an installation runs waits for that installation and records its result.
+/// If it is destroyed during an installation, it waits for that installation and records its
+/// result.
 class PackageController final : public QObject
 {
     Q_OBJECT
@@ -34,61 +35,63 @@ public:
     const QSharedPointer<Settings> &settings() const { return m_settings; }
     const QSharedPointer<Managers::DownloadManager> &downloadManager() const { return m_downloads; }
 
-    /// Loads the catalogue anew and replaces all packages. Ends with update() and list(), or with
-    /// error(); never before it has returned.
+    /// Reloads the catalogue and replaces all packages. Ends with update() and list(), or with
+    /// error(), never before this call has returned.
     void refresh();
 
-    /// The packages on offer, in catalogue order; none while a refresh is on its way, nor while its
-    /// file is taken in, unless another refresh has ended since it began.
+    /// The available packages in catalogue order. There are none during a refresh, unless another
+    /// refresh has ended since it began.
     const Models::PackageList &packages() const { return m_catalogue.packages(); }
     static QStringList packageTypes();
     /// First package with this id, or null.
     Models::PackagePointer findPackage(int id) const { return m_catalogue.find(id); }
 
-    /// Starts an installation; `version` may be empty for the newest one and holds the version
-    /// that is meant afterwards. The package's state tells the rest.
+    /// Starts an installation. `version` may be empty for the newest version and holds the chosen
+    /// version afterwards. The package's state reports the progress.
     /// Fixed, see docs/compatibility.md.
     void install(const Models::PackagePointer &package, QString &version);
-    /// Removes the package and all its dependents; returns when that is done. Does nothing but log
-    /// the reason while removalBlockers() names any or the simulator is not there.
+    /// Removes the package and all its dependents and returns afterwards. If removalBlockers()
+    /// names any package, or the simulator is not there, it only logs the reason.
     Models::Removal uninstall(const Models::PackagePointer &package);
-    /// What a removal of this package takes along, in the order in which it goes: all that needs
-    /// it, be it by way of another one.
+    /// The packages that are removed together with this one, in the order of removal: its direct
+    /// and indirect dependents.
     Models::PackageList removedAlong(const Models::PackagePointer &package) const;
-    /// The packages on their way because of which this one cannot be removed now: those that would
-    /// go with it and those that need what would go.
+    /// The packages being installed that prevent this removal: those that would be removed and
+    /// those that depend on them.
     Models::PackageList removalBlockers(const Models::PackagePointer &package) const;
     /// Whether an installation or a removal is running.
     bool isBusy() const;
-    /// Has no other installation begin until it is called again; one that is running goes on.
+    /// Starts or stops holding installations back. A running installation goes on.
     void holdInstallations(bool held) { m_installer.setHeld(held); }
-    /// For those who follow all that is on its way, not the state of one package.
+    /// The installer, for observers of all running work.
     const Models::Installer &installer() const { return m_installer; }
 
-    /// What the database has recorded of the package's state.
+    /// The recorded state of the package.
     int status(const Models::PackagePointer &package) const;
-    /// Empty unless the package is INSTALLED.
+    /// The installed version, empty unless the package is INSTALLED.
     QString installedVersion(const Models::PackagePointer &package) const;
-    /// What changes from the installed version to `version`, as rich text. Empty when nothing does
-    /// or nothing is installed.
+    /// The changes from the installed version to `version` as rich text. Empty if there are none or
+    /// nothing is installed.
     QString changeLog(const Models::PackagePointer &package, const QString &version) const;
 
-    /// Packages on offer that satisfy the version's dependencies, in catalogue order.
+    /// The available packages that satisfy the version's dependencies, in catalogue order.
     Models::PackageList resolvedDependencies(const Models::PackagePointer &package,
                                              const QString &version) const;
-    /// Installed packages that need this one, or with a version text a newer one than that.
+    /// The installed packages that depend on this one; with a version text only those that need a
+    /// newer version.
     Models::PackageList dependents(const Models::PackagePointer &package,
                                    const QString &version) const;
 
-    /// The download of the version that is on its way, or null.
+    /// The download of the version that is being installed, or null.
     QSharedPointer<Models::Download> runningDownload(const Models::PackagePointer &package) const;
-    /// How far the package is, should it be on its way. Changes in the course of time alone.
+    /// The progress of the package, if it is being installed. It changes over time without a
+    /// signal.
     Models::WorkProgress progress(const Models::PackagePointer &package) const;
 
-    /// Deletes the database of installed packages, that of downloads and what is kept of the
-    /// servers' answers. Files stay.
+    /// Deletes the databases of installed packages and of downloads and the cached answers of
+    /// servers. Files are kept.
     void reset();
-    /// Has the list shown.
+    /// Asks for the list to be shown.
     void showList();
 
 signals:
@@ -99,7 +102,7 @@ signals:
     void empty();
     void list();
     void error(QString message);
-    /// Emitted by the user interface, to open a package.
+    /// Emitted by the user interface to open a package.
     void detail(QSharedPointer<Kavo::Models::Package> package);
 
 private:
@@ -112,7 +115,8 @@ private:
     Models::Dependencies m_dependencies;
     Models::CatalogueFeed m_feed;
     Models::Uninstaller m_uninstaller;
-    /// Goes before all of the above: its end may still have to be recorded.
+    /// Destroyed before all members above, because it may have to record the end of an
+    /// installation.
     Models::Installer m_installer;
     Models::CatalogueLoader m_loader;
 };

@@ -6,14 +6,14 @@
 
 namespace Kavo {
 
-/// What package management uses of the world outside.
+/// The external resources that package management uses.
 struct PackageEnvironment
 {
     QString catalogueServer; ///< serves "packages.json" at its root
     QString extractor;       ///< path of the 7-Zip program
     Clock clock = steadyClock();
 
-    /// The server the program was built for and the system's 7-Zip and clock.
+    /// The server that the program was built for, and the system's 7-Zip and clock.
     static PackageEnvironment standard();
 };
 

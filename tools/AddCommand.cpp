@@ -80,7 +80,7 @@ AdditionOrder orderFrom(const QCommandLineParser &parser)
     return order;
 }
 
-/// What is wrong with the options by themselves.
+/// The errors in the options themselves.
 QString faultIn(const QCommandLineParser &parser)
 {
     for (const char *needed : {"id", "version"}) {
@@ -113,7 +113,7 @@ int statusOf(Addition::Outcome outcome)
     Q_UNREACHABLE();
 }
 
-/// Says why nothing was added.
+/// Prints why nothing was added.
 int refuse(const Addition &addition, Addition::Outcome outcome, const QString &path)
 {
     if (!addition.findings().findings().empty())
@@ -139,7 +139,7 @@ int lookAt(ArchiveLook &archive, const QString &path)
     return outcome == ArchiveLook::Outcome::REFUSED ? ERRORS : NOT_READ;
 }
 
-/// A long list is told by its beginning.
+/// Only the beginning of a long list is printed.
 void appendLines(QStringList &lines, const QString &title, const QStringList &entries)
 {
     constexpr int most = 10;
@@ -149,7 +149,7 @@ void appendLines(QStringList &lines, const QString &title, const QStringList &en
         lines.append(QStringLiteral("    %1and %2 more").arg(title).arg(entries.size() - most));
 }
 
-/// What the program has worked out should be seen by whoever answers for it.
+/// The publisher should see the derived values.
 void tell(const Addition &addition, const QString &path)
 {
     const Models::PackageVersion &version = addition.version();
@@ -174,8 +174,8 @@ void tell(const Addition &addition, const QString &path)
         print(reportAsText(addition.findings(), path));
 }
 
-/// The catalogue is read once more: another run may have changed it while the archive was looked
-/// at, which can take minutes.
+/// The catalogue is read again: another run may have changed it while the archive was checked,
+/// which can take minutes.
 int addTo(const QString &path, const AdditionOrder &order, const ArchiveLook &archive)
 {
     CatalogueFile file(path);
@@ -197,7 +197,7 @@ int addTo(const QString &path, const AdditionOrder &order, const ArchiveLook &ar
     return CLEAN;
 }
 
-/// Before minutes are spent on an archive.
+/// Checked before the archive, which may take minutes.
 int prepare(const QString &path, const AdditionOrder &order)
 {
     const CatalogueFile file(path);

@@ -4,7 +4,7 @@
 
 namespace Kavo::Tools {
 
-/// `kavo-catalogue add FILE ARCHIVE ...`: adds a version, and its package if that is new, to a
+/// `kavo-catalogue add FILE ARCHIVE ...`: adds a version, and if necessary its package, to a
 /// catalogue. Returns the exit status.
 int runAdd(const QStringList &arguments);
 

@@ -43,7 +43,7 @@ void declareOptions(QCommandLineParser &parser)
                          "temporary folder.")}});
 }
 
-/// What is wrong with the values of the options, empty when nothing is.
+/// The error in the values of the options, empty if there is none.
 QString faultOf(const QCommandLineParser &parser)
 {
     const QString format = parser.value(QStringLiteral("format"));
@@ -54,7 +54,7 @@ QString faultOf(const QCommandLineParser &parser)
     return QString();
 }
 
-/// What cannot be read of all that the archives take, empty when everything can.
+/// What cannot be read for the check of archives, empty if everything can.
 QString unreadableOf(const ArchiveFolder &folder, const QString &name)
 {
     const QString extractor = PackageEnvironment::standard().extractor;
@@ -65,7 +65,7 @@ QString unreadableOf(const ArchiveFolder &folder, const QString &name)
     return QString();
 }
 
-/// What there is to do with archives, and what came of it besides the findings.
+/// The tasks with archives, and their results besides the findings.
 struct ArchiveWork
 {
     ArchiveFolder folder;
@@ -73,7 +73,7 @@ struct ArchiveWork
     QStringList untried = {};
 };
 
-/// A signal ends the program as soon as everything that is scratch is gone.
+/// A signal ends the program after all temporary files are deleted.
 void simulate(const QByteArray &document, const CatalogueView &catalogue, Findings &findings,
               ArchiveWork &work)
 {
@@ -101,7 +101,7 @@ FurtherCheck checkOfArchives(ArchiveWork &work)
     };
 }
 
-/// Prints what was found and returns the exit status.
+/// Prints the findings and returns the exit status.
 int report(const CheckReport &found, const QString &path, const QCommandLineParser &options)
 {
     print(options.value(QStringLiteral("format")) == QLatin1String("json")
@@ -148,7 +148,7 @@ int runCheck(const QStringList &arguments)
         complain(QStringLiteral("%1 cannot be read").arg(path));
         return NOT_READ;
     }
-    // Nor is it read by clients.
+    // Clients do not read it either.
     if (file.size() > Models::LargestCatalogue)
         return report(reportOfTooLarge(file.size()), path, options);
     if (options.isSet(QStringLiteral("archives")))

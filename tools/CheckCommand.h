@@ -4,8 +4,8 @@
 
 namespace Kavo::Tools {
 
-/// `kavo-catalogue check FILE`: prints what is wrong with a catalogue, and with its archives when
-/// these lie in a folder. Returns the exit status.
+/// `kavo-catalogue check FILE`: prints the faults of a catalogue, and of its archives if a folder
+/// with them is given. Returns the exit status.
 int runCheck(const QStringList &arguments);
 
 } // namespace Kavo::Tools

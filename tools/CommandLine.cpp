@@ -18,7 +18,7 @@ std::optional<int> CommandLine::read(const QStringList &arguments, int positiona
     const QStringList all = QStringList(QStringLiteral("kavo-catalogue")) + arguments;
     const bool isUnderstood = m_parser.parse(all);
     if (isUnderstood && m_parser.isSet(QStringLiteral("help"))) {
-        // Qt's own text begins with the name of the executable and knows no commands.
+        // Qt's help text begins with the name of the executable and does not support commands.
         const QString options = m_parser.helpText().section(QStringLiteral("\n\n"), 1);
         print((QStringLiteral("Usage: kavo-catalogue ") + m_synopsis + QStringLiteral("\n\n") +
                m_description + QStringLiteral("\n\n") + options)

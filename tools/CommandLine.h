@@ -12,15 +12,15 @@ namespace Kavo::Tools {
 class CommandLine final
 {
 public:
-    /// `synopsis` is what follows the name of the program.
+    /// `synopsis` follows the name of the program.
     CommandLine(const QString &synopsis, const QString &description);
 
-    /// To declare options with.
+    /// The parser, for the declaration of options.
     QCommandLineParser &parser() { return m_parser; }
 
-    /// Reads the arguments, of which `positional` stand by themselves and up to `optional` more
-    /// may. Returns the exit status when there is nothing to run: help was asked for, or the
-    /// arguments are not understood.
+    /// Parses the arguments: `positional` ones are required and up to `optional` more are allowed.
+    /// Returns the exit status if there is nothing to run, because help was requested or the
+    /// arguments are wrong.
     std::optional<int> read(const QStringList &arguments, int positional, int optional = 0);
 
 private:

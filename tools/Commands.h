@@ -4,7 +4,7 @@
 
 namespace Kavo::Tools {
 
-/// Runs the command that stands first among the arguments, which are those behind the name of the
+/// Runs the command that is the first argument. `arguments` does not include the name of the
 /// program. Returns the exit status.
 int runCommand(const QStringList &arguments);
 

@@ -4,9 +4,9 @@
 
 namespace Kavo::Tools {
 
-/// `kavo-catalogue probe`: asks a catalogue server for all that the program asks it for, and prints
-/// what came. The arguments are those behind the name of the command. Returns the exit status.
-/// Needs an application object and runs an event loop.
+/// `kavo-catalogue probe`: sends all requests of the program to a catalogue server and prints the
+/// results. The arguments follow the name of the command. Returns the exit status. Needs an
+/// application object and runs an event loop.
 int runProbe(const QStringList &arguments);
 
 } // namespace Kavo::Tools

@@ -3,12 +3,12 @@
 #include <QByteArray>
 #include <QString>
 
-/// What commands write for the shell and whoever sits at it.
+/// The output of commands.
 namespace Kavo::Tools {
 
-/// To the standard output.
+/// Writes to standard output.
 void print(const QByteArray &text);
-/// A line to the standard error.
+/// Writes a line to standard error.
 void complain(const QString &line);
 
 } // namespace Kavo::Tools

@@ -6,8 +6,8 @@
 
 namespace Kavo::Components {
 
-/// Draws one glyph of a font as an icon, always at the size in device pixels that is asked for.
-/// The options are those of QtAwesome.
+/// Draws one glyph of a font as an icon, always at the requested size in device pixels. The options
+/// are those of QtAwesome.
 class GlyphIconEngine final : public QIconEngine
 {
 public:

@@ -35,7 +35,8 @@ PackagePointer Catalogue::resolve(int id) const
 
 PackageList Catalogue::withIds(const QVector<int> &ids) const
 {
-    // Each id once: a catalogue may name one over and over that very many packages share.
+    // Each id is looked up once, because a catalogue may repeat an id that very many packages
+    // share.
     const QSet<int> wanted(ids.cbegin(), ids.cend());
     QVector<int> positions;
     for (const int id : wanted)

@@ -7,37 +7,36 @@
 
 namespace Kavo::Models {
 
-/// The packages on offer, in the order of the catalogue file. Main thread.
+/// The available packages, in the order of the catalogue file. Main thread.
 ///
-/// clear() empties the offer while a new catalogue is on its way. Work that is going on meanwhile
-/// can still look up what it depends on: resolve() answers from the packages that were cleared
-/// until new ones are taken in.
+/// clear() empties the catalogue while a new one is loaded. Running work can still look up its
+/// dependencies: until the new packages are taken in, resolve() returns those that were cleared.
 class Catalogue final
 {
 public:
     const PackageList &packages() const { return m_offered ? m_packages : m_none; }
 
-    /// The same, but also while a new catalogue is on its way.
+    /// All packages, also while a new catalogue is loaded.
     const PackageList &known() const { return m_packages; }
 
     void clear() { m_offered = false; }
-    /// Takes in new packages with their index. They are not yet on offer when nothing is. Returns
-    /// those before them.
+    /// Takes in new packages with their index and returns the previous ones. The new packages stay
+    /// hidden until offer() if the catalogue was cleared.
     PackageList renew(const PackageList &packages, const CatalogueIndex &index);
-    /// Puts on offer what was taken in.
+    /// Makes the packages available that were taken in.
     void offer() { m_offered = true; }
-    /// Both at once.
+    /// Takes in packages and makes them available.
     void replace(const PackageList &packages);
 
-    /// First package on offer with this id, or null.
+    /// The first available package with this id, or null.
     PackagePointer find(int id) const;
-    /// Same, but also while a new catalogue is on its way.
+    /// The first package with this id, also while a new catalogue is loaded, or null.
     PackagePointer resolve(int id) const;
 
-    /// Packages on offer with one of these ids, in catalogue order, each once.
+    /// The available packages with one of these ids, in catalogue order, each once.
     PackageList withIds(const QVector<int> &ids) const;
 
-    /// Packages on offer of which some version has a dependency entry with this id, in catalogue
+    /// The available packages with a dependency entry for this id in any version, in catalogue
     /// order.
     PackageList mentioning(int id) const;
 

@@ -44,7 +44,7 @@ QString CatalogueFeed::addressOn(const QString &server)
 void CatalogueFeed::request()
 {
     if (m_settings->usesLocalRepository()) {
-        // The folder's own separator and one more.
+        // The folder ends in a separator already; this is a second one.
         // Fixed, see docs/compatibility.md.
         const QString path = applicationDirectory() + QDir::separator() + fileName();
         QTimer::singleShot(LocalDelay, this, [this, path] { emit available(path); });
@@ -57,11 +57,11 @@ void CatalogueFeed::requestFromServer()
 {
     const auto download = QSharedPointer<Download>::create(addressOn(m_server), true, true);
     download->setLargestSize(m_largestSize);
-    // Who refreshes wants to know what the server has now.
+    // A refresh always asks the server.
     download->setAlwaysAsked(true);
     connect(download.data(), &Download::error, this,
             [this, source = download.data()](const QString &message) {
-                // The transfer still comes to its end, but there is no catalogue in it.
+                // The transfer still ends, but without a catalogue.
                 disconnect(source, nullptr, this, nullptr);
                 emit failed(message);
             });

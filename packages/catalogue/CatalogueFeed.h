@@ -14,32 +14,32 @@ class DownloadManager;
 
 namespace Kavo::Models {
 
-/// The most bytes that a server's catalogue may have. Far more than any has; to read one takes
-/// several times its size of memory.
+/// The largest catalogue that is accepted from a server, in bytes. Parsing takes several times as
+/// much memory; no catalogue is nearly as large.
 constexpr qint64 LargestCatalogue = Q_INT64_C(512) * 1024 * 1024;
 
-/// Where the bytes of the catalogue come from: the catalogue server, or in local-repository mode
-/// the executable's folder. Main thread.
+/// Fetches the catalogue file: from the catalogue server, or in local-repository mode from the
+/// executable's folder. Main thread.
 class CatalogueFeed final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Where this server has its catalogue.
+    /// The address of the catalogue on this server.
     static QString addressOn(const QString &server);
 
-    /// A catalogue of the server that has more than `largestSize` bytes fails.
+    /// Fails for a catalogue of the server with more than `largestSize` bytes.
     CatalogueFeed(const QSharedPointer<Settings> &settings,
                   const QSharedPointer<Managers::DownloadManager> &downloads, QString server,
                   qint64 largestSize, QObject *parent = nullptr);
 
-    /// Asks for the catalogue. Every request ends, never at once, in one available() or one
-    /// failed(), as far as the server answers at all.
+    /// Requests the catalogue. Every request ends in one available() or one failed(), never before
+    /// this call has returned. Without an answer from the server it does not end.
     void request();
 
 signals:
-    /// The catalogue lies in this file of the download manager's folder, or of the executable's;
-    /// there it may be missing. The next request replaces the file.
+    /// The path of the catalogue file, in the download manager's folder or in the executable's,
+    /// where it may be missing. The next request replaces the file.
     void available(const QString &path);
     void failed(const QString &message);
 

@@ -13,7 +13,7 @@ QSet<int> dependencyIds(const Package &package)
     QSet<int> ids;
     for (const PackageVersionPointer &version : package.versions()) {
         for (const QString &entry : version->depends) {
-            // An empty entry is fatal only to those who ask about its version.
+            // An empty entry is fatal only when its version is asked for.
             if (!entry.isEmpty())
                 ids.insert(DependencyEntry::parse(entry).packageId);
         }

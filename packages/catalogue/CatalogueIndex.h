@@ -7,16 +7,16 @@
 
 namespace Kavo::Models {
 
-/// Where in a list the packages of an id stand, and those that name it. Made package by package, in
-/// the order of the list.
+/// The positions in a list of the packages with an id, and of those that depend on it. Built
+/// package by package in the order of the list.
 class CatalogueIndex final
 {
 public:
     void add(const Package &package);
 
-    /// Of all packages with this id, in order.
+    /// The positions of all packages with this id, in order.
     QVector<int> positions(int id) const { return m_positions.value(id); }
-    /// Of all packages of which some version has a dependency entry with this id, in order.
+    /// The positions of all packages with a dependency entry for this id in any version, in order.
     QVector<int> dependents(int id) const { return m_dependents.value(id); }
 
 private:

@@ -33,10 +33,10 @@ QString localised(const QJsonObject &object, const char *key, const QString &lan
     return translations.value(QLatin1String("en")).toString();
 }
 
-/// A count of bytes, nothing for anything else.
+/// A number of bytes; nothing for any other value.
 std::optional<qint64> byteCount(const QJsonObject &object, const char *key)
 {
-    // Where JSON numbers stop being exact; no archive comes near.
+    // The largest exact integer in JSON; no archive is nearly as large.
     constexpr double largest = 9007199254740992.0;
     const double number = object.value(QLatin1String(key)).toDouble(-1);
     if (number < 0 || number > largest || std::floor(number) != number)

@@ -8,21 +8,21 @@
 
 namespace Kavo::Models {
 
-/// Reads a catalogue file, one package after another: a JSON array of package objects, texts in the
-/// given language or else in English. Every package comes out AVAILABLE with its versions newest
+/// Parses a catalogue file, one package at a time: a JSON array of package objects, with texts in
+/// the given language or else in English. Every package is AVAILABLE with its versions newest
 /// first.
 ///
-/// Whatever is missing or of another type reads as an empty text, 0 or an empty list; an element
-/// that is no object gives a package of defaults. Touches no file and no network; for one thread at
-/// a time.
+/// A value that is missing or of another type reads as an empty text, 0 or an empty list; an
+/// element that is not an object becomes a package of defaults. Uses no file and no network. To be
+/// used by one thread at a time.
 class CatalogueParser final
 {
 public:
     CatalogueParser(const QByteArray &bytes, const QString &language);
 
-    /// Null at the end and at a fault.
+    /// Returns the next package; null after the last one and after an error.
     PackagePointer next();
-    /// Whether all of it was a catalogue, once next() has given null.
+    /// Whether the whole file was a catalogue. Valid after next() has returned null.
     bool isWhole() const { return m_elements.isWhole(); }
 
 private:
@@ -30,7 +30,7 @@ private:
     QString m_language;
 };
 
-/// All packages of a catalogue file; none when it is no array to its end.
+/// All packages of a catalogue file; none unless it is a well-formed array.
 PackageList parseCatalogue(const QByteArray &bytes, const QString &language);
 
 } // namespace Kavo::Models

@@ -21,8 +21,9 @@ const char *skipSpace(const char *at, const char *end)
     return at;
 }
 
-/// Behind the text whose opening quote stands before `at`, or the end. Most of a catalogue is text,
-/// so quotes are searched for in one go; one behind an odd number of backslashes belongs to it.
+/// Returns the position after the string whose opening quote is before `at`, or the end. Most of a
+/// catalogue is strings, so it searches for quotes directly; a quote after an odd number of
+/// backslashes is escaped.
 const char *skipText(const char *at, const char *end)
 {
     while (at != end) {
@@ -40,8 +41,8 @@ const char *skipText(const char *at, const char *end)
     return end;
 }
 
-/// The comma or bracket that ends the element which begins at `at`, or the end. Only where it ends
-/// is looked for here, whether it is well formed is the reader's question.
+/// Returns the position of the comma or bracket that ends the element at `at`, or the end. It only
+/// finds the end; the parser checks whether the element is well formed.
 const char *endOfElement(const char *at, const char *end)
 {
     int depth = 0;
@@ -99,7 +100,7 @@ std::optional<QJsonValue> JsonElements::next()
         end(false);
         return std::nullopt;
     }
-    // In brackets of its own an element may be of any type, and is as deep in them as in the
+    // The added brackets allow an element of any type and keep its nesting depth the same as in the
     // document.
     m_element = '[' + QByteArray::fromRawData(m_at, static_cast<int>(close - m_at)) + ']';
     const QJsonArray single = QJsonDocument::fromJson(m_element).array();

@@ -8,20 +8,19 @@
 
 namespace Kavo::Models {
 
-/// Reads a JSON document whose top level is an array, one element after another.
+/// Reads a JSON document whose top level is an array, one element at a time.
 ///
-/// What QJsonDocument accepts is accepted here, and the other way round; but never more than one
-/// element is held as JSON, which takes a fraction of the memory and of the time to free it, and
-/// the reader may pause between two. For one thread at a time.
+/// It accepts exactly what QJsonDocument accepts. But it never holds more than one element as JSON,
+/// which takes a fraction of the memory and of the time to free it, and the reader may pause
+/// between two elements. To be used by one thread at a time.
 class JsonElements final
 {
 public:
     explicit JsonElements(const QByteArray &bytes);
 
-    /// The next element; nothing at the end and at a fault, and from then on.
+    /// Returns the next element; nothing after the last one and after an error.
     std::optional<QJsonValue> next();
-    /// Whether the document is such an array and well formed to its end, once next() has given
-    /// nothing.
+    /// Whether the whole document is a well-formed array. Valid after next() has returned nothing.
     bool isWhole() const { return m_isWhole; }
 
 private:
@@ -34,8 +33,9 @@ private:
     bool m_isWhole = false;
 };
 
-/// Hands the elements of such a document on one by one, in order. Returns whether it is well formed
-/// to its end; elements in front of a fault have been handed on by then. Callable from any thread.
+/// Calls the function for each element of such a document, in order. Returns whether the document
+/// is well formed to its end; the elements before an error were passed on by then. May be called on
+/// any thread.
 bool readJsonElements(const QByteArray &bytes, const std::function<void(const QJsonValue &)> &take);
 
 } // namespace Kavo::Models

@@ -26,7 +26,7 @@ ArchiveClaim &ArchiveClaim::operator=(ArchiveClaim &&other) noexcept
 {
     m_claims.swap(other.m_claims);
     m_archive.swap(other.m_archive);
-    // The other one would otherwise hold what was ours for as long as it lives.
+    // Otherwise the other object would hold this claim until it is destroyed.
     if (other.m_claims)
         std::exchange(other.m_claims, nullptr)->release(std::exchange(other.m_archive, QString()));
     return *this;

@@ -7,8 +7,8 @@
 
 namespace Kavo::Models {
 
-/// One holder's claim on a downloaded archive: as long as it lives, nobody else deletes the file.
-/// Can be moved, also to another thread, but not copied.
+/// A claim on a downloaded archive: while it exists, nobody else deletes the file. It can be moved,
+/// also to another thread, but not copied.
 class ArchiveClaim final
 {
 public:
@@ -26,7 +26,7 @@ public:
     /// Path of the archive, empty for a claim on nothing.
     const QString &archive() const { return m_archive; }
 
-    /// Releases the claim and deletes the file, unless somebody else has a claim on it.
+    /// Releases the claim, and deletes the file unless there is another claim on it.
     void deleteArchive();
 
 private:

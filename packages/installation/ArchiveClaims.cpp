@@ -18,7 +18,7 @@ void ArchiveClaims::release(const QString &archive)
 
 void ArchiveClaims::releaseAndDelete(const QString &archive)
 {
-    // The lock is held during the deletion, so that nobody can claim a file that is going.
+    // The lock is held during the deletion, so that nobody can claim a file that is being deleted.
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (dropOne(archive))
         QFile::remove(archive);

@@ -7,8 +7,8 @@
 
 namespace Kavo::Models {
 
-/// Counts who still needs a downloaded archive. Several packages may share one address and so one
-/// file; the last one deletes it. Asked through ArchiveClaim only. Callable from any thread.
+/// Counts the claims on downloaded archives. Several packages may share one address and so one
+/// file; the last one deletes it. Used through ArchiveClaim only. May be called on any thread.
 class ArchiveClaims final
 {
 private:
@@ -16,11 +16,11 @@ private:
 
     void claim(const QString &archive);
     void release(const QString &archive);
-    /// Releases, and deletes the file if that was the last claim on it.
+    /// Releases a claim, and deletes the file if it was the last one.
     void releaseAndDelete(const QString &archive);
     bool dropOne(const QString &archive);
 
-    /// Not Qt's: ThreadSanitizer sees this one also when two threads meet at it.
+    /// Not QMutex: ThreadSanitizer recognises this one even under contention.
     std::mutex m_mutex;
     QHash<QString, int> m_claims;
 };

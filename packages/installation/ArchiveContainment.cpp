@@ -14,7 +14,7 @@ namespace {
 
 const QString Above = QStringLiteral("..");
 
-/// As many links in a row as the kernel follows.
+/// The number of nested links that the kernel follows.
 constexpr int MostLinks = 40;
 
 bool isLink(const ArchiveEntry &entry)
@@ -22,7 +22,7 @@ bool isLink(const ArchiveEntry &entry)
     return entry.kind == Kind::SYMBOLIC_LINK || entry.kind == Kind::HARD_LINK;
 }
 
-/// The names in a path.
+/// Splits a path into its names.
 QStringList partsOf(const QString &path)
 {
     QStringList parts = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
@@ -35,8 +35,8 @@ QString cleanPath(const QString &path)
     return partsOf(path).join(QLatin1Char('/'));
 }
 
-/// The path as a program reads it that takes a backslash for a separator. Archives made on Windows
-/// have such names, and what becomes of them depends on the unpacking program.
+/// The path with backslashes as separators. Archives made on Windows have such names, and their
+/// meaning depends on the unpacking program.
 QString withSlashes(const QString &path)
 {
     return QString(path).replace(QLatin1Char('\\'), QLatin1Char('/'));
@@ -104,7 +104,7 @@ bool ArchiveContainment::leadsOut(const ArchiveEntry &entry) const
     Q_UNREACHABLE();
 }
 
-/// Also when its own path is that of a link: what is written to a link may go where it leads.
+/// This includes an entry with the same path as a link: writing to a link may write to its target.
 bool ArchiveContainment::goesThroughLink(const ArchiveEntry &entry) const
 {
     if (m_links.isEmpty())
@@ -121,7 +121,7 @@ bool ArchiveContainment::goesThroughLink(const ArchiveEntry &entry) const
     return false;
 }
 
-/// Follows a target as the kernel would once everything is unpacked.
+/// Resolves a target as the kernel would after unpacking.
 bool ArchiveContainment::targetLeadsOut(const QStringList &base, const QString &target) const
 {
     if (target.isEmpty() || isAbsolute(target) || target.contains(QChar::Null))
@@ -149,7 +149,8 @@ bool ArchiveContainment::targetLeadsOut(const QStringList &base, const QString &
     return false;
 }
 
-/// Whether the user has put a link there: what is above its target is not what is above it.
+/// Whether the path is a link of the user: ".." after its target does not lead back to its own
+/// parent.
 bool ArchiveContainment::isLinkOnDisk(const QStringList &parts) const
 {
     return QFileInfo(m_folder + QLatin1Char('/') + parts.join(QLatin1Char('/'))).isSymLink();

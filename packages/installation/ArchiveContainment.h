@@ -10,18 +10,18 @@
 
 namespace Kavo {
 
-/// Whether everything in an archive stays in the folder that it is unpacked into, whatever care the
-/// unpacking program takes. Callable from any thread.
+/// Checks whether all entries of an archive stay in the folder that it is unpacked into, without
+/// relying on the unpacking program. May be used on any thread.
 class ArchiveContainment final
 {
 public:
-    /// `folder` is where the archive is going to be unpacked. Links that stand there already are
-    /// the user's own and are followed, but a link of the archive cannot go back through them.
+    /// `folder` is the folder to unpack into. Existing links there are the user's and are followed,
+    /// but a link of the archive must not lead back through them.
     ArchiveContainment(const Extractors::ArchiveListing &listing, QString folder);
 
-    /// The path of an entry that would lead out, or nothing. That is one with an absolute name or
-    /// "..", a device, a link whose target lies outside, and an entry that goes through a link of
-    /// the archive.
+    /// Returns the path of an entry that would leave the folder, or nothing. Such entries are
+    /// absolute names, names with "..", devices, links with a target outside, and entries below a
+    /// link of the archive.
     std::optional<QString> wayOut() const;
 
 private:
@@ -32,8 +32,8 @@ private:
 
     const Extractors::ArchiveListing &m_listing;
     QString m_folder;
-    QHash<QString, QString> m_links;   ///< target by clean path
-    QHash<QString, int> m_linksByPath; ///< how many entries have the path of a link
+    QHash<QString, QString> m_links;   ///< targets by clean path
+    QHash<QString, int> m_linksByPath; ///< number of entries with the path of a link
 };
 
 } // namespace Kavo

@@ -28,7 +28,7 @@ FailureReason ArchiveInspection::examine(const PackageVersion &version, const QS
     return difference.isNone() ? look(target) : difference;
 }
 
-/// With what the catalogue says of the archive, if anything.
+/// Compares with the size and digest in the catalogue, if any.
 FailureReason ArchiveInspection::compare(const PackageVersion &version) const
 {
     const qint64 size = QFileInfo(m_archive).size();

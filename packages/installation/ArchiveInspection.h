@@ -9,22 +9,22 @@
 
 namespace Kavo::Models {
 
-/// The look at a downloaded archive before an installation touches anything: what is known to be
-/// bad must not cost the version before. Blocks; callable from any thread.
+/// Checks a downloaded archive before an installation touches anything, so that a bad archive does
+/// not cost the installed version. Blocks; may be used on any thread.
 class ArchiveInspection final
 {
 public:
-    /// `digest` is the SHA-256 of the archive, or empty when it is yet to be computed.
+    /// `digest` is the SHA-256 of the archive, or empty if it has to be computed.
     ArchiveInspection(QString archive, QByteArray digest, const QString &extractor);
 
-    /// Finds out why this archive cannot be installed as this version, or that nothing speaks
-    /// against it. `target` is the folder to unpack into.
+    /// Returns the reason why this archive cannot be installed as this version, or no reason.
+    /// `target` is the folder to unpack into.
     FailureReason examine(const PackageVersion &version, const QString &target);
 
-    /// Whether the archive, which is there, is the one that the catalogue tells of.
+    /// Checks whether the existing archive is the one that the catalogue describes.
     FailureReason compare(const PackageVersion &version) const;
 
-    /// What the archive holds, once nothing spoke against it.
+    /// The listing of the archive if no reason was found.
     const Extractors::ArchiveListing &listing() const { return m_reader.listing(); }
 
 private:

@@ -31,7 +31,7 @@ bool isCommonPlace(const QString &installation, const QString &path)
     const QString target = info.isSymLink() ? QString() : info.canonicalFilePath();
     const QStringList places = commonPlaces();
     return std::any_of(places.cbegin(), places.cend(), [&](const QString &place) {
-        // Catalogues are made on systems that do not tell cases apart.
+        // Catalogues are made on systems whose file names ignore case.
         return path.compare(folder + place, Qt::CaseInsensitive) == 0 ||
                (!target.isEmpty() && target == QFileInfo(folder + place).canonicalFilePath());
     });

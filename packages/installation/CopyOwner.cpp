@@ -20,7 +20,7 @@ QByteArray numberOf(const QByteArray &folder)
                                                   : QByteArray();
 }
 
-/// The folder comes last: any other byte may be part of its name.
+/// The folder comes last, because its name may contain any separator.
 QByteArray textOf(const QByteArray &kind, const QByteArray &number, const QByteArray &folder)
 {
     return kind + '\n' + number + '\n' + folder + '\n';
@@ -44,7 +44,7 @@ CopyOwner::Claim CopyOwner::claimOn(const QString &copy) const
     const QByteArray text = file.readAll();
     const int first = text.indexOf('\n');
     const int second = text.indexOf('\n', first + 1);
-    // After a sudden end the mark may be there in part.
+    // After a sudden end the mark may be incomplete.
     if (second < 0 || second + 1 == text.size() || !text.endsWith('\n'))
         return Claim::NONE;
     const QByteArray folder = text.mid(second + 1).chopped(1);
@@ -55,7 +55,7 @@ CopyOwner::Claim CopyOwner::claimOn(const QString &copy) const
     const bool hasMoved = !m_number.isEmpty() &&
                           text.mid(first + 1, second - first - 1) == m_number &&
                           !QFileInfo(QFile::decodeName(folder)).isDir();
-    // From now on the copy goes by the new name: another simulator may get the old one.
+    // The copy gets the new name of the folder, because another simulator may get the old one.
     if (hasMoved)
         mark(copy);
     return hasMoved ? Claim::OWN : Claim::FOREIGN;

@@ -4,26 +4,26 @@
 
 namespace Kavo::Models {
 
-/// Whose the copies of a file are: those of one kind, of files of one simulator. A hidden file
-/// beside a copy tells it. It is written before the copy is made and goes before it, so that no
-/// copy is ever taken for another owner's; a mark without a copy means nothing.
+/// The owner of copies: one kind of copies for one simulator. A hidden file beside a copy, its
+/// mark, names the owner. The mark is written before the copy and removed before it, so that no
+/// copy is ever taken for another owner's. A mark without a copy has no meaning.
 ///
-/// A simulator is known by its folder. One that was renamed or moved on its disk is still the same.
-/// Callable from any thread.
+/// A simulator is identified by its folder, also after the folder was renamed or moved on its disk.
+/// May be called on any thread.
 class CopyOwner final
 {
 public:
     enum class Claim {
         OWN,
-        FOREIGN, ///< another simulator's or of another kind
-        NONE,    ///< not marked, as versions of the program before this one left it
+        FOREIGN, ///< of another simulator or another kind
+        NONE,    ///< without a mark, as older versions of the program left it
     };
 
-    /// A kind is one word. The simulator's folder may end in a separator.
+    /// `kind` is a single word. The simulator's folder may end in a separator.
     CopyOwner(const QString &kind, const QString &simulator);
 
     Claim claimOn(const QString &copy) const;
-    /// Returns whether the mark is there now.
+    /// Writes the mark. Returns whether it exists now.
     bool mark(const QString &copy) const;
     static void unmark(const QString &copy);
 
@@ -32,7 +32,7 @@ public:
 private:
     QByteArray m_kind;
     QByteArray m_folder;
-    QByteArray m_number; ///< what stays when the folder gets another name
+    QByteArray m_number; ///< what stays the same when the folder is renamed
 };
 
 } // namespace Kavo::Models

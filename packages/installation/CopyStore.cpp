@@ -44,7 +44,7 @@ QString nameOf(CopyStore::Kind kind)
 
 QString placeIn(const QString &folder, const QString &entry)
 {
-    // No rule of a catalogue names a mark.
+    // A rule of a catalogue must not name a mark.
     if (entry.startsWith(QLatin1String(".kavo-")) || entry.contains(QLatin1String("/.kavo-")))
         return QString();
     const QString place = containedPath(folder, entry);
@@ -67,7 +67,7 @@ void removeMarks(const QString &copy)
         QFile::remove(mark);
 }
 
-/// The marks are there before the copy comes and go after it has gone, so that it always has them.
+/// The marks are written before the copy and removed after it, so that a copy always has its marks.
 bool moveCopy(const QString &from, const QString &to)
 {
     if (!makeParent(to) || isTaken(to))
@@ -109,7 +109,7 @@ QString CopyStore::find(const QString &entry) const
 {
     const QString place = this->place(entry);
     const QVector<Place> places = this->places(entry);
-    // A file without a mark that happens to stand in the place does not hide a marked one.
+    // An unmarked file that happens to have the same name must not hide a marked copy.
     for (const bool marked : {true, false}) {
         for (const Place &other : places) {
             if (!isOwn(other, entry, marked))
@@ -150,7 +150,7 @@ bool CopyStore::setAside(const QString &entry) const
     return true;
 }
 
-/// The first free one, empty when there can be none.
+/// Returns the first free folder, empty if there is none.
 QString CopyStore::placeAside(const QString &entry) const
 {
     QString place;
@@ -171,7 +171,8 @@ void CopyStore::giveUp(const QString &entry) const
     const QString place = copy.isEmpty() ? this->place(entry) : copy;
     if (place.isEmpty() || (copy.isEmpty() && isTaken(place)))
         return;
-    // A sudden end may have left it in two places when it was brought in from another disk.
+    // If the program ended suddenly while it moved the copy from another disk, the copy is in two
+    // places.
     for (const Place &twin : places(entry)) {
         if (twin.path != copy && isOwn(twin, entry, true) && haveEqualContent(copy, twin.path)) {
             QFile::remove(twin.path);
@@ -179,13 +180,13 @@ void CopyStore::giveUp(const QString &entry) const
         }
     }
     CopyOwner::unmark(place);
-    // Without a copy there are only marks to take away.
+    // Without a copy there are only marks to remove.
     if (!copy.isEmpty())
         QFile::remove(copy);
     removeMarks(place);
 }
 
-/// Wherever a copy of an entry may be, first where it belongs.
+/// All places where a copy of an entry may be, the proper one first.
 QVector<CopyStore::Place> CopyStore::places(const QString &entry) const
 {
     QVector<Place> places;
@@ -214,7 +215,7 @@ bool CopyStore::isOwn(const Place &copy, const QString &entry, bool marked) cons
                   : claim == CopyOwner::Claim::NONE && !copy.needsMark;
 }
 
-/// Has a stranger's copy wait elsewhere. Returns whether the place is free.
+/// Moves another owner's copy aside. Returns whether the path is free.
 bool CopyStore::makeRoom(const QString &copy, const QString &entry) const
 {
     if (!isTaken(copy))

@@ -8,19 +8,18 @@
 
 namespace Kavo::Models {
 
-/// A folder for copies of the user's files, seen from the simulator in use.
+/// A folder for copies of the user's files, as the simulator in use sees it.
 ///
-/// The copy of an entry stands under the entry's own path. Copies of another simulator, and those
-/// of the other kind where both have one folder, are strangers (CopyOwner): they are not seen here,
-/// and one whose place is needed makes room. It then waits in a hidden folder of its owner's, from
-/// where it is brought in again as soon as it is asked for. A copy without a mark counts as own,
-/// unless a marked one is found, and but not in a folder that holds the simulator, where any file
-/// of the user's may stand.
+/// The copy of an entry has the entry's own path. Copies of another simulator are foreign, and so
+/// are copies of the other kind if both kinds share a folder (CopyOwner). Foreign copies are not
+/// visible here. If the path of one is needed, it is moved to a hidden folder of its owner, and
+/// moved back when its owner asks for it. A copy without a mark counts as own, unless a marked one
+/// is found; but not in a folder that contains the simulator, where it may be any file of the user.
 ///
-/// Copies are also looked for in the folders that were in use before, and brought in. One that
-/// cannot be brought in is used where it is. A copy that is the very file itself is none.
+/// Copies are also searched for in former folders and moved here. One that cannot be moved is used
+/// where it is. A copy that is a link to the original file does not count.
 ///
-/// Callable from any thread.
+/// May be called on any thread.
 class CopyStore final
 {
 public:
@@ -35,26 +34,26 @@ public:
 
     CopyStore(Kind kind, Folders folders);
 
-    /// Where the copy of an entry belongs, empty when that is not in the folder.
+    /// The path for the copy of an entry, empty if it is not in the folder.
     QString place(const QString &entry) const;
-    /// The same, with the folders on the way made; empty also when that fails.
+    /// The same path, after creating its parent folders; empty also if that fails.
     QString makePlace(const QString &entry) const;
-    /// The copy of an entry, empty when there is none. May be a folder.
+    /// The copy of an entry, empty if there is none. It may be a folder.
     QString find(const QString &entry) const;
-    /// Copies a file to the place of an entry for which there is no copy. Returns whether it did.
-    /// Nobody relies on a new original yet (CopyUsers).
+    /// Copies a file to the path of an entry without a copy. Returns whether it succeeded. Nobody
+    /// relies on a new original yet (CopyUsers).
     bool add(const QString &entry, const QString &source) const;
-    /// Moves the copy of an entry to a numbered hidden folder, where nothing looks for it any more
-    /// and a person still finds it. Returns whether the entry has no copy now.
+    /// Moves the copy of an entry to a numbered hidden folder, which the program does not read but
+    /// a person can find. Returns whether the entry has no copy now.
     bool setAside(const QString &entry) const;
-    /// Deletes the copy of an entry, or the marks that a sudden end has left of one.
+    /// Deletes the copy of an entry, or the marks that a sudden end has left without a copy.
     void giveUp(const QString &entry) const;
 
 private:
     struct Place
     {
         QString path;
-        bool needsMark; ///< whatever has no mark there is no copy
+        bool needsMark; ///< files without a mark in this folder are not copies
     };
 
     QVector<Place> places(const QString &entry) const;

@@ -12,7 +12,7 @@ namespace Kavo::Models {
 
 namespace {
 
-/// Held from reading a mark to writing it.
+/// Locked from reading a file to writing it.
 QMutex marksMutex;
 
 std::optional<QSet<int>> read(const QString &copy)
@@ -21,7 +21,7 @@ std::optional<QSet<int>> read(const QString &copy)
     if (!openRegular(mark, QIODevice::ReadOnly))
         return std::nullopt;
     const QByteArray text = mark.readAll();
-    // After a sudden end the mark may be there in part.
+    // After a sudden end the file may be incomplete.
     if (!text.endsWith('\n'))
         return std::nullopt;
     QSet<int> users;

@@ -6,7 +6,7 @@ namespace Kavo::Models {
 
 namespace {
 
-/// First entry for a package, or null.
+/// The first entry for a package, or null.
 const DependencyEntry *entryFor(const QVector<DependencyEntry> &entries, int packageId)
 {
     const auto found =
@@ -42,7 +42,7 @@ PackageList Dependencies::resolved(const Package &package, const QString &versio
 
     PackageList found = m_catalogue.withIds(ids);
     const auto unmet = [&wanted](const PackagePointer &candidate) {
-        // There is nothing to install of a package without versions.
+        // A package without versions cannot be installed.
         return candidate->versions().isEmpty() ||
                !entryFor(wanted, candidate->id())->isMetBy(candidate->newestVersion());
     };

@@ -6,8 +6,8 @@
 
 namespace Kavo::Models {
 
-/// The questions that are answered from dependency entries. An empty version text means the
-/// newest version; a package without versions depends on nothing. Main thread.
+/// Answers questions about dependency entries. An empty version text means the newest version; a
+/// package without versions has no dependencies. Main thread.
 class Dependencies final
 {
 public:
@@ -16,16 +16,16 @@ public:
     /// The entries of a version, in order.
     static QVector<DependencyEntry> entries(const Package &package, const QString &version);
 
-    /// Packages on offer that satisfy the version's entries with their newest version, in
-    /// catalogue order. Fewer than there are entries: the version cannot be installed.
+    /// The available packages whose newest versions satisfy the version's entries, in catalogue
+    /// order. If there are fewer packages than entries, the version cannot be installed.
     PackageList resolved(const Package &package, const QString &version) const;
 
-    /// Installed packages that need this one, in catalogue order; with a version text only those
-    /// that need a newer one than that.
+    /// The installed packages that depend on this one, in catalogue order; with a version text only
+    /// those that need a newer version.
     PackageList dependents(const Package &package, const QString &version) const;
 
-    /// What has to be installed or upgraded along with a version, in order: dependencies that are
-    /// on offer and not installed, or installed in too old a version.
+    /// The packages that have to be installed or upgraded together with a version, in order:
+    /// available dependencies that are not installed, or installed in too old a version.
     PackageList toInstallWith(const Package &package, const QString &version) const;
 
 private:

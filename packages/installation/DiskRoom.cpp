@@ -13,7 +13,7 @@ namespace {
 
 using Extractors::ArchiveEntry;
 
-/// More than any disk has. Sizes come from outside, and their sum must not overflow.
+/// More than any disk has. The sizes are not trusted, and their sum must not overflow.
 constexpr qint64 Enormous = std::numeric_limits<qint64>::max() / 4;
 
 QString folderAbove(const QString &path)
@@ -21,7 +21,7 @@ QString folderAbove(const QString &path)
     return path.left(qMax(path.lastIndexOf(QLatin1Char('/')), 0));
 }
 
-/// Adds up what goes to each disk.
+/// Adds up the bytes for each disk.
 class Demand final
 {
 public:
@@ -45,11 +45,11 @@ public:
 private:
     struct Share
     {
-        QString folder; ///< one that exists on the disk
+        QString folder; ///< a folder on the disk that exists
         qint64 size = 0;
     };
 
-    /// The disk on which a folder stands or would be made.
+    /// The disk of a folder that exists or would be created.
     dev_t diskOf(const QString &folder)
     {
         const auto known = m_disks.constFind(folder);

@@ -8,17 +8,17 @@
 
 namespace Kavo {
 
-/// A disk with too little room, in bytes.
+/// A disk with too little free space, in bytes.
 struct MissingRoom
 {
     qint64 needed = 0;
     qint64 available = 0;
 };
 
-/// Whether what an archive unpacks to fits on the disks that it goes to, with a tenth to spare.
-/// Usually that is one disk; the user's links may lead parts of it to others. What is replaced or
-/// removed meanwhile counts for nothing. Returns the first disk that has too little room, nothing
-/// when all is well or cannot be told. Callable from any thread.
+/// Checks whether the unpacked files of an archive fit on their disks, with a tenth to spare.
+/// Usually that is one disk, but links of the user may lead to others. Files that are replaced or
+/// removed are not subtracted. Returns the first disk with too little space; nothing if all fits or
+/// it cannot be determined. May be called on any thread.
 std::optional<MissingRoom> findMissingRoom(const Extractors::ArchiveListing &listing,
                                            const QString &folder);
 

@@ -13,7 +13,7 @@ namespace Kavo::Models {
 
 namespace {
 
-/// The dependency that decides when the work starts. Only for work that has one.
+/// The dependency that determines when the work starts. Only for work that has one.
 int lastDependency(const InstallationWork &work)
 {
     return DependencyEntry::parse(work.version()->depends.last()).packageId;
@@ -33,8 +33,8 @@ InstallationQueue::~InstallationQueue()
 {
     if (!m_busy)
         return;
-    // No event loop will deliver the task's question or its result any more, but it has to come to
-    // its end. Asking for the result waits for it.
+    // Without an event loop the task's question and its result are not delivered, but the task has
+    // to end. Asking for the result waits for it.
     m_watcher.disconnect();
     m_pending.clear();
     if (m_permit->waitForQuestion())
@@ -80,8 +80,8 @@ PackagePointer InstallationQueue::awaitedBy(const InstallationWork &work) const
     return first ? first : running;
 }
 
-/// What fails may be the dependency of work before it, so the walk begins again until a whole one
-/// finds nothing.
+/// Failed work may be a dependency of work before it, so the search is repeated until it finds
+/// nothing.
 void InstallationQueue::failHopeless()
 {
     const QScopedValueRollback<bool> walking(m_walking, true);
@@ -96,7 +96,7 @@ void InstallationQueue::failHopeless()
     }
 }
 
-/// Position of the work to start, or -1.
+/// The index of the work to start, or -1.
 int InstallationQueue::nextToStart() const
 {
     for (int position = 0; position < m_pending.size(); ++position) {
@@ -116,7 +116,7 @@ InstallationQueue::Verdict InstallationQueue::examine(const InstallationWork &wo
         if (!dependency || Package::isError(dependency->state()))
             return Verdict::FAIL;
         const bool installed = dependency->state() == Package::INSTALLED;
-        // The last one listed decides.
+        // The last one in the list decides.
         // Fixed, see docs/compatibility.md.
         verdict = installed ? Verdict::START : Verdict::WAIT;
         allWillCome = allWillCome && (installed || m_works.contains(id));
@@ -124,7 +124,7 @@ InstallationQueue::Verdict InstallationQueue::examine(const InstallationWork &wo
     return verdict == Verdict::WAIT && !allWillCome ? Verdict::FAIL : verdict;
 }
 
-/// For each pending work the position of what it waits for, or -1 when that is not pending.
+/// For each pending work the index of the pending work that it waits for, or -1.
 QVector<int> InstallationQueue::waitingFor() const
 {
     QHash<int, int> positions;
@@ -140,8 +140,8 @@ QVector<int> InstallationQueue::waitingFor() const
     return targets;
 }
 
-/// Packages that need each other wait for each other for ever; one of them has to go ahead.
-/// Returns the position of the first work found to wait for itself, or -1.
+/// Packages that depend on each other would wait for ever; one of them has to be first. Returns the
+/// index of the first work that waits for itself through others, or -1.
 int InstallationQueue::firstOfCycle() const
 {
     const QVector<int> targets = waitingFor();
@@ -171,9 +171,9 @@ void InstallationQueue::start(const InstallationWorkPointer &work)
     m_watcher.disconnect();
     connect(&m_watcher, &QFutureWatcher<InstallationResult>::finished, this,
             [this] { takeResult(m_watcher.result()); });
-    // The thread pool drops what it ran only after the result is there. By then the task must have
-    // let go of the package, which may have no other holder left and belongs to the main thread,
-    // and of the archive, which the next task may be the last to need.
+    // The thread pool destroys the function after the result is available. By then the task must
+    // have released the package, which belongs to the main thread and may have no other holder, and
+    // the archive, which the next task may be the last to need.
     m_watcher.setFuture(QtConcurrent::run([task, permit = m_permit.get()]() mutable {
         const InstallationResult result = std::exchange(task, nullptr)->run(*permit);
         permit->close();
@@ -181,7 +181,7 @@ void InstallationQueue::start(const InstallationWorkPointer &work)
     }));
 }
 
-/// Whoever follows the work is told on the way, and does what must not come later.
+/// Observers of the work are notified by this call and do what must not come later.
 void InstallationQueue::permitRemoval()
 {
     m_running->moveTo(InstallationWork::Phase::REPLACING);

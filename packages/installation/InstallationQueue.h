@@ -13,31 +13,31 @@
 
 namespace Kavo::Models {
 
-/// The work whose archives are complete, in the order of arrival, and the one task that is running:
+/// The work with complete archives, in the order of arrival, and the single running task:
 ///
 ///     append -> [pending] -> may start? -> task on the thread pool -> INSTALLED or INSTALL_FAILED
-///                               | it will never be able to -> DEPENDENCY_FAILED
+///                               | it can never start -> DEPENDENCY_FAILED
 ///
-/// Work may start when the last of its dependencies is installed. It ends when a dependency is
-/// unknown or failed, and when it would wait for a package that is neither installed nor on its
-/// way. At most one task runs; the busy mark is set and cleared on the main thread only, so that no
-/// finished task can be overtaken by the next before its result was taken. Main thread.
+/// Work may start when the last of its dependencies is installed. It fails if a dependency is
+/// unknown or has failed, and if it would wait for a package that is neither installed nor being
+/// installed. At most one task runs. The busy mark is set and cleared on the main thread only, so
+/// the next task cannot start before the result of the previous one was taken. Main thread.
 class InstallationQueue final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What every task gets.
+    /// The values that every task gets.
     struct Context
     {
         PackageFolders folders;
         QString extractor;
     };
 
-    /// `works` is everything that is on its way, in whatever phase.
+    /// `works` holds all running work, in any phase.
     InstallationQueue(const Catalogue &catalogue, const InstallationWorks &works, Context context,
                       QObject *parent = nullptr);
-    /// Waits for the running task and takes its result.
+    /// Waits for the running task and records its result.
     ~InstallationQueue() override;
 
     /// Whether a task is running or its result is still to be taken.
@@ -45,20 +45,19 @@ public:
 
     void append(const InstallationWorkPointer &work) { m_pending.append(work); }
 
-    /// A held queue starts nothing; what is running goes on.
+    /// Starts or stops holding back further tasks. A running task continues.
     void setHeld(bool held);
 
-    /// Ends the work that has nothing to wait for any more, and starts the first that may start.
-    /// To be called whenever something was appended or has ended.
+    /// Ends work that can never start, and starts the first work that may start. To be called
+    /// whenever work was added or has ended.
     void processPendingInstallations();
 
-    /// What has to be installed before this work starts: a dependency of its own, of several the
-    /// one that is running or else the first; without one whatever is running. Null for work that
-    /// waits for nothing.
+    /// The package that this work waits for: of its dependencies the one that is running or else
+    /// the first; without dependencies the running one. Null for work that does not wait.
     PackagePointer awaitedBy(const InstallationWork &work) const;
 
 signals:
-    /// A task was running, its result is taken, and if another one may start it has.
+    /// A task has ended, its result was taken, and the next task has started if there is one.
     void taskEnded();
 
 private:
@@ -77,11 +76,11 @@ private:
     const InstallationWorks &m_works;
     Context m_context;
     QList<InstallationWorkPointer> m_pending;
-    InstallationWorkPointer m_running;       ///< what the task is working on while busy
+    InstallationWorkPointer m_running;       ///< work of the running task
     std::unique_ptr<RemovalPermit> m_permit; ///< of the running task
     bool m_busy = false;
     bool m_held = false;
-    bool m_walking = false; ///< ending one piece of work makes the owner call again
+    bool m_walking = false; ///< set while work is being ended, because that calls this object again
     QFutureWatcher<InstallationResult> m_watcher;
 };
 

@@ -4,15 +4,15 @@
 
 namespace Kavo::Models {
 
-/// What became of an installation.
+/// The result of an installation.
 struct InstallationResult
 {
     /// Whether the version is installed.
     bool succeeded = false;
-    /// Whether the removal of the version before was reached. Until then nothing of the simulator
-    /// has changed, and an installed version is as whole as before.
+    /// Whether the removal of the previous version was reached. Before that, nothing in the
+    /// simulator has changed and an installed version is intact.
     bool touched = false;
-    FailureReason reason; ///< why it has failed
+    FailureReason reason; ///< reason of a failure
 };
 
 } // namespace Kavo::Models

@@ -56,7 +56,8 @@ InstallationResult InstallationTask::install(RemovalPermit &permit) const
     return result;
 }
 
-/// All that is done before anything changes. What is found here leaves the version before as it is.
+/// Performs all checks before anything changes. A failure here leaves the installed version
+/// untouched.
 FailureReason InstallationTask::prepare(const PackageFiles &files,
                                         ArchiveInspection &inspection) const
 {
@@ -68,9 +69,9 @@ FailureReason InstallationTask::prepare(const PackageFiles &files,
     const FailureReason found = inspection.examine(*m_version, files.extractFolder());
     if (!found.isNone())
         return found;
-    // The removal that follows goes by the rules of the version that is being installed, also at
-    // the first installation: an original that these rules both back up and remove must be safe by
-    // then. It stays safe until the package is uninstalled.
+    // The following removal uses the rules of the new version, also for a first installation. An
+    // original that these rules both back up and remove must be saved before, and its backup is
+    // kept until the package is removed.
     const QString unsafe = files.secure();
     return unsafe.isEmpty() ? FailureReason() : FailureReason(Kind::COPY_FAILED, {unsafe});
 }
@@ -87,7 +88,8 @@ bool InstallationTask::unpack(const PackageFiles &files,
     Extractors::P7ZipExtractor extractor(m_extractor);
     const bool unpacked =
         extractor.extract(m_archive.archive(), target) || linked.explain(extractor.complaints());
-    // Also what has arrived of an archive that fails: the next one may bring the same.
+    // This includes the partial files of a failed archive, because the next one may bring the same
+    // files.
     all.markBrought(before);
     if (!unpacked) {
         added.takeAway();

@@ -12,20 +12,20 @@
 
 namespace Kavo::Models {
 
-/// Turns a downloaded archive into files of the simulator. Made on the main thread and run once on
-/// a worker thread, which it blocks until 7-Zip has ended. It sets the package INSTALLED when it
-/// succeeds and touches no database.
+/// Installs a downloaded archive into the simulator. Created on the main thread and run once on a
+/// worker thread, which it blocks until 7-Zip has ended. On success it sets the package INSTALLED.
+/// It uses no database.
 class InstallationTask final
 {
 public:
-    /// `digest` is the SHA-256 of the archive where it is known already, else empty.
+    /// `digest` is the SHA-256 of the archive if it is known, else empty.
     InstallationTask(PackagePointer package, PackageVersionPointer version, ArchiveClaim archive,
                      QByteArray digest, PackageFolders folders, QString extractor);
 
-    /// The claim on the archive is released afterwards in any case, and the archive is gone unless
-    /// another package still needs it.
+    /// Runs the installation. Releases the claim on the archive at the end in any case; the archive
+    /// is deleted unless another package needs it.
     ///
-    /// Nothing of the simulator changes before `permit` is granted.
+    /// Nothing in the simulator changes before `permit` is granted.
     InstallationResult run(RemovalPermit &permit);
 
 private:

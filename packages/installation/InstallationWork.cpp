@@ -83,10 +83,10 @@ void InstallationWork::moveTo(Phase phase)
     if (isEnded())
         return;
     m_phase = phase;
-    // A copy: whoever is told may have further objects show the work.
+    // Iterates over a copy, because a receiver may add further objects.
     const QVector<PackagePointer> packages = m_shownBy;
     for (const PackagePointer &package : packages) {
-        // Each object is asked for itself: a refresh may have brought newer versions.
+        // Determined for each object, because a refresh may have brought newer versions.
         if (phase == Phase::INSTALLED)
             package->setUpdateAvailable(package->hasUpdateAfter(m_version->version));
         package->setState(stateOf(phase));
@@ -136,12 +136,12 @@ void InstallationWork::onProcessChanged(Download::Process process)
         moveTo(Phase::PREPARING);
         break;
     case Download::Process::Download:
-        // The server has just answered, even if no byte of the file has come.
+        // The server has answered, even if no byte of the file has arrived.
         m_rate = Managers::TransferRate(m_clock());
         moveTo(Phase::DOWNLOADING);
         break;
     case Download::Process::Finished:
-        // A download that stays queued may be announced again; its archive is taken once.
+        // A download that stays in the queue may be announced again, but its archive is taken once.
         disconnect(m_download.data(), &Download::processChanged, this, nullptr);
         moveTo(Phase::QUEUED);
         break;
@@ -150,7 +150,7 @@ void InstallationWork::onProcessChanged(Download::Process process)
 
 void InstallationWork::onError()
 {
-    // The transfer goes on to its end after an error; for this package it is over.
+    // After an error the transfer continues to its end, but no longer for this package.
     disconnect(m_download.data(), nullptr, this, nullptr);
     for (const PackagePointer &package : qAsConst(m_shownBy))
         disconnect(m_download.data(), nullptr, package.data(), nullptr);

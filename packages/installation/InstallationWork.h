@@ -14,19 +14,19 @@
 
 namespace Kavo::Models {
 
-/// One version of one package on its way into the simulator: the single record of how far it is.
+/// The installation of one version of a package: the single record of its progress.
 ///
 ///     STARTING -> PREPARING -> DOWNLOADING -> QUEUED -> RUNNING -> REPLACING -> INSTALLED
 ///                      |           |            |          '-----------'-----> INSTALL_FAILED
 ///                      |           |            '----------------------------> DEPENDENCY_FAILED
 ///                      '-----------'-----------------------------------------> DOWNLOAD_FAILED
 ///
-/// moveTo() is the only way from phase to phase. It sets the state of every object that stands for
-/// the package: the one that was asked for and, after refreshes, the new ones with its id. Version
-/// and rules are those of the catalogue that the work began with.
+/// Only moveTo() changes the phase. It sets the state of every object of the package: the one that
+/// was requested and, after refreshes, the new ones with its id. Version and rules are those of the
+/// catalogue that the work began with.
 ///
-/// Follows its download until the archive is complete or an error came, and keeps the download, so
-/// that the archive's path stays its own. Main thread.
+/// The work follows its download until the archive is complete or an error occurs. It keeps the
+/// download alive, so that no other download gets its path. Main thread.
 class InstallationWork final : public QObject
 {
     Q_OBJECT
@@ -38,7 +38,7 @@ public:
         DOWNLOADING,
         QUEUED,    ///< the archive is complete
         RUNNING,   ///< on the worker thread
-        REPLACING, ///< the same, about to remove the version before
+        REPLACING, ///< on the worker thread, about to remove the previous version
         INSTALLED,
         INSTALL_FAILED,
         DOWNLOAD_FAILED,
@@ -49,7 +49,7 @@ public:
                      const QSharedPointer<Download> &download, Clock clock);
 
     int packageId() const { return package()->id(); }
-    /// The object that the work began with.
+    /// The package object that the work began with.
     const PackagePointer &package() const { return m_shownBy.first(); }
     const PackageVersionPointer &version() const { return m_version; }
     const QSharedPointer<Download> &download() const { return m_download; }
@@ -58,24 +58,24 @@ public:
 
     Phase phase() const { return m_phase; }
     bool isEnded() const;
-    /// Does nothing once the work has ended.
+    /// Changes the phase. Does nothing after the work has ended.
     void moveTo(Phase phase);
-    /// Moves to the end that the task has come to.
+    /// Moves to the final phase for the result of the task.
     void end(const InstallationResult &result);
-    /// What became of the task; nothing is touched before it has ended.
+    /// The result of the task; a default before it has ended.
     const InstallationResult &result() const { return m_result; }
-    /// How far the download is. What the work waits for only the queue knows.
+    /// The progress of the download. Only the queue knows what the work waits for.
     WorkProgress progress() const;
 
-    /// Has another object of the same package show the work, too.
+    /// Adds another object of the same package whose state follows the work.
     void showBy(const PackagePointer &package);
 
-    /// The claim is kept until somebody takes it or the work is destroyed.
+    /// Keeps the claim until it is taken or the work is destroyed.
     void keepArchive(ArchiveClaim claim) { m_archive = std::move(claim); }
     ArchiveClaim takeArchive() { return std::move(m_archive); }
 
 signals:
-    /// After every moveTo() that did something. All states are set by then.
+    /// Emitted after every change of phase, when all states are set.
     void moved();
 
 private:
@@ -94,7 +94,7 @@ private:
 };
 
 using InstallationWorkPointer = QSharedPointer<InstallationWork>;
-/// What is on its way, by package id.
+/// The running work by package id.
 using InstallationWorks = QMap<int, InstallationWorkPointer>;
 
 } // namespace Kavo::Models

@@ -98,7 +98,7 @@ WorkProgress Installer::progress(const Package &package) const
     return progress;
 }
 
-/// A second start of the same package would queue its archive twice.
+/// A second start of the same package would add its archive to the queue twice.
 bool Installer::mayStart(const Package &package) const
 {
     return !package.isBusy() && !m_works.contains(package.id());
@@ -120,7 +120,7 @@ void Installer::startWithDependencies(const PackagePointer &package, const QStri
         return dependencies;
     });
     for (const PackagePointer &wanted : order) {
-        // Whoever heard of the start of one of them may have started another.
+        // A receiver of the signals of one start may have started another package.
         if (mayStart(*wanted))
             start(wanted, wanted->findVersion(versionOf(wanted)));
     }
@@ -132,7 +132,7 @@ void Installer::start(const PackagePointer &package, const PackageVersionPointer
     if (!version->sha256.isEmpty())
         download->setHashed(true);
     const auto work = InstallationWorkPointer::create(package, version, download, m_clock);
-    // A catalogue that came since the package was shown has an object of its own for it.
+    // A catalogue that was loaded since has a new object for the package.
     if (const PackagePointer current = m_catalogue.resolve(package->id()))
         work->showBy(current);
     m_works.insert(package->id(), work);
@@ -161,7 +161,7 @@ QSharedPointer<Download> Installer::downloadOf(const QString &link)
             return waiting;
     }
     QSharedPointer<Download> download = m_downloads->find(link);
-    // A download that the probe found complete stays queued, but nothing of it goes on.
+    // A download that the probe found complete stays in the queue, but is finished.
     while (download && download->getProcess() == Download::Process::Finished) {
         m_downloads->remove(download);
         download = m_downloads->find(link);
@@ -212,7 +212,7 @@ void Installer::onMoved(const InstallationWorkPointer &work)
         m_database.forgetWhole(*work->package());
         break;
     case Phase::INSTALL_FAILED:
-        // Once more, should it not have been possible then.
+        // Repeated in case it failed before.
         if (work->result().touched)
             m_database.forgetWhole(*work->package());
         record();
@@ -231,11 +231,12 @@ void Installer::onEnded(const InstallationWorkPointer &work)
 {
     m_works.remove(work->packageId());
     emit ended(work);
-    // It is the sender of the signal that tells of its end.
+    // The work is the sender of the signal that is being handled, so it is released later.
     m_ended.append(work);
     QMetaObject::invokeMethod(
         this, [this] { m_ended.clear(); }, Qt::QueuedConnection);
-    // What waits for this package can be told now; nothing else may ever wake the queue.
+    // Work that waits for this package may start or fail now; no other event may ever trigger the
+    // queue.
     m_queue.processPendingInstallations();
 }
 

@@ -16,9 +16,9 @@ class DownloadManager;
 
 namespace Kavo::Models {
 
-/// Brings a version and what it depends on into the simulator: begins a piece of work for each
-/// package, hands those whose archive is complete to the queue and has every step remembered in the
-/// database. Every piece of work ends as soon as its downloads do. Main thread.
+/// Installs a version and its dependencies: creates an InstallationWork for each package, passes
+/// those with complete archives to the queue, and records every step in the database. All work ends
+/// when its downloads do. Main thread.
 class Installer final : public QObject
 {
     Q_OBJECT
@@ -29,38 +29,39 @@ public:
               const InstallationQueue::Context &context, Clock clock, QObject *parent = nullptr);
     ~Installer() override;
 
-    /// Starts a version, and before it whatever it depends on that is missing or too old. Returns
-    /// at once; the package's state tells the rest. `version` may be empty for the newest one and
-    /// holds the version that is meant afterwards. Does nothing for a package without versions and
-    /// for one that is already being worked on.
+    /// Starts the installation of a version, after those dependencies that are missing or too old.
+    /// Returns immediately; the package's state reports the progress. `version` may be empty for
+    /// the newest version and holds the chosen version afterwards. Does nothing for a package
+    /// without versions and for one that is being installed.
     void install(const PackagePointer &package, QString &version);
 
     /// Whether a task is running.
     bool isBusy() const { return m_queue.isBusy(); }
-    /// Whether to start no other task for the time being. Downloads go on.
+    /// Starts or stops holding back further tasks. Downloads continue.
     void setHeld(bool held) { m_queue.setHeld(held); }
-    /// The packages on their way that keep these from being removed: the very ones, and those that
-    /// need one of them.
+    /// The packages being installed that prevent the removal of these: the same packages, and those
+    /// that depend on them.
     PackageList blockers(const PackageList &leaving) const;
 
-    /// Ids of what is on its way and of what that needs.
+    /// The ids of the packages being installed and of their dependencies.
     QSet<int> concerned() const;
-    /// Whether the id is among these.
+    /// Whether the id is one of these.
     bool isConcerned(int packageId) const;
 
-    /// Makes new objects of the catalogue show the work that is going on.
+    /// Connects the new package objects of the catalogue to the running work.
     void showOn(const Catalogue &catalogue);
 
-    /// The queued download of the version that is on its way, or null.
+    /// The download in the queue for the version being installed, or null.
     QSharedPointer<Download> runningDownload(const Package &package) const;
     WorkProgress progress(const Package &package) const;
 
 signals:
-    /// A package is on its way, as the first thing that is heard of it.
+    /// Work has begun. Emitted before any other signal about it.
     void began(const Kavo::Models::InstallationWorkPointer &work);
-    /// One is no longer on its way, and what has become of it is recorded.
+    /// Work has ended and its result is recorded.
     void ended(const Kavo::Models::InstallationWorkPointer &work);
-    /// A task has come to its end and is recorded; isBusy() tells whether another one has begun.
+    /// A task has ended and its result is recorded; isBusy() tells whether the next one has
+    /// started.
     void taskEnded();
 
 private:
@@ -82,7 +83,7 @@ private:
     InstallationWorks m_works;
     /// Downloads that wait until a failed transfer of the same file has ended.
     QVector<QSharedPointer<Download>> m_waiting;
-    QVector<InstallationWorkPointer> m_ended; ///< until nobody is being told of their end
+    QVector<InstallationWorkPointer> m_ended; ///< kept until their end was announced
     InstallationQueue m_queue;
 };
 

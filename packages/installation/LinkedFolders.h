@@ -7,18 +7,18 @@
 
 namespace Kavo {
 
-/// Folders of an archive in whose place the user has put a link to a folder, as those do who keep
+/// Folders of an archive that the user has replaced by links to folders, for example to keep
 /// scenery on another disk. 7-Zip unpacks everything through such a link, but ends with an error,
-/// because it cannot make the folder. Callable from any thread.
+/// because it cannot create the folder. May be used on any thread.
 class LinkedFolders final
 {
 public:
-    /// To be made before the unpacking, with the folder to unpack into.
+    /// To be created before unpacking; `folder` is the folder to unpack into.
     LinkedFolders(const Extractors::ArchiveListing &listing, const QString &folder);
 
-    /// Whether these links, and nothing else, are what an unpacking complains of, and every file of
-    /// the archive is there with its size; the log then tells of it. `complaints` are the lines
-    /// that 7-Zip wrote to its standard error.
+    /// Whether 7-Zip complained of nothing but these links, and every file of the archive exists
+    /// with its size; this is logged. `complaints` are the lines that 7-Zip wrote to standard
+    /// error.
     bool explain(const QStringList &complaints) const;
 
 private:
@@ -27,7 +27,7 @@ private:
 
     const Extractors::ArchiveListing &m_listing;
     QString m_folder;
-    QStringList m_links; ///< absolute
+    QStringList m_links; ///< absolute paths
 };
 
 } // namespace Kavo

@@ -32,8 +32,8 @@ bool makeParent(const QString &path)
     return QDir().mkpath(QFileInfo(path).path());
 }
 
-/// Copies a file in one of the two ways of copying, makes the folder for it and tells of a failure.
-/// Returns whether it did.
+/// Copies a file with one of the two copy functions, creates its folder and logs a failure. Returns
+/// whether it succeeded.
 bool copyFile(bool (*copy)(const QString &, const QString &), const QString &from,
               const QString &to)
 {
@@ -44,14 +44,14 @@ bool copyFile(bool (*copy)(const QString &, const QString &), const QString &fro
     return false;
 }
 
-/// What tells whether a file was written, also with the content that it had. Empty when there is
-/// none.
+/// An identification that changes whenever a file is written, even with the same content. Empty if
+/// there is no file.
 QByteArray changeOf(const QString &path)
 {
     struct stat info = {};
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return QByteArray();
-    // Unpacking sets the time of the content, but nobody can set this one.
+    // Unpacking sets the modification time, but the change time cannot be set.
     const auto &changed = info.st_ctim;
     QByteArray change;
     for (const auto number : {qint64(info.st_ino), qint64(changed.tv_sec), qint64(changed.tv_nsec)})
@@ -79,7 +79,7 @@ QString PackageFiles::extractFolder() const
     if (!inside.isEmpty())
         return inside;
     const QString clean = QDir::cleanPath(extract);
-    // Unlike an entry of a list, an empty folder has a meaning here: the simulator's own folder.
+    // Unlike an entry of a list, an empty folder is valid here: the simulator's own folder.
     const bool isOwnFolder = clean.isEmpty() || clean == QLatin1String(".");
     return isOwnFolder ? QDir::cleanPath(m_folders.installation) : QString();
 }
@@ -97,7 +97,7 @@ QString PackageFiles::secure() const
         unsettleKept();
         return QString();
     }
-    // A later edit of the user must not lose against a copy of work that has not begun.
+    // A later edit of the user must not be overwritten by a copy from work that never began.
     for (const QString &entry : qAsConst(kept))
         m_kept.giveUp(entry);
     for (const QString &entry : qAsConst(backedUp))
@@ -152,7 +152,7 @@ void PackageFiles::markBrought(const Standing &before) const
     const Standing now = standing();
     for (auto file = now.cbegin(); file != now.cend(); ++file) {
         const QString original = m_originals.find(file.key());
-        // What unpacking has left alone may be the user's.
+        // A file that unpacking has not written may be the user's.
         if (QFileInfo(original).isFile() && file->change != before.value(file.key()).change)
             settle(original, containedPath(m_folders.installation, file.key()));
     }
@@ -190,7 +190,7 @@ void PackageFiles::letGo(const QStringList &needed) const
         const QString original = m_originals.find(entry);
         if (!QFileInfo(original).isFile())
             continue;
-        // Whoever else relies on a backup from before this was noted is among the needed ones.
+        // Packages that rely on older backups without such a file are in `needed`.
         const bool isUnknown = isOneOf(needed, entry) && !usersOf(original);
         if (!isUnknown && !removeUser(original, m_package))
             logLine(QStringLiteral("Backup stays in use : ") + original);
@@ -235,7 +235,7 @@ QString PackageFiles::installed(const QString &entry) const
     return QString();
 }
 
-/// Whether a rule may follow the links on the way to a path.
+/// Whether a rule may follow the links in a path.
 bool PackageFiles::isReached(const QString &path) const
 {
     const QString own = ownFolderAround(path);
@@ -244,8 +244,9 @@ bool PackageFiles::isReached(const QString &path) const
                                  : QStringList{m_folders.installation, extractFolder(), own});
 }
 
-/// The largest folder of the removal rule in which a path lies, empty when there is none.
-/// Everything in such a folder goes with the package and may have come with it, links included.
+/// The outermost folder of the removal rule that contains a path, empty if there is none.
+/// Everything in such a folder is removed with the package and may have come with it, including
+/// links.
 QString PackageFiles::ownFolderAround(const QString &path) const
 {
     QString largest;
@@ -258,8 +259,8 @@ QString PackageFiles::ownFolderAround(const QString &path) const
     return largest;
 }
 
-/// Whether a folder holds one of those that the program works with. Only a link can lead to one
-/// that holds the simulator.
+/// Whether a folder contains one of the program's working folders. Only a link can lead to a folder
+/// that contains the simulator.
 bool PackageFiles::isNeeded(const QString &path) const
 {
     const QStringList needed{m_folders.installation, m_folders.preserve, m_folders.backup};
@@ -268,7 +269,7 @@ bool PackageFiles::isNeeded(const QString &path) const
                        [&path](const QString &folder) { return isInFolder(folder, path); });
 }
 
-/// Whether a path leads into one of the folders for copies, where that stands in the simulator's.
+/// Whether a path leads into one of the folders for copies, if that is in the simulator's folder.
 bool PackageFiles::isAmongCopies(const QString &path) const
 {
     const QStringList folders = QStringList{m_folders.preserve, m_folders.backup} +
@@ -294,7 +295,8 @@ void PackageFiles::removeEntry(const QString &entry, FailedPaths *failed) const
         logLine(QStringLiteral("Removal failed : ") + path);
 }
 
-/// Puts an original over what stands in its place, if that is the add-on's. Returns whether it did.
+/// Replaces the file in the place of an original by the original, if the file is the add-on's.
+/// Returns whether it did.
 bool PackageFiles::returnOriginal(const QString &entry) const
 {
     const QString original = m_originals.find(entry);
@@ -303,7 +305,7 @@ bool PackageFiles::returnOriginal(const QString &entry) const
            copyFile(copyOver, original, target);
 }
 
-/// Whether one of the entries names the same place.
+/// Whether one of the entries names the same path.
 bool PackageFiles::isOneOf(const QStringList &entries, const QString &entry) const
 {
     const QString path = containedPath(m_folders.installation, entry);
@@ -312,8 +314,8 @@ bool PackageFiles::isOneOf(const QStringList &entries, const QString &entry) con
     });
 }
 
-/// Copies files and adds the entries of which there was no copy before. Returns the first file that
-/// could not be copied; the rest is not tried.
+/// Copies files and adds the entries that had no copy before. Returns the first file that could not
+/// be copied and stops there.
 QString PackageFiles::park(const QStringList &entries, const CopyStore &store,
                            QStringList *made) const
 {
@@ -338,7 +340,7 @@ QString PackageFiles::park(const QStringList &entries, const CopyStore &store,
     return QString();
 }
 
-/// Returns whether there is a copy now.
+/// Returns whether the copy exists now.
 bool PackageFiles::parkFile(const QString &entry, const QString &source, const CopyStore &store,
                             QStringList *made) const
 {
@@ -352,7 +354,8 @@ bool PackageFiles::parkFile(const QString &entry, const QString &source, const C
     return true;
 }
 
-/// Whether nobody relies on an original any more, and the user has put another file in its place.
+/// Whether no package relies on an original any more, and the user has put another file in its
+/// place.
 bool PackageFiles::isOver(const QString &copy, const QString &source, const CopyStore &store) const
 {
     const auto users = usersOf(copy);
@@ -360,8 +363,8 @@ bool PackageFiles::isOver(const QString &copy, const QString &source, const Copy
            !haveEqualContent(copy, source) && !isAsBrought(copy, source);
 }
 
-/// Returns the first file of which it cannot be noted: once it is replaced, its backup would be
-/// taken for one that is over.
+/// Returns the first file for which this cannot be stored: after its replacement, its backup would
+/// count as unused.
 QString PackageFiles::relyOnOriginals() const
 {
     for (const QString &entry : m_version.install->backup) {
@@ -374,16 +377,16 @@ QString PackageFiles::relyOnOriginals() const
     return QString();
 }
 
-/// Whether a copy that is there already has to give way. An original never does.
+/// Whether an existing copy has to be replaced. That of an original never has.
 bool PackageFiles::isReplaced(const QString &copy, const QString &source,
                               const CopyStore &store) const
 {
     return !QFileInfo(copy).isFile() || (&store == &m_kept && isOlder(copy, source));
 }
 
-/// From here on the copies are the ones that count, until the installation has come to its end.
-/// The marks go after all copying: were one to go first, a sudden end or a failure in between would
-/// leave an older content as if it were the only one.
+/// From now on the copies are authoritative, until the installation has ended. The marks are
+/// removed after all copying. Otherwise a sudden end or a failure in between would leave an older
+/// copy that looks like the only one.
 void PackageFiles::unsettleKept() const
 {
     for (const QString &entry : m_version.install->preserve) {

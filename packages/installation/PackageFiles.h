@@ -11,100 +11,100 @@
 
 namespace Kavo::Models {
 
-/// Where the files of packages live; every path ends in a separator.
+/// The folders of package files; every path ends in a separator.
 struct PackageFolders
 {
     QString installation; ///< the simulator's folder
-    QString preserve;     ///< files parked over a re-installation
+    QString preserve;     ///< files kept during a re-installation
     QString backup;       ///< originals that packages replaced
-    /// What the last two were before, latest first: copies may still lie there.
+    /// Former values of these two, latest first, because copies may still be there.
     QStringList formerPreserve = {};
     QStringList formerBackup = {};
 };
 
-/// What the rules of one version mean on disk.
+/// Applies the rules of one version to the disk.
 ///
-/// Only single files are carried across: for a folder in a preserve or backup list just the
-/// target's parent folder is made. A copy never overwrites, and a file that is only half copied
-/// never bears the name of the whole one. Failing copies and removals are logged, and the rest goes
-/// on but for secure(). A parked file is given up only when its content stands in its place again.
+/// Only single files are copied: for a folder in a preserve or backup list just the parent folder
+/// of the copy is created. A copy never overwrites a file, and a partial copy never has the final
+/// name. Failed copies and removals are logged, and the rest continues, except in secure(). A
+/// preserved copy is deleted only when its content is in its place again.
 ///
-/// Rules come from outside: an entry that is empty, absolute or leads out of its folder by ".." is
-/// skipped with a log line, and so is one that names a folder in which the simulator or one of the
-/// other two folders stands. Links on the way are the user's own and are followed, wherever they
-/// lead, since unpacking follows them too; but a link below an entry of the removal rule may have
-/// come with the package, and an entry that it leads out is skipped. Removing a link removes the
-/// link. Callable from any thread.
+/// Rules are not trusted. An entry is skipped with a log line if it is empty, absolute, leaves its
+/// folder by "..", or names a folder that contains the simulator or one of the two folders for
+/// copies. Links in the path of an entry are the user's and are followed wherever they lead, since
+/// unpacking follows them too. But a link below an entry of the removal rule may have come with the
+/// package, and an entry that leaves the simulator through it is skipped. Removing a link removes
+/// only the link. May be used on any thread.
 /// Fixed, see docs/compatibility.md.
 class PackageFiles final
 {
 public:
-    /// `package` is the id of the package whose version it is.
+    /// `package` is the id of the version's package.
     PackageFiles(const PackageFolders &folders, const PackageVersion &version, int package = 0);
 
-    /// The folder to unpack into, without a trailing separator; empty when the rule leaves the
+    /// The folder to unpack into, without a trailing separator; empty if the rule leaves the
     /// simulator's folder.
     QString extractFolder() const;
 
-    /// Copies the files to keep to the preserve folder and originals to the backup folder. To be
-    /// called before anything is removed.
+    /// Copies the files to preserve to the preserve folder and originals to the backup folder. To
+    /// be called before anything is removed.
     ///
-    /// A backup that is there already stays, unless no package relies on it any more and a file of
-    /// the user's stands in its place: then it is set aside for a new one. From now on this package
-    /// relies on its backups. A copy of a file to keep stays as well, since it may be the user's
-    /// only one, unless an earlier installation has come to its end without it and the user has
-    /// edited the file since: then the copy is older and gives way.
+    /// An existing backup is kept. The exception: if no package relies on it any more and a file of
+    /// the user is in its place, the backup is moved aside for a new one. From now on this package
+    /// relies on its backups. An existing copy of a file to preserve is kept too, since it may be
+    /// the only one. The exception: if an earlier installation ended without using it and the user
+    /// has edited the file since, the copy is older and is replaced.
     ///
-    /// Returns the path of the first file that could not be copied, empty when all is safe. After a
-    /// failure nothing may be replaced or removed. What was copied is taken away again then.
+    /// Returns the path of the first file that could not be copied, empty if all files are safe.
+    /// After a failure nothing may be replaced or removed, and the new copies are deleted again.
     QString secure() const;
-    /// Deletes what the removal rule lists, then puts the backed up originals back where nothing
-    /// stands; returns what of it failed. The backups stay, so that a removal that was cut short
-    /// can be repeated: the second one would delete the originals that the first has put back.
+    /// Deletes the entries of the removal rule, then restores the backed up originals whose places
+    /// are free. Returns what failed. The backups are kept, so that an interrupted removal can be
+    /// repeated: the second one deletes the originals that the first one restored.
     RemovalFaults remove() const;
-    /// The same, for good. The add-on's files, those that an archive has brought and nobody has
-    /// edited since, also give way to the originals where no rule removes them; a file of the
-    /// user's stays, and so does its backup. `needed` are backups of other installed packages:
-    /// what stands in their places stays, unless it goes with a whole folder.
+    /// Removes the package for good. The original also replaces a file of the add-on that no rule
+    /// removes, that is one that an archive has brought and nobody has edited since. A file of the
+    /// user is kept, and so is its backup. `needed` are the backups of other installed packages:
+    /// the files in their places are kept, unless they are in a folder that is removed as a whole.
     RemovalFaults uninstall(const QStringList &needed) const;
 
     struct FileState
     {
-        QByteArray digest; ///< of the content
-        QByteArray change; ///< which file it is and when it was changed last
+        QByteArray digest; ///< hash of the content
+        QByteArray change; ///< identity of the file and time of its last change
     };
-    /// What stands in the places of the backed up originals, by entry.
+    /// The present files in the places of the backed up originals, by entry.
     using Standing = QHash<QString, FileState>;
     Standing standing() const;
-    /// Marks what unpacking has written as the add-on's, also where the same stood there before.
-    /// `before` is what stood there until then.
+    /// Marks the files that unpacking has written as the add-on's, even if they have the same
+    /// content as before. `before` is the state before unpacking.
     void markBrought(const Standing &before) const;
-    /// Puts the originals back over what an unpacking that has failed has changed since `before`
-    /// and markBrought() has marked.
+    /// Restores the originals in the places that a failed unpacking has changed since `before` and
+    /// that markBrought() has marked.
     void returnReplaced(const Standing &before) const;
 
-    /// Copies preserved files back and deletes the preserved copies. One whose place the archive
-    /// has taken stays and is settled. To be called when everything is unpacked.
+    /// Copies the preserved files back and deletes their copies. If the archive has brought a file
+    /// of the same name, the copy is kept and marked as settled. To be called after unpacking.
     void restorePreserved() const;
-    /// To be called when the removal is recorded: the package relies on its backups no longer.
+    /// To be called when the removal is recorded: the package no longer relies on its backups.
     void letGo(const QStringList &needed) const;
-    /// The other packages that rely on the backups, by entry, as far as it is known.
+    /// The other packages that rely on the backups, by entry, as far as is known.
     QHash<QString, QSet<int>> others() const;
-    /// Deletes preserved copies and backups whose content stands in its place, but for the backups
-    /// that other packages need. While the package is not installed they are left over from work
-    /// that has ended suddenly, or is done.
+    /// Deletes preserved copies and backups whose content is in its place again, except for backups
+    /// that other packages need. If the package is not installed, such copies are left over from
+    /// finished or interrupted work.
     void giveUpReturned(const QStringList &needed = {}) const;
-    /// The same for preserved copies alone. While the package is installed, those whose content
-    /// stands in its place are left over from work that has ended before it removed anything; a
-    /// later edit of the file must not lose against them.
+    /// Does the same for preserved copies alone. If the package is installed, such copies are left
+    /// over from work that ended before it removed anything, and must not overwrite later edits of
+    /// the file.
     void giveUpKept() const;
 
 private:
-    /// What became of a copy that was to stand in its place again.
+    /// The result of restoring a copy.
     enum class Return {
-        NONE,  ///< there is no copy, or it could not be brought back
-        DONE,  ///< its content stands in its place
-        TAKEN, ///< something else stands there
+        NONE,  ///< there is no copy, or it could not be restored
+        DONE,  ///< its content is in its place
+        TAKEN, ///< another file is in its place
     };
 
     QString installed(const QString &entry) const;

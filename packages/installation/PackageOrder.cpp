@@ -9,13 +9,13 @@ namespace {
 struct Step
 {
     PackagePointer package;
-    PackageList neighbours; ///< those that were not visited yet
+    PackageList neighbours; ///< not visited yet
 };
 
 } // namespace
 
-/// A depth-first walk with a stack of its own: catalogues may chain more packages than calls can be
-/// nested.
+/// A depth-first search with an explicit stack, because a catalogue may chain more packages than
+/// calls can be nested.
 PackageList neighboursFirst(const PackagePointer &package, const NeighboursOf &neighboursOf)
 {
     PackageList order;

@@ -7,23 +7,23 @@
 
 namespace Kavo::Models {
 
-/// Stands between the last step of an installation that leaves the simulator as it is and the first
-/// that removes a file. The task asks on its worker thread and goes on as soon as the main thread
-/// has written down what has to be known if the program dies from there on.
+/// Synchronises the worker thread with the main thread before the first file is removed. The task
+/// asks on its worker thread, and continues after the main thread has recorded what must be known
+/// if the program dies from there on.
 class RemovalPermit final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Says that files are about to be removed, and waits for grant(). Worker thread, once.
+    /// Announces that files are about to be removed, and waits for grant(). Worker thread, once.
     void ask();
-    /// Says that the task is over. Worker thread.
+    /// Announces that the task has ended. Worker thread.
     void close();
 
-    /// Main thread, once it has been asked.
+    /// Lets the task continue. Main thread, after it has asked.
     void grant();
-    /// Waits until the task asks or is over, for a main thread whose event loop has ended. Returns
-    /// whether it is waiting for grant().
+    /// Waits until the task asks or has ended, for a main thread without a running event loop.
+    /// Returns whether the task waits for grant().
     bool waitForQuestion();
 
 signals:
@@ -35,7 +35,7 @@ private:
 
     void setState(State state);
 
-    /// Not Qt's: ThreadSanitizer sees this one also when two threads meet at it.
+    /// Not QMutex: ThreadSanitizer recognises this one even under contention.
     std::mutex m_mutex;
     std::condition_variable m_changed;
     State m_state = State::WORKING;

@@ -10,13 +10,13 @@ namespace Kavo::Models {
 
 namespace {
 
-/// What the mark of a copy says, empty when there is none.
+/// The content of a copy's mark, empty if there is none.
 QByteArray broughtFor(const QString &copy)
 {
     QFile mark(settledMarkOf(copy));
     const QByteArray brought =
         openRegular(mark, QIODevice::ReadOnly) ? mark.readAll() : QByteArray();
-    // After a sudden end the mark may be there in part.
+    // After a sudden end the mark may be incomplete.
     return brought.size() == Sha256::Length ? brought : QByteArray();
 }
 

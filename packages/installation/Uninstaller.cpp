@@ -73,7 +73,7 @@ bool Uninstaller::simulatorIsThere(Removal &removal) const
     return false;
 }
 
-/// Returns whether the package is removed as far as it can be.
+/// Returns whether the package is removed as far as possible.
 bool Uninstaller::remove(Package &package, Removal &removal)
 {
     const QString version = m_database.version(package);
@@ -84,7 +84,7 @@ bool Uninstaller::remove(Package &package, Removal &removal)
     const RemovalFaults faults = files.uninstall(needed);
     removal.faults.remaining.add(faults.remaining);
     removal.faults.notReturned.add(faults.notReturned);
-    // A disk that went meanwhile takes along what could not be removed any more.
+    // If the disk was unmounted meanwhile, the remaining files are still on it.
     if (!simulatorIsThere(removal)) {
         package.setState(Package::INSTALLED);
         return false;
@@ -92,14 +92,13 @@ bool Uninstaller::remove(Package &package, Removal &removal)
     package.setUpdateAvailable(false);
     package.setState(Package::AVAILABLE);
     m_database.record(package, version);
-    // As long as the package counts as installed, the removal may have to be done again, which
-    // takes the backups.
+    // Until the removal is recorded it may have to be repeated, which needs the backups.
     files.letGo(needed);
     files.giveUpReturned(needed);
     return true;
 }
 
-/// The files of a version, with the backups of all the others.
+/// The files of a version, with the backup rules of all versions.
 PackageFiles Uninstaller::filesOf(const Package &package, const QString &version) const
 {
     const PackageVersionPointer record = package.findVersion(version);
@@ -107,13 +106,14 @@ PackageFiles Uninstaller::filesOf(const Package &package, const QString &version
                         package.id());
 }
 
-/// The backups of all packages but one that are installed or on their way. Of a package that is no
-/// longer on offer nobody knows the rules, but the backups, `files`, tell whether it needs them.
+/// The backups needed by all other packages that are installed or being installed. The rules of a
+/// package that is no longer in the catalogue are unknown, but the backups in `files` show whether
+/// it needs them.
 QStringList Uninstaller::neededBackups(const Package &without, const PackageFiles &files) const
 {
     QStringList needed;
     for (const PackagePointer &package : m_catalogue.known()) {
-        // Most packages back nothing up, and the database need not be asked for them.
+        // Most packages have no backups; the database is not asked for them.
         if (package->id() == without.id() || !mayBeThere(*package) || !backsUp(*package))
             continue;
         if (package->state() == Package::INSTALLED) {
@@ -121,7 +121,8 @@ QStringList Uninstaller::neededBackups(const Package &without, const PackageFile
             if (version)
                 needed += version->install->backup;
         } else {
-            // The record names the version that is on its way, and another one may be there still.
+            // The record names the version being installed, but another one may still be on the
+            // disk.
             for (const PackageVersionPointer &version : package->versions())
                 needed += version->install->backup;
         }
@@ -152,7 +153,7 @@ void Uninstaller::clearUp(const Package &package) const
         clearUpRemoved(package);
 }
 
-/// What ended suddenly may have been about to install any version.
+/// The interrupted work may have been about to install any version.
 void Uninstaller::clearUpInstalled(const Package &package) const
 {
     for (const PackageVersionPointer &version : package.versions()) {
@@ -175,7 +176,7 @@ void Uninstaller::clearUpRemoved(const Package &package) const
         return;
     const PackageFiles files = filesOf(package, version);
     const QStringList needed = neededBackups(package, files);
-    // Any other record is one of work that has ended suddenly and may be finished yet.
+    // Any other record is from interrupted work that may still be finished.
     if (m_database.status(package) == Package::AVAILABLE)
         files.letGo(needed);
     files.giveUpReturned(needed);

@@ -6,7 +6,7 @@
 
 namespace Kavo::Models {
 
-/// Takes packages out of the simulator, those that depend on them first. Main thread, synchronous.
+/// Removes packages from the simulator, dependents first. Main thread, synchronous.
 class Uninstaller final
 {
 public:
@@ -16,20 +16,20 @@ public:
     /// Whether a removal is going on.
     bool isBusy() const { return m_busy; }
 
-    /// What goes when this package goes: its dependents, each before what it needs, and then the
-    /// package.
+    /// The packages that are removed together with this one: its dependents, each before the
+    /// packages it needs, and then the package itself.
     PackageList removalOrder(const PackagePointer &package) const;
 
-    /// Removes the packages in this order; returns when their files are gone. Stops where the
-    /// simulator is not there: its files may come back with its disk.
+    /// Removes the packages in this order and returns afterwards. Stops if the simulator is not
+    /// there, because its files may come back with its disk.
     Removal uninstall(const PackageList &packages);
 
-    /// Whether anything lies in the preserve and backup folders that clearUp() could take away.
+    /// Whether there is any file in the preserve and backup folders that clearUp() could delete.
     bool hasCopies() const;
-    /// Takes away what a sudden end has left of a package in the preserve and backup folders
-    /// although it stands in its place again. The backups of a package that is installed stay. Not
-    /// for packages that work which is going on is about, nor while an installation runs: it may
-    /// be about to replace the very files.
+    /// Deletes copies of a package that a sudden end has left in the preserve and backup folders
+    /// and whose content is in its place again. The backups of an installed package are kept. Must
+    /// not be called for packages that running work is about, nor during an installation, which may
+    /// be about to replace the same files.
     void clearUp(const Package &package) const;
 
 private:

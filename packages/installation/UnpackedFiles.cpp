@@ -16,14 +16,14 @@ using Extractors::ArchiveEntry;
 
 namespace {
 
-/// Tells which folders on the way to a path do not exist yet. Each is asked for once: archives of
-/// ten thousands of files have far fewer folders.
+/// Finds the parent folders of a path that do not exist yet. Each folder is checked once: archives
+/// with tens of thousands of files have far fewer folders.
 class MissingFolders final
 {
 public:
     explicit MissingFolders(QString root) : m_root(std::move(root)) {}
 
-    /// Whether the folder is missing. It and those above it are remembered.
+    /// Whether the folder is missing. Remembers it and its parents.
     bool isMissing(const QString &folder)
     {
         if (folder.size() <= m_root.size() || m_present.contains(folder))
@@ -40,7 +40,7 @@ public:
         return true;
     }
 
-    /// Each after those in which it lies.
+    /// Each after its parent folders.
     QStringList all() const { return m_inOrder; }
 
 private:
@@ -74,7 +74,7 @@ void UnpackedFiles::takeAway() const
 {
     for (const QString &file : m_files)
         ::unlink(QFile::encodeName(file).constData());
-    // The innermost first. A folder that holds anything else stays.
+    // The innermost folders first. A folder that contains anything else is kept.
     std::for_each(m_folders.crbegin(), m_folders.crend(),
                   [](const QString &folder) { ::rmdir(QFile::encodeName(folder).constData()); });
 }

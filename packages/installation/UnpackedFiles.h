@@ -7,23 +7,23 @@
 
 namespace Kavo {
 
-/// What an archive is going to add to a folder, so that an unpacking that has failed can be undone.
-/// Callable from any thread.
+/// The entries that an archive is about to add to a folder, so that a failed unpacking can be
+/// undone. May be used on any thread.
 class UnpackedFiles final
 {
 public:
-    /// To be made right before the unpacking: what stands there by then is not touched. The entries
-    /// must not lead out of `folder`, which lies in `root` or is it; the folders between the two
-    /// are undone as well when they are yet to be made.
+    /// To be created right before unpacking; existing entries are not touched. The entries must not
+    /// leave `folder`, which is `root` or a folder in it. Missing folders between the two are
+    /// undone as well.
     UnpackedFiles(const Extractors::ArchiveListing &listing, const QString &folder,
                   const QString &root);
 
-    /// Removes what the unpacking has added: files, and folders in which nothing else stands.
+    /// Removes the added files, and the added folders that contain nothing else.
     void takeAway() const;
 
 private:
     QStringList m_files;
-    QStringList m_folders; ///< each after those in which it lies
+    QStringList m_folders; ///< each after its parent folders
 };
 
 } // namespace Kavo

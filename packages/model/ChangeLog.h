@@ -7,8 +7,8 @@
 
 namespace Kavo::Models {
 
-/// Change logs as rich text, one block a version in the order of the list. The lines come from the
-/// catalogue as they stand and may hold markup.
+/// Change logs as rich text, one block for each version in the order of the list. The lines are
+/// used as the catalogue has them and may contain markup.
 QString changeLogHtml(const QVector<PackageVersionPointer> &versions);
 
 } // namespace Kavo::Models

@@ -9,7 +9,7 @@ DependencyEntry DependencyEntry::parse(const QString &entry)
     // Fixed, see docs/compatibility.md.
     if (entry.isEmpty())
         qFatal("Invalid dependency info");
-    // A catalogue has tens of thousands of entries; they are not split into lists of texts.
+    // A catalogue has tens of thousands of entries, so they are parsed without splitting.
     const QLatin1Char colon(':');
     const int idEnd = entry.indexOf(colon);
     if (idEnd < 0)

@@ -4,17 +4,17 @@
 
 namespace Kavo::Models {
 
-/// One thing that a version needs: another package at a minimum version.
+/// One dependency of a version: another package and its minimum version.
 struct DependencyEntry
 {
     int packageId = 0;
-    QString requiredVersion; ///< empty: any version will do
+    QString requiredVersion; ///< empty: any version
 
-    /// Reads "5:1.2", "5:" or "5"; an id that is not a number reads as 0. An empty entry ends the
+    /// Parses "5:1.2", "5:" or "5". An id that is not a number is 0. An empty entry ends the
     /// process with the log line "Invalid dependency info".
     static DependencyEntry parse(const QString &entry);
 
-    /// Whether a version text meets the minimum.
+    /// Whether a version satisfies the minimum.
     bool isMetBy(const QString &version) const;
 };
 

@@ -8,10 +8,10 @@ namespace Kavo::Models {
 
 namespace {
 
-/// The most characters of a name that a message box shows.
+/// The longest part of a name that a message box shows, in characters.
 constexpr int LongestDetail = 160;
 
-/// A name that fits into a sentence: on one line and not too long. The middle is what tells least.
+/// Shortens a name to fit into a sentence. The middle is left out, because it says the least.
 QString forPeople(const QString &name)
 {
     const QString detail = oneLine(name);
@@ -20,7 +20,7 @@ QString forPeople(const QString &name)
     return detail.left(LongestDetail / 2) + QChar(0x2026) + detail.right(LongestDetail / 2);
 }
 
-/// By hand: a name may hold what looks like the place of the next detail.
+/// QString::arg() is not used, because a name may contain a place marker.
 QString filled(QString text, const QStringList &details)
 {
     for (int number = details.size(); number > 0; --number) {

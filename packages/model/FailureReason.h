@@ -6,8 +6,8 @@
 
 namespace Kavo::Models {
 
-/// Why an installation has failed, for the log and for the user. A value; callable from any thread,
-/// but for text(), which wants the main thread's translations.
+/// The reason why an installation failed, for the log and for the user. A value class. May be used
+/// on any thread, except text(), which needs the translations of the main thread.
 class FailureReason final
 {
     Q_DECLARE_TR_FUNCTIONS(Kavo::Models::FailureReason)
@@ -23,7 +23,7 @@ public:
         EXTRACTOR_MISSING,
         ENTRY_LEADS_OUT, ///< path in the archive
         ROOM_MISSING,    ///< needed, free
-        SIZE_DIFFERS,    ///< bytes present, bytes told by the catalogue
+        SIZE_DIFFERS,    ///< bytes present, bytes according to the catalogue
         CHECKSUM_DIFFERS,
         COPY_FAILED, ///< path
         UNPACKING_FAILED,
@@ -35,12 +35,12 @@ public:
     bool isNone() const { return m_kind == Kind::NONE; }
     Kind kind() const { return m_kind; }
 
-    /// Whether the installation has ended before it changed anything.
+    /// Whether the installation ended before it changed anything.
     bool isHarmless() const;
 
     /// One sentence in English, empty for NONE.
     QString logText() const;
-    /// The same in the user's language, followed by what it means for an installed version.
+    /// The sentence in the user's language, followed by what it means for an installed version.
     QString text() const;
 
 private:

@@ -13,12 +13,12 @@
 
 namespace Kavo::Models {
 
-/// One entry of the catalogue with its versions, newest first, and its life-cycle state.
+/// One entry of the catalogue with its versions, newest first, and its state.
 ///
-/// Made and filled on the main thread. The state and the update mark are also set by the
-/// installation task on its worker thread; everything else is left alone after loading.
-/// stateChanged() is emitted on the thread that sets the state: receivers connect with a context
-/// object of their own, so that Qt hands the signal over to their thread.
+/// Created and filled on the main thread. The installation task also sets the state and the update
+/// mark on its worker thread; nothing else changes after loading. stateChanged() is emitted on the
+/// thread that sets the state. Receivers connect with a context object, so that Qt delivers the
+/// signal on their own thread.
 class Package final : public QObject
 {
     Q_OBJECT
@@ -44,7 +44,7 @@ public:
     int id() const { return m_id; }
     void setId(int id) { m_id = id; }
 
-    /// Less than 1 for a free package.
+    /// The product id; less than 1 for a free package.
     int productId() const { return m_productId; }
     void setProductId(int productId) { m_productId = productId; }
 
@@ -73,13 +73,13 @@ public:
     void setBanner(const QStringList &banner) { m_banner = banner; }
 
     State state() const { return m_state; }
-    /// Stores the state and announces it, unless it is the present one.
+    /// Sets the state and announces it if it has changed.
     void setState(State state);
     static bool isError(State state);
-    /// Preparing, downloading, installing or uninstalling.
+    /// Whether the package is preparing, downloading, installing or uninstalling.
     bool isBusy() const;
 
-    /// Why the last installation has failed, as far as that is known. Main thread.
+    /// Why the last installation failed, as far as is known. Main thread.
     FailureReason failure() const { return m_failure; }
     void setFailure(const FailureReason &reason) { m_failure = reason; }
 
@@ -90,19 +90,19 @@ public:
     const QVector<PackageVersionPointer> &versions() const { return m_versions; }
     void setVersions(const QVector<PackageVersionPointer> &versions) { m_versions = versions; }
 
-    /// Position of the first version with exactly this text; 0, the newest, for any other text.
+    /// The index of the first version with exactly this text; 0, the newest, for any other text.
     /// Fixed, see docs/compatibility.md.
     int versionIndex(const QString &version) const;
     /// The version at versionIndex(), or null for a package without versions.
     PackageVersionPointer findVersion(const QString &version) const;
-    /// A version with the backups of all the others. One that was installed before may have
-    /// replaced a file that this one does not list, and nobody else puts the original back.
+    /// Returns a version with the backup rules of all versions. An older installed version may have
+    /// replaced a file that this version does not list, and its original has to be restored, too.
     PackageVersion withAllBackups(const PackageVersion &version) const;
-    /// Text of the newest version, empty without versions.
+    /// The text of the newest version, empty without versions.
     QString newestVersion() const;
 
-    /// Whether an update remains once this version is installed. Never so for the newest version
-    /// on offer, whatever its text.
+    /// Whether an update would be available with this version installed. Always false for the
+    /// newest version in the catalogue, whatever its text.
     bool hasUpdateAfter(const QString &version) const;
 
 signals:
@@ -131,13 +131,13 @@ private:
     QVector<PackageVersionPointer> m_versions;
 };
 
-/// Lets the state cross threads in signals. Once, before any package is shown.
+/// Registers the state for signals between threads. To be called once, before any package is shown.
 void registerPackageState();
 
 using PackagePointer = QSharedPointer<Package>;
 using PackageList = QVector<PackagePointer>;
 
-/// The words for kinds of packages that the user can filter by; others are allowed.
+/// The package types that the sidebar offers; other types are allowed.
 QStringList knownPackageTypes();
 
 } // namespace Kavo::Models

@@ -15,7 +15,7 @@ int compareVersions(const QString &first, const QString &second)
 
 void sortNewestFirst(QVector<PackageVersionPointer> &versions)
 {
-    // Each text is parsed once, not once a comparison.
+    // Each text is parsed once, not at each comparison.
     using Numbered = std::pair<QVersionNumber, PackageVersionPointer>;
     std::vector<Numbered> numbered;
     numbered.reserve(static_cast<std::size_t>(versions.size()));

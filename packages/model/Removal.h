@@ -9,15 +9,17 @@
 
 namespace Kavo::Models {
 
-/// What came of the order to remove a package and what depends on it.
+/// The result of removing a package and everything that depends on it.
 struct Removal
 {
-    /// The packages on their way because of which nothing was removed.
+    /// The packages being installed that prevented the removal. If there are any, nothing was
+    /// removed.
     PackageList blockers;
-    /// The simulator's folder, when it holds no simulator, as on a disk that is not mounted.
-    /// Nothing was removed from then on, and what was not removed counts as installed.
+    /// The simulator's folder if it holds no simulator, for example because its disk is not
+    /// mounted. The removal stopped there, and the packages that were not removed still count as
+    /// installed.
     std::optional<QString> missingSimulator;
-    /// Of all packages that were removed.
+    /// The failures for all packages that were removed.
     RemovalFaults faults;
 };
 

@@ -4,11 +4,11 @@
 
 namespace Kavo::Models {
 
-/// What a removal could not do.
+/// The failures of a removal.
 struct RemovalFaults
 {
-    FailedPaths remaining;   ///< what could not be deleted, without the folders around it
-    FailedPaths notReturned; ///< backups whose originals could not be put back; they stay
+    FailedPaths remaining;   ///< entries that could not be deleted, without the folders around them
+    FailedPaths notReturned; ///< backups whose originals could not be restored; they are kept
 };
 
 } // namespace Kavo::Models

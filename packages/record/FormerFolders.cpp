@@ -28,7 +28,7 @@ QJsonObject readNotes()
                                           : QJsonObject();
 }
 
-/// The notes are replaced at once and only by whole ones.
+/// The file is replaced in one step and only by a complete one.
 bool writeNotes(const QJsonObject &notes)
 {
     const QByteArray text = QJsonDocument(notes).toJson();

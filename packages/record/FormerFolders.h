@@ -5,12 +5,12 @@
 
 namespace Kavo::Models {
 
-/// The folders for copies of one kind that were in use before this one, latest first, for copies
-/// may still lie there. Remembers the folder in use for the starts to come, in the file
-/// "folders.json" of the data folder; the standard folder is always among them and never written.
+/// Returns the folders for one kind of copies that were in use before, latest first, since copies
+/// may still be there. Stores the present folder for later starts in the file "folders.json" of the
+/// data folder. The default folder is always in the result and never stored.
 ///
-/// A file that cannot be read tells of none; one that cannot be written is logged. `kind` is one
-/// word.
+/// If the file cannot be read, there are no former folders; if it cannot be written, that is
+/// logged. `kind` is a single word.
 QStringList formerFolders(const QString &kind, const QString &current, const QString &standard);
 
 } // namespace Kavo::Models

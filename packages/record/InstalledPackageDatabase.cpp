@@ -15,7 +15,7 @@ const char *const Schema =
     "CREATE TABLE IF NOT EXISTS packages (id         INTEGER     PRIMARY KEY AUTOINCREMENT,"
     "package_id INTEGER     UNIQUE,version STRING,status     INTEGER (1) NOT NULL);";
 
-/// Whether SQLite would take the text for a number, which its STRING columns store as one.
+/// Whether SQLite's STRING columns would convert the text to a number.
 bool readsAsNumber(const QString &text)
 {
     static const QRegularExpression number(QRegularExpression::anchoredPattern(
@@ -23,10 +23,10 @@ bool readsAsNumber(const QString &text)
     return number.match(text).hasMatch();
 }
 
-/// Whether a text that reads as a number comes back letter for letter from a number. Fifteen
-/// significant digits fit into a double. Behind the point no more than four of them do: SQLite
-/// divides in a longer format first, and from 5^5 on its result may lie so near the middle of two
-/// doubles that rounding twice takes the wrong one (1.968306).
+/// Whether a numeric text survives the conversion to a number and back. Fifteen significant digits
+/// fit into a double. Of those no more than four may be after the point: SQLite divides in a longer
+/// format first, and from 5^5 on its result may be so close to the middle of two doubles that
+/// rounding twice picks the wrong one (1.968306).
 bool isCanonicalNumber(const QString &text)
 {
     static const QRegularExpression canonical(QRegularExpression::anchoredPattern(
@@ -34,8 +34,9 @@ bool isCanonicalNumber(const QString &text)
     return canonical.match(text).hasMatch();
 }
 
-/// The version column has a numeric leaning: the text "1.10" would come back as 1.1. Bytes are
-/// stored as they are; texts that survive stay texts, for other tools to read.
+/// The version column has numeric affinity: the text "1.10" would come back as 1.1. Blobs are
+/// stored unchanged; texts that survive the conversion are stored as text, so that other tools can
+/// read them.
 /// Fixed, see docs/compatibility.md.
 QVariant boundVersion(const QString &version)
 {
@@ -78,7 +79,8 @@ void InstalledPackageDatabase::record(const Package &package, const QString &ver
         writeRow(package, version);
         return;
     }
-    // Should they not reach the disk together: what is known to be whole is adopted once more.
+    // If these two do not reach the disk together, the version that is known to be complete is
+    // adopted again.
     const DatabaseTransaction together(m_file);
     m_wholeVersions.remember(package.id(), version);
     writeRow(package, version);
@@ -116,7 +118,7 @@ void InstalledPackageDatabase::adoptVersionFiles(const PackageList &packages,
         if (recorded.contains(package->id()))
             continue;
         const QString version = versionFile(*package);
-        // Work may have been recorded since, or another package of the same id.
+        // Work, or another package with the same id, may have been recorded since.
         if (version.isEmpty() || isRecorded(*package) == true)
             continue;
         adopt(*package, version);
@@ -128,7 +130,8 @@ void InstalledPackageDatabase::applyRecords(const PackageList &packages, const Q
 {
     if (!m_file.isOpen())
         return;
-    // One statement for all: to ask for each package alone costs more than to parse the catalogue.
+    // One statement for all rows; a query for each package would take longer than parsing the
+    // catalogue.
     QHash<qint64, Record> known = records();
     const std::optional<WholeVersions::Texts> whole = m_wholeVersions.read();
     bool remembers = whole.has_value();
@@ -139,7 +142,7 @@ void InstalledPackageDatabase::applyRecords(const PackageList &packages, const Q
             continue;
         if (whole && !concerned.contains(package->id()))
             adoptWhole(*package, whole->value(package->id()), *record);
-        // A package whose version file was taken up may have been removed since.
+        // A package whose version file was recorded may have been removed since.
         const bool isInstalled = record->status == Package::INSTALLED;
         package->setState(isInstalled ? Package::INSTALLED : Package::AVAILABLE);
         package->setUpdateAvailable(false);
@@ -147,7 +150,7 @@ void InstalledPackageDatabase::applyRecords(const PackageList &packages, const Q
             continue;
         if (record->version.isEmpty())
             record->version = adoptVersionFile(*package);
-        // One that cannot be written would be followed by as many as there are packages.
+        // After one write error there would be one for each package.
         remembers = remembers && rememberRecorded(*package, *record, *whole);
         package->setUpdateAvailable(isOutdated(record->version, package->newestVersion()));
     }
@@ -195,7 +198,7 @@ QString InstalledPackageDatabase::version(const Package &package) const
     return versionFile(package);
 }
 
-/// Whether there is a row, or nothing when that cannot be told.
+/// Whether there is a row; nothing if it cannot be read.
 std::optional<bool> InstalledPackageDatabase::isRecorded(const Package &package) const
 {
     QSqlQuery query =
@@ -217,11 +220,11 @@ QSet<int> InstalledPackageDatabase::recordedIds() const
     return ids;
 }
 
-/// Every row by its package id.
+/// All rows by package id.
 QHash<qint64, InstalledPackageDatabase::Record> InstalledPackageDatabase::records() const
 {
     QHash<qint64, Record> records;
-    // Only numbers can be the id of a package, whatever other tools have written.
+    // Package ids are numbers, whatever other tools have written.
     QSqlQuery query = m_file.prepared(QStringLiteral(
         "SELECT package_id, status, version FROM packages WHERE typeof(package_id) = 'integer'"));
     if (!m_file.run(query))
@@ -251,8 +254,8 @@ void InstalledPackageDatabase::adopt(Package &package, const QString &version)
     record(package, version);
 }
 
-/// Takes up that a version is still there although the row tells of later work. A row that says
-/// AVAILABLE tells of a removal.
+/// Adopts a complete version although the row is about later work. A row with AVAILABLE means a
+/// removal.
 void InstalledPackageDatabase::adoptWhole(Package &package, const QString &whole, Record &known)
 {
     if (whole.isEmpty() || known.status == Package::INSTALLED || known.status == Package::AVAILABLE)
@@ -261,9 +264,9 @@ void InstalledPackageDatabase::adoptWhole(Package &package, const QString &whole
     known = {Package::INSTALLED, whole};
 }
 
-/// An INSTALLED row that was not written together with the version known to be whole comes from a
-/// program that does not know of this, and is right. But where files may be missing, a removal did
-/// not come to its end. Returns false when it cannot be written.
+/// An INSTALLED row that differs from the complete version was written by a program that does not
+/// know the second table, and is right. But if files may be missing, a removal was interrupted.
+/// Returns false if it cannot be written.
 bool InstalledPackageDatabase::rememberRecorded(const Package &package, const Record &known,
                                                 const WholeVersions::Texts &whole)
 {

@@ -12,62 +12,62 @@
 
 namespace Kavo::Models {
 
-/// Remembers across runs which packages are installed and in which version: the file
-/// "packages.db". Where it knows nothing of a package, the package's own version file in the
-/// simulator folder is read; markInstalled() takes what it says into the database.
+/// Remembers which packages are installed and in which version, in the file "packages.db". If it
+/// has no record of a package, the package's own version file in the simulator folder is read;
+/// markInstalled() adds its content to the database.
 ///
-/// A row names the version that is on its way as soon as one is. Which version is wholly on the
-/// disk stands beside it (WholeVersions), so that work that has ended before it removed anything
-/// leaves the version before installed.
+/// A row names a version as soon as its installation begins. A second table (WholeVersions) names
+/// the version that is completely on the disk, so that an installation that ended before it removed
+/// anything leaves the previous version installed.
 ///
-/// Failing statements are logged and otherwise ignored; while the file is not open nothing is
+/// Failing statements are logged and otherwise ignored. While the file is not open, nothing is
 /// written. Main thread.
 class InstalledPackageDatabase final
 {
 public:
-    /// What status() returns for a package of which neither the database nor the disk knows.
+    /// The result of status() for a package that is neither in the database nor on the disk.
     static constexpr int NotRecorded = -1;
 
     explicit InstalledPackageDatabase(const QString &installationFolder);
 
-    /// Does nothing when it is open already.
+    /// Does nothing if the database is open.
     void open();
-    /// Closes and deletes the file.
+    /// Closes the database and deletes its file.
     void reset();
 
-    /// Stores the package's state at this moment together with the version text. An INSTALLED
-    /// version is known to be whole from then on.
+    /// Stores the present state of the package and the version text. An INSTALLED version counts as
+    /// completely on the disk from then on.
     void record(const Package &package, const QString &version);
 
-    /// To be called before the first file of the package goes: no version of it is known to be
-    /// whole any more. On the disk when it returns.
+    /// To be called before the first file of the package is removed: no version of it counts as
+    /// complete any more. The change is on the disk when the call returns.
     void forgetWhole(const Package &package);
 
-    /// The first half of markInstalled(), which reads a file for each package and may be done ahead
-    /// for some packages at a time: records what the version files of those tell that have no
-    /// record. `recorded` are the ids that are known to have one.
+    /// The first part of markInstalled(). It reads a file for each package and may be called in
+    /// advance for some packages at a time: for those without a record it records what their
+    /// version files say. `recorded` holds the ids that are known to have a record.
     void adoptVersionFiles(const PackageList &packages, const QSet<int> &recorded);
-    /// The other half, for all packages in one go: a work that ends meanwhile would be missed.
+    /// The second part, for all packages at once: work that ends between two calls would be missed.
     void applyRecords(const PackageList &packages, const QSet<int> &concerned);
-    /// The ids that have a record.
+    /// The ids with a record.
     QSet<int> recordedIds() const;
 
-    /// For all packages of a new catalogue: those that are installed by the record or by their
-    /// version file become INSTALLED and learn whether an update is there; so do those of which a
-    /// version is known to be whole whatever became of later work. What the record does not say is
-    /// recorded. The latter does not hold for the ids `concerned` by work that is going on.
+    /// Sets the states of the packages of a new catalogue. A package becomes INSTALLED, with its
+    /// update mark, if its record or its version file says so, or if a version is known to be
+    /// complete whatever happened to later work. New facts are recorded. The rule about complete
+    /// versions is not applied to the ids in `concerned`, which running work is about.
     void markInstalled(const PackageList &packages, const QSet<int> &concerned = {});
 
-    /// The recorded state; UNKNOWN while the database is not open. Without a record INSTALLED if
-    /// there is a version file, else NotRecorded.
+    /// The recorded state; UNKNOWN while the database is not open. Without a record it is INSTALLED
+    /// if there is a version file, else NotRecorded.
     int status(const Package &package) const;
 
-    /// Whether files of a package that is not on offer may be in the simulator: there is a record,
-    /// and not of a removal. True while the database is not open.
+    /// Whether files of a package that is not in the catalogue may be in the simulator: there is a
+    /// record, and not of a removal. True while the database is not open.
     bool mayBeThere(int packageId) const;
 
-    /// The recorded version text, or else that of the version file; empty when neither has one.
-    /// It is also kept for packages that are not installed.
+    /// The recorded version text, or else that of the version file; empty if neither exists. It is
+    /// kept for packages that are not installed, too.
     QString version(const Package &package) const;
 
 private:

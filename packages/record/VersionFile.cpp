@@ -11,11 +11,11 @@ namespace Kavo::Models {
 
 namespace {
 
-/// The shared library keeps its file deeper than all other packages.
+/// The shared library has its file deeper in the tree than all other packages.
 /// Fixed, see docs/compatibility.md.
 constexpr int SharedLibraryId = 1;
 
-/// Longest line that is read, in characters; what is longer is no version file of ours.
+/// The longest line that is read, in characters; version files have shorter ones.
 constexpr qint64 LongestLine = 4096;
 
 QString versionFilePath(const Package &package)
@@ -35,7 +35,7 @@ QString readVersionFile(const Package &package, const QString &installationFolde
     if (package.versions().isEmpty())
         return QString();
     const QString path = containedPath(installationFolder, versionFilePath(package));
-    // Anything but a regular file could block the reader.
+    // Reading anything but a regular file could block.
     if (path.isEmpty() || !QFileInfo(path).isFile())
         return QString();
     QFile file(path);

@@ -6,7 +6,7 @@ namespace Kavo::Models {
 
 namespace {
 
-/// A TEXT column leaves the version "1.10" as it is.
+/// A TEXT column does not change the version "1.10".
 const char *const Schema = "CREATE TABLE IF NOT EXISTS whole_versions "
                            "(package_id INTEGER PRIMARY KEY, version TEXT);";
 

@@ -9,25 +9,27 @@
 
 namespace Kavo::Models {
 
-/// Which version of a package is wholly on the disk: a table of its own beside that of the
-/// installed packages, whose rows name the version that is on its way as soon as one is. Where it
-/// cannot be made, read or written, only this is not known. Main thread.
+/// Names the version of each package that is completely on the disk. It is a table of its own
+/// beside the one of installed packages, whose rows name a version as soon as its installation
+/// begins. If this table cannot be created, read or written, only this information is missing. Main
+/// thread.
 class WholeVersions final
 {
 public:
-    /// By package id. An empty text means that files of the package may be missing.
+    /// Version texts by package id. An empty text means that files of the package may be missing.
     using Texts = QHash<qint64, QString>;
 
     explicit WholeVersions(const DatabaseFile &file) : m_file(file) {}
 
     void makeTable();
 
-    /// Nothing when it cannot be read.
+    /// All rows; nothing if they cannot be read.
     std::optional<Texts> read() const;
 
-    /// Returns whether it is written.
+    /// Stores a complete version. Returns whether it was written.
     bool remember(int packageId, const QString &version);
-    /// Says that files of the package may be missing from now on. On the disk when it returns.
+    /// Stores that files of the package may be missing. The change is on the disk when the call
+    /// returns.
     void forget(int packageId) { remember(packageId, QString()); }
 
 private:

@@ -10,7 +10,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// The longest name of a file that clients can download: they may add a mark to it.
+/// The longest file name that clients can download; they may append a suffix to it.
 constexpr int LongestFileName = 246;
 
 } // namespace
@@ -79,7 +79,7 @@ bool AddressCheck::contradict(const VersionView &first, const VersionView &secon
            sums[0].compare(sums[1], Qt::CaseInsensitive) != 0;
 }
 
-/// An address of something that a package can do without.
+/// An address of an optional file.
 void AddressCheck::checkPage(const JsonNode *node)
 {
     if (!node || !node->isText())

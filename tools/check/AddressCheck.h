@@ -9,7 +9,7 @@ class QUrl;
 
 namespace Kavo::Tools {
 
-/// Looks at every address in a catalogue, and at archives that several versions name.
+/// Checks all addresses in a catalogue, and archives that several versions use.
 class AddressCheck final
 {
 public:
@@ -18,7 +18,7 @@ public:
     void check(const CatalogueView &catalogue);
 
 private:
-    /// The first version that names an archive.
+    /// The first version that uses an archive.
     struct Use
     {
         const PackageView *package = nullptr;
@@ -29,7 +29,7 @@ private:
     void checkShared(const JsonNode &link, const Use &use);
     bool contradict(const VersionView &first, const VersionView &second) const;
     void checkPage(const JsonNode *node);
-    /// Whether it is an address that can be asked for.
+    /// Whether a client can request the address.
     bool checkAddress(const JsonNode &node, const QUrl &url);
     void checkFileName(const JsonNode &node, const QUrl &url, bool isArchive);
 

@@ -10,7 +10,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// The address of a version's archive, null where clients have none to ask for.
+/// The address of a version's archive, null if clients have none to request.
 const JsonNode *linkOf(const VersionView &version)
 {
     const JsonNode *const link = version.node->member(QLatin1String("link"));
@@ -94,7 +94,7 @@ void ArchiveCheck::checkPackage(const CatalogueView &catalogue, int package,
             shared.add(package, version.isNewest, *version.link, shipped);
         }
     }
-    // What is not in the folder may bring what the others do not.
+    // An archive that is not in the folder may contain what the others lack.
     if (isComplete)
         rules.finish();
     shared.finishPackage();
@@ -135,7 +135,7 @@ std::shared_ptr<StoredArchive> ArchiveCheck::open(const Place &place,
     return known.isUsable ? archive : nullptr;
 }
 
-/// Each by itself: an archive that was packed anew mostly differs in both.
+/// Each is reported, because a repacked archive mostly differs in both.
 void ArchiveCheck::checkTold(const Version &version, StoredArchive &archive)
 {
     const auto report = [this, &version](Rule rule, const char *key, const QString &message) {

@@ -18,14 +18,13 @@ namespace Kavo::Tools {
 
 class ArchiveRulesCheck;
 
-/// Looks into the archives of a catalogue before they are published, by what clients do with them:
-/// whether they can be installed, and whether the rules fit to what is in them. Each archive is
-/// read once. Nothing is written. Blocks; for one thread at a time.
+/// Checks the archives of a catalogue before they are published: whether clients can install them,
+/// and whether the rules match their content. Each archive is read once. Nothing is written.
+/// Blocks; for one thread at a time.
 class ArchiveCheck final
 {
 public:
-    /// `document` is the catalogue and `extractor` the path of 7-Zip. All are to live as long as
-    /// the check.
+    /// `document` is the catalogue and `extractor` the path of 7-Zip. All must outlive this object.
     ArchiveCheck(const QByteArray &document, const ArchiveFolder &folder, QString extractor,
                  Findings &findings);
 
@@ -40,15 +39,15 @@ private:
         bool isNewest;
         Models::PackageVersionPointer read;
     };
-    /// The file of an archive and the folder that it is unpacked into.
+    /// The file of an archive and the folder to unpack into.
     using Place = QPair<QString, QString>;
     using Groups = QMap<Place, std::vector<Version>>;
 
-    /// What is known of an archive. It is kept as long as versions are to come that have it.
+    /// The cached facts about an archive, kept while further versions use it.
     struct Known
     {
-        QString link; ///< under which it was found first
-        int left = 0; ///< versions that are yet to come
+        QString link; ///< address of its first use
+        int left = 0; ///< remaining versions that use it
         bool isUsable = false;
         std::shared_ptr<StoredArchive> archive;
     };
@@ -56,10 +55,10 @@ private:
     void findArchives(const CatalogueView &catalogue);
     void findArchive(const JsonNode &link);
     void checkPackage(const CatalogueView &catalogue, int package, SharedFilesCheck &shared);
-    /// Whether all versions have an archive that can be looked into.
+    /// Whether the archives of all versions can be read.
     bool group(const PackageView &package, Groups &groups) const;
     void checkTold(const Version &version, StoredArchive &archive);
-    /// The archive, null when clients cannot unpack it.
+    /// The archive, null if clients cannot unpack it.
     std::shared_ptr<StoredArchive> open(const Place &place, const std::vector<Version> &versions,
                                         bool &isNew);
 
@@ -67,7 +66,7 @@ private:
     const ArchiveFolder &m_folder;
     QString m_extractor;
     Findings &m_findings;
-    QHash<QString, QString> m_paths; ///< of archives by address, empty where there is none
+    QHash<QString, QString> m_paths; ///< paths of archives by address, empty if there is none
     QHash<QString, Known> m_known;   ///< by path
 };
 

@@ -60,7 +60,7 @@ void tellLinks(const StoredArchive &archive, const JsonNode &link, Findings &fin
                          QLatin1Char('.'));
 }
 
-/// An archive without files is one of a package that only needs others.
+/// An archive without files belongs to a package that only has dependencies.
 void tellSize(const StoredArchive &archive, const JsonNode &link, Findings &findings)
 {
     qint64 size = 0;

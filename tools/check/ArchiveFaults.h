@@ -5,8 +5,8 @@
 
 namespace Kavo::Tools {
 
-/// Tells what is wrong with an archive whatever version it is of, and how large it is unpacked.
-/// `link` is where the findings stand. Returns whether clients can unpack it.
+/// Finds the faults of an archive that do not depend on a version, and its unpacked size. `link` is
+/// the place of the findings. Returns whether clients can unpack the archive.
 bool checkArchive(const StoredArchive &archive, const JsonNode &link, Findings &findings);
 
 } // namespace Kavo::Tools

@@ -11,7 +11,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// The path of a file below a folder, empty when there is none.
+/// The path of a file in a folder, empty if it does not exist.
 QString fileIn(const QString &folder, QString path)
 {
     while (path.startsWith(QLatin1Char('/')))

@@ -4,28 +4,28 @@
 
 namespace Kavo::Tools {
 
-/// The folder in which archives lie before they are published: either as on the server, in the
-/// folders of their addresses, or all of them side by side. Nothing in it is ever changed.
+/// The folder with the archives before they are published: either as on the server, in the folders
+/// of their addresses, or all of them in one folder. Nothing in it is ever changed.
 class ArchiveFolder final
 {
 public:
-    /// Where an archive was found.
+    /// The place of an archive.
     struct Place
     {
-        QString path; ///< empty when there is none
-        /// Whether only the name of the file has told; another address may end in it as well.
+        QString path; ///< empty if there is none
+        /// Whether only the file name matches; another address may end in the same name.
         bool isByName = false;
     };
 
     explicit ArchiveFolder(const QString &folder);
 
-    /// Whether it can be looked into.
+    /// Whether the folder can be read.
     bool isReadable() const;
 
-    /// The archive of an address. One that lies in the folders of the address is preferred.
+    /// The archive of an address. One in the folders of the address is preferred.
     Place find(const QString &link) const;
 
-    /// The name of the file that clients make of an address, empty when they make none.
+    /// The file name that clients derive from an address, empty if they cannot.
     static QString fileNameOf(const QString &link);
 
 private:

@@ -14,7 +14,7 @@ bool isForeign(QChar character)
     return character.unicode() < 0x20 || QStringLiteral("\\:*?\"<>|").contains(character);
 }
 
-/// Whether the file systems of Windows refuse or change the name.
+/// Whether Windows file systems refuse or change the name.
 bool isForeign(const QString &name)
 {
     return name.endsWith(QLatin1Char(' ')) || name.endsWith(QLatin1Char('.')) ||
@@ -53,7 +53,7 @@ void checkLetters(const ShippedFiles &shipped, const JsonNode &link, Findings &f
                          QLatin1Char('.'));
 }
 
-/// Only names in one folder: what differs further up is told there.
+/// Compares only names in the same folder; differences in parent folders are reported there.
 void checkCase(const ShippedFiles &shipped, const JsonNode &link, Findings &findings)
 {
     const PathTree &tree = shipped.tree();
@@ -76,7 +76,7 @@ void checkCase(const ShippedFiles &shipped, const JsonNode &link, Findings &find
                          twins.text() + QLatin1Char('.'));
 }
 
-/// A folder of the simulator that is spelt otherwise is another one, which the simulator ignores.
+/// A simulator folder in other upper and lower case is another folder, which the simulator ignores.
 void checkCommonPlaces(const ShippedFiles &shipped, const JsonNode &link, Findings &findings)
 {
     const PathTree &tree = shipped.tree();
@@ -85,7 +85,7 @@ void checkCommonPlaces(const ShippedFiles &shipped, const JsonNode &link, Findin
         places.insert(place.toCaseFolded(), place);
     for (int node = 1; node < tree.size(); ++node) {
         const int parent = tree.parent(node);
-        // None of the places lies deeper.
+        // None of these paths is deeper.
         if (parent != PathTree::Root && tree.parent(parent) != PathTree::Root)
             continue;
         const QString path = tree.path(node);

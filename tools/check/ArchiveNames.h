@@ -5,8 +5,8 @@
 
 namespace Kavo::Tools {
 
-/// Looks at the names in an archive: those that no file system takes, those that some do not take,
-/// and those that only some tell apart. `link` is where the findings stand.
+/// Checks the names in an archive: those that no file system or only some accept, and those that
+/// only some distinguish. `link` is the place of the findings.
 void checkNames(const ShippedFiles &shipped, const JsonNode &link, Findings &findings);
 
 } // namespace Kavo::Tools

@@ -27,7 +27,7 @@ const JsonNode *backups(const VersionView &version)
     return version.entries(QLatin1String("install"), QLatin1String("backup"));
 }
 
-/// What a list of removals takes away.
+/// The paths that a removal rule deletes.
 class Removed final
 {
 public:
@@ -37,7 +37,7 @@ public:
             m_ends.insert(m_tree.add(place));
     }
 
-    /// Whether the place, or a folder that it lies in, is removed.
+    /// Whether the path or one of its parents is removed.
     bool takes(const QString &place) const
     {
         int node = PathTree::Root;
@@ -69,7 +69,7 @@ ArchiveRulesCheck::ArchiveRulesCheck(const PackageView &package, Findings &findi
 
 void ArchiveRulesCheck::collect(const VersionView &version)
 {
-    // A file to keep is the add-on's own work, and an original is the simulator's.
+    // A file to preserve is created by the add-on, and an original belongs to the simulator.
     PathTree others;
     for (const QString &place :
          ClientVersion::placesIn(kept(version)) + ClientVersion::placesIn(backups(version)))
@@ -79,7 +79,7 @@ void ArchiveRulesCheck::collect(const VersionView &version)
         if (!place.isEmpty() && others.find(place) == PathTree::None)
             m_unmet.push_back({Rule::REMOVE_NAMES_NOTHING, &node, place});
     }
-    // An original that the add-on itself overwrites comes back where its file is removed.
+    // An original that the add-on overwrites is restored when the add-on's file is removed.
     const Removed removed(ClientVersion::placesIn(removals(version)));
     for (const JsonNode &node : JsonChildren(backups(version))) {
         const QString place = ClientVersion::placeOf(node.text());
@@ -140,13 +140,13 @@ void ArchiveRulesCheck::checkBackups(const VersionView &version, const ShippedFi
     }
 }
 
-/// A version without any removal rule is told of without a look at its archive.
+/// A version without any removal rule is reported without its archive.
 void ArchiveRulesCheck::checkLeftBehind(const VersionView &version, const ShippedFiles &shipped)
 {
     const JsonNode *const list = removals(version);
     if (!list || !list->firstChild)
         return;
-    // The original of a backup takes the place of the add-on's file.
+    // The original of a backup replaces the add-on's file.
     const SomePaths left =
         shipped.without(ClientVersion::placesIn(list) + ClientVersion::placesIn(backups(version)));
     if (!left.isEmpty())

@@ -8,23 +8,23 @@
 
 namespace Kavo::Tools {
 
-/// Compares the rules of one package with what its archives bring.
+/// Compares the rules of one package with the content of its archives.
 class ArchiveRulesCheck final
 {
 public:
-    /// Both are to live as long as the check.
+    /// Both must outlive this object.
     ArchiveRulesCheck(const PackageView &package, Findings &findings);
 
-    /// What stands for itself in a version with this archive.
+    /// Checks one version with its archive.
     void check(const VersionView &version, const ShippedFiles &shipped);
-    /// To be called for what every version brings.
+    /// To be called for the files of every version.
     void remember(const ShippedFiles &shipped);
-    /// Tells of entries that no version brings anything for. An update removes by the rules of the
-    /// newer version, so these may well name what only an older one has brought.
+    /// Reports entries that match no file of any version. An update removes by the rules of the
+    /// newer version, so an entry may name a file of an older version.
     void finish();
 
 private:
-    /// An entry that is to name something.
+    /// An entry that has to match a file.
     struct Entry
     {
         Rule rule;

@@ -9,16 +9,15 @@
 
 namespace Kavo::Tools {
 
-/// What looks at more than the catalogue itself, and adds what it finds. The bytes are those in
-/// which the nodes stand.
+/// Further checks beyond the catalogue itself, which add their findings. The nodes refer to the
+/// bytes.
 using FurtherCheck = std::function<void(const QByteArray &, const CatalogueView &, Findings &)>;
 
-/// Checks a catalogue by itself, without a look at its archives: the notation, every value, and
-/// what packages and versions are to each other. Touches no file, unless `further` does. Callable
-/// from any thread.
+/// Checks a catalogue without its archives: its notation, its values, and the relations between
+/// packages and versions. Uses no file, unless `further` does. May be called on any thread.
 CheckReport checkCatalogue(const QByteArray &bytes, const FurtherCheck &further = {});
 
-/// What there is to say of a catalogue of so many bytes, which are too many to be read.
+/// The report for a catalogue that is too large to be read.
 CheckReport reportOfTooLarge(qint64 size);
 
 } // namespace Kavo::Tools

@@ -5,7 +5,7 @@ namespace Kavo::Tools {
 const std::vector<CatalogueKey> &packageKeys()
 {
     static const std::vector<CatalogueKey> keys{
-        // For editors; clients pass it over.
+        // For editors; clients ignore it.
         {QLatin1String("$schema"), ValueType::TEXT},
         {QLatin1String("id"), ValueType::INTEGER},
         {QLatin1String("product_id"), ValueType::INTEGER},

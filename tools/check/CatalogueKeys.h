@@ -6,7 +6,7 @@
 
 namespace Kavo::Tools {
 
-/// What may stand under a key of a catalogue.
+/// The type of the value of a key in a catalogue.
 enum class ValueType {
     TEXT,
     TEXTS,        ///< array of texts

@@ -9,7 +9,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// The position of the version that clients sort to the front: of equal ones the first.
+/// The index of the version that clients sort first; of equal ones the first.
 int newestOf(const std::vector<VersionView> &versions)
 {
     int newest = -1;

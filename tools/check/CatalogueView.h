@@ -10,41 +10,41 @@
 
 namespace Kavo::Tools {
 
-/// A version in a catalogue, as clients read it, with the places of what is read.
+/// A version in a catalogue as clients read it, with the positions of its values.
 struct VersionView
 {
     const JsonNode *node = nullptr;
     QString version;
     QVersionNumber number;
-    int numberEnd = 0; ///< where in the text the numbers end
+    int numberEnd = 0; ///< position after the numbers in the text
 
     const JsonNode *entries(QLatin1String object, QLatin1String key) const;
     QString link() const;
 };
 
-/// A package in a catalogue, likewise.
+/// A package in a catalogue as clients read it, with the positions of its values.
 struct PackageView
 {
     const JsonNode *node = nullptr;
     int id = 0;
     std::vector<VersionView> versions; ///< in the order of the file
-    int newest = -1;                   ///< of them, negative when there is none
+    int newest = -1;                   ///< index of the newest version, negative if there is none
 
-    /// What people know the package by.
+    /// The name of the package for people.
     QString label() const;
     const VersionView *newestVersion() const;
 };
 
-/// The packages of a catalogue. Valid as long as the tree that it was made of.
+/// The packages of a catalogue. Valid during the lifetime of the tree.
 class CatalogueView final
 {
 public:
-    /// `root` is the array at the top, or null for a catalogue without packages.
+    /// `root` is the top-level array, or null for a catalogue without packages.
     explicit CatalogueView(const JsonNode *root);
 
     const std::vector<PackageView> &packages() const { return m_packages; }
 
-    /// Position of the package that clients find under this id, negative when there is none.
+    /// The index of the package that clients find by this id, negative if there is none.
     int find(int id) const { return m_positions.value(id, -1); }
 
 private:
@@ -52,13 +52,13 @@ private:
     QHash<int, int> m_positions;
 };
 
-/// A whole number as clients read it, 0 for anything else.
+/// An integer as clients read it, 0 for any other value.
 int readInteger(const JsonNode *node);
 
-/// The text of a node, empty for anything else.
+/// The text of a node, empty for any other value.
 QString readText(const JsonNode *node);
 
-/// The array under a key, null when there is none.
+/// The array with a key, null if there is none.
 const JsonNode *arrayIn(const JsonNode *object, QLatin1String key);
 
 } // namespace Kavo::Tools

@@ -14,7 +14,7 @@ public:
     CheckReport(std::vector<Finding> findings, int leftOut);
 
     const std::vector<Finding> &findings() const { return m_findings; }
-    /// How many findings there were besides, of rules that are broken again and again.
+    /// The number of further findings of rules with too many of them.
     int leftOut() const { return m_leftOut; }
 
     int count(Severity severity) const;

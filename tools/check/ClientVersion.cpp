@@ -11,8 +11,8 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// Stands for the simulator's folder. Nothing can be in it, so that no file of this machine has a
-/// say in what is found.
+/// A stand-in for the simulator's folder. It cannot contain anything, so no file of this machine
+/// influences the result.
 const QString &nowhere()
 {
     static const QString folder = QStringLiteral("/dev/null/simulator");

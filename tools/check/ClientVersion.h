@@ -10,24 +10,24 @@
 
 namespace Kavo::Tools {
 
-/// A version of a catalogue as the engine of clients has it. Its paths are told from the
-/// simulator's folder on.
+/// A version of a catalogue as the clients' engine sees it. Paths are relative to the simulator's
+/// folder.
 class ClientVersion final
 {
 public:
-    /// `document` is the catalogue that the view is of.
+    /// `document` is the catalogue of the view.
     ClientVersion(const QByteArray &document, const VersionView &view);
-    /// One that was read before.
+    /// For a version that was parsed before.
     explicit ClientVersion(Models::PackageVersionPointer version);
 
     const Models::PackageVersionPointer &version() const { return m_version; }
 
-    /// The folder to unpack into, empty for the simulator's own; nothing when clients refuse it.
+    /// The folder to unpack into, empty for the simulator's own; nothing if clients refuse it.
     std::optional<QString> extractFolder() const;
 
-    /// Where an entry of a rule leads, empty when clients skip it.
+    /// The path that an entry of a rule refers to, empty if clients skip the entry.
     static QString placeOf(const QString &entry);
-    /// The places of a list, without the entries that clients skip.
+    /// The paths of a list, without the entries that clients skip.
     static QStringList placesIn(const JsonNode *list);
 
 private:

@@ -63,7 +63,7 @@ void DependencyCheck::checkVersion(int package, const VersionView &version)
         checkWayBack(package, needs);
 }
 
-/// What an entry says is the same wherever it stands.
+/// Equal entries have equal results.
 DependencyCheck::Need DependencyCheck::look(const JsonNode &node)
 {
     const QString text = node.text();
@@ -135,7 +135,7 @@ bool DependencyCheck::checkOffer(const Need &need, const DependencyEntry &entry)
     return !isTooOld && m_graph.isInstallable(need.package);
 }
 
-/// Clients wait for the last entry only.
+/// Clients only wait for the last entry.
 void DependencyCheck::checkLast(const std::vector<Need> &needs)
 {
     if (needs.size() < 2)
@@ -154,7 +154,7 @@ void DependencyCheck::checkLast(const std::vector<Need> &needs)
     }
 }
 
-/// A version that is not the newest is part of no circle itself, but may lead into one.
+/// A version that is not the newest is not part of a circle itself, but may lead into one.
 void DependencyCheck::checkWayBack(int package, const std::vector<Need> &needs)
 {
     for (const Need &need : needs) {

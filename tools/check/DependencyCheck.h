@@ -6,22 +6,23 @@
 
 namespace Kavo::Tools {
 
-/// Looks at what versions need: each entry, the entries of a version together, and where they lead.
+/// Checks the dependencies of versions: each entry, the entries of a version together, and the
+/// chains that they form.
 class DependencyCheck final
 {
 public:
-    /// Both are to live as long as the check.
+    /// Both must outlive this object.
     DependencyCheck(const CatalogueView &catalogue, Findings &findings);
 
     void check();
 
 private:
-    /// What an entry names.
+    /// The package that an entry names.
     struct Need
     {
         const JsonNode *node = nullptr;
-        int id = 0;       ///< 0 when the entry names nothing
-        int package = -1; ///< position, negative when the catalogue has no such package
+        int id = 0;       ///< 0 if the entry names nothing
+        int package = -1; ///< index, negative if the catalogue has no such package
     };
 
     void checkVersion(int package, const VersionView &version);

@@ -10,7 +10,7 @@ using Models::DependencyEntry;
 
 namespace {
 
-/// The way to `last`, and on to `to`.
+/// The path to `last`, followed by `to`.
 std::vector<int> unwound(const QHash<int, int> &before, int from, int last, int to)
 {
     std::vector<int> way{to};
@@ -45,8 +45,8 @@ DependencyGraph::DependencyGraph(const CatalogueView &catalogue)
     findInstallable(catalogue);
 }
 
-/// Tarjan's algorithm, with a list of what is being looked at in the place of recursion: a chain
-/// may be as long as the catalogue.
+/// Tarjan's algorithm with an explicit stack instead of recursion, because a chain may be as long
+/// as the catalogue.
 void DependencyGraph::findComponents()
 {
     struct Visit

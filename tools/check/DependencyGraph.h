@@ -6,24 +6,24 @@
 
 namespace Kavo::Tools {
 
-/// What the newest versions of packages need of each other, which is what clients install along
-/// with a version. Packages are positions in the catalogue.
+/// The dependencies between the newest versions of packages, which clients install together with a
+/// version. Packages are indices in the catalogue.
 class DependencyGraph final
 {
 public:
     explicit DependencyGraph(const CatalogueView &catalogue);
 
-    /// The packages that the newest version of this one needs, in the order of its entries.
+    /// The packages that the newest version of a package depends on, in the order of its entries.
     const std::vector<int> &needs(int package) const { return m_needs[index(package)]; }
 
-    /// Every group of packages that need each other.
+    /// All groups of packages that depend on each other.
     std::vector<std::vector<int>> circles() const;
 
-    /// A way from one package to another along what each needs, both ends included; empty when
-    /// there is none. One from a package to itself is a circle.
+    /// A path of dependencies from one package to another, including both; empty if there is none.
+    /// A path from a package to itself is a circle.
     std::vector<int> way(int from, int to) const;
 
-    /// Whether the newest version of a package can be installed where nothing is installed yet.
+    /// Whether the newest version of a package can be installed if no package is installed yet.
     bool isInstallable(int package) const { return m_isInstallable[index(package)]; }
 
 private:
@@ -33,12 +33,12 @@ private:
     bool ownEntriesAreMet(const CatalogueView &catalogue, const PackageView &package) const;
 
     std::vector<std::vector<int>> m_needs;
-    /// Strongly connected components: each stands behind those that it needs.
+    /// Strongly connected components, each after those that it depends on.
     std::vector<std::vector<int>> m_components;
     std::vector<bool> m_isNeeded;
     std::vector<bool> m_isInstallable;
-    /// How many packages may still be looked at to find ways. The catalogue decides how many there
-    /// are, and a hostile one must not hold the check.
+    /// The remaining number of packages that may be visited to find paths. A hostile catalogue must
+    /// not block the check.
     mutable int m_steps = 2'000'000;
 };
 

@@ -6,12 +6,12 @@
 
 namespace Kavo::Tools {
 
-/// One thing that is wrong with a catalogue, or worth knowing of it.
+/// A fault of a catalogue, or a fact worth knowing.
 struct Finding
 {
     Rule rule = Rule::JSON_SYNTAX;
     QString pointer; ///< JSON pointer of the value, empty for the whole document
-    int offset = 0;  ///< of the value's first byte
+    int offset = 0;  ///< offset of the value's first byte
     int line = 1;
     int column = 1; ///< in characters
     QString message;

@@ -7,7 +7,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// Nobody reads more of one rule.
+/// The number of findings of one rule that are kept.
 constexpr int MostOfARule = 1000;
 
 } // namespace
@@ -49,7 +49,7 @@ CheckReport Findings::report() const
     for (Finding &finding : findings) {
         for (; at < finding.offset; ++at) {
             const char byte = m_document.at(at);
-            // Of a character of several bytes the first one counts.
+            // A character of several bytes counts once, by its first byte.
             if (byte == '\n') {
                 ++line;
                 column = 1;

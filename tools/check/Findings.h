@@ -11,24 +11,24 @@
 
 namespace Kavo::Tools {
 
-/// What the checks of one document have found. For one thread at a time.
+/// The findings of the checks of one document. For one thread at a time.
 class Findings final
 {
 public:
-    /// `document` is what offsets count in.
+    /// Offsets refer to `document`.
     explicit Findings(QByteArray document);
 
-    /// Whether further findings of a rule are only counted. What takes long to tell need not be
-    /// told then.
+    /// Whether further findings of a rule are only counted. Their details need not be computed
+    /// then.
     bool isFull(Rule rule) const;
 
-    /// At the place of a value.
+    /// Adds a finding at a value.
     void add(Rule rule, const JsonNode &node, const QString &message);
-    /// At the key of a member.
+    /// Adds a finding at the key of a member.
     void addAtKey(Rule rule, const JsonNode &member, const QString &message);
     void addAt(Rule rule, int offset, const QString &message);
 
-    /// All of them, in the order of the document, each with its line and column.
+    /// All findings in the order of the document, each with its line and column.
     CheckReport report() const;
 
 private:

@@ -30,7 +30,7 @@ void IdentityCheck::checkId(const PackageView &package)
                        QStringLiteral("The package has no \"id\"."));
         return;
     }
-    // What is no number of 32 bits is another finding.
+    // A number with more than 32 bits is another finding.
     if (!node->isNumber() || (package.id == 0 && node->number() != 0))
         return;
     if (package.id == 0)

@@ -7,8 +7,7 @@
 
 namespace Kavo::Tools {
 
-/// Looks at what a package is known by: its number, its names and texts in each language, and its
-/// kind.
+/// Checks what identifies a package: its id, its names and texts in each language, and its type.
 class IdentityCheck final
 {
 public:

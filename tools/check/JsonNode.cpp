@@ -8,7 +8,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// The four digits of an escape, which the reader has seen to be digits.
+/// The four digits of an escape, which the reader has validated.
 ushort codeUnit(const char *digits)
 {
     return QByteArray::fromRawData(digits, 4).toUShort(nullptr, 16);
@@ -32,7 +32,7 @@ QChar unescaped(char letter)
     }
 }
 
-/// One step of a pointer, in which slashes separate.
+/// One reference token of a JSON pointer.
 QString step(QString key)
 {
     return key.replace(QLatin1Char('~'), QLatin1String("~0"))

@@ -5,8 +5,8 @@
 
 namespace Kavo::Tools {
 
-/// One value of a JSON document, with the place where it stands. Nodes belong to their JsonTree and
-/// live as long as it does.
+/// One value of a JSON document with its position. Nodes belong to their JsonTree and are valid
+/// during its lifetime.
 class JsonNode final
 {
 public:
@@ -14,12 +14,12 @@ public:
 
     Kind kind = Kind::NOTHING;
     int start = 0; ///< offset of the first byte
-    int end = 0;   ///< offset behind the last byte
+    int end = 0;   ///< offset after the last byte
 
     const JsonNode *parent = nullptr;
     const JsonNode *firstChild = nullptr; ///< element or member, in the order of the document
     const JsonNode *nextSibling = nullptr;
-    int index = 0; ///< of an element in its array or a member in its object
+    int index = 0; ///< index of an element in its array or a member in its object
 
     bool isObject() const { return kind == Kind::OBJECT; }
     bool isArray() const { return kind == Kind::ARRAY; }
@@ -31,20 +31,20 @@ public:
     /// The key of a member.
     QString key() const { return decoded(m_rawKey, m_keyLength); }
     bool hasKey(QLatin1String name) const;
-    /// Offset of the quote in front of the key, negative when there is none.
+    /// Offset of the quote before the key, negative if there is none.
     int keyStart = -1;
 
-    /// The content of a text; empty for other values, as clients read them.
+    /// The content of a string; empty for other values, as clients read them.
     QString text() const;
     bool isEmptyText() const { return isText() && m_rawLength == 0; }
     /// A number as clients read it; 0 for other values.
     double number() const;
 
-    /// The member with this key, null when there is none or this is no object. Of two with one key
-    /// it is the last, as it is for clients.
+    /// The member with this key, null if there is none or this is not an object. If a key occurs
+    /// twice, the last member counts, as for clients.
     const JsonNode *member(QLatin1String name) const;
 
-    /// Where the node stands in the document, as a JSON pointer.
+    /// The position of the node in the document as a JSON pointer.
     QString pointer() const;
 
 private:
@@ -52,14 +52,15 @@ private:
 
     static QString decoded(const char *bytes, int length);
 
-    const char *m_raw = nullptr; ///< of texts what is between the quotes, of numbers all
+    const char *m_raw = nullptr; ///< the text between the quotes, or the whole number
     int m_rawLength = 0;
     const char *m_rawKey = nullptr;
     int m_keyLength = 0;
     bool m_hasEscapeInKey = false;
 };
 
-/// For loops over the elements of an array or the members of an object; none of a null node.
+/// A range for loops over the elements of an array or the members of an object; empty for a null
+/// node.
 class JsonChildren final
 {
 public:

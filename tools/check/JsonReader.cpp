@@ -8,10 +8,10 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// As deep as the clients' parser goes.
+/// The nesting limit of the clients' parser.
 constexpr std::size_t DeepestNesting = 1024;
 
-/// How many faults of one kind are worth telling.
+/// The number of reported faults of one kind.
 constexpr int MostFaults = 100;
 
 bool isDigit(char byte)
@@ -24,7 +24,7 @@ bool isHexadecimal(char byte)
     return isDigit(byte) || (byte >= 'a' && byte <= 'f') || (byte >= 'A' && byte <= 'F');
 }
 
-/// How many bytes the character at `at` has in UTF-8, 0 when it is none.
+/// The length of the UTF-8 character at `at` in bytes, 0 if it is invalid.
 int characterLength(const char *at, const char *end)
 {
     const auto byte = [at](int index) -> uchar { return static_cast<uchar>(at[index]); };
@@ -96,7 +96,7 @@ bool JsonReader::readDocument()
     return isAtEnd() || fail(QStringLiteral("There is something behind the end of the document"));
 }
 
-/// What follows a value: a comma in front of the next one, or the ends of what it stands in.
+/// Reads what follows a value: a comma before the next one, or the ends of its containers.
 bool JsonReader::readBehindValue()
 {
     while (!m_open.empty()) {
@@ -151,7 +151,7 @@ bool JsonReader::readKey(JsonNode &node)
     return true;
 }
 
-/// Reads a whole value, or the beginning of an array or object that is not empty.
+/// Reads a complete value, or the beginning of an array or object that is not empty.
 bool JsonReader::readValue(JsonNode &node)
 {
     if (isAtEnd())
@@ -201,7 +201,7 @@ bool JsonReader::readText(const char *&raw, int &length)
     return true;
 }
 
-/// Skips the characters that most texts consist of.
+/// Skips the common characters of a string.
 void JsonReader::skipPlain()
 {
     while (!isAtEnd() && *m_at >= 0x20 && *m_at != '"' && *m_at != '\\')
@@ -225,7 +225,7 @@ bool JsonReader::readEscape()
         note(JsonFault::Kind::TOLERATED, m_at,
              QStringLiteral("A backslash stands in front of a character that needs none"));
     ++m_at;
-    // Clients take the first byte for the character, and cannot read the others.
+    // Clients use the first byte as the character and cannot read the others.
     if (static_cast<uchar>(letter) >= 0x80)
         noteEncoding(QStringLiteral("A backslash stands in front of a character of several bytes"));
     return readCharacter();
@@ -247,7 +247,7 @@ bool JsonReader::readCharacter()
     return true;
 }
 
-/// Returns whether there were any.
+/// Returns whether there were any digits.
 bool JsonReader::skipDigits()
 {
     const char *const first = m_at;
@@ -256,7 +256,7 @@ bool JsonReader::skipDigits()
     return m_at != first;
 }
 
-/// Clients take what has no digits in front of the point or behind it, too.
+/// Clients also accept a number without digits before or after the point.
 bool JsonReader::readNumber(JsonNode &node)
 {
     node.kind = JsonNode::Kind::NUMBER;
@@ -324,7 +324,7 @@ void JsonReader::note(JsonFault::Kind kind, const char *at, const QString &reaso
         m_tree.m_faults.push_back({kind, offset(at), reason});
 }
 
-/// The bytes that follow in the same text say nothing new.
+/// Further invalid bytes in the same string are not reported.
 void JsonReader::noteEncoding(const QString &reason)
 {
     if (!m_isWrongEncoding)

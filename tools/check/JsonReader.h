@@ -9,8 +9,8 @@ namespace Kavo::Tools {
 
 class JsonTree;
 
-/// Reads the bytes of a JsonTree into its nodes, once. It needs no stack for nested values, so that
-/// hostile depth ends in a fault and not in a crash.
+/// Parses the bytes of a JsonTree into its nodes, once. It uses no recursion, so that very deep
+/// nesting is a fault and not a crash.
 class JsonReader final
 {
 public:
@@ -19,7 +19,7 @@ public:
     void read();
 
 private:
-    /// An array or object whose end is yet to come.
+    /// An array or object that is not complete yet.
     struct Open
     {
         JsonNode *node;
@@ -44,10 +44,10 @@ private:
     bool isAt(char byte) const { return m_at != m_end && *m_at == byte; }
     int offset(const char *at) const { return static_cast<int>(at - m_begin); }
 
-    /// Notes what does not end the reading.
+    /// Records a fault after which parsing continues.
     void note(JsonFault::Kind kind, const char *at, const QString &reason);
     void noteEncoding(const QString &reason);
-    /// Notes what ends the reading; always false.
+    /// Records a fault that ends the parsing; always returns false.
     bool fail(const QString &reason);
 
     JsonTree &m_tree;
@@ -55,7 +55,7 @@ private:
     const char *m_end;
     const char *m_at;
     std::vector<Open> m_open;
-    bool m_isWrongEncoding = false; ///< of the present text
+    bool m_isWrongEncoding = false; ///< of the current string
     int m_encodingFaults = 0;
     int m_toleratedFaults = 0;
 };

@@ -10,9 +10,9 @@
 
 namespace Kavo::Tools {
 
-/// A JSON document that knows where each of its values stands, and all that is wrong with its
-/// notation. It is read as the clients' parser reads it: what that lets pass is a fault here, but
-/// does not end the reading. For one thread at a time.
+/// A JSON document with the positions of its values and all faults in its notation. It is parsed as
+/// the clients' parser does: a deviation that clients tolerate is a fault here but does not end the
+/// parsing. For one thread at a time.
 class JsonTree final
 {
 public:
@@ -20,10 +20,10 @@ public:
     JsonTree(const JsonTree &) = delete;
     JsonTree &operator=(const JsonTree &) = delete;
 
-    /// The value at the top, null where the document could not be read to its end.
+    /// The top-level value, null if the document could not be parsed to its end.
     const JsonNode *root() const { return m_root; }
 
-    /// In the order of the document.
+    /// The faults in the order of the document.
     const std::vector<JsonFault> &faults() const { return m_faults; }
 
     const QByteArray &bytes() const { return m_bytes; }

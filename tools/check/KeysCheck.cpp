@@ -176,7 +176,7 @@ void KeysCheck::checkInteger(const JsonNode &node)
 
 void KeysCheck::checkByteCount(const JsonNode &node)
 {
-    // Where JSON numbers stop being exact.
+    // The largest exact integer in JSON.
     constexpr double largest = 9007199254740992.0;
     if (!node.isNumber())
         report(node, WholeNumber);

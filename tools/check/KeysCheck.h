@@ -5,14 +5,13 @@
 
 namespace Kavo::Tools {
 
-/// Finds keys that clients do not read, keys that stand twice, and values of another type than
-/// clients read.
+/// Finds unknown keys, duplicate keys, and values of another type than clients read.
 class KeysCheck final
 {
 public:
     explicit KeysCheck(Findings &findings);
 
-    /// `root` is the array at the top.
+    /// `root` is the top-level array.
     void check(const JsonNode &root);
 
 private:

@@ -8,10 +8,10 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// No word of a catalogue is longer.
+/// The longest word that is compared.
 constexpr int LongestWord = 40;
 
-/// How many letters have to be put in, taken out or replaced to make one word of the other.
+/// The number of letters to insert, delete or replace to turn one word into the other.
 int distance(const QString &first, const QString &second)
 {
     std::vector<int> above(static_cast<std::size_t>(second.size()) + 1);

@@ -5,8 +5,8 @@
 
 namespace Kavo::Tools {
 
-/// The candidate that `word` was most likely meant to be: the one with the fewest changes of a
-/// letter, whatever the case. Empty when none is near.
+/// The candidate that is most similar to `word` by the number of changed letters, ignoring case.
+/// Empty if none is similar.
 QString nearestWord(const QString &word, const QStringList &candidates);
 
 } // namespace Kavo::Tools

@@ -45,7 +45,7 @@ void checkNotation(const JsonTree &tree, Findings &findings)
     if (!root->isArray())
         findings.add(Rule::JSON_NOT_AN_ARRAY, *root,
                      QStringLiteral("There is no array at the top."));
-    // Only an escape, or the very byte, makes one; nearly no file has either.
+    // Only an escape or the byte itself can produce one; almost no file has either.
     if (tree.bytes().contains("\\u0000") || tree.bytes().contains('\0'))
         checkCharacters(*root, findings);
 }

@@ -5,8 +5,8 @@
 
 namespace Kavo::Tools {
 
-/// Finds what is wrong with a catalogue before any package is looked at: its notation, what stands
-/// at the top, and characters that no text of it may have.
+/// Finds faults outside of packages: in the notation, the type of the top-level value, and
+/// characters that no text may contain.
 void checkNotation(const JsonTree &tree, Findings &findings);
 
 } // namespace Kavo::Tools

@@ -13,7 +13,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// Stands for the simulator's folder, which a catalogue knows nothing of.
+/// A stand-in for the simulator's folder.
 const QString Simulator = QStringLiteral("/simulator");
 
 /// The longest path, in bytes.
@@ -58,7 +58,7 @@ void PathCheck::checkVersion(int package, const VersionView &version)
     checkRemoval(version);
 }
 
-/// A value of another type is another finding.
+/// A value of another type is reported elsewhere.
 void PathCheck::checkRemoval(const VersionView &version)
 {
     const JsonNode *const rules = version.node->member(QLatin1String("uninstall"));
@@ -85,7 +85,7 @@ void PathCheck::checkExtract(int package, const VersionView &version)
         remember(package, path);
 }
 
-/// The clean path, empty when the folder is not one in the simulator's or no file system takes it.
+/// The clean path, empty if the folder leaves the simulator's or cannot exist in a file system.
 QString PathCheck::extractPath(const JsonNode &node)
 {
     const QString entry = node.text();
@@ -161,7 +161,7 @@ QString PathCheck::checkEntry(const JsonNode &node)
     return path;
 }
 
-/// Tells why clients do not follow an entry.
+/// Reports why clients skip an entry.
 void PathCheck::reportOutside(const JsonNode &node, const QString &entry)
 {
     const QString clean = QDir::cleanPath(entry);
@@ -209,7 +209,7 @@ bool PathCheck::checkSpelling(const JsonNode &node, const QString &entry)
 bool PathCheck::checkName(const JsonNode &node, const QString &entry, const QStringRef &name)
 {
     const bool endsInBlank = name.endsWith(QLatin1Char(' '));
-    // A unit of UTF-16 becomes three bytes at most.
+    // A UTF-16 code unit has at most three bytes in UTF-8.
     const bool isTooLong = name.size() > NAME_MAX / 3 && name.toUtf8().size() > NAME_MAX;
     const bool hasControls = std::any_of(name.cbegin(), name.cend(), isControl);
     if (endsInBlank)
@@ -224,7 +224,7 @@ bool PathCheck::checkName(const JsonNode &node, const QString &entry, const QStr
     return !endsInBlank && !isTooLong && !hasControls;
 }
 
-/// Compares each folder on the way, too. Returns whether nothing was found.
+/// Compares each parent folder, too. Returns whether nothing was found.
 bool PathCheck::checkCase(const JsonNode &node, const QString &path)
 {
     for (int end = path.indexOf(QLatin1Char('/'));; end = path.indexOf(QLatin1Char('/'), end + 1)) {
@@ -245,7 +245,7 @@ bool PathCheck::checkCase(const JsonNode &node, const QString &path)
 
 void PathCheck::remember(int package, const QString &path)
 {
-    // The versions of a package mostly name the same.
+    // The versions of a package mostly name the same paths.
     if (m_lastPackage.value(path, -1) == package)
         return;
     m_lastPackage.insert(path, package);
@@ -269,7 +269,7 @@ void PathCheck::checkHeldByOthers(const CatalogueView &catalogue)
     }
 }
 
-/// What another package has at a path or in it.
+/// Finds the files of another package at a path or below it.
 const PathCheck::Named *PathCheck::otherIn(const Removed &removed) const
 {
     const auto find = [this](const QString &path) {

@@ -8,8 +8,8 @@
 
 namespace Kavo::Tools {
 
-/// Looks at every path in the rules of versions: where it leads, how it is spelt, and whether it
-/// reaches what belongs to the simulator or to another package.
+/// Checks all paths in the rules of versions: where they lead, how they are spelt, and whether they
+/// belong to the simulator or another package.
 class PathCheck final
 {
 public:
@@ -21,7 +21,7 @@ private:
     /// A path that a package names.
     struct Named
     {
-        QString path; ///< clean, from the simulator's folder on
+        QString path; ///< clean, relative to the simulator's folder
         int package;
     };
     /// A path that a package removes.
@@ -39,7 +39,7 @@ private:
     void reportWholeSimulator(const JsonNode &node);
     void checkList(int package, const VersionView &version, QLatin1String object,
                    QLatin1String key);
-    /// The clean path, empty when clients do not follow the entry.
+    /// The clean path, empty if clients skip the entry.
     QString checkEntry(const JsonNode &node);
     bool checkLength(const JsonNode &node, const QString &entry);
     bool checkSpelling(const JsonNode &node, const QString &entry);
@@ -51,11 +51,11 @@ private:
     void remember(int package, const QString &path);
 
     Findings &m_findings;
-    QHash<QString, QString> m_faultlessFolders; ///< to unpack into, clean paths by entry
+    QHash<QString, QString> m_faultlessFolders; ///< folders to unpack into, clean paths by entry
     QHash<QString, QString> m_faultless;        ///< clean paths by entry
     QSet<QString> m_common;                     ///< in lower case
     QHash<QString, QString> m_spelt;            ///< by lower case
-    QHash<QString, int> m_lastPackage;          ///< that named a path
+    QHash<QString, int> m_lastPackage;          ///< packages that name a path
     std::vector<Named> m_named;
     std::vector<Removed> m_removed;
 };

@@ -19,7 +19,7 @@ int PathTree::add(const QString &path)
 int PathTree::add(int parent, const QString &name)
 {
     int &child = m_children[{parent, name}];
-    // No child is the root, so 0 is one that is new.
+    // The root is never a child, so 0 means a new entry.
     if (child == Root) {
         child = size();
         m_nodes.push_back({parent, name});

@@ -8,9 +8,9 @@
 
 namespace Kavo::Tools {
 
-/// Paths as a tree of names. To put a path in or to look for it takes as long as the path is,
-/// however deep it leads and however many there are. Nodes are counted from 0, the root, and stand
-/// behind the one that they lie in. For one thread at a time.
+/// A tree of path names. Adding and finding a path takes time in proportion to its length only.
+/// Nodes are numbered from 0, the root; a node has a greater number than its parent. For one thread
+/// at a time.
 class PathTree final
 {
 public:
@@ -19,13 +19,14 @@ public:
 
     PathTree();
 
-    /// The node of a clean relative path, which is put in with what it lies in; the root for none.
+    /// Adds a clean relative path with its parents and returns its node; the root for an empty
+    /// path.
     int add(const QString &path);
-    /// The node of a name in another node, which is put in.
+    /// Adds a name to a node and returns the child.
     int add(int parent, const QString &name);
-    /// The node of a clean relative path, None when it is not there.
+    /// The node of a clean relative path, None if it does not exist.
     int find(const QString &path) const;
-    /// The node of a name in another node, None when it is not there.
+    /// The child of a node with this name, None if it does not exist.
     int find(int parent, const QString &name) const
     {
         return m_children.value({parent, name}, None);

@@ -34,7 +34,7 @@ QString summary(const CheckReport &report)
     return text;
 }
 
-/// What came from the catalogue may hold what a terminal takes for orders.
+/// Text from the catalogue may contain control sequences for the terminal.
 QString asLines(const Finding &finding, const QString &file)
 {
     const RuleText &rule = describe(finding.rule);

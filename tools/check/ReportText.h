@@ -7,11 +7,11 @@
 
 namespace Kavo::Tools {
 
-/// A report for people: a finding with its place, what clients do and how to mend it, and a line
-/// with the counts at the end. `file` is how the user named the catalogue.
+/// The report as text: each finding with its place, its effect and its remedy, and a line with the
+/// counts. `file` is the name of the catalogue as the user gave it.
 QByteArray reportAsText(const CheckReport &report, const QString &file);
 
-/// The same for programs: one JSON object.
+/// The report as a JSON object.
 QByteArray reportAsJson(const CheckReport &report, const QString &file);
 
 /// "1 update" or "2 updates".

@@ -260,7 +260,7 @@ constexpr RuleText Texts[] = {
      "Clients cannot install the version.", "Try the archive and the rules of the version."},
 };
 
-/// Whether each rule stands where it is looked for.
+/// Whether the table has the order of the enumeration.
 constexpr bool isInOrder()
 {
     for (std::size_t index = 0; index < std::size(Texts); ++index) {

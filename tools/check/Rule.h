@@ -6,7 +6,7 @@
 
 namespace Kavo::Tools {
 
-/// What a catalogue is checked for.
+/// The rules of the check.
 enum class Rule {
     JSON_SYNTAX,
     JSON_TOLERATED,
@@ -101,13 +101,13 @@ enum class Rule {
     INSTALLATION_FAILS,
 };
 
-/// What there is to say of a rule, whatever has broken it. Texts are whole sentences.
+/// The description of a rule in whole sentences.
 struct RuleText
 {
     Rule rule;
     Severity severity;
     const char *name;   ///< stable; scripts may rely on it
-    const char *effect; ///< what clients do
+    const char *effect; ///< effect on clients
     const char *remedy;
 };
 

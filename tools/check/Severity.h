@@ -2,11 +2,11 @@
 
 namespace Kavo::Tools {
 
-/// How much a finding matters, the least first.
+/// The severity of a finding, the lowest first.
 enum class Severity {
     NOTE,    ///< worth knowing
-    WARNING, ///< works, but hardly as it is meant
-    ERROR,   ///< costs users something
+    WARNING, ///< works, but probably not as intended
+    ERROR,   ///< harms users
 };
 
 } // namespace Kavo::Tools

@@ -41,7 +41,7 @@ void SharedFilesCheck::note(QMap<int, Shared> &shared, int other, const JsonNode
                             int node) const
 {
     Shared &known = shared[other];
-    // The versions of a package mostly bring the same files; those of the first one will do.
+    // The versions of a package mostly have the same files; the first one is enough.
     if (!known.link)
         known.link = &link;
     if (known.link == &link)

@@ -10,25 +10,25 @@
 
 namespace Kavo::Tools {
 
-/// Finds files that two packages bring to one place.
+/// Finds paths that two packages both install.
 class SharedFilesCheck final
 {
 public:
-    /// Both are to live as long as the check.
+    /// Both must outlive this object.
     SharedFilesCheck(const CatalogueView &catalogue, Findings &findings);
 
-    /// Puts in what a version brings. Packages, by their positions, come one after another. `link`
-    /// is where findings stand.
+    /// Adds the files of a version. Packages, given by index, must come one after another. `link`
+    /// is the place of the findings.
     void add(int package, bool isNewest, const JsonNode &link, const ShippedFiles &shipped);
-    /// Tells what the package that was put in last shares with those before it.
+    /// Reports the files that the last package shares with those before it.
     void finishPackage();
 
 private:
-    /// The first packages that bring a file, None where no package does.
+    /// The first packages with a file, None if there is none.
     struct Owners
     {
         int any = None;
-        int newest = None; ///< with their newest versions
+        int newest = None; ///< in their newest versions
     };
     struct Shared
     {

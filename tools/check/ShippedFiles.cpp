@@ -17,7 +17,7 @@ QString cleaned(const QString &path)
 
 } // namespace
 
-/// Nothing in the listing leads out of the folder; whoever asks has seen to that.
+/// The caller has checked that no entry leaves the folder.
 ShippedFiles::ShippedFiles(const Extractors::ArchiveListing &listing, const QString &folder)
 {
     m_tree.add(folder);

@@ -11,7 +11,7 @@
 
 namespace Kavo::Tools {
 
-/// What an archive brings into the simulator's folder. Paths are told from there on.
+/// The files that an archive adds to the simulator's folder, with paths relative to it.
 class ShippedFiles final
 {
 public:
@@ -21,23 +21,23 @@ public:
         FILE, ///< or a link
     };
 
-    /// `folder` is where the archive is unpacked.
+    /// `folder` is the folder to unpack into.
     ShippedFiles(const Extractors::ArchiveListing &listing, const QString &folder);
 
     Kind kindOf(const QString &path) const;
     Kind kindOf(int node) const { return m_kinds[static_cast<std::size_t>(node)]; }
     bool isFile(int node) const { return kindOf(node) == Kind::FILE; }
-    /// Nodes lie behind what they lie in.
+    /// Nodes come after their parents.
     const PathTree &tree() const { return m_tree; }
-    /// The first node that lies in the folder into which the archive is unpacked.
+    /// The first node inside the folder to unpack into.
     int firstInside() const { return m_firstInside; }
 
-    /// Entries with paths that no system call takes; they are not in the tree.
+    /// Entries whose paths are too long for system calls; they are not in the tree.
     const SomePaths &tooLong() const { return m_tooLong; }
-    /// Entries that are a file here and a folder there.
+    /// Paths that are a file in one entry and a folder in another.
     const SomePaths &clashes() const { return m_clashes; }
 
-    /// The files that stay when these files and folders are deleted.
+    /// The files that remain after these files and folders are deleted.
     SomePaths without(const QStringList &deleted) const;
 
 private:

@@ -4,15 +4,16 @@
 
 namespace Kavo::Tools {
 
-/// Some of the paths in an archive, of which there may be very many: one of them, and their number.
+/// Summarises a set of paths in an archive, which may be very large: one path and the number of
+/// paths.
 class SomePaths final
 {
 public:
-    /// Whether add() wants to know the path; any text will do once it does not.
+    /// Whether add() needs the path; afterwards it ignores the text.
     bool isEmpty() const { return m_count == 0; }
     void add(const QString &path);
 
-    /// The first one in quotes, and how many there are besides.
+    /// The first path in quotes, and the number of others.
     QString text() const;
 
 private:

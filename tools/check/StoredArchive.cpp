@@ -12,7 +12,7 @@ using Extractors::ArchiveEntry;
 
 namespace {
 
-/// What 7-Zip calls the file in a stream that does not tell its name.
+/// 7-Zip's name for the file in a stream without a stored name.
 QString nameInStream(const QString &path)
 {
     const QFileInfo file(path);
@@ -49,7 +49,7 @@ QString StoredArchive::onlyFile() const
 
 std::optional<QString> StoredArchive::wayOut() const
 {
-    // What stands in the simulator of a user is not to be known here, so no link of theirs counts.
+    // The content of a user's simulator is unknown here, so links there do not count.
     return ArchiveContainment(m_listing, QStringLiteral("/dev/null")).wayOut();
 }
 

@@ -10,30 +10,30 @@
 
 namespace Kavo::Tools {
 
-/// An archive on the disk, as clients see it. It is listed once and read once for its
-/// checksum, and the latter only when that is asked for. Blocks; for one thread at a time.
+/// An archive on the disk as clients see it. It is listed once, and read for its checksum only on
+/// request, once. Blocks; for one thread at a time.
 class StoredArchive final
 {
 public:
     StoredArchive(const QString &path, const QString &extractor);
 
-    /// As ArchiveReader::list() tells it.
+    /// The result of ArchiveReader::list().
     Extractors::ArchiveReader::Outcome outcome() const { return m_outcome; }
-    /// The same as ArchiveReader's, but that also the file in a stream has a name.
+    /// The listing of ArchiveReader, in which also the file in a stream has a name.
     const Extractors::ArchiveListing &listing() const { return m_listing; }
 
-    /// The file of an archive that holds a single one and nothing else but folders, else empty.
+    /// The only file of an archive that contains nothing else but folders, else empty.
     QString onlyFile() const;
 
-    /// The path of an entry that leads out of the folder to unpack into, if one does.
+    /// The path of an entry that would leave the folder to unpack into, if there is one.
     std::optional<QString> wayOut() const;
 
-    /// In bytes.
+    /// The size of the archive in bytes.
     qint64 size() const;
-    /// The SHA-256, empty when the archive cannot be read.
+    /// The SHA-256 of the archive, empty if it cannot be read.
     QByteArray digest();
 
-    /// Whether clients take the archive for that of the version.
+    /// Whether clients accept the archive as that of the version.
     bool isThatOf(const Models::PackageVersion &version);
 
 private:

@@ -6,8 +6,8 @@ namespace Kavo::Tools {
 
 VersionNumber readVersionNumber(const QString &text)
 {
-    // Qt would tell the end as well. But it declares the function as one that writes nothing, and
-    // where the compiler optimises, the end is what it was before the call.
+    // Qt's overload that returns this position is declared as a function without side effects, so
+    // an optimising compiler may keep the old value of the position.
     VersionNumber read{QVersionNumber::fromString(text)};
     if (read.number.isNull())
         return read;
@@ -15,7 +15,7 @@ VersionNumber readVersionNumber(const QString &text)
         read.end = text.size();
         return read;
     }
-    // As many numbers as Qt has found, each in what it takes for one.
+    // Skips as many numbers as Qt has found, each in Qt's notation.
     const QString one = QStringLiteral("\\s*\\+?[0-9]+");
     const QRegularExpression numbers(
         QStringLiteral("\\A%1(?:\\.%1){%2}")

@@ -5,11 +5,11 @@
 
 namespace Kavo::Tools {
 
-/// The number that a version text begins with, as clients read it.
+/// The version number at the beginning of a version text, as clients read it.
 struct VersionNumber
 {
-    QVersionNumber number; ///< null when the text does not begin with one
-    int end = 0;           ///< where in the text begins what does not count
+    QVersionNumber number; ///< null if the text does not begin with a number
+    int end = 0;           ///< position of the ignored rest of the text
 };
 
 VersionNumber readVersionNumber(const QString &text);

@@ -53,13 +53,13 @@ void VersionsCheck::checkChecksum(const VersionView &version)
 {
     static const QRegularExpression digits(QStringLiteral("\\A[0-9A-Fa-f]{64}\\z"));
     const JsonNode *const node = version.node->member(QLatin1String("sha256"));
-    // Clients take an empty one for one that is not told.
+    // Clients treat an empty value as missing.
     if (node && node->isText() && !node->isEmptyText() && !digits.match(node->text()).hasMatch())
         m_findings.add(Rule::CHECKSUM_MALFORMED, *node,
                        QStringLiteral("This is no SHA-256 in hexadecimal digits."));
 }
 
-/// Each version with the one next to it: what is equal stands side by side.
+/// Compares each version with the next one; equal ones are neighbours.
 void VersionsCheck::compare(const PackageView &package)
 {
     std::vector<const VersionView *> versions;

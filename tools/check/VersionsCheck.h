@@ -5,7 +5,7 @@
 
 namespace Kavo::Tools {
 
-/// Looks at the texts of versions, alone and beside each other, and at what a catalogue says of
+/// Checks the texts of versions, each of them and in comparison, and what the catalogue says about
 /// their archives.
 class VersionsCheck final
 {

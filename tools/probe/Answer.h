@@ -13,60 +13,60 @@
 
 namespace Kavo::Tools {
 
-/// What a server has shown of itself while a connection was made.
+/// The certificate data of a connection.
 struct TlsFacts
 {
     QString protocol;
-    QDateTime expiry; ///< of the certificate of the chain that ends first
+    QDateTime expiry; ///< earliest expiry of the certificates in the chain
 };
 
-/// What came for one question, read the way the program reads it. A value without a connection.
+/// The answer to a question, interpreted as the program does. A value class.
 struct Answer
 {
     enum class End {
-        Whole,    ///< to its end, as far as the server says where that is
-        Enough,   ///< as much as was wanted; there is more
-        Cut,      ///< the connection ended before the body
-        Silent,   ///< the server let the time pass
-        Failed,   ///< no connection, no trust, or no way through the redirects
-        NotAsked, ///< the server had been silent too often
+        Whole,    ///< complete, as far as the server announces its length
+        Enough,   ///< as much as was requested; there is more
+        Cut,      ///< the connection broke before the end of the body
+        Silent,   ///< the time limit was exceeded
+        Failed,   ///< no connection, no trust, or a failed redirect
+        NotAsked, ///< not asked, because the server was silent too often
     };
 
-    QUrl address; ///< that was asked for
+    QUrl address; ///< the requested address
     End end = End::Failed;
-    QString fault;         ///< what the network says of a failure
-    bool isTrusted = true; ///< nothing was wrong with the certificates
+    QString fault;         ///< error text of the network layer
+    bool isTrusted = true; ///< the certificates were accepted
     bool isLost = false;   ///< redirects lead nowhere, in circles or away from https
 
-    int status = 0; ///< 0 when no head has come
+    int status = 0; ///< 0 if no headers have arrived
     QVector<QUrl> redirects;
-    std::optional<TlsFacts> tls; ///< of a connection that was made for this question
+    std::optional<TlsFacts> tls; ///< if a connection was made for this question
 
     QByteArray contentType;
     QByteArray contentEncoding;
     QByteArray cacheControl;
     QByteArray vary;
-    std::optional<qint64> length;    ///< bytes of the body
-    std::optional<qint64> firstByte; ///< place of a part in the file
-    bool hasDate = false;            ///< a date of the last change that can be read
-    QByteArray entityTag;            ///< of any strength
+    std::optional<qint64> length;    ///< announced length of the body
+    std::optional<qint64> firstByte; ///< offset of a part in the file
+    bool hasDate = false;            ///< a valid Last-Modified date
+    QByteArray entityTag;            ///< strong or weak
     Managers::FileOrigin origin;     ///< with the strong tag only
-    bool isMeasured = false;         ///< the whole file as it is, and how long it is
-    bool isCompressed = false;       ///< in an encoding that the program undoes
-    bool mayBeKept = false;          ///< for a later run of the program
-    QDateTime expiration;            ///< until when it need not be asked for again
+    bool isMeasured = false;         ///< the complete unencoded file with its length
+    bool isCompressed = false;       ///< in an encoding that the program decodes
+    bool mayBeKept = false;          ///< may be kept for a later run
+    QDateTime expiration;            ///< when it expires
 
-    qint64 bodySize = 0; ///< bytes that came
-    QByteArray body;     ///< the first of them
+    qint64 bodySize = 0; ///< number of received bytes
+    QByteArray body;     ///< the first of these bytes
 
-    /// Whether the file has come, or as much of it as was wanted.
+    /// Whether the file has arrived, or as much of it as was requested.
     bool isFile() const { return status == 200 && (end == End::Whole || end == End::Enough); }
     bool isPart() const { return status == 206 && (end == End::Whole || end == End::Enough); }
-    /// Whether the server says nothing by which a change could be told.
+    /// Whether the server sends nothing to detect a change by.
     bool isUnmarked() const { return entityTag.isEmpty() && !hasDate; }
-    /// Whether nobody is to keep it.
+    /// Whether the server forbids keeping it.
     bool forbidsKeeping() const { return cacheControl.contains("no-store") || vary.contains('*'); }
-    /// What came, in a few words.
+    /// A summary in a few words.
     QString summary() const;
 };
 

@@ -9,15 +9,15 @@ using Managers::FileOrigin;
 
 namespace {
 
-/// How many archives are asked about before they are judged; bounds the memory.
+/// The number of archives that are requested before they are judged, which limits the memory.
 constexpr int Portion = 60;
-/// Of an archive, in bytes: how much is taken from its beginning, and how much of each part.
+/// The number of bytes that are fetched from the beginning of an archive, and of each part.
 constexpr qint64 BeginningSize = Q_INT64_C(64) * 1024;
 constexpr qint64 PartSize = 1024;
 
 using Headers = QList<QPair<QByteArray, QByteArray>>;
 
-/// As the program asks for an archive.
+/// The request of the program for an archive.
 Question questionFor(const QUrl &address, Question::Method method, qint64 enough,
                      const Headers &more = {})
 {
@@ -30,7 +30,7 @@ Question partOf(const QUrl &address, qint64 offset, const QByteArray &validator 
     Headers headers{{"Range", "bytes=" + QByteArray::number(offset) + '-'}};
     if (!validator.isEmpty())
         headers.append({"If-Range", validator});
-    // One byte more than there is to an end shows.
+    // One byte more shows whether the file ends there.
     return questionFor(address, Question::Method::Get, PartSize + 1, headers);
 }
 
@@ -40,7 +40,7 @@ bool isWebPage(const Answer &file)
     return begin.startsWith("<!doctype html") || begin.startsWith("<html");
 }
 
-/// The marks of another state of the file.
+/// The validators of another state of the file.
 FileOrigin otherThan(const FileOrigin &origin)
 {
     FileOrigin other = origin;
@@ -125,7 +125,7 @@ QVector<ArchiveProbe::Beginning> ArchiveProbe::askForBeginnings(const QVector<An
     return good;
 }
 
-/// Whether its bytes are those of the file, so that parts can be compared with them.
+/// Whether the bytes are those of the file, so that parts can be compared with them.
 bool ArchiveProbe::judgeFile(const Beginning &beginning)
 {
     const Answer &file = beginning.file;
@@ -173,7 +173,7 @@ void ArchiveProbe::askForParts(const QVector<Beginning> &beginnings)
     QVector<Question> questions;
     for (const Beginning &beginning : beginnings) {
         const qint64 offset = qMin(*beginning.head.length, BeginningSize) / 2;
-        // Of one byte there is no part.
+        // A single byte has no part.
         if (offset == 0)
             continue;
         parts.append({beginning, offset});

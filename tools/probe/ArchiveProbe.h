@@ -12,15 +12,15 @@ namespace Kavo::Tools {
 
 class Fetcher;
 
-/// Asks for archives as downloads do: for the head, for the file as it is, and for the rest of a
-/// file of which there is a part. Never takes more than a small part of any.
+/// Requests archives as downloads do: the headers, the unencoded file, and the rest of a partial
+/// file. It fetches only a small part of each.
 class ArchiveProbe final
 {
 public:
     struct Archive
     {
         QUrl address;
-        std::optional<qint64> size; ///< that the catalogue tells, in bytes
+        std::optional<qint64> size; ///< size in the catalogue in bytes
     };
 
     ArchiveProbe(Fetcher &fetcher, ProbeReport &report, TransportCheck &transport);
@@ -28,13 +28,13 @@ public:
     void run(const QVector<Archive> &archives);
 
 private:
-    /// An archive of which head and beginning have come.
+    /// An archive whose headers and beginning have arrived.
     struct Beginning
     {
         Answer head;
         Answer file;
     };
-    /// A part from the middle of which the beginning is known.
+    /// A part whose offset is known.
     struct Part
     {
         Beginning whole;

@@ -13,12 +13,12 @@ using Models::PackageList;
 
 namespace {
 
-/// Below that the heads weigh more than what compression spares, in bytes.
+/// In smaller files, in bytes, the headers outweigh the savings by compression.
 constexpr qint64 WorthCompressing = 4096;
-/// As much as shows that it is too large.
+/// Enough bytes to detect that it is too large.
 constexpr qint64 TooMany = LargestCatalogue + 1;
 
-/// Nothing came by which one could tell a server from its absence.
+/// Nothing arrived that shows that there is a server.
 bool isUnreachable(const Answer &answer)
 {
     return answer.status == 0 && answer.isTrusted && !answer.isLost;
@@ -113,7 +113,7 @@ void CatalogueProbe::lookAtCompression(const Answer &whole)
                            "server offer gzip for JSON."));
 }
 
-/// Who has the catalogue must not have to fetch it again.
+/// A client that has the catalogue should not have to fetch it again.
 void CatalogueProbe::lookAtRepetition(const Answer &whole)
 {
     const QString asked = QStringLiteral("whether it has changed");
@@ -132,7 +132,7 @@ void CatalogueProbe::lookAtRepetition(const Answer &whole)
                            "304 to who names the ETag or the date that it has sent."));
 }
 
-/// Whether the program keeps it at all is for the program's own code to say.
+/// The program's own code decides whether it is kept.
 void CatalogueProbe::lookAtMemory(const Answer &whole)
 {
     const QString asked = QStringLiteral("to be kept by the program");

@@ -8,13 +8,14 @@ namespace Kavo::Tools {
 
 class Fetcher;
 
-/// Asks for the catalogue as each start of the program does, and then whether that could cost less.
+/// Requests the catalogue as each start of the program does, and checks whether that could be
+/// cheaper.
 class CatalogueProbe final
 {
 public:
     CatalogueProbe(Fetcher &fetcher, ProbeReport &report, TransportCheck &transport);
 
-    /// The packages, as users would see them; none when there is no catalogue.
+    /// The packages as users would see them; none without a catalogue.
     Models::PackageList run(const QUrl &address);
 
 private:

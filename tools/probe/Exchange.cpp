@@ -15,10 +15,10 @@ namespace Kavo::Tools {
 namespace {
 
 constexpr int WholeFactor = 20;
-/// As the program's transfers have it, so that a fast server does not fill the memory.
+/// As in the program's transfers, so that a fast server does not fill the memory.
 constexpr qint64 ReadBufferSize = 1024 * 1024;
 
-/// As the program makes its requests, redirects included.
+/// Requests and redirects are the same as in the program.
 QNetworkRequest requestOf(const Question &question)
 {
     Models::Download download(QString(), true, true);
@@ -119,8 +119,7 @@ void Exchange::endEarly(Answer::End end)
     if (m_earlyEnd || m_reply->isFinished())
         return;
     m_earlyEnd = end;
-    // The end of this object is that of the connection. To abort one that has failed already is an
-    // error of its own.
+    // The connection ends with this object. Aborting a failed reply would be another error.
     m_reply->disconnect(this);
     QMetaObject::invokeMethod(this, &Exchange::onFinished, Qt::QueuedConnection);
 }
@@ -150,7 +149,7 @@ Answer::End Exchange::endOfReply() const
                          m_answer.bodySize < m_answer.length.value_or(0);
     if (m_reply->error() == QNetworkReply::RemoteHostClosedError && m_answer.status > 0)
         return Answer::End::Cut;
-    // Statuses from 400 on are errors of the network layer; what they mean is for others to say.
+    // For the network layer a status of 400 or above is an error; the caller interprets it.
     if (m_reply->error() != QNetworkReply::NoError)
         return Answer::End::Failed;
     return isShort ? Answer::End::Cut : Answer::End::Whole;

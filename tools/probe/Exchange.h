@@ -13,9 +13,9 @@ class QNetworkReply;
 
 namespace Kavo::Tools {
 
-/// One question on its way over the network. Ends, never at once, in one ended(), whatever the
-/// server does: it may be silent for a while, and take twenty times as long for all of it. Holds no
-/// more of the body than is to be kept. Main thread.
+/// One request over the network. It always ends in one ended(), never before start() has returned,
+/// whatever the server does: there is a time limit for silence, and one of twenty times that for
+/// the whole answer. It holds no more of the body than requested. Main thread.
 class Exchange final : public QObject
 {
     Q_OBJECT

@@ -8,7 +8,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// As many as the network layer gives to a host: the others would be silent while they wait.
+/// The number of connections to a host; further requests would wait without an answer.
 constexpr int AtOnce = 6;
 constexpr int MostSilences = 3;
 
@@ -38,7 +38,7 @@ QVector<Answer> Fetcher::ask(const QVector<Question> &questions)
         if (running == 0)
             loop.quit();
     };
-    // Not before the loop runs, which would not hear that it is to end.
+    // Only when the loop runs, because it would miss an earlier request to end.
     QMetaObject::invokeMethod(&loop, fill, Qt::QueuedConnection);
     loop.exec();
     return answers;

@@ -12,19 +12,19 @@
 
 namespace Kavo::Tools {
 
-/// Asks questions, several at once, and waits for all answers. A server that was silent three times
-/// in a row is not asked any more, so that a long list of its addresses comes to an end. Nothing is
+/// Sends requests, several at once, and waits for all answers. A server that was silent three times
+/// in a row gets no further requests, so that a long list of its addresses ends in time. Nothing is
 /// cached. Main thread; runs an event loop.
 class Fetcher final
 {
 public:
-    /// How long a server may be silent.
+    /// The time limit for a silent server.
     explicit Fetcher(std::chrono::milliseconds patience) : m_patience(patience) {}
 
     std::chrono::milliseconds patience() const { return m_patience; }
 
     Answer ask(const Question &question);
-    /// The answers, in the order of the questions.
+    /// Returns the answers in the order of the questions.
     QVector<Answer> ask(const QVector<Question> &questions);
 
 private:
@@ -35,7 +35,7 @@ private:
 
     std::chrono::milliseconds m_patience;
     QNetworkAccessManager m_network;
-    QHash<QString, int> m_silences; ///< in a row, by host and port
+    QHash<QString, int> m_silences; ///< number of silent answers in a row, by host and port
 };
 
 } // namespace Kavo::Tools

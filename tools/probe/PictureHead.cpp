@@ -10,7 +10,7 @@ namespace {
 
 using Format = PictureHead::Format;
 
-/// 0 where the bytes end before.
+/// 0 beyond the end of the bytes.
 int byteAt(const QByteArray &bytes, int place)
 {
     return place < bytes.size() ? static_cast<unsigned char>(bytes.at(place)) : 0;
@@ -31,7 +31,7 @@ int littleEndian24(const QByteArray &bytes, int place)
     return byteAt(bytes, place + 2) << 16 | littleEndian16(bytes, place);
 }
 
-/// Not valid unless there is something of each.
+/// Invalid unless both are positive.
 QSize measured(int width, int height)
 {
     return width > 0 && height > 0 ? QSize(width, height) : QSize();
@@ -52,8 +52,7 @@ QSize sizeOfGif(const QByteArray &bytes)
     return measured(littleEndian16(bytes, 6), littleEndian16(bytes, 8));
 }
 
-/// The markers of a frame, which has the size, are C0 to CF but for those of tables and of
-/// reserved use.
+/// The size is in a frame, whose markers are C0 to CF except those of tables and reserved ones.
 bool beginsFrame(int marker)
 {
     return marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc;
@@ -97,7 +96,7 @@ QSize sizeOfWebP(const QByteArray &bytes)
                     static_cast<int>(bits >> 14 & fourteenBits) + 1);
 }
 
-/// A length without a unit or in pixels; 0 for others, which depend on who shows it.
+/// A length without a unit or in pixels; 0 for other units, which depend on the viewer.
 int pixels(const QString &text)
 {
     static const QRegularExpression length(

@@ -6,17 +6,17 @@
 
 namespace Kavo::Tools {
 
-/// What the beginning of a file tells of the picture in it. Decodes nothing.
+/// The format and size of a picture, read from the beginning of its file. Decodes nothing.
 struct PictureHead
 {
     enum class Format { None, Png, Jpeg, Gif, WebP, Svg };
 
     Format format = Format::None;
-    QSize size; ///< in pixels; not valid when the bytes do not tell it
+    QSize size; ///< in pixels; invalid if the bytes do not contain it
 
-    /// Of a file that begins with these bytes; Format::None when they are of no such picture.
+    /// Reads the beginning of a file; Format::None if it is not one of these formats.
     static PictureHead of(const QByteArray &bytes);
-    /// "PNG"; empty for none.
+    /// The name of the format, such as "PNG"; empty for none.
     static QString nameOf(Format format);
 };
 

@@ -11,18 +11,18 @@ namespace {
 
 using Format = PictureHead::Format;
 
-/// How many icons are asked for before they are judged; bounds the memory.
+/// The number of icons that are requested before they are judged, which limits the memory.
 constexpr int Portion = 60;
-/// Bytes in which a picture tells its size, even behind what cameras write in front of it.
+/// The number of bytes that contain the size of a picture, even after the metadata of a camera.
 constexpr qint64 HeadSize = Q_INT64_C(256) * 1024;
 constexpr qint64 LargestIcon = Q_INT64_C(16) * 1024 * 1024;
-/// An icon of the largest size that makes sense is smaller than that, in bytes.
+/// The largest sensible size of an icon file in bytes.
 constexpr qint64 HeavyIcon = Q_INT64_C(256) * 1024;
-/// Pixels of a side. A card shows 96, or 192 on a screen with two for one.
+/// The side lengths in pixels. A card shows 96, or 192 with a pixel ratio of 2.
 constexpr int ShownSide = 96;
 constexpr int WideSide = 1024;
 
-/// Those that every client can show; for the others the user's Qt needs a plug-in.
+/// The formats that every client supports; others need a plug-in for the user's Qt.
 bool isCommon(Format format)
 {
     return format == Format::Png || format == Format::Jpeg || format == Format::Gif;
@@ -62,7 +62,7 @@ void PictureProbe::run(const QVector<QUrl> &addresses)
     }
 }
 
-/// Whether it is a picture about which more can be asked.
+/// Whether it is a picture, so that further requests make sense.
 bool PictureProbe::judge(const Answer &picture)
 {
     const QString asked = QStringLiteral("a picture");

@@ -10,7 +10,7 @@ namespace Kavo::Tools {
 
 class Fetcher;
 
-/// Asks for icons as the cards do, and whether the next start could do with less.
+/// Requests icons as the cards do, and checks whether the next start could fetch less.
 class PictureProbe final
 {
 public:

@@ -14,7 +14,7 @@ namespace {
 constexpr int Columns = 4;
 using Row = std::array<QString, Columns>;
 
-/// Observations that say the same of several addresses.
+/// Equal observations of several addresses.
 using Group = QVector<Observation>;
 
 bool saySame(const Observation &one, const Observation &other)
@@ -67,7 +67,7 @@ QString cameOf(const Group &group)
     return isOne ? first : first + QStringLiteral(" and the like");
 }
 
-/// What servers and catalogues say may hold anything, and goes to a terminal.
+/// Text from servers and catalogues is not trusted and goes to a terminal.
 Row rowOf(const Group &group)
 {
     const Observation &first = group.first();

@@ -6,16 +6,16 @@
 
 namespace Kavo::Tools {
 
-/// What one thing that was asked of a server is worth to those who use the catalogue.
+/// The effect of an observation on users.
 enum class Verdict {
     Good,
-    Note,        ///< costs nobody anything, but the publisher may want to know
-    Costs,       ///< costs users time, traffic or safety
-    Unusable,    ///< the program can do nothing with it
-    Unreachable, ///< there is no server to ask
+    Note,        ///< harmless, but worth knowing for the publisher
+    Costs,       ///< costs users time, traffic or security
+    Unusable,    ///< the program cannot use it
+    Unreachable, ///< no server answers
 };
 
-/// One thing that was asked, and what came.
+/// One request and its result.
 struct Observation
 {
     enum class Subject { Server, Catalogue, Picture, Archive };
@@ -25,12 +25,12 @@ struct Observation
     QString asked;
     QString came;
     Verdict verdict = Verdict::Good;
-    /// What it costs users and how it is mended. The same words for all addresses of one fault.
+    /// The effect on users and the remedy. The same text for all addresses with the same fault.
     QString advice;
 };
 
-/// Collects observations and says them: a table, in which equal ones share a row, and below it
-/// every advice once with the addresses that it is for.
+/// Collects observations and prints them: a table in which equal ones share a row, and below it
+/// each advice once with its addresses.
 class ProbeReport final
 {
 public:

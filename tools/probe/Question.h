@@ -7,7 +7,7 @@
 
 namespace Kavo::Tools {
 
-/// One request of a probe and how much of its answer is wanted.
+/// One request of a probe and the requested part of its answer.
 struct Question
 {
     enum class Method { Head, Get };
@@ -15,10 +15,10 @@ struct Question
     QUrl address;
     Method method = Method::Get;
     QList<QPair<QByteArray, QByteArray>> headers;
-    /// The exchange ends after so many bytes of the body, which cuts the connection when there are
-    /// more.
+    /// The exchange ends after this number of bytes of the body, and closes the connection if there
+    /// are more.
     qint64 enough = 0;
-    /// How many bytes from the beginning of the body are kept.
+    /// The number of bytes that are kept from the beginning of the body.
     qint64 kept = 0;
 };
 

@@ -5,8 +5,8 @@
 
 namespace Kavo::Tools {
 
-/// Asks for a file again as who has it already does: only in case that it has changed. It does not
-/// take the body.
+/// Requests a file again as a client that has it does: only if it has changed. It does not fetch
+/// the body.
 Question repetitionOf(const Answer &answer);
 
 } // namespace Kavo::Tools

@@ -5,11 +5,12 @@
 
 namespace Kavo::Tools {
 
-/// The address of a catalogue server as the program is built with it, or that of its catalogue.
+/// The address of a catalogue server as it is built into the program, or the address of its
+/// catalogue.
 struct ServerAddress
 {
-    QUrl catalogue; ///< not valid when there is a fault
-    QString fault;  ///< why it is no such address; empty when it is one
+    QUrl catalogue; ///< invalid if there is an error
+    QString fault;  ///< reason why the address is wrong; empty if it is right
 
     static ServerAddress of(const QString &text);
 };

@@ -73,7 +73,7 @@ QVector<ArchiveProbe::Archive> ServerProbe::archives(const PackageList &packages
     return archives;
 }
 
-/// Whether it is an address in the web; adds a observation when not.
+/// Whether it is a web address; adds an observation if not.
 bool ServerProbe::canBeAsked(const QUrl &address, Observation::Subject subject)
 {
     const bool isWeb =

@@ -9,8 +9,8 @@
 
 namespace Kavo::Tools {
 
-/// Asks a catalogue server for all that the program asks it for, the way the program does, and
-/// reports what came. Comes to an end whatever the server does. Main thread; runs an event loop.
+/// Sends all requests of the program to a catalogue server and reports the results. It always ends,
+/// whatever the server does. Main thread; runs an event loop.
 class ServerProbe final
 {
 public:
@@ -19,10 +19,10 @@ public:
         All,    ///< every icon and every archive
     };
 
-    /// How long the server may be silent.
+    /// The time limit for a silent server.
     explicit ServerProbe(std::chrono::milliseconds patience) : m_fetcher(patience) {}
 
-    /// `server` is its address as the program is built with it, or that of its catalogue.
+    /// `server` is the address that is built into the program, or that of the catalogue.
     ProbeReport run(const QString &server, Extent extent);
 
 private:

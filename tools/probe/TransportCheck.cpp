@@ -6,9 +6,9 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// A redirect to another place is common with large files; more of them are carelessness.
+/// One redirect is common for large files; more are careless.
 constexpr int MostRedirects = 2;
-/// Authorities that renew by themselves do so thirty days before the end.
+/// Automatic renewal happens thirty days before the expiry.
 constexpr int DaysToRenew = 14;
 
 bool isThisMachine(const QUrl &address)
@@ -102,7 +102,7 @@ void TransportCheck::lookAtServer(const Answer &answer)
 
 void TransportCheck::lookAtCertificates(const Answer &answer)
 {
-    // A redirect may have led to a connection without any.
+    // A redirect may have led to a connection without certificates.
     if (!answer.tls)
         return;
     const qint64 days = QDateTime::currentDateTimeUtc().daysTo(answer.tls->expiry);

@@ -8,8 +8,8 @@
 
 namespace Kavo::Tools {
 
-/// Judges how answers came: over which connection, and over how many redirects. What holds for a
-/// whole server is said once for it.
+/// Judges the transport of answers: the connection and the redirects. Observations about a whole
+/// server are reported once.
 class TransportCheck final
 {
 public:
@@ -17,7 +17,7 @@ public:
 
     void look(const Answer &answer, Observation::Subject subject);
 
-    /// What to do about an answer that never came.
+    /// The advice for a missing answer.
     static QString adviceFor(const Answer &answer);
 
 private:

@@ -15,8 +15,8 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// Whether it is doubtful what clients read where a rule of this name is broken. Versions matter in
-/// the package alone that is added to.
+/// Whether a finding of this rule makes it doubtful what clients read. Rules about versions matter
+/// only for the package of the new version.
 bool isDoubtful(const Finding &finding, const QString &package)
 {
     const RuleText &rule = describe(finding.rule);
@@ -153,7 +153,7 @@ const PackageView *Addition::package() const
     return m_package < 0 ? nullptr : &m_view.packages()[static_cast<std::size_t>(m_package)];
 }
 
-/// The newest of the older ones, null when there is none.
+/// The newest of the older versions, null if there is none.
 const VersionView *Addition::versionBefore() const
 {
     const VersionView *before = nullptr;
@@ -178,7 +178,7 @@ QString Addition::link(const QString &fileName) const
     return newest ? addressBeside(newest->link(), newest->version, fileName) : QString();
 }
 
-/// What is said counts, and an empty text says that there is to be nothing.
+/// A given value is used; an empty text means an empty list.
 QStringList Addition::carried(const std::optional<QStringList> &said, QLatin1String object,
                               QLatin1String key) const
 {
@@ -243,7 +243,7 @@ TextEdit Addition::edit() const
                                                             draftOf(m_order.package, version)));
 }
 
-/// Whatever was wrong before stays a matter of its own.
+/// Findings that existed before are not reported.
 Addition::Outcome Addition::checkResult(const TextEdit &edit)
 {
     QSet<QPair<int, int>> known;

@@ -15,14 +15,14 @@
 
 namespace Kavo::Tools {
 
-/// What a publisher says of a version that is to be added. What is not said comes from the version
-/// before and from the archive.
+/// The publisher's input for a new version. The rest comes from the previous version and from the
+/// archive.
 struct AdditionOrder
 {
-    PackageDraft package; ///< all but the id is for a new package only
+    PackageDraft package; ///< only the id is used for an existing package
     QString version;
     std::optional<QString> link;
-    std::optional<QString> linkPrefix; ///< folder of the server in which the archive is to be
+    std::optional<QString> linkPrefix; ///< folder of the archive on the server
     std::optional<QString> extract;
     std::optional<QStringList> depends;
     std::optional<QStringList> preserve;
@@ -31,37 +31,37 @@ struct AdditionOrder
     QStringList log;
 };
 
-/// Works out a catalogue with one more version in it. Touches no file. For one thread.
+/// Adds a version to a catalogue in memory. Uses no file. For one thread.
 ///
-/// A catalogue of which it is doubtful what clients make of it is not added to, and neither is a
-/// version that would be an error.
+/// It refuses a catalogue if it is doubtful how clients read it, and a version that would be an
+/// error.
 class Addition final
 {
 public:
     enum class Outcome {
         GOOD,
-        NOT_UNDERSTOOD, ///< the order lacks something or says too much
+        NOT_UNDERSTOOD, ///< the input is incomplete or contradictory
         REFUSED,
     };
 
     Addition(const QByteArray &catalogue, AdditionOrder order);
 
-    /// Whether the order can be carried out, as far as that shows without the archive.
+    /// Checks the input, as far as possible without the archive.
     Outcome prepare();
-    /// To be called when that is so.
+    /// Creates the new catalogue. To be called after a successful check.
     Outcome carryOut(const ArchiveLook &archive);
 
-    /// Why the outcome was not a good one, a sentence.
+    /// The reason of a failure as a sentence.
     QString fault() const { return m_fault; }
-    /// Findings that speak against it, or that are new with it and should be known.
+    /// The findings that prevent the addition, or that are new with it and worth knowing.
     const CheckReport &findings() const { return m_findings; }
 
-    /// The catalogue with the version in it.
+    /// The new catalogue.
     const QByteArray &result() const { return m_result; }
-    /// What was added.
+    /// The added version.
     const Models::PackageVersion &version() const { return m_version; }
     QString packageLabel() const;
-    /// Folders of which files are removed one by one, see RemovalRules.
+    /// Folders whose files are removed one by one, see RemovalRules.
     const QStringList &undecidedFolders() const { return m_undecided; }
 
 private:
@@ -84,7 +84,7 @@ private:
     JsonTree m_tree;
     CatalogueView m_view;
     CheckReport m_before;
-    int m_package = -1; ///< position, negative for a new one
+    int m_package = -1; ///< index, negative for a new package
 
     Models::PackageVersion m_version;
     QByteArray m_result;

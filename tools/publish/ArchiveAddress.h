@@ -4,11 +4,12 @@
 
 namespace Kavo::Tools {
 
-/// The address of a file in a folder of a server.
+/// Returns the address of a file in a folder of a server.
 QString addressIn(const QString &folder, const QString &fileName);
 
-/// The address of a file beside that of another version. Empty where it cannot be told: the address
-/// does not end in the name of a file, or the folder is one for that version.
+/// Returns the address of a file in the same folder as that of another version. Empty if it cannot
+/// be derived, because the address does not end in a file name or the folder belongs to one
+/// version.
 QString addressBeside(const QString &link, const QString &version, const QString &fileName);
 
 } // namespace Kavo::Tools

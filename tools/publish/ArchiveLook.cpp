@@ -44,7 +44,7 @@ ArchiveLook::Outcome ArchiveLook::look()
 ArchiveLook::Outcome ArchiveLook::examine()
 {
     StoredArchive archive(m_archive, m_extractor);
-    // The findings want a place; what is told here are their sentences.
+    // The findings need a position; only their sentences are used here.
     const JsonTree place("null");
     Findings findings(place.bytes());
     if (checkArchive(archive, *place.root(), findings))

@@ -6,28 +6,27 @@
 
 namespace Kavo::Tools {
 
-/// The look at an archive before it is published, with the eyes of clients. Blocks; for one thread
-/// at a time.
+/// Checks an archive before it is published as clients would. Blocks; for one thread at a time.
 class ArchiveLook final
 {
 public:
     enum class Outcome {
         GOOD,
-        REFUSED,  ///< clients would not install it, or not as it is meant
-        NOT_READ, ///< it could not be looked at
+        REFUSED,  ///< clients would not install it, or not as intended
+        NOT_READ, ///< it could not be checked
     };
 
     /// `extractor` is the 7-Zip program.
     ArchiveLook(QString archive, QString extractor);
 
     Outcome look();
-    /// Why the outcome was not a good one, a sentence.
+    /// The reason of a failure as a sentence.
     QString fault() const { return m_fault; }
 
     QString fileName() const;
-    /// In bytes.
+    /// The size in bytes.
     qint64 size() const { return m_size; }
-    /// In hexadecimal.
+    /// The digest in hexadecimal.
     QString sha256() const { return m_sha256; }
     const Extractors::ArchiveListing &listing() const { return m_listing; }
 

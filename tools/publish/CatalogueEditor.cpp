@@ -102,7 +102,7 @@ TextEdit CatalogueEditor::addElement(const JsonNode &array, int position,
     return {neighbour.end, 0, between + text};
 }
 
-/// What stands between two elements that are there, or would.
+/// The separator between existing elements, or the one in this style.
 QByteArray CatalogueEditor::separator(const JsonNode &array, const JsonNode &neighbour,
                                       const JsonStyle &style) const
 {
@@ -115,7 +115,7 @@ QByteArray CatalogueEditor::separator(const JsonNode &array, const JsonNode &nei
     return "," + style.newLine() + JsonStyle::indentationAt(m_tree.bytes(), neighbour.start);
 }
 
-/// Of an array that has none: the blanks in it give way.
+/// For an empty array; the white space in it is replaced.
 TextEdit CatalogueEditor::addFirst(const JsonNode &array, const JsonDraft &element) const
 {
     const JsonStyle style(m_tree, array.parent);

@@ -9,19 +9,19 @@ namespace Kavo::Tools {
 
 class JsonStyle;
 
-/// Finds the place for something new in a catalogue and writes it the way the rest is written.
-/// Nothing of the catalogue is touched; every edit leaves all other bytes as they are.
+/// Finds the position of an insertion in a catalogue and writes it in the style of the rest. It
+/// returns edits; each leaves all other bytes unchanged.
 class CatalogueEditor final
 {
 public:
-    /// Of a catalogue that is an array of objects.
+    /// For a catalogue that is an array of objects.
     explicit CatalogueEditor(const JsonTree &tree);
 
-    /// Behind the package with the next lower id where the packages are in the order of their ids,
+    /// Inserts a package after the one with the next lower id if the packages are sorted by id,
     /// else at the end.
     TextEdit addPackage(int id, const JsonDraft &package) const;
-    /// In the order of the versions that are there. Where these have none, the new version stands
-    /// at the end; of a single version it is taken that newer ones stand in front.
+    /// Inserts a version in the order of the existing ones. If they have no order, the new version
+    /// comes last; after a single version, newest first is assumed.
     TextEdit addVersion(const PackageView &package, const QVersionNumber &number,
                         const JsonDraft &version) const;
 

@@ -26,8 +26,8 @@ int lockedFolder(const QString &path)
     return folder;
 }
 
-/// Several people may edit a catalogue, and its server must go on reading it. Whoever may not give
-/// files away keeps the new one.
+/// Keeps the owner and the permissions: several people may edit a catalogue, and its server must be
+/// able to read it. If the owner cannot be kept, the present user becomes the owner.
 void keepOwner(int descriptor, const QString &path)
 {
     struct stat before = {};
@@ -36,12 +36,12 @@ void keepOwner(int descriptor, const QString &path)
     if (::fchown(descriptor, before.st_uid, before.st_gid) != 0 &&
         ::fchown(descriptor, static_cast<uid_t>(-1), before.st_gid) != 0)
         return;
-    // A change of the owner takes some permissions away.
+    // A change of the owner clears some permissions.
     ::fchmod(descriptor, before.st_mode & 07777U);
 }
 
-/// Qt takes a file for written of which the disk has taken a part, and does not tell whether the
-/// part is on the disk. Some file systems cannot be asked for that.
+/// Qt reports success for a partly written file and does not check whether the data is on the disk.
+/// Some file systems do not support this call.
 bool writeWhole(QFileDevice &file, const QByteArray &content)
 {
     return file.write(content) == content.size() && file.flush() &&
@@ -86,7 +86,7 @@ QString CatalogueFile::replace(const QByteArray &content)
         file.cancelWriting();
         return cannotBeWritten(QStringLiteral("the disk does not take it"));
     }
-    // An editor may have saved it since, which the lock does not keep from it.
+    // An editor may have saved the file since; the lock does not prevent that.
     QFile present(m_path);
     if (!openRegular(present, QIODevice::ReadOnly) || present.readAll() != m_bytes) {
         file.cancelWriting();

@@ -5,16 +5,16 @@
 
 namespace Kavo::Tools {
 
-/// A catalogue that is read, changed and written back. As long as the object lives, other runs of
-/// the program wait before they read the catalogues of that folder. Blocks; for one thread.
+/// A catalogue file that is read, changed and written back. While the object exists, other runs of
+/// the program wait before they read a catalogue in the same folder. Blocks; for one thread.
 ///
-/// The kernel holds the lock of the folder and lets go of it with the process, so that nothing of
-/// it is ever left behind. Where folders cannot be locked, as on some network disks, only the
-/// comparison in replace() stands between two runs.
+/// The kernel holds the lock of the folder and releases it with the process, so it never becomes
+/// stale. Where folders cannot be locked, as on some network disks, only the comparison in
+/// replace() protects against a second run.
 class CatalogueFile final
 {
 public:
-    /// A link leads to the file that is meant.
+    /// If `path` is a link, its target is used.
     explicit CatalogueFile(const QString &path);
     ~CatalogueFile();
     Q_DISABLE_COPY_MOVE(CatalogueFile)
@@ -22,18 +22,18 @@ public:
     bool isRead() const { return m_isRead; }
     const QByteArray &bytes() const { return m_bytes; }
 
-    /// Puts other content in the place of the file, at once and whole, with its permissions.
-    /// Returns a sentence on why it did not, in which case the file is as it was; empty otherwise.
+    /// Replaces the content of the file in one step, keeping its permissions. Returns the reason of
+    /// a failure as a sentence, in which case the file is unchanged; empty on success.
     QString replace(const QByteArray &content);
 
-    /// Makes a file that is not there yet. Returns a sentence on why it did not, empty otherwise.
+    /// Creates a new file. Returns the reason of a failure as a sentence, empty on success.
     static QString make(const QString &path, const QByteArray &content);
 
 private:
     QString m_path;
     QByteArray m_bytes;
     bool m_isRead = false;
-    int m_folder = -1; ///< the descriptor that the lock is on
+    int m_folder = -1; ///< descriptor with the lock
 };
 
 } // namespace Kavo::Tools

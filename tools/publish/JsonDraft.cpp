@@ -15,7 +15,7 @@ Drafts::iterator find(Drafts &members, const QString &key)
                         [&key](const JsonDraft &member) { return member.key == key; });
 }
 
-/// What is to be written at all, each member arranged by itself.
+/// The members to be written, each of them arranged recursively.
 Drafts wantedMembers(const JsonNode *pattern, const JsonDraft &draft)
 {
     Drafts wanted;

@@ -9,7 +9,7 @@
 
 namespace Kavo::Tools {
 
-/// A JSON value that is yet to be written: a text, a whole number, an array or an object.
+/// A JSON value to be written: a string, an integer, an array or an object.
 struct JsonDraft
 {
     static JsonDraft ofText(const QString &text);
@@ -19,24 +19,24 @@ struct JsonDraft
     static JsonDraft ofObject();
 
     JsonNode::Kind kind = JsonNode::Kind::NOTHING;
-    QString key; ///< of a member of an object
+    QString key; ///< key of a member of an object
     QString text;
     qint64 number = 0;
     std::vector<JsonDraft> children;
 
     bool isContainer() const;
-    /// Whether it is an array or object without anything in it.
+    /// Whether it is an empty array or object.
     bool isEmpty() const { return isContainer() && children.empty(); }
 
-    /// Puts an element at the end of an array.
+    /// Appends an element to an array.
     void append(JsonDraft element);
-    /// Puts a member at the end of an object.
+    /// Appends a member to an object.
     void add(QLatin1String name, JsonDraft value);
 };
 
-/// The members of `draft` in the order of an object that is there already, those of objects in it
-/// likewise. What is not in `pattern` stands behind what it followed before. Empty members are left
-/// out, but for lists that the pattern has as well. `pattern` may be null.
+/// Returns `draft` with its members in the order of an existing object, recursively. A member that
+/// is not in `pattern` stays behind its predecessor. Empty members are left out, except lists that
+/// the pattern has as well. `pattern` may be null.
 JsonDraft arrangedAs(const JsonNode *pattern, const JsonDraft &draft);
 
 } // namespace Kavo::Tools

@@ -10,7 +10,7 @@ namespace {
 
 using Kind = JsonNode::Kind;
 
-/// A line that a person still reads with ease.
+/// The length of an easily readable line.
 constexpr int ReadableLine = 100;
 
 QByteArray newLineOf(const QByteArray &bytes)
@@ -20,7 +20,7 @@ QByteArray newLineOf(const QByteArray &bytes)
                                                   : QByteArrayLiteral("\n");
 }
 
-/// Whether the document writes characters as escapes, and none of them as it is.
+/// Whether the document uses escapes for non-ASCII characters throughout.
 bool hasEscapesOnly(const JsonTree &tree)
 {
     const QByteArray &bytes = tree.bytes();
@@ -39,7 +39,7 @@ JsonStyle::JsonStyle(const JsonTree &tree, const JsonNode *near)
     const StyleVotes votes(tree, near);
     m_indentation = StyleVotes::winner(votes.indentations, QByteArrayLiteral("  "));
     m_colon = StyleVotes::winner(votes.colons, QByteArrayLiteral(": "));
-    // Where the document shows no comma on a line, its colons tell whether it is a dense one.
+    // If there is no comma within a line, the colons show whether the style is compact.
     const bool isDense = m_colon == ":";
     m_comma = StyleVotes::winner(votes.commas, QByteArray(isDense ? "," : ", "));
     const QByteArray inObjects = QByteArray(isDense ? "" : " ");

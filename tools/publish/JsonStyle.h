@@ -8,9 +8,8 @@
 
 namespace Kavo::Tools {
 
-/// How a JSON document is laid out, so that what is put into it looks as if it had always stood
-/// there. Where the document is not of one mind, most of it decides, and what stands near the new
-/// place before all else.
+/// The layout of a JSON document, for insertions in the same style. If the document is
+/// inconsistent, the majority decides, and values near the insertion have the most weight.
 class JsonStyle final
 {
 public:
@@ -24,31 +23,31 @@ public:
     JsonStyle(const JsonTree &tree, const JsonNode *near);
 
     QByteArray newLine() const { return m_newLine; }
-    /// What a child is indented by.
+    /// The indentation of a child.
     QByteArray indentation() const { return m_indentation; }
-    /// What stands between a key and its value.
+    /// The separator between a key and its value.
     QByteArray colon() const { return m_colon; }
-    /// What stands between two children on one line.
+    /// The separator between two children on one line.
     QByteArray comma() const { return m_comma; }
-    /// What stands behind an opening and in front of a closing bracket on one line.
+    /// The space inside the brackets of a value on one line.
     QByteArray padding(JsonNode::Kind kind) const { return m_paddings.value(kind); }
-    /// Whether characters beyond ASCII are written as escapes.
+    /// Whether non-ASCII characters are written as escapes.
     bool isEscaped() const { return m_isEscaped; }
-    /// How many bytes a line may have that holds an array or object.
+    /// The longest line with a whole array or object, in bytes.
     int longestLine() const { return m_longestLine; }
 
     /// The layout of arrays and objects with this role.
     Layout layoutOf(const QString &role) const { return m_layouts.value(role, Layout::UNKNOWN); }
-    /// The layout of arrays or objects in which there are only texts and numbers.
+    /// The layout of arrays or objects that contain only strings and numbers.
     Layout layoutOfPlain(JsonNode::Kind kind) const;
 
-    /// The role of a value: the key under which it stands. Elements of an array have its role,
-    /// followed by "[]".
+    /// The role of a value: its key. Elements of an array have the role of the array, followed by
+    /// "[]".
     static QString roleOf(const JsonNode &node);
     static QString roleOfElements(const QString &role) { return role + QStringLiteral("[]"); }
-    /// Whether the children of a value stand on lines of their own.
+    /// Whether the children of a value are on lines of their own.
     static bool isOnLines(const JsonTree &tree, const JsonNode &node);
-    /// The blanks and tabs in front of what stands on the line of an offset.
+    /// The indentation of the line at an offset.
     static QByteArray indentationAt(const QByteArray &bytes, int offset);
 
 private:

@@ -22,7 +22,7 @@ QByteArray escaped(QChar character)
     return "\\u" + QByteArray::number(character.unicode(), 16).rightJustified(4, '0');
 }
 
-/// Whether the character at a position is half of a pair without the other half.
+/// Whether there is an unpaired surrogate at a position.
 bool isLoneSurrogate(const QString &text, int position)
 {
     const QChar character = text.at(position);
@@ -52,7 +52,7 @@ QByteArray JsonWriter::written(const JsonDraft &draft, const Place &place) const
     }
     const Layout layout = layoutOf(draft, place);
     const QByteArray text = writtenContainer(draft, place, layout);
-    // What has grown long is not left on one line, unless it is an element among such.
+    // A long value is not written on one line, unless its siblings are.
     const int length = place.indentation.size() + place.role.size() + text.size();
     const bool canGrow = layout == Layout::ON_ONE_LINE && !place.isOnOneLine &&
                          !place.role.endsWith(QLatin1String("[]"));
@@ -73,7 +73,7 @@ Layout JsonWriter::layoutOf(const JsonDraft &draft, const Place &place) const
         return known;
     if (place.isOnOneLine)
         return Layout::ON_ONE_LINE;
-    // Rules hold lists, even if this one's happen to be empty.
+    // Rules contain lists, even if those of this one are empty.
     const bool isRule =
         place.role == QLatin1String("install") || place.role == QLatin1String("uninstall");
     return isPlain(draft) && !isRule ? m_style.layoutOfPlain(draft.kind) : Layout::ON_LINES;

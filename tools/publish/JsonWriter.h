@@ -13,24 +13,24 @@ class JsonWriter final
 public:
     explicit JsonWriter(const JsonStyle &style);
 
-    /// Where a value is going to stand.
+    /// The position of a value to be written.
     struct Place
     {
         QString role;
-        QByteArray indentation; ///< of the line on which the value begins
-        bool isOnOneLine;       ///< what it stands in
+        QByteArray indentation; ///< indentation of the line on which the value begins
+        bool isOnOneLine;       ///< parent value
     };
 
     QByteArray written(const JsonDraft &draft, const Place &place) const;
-    /// With its key in front.
+    /// Writes a member with its key.
     QByteArray writtenMember(const JsonDraft &draft, const Place &place) const;
-    /// The layout of an array or object.
+    /// Writes an array or object.
     JsonStyle::Layout layoutOf(const JsonDraft &draft, const Place &place) const;
-    /// The same, made of children that are written already.
+    /// Writes an array or object from written children.
     QByteArray enclosed(JsonNode::Kind kind, const QByteArrayList &children, const Place &place,
                         JsonStyle::Layout layout) const;
 
-    /// A text as JSON has it, in its quotes.
+    /// A string in JSON notation with quotes.
     QByteArray quoted(const QString &text) const;
 
 private:

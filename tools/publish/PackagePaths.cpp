@@ -7,7 +7,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// Stands for the simulator's folder, which a catalogue knows nothing of.
+/// A stand-in for the simulator's folder.
 const QString Simulator = QStringLiteral("/simulator");
 
 } // namespace

@@ -10,19 +10,19 @@
 
 namespace Kavo::Tools {
 
-/// The folder into which a version is unpacked, clean and from the simulator's folder on; empty for
-/// the simulator's own.
+/// The folder that a version is unpacked into, clean and relative to the simulator's folder; empty
+/// for the simulator's own.
 QString extractFolderOf(const VersionView &version);
 
-/// What the packages of a catalogue but one have in the simulator, as far as their rules tell.
-/// Cases are not told apart: catalogues are made on systems that do not, too.
+/// The paths that all packages of a catalogue except one use in the simulator, according to their
+/// rules. Case is ignored, because catalogues are made on systems that ignore it.
 class PackagePaths final
 {
 public:
-    /// `without` is the position of that one, negative for none.
+    /// `without` is the index of the excepted package, negative for none.
     PackagePaths(const CatalogueView &catalogue, int without);
 
-    /// Whether something at a path, in it or around it belongs to one of them.
+    /// Whether a path, an entry below it or one of its parents belongs to one of these packages.
     bool reach(const QString &path) const;
 
 private:

@@ -23,7 +23,7 @@ bool isIn(const QString &folder, const QString &path)
     return path.startsWith(folder + Slash, Qt::CaseInsensitive);
 }
 
-/// The folder of an add-on that a path lies in: the one right below the folder for all add-ons.
+/// The add-on's folder of a path: the one directly below the folder for all add-ons.
 QString folderBelow(const QString &common, const QString &path)
 {
     if (!isIn(common, path))
@@ -32,11 +32,11 @@ QString folderBelow(const QString &common, const QString &path)
     return end < 0 ? QString() : path.left(end);
 }
 
-/// What an archive puts into the simulator, without folders.
+/// The files that an archive installs, without folders.
 QStringList filesOf(const Extractors::ArchiveListing &listing, const QString &extract)
 {
     QStringList files;
-    // A path that begins with a slash is no rule.
+    // A rule must not begin with a slash.
     const QString folder = extract.isEmpty() ? QString() : extract + Slash;
     for (const Extractors::ArchiveEntry &entry : listing.entries) {
         const QString path = ClientVersion::placeOf(folder + entry.path);
@@ -114,7 +114,7 @@ QString RemovalRules::folderShownBy(const QString &file) const
     return isLoaded ? scenery : QString();
 }
 
-/// The outermost one.
+/// The outermost folder.
 QString RemovalRules::ownFolderAround(const QString &file) const
 {
     for (int end = file.indexOf(Slash); end >= 0; end = file.indexOf(Slash, end + 1)) {

@@ -10,31 +10,31 @@
 
 namespace Kavo::Tools {
 
-/// Works out what has to be removed with a version, from what its archive brings: folders that are
-/// the add-on's alone, and the other files one by one.
+/// Derives the removal rule of a version from the content of its archive: folders that belong to
+/// the add-on alone, and single files for the rest.
 ///
-/// A folder counts as the add-on's when the archive brings what makes the simulator load it: an
-/// .xpl in a folder of `Resources/plugins`, an .acf in a folder of `Aircraft`, a library.txt or
-/// "Earth nav data" in a folder of `Custom Scenery`. An archive that adds to somebody else's folder
-/// brings none of these. So does a folder that the version before removes. None counts that belongs
-/// to everybody or that other packages have a part in.
+/// A folder belongs to the add-on if the archive contains the file that makes the simulator load
+/// it: an .xpl in a folder of `Resources/plugins`, an .acf in a folder of `Aircraft`, a library.txt
+/// or "Earth nav data" in a folder of `Custom Scenery`. An archive that extends another add-on's
+/// folder contains none of these. A folder that the previous version removes belongs to the add-on,
+/// too. A common folder never does, nor one that other packages use.
 class RemovalRules final
 {
 public:
-    /// `removedBefore` is what the version before removes.
+    /// `removedBefore` is the removal rule of the previous version.
     RemovalRules(const PackagePaths &others, QStringList removedBefore);
 
-    /// The entries for an archive that is unpacked into `extract`, in the order of their names.
-    /// What the version before removes stays in the list, because an update goes by the new one.
+    /// Returns the entries for an archive that is unpacked into `extract`, sorted by name. The
+    /// entries of the previous version are kept, because an update removes by the new rule.
     QStringList entriesFor(const Extractors::ArchiveListing &listing, const QString &extract);
 
-    /// Folders right below one that is for add-ons, of which files are listed one by one although
-    /// no other package has a part in them.
+    /// Folders directly below a folder for add-ons whose files are listed one by one although no
+    /// other package uses them.
     QStringList undecidedFolders() const { return m_undecided; }
 
 private:
     void findFolders(const QStringList &files);
-    /// The folder that a file shows to be the add-on's, empty when it shows none.
+    /// The add-on's folder according to a file, empty if the file does not determine one.
     QString folderShownBy(const QString &file) const;
     QString ownFolderAround(const QString &file) const;
     void noteUndecided(const QString &file);

@@ -14,7 +14,7 @@ bool isContainer(const JsonNode &node)
     return node.isArray() || node.isObject();
 }
 
-/// Where a child begins: members begin with their key.
+/// The offset of a child; members begin with their key.
 int beginningOf(const JsonNode &child)
 {
     return child.isMember() ? child.keyStart : child.start;
@@ -86,7 +86,7 @@ void StyleVotes::countOneLine(const JsonNode &node)
     const JsonNode *const second = node.firstChild->nextSibling;
     if (second) {
         const QByteArray comma = between(node.firstChild->end, beginningOf(*second));
-        // The second child may stand on the next line all the same.
+        // The second child may be on the next line nevertheless.
         if (!comma.contains('\n'))
             commas[comma] += m_weight;
     }
@@ -95,8 +95,8 @@ void StyleVotes::countOneLine(const JsonNode &node)
         longestLine = std::max(longestLine, lineUpTo(node.end));
 }
 
-/// How long the line is up to an offset, 0 when it is so long that nobody reads it. A whole
-/// catalogue may stand on one, which is not to be gone through for each of its values.
+/// The length of the line up to an offset, 0 if it is too long to be read. A whole catalogue may be
+/// on one line, which must not be scanned for each of its values.
 int StyleVotes::lineUpTo(int end) const
 {
     constexpr int longest = 1000;

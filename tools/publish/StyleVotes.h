@@ -9,14 +9,15 @@
 
 namespace Kavo::Tools {
 
-/// Counts how the values of a JSON document are laid out. For one thread at a time.
+/// Determines the style of a JSON document by counting how its values are laid out. For one thread
+/// at a time.
 class StyleVotes final
 {
 public:
     template<typename Choice>
     using Votes = QMap<Choice, qint64>;
 
-    /// Values in `near` count more than all others together.
+    /// Values in `near` have more weight than all others together.
     StyleVotes(const JsonTree &tree, const JsonNode *near);
 
     Votes<QByteArray> indentations;
@@ -25,9 +26,9 @@ public:
     QMap<JsonNode::Kind, Votes<QByteArray>> paddings;
     QMap<QString, Votes<JsonStyle::Layout>> layouts; ///< by role
     QMap<JsonNode::Kind, Votes<JsonStyle::Layout>> plainLayouts;
-    int longestLine = 0; ///< of those with an array or object on one line
+    int longestLine = 0; ///< lengths of the lines with a whole array or object
 
-    /// What has most votes; `otherwise` where nobody has voted.
+    /// The most frequent choice; `otherwise` if there is none.
     template<typename Choice>
     static Choice winner(const Votes<Choice> &votes, const Choice &otherwise)
     {

@@ -4,18 +4,18 @@
 
 namespace Kavo::Tools {
 
-/// A change of a document at one place.
+/// A replacement in a document.
 struct TextEdit
 {
     int start = 0;
-    int removed = 0; ///< bytes that give way
+    int removed = 0; ///< number of replaced bytes
     QByteArray text;
 
     QByteArray appliedTo(const QByteArray &document) const;
 
-    /// Whether a byte of the result is new.
+    /// Whether a byte of the result was inserted.
     bool isNew(int offset) const;
-    /// Where a byte of the result stood before, unless it is new.
+    /// The former offset of a byte of the result that was not inserted.
     int before(int offset) const;
 };
 

@@ -7,7 +7,7 @@
 
 namespace Kavo::Tools {
 
-/// What a catalogue says of a package that is new to it, in English.
+/// The data of a new package, in English.
 struct PackageDraft
 {
     int id = 0;
@@ -18,7 +18,7 @@ struct PackageDraft
     QString type;
 };
 
-/// The objects of a catalogue, with all keys that clients read, in the order of the documentation.
+/// Drafts of catalogue objects with all keys that clients read, in the order of the documentation.
 JsonDraft draftOf(const Models::PackageVersion &version);
 JsonDraft draftOf(const PackageDraft &package, const JsonDraft &version);
 

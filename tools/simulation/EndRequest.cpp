@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::array<int, 3> Numbers = {SIGTERM, SIGINT, SIGHUP};
 
-/// A signal handler is a plain function, so what it needs cannot be the object's own.
+/// A signal handler is a plain function, so its data cannot be members.
 std::atomic<int> come = 0;
 std::array<struct sigaction, Numbers.size()> before = {};
 
@@ -19,7 +19,7 @@ void onSignal(int number)
     come = number;
 }
 
-/// Whoever has started the program may want it to outlive a signal, as nohup does.
+/// The caller may want the program to survive a signal, as nohup does.
 void noteUnlessIgnored(int number, struct sigaction *previous)
 {
     struct sigaction action = {};

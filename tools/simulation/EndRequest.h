@@ -4,8 +4,8 @@
 
 namespace Kavo::Tools {
 
-/// Takes note of the signals that ask the program to end, as long as it lives, so that what is
-/// begun can be cleared up first. Signals that are ignored stay ignored. One at a time.
+/// Records the signals that ask the program to end during its lifetime, so that the program can
+/// clean up first. Ignored signals stay ignored. One at a time.
 class EndRequest final
 {
 public:
@@ -13,7 +13,7 @@ public:
     ~EndRequest();
     Q_DISABLE_COPY_MOVE(EndRequest)
 
-    /// The signal that has come, 0 when none has.
+    /// The signal that has arrived, 0 if there is none.
     static int signal();
 };
 

@@ -4,7 +4,7 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// A message handler is a plain function.
+/// A message handler is a plain function, so its data cannot be members.
 LogHold *present = nullptr;
 
 } // namespace

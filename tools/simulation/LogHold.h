@@ -5,8 +5,8 @@
 
 namespace Kavo::Tools {
 
-/// Keeps what the engine writes to its log, as long as it lives, instead of having it on the
-/// terminal. One at a time, for one thread.
+/// Captures the log of the engine during its lifetime, instead of printing it. One at a time, for
+/// one thread.
 class LogHold final
 {
 public:
@@ -16,7 +16,7 @@ public:
 
     void clear() { m_lines.clear(); }
 
-    /// The first line that 7-Zip has complained with, empty when it has not.
+    /// The first error line of 7-Zip, empty if there is none.
     QString complaint() const;
 
 private:

@@ -39,7 +39,7 @@ bool ScratchSimulator::reset()
         return false;
     bool isDone = true;
     for (const QString &place : commonPlaces()) {
-        // 7-Zip would put a file in the place of an empty folder.
+        // 7-Zip would replace an empty folder by a file.
         const bool isFile = place == simulatorExecutable();
         const QString file = isFile ? place : place + QStringLiteral("/of the simulator");
         isDone = writeFile(folder() + file, QByteArray()) && isDone;
@@ -59,8 +59,7 @@ bool ScratchSimulator::hasOriginal(const QString &place) const
            file.readAll() == contentOfOriginal(place);
 }
 
-/// By the program that keeps times and links as they are, and copies nothing where the disk can do
-/// without.
+/// Uses cp, which keeps times and links and avoids copying if the disk supports that.
 bool ScratchSimulator::keep() const
 {
     return removeFolder(path(QStringLiteral("kept"))) &&
@@ -77,7 +76,7 @@ bool ScratchSimulator::restore() const
                               path(QStringLiteral("kept")), path(QStringLiteral("work"))}) == 0;
 }
 
-/// The task deletes what it has installed, so it gets a link.
+/// The task deletes its archive, so it gets a link.
 Models::InstallationResult ScratchSimulator::install(const Models::PackagePointer &package,
                                                      const Models::PackageVersionPointer &version,
                                                      const QString &archive,
@@ -93,7 +92,7 @@ Models::InstallationResult ScratchSimulator::install(const Models::PackagePointe
     Models::InstallationTask task(package, version, std::move(claim), QByteArray(), folders,
                                   m_extractor);
     Models::RemovalPermit permit;
-    // There is no record to write before the removal.
+    // There is nothing to record before the removal.
     QObject::connect(
         &permit, &Models::RemovalPermit::asked, &permit, [&permit] { permit.grant(); },
         Qt::DirectConnection);

@@ -10,32 +10,32 @@
 
 namespace Kavo::Tools {
 
-/// A simulator of folders alone in a temporary folder, with the folders that the engine keeps
-/// copies in. All of it is gone when the object is. Blocks; for one thread at a time.
+/// A stand-in for a simulator in a temporary folder, with the engine's folders for copies.
+/// Everything is deleted with the object. Blocks; for one thread at a time.
 class ScratchSimulator final
 {
 public:
     explicit ScratchSimulator(QString extractor);
 
-    /// Makes everything anew. Returns whether that could be done.
+    /// Creates everything again. Returns whether it succeeded.
     bool reset();
-    /// Puts a file of the simulator's own at a place, if there can be one.
+    /// Creates a file of the simulator at a path, if possible.
     void putOriginal(const QString &place) const;
-    /// Notes how everything is, for restore(). Both return whether that could be done.
+    /// Saves the present state for restore(). Both return whether they succeeded.
     bool keep() const;
     bool restore() const;
 
     /// Installs a version from an archive that clients would store under `name`. The archive itself
-    /// is not touched.
+    /// is not changed.
     Models::InstallationResult install(const Models::PackagePointer &package,
                                        const Models::PackageVersionPointer &version,
                                        const QString &archive, const QString &name) const;
 
-    /// The files and links in the simulator's folder, by their paths from there on.
+    /// The files and links in the simulator's folder by their relative paths.
     QSet<QString> files() const;
-    /// Whether a file that was put there still stands there.
+    /// Whether a file of the simulator still exists.
     bool hasOriginal(const QString &place) const;
-    /// The simulator's folder, with a separator at the end.
+    /// The simulator's folder with a trailing separator.
     QString folder() const { return path(QStringLiteral("work/simulator/")); }
 
 private:

@@ -13,7 +13,7 @@ using Models::FailureReason;
 
 namespace {
 
-/// The places of a list, without those that clients skip.
+/// The paths of a list, without those that clients skip.
 QStringList placesOf(const QStringList &entries)
 {
     QStringList places;
@@ -34,10 +34,10 @@ SomePaths someOf(QStringList paths)
     return some;
 }
 
-/// Who is to be told of a failed installation.
+/// Who is responsible for a failed installation.
 enum class Told {
-    ALREADY, ///< a look at the catalogue and the archive has found the same
-    USER,    ///< nothing is wrong with the catalogue, but with this machine
+    ALREADY, ///< the check of catalogue and archive reports it already
+    USER,    ///< this machine, not the catalogue
     FINDING,
 };
 
@@ -134,8 +134,8 @@ void UpdateSimulation::run()
     }
 }
 
-/// A simulator has a file in the place of every backup that an archive replaces. Without it the
-/// engine would take the add-on's own file for the original.
+/// A simulator has a file for every backup that an archive replaces. Without it the engine would
+/// treat the add-on's file as the original.
 QStringList UpdateSimulation::originalsOf(const Candidate &candidate) const
 {
     QSet<QString> places;
@@ -157,12 +157,12 @@ QStringList UpdateSimulation::originalsOf(const Candidate &candidate) const
                 originals.append(place);
         }
     }
-    // So that of a file and one below it the same is there each time.
+    // Sorted, so that of a file and a path below it the same one exists each time.
     originals.sort();
     return originals;
 }
 
-/// From the newest on: whatever an update leads to has been installed by itself before.
+/// From the newest one: the target of an update has been installed alone before.
 void UpdateSimulation::tryPackage(Candidate &candidate)
 {
     for (Version &version : candidate.versions) {
@@ -200,7 +200,7 @@ void UpdateSimulation::tryUpdates(const Candidate &candidate, const Version &old
         if (version.isInstalled && isOlder(older, version))
             newer.push_back(&version);
     }
-    // The last one may have what is there.
+    // The last one may use the existing state.
     bool isReady = newer.size() < 2 || m_simulator.keep();
     for (std::size_t position = 0; position < newer.size(); ++position) {
         if (EndRequest::signal() != 0)
@@ -265,7 +265,7 @@ bool UpdateSimulation::install(const Candidate &candidate, const Version &versio
     return false;
 }
 
-/// In the words of the log, but there is none to look into.
+/// The text of the log, which is not shown here.
 QString UpdateSimulation::explained(const FailureReason &reason) const
 {
     const QString complaint = m_log.complaint();

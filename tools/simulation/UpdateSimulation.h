@@ -16,29 +16,29 @@
 
 namespace Kavo::Tools {
 
-/// Tries what users will do: installs each version of each package where nothing is installed, and
-/// over each older version of the package, with the engine of clients. Packages are tried one by
-/// one, without those that they need. An update is to leave what an installation of the newer
-/// version leaves, but for files that its rules keep.
+/// Simulates what users will do with the clients' engine: installs each version of each package
+/// into an empty simulator and over each older version. Packages are tried one by one, without
+/// their dependencies. An update should leave the same files as an installation of the newer
+/// version, except for files that its rules preserve.
 ///
-/// Writes nothing outside of a temporary folder, which is gone when the object is. Blocks; for the
+/// Writes nothing outside of a temporary folder, which is deleted with the object. Blocks; for the
 /// main thread.
 class UpdateSimulation final
 {
 public:
-    /// `document` is the catalogue that the view is of. All but the latter are to live as long as
-    /// the simulation.
+    /// `document` is the catalogue of the view. All arguments but the last must outlive this
+    /// object.
     UpdateSimulation(const QByteArray &document, const CatalogueView &catalogue,
                      const ArchiveFolder &folder, const QString &extractor, Findings &findings);
 
-    /// How many there are to be tried.
+    /// The number of installations and updates.
     int installations() const;
     int updates() const;
 
-    /// Tries all of them, unless a signal asks the program to end (EndRequest).
+    /// Runs all of them, unless a signal asks the program to end (EndRequest).
     void run();
 
-    /// What of it could not be tried on this machine, and why: a sentence each.
+    /// What could not be tried on this machine and why, one sentence each.
     const QStringList &untried() const { return m_untried; }
 
 private:
@@ -47,16 +47,16 @@ private:
         const VersionView *view;
         Models::PackageVersionPointer version;
         QString archive;
-        QString name; ///< of the file that clients make of the archive
+        QString name; ///< name of the file that clients store the archive in
         bool isInstalled = false;
-        QSet<QString> files;   ///< where only this is installed
-        QStringList originals; ///< those of them that it leaves alone
+        QSet<QString> files;   ///< files after an installation alone
+        QStringList originals; ///< files that it does not touch
     };
     struct Candidate
     {
         Models::PackagePointer package;
         std::vector<Version> versions; ///< newest first
-        QStringList originals;         ///< files of the simulator that some of them replace
+        QStringList originals;         ///< files of the simulator that some versions replace
     };
 
     static bool isOlder(const Version &older, const Version &newer);

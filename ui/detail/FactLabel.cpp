@@ -7,7 +7,7 @@ namespace Kavo::Ui {
 
 namespace {
 
-/// Where the value begins, in average characters of the font.
+/// The position of the value in average characters of the font.
 constexpr int ColumnCharacters = 18;
 
 } // namespace
@@ -30,7 +30,7 @@ QSize FactLabel::minimumSizeHint() const
 
 void FactLabel::paintEvent(QPaintEvent *event)
 {
-    // The frame alone: the label's own text is drawn below.
+    // Paints only the frame; the text is drawn below.
     QFrame::paintEvent(event); // NOLINT(bugprone-parent-virtual-call)
     QPainter painter(this);
     const QRect area = contentsRect();

@@ -4,8 +4,8 @@
 
 namespace Kavo::Ui {
 
-/// A caption and a value with tabs between them, plain and on one line. The value stands in a
-/// column of its own in every font and language, which the tabs alone do not achieve.
+/// A caption and a value separated by tabs, plain and on one line. The value is in a column of its
+/// own in every font and language, which tabs alone do not achieve.
 class FactLabel final : public QLabel
 {
     Q_OBJECT

@@ -9,7 +9,7 @@ namespace Kavo::Ui {
 
 namespace {
 
-/// Of a page, so that an empty one still looks like a page.
+/// The minimum height of a page, so that an empty one still looks like a page.
 constexpr int SmallestPage = 48;
 
 int heightOfWidget(const QWidget &widget, int width)
@@ -17,7 +17,7 @@ int heightOfWidget(const QWidget &widget, int width)
     return widget.hasHeightForWidth() ? widget.heightForWidth(width) : widget.sizeHint().height();
 }
 
-/// Of all rows, or of so many that they are higher than anybody needs to know.
+/// The height of all rows, or of as many as exceed any possible limit.
 int heightOfRows(const QListView &list, int enough)
 {
     int height = 0;
@@ -54,7 +54,7 @@ int FittingTabs::heightForWidth(int width) const
         .height();
 }
 
-/// The size of the tabs around a page of this size.
+/// The size of the tab widget for a page of this size.
 QSize FittingTabs::framed(const QSize &page) const
 {
     QStyleOptionTabWidgetFrame option;
@@ -68,7 +68,7 @@ int FittingTabs::contentHeight(int width) const
     const auto *area = qobject_cast<const QAbstractScrollArea *>(currentWidget());
     if (!area)
         return 0;
-    // Frame, padding and the place of the scroll bar.
+    // Frame, padding and the space for the scroll bar.
     const QSize lost = area->size() - area->maximumViewportSize();
     if (const auto *list = qobject_cast<const QListView *>(area))
         return lost.height() + heightOfRows(*list, m_largestPage);

@@ -4,8 +4,8 @@
 
 namespace Kavo::Ui {
 
-/// Tabs that are as high as the page that is shown, which is a scroll area or a list of widgets.
-/// Its content then has nothing to scroll, unless there is more of it than fits the window.
+/// Tabs that are as high as the current page, which is a scroll area or a list of widgets. Its
+/// content does not scroll unless it is larger than the maximum height.
 class FittingTabs final : public QTabWidget
 {
     Q_OBJECT
@@ -13,9 +13,9 @@ class FittingTabs final : public QTabWidget
 public:
     explicit FittingTabs(QWidget *parent = nullptr);
 
-    /// What lies in a page has changed.
+    /// To be called when the content of a page has changed.
     void fit();
-    /// The most that a page gets, in pixels.
+    /// The maximum height of a page in pixels.
     void setLargestPage(int height);
 
     bool hasHeightForWidth() const override { return true; }

@@ -29,7 +29,7 @@ PackageDetailInfoWidget::PackageDetailInfoWidget(
     for (int fact = 0; fact < FactCount; ++fact) {
         auto *label = new FactLabel(this);
         label->setObjectName(QStringLiteral("FactLabel"));
-        // Down the first column and then down the next.
+        // Fills the first column from top to bottom and then the next.
         layout->addWidget(label, fact % RowCount, fact / RowCount);
         layout->setColumnStretch(fact / RowCount, 1);
         m_labels.append(label);
@@ -45,7 +45,7 @@ void PackageDetailInfoWidget::setPackage(const PackagePointer &package)
 
 QStringList PackageDetailInfoWidget::facts(const PackagePointer &package) const
 {
-    // The tabs line the values up under each other.
+    // The tabs align the values.
     // Fixed, see docs/compatibility.md.
     const QString one = QStringLiteral("\t: ");
     const QString two = QStringLiteral("\t\t: ");

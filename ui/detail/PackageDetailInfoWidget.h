@@ -14,8 +14,7 @@ namespace Kavo::Ui {
 
 class FactLabel;
 
-/// The table of facts about a package, in two columns. It shows how things were when the package
-/// was set.
+/// The table of facts about a package, in two columns. It is not updated after the package was set.
 class PackageDetailInfoWidget final : public Components::StyledWidget
 {
     Q_OBJECT

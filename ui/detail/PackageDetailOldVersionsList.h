@@ -11,8 +11,8 @@ class PackageController;
 
 namespace Kavo::Ui {
 
-/// The versions of a package, newest first, each with a button that installs it. It shows how
-/// things were when the package was set.
+/// The versions of a package, newest first, each with a button that installs it. It is not updated
+/// after the package was set.
 class PackageDetailOldVersionsList final : public Components::WidgetList
 {
     Q_OBJECT

@@ -49,7 +49,7 @@ PackageDetailTitleBar::PackageDetailTitleBar(
     m_title->setObjectName(QStringLiteral("DetailTitle"));
     m_title->setTextFormat(Qt::PlainText);
     m_title->setWordWrap(true);
-    // A name without a place to break it must not push the buttons off the page.
+    // A name without a break opportunity must not push the buttons off the page.
     m_title->setMinimumWidth(MinimalTitleWidth);
     m_progress->setObjectName(QStringLiteral("DetailProgress"));
     m_progress->setTextFormat(Qt::PlainText);
@@ -59,7 +59,7 @@ PackageDetailTitleBar::PackageDetailTitleBar(
     m_indicator->setMode(PackageProcessingWidget::HiddenMode);
     connectButtons();
 
-    // Beside the animation the text would push it to and fro.
+    // Next to the animation, a changing text would move it.
     auto *texts = new QVBoxLayout;
     texts->setSpacing(0);
     texts->addStretch();

@@ -20,8 +20,8 @@ class PackageProcessingWidget;
 class ProgressFollower;
 class StateLook;
 
-/// Name of the package shown in detail, what is going on with it, and what can be done to it. It
-/// follows the package that was set last, and no other, also while it is hidden.
+/// The name of the package on the detail page, its progress and its buttons. Follows only the
+/// package that was set last, also while it is hidden.
 class PackageDetailTitleBar final : public Components::StyledWidget
 {
     Q_OBJECT

@@ -52,7 +52,7 @@ PackageDetailWidget::PackageDetailWidget(const QSharedPointer<PackageController>
     , m_info(new PackageDetailInfoWidget(controller, this))
     , m_page(makeScrollArea(QStringLiteral("DetailScroll"), tr("Page"), makeFrame()))
 {
-    // For the whole window: the keyboard may be in the bar above.
+    // For the whole window, because the focus may be in the bar.
     connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, m_controller.data(),
             &PackageController::showList);
 
@@ -72,7 +72,7 @@ void PackageDetailWidget::setPackage(const PackagePointer &package)
     showForeignText(*m_changeLog, foreignRichText(Models::changeLogHtml(package->versions())));
     m_tabs->setCurrentIndex(0);
     m_oldVersions->setPackage(package);
-    // The keyboard reaches the page as a whole after what stands on it.
+    // In the tab order the page itself comes after its content.
     const auto rowButtons = m_oldVersions->findChildren<QPushButton *>();
     if (!rowButtons.isEmpty())
         setTabOrder(rowButtons.last(), m_page);
@@ -90,7 +90,7 @@ void PackageDetailWidget::setPackage(const PackagePointer &package)
 void PackageDetailWidget::resizeEvent(QResizeEvent *event)
 {
     StyledWidget::resizeEvent(event);
-    // More than the page holds would have to be scrolled past to reach what is below.
+    // A higher page would have to be scrolled past to reach the content below.
     m_tabs->setLargestPage(m_page->height() * 3 / 4);
 }
 

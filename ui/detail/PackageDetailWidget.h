@@ -26,9 +26,9 @@ class PackageDetailInfoWidget;
 class PackageDetailOldVersionsList;
 class PackageDetailTitleBar;
 
-/// One package in full. The page shows itself at its top and takes the keyboard when a package is
-/// set; leaving it, also with Escape, asks the controller for the list, upon which somebody else
-/// hides it.
+/// The page with all details of one package. When a package is set, the page is shown from its top
+/// and gets the focus. Leaving the page, also with Escape, asks the controller for the list;
+/// another widget then hides the page.
 class PackageDetailWidget final : public Components::StyledWidget
 {
     Q_OBJECT

@@ -4,8 +4,8 @@
 
 namespace Kavo::Ui {
 
-/// A plain text on one line, cut at the right with an ellipsis to the label's width less a margin
-/// in pixels, again at every change of the width. The text never widens the label.
+/// A plain text on one line, elided at the right to the label's width minus a margin in pixels,
+/// again at every resize. The text never widens the label.
 class ElidedLabel final : public QLabel
 {
     Q_OBJECT

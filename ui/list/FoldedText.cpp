@@ -14,7 +14,7 @@ struct Replacement
     const char *letters;
 };
 
-/// Letters that Unicode does not take apart, folded already.
+/// Letters without a Unicode decomposition, with their folded forms.
 constexpr Replacement WithoutParts[] = {
     {u'ß', "ss"}, {u'æ', "ae"}, {u'ð', "d"}, {u'ø', "o"},  {u'þ', "th"}, {u'đ', "d"},
     {u'ħ', "h"},  {u'ı', "i"},  {u'ł', "l"}, {u'œ', "oe"}, {u'ŧ', "t"},
@@ -39,7 +39,7 @@ void appendFolded(QString &folded, QChar letter)
     folded += letter;
 }
 
-/// A half of a character beyond the first plane counts as a letter: most of those are.
+/// A surrogate counts as a letter, because most of these characters are letters.
 bool isPartOfWord(QChar character)
 {
     return character.isLetterOrNumber() || character.isSurrogate();

@@ -5,12 +5,12 @@
 
 namespace Kavo::Ui {
 
-/// The text in the one form in which letters that differ by case, accents, strokes or ligatures
-/// are the same.
+/// Returns the text in a form in which letters that differ only by case, accents, strokes or
+/// ligatures are equal.
 QString foldedText(const QString &text);
 
-/// The words of a text, folded, in UTF-8. A word is what stands between blanks, without the
-/// punctuation at its ends; what is nothing but punctuation is none.
+/// Returns the words of a text, folded, in UTF-8. Words are separated by white space; punctuation
+/// at their ends is removed, and pure punctuation is not a word.
 QByteArrayList foldedWords(const QString &text);
 
 } // namespace Kavo::Ui

@@ -13,12 +13,12 @@ namespace {
 
 constexpr QSize Size(96, 96);
 constexpr QSize AnimationSize(24, 24);
-/// The part of the label that the letter has to itself, in pixels.
+/// The height reserved for the letter, in pixels.
 constexpr int LetterHeight = 64;
 constexpr int LetterSize = 36;
 constexpr qreal Radius = 12;
 
-/// The first letter or digit, with the marks that belong to it; empty when there is none.
+/// The first letter or digit with its combining marks; empty if there is none.
 QString firstLetter(const QString &name)
 {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, name);

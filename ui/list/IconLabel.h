@@ -5,18 +5,18 @@
 
 namespace Kavo::Ui {
 
-/// The picture of a package. Until it is there, a tile with the first letter of the package's name
-/// stands in its place, and an animation below the letter.
+/// The icon of a package. Until it is loaded, the label shows a tile with the first letter of the
+/// package's name and an animation below the letter.
 class IconLabel final : public QLabel
 {
     Q_OBJECT
-    /// The tile; the style sheet sets it. The letter has the colour of the label's text.
+    /// The colour of the tile; set by the style sheet. The letter has the label's text colour.
     Q_PROPERTY(QColor tile READ tile WRITE setTile)
 
 public:
     explicit IconLabel(const QString &name, QWidget *parent = nullptr);
 
-    /// Fills the label with the picture, in place of tile and animation.
+    /// Shows the picture instead of the tile and the animation.
     void showPicture(const QPixmap &picture);
 
     QColor tile() const { return m_tile; }

@@ -14,7 +14,7 @@ NameLabel::NameLabel(const QString &name, QWidget *parent) : QLabel(parent)
 
 void NameLabel::paintEvent(QPaintEvent *event)
 {
-    // The frame alone: the label's own text is drawn below.
+    // Paints only the frame; the text is drawn below.
     QFrame::paintEvent(event); // NOLINT(bugprone-parent-virtual-call)
     QPainter painter(this);
     const QRect area = contentsRect();

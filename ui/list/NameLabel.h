@@ -4,8 +4,8 @@
 
 namespace Kavo::Ui {
 
-/// A plain text on one line that never widens what is around it: what has no room is elided when it
-/// is drawn, while text() stays whole.
+/// A plain text on one line that never widens its parent: it is elided when it is painted, while
+/// text() stays complete.
 class NameLabel final : public QLabel
 {
     Q_OBJECT

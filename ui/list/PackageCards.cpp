@@ -18,15 +18,14 @@ using Models::Package;
 namespace {
 
 constexpr int RowHeight = 128;
-/// So many cards are made faster than anybody sees.
+/// The number of cards that are created without a noticeable delay.
 constexpr int CountAtOnce = 100;
-/// Milliseconds of one turn: half of what a frame of a plain screen may take.
+/// The length of a turn in milliseconds: half a frame at 60 Hz.
 constexpr int TurnLength = 8;
-/// Milliseconds before the first turn: the first screen is painted in that time, where a turn at
-/// once would come before it.
+/// The delay of the first turn in milliseconds, so that the first screen is painted before it.
 constexpr int FirstTurnDelay = 16;
 
-/// So many rows can be seen at most: a window may be larger than the screen.
+/// The largest number of visible rows; a window may be larger than the screen.
 int rowsOfAScreen(const QWidget &window)
 {
     const int height = qMax(QGuiApplication::primaryScreen()->size().height(), window.height());
@@ -48,7 +47,7 @@ PackageCards::PackageCards(WidgetList *list, const QSharedPointer<PackageControl
 void PackageCards::rebuild()
 {
     m_turns.stop();
-    // Every row that is added to a visible list has it laid out anew.
+    // Every row that is added to a visible list would trigger a new layout.
     const bool shown = !m_list->isHidden();
     m_list->hide();
     for (int row = 0; row < m_list->count(); ++row) {
@@ -108,7 +107,7 @@ void PackageCards::fill()
     followPackagesWithoutCard();
 }
 
-/// A card that comes later reports the same error once more, which the queue takes for one.
+/// A card that is created later reports the same error again, which the queue recognises.
 void PackageCards::followPackagesWithoutCard()
 {
     m_withoutCard.reset(new QObject);
@@ -146,7 +145,7 @@ void PackageCards::finish()
     emit complete();
 }
 
-/// The row whose card is made next, -1 when all are there.
+/// The row whose card is created next, -1 if all exist.
 int PackageCards::nextRow()
 {
     const QVector<int> visible = m_list->visibleRows();
@@ -183,7 +182,7 @@ void PackageCards::buildVisibleRows()
 void PackageCards::place(int row, PackageWidget *card)
 {
     m_list->setRowWidget(row, card);
-    // Tab goes through the cards in the order in which they were made, unless it is told otherwise.
+    // Without this, the tab order would be the order in which the cards were created.
     int above = row - 1;
     while (row < m_lowest && above >= 0 && !cardIn(above))
         --above;

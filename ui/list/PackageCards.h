@@ -22,34 +22,34 @@ class PackageWidget;
 
 /// Fills a list with the cards of all packages.
 ///
-/// A short list is filled at once. Of a long one the rows stand at once, in order and in their
-/// sizes, with the cards that the first screen shows; the others follow in short turns of the event
-/// loop, first those that are scrolled to. A card asks for its icon when it is made, and icons of
-/// cards that are shown come first. Of a package whose card is yet to come the errors are reported
-/// here. Main thread.
+/// A short list is filled immediately. In a long list all rows are created immediately, in their
+/// order and size, with the cards of the first screen; the other cards follow in short turns of the
+/// event loop, starting with the visible rows. A card requests its icon when it is created, and
+/// icons of visible cards have priority. Errors of packages without a card are reported here. Main
+/// thread.
 class PackageCards final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The list has to outlive the object.
+    /// The list must outlive this object.
     PackageCards(Components::WidgetList *list,
                  const QSharedPointer<Controllers::PackageController> &controller,
                  QObject *parent = nullptr);
 
-    /// Replaces all cards by those of the controller's present packages. The list stays shown or
-    /// hidden.
+    /// Replaces all cards by those of the controller's present packages. Does not change whether
+    /// the list is shown or hidden.
     void rebuild();
-    /// Lists only the packages whose bit is set. Those in sight have their cards at once.
+    /// Lists only the packages whose bit is set, and creates the cards of the visible ones.
     void list(const QBitArray &packages);
-    /// Makes the card if it is not there yet; null without such a package in the list.
+    /// Returns the card of a package, creating it if necessary; null if the package is not listed.
     PackageWidget *cardOf(int packageId);
-    /// The same for the first package in the list, or in the part of the list that is in sight.
+    /// Returns the card of the first listed package, or of the first one that is visible.
     PackageWidget *firstCard();
     PackageWidget *firstCardInSight();
 
 signals:
-    /// All cards of the last rebuild() are there.
+    /// All cards of the last rebuild() exist.
     void complete();
 
 private:
@@ -68,10 +68,10 @@ private:
     Components::WidgetList *m_list;
     QSharedPointer<Controllers::PackageController> m_controller;
     Models::PackageList m_packages;
-    /// No row before this one is empty.
+    /// All rows before this one have cards.
     int m_next = 0;
     int m_lowest = 0;
-    /// Context of the connections to packages whose cards come later, until all are there.
+    /// Context of the connections to packages without a card, until all cards exist.
     QScopedPointer<QObject> m_withoutCard;
     QTimer m_turns;
 };

@@ -17,12 +17,12 @@ using Models::PackageList;
 
 namespace {
 
-/// Milliseconds of one turn: half of what a frame of a plain screen may take.
+/// The length of a turn in milliseconds: half a frame at 60 Hz.
 constexpr int TurnLength = 8;
-/// So many words are kept with the texts that have them: those of a long search, letter by letter.
+/// The number of remembered words: those of a long search typed letter by letter.
 constexpr int MostKnownWords = 64;
 
-/// The words of a search. One that is a part of another, which stands for both, is left out.
+/// The words of a search. A word that is part of another one is redundant and left out.
 QByteArrayList searchedWords(const QString &text)
 {
     const QByteArrayList all = foldedWords(text);
@@ -37,7 +37,8 @@ QByteArrayList searchedWords(const QString &text)
     return words;
 }
 
-/// Whether a word stands on the action buttons of packages. Thousands of packages have few states.
+/// Whether the text of a package's action button contains a word. Thousands of packages share few
+/// texts.
 class ActionWord final
 {
 public:
@@ -106,7 +107,7 @@ void PackageFilter::takeTurn()
         emit advanced();
 }
 
-/// Reads packages for as long as a turn may last, looks at them, and sees to the next turn.
+/// Reads packages for one turn, searches them, and schedules the next turn.
 void PackageFilter::readSome()
 {
     QElapsedTimer turn;
@@ -124,7 +125,7 @@ void PackageFilter::readSome()
     }
 }
 
-/// Settles what is found of the packages that were read, from the first one given on.
+/// Searches the packages that were read, starting with the given one.
 void PackageFilter::lookAt(int first)
 {
     m_found.fill(true, first, m_index.size());
@@ -139,8 +140,9 @@ void PackageFilter::lookAt(int first)
     }
 }
 
-/// A text with the word has each part of it, too: while somebody types, few texts are left to look
-/// at, and none when letters are taken back. Only for an index that is complete.
+/// A text that contains a word contains each part of it. So while somebody types, only the texts
+/// with the shorter word are searched, and none when letters are deleted. Only for a complete
+/// index.
 QBitArray PackageFilter::textsWith(const QByteArray &word)
 {
     const auto known = m_known.constFind(word);

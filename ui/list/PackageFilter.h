@@ -11,14 +11,14 @@
 
 namespace Kavo::Ui {
 
-/// Finds the packages whose cards answer to a text: every word of it stands, or a word begins,
-/// goes on or ends with it, in the name, a description, the type, the price or on the action
-/// button. Neither case nor accents count.
+/// Finds the packages that match a search text: every word of it must be a part of a word in the
+/// name, a description, the type, the price or the text of the action button. Case and accents are
+/// ignored.
 ///
-/// Texts are read once, into an index. That goes in short turns of the event loop, in the order of
-/// the packages, from prepare() or the first search on; what is found is told as it comes. States
-/// are those of the moment of the search: a package that was found stays found until the next one.
-/// Main thread.
+/// The packages' texts are read once, into an index, in short turns of the event loop and in the
+/// order of the packages. Reading starts with prepare() or the first search; results are reported
+/// as they are found. The states are those at the time of the search: a package that was found
+/// stays in the result until the next search. Main thread.
 class PackageFilter final : public QObject
 {
     Q_OBJECT
@@ -26,23 +26,23 @@ class PackageFilter final : public QObject
 public:
     explicit PackageFilter(QObject *parent = nullptr);
 
-    /// Forgets the packages before and searches these for the same text.
+    /// Replaces the packages and searches them for the same text.
     void setPackages(const Models::PackageList &packages);
-    /// Searches for another text, or once more for the same.
+    /// Searches for a text, or again for the same one.
     void search(const QString &text);
-    /// Reads the texts of the packages ahead of the first search.
+    /// Reads the texts of the packages before the first search.
     void prepare();
 
-    /// Whether there is anything to search for. Without it every package counts as found.
+    /// Whether the search has any word. If not, every package counts as found.
     bool isActive() const { return !m_words.isEmpty(); }
-    /// Whether every package has been looked at.
+    /// Whether all packages have been searched.
     bool isComplete() const;
-    /// A bit for every package; not set for those that were not looked at yet.
+    /// A bit for every package; not set for packages that were not searched yet.
     const QBitArray &found() const { return m_found; }
     int foundCount() const { return m_found.count(true); }
 
 signals:
-    /// Further packages were looked at, and none is left when isComplete().
+    /// Further packages were searched; isComplete() tells whether any are left.
     void advanced();
 
 private:
@@ -55,7 +55,7 @@ private:
     Models::PackageList m_packages;
     WordIndex m_index;
     QByteArrayList m_words;
-    QHash<QByteArray, QBitArray> m_known; ///< words that were searched for, and the texts with them
+    QHash<QByteArray, QBitArray> m_known; ///< recent search words with the matching texts
     QBitArray m_found;
     QTimer m_turns;
 };

@@ -38,11 +38,11 @@ constexpr int DescriptionMargin = 150;
 constexpr int ProgressHeight = 16;
 constexpr int ActionWidth = 192;
 constexpr int NamePoints = 12;
-/// Wide enough for most versions, so that the facts of all cards stand below each other.
+/// Wide enough for most versions, so that the facts of all cards are aligned.
 constexpr int FactWidth = 144;
 constexpr QColor PriceColor(0x66, 0xb7, 0x71);
 
-/// The progress bar counts thousands of bytes, because it counts in int.
+/// The progress bar counts kilobytes, because its range is int.
 int thousands(qint64 size)
 {
     const qint64 largest = std::numeric_limits<int>::max();
@@ -72,7 +72,7 @@ PackageWidget::PackageWidget(const QSharedPointer<PackageController> &controller
     buildButtons(*layout);
 
     followPackage();
-    // An error that a new card finds was told when it came about.
+    // An error that exists already was reported when it occurred.
     showState(m_package->state());
     showRunningDownload();
     fetchIcon();
@@ -87,7 +87,7 @@ QString PackageWidget::priceText(const Package &package)
 
 void PackageWidget::retire()
 {
-    // To disconnect thousands of cards at once would hold the event loop.
+    // Disconnecting thousands of cards at once would block the event loop.
     m_isRetired = true;
     m_follower.reset();
 }
@@ -103,7 +103,7 @@ void PackageWidget::focusDetailButton()
     m_detail->setFocus(Qt::OtherFocusReason);
 }
 
-/// The list shows the cards that are in sight and those close to them.
+/// The list shows only the visible cards and those close to them.
 void PackageWidget::showEvent(QShowEvent *event)
 {
     StyledWidget::showEvent(event);
@@ -182,9 +182,9 @@ void PackageWidget::buildProgress(QVBoxLayout &column)
 
 void PackageWidget::buildButtons(QHBoxLayout &layout)
 {
-    // Text and icon come with the state. With its name from the start, a new button gets its style
-    // when it is shown; to polish it at once would take a fifth of the time in which a card is
-    // made.
+    // Text and icon are set with the state. The object name is set from the start, so that the
+    // button is polished when it is shown; polishing it again now would take a fifth of the time in
+    // which a card is created.
     const StateLook look = StateLook::of(m_package->state(), m_package->isUpdateAvailable());
     m_action = Components::makeButton(look.objectName, QString(), QIcon(), this);
     m_action->setMaximumWidth(ActionWidth);
@@ -214,7 +214,7 @@ void PackageWidget::followPackage()
     connect(m_package.data(), &Package::stateChanged, this, &PackageWidget::onStateChanged);
 }
 
-/// Of thousands of cards only those tick on which something goes on.
+/// Only cards of busy packages have a timer.
 void PackageWidget::followProgress(bool busy)
 {
     if (busy == !m_follower.isNull())
@@ -226,7 +226,7 @@ void PackageWidget::followProgress(bool busy)
                 &Components::ProgressBar::tell);
 }
 
-/// A card that is made during a download has missed the announcement of its size.
+/// A card that is created during a download has missed the signal with its size.
 void PackageWidget::showRunningDownload()
 {
     if (m_package->state() != Package::DOWNLOADING)
@@ -258,14 +258,15 @@ void PackageWidget::showState(Package::State state)
     refreshLabels();
 }
 
-/// A bar without a range moves: nobody knows how long unpacking and removing take.
+/// A bar without a range is animated; the duration of unpacking and removing is unknown.
 void PackageWidget::showUnmeasuredProgress()
 {
     m_progress->setRange(0, 0);
     m_progress->setValue(0);
 }
 
-/// The list hides cards that are scrolled far away; their errors are told as those of the others.
+/// The list hides cards that are scrolled far away; their errors are reported like those of the
+/// others.
 bool PackageWidget::isInShownList() const
 {
     const QWidget *list = parentWidget();
@@ -314,7 +315,7 @@ void PackageWidget::fetchIcon()
     const auto download = QSharedPointer<Download>::create(m_package->icon(), true, true);
     connect(download.data(), &Download::finished, this,
             [this, source = download.data()](const QString &path) { showIcon(*source, path); });
-    // The end that follows an error brings no picture; the animation goes on.
+    // After an error the transfer ends without a picture; the animation continues.
     connect(download.data(), &Download::error, this,
             [this, source = download.data()] { disconnect(source, nullptr, this, nullptr); });
     download->setPatient(true);

@@ -31,8 +31,8 @@ class PriceLabel;
 class ProgressFollower;
 class StateLook;
 
-/// The card of one package in the list. It follows the package's state and progress and fetches its
-/// icon, before those of others while it is shown.
+/// The card of one package in the list. It shows the package's state and progress and fetches its
+/// icon, with priority while the card is visible.
 class PackageWidget final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -42,15 +42,15 @@ public:
                   const Models::PackagePointer &package, QWidget *parent = nullptr);
     ~PackageWidget() override;
 
-    /// What a card says of the price.
+    /// The text for the price.
     static QString priceText(const Models::Package &package);
 
     int packageId() const { return m_package->id(); }
-    /// Follows the package no more: another card has taken over, and this one waits for its end.
+    /// Stops following the package: a new card replaces this one, which waits to be deleted.
     void retire();
-    /// Tab comes here from that card.
+    /// Puts this card after another one in the tab order.
     void followInTabOrder(const PackageWidget &card);
-    /// Gives the keyboard to the button that opens the package.
+    /// Sets the focus to the button that opens the package.
     void focusDetailButton();
 
 protected:

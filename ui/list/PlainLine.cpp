@@ -7,10 +7,10 @@ namespace Kavo::Ui {
 
 namespace {
 
-/// In characters, markup included: a list of thousands of cards reads thousands of texts.
+/// In characters including markup; a list may have thousands of cards.
 constexpr int LongestMarkup = 4000;
 
-/// Qt's own reads whatever local path a text names.
+/// Qt's implementation reads any local file that a text names.
 class ClosedDocument final : public QTextDocument
 {
 protected:

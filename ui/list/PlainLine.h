@@ -4,10 +4,11 @@
 
 namespace Kavo::Ui {
 
-/// The beginning of a catalogue's text that may be rich, on one line and without its markup.
+/// Returns the beginning of a text from the catalogue on one line, without its markup if it is rich
+/// text.
 ///
-/// What counts as rich is what a label takes for it. Neither pictures nor style sheets are loaded.
-/// Of a rich text only as much is read as one line could ever show.
+/// A text is rich if QLabel would treat it as rich. No pictures or style sheets are loaded. Of a
+/// rich text only as much is parsed as one line could show.
 QString plainLine(const QString &text);
 
 } // namespace Kavo::Ui

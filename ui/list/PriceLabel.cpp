@@ -7,7 +7,7 @@ namespace Kavo::Ui {
 
 namespace {
 
-/// How far the ground reaches beyond the word, in pixels.
+/// The padding of the background around the word, in pixels.
 constexpr int WordMargin = 6;
 constexpr qreal Radius = 4;
 
@@ -36,7 +36,7 @@ void PriceLabel::setGround(const QColor &ground)
 
 QSize PriceLabel::sizeHint() const
 {
-    // What the style adds to the text on every side.
+    // The margins that the style adds around the text.
     const QSize frame = size() - contentsRect().size();
     return {frame.width() + fontMetrics().horizontalAdvance(m_caption) + wordArea().width(),
             frame.height() + fontMetrics().height() + 2};
@@ -44,7 +44,7 @@ QSize PriceLabel::sizeHint() const
 
 void PriceLabel::paintEvent(QPaintEvent *event)
 {
-    // The frame alone: the label's own text is drawn below.
+    // Paints only the frame; the text is drawn below.
     QFrame::paintEvent(event); // NOLINT(bugprone-parent-virtual-call)
     QPainter painter(this);
     style()->drawItemText(&painter, contentsRect(), Qt::AlignVCenter | Qt::AlignLeft, palette(),

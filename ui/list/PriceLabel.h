@@ -5,19 +5,19 @@
 
 namespace Kavo::Ui {
 
-/// A caption and behind it a word in a light colour of its own, which stands on a dark ground as
-/// large as the word. Both are on one line.
+/// A caption followed by a word in a light colour of its own, on a dark background as large as the
+/// word. Both are on one line.
 class PriceLabel final : public QLabel
 {
     Q_OBJECT
-    /// What the word stands on; the style sheet sets it.
+    /// The background of the word; set by the style sheet.
     Q_PROPERTY(QColor ground READ ground WRITE setGround)
 
 public:
     /// The caption is plain text.
     explicit PriceLabel(const QString &caption, QWidget *parent = nullptr);
 
-    /// The label's text becomes the rich text that says the same.
+    /// Sets the word. The label's text becomes equivalent rich text.
     void setWord(const QString &word, const QColor &color);
 
     QColor ground() const { return m_ground; }

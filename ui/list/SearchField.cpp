@@ -6,7 +6,7 @@ namespace Kavo::Ui {
 
 namespace {
 
-/// In characters. More words only cost time.
+/// The maximum length in characters; a longer search only takes more time.
 constexpr int LongestSearch = 200;
 
 } // namespace

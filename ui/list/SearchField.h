@@ -4,7 +4,7 @@
 
 namespace Kavo::Ui {
 
-/// The field for what is searched for.
+/// The search field.
 class SearchField final : public QLineEdit
 {
     Q_OBJECT
@@ -12,7 +12,7 @@ class SearchField final : public QLineEdit
 public:
     explicit SearchField(QWidget *parent = nullptr);
 
-    /// Writes behind what stands there.
+    /// Appends to the text.
     void write(const QString &text);
 
 signals:

@@ -17,7 +17,7 @@ constexpr int Free = -1;
 
 int Vocabulary::add(const QByteArray &word)
 {
-    // A third stays free, so that a free place is never far.
+    // A third of the table stays free, so that free slots are close.
     if (3 * size() >= 2 * m_slots.size())
         grow();
     const int slot = slotOf(word);
@@ -36,7 +36,7 @@ QBitArray Vocabulary::containing(const QByteArray &part) const
         return QBitArray(size(), true);
     QBitArray words(size());
     int number = 0;
-    // One search for all words: what is searched for does not reach over the end of one.
+    // One search through all words at once; a part cannot match across the end of a word.
     for (int at = m_text.indexOf(part); at >= 0; at = m_text.indexOf(part, endOf(number))) {
         number = static_cast<int>(std::upper_bound(m_starts.begin() + number, m_starts.end(), at) -
                                   m_starts.begin()) -
@@ -52,7 +52,7 @@ void Vocabulary::squeeze()
     m_starts.squeeze();
 }
 
-/// Where the word is, or where it would be.
+/// The slot of a word, or the free slot for it.
 int Vocabulary::slotOf(const QByteArray &word) const
 {
     const uint hash = qHashBits(word.constData(), static_cast<std::size_t>(word.size()));

@@ -6,17 +6,17 @@
 
 namespace Kavo::Ui {
 
-/// Distinct words, each with a number: 0, 1 and so on, in the order in which they came. Many
-/// thousands of words take little more room than their letters. No word may hold a line feed.
+/// Distinct words, numbered 0, 1 and so on in the order in which they were added. Many thousands of
+/// words take little more memory than their letters. No word may contain a line feed.
 class Vocabulary final
 {
 public:
     int size() const { return m_starts.size(); }
-    /// The number of the word, a new one for a new word.
+    /// Returns the number of a word and adds it if it is new.
     int add(const QByteArray &word);
-    /// A bit for every word, set where the word contains the part.
+    /// Returns a bit for every word, set if the word contains the part.
     QBitArray containing(const QByteArray &part) const;
-    /// Gives back the room that was kept for further words.
+    /// Releases the memory reserved for further words.
     void squeeze();
 
 private:
@@ -25,9 +25,9 @@ private:
     int endOf(int number) const;
     void grow();
 
-    QByteArray m_text;     ///< the words, each with a line feed behind it
-    QVector<int> m_starts; ///< where they begin
-    /// Numbers of words, each at the first free place from the one that its hash gives.
+    QByteArray m_text;     ///< the words, each followed by a line feed
+    QVector<int> m_starts; ///< their offsets
+    /// A hash table of word numbers with linear probing.
     QVector<int> m_slots;
 };
 

@@ -10,7 +10,7 @@ constexpr uint Follows = 0x80;
 constexpr uint Group = 0x7f;
 constexpr uint GroupBits = 7;
 
-/// The last one that is set, -1 without one.
+/// The last set bit, -1 if there is none.
 int lastBit(const QBitArray &bits)
 {
     int last = bits.size() - 1;
@@ -56,7 +56,8 @@ void WordIndex::squeeze()
     m_ends.squeeze();
 }
 
-/// Whether the text has a word that is set. The last of those saves reading further ones.
+/// Whether the text has a word whose bit is set. `last` is the last such word, after which the
+/// search can stop.
 bool WordIndex::hasAny(int text, const QBitArray &words, uint last) const
 {
     const char *byte = m_numbers.constData() + (text > 0 ? m_ends.at(text - 1) : 0);

@@ -8,19 +8,19 @@
 
 namespace Kavo::Ui {
 
-/// Says in which of many texts a part of a word stands, in less time than reading the texts would
-/// take and in less room than they have. Texts are numbered in the order in which they came.
+/// Finds the texts that contain a part of a word, faster than a search through the texts and in
+/// less memory than they take. Texts are numbered in the order in which they were added.
 class WordIndex final
 {
 public:
-    /// Of so many texts.
+    /// The number of texts.
     int size() const { return m_ends.size(); }
-    /// Adds a text by its words, in any order and as often as they stand there.
+    /// Adds a text by its words, in any order and with repetitions.
     void append(const QByteArrayList &words);
-    /// Of the texts whose bit is set, from the first one asked for on, those with a word that
+    /// Of the texts whose bit is set, starting with `first`, returns those with a word that
     /// contains the part. There may be more bits than texts.
     QBitArray textsWith(const QByteArray &part, const QBitArray &among, int first = 0) const;
-    /// Gives back the room that was kept for further texts.
+    /// Releases the memory reserved for further texts.
     void squeeze();
 
 private:
@@ -28,10 +28,10 @@ private:
     void appendNumber(uint number);
 
     Vocabulary m_vocabulary;
-    /// Of every text the numbers of its words, ascending. Each stands as its distance from the one
-    /// before, in groups of seven bits; the eighth says that another group follows.
+    /// The word numbers of every text, ascending. Each is stored as the difference to the previous
+    /// one, in groups of seven bits; the eighth bit means that another group follows.
     QByteArray m_numbers;
-    QVector<int> m_ends; ///< of the texts, in m_numbers
+    QVector<int> m_ends; ///< ends of the texts in m_numbers
 };
 
 } // namespace Kavo::Ui

@@ -72,7 +72,7 @@ bool ForeignDocument::hasLinks() const
 QString ForeignDocument::takeSafeHtml()
 {
     const auto fragments = fragmentsOf(*this);
-    // From the end, so that the places of the others stay.
+    // From the end, so that the other positions stay valid.
     for (auto fragment = fragments.rbegin(); fragment != fragments.rend(); ++fragment) {
         const QTextCharFormat format = fragment->charFormat();
         if (!isReference(format))
@@ -85,7 +85,7 @@ QString ForeignDocument::takeSafeHtml()
         else
             cursor.setCharFormat(withoutLink(format));
     }
-    // Quotation marks of the text are entities here, and only this attribute names a background.
+    // Quotes in the text are entities here, and only this attribute names a background.
     static const QRegularExpression background(QStringLiteral(" background=\"[^\"]*\""));
     static const QRegularExpression body(QStringLiteral("<body[^>]*>(.*)</body>"),
                                          QRegularExpression::DotMatchesEverythingOption);

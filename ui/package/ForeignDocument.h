@@ -4,9 +4,8 @@
 
 namespace Kavo::Ui {
 
-/// Rich text as Qt reads it, by which a text is judged before a label may have it. It opens no file
-/// whatever it names, as long as it is not laid out: Qt's own painting of pictures reads files past
-/// `loadResource`.
+/// Parses rich text as Qt does, to check it before a label shows it. It reads no file that the text
+/// names, as long as it is not laid out: Qt paints pictures without asking `loadResource`.
 class ForeignDocument final : public QTextDocument
 {
     Q_OBJECT
@@ -14,11 +13,11 @@ class ForeignDocument final : public QTextDocument
 public:
     explicit ForeignDocument(const QString &html);
 
-    /// Whether a label would read files for this text, or follow links to anything but web pages.
+    /// Whether a label would read files for this text or follow links to anything but web pages.
     bool hasReferences() const;
     /// Whether there are links to web pages.
     bool hasLinks() const;
-    /// The text without its pictures, style sheets and backgrounds, other links as plain text.
+    /// The text without pictures, style sheets and backgrounds, and with other links as plain text.
     /// May be called once.
     QString takeSafeHtml();
 

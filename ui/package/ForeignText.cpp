@@ -13,14 +13,14 @@ namespace {
 
 /// In characters.
 constexpr int LongestText = 50000;
-/// Open elements within each other. Qt takes the square of the time for more.
+/// The largest nesting depth; Qt's time grows with its square.
 constexpr int DeepestMarkup = 500;
-/// Hardly a word of any language is longer.
+/// The longest word without a break; hardly any word is longer.
 constexpr int LongestWord = 40;
 
-/// Joins two characters to one.
+/// The zero-width joiner, which joins two characters.
 constexpr ushort Joiner = 0x200d;
-/// Has no width; a line may break there.
+/// The zero-width space, which allows a line break.
 constexpr ushort BreakingSpace = 0x200b;
 
 QString cut(const QString &text)
@@ -28,7 +28,8 @@ QString cut(const QString &text)
     return text.size() <= LongestText ? text : QString(text.left(LongestText) + QChar(0x2026));
 }
 
-/// Where the markup that begins here ends: a tag, an entity, or a style sheet with all its rules.
+/// Returns the end of the markup that begins here: a tag, an entity, or a style sheet with all its
+/// rules.
 int endOfMarkup(const QString &text, int start)
 {
     if (text.at(start) == QLatin1Char('&')) {
@@ -43,7 +44,7 @@ int endOfMarkup(const QString &text, int start)
     return end < 0 ? text.size() - 1 : end;
 }
 
-/// Whether a break in front of the character leaves what is seen as one character whole.
+/// Whether a break before the character does not split a visible character.
 bool mayBreakBefore(QChar character)
 {
     return !character.isLowSurrogate() && !character.isMark() && character != Joiner;
@@ -71,7 +72,7 @@ QString withBreaks(const QString &text, bool rich)
 
 bool isNestedTooDeep(const QString &text)
 {
-    // These end by themselves where the next begins.
+    // These elements end implicitly when the next one begins.
     static const QSet<QString> shallow{
         QStringLiteral("br"), QStringLiteral("dd"), QStringLiteral("dt"),
         QStringLiteral("hr"), QStringLiteral("li"), QStringLiteral("p"),
@@ -89,7 +90,7 @@ bool isNestedTooDeep(const QString &text)
     return depth > DeepestMarkup;
 }
 
-/// Qt takes everything after a link to a style sheet for a part of it and shows nothing.
+/// Qt treats everything after a style sheet link as part of it and shows nothing.
 QString withoutSheets(QString text)
 {
     static const QRegularExpression sheet(QStringLiteral("<\\s*link\\b[^<>]*>"),

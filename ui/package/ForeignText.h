@@ -6,26 +6,26 @@ class QLabel;
 
 namespace Kavo::Ui {
 
-/// What a box or a label may be given of a catalogue's text that is meant to be rich.
+/// Makes rich text from the catalogue safe for a box or a label.
 ///
-/// Nothing in it makes Qt read a file: it would read whatever local path a picture, a background or
-/// a style sheet names, whole and at once, be it a device without an end. Links lead to web pages
-/// only. A text that names nothing else comes back letter for letter; in another one pictures,
-/// backgrounds and style sheets are left out, and other links are plain text. A text without
-/// measure is cut, because a label lays out its whole text at every question about its size, and
-/// one whose elements are nested without measure is shown as it is written.
+/// Qt would read any local file that a text names as a picture, a background or a style sheet,
+/// completely and at once, even a device without end. The result names no files, and links only to
+/// web pages. A text that names nothing else is returned unchanged; otherwise pictures, backgrounds
+/// and style sheets are left out and other links become plain text. A very long text is truncated,
+/// because a label lays out its whole text for every size hint. A text with very deep nesting is
+/// shown as plain text.
 QString foreignRichText(const QString &text);
 
-/// The same for a label that finds out whether a text is rich. Words without a place to break them
-/// get one, so that they do not widen a label that wraps.
+/// The same for a label that detects rich text by itself. Very long words get break opportunities,
+/// so that they do not widen a wrapping label.
 QString foreignText(const QString &text);
 
-/// What there is to read of a catalogue's text that a label would be given by foreignText(),
-/// without its markup. Reads no file either.
+/// The readable part of a text from the catalogue as foreignText() would pass it to a label,
+/// without markup. Reads no file either.
 QString foreignPlainText(const QString &text);
 
-/// Shows a text made by one of the functions above. Its links open in the browser, with the mouse
-/// and with the keyboard.
+/// Shows a text made by one of the functions above. Its links can be opened in the browser by mouse
+/// and keyboard.
 void showForeignText(QLabel &label, const QString &text);
 
 } // namespace Kavo::Ui

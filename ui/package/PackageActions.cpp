@@ -20,7 +20,7 @@ using Models::RemovalFaults;
 
 namespace {
 
-/// Shows the waiting cursor as long as it lives.
+/// Shows the wait cursor during its lifetime.
 class WaitCursor final
 {
 public:
@@ -60,7 +60,8 @@ void PackageActions::uninstall()
 {
     if (!m_package)
         return;
-    // An installation may end while the question stands open: nothing goes that it has not named.
+    // An installation may end while the box is open; only packages that the box has named are
+    // removed.
     PackageList named;
     PackageList others = m_controller->removedAlong(m_package);
     do {
@@ -88,7 +89,7 @@ bool PackageActions::confirmRemoval(const PackageList &others)
     return Dialogs::confirmLoss(m_widget, QMessageBox::Information, tr("Uninstall Package"), text);
 }
 
-/// Tells what kept a removal from being done, or from being done as a whole.
+/// Reports why a removal was refused or incomplete.
 void PackageActions::tellOf(const Removal &removal)
 {
     QString text;
@@ -190,7 +191,7 @@ QString PackageActions::pathList(const FailedPaths &failed)
     QStringList paths = failed.paths();
     std::sort(paths.begin(), paths.end());
     QString lines;
-    // Long ones wrap; the mark tells where each begins.
+    // Long paths wrap; the bullet shows where each one begins.
     for (const QString &path : qAsConst(paths))
         lines += QStringLiteral("\u2022 ") + oneLine(path) + QLatin1Char('\n');
     if (failed.notKept() > 0)

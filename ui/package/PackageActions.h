@@ -22,10 +22,10 @@ struct RemovalFaults;
 
 namespace Kavo::Ui {
 
-/// What the user can have done to one package, with the questions that are asked before.
+/// The actions that the user can start for one package, with their confirmation boxes.
 ///
-/// Make one for a click and let it go: the boxes run event loops of their own, in which the widget
-/// that asked may be destroyed; the action ends then. Without a package nothing happens.
+/// Create one for a click and let it go. The boxes run their own event loops, during which the
+/// requesting widget may be destroyed; then the action ends. Without a package nothing happens.
 class PackageActions final
 {
     Q_DECLARE_TR_FUNCTIONS(Kavo::Ui::PackageActions)
@@ -34,7 +34,7 @@ public:
     PackageActions(const QSharedPointer<Controllers::PackageController> &controller,
                    const Models::PackagePointer &package, QWidget *widget);
 
-    /// Installs the newest version, or updates to it.
+    /// Installs the newest version or updates to it.
     void install();
     /// Installs a chosen version of a package that is available or installed.
     void installVersion(const QString &version);

@@ -40,7 +40,8 @@ void PackageErrorQueue::report(const Package &package, Package::State state)
     goOn();
 }
 
-/// Not at once: whoever set the state has yet to record it, and a box waits for its answer.
+/// Delayed: the caller that set the state still has to record it, and a box blocks until it is
+/// answered.
 void PackageErrorQueue::goOn()
 {
     QMetaObject::invokeMethod(this, &PackageErrorQueue::showNext, Qt::QueuedConnection);
@@ -51,8 +52,8 @@ void PackageErrorQueue::showNext()
     if (m_showing || m_waiting.isEmpty())
         return;
     if (const QWidget *dialog = QApplication::activeModalWidget()) {
-        // Not when it closes: a box on top of its loop would hold up what was answered. Every
-        // dialog is deleted when its loop has ended.
+        // Not when the dialog closes: a box inside its event loop would delay its result. Every
+        // dialog is deleted after its loop has ended.
         connect(dialog, &QObject::destroyed, this, &PackageErrorQueue::goOn, Qt::UniqueConnection);
         return;
     }

@@ -9,21 +9,20 @@ class QWidget;
 
 namespace Kavo::Ui {
 
-/// Tells of failed work in message boxes: one after another, and never over another dialog.
+/// Shows the errors of packages in message boxes, one after another, and never over another dialog.
 ///
-/// There is one queue for each window, and it goes with the window. Whoever reports an error
-/// decides at that moment whether the user is to hear of it; what comes after, be it a refresh or
-/// another page, takes nothing out of the queue. Main thread.
+/// There is one queue for each window, owned by it. The reporting widget decides whether the user
+/// is to be told; a later refresh or change of page removes nothing from the queue. Main thread.
 class PackageErrorQueue final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The queue of the widget's window, made when it is first asked for.
+    /// The queue of the widget's window, created at the first call.
     static PackageErrorQueue &of(const QWidget &widget);
 
-    /// Puts the error at the end of the queue, unless it waits there already: two places may report
-    /// one and the same. Returns at once. Of a state that is no error nothing is told.
+    /// Adds the error to the queue, unless it is already there, because two widgets may report the
+    /// same error. Returns immediately. Ignores states that are not errors.
     void report(const Models::Package &package, Models::Package::State state);
 
 private:

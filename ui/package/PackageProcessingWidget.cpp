@@ -25,7 +25,7 @@ PackageProcessingWidget::PackageProcessingWidget(QWidget *parent)
     m_animation->setAlignment(Qt::AlignCenter);
     Components::LoadingAnimation::play(*m_animation, AnimationSize);
 
-    // The style sheet knows the drawing for each mode by its name.
+    // The style sheet selects the drawing by the object name.
     m_drawing->hide();
 
     m_message->setObjectName(QStringLiteral("ProcessingMessage"));

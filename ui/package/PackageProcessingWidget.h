@@ -6,7 +6,7 @@ class QLabel;
 
 namespace Kavo::Ui {
 
-/// The panel that shows that something is going on, that there is nothing to show, or an error.
+/// The panel that shows a running operation, an empty result or an error.
 class PackageProcessingWidget final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ public:
 
     explicit PackageProcessingWidget(QWidget *parent = nullptr);
 
-    /// Any other number changes nothing.
+    /// Ignores any other number.
     void setMode(int mode);
     void setError(const QString &message);
 

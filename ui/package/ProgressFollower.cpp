@@ -12,7 +12,7 @@ using Models::WorkProgress;
 
 namespace {
 
-/// Milliseconds between two texts: quicker ones could not be read.
+/// The time between two texts in milliseconds; faster changes could not be read.
 constexpr int TickLength = 500;
 
 } // namespace
@@ -22,7 +22,7 @@ ProgressFollower::ProgressFollower(const QSharedPointer<PackageController> &cont
     : m_controller(controller)
     , m_package(package)
 {
-    // What was announced before is asked for.
+    // Earlier signals were missed, so the present state is read.
     const WorkProgress progress = m_controller->progress(m_package);
     m_received = progress.received;
     m_total = progress.total;
@@ -39,7 +39,7 @@ void ProgressFollower::followSizes()
         m_total = size;
         refresh();
     });
-    // Comes many times a second.
+    // Emitted many times a second.
     connect(m_package.data(), &Package::downloadedSize, this,
             [this](qint64 size) { m_received = size; });
 }

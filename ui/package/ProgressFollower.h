@@ -13,9 +13,9 @@ class PackageController;
 
 namespace Kavo::Ui {
 
-/// Follows the work on one package and says in words how far it is, anew about twice a second for
-/// as long as it lives. To be kept only while the package is busy, so that nothing ticks in a
-/// program at rest. Main thread.
+/// Follows the work on one package and describes its progress in words, updated about twice a
+/// second. Should exist only while the package is busy, so that an idle program has no timers. Main
+/// thread.
 class ProgressFollower final : public QObject
 {
     Q_OBJECT
@@ -24,7 +24,7 @@ public:
     ProgressFollower(const QSharedPointer<Controllers::PackageController> &controller,
                      const Models::PackagePointer &package);
 
-    /// The present text, empty where there is nothing to tell.
+    /// The present text, empty if there is nothing to report.
     const QString &text() const { return m_text; }
 
 signals:

@@ -14,10 +14,10 @@ namespace {
 
 constexpr qint64 SecondsOfAMinute = 60;
 constexpr qint64 SecondsOfAnHour = 60 * SecondsOfAMinute;
-/// The most characters of another package's name.
+/// The longest shown part of another package's name, in characters.
 constexpr int LongestName = 80;
 
-/// A number of parts to the nearest whole one.
+/// Divides and rounds to the nearest whole number.
 int rounded(qint64 count, qint64 part)
 {
     return static_cast<int>((count + part / 2) / part);
@@ -52,7 +52,7 @@ QString ProgressText::ofDownload(const WorkProgress &progress)
     return text;
 }
 
-/// Both in the unit that suits the larger one.
+/// Both in the unit that fits the larger one.
 QString ProgressText::sizes(qint64 received, qint64 total)
 {
     const QStringList units{QStringLiteral("KB"), QStringLiteral("MB"), QStringLiteral("GB"),

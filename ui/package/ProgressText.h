@@ -8,7 +8,7 @@
 
 namespace Kavo::Ui {
 
-/// What people read of the work on a package while it goes on, in the language of the interface:
+/// The progress of the work on a package in words, in the language of the interface:
 ///
 ///     DOWNLOADING              2.0 of 5.7 MB, 3 minutes left
 ///     PREPARING, DOWNLOADING   waiting for the server
@@ -20,7 +20,7 @@ class ProgressText final
     Q_DECLARE_TR_FUNCTIONS(Kavo::Ui::ProgressText)
 
 public:
-    /// Empty where there is nothing to tell.
+    /// The text, empty if there is nothing to report.
     static QString of(const Models::WorkProgress &progress, Models::Package::State state);
 
 private:

@@ -45,7 +45,7 @@ StateLook StateLook::of(Package::State state, bool updateAvailable)
         // Fixed, see docs/compatibility.md.
         look = failed(tr("Dependency Error"),
                       tr("Unable to install one or more dependency for package : "));
-        // It may have been started by the installation of another package.
+        // The work may have been started by the installation of another package.
         look.isAlwaysTold = true;
         break;
     }

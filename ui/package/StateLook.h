@@ -7,9 +7,9 @@
 
 namespace Kavo::Ui {
 
-/// How a package looks in one state: on its card, on the detail page and in the box that tells of
-/// failed work. `of` is the only place that lists the states; a new one does not compile without
-/// its look.
+/// How a package in one state is presented: on its card, on the detail page and in the error box.
+/// of() is the only place that lists the states; a new state does not compile without an entry
+/// there.
 class StateLook final
 {
     Q_DECLARE_TR_FUNCTIONS(Kavo::Ui::StateLook)
@@ -17,18 +17,18 @@ class StateLook final
 public:
     static StateLook of(Models::Package::State state, bool updateAvailable);
 
-    QString text;             ///< on the action button, and the title of the box; empty for no look
-    QString objectName;       ///< of the action button, for the style sheet
-    int glyph = 0;            ///< on the action button
-    bool isEnabled = false;   ///< whether the action button does something
+    QString text;             ///< text of the action button and title of the box; empty for UNKNOWN
+    QString objectName;       ///< object name of the action button, for the style sheet
+    int glyph = 0;            ///< icon of the action button
+    bool isEnabled = false;   ///< whether the action button is enabled
     bool isOnPage = false;    ///< whether the detail page shows the action button
-    bool isRemovable = false; ///< whether the detail page shows the button that removes
+    bool isRemovable = false; ///< whether the detail page shows the uninstall button
     bool hasProgress = false; ///< whether the card shows its progress bar
-    bool isUnmeasured = false; ///< whether nobody knows how long this takes
-    bool hasIndicator = false; ///< whether the detail page shows its animation and progress
-    QString hint;              ///< what the user can do, where the action button does nothing
-    QString failure;           ///< what the box says before the name, empty for no box
-    bool isAlwaysTold = false; ///< whether the box comes up even when the package is not shown
+    bool isUnmeasured = false; ///< whether the duration is unknown
+    bool hasIndicator = false; ///< whether the detail page shows its animation and progress text
+    QString hint;              ///< what the user can do if the action button is disabled
+    QString failure;           ///< text of the box before the name; empty for no box
+    bool isAlwaysTold = false; ///< whether the box is shown even if the package is not visible
 
 private:
     static StateLook action(const QString &text, const QString &objectName);

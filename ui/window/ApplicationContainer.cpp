@@ -18,8 +18,8 @@ ApplicationContainer::ApplicationContainer(
     , m_topBar(new TopBar(topbar, this))
 {
     using Controllers::PackageController;
-    // What gives way to a panel loses the keyboard before it is hidden; a card gets it when it is
-    // there.
+    // A widget that is replaced by a panel loses the focus before it is hidden; a card gets the
+    // focus when it exists.
     for (const auto signal : {&PackageController::busy, &PackageController::empty})
         connect(packages.data(), signal, this, &ApplicationContainer::giveKeyboardToRefresh);
     connect(packages.data(), &PackageController::error, this,
@@ -34,7 +34,7 @@ ApplicationContainer::ApplicationContainer(
     layout->addWidget(m_packages);
 }
 
-/// The field stands in the bar, and what it finds in the list.
+/// Connects the search field in the bar to the list.
 void ApplicationContainer::joinSearch()
 {
     connect(m_topBar, &TopBar::searched, m_packages, &PackageContainer::search);

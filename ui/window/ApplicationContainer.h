@@ -16,9 +16,9 @@ namespace Kavo::Ui {
 class PackageContainer;
 class TopBar;
 
-/// What the main window holds: the top bar above the package area. As long as nobody has chosen a
-/// place for the keyboard, it is where Return does no harm: at the first card of the list, at
-/// Refresh where there is none.
+/// The content of the main window: the top bar above the package area. Until the user has moved the
+/// focus, it is where Return does no harm: on the first card of the list, or on Refresh if there is
+/// no card.
 class ApplicationContainer final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -37,7 +37,7 @@ private:
     QSharedPointer<Controllers::ApplicationController> m_application;
     TopBar *m_topBar;
     PackageContainer *m_packages = nullptr;
-    /// What was given the keyboard without having been chosen.
+    /// The widget that got the focus automatically.
     QPointer<QWidget> m_unchosen;
 };
 

@@ -17,7 +17,7 @@ using Controllers::ApplicationController;
 
 namespace {
 
-/// Below this size the cards have no room for what they say.
+/// In a smaller window the texts of the cards do not fit.
 constexpr QSize SmallestSize(960, 600);
 
 ApplicationController::State stateOf(const QWidget &window)
@@ -89,7 +89,7 @@ void ApplicationWindow::onGeometryChanged()
 
 void ApplicationWindow::onStateChanged()
 {
-    // What the window has done already is not asked for once more.
+    // The window already has this geometry.
     if (m_adoptsState)
         return;
     switch (m_application->state()) {
@@ -120,7 +120,7 @@ void ApplicationWindow::moveEvent(QMoveEvent *event)
     adoptGeometry();
 }
 
-/// The user may have dragged an edge; the next drag of the whole window begins from there.
+/// The user may have dragged an edge; the next move of the window starts there.
 void ApplicationWindow::adoptGeometry()
 {
     if (!isVisible() || stateOf(*this) != ApplicationController::NORMAL)
@@ -142,7 +142,7 @@ void ApplicationWindow::adoptState()
 {
     const ApplicationController::State before = m_application->state();
     const ApplicationController::State now = stateOf(*this);
-    // A window that was minimised has forgotten that it was maximised.
+    // A minimised window does not report that it was maximised.
     if (before == ApplicationController::MINIMIZED && now == ApplicationController::NORMAL &&
         m_openState != ApplicationController::NORMAL) {
         m_application->setState(m_openState);

@@ -12,9 +12,8 @@ class TopbarController;
 
 namespace Kavo::Ui {
 
-/// The frameless main window. It follows the application controller in everything, tells it when
-/// the window manager has changed the state, and refuses to close while packages are being
-/// installed or removed.
+/// The frameless main window. It follows the application controller, reports changes of its state
+/// by the window manager to it, and refuses to close during installations and removals.
 class ApplicationWindow final : public QMainWindow
 {
     Q_OBJECT
@@ -25,7 +24,7 @@ public:
                       const QSharedPointer<Controllers::TopbarController> &topbar,
                       QWidget *parent = nullptr);
 
-    /// Brings the window to the front, open as it last was.
+    /// Brings the window to the front in its last visible state.
     void present();
 
 public slots:
@@ -48,7 +47,7 @@ private:
     QSharedPointer<Controllers::ApplicationController> m_application;
     QSharedPointer<Controllers::PackageController> m_packages;
     QSharedPointer<Controllers::TopbarController> m_topbar;
-    /// The last state in which there was something to see.
+    /// The last state in which the window was visible.
     Controllers::ApplicationController::State m_openState =
         Controllers::ApplicationController::NORMAL;
     bool m_adoptsState = false;

@@ -27,7 +27,7 @@ namespace {
 
 constexpr int RowSpacing = 4;
 constexpr int ContentStretch = 8;
-/// Lines of text wider than this are hard to read, and a card's button far from its name.
+/// Wider lines are hard to read, and a card's button would be far from its name.
 constexpr int ContentWidth = 1200;
 
 } // namespace
@@ -70,7 +70,7 @@ void PackageContainer::search(const QString &text)
     if (!m_filter->isActive())
         m_scrollBefore = m_list->verticalScrollBar()->value();
     m_filter->search(text);
-    // What is found is read from its beginning. Nothing of it is shown elsewhere before.
+    // A search result is shown from its first card, and never at another position before.
     if (m_filter->isActive())
         m_list->scrollToTop();
     listFound();
@@ -110,7 +110,7 @@ void PackageContainer::followController()
 void PackageContainer::followFilter()
 {
     connect(m_filter, &PackageFilter::advanced, this, &PackageContainer::listFound);
-    // The cards come first: most people scroll before they search.
+    // The cards have priority, because most people scroll before they search.
     connect(m_cards, &PackageCards::complete, m_filter, &PackageFilter::prepare);
     connect(m_list, &WidgetList::typed, this, &PackageContainer::typed);
 }
@@ -167,7 +167,7 @@ void PackageContainer::showList()
 {
     const bool isLeft = hasFocusIn(*m_detail);
     PackageWidget *opened = isLeft ? m_cards->cardOf(m_openedId) : nullptr;
-    // What has the keyboard when it is hidden would give it to the next best widget.
+    // Otherwise Qt would move the focus of a hidden widget to an arbitrary one.
     if (isLeft)
         window()->focusWidget()->clearFocus();
     m_detail->hide();
@@ -202,7 +202,7 @@ void PackageContainer::listFound()
     describeSearch();
 }
 
-/// The panel says so where nothing was found. An empty catalogue is an empty list.
+/// The panel is for searches without a result. An empty catalogue is shown as an empty list.
 void PackageContainer::showListOrNothing()
 {
     const bool nothing =
@@ -213,7 +213,7 @@ void PackageContainer::showListOrNothing()
     m_list->setVisible(!nothing);
 }
 
-/// Without a search the list stands where it stood before, or where the keyboard is.
+/// Without a search the list returns to its former position, or to the card with the focus.
 void PackageContainer::returnToPlace()
 {
     if (!m_list->showKeyboard())

@@ -23,8 +23,8 @@ class PackageFilter;
 class PackageProcessingWidget;
 class PackageSidebar;
 
-/// The central area: the list of cards with the sidebar, or one package in detail, or a panel that
-/// tells why there is neither. It shows what the package controller's signals ask for.
+/// The central area: the list of cards with the sidebar, the detail page, or a panel that explains
+/// why neither is shown. It shows what the package controller's signals ask for.
 class PackageContainer final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -33,23 +33,23 @@ public:
     explicit PackageContainer(const QSharedPointer<Controllers::PackageController> &controller,
                               QWidget *parent = nullptr);
 
-    /// Gives the keyboard to the first card of the list, if there is one.
+    /// Sets the focus to the first card of the list, if there is one.
     void focusFirstCard();
-    /// The same for the first card in sight, and tells whether there is one.
+    /// Sets the focus to the first visible card and returns whether there is one.
     bool focusCardInSight();
 
-    /// Lists only the packages that answer to the text, from now on. While a package is shown in
-    /// detail the list is shown instead.
+    /// Lists only the packages that match the text from now on. If the detail page is shown, it is
+    /// replaced by the list.
     void search(const QString &text);
-    /// Shows the list, and gives the keyboard to the first card of what was found.
+    /// Shows the list and sets the focus to the first card of the result.
     void goToFound();
 
 signals:
-    /// Somebody types while the list has the keyboard.
+    /// A character was typed while the list had the focus.
     void typed(const QString &text);
-    /// Escape was pressed in a list that is filtered.
+    /// Escape was pressed in a filtered list.
     void searchCancelled();
-    /// How many packages are found, for screen readers; empty without a search.
+    /// The number of found packages as text for screen readers; empty without a search.
     void searchDescribed(const QString &result);
 
 protected:
@@ -82,9 +82,9 @@ private:
     PackageProcessingWidget *m_processing;
     PackageSidebar *m_sidebar;
     PackageFilter *m_filter;
-    /// Whether the list is what is to be shown, or that nothing was found for it.
+    /// Whether the list should be shown, or the panel for an empty search result.
     bool m_showsList = false;
-    /// Where the list stood before it was filtered.
+    /// The scroll position of the list before it was filtered.
     int m_scrollBefore = 0;
     /// The package that was opened last.
     int m_openedId = 0;

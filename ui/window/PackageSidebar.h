@@ -14,8 +14,7 @@ class PackageController;
 
 namespace Kavo::Ui {
 
-/// The panel beside the list with a choice of categories and of price types. It shows them only;
-/// choosing changes nothing.
+/// The panel next to the list with a choice of categories and price types. Choosing has no effect.
 class PackageSidebar final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -23,7 +22,7 @@ class PackageSidebar final : public Components::StyledWidget
 public:
     explicit PackageSidebar(const QSharedPointer<Controllers::PackageController> &controller,
                             QWidget *parent = nullptr);
-    /// Offers other categories than the controller's.
+    /// Uses these categories instead of the controller's.
     PackageSidebar(const QSharedPointer<Controllers::PackageController> &controller,
                    const QStringList &categories, QWidget *parent);
 

@@ -37,10 +37,10 @@ namespace {
 
 constexpr int MaximalHeight = 75;
 constexpr int LogoHeight = 25;
-/// Besides the space between all buttons.
+/// In addition to the spacing between all buttons.
 constexpr int ResetGap = 16;
 
-/// Ctrl+F first. Keyboards have up to two keys of their own for it.
+/// Ctrl+F is first. Keyboards have up to two extra keys for it.
 QList<QKeySequence> searchKeys()
 {
     QList<QKeySequence> keys{Qt::CTRL + Qt::Key_F, Qt::Key_Find, Qt::Key_Search};
@@ -51,7 +51,7 @@ QList<QKeySequence> searchKeys()
     return keys;
 }
 
-/// Whether a program may say where its windows are. On Wayland only the compositor does.
+/// Whether a program may position its windows. On Wayland only the compositor does.
 bool placesWindows()
 {
     return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
@@ -66,7 +66,7 @@ TopBar::TopBar(const QSharedPointer<TopbarController> &controller, QWidget *pare
     setMaximumHeight(MaximalHeight);
     auto *layout = new QHBoxLayout(this);
     layout->setSpacing(8);
-    // Logo and buttons stand over the edges of the list, as near as stretches can bring them.
+    // Aligns logo and buttons with the edges of the list as far as stretches allow.
     layout->addStretch(3);
     addLogo(*layout);
     layout->addStretch(12);
@@ -80,7 +80,7 @@ TopBar::TopBar(const QSharedPointer<TopbarController> &controller, QWidget *pare
     showSearch(m_controller->settings()->showsFilter());
 }
 
-/// The button belongs to the field, which hears of its own keys only.
+/// The button is handled with the field, which receives only its own key events.
 void TopBar::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Escape && m_searchButton->hasFocus())
@@ -164,13 +164,13 @@ void TopBar::showSearch(bool shown)
 void TopBar::drag(const QPoint &position)
 {
     if (!placesWindows()) {
-        // From here on the pointer is the compositor's, the release of the button included.
+        // From here on the compositor has the pointer, including the release of the button.
         m_dragging = false;
         if (!window()->isMaximized())
             window()->windowHandle()->startSystemMove();
         return;
     }
-    // The window follows by this very amount, which keeps the point under the pointer.
+    // The window moves by the same distance, so the point under the pointer stays the same.
     const QPoint distance = position - m_pressed;
     m_controller->moveBy(distance.x(), distance.y());
 }
@@ -220,7 +220,7 @@ void TopBar::addSearch(QHBoxLayout &layout)
     addSearchKeys();
 }
 
-/// The bar has them, since they work while field and button are hidden.
+/// The shortcuts belong to the bar, so that they work while field and button are hidden.
 void TopBar::addSearchKeys()
 {
     auto *action = new QAction(this);
@@ -244,7 +244,7 @@ void TopBar::addButtons(QHBoxLayout &layout)
     Components::giveKeys(*settingsButton, {Qt::CTRL + Qt::Key_Comma});
     layout.addWidget(settingsButton);
 
-    // It looks like its neighbours and takes everything away.
+    // Set apart, because it looks like the other buttons but deletes everything.
     layout.addSpacing(ResetGap);
     QPushButton *resetButton = makeBarButton(Components::Glyph::Undo, tr("Reset"));
     resetButton->setToolTip(tr("Reset"));

@@ -16,9 +16,9 @@ namespace Kavo::Ui {
 
 class SearchField;
 
-/// The strip at the top of the frameless window: logo, launcher of the simulator, search field,
-/// buttons and window buttons. The window is dragged by it, and maximised and restored by a double
-/// click.
+/// The bar at the top of the frameless window: logo, launcher of the simulator, search field,
+/// buttons and window buttons. Dragging it moves the window, and a double click maximises or
+/// restores it.
 class TopBar final : public Components::StyledWidget
 {
     Q_OBJECT
@@ -27,23 +27,23 @@ public:
     explicit TopBar(const QSharedPointer<Controllers::TopbarController> &controller,
                     QWidget *parent = nullptr);
 
-    /// Gives the keyboard to the Refresh button.
+    /// Sets the focus to the Refresh button.
     void focusRefresh();
 
-    /// Shows the search with the keyboard in its field. What is typed goes behind the text there;
-    /// without it that text is selected.
+    /// Shows the search field with the focus in it. `typed` is appended to its text; if it is
+    /// empty, the text is selected.
     void beginSearch(const QString &typed = QString());
-    /// Empties the field. It is hidden with its button where they are not always there.
+    /// Clears the search field. In a narrow window field and button are hidden.
     void endSearch();
-    /// What screen readers say of what was found.
+    /// Sets the description of the search result for screen readers.
     void describeSearch(const QString &result);
 
 signals:
     /// The text in the search field has changed.
     void searched(const QString &text);
-    /// The keyboard is to go to what was found.
+    /// The focus should move to the search result.
     void searchConfirmed();
-    /// The search field is about to be hidden, and has the keyboard.
+    /// The search field has the focus and is about to be hidden.
     void searchLeft();
 
 protected:

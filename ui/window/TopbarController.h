@@ -12,7 +12,7 @@ namespace Kavo::Controllers {
 class ApplicationController;
 class PackageController;
 
-/// Turns what the top bar's buttons ask for into calls of those who do it. Main thread.
+/// Performs the actions of the top bar's buttons by calling the other controllers. Main thread.
 class TopbarController final : public QObject
 {
     Q_OBJECT
@@ -25,9 +25,9 @@ public:
     const QSharedPointer<Settings> &settings() const { return m_settings; }
     const QSharedPointer<PackageController> &packageController() const { return m_packages; }
 
-    /// Loads the catalogue anew.
+    /// Reloads the catalogue.
     void refresh();
-    /// Deletes the databases and empties all settings. The program has to end afterwards.
+    /// Deletes the databases and clears all settings. The program must end afterwards.
     void reset();
 
     void restore();
@@ -35,7 +35,7 @@ public:
     void minimize();
     void exit();
 
-    /// Moves the window by so many pixels from where it is.
+    /// Moves the window by a distance in pixels.
     void moveBy(int horizontal, int vertical);
 
 private:
