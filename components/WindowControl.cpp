@@ -35,7 +35,7 @@ WindowControl::WindowControl(QWidget *parent)
     connect(minimizeButton, &QPushButton::clicked, this, &WindowControl::minimize);
     connect(m_toggle, &QPushButton::clicked, this, &WindowControl::toggle);
     connect(closeButton, &QPushButton::clicked, this, &WindowControl::close);
-    giveKeys(*closeButton, {Qt::CTRL + Qt::Key_Q});
+    giveKeys(*closeButton, {int(Qt::CTRL) + Qt::Key_Q});
 
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

@@ -46,7 +46,7 @@ void ButtonKeysTest::init()
     m_field = new QLineEdit(m_window.get());
     m_button =
         makeIconButton(QStringLiteral("Button"), QStringLiteral("Reload"), QIcon(), m_window.get());
-    giveKeys(*m_button, {Qt::Key_F5, Qt::CTRL + Qt::Key_R});
+    giveKeys(*m_button, {Qt::Key_F5, int(Qt::CTRL) + Qt::Key_R});
     m_window->show();
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
     m_field->setFocus();

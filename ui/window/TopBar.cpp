@@ -43,7 +43,7 @@ constexpr int ResetGap = 16;
 /// Ctrl+F is first. Keyboards have up to two extra keys for it.
 QList<QKeySequence> searchKeys()
 {
-    QList<QKeySequence> keys{Qt::CTRL + Qt::Key_F, Qt::Key_Find, Qt::Key_Search};
+    QList<QKeySequence> keys{int(Qt::CTRL) + Qt::Key_F, Qt::Key_Find, Qt::Key_Search};
     for (const QKeySequence &key : QKeySequence::keyBindings(QKeySequence::Find)) {
         if (!keys.contains(key))
             keys.append(key);
@@ -236,12 +236,12 @@ void TopBar::addButtons(QHBoxLayout &layout)
     m_refreshButton->setToolTip(tr("Refresh"));
     connect(m_refreshButton, &QPushButton::clicked, m_controller.data(),
             &TopbarController::refresh);
-    Components::giveKeys(*m_refreshButton, {Qt::Key_F5, Qt::CTRL + Qt::Key_R});
+    Components::giveKeys(*m_refreshButton, {Qt::Key_F5, int(Qt::CTRL) + Qt::Key_R});
     layout.addWidget(m_refreshButton);
 
     QPushButton *settingsButton = makeBarButton(Components::Glyph::Gear, tr("Settings"));
     connect(settingsButton, &QPushButton::clicked, this, &TopBar::openSettings);
-    Components::giveKeys(*settingsButton, {Qt::CTRL + Qt::Key_Comma});
+    Components::giveKeys(*settingsButton, {int(Qt::CTRL) + Qt::Key_Comma});
     layout.addWidget(settingsButton);
 
     // Set apart, because it looks like the other buttons but deletes everything.
