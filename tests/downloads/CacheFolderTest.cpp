@@ -93,7 +93,8 @@ void CacheFolderTest::halfBesideStaysWhileTheNameIsTaken()
 {
     const QString beside = fetchTwoHalves();
     std::vector<Pointer> downloads;
-    for (const QString &folder : std::get<0>(Rows<QStringList>::current())) {
+    const auto [folders] = Rows<QStringList>::current();
+    for (const QString &folder : folders) {
         const QString archive = "/%1/a"_s.arg(folder);
         const bool isFirst = folder == "first"_s;
         const QString place = path(isFirst ? "a"_s : beside);
