@@ -31,7 +31,7 @@ private slots:
     void runsInTheExecutablesFolder();
     void existingFilesAreReplaced();
     void destinationIsMade();
-    void namesAreKeptInEveryLocale();
+    void runsInALocaleThatKnowsAllNames();
 
     void programThatCannotStartFails_data();
     void programThatCannotStartFails();
@@ -222,16 +222,14 @@ void P7ZipExtractorTest::existingFilesAreReplaced()
     QCOMPARE(fileTree(path("out"_s)), expectedTree(files));
 }
 
-void P7ZipExtractorTest::namesAreKeptInEveryLocale()
+/// Some builds of 7-Zip lose names beyond ASCII in the locale of POSIX.
+void P7ZipExtractorTest::runsInALocaleThatKnowsAllNames()
 {
-    const Files files{{QString::fromUtf8("Größe/Žluť.txt"), "1"}};
-    QVERIFY(makeArchive(path("a.7z"_s), files));
     const QByteArray locale = qgetenv("LC_ALL");
     qputenv("LC_ALL", "C");
-    const bool extracted = P7ZipExtractor().extract(path("a.7z"_s), path("out"_s));
+    unpack("a"_s, standIn("printf %s \"$LC_ALL\" > \"${0%/*}/locale\"\n"));
     qputenv("LC_ALL", locale);
-    QVERIFY(extracted);
-    QCOMPARE(fileTree(path("out"_s)), expectedTree(files));
+    QCOMPARE(readFile(path("locale"_s)), QByteArray("C.UTF-8"));
 }
 
 void P7ZipExtractorTest::destinationIsMade()

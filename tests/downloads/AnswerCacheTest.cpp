@@ -1,4 +1,5 @@
 #include "downloads/AnswerCache.h"
+#include "downloads/BodyChecksum.h"
 #include "tests/downloads/DownloadFixture.h"
 #include "tests/support/Archives.h"
 #include "tests/support/FullDisk.h"
@@ -8,12 +9,14 @@
 
 #include <QDirIterator>
 #include <QLocale>
+#include <QNetworkReply>
 #include <QScopeGuard>
 
 #include <ctime>
 #include <vector>
 
 using Kavo::Managers::AnswerCache;
+using Kavo::Managers::BodyChecksum;
 using namespace Kavo::Testing;
 
 using Headers = QList<QPair<QByteArray, QByteArray>>;
@@ -67,6 +70,7 @@ private slots:
     void archivesAreNeitherKeptNorRead();
     void archiveOfAnAddressThatIsKeptComesFromTheServer();
     void redirectedFileIsKept();
+    void fileThatHasChangedMeanwhileIsNotKept();
     void bodyThatIsCutIsNotKept_data();
     void bodyThatIsCutIsNotKept();
     void fetchesOfOneAddressAtTheSameTime();
@@ -403,6 +407,24 @@ void AnswerCacheTest::redirectedFileIsKept()
     QVERIFY(server().requests("/old"_s).size() >= 2);
     QCOMPARE(server().requests("/a"_s).size(), 2);
     QVERIFY(lastGet().hasHeader("If-Modified-Since"));
+}
+
+void AnswerCacheTest::fileThatHasChangedMeanwhileIsNotKept()
+{
+    serveKnown(picture());
+    QNetworkAccessManager network;
+    const QScopedPointer<QNetworkReply> answer(network.get(QNetworkRequest(QUrl(url()))));
+    QTRY_VERIFY(answer->isFinished());
+    const QByteArray checksum = BodyChecksum::of(picture());
+    AnswerCache cache(folder());
+    QByteArray other = picture();
+    other[0] = static_cast<char>(~other.at(0));
+    QVERIFY(put(other));
+    cache.keep(*answer, path(), checksum, AnswerCache::Asking::WhenStale);
+    QCOMPARE(entries(), QStringList());
+    QVERIFY(put(picture()));
+    cache.keep(*answer, path(), checksum, AnswerCache::Asking::WhenStale);
+    QCOMPARE(entries().size(), 1);
 }
 
 void AnswerCacheTest::bodyThatIsCutIsNotKept_data()

@@ -33,6 +33,8 @@ private slots:
     void cutIsAlwaysNoticed_data();
     void cutIsAlwaysNoticed();
     void silentlyShortBodyIsLogged();
+    void fileThatIsTooLargeIsGivenUp_data();
+    void fileThatIsTooLargeIsGivenUp();
     void redirectLoopEnds();
 
     void rangeIgnoredByTheServer_data();
@@ -317,6 +319,25 @@ void TransferFaultsTest::silentlyShortBodyIsLogged()
     file.cutAfter = 2000;
     QCOMPARE(transfer(resumable()), resumableEvents(5000, path()));
     QVERIFY(log().contains(sizeLine(2000, 5000)));
+}
+
+void TransferFaultsTest::fileThatIsTooLargeIsGivenUp_data()
+{
+    Rows<bool>().row("with a length", false).row("in chunks", true);
+}
+
+void TransferFaultsTest::fileThatIsTooLargeIsGivenUp()
+{
+    const auto [chunked] = Rows<bool>::current();
+    server().serveGenerated("/a"_s, 300000).chunked = chunked;
+    const Pointer download = restart();
+    download->setLargestSize(299999);
+    QCOMPARE(transfer(download).count(errorEvent()), 1);
+    QVERIFY(!exists());
+    const Pointer next = restart();
+    next->setLargestSize(300000);
+    QCOMPARE(transfer(next).count(errorEvent()), 0);
+    QCOMPARE(content().size(), 300000);
 }
 
 void TransferFaultsTest::redirectLoopEnds()
