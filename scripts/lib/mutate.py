@@ -420,6 +420,9 @@ def main():
         sys.exit(f"error: no faults for {', '.join(sorted(unknown))}; there are "
                  f"{', '.join(sorted(known))}")
     WORK.mkdir(parents=True, exist_ok=True)
+    # Of a run that was killed.
+    for path in WORK.glob("run-*"):
+        remove_tree(path)
     # All faults are built in, whichever are run, so that the next run need not build again.
     faults = read_lists(set())
     make_copy(faults)
