@@ -31,7 +31,8 @@ MessageBoxAnswers::Shown record(const QMessageBox &box)
             defaultButton ? box.standardButton(defaultButton) : QMessageBox::NoButton,
             box.parentWidget(),
             box.informativeText(),
-            yes && yes->objectName() == "DestroyingYes"_s};
+            yes && yes->objectName() == "DestroyingYes"_s,
+            box.textFormat()};
 }
 
 } // namespace
@@ -53,6 +54,15 @@ void MessageBoxAnswers::expect(const QString &title, const QString &text,
                                QMessageBox::StandardButton button)
 {
     m_expected.append({Kind::MESSAGE, title, text, button, {}});
+}
+
+void MessageBoxAnswers::expect(const QString &title, const QString &text,
+                               const std::function<void(QMessageBox &)> &handle)
+{
+    const auto asMessage = [handle](QDialog &dialog) {
+        handle(static_cast<QMessageBox &>(dialog));
+    };
+    m_expected.append({Kind::MESSAGE, title, text, QMessageBox::NoButton, asMessage});
 }
 
 void MessageBoxAnswers::expectFolder(const QString &caption, const QString &folder)
@@ -101,6 +111,10 @@ void MessageBoxAnswers::answerMessage(QMessageBox &box)
     Expected expected;
     if (!takeExpected(Kind::MESSAGE, box.windowTitle(), box.text(), expected)) {
         box.done(QMessageBox::NoButton);
+        return;
+    }
+    if (expected.handle) {
+        expected.handle(box);
         return;
     }
     QAbstractButton *button = box.button(expected.button);

@@ -39,6 +39,7 @@ public:
         QWidget *parent;                           ///< to be compared only
         QString informativeText;
         bool isDestroying; ///< Yes is marked as the end of something
+        Qt::TextFormat textFormat;
     };
 
     MessageBoxAnswers();
@@ -46,6 +47,10 @@ public:
 
     /// A message box, and the button to press.
     void expect(const QString &title, const QString &text, QMessageBox::StandardButton button);
+    /// A message box that the function looks at. It runs once and has to see to it that the box
+    /// closes or goes with its parent.
+    void expect(const QString &title, const QString &text,
+                const std::function<void(QMessageBox &)> &handle);
     /// A folder dialog with this caption, and the folder to choose; an empty one cancels.
     void expectFolder(const QString &caption, const QString &folder);
     /// Any other modal dialog, by object name. The function runs once while it is shown and has to
@@ -70,7 +75,7 @@ private:
         QString title; ///< of dialogs the object name
         QString text;
         QMessageBox::StandardButton button;
-        std::function<void(QDialog &)> handle;
+        std::function<void(QDialog &)> handle; ///< in the place of the button
     };
 
     void look();

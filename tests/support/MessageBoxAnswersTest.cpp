@@ -12,6 +12,7 @@ class MessageBoxAnswersTest final : public QObject
 
 private slots:
     void pressesTheButtonAndRecordsTheBox();
+    void handsABoxToTheTest();
     void choosesAndCancelsFolders();
     void answersOneBoxInsideAnother();
 };
@@ -30,6 +31,25 @@ void MessageBoxAnswersTest::pressesTheButtonAndRecordsTheBox()
     QCOMPARE(box.text, "Text"_s);
     QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Yes | QMessageBox::No));
     QCOMPARE(box.parent, &parent);
+    QCOMPARE(box.textFormat, Qt::AutoText);
+}
+
+void MessageBoxAnswersTest::handsABoxToTheTest()
+{
+    MessageBoxAnswers answers;
+    auto parent = std::make_unique<QWidget>();
+    answers.expect(QStringLiteral("Title"), QStringLiteral("Text"),
+                   [](QMessageBox &box) { box.button(QMessageBox::Yes)->click(); });
+    QCOMPARE(QMessageBox::question(parent.get(), QStringLiteral("Title"), QStringLiteral("Text")),
+             QMessageBox::Yes);
+    // The box may go while it is looked at.
+    auto *box = new QMessageBox(parent.get());
+    box->setText(QStringLiteral("Text"));
+    QPointer<QMessageBox> guard = box;
+    answers.expect(QString(), QStringLiteral("Text"), [&parent](QMessageBox &) { parent.reset(); });
+    box->exec();
+    QVERIFY(!guard);
+    QVERIFY(answers.allShown());
 }
 
 void MessageBoxAnswersTest::choosesAndCancelsFolders()
