@@ -3,6 +3,10 @@
 #include "tests/support/TestMain.h"
 
 #include <QFileDialog>
+#include <QPointer>
+#include <QPushButton>
+
+#include <memory>
 
 using namespace Kavo::Testing;
 
@@ -38,15 +42,14 @@ void MessageBoxAnswersTest::handsABoxToTheTest()
 {
     MessageBoxAnswers answers;
     auto parent = std::make_unique<QWidget>();
-    answers.expect(QStringLiteral("Title"), QStringLiteral("Text"),
+    answers.expect("Title"_s, "Text"_s,
                    [](QMessageBox &box) { box.button(QMessageBox::Yes)->click(); });
-    QCOMPARE(QMessageBox::question(parent.get(), QStringLiteral("Title"), QStringLiteral("Text")),
-             QMessageBox::Yes);
+    QCOMPARE(QMessageBox::question(parent.get(), "Title"_s, "Text"_s), QMessageBox::Yes);
     // The box may go while it is looked at.
     auto *box = new QMessageBox(parent.get());
-    box->setText(QStringLiteral("Text"));
+    box->setText("Text"_s);
     QPointer<QMessageBox> guard = box;
-    answers.expect(QString(), QStringLiteral("Text"), [&parent](QMessageBox &) { parent.reset(); });
+    answers.expect(QString(), "Text"_s, [&parent](QMessageBox &) { parent.reset(); });
     box->exec();
     QVERIFY(!guard);
     QVERIFY(answers.allShown());

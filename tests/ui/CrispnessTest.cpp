@@ -1,9 +1,8 @@
 #include "components/LoadingAnimation.h"
 #include "components/Picture.h"
 #include "core/ApplicationController.h"
-#include "tests/components/Widgets.h"
-#include "tests/dialogs/SharedController.h"
 #include "tests/support/TestMain.h"
+#include "tests/ui/WidgetTest.h"
 #include "ui/window/TopBar.h"
 #include "ui/window/TopbarController.h"
 
@@ -22,123 +21,103 @@ namespace {
 
 QImage resource(const QString &name)
 {
-    return QImage(QStringLiteral(":/resources/img/") + name);
+    return QImage(":/resources/img/"_s + name);
 }
 
 } // namespace
 
 /// Everything that is drawn has as many pixels as the screen has. Run at several scale factors.
-class CrispnessTest final : public QObject
+class CrispnessTest final : public WidgetTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+        WidgetTest::initTestCase();
+        // The application's own ratio is a whole number on some platforms.
+        m_ratio = QWidget().devicePixelRatioF();
+        const QByteArray wanted = qgetenv("QT_SCALE_FACTOR");
+        QCOMPARE(m_ratio, wanted.isEmpty() ? 1.0 : wanted.toDouble());
+    }
 
-    void pictureHasThePixelsOfTheScreen_data();
-    void pictureHasThePixelsOfTheScreen();
-    void nullPictureStaysNull();
-    void logoIsDrawnForTheScreen();
-    void animationIsDrawnForTheScreen();
-    void glyphIsDrawnForTheScreen();
-    void everyPictureHasADenseTwin();
+    void pictureHasThePixelsOfTheScreen_data()
+    {
+        table<qreal, int>({"ratio", "pixels"}, {{"1", 1.0, 25}, {"1.5", 1.5, 38}, {"2", 2.0, 50}});
+    }
+
+    void pictureHasThePixelsOfTheScreen()
+    {
+        QFETCH(qreal, ratio);
+        QFETCH(int, pixels);
+        QPixmap original(400, 200);
+        original.fill(Qt::red);
+        const QPixmap scaled = scaledToHeight(original, 25, ratio);
+        QCOMPARE(scaled.height(), pixels);
+        QCOMPARE(scaled.width(), 2 * pixels);
+        QCOMPARE(scaled.devicePixelRatioF(), ratio);
+    }
+
+    void nullPictureStaysNull() { QVERIFY(scaledToHeight(QPixmap(), 25, 2.0).isNull()); }
+
+    void logoIsDrawnForTheScreen()
+    {
+        engine().start();
+        const auto controller = QSharedPointer<TopbarController>::create(
+            engine().settings(), shared(), QSharedPointer<ApplicationController>::create());
+        const TopBar bar(controller);
+        const QPixmap *logo = child<QLabel>(bar, "StoreLogo")->pixmap();
+        QCOMPARE(logo->height(), qRound(25 * m_ratio));
+        QCOMPARE(logo->devicePixelRatioF(), m_ratio);
+        // It is scaled down, never up.
+        QVERIFY(resource("store.png"_s).height() >= logo->height());
+    }
+
+    void animationIsDrawnForTheScreen()
+    {
+        QLabel label;
+        LoadingAnimation::play(label, QSize(24, 24));
+        const QPixmap frame = label.movie()->currentPixmap();
+        QVERIFY(frame.height() >= 24 * m_ratio);
+        QCOMPARE(frame.size() / frame.devicePixelRatioF(), QSize(24, 24));
+        QCOMPARE(label.sizeHint(), QSize(24, 24));
+    }
+
+    void glyphIsDrawnForTheScreen()
+    {
+        QPushButton button;
+        button.setIcon(Kavo::Components::iconFont()->icon(0xf0ed));
+        button.setIconSize(QSize(16, 16));
+        button.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&button));
+        const QPixmap glyph = button.icon().pixmap(button.windowHandle(), button.iconSize());
+        QCOMPARE(glyph.size(), QSize(qRound(16 * m_ratio), qRound(16 * m_ratio)));
+        QCOMPARE(glyph.devicePixelRatioF(), m_ratio);
+    }
+
+    /// What is shown in its own size has a second file with twice the pixels.
+    void everyPictureHasADenseTwin()
+    {
+        int pairs = 0;
+        QDirIterator entries(":/resources/img"_s);
+        while (entries.hasNext()) {
+            const QFileInfo file(entries.next());
+            // These two are large and scaled down where they are shown.
+            const bool scaled = file.baseName() == "store"_s || file.baseName() == "icon"_s;
+            if (scaled || file.baseName().endsWith("@2x"_s))
+                continue;
+            const QString twin =
+                file.path() + QLatin1Char('/') + file.baseName() + "@2x."_s + file.suffix();
+            QCOMPARE(QImageReader(twin).size(), QImageReader(file.filePath()).size() * 2);
+            ++pairs;
+        }
+        QVERIFY(pairs >= 9);
+    }
 
 private:
     qreal m_ratio = 0;
 };
-
-void CrispnessTest::initTestCase()
-{
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    Kavo::Components::iconFont()->initFontAwesome();
-    // The application's own ratio is a whole number on some platforms.
-    m_ratio = QWidget().devicePixelRatioF();
-    const QByteArray wanted = qgetenv("QT_SCALE_FACTOR");
-    QCOMPARE(m_ratio, wanted.isEmpty() ? 1.0 : wanted.toDouble());
-}
-
-void CrispnessTest::pictureHasThePixelsOfTheScreen_data()
-{
-    QTest::addColumn<qreal>("ratio");
-    QTest::addColumn<int>("pixels");
-    QTest::newRow("1") << 1.0 << 25;
-    QTest::newRow("1.5") << 1.5 << 38;
-    QTest::newRow("2") << 2.0 << 50;
-}
-
-void CrispnessTest::pictureHasThePixelsOfTheScreen()
-{
-    QFETCH(qreal, ratio);
-    QFETCH(int, pixels);
-    QPixmap original(400, 200);
-    original.fill(Qt::red);
-    const QPixmap scaled = scaledToHeight(original, 25, ratio);
-    QCOMPARE(scaled.height(), pixels);
-    QCOMPARE(scaled.width(), 2 * pixels);
-    QCOMPARE(scaled.devicePixelRatioF(), ratio);
-}
-
-void CrispnessTest::nullPictureStaysNull()
-{
-    QVERIFY(scaledToHeight(QPixmap(), 25, 2.0).isNull());
-}
-
-void CrispnessTest::logoIsDrawnForTheScreen()
-{
-    Engine engine;
-    engine.start();
-    const auto controller =
-        QSharedPointer<TopbarController>::create(engine.settings(), sharedController(engine),
-                                                 QSharedPointer<ApplicationController>::create());
-    const TopBar bar(controller);
-    const QPixmap *logo = child<QLabel>(bar, "StoreLogo")->pixmap();
-    QCOMPARE(logo->height(), qRound(25 * m_ratio));
-    QCOMPARE(logo->devicePixelRatioF(), m_ratio);
-    // It is scaled down, never up.
-    QVERIFY(resource(QStringLiteral("store.png")).height() >= logo->height());
-}
-
-void CrispnessTest::animationIsDrawnForTheScreen()
-{
-    QLabel label;
-    LoadingAnimation::play(label, QSize(24, 24));
-    const QPixmap frame = label.movie()->currentPixmap();
-    QVERIFY(frame.height() >= 24 * m_ratio);
-    QCOMPARE(frame.size() / frame.devicePixelRatioF(), QSize(24, 24));
-    QCOMPARE(label.sizeHint(), QSize(24, 24));
-}
-
-void CrispnessTest::glyphIsDrawnForTheScreen()
-{
-    QPushButton button;
-    button.setIcon(Kavo::Components::iconFont()->icon(0xf0ed));
-    button.setIconSize(QSize(16, 16));
-    button.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&button));
-    const QPixmap glyph = button.icon().pixmap(button.windowHandle(), button.iconSize());
-    QCOMPARE(glyph.size(), QSize(qRound(16 * m_ratio), qRound(16 * m_ratio)));
-    QCOMPARE(glyph.devicePixelRatioF(), m_ratio);
-}
-
-/// What is shown in its own size has a second file with twice the pixels.
-void CrispnessTest::everyPictureHasADenseTwin()
-{
-    int pairs = 0;
-    QDirIterator entries(QStringLiteral(":/resources/img"));
-    while (entries.hasNext()) {
-        const QFileInfo file(entries.next());
-        // These two are large and scaled down where they are shown.
-        const bool scaled =
-            file.baseName() == QLatin1String("store") || file.baseName() == QLatin1String("icon");
-        if (scaled || file.baseName().endsWith(QLatin1String("@2x")))
-            continue;
-        const QString twin = file.path() + QLatin1Char('/') + file.baseName() +
-                             QLatin1String("@2x.") + file.suffix();
-        QCOMPARE(QImageReader(twin).size(), QImageReader(file.filePath()).size() * 2);
-        ++pairs;
-    }
-    QVERIFY(pairs >= 9);
-}
 
 KAVO_TEST_MAIN(CrispnessTest)
 #include "CrispnessTest.moc"

@@ -1,15 +1,11 @@
 #include "dialogs/MessageBoxes.h"
 #include "dialogs/SettingsDialog.h"
-#include "tests/components/Widgets.h"
-#include "tests/dialogs/SharedController.h"
+#include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "tests/ui/ShownWindow.h"
+#include "tests/ui/WindowTest.h"
 
 #include <QLineEdit>
 #include <QTabWidget>
-#include <QTimer>
-
-#include <memory>
 
 using namespace Kavo::Testing;
 using Kavo::Controllers::PackageController;
@@ -36,7 +32,7 @@ QStringList alikeIn(QWidget &window)
         const QImage focused = pictureOf(window, *widget);
         widget->clearFocus();
         if (pictureOf(window, *widget) == focused)
-            alike.append(widget->objectName() + QStringLiteral(": ") + spokenName(widget));
+            alike.append(widget->objectName() + ": "_s + spokenName(widget));
     }
     return alike;
 }
@@ -44,148 +40,134 @@ QStringList alikeIn(QWidget &window)
 } // namespace
 
 /// With the program's style everybody sees where the keyboard is.
-class FocusLookTest final : public QObject
+class FocusLookTest final : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup() { m_shown.reset(); }
+    /// The comparison itself.
+    void sameLookIsSeen()
+    {
+        QVERIFY(open(true));
+        QCOMPARE(alikeIn(window()), QStringList());
+        auto *field = child<QLineEdit>(window(), "SearchField");
+        // Without the cursor.
+        field->setReadOnly(true);
+        field->setStyleSheet("QLineEdit, QLineEdit:focus { border-color: red; outline: none; }"_s);
+        QCOMPARE(alikeIn(window()), QStringList("SearchField: Search"_s));
+    }
 
-    void sameLookIsSeen();
-    void list_data();
-    void list();
-    void detail_data();
-    void detail();
-    void settings_data();
-    void settings();
-    void question();
+    void keyboardIsSeenInTheList_data()
+    {
+        table<Package::State, bool, QStringList>(
+            {"state", "update", "buttons"},
+            {{"download", Package::AVAILABLE, false, {"Download: package-1"_s}},
+             {"update", Package::INSTALLED, true, {"Update: package-1"_s}},
+             {"installed", Package::INSTALLED, false, {}},
+             {"busy", Package::INSTALLING, false, {}}});
+    }
+
+    void keyboardIsSeenInTheList()
+    {
+        QFETCH(Package::State, state);
+        QFETCH(bool, update);
+        QFETCH(QStringList, buttons);
+        offer(1);
+        QVERIFY(open(true));
+        setState(1, state, update);
+        check(window(),
+              topBar(true) + filter() + buttons + QStringList("More Detail: package-1"_s));
+    }
+
+    void keyboardIsSeenInTheDetail_data()
+    {
+        table<int, Package::State, bool, QStringList, QStringList>(
+            {"page", "state", "update", "actions", "parts"},
+            {{"description",
+              0,
+              Package::AVAILABLE,
+              false,
+              {"Download"_s},
+              {"Description"_s, "Description"_s}},
+             {"change log",
+              1,
+              Package::INSTALLED,
+              true,
+              {"Update"_s, "Uninstall"_s},
+              {"Change log"_s, "Change log"_s}},
+             {"old versions",
+              2,
+              Package::INSTALLED,
+              false,
+              {"Uninstall"_s},
+              {"Old versions"_s, "Download: 2.0"_s, "Download: 1.0"_s}}});
+    }
+
+    void keyboardIsSeenInTheDetail()
+    {
+        QFETCH(int, page);
+        QFETCH(Package::State, state);
+        QFETCH(bool, update);
+        QFETCH(QStringList, actions);
+        QFETCH(QStringList, parts);
+        offer(1, 2);
+        QVERIFY(open());
+        setState(1, state, update);
+        openDetail(0);
+        turnTo(page);
+        // A picture that moves is none to compare with.
+        QTRY_COMPARE(shownColor(*child<QLabel>(window(), "CarouselImage")), QColor(Qt::red));
+        check(window(), topBar() + QStringList{"Back"_s, "Previous picture"_s, "Next picture"_s} +
+                            actions + QStringList{"Get Help"_s, "Manual"_s} + parts +
+                            QStringList("Page"_s));
+    }
+
+    void keyboardIsSeenInTheSettings_data()
+    {
+        table<int, QStringList>({"page", "parts"},
+                                {{"general", 0, {"General"_s, "English"_s}},
+                                 {"paths",
+                                  1,
+                                  {"Paths"_s, "Browse: X-Plane"_s, "Browse: Cache"_s,
+                                   "Browse: Preserve"_s, "Browse: Backup"_s}},
+                                 {"disk usage", 2, {"Disk Usage"_s}}});
+    }
+
+    void keyboardIsSeenInTheSettings()
+    {
+        QFETCH(int, page);
+        QFETCH(QStringList, parts);
+        QVERIFY(open());
+        SettingsDialog dialog(shared(), engine().settings(), &window());
+        child<QTabWidget>(dialog, "SettingsTabs")->setCurrentIndex(page);
+        dialog.show();
+        dialog.activateWindow();
+        QTRY_COMPARE(QApplication::activeWindow(), &dialog);
+        check(dialog, parts + QStringList{"Ok"_s, "Cancel"_s});
+    }
+
+    void keyboardIsSeenInAQuestion()
+    {
+        QVERIFY(open());
+        MessageBoxAnswers answers;
+        answers.expect("Title"_s, "Text"_s, [](QMessageBox &box) {
+            QTRY_COMPARE(QApplication::activeWindow(), &box);
+            check(box, {"Yes"_s, "No"_s});
+            box.done(QMessageBox::NoButton);
+        });
+        Kavo::Dialogs::confirm(&window(), QMessageBox::Question, "Title"_s, "Text"_s);
+        QVERIFY(answers.allShown());
+    }
 
 private:
-    QWidget &window() { return m_shown->window(); }
-    static void check(QWidget &window, int stops);
-
-    std::unique_ptr<ShownWindow> m_shown;
+    /// The keyboard comes to what has these names, and each of them looks different with it.
+    static void check(QWidget &window, const QStringList &stops)
+    {
+        // The first step goes there by itself.
+        QCOMPARE(spokenNames(walkAround(window)), stops);
+        QCOMPARE(alikeIn(window), QStringList());
+    }
 };
-
-void FocusLookTest::init()
-{
-    m_shown = std::make_unique<ShownWindow>();
-}
-
-void FocusLookTest::check(QWidget &window, int stops)
-{
-    // The first step goes there by itself.
-    QCOMPARE(walkAround(window).size(), stops);
-    const QStringList alike = alikeIn(window);
-    QVERIFY2(alike.isEmpty(), qPrintable(QLatin1Char('\n') + alike.join(QLatin1Char('\n'))));
-}
-
-/// The comparison itself.
-void FocusLookTest::sameLookIsSeen()
-{
-    QVERIFY(m_shown->open(true));
-    QVERIFY(alikeIn(window()).isEmpty());
-    auto *field = child<QLineEdit>(window(), "SearchField");
-    // Without the cursor.
-    field->setReadOnly(true);
-    field->setStyleSheet(
-        QStringLiteral("QLineEdit, QLineEdit:focus { border-color: red; outline: none; }"));
-    QCOMPARE(alikeIn(window()), QStringList(QStringLiteral("SearchField: Search")));
-}
-
-void FocusLookTest::list_data()
-{
-    QTest::addColumn<Package::State>("state");
-    QTest::addColumn<bool>("update");
-    QTest::addColumn<int>("buttons");
-    QTest::newRow("download") << Package::AVAILABLE << false << 2;
-    QTest::newRow("update") << Package::INSTALLED << true << 2;
-    QTest::newRow("installed") << Package::INSTALLED << false << 1;
-    QTest::newRow("busy") << Package::INSTALLING << false << 1;
-}
-
-void FocusLookTest::list()
-{
-    QFETCH(Package::State, state);
-    QFETCH(bool, update);
-    QFETCH(int, buttons);
-    m_shown->offer(1);
-    QVERIFY(m_shown->open(true));
-    m_shown->engine().package(1)->setUpdateAvailable(update);
-    m_shown->engine().package(1)->setState(state);
-    check(window(), 7 + 2 + 2 + buttons);
-}
-
-void FocusLookTest::detail_data()
-{
-    QTest::addColumn<int>("page");
-    QTest::addColumn<Package::State>("state");
-    QTest::addColumn<bool>("update");
-    QTest::addColumn<int>("stops");
-    const int always = 7 + 1 + 2 + 2 + 2;
-    QTest::newRow("description") << 0 << Package::AVAILABLE << false << always + 1 + 1;
-    QTest::newRow("change log") << 1 << Package::INSTALLED << true << always + 2 + 1;
-    QTest::newRow("old versions") << 2 << Package::INSTALLED << false << always + 1 + 2;
-}
-
-void FocusLookTest::detail()
-{
-    QFETCH(int, page);
-    QFETCH(Package::State, state);
-    QFETCH(bool, update);
-    QFETCH(int, stops);
-    m_shown->offer(1, 2);
-    QVERIFY(m_shown->open());
-    m_shown->engine().package(1)->setUpdateAvailable(update);
-    m_shown->engine().package(1)->setState(state);
-    m_shown->openDetail(0);
-    child<QTabWidget>(window(), "DetailTabs")->setCurrentIndex(page);
-    // A picture that moves is none to compare with.
-    const auto *banner = child<QLabel>(window(), "CarouselImage");
-    QTRY_COMPARE(shownColor(*banner), QColor(Qt::red));
-    check(window(), stops);
-}
-
-void FocusLookTest::settings_data()
-{
-    QTest::addColumn<int>("page");
-    QTest::addColumn<int>("stops");
-    QTest::newRow("general") << 0 << 4;
-    QTest::newRow("paths") << 1 << 7;
-    QTest::newRow("disk usage") << 2 << 3;
-}
-
-void FocusLookTest::settings()
-{
-    QFETCH(int, page);
-    QFETCH(int, stops);
-    QVERIFY(m_shown->open());
-    SettingsDialog dialog(sharedController(m_shown->engine()), m_shown->engine().settings(),
-                          &window());
-    child<QTabWidget>(dialog, "SettingsTabs")->setCurrentIndex(page);
-    dialog.show();
-    dialog.activateWindow();
-    QTRY_COMPARE(QApplication::activeWindow(), &dialog);
-    check(dialog, stops);
-}
-
-void FocusLookTest::question()
-{
-    QVERIFY(m_shown->open());
-    bool seen = false;
-    QTimer::singleShot(0, this, [&seen] {
-        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-        QVERIFY(box);
-        QTRY_COMPARE(QApplication::activeWindow(), box);
-        check(*box, 2);
-        seen = true;
-        box->done(QMessageBox::NoButton);
-    });
-    Kavo::Dialogs::confirm(&window(), QMessageBox::Question, QStringLiteral("Title"),
-                           QStringLiteral("Text"));
-    QVERIFY(seen);
-}
 
 KAVO_TEST_MAIN(FocusLookTest)
 #include "FocusLookTest.moc"

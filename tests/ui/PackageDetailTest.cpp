@@ -1,9 +1,7 @@
 #include "components/Carousel.h"
-#include "tests/components/Widgets.h"
-#include "tests/dialogs/SharedController.h"
 #include "tests/packages/MakePackage.h"
-#include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
+#include "tests/ui/WidgetTest.h"
 #include "ui/detail/PackageDetailInfoWidget.h"
 #include "ui/detail/PackageDetailOldVersionWidget.h"
 #include "ui/detail/PackageDetailOldVersionsList.h"
@@ -16,8 +14,6 @@
 #include <QSignalSpy>
 #include <QTabWidget>
 
-#include <memory>
-
 using namespace Kavo::Testing;
 using namespace Kavo::Ui;
 using Kavo::Components::Carousel;
@@ -29,11 +25,11 @@ namespace {
 
 PackagePointer twoVersions()
 {
-    const QStringList changes{QStringLiteral("Better lights"), QStringLiteral("More <i>sea</i>")};
-    const PackagePointer package = makePackage(
-        7, {makeVersion(QStringLiteral("2.0"), {}, changes), makeVersion(QStringLiteral("1.0"))});
-    package->setDescription(QStringLiteral("<b>A description</b>"));
-    package->setType(QStringLiteral("<u>PLUGIN</u>"));
+    const QStringList changes{"Better lights"_s, "More <i>sea</i>"_s};
+    const PackagePointer package =
+        makePackage(7, {makeVersion("2.0"_s, {}, changes), makeVersion("1.0"_s)});
+    package->setDescription("<b>A description</b>"_s);
+    package->setType("<u>PLUGIN</u>"_s);
     return package;
 }
 
@@ -42,77 +38,14 @@ PackagePointer longTexts()
 {
     QVector<Kavo::Models::PackageVersionPointer> versions;
     for (int number = 40; number > 0; --number)
-        versions.append(makeVersion(QString::number(number), {},
-                                    {QStringLiteral("Many words on one line. ").repeated(20)}));
+        versions.append(
+            makeVersion(QString::number(number), {}, {"Many words on one line. "_s.repeated(20)}));
     const PackagePointer package = makePackage(8, versions);
-    package->setDescription(QStringLiteral("Many words on many lines. ").repeated(500));
+    package->setDescription("Many words on many lines. "_s.repeated(500));
     return package;
 }
 
-} // namespace
-
-class PackageDetailTest final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase() { Kavo::Components::iconFont()->initFontAwesome(); }
-    void init();
-    void cleanup();
-
-    void pageHasItsLayout();
-    void scrollAreasShowNoBar();
-    void settingAPackageShowsThePage();
-    void descriptionMayBeRich();
-    void changeLogListsEveryVersion();
-    void pageStartsOnTheDescription();
-    void carouselIsShownForBannersOnly();
-    void backAsksForTheList();
-    void escapeAsksForTheList();
-    void noPackageIsNotShown();
-    void tabsAreAsHighAsTheirPage();
-    void tabsFitThePageThatIsTurnedTo();
-    void longPageLeavesSightOfTheRest();
-    void pageOpensAtItsTop();
-    void noSidewaysBarStays();
-    void longWordDoesNotWidenThePage();
-
-    void factsOfAnAvailablePackage();
-    void factsOfAnInstalledPackage();
-    void productIdIsShownFromOne_data();
-    void productIdIsShownFromOne();
-    void factsOfAPackageWithoutVersions();
-    void factsLineUp();
-
-    void versionsAreListed();
-    void installedVersionIsMarked();
-    void versionsOfThePackageBeforeAreGone();
-    void buttonOfAVersionInstallsIt();
-    void rowAnnouncesItsClick();
-
-private:
-    QStringList facts(const QWidget &root) const;
-    QList<PackageDetailOldVersionWidget *> rows(const PackageDetailOldVersionsList &list) const;
-
-    std::unique_ptr<Engine> m_engine;
-    std::unique_ptr<PackageDetailWidget> m_page;
-};
-
-void PackageDetailTest::init()
-{
-    m_engine = std::make_unique<Engine>();
-    m_engine->start();
-    m_page = std::make_unique<PackageDetailWidget>(sharedController(*m_engine));
-    m_page->resize(1000, 700);
-}
-
-void PackageDetailTest::cleanup()
-{
-    m_page.reset();
-    m_engine.reset();
-}
-
-QStringList PackageDetailTest::facts(const QWidget &root) const
+QStringList facts(const QWidget &root)
 {
     QStringList texts;
     for (const QLabel *label : allChildren<QLabel>(root, "FactLabel"))
@@ -120,402 +53,341 @@ QStringList PackageDetailTest::facts(const QWidget &root) const
     return texts;
 }
 
-QList<PackageDetailOldVersionWidget *>
-PackageDetailTest::rows(const PackageDetailOldVersionsList &list) const
+/// Where the value of a fact begins in its picture: behind the widest gap.
+int columnOfValue(QLabel &fact)
 {
-    QList<PackageDetailOldVersionWidget *> widgets;
-    for (int row = 0; row < list.count(); ++row)
-        widgets.append(qobject_cast<PackageDetailOldVersionWidget *>(
-            list.indexWidget(list.model()->index(row, 0))));
-    return widgets;
-}
-
-void PackageDetailTest::pageHasItsLayout()
-{
-    KAVO_NEEDS_ICON_FONT();
-    QCOMPARE(m_page->objectName(), QStringLiteral("PackageDetail"));
-    const auto *back = child<QPushButton>(*m_page, "BackButton");
-    QCOMPARE(back->text(), QStringLiteral("Back"));
-    QVERIFY(!back->icon().isNull());
-    QVERIFY(hasHand(*back));
-    const auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
-    QCOMPARE(tabs->count(), 3);
-    QCOMPARE(tabs->tabText(0), QStringLiteral("Description"));
-    QCOMPARE(tabs->tabText(1), QStringLiteral("Change log"));
-    QCOMPARE(tabs->tabText(2), QStringLiteral("Old versions"));
-    QVERIFY(!tabs->isMovable());
-    QVERIFY(!tabs->tabsClosable());
-    const auto *frame = child<QFrame>(*m_page, "DetailFrame");
-    QLayout *layout = frame->layout();
-    QVERIFY(qobject_cast<Carousel *>(layout->itemAt(0)->widget()));
-    QVERIFY(qobject_cast<PackageDetailTitleBar *>(layout->itemAt(1)->widget()));
-    QCOMPARE(layout->itemAt(2)->widget(), tabs);
-    QVERIFY(qobject_cast<PackageDetailInfoWidget *>(layout->itemAt(3)->widget()));
-    QVERIFY(child<QLabel>(*m_page, "DescriptionText")->wordWrap());
-    QVERIFY(!child<QLabel>(*m_page, "ChangeLogText")->wordWrap());
-}
-
-// Fixed, see docs/compatibility.md.
-void PackageDetailTest::scrollAreasShowNoBar()
-{
-    m_page->setPackage(twoVersions());
-    for (const char *name : {"DetailScroll", "DescriptionScroll", "ChangeLogScroll"}) {
-        const auto *area = child<QScrollArea>(*m_page, name);
-        QVERIFY(area->widgetResizable());
-        QCOMPARE(area->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
-        QVERIFY(area->verticalScrollBar()->isHidden());
-    }
-}
-
-void PackageDetailTest::settingAPackageShowsThePage()
-{
-    QVERIFY(!m_page->isVisible());
-    m_page->setPackage(twoVersions());
-    QVERIFY(m_page->isVisible());
-    QCOMPARE(textOf(*m_page, "DetailTitle"), QStringLiteral("package-7"));
-    QCOMPARE(facts(*m_page).size(), 8);
-    QCOMPARE(m_page->findChild<PackageDetailOldVersionsList *>()->count(), 2);
-}
-
-void PackageDetailTest::descriptionMayBeRich()
-{
-    m_page->setPackage(twoVersions());
-    const auto *label = child<QLabel>(*m_page, "DescriptionText");
-    QCOMPARE(label->text(), QStringLiteral("<b>A description</b>"));
-    QCOMPARE(label->textFormat(), Qt::AutoText);
-}
-
-void PackageDetailTest::changeLogListsEveryVersion()
-{
-    m_page->setPackage(twoVersions());
-    QCOMPARE(textOf(*m_page, "ChangeLogText"),
-             QStringLiteral("<strong>2.0</strong><ul><li>Better lights</li><li>More <i>sea</i>"
-                            "</li></ul><strong>1.0</strong><p>Not available></p>"));
-}
-
-void PackageDetailTest::pageStartsOnTheDescription()
-{
-    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
-    tabs->setCurrentIndex(2);
-    m_page->setPackage(twoVersions());
-    QCOMPARE(tabs->currentIndex(), 0);
-}
-
-void PackageDetailTest::carouselIsShownForBannersOnly()
-{
-    const PackagePointer package = twoVersions();
-    const auto *carousel = m_page->findChild<Carousel *>();
-    m_page->setPackage(package);
-    QVERIFY(carousel->isHidden());
-    m_engine->server().serve(QStringLiteral("/banner.png"), png(QSize(60, 20), Qt::red));
-    package->setBanner(QStringList(m_engine->server().url(QStringLiteral("/banner.png"))));
-    m_page->setPackage(package);
-    QVERIFY(carousel->isVisible());
-    QTRY_COMPARE(shownColor(*child<QLabel>(*m_page, "CarouselImage")), QColor(Qt::red));
-    m_page->setPackage(twoVersions());
-    QVERIFY(carousel->isHidden());
-}
-
-void PackageDetailTest::backAsksForTheList()
-{
-    m_page->setPackage(twoVersions());
-    QSignalSpy listed(&m_engine->controller(), &PackageController::list);
-    child<QPushButton>(*m_page, "BackButton")->click();
-    QCOMPARE(listed.count(), 1);
-    QVERIFY(m_page->isVisible());
-}
-
-void PackageDetailTest::escapeAsksForTheList()
-{
-    m_page->setPackage(twoVersions());
-    QSignalSpy listed(&m_engine->controller(), &PackageController::list);
-    QVERIFY(QTest::qWaitForWindowActive(m_page.get()));
-    QTest::keyClick(child<QPushButton>(*m_page, "BackButton"), Qt::Key_Escape);
-    QCOMPARE(listed.count(), 1);
-}
-
-void PackageDetailTest::noPackageIsNotShown()
-{
-    m_page->setPackage(PackagePointer());
-    QVERIFY(!m_page->isVisible());
-}
-
-/// Nothing in a tab has to be scrolled, and little of it is empty.
-void PackageDetailTest::tabsAreAsHighAsTheirPage()
-{
-    m_page->setPackage(twoVersions());
-    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
-    const auto *info = m_page->findChild<PackageDetailInfoWidget *>();
-    for (int page = 0; page < tabs->count(); ++page) {
-        tabs->setCurrentIndex(page);
-        const auto *area = qobject_cast<QAbstractScrollArea *>(tabs->currentWidget());
-        QTRY_COMPARE(area->verticalScrollBar()->maximum(), 0);
-        QTRY_VERIFY(tabs->height() < 240);
-        QTRY_VERIFY(info->geometry().top() - tabs->geometry().bottom() < 16);
-    }
-}
-
-void PackageDetailTest::tabsFitThePageThatIsTurnedTo()
-{
-    const PackagePointer package = twoVersions();
-    package->setDescription(QStringLiteral("Many words on many lines. ").repeated(60));
-    m_page->setPackage(package);
-    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
-    const auto *area = qobject_cast<QAbstractScrollArea *>(tabs->currentWidget());
-    QTRY_COMPARE(area->verticalScrollBar()->maximum(), 0);
-    const int tall = tabs->height();
-    tabs->setCurrentIndex(1);
-    QTRY_VERIFY(tabs->height() < tall);
-    tabs->setCurrentIndex(0);
-    QTRY_COMPARE(tabs->height(), tall);
-    QCOMPARE(area->verticalScrollBar()->maximum(), 0);
-    // A lower page has room for less of it, and a higher one for all again.
-    m_page->resize(1000, 120);
-    QTRY_VERIFY(area->verticalScrollBar()->maximum() > 0);
-    m_page->resize(1000, 700);
-    QTRY_COMPARE(tabs->height(), tall);
-}
-
-void PackageDetailTest::longPageLeavesSightOfTheRest()
-{
-    m_page->setPackage(longTexts());
-    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
-    for (int page = 0; page < tabs->count(); ++page) {
-        tabs->setCurrentIndex(page);
-        const auto *area = qobject_cast<QAbstractScrollArea *>(tabs->currentWidget());
-        QTRY_VERIFY(area->verticalScrollBar()->maximum() > 0);
-        QVERIFY(tabs->height() > 400);
-        QVERIFY(tabs->height() < m_page->height());
-    }
-}
-
-void PackageDetailTest::pageOpensAtItsTop()
-{
-    const PackagePointer package = longTexts();
-    m_page->resize(500, 300);
-    m_page->setPackage(package);
-    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
-    const auto areas = m_page->findChildren<QAbstractScrollArea *>();
-    QCOMPARE(areas.size(), 4);
-    int moved = 0;
-    for (int tab = 0; tab < tabs->count(); ++tab) {
-        tabs->setCurrentIndex(tab);
-        QCoreApplication::processEvents();
-        for (const QAbstractScrollArea *area : areas) {
-            for (QScrollBar *bar : {area->verticalScrollBar(), area->horizontalScrollBar()}) {
-                bar->setValue(bar->maximum());
-                moved += bar->value() > 0 ? 1 : 0;
-            }
+    const QImage image = fact.grab().toImage();
+    const QRgb background = image.pixel(image.width() - 1, 0);
+    int widest = 0;
+    int column = 0;
+    int gap = 0;
+    for (int x = 0; x < image.width(); ++x) {
+        bool inked = false;
+        for (int y = 0; y < image.height(); ++y)
+            inked = inked || image.pixel(x, y) != background;
+        if (inked && gap > widest) {
+            widest = gap;
+            column = x;
         }
+        gap = inked ? 0 : gap + 1;
     }
-    // Each of the four up and down, and the change log to the side.
-    QVERIFY(moved >= 5);
-    m_page->setPackage(package);
-    for (int tab = 0; tab < tabs->count(); ++tab) {
-        tabs->setCurrentIndex(tab);
-        QCoreApplication::processEvents();
-        for (const QAbstractScrollArea *area : areas) {
-            QCOMPARE(area->verticalScrollBar()->value(), 0);
-            QCOMPARE(area->horizontalScrollBar()->value(), 0);
-        }
-    }
+    return column;
 }
 
-void PackageDetailTest::noSidewaysBarStays()
-{
-    m_page->setPackage(longTexts());
-    auto *tabs = child<QTabWidget>(*m_page, "DetailTabs");
-    tabs->setCurrentIndex(1);
-    const auto *changes = child<QScrollArea>(*m_page, "ChangeLogScroll")->horizontalScrollBar();
-    QTRY_VERIFY(changes->isVisible());
-    m_page->setPackage(twoVersions());
-    const auto areas = m_page->findChildren<QAbstractScrollArea *>();
-    for (int tab = 0; tab < tabs->count(); ++tab) {
-        tabs->setCurrentIndex(tab);
-        QCoreApplication::processEvents();
-        for (const QAbstractScrollArea *area : areas)
-            QVERIFY2(!area->horizontalScrollBar()->isVisible(), qPrintable(area->objectName()));
-    }
-}
+} // namespace
 
-void PackageDetailTest::longWordDoesNotWidenThePage()
+class PackageDetailTest final : public WidgetTest
 {
-    const PackagePointer package =
-        makePackage(9, {makeVersion(QStringLiteral("1.0"), {}, {QString(300, QLatin1Char('W'))}),
-                        makeVersion(QString(300, QLatin1Char('7')))});
-    package->setName(QString(300, QLatin1Char('W')));
-    package->setType(QString(300, QLatin1Char('W')));
-    for (const char *text : {"%1", "<b>a</b> %1"}) {
-        package->setDescription(QString::fromLatin1(text).arg(QString(300, QLatin1Char('W'))));
-        m_page->setPackage(package);
-        QCoreApplication::processEvents();
-        for (const char *name : {"DetailScroll", "DescriptionScroll"}) {
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        EngineTest::init();
+        engine().start();
+        m_page = std::make_unique<PackageDetailWidget>(shared());
+        m_page->resize(1000, 700);
+    }
+    void cleanup()
+    {
+        m_page.reset();
+        EngineTest::cleanup();
+    }
+
+    void pageHasItsLayout()
+    {
+        KAVO_NEEDS_ICON_FONT();
+        QCOMPARE(m_page->objectName(), "PackageDetail"_s);
+        const auto *back = child<QPushButton>(*m_page, "BackButton");
+        QCOMPARE(back->text(), "Back"_s);
+        QVERIFY(!back->icon().isNull());
+        QVERIFY(hasHand(*back));
+        QStringList pages;
+        for (int page = 0; page < tabs().count(); ++page)
+            pages.append(tabs().tabText(page));
+        QCOMPARE(pages, QStringList({"Description"_s, "Change log"_s, "Old versions"_s}));
+        QVERIFY(!tabs().isMovable());
+        QVERIFY(!tabs().tabsClosable());
+        QLayout *layout = child<QFrame>(*m_page, "DetailFrame")->layout();
+        QVERIFY(qobject_cast<Carousel *>(layout->itemAt(0)->widget()));
+        QVERIFY(qobject_cast<PackageDetailTitleBar *>(layout->itemAt(1)->widget()));
+        QCOMPARE(layout->itemAt(2)->widget(), &tabs());
+        QVERIFY(qobject_cast<PackageDetailInfoWidget *>(layout->itemAt(3)->widget()));
+        QVERIFY(child<QLabel>(*m_page, "DescriptionText")->wordWrap());
+        QVERIFY(!child<QLabel>(*m_page, "ChangeLogText")->wordWrap());
+    }
+
+    // Fixed, see docs/compatibility.md.
+    void pageShowsItsPackage()
+    {
+        m_page->setPackage(PackagePointer());
+        QVERIFY(!m_page->isVisible());
+        tabs().setCurrentIndex(2);
+        m_page->setPackage(twoVersions());
+        QVERIFY(m_page->isVisible());
+        QCOMPARE(tabs().currentIndex(), 0);
+        QCOMPARE(textOf(*m_page, "DetailTitle"), "package-7"_s);
+        QCOMPARE(facts(*m_page).size(), 8);
+        QCOMPARE(m_page->findChild<PackageDetailOldVersionsList *>()->count(), 2);
+        QCOMPARE(textOf(*m_page, "DescriptionText"), "<b>A description</b>"_s);
+        QCOMPARE(child<QLabel>(*m_page, "DescriptionText")->textFormat(), Qt::AutoText);
+        QCOMPARE(textOf(*m_page, "ChangeLogText"),
+                 "<strong>2.0</strong><ul><li>Better lights</li><li>More <i>sea</i>"
+                 "</li></ul><strong>1.0</strong><p>Not available></p>"_s);
+        for (const char *name : {"DetailScroll", "DescriptionScroll", "ChangeLogScroll"}) {
             const auto *area = child<QScrollArea>(*m_page, name);
-            QVERIFY2(!area->horizontalScrollBar()->isVisible(), name);
-            QCOMPARE(area->widget()->width(), area->viewport()->width());
+            QVERIFY(area->widgetResizable());
+            QCOMPARE(area->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+            QVERIFY(area->verticalScrollBar()->isHidden());
         }
     }
-}
 
-// Fixed, see docs/compatibility.md.
-void PackageDetailTest::factsOfAnAvailablePackage()
-{
-    PackageDetailInfoWidget table(sharedController(*m_engine));
-    table.setPackage(twoVersions());
-    QCOMPARE(
-        facts(table),
-        QStringList({QStringLiteral("Installed\t: "), QStringLiteral("Available\t: 2.0"),
-                     QStringLiteral("Type\t\t: <u>PLUGIN</u>"), QStringLiteral("Package ID\t: 7"),
-                     QStringLiteral("Email\t\t: "), QStringLiteral("Author\t\t: "),
-                     QStringLiteral("Company\t: "), QStringLiteral("Product ID\t: NA")}));
-    for (const QLabel *label : allChildren<QLabel>(table, "FactLabel"))
-        QCOMPARE(label->textFormat(), Qt::PlainText);
-}
+    void carouselIsShownForBannersOnly()
+    {
+        const PackagePointer package = twoVersions();
+        const auto *carousel = m_page->findChild<Carousel *>();
+        m_page->setPackage(package);
+        QVERIFY(carousel->isHidden());
+        server().serve("/banner.png"_s, png(QSize(60, 20), Qt::red));
+        package->setBanner(QStringList(server().url("/banner.png"_s)));
+        m_page->setPackage(package);
+        QVERIFY(carousel->isVisible());
+        QTRY_COMPARE(shownColor(*child<QLabel>(*m_page, "CarouselImage")), QColor(Qt::red));
+        m_page->setPackage(twoVersions());
+        QVERIFY(carousel->isHidden());
+    }
 
-void PackageDetailTest::factsOfAnInstalledPackage()
-{
-    m_engine->offer({1, QStringLiteral("1.0")});
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->installAndWait(1));
-    PackageDetailInfoWidget table(sharedController(*m_engine));
-    table.setPackage(m_engine->package(1));
-    QCOMPARE(facts(table).first(), QStringLiteral("Installed\t: 1.0"));
-}
+    void backAndEscapeAskForTheList()
+    {
+        m_page->setPackage(twoVersions());
+        QSignalSpy listed(&controller(), &PackageController::list);
+        auto *back = child<QPushButton>(*m_page, "BackButton");
+        back->click();
+        QCOMPARE(listed.count(), 1);
+        QVERIFY(m_page->isVisible());
+        QVERIFY(QTest::qWaitForWindowActive(m_page.get()));
+        QTest::keyClick(back, Qt::Key_Escape);
+        QCOMPARE(listed.count(), 2);
+    }
 
-void PackageDetailTest::productIdIsShownFromOne_data()
-{
-    QTest::addColumn<int>("productId");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("negative") << -1 << QStringLiteral("Product ID\t: NA");
-    QTest::newRow("none") << 0 << QStringLiteral("Product ID\t: NA");
-    QTest::newRow("one") << 1 << QStringLiteral("Product ID\t: 1");
-    QTest::newRow("many") << 123456 << QStringLiteral("Product ID\t: 123456");
-}
-
-void PackageDetailTest::productIdIsShownFromOne()
-{
-    QFETCH(int, productId);
-    QFETCH(QString, text);
-    const PackagePointer package = twoVersions();
-    package->setProductId(productId);
-    PackageDetailInfoWidget table(sharedController(*m_engine));
-    table.setPackage(package);
-    QCOMPARE(facts(table).last(), text);
-}
-
-void PackageDetailTest::factsOfAPackageWithoutVersions()
-{
-    PackageDetailInfoWidget table(sharedController(*m_engine));
-    table.setPackage(makePackage(1, {}));
-    QCOMPARE(facts(table).at(1), QStringLiteral("Available\t: "));
-    table.setPackage(PackagePointer());
-    for (const QString &text : facts(table))
-        QCOMPARE(text, QString());
-}
-
-/// All values begin with a colon at the same place.
-void PackageDetailTest::factsLineUp()
-{
-    PackageDetailInfoWidget table(sharedController(*m_engine));
-    table.setPackage(twoVersions());
-    table.show();
-    QSet<int> columns;
-    for (QLabel *label : allChildren<QLabel>(table, "FactLabel")) {
-        const QImage image = label->grab().toImage();
-        const QRgb background = image.pixel(image.width() - 1, 0);
-        const auto inked = [&image, background](int x) {
-            for (int y = 0; y < image.height(); ++y) {
-                if (image.pixel(x, y) != background)
-                    return true;
-            }
-            return false;
-        };
-        // The value stands after the widest gap.
-        int widest = 0;
-        int column = 0;
-        int gap = 0;
-        for (int x = 0; x < image.width(); ++x) {
-            if (!inked(x)) {
-                ++gap;
-                continue;
-            }
-            if (gap > widest) {
-                widest = gap;
-                column = x;
-            }
-            gap = 0;
+    /// Nothing in a tab has to be scrolled, and little of it is empty.
+    void tabsAreAsHighAsTheirPage()
+    {
+        m_page->setPackage(twoVersions());
+        const auto *info = m_page->findChild<PackageDetailInfoWidget *>();
+        for (int page = 0; page < tabs().count(); ++page) {
+            tabs().setCurrentIndex(page);
+            QTRY_COMPARE(rangeOfTab(), 0);
+            QTRY_VERIFY(tabs().height() < 240);
+            QTRY_VERIFY(info->geometry().top() - tabs().geometry().bottom() < 16);
         }
-        columns.insert(column);
     }
-    QCOMPARE(columns.size(), 1);
-}
 
-void PackageDetailTest::versionsAreListed()
-{
-    KAVO_NEEDS_ICON_FONT();
-    PackageDetailOldVersionsList list(sharedController(*m_engine));
-    list.setPackage(twoVersions());
-    const auto widgets = rows(list);
-    QCOMPARE(widgets.size(), 2);
-    QCOMPARE(textOf(*widgets.at(0), "OldVersionText"), QStringLiteral("2.0"));
-    QCOMPARE(textOf(*widgets.at(1), "OldVersionText"), QStringLiteral("1.0"));
-    for (int row = 0; row < widgets.size(); ++row) {
-        QCOMPARE(widgets.at(row)->objectName(), QStringLiteral("OldVersionWidget"));
-        const auto *button = child<QPushButton>(*widgets.at(row), "OldVersionButton");
-        QCOMPARE(button->text(), QStringLiteral("Download"));
-        QVERIFY(!button->icon().isNull());
-        QVERIFY(hasHand(*button));
-        QCOMPARE(list.item(row)->sizeHint(), widgets.at(row)->sizeHint());
+    void tabsFitThePageThatIsTurnedTo()
+    {
+        const PackagePointer package = twoVersions();
+        package->setDescription("Many words on many lines. "_s.repeated(60));
+        m_page->setPackage(package);
+        QTRY_COMPARE(rangeOfTab(), 0);
+        const int tall = tabs().height();
+        tabs().setCurrentIndex(1);
+        QTRY_VERIFY(tabs().height() < tall);
+        tabs().setCurrentIndex(0);
+        QTRY_COMPARE(tabs().height(), tall);
+        QCOMPARE(rangeOfTab(), 0);
+        // A lower page has room for less of it, and a higher one for all again.
+        m_page->resize(1000, 120);
+        QTRY_VERIFY(rangeOfTab() > 0);
+        m_page->resize(1000, 700);
+        QTRY_COMPARE(tabs().height(), tall);
     }
-}
 
-void PackageDetailTest::installedVersionIsMarked()
-{
-    m_engine->offer({1, QStringLiteral("1.0")});
-    m_engine->offer({1, QStringLiteral("2.0")});
-    QVERIFY(m_engine->refresh());
-    QVERIFY(m_engine->installAndWait(1, QStringLiteral("1.0")));
-    PackageDetailOldVersionsList list(sharedController(*m_engine));
-    list.setPackage(m_engine->package(1));
-    const auto widgets = rows(list);
-    QCOMPARE(child<QPushButton>(*widgets.at(0), "OldVersionButton")->text(),
-             QStringLiteral("Download"));
-    QCOMPARE(child<QPushButton>(*widgets.at(1), "OldVersionButton")->text(),
-             QStringLiteral("Installed"));
-}
+    void longPageLeavesSightOfTheRest()
+    {
+        m_page->setPackage(longTexts());
+        for (int page = 0; page < tabs().count(); ++page) {
+            tabs().setCurrentIndex(page);
+            QTRY_VERIFY(rangeOfTab() > 0);
+            QVERIFY(tabs().height() > 400);
+            QVERIFY(tabs().height() < m_page->height());
+        }
+    }
 
-void PackageDetailTest::versionsOfThePackageBeforeAreGone()
-{
-    PackageDetailOldVersionsList list(sharedController(*m_engine));
-    list.setPackage(twoVersions());
-    list.setPackage(makePackage(2, {makeVersion(QStringLiteral("9"))}));
-    QCOMPARE(rows(list).size(), 1);
-    QCOMPARE(textOf(*rows(list).first(), "OldVersionText"), QStringLiteral("9"));
-    QCOMPARE(list.findChildren<PackageDetailOldVersionWidget *>().size(), 1);
-    list.setPackage(PackagePointer());
-    QCOMPARE(list.count(), 0);
-}
+    void pageOpensAtItsTop()
+    {
+        m_page->resize(500, 300);
+        m_page->setPackage(longTexts());
+        QSet<QScrollBar *> moved;
+        forEachScrollBar([&moved](QScrollBar &bar) {
+            bar.setValue(bar.maximum());
+            if (bar.value() > 0)
+                moved.insert(&bar);
+        });
+        // Each of the four up and down, and the change log to the side.
+        for (auto *area : m_page->findChildren<QAbstractScrollArea *>())
+            QVERIFY2(moved.contains(area->verticalScrollBar()), qPrintable(area->objectName()));
+        QVERIFY(
+            moved.contains(child<QScrollArea>(*m_page, "ChangeLogScroll")->horizontalScrollBar()));
+        m_page->setPackage(longTexts());
+        forEachScrollBar([](QScrollBar &bar) { QCOMPARE(bar.value(), 0); });
+    }
 
-void PackageDetailTest::buttonOfAVersionInstallsIt()
-{
-    m_engine->offer({1, QStringLiteral("1.0")});
-    m_engine->offer({1, QStringLiteral("2.0")});
-    QVERIFY(m_engine->refresh());
-    PackageDetailOldVersionsList list(sharedController(*m_engine));
-    list.setPackage(m_engine->package(1));
-    child<QPushButton>(*rows(list).at(1), "OldVersionButton")->click();
-    QVERIFY(m_engine->waitForState(1, Package::INSTALLED));
-    QVERIFY(m_engine->waitUntilSettled(1));
-    QCOMPARE(m_engine->controller().installedVersion(m_engine->package(1)), QStringLiteral("1.0"));
-}
+    void noSidewaysBarStays()
+    {
+        m_page->setPackage(longTexts());
+        tabs().setCurrentIndex(1);
+        const auto *changes = child<QScrollArea>(*m_page, "ChangeLogScroll")->horizontalScrollBar();
+        QTRY_VERIFY(changes->isVisible());
+        m_page->setPackage(twoVersions());
+        forEachScrollBar([](QScrollBar &bar) {
+            QVERIFY(bar.orientation() == Qt::Vertical || !bar.isVisible());
+        });
+    }
 
-void PackageDetailTest::rowAnnouncesItsClick()
-{
-    const PackageDetailOldVersionWidget row(QStringLiteral("1.0"));
-    QSignalSpy clicked(&row, &PackageDetailOldVersionWidget::buttonClicked);
-    child<QPushButton>(row, "OldVersionButton")->click();
-    QCOMPARE(clicked.count(), 1);
-}
+    void longWordDoesNotWidenThePage()
+    {
+        const QString word(300, QLatin1Char('W'));
+        const PackagePointer package = makePackage(
+            9, {makeVersion("1.0"_s, {}, {word}), makeVersion(QString(300, QLatin1Char('7')))});
+        package->setName(word);
+        package->setType(word);
+        for (const QString &description : {word, QString("<b>a</b> "_s + word)}) {
+            package->setDescription(description);
+            m_page->setPackage(package);
+            QCoreApplication::processEvents();
+            for (const char *name : {"DetailScroll", "DescriptionScroll"}) {
+                const auto *area = child<QScrollArea>(*m_page, name);
+                QVERIFY2(!area->horizontalScrollBar()->isVisible(), name);
+                QCOMPARE(area->widget()->width(), area->viewport()->width());
+            }
+        }
+    }
+
+    // Fixed, see docs/compatibility.md.
+    void factsAreShown()
+    {
+        PackageDetailInfoWidget table(shared());
+        table.setPackage(twoVersions());
+        QCOMPARE(facts(table),
+                 QStringList({"Installed\t: "_s, "Available\t: 2.0"_s, "Type\t\t: <u>PLUGIN</u>"_s,
+                              "Package ID\t: 7"_s, "Email\t\t: "_s, "Author\t\t: "_s,
+                              "Company\t: "_s, "Product ID\t: NA"_s}));
+        for (const QLabel *label : allChildren<QLabel>(table, "FactLabel"))
+            QCOMPARE(label->textFormat(), Qt::PlainText);
+        table.setPackage(makePackage(1, {}));
+        QCOMPARE(facts(table).at(1), "Available\t: "_s);
+        table.setPackage(PackagePointer());
+        QCOMPARE(facts(table).join(QString()), QString());
+    }
+
+    void productIdIsShownFromOne()
+    {
+        PackageDetailInfoWidget table(shared());
+        const PackagePointer package = twoVersions();
+        for (const int productId : {-1, 0, 1, 123456}) {
+            package->setProductId(productId);
+            table.setPackage(package);
+            QCOMPARE(facts(table).last(),
+                     "Product ID\t: "_s + (productId > 0 ? QString::number(productId) : "NA"_s));
+        }
+    }
+
+    /// All values begin with a colon at the same place.
+    void factsLineUp()
+    {
+        PackageDetailInfoWidget table(shared());
+        table.setPackage(twoVersions());
+        table.show();
+        QSet<int> columns;
+        for (QLabel *label : allChildren<QLabel>(table, "FactLabel"))
+            columns.insert(columnOfValue(*label));
+        QCOMPARE(columns.size(), 1);
+    }
+
+    void versionsAreListed()
+    {
+        KAVO_NEEDS_ICON_FONT();
+        PackageDetailOldVersionsList list(shared());
+        list.setPackage(twoVersions());
+        QCOMPARE(buttonsOf(list), QStringList({"2.0: Download"_s, "1.0: Download"_s}));
+        for (int row = 0; row < 2; ++row) {
+            const QWidget *widget = list.rowWidget(row);
+            QCOMPARE(widget->objectName(), "OldVersionWidget"_s);
+            QVERIFY(!versionButton(list, row)->icon().isNull());
+            QVERIFY(hasHand(*versionButton(list, row)));
+            QCOMPARE(list.item(row)->sizeHint(), widget->sizeHint());
+        }
+        // Those of the package before are gone.
+        list.setPackage(makePackage(2, {makeVersion("9"_s)}));
+        QCOMPARE(buttonsOf(list), QStringList("9: Download"_s));
+        QCOMPARE(list.findChildren<PackageDetailOldVersionWidget *>().size(), 1);
+        list.setPackage(PackagePointer());
+        QCOMPARE(list.count(), 0);
+    }
+
+    void buttonOfAVersionInstallsIt()
+    {
+        engine().offer({1, "1.0"_s});
+        engine().offer({1, "2.0"_s});
+        QVERIFY(engine().refresh());
+        PackageDetailOldVersionsList list(shared());
+        list.setPackage(package(1));
+        versionButton(list, 1)->click();
+        QVERIFY(waitUntilInstalled(1));
+        QCOMPARE(controller().installedVersion(package(1)), "1.0"_s);
+        list.setPackage(package(1));
+        QCOMPARE(buttonsOf(list), QStringList({"2.0: Download"_s, "1.0: Installed"_s}));
+        PackageDetailInfoWidget table(shared());
+        table.setPackage(package(1));
+        QCOMPARE(facts(table).first(), "Installed\t: 1.0"_s);
+    }
+
+    void rowAnnouncesItsClick()
+    {
+        const PackageDetailOldVersionWidget row("1.0"_s);
+        QSignalSpy clicked(&row, &PackageDetailOldVersionWidget::buttonClicked);
+        child<QPushButton>(row, "OldVersionButton")->click();
+        QCOMPARE(clicked.count(), 1);
+    }
+
+private:
+    QTabWidget &tabs() const { return *child<QTabWidget>(*m_page, "DetailTabs"); }
+    /// How far the page of the tab can be scrolled down.
+    int rangeOfTab() const
+    {
+        const auto *area = qobject_cast<QAbstractScrollArea *>(tabs().currentWidget());
+        return area->verticalScrollBar()->maximum();
+    }
+    /// Does something with the bars of the page and of each of its tabs, while that is shown.
+    void forEachScrollBar(const std::function<void(QScrollBar &)> &act)
+    {
+        const auto areas = m_page->findChildren<QAbstractScrollArea *>();
+        QCOMPARE(areas.size(), 4);
+        for (int tab = 0; tab < tabs().count(); ++tab) {
+            tabs().setCurrentIndex(tab);
+            QCoreApplication::processEvents();
+            for (const QAbstractScrollArea *area : areas) {
+                act(*area->verticalScrollBar());
+                act(*area->horizontalScrollBar());
+            }
+        }
+    }
+    static QPushButton *versionButton(const PackageDetailOldVersionsList &list, int row)
+    {
+        return child<QPushButton>(*list.rowWidget(row), "OldVersionButton");
+    }
+    /// Each version with what its button says.
+    static QStringList buttonsOf(const PackageDetailOldVersionsList &list)
+    {
+        QStringList texts;
+        for (int row = 0; row < list.count(); ++row)
+            texts.append(textOf(*list.rowWidget(row), "OldVersionText") + ": "_s +
+                         versionButton(list, row)->text());
+        return texts;
+    }
+
+    std::unique_ptr<PackageDetailWidget> m_page;
+};
 
 KAVO_TEST_MAIN(PackageDetailTest)
 #include "PackageDetailTest.moc"

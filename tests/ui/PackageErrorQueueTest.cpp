@@ -1,10 +1,9 @@
 #include "ui/package/PackageErrorQueue.h"
 #include "dialogs/MessageBoxes.h"
 #include "tests/packages/MakePackage.h"
-#include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
+#include "tests/ui/Boxes.h"
 
-#include <QApplication>
 #include <QLabel>
 #include <QPointer>
 #include <QThread>
@@ -14,24 +13,13 @@
 #include <memory>
 
 using namespace Kavo::Testing;
+using Kavo::Dialogs::confirm;
 using Kavo::Models::FailureReason;
 using Kavo::Models::Package;
 using Kavo::Models::PackagePointer;
 using Kavo::Ui::PackageErrorQueue;
 
 namespace {
-
-const QString Title = QStringLiteral("Install Error");
-
-PackagePointer somePackage(int id)
-{
-    return makePackage(id, {}, QStringLiteral("package-%1").arg(id));
-}
-
-QString textFor(int id)
-{
-    return QStringLiteral("Installation failed for package : package-%1").arg(id);
-}
 
 int openBoxes()
 {
@@ -41,6 +29,23 @@ int openBoxes()
     }));
 }
 
+/// Counts in every turn of the event loop how many boxes are open at once.
+class MostBoxes final
+{
+public:
+    MostBoxes()
+    {
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer,
+                         [this] { m_most = qMax(m_most, openBoxes()); });
+        m_timer.start(0);
+    }
+    int most() const { return m_most; }
+
+private:
+    QTimer m_timer;
+    int m_most = 0;
+};
+
 } // namespace
 
 class PackageErrorQueueTest final : public QObject
@@ -48,284 +53,211 @@ class PackageErrorQueueTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        m_window = std::make_unique<QWidget>();
+        m_window->show();
+    }
     void cleanup() { m_window.reset(); }
 
-    void windowHasOneQueue();
-    void errorIsNotToldFromWhereItIsReported();
-    void onlyErrorsAreTold_data();
-    void onlyErrorsAreTold();
-    void errorsComeOneAfterAnother();
-    void errorOfTwoPlacesIsToldOnce();
-    void packagesOfOneNumberAreToldApart();
-    void packagesOfOneNameAreToldApart();
-    void reasonIsToldBelow();
-    void reasonIsPlainText();
-    void boxIsNotShownFromTheLoopOfAnother();
-    void errorThatComesAgainIsToldAgain();
-    void errorWaitsForTheAnswerToAQuestion();
-    void errorWaitsForTheLastOfSeveralDialogs();
-    void waitingErrorsGoWithTheWindow();
+    void windowHasOneQueue()
+    {
+        auto *child = new QWidget(m_window.get());
+        const QWidget other;
+        QCOMPARE(&PackageErrorQueue::of(*child), &queue());
+        QVERIFY(&PackageErrorQueue::of(other) != &queue());
+    }
+
+    void errorIsNotToldFromWhereItIsReported()
+    {
+        MessageBoxAnswers answers;
+        // One that comes again is told again.
+        for (int round = 0; round < 2; ++round) {
+            expectError(answers, 1);
+            report(1);
+            QCOMPARE(answers.shown().size(), round);
+            QVERIFY(answers.waitForAll());
+            QCOMPARE(answers.shown().last().parent, m_window.get());
+        }
+    }
+
+    void onlyErrorsAreTold_data()
+    {
+        QTest::addColumn<Package::State>("state");
+        for (int number = Package::AVAILABLE; number <= Package::UNKNOWN; ++number) {
+            const auto state = static_cast<Package::State>(number);
+            if (!Package::isError(state))
+                QTest::addRow("%d", number) << state;
+        }
+    }
+
+    void onlyErrorsAreTold()
+    {
+        QFETCH(Package::State, state);
+        MessageBoxAnswers answers;
+        report(1, state);
+        // Whatever was to be told of it would come before this.
+        expectError(answers, 2);
+        report(2);
+        QVERIFY(answers.waitForAll());
+    }
+
+    void errorsComeOneAfterAnother()
+    {
+        const MostBoxes boxes;
+        MessageBoxAnswers answers;
+        for (int id = 1; id <= 6; ++id)
+            expectError(answers, id);
+        for (int id = 1; id <= 5; ++id)
+            report(id);
+        // And one that comes while another is told.
+        QTimer::singleShot(0, this, [this] { report(6); });
+        QVERIFY(answers.waitForAll());
+        QCOMPARE(boxes.most(), 1);
+    }
+
+    void errorOfTwoPlacesIsToldOnce()
+    {
+        MessageBoxAnswers answers;
+        report(1);
+        report(1);
+        report(1, Package::DOWNLOAD_ERROR);
+        report(2);
+        expectError(answers, 1);
+        expectError(answers, 1, Package::DOWNLOAD_ERROR);
+        expectError(answers, 2);
+        QVERIFY(answers.waitForAll());
+        QTRY_COMPARE(openBoxes(), 0);
+    }
+
+    /// By the name where they lack a number of their own, and by the number where a name is shared.
+    void packagesAreToldApart()
+    {
+        MessageBoxAnswers answers;
+        for (const PackagePointer &failed :
+             {makePackage(0, {}, "Harbour"_s), makePackage(0, {}, "Highland"_s),
+              makePackage(1, {}, "Harbour"_s), makePackage(2, {}, "Harbour"_s)}) {
+            queue().report(*failed, Package::INSTALL_ERROR);
+            expectError(answers, failed->name());
+        }
+        QVERIFY(answers.waitForAll());
+        QTRY_COMPARE(openBoxes(), 0);
+    }
+
+    void reasonIsToldBelow()
+    {
+        const PackagePointer failed = makePackage(1, {});
+        failed->setFailure(FailureReason(FailureReason::Kind::SIZE_DIFFERS, {"1"_s, "2"_s}));
+        queue().report(*failed, Package::INSTALL_ERROR);
+        // What has come before a failed download is not its reason.
+        queue().report(*failed, Package::DOWNLOAD_ERROR);
+        report(2);
+        MessageBoxAnswers answers;
+        expectError(answers, 1);
+        expectError(answers, 1, Package::DOWNLOAD_ERROR);
+        expectError(answers, 2);
+        QVERIFY(answers.waitForAll());
+        QStringList reasons;
+        for (const auto &box : answers.shown())
+            reasons.append(box.informativeText);
+        QCOMPARE(
+            reasons,
+            QStringList({"The downloaded archive has 1 bytes; the catalogue says 2.\n\nNothing "
+                         "was changed. What was installed before is still installed."_s,
+                         QString(), QString()}));
+        QTRY_COMPARE(openBoxes(), 0);
+    }
+
+    /// Names in archives come from outside, like all others.
+    void reasonIsPlainText()
+    {
+        const PackagePointer failed = makePackage(1, {});
+        failed->setFailure(
+            FailureReason(FailureReason::Kind::ENTRY_LEADS_OUT,
+                          {"<img src='x'>"_s + QChar(0x202e) + QString(5000, QLatin1Char('W'))}));
+        const BoxText text = errorBox("package-1"_s, Package::INSTALL_ERROR);
+        MessageBoxAnswers answers;
+        answers.expect(text.title, text.text, [](QMessageBox &box) {
+            for (const QLabel *label : box.findChildren<QLabel *>())
+                QVERIFY(label->text().isEmpty() || label->textFormat() == Qt::PlainText);
+            box.accept();
+        });
+        queue().report(*failed, Package::INSTALL_ERROR);
+        QVERIFY(answers.waitForAll());
+        const QString reason = answers.shown().first().informativeText;
+        QVERIFY(reason.contains("<img src='x'>?WWW"_s));
+        QVERIFY(reason.size() < 400);
+    }
+
+    void boxIsNotShownFromTheLoopOfAnother()
+    {
+        QVector<int> levels;
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, this, [this, &levels] {
+            QPointer<QWidget> box = QApplication::activeModalWidget();
+            if (!box)
+                return;
+            levels.append(QThread::currentThread()->loopLevel());
+            // One box closes and the next is due in the same turn, before the loop of the first
+            // ends.
+            const bool first = levels.size() == 1;
+            QMetaObject::invokeMethod(box.data(), &QWidget::close, Qt::QueuedConnection);
+            if (first)
+                report(2);
+        });
+        timer.start(2);
+        report(1);
+        QTRY_COMPARE(levels.size(), 2);
+        QTRY_COMPARE(openBoxes(), 0);
+        QCOMPARE(levels.at(1), levels.at(0));
+    }
+
+    void errorWaitsForTheAnswerToAQuestion()
+    {
+        const MostBoxes boxes;
+        bool answered = false;
+        const BoxText error = errorBox("package-1"_s, Package::INSTALL_ERROR);
+        MessageBoxAnswers answers;
+        answers.expect("Question"_s, "Change log?"_s, QMessageBox::Yes);
+        answers.expect("Question"_s, "Dependencies?"_s, QMessageBox::Yes);
+        answers.expect(error.title, error.text, [&answered](QMessageBox &box) {
+            QVERIFY(answered);
+            box.accept();
+        });
+        expectError(answers, 2);
+        QTimer::singleShot(0, this, [this] {
+            report(1);
+            report(2);
+        });
+        // The last one, where one question leads to another.
+        QVERIFY(confirm(m_window.get(), QMessageBox::Question, "Question"_s, "Change log?"_s));
+        answered = confirm(m_window.get(), QMessageBox::Question, "Question"_s, "Dependencies?"_s);
+        QVERIFY(answered);
+        QVERIFY(answers.waitForAll());
+        QCOMPARE(boxes.most(), 1);
+    }
+
+    void waitingErrorsGoWithTheWindow()
+    {
+        const BoxText text = errorBox("package-1"_s, Package::INSTALL_ERROR);
+        MessageBoxAnswers answers;
+        answers.expect(text.title, text.text, [this](QMessageBox &) { m_window.reset(); });
+        report(1);
+        report(2);
+        QTRY_VERIFY(!m_window);
+        QVERIFY(isQuiet());
+        QCOMPARE(answers.shown().size(), 1);
+    }
 
 private:
+    PackageErrorQueue &queue() { return PackageErrorQueue::of(*m_window); }
     void report(int id, Package::State state = Package::INSTALL_ERROR)
     {
-        PackageErrorQueue::of(*m_window).report(*somePackage(id), state);
+        queue().report(*makePackage(id, {}), state);
     }
 
     std::unique_ptr<QWidget> m_window;
 };
-
-void PackageErrorQueueTest::init()
-{
-    m_window = std::make_unique<QWidget>();
-    m_window->show();
-}
-
-void PackageErrorQueueTest::windowHasOneQueue()
-{
-    auto *child = new QWidget(m_window.get());
-    const QWidget other;
-    QCOMPARE(&PackageErrorQueue::of(*child), &PackageErrorQueue::of(*m_window));
-    QVERIFY(&PackageErrorQueue::of(other) != &PackageErrorQueue::of(*m_window));
-}
-
-void PackageErrorQueueTest::errorIsNotToldFromWhereItIsReported()
-{
-    MessageBoxAnswers answers;
-    answers.expect(Title, textFor(1), QMessageBox::Ok);
-    report(1);
-    QVERIFY(answers.shown().isEmpty());
-    QVERIFY(answers.waitForAll());
-    QCOMPARE(answers.shown().first().parent, m_window.get());
-}
-
-void PackageErrorQueueTest::onlyErrorsAreTold_data()
-{
-    QTest::addColumn<int>("state");
-    for (int state = Package::AVAILABLE; state <= Package::UNKNOWN; ++state) {
-        if (!Package::isError(static_cast<Package::State>(state)))
-            QTest::addRow("%d", state) << state;
-    }
-}
-
-void PackageErrorQueueTest::onlyErrorsAreTold()
-{
-    QFETCH(int, state);
-    MessageBoxAnswers answers;
-    report(1, static_cast<Package::State>(state));
-    // Whatever was to be told of it would come before this.
-    answers.expect(Title, textFor(2), QMessageBox::Ok);
-    report(2);
-    QVERIFY(answers.waitForAll());
-}
-
-void PackageErrorQueueTest::errorsComeOneAfterAnother()
-{
-    int most = 0;
-    QTimer timer;
-    connect(&timer, &QTimer::timeout, this, [&most] { most = qMax(most, openBoxes()); });
-    timer.start(0);
-    MessageBoxAnswers answers;
-    for (int id = 1; id <= 5; ++id) {
-        answers.expect(Title, textFor(id), QMessageBox::Ok);
-        report(id);
-    }
-    // And one that comes while another is told.
-    QTimer::singleShot(0, this, [this] { report(6); });
-    answers.expect(Title, textFor(6), QMessageBox::Ok);
-    QVERIFY(answers.waitForAll());
-    QCOMPARE(most, 1);
-}
-
-void PackageErrorQueueTest::errorOfTwoPlacesIsToldOnce()
-{
-    MessageBoxAnswers answers;
-    report(1);
-    report(1);
-    report(1, Package::DOWNLOAD_ERROR);
-    report(2);
-    answers.expect(Title, textFor(1), QMessageBox::Ok);
-    answers.expect(QStringLiteral("Download Error"),
-                   QStringLiteral("Downloading failed for package : package-1"), QMessageBox::Ok);
-    answers.expect(Title, textFor(2), QMessageBox::Ok);
-    QVERIFY(answers.waitForAll());
-    QTRY_COMPARE(openBoxes(), 0);
-}
-
-/// Entries of a catalogue that lack theirs have all the same.
-void PackageErrorQueueTest::packagesOfOneNumberAreToldApart()
-{
-    MessageBoxAnswers answers;
-    auto &queue = PackageErrorQueue::of(*m_window);
-    for (const char *name : {"Harbour", "Highland"}) {
-        const QString text = QString::fromLatin1(name);
-        queue.report(*makePackage(0, {}, text), Package::INSTALL_ERROR);
-        answers.expect(Title, QStringLiteral("Installation failed for package : ") + text,
-                       QMessageBox::Ok);
-    }
-    QVERIFY(answers.waitForAll());
-}
-
-void PackageErrorQueueTest::packagesOfOneNameAreToldApart()
-{
-    MessageBoxAnswers answers;
-    auto &queue = PackageErrorQueue::of(*m_window);
-    for (const int id : {1, 2}) {
-        queue.report(*makePackage(id, {}, QStringLiteral("Harbour")), Package::INSTALL_ERROR);
-        answers.expect(Title, QStringLiteral("Installation failed for package : Harbour"),
-                       QMessageBox::Ok);
-    }
-    QVERIFY(answers.waitForAll());
-    QTRY_COMPARE(openBoxes(), 0);
-}
-
-void PackageErrorQueueTest::reasonIsToldBelow()
-{
-    MessageBoxAnswers answers;
-    auto &queue = PackageErrorQueue::of(*m_window);
-    const PackagePointer failed = somePackage(1);
-    failed->setFailure(FailureReason(FailureReason::Kind::SIZE_DIFFERS,
-                                     {QStringLiteral("1"), QStringLiteral("2")}));
-    queue.report(*failed, Package::INSTALL_ERROR);
-    // What has come before a failed download is not its reason.
-    queue.report(*failed, Package::DOWNLOAD_ERROR);
-    queue.report(*somePackage(2), Package::INSTALL_ERROR);
-    answers.expect(Title, textFor(1), QMessageBox::Ok);
-    answers.expect(QStringLiteral("Download Error"),
-                   QStringLiteral("Downloading failed for package : package-1"), QMessageBox::Ok);
-    answers.expect(Title, textFor(2), QMessageBox::Ok);
-    QVERIFY(answers.waitForAll());
-    QCOMPARE(answers.shown().at(0).informativeText,
-             QStringLiteral("The downloaded archive has 1 bytes; the catalogue says 2.\n\n"
-                            "Nothing was changed. What was installed before is still installed."));
-    QCOMPARE(answers.shown().at(1).informativeText, QString());
-    QCOMPARE(answers.shown().at(2).informativeText, QString());
-    QTRY_COMPARE(openBoxes(), 0);
-}
-
-/// Names in archives come from outside, like all others.
-void PackageErrorQueueTest::reasonIsPlainText()
-{
-    const PackagePointer failed = somePackage(1);
-    failed->setFailure(FailureReason(
-        FailureReason::Kind::ENTRY_LEADS_OUT,
-        {QStringLiteral("<img src='x'>") + QChar(0x202e) + QString(5000, QLatin1Char('W'))}));
-    QString text;
-    int richLabels = 0;
-    QTimer timer;
-    connect(&timer, &QTimer::timeout, this, [&text, &richLabels] {
-        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-        if (!box)
-            return;
-        text = box->informativeText();
-        const QList<QLabel *> labels = box->findChildren<QLabel *>();
-        for (const QLabel *label : labels)
-            richLabels += !label->text().isEmpty() && label->textFormat() != Qt::PlainText;
-        box->accept();
-    });
-    timer.start(10);
-    PackageErrorQueue::of(*m_window).report(*failed, Package::INSTALL_ERROR);
-    QTRY_VERIFY(!text.isEmpty());
-    QVERIFY(text.contains(QLatin1String("<img src='x'>?WWW")));
-    QVERIFY(text.size() < 400);
-    QCOMPARE(richLabels, 0);
-}
-
-void PackageErrorQueueTest::boxIsNotShownFromTheLoopOfAnother()
-{
-    QVector<int> levels;
-    QTimer timer;
-    connect(&timer, &QTimer::timeout, this, [this, &levels] {
-        QPointer<QWidget> box = QApplication::activeModalWidget();
-        if (!box)
-            return;
-        levels.append(QThread::currentThread()->loopLevel());
-        // One box closes and the next is due in the same turn, before the loop of the first ends.
-        const bool first = levels.size() == 1;
-        QMetaObject::invokeMethod(box.data(), &QWidget::close, Qt::QueuedConnection);
-        if (first)
-            report(2);
-    });
-    timer.start(2);
-    report(1);
-    QTRY_COMPARE(levels.size(), 2);
-    QTRY_COMPARE(openBoxes(), 0);
-    QCOMPARE(levels.at(1), levels.at(0));
-}
-
-void PackageErrorQueueTest::errorThatComesAgainIsToldAgain()
-{
-    MessageBoxAnswers answers;
-    for (int round = 0; round < 2; ++round) {
-        answers.expect(Title, textFor(1), QMessageBox::Ok);
-        report(1);
-        QVERIFY(answers.waitForAll());
-    }
-}
-
-void PackageErrorQueueTest::errorWaitsForTheAnswerToAQuestion()
-{
-    int most = 0;
-    bool answered = false;
-    bool answeredBefore = false;
-    QTimer timer;
-    connect(&timer, &QTimer::timeout, this, [&] {
-        most = qMax(most, openBoxes());
-        const QWidget *box = QApplication::activeModalWidget();
-        if (box && box->windowTitle() == Title)
-            answeredBefore = answered;
-    });
-    timer.start(0);
-    MessageBoxAnswers answers;
-    answers.expect(QStringLiteral("Question"), QStringLiteral("Continue?"), QMessageBox::Yes);
-    answers.expect(Title, textFor(1), QMessageBox::Ok);
-    answers.expect(Title, textFor(2), QMessageBox::Ok);
-    QTimer::singleShot(0, this, [this] {
-        report(1);
-        report(2);
-    });
-    answered = Kavo::Dialogs::confirm(m_window.get(), QMessageBox::Question,
-                                      QStringLiteral("Question"), QStringLiteral("Continue?"));
-    QVERIFY(answered);
-    QVERIFY(answers.waitForAll());
-    QVERIFY(answeredBefore);
-    QCOMPARE(most, 1);
-}
-
-void PackageErrorQueueTest::errorWaitsForTheLastOfSeveralDialogs()
-{
-    MessageBoxAnswers answers;
-    const auto ask = [this, &answers](const QString &text) {
-        answers.expect(QStringLiteral("Question"), text, QMessageBox::Yes);
-        return Kavo::Dialogs::confirm(m_window.get(), QMessageBox::Question,
-                                      QStringLiteral("Question"), text);
-    };
-    QTimer::singleShot(0, this, [this] { report(1); });
-    QVERIFY(ask(QStringLiteral("Change log?")));
-    QVERIFY(ask(QStringLiteral("Dependencies?")));
-    answers.expect(Title, textFor(1), QMessageBox::Ok);
-    QVERIFY(answers.waitForAll());
-}
-
-void PackageErrorQueueTest::waitingErrorsGoWithTheWindow()
-{
-    QTimer timer;
-    int boxes = 0;
-    connect(&timer, &QTimer::timeout, this, [this, &boxes] {
-        if (QApplication::activeModalWidget()) {
-            ++boxes;
-            m_window.reset();
-        }
-    });
-    timer.start(0);
-    report(1);
-    report(2);
-    QTRY_VERIFY(!m_window);
-    QCoreApplication::sendPostedEvents();
-    QVERIFY(!QApplication::activeModalWidget());
-    QCOMPARE(boxes, 1);
-}
 
 KAVO_TEST_MAIN(PackageErrorQueueTest)
 #include "PackageErrorQueueTest.moc"

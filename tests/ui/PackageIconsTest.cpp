@@ -1,173 +1,146 @@
 #include "components/WidgetList.h"
-#include "downloads/DownloadManager.h"
 #include "downloads/PatientQueue.h"
-#include "tests/components/Widgets.h"
-#include "tests/dialogs/SharedController.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/TestMain.h"
+#include "tests/ui/WidgetTest.h"
 #include "ui/list/PackageCards.h"
-#include "ui/list/PackageWidget.h"
 
-#include <QBuffer>
-#include <QLabel>
 #include <QScrollBar>
 #include <QSignalSpy>
 
-#include <memory>
-
 using namespace Kavo::Testing;
-using namespace Kavo::Ui;
 using Kavo::Components::WidgetList;
 using Kavo::Managers::PatientQueue;
+using Kavo::Ui::PackageCards;
+
+namespace {
+
+constexpr int Count = 300;
+constexpr int Before = PatientQueue::MostOnTheirWay;
+
+QString path(int row)
+{
+    return "/icons/%1.png"_s.arg(row);
+}
+
+} // namespace
 
 /// In which order the icons of a long list are asked for.
-class PackageIconsTest final : public QObject
+class PackageIconsTest final : public WidgetTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { Kavo::Components::iconFont()->initFontAwesome(); }
-    void init();
-    void cleanup();
+    /// A list whose icons are held by the server.
+    void init()
+    {
+        EngineTest::init();
+        const QByteArray icon = png(QSize(8, 8), Qt::red);
+        for (int row = 0; row < Count; ++row) {
+            server().serve(path(row), icon).holdsGet = true;
+            engine().offerObject({{"id"_s, row + 1}, {"icon"_s, server().url(path(row))}});
+        }
+        engine().offer({Count + 1});
+        QVERIFY(engine().refresh());
+        m_list = std::make_unique<WidgetList>("PackageList"_s);
+        m_list->resize(1000, 600);
+        m_cards = std::make_unique<PackageCards>(m_list.get(), shared());
+        m_list->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_list.get()));
+        server().forgetRequests();
+        QVERIFY(rebuild());
+    }
+    void cleanup()
+    {
+        m_cards.reset();
+        m_list.reset();
+        EngineTest::cleanup();
+    }
 
-    void iconsInSightComeFirst();
-    void iconsOfAHiddenListWaitForTheOthers();
-    void archiveIsAskedForAtOnce();
-    void iconsOfReplacedCardsAreAskedForOnce();
+    void iconsInSightComeFirst()
+    {
+        QVERIFY(server().waitForRequests(Before));
+        m_list->verticalScrollBar()->setValue(m_list->verticalScrollBar()->maximum() / 2);
+        const int first = m_list->visibleRows().first();
+        const int last = m_list->visibleRows().last();
+        QVERIFY(first > 100 && last > first);
+        for (const int row : askedRows(0))
+            server().release(path(row));
+        QVERIFY(server().waitForRequests(Before + 4));
+        for (const int row : askedRows(Before).mid(0, 3))
+            QVERIFY(row == 0 || row == Count || (row >= first - 2 && row <= last + 2));
+        releaseAll();
+        QVERIFY(waitForIcons(first, last));
+        QVERIFY(!showsIcon(Count - 10));
+    }
+
+    void iconsOfAHiddenListWaitForTheOthers()
+    {
+        QVERIFY(server().waitForRequests(Before));
+        m_list->hide();
+        const int released = askedRows(0).first();
+        server().release(path(released));
+        QVERIFY(waitForIcons(released, released));
+        QCOMPARE(server().requests().size(), Before);
+        m_list->show();
+        QVERIFY(server().waitForRequests(Before + 1));
+    }
+
+    void archiveIsAskedForAtOnce()
+    {
+        QVERIFY(engine().installAndWait(Count + 1));
+        QVERIFY(server().requests().size() <= Before + 2);
+    }
+
+    /// What cards ask for that are gone is asked for by those in their place.
+    void iconsOfReplacedCardsAreAskedForOnce()
+    {
+        QVERIFY(server().waitForRequests(Before));
+        QVERIFY(rebuild());
+        releaseAll();
+        QVERIFY(waitForIcons(0, Count - 1));
+        QCOMPARE(server().requests().size(), Count + Before);
+    }
 
 private:
-    static constexpr int Count = 300;
-
-    static QString path(int id) { return QStringLiteral("/icons/%1.png").arg(id); }
-    void release();
-    bool showsIcon(int row) const;
+    bool rebuild()
+    {
+        QSignalSpy complete(m_cards.get(), &PackageCards::complete);
+        m_cards->rebuild();
+        return complete.wait(20000);
+    }
+    void releaseAll()
+    {
+        for (int row = 0; row < Count; ++row)
+            server().release(path(row));
+    }
+    bool showsIcon(int row) const
+    {
+        const auto *icon = child<QLabel>(*m_list->rowWidget(row), "PackageIcon");
+        return !icon->movie() && !icon->pixmap(Qt::ReturnByValue).isNull();
+    }
+    bool waitForIcons(int first, int last) const
+    {
+        const auto areShown = [this, first, last] {
+            int row = first;
+            while (row <= last && showsIcon(row))
+                ++row;
+            return row > last;
+        };
+        return runUntil(areShown, 30000);
+    }
     /// The rows whose icons have been asked for, from this request on.
-    QList<int> askedRows(int from) const;
+    QList<int> askedRows(int from)
+    {
+        QList<int> rows;
+        for (const HttpRequest &request : server().requests().mid(from))
+            rows.append(QFileInfo(QString::fromLatin1(request.path)).baseName().toInt());
+        return rows;
+    }
 
-    std::unique_ptr<Engine> m_engine;
     std::unique_ptr<WidgetList> m_list;
     std::unique_ptr<PackageCards> m_cards;
 };
-
-/// A list whose icons are held by the server.
-void PackageIconsTest::init()
-{
-    m_engine = std::make_unique<Engine>();
-    QImage image(8, 8, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    QVERIFY(image.save(&buffer, "PNG"));
-    for (int id = 1; id <= Count; ++id) {
-        m_engine->server().serve(path(id), bytes).holdsGet = true;
-        m_engine->offerObject({{QStringLiteral("id"), id},
-                               {QStringLiteral("icon"), m_engine->server().url(path(id))}});
-    }
-    m_engine->offer({Count + 1});
-    QVERIFY(m_engine->refresh());
-    m_list = std::make_unique<WidgetList>(QStringLiteral("PackageList"));
-    m_list->resize(1000, 600);
-    m_cards = std::make_unique<PackageCards>(m_list.get(), sharedController(*m_engine));
-    m_list->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_list.get()));
-    m_engine->server().forgetRequests();
-    QSignalSpy complete(m_cards.get(), &PackageCards::complete);
-    m_cards->rebuild();
-    QVERIFY(complete.wait(20000));
-}
-
-void PackageIconsTest::cleanup()
-{
-    m_cards.reset();
-    m_list.reset();
-    m_engine.reset();
-}
-
-void PackageIconsTest::release()
-{
-    for (int id = 1; id <= Count; ++id)
-        m_engine->server().release(path(id));
-}
-
-bool PackageIconsTest::showsIcon(int row) const
-{
-    const auto *icon = child<QLabel>(*m_list->rowWidget(row), "PackageIcon");
-    return !icon->movie() && !icon->pixmap(Qt::ReturnByValue).isNull();
-}
-
-QList<int> PackageIconsTest::askedRows(int from) const
-{
-    QList<int> rows;
-    for (const HttpRequest &request : m_engine->server().requests().mid(from))
-        rows.append(request.path.mid(7, request.path.size() - 11).toInt() - 1);
-    return rows;
-}
-
-void PackageIconsTest::iconsInSightComeFirst()
-{
-    constexpr int Before = PatientQueue::MostOnTheirWay;
-    QVERIFY(m_engine->server().waitForRequests(Before));
-    m_list->verticalScrollBar()->setValue(m_list->verticalScrollBar()->maximum() / 2);
-    const int first = m_list->visibleRows().first();
-    const int last = m_list->visibleRows().last();
-    QVERIFY(first > 100 && last > first);
-    for (const int row : askedRows(0))
-        m_engine->server().release(path(row + 1));
-    QVERIFY(m_engine->server().waitForRequests(Before + 4));
-    for (const int row : askedRows(Before).mid(0, 3))
-        QVERIFY(row == 0 || row == Count || (row >= first - 2 && row <= last + 2));
-    release();
-    QVERIFY(runUntil(
-        [this, first, last] {
-            for (int row = first; row <= last; ++row) {
-                if (!showsIcon(row))
-                    return false;
-            }
-            return true;
-        },
-        20000));
-    QVERIFY(!showsIcon(Count - 10));
-}
-
-void PackageIconsTest::iconsOfAHiddenListWaitForTheOthers()
-{
-    constexpr int Before = PatientQueue::MostOnTheirWay;
-    QVERIFY(m_engine->server().waitForRequests(Before));
-    m_list->hide();
-    const int released = askedRows(0).first();
-    m_engine->server().release(path(released + 1));
-    QVERIFY(runUntil([this, released] { return showsIcon(released); }, 20000));
-    QCOMPARE(m_engine->server().requests().size(), Before);
-    m_list->show();
-    QVERIFY(m_engine->server().waitForRequests(Before + 1));
-}
-
-void PackageIconsTest::archiveIsAskedForAtOnce()
-{
-    QVERIFY(m_engine->installAndWait(Count + 1));
-    QVERIFY(m_engine->server().requests().size() <= PatientQueue::MostOnTheirWay + 2);
-}
-
-/// What cards ask for that are gone is asked for by those in their place.
-void PackageIconsTest::iconsOfReplacedCardsAreAskedForOnce()
-{
-    constexpr int Before = PatientQueue::MostOnTheirWay;
-    QVERIFY(m_engine->server().waitForRequests(Before));
-    QSignalSpy complete(m_cards.get(), &PackageCards::complete);
-    m_cards->rebuild();
-    QVERIFY(complete.wait(20000));
-    release();
-    QVERIFY(runUntil(
-        [this] {
-            for (int row = 0; row < Count; ++row) {
-                if (!showsIcon(row))
-                    return false;
-            }
-            return true;
-        },
-        30000));
-    QCOMPARE(m_engine->server().requests().size(), Count + Before);
-}
 
 KAVO_TEST_MAIN(PackageIconsTest)
 #include "PackageIconsTest.moc"

@@ -1,5 +1,7 @@
 #include "ui/package/PackageProcessingWidget.h"
 #include "tests/components/Widgets.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Table.h"
 #include "tests/support/TestMain.h"
 
 #include <QMovie>
@@ -7,130 +9,82 @@
 using namespace Kavo::Testing;
 using Kavo::Ui::PackageProcessingWidget;
 
+namespace {
+
+enum Mode : int { BUSY, EMPTY, HIDDEN, ERROR };
+
+/// What the panel shows beside its text: "animation", "message" and the drawings.
+QString partsOf(const PackageProcessingWidget &panel)
+{
+    QStringList shown;
+    for (const char *name :
+         {"ProcessingAnimation", "ProcessingMessage", "EmptyDrawing", "ErrorDrawing"}) {
+        const auto *label = child<QLabel>(panel, name);
+        if (label && !label->isHidden())
+            shown.append(QString::fromLatin1(name));
+    }
+    return shown.join(QLatin1Char(' '));
+}
+
+const QString Animation = "ProcessingAnimation"_s;
+const QString Message = "ProcessingMessage"_s;
+
+} // namespace
+
 class PackageProcessingWidgetTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void panelHasItsLook();
-    void modesShowWhatTheyAreFor_data();
-    void modesShowWhatTheyAreFor();
-    void hiddenModeLeavesTheLabels();
-    void anyOtherModeChangesNothing();
-    void errorShowsItsText();
-    void errorModeShowsTheTextLastSet();
-    void textOfAnErrorIsPlain();
-
-private:
-    bool animates(const PackageProcessingWidget &panel) const
+    void panelHasItsLook()
     {
-        return !child<QLabel>(panel, "ProcessingAnimation")->isHidden();
+        const PackageProcessingWidget panel;
+        QCOMPARE(panel.objectName(), "PackageProcessingWidget"_s);
+        const auto *animation = child<QLabel>(panel, "ProcessingAnimation");
+        QCOMPARE(animation->movie()->scaledSize(), QSize(72, 72));
+        QVERIFY(animation->testAttribute(Qt::WA_TranslucentBackground));
+        QCOMPARE(animation->alignment(), Qt::Alignment(Qt::AlignCenter));
+        QCOMPARE(child<QLabel>(panel, "ProcessingMessage")->textFormat(), Qt::PlainText);
     }
-    bool tells(const PackageProcessingWidget &panel) const
+
+    void modesShowWhatTheyAreFor_data()
     {
-        return !child<QLabel>(panel, "ProcessingMessage")->isHidden();
+        table<int, QString, QString>(
+            {"mode", "parts", "text"},
+            {{"busy", BUSY, Animation, "before"_s},
+             {"empty", EMPTY, Message + " EmptyDrawing"_s, "No items found"_s},
+             {"error", ERROR, Message + " ErrorDrawing"_s, "before"_s}});
+    }
+
+    // Fixed, see docs/compatibility.md.
+    void modesShowWhatTheyAreFor()
+    {
+        QFETCH(int, mode);
+        PackageProcessingWidget panel;
+        panel.setError("before"_s);
+        QVERIFY(!panel.isHidden());
+        QCOMPARE(partsOf(panel), Message + " ErrorDrawing"_s);
+        QCOMPARE(textOf(panel, "ProcessingMessage"), "before"_s);
+        // Whatever was shown before.
+        for (const int before : {HIDDEN, BUSY, ERROR}) {
+            panel.setMode(before);
+            panel.setMode(mode);
+            QVERIFY(!panel.isHidden());
+            QTEST(partsOf(panel), "parts");
+        }
+        QTEST(textOf(panel, "ProcessingMessage"), "text");
+        // Any other number changes nothing.
+        for (const int other : {-1, 4, 99}) {
+            panel.setMode(other);
+            QVERIFY(!panel.isHidden());
+            QTEST(partsOf(panel), "parts");
+        }
+        // A panel that is hidden keeps what it shows.
+        panel.setMode(HIDDEN);
+        QVERIFY(panel.isHidden());
+        QTEST(partsOf(panel), "parts");
     }
 };
-
-void PackageProcessingWidgetTest::panelHasItsLook()
-{
-    const PackageProcessingWidget panel;
-    QCOMPARE(panel.objectName(), QStringLiteral("PackageProcessingWidget"));
-    const auto *animation = child<QLabel>(panel, "ProcessingAnimation");
-    QCOMPARE(animation->movie()->scaledSize(), QSize(72, 72));
-    QVERIFY(animation->testAttribute(Qt::WA_TranslucentBackground));
-    QCOMPARE(animation->alignment(), Qt::Alignment(Qt::AlignCenter));
-}
-
-void PackageProcessingWidgetTest::modesShowWhatTheyAreFor_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<bool>("animation");
-    QTest::addColumn<bool>("message");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("drawing");
-    QTest::newRow("busy") << 0 << true << false << QStringLiteral("before") << QString();
-    QTest::newRow("empty") << 1 << false << true << QStringLiteral("No items found")
-                           << QStringLiteral("EmptyDrawing");
-    QTest::newRow("error") << 3 << false << true << QStringLiteral("before")
-                           << QStringLiteral("ErrorDrawing");
-}
-
-void PackageProcessingWidgetTest::modesShowWhatTheyAreFor()
-{
-    QFETCH(int, mode);
-    QFETCH(bool, animation);
-    QFETCH(bool, message);
-    QFETCH(QString, text);
-    PackageProcessingWidget panel;
-    panel.setError(QStringLiteral("before"));
-    panel.hide();
-    panel.setMode(mode);
-    QVERIFY(!panel.isHidden());
-    QCOMPARE(animates(panel), animation);
-    QCOMPARE(tells(panel), message);
-    QCOMPARE(textOf(panel, "ProcessingMessage"), text);
-    QFETCH(QString, drawing);
-    for (const char *name : {"EmptyDrawing", "ErrorDrawing"}) {
-        const auto *label = child<QLabel>(panel, name);
-        QCOMPARE(label && !label->isHidden(), drawing == QLatin1String(name));
-    }
-}
-
-void PackageProcessingWidgetTest::hiddenModeLeavesTheLabels()
-{
-    PackageProcessingWidget panel;
-    panel.setError(QStringLiteral("text"));
-    panel.setMode(2);
-    QVERIFY(panel.isHidden());
-    QVERIFY(tells(panel));
-    QVERIFY(!animates(panel));
-    panel.setMode(0);
-    panel.setMode(2);
-    QVERIFY(panel.isHidden());
-    QVERIFY(!tells(panel));
-    QVERIFY(animates(panel));
-}
-
-// Fixed, see docs/compatibility.md.
-void PackageProcessingWidgetTest::anyOtherModeChangesNothing()
-{
-    PackageProcessingWidget panel;
-    panel.setMode(1);
-    for (const int mode : {-1, 4, 99}) {
-        panel.setMode(mode);
-        QVERIFY(!panel.isHidden());
-        QVERIFY(tells(panel));
-        QVERIFY(!animates(panel));
-    }
-}
-
-void PackageProcessingWidgetTest::errorShowsItsText()
-{
-    PackageProcessingWidget panel;
-    panel.hide();
-    panel.setError(QStringLiteral("Server Error"));
-    QVERIFY(!panel.isHidden());
-    QVERIFY(tells(panel));
-    QVERIFY(!animates(panel));
-    QCOMPARE(textOf(panel, "ProcessingMessage"), QStringLiteral("Server Error"));
-}
-
-void PackageProcessingWidgetTest::errorModeShowsTheTextLastSet()
-{
-    PackageProcessingWidget panel;
-    panel.setError(QStringLiteral("Server Error"));
-    panel.setMode(0);
-    panel.setMode(3);
-    QCOMPARE(textOf(panel, "ProcessingMessage"), QStringLiteral("Server Error"));
-    QVERIFY(tells(panel));
-}
-
-void PackageProcessingWidgetTest::textOfAnErrorIsPlain()
-{
-    const PackageProcessingWidget panel;
-    QCOMPARE(child<QLabel>(panel, "ProcessingMessage")->textFormat(), Qt::PlainText);
-}
 
 KAVO_TEST_MAIN(PackageProcessingWidgetTest)
 #include "PackageProcessingWidgetTest.moc"

@@ -1,7 +1,6 @@
 #include "ui/window/PackageSidebar.h"
-#include "tests/components/Widgets.h"
-#include "tests/dialogs/SharedController.h"
 #include "tests/support/TestMain.h"
+#include "tests/ui/WidgetTest.h"
 
 #include <QComboBox>
 #include <QListWidget>
@@ -9,105 +8,77 @@
 using namespace Kavo::Testing;
 using Kavo::Ui::PackageSidebar;
 
-class PackageSidebarTest final : public QObject
+namespace {
+
+/// What the choice shows of each category, and what it means.
+QStringList categoriesOf(const PackageSidebar &sidebar)
+{
+    const auto *choice = child<QComboBox>(sidebar, "CategoryChoice");
+    QStringList categories;
+    for (int i = 0; i < choice->count(); ++i)
+        categories.append(choice->itemText(i) + "="_s + choice->itemData(i).toString());
+    return categories;
+}
+
+} // namespace
+
+class PackageSidebarTest final : public WidgetTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { m_engine.start(); }
-    void captionsStandAboveTheirChoices();
-    void controllersCategoriesAreOffered();
-    void categoriesAreShownCapitalised_data();
-    void categoriesAreShownCapitalised();
-    void categoriesThatDifferInCaseOnlyAreBothOffered();
-    void noCategoriesGiveAnEmptyChoice();
-    void firstCategoryIsTheCurrentOne();
-    void typesAreCheckedAndCheckable();
-
-private:
-    Engine m_engine;
-};
-
-void PackageSidebarTest::captionsStandAboveTheirChoices()
-{
-    const PackageSidebar sidebar(sharedController(m_engine));
-    QCOMPARE(sidebar.objectName(), QStringLiteral("PackageSidebar"));
-    const auto captions = allChildren<QLabel>(sidebar, "SidebarCaption");
-    QCOMPARE(captions.size(), 2);
-    QCOMPARE(captions.at(0)->text(), QStringLiteral("Category"));
-    QCOMPARE(captions.at(1)->text(), QStringLiteral("Type"));
-}
-
-void PackageSidebarTest::controllersCategoriesAreOffered()
-{
-    const PackageSidebar sidebar(sharedController(m_engine));
-    const auto *choice = child<QComboBox>(sidebar, "CategoryChoice");
-    QCOMPARE(choice->count(), 2);
-    QCOMPARE(choice->itemText(0), QStringLiteral("Plugin"));
-    QCOMPARE(choice->itemData(0).toString(), QStringLiteral("PLUGIN"));
-    QCOMPARE(choice->itemText(1), QStringLiteral("Library"));
-    QCOMPARE(choice->itemData(1).toString(), QStringLiteral("LIBRARY"));
-    QVERIFY(choice->itemIcon(0).isNull());
-}
-
-void PackageSidebarTest::categoriesAreShownCapitalised_data()
-{
-    QTest::addColumn<QString>("category");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("capitals") << QStringLiteral("SCENERY") << QStringLiteral("Scenery");
-    QTest::newRow("small") << QStringLiteral("scenery") << QStringLiteral("Scenery");
-    QTest::newRow("one letter") << QStringLiteral("x") << QStringLiteral("X");
-    QTest::newRow("two words") << QStringLiteral("NIGHT LIGHTS") << QStringLiteral("Night lights");
-    QTest::newRow("empty") << QString() << QString();
-}
-
-void PackageSidebarTest::categoriesAreShownCapitalised()
-{
-    QFETCH(QString, category);
-    QFETCH(QString, shown);
-    const PackageSidebar sidebar(sharedController(m_engine), {category}, nullptr);
-    const auto *choice = child<QComboBox>(sidebar, "CategoryChoice");
-    QCOMPARE(choice->count(), 1);
-    QCOMPARE(choice->itemText(0), shown);
-    QCOMPARE(choice->itemData(0).toString(), category);
-}
-
-void PackageSidebarTest::categoriesThatDifferInCaseOnlyAreBothOffered()
-{
-    const PackageSidebar sidebar(sharedController(m_engine),
-                                 {QStringLiteral("Scenery"), QStringLiteral("SCENERY")}, nullptr);
-    const auto *choice = child<QComboBox>(sidebar, "CategoryChoice");
-    QCOMPARE(choice->count(), 2);
-    QCOMPARE(choice->itemText(0), choice->itemText(1));
-    QVERIFY(choice->itemData(0) != choice->itemData(1));
-}
-
-void PackageSidebarTest::noCategoriesGiveAnEmptyChoice()
-{
-    const PackageSidebar sidebar(sharedController(m_engine), QStringList(), nullptr);
-    QCOMPARE(child<QComboBox>(sidebar, "CategoryChoice")->count(), 0);
-}
-
-void PackageSidebarTest::firstCategoryIsTheCurrentOne()
-{
-    const PackageSidebar sidebar(sharedController(m_engine));
-    QCOMPARE(child<QComboBox>(sidebar, "CategoryChoice")->currentIndex(), 0);
-}
-
-void PackageSidebarTest::typesAreCheckedAndCheckable()
-{
-    const PackageSidebar sidebar(sharedController(m_engine));
-    const auto *types = child<QListWidget>(sidebar, "TypeChoice");
-    QCOMPARE(types->maximumHeight(), 150);
-    QCOMPARE(types->count(), 2);
-    QCOMPARE(types->item(0)->text(), QStringLiteral("Free"));
-    QCOMPARE(types->item(1)->text(), QStringLiteral("Paid"));
-    for (int row = 0; row < types->count(); ++row) {
-        QCOMPARE(types->item(row)->checkState(), Qt::Checked);
-        QVERIFY(types->item(row)->flags().testFlag(Qt::ItemIsUserCheckable));
-        QVERIFY(types->item(row)->flags().testFlag(Qt::ItemIsSelectable));
+    void choicesHaveTheirCaptions()
+    {
+        engine().start();
+        const PackageSidebar sidebar(shared());
+        QCOMPARE(sidebar.objectName(), "PackageSidebar"_s);
+        QStringList captions;
+        for (const QLabel *caption : allChildren<QLabel>(sidebar, "SidebarCaption"))
+            captions.append(caption->text());
+        QCOMPARE(captions, QStringList({"Category"_s, "Type"_s}));
+        QCOMPARE(categoriesOf(sidebar), QStringList({"Plugin=PLUGIN"_s, "Library=LIBRARY"_s}));
+        const auto *choice = child<QComboBox>(sidebar, "CategoryChoice");
+        QCOMPARE(choice->currentIndex(), 0);
+        QVERIFY(choice->itemIcon(0).isNull());
     }
-}
+
+    void categoriesAreShownCapitalised_data()
+    {
+        table<QStringList, QStringList>({"categories", "shown"},
+                                        {{"capitals", {"SCENERY"_s}, {"Scenery=SCENERY"_s}},
+                                         {"small", {"scenery"_s}, {"Scenery=scenery"_s}},
+                                         {"one letter", {"x"_s}, {"X=x"_s}},
+                                         {"words", {"NIGHT AIR"_s}, {"Night air=NIGHT AIR"_s}},
+                                         {"empty", {QString()}, {"="_s}},
+                                         {"differ in case only",
+                                          {"Scenery"_s, "SCENERY"_s},
+                                          {"Scenery=Scenery"_s, "Scenery=SCENERY"_s}},
+                                         {"none", {}, {}}});
+    }
+
+    void categoriesAreShownCapitalised()
+    {
+        QFETCH(QStringList, categories);
+        engine().start();
+        QTEST(categoriesOf(PackageSidebar(shared(), categories, nullptr)), "shown");
+    }
+
+    void typesAreCheckedAndCheckable()
+    {
+        engine().start();
+        const PackageSidebar sidebar(shared());
+        const auto *types = child<QListWidget>(sidebar, "TypeChoice");
+        QCOMPARE(types->maximumHeight(), 150);
+        QCOMPARE(types->count(), 2);
+        QCOMPARE(types->item(0)->text(), "Free"_s);
+        QCOMPARE(types->item(1)->text(), "Paid"_s);
+        for (int row = 0; row < types->count(); ++row) {
+            QCOMPARE(types->item(row)->checkState(), Qt::Checked);
+            QVERIFY(types->item(row)->flags().testFlag(Qt::ItemIsUserCheckable));
+            QVERIFY(types->item(row)->flags().testFlag(Qt::ItemIsSelectable));
+        }
+    }
+};
 
 KAVO_TEST_MAIN(PackageSidebarTest)
 #include "PackageSidebarTest.moc"

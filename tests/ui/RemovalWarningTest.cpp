@@ -1,152 +1,123 @@
-#include "tests/components/Widgets.h"
-#include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
 #include "tests/support/WithoutRights.h"
-#include "tests/ui/ShownWindow.h"
+#include "tests/ui/Boxes.h"
+#include "tests/ui/WindowTest.h"
 
 #include <QFileInfo>
-
-#include <memory>
 
 using namespace Kavo::Testing;
 using Kavo::Models::Package;
 
 namespace {
 
-const QString Title = QStringLiteral("Uninstall Package");
-const QString Question = QStringLiteral("Uninstall package-1 from this system");
-const QString Remaining =
-    QStringLiteral("The following files and folders could not be removed\n\n");
-const QString NotReturned = QStringLiteral(
-    "The following originals could not be put back, and stay in the backup folder\n\n");
+const QString Title = "Uninstall Package"_s;
+const QString Remaining = "The following files and folders could not be removed\n\n"_s;
+const QString NotReturned =
+    "The following originals could not be put back, and stay in the backup folder\n\n"_s;
 
 QString listed(const QStringList &paths)
 {
     QString lines;
     for (const QString &path : paths)
-        lines += QStringLiteral("\u2022 ") + path + QLatin1Char('\n');
+        lines += "\u2022 "_s + path + QLatin1Char('\n');
     return lines;
 }
 
 } // namespace
 
 /// What a removal leaves behind is told in one box of the real window.
-class RemovalWarningTest final : public QObject
+class RemovalWarningTest final : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init() { m_shown = std::make_unique<ShownWindow>(); }
-    void cleanup() { m_shown.reset(); }
+    void nothingIsToldOfACompleteRemoval()
+    {
+        Offer offer{1};
+        offer.remove = QStringList("package-1"_s);
+        QVERIFY(writeFile(engine().simulator("Custom Scenery/mine/apt.dat"_s), "mine"));
+        QVERIFY(openInstalled({offer}));
+        MessageBoxAnswers answers;
+        expectUninstall(answers, QMessageBox::Yes);
+        uninstall("Custom Scenery"_s);
+        QVERIFY(answers.allShown());
+        QCOMPARE(package(1)->state(), Package::AVAILABLE);
+    }
 
-    void nothingIsToldOfACompleteRemoval();
-    void oneBoxTellsOfAllPackages();
-    void manyPathsAreCounted();
+    void oneBoxTellsOfAllPackages()
+    {
+        const QString lights = "locked/lights.txt"_s;
+        Offer needed{1};
+        needed.files = {{"locked/<b>a.txt"_s, "a"}, {lights, "package's"}};
+        needed.remove = QStringList{"locked/<b>a.txt"_s, lights};
+        needed.backup = QStringList{lights};
+        // It would look like a path of its own.
+        Offer needing{2, "1.0"_s, {"1"_s}, {{"locked/b\n/etc/passwd"_s, "b"}}};
+        needing.remove = QStringList("locked/b\n"_s);
+        QVERIFY(writeFile(engine().simulator(lights), "original"));
+        QVERIFY(openInstalled({needed, needing}));
+        MessageBoxAnswers answers;
+        expectUninstall(answers, QMessageBox::Yes, {"package-2"_s});
+        const QStringList remaining{engine().simulator("locked/<b>a.txt"_s),
+                                    engine().simulator("locked/b?"_s), engine().simulator(lights)};
+        answers.expect(Title,
+                       Remaining + listed(remaining) + QLatin1Char('\n') + NotReturned +
+                           listed({engine().profile().backupFolder() + lights}),
+                       QMessageBox::Ok);
+        uninstall("locked"_s);
+        QVERIFY(answers.allShown());
+        QCOMPARE(answers.shown().last().icon, QMessageBox::Warning);
+        for (const int id : {1, 2})
+            QCOMPARE(package(id)->state(), Package::AVAILABLE);
+    }
+
+    void manyPathsAreCounted()
+    {
+        Offer offer{1};
+        for (int number = 0; number < 105; ++number)
+            offer.files.insert("locked/file-%1.txt"_s.arg(number), "x");
+        offer.remove = QStringList("locked"_s);
+        QVERIFY(openInstalled({offer}));
+        QString text;
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, this, [&text] {
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                text = box->text();
+                // Yes of the question, Ok of the warning.
+                box->buttons().first()->click();
+            }
+        });
+        timer.start(2);
+        uninstall("locked"_s);
+        QVERIFY(text.startsWith(Remaining));
+        QCOMPARE(text.count(engine().simulator("locked/file-"_s)), 100);
+        QVERIFY(text.endsWith("\nNot listed : 5\n"_s));
+    }
 
 private:
-    Engine &engine() { return m_shown->engine(); }
-    QString simulator(const char *path) { return engine().simulator(QString::fromUtf8(path)); }
     /// Opens the window with these packages installed and shows the first of them.
-    bool open(const QVector<Offer> &offers);
-    /// Presses Uninstall as a user who may not change this folder of the simulator.
-    void uninstall(const char *locked);
-
-    std::unique_ptr<ShownWindow> m_shown;
-};
-
-bool RemovalWarningTest::open(const QVector<Offer> &offers)
-{
-    for (const Offer &offer : offers)
-        engine().offer(offer);
-    if (!m_shown->open())
-        return false;
-    for (const Offer &offer : offers) {
-        if (!engine().installAndWait(offer.id))
-            return false;
-    }
-    m_shown->openDetail(0);
-    return m_shown->showsDetail();
-}
-
-void RemovalWarningTest::uninstall(const char *locked)
-{
-    letEverybodyWrite(QFileInfo(engine().profile().home()).path());
-    setMode(simulator(locked), 0555);
+    bool openInstalled(const QVector<Offer> &offers)
     {
-        const WithoutRights withoutRights;
-        child<QPushButton>(m_shown->window(), "Uninstall")->click();
+        for (const Offer &offer : offers)
+            engine().offer(offer);
+        bool done = open();
+        for (const Offer &offer : offers)
+            done = done && engine().installAndWait(offer.id);
+        openDetail(0);
+        return done && showsDetail();
     }
-    setMode(simulator(locked), 0755);
-}
-
-void RemovalWarningTest::nothingIsToldOfACompleteRemoval()
-{
-    Offer offer{1};
-    offer.remove = QStringList{QStringLiteral("package-1")};
-    QVERIFY(writeFile(simulator("Custom Scenery/mine/apt.dat"), "mine"));
-    QVERIFY(open({offer}));
-    MessageBoxAnswers answers;
-    answers.expect(Title, Question, QMessageBox::Yes);
-    uninstall("Custom Scenery");
-    QVERIFY(answers.allShown());
-    QCOMPARE(engine().package(1)->state(), Package::AVAILABLE);
-}
-
-void RemovalWarningTest::oneBoxTellsOfAllPackages()
-{
-    const QString lights = QStringLiteral("locked/lights.txt");
-    Offer needed{1};
-    needed.files = {{QStringLiteral("locked/<b>a.txt"), "a"}, {lights, "package's"}};
-    needed.remove = QStringList{QStringLiteral("locked/<b>a.txt"), lights};
-    needed.backup = QStringList{lights};
-    Offer needing{2};
-    needing.depends = QStringList{QStringLiteral("1")};
-    // It would look like a path of its own.
-    needing.files = {{QStringLiteral("locked/b\n/etc/passwd"), "b"}};
-    needing.remove = QStringList{QStringLiteral("locked/b\n")};
-    QVERIFY(writeFile(engine().simulator(lights), "original"));
-    QVERIFY(open({needed, needing}));
-    MessageBoxAnswers answers;
-    answers.expect(Title,
-                   Question + QStringLiteral("\n\nFollowing dependent extensions will also be "
-                                             "uninstalled\n\npackage-2\n"),
-                   QMessageBox::Yes);
-    const QStringList remaining{simulator("locked/<b>a.txt"), simulator("locked/b?"),
-                                engine().simulator(lights)};
-    answers.expect(Title,
-                   Remaining + listed(remaining) + QLatin1Char('\n') + NotReturned +
-                       listed({engine().profile().backupFolder() + lights}),
-                   QMessageBox::Ok);
-    uninstall("locked");
-    QVERIFY(answers.allShown());
-    QCOMPARE(answers.shown().last().icon, QMessageBox::Warning);
-    for (const int id : {1, 2})
-        QCOMPARE(engine().package(id)->state(), Package::AVAILABLE);
-}
-
-void RemovalWarningTest::manyPathsAreCounted()
-{
-    Offer offer{1};
-    for (int number = 0; number < 105; ++number)
-        offer.files.insert(QStringLiteral("locked/file-%1.txt").arg(number), "x");
-    offer.remove = QStringList{QStringLiteral("locked")};
-    QVERIFY(open({offer}));
-    QString text;
-    QTimer timer;
-    connect(&timer, &QTimer::timeout, this, [&text] {
-        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-        if (!box)
-            return;
-        text = box->text();
-        // Yes of the question, Ok of the warning.
-        box->buttons().first()->click();
-    });
-    timer.start(2);
-    uninstall("locked");
-    QVERIFY(text.startsWith(Remaining));
-    QCOMPARE(text.count(simulator("locked/file-")), 100);
-    QVERIFY(text.endsWith(QStringLiteral("\nNot listed : 5\n")));
-}
+    /// Presses Uninstall as a user who may not change this folder of the simulator.
+    void uninstall(const QString &locked)
+    {
+        letEverybodyWrite(QFileInfo(engine().profile().home()).path());
+        setMode(engine().simulator(locked), 0555);
+        {
+            const WithoutRights withoutRights;
+            child<QPushButton>(window(), "Uninstall")->click();
+        }
+        setMode(engine().simulator(locked), 0755);
+    }
+};
 
 KAVO_TEST_MAIN(RemovalWarningTest)
 #include "RemovalWarningTest.moc"

@@ -1,9 +1,7 @@
 #include "components/WidgetList.h"
-#include "core/Settings.h"
-#include "tests/components/Widgets.h"
-#include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"
-#include "tests/ui/ShownWindow.h"
+#include "tests/ui/Boxes.h"
+#include "tests/ui/WindowTest.h"
 #include "ui/list/PackageFilter.h"
 #include "ui/list/PackageWidget.h"
 #include "ui/package/PackageProcessingWidget.h"
@@ -11,730 +9,604 @@
 
 #include <QAccessible>
 #include <QLineEdit>
-#include <QPointer>
 #include <QScrollBar>
 #include <QSignalSpy>
 
-#include <algorithm>
-#include <memory>
-
 using namespace Kavo::Testing;
+using Kavo::Settings;
 using Kavo::Controllers::PackageController;
 using Kavo::Models::Package;
 using Kavo::Ui::PackageFilter;
 using Kavo::Ui::PackageProcessingWidget;
 using Kavo::Ui::PackageSidebar;
 using Kavo::Ui::PackageWidget;
+using Ids = QVector<int>;
+
+Q_DECLARE_METATYPE(std::function<void()>)
 
 namespace {
 
 /// Of a list that is filled in turns.
 constexpr int Many = 400;
 
-QString focusedName()
+QString spokenDescription(QWidget &widget)
 {
-    return spokenName(QApplication::focusWidget());
+    return QAccessible::queryAccessibleInterface(&widget)->text(QAccessible::Description);
 }
 
 } // namespace
 
 /// The search in the real window, from the keys to what is to be seen of the list.
-class SearchTest final : public QObject
+class SearchTest final : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init() { m_shown = std::make_unique<ShownWindow>(); }
-    void cleanup() { m_shown.reset(); }
+    // What is found
 
-    void typingFiltersTheList();
-    void nothingFoundIsTold();
-    void nothingFoundStaysTheAnswerToAnEmptyCatalogue();
-    void keyboardGoesToWhatWasFound_data();
-    void keyboardGoesToWhatWasFound();
-    void keyboardStaysWhereNothingWasFound();
-    void escapeClears();
-    void escapeInTheListClearsAndKeepsTheCard();
-    void clearedListStandsWhereItStood();
+    void typingFiltersTheList()
+    {
+        offerNamed(1, "Häfen"_s, "Lights for every pier"_s);
+        offerNamed(2, "Jetways"_s, "Every gate has one"_s);
+        offerNamed(3, "Piers"_s);
+        QVERIFY(openRead(true));
+        QCOMPARE(seen(), Ids({1, 2, 3}));
+        field().setFocus();
+        type("e");
+        type("v");
+        QCOMPARE(seen(), Ids({1, 2}));
+        type("ery PIE");
+        QCOMPARE(field().text(), "every PIE"_s);
+        QCOMPARE(seen(), Ids({1}));
+        QCOMPARE(list().rowWidget(0)->y(), list().spacing());
+        search("hafen");
+        QCOMPARE(seen(), Ids({1}));
+        search("pier");
+        QCOMPARE(seen(), Ids({1, 3}));
+        press(Qt::Key_A, Qt::ControlModifier);
+        press(Qt::Key_Backspace);
+        QCOMPARE(seen(), Ids({1, 2, 3}));
+    }
 
-    void keysShowAHiddenSearch_data();
-    void keysShowAHiddenSearch();
-    void typingInTheListShowsAHiddenSearch();
-    void typingInTheListGoesOnWithAShownSearch();
-    void typingInTheListGoesBehindWhatStandsThere();
-    void escapeHidesTheSearchAgain();
-    void escapeHidesASearchWithTheKeyboardInTheList();
-    void searchThatIsAlwaysThereStays_data();
-    void searchThatIsAlwaysThereStays();
-    void otherKeysOfACardKeepTheirMeaning();
+    void nothingFoundIsTold()
+    {
+        offerSome(3);
+        QVERIFY(openRead(true));
+        const auto *sidebar = window().findChild<PackageSidebar *>();
+        // Back to the list as soon as the text finds something.
+        for (const char *text : {"jetways", "etways", "etway", "etwa", "etw", "et"}) {
+            search(text);
+            QVERIFY(tellsNothingFound());
+            QVERIFY(!sidebar->isVisible());
+            QVERIFY(field().hasFocus());
+        }
+        press(Qt::Key_Backspace);
+        QCOMPARE(seen(), Ids({1, 2, 3}));
+        QVERIFY(!panel().isVisible());
+        QVERIFY(sidebar->isVisible());
+    }
 
-    void refreshKeepsTheSearch();
-    void refreshThatFindsNothingTellsIt();
-    void searchWhileTheCatalogueIsOnItsWay();
-    void searchOnAnErrorPageChangesNothing();
-    void backReturnsToTheFilteredList();
-    void searchInTheDetailShowsTheList();
-    void returnInTheDetailShowsTheFound();
-    void packageThatChangesStaysUntilTheNextText();
-    void errorOfAPackageThatIsNotListedIsTold();
-    void longListIsSearchedBeforeItsCardsAreThere();
-    void detailStaysWhileALongListIsRead();
-    void cardsOfALongListAreMadeWhileItIsFiltered();
-    void screenReadersHearHowManyWereFound();
+    void nothingFoundStaysTheAnswerToAnEmptyCatalogue()
+    {
+        QVERIFY(openRead(true));
+        QVERIFY(list().isVisible() && !panel().isVisible());
+        field().setText("pier"_s);
+        QVERIFY(tellsNothingFound());
+        field().clear();
+        QVERIFY(list().isVisible() && !panel().isVisible());
+    }
+
+    // The way to the cards
+
+    void keyboardGoesToWhatWasFound_data()
+    {
+        table<std::function<void()>>(
+            {"confirm"}, {{"Return", [this] { press(Qt::Key_Return); }},
+                          {"Enter", [this] { press(Qt::Key_Enter); }},
+                          {"button", [this] { QTest::mouseClick(&button(), Qt::LeftButton); }}});
+    }
+
+    void keyboardGoesToWhatWasFound()
+    {
+        QFETCH(std::function<void()>, confirm);
+        QVERIFY(openMany(true));
+        search("package-33");
+        QCOMPARE(listed(), Ids({33, 330, 331, 332, 333, 334, 335, 336, 337, 338, 339}));
+        confirm();
+        QCOMPARE(focusedName(), "More Detail: package-33"_s);
+        // From there on the keys know the list as it is.
+        press(Qt::Key_Tab);
+        QCOMPARE(focusedName(), "Download: package-330"_s);
+        press(Qt::Key_Tab);
+        press(Qt::Key_Return);
+        QCOMPARE(textOf(window(), "DetailTitle"), "package-330"_s);
+    }
+
+    void keyboardStaysWhereNothingWasFound()
+    {
+        offerSome(3);
+        QVERIFY(openRead(true));
+        search("jetways");
+        press(Qt::Key_Return);
+        QVERIFY(field().hasFocus());
+        QTest::mouseClick(&button(), Qt::LeftButton);
+        QVERIFY(tellsNothingFound());
+        // Nor does it go to a card while the list is on its way, or with the list when that is
+        // there.
+        field().setText("package"_s);
+        emit controller().busy();
+        field().setFocus();
+        press(Qt::Key_Return);
+        QVERIFY(field().hasFocus());
+        emit controller().list();
+        QCOMPARE(seen(), Ids({1, 2, 3}));
+        QVERIFY(field().hasFocus());
+    }
+
+    // The end of a search
+
+    void escapeClears()
+    {
+        offerSome(3);
+        QVERIFY(openRead(true));
+        search("2");
+        QCOMPARE(seen(), Ids({2}));
+        press(Qt::Key_Escape);
+        QVERIFY(field().text().isEmpty());
+        QCOMPARE(seen(), Ids({1, 2, 3}));
+        QVERIFY(field().hasFocus());
+    }
+
+    void escapeInTheListClearsAndKeepsTheCard()
+    {
+        QVERIFY(openMany(true));
+        search("package-333");
+        press(Qt::Key_Return);
+        const QWidget *focused = QApplication::focusWidget();
+        QCOMPARE(focusedName(), "More Detail: package-333"_s);
+        press(Qt::Key_Escape);
+        QVERIFY(field().text().isEmpty());
+        QCOMPARE(listed().size(), Many);
+        QCOMPARE(QApplication::focusWidget(), focused);
+        QVERIFY(seen().contains(333));
+        QVERIFY(!seen().contains(1));
+        // The keys go on from there.
+        press(Qt::Key_Tab);
+        QCOMPARE(focusedName(), "Download: package-334"_s);
+    }
+
+    void clearedListStandsWhereItStood()
+    {
+        QVERIFY(openMany(true));
+        QScrollBar *bar = list().verticalScrollBar();
+        bar->setValue(20000);
+        field().setFocus();
+        type("1");
+        QCOMPARE(bar->value(), 0);
+        QCOMPARE(seen().first(), 1);
+        bar->setValue(500);
+        type("2");
+        QCOMPARE(bar->value(), 0);
+        QCOMPARE(seen().first(), 12);
+        type("nothing");
+        QVERIFY(tellsNothingFound());
+        press(Qt::Key_Escape);
+        QCOMPARE(bar->value(), 20000);
+    }
+
+    // A search that is hidden until it is asked for
+
+    void keysShowAHiddenSearch_data()
+    {
+        table<int, Qt::KeyboardModifiers>({"key", "modifiers"},
+                                          {{"Ctrl+F", Qt::Key_F, Qt::ControlModifier},
+                                           {"Find", Qt::Key_Find, Qt::NoModifier},
+                                           {"Search", Qt::Key_Search, Qt::NoModifier}});
+    }
+
+    void keysShowAHiddenSearch()
+    {
+        QFETCH(int, key);
+        QFETCH(Qt::KeyboardModifiers, modifiers);
+        offerSome(3);
+        QVERIFY(openRead());
+        QVERIFY(isHidden());
+        // Not every key is one that press() knows.
+        const auto pressKey = [key, modifiers] {
+            QTest::simulateEvent(QApplication::focusWidget(), true, key, modifiers, {}, false);
+        };
+        pressKey();
+        QVERIFY(isShown() && field().hasFocus());
+        type("2");
+        QCOMPARE(seen(), Ids({2}));
+        QVERIFY(!window().findChild<PackageSidebar *>()->isVisible());
+        // Once more it selects what stands there, to be written over.
+        press(Qt::Key_Return);
+        pressKey();
+        QVERIFY(field().hasFocus());
+        type("3");
+        QCOMPARE(field().text(), "3"_s);
+    }
+
+    void typingInTheListShowsAHiddenSearch()
+    {
+        QVERIFY(openMany());
+        QCOMPARE(focusedName(), "More Detail: package-1"_s);
+        type("package-22");
+        QVERIFY(isShown() && field().hasFocus());
+        QCOMPARE(field().text(), "package-22"_s);
+        QCOMPARE(listed().first(), 22);
+        QCOMPARE(listed().size(), 11);
+    }
+
+    /// Wherever the cursor was left, and whatever is selected.
+    void typingInTheListGoesBehindWhatStandsThere()
+    {
+        QVERIFY(openMany(true));
+        search("22");
+        press(Qt::Key_Home);
+        press(Qt::Key_Return);
+        QCOMPARE(focusedName(), "More Detail: package-22"_s);
+        type("3");
+        QCOMPARE(field().text(), "223"_s);
+        QVERIFY(field().hasFocus());
+        QCOMPARE(seen(), Ids({223}));
+        press(Qt::Key_Backspace);
+        press(Qt::Key_A, Qt::ControlModifier);
+        press(Qt::Key_Return);
+        QCOMPARE(focusedName(), "More Detail: package-22"_s);
+        type("4");
+        QCOMPARE(field().text(), "224"_s);
+        QCOMPARE(seen(), Ids({224}));
+    }
+
+    void escapeHidesTheSearchAgain()
+    {
+        QVERIFY(openMany());
+        type("2");
+        press(Qt::Key_Escape);
+        QVERIFY(isHidden());
+        QVERIFY(field().text().isEmpty());
+        QCOMPARE(listed().size(), Many);
+        QCOMPARE(focusedName(), "More Detail: package-1"_s);
+        // Empty, too, and with the keyboard at its button.
+        press(Qt::Key_F, Qt::ControlModifier);
+        press(Qt::Key_Escape);
+        QVERIFY(isHidden());
+        press(Qt::Key_F, Qt::ControlModifier);
+        press(Qt::Key_Tab);
+        QVERIFY(button().hasFocus());
+        press(Qt::Key_Escape);
+        QVERIFY(isHidden());
+        QCOMPARE(focusedName(), "More Detail: package-1"_s);
+        // And with the keyboard in the list.
+        type("22");
+        press(Qt::Key_Return);
+        QCOMPARE(focusedName(), "More Detail: package-22"_s);
+        press(Qt::Key_Escape);
+        QVERIFY(isHidden());
+        QCOMPARE(listed().size(), Many);
+        QCOMPARE(focusedName(), "More Detail: package-22"_s);
+        QVERIFY(seen().contains(22));
+    }
+
+    void searchThatIsAlwaysThereStays()
+    {
+        offerSome(3);
+        QVERIFY(openRead(true));
+        for (const QString &setting : {"true"_s, "FALSE"_s, QString()}) {
+            set(Settings::SHOW_FILTER, setting);
+            cardButton(0, "MoreDetail")->setFocus();
+            type("2");
+            press(Qt::Key_Escape);
+            QVERIFY(isShown() && field().hasFocus());
+        }
+    }
+
+    void otherKeysOfACardKeepTheirMeaning()
+    {
+        offerSome(3);
+        QVERIFY(openRead());
+        press(Qt::Key_X, Qt::AltModifier);
+        press(Qt::Key_X, Qt::ControlModifier);
+        press(Qt::Key_Escape);
+        press(Qt::Key_Down);
+        QVERIFY(isHidden());
+        openDetail(0);
+        QVERIFY(showsDetail());
+        // Nothing is filtered from here.
+        type("x");
+        QVERIFY(isHidden());
+        QVERIFY(showsDetail());
+    }
+
+    // What goes on meanwhile
+
+    void refreshKeepsTheSearch()
+    {
+        offerSome(5);
+        QVERIFY(openRead());
+        type("package-2");
+        press(Qt::Key_Return);
+        QCOMPARE(seen(), Ids({2}));
+        offer(20);
+        QVERIFY(engine().refresh());
+        QCOMPARE(field().text(), "package-2"_s);
+        QVERIFY(isShown());
+        QTRY_COMPARE(seen(), Ids({2, 20}));
+        QCOMPARE(focusedName(), "More Detail: package-2"_s);
+        press(Qt::Key_Escape);
+        QCOMPARE(listed().size(), 6);
+    }
+
+    void refreshThatFindsNothingTellsIt()
+    {
+        offerSome(3);
+        QVERIFY(openRead(true));
+        setState(2, Package::INSTALLED, true);
+        search("update");
+        QCOMPARE(seen(), Ids({2}));
+        press(Qt::Key_Return);
+        // The new objects know of no installation.
+        QVERIFY(engine().refresh());
+        QTRY_VERIFY(tellsNothingFound());
+        QCOMPARE(focusedName(), "Refresh"_s);
+        field().clear();
+        QCOMPARE(seen(), Ids({1, 2, 3}));
+    }
+
+    void searchWhileTheCatalogueIsOnItsWay()
+    {
+        QVERIFY(openMany(true));
+        QSignalSpy listedNow(&controller(), &PackageController::list);
+        controller().refresh();
+        field().setText("package-39"_s);
+        // The panel goes on telling that the catalogue comes.
+        QVERIFY(panel().isVisible() && !list().isVisible());
+        QVERIFY(!textOf(panel(), "ProcessingMessage").contains("No items"_s));
+        QVERIFY(listedNow.wait());
+        QTRY_COMPARE(listed().size(), 11);
+        QCOMPARE(listed().first(), 39);
+        QCOMPARE(listedNow.size(), 1);
+    }
+
+    void searchOnAnErrorPageChangesNothing()
+    {
+        offerSome(3);
+        QVERIFY(openRead(true));
+        emit controller().error("Server Error"_s);
+        for (const QString &text : {"2"_s, "nothing"_s, QString(), "2"_s}) {
+            field().setText(text);
+            QVERIFY(panel().isVisible() && !list().isVisible());
+            QCOMPARE(textOf(panel(), "ProcessingMessage"), "Server Error"_s);
+        }
+        emit controller().list();
+        QCOMPARE(seen(), Ids({2}));
+    }
+
+    void backReturnsToTheFilteredList()
+    {
+        QVERIFY(openMany(true));
+        field().setText("package-1"_s);
+        QScrollBar *bar = list().verticalScrollBar();
+        bar->setValue(2000);
+        const Ids before = seen();
+        QVERIFY(before.size() > 3);
+        const int id = before.at(1);
+        QPushButton *opener = cardButton(id - 1, "MoreDetail");
+        QTest::mouseClick(opener, Qt::LeftButton);
+        QVERIFY(showsDetail());
+        // What happens to it meanwhile does not matter.
+        setState(id, Package::INSTALLED);
+        press(Qt::Key_Escape);
+        QVERIFY(!showsDetail());
+        QCOMPARE(field().text(), "package-1"_s);
+        QCOMPARE(bar->value(), 2000);
+        QCOMPARE(seen(), before);
+        QVERIFY(opener->hasFocus());
+    }
+
+    void searchInTheDetailShowsTheList()
+    {
+        offerSome(3);
+        QVERIFY(openRead());
+        openDetail(0);
+        press(Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(field().hasFocus() && showsDetail());
+        type("3");
+        QVERIFY(!showsDetail());
+        QCOMPARE(seen(), Ids({3}));
+        QVERIFY(field().hasFocus());
+        // The package that was open is not in the list, and takes no keyboard.
+        press(Qt::Key_Return);
+        openDetail(2);
+        field().setText("nothing"_s);
+        QVERIFY(tellsNothingFound());
+        QVERIFY(!showsDetail());
+    }
+
+    void returnInTheDetailShowsTheFound()
+    {
+        offerSome(3);
+        QVERIFY(openRead(true));
+        field().setText("package"_s);
+        openDetail(2);
+        press(Qt::Key_F, Qt::ControlModifier);
+        press(Qt::Key_Return);
+        QVERIFY(!showsDetail());
+        QCOMPARE(focusedName(), "More Detail: package-1"_s);
+    }
+
+    void packageThatChangesStaysUntilTheNextText()
+    {
+        offerSome(3);
+        QVERIFY(openRead(true));
+        setState(1, Package::INSTALLED, true);
+        setState(3, Package::INSTALLED, true);
+        field().setText("updat"_s);
+        QCOMPARE(seen(), Ids({1, 3}));
+        setState(1, Package::PREPARING, true);
+        QCoreApplication::processEvents();
+        QCOMPARE(seen(), Ids({1, 3}));
+        // The card says so all the same.
+        QCOMPARE(cardButton(0, "Busy")->text(), "Preparing"_s);
+        field().setText("update"_s);
+        QCOMPARE(seen(), Ids({3}));
+    }
+
+    void errorOfAPackageThatIsNotListedIsTold()
+    {
+        offerSome(3);
+        QVERIFY(openRead(true));
+        field().setText("package-2"_s);
+        MessageBoxAnswers answers;
+        expectError(answers, 1);
+        setState(1, Package::INSTALL_ERROR);
+        QVERIFY(answers.waitForAll());
+    }
+
+    // Long lists
+
+    void longListIsSearchedBeforeItsCardsAreThere()
+    {
+        offerMany(3000);
+        QVERIFY(open(true));
+        QVERIFY(!list().rowWidget(2998));
+        // Nothing was found yet, and more is to come.
+        bool isGivenUp = false;
+        connect(window().findChild<PackageFilter *>(), &PackageFilter::advanced, this,
+                [this, &isGivenUp] { isGivenUp = isGivenUp || tellsNothingFound(); });
+        field().setFocus();
+        field().setText("package-2999"_s);
+        QVERIFY(!tellsNothingFound());
+        QTRY_COMPARE(seen(), Ids({2999}));
+        QVERIFY(!isGivenUp);
+        press(Qt::Key_Return);
+        QCOMPARE(focusedName(), "More Detail: package-2999"_s);
+    }
+
+    void detailStaysWhileALongListIsRead()
+    {
+        offerMany(3000);
+        QVERIFY(open(true));
+        field().setText("package"_s);
+        openDetail(0);
+        QVERIFY(isRead());
+        QVERIFY(showsDetail() && !list().isVisible());
+        press(Qt::Key_Escape);
+        QCOMPARE(listed().size(), 3000);
+    }
+
+    void cardsOfALongListAreMadeWhileItIsFiltered()
+    {
+        offerMany(Many);
+        QVERIFY(open(true));
+        QVERIFY(!list().rowWidget(200));
+        field().setText("package-39"_s);
+        QTRY_COMPARE(window().findChildren<PackageWidget *>().size(), Many);
+        // Those that are not listed are not to be seen.
+        for (const PackageWidget *card : window().findChildren<PackageWidget *>()) {
+            const bool found = QByteArray::number(card->packageId()).startsWith("39");
+            QVERIFY(found || !card->isVisible());
+        }
+        field().clear();
+        QCOMPARE(seen().first(), 1);
+    }
+
+    // Screen readers
+
+    void screenReadersHearHowManyWereFound()
+    {
+        offerSome(30);
+        QVERIFY(openRead(true));
+        QVERIFY(!spokenDescription(field()).contains("packages"_s));
+        search("package-3");
+        QCOMPARE(spokenDescription(field()), "2 of 30 packages"_s);
+        QCOMPARE(spokenDescription(list()), "2 of 30 packages"_s);
+        type("x");
+        QCOMPARE(spokenDescription(field()), "0 of 30 packages"_s);
+        QCOMPARE(spokenName(&panel()), "No items found"_s);
+        press(Qt::Key_Escape);
+        QVERIFY(!spokenDescription(field()).contains("packages"_s));
+    }
 
 private:
-    /// Shows the window when all texts have been read.
-    bool open(bool filter = false);
-    bool isRead();
-    Kavo::Ui::ApplicationWindow &window() { return m_shown->window(); }
-    PackageController &controller() { return m_shown->engine().controller(); }
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    /// Adds a package of this name.
+    void offerNamed(int id, const QString &name, const QString &brief = {})
     {
-        Kavo::Testing::press(window(), key, modifiers);
+        engine().offerObject({{"id"_s, id},
+                              {"name"_s, QJsonObject{{"en"_s, name}}},
+                              {"short_description"_s, QJsonObject{{"en"_s, brief}}}});
     }
+    /// Adds "package-1" and so on, with nothing but their names.
+    void offerMany(int count)
+    {
+        for (int id = 1; id <= count; ++id)
+            offerNamed(id, "package-%1"_s.arg(id));
+    }
+    bool isRead()
+    {
+        const auto *filter = window().findChild<PackageFilter *>();
+        return QTest::qWaitFor([filter] { return filter->isComplete(); }, 60000);
+    }
+    /// Shows the window when all texts have been read.
+    bool openRead(bool filter = false) { return open(filter) && isRead(); }
+    bool openMany(bool filter = false)
+    {
+        offerMany(Many);
+        return openRead(filter);
+    }
+
     /// As the keyboard does: to whatever has it.
     void type(const char *text)
     {
         for (; *text; ++text)
             QTest::keyClick(window().windowHandle(), *text);
     }
-    QLineEdit *field() { return child<QLineEdit>(window(), "SearchField"); }
-    QPushButton *button() { return allChildren<QPushButton>(window(), "TopButton").first(); }
-    PackageProcessingWidget *panel()
+    /// Types in the place of what stands in the field.
+    void search(const char *text)
     {
-        return child<QWidget>(window(), "PackageContainer")
-            ->findChild<PackageProcessingWidget *>(QString(), Qt::FindDirectChildrenOnly);
+        field().setFocus();
+        press(Qt::Key_A, Qt::ControlModifier);
+        type(text);
+    }
+
+    QLineEdit &field() const { return *child<QLineEdit>(window(), "SearchField"); }
+    QPushButton &button() const { return *allChildren<QPushButton>(window(), "TopButton").first(); }
+    bool isShown() const { return field().isVisible() && button().isVisible(); }
+    bool isHidden() const { return !field().isVisible() && !button().isVisible(); }
+    PackageProcessingWidget &panel() const
+    {
+        return *child<QWidget>(window(), "PackageContainer")
+                    ->findChild<PackageProcessingWidget *>({}, Qt::FindDirectChildrenOnly);
+    }
+    bool tellsNothingFound() const
+    {
+        return panel().isVisible() && !list().isVisible() &&
+               textOf(panel(), "ProcessingMessage") == "No items found"_s;
     }
     /// Ids of the packages in the list, of a list that is shown.
-    QVector<int> listed();
-    bool isListed(int id) { return listed().contains(id); }
-    /// Ids of the cards that can be seen, from the top to the bottom.
-    QVector<int> seen();
-    bool tellsNothingFound();
-    /// Adds a package of this name.
-    void offer(int id, const QString &name, const QString &brief = QString());
-    /// Adds "package-1" and so on, with nothing but their names.
-    void offerMany(int count);
-
-    std::unique_ptr<ShownWindow> m_shown;
-};
-
-bool SearchTest::open(bool filter)
-{
-    return m_shown->open(filter) && isRead();
-}
-
-bool SearchTest::isRead()
-{
-    const auto *filter = window().findChild<PackageFilter *>();
-    return QTest::qWaitFor([filter] { return filter->isComplete(); }, 60000);
-}
-
-QVector<int> SearchTest::listed()
-{
-    QVector<int> ids;
-    const auto packages = controller().packages();
-    for (int row = 0; m_shown->list().isVisible() && row < m_shown->list().count(); ++row) {
-        if (m_shown->list().isListed(row))
-            ids.append(packages.at(row)->id());
-    }
-    return ids;
-}
-
-QVector<int> SearchTest::seen()
-{
-    QMap<int, int> ids;
-    for (const PackageWidget *card : window().findChildren<PackageWidget *>()) {
-        if (!card->visibleRegion().isEmpty())
-            ids.insert(card->y(), card->packageId());
-    }
-    return ids.values().toVector();
-}
-
-bool SearchTest::tellsNothingFound()
-{
-    return panel()->isVisible() && !m_shown->list().isVisible() &&
-           textOf(*panel(), "ProcessingMessage") == QLatin1String("No items found");
-}
-
-void SearchTest::offer(int id, const QString &name, const QString &brief)
-{
-    m_shown->engine().offerObject(
-        {{QStringLiteral("id"), id},
-         {QStringLiteral("name"), QJsonObject{{QStringLiteral("en"), name}}},
-         {QStringLiteral("short_description"), QJsonObject{{QStringLiteral("en"), brief}}}});
-}
-
-void SearchTest::offerMany(int count)
-{
-    for (int id = 1; id <= count; ++id)
-        offer(id, QStringLiteral("package-%1").arg(id));
-}
-
-// What is found ----------------------------------------------------------------------------------
-
-void SearchTest::typingFiltersTheList()
-{
-    offer(1, QStringLiteral("Häfen"), QStringLiteral("Lights for every pier"));
-    offer(2, QStringLiteral("Jetways"), QStringLiteral("Every gate has one"));
-    offer(3, QStringLiteral("Piers"));
-    QVERIFY(open(true));
-    QCOMPARE(seen(), QVector<int>({1, 2, 3}));
-    field()->setFocus();
-    type("e");
-    type("v");
-    QCOMPARE(seen(), QVector<int>({1, 2}));
-    type("ery PIE");
-    QCOMPARE(field()->text(), QStringLiteral("every PIE"));
-    QCOMPARE(seen(), QVector<int>({1}));
-    QCOMPARE(m_shown->list().rowWidget(0)->y(), m_shown->list().spacing());
-    press(Qt::Key_A, Qt::ControlModifier);
-    type("hafen");
-    QCOMPARE(seen(), QVector<int>({1}));
-    press(Qt::Key_A, Qt::ControlModifier);
-    type("pier");
-    QCOMPARE(seen(), QVector<int>({1, 3}));
-    press(Qt::Key_A, Qt::ControlModifier);
-    press(Qt::Key_Backspace);
-    QCOMPARE(seen(), QVector<int>({1, 2, 3}));
-}
-
-void SearchTest::nothingFoundIsTold()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open(true));
-    auto *sidebar = window().findChild<PackageSidebar *>();
-    field()->setFocus();
-    type("jetways");
-    QVERIFY(tellsNothingFound());
-    QVERIFY(!sidebar->isVisible());
-    QCOMPARE(QApplication::focusWidget(), field());
-    // Back to the list as soon as the text finds something.
-    while (field()->text() != QLatin1String("e")) {
-        QVERIFY(tellsNothingFound());
-        press(Qt::Key_Home);
-        press(Qt::Key_Delete);
-        if (field()->text() == QLatin1String("etways")) {
-            press(Qt::Key_End);
-            for (int i = 0; i < 5; ++i)
-                press(Qt::Key_Backspace);
+    Ids listed()
+    {
+        Ids ids;
+        const auto packages = controller().packages();
+        for (int row = 0; list().isVisible() && row < list().count(); ++row) {
+            if (list().isListed(row))
+                ids.append(packages.at(row)->id());
         }
+        return ids;
     }
-    QCOMPARE(seen(), QVector<int>({1, 2, 3}));
-    QVERIFY(!panel()->isVisible());
-    QVERIFY(sidebar->isVisible());
-}
-
-void SearchTest::nothingFoundStaysTheAnswerToAnEmptyCatalogue()
-{
-    QVERIFY(open(true));
-    QVERIFY(m_shown->list().isVisible());
-    QVERIFY(!panel()->isVisible());
-    field()->setText(QStringLiteral("pier"));
-    QVERIFY(tellsNothingFound());
-    field()->clear();
-    QVERIFY(m_shown->list().isVisible());
-    QVERIFY(!panel()->isVisible());
-}
-
-// The way to the cards ---------------------------------------------------------------------------
-
-void SearchTest::keyboardGoesToWhatWasFound_data()
-{
-    QTest::addColumn<int>("key");
-    QTest::newRow("Return") << int(Qt::Key_Return);
-    QTest::newRow("Enter") << int(Qt::Key_Enter);
-    QTest::newRow("button") << 0;
-}
-
-void SearchTest::keyboardGoesToWhatWasFound()
-{
-    QFETCH(int, key);
-    offerMany(Many);
-    QVERIFY(open(true));
-    field()->setFocus();
-    type("package-33");
-    QCOMPARE(listed(), QVector<int>({33, 330, 331, 332, 333, 334, 335, 336, 337, 338, 339}));
-    if (key)
-        press(static_cast<Qt::Key>(key));
-    else
-        QTest::mouseClick(button(), Qt::LeftButton);
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-33"));
-    // From there on the keys know the list as it is.
-    press(Qt::Key_Tab);
-    QCOMPARE(focusedName(), QStringLiteral("Download: package-330"));
-    press(Qt::Key_Tab);
-    press(Qt::Key_Return);
-    QCOMPARE(textOf(window(), "DetailTitle"), QStringLiteral("package-330"));
-}
-
-void SearchTest::keyboardStaysWhereNothingWasFound()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open(true));
-    field()->setFocus();
-    type("jetways");
-    press(Qt::Key_Return);
-    QCOMPARE(QApplication::focusWidget(), field());
-    QTest::mouseClick(button(), Qt::LeftButton);
-    QVERIFY(tellsNothingFound());
-    // Nor does it go to a card while the list is on its way, or with the list when that is there.
-    field()->setText(QStringLiteral("package"));
-    emit controller().busy();
-    field()->setFocus();
-    press(Qt::Key_Return);
-    QCOMPARE(QApplication::focusWidget(), field());
-    emit controller().list();
-    QCOMPARE(seen(), QVector<int>({1, 2, 3}));
-    QCOMPARE(QApplication::focusWidget(), field());
-}
-
-// The end of a search ----------------------------------------------------------------------------
-
-void SearchTest::escapeClears()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open(true));
-    field()->setFocus();
-    type("2");
-    QCOMPARE(seen(), QVector<int>({2}));
-    press(Qt::Key_Escape);
-    QVERIFY(field()->text().isEmpty());
-    QCOMPARE(seen(), QVector<int>({1, 2, 3}));
-    QCOMPARE(QApplication::focusWidget(), field());
-}
-
-void SearchTest::escapeInTheListClearsAndKeepsTheCard()
-{
-    offerMany(Many);
-    QVERIFY(open(true));
-    field()->setFocus();
-    type("package-333");
-    press(Qt::Key_Return);
-    QWidget *focused = QApplication::focusWidget();
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-333"));
-    press(Qt::Key_Escape);
-    QVERIFY(field()->text().isEmpty());
-    QCOMPARE(listed().size(), Many);
-    QCOMPARE(QApplication::focusWidget(), focused);
-    QVERIFY(seen().contains(333));
-    QVERIFY(!seen().contains(1));
-    // The keys go on from there.
-    press(Qt::Key_Tab);
-    QCOMPARE(focusedName(), QStringLiteral("Download: package-334"));
-}
-
-void SearchTest::clearedListStandsWhereItStood()
-{
-    offerMany(Many);
-    QVERIFY(open(true));
-    QScrollBar *bar = m_shown->list().verticalScrollBar();
-    bar->setValue(20000);
-    field()->setFocus();
-    type("1");
-    QCOMPARE(bar->value(), 0);
-    QCOMPARE(seen().first(), 1);
-    bar->setValue(500);
-    type("2");
-    QCOMPARE(bar->value(), 0);
-    QCOMPARE(seen().first(), 12);
-    type("nothing");
-    QVERIFY(tellsNothingFound());
-    press(Qt::Key_Escape);
-    QCOMPARE(bar->value(), 20000);
-}
-
-// A search that is hidden until it is asked for --------------------------------------------------
-
-void SearchTest::keysShowAHiddenSearch_data()
-{
-    QTest::addColumn<int>("key");
-    QTest::addColumn<int>("modifiers");
-    QTest::newRow("Ctrl+F") << int(Qt::Key_F) << int(Qt::ControlModifier);
-    QTest::newRow("Find") << int(Qt::Key_Find) << int(Qt::NoModifier);
-    QTest::newRow("Search") << int(Qt::Key_Search) << int(Qt::NoModifier);
-}
-
-void SearchTest::keysShowAHiddenSearch()
-{
-    QFETCH(int, key);
-    QFETCH(int, modifiers);
-    m_shown->offerSome(3);
-    QVERIFY(open());
-    QVERIFY(!field()->isVisible());
-    QVERIFY(!button()->isVisible());
-    // Not every key is one that press() knows.
-    const auto pressKey = [this, key, modifiers] {
-        QTest::simulateEvent(QApplication::focusWidget(), true, key,
-                             Qt::KeyboardModifiers(modifiers), QString(), false);
-    };
-    pressKey();
-    QVERIFY(field()->isVisible());
-    QVERIFY(button()->isVisible());
-    QCOMPARE(QApplication::focusWidget(), field());
-    type("2");
-    QCOMPARE(seen(), QVector<int>({2}));
-    QVERIFY(!window().findChild<PackageSidebar *>()->isVisible());
-    // Once more it selects what stands there, to be written over.
-    press(Qt::Key_Return);
-    pressKey();
-    QCOMPARE(QApplication::focusWidget(), field());
-    type("3");
-    QCOMPARE(field()->text(), QStringLiteral("3"));
-}
-
-void SearchTest::typingInTheListShowsAHiddenSearch()
-{
-    offerMany(Many);
-    QVERIFY(open());
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
-    type("package-22");
-    QVERIFY(field()->isVisible());
-    QVERIFY(button()->isVisible());
-    QCOMPARE(QApplication::focusWidget(), field());
-    QCOMPARE(field()->text(), QStringLiteral("package-22"));
-    QCOMPARE(listed().first(), 22);
-    QCOMPARE(listed().size(), 11);
-}
-
-void SearchTest::typingInTheListGoesOnWithAShownSearch()
-{
-    offerMany(Many);
-    QVERIFY(open(true));
-    field()->setFocus();
-    type("22");
-    press(Qt::Key_Return);
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-22"));
-    type("3");
-    QCOMPARE(field()->text(), QStringLiteral("223"));
-    QCOMPARE(QApplication::focusWidget(), field());
-    QCOMPARE(seen(), QVector<int>({223}));
-}
-
-/// Wherever the cursor was left, and whatever is selected.
-void SearchTest::typingInTheListGoesBehindWhatStandsThere()
-{
-    offerMany(Many);
-    QVERIFY(open(true));
-    field()->setFocus();
-    type("22");
-    press(Qt::Key_Home);
-    press(Qt::Key_Return);
-    type("3");
-    QCOMPARE(field()->text(), QStringLiteral("223"));
-    press(Qt::Key_Backspace);
-    press(Qt::Key_A, Qt::ControlModifier);
-    press(Qt::Key_Return);
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-22"));
-    type("4");
-    QCOMPARE(field()->text(), QStringLiteral("224"));
-    QCOMPARE(seen(), QVector<int>({224}));
-}
-
-void SearchTest::escapeHidesTheSearchAgain()
-{
-    offerMany(Many);
-    QVERIFY(open());
-    type("2");
-    press(Qt::Key_Escape);
-    QVERIFY(!field()->isVisible());
-    QVERIFY(!button()->isVisible());
-    QVERIFY(field()->text().isEmpty());
-    QCOMPARE(listed().size(), Many);
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
-    // Empty, too, and with the keyboard at its button.
-    press(Qt::Key_F, Qt::ControlModifier);
-    press(Qt::Key_Escape);
-    QVERIFY(!field()->isVisible());
-    press(Qt::Key_F, Qt::ControlModifier);
-    press(Qt::Key_Tab);
-    QCOMPARE(QApplication::focusWidget(), button());
-    press(Qt::Key_Escape);
-    QVERIFY(!field()->isVisible());
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
-}
-
-void SearchTest::escapeHidesASearchWithTheKeyboardInTheList()
-{
-    offerMany(Many);
-    QVERIFY(open());
-    type("22");
-    press(Qt::Key_Return);
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-22"));
-    press(Qt::Key_Escape);
-    QVERIFY(!field()->isVisible());
-    QCOMPARE(listed().size(), Many);
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-22"));
-    QVERIFY(seen().contains(22));
-}
-
-void SearchTest::searchThatIsAlwaysThereStays_data()
-{
-    QTest::addColumn<QString>("setting");
-    QTest::newRow("true") << QStringLiteral("true");
-    QTest::newRow("capitals") << QStringLiteral("FALSE");
-    QTest::newRow("empty") << QString();
-}
-
-void SearchTest::searchThatIsAlwaysThereStays()
-{
-    QFETCH(QString, setting);
-    m_shown->offerSome(3);
-    QVERIFY(open(true));
-    m_shown->engine().settings()->setPending(Kavo::Settings::SHOW_FILTER, setting);
-    m_shown->engine().settings()->apply();
-    m_shown->cardButton(0, "MoreDetail")->setFocus();
-    type("2");
-    press(Qt::Key_Escape);
-    QVERIFY(field()->isVisible());
-    QVERIFY(button()->isVisible());
-    QCOMPARE(QApplication::focusWidget(), field());
-}
-
-void SearchTest::otherKeysOfACardKeepTheirMeaning()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open());
-    press(Qt::Key_X, Qt::AltModifier);
-    press(Qt::Key_X, Qt::ControlModifier);
-    press(Qt::Key_Escape);
-    press(Qt::Key_Down);
-    QVERIFY(!field()->isVisible());
-    m_shown->cardButton(0, "MoreDetail")->setFocus();
-    press(Qt::Key_Space);
-    QVERIFY(m_shown->showsDetail());
-    // Nothing is filtered from here.
-    type("x");
-    QVERIFY(!field()->isVisible());
-    QVERIFY(m_shown->showsDetail());
-}
-
-// What goes on meanwhile -------------------------------------------------------------------------
-
-void SearchTest::refreshKeepsTheSearch()
-{
-    m_shown->offerSome(5);
-    QVERIFY(open());
-    type("package-2");
-    press(Qt::Key_Return);
-    QCOMPARE(seen(), QVector<int>({2}));
-    m_shown->offer(20);
-    QVERIFY(m_shown->engine().refresh());
-    QCOMPARE(field()->text(), QStringLiteral("package-2"));
-    QVERIFY(field()->isVisible());
-    QTRY_COMPARE(seen(), QVector<int>({2, 20}));
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-2"));
-    press(Qt::Key_Escape);
-    QCOMPARE(listed().size(), 6);
-}
-
-void SearchTest::refreshThatFindsNothingTellsIt()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open(true));
-    m_shown->engine().package(2)->setUpdateAvailable(true);
-    m_shown->engine().package(2)->setState(Package::INSTALLED);
-    field()->setFocus();
-    type("update");
-    QCOMPARE(seen(), QVector<int>({2}));
-    press(Qt::Key_Return);
-    // The new objects know of no installation.
-    QVERIFY(m_shown->engine().refresh());
-    QTRY_VERIFY(tellsNothingFound());
-    QCOMPARE(focusedName(), QStringLiteral("Refresh"));
-    field()->clear();
-    QCOMPARE(seen(), QVector<int>({1, 2, 3}));
-}
-
-void SearchTest::searchWhileTheCatalogueIsOnItsWay()
-{
-    offerMany(Many);
-    QVERIFY(open(true));
-    QSignalSpy listedNow(&controller(), &PackageController::list);
-    controller().refresh();
-    field()->setText(QStringLiteral("package-39"));
-    // The panel goes on telling that the catalogue comes.
-    QVERIFY(panel()->isVisible());
-    QVERIFY(!textOf(*panel(), "ProcessingMessage").contains(QLatin1String("No items")));
-    QVERIFY(!m_shown->list().isVisible());
-    QVERIFY(listedNow.wait());
-    QTRY_COMPARE(listed().size(), 11);
-    QCOMPARE(listed().first(), 39);
-    QCOMPARE(listedNow.size(), 1);
-}
-
-void SearchTest::searchOnAnErrorPageChangesNothing()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open(true));
-    emit controller().error(QStringLiteral("Server Error"));
-    for (const char *text : {"2", "nothing", ""}) {
-        field()->setText(QString::fromLatin1(text));
-        QVERIFY(panel()->isVisible());
-        QCOMPARE(textOf(*panel(), "ProcessingMessage"), QStringLiteral("Server Error"));
-        QVERIFY(!m_shown->list().isVisible());
+    /// Ids of the cards that can be seen, from the top to the bottom.
+    Ids seen() const
+    {
+        QMap<int, int> ids;
+        for (const PackageWidget *card : window().findChildren<PackageWidget *>()) {
+            if (!card->visibleRegion().isEmpty())
+                ids.insert(card->y(), card->packageId());
+        }
+        return ids.values().toVector();
     }
-    field()->setText(QStringLiteral("2"));
-    emit controller().list();
-    QCOMPARE(seen(), QVector<int>({2}));
-}
-
-void SearchTest::backReturnsToTheFilteredList()
-{
-    offerMany(Many);
-    QVERIFY(open(true));
-    field()->setText(QStringLiteral("package-1"));
-    QScrollBar *bar = m_shown->list().verticalScrollBar();
-    bar->setValue(2000);
-    const QVector<int> before = seen();
-    QVERIFY(before.size() > 3);
-    const int id = before.at(1);
-    QWidget *opener = m_shown->cardButton(id - 1, "MoreDetail");
-    QTest::mouseClick(opener, Qt::LeftButton);
-    QVERIFY(m_shown->showsDetail());
-    // What happens to it meanwhile does not matter.
-    m_shown->engine().package(id)->setState(Package::INSTALLED);
-    press(Qt::Key_Escape);
-    QVERIFY(!m_shown->showsDetail());
-    QCOMPARE(field()->text(), QStringLiteral("package-1"));
-    QCOMPARE(bar->value(), 2000);
-    QCOMPARE(seen(), before);
-    QCOMPARE(QApplication::focusWidget(), opener);
-}
-
-void SearchTest::searchInTheDetailShowsTheList()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open());
-    m_shown->openDetail(0);
-    press(Qt::Key_F, Qt::ControlModifier);
-    QCOMPARE(QApplication::focusWidget(), field());
-    QVERIFY(m_shown->showsDetail());
-    type("3");
-    QVERIFY(!m_shown->showsDetail());
-    QCOMPARE(seen(), QVector<int>({3}));
-    QCOMPARE(QApplication::focusWidget(), field());
-    // The package that was open is not in the list, and takes no keyboard.
-    press(Qt::Key_Return);
-    m_shown->openDetail(2);
-    field()->setText(QStringLiteral("nothing"));
-    QVERIFY(tellsNothingFound());
-    QVERIFY(!m_shown->showsDetail());
-}
-
-void SearchTest::returnInTheDetailShowsTheFound()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open(true));
-    field()->setText(QStringLiteral("package"));
-    m_shown->openDetail(2);
-    press(Qt::Key_F, Qt::ControlModifier);
-    press(Qt::Key_Return);
-    QVERIFY(!m_shown->showsDetail());
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-1"));
-}
-
-void SearchTest::packageThatChangesStaysUntilTheNextText()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open(true));
-    for (const int id : {1, 3}) {
-        m_shown->engine().package(id)->setUpdateAvailable(true);
-        m_shown->engine().package(id)->setState(Package::INSTALLED);
-    }
-    field()->setText(QStringLiteral("updat"));
-    QCOMPARE(seen(), QVector<int>({1, 3}));
-    m_shown->engine().package(1)->setState(Package::PREPARING);
-    QCoreApplication::processEvents();
-    QCOMPARE(seen(), QVector<int>({1, 3}));
-    // The card says so all the same.
-    QCOMPARE(m_shown->cardButton(0, "Busy")->text(), QStringLiteral("Preparing"));
-    field()->setText(QStringLiteral("update"));
-    QCOMPARE(seen(), QVector<int>({3}));
-}
-
-void SearchTest::errorOfAPackageThatIsNotListedIsTold()
-{
-    m_shown->offerSome(3);
-    QVERIFY(open(true));
-    field()->setText(QStringLiteral("package-2"));
-    MessageBoxAnswers answers;
-    answers.expect(QStringLiteral("Install Error"),
-                   QStringLiteral("Installation failed for package : package-1"), QMessageBox::Ok);
-    m_shown->engine().package(1)->setState(Package::INSTALL_ERROR);
-    QVERIFY(answers.waitForAll());
-}
-
-// Long lists -------------------------------------------------------------------------------------
-
-void SearchTest::longListIsSearchedBeforeItsCardsAreThere()
-{
-    offerMany(3000);
-    QVERIFY(m_shown->open(true));
-    QVERIFY(!m_shown->list().rowWidget(2998));
-    // Nothing was found yet, and more is to come.
-    bool isGivenUp = false;
-    connect(window().findChild<PackageFilter *>(), &PackageFilter::advanced, this,
-            [this, &isGivenUp] { isGivenUp = isGivenUp || tellsNothingFound(); });
-    field()->setFocus();
-    field()->setText(QStringLiteral("package-2999"));
-    QVERIFY(!tellsNothingFound());
-    QTRY_COMPARE(seen(), QVector<int>({2999}));
-    QVERIFY(!isGivenUp);
-    press(Qt::Key_Return);
-    QCOMPARE(focusedName(), QStringLiteral("More Detail: package-2999"));
-}
-
-void SearchTest::detailStaysWhileALongListIsRead()
-{
-    offerMany(3000);
-    QVERIFY(m_shown->open(true));
-    field()->setText(QStringLiteral("package"));
-    m_shown->openDetail(0);
-    QVERIFY(isRead());
-    QVERIFY(m_shown->showsDetail());
-    QVERIFY(!m_shown->list().isVisible());
-    press(Qt::Key_Escape);
-    QCOMPARE(listed().size(), 3000);
-}
-
-void SearchTest::cardsOfALongListAreMadeWhileItIsFiltered()
-{
-    offerMany(Many);
-    QVERIFY(m_shown->open(true));
-    QVERIFY(!m_shown->list().rowWidget(200));
-    field()->setText(QStringLiteral("package-39"));
-    QTRY_COMPARE(window().findChildren<PackageWidget *>().size(), Many);
-    // Those that are not listed are not to be seen.
-    const auto cards = window().findChildren<PackageWidget *>();
-    for (const PackageWidget *card : cards) {
-        const bool found = QByteArray::number(card->packageId()).startsWith("39");
-        QVERIFY(found || !card->isVisible());
-    }
-    field()->clear();
-    QCOMPARE(seen().first(), 1);
-}
-
-// Screen readers ---------------------------------------------------------------------------------
-
-void SearchTest::screenReadersHearHowManyWereFound()
-{
-    m_shown->offerSome(30);
-    QVERIFY(open(true));
-    const auto spoken = [](QWidget *widget) {
-        return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Description);
-    };
-    QVERIFY(!spoken(field()).contains(QLatin1String("packages")));
-    field()->setFocus();
-    type("package-3");
-    QCOMPARE(spoken(field()), QStringLiteral("2 of 30 packages"));
-    QCOMPARE(spoken(&m_shown->list()), QStringLiteral("2 of 30 packages"));
-    type("x");
-    QCOMPARE(spoken(field()), QStringLiteral("0 of 30 packages"));
-    QCOMPARE(spokenName(panel()), QStringLiteral("No items found"));
-    press(Qt::Key_Escape);
-    QVERIFY(!spoken(field()).contains(QLatin1String("packages")));
-}
+};
 
 KAVO_TEST_MAIN(SearchTest)
 #include "SearchTest.moc"

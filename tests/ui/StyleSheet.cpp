@@ -1,4 +1,5 @@
 #include "tests/ui/StyleSheet.h"
+#include "tests/support/Literals.h"
 
 #include <QRegularExpression>
 
@@ -11,7 +12,7 @@ namespace {
 /// Where the states begin: behind a name, and not at the two colons of a part like "::item".
 int stateBegin(const QString &selector)
 {
-    static const QRegularExpression state(QStringLiteral("(?<!:):(?!:)"));
+    static const QRegularExpression state("(?<!:):(?!:)"_s);
     const int begin = selector.indexOf(state, selector.lastIndexOf(QLatin1Char(' ')) + 1);
     return begin < 0 ? selector.size() : begin;
 }
@@ -41,17 +42,17 @@ QString StyleSheet::Rule::state() const
 
 StyleSheet::StyleSheet(const QString &text)
 {
-    const int end = text.indexOf(QLatin1String("*/")) + 2;
+    const int end = text.indexOf("*/"_s) + 2;
     m_head = text.left(end);
     m_body = text.mid(end);
-    m_body.remove(QRegularExpression(QStringLiteral("/\\*.*?\\*/"),
-                                     QRegularExpression::DotMatchesEverythingOption));
+    m_body.remove(
+        QRegularExpression("/\\*.*?\\*/"_s, QRegularExpression::DotMatchesEverythingOption));
     readRules();
 }
 
 void StyleSheet::readRules()
 {
-    static const QRegularExpression block(QStringLiteral("([^{}]+)\\{([^{}]*)\\}"));
+    static const QRegularExpression block("([^{}]+)\\{([^{}]*)\\}"_s);
     for (auto found = block.globalMatch(m_body); found.hasNext();) {
         const QRegularExpressionMatch match = found.next();
         QMap<QString, QString> declarations;
@@ -77,7 +78,7 @@ QColor StyleSheet::color(const QString &subject, const QString &state,
             valueAtRest = rule.declarations.value(property);
     }
     const QString &said = value.isEmpty() ? valueAtRest : value;
-    return said == QLatin1String("transparent") ? QColor(Qt::transparent) : QColor(said);
+    return said == "transparent"_s ? QColor(Qt::transparent) : QColor(said);
 }
 
 QStringList StyleSheet::states(const QString &subject) const
@@ -92,7 +93,7 @@ QStringList StyleSheet::states(const QString &subject) const
 
 QStringList StyleSheet::colorsIn(const QString &text)
 {
-    static const QRegularExpression color(QStringLiteral("#[0-9a-f]{6}\\b"));
+    static const QRegularExpression color("#[0-9a-f]{6}\\b"_s);
     QStringList found;
     for (auto match = color.globalMatch(text); match.hasNext();)
         found.append(match.next().captured());
