@@ -9,7 +9,7 @@ namespace Kavo {
 
 namespace {
 
-/// How often `isUnwanted` is asked,
+/// How often `isUnwanted` is asked.
 constexpr int LookInterval = 50; ///< in milliseconds
 
 /// Waits until the tool ends, without a time limit. Returns whether it ended by itself.

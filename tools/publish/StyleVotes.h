@@ -26,7 +26,7 @@ public:
     QMap<JsonNode::Kind, Votes<QByteArray>> paddings;
     QMap<QString, Votes<JsonStyle::Layout>> layouts; ///< by role
     QMap<JsonNode::Kind, Votes<JsonStyle::Layout>> plainLayouts;
-    int longestLine = 0; ///< lengths of the lines with a whole array or object
+    int longestLine = 0; ///< length of the longest line with a whole array or object
 
     /// The most frequent choice; `otherwise` if there is none.
     template<typename Choice>

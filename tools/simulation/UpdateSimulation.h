@@ -50,7 +50,7 @@ private:
         QString name; ///< name of the file that clients store the archive in
         bool isInstalled = false;
         QSet<QString> files;   ///< files after an installation alone
-        QStringList originals; ///< files that it does not touch
+        QStringList originals; ///< originals that it leaves in place
     };
     struct Candidate
     {
