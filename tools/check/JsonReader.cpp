@@ -225,10 +225,14 @@ bool JsonReader::readEscape()
         note(JsonFault::Kind::TOLERATED, m_at,
              QStringLiteral("A backslash stands in front of a character that needs none"));
     ++m_at;
-    // Clients use the first byte as the character and cannot read the others.
-    if (static_cast<uchar>(letter) >= 0x80)
+    if (static_cast<uchar>(letter) < 0x80)
+        return readCharacter();
+    // Clients use the first byte as a character, whatever it is, and cannot read the others.
+    const int length = characterLength(m_at, m_end);
+    if (length > 1)
         noteEncoding(QStringLiteral("A backslash stands in front of a character of several bytes"));
-    return readCharacter();
+    m_at += qMax(length, 1);
+    return true;
 }
 
 bool JsonReader::readCharacter()
