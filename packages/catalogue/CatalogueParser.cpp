@@ -1,9 +1,9 @@
 #include "packages/catalogue/CatalogueParser.h"
 
+#include "packages/model/ByteCount.h"
+
 #include <QJsonArray>
 #include <QJsonObject>
-
-#include <cmath>
 
 namespace Kavo::Models {
 
@@ -36,12 +36,8 @@ QString localised(const QJsonObject &object, const char *key, const QString &lan
 /// A number of bytes; nothing for any other value.
 std::optional<qint64> byteCount(const QJsonObject &object, const char *key)
 {
-    // The largest exact integer in JSON; no archive is nearly as large.
-    constexpr double largest = 9007199254740992.0;
     const double number = object.value(QLatin1String(key)).toDouble(-1);
-    if (number < 0 || number > largest || std::floor(number) != number)
-        return std::nullopt;
-    return static_cast<qint64>(number);
+    return isByteCount(number) ? std::make_optional(static_cast<qint64>(number)) : std::nullopt;
 }
 
 PackageVersionPointer readVersion(const QJsonObject &object)

@@ -1,5 +1,6 @@
 #include "tools/check/KeysCheck.h"
 
+#include "packages/model/ByteCount.h"
 #include "tools/check/NearestWord.h"
 
 #include <QSet>
@@ -176,11 +177,9 @@ void KeysCheck::checkInteger(const JsonNode &node)
 
 void KeysCheck::checkByteCount(const JsonNode &node)
 {
-    // The largest exact integer in JSON.
-    constexpr double largest = 9007199254740992.0;
     if (!node.isNumber())
         report(node, WholeNumber);
-    else if (node.number() < 0 || node.number() > largest || !isWhole(node.number()))
+    else if (!Models::isByteCount(node.number()))
         m_findings.add(Rule::SIZE_MALFORMED, node, QStringLiteral("This is no count of bytes."));
 }
 
