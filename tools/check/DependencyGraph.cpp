@@ -1,6 +1,7 @@
 #include "tools/check/DependencyGraph.h"
 
 #include "packages/model/DependencyEntry.h"
+#include "tools/check/StronglyConnected.h"
 
 #include <algorithm>
 
@@ -41,65 +42,8 @@ DependencyGraph::DependencyGraph(const CatalogueView &catalogue)
         }
         m_needs.push_back(std::move(needed));
     }
-    findComponents();
+    m_components = stronglyConnected(m_needs);
     findInstallable(catalogue);
-}
-
-/// Tarjan's algorithm with an explicit stack instead of recursion, because a chain may be as long
-/// as the catalogue.
-void DependencyGraph::findComponents()
-{
-    struct Visit
-    {
-        int package;
-        std::size_t next;
-    };
-    const std::size_t count = m_needs.size();
-    std::vector<int> order(count, -1);
-    std::vector<int> lowest(count, 0);
-    std::vector<bool> isOpen(count, false);
-    std::vector<int> open;
-    std::vector<Visit> visits;
-    int counter = 0;
-    const auto enter = [&](int package) {
-        order[index(package)] = lowest[index(package)] = counter++;
-        isOpen[index(package)] = true;
-        open.push_back(package);
-        visits.push_back({package, 0});
-    };
-    const auto close = [&](int package) {
-        std::vector<int> component;
-        do {
-            component.push_back(open.back());
-            isOpen[index(open.back())] = false;
-            open.pop_back();
-        } while (component.back() != package);
-        std::sort(component.begin(), component.end());
-        m_components.push_back(std::move(component));
-    };
-    for (std::size_t start = 0; start < count; ++start) {
-        if (order[start] < 0)
-            enter(static_cast<int>(start));
-        while (!visits.empty()) {
-            const int package = visits.back().package;
-            int &low = lowest[index(package)];
-            if (visits.back().next < needs(package).size()) {
-                const int needed = needs(package)[visits.back().next++];
-                if (order[index(needed)] < 0)
-                    enter(needed);
-                else if (isOpen[index(needed)])
-                    low = std::min(low, order[index(needed)]);
-                continue;
-            }
-            visits.pop_back();
-            if (low == order[index(package)])
-                close(package);
-            if (!visits.empty()) {
-                int &above = lowest[index(visits.back().package)];
-                above = std::min(above, lowest[index(package)]);
-            }
-        }
-    }
 }
 
 void DependencyGraph::findInstallable(const CatalogueView &catalogue)

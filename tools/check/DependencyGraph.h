@@ -28,7 +28,6 @@ public:
 
 private:
     static std::size_t index(int package) { return static_cast<std::size_t>(package); }
-    void findComponents();
     void findInstallable(const CatalogueView &catalogue);
     bool ownEntriesAreMet(const CatalogueView &catalogue, const PackageView &package) const;
 
