@@ -48,21 +48,34 @@ std::optional<QString> ClientVersion::extractFolder() const
     return folder.isEmpty() ? std::nullopt : std::make_optional(inSimulator(folder));
 }
 
+QString ClientVersion::pathOf(const QString &entry)
+{
+    return inSimulator(containedPath(nowhere(), entry));
+}
+
 QString ClientVersion::placeOf(const QString &entry)
 {
-    const QString path = inSimulator(containedPath(nowhere(), entry));
+    const QString path = pathOf(entry);
     return commonPlaces().contains(path, Qt::CaseInsensitive) ? QString() : path;
 }
 
-QStringList ClientVersion::placesIn(const JsonNode *list)
+QStringList ClientVersion::placesIn(const QStringList &entries)
 {
     QStringList places;
-    for (const JsonNode &node : JsonChildren(list)) {
-        const QString place = placeOf(node.text());
+    for (const QString &entry : entries) {
+        const QString place = placeOf(entry);
         if (!place.isEmpty())
             places.append(place);
     }
     return places;
+}
+
+QStringList ClientVersion::placesIn(const JsonNode *list)
+{
+    QStringList entries;
+    for (const JsonNode &node : JsonChildren(list))
+        entries.append(node.text());
+    return placesIn(entries);
 }
 
 } // namespace Kavo::Tools

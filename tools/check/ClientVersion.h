@@ -25,9 +25,12 @@ public:
     /// The folder to unpack into, empty for the simulator's own; nothing if clients refuse it.
     std::optional<QString> extractFolder() const;
 
+    /// The clean path of an entry, empty if the entry is no path below the simulator's folder.
+    static QString pathOf(const QString &entry);
     /// The path that an entry of a rule refers to, empty if clients skip the entry.
     static QString placeOf(const QString &entry);
     /// The paths of a list, without the entries that clients skip.
+    static QStringList placesIn(const QStringList &entries);
     static QStringList placesIn(const JsonNode *list);
 
 private:

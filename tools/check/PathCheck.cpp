@@ -1,8 +1,8 @@
 #include "tools/check/PathCheck.h"
 
-#include "core/ContainedPath.h"
 #include "core/SevenZipProcess.h"
 #include "packages/installation/CommonPlaces.h"
+#include "tools/check/ClientVersion.h"
 
 #include <QDir>
 
@@ -13,16 +13,8 @@ namespace Kavo::Tools {
 
 namespace {
 
-/// A stand-in for the simulator's folder.
-const QString Simulator = QStringLiteral("/simulator");
-
 /// The longest path, in bytes.
 constexpr int LongestPath = PATH_MAX - 1;
-
-QString relative(const QString &path)
-{
-    return path.mid(Simulator.size() + 1);
-}
 
 bool isControl(QChar character)
 {
@@ -92,8 +84,8 @@ QString PathCheck::extractPath(const JsonNode &node)
     const auto known = m_faultlessFolders.constFind(entry);
     if (known != m_faultlessFolders.constEnd())
         return *known;
-    const QString inside = containedPath(Simulator, entry);
-    if (inside.isEmpty()) {
+    const QString path = ClientVersion::pathOf(entry);
+    if (path.isEmpty()) {
         const QString clean = QDir::cleanPath(entry);
         if (clean.isEmpty() || clean == QLatin1String("."))
             reportWholeSimulator(node);
@@ -104,7 +96,6 @@ QString PathCheck::extractPath(const JsonNode &node)
     }
     if (!checkLength(node, entry))
         return QString();
-    const QString path = relative(inside);
     const bool isFaultless = checkSpelling(node, entry);
     if (checkCase(node, path) && isFaultless)
         m_faultlessFolders.insert(entry, path);
@@ -142,15 +133,14 @@ QString PathCheck::checkEntry(const JsonNode &node)
     const auto known = m_faultless.constFind(entry);
     if (known != m_faultless.constEnd())
         return *known;
-    const QString inside = containedPath(Simulator, entry);
-    if (inside.isEmpty()) {
+    const QString path = ClientVersion::pathOf(entry);
+    if (path.isEmpty()) {
         reportOutside(node, entry);
         return QString();
     }
     if (!checkLength(node, entry))
         return QString();
     const bool isFaultless = checkSpelling(node, entry);
-    const QString path = relative(inside);
     if (m_common.contains(path.toLower())) {
         m_findings.add(Rule::PATH_BELONGS_TO_ALL, node,
                        QStringLiteral("\"%1\" is not the add-on's own.").arg(path));

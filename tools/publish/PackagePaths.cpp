@@ -1,22 +1,14 @@
 #include "tools/publish/PackagePaths.h"
 
-#include "core/ContainedPath.h"
 #include "tools/check/ClientVersion.h"
 
 namespace Kavo::Tools {
 
-namespace {
-
-/// A stand-in for the simulator's folder.
-const QString Simulator = QStringLiteral("/simulator");
-
-} // namespace
-
 QString extractFolderOf(const VersionView &version)
 {
     const JsonNode *const install = version.node->member(QLatin1String("install"));
-    const QString entry = readText(install ? install->member(QLatin1String("extract")) : nullptr);
-    return containedPath(Simulator, entry).mid(Simulator.size() + 1);
+    return ClientVersion::pathOf(
+        readText(install ? install->member(QLatin1String("extract")) : nullptr));
 }
 
 PackagePaths::PackagePaths(const CatalogueView &catalogue, int without)

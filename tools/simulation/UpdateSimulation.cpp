@@ -13,18 +13,6 @@ using Models::FailureReason;
 
 namespace {
 
-/// The paths of a list, without those that clients skip.
-QStringList placesOf(const QStringList &entries)
-{
-    QStringList places;
-    for (const QString &entry : entries) {
-        const QString place = ClientVersion::placeOf(entry);
-        if (!place.isEmpty())
-            places.append(place);
-    }
-    return places;
-}
-
 SomePaths someOf(QStringList paths)
 {
     SomePaths some;
@@ -140,7 +128,7 @@ QStringList UpdateSimulation::originalsOf(const Candidate &candidate) const
 {
     QSet<QString> places;
     for (const Version &version : candidate.versions) {
-        for (const QString &place : placesOf(version.version->install->backup))
+        for (const QString &place : ClientVersion::placesIn(version.version->install->backup))
             places.insert(place);
     }
     QStringList originals;
@@ -225,7 +213,7 @@ void UpdateSimulation::tryUpdate(const Candidate &candidate, const Version &olde
 void UpdateSimulation::compare(const Version &older, const Version &newer)
 {
     const QSet<QString> files = m_simulator.files();
-    const QStringList kept = placesOf(newer.version->install->preserve);
+    const QStringList kept = ClientVersion::placesIn(newer.version->install->preserve);
     QSet<QString> left = files - newer.files - QSet<QString>(kept.cbegin(), kept.cend());
     for (const QString &place : newer.originals) {
         if (files.contains(place) && !m_simulator.hasOriginal(place))
