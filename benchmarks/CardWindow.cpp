@@ -55,7 +55,7 @@ CardWindow::CardWindow(const QString &workFolder, const QString &address)
     require(m_silence->listen(QHostAddress::LocalHost), "listening");
     applyLook();
     m_engine.serveCatalogue("[]");
-    // Before the list hears of it.
+    // Connected before the list, so called first.
     connect(&m_engine.controller(), &PackageController::update, this, &CardWindow::noteStart);
     const QSharedPointer<PackageController> controller(&m_engine.controller(),
                                                        [](PackageController *) {});
@@ -86,7 +86,7 @@ CardWindow::Filling CardWindow::fillFrom(const QString &server, int packages)
     m_filling = {};
     m_start = 0;
 
-    // A timer that should come every millisecond tells how long the loop did something else.
+    // A timer of one millisecond shows how long the loop did something else.
     QTimer pulse;
     pulse.setTimerType(Qt::PreciseTimer);
     qint64 last = 0;
@@ -111,7 +111,7 @@ CardWindow::Filling CardWindow::fillFrom(const QString &server, int packages)
     loop.exec();
     watch.end();
     m_filling.refreshHold = watch.longest();
-    // A short list is complete before it has been painted.
+    // A short list is complete before it is painted.
     while (m_filling.firstScreen == 0)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     require(list().count() == packages && list().rowWidget(packages - 1), "the list is not whole");

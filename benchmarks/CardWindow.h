@@ -16,15 +16,15 @@ class WidgetList;
 
 namespace Kavo::Benchmarks {
 
-/// The package list in a shown window of the program's size, with its fonts and style sheet. Unless
-/// told otherwise the icons of the cards are asked for at a server that never answers.
+/// The package list in a shown window of the program's size, with the program's fonts and style
+/// sheet. By default the cards request their icons from a server that never answers.
 class CardWindow final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What one refresh costs from the controller's `update` signal on. Times are microseconds,
-    /// memory is the growth of the resident size in KiB.
+    /// The costs of one refresh, counted from the controller's `update` signal. Times are in
+    /// microseconds; memory is the growth of the resident size in KiB.
     struct Filling
     {
         qint64 firstScreen = 0;   ///< until every card that is to be seen has been painted
@@ -37,20 +37,20 @@ public:
     CardWindow(const QString &workFolder, const QString &address);
     ~CardWindow() override;
 
-    /// Fetches a catalogue of so many packages and ends when all cards are there. The cards of the
-    /// catalogue before are replaced, which takes longer than filling an empty list.
+    /// Fetches a catalogue with this many packages and returns when all cards exist. The cards of
+    /// the catalogue before are replaced, which takes longer than filling an empty list.
     Filling fill(int packages);
-    /// The same with icons and archives on this server.
+    /// The same, with icons and archives from this server.
     Filling fillFrom(const QString &server, int packages);
-    /// Fetches an empty catalogue and ends when the last card is deleted.
+    /// Fetches an empty catalogue and returns when the last card is deleted.
     void empty();
 
     Components::WidgetList &list() const;
     MeasuredEngine &engine() { return m_engine; }
     QWidget &window() const { return *m_window; }
-    /// Whether there are cards to be seen and each of them shows its icon.
+    /// Whether cards are visible and each of them shows its icon.
     bool showsIconsInSight() const;
-    /// Since the last `update`, in microseconds.
+    /// Microseconds since the last `update`.
     qint64 sinceUpdate() const;
 
 protected:

@@ -39,13 +39,14 @@ QJsonObject localised(Random &random, int count)
             {QStringLiteral("de"), words(random, German, count)}};
 }
 
-/// The version at a distance from the newest, which is 1000.9.0 for every package.
+/// The version this far below the newest, which is 1000.9.0 for every package.
 QString versionText(int age)
 {
     return QStringLiteral("%1.%2.0").arg(1000 - age / 10).arg(9 - age % 10);
 }
 
-/// 60 in 100 need the library; 0 to 3 others, 1.4 on average, bring the number to two.
+/// 60 in 100 packages need the library. 0 to 3 others, 1.4 on average, make it two dependencies for
+/// each package.
 QStringList dependencies(Random &random, int id)
 {
     QStringList depends;

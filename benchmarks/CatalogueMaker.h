@@ -7,10 +7,10 @@ namespace Kavo::Benchmarks {
 
 /// A catalogue file with packages of the ids 1 to `packages`, the same bytes in every run.
 ///
-/// The spread is that of a large public catalogue: half of the packages have three versions or
-/// fewer, a few have several hundred, and there are about eight for each package. A package names
-/// two others on average; package 1 is a library that 60 in 100 need. Texts are in English and
-/// German. Archives lie on `server`, and a package brings and removes one folder of its own.
+/// Its numbers follow a large public catalogue: half of the packages have three versions or fewer,
+/// a few have several hundred, and the average is about eight. A package depends on two others on
+/// average; package 1 is a library that 60 in 100 need. Texts are in English and German. Archives
+/// are on `server`, and a package installs and removes one folder of its own.
 QByteArray makeCatalogue(int packages, const QString &server);
 
 /// The newest version of every package in makeCatalogue().

@@ -8,7 +8,7 @@ namespace Kavo::Benchmarks {
 
 namespace {
 
-/// How long this thread has waited for a processor since it began, in microseconds.
+/// How long this thread has waited for a processor since it started, in microseconds.
 qint64 waitedForProcessor()
 {
     QFile file(QStringLiteral("/proc/thread-self/schedstat"));

@@ -5,9 +5,9 @@
 
 namespace Kavo::Benchmarks {
 
-/// Watches how long the event loop of this thread is held at most. A timer of 1 ms ticks in it;
-/// what passes between two ticks beyond that millisecond, less the time that the thread was ready
-/// to run but others had the processors, is the loop's own doing.
+/// Measures the longest time for which the event loop of this thread is blocked. A timer fires
+/// every millisecond. The time between two of its timeouts, less that millisecond and less the time
+/// in which the thread was ready but other threads had the processors, counts as blocked.
 class LoopWatch final : public QObject
 {
 public:
@@ -15,7 +15,7 @@ public:
 
     void begin();
     void end();
-    /// In microseconds, of everything between any begin() and end().
+    /// In microseconds, over all periods between begin() and end().
     qint64 longest() const { return m_longest; }
 
 private:

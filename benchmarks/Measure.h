@@ -6,7 +6,7 @@
 
 namespace Kavo::Benchmarks {
 
-/// Wall time in microseconds that a call takes.
+/// The wall time of a call, in microseconds.
 template<typename Call>
 qint64 timed(Call call)
 {
@@ -19,11 +19,11 @@ qint64 timed(Call call)
 /// One line of the program's output: both sides of one pair.
 void printPair(qint64 ours, qint64 reference);
 
-/// The program's arguments behind its own name, which is at 0. Ends the program unless there are
-/// as many.
+/// The program's arguments; its own name is at 0. Ends the program unless there are exactly as many
+/// as expected.
 QStringList requireArguments(int count);
 
-/// Ends the program with a message when a measured step did not do its work.
+/// Ends the program with a message if a measured step did not do its work.
 void require(bool done, const char *what);
 
 } // namespace Kavo::Benchmarks

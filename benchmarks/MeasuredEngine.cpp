@@ -35,7 +35,7 @@ void moveAccount(const QString &home)
 {
     for (const char *name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"})
         qputenv(name, home.toLocal8Bit());
-    // It would be the folder of the data otherwise, which goes at each start.
+    // Otherwise it would be the data folder, which is deleted at each start.
     qputenv("XDG_CACHE_HOME", home.toLocal8Bit() + "/.cache");
     QCoreApplication::setOrganizationName(QStringLiteral("Quarnell"));
     QCoreApplication::setApplicationName(QStringLiteral("Kavo Suite"));
@@ -48,7 +48,7 @@ MeasuredEngine::MeasuredEngine(const QString &workFolder, const QString &address
 {
     moveAccount(workFolder + QStringLiteral("/home"));
     QDir(applicationDataDirectory()).removeRecursively();
-    // Log lines cost what they cost the program.
+    // Log lines take as long as in the program.
     qInstallMessageHandler(logMessage);
     Models::registerPackageState();
 
@@ -90,7 +90,7 @@ qint64 MeasuredEngine::refresh()
     QEventLoop loop;
     Clock::time_point begin;
     Clock::time_point end;
-    // The network tells this before it tells whoever sent the request.
+    // The network reports this before the sender of the request hears of it.
     QObject::connect(m_network.data(), &QNetworkAccessManager::finished, &loop,
                      [&begin] { begin = Clock::now(); });
     QObject::connect(m_controller.data(), &PackageController::list, &loop, [&end, &loop] {

@@ -8,7 +8,7 @@
 
 namespace Kavo::Benchmarks {
 
-/// All of package management as the program assembles it, without a window, on an account and a
+/// Package management as the program assembles it, without a window, with an account and a
 /// simulator folder of its own below a work folder. A web server at the address serves the "www"
 /// folder there.
 class MeasuredEngine final
@@ -19,18 +19,18 @@ public:
     Controllers::PackageController &controller() { return *m_controller; }
     QNetworkAccessManager &network() { return *m_network; }
     Models::PackagePointer package(int id) const { return m_controller->findPackage(id); }
-    /// Path of an entry of the simulator's folder.
+    /// Path of an entry in the simulator's folder.
     QString simulator(const QString &entry) const;
     QString cacheFolder() const;
 
-    /// Puts the bytes on the server as its catalogue.
+    /// Makes the server serve the bytes as its catalogue.
     void serveCatalogue(const QByteArray &bytes);
-    /// Fetches the catalogue. Returns the microseconds from the end of its transfer, when all but
-    /// the last of its bytes are on disk, to the list.
+    /// Fetches the catalogue. Returns the microseconds from the end of its transfer, when almost
+    /// all bytes are on disk, to the list.
     qint64 refresh();
 
-    /// Has the packages INSTALLED in this version, in the database as well. All in one go, which
-    /// is quicker than the program may be.
+    /// Makes the packages INSTALLED in this version, also in the database. All in one transaction,
+    /// which is faster than the program may be.
     void markInstalled(const QVector<int> &ids, const QString &version);
 
 private:
@@ -41,11 +41,11 @@ private:
     QSharedPointer<Controllers::PackageController> m_controller;
 };
 
-/// Writes `count` small files of a fixed content, spread over folders as scenery has them, into a
-/// folder, which is made when missing.
+/// Writes `count` small files of fixed content to a folder, which is created if missing. They are
+/// spread over subfolders like the files of scenery.
 void makeTree(const QString &folder, int count);
 
-/// Writes what is still on its way to the disk, so that one measurement does not pay for another.
+/// Flushes pending writes to the disk, so that one measurement does not pay for another.
 void settleDisk();
 
 } // namespace Kavo::Benchmarks

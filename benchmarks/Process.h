@@ -2,20 +2,21 @@
 
 #include <QByteArray>
 
-/// What the system knows of this process and its thread.
+/// What the system reports about this process and its thread.
 namespace Kavo::Benchmarks {
 
-/// Microseconds of a clock that nobody sets.
+/// Microseconds of a clock that is never adjusted.
 qint64 wallTime();
 
-/// Microseconds of processor time of all threads since the process began.
+/// Processor time of all threads since the process started, in microseconds.
 qint64 processorTime();
 
-/// A line of /proc/self/status in KiB, "VmRSS:" or "VmHWM:"; 0 without such a line.
+/// The value of a line of /proc/self/status in KiB, such as "VmRSS:" or "VmHWM:"; 0 without such a
+/// line.
 qint64 processStatus(const QByteArray &key);
 
-/// Takes so many bytes of memory and gives them back. A virtual machine gets memory that it has not
-/// used for a moment from its host, which may take longer than what is to be measured.
+/// Allocates this many bytes and frees them. A virtual machine gets memory that it has not used
+/// recently from its host, which may take longer than what is measured.
 void warmMemory(std::size_t bytes);
 
 } // namespace Kavo::Benchmarks

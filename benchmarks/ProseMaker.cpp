@@ -28,7 +28,7 @@ ProseMaker::ProseMaker() : m_random(Seed)
     }
 }
 
-/// The word at rank n comes half as often as that at n/2, as in the texts of people.
+/// The word at rank n occurs half as often as the word at rank n/2, as in natural texts.
 QString ProseMaker::word()
 {
     constexpr int Steps = 1 << 30;

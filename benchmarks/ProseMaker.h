@@ -6,8 +6,8 @@
 
 namespace Kavo::Benchmarks {
 
-/// Texts with as many different words as people use: few words stand everywhere, and every text has
-/// some that hardly any other has.
+/// Texts with as many different words as natural ones: a few words occur everywhere, and every text
+/// has some words that hardly any other text has.
 class ProseMaker final
 {
 public:

@@ -6,19 +6,19 @@
 
 namespace Kavo::Benchmarks {
 
-/// Numbers that are the same on every machine and in every run: unlike the generator, the
-/// distributions of the standard library are left to its makers.
+/// Random numbers that are the same on every machine and in every run. The distributions of the
+/// standard library differ between implementations.
 class Random final
 {
 public:
     explicit Random(std::uint64_t seed) : m_engine(seed) {}
 
     std::uint64_t bits() { return m_engine(); }
-    /// 0 up to, not including, `end`.
+    /// From 0 up to `end`, without `end`.
     int below(int end) { return static_cast<int>(bits() % static_cast<std::uint64_t>(end)); }
     bool chance(int inHundred) { return below(100) < inHundred; }
 
-    /// Above zero, half of them below the median, with a long tail.
+    /// Positive numbers, half of them below the median, with a long tail.
     double logNormal(double median, double sigma)
     {
         constexpr double Steps = 9007199254740992.0;

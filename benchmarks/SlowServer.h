@@ -10,20 +10,20 @@ class QTcpSocket;
 
 namespace Kavo::Benchmarks {
 
-/// A web server on this machine that takes a while for every picture, and none for anything else.
-/// It works on the thread of its creator.
+/// A web server on this machine that delays every picture and nothing else. It works on its
+/// creator's thread.
 class SlowServer final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Every address under "icons/" gets `picture` after so many milliseconds.
+    /// Every address under "icons/" gets `picture` after this many milliseconds.
     SlowServer(const QByteArray &picture, int delay);
 
     QString address() const;
 
 signals:
-    /// A request for something else than a picture has come.
+    /// A request arrived for something other than a picture.
     void asked(const QString &path);
 
 private:

@@ -25,8 +25,8 @@ int main(int argc, char **argv)
         return 2;
     const bool whole = arguments.at(1) == QLatin1String("whole");
     const auto measure = [whole, &arguments](int packages) {
-        // A window of its own, since requests for icons that never come pile up in it. What is made
-        // once and cards that are deleted are not part of it.
+        // Uses a window of its own, because requests for icons that never arrive accumulate in it.
+        // One-time work and the deletion of cards are not measured.
         CardWindow window(arguments.at(2), arguments.at(3));
         window.fill(WarmUp);
         window.empty();

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int Megabyte = 1024 * 1024;
 
-/// As many pieces as a megabyte holds, in brackets.
+/// As many pieces as fit into a megabyte, in brackets.
 QByteArray array(const std::function<QByteArray(int)> &piece)
 {
     QByteArray bytes = "[";
@@ -113,7 +113,7 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = Benchmarks::requireArguments(2);
-    // First, as in a program that was started for it.
+    // Measured first, as in a program that was started for it.
     printHostile();
 
     const int count = arguments.at(1).toInt();

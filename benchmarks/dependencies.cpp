@@ -33,8 +33,8 @@ int main(int argc, char **argv)
     int found = 0;
     qint64 duration = 0;
     for (int round = 0; round < rounds; ++round) {
-        // Asked once, as in the program: a small catalogue that was asked before lies in the
-        // processor's cache, where a large one has no room.
+        // Measured once, as in the program: a small catalogue that was used before is in the
+        // processor's cache, which has no room for a large one.
         engine.refresh();
         duration += Benchmarks::timed([&] {
             for (const Models::PackagePointer &package : controller.packages()) {

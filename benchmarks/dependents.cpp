@@ -21,7 +21,7 @@ namespace {
 
 const int Library = 1;
 
-/// Ids from `first` on, as many as there are dependents and one more.
+/// The ids from `first` on: one more than there are dependents.
 QVector<int> group(int first, int dependents)
 {
     QVector<int> ids(dependents + 1);

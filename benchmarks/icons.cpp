@@ -36,14 +36,14 @@ QByteArray makePicture()
     return bytes;
 }
 
-/// Of several orders, while the icons are on their way.
+/// The median of several orders, while the icons are being loaded.
 qint64 orderToArchive(CardWindow &window, SlowServer &server)
 {
     constexpr int Orders = 9;
-    // The server has no archives, and a list in sight would tell so in boxes.
+    // The server has no archives, and a visible list would report that in message boxes.
     window.list().hide();
     QVector<qint64> times;
-    // A package needs none that comes after it, so that nobody has asked for these before.
+    // A package never needs a later one, so nobody has requested these archives before.
     for (int id = 2; id < 2 + Orders; ++id) {
         QEventLoop loop;
         const QString archive = QStringLiteral("/archives/package-%1-").arg(id);
@@ -73,7 +73,7 @@ int main(int argc, char **argv)
 
     SlowServer server(makePicture(), arguments.at(4).toInt());
     CardWindow window(arguments.at(1), arguments.at(2));
-    // The icons of the first screen come while further cards are made.
+    // The icons of the first screen arrive while further cards are created.
     qint64 firstScreen = 0;
     QTimer look;
     QObject::connect(&look, &QTimer::timeout, &application, [&window, &firstScreen] {

@@ -46,7 +46,7 @@ QByteArray catalogue(const QString &link)
         .toJson();
 }
 
-/// From the package's INSTALLING, with which its archive goes to the task, to its INSTALLED.
+/// From INSTALLING, when the package's archive is passed to the task, to INSTALLED.
 qint64 install(Benchmarks::MeasuredEngine &engine, Benchmarks::LoopWatch *watch)
 {
     const Models::PackagePointer package = engine.package(Id);
@@ -80,7 +80,7 @@ qint64 install(Benchmarks::MeasuredEngine &engine, Benchmarks::LoopWatch *watch)
     return microseconds(end - begin);
 }
 
-/// Both sides find the disk at rest and enough memory.
+/// Both sides start with an idle disk and enough memory.
 void prepare()
 {
     constexpr std::size_t Enough = std::size_t(3) * 1024 * 1024 * 1024;
@@ -118,7 +118,7 @@ int main(int argc, char **argv)
         QDir(engine.simulator(QStringLiteral("Custom Scenery"))).removeRecursively();
         return duration;
     };
-    // From a copy of its own as well, so that both sides have the same to do.
+    // Also from a copy of its own, so that both sides do the same work.
     const auto unpackOnce = [&] {
         const QString copy = target + QStringLiteral(".copy");
         QFile::copy(archive, copy);

@@ -33,7 +33,7 @@ void runLoop(int milliseconds)
     loop.exec();
 }
 
-/// Processor time per wall time, in 1/100,000.
+/// Processor time divided by wall time, in 1/100,000.
 qint64 idleUse()
 {
     constexpr int Settling = 1000;
@@ -45,7 +45,7 @@ qint64 idleUse()
     return (processorTime() - processor) * 100000 / (wallTime() - wall);
 }
 
-/// From the top to the bottom in steps of three quarters of a row, as a wheel makes them.
+/// Scrolls from the top to the bottom in steps of three quarters of a row, as a mouse wheel does.
 qint64 slowStep(const Kavo::Components::WidgetList &list)
 {
     constexpr int Step = 96;
@@ -72,7 +72,7 @@ int main(int argc, char **argv)
     const int packages = arguments.at(3).toInt();
 
     CardWindow window(arguments.at(1), arguments.at(2));
-    // The first list pays for what is made once.
+    // The first list includes one-time work.
     window.fill(ShortList);
     const CardWindow::Filling small = window.fill(ShortList);
     window.empty();

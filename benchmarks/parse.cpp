@@ -22,7 +22,7 @@ int main(int argc, char **argv)
         Benchmarks::makeCatalogue(count, QStringLiteral("http://addons.example.org/"));
 
     for (int pair = -1; pair < arguments.at(2).toInt(); ++pair) {
-        // Neither side is to tidy up what the other has left in the heap.
+        // Neither side should have to clean up the heap after the other.
         malloc_trim(0);
         Models::PackageList packages;
         const qint64 ours = Benchmarks::timed(

@@ -33,7 +33,7 @@ constexpr int Searches = 60;
 constexpr int ShortestText = 40;
 constexpr int LongestText = 240;
 
-/// Bytes that are handed out, whatever the process keeps beyond them.
+/// Allocated bytes, without memory the process only reserves.
 qint64 memoryInUse()
 {
     const auto info = ::mallinfo2();
@@ -51,7 +51,7 @@ void writeTexts(const Kavo::Models::PackageList &packages, ProseMaker &prose)
     }
 }
 
-/// Reads all texts, and returns the longest turn.
+/// Reads all texts and returns the longest turn.
 qint64 readAll(PackageFilter &filter)
 {
     qint64 longest = 0;
@@ -61,8 +61,8 @@ qint64 readAll(PackageFilter &filter)
     return longest;
 }
 
-/// The keys of one search after another: a word or two, of those that all texts hold or of those
-/// that one does, or what the buttons say, letter by letter and back.
+/// The keystrokes of several searches: one or two words that occur in all texts or in one text, or
+/// texts of buttons, letter by letter and back.
 QVector<QString> searches(ProseMaker &prose)
 {
     QVector<QString> texts{QStringLiteral("update"), QStringLiteral("download"),
@@ -98,7 +98,7 @@ private:
         m_times.append(timed([this, key, &text] {
             QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, text);
             QCoreApplication::sendEvent(&m_field, &event);
-            // What the first posts is painted by the second at the latest.
+            // What the first call posts is painted by the second one at the latest.
             QCoreApplication::processEvents();
             QCoreApplication::processEvents();
         }));
@@ -139,7 +139,7 @@ int main(int argc, char **argv)
     require(!filter->isComplete(), "the texts were read too early");
     qint64 longest = readAll(*filter);
 
-    // Another one, that nothing else goes on while its memory is counted.
+    // Another window, so that nothing else runs while its memory is measured.
     PackageFilter alone;
     const qint64 before = memoryInUse();
     alone.setPackages(window.engine().controller().packages());

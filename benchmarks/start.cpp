@@ -23,7 +23,7 @@ using namespace Kavo;
 
 namespace {
 
-/// Ends the process when a main window has been painted.
+/// Ends the process after a main window was painted.
 class PaintedWindow final : public QObject
 {
 protected:

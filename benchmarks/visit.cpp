@@ -24,7 +24,7 @@ using Benchmarks::require;
 
 namespace {
 
-/// A picture as drawn ones are: about 20 KiB.
+/// A picture as large as a drawn one: about 20 KiB.
 void makeIcon(const QString &path, int number)
 {
     constexpr int Size = 128;
