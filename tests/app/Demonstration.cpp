@@ -1,6 +1,7 @@
 #include "tests/app/Demonstration.h"
 
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -39,41 +40,40 @@ QString tool(const QString &name)
 Demonstration::Entry entryOf(const QJsonObject &object)
 {
     Demonstration::Entry entry;
-    entry.id = object.value(QStringLiteral("id")).toInt();
-    const QJsonObject names = object.value(QStringLiteral("name")).toObject();
+    entry.id = object.value("id"_s).toInt();
+    const QJsonObject names = object.value("name"_s).toObject();
     for (auto name = names.begin(); name != names.end(); ++name)
         entry.names.insert(name.key(), name.value().toString());
-    entry.icon = object.value(QStringLiteral("icon")).toString();
-    entry.help = object.value(QStringLiteral("help_url")).toString();
-    entry.manual = object.value(QStringLiteral("manual_url")).toString();
-    for (const QJsonValue value : object.value(QStringLiteral("versions")).toArray()) {
+    entry.icon = object.value("icon"_s).toString();
+    entry.help = object.value("help_url"_s).toString();
+    entry.manual = object.value("manual_url"_s).toString();
+    for (const QJsonValue value : object.value("versions"_s).toArray()) {
         const QJsonObject version = value.toObject();
-        const QString text = version.value(QStringLiteral("version")).toString();
-        const QJsonObject install = version.value(QStringLiteral("install")).toObject();
-        entry.archives.insert(
-            text, version.value(QStringLiteral("link")).toString().section(QLatin1Char('/'), -1));
+        const QString text = version.value("version"_s).toString();
+        const QJsonObject install = version.value("install"_s).toObject();
+        entry.archives.insert(text,
+                              version.value("link"_s).toString().section(QLatin1Char('/'), -1));
         if (QVersionNumber::fromString(entry.newest) < QVersionNumber::fromString(text)) {
             entry.newest = text;
-            entry.folder = install.value(QStringLiteral("extract")).toString() + QLatin1Char('/');
+            entry.folder = install.value("extract"_s).toString() + QLatin1Char('/');
         }
     }
     // The library that everything rests on keeps its version file in a place of its own.
-    entry.versionFile = entry.folder +
-                        (entry.id == 1 ? QStringLiteral("lib/Kavo_Library/") : QString()) +
-                        QStringLiteral("Kavo_version.txt");
+    entry.versionFile =
+        entry.folder + (entry.id == 1 ? "lib/Kavo_Library/"_s : QString()) + "Kavo_version.txt"_s;
     return entry;
 }
 
 } // namespace
 
-Demonstration::Demonstration() : m_simulator(m_profile.folder(QStringLiteral("home/Simulator")))
+Demonstration::Demonstration() : m_simulator(m_profile.folder("home/Simulator"_s))
 {
     m_ready = make();
 }
 
 QString Demonstration::archive(const QString &name) const
 {
-    return m_server.folder() + QStringLiteral("archives/") + name;
+    return m_server.folder() + "archives/"_s + name;
 }
 
 const Demonstration::Entry &Demonstration::entry(int id) const
@@ -87,18 +87,17 @@ const Demonstration::Entry &Demonstration::entry(int id) const
 
 QMap<int, QPair<int, QString>> Demonstration::rows() const
 {
-    const QString connection = QStringLiteral("demonstration");
-    const QString file = m_profile.dataFolder() + QStringLiteral("packages.db");
+    const QString connection = "demonstration"_s;
+    const QString file = m_profile.dataFolder() + "packages.db"_s;
     QMap<int, QPair<int, QString>> found;
     if (!QFile::exists(file))
         return found;
     {
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
-        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE"_s, connection);
+        database.setConnectOptions("QSQLITE_OPEN_READONLY"_s);
         database.setDatabaseName(file);
         if (database.open()) {
-            QSqlQuery query(QStringLiteral("SELECT package_id, status, version FROM packages"),
-                            database);
+            QSqlQuery query("SELECT package_id, status, version FROM packages"_s, database);
             while (query.next())
                 found.insert(query.value(0).toInt(),
                              {query.value(1).toInt(), query.value(2).toString()});
@@ -139,19 +138,17 @@ QMap<QString, QString> Demonstration::expectedSimulator(const QMap<int, QString>
 bool Demonstration::make()
 {
     if (!m_server.isRunning() ||
-        !runTool(tool(QStringLiteral("make-demo")),
-                 {m_server.folder(), m_server.url(QStringLiteral("/"))}) ||
-        !runTool(tool(QStringLiteral("make-simulator")), {m_simulator}))
+        !runTool(tool("make-demo"_s), {m_server.folder(), m_server.url("/"_s)}) ||
+        !runTool(tool("make-simulator"_s), {m_simulator}))
         return false;
     m_others = fileTree(m_simulator);
-    m_locate = std::make_unique<StandInLocate>(
-        QStringList{m_simulator + QStringLiteral("X-Plane-x86_64")});
+    m_locate = std::make_unique<StandInLocate>(QStringList{m_simulator + "X-Plane-x86_64"_s});
     return readCatalogue();
 }
 
 bool Demonstration::readCatalogue()
 {
-    const QByteArray text = readFile(m_server.folder() + QStringLiteral("packages.json"));
+    const QByteArray text = readFile(m_server.folder() + "packages.json"_s);
     for (const QJsonValue value : QJsonDocument::fromJson(text).array())
         m_entries.append(entryOf(value.toObject()));
     return !m_entries.isEmpty();
@@ -162,8 +159,7 @@ const QMap<QString, QString> &Demonstration::contents(const QString &archiveName
     auto found = m_contents.find(archiveName);
     if (found == m_contents.end()) {
         const QTemporaryDir folder;
-        runTool(QStringLiteral("/usr/bin/7z"),
-                {QStringLiteral("x"), archive(archiveName), QStringLiteral("-o") + folder.path()});
+        runTool("/usr/bin/7z"_s, {"x"_s, archive(archiveName), "-o"_s + folder.path()});
         found = m_contents.insert(archiveName, fileTree(folder.path()));
     }
     return *found;

@@ -1,5 +1,6 @@
 #include "app/Environment.h"
 #include "tests/app/TranslationEntries.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QLibraryInfo>
@@ -15,36 +16,32 @@ class MissingQtTranslationTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void everyTextOfTheProgramIsGerman();
-    void boxesKeepTheirEnglishButtons();
+    void initTestCase()
+    {
+        QVERIFY(!QFile::exists(QLibraryInfo::location(QLibraryInfo::TranslationsPath)));
+        QVERIFY(QDir::setCurrent(QStringLiteral(KAVO_TRANSLATION_FOLDER "/..")));
+        Kavo::installTranslation("de"_s);
+    }
+
+    void everyTextOfTheProgramIsGerman()
+    {
+        const auto entries =
+            readTranslations(QStringLiteral(KAVO_SOURCE_FOLDER "/resources/translations/qt_de.ts"));
+        QVERIFY(!entries.isEmpty());
+        const auto translate = [](const char *context, const char *source, const char *comment) {
+            return QCoreApplication::translate(context, source, comment);
+        };
+        QCOMPARE(differentlyTranslated(entries, translate), QStringList());
+    }
+
+    void boxesKeepTheirEnglishButtons()
+    {
+        const QMessageBox box(QMessageBox::Question, QString(), QString(),
+                              QMessageBox::Yes | QMessageBox::No);
+        QCOMPARE(box.button(QMessageBox::Yes)->text(), "&Yes"_s);
+        QCOMPARE(box.button(QMessageBox::No)->text(), "&No"_s);
+    }
 };
-
-void MissingQtTranslationTest::initTestCase()
-{
-    QVERIFY(!QFile::exists(QLibraryInfo::location(QLibraryInfo::TranslationsPath)));
-    QVERIFY(QDir::setCurrent(QStringLiteral(KAVO_TRANSLATION_FOLDER "/..")));
-    Kavo::installTranslation(QStringLiteral("de"));
-}
-
-void MissingQtTranslationTest::everyTextOfTheProgramIsGerman()
-{
-    const auto entries =
-        readTranslations(QStringLiteral(KAVO_SOURCE_FOLDER "/resources/translations/qt_de.ts"));
-    QVERIFY(!entries.isEmpty());
-    const auto translate = [](const char *context, const char *source, const char *comment) {
-        return QCoreApplication::translate(context, source, comment);
-    };
-    QCOMPARE(differentlyTranslated(entries, translate), QStringList());
-}
-
-void MissingQtTranslationTest::boxesKeepTheirEnglishButtons()
-{
-    const QMessageBox box(QMessageBox::Question, QString(), QString(),
-                          QMessageBox::Yes | QMessageBox::No);
-    QCOMPARE(box.button(QMessageBox::Yes)->text(), QStringLiteral("&Yes"));
-    QCOMPARE(box.button(QMessageBox::No)->text(), QStringLiteral("&No"));
-}
 
 KAVO_TEST_MAIN(MissingQtTranslationTest)
 #include "MissingQtTranslationTest.moc"

@@ -1,6 +1,7 @@
 #include "tests/app/PrivateBus.h"
 
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 
 #include <QUrl>
 
@@ -26,11 +27,10 @@ QByteArray configuration(const QString &socket)
 
 PrivateBus::PrivateBus() : m_addressBefore(qgetenv(Variable))
 {
-    const QString file = m_folder.filePath(QStringLiteral("bus.conf"));
-    writeFile(file, configuration(m_folder.filePath(QStringLiteral("bus"))));
-    m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--config-file=") + file, QStringLiteral("--nofork"),
-                    QStringLiteral("--nopidfile"), QStringLiteral("--print-address")});
+    const QString file = m_folder.filePath("bus.conf"_s);
+    writeFile(file, configuration(m_folder.filePath("bus"_s)));
+    m_daemon.start("dbus-daemon"_s,
+                   {"--config-file="_s + file, "--nofork"_s, "--nopidfile"_s, "--print-address"_s});
     while (!m_daemon.canReadLine() && m_daemon.waitForReadyRead(Patience)) {
     }
     m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();

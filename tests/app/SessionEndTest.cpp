@@ -1,6 +1,6 @@
 #include "tests/app/ProgramRun.h"
 #include "tests/app/StoredSettings.h"
-#include "tests/packages/Engine.h"
+#include "tests/packages/EngineTest.h"
 #include "tests/packages/GatedExtractor.h"
 #include "tests/support/Literals.h"
 #include "tests/support/RunUntil.h"
@@ -50,118 +50,101 @@ private:
 } // namespace
 
 /// Ends the desktop's session around the program.
-class SessionEndTest final : public QObject
+class SessionEndTest final : public EngineTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void programEndsWithTheSession()
+    {
+        const auto run = startRun("/usr/bin/7z"_s, "Download"_s);
+        QVERIFY(m_session->hears("joined"));
+        QVERIFY(runUntil([this] { return recordedStatus(1) == 1; }, Patience));
+        QVERIFY(runUntil([this] { return recordedStatus(2) == 1; }, Patience));
+        m_session->order("end");
+        QVERIFY(m_session->hears("saved"));
+        // Others may still prevent it.
+        QVERIFY(run->isRunning());
+        m_session->order("die");
+        QVERIFY(run->endsWith(0));
+        QCOMPARE(stored(profile(), "Language"), "en"_s);
+    }
 
-    void programEndsWithTheSession();
-    void sessionWaitsForAnInstallation();
-    void questionIsAnsweredWithNo();
+    void sessionWaitsForAnInstallation()
+    {
+        const GatedExtractor gate(profile().folder("gate"_s));
+        const auto run = startRun(gate.program(), "Download"_s);
+        QVERIFY(m_session->hears("joined"));
+        QVERIFY(gate.waitUntilReached());
+        const auto areThere = [this] { return recordedStatus(1) == 4 && recordedStatus(2) == 4; };
+        QVERIFY(runUntil(areThere, Patience));
+        m_session->order("end");
+        // Anything that takes longer than an answer.
+        ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM),
+                         {"-"_s, "-"_s, "-platform"_s, "offscreen"_s});
+        later.start();
+        QVERIFY(later.endsWith(0));
+        QVERIFY(m_session->isSilent());
+        QVERIFY(run->isRunning());
+        gate.open();
+        QVERIFY(m_session->hears("saved"));
+        // One is done, and the other is not begun.
+        QCOMPARE(recordedStatus(1) + recordedStatus(2), 5);
+        m_session->order("die");
+        QVERIFY(run->endsWith(0));
+        QCOMPARE(recordedStatus(1) + recordedStatus(2), 5);
+        QCOMPARE(stored(profile(), "Language"), "en"_s);
+    }
+
+    void questionIsAnsweredWithNo()
+    {
+        const auto run = startRun("/usr/bin/7z"_s, "Reset"_s);
+        QVERIFY(m_session->hears("joined"));
+        QVERIFY(runUntil([&run] { return run->standardOutput().contains("asks"); }, Patience));
+        m_session->order("end");
+        QVERIFY(m_session->hears("saved"));
+        m_session->order("die");
+        QVERIFY(run->endsWith(0));
+        QCOMPARE(stored(profile(), "Language"), "en"_s);
+    }
 
 private:
-    std::unique_ptr<ProgramRun> makeRun(const QString &extractor, const QString &button) const;
+    void setUp() override
+    {
+        for (const int id : {1, 2})
+            offer({id});
+        serveCatalogue();
+        settle(profile());
+        m_display = std::make_unique<Companion>(QStringLiteral(KAVO_XVFB),
+                                                QStringList{"-displayfd"_s, "1"_s, "-screen"_s,
+                                                            "0"_s, "1920x1080x24"_s, "-noreset"_s,
+                                                            "-nolisten"_s, "tcp"_s});
+        const QByteArray number = m_display->hear();
+        QVERIFY(!number.isEmpty());
+        m_session =
+            std::make_unique<Companion>(QStringLiteral(KAVO_STAND_IN_SESSION), QStringList());
+        const QByteArray address = m_session->hear();
+        QVERIFY(!address.isEmpty());
+        qputenv("DISPLAY", ':' + number);
+        qputenv("SESSION_MANAGER", address);
+    }
+    void tearDown() override
+    {
+        m_session.reset();
+        m_display.reset();
+    }
+    std::unique_ptr<ProgramRun> startRun(const QString &extractor, const QString &button)
+    {
+        auto run = std::make_unique<ProgramRun>(
+            QStringLiteral(KAVO_ORDERED_PROGRAM),
+            QStringList{server().url(QString()), extractor, button, "-platform"_s, "xcb"_s});
+        run->start();
+        return run;
+    }
 
-    std::unique_ptr<Engine> m_engine;
     std::unique_ptr<Companion> m_display;
     std::unique_ptr<Companion> m_session;
 };
-
-void SessionEndTest::init()
-{
-    m_engine = std::make_unique<Engine>();
-    for (const int id : {1, 2})
-        m_engine->offer({id});
-    m_engine->serveCatalogue();
-    settle(m_engine->profile());
-    m_display = std::make_unique<Companion>(QStringLiteral(KAVO_XVFB),
-                                            QStringList{"-displayfd"_s, "1"_s, "-screen"_s, "0"_s,
-                                                        "1920x1080x24"_s, "-noreset"_s,
-                                                        "-nolisten"_s, "tcp"_s});
-    const QByteArray number = m_display->hear();
-    QVERIFY(!number.isEmpty());
-    m_session = std::make_unique<Companion>(QStringLiteral(KAVO_STAND_IN_SESSION), QStringList());
-    const QByteArray address = m_session->hear();
-    QVERIFY(!address.isEmpty());
-    qputenv("DISPLAY", ':' + number);
-    qputenv("SESSION_MANAGER", address);
-}
-
-void SessionEndTest::cleanup()
-{
-    m_session.reset();
-    m_display.reset();
-    m_engine.reset();
-}
-
-std::unique_ptr<ProgramRun> SessionEndTest::makeRun(const QString &extractor,
-                                                    const QString &button) const
-{
-    return std::make_unique<ProgramRun>(
-        QStringLiteral(KAVO_ORDERED_PROGRAM),
-        QStringList{m_engine->server().url(QString()), extractor, button, "-platform"_s, "xcb"_s});
-}
-
-void SessionEndTest::programEndsWithTheSession()
-{
-    const auto run = makeRun("/usr/bin/7z"_s, "Download"_s);
-    run->start();
-    QVERIFY(m_session->hears("joined"));
-    QVERIFY(runUntil([this] { return m_engine->recordedStatus(1) == 1; }, Patience));
-    QVERIFY(runUntil([this] { return m_engine->recordedStatus(2) == 1; }, Patience));
-    m_session->order("end");
-    QVERIFY(m_session->hears("saved"));
-    // Others may still prevent it.
-    QVERIFY(run->isRunning());
-    m_session->order("die");
-    QVERIFY(run->endsWith(0));
-    QCOMPARE(stored(m_engine->profile(), "Language"), "en"_s);
-}
-
-void SessionEndTest::sessionWaitsForAnInstallation()
-{
-    const GatedExtractor gate(m_engine->profile().folder("gate"_s));
-    const auto run = makeRun(gate.program(), "Download"_s);
-    run->start();
-    QVERIFY(m_session->hears("joined"));
-    QVERIFY(gate.waitUntilReached());
-    const auto areThere = [this] {
-        return m_engine->recordedStatus(1) == 4 && m_engine->recordedStatus(2) == 4;
-    };
-    QVERIFY(runUntil(areThere, Patience));
-    m_session->order("end");
-    // Anything that takes longer than an answer.
-    ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM),
-                     {"-"_s, "-"_s, "-platform"_s, "offscreen"_s});
-    later.start();
-    QVERIFY(later.endsWith(0));
-    QVERIFY(m_session->isSilent());
-    QVERIFY(run->isRunning());
-    gate.open();
-    QVERIFY(m_session->hears("saved"));
-    // One is done, and the other is not begun.
-    QCOMPARE(m_engine->recordedStatus(1) + m_engine->recordedStatus(2), 5);
-    m_session->order("die");
-    QVERIFY(run->endsWith(0));
-    QCOMPARE(m_engine->recordedStatus(1) + m_engine->recordedStatus(2), 5);
-    QCOMPARE(stored(m_engine->profile(), "Language"), "en"_s);
-}
-
-void SessionEndTest::questionIsAnsweredWithNo()
-{
-    const auto run = makeRun("/usr/bin/7z"_s, "Reset"_s);
-    run->start();
-    QVERIFY(m_session->hears("joined"));
-    QVERIFY(runUntil([&run] { return run->standardOutput().contains("asks"); }, Patience));
-    m_session->order("end");
-    QVERIFY(m_session->hears("saved"));
-    m_session->order("die");
-    QVERIFY(run->endsWith(0));
-    QCOMPARE(stored(m_engine->profile(), "Language"), "en"_s);
-}
 
 KAVO_TEST_MAIN(SessionEndTest)
 #include "SessionEndTest.moc"

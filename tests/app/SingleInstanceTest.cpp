@@ -4,6 +4,7 @@
 #include "tests/app/StoredSettings.h"
 #include "tests/support/Archives.h"
 #include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/StandInLocate.h"
 #include "tests/support/TestMain.h"
@@ -32,6 +33,8 @@ using namespace Kavo::Testing;
 using Kavo::SingleInstance;
 
 namespace {
+
+const QString Program = QStringLiteral(KAVO_PROGRAM);
 
 /// Content and time of the last change of every file of the account.
 QMap<QString, QPair<QDateTime, QByteArray>> everyFile(const QString &folder)
@@ -79,455 +82,406 @@ class SingleInstanceTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_profile = std::make_unique<ScratchProfile>();
+        settleWithoutServer(*m_profile);
+    }
 
-    void laterProgramEndsAndTouchesNothing();
-    void profileIsFreeAfterAKill();
-    void profileIsFreeAfterAnEnd();
-    void remnantOfADeadProgramStopsNobody_data();
-    void remnantOfADeadProgramStopsNobody();
-    void otherProfileIsAnotherProgram();
-    void sameFolderByAnotherPathIsTheSameProfile();
-    void programThatStandsStillHoldsNobodyUp();
-    void programThatHearsNobodyHoldsNobodyUp();
-    void profileOfAProgramThatIsEndingIsFree();
-    void profileIsFreeWhileTheProgramsChildrenGoOn();
-    void programThatLooksForTheSimulatorIsRunning();
-    void programThatAsksForTheFolderIsRunning();
-    void folderThatTakesNoFileStopsNobody();
-    void folderInTheLocksPlaceStopsNobody();
-    void machineWithoutSocketsStopsNobody();
-    void lockHoldsWhereTheSocketIsOutOfReach();
+    void cleanup() { m_profile.reset(); }
 
-    void tokenIsHandedOver();
-    void otherUsersAreNotListenedTo();
-    void nonsenseIsNotListenedTo();
-    void oneOfManyAtOnceGoesAhead();
+    void laterProgramEndsAndTouchesNothing()
+    {
+        ProgramRun first(Program);
+        QVERIFY(first.startAndWait(m_profile->logFile()));
+        QVERIFY(waitForWindow());
+        auto before = everyFile(m_profile->home());
+        QVERIFY(before.size() >= 4);
+
+        QVERIFY(nextEndsInSilence());
+        // The first has raised its window, and the off-screen platform notes that it cannot.
+        auto after = everyFile(m_profile->home());
+        const QString log = ".local/share/Quarnell/Kavo Suite/log.txt"_s;
+        const QByteArray logBefore = before.take(log).second;
+        const QByteArray logAfter = after.take(log).second;
+        QVERIFY2(logAfter.startsWith(logBefore), logAfter.constData());
+        QVERIFY2(logAfter.mid(logBefore.size()).contains("raise"), logAfter.constData());
+        QCOMPARE(after, before);
+        QVERIFY(first.isRunning());
+    }
+
+    void profileIsFreeAfterAKill()
+    {
+        ProgramRun killed(Program);
+        QVERIFY(killed.startAndWait(m_profile->logFile()));
+        killed.send(SIGKILL);
+        QVERIFY(killed.waitForEnd());
+        QVERIFY(QFile::exists(lockFile()));
+
+        ProgramRun next(Program);
+        QVERIFY(next.startAndWait(m_profile->logFile()));
+        // It is the one for the profile now.
+        QVERIFY(nextEndsInSilence());
+        QVERIFY(next.isRunning());
+    }
+
+    void profileIsFreeAfterAnEnd()
+    {
+        const QString folder = m_profile->dataFolder();
+        auto first = std::make_unique<SingleInstance>(folder);
+        QVERIFY(first->claim(QByteArray()));
+        QVERIFY(QFile::exists(lockFile()));
+        first.reset();
+        QVERIFY(!QFile::exists(lockFile()));
+        SingleInstance second(folder);
+        QVERIFY(second.claim(QByteArray()));
+    }
+
+    void staleLockIsIgnored_data()
+    {
+        const QString machine = QSysInfo::machineHostName();
+        const QString name = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
+        Rows<QByteArray>()
+            .row("empty", "")
+            .row("nonsense", QByteArray("\0\xff not a lock\n\n\n", 18))
+            .row("of a process that is gone", lockTelling(4194304, "kavo-suite"_s, machine))
+            .row("number that another program has now",
+                 lockTelling(::getppid(), "kavo-suite"_s, machine))
+            .row("number that a program of this name has now",
+                 lockTelling(::getpid(), name, machine))
+            .row("of a machine that has another name now",
+                 lockTelling(::getpid(), name, "elsewhere"_s));
+    }
+
+    void staleLockIsIgnored()
+    {
+        const auto [remnant] = Rows<QByteArray>::current();
+        QVERIFY(writeFile(lockFile(), remnant));
+        ProgramRun program(Program);
+        QVERIFY(program.startAndWait(m_profile->logFile()));
+        const QByteArray lock = readFile(lockFile());
+        QVERIFY2(lock.startsWith(QByteArray::number(program.processId()) + '\n'), lock.constData());
+    }
+
+    void otherProfileIsAnotherProgram()
+    {
+        ProgramRun first(Program);
+        QVERIFY(first.startAndWait(m_profile->logFile()));
+        const ScratchProfile other;
+        settleWithoutServer(other);
+        ProgramRun second(Program);
+        QVERIFY(second.startAndWait(other.logFile()));
+        QVERIFY(first.isRunning());
+    }
+
+    void sameFolderByAnotherPathIsTheSameProfile()
+    {
+        ProgramRun first(Program);
+        QVERIFY(first.startAndWait(m_profile->logFile()));
+        const QTemporaryDir elsewhere;
+        const QString link = elsewhere.filePath("share"_s);
+        QVERIFY(QFile::link(m_profile->home() + "/.local/share"_s, link));
+        const QByteArray before = qgetenv("XDG_DATA_HOME");
+        const auto restore = qScopeGuard([&before] { qputenv("XDG_DATA_HOME", before); });
+        qputenv("XDG_DATA_HOME", QFile::encodeName(link));
+        QVERIFY(nextEndsInSilence());
+    }
+
+    void stoppedProgramDoesNotBlockTheNext()
+    {
+        ProgramRun first(Program);
+        QVERIFY(first.startAndWait(m_profile->logFile()));
+        const QByteArray log = readFile(m_profile->logFile());
+        first.send(SIGSTOP);
+        ProgramRun second(Program);
+        second.start();
+        const bool ended = second.endsWith(0);
+        first.send(SIGCONT);
+        QVERIFY(ended);
+        QVERIFY(second.standardError().contains("does not answer"));
+        QVERIFY(readFile(m_profile->logFile()).startsWith(log));
+    }
+
+    /// So many ask already that there is no room for one more.
+    void programWithAFullQueueDoesNotBlockTheNext()
+    {
+        const int deaf = Kavo::listenAt(nameOfProfile());
+        QVERIFY(deaf >= 0);
+        QVector<int> asking;
+        const auto close = qScopeGuard([deaf, &asking] {
+            ::close(deaf);
+            std::for_each(asking.cbegin(), asking.cend(), ::close);
+        });
+        int socket = -1;
+        while ((socket = Kavo::connectTo(nameOfSocket(m_profile->dataFolder()))) >= 0)
+            asking.append(socket);
+        SingleInstance next(m_profile->dataFolder());
+        QVERIFY(!next.claim(QByteArray()));
+        QVERIFY(!next.isAnswered());
+    }
+
+    /// It has the name to the last moment, and answers no more.
+    void profileOfAProgramThatIsEndingIsFree()
+    {
+        const int ending = Kavo::listenAt(nameOfProfile());
+        QVERIFY(ending >= 0);
+        std::thread end([ending] {
+            pollfd asked = {ending, POLLIN, 0};
+            ::poll(&asked, 1, 30000);
+            const int connection = Kavo::acceptAt(ending);
+            ::close(ending);
+            ::close(connection);
+        });
+        SingleInstance next(m_profile->dataFolder());
+        const bool claimed = next.claim(QByteArray());
+        end.join();
+        QVERIFY(claimed);
+    }
+
+    /// As when the simulator that it has started is still there.
+    void profileIsFreeWhileChildrenOfTheProgramRun()
+    {
+        auto first = std::make_unique<SingleInstance>(m_profile->dataFolder());
+        QVERIFY(first->claim(QByteArray()));
+        QProcess child;
+        child.start("cat"_s, QStringList());
+        QVERIFY(child.waitForStarted());
+        first.reset();
+        SingleInstance second(m_profile->dataFolder());
+        QVERIFY(second.claim(QByteArray()));
+        QCOMPARE(child.state(), QProcess::Running);
+        child.closeWriteChannel();
+        QVERIFY(child.waitForFinished());
+    }
+
+    void programThatLooksForTheSimulatorIsRunning()
+    {
+        QFile::remove(m_profile->settingsFile());
+        const QString gate = m_profile->folder("gate"_s) + "pipe"_s;
+        QCOMPARE(::mkfifo(QFile::encodeName(gate).constData(), 0600), 0);
+        StandInLocate locate(QStringList{});
+        locate.setScript("read -r line < '" + QFile::encodeName(gate) + "'\necho '" +
+                         QFile::encodeName(m_profile->simulatorFolder()) + "X-Plane-x86_64'\n");
+        ProgramRun first(Program);
+        QVERIFY(first.startAndWait(m_profile->logFile()));
+        QVERIFY(runUntil([&locate] { return !locate.arguments().isEmpty(); }));
+        ProgramRun second(Program);
+        second.start();
+        // Whether it is heard before it gives up or not, it ends, and the first goes on.
+        QFile pipe(gate);
+        QVERIFY(pipe.open(QIODevice::WriteOnly));
+        pipe.write("go on\n");
+        pipe.close();
+        QVERIFY(second.endsWith(0));
+        QVERIFY(waitForWindow());
+        QVERIFY(first.isRunning());
+    }
+
+    void programThatAsksForTheFolderIsRunning()
+    {
+        QFile::remove(m_profile->settingsFile());
+        const StandInLocate locate(QStringList{});
+        ProgramRun first(Program);
+        QVERIFY(first.startAndWait(m_profile->logFile()));
+        QVERIFY(runUntil([&locate] { return !locate.arguments().isEmpty(); }));
+        QVERIFY(nextEndsInSilence());
+        QVERIFY(first.isRunning());
+    }
+
+    void readOnlyFolderIsNoObstacle()
+    {
+        const QString folder = m_profile->dataFolder();
+        const QString lock = lockFile();
+        setMode(QFileInfo(m_profile->home()).path(), 0755);
+        letEverybodyWrite(m_profile->home());
+        setMode(folder, 0555);
+        const auto restore = qScopeGuard([&folder] { setMode(folder, 0755); });
+        const WithoutRights none;
+        SingleInstance first(folder);
+        QVERIFY(first.claim(QByteArray()));
+        QVERIFY(!QFile::exists(lock));
+        // The socket is enough to know of each other.
+        QVERIFY(nextEndsInSilence());
+
+        SingleInstance nowhere("/nowhere/at/all/"_s);
+        QVERIFY(nowhere.claim(QByteArray()));
+    }
+
+    void folderInPlaceOfTheLockIsNoObstacle()
+    {
+        QVERIFY(QDir().mkpath(lockFile()));
+        ProgramRun first(Program);
+        QVERIFY(first.startAndWait(m_profile->logFile()));
+        QVERIFY(nextEndsInSilence());
+        QVERIFY(QFileInfo(lockFile()).isDir());
+    }
+
+    void missingSocketIsNoObstacle()
+    {
+        const QString folder = m_profile->dataFolder();
+        rlimit before = {};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
+        const rlimit none = {0, before.rlim_max};
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &none), 0);
+        SingleInstance instance(folder);
+        const bool claimed = instance.claim(QByteArray());
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
+        QVERIFY(claimed);
+    }
+
+    void lockHoldsWhereTheSocketIsOutOfReach()
+    {
+        const QString folder = m_profile->dataFolder();
+        // As on another machine that shares the folder.
+        QLockFile lock(lockFile());
+        lock.setStaleLockTime(0);
+        QVERIFY(lock.tryLock(0));
+        SingleInstance here(folder);
+        QVERIFY(!here.claim(QByteArray()));
+        QVERIFY(!here.isAnswered());
+        lock.unlock();
+        QVERIFY(here.claim(QByteArray()));
+    }
+
+    void tokenIsHandedOver()
+    {
+        SingleInstance first(m_profile->dataFolder());
+        QVERIFY(first.claim(QByteArray()));
+        QSignalSpy asked(&first, &SingleInstance::showRequested);
+        for (const char *variable : {"DESKTOP_STARTUP_ID", "XDG_ACTIVATION_TOKEN"}) {
+            const auto restore = qScopeGuard([variable] { qunsetenv(variable); });
+            qputenv(variable, QByteArray("of ") + variable + "_TIME123");
+            QVERIFY(nextEndsInSilence());
+            QCOMPARE(asked.size(), 1);
+            QCOMPARE(asked.takeFirst().first().toByteArray(),
+                     QByteArray("of ") + variable + "_TIME123");
+        }
+        QVERIFY(nextEndsInSilence());
+        QCOMPARE(asked.size(), 1);
+        QCOMPARE(asked.takeFirst().first().toByteArray(), QByteArray());
+    }
+
+    void otherUsersAreIgnored()
+    {
+        if (::getuid() != 0)
+            QSKIP("Only root can be somebody else as well");
+        constexpr uid_t Nobody = 65534;
+        const QString folder = m_profile->dataFolder();
+        QByteArray name;
+        {
+            SingleInstance first(folder);
+            QVERIFY(first.claim(QByteArray()));
+            QSignalSpy asked(&first, &SingleInstance::showRequested);
+            name = nameOfSocket(folder);
+            QVERIFY(!name.isEmpty());
+            QCOMPARE(::seteuid(Nobody), 0);
+            QLocalSocket stranger;
+            const int socket = Kavo::connectTo(name);
+            QCOMPARE(::seteuid(0), 0);
+            QVERIFY(stranger.setSocketDescriptor(socket));
+            stranger.write("show \n");
+            QVERIFY(runUntil(
+                [&stranger] { return stranger.state() == QLocalSocket::UnconnectedState; }));
+            QVERIFY(asked.isEmpty());
+        }
+        // Nor does one that was there first keep anybody from starting, or pass for the program.
+        QCOMPARE(::seteuid(Nobody), 0);
+        const int stranger = Kavo::listenAt(name);
+        QCOMPARE(::seteuid(0), 0);
+        QVERIFY(stranger >= 0);
+        const auto close = qScopeGuard([stranger] { ::close(stranger); });
+        SingleInstance first(folder);
+        QVERIFY(first.claim(QByteArray()));
+        // Not even one that says what the program would say.
+        std::atomic<bool> isOver{false};
+        std::thread answers([stranger, &isOver] {
+            while (!isOver) {
+                pollfd asked = {stranger, POLLIN, 0};
+                if (::poll(&asked, 1, 20) <= 0)
+                    continue;
+                const int connection = Kavo::acceptAt(stranger);
+                const bool told = ::write(connection, "shown\n", 6) == 6;
+                Q_UNUSED(told)
+                ::close(connection);
+            }
+        });
+        SingleInstance second(folder);
+        const bool claimed = second.claim(QByteArray());
+        isOver = true;
+        answers.join();
+        QVERIFY(!claimed);
+        QVERIFY(!second.isAnswered());
+    }
+
+    void nonsenseIsIgnored()
+    {
+        SingleInstance first(m_profile->dataFolder());
+        QVERIFY(first.claim(QByteArray()));
+        QSignalSpy asked(&first, &SingleInstance::showRequested);
+        QLocalSocket odd;
+        QVERIFY(odd.setSocketDescriptor(Kavo::connectTo(nameOfSocket(m_profile->dataFolder()))));
+        odd.write("\0hello\nshow", 11);
+        QLocalSocket endless;
+        QVERIFY(
+            endless.setSocketDescriptor(Kavo::connectTo(nameOfSocket(m_profile->dataFolder()))));
+        endless.write(QByteArray(100000, 'a'));
+        QVERIFY(runUntil([&endless] { return endless.state() == QLocalSocket::UnconnectedState; }));
+        QVERIFY(asked.isEmpty());
+        // The rest of what it was about to say.
+        odd.write(" \n");
+        QVERIFY(runUntil([&odd] { return odd.canReadLine(); }));
+        QCOMPARE(odd.readAll(), QByteArray("shown\n"));
+        QCOMPARE(asked.size(), 1);
+    }
+
+    void oneOfManyAtOnceRuns()
+    {
+        constexpr int Count = 6;
+        QVERIFY(writeFile(lockFile(), QByteArray()));
+        QVector<std::shared_ptr<ProgramRun>> runs;
+        for (int number = 0; number < Count; ++number)
+            runs.append(std::make_shared<ProgramRun>(Program));
+        for (const auto &run : qAsConst(runs))
+            run->start();
+        const auto running = [&runs] {
+            return std::count_if(runs.cbegin(), runs.cend(),
+                                 [](const auto &run) { return run->isRunning(); });
+        };
+        QVERIFY(runUntil([&running] { return running() <= 1; }, 60000));
+        QCOMPARE(running(), 1);
+        for (const auto &run : qAsConst(runs)) {
+            QCOMPARE(run->standardError(), QByteArray());
+            QVERIFY(run->isRunning() || run->endsWith(0));
+        }
+    }
 
 private:
+    /// Starts the program once more. Returns whether it ends with success and says nothing.
+    static bool nextEndsInSilence()
+    {
+        ProgramRun next(Program);
+        next.start();
+        return next.endsWith(0) && next.standardError().isEmpty();
+    }
     /// Until all of the program's own start is over.
-    bool waitForWindow() const;
+    bool waitForWindow() const
+    {
+        const QString database = m_profile->dataFolder() + "packages.db"_s;
+        return runUntil([&database] {
+            return readFile(database).contains("whole_versions") &&
+                   !QFile::exists(database + "-journal"_s);
+        });
+    }
     /// The name that a program would take for the profile, which is free.
-    QByteArray nameOfProfile() const;
+    QByteArray nameOfProfile() const
+    {
+        SingleInstance instance(m_profile->dataFolder());
+        return instance.claim(QByteArray()) ? nameOfSocket(m_profile->dataFolder()) : QByteArray();
+    }
     QString lockFile() const { return m_profile->dataFolder() + "kavo-suite.lock"_s; }
 
     std::unique_ptr<ScratchProfile> m_profile;
 };
-
-void SingleInstanceTest::init()
-{
-    m_profile = std::make_unique<ScratchProfile>();
-    settleWithoutServer(*m_profile);
-}
-
-void SingleInstanceTest::cleanup()
-{
-    m_profile.reset();
-}
-
-QByteArray SingleInstanceTest::nameOfProfile() const
-{
-    SingleInstance instance(m_profile->dataFolder());
-    return instance.claim(QByteArray()) ? nameOfSocket(m_profile->dataFolder()) : QByteArray();
-}
-
-bool SingleInstanceTest::waitForWindow() const
-{
-    const QString database = m_profile->dataFolder() + "packages.db"_s;
-    return runUntil(
-        [&database] {
-            return readFile(database).contains("whole_versions") &&
-                   !QFile::exists(database + "-journal"_s);
-        },
-        30000);
-}
-
-void SingleInstanceTest::laterProgramEndsAndTouchesNothing()
-{
-    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(first.startAndWait(m_profile->logFile()));
-    QVERIFY(waitForWindow());
-    auto before = everyFile(m_profile->home());
-    QVERIFY(before.size() >= 4);
-
-    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
-    second.start();
-    QVERIFY(second.endsWith(0));
-    QCOMPARE(second.standardError(), QByteArray());
-    // The first has raised its window, and the off-screen platform notes that it cannot.
-    auto after = everyFile(m_profile->home());
-    const QString log = ".local/share/Quarnell/Kavo Suite/log.txt"_s;
-    const QByteArray logBefore = before.take(log).second;
-    const QByteArray logAfter = after.take(log).second;
-    QVERIFY2(logAfter.startsWith(logBefore), logAfter.constData());
-    QVERIFY2(logAfter.mid(logBefore.size()).contains("raise"), logAfter.constData());
-    QCOMPARE(after, before);
-    QVERIFY(first.isRunning());
-}
-
-void SingleInstanceTest::profileIsFreeAfterAKill()
-{
-    ProgramRun killed(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(killed.startAndWait(m_profile->logFile()));
-    killed.send(SIGKILL);
-    QVERIFY(killed.waitForEnd());
-    QVERIFY(QFile::exists(lockFile()));
-
-    ProgramRun next(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(next.startAndWait(m_profile->logFile()));
-    // It is the one for the profile now.
-    ProgramRun later(QStringLiteral(KAVO_PROGRAM));
-    later.start();
-    QVERIFY(later.endsWith(0));
-    QVERIFY(next.isRunning());
-}
-
-void SingleInstanceTest::profileIsFreeAfterAnEnd()
-{
-    const QString folder = m_profile->dataFolder();
-    auto first = std::make_unique<SingleInstance>(folder);
-    QVERIFY(first->claim(QByteArray()));
-    QVERIFY(QFile::exists(lockFile()));
-    first.reset();
-    QVERIFY(!QFile::exists(lockFile()));
-    SingleInstance second(folder);
-    QVERIFY(second.claim(QByteArray()));
-}
-
-void SingleInstanceTest::remnantOfADeadProgramStopsNobody_data()
-{
-    QTest::addColumn<QByteArray>("remnant");
-    const QString machine = QSysInfo::machineHostName();
-    const QString name = QFileInfo(QCoreApplication::applicationFilePath()).fileName();
-    QTest::newRow("empty") << QByteArray("");
-    QTest::newRow("nonsense") << QByteArray("\0\xff not a lock\n\n\n", 18);
-    QTest::newRow("of a process that is gone") << lockTelling(4194304, "kavo-suite"_s, machine);
-    QTest::newRow("number that another program has now")
-        << lockTelling(::getppid(), "kavo-suite"_s, machine);
-    QTest::newRow("number that a program of this name has now")
-        << lockTelling(::getpid(), name, machine);
-    QTest::newRow("of a machine that has another name now")
-        << lockTelling(::getpid(), name, "elsewhere"_s);
-}
-
-void SingleInstanceTest::remnantOfADeadProgramStopsNobody()
-{
-    QFETCH(QByteArray, remnant);
-    QVERIFY(writeFile(lockFile(), remnant));
-    ProgramRun program(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(program.startAndWait(m_profile->logFile()));
-    const QByteArray lock = readFile(lockFile());
-    QVERIFY2(lock.startsWith(QByteArray::number(program.processId()) + '\n'), lock.constData());
-}
-
-void SingleInstanceTest::otherProfileIsAnotherProgram()
-{
-    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(first.startAndWait(m_profile->logFile()));
-    const ScratchProfile other;
-    settleWithoutServer(other);
-    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(second.startAndWait(other.logFile()));
-    QVERIFY(first.isRunning());
-}
-
-void SingleInstanceTest::sameFolderByAnotherPathIsTheSameProfile()
-{
-    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(first.startAndWait(m_profile->logFile()));
-    const QTemporaryDir elsewhere;
-    const QString link = elsewhere.filePath("share"_s);
-    QVERIFY(QFile::link(m_profile->home() + "/.local/share"_s, link));
-    const QByteArray before = qgetenv("XDG_DATA_HOME");
-    const auto restore = qScopeGuard([&before] { qputenv("XDG_DATA_HOME", before); });
-    qputenv("XDG_DATA_HOME", QFile::encodeName(link));
-    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
-    second.start();
-    QVERIFY(second.endsWith(0));
-    QCOMPARE(second.standardError(), QByteArray());
-}
-
-void SingleInstanceTest::programThatStandsStillHoldsNobodyUp()
-{
-    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(first.startAndWait(m_profile->logFile()));
-    const QByteArray log = readFile(m_profile->logFile());
-    first.send(SIGSTOP);
-    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
-    second.start();
-    const bool ended = second.endsWith(0);
-    first.send(SIGCONT);
-    QVERIFY(ended);
-    QVERIFY(second.standardError().contains("does not answer"));
-    QVERIFY(readFile(m_profile->logFile()).startsWith(log));
-}
-
-/// So many ask already that there is no room for one more.
-void SingleInstanceTest::programThatHearsNobodyHoldsNobodyUp()
-{
-    const int deaf = Kavo::listenAt(nameOfProfile());
-    QVERIFY(deaf >= 0);
-    QVector<int> asking;
-    const auto close = qScopeGuard([deaf, &asking] {
-        ::close(deaf);
-        std::for_each(asking.cbegin(), asking.cend(), ::close);
-    });
-    int socket = -1;
-    while ((socket = Kavo::connectTo(nameOfSocket(m_profile->dataFolder()))) >= 0)
-        asking.append(socket);
-    SingleInstance next(m_profile->dataFolder());
-    QVERIFY(!next.claim(QByteArray()));
-    QVERIFY(!next.isAnswered());
-}
-
-/// It has the name to the last moment, and answers no more.
-void SingleInstanceTest::profileOfAProgramThatIsEndingIsFree()
-{
-    const int ending = Kavo::listenAt(nameOfProfile());
-    QVERIFY(ending >= 0);
-    std::thread end([ending] {
-        pollfd asked = {ending, POLLIN, 0};
-        ::poll(&asked, 1, 30000);
-        const int connection = Kavo::acceptAt(ending);
-        ::close(ending);
-        ::close(connection);
-    });
-    SingleInstance next(m_profile->dataFolder());
-    const bool claimed = next.claim(QByteArray());
-    end.join();
-    QVERIFY(claimed);
-}
-
-/// As when the simulator that it has started is still there.
-void SingleInstanceTest::profileIsFreeWhileTheProgramsChildrenGoOn()
-{
-    auto first = std::make_unique<SingleInstance>(m_profile->dataFolder());
-    QVERIFY(first->claim(QByteArray()));
-    QProcess child;
-    child.start("cat"_s, QStringList());
-    QVERIFY(child.waitForStarted());
-    first.reset();
-    SingleInstance second(m_profile->dataFolder());
-    QVERIFY(second.claim(QByteArray()));
-    QCOMPARE(child.state(), QProcess::Running);
-    child.closeWriteChannel();
-    QVERIFY(child.waitForFinished());
-}
-
-void SingleInstanceTest::programThatLooksForTheSimulatorIsRunning()
-{
-    QFile::remove(m_profile->settingsFile());
-    const QString gate = m_profile->folder("gate"_s) + "pipe"_s;
-    QCOMPARE(::mkfifo(QFile::encodeName(gate).constData(), 0600), 0);
-    StandInLocate locate(QStringList{});
-    locate.setScript("read -r line < '" + QFile::encodeName(gate) + "'\necho '" +
-                     QFile::encodeName(m_profile->simulatorFolder()) + "X-Plane-x86_64'\n");
-    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(first.startAndWait(m_profile->logFile()));
-    QVERIFY(runUntil([&locate] { return !locate.arguments().isEmpty(); }, 30000));
-    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
-    second.start();
-    // Whether it is heard before it gives up or not, it ends, and the first goes on.
-    QFile pipe(gate);
-    QVERIFY(pipe.open(QIODevice::WriteOnly));
-    pipe.write("go on\n");
-    pipe.close();
-    QVERIFY(second.endsWith(0));
-    QVERIFY(waitForWindow());
-    QVERIFY(first.isRunning());
-}
-
-void SingleInstanceTest::programThatAsksForTheFolderIsRunning()
-{
-    QFile::remove(m_profile->settingsFile());
-    const StandInLocate locate(QStringList{});
-    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(first.startAndWait(m_profile->logFile()));
-    QVERIFY(runUntil([&locate] { return !locate.arguments().isEmpty(); }, 30000));
-    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
-    second.start();
-    QVERIFY(second.endsWith(0));
-    QCOMPARE(second.standardError(), QByteArray());
-    QVERIFY(first.isRunning());
-}
-
-void SingleInstanceTest::folderThatTakesNoFileStopsNobody()
-{
-    const QString folder = m_profile->dataFolder();
-    const QString lock = lockFile();
-    setMode(QFileInfo(m_profile->home()).path(), 0755);
-    letEverybodyWrite(m_profile->home());
-    setMode(folder, 0555);
-    const auto restore = qScopeGuard([&folder] { setMode(folder, 0755); });
-    const WithoutRights none;
-    SingleInstance first(folder);
-    QVERIFY(first.claim(QByteArray()));
-    QVERIFY(!QFile::exists(lock));
-    // The socket is enough to know of each other.
-    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
-    second.start();
-    QVERIFY(second.endsWith(0));
-    QCOMPARE(second.standardError(), QByteArray());
-
-    SingleInstance nowhere("/nowhere/at/all/"_s);
-    QVERIFY(nowhere.claim(QByteArray()));
-}
-
-void SingleInstanceTest::folderInTheLocksPlaceStopsNobody()
-{
-    QVERIFY(QDir().mkpath(lockFile()));
-    ProgramRun first(QStringLiteral(KAVO_PROGRAM));
-    QVERIFY(first.startAndWait(m_profile->logFile()));
-    ProgramRun second(QStringLiteral(KAVO_PROGRAM));
-    second.start();
-    QVERIFY(second.endsWith(0));
-    QCOMPARE(second.standardError(), QByteArray());
-    QVERIFY(QFileInfo(lockFile()).isDir());
-}
-
-void SingleInstanceTest::machineWithoutSocketsStopsNobody()
-{
-    const QString folder = m_profile->dataFolder();
-    rlimit before = {};
-    QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit none = {0, before.rlim_max};
-    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &none), 0);
-    SingleInstance instance(folder);
-    const bool claimed = instance.claim(QByteArray());
-    QCOMPARE(::setrlimit(RLIMIT_NOFILE, &before), 0);
-    QVERIFY(claimed);
-}
-
-void SingleInstanceTest::lockHoldsWhereTheSocketIsOutOfReach()
-{
-    const QString folder = m_profile->dataFolder();
-    // As on another machine that shares the folder.
-    QLockFile lock(lockFile());
-    lock.setStaleLockTime(0);
-    QVERIFY(lock.tryLock(0));
-    SingleInstance here(folder);
-    QVERIFY(!here.claim(QByteArray()));
-    QVERIFY(!here.isAnswered());
-    lock.unlock();
-    QVERIFY(here.claim(QByteArray()));
-}
-
-void SingleInstanceTest::tokenIsHandedOver()
-{
-    SingleInstance first(m_profile->dataFolder());
-    QVERIFY(first.claim(QByteArray()));
-    QSignalSpy asked(&first, &SingleInstance::showRequested);
-    for (const char *variable : {"DESKTOP_STARTUP_ID", "XDG_ACTIVATION_TOKEN"}) {
-        const auto restore = qScopeGuard([variable] { qunsetenv(variable); });
-        qputenv(variable, QByteArray("of ") + variable + "_TIME123");
-        ProgramRun second(QStringLiteral(KAVO_PROGRAM));
-        second.start();
-        QVERIFY(second.endsWith(0));
-        QCOMPARE(asked.size(), 1);
-        QCOMPARE(asked.takeFirst().first().toByteArray(),
-                 QByteArray("of ") + variable + "_TIME123");
-    }
-    ProgramRun plain(QStringLiteral(KAVO_PROGRAM));
-    plain.start();
-    QVERIFY(plain.endsWith(0));
-    QCOMPARE(asked.size(), 1);
-    QCOMPARE(asked.takeFirst().first().toByteArray(), QByteArray());
-}
-
-void SingleInstanceTest::otherUsersAreNotListenedTo()
-{
-    if (::getuid() != 0)
-        QSKIP("Only root can be somebody else as well");
-    constexpr uid_t Nobody = 65534;
-    const QString folder = m_profile->dataFolder();
-    QByteArray name;
-    {
-        SingleInstance first(folder);
-        QVERIFY(first.claim(QByteArray()));
-        QSignalSpy asked(&first, &SingleInstance::showRequested);
-        name = nameOfSocket(folder);
-        QVERIFY(!name.isEmpty());
-        QCOMPARE(::seteuid(Nobody), 0);
-        QLocalSocket stranger;
-        const int socket = Kavo::connectTo(name);
-        QCOMPARE(::seteuid(0), 0);
-        QVERIFY(stranger.setSocketDescriptor(socket));
-        stranger.write("show \n");
-        QVERIFY(runUntil([&stranger] { return stranger.state() == QLocalSocket::UnconnectedState; },
-                         30000));
-        QVERIFY(asked.isEmpty());
-    }
-    // Nor does one that was there first keep anybody from starting, or pass for the program.
-    QCOMPARE(::seteuid(Nobody), 0);
-    const int stranger = Kavo::listenAt(name);
-    QCOMPARE(::seteuid(0), 0);
-    QVERIFY(stranger >= 0);
-    const auto close = qScopeGuard([stranger] { ::close(stranger); });
-    SingleInstance first(folder);
-    QVERIFY(first.claim(QByteArray()));
-    // Not even one that says what the program would say.
-    std::atomic<bool> isOver{false};
-    std::thread answers([stranger, &isOver] {
-        while (!isOver) {
-            pollfd asked = {stranger, POLLIN, 0};
-            if (::poll(&asked, 1, 20) <= 0)
-                continue;
-            const int connection = Kavo::acceptAt(stranger);
-            const bool told = ::write(connection, "shown\n", 6) == 6;
-            Q_UNUSED(told)
-            ::close(connection);
-        }
-    });
-    SingleInstance second(folder);
-    const bool claimed = second.claim(QByteArray());
-    isOver = true;
-    answers.join();
-    QVERIFY(!claimed);
-    QVERIFY(!second.isAnswered());
-}
-
-void SingleInstanceTest::nonsenseIsNotListenedTo()
-{
-    SingleInstance first(m_profile->dataFolder());
-    QVERIFY(first.claim(QByteArray()));
-    QSignalSpy asked(&first, &SingleInstance::showRequested);
-    QLocalSocket odd;
-    QVERIFY(odd.setSocketDescriptor(Kavo::connectTo(nameOfSocket(m_profile->dataFolder()))));
-    odd.write("\0hello\nshow", 11);
-    QLocalSocket endless;
-    QVERIFY(endless.setSocketDescriptor(Kavo::connectTo(nameOfSocket(m_profile->dataFolder()))));
-    endless.write(QByteArray(100000, 'a'));
-    QVERIFY(
-        runUntil([&endless] { return endless.state() == QLocalSocket::UnconnectedState; }, 30000));
-    QVERIFY(asked.isEmpty());
-    // The rest of what it was about to say.
-    odd.write(" \n");
-    QVERIFY(runUntil([&odd] { return odd.canReadLine(); }, 30000));
-    QCOMPARE(odd.readAll(), QByteArray("shown\n"));
-    QCOMPARE(asked.size(), 1);
-}
-
-void SingleInstanceTest::oneOfManyAtOnceGoesAhead()
-{
-    constexpr int Count = 6;
-    QVERIFY(writeFile(lockFile(), QByteArray()));
-    QVector<std::shared_ptr<ProgramRun>> runs;
-    for (int number = 0; number < Count; ++number)
-        runs.append(std::make_shared<ProgramRun>(QStringLiteral(KAVO_PROGRAM)));
-    for (const auto &run : qAsConst(runs))
-        run->start();
-    const auto running = [&runs] {
-        return std::count_if(runs.cbegin(), runs.cend(),
-                             [](const auto &run) { return run->isRunning(); });
-    };
-    QVERIFY(runUntil([&running] { return running() <= 1; }, 60000));
-    QCOMPARE(running(), 1);
-    for (const auto &run : qAsConst(runs)) {
-        QCOMPARE(run->standardError(), QByteArray());
-        QVERIFY(run->isRunning() || run->endsWith(0));
-    }
-}
 
 KAVO_TEST_MAIN(SingleInstanceTest)
 #include "SingleInstanceTest.moc"

@@ -1,4 +1,5 @@
 #include "tests/app/StandInDesktop.h"
+#include "tests/support/Literals.h"
 
 namespace Kavo::Testing {
 
@@ -6,7 +7,7 @@ namespace {
 
 QString connectionName()
 {
-    return QStringLiteral("stand-in desktop");
+    return "stand-in desktop"_s;
 }
 
 } // namespace
@@ -14,13 +15,12 @@ QString connectionName()
 StandInDesktop::StandInDesktop(const QString &address)
     : m_bus(QDBusConnection::connectToBus(address, connectionName()))
 {
-    m_isReady =
-        m_bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"), this,
-                             QDBusConnection::ExportScriptableSlots |
-                                 QDBusConnection::ExportAllSlots) &&
-        m_bus.registerService(QStringLiteral("org.freedesktop.Notifications")) &&
-        m_bus.connect(QString(), QString(), QStringLiteral("com.canonical.Unity.LauncherEntry"),
-                      QStringLiteral("Update"), this, SLOT(onUpdate(QString, QVariantMap)));
+    m_isReady = m_bus.registerObject("/org/freedesktop/Notifications"_s, this,
+                                     QDBusConnection::ExportScriptableSlots |
+                                         QDBusConnection::ExportAllSlots) &&
+                m_bus.registerService("org.freedesktop.Notifications"_s) &&
+                m_bus.connect(QString(), QString(), "com.canonical.Unity.LauncherEntry"_s,
+                              "Update"_s, this, SLOT(onUpdate(QString, QVariantMap)));
 }
 
 StandInDesktop::~StandInDesktop()

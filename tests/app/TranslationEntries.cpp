@@ -1,4 +1,5 @@
 #include "tests/app/TranslationEntries.h"
+#include "tests/support/Literals.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -42,7 +43,7 @@ TranslationEntry readEntry(QXmlStreamReader &reader, const QString &context)
 
 QStringList placeHolders(const QString &text)
 {
-    static const QRegularExpression pattern(QStringLiteral("%L?(?:[0-9]{1,2}|n)"));
+    static const QRegularExpression pattern("%L?(?:[0-9]{1,2}|n)"_s);
     QStringList found;
     auto matches = pattern.globalMatch(text);
     while (matches.hasNext())
@@ -53,13 +54,13 @@ QStringList placeHolders(const QString &text)
 
 QString blanksAtStart(const QString &text)
 {
-    static const QRegularExpression pattern(QStringLiteral("^\\s*"));
+    static const QRegularExpression pattern("^\\s*"_s);
     return pattern.match(text).captured();
 }
 
 QString blanksAtEnd(const QString &text)
 {
-    static const QRegularExpression pattern(QStringLiteral("\\s*\\z"));
+    static const QRegularExpression pattern("\\s*\\z"_s);
     return pattern.match(text).captured();
 }
 
@@ -97,13 +98,13 @@ QVector<TranslationEntry> readTranslations(const QString &path)
 QString lossOf(const QString &source, const QString &translation)
 {
     if (placeHolders(source) != placeHolders(translation))
-        return QStringLiteral("place-holders");
+        return "place-holders"_s;
     if (blanksAtStart(source) != blanksAtStart(translation))
-        return QStringLiteral("blanks at the start");
+        return "blanks at the start"_s;
     if (blanksAtEnd(source) != blanksAtEnd(translation))
-        return QStringLiteral("blanks at the end");
+        return "blanks at the end"_s;
     if (endsInColon(source) && !endsInColon(translation))
-        return QStringLiteral("the colon at the end");
+        return "the colon at the end"_s;
     return {};
 }
 

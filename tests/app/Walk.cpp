@@ -33,24 +33,6 @@ namespace {
 /// How long the program may take to end after the last step.
 constexpr int EndLimit = 5000;
 
-/// What differs between two trees, by path.
-QStringList differences(const QMap<QString, QString> &actual,
-                        const QMap<QString, QString> &expected)
-{
-    QStringList found;
-    for (auto entry = actual.begin(); entry != actual.end(); ++entry) {
-        if (!expected.contains(entry.key()))
-            found.append("too much: "_s + entry.key());
-        else if (expected.value(entry.key()) != entry.value())
-            found.append("changed: "_s + entry.key());
-    }
-    for (auto entry = expected.begin(); entry != expected.end(); ++entry) {
-        if (!actual.contains(entry.key()))
-            found.append("missing: "_s + entry.key());
-    }
-    return found;
-}
-
 QListWidget *listOf(const ApplicationWindow &window)
 {
     return child<QListWidget>(window, "PackageList");
@@ -69,7 +51,7 @@ Walk::Walk()
     }
     m_showsGerman = m_language == "de"_s;
     if (m_showsGerman)
-        store(m_demonstration->profile(), "Language", m_language);
+        store(profile(), "Language", m_language);
     m_handlerBefore = qInstallMessageHandler(nullptr);
     qInstallMessageHandler(m_handlerBefore);
 }
@@ -133,10 +115,9 @@ int Walk::start(const Steps &steps)
     timer.start(2);
     // A translation is installed for as long as the process lives.
     m_showsGerman |= m_language == "de"_s;
-    const int status = StartUp(*qobject_cast<QApplication *>(qApp),
-                               {m_demonstration->server().url("/"_s), m_extractor})
-                           .run();
-    const QByteArray log = readFile(m_demonstration->profile().logFile());
+    const int status =
+        StartUp(*qobject_cast<QApplication *>(qApp), {server().url("/"_s), m_extractor}).run();
+    const QByteArray log = readFile(profile().logFile());
     for (const char *complaint :
          {"SQL Error", "QObject::", "QSql", "QTimer", "QPixmap", "QPainter"})
         [&] { QVERIFY2(!log.contains(complaint), log.constData()); }();
@@ -166,7 +147,7 @@ void Walk::compare()
     if (!QTest::currentTestFailed())
         compareCards();
     // An archive goes when it is unpacked; of a failed download a file without content may stay.
-    const QDir cache(m_demonstration->profile().cacheFolder());
+    const QDir cache(profile().cacheFolder());
     QStringList archives;
     for (const QFileInfo &file : cache.entryInfoList({"*.7z"_s, "*.zip"_s})) {
         if (file.size() > 0)
@@ -178,7 +159,7 @@ void Walk::compare()
 void Walk::compareDisk()
 {
     QMap<int, QString> recorded;
-    const auto rows = m_demonstration->rows();
+    const auto rows = this->rows();
     for (auto row = rows.begin(); row != rows.end(); ++row) {
         if (row->first == Installed)
             recorded.insert(row.key(), row->second);
@@ -186,11 +167,10 @@ void Walk::compareDisk()
     QCOMPARE(recorded, m_installed);
     for (const auto &entry : m_demonstration->entries())
         QCOMPARE(m_demonstration->versionOnDisk(entry.id), m_installed.value(entry.id));
-    QCOMPARE(differences(fileTree(m_demonstration->simulator()),
-                         m_demonstration->expectedSimulator(m_installed)),
+    QCOMPARE(differences(fileTree(simulator()), m_demonstration->expectedSimulator(m_installed)),
              QStringList());
     // Parked files return; the folders they were parked in may stay.
-    QCOMPARE(filesUnder(m_demonstration->profile().preserveFolder()), QStringList());
+    QCOMPARE(filesUnder(profile().preserveFolder()), QStringList());
 }
 
 void Walk::compareCards()

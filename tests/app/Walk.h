@@ -87,11 +87,12 @@ protected:
     void waitForRow(int id, RecordedStatus status, const QString &version) const;
     /// Waits for the version and counts on it from then on.
     void waitForInstallation(int id, const QString &version);
-    QPair<int, QString> row(int id) const { return m_demonstration->rows().value(id); }
-    QString stored(const char *key) const
-    {
-        return Testing::stored(m_demonstration->profile(), key);
-    }
+    ScratchProfile &profile() const { return m_demonstration->profile(); }
+    Nginx &server() const { return m_demonstration->server(); }
+    QString simulator() const { return m_demonstration->simulator(); }
+    QMap<int, QPair<int, QString>> rows() const { return m_demonstration->rows(); }
+    QPair<int, QString> row(int id) const { return rows().value(id); }
+    QString stored(const char *key) const { return Testing::stored(profile(), key); }
 
     bool isListShown() const;
     QList<Ui::PackageWidget *> cards() const;

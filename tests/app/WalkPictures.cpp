@@ -1,4 +1,5 @@
 #include "tests/app/WalkPictures.h"
+#include "tests/support/Literals.h"
 
 #include <QApplication>
 #include <QDir>
@@ -32,7 +33,7 @@ void WalkPictures::take(QWidget &widget, const QString &name)
         return;
     // A change of what is shown is laid out only when the event loop runs again.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-    const QString file = QStringLiteral("%1-%2.png").arg(++m_count, 2, 10, QLatin1Char('0'));
+    const QString file = "%1-%2.png"_s.arg(++m_count, 2, 10, QLatin1Char('0'));
     m_unkept.insert(QDir(m_folder).filePath(file.arg(name)), widget.grab());
     keepAll();
 }
@@ -50,12 +51,11 @@ bool WalkPictures::eventFilter(QObject *watched, QEvent *event)
     if (auto *splash = qobject_cast<QSplashScreen *>(watched)) {
         connect(splash, &QSplashScreen::messageChanged, this, [this, splash] {
             if (!m_sawStart)
-                take(*splash, QStringLiteral("start"));
+                take(*splash, "start"_s);
             m_sawStart = true;
         });
     } else if (qobject_cast<QMessageBox *>(watched) || qobject_cast<QFileDialog *>(watched)) {
-        const QString name =
-            m_boxNames.isEmpty() ? QStringLiteral("box-unexpected") : m_boxNames.dequeue();
+        const QString name = m_boxNames.isEmpty() ? "box-unexpected"_s : m_boxNames.dequeue();
         // Its size is settled when the event is over, and whoever answers it comes later still.
         auto *box = static_cast<QWidget *>(watched);
         if (!name.isEmpty())

@@ -1,7 +1,7 @@
 #include "components/FileSelector.h"
 #include "tests/components/Widgets.h"
 #include "tests/support/Archives.h"
-#include "tests/support/MessageBoxAnswers.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QFileDialog>
@@ -16,20 +16,12 @@ using Kavo::Components::FileSelector;
 
 namespace {
 
-/// Runs a function on the file dialog that opens next.
-template<class Function>
-void whenOpened(QObject *context, Function function)
+/// What the file dialog offered.
+struct Offered
 {
-    auto *timer = new QTimer(context);
-    QObject::connect(timer, &QTimer::timeout, context, [timer, function] {
-        auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
-        if (!dialog)
-            return;
-        timer->stop();
-        function(*dialog);
-    });
-    timer->start(2);
-}
+    QFileDialog::FileMode mode = QFileDialog::AnyFile;
+    bool foldersOnly = false;
+};
 
 QString valueOf(const FileSelector &selector)
 {
@@ -49,151 +41,131 @@ class FileSelectorTest final : public QObject
 
 private slots:
     void initTestCase() { Kavo::Components::iconFont()->initFontAwesome(); }
-    void widgetsHaveTheirLook();
-    void captionIsHiddenWithoutText();
-    void setValueEmitsNothing();
-    void toolTipHasAllOfThePath();
-    void longPathLosesItsMiddle();
-    void folderModeOffersFoldersOnly();
-    void fileModeOffersFiles();
-    void modeCanBeChanged();
-    void cancelledDialogChangesNothing();
-};
 
-void FileSelectorTest::widgetsHaveTheirLook()
-{
-    const FileSelector selector(FileSelector::ChooseFolder);
-    QCOMPARE(selector.objectName(), QStringLiteral("FileSelector"));
-    QVERIFY(!child<QLineEdit>(selector, "FileSelectorValue")->isEnabled());
-    QCOMPARE(browseButton(selector)->text(), QStringLiteral("Browse"));
-    QVERIFY(sameIcon(browseButton(selector)->icon(), darkGlyph(0xf07c)));
-    QVERIFY(hasHand(*browseButton(selector)));
-}
+    void widgetsHaveTheirLook()
+    {
+        const FileSelector selector(FileSelector::ChooseFolder);
+        QCOMPARE(selector.objectName(), "FileSelector"_s);
+        QVERIFY(!child<QLineEdit>(selector, "FileSelectorValue")->isEnabled());
+        QCOMPARE(browseButton(selector)->text(), "Browse"_s);
+        QVERIFY(sameIcon(browseButton(selector)->icon(), darkGlyph(0xf07c)));
+        QVERIFY(hasHand(*browseButton(selector)));
+    }
 
-void FileSelectorTest::captionIsHiddenWithoutText()
-{
-    FileSelector selector(FileSelector::ChooseFolder);
-    const auto *caption = child<QLabel>(selector, "FileSelectorCaption");
-    selector.setLabel(QStringLiteral("Cache"));
-    QCOMPARE(caption->text(), QStringLiteral("Cache"));
-    QVERIFY(!caption->isHidden());
-    selector.setLabel(QString());
-    QVERIFY(caption->isHidden());
-    selector.setLabel(QStringLiteral("Backup"));
-    QCOMPARE(caption->text(), QStringLiteral("Backup"));
-    QVERIFY(!caption->isHidden());
-}
-
-void FileSelectorTest::setValueEmitsNothing()
-{
-    FileSelector selector(FileSelector::ChooseFolder);
-    QSignalSpy changed(&selector, &FileSelector::valueChanged);
-    selector.setValue(QStringLiteral("/some/folder/"));
-    QCOMPARE(valueOf(selector), QStringLiteral("/some/folder/"));
-    QCOMPARE(changed.count(), 0);
-}
-
-void FileSelectorTest::toolTipHasAllOfThePath()
-{
-    FileSelector selector(FileSelector::ChooseFolder);
-    const auto *field = child<QLineEdit>(selector, "FileSelectorValue");
-    selector.setValue(QStringLiteral("/some/folder/"));
-    QCOMPARE(field->toolTip(), QStringLiteral("/some/folder/"));
-    const QString likeMarkup = QStringLiteral("/some/<b>folder</b>/");
-    selector.setValue(likeMarkup);
-    QTextDocument tip;
-    tip.setHtml(field->toolTip());
-    QCOMPARE(tip.toPlainText(), likeMarkup);
-}
-
-void FileSelectorTest::longPathLosesItsMiddle()
-{
-    const auto picture = [](const QString &path) {
+    void captionIsHiddenWithoutText()
+    {
         FileSelector selector(FileSelector::ChooseFolder);
-        selector.setFixedWidth(400);
-        selector.setValue(path);
-        selector.show();
-        return child<QLineEdit>(selector, "FileSelectorValue")->grab().toImage();
-    };
-    const QString middle = QStringLiteral("middle/").repeated(40);
-    const QImage whole = picture(QStringLiteral("/beginning/") + middle + QStringLiteral("end/"));
-    QCOMPARE(picture(QStringLiteral("/other/") + middle + QStringLiteral("end/")) == whole, false);
-    QCOMPARE(picture(QStringLiteral("/beginning/") + middle + QStringLiteral("els/")) == whole,
-             false);
-    // Nobody sees how long it is.
-    QCOMPARE(picture(QStringLiteral("/beginning/") + middle + middle + QStringLiteral("end/")),
-             whole);
-}
+        const auto *caption = child<QLabel>(selector, "FileSelectorCaption");
+        selector.setLabel("Cache"_s);
+        QCOMPARE(caption->text(), "Cache"_s);
+        QVERIFY(!caption->isHidden());
+        selector.setLabel(QString());
+        QVERIFY(caption->isHidden());
+        selector.setLabel("Backup"_s);
+        QCOMPARE(caption->text(), "Backup"_s);
+        QVERIFY(!caption->isHidden());
+    }
 
-// Fixed, see docs/compatibility.md.
-void FileSelectorTest::folderModeOffersFoldersOnly()
-{
-    const QTemporaryDir folder;
-    FileSelector selector(FileSelector::ChooseFolder);
-    QSignalSpy changed(&selector, &FileSelector::valueChanged);
-    QFileDialog::FileMode mode = QFileDialog::AnyFile;
-    bool foldersOnly = false;
-    whenOpened(&selector, [&](QFileDialog &dialog) {
-        mode = dialog.fileMode();
-        foldersOnly = dialog.testOption(QFileDialog::ShowDirsOnly);
-        dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(folder.path());
-        QMetaObject::invokeMethod(&dialog, "accept");
-    });
-    browseButton(selector)->click();
-    QVERIFY(foldersOnly);
-    QVERIFY(mode != QFileDialog::AnyFile && mode != QFileDialog::ExistingFile);
-    QCOMPARE(valueOf(selector), folder.path());
-    QCOMPARE(changed.count(), 1);
-    QCOMPARE(changed.first().first().toString(), folder.path());
-}
+    void setValueEmitsNothing()
+    {
+        FileSelector selector(FileSelector::ChooseFolder);
+        QSignalSpy changed(&selector, &FileSelector::valueChanged);
+        selector.setValue("/some/folder/"_s);
+        QCOMPARE(valueOf(selector), "/some/folder/"_s);
+        QCOMPARE(changed.count(), 0);
+    }
 
-void FileSelectorTest::fileModeOffersFiles()
-{
-    const QTemporaryDir folder;
-    const QString file = folder.filePath(QStringLiteral("file.txt"));
-    QVERIFY(writeFile(file, "x"));
-    FileSelector selector(FileSelector::ChooseFile);
-    QSignalSpy changed(&selector, &FileSelector::valueChanged);
-    QFileDialog::FileMode mode = QFileDialog::AnyFile;
-    whenOpened(&selector, [&](QFileDialog &dialog) {
-        mode = dialog.fileMode();
-        dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(file);
-        QMetaObject::invokeMethod(&dialog, "accept");
-    });
-    browseButton(selector)->click();
-    QCOMPARE(mode, QFileDialog::ExistingFile);
-    QCOMPARE(valueOf(selector), file);
-    QCOMPARE(changed.count(), 1);
-}
+    void toolTipHasAllOfThePath()
+    {
+        FileSelector selector(FileSelector::ChooseFolder);
+        const auto *field = child<QLineEdit>(selector, "FileSelectorValue");
+        selector.setValue("/some/folder/"_s);
+        QCOMPARE(field->toolTip(), "/some/folder/"_s);
+        const QString likeMarkup = "/some/<b>folder</b>/"_s;
+        selector.setValue(likeMarkup);
+        QTextDocument tip;
+        tip.setHtml(field->toolTip());
+        QCOMPARE(tip.toPlainText(), likeMarkup);
+    }
 
-void FileSelectorTest::modeCanBeChanged()
-{
-    FileSelector selector(FileSelector::ChooseFolder);
-    selector.setMode(FileSelector::ChooseFile);
-    QFileDialog::FileMode mode = QFileDialog::AnyFile;
-    whenOpened(&selector, [&mode](QFileDialog &dialog) {
-        mode = dialog.fileMode();
-        dialog.reject();
-    });
-    browseButton(selector)->click();
-    QCOMPARE(mode, QFileDialog::ExistingFile);
-}
+    void longPathLosesItsMiddle()
+    {
+        const auto picture = [](const QString &path) {
+            FileSelector selector(FileSelector::ChooseFolder);
+            selector.setFixedWidth(400);
+            selector.setValue(path);
+            selector.show();
+            return child<QLineEdit>(selector, "FileSelectorValue")->grab().toImage();
+        };
+        const QString middle = "middle/"_s.repeated(40);
+        const QImage whole = picture("/beginning/"_s + middle + "end/"_s);
+        QCOMPARE(picture("/other/"_s + middle + "end/"_s) == whole, false);
+        QCOMPARE(picture("/beginning/"_s + middle + "els/"_s) == whole, false);
+        // The length of the part that is left out is not visible.
+        QCOMPARE(picture("/beginning/"_s + middle + middle + "end/"_s), whole);
+    }
 
-void FileSelectorTest::cancelledDialogChangesNothing()
-{
-    FileSelector selector(FileSelector::ChooseFolder);
-    selector.setValue(QStringLiteral("/before/"));
-    QSignalSpy changed(&selector, &FileSelector::valueChanged);
-    bool opened = false;
-    whenOpened(&selector, [&opened](QFileDialog &dialog) {
-        opened = true;
-        dialog.reject();
-    });
-    browseButton(selector)->click();
-    QVERIFY(opened);
-    QCOMPARE(valueOf(selector), QStringLiteral("/before/"));
-    QCOMPARE(changed.count(), 0);
-}
+    // Fixed, see docs/compatibility.md.
+    void folderModeOffersFoldersOnly()
+    {
+        const QTemporaryDir folder;
+        FileSelector selector(FileSelector::ChooseFolder);
+        QSignalSpy changed(&selector, &FileSelector::valueChanged);
+        const auto [mode, foldersOnly] = browse(selector, folder.path());
+        QVERIFY(foldersOnly);
+        QVERIFY(mode != QFileDialog::AnyFile && mode != QFileDialog::ExistingFile);
+        QCOMPARE(valueOf(selector), folder.path());
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(changed.first().first().toString(), folder.path());
+    }
+
+    void fileModeOffersFiles()
+    {
+        const QTemporaryDir folder;
+        const QString file = folder.filePath("file.txt"_s);
+        QVERIFY(writeFile(file, "x"));
+        FileSelector selector(FileSelector::ChooseFolder);
+        selector.setMode(FileSelector::ChooseFile);
+        QSignalSpy changed(&selector, &FileSelector::valueChanged);
+        QCOMPARE(browse(selector, file).mode, QFileDialog::ExistingFile);
+        QCOMPARE(valueOf(selector), file);
+        QCOMPARE(changed.count(), 1);
+        FileSelector ofFiles(FileSelector::ChooseFile);
+        QCOMPARE(browse(ofFiles, QString()).mode, QFileDialog::ExistingFile);
+    }
+
+    void cancelledDialogChangesNothing()
+    {
+        FileSelector selector(FileSelector::ChooseFile);
+        selector.setValue("/before/"_s);
+        QSignalSpy changed(&selector, &FileSelector::valueChanged);
+        QCOMPARE(browse(selector, QString()).mode, QFileDialog::ExistingFile);
+        QCOMPARE(valueOf(selector), "/before/"_s);
+        QCOMPARE(changed.count(), 0);
+    }
+
+private:
+    /// Opens the dialog and chooses a path; an empty one cancels.
+    static Offered browse(const FileSelector &selector, const QString &path)
+    {
+        Offered offered;
+        QTimer timer;
+        QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+            auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+            if (!dialog)
+                return;
+            timer.stop();
+            offered = {dialog->fileMode(), dialog->testOption(QFileDialog::ShowDirsOnly)};
+            if (path.isEmpty())
+                return dialog->reject();
+            dialog->findChild<QLineEdit *>("fileNameEdit"_s)->setText(path);
+            QMetaObject::invokeMethod(dialog, "accept");
+        });
+        timer.start(2);
+        browseButton(selector)->click();
+        return offered;
+    }
+};
 
 KAVO_TEST_MAIN(FileSelectorTest)
 #include "FileSelectorTest.moc"

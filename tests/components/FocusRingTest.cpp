@@ -1,5 +1,6 @@
 #include "components/FocusRing.h"
 #include "tests/components/Widgets.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QDialog>
@@ -19,19 +20,154 @@ class FocusRingTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        qApp->setStyleSheet("#FocusRing { qproperty-color: #ff0000; }"_s);
+        m_follower = std::make_unique<QObject>();
+        FocusRing::follow(m_follower.get());
+        m_window = std::make_unique<QWidget>();
+        // The box ends at its buttons, as in a dialog.
+        auto *box = new QWidget(m_window.get());
+        auto *row = new QHBoxLayout(box);
+        row->setContentsMargins(0, 0, 0, 0);
+        m_first = new QPushButton("First"_s, box);
+        m_second = new QPushButton("Second"_s, box);
+        m_field = new QLineEdit(box);
+        row->addWidget(m_first);
+        row->addWidget(m_second);
+        row->addWidget(m_field);
+        auto *layout = new QHBoxLayout(m_window.get());
+        layout->addWidget(box);
+        m_window->show();
+        m_window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        m_second->setFocus();
+    }
 
-    void ringGoesAroundTheButton();
-    void ringFollowsTheKeyboard();
-    void ringFollowsAButtonThatMoves();
-    void ringFollowsTheBoxOfTheButton();
-    void ringScrollsWithItsButton();
-    void ringIsHiddenWithItsButton();
-    void ringGoesWithItsButton();
-    void ringIsNotTakenForTheButton();
-    void ringServesEveryWindow();
-    void ringGoesWithItsFollower();
+    void cleanup()
+    {
+        m_window.reset();
+        m_follower.reset();
+        qApp->setStyleSheet(QString());
+    }
+
+    void ringGoesAroundTheButton()
+    {
+        const FocusRing *ring = ringIn(*m_window);
+        QVERIFY(ring);
+        QVERIFY(ring->isVisible());
+        QCOMPARE(placeOf(*ring), placeOf(*m_second).adjusted(-4, -4, 4, 4));
+        // The ring is not clipped by the row of buttons.
+        QCOMPARE(ring->visibleRegion().boundingRect(), ring->rect());
+        QTRY_COMPARE(ring->color(), QColor(Qt::red));
+        const QImage picture = m_window->grab(placeOf(*ring)).toImage();
+        const int middle = picture.height() / 2;
+        QCOMPARE(picture.pixelColor(0, middle), QColor(Qt::red));
+        QCOMPARE(picture.pixelColor(1, middle), QColor(Qt::red));
+        QCOMPARE(picture.pixelColor(2, middle), QColor(Qt::white));
+        QCOMPARE(picture.pixelColor(3, middle), QColor(Qt::white));
+    }
+
+    void ringFollowsTheKeyboard()
+    {
+        m_first->setFocus();
+        QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_first).adjusted(-4, -4, 4, 4));
+        m_field->setFocus();
+        QVERIFY(!ringIn(*m_window));
+        m_first->setFocus();
+        QVERIFY(ringIn(*m_window)->isVisible());
+        // The next button gets the keyboard.
+        m_first->hide();
+        QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
+    }
+
+    void ringFollowsAButtonThatMoves()
+    {
+        const QRect before = placeOf(*m_second);
+        m_window->resize(m_window->width() + 200, m_window->height() + 100);
+        QTRY_VERIFY(placeOf(*m_second) != before);
+        QTRY_COMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
+    }
+
+    void ringFollowsTheBoxOfTheButton()
+    {
+        const QRect before = placeOf(*m_second);
+        QWidget *box = m_second->parentWidget();
+        box->move(box->pos() + QPoint(3, 5));
+        QCOMPARE(placeOf(*m_second), before.translated(3, 5));
+        QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
+    }
+
+    void ringScrollsWithItsButton()
+    {
+        auto *area = new QScrollArea(m_window.get());
+        auto *content = new QWidget;
+        content->setFixedSize(100, 1000);
+        auto *button = new QPushButton("Scrolled"_s, content);
+        button->move(10, 40);
+        area->setWidget(content);
+        m_window->layout()->addWidget(area);
+        QTRY_VERIFY(button->isVisible());
+        button->setFocus();
+        // The ring is scrolled with its button.
+        const FocusRing *ring = ringIn(*m_window);
+        QVERIFY(ring);
+        QCOMPARE(ring->parentWidget(), area->viewport());
+        area->verticalScrollBar()->setValue(30);
+        QCOMPARE(placeOf(*ring), placeOf(*button).adjusted(-4, -4, 4, 4));
+    }
+
+    void ringIsHiddenWithItsButton()
+    {
+        m_window->hide();
+        QVERIFY(!ringIn(*m_window) || !ringIn(*m_window)->isVisible());
+    }
+
+    void ringGoesWithItsButton()
+    {
+        m_first->hide();
+        m_field->hide();
+        delete m_second;
+        QTRY_VERIFY(!ringIn(*m_window));
+    }
+
+    void ringIsNotTakenForTheButton()
+    {
+        QCOMPARE(ringIn(*m_window)->focusPolicy(), Qt::NoFocus);
+        QCOMPARE(m_window->childAt(placeOf(*m_second).center()), m_second);
+    }
+
+    void ringServesEveryWindow()
+    {
+        {
+            QDialog dialog(m_window.get());
+            auto *layout = new QHBoxLayout(&dialog);
+            auto *button = new QPushButton("Ok"_s, &dialog);
+            layout->addWidget(button);
+            dialog.show();
+            dialog.activateWindow();
+            QTRY_COMPARE(QApplication::activeWindow(), &dialog);
+            button->setFocus();
+            QVERIFY(ringIn(dialog));
+            QVERIFY(ringIn(dialog)->isVisible());
+        }
+        // The ring of the dialog was deleted with it.
+        m_window->activateWindow();
+        QTRY_COMPARE(QApplication::activeWindow(), m_window.get());
+        m_field->setFocus();
+        m_first->setFocus();
+        QVERIFY(ringIn(*m_window));
+        QVERIFY(ringIn(*m_window)->isVisible());
+    }
+
+    void ringGoesWithItsFollower()
+    {
+        QVERIFY(ringIn(*m_window));
+        m_follower.reset();
+        QVERIFY(!ringIn(*m_window));
+        m_first->setFocus();
+        QVERIFY(!ringIn(*m_window));
+    }
 
 private:
     static FocusRing *ringIn(const QWidget &window) { return window.findChild<FocusRing *>(); }
@@ -46,155 +182,6 @@ private:
     QPushButton *m_second = nullptr;
     QLineEdit *m_field = nullptr;
 };
-
-void FocusRingTest::init()
-{
-    qApp->setStyleSheet(QStringLiteral("#FocusRing { qproperty-color: #ff0000; }"));
-    m_follower = std::make_unique<QObject>();
-    FocusRing::follow(m_follower.get());
-    m_window = std::make_unique<QWidget>();
-    // As in the box of a dialog, which ends where its buttons do.
-    auto *box = new QWidget(m_window.get());
-    auto *row = new QHBoxLayout(box);
-    row->setContentsMargins(0, 0, 0, 0);
-    m_first = new QPushButton(QStringLiteral("First"), box);
-    m_second = new QPushButton(QStringLiteral("Second"), box);
-    m_field = new QLineEdit(box);
-    row->addWidget(m_first);
-    row->addWidget(m_second);
-    row->addWidget(m_field);
-    auto *layout = new QHBoxLayout(m_window.get());
-    layout->addWidget(box);
-    m_window->show();
-    m_window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-    m_second->setFocus();
-}
-
-void FocusRingTest::cleanup()
-{
-    m_window.reset();
-    m_follower.reset();
-    qApp->setStyleSheet(QString());
-}
-
-void FocusRingTest::ringGoesAroundTheButton()
-{
-    const FocusRing *ring = ringIn(*m_window);
-    QVERIFY(ring);
-    QVERIFY(ring->isVisible());
-    QCOMPARE(placeOf(*ring), placeOf(*m_second).adjusted(-4, -4, 4, 4));
-    // The button's row would cut it off.
-    QCOMPARE(ring->visibleRegion().boundingRect(), ring->rect());
-    QTRY_COMPARE(ring->color(), QColor(Qt::red));
-    const QImage picture = m_window->grab(placeOf(*ring)).toImage();
-    const int middle = picture.height() / 2;
-    QCOMPARE(picture.pixelColor(0, middle), QColor(Qt::red));
-    QCOMPARE(picture.pixelColor(1, middle), QColor(Qt::red));
-    QCOMPARE(picture.pixelColor(2, middle), QColor(Qt::white));
-    QCOMPARE(picture.pixelColor(3, middle), QColor(Qt::white));
-}
-
-void FocusRingTest::ringFollowsTheKeyboard()
-{
-    m_first->setFocus();
-    QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_first).adjusted(-4, -4, 4, 4));
-    m_field->setFocus();
-    QVERIFY(!ringIn(*m_window));
-    m_first->setFocus();
-    QVERIFY(ringIn(*m_window)->isVisible());
-    // The keyboard goes on to the next button.
-    m_first->hide();
-    QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
-}
-
-void FocusRingTest::ringFollowsAButtonThatMoves()
-{
-    const QRect before = placeOf(*m_second);
-    m_window->resize(m_window->width() + 200, m_window->height() + 100);
-    QTRY_VERIFY(placeOf(*m_second) != before);
-    QTRY_COMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
-}
-
-void FocusRingTest::ringFollowsTheBoxOfTheButton()
-{
-    const QRect before = placeOf(*m_second);
-    QWidget *box = m_second->parentWidget();
-    box->move(box->pos() + QPoint(3, 5));
-    QCOMPARE(placeOf(*m_second), before.translated(3, 5));
-    QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
-}
-
-void FocusRingTest::ringScrollsWithItsButton()
-{
-    auto *area = new QScrollArea(m_window.get());
-    auto *content = new QWidget;
-    content->setFixedSize(100, 1000);
-    auto *button = new QPushButton(QStringLiteral("Scrolled"), content);
-    button->move(10, 40);
-    area->setWidget(content);
-    m_window->layout()->addWidget(area);
-    QTRY_VERIFY(button->isVisible());
-    button->setFocus();
-    // What is scrolled out of sight takes its ring along.
-    const FocusRing *ring = ringIn(*m_window);
-    QVERIFY(ring);
-    QCOMPARE(ring->parentWidget(), area->viewport());
-    area->verticalScrollBar()->setValue(30);
-    QCOMPARE(placeOf(*ring), placeOf(*button).adjusted(-4, -4, 4, 4));
-}
-
-void FocusRingTest::ringIsHiddenWithItsButton()
-{
-    m_window->hide();
-    QVERIFY(!ringIn(*m_window) || !ringIn(*m_window)->isVisible());
-}
-
-void FocusRingTest::ringGoesWithItsButton()
-{
-    m_first->hide();
-    m_field->hide();
-    delete m_second;
-    QTRY_VERIFY(!ringIn(*m_window));
-}
-
-void FocusRingTest::ringIsNotTakenForTheButton()
-{
-    QCOMPARE(ringIn(*m_window)->focusPolicy(), Qt::NoFocus);
-    QCOMPARE(m_window->childAt(placeOf(*m_second).center()), m_second);
-}
-
-void FocusRingTest::ringServesEveryWindow()
-{
-    {
-        QDialog dialog(m_window.get());
-        auto *layout = new QHBoxLayout(&dialog);
-        auto *button = new QPushButton(QStringLiteral("Ok"), &dialog);
-        layout->addWidget(button);
-        dialog.show();
-        dialog.activateWindow();
-        QTRY_COMPARE(QApplication::activeWindow(), &dialog);
-        button->setFocus();
-        QVERIFY(ringIn(dialog));
-        QVERIFY(ringIn(dialog)->isVisible());
-    }
-    // It has gone with the dialog.
-    m_window->activateWindow();
-    QTRY_COMPARE(QApplication::activeWindow(), m_window.get());
-    m_field->setFocus();
-    m_first->setFocus();
-    QVERIFY(ringIn(*m_window));
-    QVERIFY(ringIn(*m_window)->isVisible());
-}
-
-void FocusRingTest::ringGoesWithItsFollower()
-{
-    QVERIFY(ringIn(*m_window));
-    m_follower.reset();
-    QVERIFY(!ringIn(*m_window));
-    m_first->setFocus();
-    QVERIFY(!ringIn(*m_window));
-}
 
 KAVO_TEST_MAIN(FocusRingTest)
 #include "FocusRingTest.moc"

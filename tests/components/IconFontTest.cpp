@@ -1,5 +1,6 @@
 #include "components/IconFont.h"
 #include "tests/components/Widgets.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 using namespace Kavo::Testing;
@@ -10,12 +11,6 @@ namespace {
 
 constexpr int SquareGlyph = 0xf0c8;
 
-QColor ink(const QIcon &icon, QIcon::Mode mode)
-{
-    const QImage image = imageOf(icon, mode);
-    return image.pixelColor(image.rect().center());
-}
-
 } // namespace
 
 class IconFontTest final : public QObject
@@ -24,50 +19,45 @@ class IconFontTest final : public QObject
 
 private slots:
     void initTestCase() { KAVO_NEEDS_ICON_FONT(); }
-    void oneObjectServesTheProcess();
-    void iconsAreWhite();
-    void disabledIconsAreFaint();
-    void darkOptionsAreOpaqueBlack();
-    void darkIconsAreBlack();
+
+    void oneObjectServesTheProcess()
+    {
+        QVERIFY(iconFont());
+        QCOMPARE(iconFont(), iconFont());
+        QCOMPARE(iconFont()->parent(), qApp);
+        QVERIFY(iconFont()->initFontAwesome());
+    }
+
+    void iconsAreWhite()
+    {
+        const QIcon icon = iconFont()->icon(SquareGlyph);
+        QCOMPARE(ink(icon, QIcon::Normal), QColor(255, 255, 255, 255));
+        QCOMPARE(ink(icon, QIcon::Active), QColor(255, 255, 255, 255));
+        QCOMPARE(ink(icon, QIcon::Selected), QColor(255, 255, 255, 255));
+    }
+
+    void disabledIconsAreFaint()
+    {
+        QCOMPARE(ink(iconFont()->icon(SquareGlyph), QIcon::Disabled), QColor(255, 255, 255, 60));
+    }
+
+    void darkOptionsAreOpaqueBlack()
+    {
+        const QVariantMap options = darkIconOptions();
+        QCOMPARE(options.keys(), QStringList({"color"_s, "color-active"_s, "color-disabled"_s,
+                                              "color-selected"_s}));
+        for (const QVariant &color : options)
+            QCOMPARE(color.value<QColor>(), QColor(0, 0, 0, 255));
+    }
+
+    void darkIconsAreBlack()
+    {
+        const QIcon icon = iconFont()->icon(SquareGlyph, darkIconOptions());
+        for (const QIcon::Mode mode :
+             {QIcon::Normal, QIcon::Disabled, QIcon::Active, QIcon::Selected})
+            QCOMPARE(ink(icon, mode), QColor(0, 0, 0, 255));
+    }
 };
-
-void IconFontTest::oneObjectServesTheProcess()
-{
-    QVERIFY(iconFont());
-    QCOMPARE(iconFont(), iconFont());
-    QCOMPARE(iconFont()->parent(), qApp);
-    QVERIFY(iconFont()->initFontAwesome());
-}
-
-void IconFontTest::iconsAreWhite()
-{
-    const QIcon icon = iconFont()->icon(SquareGlyph);
-    QCOMPARE(ink(icon, QIcon::Normal), QColor(255, 255, 255, 255));
-    QCOMPARE(ink(icon, QIcon::Active), QColor(255, 255, 255, 255));
-    QCOMPARE(ink(icon, QIcon::Selected), QColor(255, 255, 255, 255));
-}
-
-void IconFontTest::disabledIconsAreFaint()
-{
-    QCOMPARE(ink(iconFont()->icon(SquareGlyph), QIcon::Disabled), QColor(255, 255, 255, 60));
-}
-
-void IconFontTest::darkOptionsAreOpaqueBlack()
-{
-    const QVariantMap options = darkIconOptions();
-    QCOMPARE(options.keys(),
-             QStringList({QStringLiteral("color"), QStringLiteral("color-active"),
-                          QStringLiteral("color-disabled"), QStringLiteral("color-selected")}));
-    for (const QVariant &color : options)
-        QCOMPARE(color.value<QColor>(), QColor(0, 0, 0, 255));
-}
-
-void IconFontTest::darkIconsAreBlack()
-{
-    const QIcon icon = iconFont()->icon(SquareGlyph, darkIconOptions());
-    for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Disabled, QIcon::Active, QIcon::Selected})
-        QCOMPARE(ink(icon, mode), QColor(0, 0, 0, 255));
-}
 
 KAVO_TEST_MAIN(IconFontTest)
 #include "IconFontTest.moc"

@@ -1,5 +1,6 @@
 #include "components/LoadingAnimation.h"
 #include "tests/components/Widgets.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QMovie>
@@ -9,6 +10,7 @@
 
 #include <memory>
 
+using namespace Kavo::Testing;
 using Kavo::Components::LoadingAnimation;
 
 namespace {
@@ -29,8 +31,7 @@ public:
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
-        if (event->type() == QEvent::Paint)
-            ++m_count;
+        m_count += event->type() == QEvent::Paint ? 1 : 0;
         return QObject::eventFilter(watched, event);
     }
 
@@ -45,160 +46,148 @@ class LoadingAnimationTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void labelShowsTheAnimationInItsSize();
-    void labelsOfOneSizeShareOneMovie();
-    void movieRunsWhileALabelIsVisible();
-    void hiddenParentStopsTheMovie();
-    void destroyedLabelNeedsTheMovieNoMore();
-    void stoppedLabelIsEmpty();
-    void stoppingALabelThatPlaysNothingChangesNothing();
-    void playingTwiceCountsOnce();
-    void labelChangesItsSize();
-    void labelOutOfSightRests();
+    void labelShowsTheAnimationInItsSize()
+    {
+        QLabel label;
+        LoadingAnimation::play(label, Small);
+        QVERIFY(label.movie());
+        QVERIFY(label.movie()->isValid());
+        QCOMPARE(label.movie()->currentPixmap().size(), Small);
+    }
+
+    void labelsOfOneSizeShareOneMovie()
+    {
+        QLabel first;
+        QLabel second;
+        QLabel other;
+        LoadingAnimation::play(first, Small);
+        LoadingAnimation::play(second, Small);
+        LoadingAnimation::play(other, Large);
+        QCOMPARE(first.movie(), second.movie());
+        QVERIFY(first.movie() != other.movie());
+    }
+
+    void movieRunsWhileALabelIsVisible()
+    {
+        QLabel first;
+        QLabel second;
+        LoadingAnimation::play(first, Small);
+        LoadingAnimation::play(second, Small);
+        QVERIFY(!isRunning(first));
+        first.show();
+        QVERIFY(isRunning(first));
+        second.show();
+        first.hide();
+        QVERIFY(isRunning(second));
+        second.hide();
+        QVERIFY(!isRunning(second));
+        second.show();
+        QVERIFY(isRunning(second));
+    }
+
+    void hiddenParentStopsTheMovie()
+    {
+        QWidget window;
+        auto *page = new QWidget(&window);
+        auto *label = new QLabel(page);
+        LoadingAnimation::play(*label, Small);
+        window.show();
+        QVERIFY(isRunning(*label));
+        page->hide();
+        QVERIFY(!isRunning(*label));
+    }
+
+    void destroyedLabelNeedsTheMovieNoMore()
+    {
+        QLabel watcher;
+        LoadingAnimation::play(watcher, Small);
+        auto label = std::make_unique<QLabel>();
+        LoadingAnimation::play(*label, Small);
+        label->show();
+        QVERIFY(isRunning(watcher));
+        label.reset();
+        QVERIFY(!isRunning(watcher));
+    }
+
+    void stoppedLabelIsEmpty()
+    {
+        QLabel watcher;
+        LoadingAnimation::play(watcher, Small);
+        QLabel label;
+        LoadingAnimation::play(label, Small);
+        label.show();
+        LoadingAnimation::stop(label);
+        QVERIFY(!label.movie());
+        QVERIFY(!isRunning(watcher));
+        label.hide();
+        label.show();
+        QVERIFY(!isRunning(watcher));
+    }
+
+    void stoppingALabelThatPlaysNothingChangesNothing()
+    {
+        QLabel label("text"_s);
+        LoadingAnimation::stop(label);
+        QCOMPARE(label.text(), "text"_s);
+    }
+
+    void playingTwiceCountsOnce()
+    {
+        QLabel label;
+        label.show();
+        LoadingAnimation::play(label, Small);
+        LoadingAnimation::play(label, Small);
+        QVERIFY(isRunning(label));
+        label.hide();
+        QVERIFY(!isRunning(label));
+    }
+
+    void labelChangesItsSize()
+    {
+        QLabel watcher;
+        LoadingAnimation::play(watcher, Small);
+        QLabel label;
+        label.show();
+        LoadingAnimation::play(label, Small);
+        LoadingAnimation::play(label, Large);
+        QVERIFY(!isRunning(watcher));
+        QVERIFY(isRunning(label));
+        QCOMPARE(label.movie()->scaledSize(), Large);
+    }
+
+    void labelOutOfSightRests()
+    {
+        QScrollArea area;
+        auto *page = new QWidget;
+        page->resize(100, 2000);
+        auto *label = new QLabel(page);
+        label->setGeometry(0, 1000, 96, 96);
+        LoadingAnimation::play(*label, Small);
+        const QMovie *movie = label->movie();
+        area.setWidget(page);
+        area.resize(120, 200);
+        area.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&area));
+        QTRY_COMPARE(movie->state(), QMovie::Paused);
+        QCOMPARE(label->sizeHint(), Small);
+        QCOMPARE(label->movie(), movie);
+        QVERIFY(!movie->currentPixmap().isNull());
+
+        area.ensureWidgetVisible(label);
+        QTRY_COMPARE(movie->state(), QMovie::Running);
+        QSignalSpy frames(movie, &QMovie::frameChanged);
+        PaintCounter paints;
+        label->installEventFilter(&paints);
+        QTRY_VERIFY(frames.count() > 10);
+        QVERIFY(paints.count() > 5);
+        QCOMPARE(movie->state(), QMovie::Running);
+
+        area.verticalScrollBar()->setValue(0);
+        QTRY_COMPARE(movie->state(), QMovie::Paused);
+        LoadingAnimation::stop(*label);
+        QVERIFY(!label->pixmap() || label->pixmap()->isNull());
+    }
 };
-
-void LoadingAnimationTest::labelShowsTheAnimationInItsSize()
-{
-    QLabel label;
-    LoadingAnimation::play(label, Small);
-    QVERIFY(label.movie());
-    QVERIFY(label.movie()->isValid());
-    QCOMPARE(label.movie()->currentPixmap().size(), Small);
-}
-
-void LoadingAnimationTest::labelsOfOneSizeShareOneMovie()
-{
-    QLabel first;
-    QLabel second;
-    QLabel other;
-    LoadingAnimation::play(first, Small);
-    LoadingAnimation::play(second, Small);
-    LoadingAnimation::play(other, Large);
-    QCOMPARE(first.movie(), second.movie());
-    QVERIFY(first.movie() != other.movie());
-}
-
-void LoadingAnimationTest::movieRunsWhileALabelIsVisible()
-{
-    QLabel first;
-    QLabel second;
-    LoadingAnimation::play(first, Small);
-    LoadingAnimation::play(second, Small);
-    QVERIFY(!isRunning(first));
-    first.show();
-    QVERIFY(isRunning(first));
-    second.show();
-    first.hide();
-    QVERIFY(isRunning(second));
-    second.hide();
-    QVERIFY(!isRunning(second));
-    second.show();
-    QVERIFY(isRunning(second));
-}
-
-void LoadingAnimationTest::hiddenParentStopsTheMovie()
-{
-    QWidget window;
-    auto *page = new QWidget(&window);
-    auto *label = new QLabel(page);
-    LoadingAnimation::play(*label, Small);
-    window.show();
-    QVERIFY(isRunning(*label));
-    page->hide();
-    QVERIFY(!isRunning(*label));
-}
-
-void LoadingAnimationTest::destroyedLabelNeedsTheMovieNoMore()
-{
-    QLabel watcher;
-    LoadingAnimation::play(watcher, Small);
-    auto label = std::make_unique<QLabel>();
-    LoadingAnimation::play(*label, Small);
-    label->show();
-    QVERIFY(isRunning(watcher));
-    label.reset();
-    QVERIFY(!isRunning(watcher));
-}
-
-void LoadingAnimationTest::stoppedLabelIsEmpty()
-{
-    QLabel watcher;
-    LoadingAnimation::play(watcher, Small);
-    QLabel label;
-    LoadingAnimation::play(label, Small);
-    label.show();
-    LoadingAnimation::stop(label);
-    QVERIFY(!label.movie());
-    QVERIFY(!isRunning(watcher));
-    label.hide();
-    label.show();
-    QVERIFY(!isRunning(watcher));
-}
-
-void LoadingAnimationTest::stoppingALabelThatPlaysNothingChangesNothing()
-{
-    QLabel label(QStringLiteral("text"));
-    LoadingAnimation::stop(label);
-    QCOMPARE(label.text(), QStringLiteral("text"));
-}
-
-void LoadingAnimationTest::playingTwiceCountsOnce()
-{
-    QLabel label;
-    label.show();
-    LoadingAnimation::play(label, Small);
-    LoadingAnimation::play(label, Small);
-    QVERIFY(isRunning(label));
-    label.hide();
-    QVERIFY(!isRunning(label));
-}
-
-void LoadingAnimationTest::labelChangesItsSize()
-{
-    QLabel watcher;
-    LoadingAnimation::play(watcher, Small);
-    QLabel label;
-    label.show();
-    LoadingAnimation::play(label, Small);
-    LoadingAnimation::play(label, Large);
-    QVERIFY(!isRunning(watcher));
-    QVERIFY(isRunning(label));
-    QCOMPARE(label.movie()->scaledSize(), Large);
-}
-
-void LoadingAnimationTest::labelOutOfSightRests()
-{
-    QScrollArea area;
-    auto *page = new QWidget;
-    page->resize(100, 2000);
-    auto *label = new QLabel(page);
-    label->setGeometry(0, 1000, 96, 96);
-    LoadingAnimation::play(*label, Small);
-    const QMovie *movie = label->movie();
-    area.setWidget(page);
-    area.resize(120, 200);
-    area.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&area));
-    QTRY_COMPARE(movie->state(), QMovie::Paused);
-    // It keeps its picture and its size.
-    QCOMPARE(label->sizeHint(), Small);
-    QCOMPARE(label->movie(), movie);
-    QVERIFY(!movie->currentPixmap().isNull());
-
-    area.ensureWidgetVisible(label);
-    QTRY_COMPARE(movie->state(), QMovie::Running);
-    QSignalSpy frames(movie, &QMovie::frameChanged);
-    PaintCounter paints;
-    label->installEventFilter(&paints);
-    QTRY_VERIFY(frames.count() > 10);
-    QVERIFY(paints.count() > 5);
-    QCOMPARE(movie->state(), QMovie::Running);
-
-    area.verticalScrollBar()->setValue(0);
-    QTRY_COMPARE(movie->state(), QMovie::Paused);
-    LoadingAnimation::stop(*label);
-    QVERIFY(!label->pixmap() || label->pixmap()->isNull());
-}
 
 KAVO_TEST_MAIN(LoadingAnimationTest)
 #include "LoadingAnimationTest.moc"

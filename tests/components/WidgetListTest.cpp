@@ -2,6 +2,8 @@
 #include "components/Buttons.h"
 #include "components/FocusScrolling.h"
 #include "tests/components/Widgets.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDialog>
@@ -20,798 +22,679 @@ using namespace Kavo::Components;
 namespace {
 
 constexpr QSize RowSize(200, 50);
-/// The most rows that are all shown.
+/// The longest list whose rows are all shown.
 constexpr int Short = 20;
 constexpr int Long = 130;
 
 } // namespace
 
-/// The list of widgets, and that what has the keyboard is scrolled into view.
+/// The list of widgets, and scrolling to the widget that has the keyboard.
 class WidgetListTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void rowsHoldWidgets();
-    void clearingDeletesTheWidgets();
-    void rowsTakeTheKeyboardInTheirOrder();
-    void keyboardInARowScrollsTheList();
-    void keyboardScrollsAListWithinAnArea();
-    void keyboardOutsideScrollsNothing();
-    void keysMoveFromRowToRow();
-    void keysWithoutRowsDoNothing();
+    void init() { m_window = std::make_unique<QWidget>(); }
+    void cleanup() { m_window.reset(); }
 
-    void rowsStandAsInAPlainList_data();
-    void rowsStandAsInAPlainList();
-    void rowsAreFoundByTheirPoints();
-    void pixelsAreScrolledInSteps();
+    void rowsHoldWidgets()
+    {
+        makeList(*m_window, 3);
+        QCOMPARE(m_list->objectName(), "List"_s);
+        QCOMPARE(m_list->count(), 3);
+        for (int row = 0; row < 3; ++row) {
+            QCOMPARE(button(row)->text(), QString::number(row));
+            QCOMPARE(m_list->item(row)->sizeHint(), RowSize);
+        }
+        QVERIFY(!m_list->rowWidget(3));
+        QCOMPARE(m_list->selectionMode(), QAbstractItemView::NoSelection);
+        QCOMPARE(m_list->verticalScrollMode(), QAbstractItemView::ScrollPerPixel);
+    }
 
-    void shortListShowsAllRows();
-    void longListHidesWhatIsFarAway();
-    void rowsNearToThoseInSightFollow();
-    void rowsFarAwayAreStyledWhenTheyComeIntoSight();
-    void rowsOfOtherWidthsFollowTheirWidgets();
-    void tabReachesEveryRowOfALongList_data();
-    void tabReachesEveryRowOfALongList();
-    void keyboardStaysInARowThatIsScrolledAway();
-    void rowsInSightAreInFrontInTheirOrder();
-    void newWidthReachesRowsOfALongList();
-    void onlyListedRowsAreShown_data();
-    void onlyListedRowsAreShown();
-    void unlistedRowsKeepTheirWidgets();
-    void listMayBeLeftWithoutRows();
-    void rowsOfANewListAreListed();
-    void keysMoveAmongListedRows();
-    void pageKeysMoveByWhatIsInSight();
-    void keysGoOnFromARowThatIsListed();
-    void tabGoesThroughListedRows();
-    void widgetOfAnUnlistedRowWaits();
-    void typingIsTold();
+    void clearingDeletesTheWidgets()
+    {
+        makeList(*m_window, 3);
+        const QPointer<QWidget> row = m_list->rowWidget(1);
+        m_list->clearRows();
+        QVERIFY(!row);
+        QCOMPARE(m_list->count(), 0);
+    }
 
-    void manyWidgetsAreDeletedInTurns();
-    void rowsMayComeWhileOthersAreDeleted();
-    void questionGoesWithItsRow();
-    void listGoesWithTheKeyboardInIt();
+    void rowsTakeTheKeyboardInTheirOrder()
+    {
+        open(3);
+        button(0)->setFocus();
+        for (int row : {1, 2, 0}) {
+            press(Qt::Key_Tab);
+            QCOMPARE(focusedRow(), row);
+        }
+    }
+
+    void keyboardInARowScrollsTheList()
+    {
+        open(40);
+        for (int row : {20, 39, 0}) {
+            button(row)->setFocus(Qt::TabFocusReason);
+            QVERIFY(isInSight(row));
+        }
+    }
+
+    void keyboardScrollsAListWithinAnArea()
+    {
+        QScrollArea window;
+        auto *page = new QWidget;
+        page->setFixedSize(400, 2000);
+        makeList(*page, 40);
+        m_list->move(0, 1500);
+        window.setWidget(page);
+        window.resize(400, 300);
+        scrollToFocus(window);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QPushButton *last = button(39);
+        last->setFocus(Qt::TabFocusReason);
+        QCOMPARE(last->visibleRegion().boundingRect(), last->rect());
+    }
+
+    void keyboardOutsideScrollsNothing()
+    {
+        auto *other = new QWidget(m_window.get());
+        makeList(*other, 40);
+        const WidgetList *unwatched = m_list;
+        QPushButton *unwatchedButton = button(20);
+        auto *part = new QWidget(m_window.get());
+        makeList(*part, 40);
+        scrollToFocus(*part);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        unwatchedButton->setFocus();
+        QCOMPARE(unwatched->verticalScrollBar()->value(), 0);
+        button(20)->setFocus();
+        QVERIFY(m_list->verticalScrollBar()->value() > 0);
+    }
+
+    void keysMoveFromRowToRow()
+    {
+        open(40);
+        button(10)->setFocus();
+        press(Qt::Key_End);
+        QCOMPARE(focusedRow(), 39);
+        press(Qt::Key_PageUp);
+        QVERIFY(focusedRow() != 39);
+        QVERIFY(isInSight(focusedRow()));
+        press(Qt::Key_Home);
+        QCOMPARE(focusedRow(), 0);
+        // A row whose only button is disabled cannot take the keyboard.
+        button(39)->setEnabled(false);
+        press(Qt::Key_End);
+        QCOMPARE(focusedRow(), 0);
+    }
+
+    void keysWithoutRowsDoNothing()
+    {
+        WidgetList list("List"_s);
+        list.show();
+        QTest::keyClick(&list, Qt::Key_PageDown);
+        QTest::keyClick(&list, Qt::Key_End);
+        QCOMPARE(list.currentRow(), -1);
+    }
+
+    void rowsHaveThePlacesOfAPlainList_data()
+    {
+        Rows<int, int, int> table;
+        for (const int spacing : {0, 4}) {
+            for (const int width : {120, 300}) {
+                for (const int rows : {1, 3, Long}) {
+                    const QString name = "spacing %1, width %2, %3 rows"_s;
+                    table.row(name.arg(spacing).arg(width).arg(rows).toLatin1(), spacing, width,
+                              rows);
+                }
+            }
+        }
+    }
+
+    void rowsHaveThePlacesOfAPlainList()
+    {
+        const auto [spacing, width, rows] = Rows<int, int, int>::current();
+        makeList(*m_window, 0);
+        m_list->setSpacing(spacing);
+        auto *plain = new QListWidget(m_window.get());
+        plain->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+        plain->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+        plain->setSpacing(spacing);
+        for (int row = 0; row < rows; ++row) {
+            const QSize size = RowSize + QSize(row % 3, row % 5);
+            m_list->appendRow(new QWidget(m_list), size);
+            (new QListWidgetItem(plain))->setSizeHint(size);
+        }
+        for (QListWidget *each : QVector<QListWidget *>{m_list, plain})
+            each->setFixedSize(width, 200);
+        m_window->show();
+        for (const int value : {0, 1000, 100000}) {
+            for (QListWidget *each : QVector<QListWidget *>{m_list, plain}) {
+                each->verticalScrollBar()->setValue(value);
+                each->horizontalScrollBar()->setValue(value / 100);
+            }
+            QTRY_COMPARE(m_list->viewport()->size(), plain->viewport()->size());
+            for (int row = 0; row < rows; ++row) {
+                QCOMPARE(place(row), plain->visualItemRect(plain->item(row)));
+                if (m_list->rowWidget(row)->isVisible())
+                    QCOMPARE(m_list->rowWidget(row)->geometry(), place(row));
+            }
+            const auto ranges = [](const QListWidget &of) {
+                const QScrollBar *down = of.verticalScrollBar();
+                const QScrollBar *across = of.horizontalScrollBar();
+                return QVector<int>{down->maximum(),   down->value(),   down->pageStep(),
+                                    across->maximum(), across->value(), across->pageStep()};
+            };
+            QCOMPARE(ranges(*m_list), ranges(*plain));
+        }
+    }
+
+    void rowsAreFoundByTheirPoints()
+    {
+        makeList(*m_window, Long);
+        m_list->setSpacing(4);
+        m_window->show();
+        m_list->listRows(each(2));
+        m_list->verticalScrollBar()->setValue(1000);
+        for (const int row : m_list->visibleRows()) {
+            const QRect rect = place(row);
+            QCOMPARE(m_list->itemAt(rect.topLeft()), m_list->item(row));
+            QCOMPARE(m_list->itemAt(rect.bottomRight()), m_list->item(row));
+            QVERIFY(!m_list->itemAt(rect.topLeft() - QPoint(0, 1)));
+            QVERIFY(!m_list->itemAt(rect.topLeft() - QPoint(1, 0)));
+            QVERIFY(!m_list->itemAt(rect.bottomLeft() + QPoint(0, 1)));
+        }
+        QVERIFY(place(1).isNull());
+        m_list->listRows(QBitArray(Long));
+        QVERIFY(!m_list->itemAt(QPoint(10, 10)));
+    }
+
+    void pixelsAreScrolledInSteps()
+    {
+        open(Long);
+        QScrollBar *bar = m_list->verticalScrollBar();
+        bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+        QVERIFY(bar->value() > 10 && bar->value() < RowSize.height());
+        bar->setValue(0);
+        bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
+        QCOMPARE(bar->value(), m_list->viewport()->height());
+    }
+
+    void shortListShowsAllRows()
+    {
+        open(Short);
+        QCOMPARE(shownRows().size(), Short);
+    }
+
+    void longListHidesDistantRows()
+    {
+        open(Long);
+        for (const int value : {0, 5000, 2500, 100000}) {
+            m_list->verticalScrollBar()->setValue(value);
+            const QVector<int> visible = m_list->visibleRows();
+            QVERIFY(visible.size() > 1);
+            for (const int row : visible) {
+                QVERIFY(m_list->rowWidget(row)->isVisible());
+                QCOMPARE(m_list->rowWidget(row)->geometry(), place(row));
+            }
+            QVERIFY(shownRows().size() < 20);
+        }
+    }
+
+    void rowsNearTheVisibleOnesAreShownLater()
+    {
+        QPushButton *elsewhere = makeButton(QString(), "elsewhere"_s, QIcon(), m_window.get());
+        elsewhere->setFocus();
+        open(Long);
+        for (const int value : {5000, 2500}) {
+            m_list->verticalScrollBar()->setValue(value);
+            const QVector<int> visible = m_list->visibleRows();
+            QVector<int> expected{0};
+            for (int row = visible.first() - 2; row <= visible.last() + 2; ++row)
+                expected.append(row);
+            expected.append(Long - 1);
+            QVERIFY(!m_list->rowWidget(visible.last() + 1)->isVisible());
+            QTRY_COMPARE(shownRows(), expected);
+            for (const int row : expected)
+                QCOMPARE(m_list->rowWidget(row)->geometry(), place(row));
+        }
+    }
+
+    void distantRowsAreStyledWhenTheyComeIntoSight()
+    {
+        qApp->setStyleSheet("QPushButton { min-width: 123px; }"_s);
+        openEmptyRows();
+        for (int row = 0; row < Long; ++row)
+            m_list->setRowWidget(row, rowWithButton(row, m_list->viewport()));
+        QCoreApplication::processEvents();
+        QPushButton *far = button(100);
+        QVERIFY(button(0)->testAttribute(Qt::WA_WState_Polished));
+        QVERIFY(!far->testAttribute(Qt::WA_WState_Polished));
+        QCOMPARE(m_list->indexWidget(m_list->model()->index(100, 0)), far->parentWidget());
+        m_list->scrollToItem(m_list->item(100));
+        QVERIFY(far->isVisible());
+        QVERIFY(far->testAttribute(Qt::WA_WState_Polished));
+        QCOMPARE(far->sizeHint(), button(0)->sizeHint());
+        QVERIFY(far->sizeHint().width() >= 123);
+        qApp->setStyleSheet(QString());
+    }
+
+    void rowsOfOtherWidthsFollowTheirWidgets()
+    {
+        openEmptyRows();
+        for (int row = 0; row < Long; ++row) {
+            auto *widget = new QWidget(m_list->viewport());
+            auto *layout = new QVBoxLayout(widget);
+            auto *spacer = new QWidget(widget);
+            spacer->setFixedWidth(100 + row);
+            layout->addWidget(spacer);
+            m_list->setRowWidget(row, widget);
+        }
+        for (const int row : {0, 60, Long - 1}) {
+            m_list->scrollToItem(m_list->item(row));
+            const QSize hint = m_list->item(row)->sizeHint();
+            QCOMPARE(hint, QSize(m_list->rowWidget(row)->sizeHint().width(), RowSize.height()));
+            QVERIFY(hint.width() > 100 + row);
+            // A list that is too narrow scrolls horizontally.
+            m_list->setFixedWidth(hint.width() - 20);
+            QTRY_VERIFY(m_list->horizontalScrollBar()->maximum() >= 20);
+            m_list->setFixedWidth(300);
+        }
+    }
+
+    void tabReachesEveryRowOfALongList_data()
+    {
+        Rows<bool>().row("forwards", false).row("backwards", true);
+    }
+
+    void tabReachesEveryRowOfALongList()
+    {
+        const auto [backwards] = Rows<bool>::current();
+        QPushButton *before = makeButton(QString(), "before"_s, QIcon(), m_window.get());
+        open(Long);
+        // The keyboard comes from outside, wherever the list is scrolled to.
+        m_list->verticalScrollBar()->setValue(5000);
+        before->setFocus();
+        for (int step = 0; step < Long; ++step) {
+            press(backwards ? Qt::Key_Backtab : Qt::Key_Tab,
+                  backwards ? Qt::ShiftModifier : Qt::NoModifier);
+            const int row = backwards ? Long - 1 - step : step;
+            QCOMPARE(focusedRow(), row);
+            QVERIFY(isInSight(row));
+        }
+    }
+
+    void rowThatIsScrolledAwayKeepsTheKeyboard()
+    {
+        open(Long);
+        m_list->verticalScrollBar()->setValue(1000);
+        const int row = m_list->visibleRows().first() + 1;
+        button(row)->setFocus();
+        m_list->verticalScrollBar()->setValue(5000);
+        QVERIFY(m_list->visibleRows().first() > row + 10);
+        QCOMPARE(focusedRow(), row);
+        for (const int step : {1, 2}) {
+            press(Qt::Key_Tab);
+            QCOMPARE(focusedRow(), row + step);
+        }
+    }
+
+    void visibleRowsAreInFrontInTheirOrder()
+    {
+        open(Long);
+        const auto inFront = [this] {
+            const QVector<int> visible = m_list->visibleRows();
+            const QObjectList &all = m_list->viewport()->children();
+            QVector<int> places;
+            for (const int row : visible)
+                places.append(all.indexOf(m_list->rowWidget(row)));
+            // Both ends of the list and the nearest rows are also in front.
+            return std::is_sorted(places.begin(), places.end()) &&
+                   all.size() - places.first() < Short;
+        };
+        for (const int value : {100000, 4000, 3900, 3000, 3060, 5000, 0, 30, 0}) {
+            m_list->verticalScrollBar()->setValue(value);
+            QVERIFY2(inFront(), QTest::toString(value));
+        }
+        for (const int step : {3, 40, 2}) {
+            m_list->listRows(each(step));
+            QVERIFY2(inFront(), QTest::toString(step));
+        }
+    }
+
+    void newWidthReachesRowsOfALongList()
+    {
+        open(Long);
+        m_list->setFixedSize(500, 200);
+        for (const int value : {0, 5000}) {
+            m_list->verticalScrollBar()->setValue(value);
+            const int row = m_list->visibleRows().first();
+            QTRY_COMPARE(m_list->rowWidget(row)->geometry(), place(row));
+            QVERIFY(m_list->rowWidget(row)->width() > 400);
+        }
+    }
+
+    void onlyListedRowsAreShown_data()
+    {
+        Rows<int, int>()
+            .row("short", Short, 3)
+            .row("long", Long, 7)
+            .row("long, few rows left", Long, 60);
+    }
+
+    void onlyListedRowsAreShown()
+    {
+        const auto [rows, step] = Rows<int, int>::current();
+        open(rows);
+        const int whole = m_list->verticalScrollBar()->maximum();
+        m_list->listRows(each(step, rows));
+        const QVector<int> visible = m_list->visibleRows();
+        // The listed rows follow each other from the top.
+        QCOMPARE(m_list->rowWidget(0)->y(), 0);
+        for (int place = 0; place < visible.size(); ++place) {
+            QCOMPARE(visible.at(place), place * step);
+            const QWidget *widget = m_list->rowWidget(visible.at(place));
+            QVERIFY(widget->isVisible());
+            QCOMPARE(widget->y(), place * RowSize.height());
+        }
+        for (const int row : shownRows())
+            QVERIFY(row % step == 0);
+        QVERIFY(m_list->verticalScrollBar()->maximum() < whole);
+        // Scrolling reaches the last one.
+        m_list->scrollToBottom();
+        const int last = (rows - 1) / step * step;
+        QCOMPARE(m_list->visibleRows().last(), last);
+        QVERIFY(m_list->rowWidget(last)->isVisible());
+
+        m_list->listRows(each(1, rows));
+        m_list->scrollToTop();
+        QCOMPARE(m_list->verticalScrollBar()->maximum(), whole);
+        for (const int row : {0, 1, 2}) {
+            QVERIFY(m_list->rowWidget(row)->isVisible());
+            QCOMPARE(m_list->rowWidget(row)->y(), row * RowSize.height());
+        }
+    }
+
+    void unlistedRowsKeepTheirWidgets()
+    {
+        open(Long);
+        const QVector<QPointer<QWidget>> rows = allWidgets();
+        m_list->listRows(each(50));
+        QCoreApplication::processEvents();
+        for (int row = 0; row < Long; ++row) {
+            QCOMPARE(m_list->rowWidget(row), rows.at(row).data());
+            QVERIFY(rows.at(row));
+            QCOMPARE(m_list->isListed(row), row % 50 == 0);
+        }
+        m_list->clearRows();
+        QTRY_COMPARE(rows.count(nullptr), Long);
+    }
+
+    void listMayHaveNoListedRows()
+    {
+        open(Long);
+        m_list->scrollToBottom();
+        m_list->listRows(QBitArray(Long));
+        QCOMPARE(m_list->firstRow(), -1);
+        QVERIFY(m_list->visibleRows().isEmpty());
+        QTRY_VERIFY(shownRows().isEmpty());
+        m_list->listRows(each(Long - 1));
+        QCOMPARE(m_list->firstRow(), 0);
+        QCOMPARE(m_list->visibleRows(), QVector<int>({0, Long - 1}));
+        QCOMPARE(shownRows(), m_list->visibleRows());
+    }
+
+    void rowsOfANewListAreListed()
+    {
+        open(Short);
+        m_list->listRows(QBitArray(Short));
+        m_list->appendRow(new QWidget(m_list), RowSize);
+        QCOMPARE(m_list->firstRow(), Short);
+        m_list->clearRows();
+        QCOMPARE(m_list->firstRow(), -1);
+        m_list->appendRow(new QWidget(m_list), RowSize);
+        QCOMPARE(m_list->visibleRows(), QVector<int>({0}));
+        QTRY_VERIFY(m_list->rowWidget(0)->isVisible());
+    }
+
+    void keysMoveAmongListedRows()
+    {
+        open(Long);
+        // The current row of the list is one that is not listed below.
+        button(1)->setFocus();
+        press(Qt::Key_PageDown);
+        QVERIFY(m_list->currentRow() > 1);
+        QBitArray listed(Long);
+        for (const int row : {10, 40, 100, 110})
+            listed.setBit(row);
+        m_list->listRows(listed);
+        QCOMPARE(m_list->currentRow(), 10);
+        button(10)->setFocus();
+        press(Qt::Key_End);
+        QCOMPARE(focusedRow(), 110);
+        press(Qt::Key_PageDown);
+        QCOMPARE(focusedRow(), 110);
+        press(Qt::Key_Home);
+        QCOMPARE(focusedRow(), 10);
+        press(Qt::Key_PageUp);
+        QCOMPARE(focusedRow(), 10);
+        press(Qt::Key_PageDown);
+        QVERIFY(focusedRow() == 100 || focusedRow() == 110);
+    }
+
+    void pageKeysMoveByWhatIsInSight()
+    {
+        open(Long);
+        m_list->listRows(each(3));
+        button(0)->setFocus(Qt::TabFocusReason);
+        // The last row in sight becomes the first one.
+        const int last = m_list->visibleRows().last();
+        press(Qt::Key_PageDown);
+        QCOMPARE(focusedRow(), last);
+        press(Qt::Key_PageDown);
+        QCOMPARE(focusedRow(), 2 * last);
+        press(Qt::Key_PageUp);
+        QCOMPARE(focusedRow(), last);
+        // A list that shows a single row moves on by one.
+        m_list->setFixedSize(300, RowSize.height());
+        press(Qt::Key_PageDown);
+        QCOMPARE(focusedRow(), last + 3);
+    }
+
+    void keysContinueFromAListedRow()
+    {
+        QPushButton *elsewhere = makeButton(QString(), "elsewhere"_s, QIcon(), m_window.get());
+        open(Long);
+        button(100)->setFocus(Qt::TabFocusReason);
+        QCOMPARE(m_list->currentRow(), 100);
+        elsewhere->setFocus();
+        m_list->listRows(each(60));
+        QCOMPARE(m_list->currentRow(), 0);
+        m_list->listRows(QBitArray(Long));
+        QCOMPARE(m_list->currentRow(), -1);
+    }
+
+    void tabGoesThroughListedRows()
+    {
+        open(Long);
+        m_list->listRows(each(3));
+        button(0)->setFocus();
+        for (int row = 3; row < Long; row += 3) {
+            press(Qt::Key_Tab);
+            QCOMPARE(focusedRow(), row);
+            QVERIFY(isInSight(row));
+        }
+    }
+
+    void widgetOfAnUnlistedRowIsHidden()
+    {
+        openEmptyRows();
+        m_list->listRows(each(2));
+        for (const int row : {0, 1})
+            m_list->setRowWidget(row, rowWithButton(row, m_list->viewport()));
+        QCoreApplication::processEvents();
+        QCOMPARE(shownRows(), QVector<int>({0}));
+        m_list->listRows(each(1));
+        QTRY_COMPARE(shownRows(), QVector<int>({0, 1}));
+        QCOMPARE(m_list->rowWidget(1)->geometry(), place(1));
+    }
+
+    void typedTextIsAnnounced()
+    {
+        open(3);
+        QSignalSpy typed(m_list, &WidgetList::typed);
+        QSignalSpy clicked(button(0), &QPushButton::clicked);
+        button(0)->setFocus();
+        QTest::keyClicks(button(0), "aB3-"_s);
+        QCOMPARE(typed.size(), 4);
+        QCOMPARE(typed.at(1).first().toString(), "B"_s);
+        QTest::sendKeyEvent(QTest::Click, button(0), Qt::Key_unknown, "é"_s, Qt::NoModifier);
+        QCOMPARE(typed.takeLast().first().toString(), "é"_s);
+        // Commands are no text.
+        for (const auto modifier : {Qt::ControlModifier, Qt::AltModifier, Qt::MetaModifier})
+            press(Qt::Key_A, modifier);
+        for (const auto key : {Qt::Key_Escape, Qt::Key_F4, Qt::Key_Delete, Qt::Key_Backspace})
+            press(key);
+        QCOMPARE(typed.size(), 4);
+        press(Qt::Key_Space);
+        QCOMPARE(typed.size(), 4);
+        QCOMPARE(clicked.size(), 1);
+    }
+
+    void manyWidgetsAreDeletedInTurns()
+    {
+        open(Long);
+        const QVector<QPointer<QWidget>> rows = allWidgets();
+        m_list->clearRows();
+        QCOMPARE(m_list->count(), 0);
+        for (const QPointer<QWidget> &row : qAsConst(rows))
+            QVERIFY(!row || !row->isVisible());
+        QVERIFY(rows.count(nullptr) < Long);
+        QTRY_COMPARE(rows.count(nullptr), Long);
+    }
+
+    void rowsMayComeWhileOthersAreDeleted()
+    {
+        open(Long);
+        const QPointer<QWidget> old = m_list->rowWidget(Long - 1);
+        const QPointer<QWidget> older = m_list->rowWidget(0);
+        m_list->clearRows();
+        auto *widget = new QWidget(m_list);
+        m_list->appendRow(RowSize);
+        m_list->setRowWidget(0, widget);
+        QTRY_VERIFY(!old && !older);
+        QCOMPARE(m_list->rowWidget(0), widget);
+        QVERIFY(widget->isVisible());
+    }
+
+    void dialogOfARowIsDeletedWithIt()
+    {
+        open(Long);
+        const QPointer<QWidget> row = m_list->rowWidget(1);
+        const QPointer<QDialog> question = new QDialog(row);
+        question->open();
+        m_list->clearRows();
+        QVERIFY(!question);
+        QVERIFY(!row);
+    }
+
+    void listWithTheKeyboardMayBeDeleted()
+    {
+        open(Long);
+        button(1)->setFocus();
+        QVERIFY(m_list->isAncestorOf(QApplication::focusWidget()));
+        delete m_list;
+        QVERIFY(!QApplication::focusWidget());
+    }
 
 private:
-    /// A list with so many rows, each with a button.
-    static WidgetList *makeList(QWidget &parent, int rows);
-    /// A shown list with many rows, all empty.
-    static WidgetList *makeEmptyRows(QWidget &parent);
-    static QPushButton *button(const WidgetList &list, int row);
-    /// Every so manieth row, from the first one on.
-    static QBitArray each(int step, int rows = Long);
-    static QVector<int> shownRows(const WidgetList &list);
-};
+    /// Makes the list, with so many rows that have a button each.
+    void makeList(QWidget &parent, int rows)
+    {
+        m_list = new WidgetList("List"_s, &parent);
+        for (int row = 0; row < rows; ++row)
+            m_list->appendRow(rowWithButton(row, m_list), RowSize);
+        m_list->setFixedSize(300, 200);
+    }
 
-WidgetList *WidgetListTest::makeList(QWidget &parent, int rows)
-{
-    auto *list = new WidgetList(QStringLiteral("List"), &parent);
-    for (int row = 0; row < rows; ++row) {
-        auto *widget = new QWidget(list);
+    static QWidget *rowWithButton(int row, QWidget *parent)
+    {
+        auto *widget = new QWidget(parent);
         makeButton(QString(), QString::number(row), QIcon(), widget);
-        list->appendRow(widget, RowSize);
+        return widget;
     }
-    list->setFixedSize(300, 200);
-    return list;
-}
 
-WidgetList *WidgetListTest::makeEmptyRows(QWidget &parent)
-{
-    WidgetList *list = makeList(parent, 0);
-    for (int row = 0; row < Long; ++row)
-        list->appendRow(RowSize);
-    parent.show();
-    return list;
-}
-
-QPushButton *WidgetListTest::button(const WidgetList &list, int row)
-{
-    return list.rowWidget(row)->findChild<QPushButton *>();
-}
-
-QBitArray WidgetListTest::each(int step, int rows)
-{
-    QBitArray listed(rows);
-    for (int row = 0; row < rows; row += step)
-        listed.setBit(row);
-    return listed;
-}
-
-QVector<int> WidgetListTest::shownRows(const WidgetList &list)
-{
-    QVector<int> rows;
-    for (int row = 0; row < list.count(); ++row) {
-        if (list.rowWidget(row) && list.rowWidget(row)->isVisible())
-            rows.append(row);
+    /// Shows such a list in the active window.
+    void open(int rows)
+    {
+        makeList(*m_window, rows);
+        scrollToFocus(*m_window);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
     }
-    return rows;
-}
 
-void WidgetListTest::rowsHoldWidgets()
-{
-    QWidget window;
-    const WidgetList *list = makeList(window, 3);
-    QCOMPARE(list->objectName(), QStringLiteral("List"));
-    QCOMPARE(list->count(), 3);
-    for (int row = 0; row < 3; ++row) {
-        QCOMPARE(button(*list, row)->text(), QString::number(row));
-        QCOMPARE(list->item(row)->sizeHint(), RowSize);
-    }
-    QVERIFY(!list->rowWidget(3));
-    QCOMPARE(list->selectionMode(), QAbstractItemView::NoSelection);
-    QCOMPARE(list->verticalScrollMode(), QAbstractItemView::ScrollPerPixel);
-}
-
-void WidgetListTest::clearingDeletesTheWidgets()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, 3);
-    const QPointer<QWidget> row = list->rowWidget(1);
-    list->clearRows();
-    QVERIFY(!row);
-    QCOMPARE(list->count(), 0);
-}
-
-void WidgetListTest::rowsTakeTheKeyboardInTheirOrder()
-{
-    QWidget window;
-    const WidgetList *list = makeList(window, 3);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    button(*list, 0)->setFocus();
-    for (int row : {1, 2, 0}) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        QCOMPARE(QApplication::focusWidget(), button(*list, row));
-    }
-}
-
-void WidgetListTest::keyboardInARowScrollsTheList()
-{
-    QWidget window;
-    const WidgetList *list = makeList(window, 40);
-    scrollToFocus(window);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    for (int row : {20, 39, 0}) {
-        button(*list, row)->setFocus(Qt::TabFocusReason);
-        QVERIFY(list->viewport()->rect().contains(list->rowWidget(row)->geometry()));
-    }
-}
-
-void WidgetListTest::keyboardScrollsAListWithinAnArea()
-{
-    QScrollArea window;
-    auto *page = new QWidget;
-    page->setFixedSize(400, 2000);
-    WidgetList *list = makeList(*page, 40);
-    list->move(0, 1500);
-    window.setWidget(page);
-    window.resize(400, 300);
-    scrollToFocus(window);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QPushButton *last = button(*list, 39);
-    last->setFocus(Qt::TabFocusReason);
-    QCOMPARE(last->visibleRegion().boundingRect(), last->rect());
-}
-
-void WidgetListTest::keyboardOutsideScrollsNothing()
-{
-    QWidget window;
-    auto *part = new QWidget(&window);
-    const WidgetList *watched = makeList(*part, 40);
-    const WidgetList *other = makeList(window, 40);
-    scrollToFocus(*part);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    button(*other, 20)->setFocus();
-    QCOMPARE(other->verticalScrollBar()->value(), 0);
-    button(*watched, 20)->setFocus();
-    QVERIFY(watched->verticalScrollBar()->value() > 0);
-}
-
-void WidgetListTest::keysMoveFromRowToRow()
-{
-    QWidget window;
-    const WidgetList *list = makeList(window, 40);
-    scrollToFocus(window);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    button(*list, 10)->setFocus();
-    const auto press = [](Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); };
-    press(Qt::Key_End);
-    QCOMPARE(QApplication::focusWidget(), button(*list, 39));
-    press(Qt::Key_PageUp);
-    QVERIFY(QApplication::focusWidget() != button(*list, 39));
-    QVERIFY(
-        list->viewport()->rect().contains(QApplication::focusWidget()->parentWidget()->geometry()));
-    press(Qt::Key_Home);
-    QCOMPARE(QApplication::focusWidget(), button(*list, 0));
-    // A row without anything to operate cannot take it.
-    button(*list, 39)->setEnabled(false);
-    press(Qt::Key_End);
-    QCOMPARE(QApplication::focusWidget(), button(*list, 0));
-}
-
-void WidgetListTest::keysWithoutRowsDoNothing()
-{
-    WidgetList list(QStringLiteral("List"));
-    list.show();
-    QTest::keyClick(&list, Qt::Key_PageDown);
-    QTest::keyClick(&list, Qt::Key_End);
-    QCOMPARE(list.currentRow(), -1);
-}
-
-// Places -----------------------------------------------------------------------------------------
-
-void WidgetListTest::rowsStandAsInAPlainList_data()
-{
-    QTest::addColumn<int>("spacing");
-    QTest::addColumn<int>("width");
-    QTest::addColumn<int>("rows");
-    for (const int spacing : {0, 4}) {
-        for (const int width : {120, 300}) {
-            for (const int rows : {1, 3, Long})
-                QTest::addRow("spacing %d, width %d, %d rows", spacing, width, rows)
-                    << spacing << width << rows;
-        }
-    }
-}
-
-void WidgetListTest::rowsStandAsInAPlainList()
-{
-    QFETCH(int, spacing);
-    QFETCH(int, width);
-    QFETCH(int, rows);
-    QWidget window;
-    WidgetList *list = makeList(window, 0);
-    list->setSpacing(spacing);
-    auto *plain = new QListWidget(&window);
-    plain->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    plain->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
-    plain->setSpacing(spacing);
-    for (int row = 0; row < rows; ++row) {
-        const QSize size = RowSize + QSize(row % 3, row % 5);
-        list->appendRow(new QWidget(list), size);
-        (new QListWidgetItem(plain))->setSizeHint(size);
-    }
-    for (QWidget *widget : {static_cast<QWidget *>(list), static_cast<QWidget *>(plain)})
-        widget->setFixedSize(width, 200);
-    window.show();
-    for (const int value : {0, 1000, 100000}) {
-        for (QListWidget *each : {static_cast<QListWidget *>(list), plain}) {
-            each->verticalScrollBar()->setValue(value);
-            each->horizontalScrollBar()->setValue(value / 100);
-        }
-        QTRY_COMPARE(list->viewport()->size(), plain->viewport()->size());
-        for (int row = 0; row < rows; ++row) {
-            const QRect place = plain->visualItemRect(plain->item(row));
-            QCOMPARE(list->visualItemRect(list->item(row)), place);
-            if (list->rowWidget(row)->isVisible())
-                QCOMPARE(list->rowWidget(row)->geometry(), place);
-        }
-        const auto ranges = [](const QListWidget &of) {
-            const QScrollBar *down = of.verticalScrollBar();
-            const QScrollBar *across = of.horizontalScrollBar();
-            return QVector<int>{down->maximum(),   down->value(),   down->pageStep(),
-                                across->maximum(), across->value(), across->pageStep()};
-        };
-        QCOMPARE(ranges(*list), ranges(*plain));
-    }
-}
-
-void WidgetListTest::rowsAreFoundByTheirPoints()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    list->setSpacing(4);
-    window.show();
-    list->listRows(each(2));
-    list->verticalScrollBar()->setValue(1000);
-    for (const int row : list->visibleRows()) {
-        const QRect place = list->visualItemRect(list->item(row));
-        QCOMPARE(list->itemAt(place.topLeft()), list->item(row));
-        QCOMPARE(list->itemAt(place.bottomRight()), list->item(row));
-        QVERIFY(!list->itemAt(place.topLeft() - QPoint(0, 1)));
-        QVERIFY(!list->itemAt(place.topLeft() - QPoint(1, 0)));
-        QVERIFY(!list->itemAt(place.bottomLeft() + QPoint(0, 1)));
-    }
-    QVERIFY(list->visualItemRect(list->item(1)).isNull());
-    list->listRows(QBitArray(Long));
-    QVERIFY(!list->itemAt(QPoint(10, 10)));
-}
-
-void WidgetListTest::pixelsAreScrolledInSteps()
-{
-    QWidget window;
-    const WidgetList *list = makeList(window, Long);
-    window.show();
-    QScrollBar *bar = list->verticalScrollBar();
-    bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);
-    QVERIFY(bar->value() > 10 && bar->value() < RowSize.height());
-    bar->setValue(0);
-    bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
-    QCOMPARE(bar->value(), list->viewport()->height());
-}
-
-// Long lists -------------------------------------------------------------------------------------
-
-void WidgetListTest::shortListShowsAllRows()
-{
-    QWidget window;
-    const WidgetList *list = makeList(window, Short);
-    window.show();
-    for (int row = 0; row < Short; ++row)
-        QVERIFY(list->rowWidget(row)->isVisible());
-}
-
-void WidgetListTest::longListHidesWhatIsFarAway()
-{
-    QWidget window;
-    const WidgetList *list = makeList(window, Long);
-    window.show();
-    for (const int value : {0, 5000, 2500, 100000}) {
-        list->verticalScrollBar()->setValue(value);
-        const QVector<int> visible = list->visibleRows();
-        QVERIFY(visible.size() > 1);
-        for (const int row : visible) {
-            QVERIFY(list->rowWidget(row)->isVisible());
-            QCOMPARE(list->rowWidget(row)->geometry(), list->visualItemRect(list->item(row)));
-        }
-        int shown = 0;
+    /// Shows a long list of rows without widgets.
+    void openEmptyRows()
+    {
+        makeList(*m_window, 0);
         for (int row = 0; row < Long; ++row)
-            shown += list->rowWidget(row)->isVisible() ? 1 : 0;
-        QVERIFY(shown < 20);
+            m_list->appendRow(RowSize);
+        m_window->show();
     }
-}
 
-void WidgetListTest::rowsNearToThoseInSightFollow()
-{
-    QWidget window;
-    QPushButton *elsewhere = makeButton(QString(), QStringLiteral("elsewhere"), QIcon(), &window);
-    const WidgetList *list = makeList(window, Long);
-    elsewhere->setFocus();
-    window.show();
-    for (const int value : {5000, 2500}) {
-        list->verticalScrollBar()->setValue(value);
-        const QVector<int> visible = list->visibleRows();
-        QVector<int> expected{0};
-        for (int row = visible.first() - 2; row <= visible.last() + 2; ++row)
-            expected.append(row);
-        expected.append(Long - 1);
-        QVERIFY(!list->rowWidget(visible.last() + 1)->isVisible());
-        QTRY_COMPARE(shownRows(*list), expected);
-        // They are ready in their places.
-        for (const int row : expected)
-            QCOMPARE(list->rowWidget(row)->geometry(), list->visualItemRect(list->item(row)));
+    QPushButton *button(int row) const
+    {
+        return m_list->rowWidget(row)->findChild<QPushButton *>();
     }
-}
-
-void WidgetListTest::rowsFarAwayAreStyledWhenTheyComeIntoSight()
-{
-    qApp->setStyleSheet(QStringLiteral("QPushButton { min-width: 123px; }"));
-    QWidget window;
-    WidgetList *list = makeEmptyRows(window);
-    for (int row = 0; row < Long; ++row) {
-        auto *widget = new QWidget(list->viewport());
-        makeButton(QString(), QString::number(row), QIcon(), widget);
-        list->setRowWidget(row, widget);
+    QRect place(int row) const { return m_list->visualItemRect(m_list->item(row)); }
+    bool isInSight(int row) const
+    {
+        return m_list->viewport()->rect().contains(m_list->rowWidget(row)->geometry());
     }
-    QCoreApplication::processEvents();
-    QPushButton *far = button(*list, 100);
-    QVERIFY(button(*list, 0)->testAttribute(Qt::WA_WState_Polished));
-    QVERIFY(!far->testAttribute(Qt::WA_WState_Polished));
-    QCOMPARE(list->indexWidget(list->model()->index(100, 0)), far->parentWidget());
-    list->scrollToItem(list->item(100));
-    QVERIFY(far->isVisible());
-    QVERIFY(far->testAttribute(Qt::WA_WState_Polished));
-    QCOMPARE(far->sizeHint(), button(*list, 0)->sizeHint());
-    QVERIFY(far->sizeHint().width() >= 123);
-    qApp->setStyleSheet(QString());
-}
 
-void WidgetListTest::rowsOfOtherWidthsFollowTheirWidgets()
-{
-    QWidget window;
-    WidgetList *list = makeEmptyRows(window);
-    for (int row = 0; row < Long; ++row) {
-        auto *widget = new QWidget(list->viewport());
-        auto *layout = new QVBoxLayout(widget);
-        auto *spacer = new QWidget(widget);
-        spacer->setFixedWidth(100 + row);
-        layout->addWidget(spacer);
-        list->setRowWidget(row, widget);
+    static void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
     }
-    for (const int row : {0, 60, Long - 1}) {
-        list->scrollToItem(list->item(row));
-        const QSize hint = list->item(row)->sizeHint();
-        QCOMPARE(hint, QSize(list->rowWidget(row)->sizeHint().width(), RowSize.height()));
-        QVERIFY(hint.width() > 100 + row);
-        // What is wider than the list can be scrolled to.
-        list->setFixedWidth(hint.width() - 20);
-        QTRY_VERIFY(list->horizontalScrollBar()->maximum() >= 20);
-        list->setFixedWidth(300);
+    /// The row whose button has the keyboard; -1 for none.
+    int focusedRow() const
+    {
+        const auto *focused = qobject_cast<QPushButton *>(QApplication::focusWidget());
+        return focused && m_list->isAncestorOf(focused) ? focused->text().toInt() : -1;
     }
-}
 
-void WidgetListTest::tabReachesEveryRowOfALongList_data()
-{
-    QTest::addColumn<bool>("backwards");
-    QTest::newRow("forwards") << false;
-    QTest::newRow("backwards") << true;
-}
-
-void WidgetListTest::tabReachesEveryRowOfALongList()
-{
-    QFETCH(bool, backwards);
-    QWidget window;
-    QPushButton *before = makeButton(QString(), QStringLiteral("before"), QIcon(), &window);
-    const WidgetList *list = makeList(window, Long);
-    scrollToFocus(window);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    // From elsewhere, whatever is to be seen of the list.
-    list->verticalScrollBar()->setValue(5000);
-    before->setFocus();
-    for (int step = 0; step < Long; ++step) {
-        QTest::keyClick(QApplication::focusWidget(), backwards ? Qt::Key_Backtab : Qt::Key_Tab,
-                        backwards ? Qt::ShiftModifier : Qt::NoModifier);
-        const int row = backwards ? Long - 1 - step : step;
-        QCOMPARE(QApplication::focusWidget(), button(*list, row));
-        QVERIFY(list->viewport()->rect().contains(list->rowWidget(row)->geometry()));
+    /// Each row whose number is a multiple of the step.
+    static QBitArray each(int step, int rows = Long)
+    {
+        QBitArray listed(rows);
+        for (int row = 0; row < rows; row += step)
+            listed.setBit(row);
+        return listed;
     }
-}
 
-void WidgetListTest::keyboardStaysInARowThatIsScrolledAway()
-{
-    QWidget window;
-    const WidgetList *list = makeList(window, Long);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    list->verticalScrollBar()->setValue(1000);
-    const int row = list->visibleRows().first() + 1;
-    button(*list, row)->setFocus();
-    list->verticalScrollBar()->setValue(5000);
-    QVERIFY(list->visibleRows().first() > row + 10);
-    QCOMPARE(QApplication::focusWidget(), button(*list, row));
-    for (const int step : {1, 2}) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        QCOMPARE(QApplication::focusWidget(), button(*list, row + step));
+    QVector<int> shownRows() const
+    {
+        QVector<int> rows;
+        for (int row = 0; row < m_list->count(); ++row) {
+            if (m_list->rowWidget(row) && m_list->rowWidget(row)->isVisible())
+                rows.append(row);
+        }
+        return rows;
     }
-}
 
-void WidgetListTest::rowsInSightAreInFrontInTheirOrder()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    window.show();
-    const auto inFront = [list] {
-        const QVector<int> visible = list->visibleRows();
-        const QObjectList &all = list->viewport()->children();
-        QVector<int> places;
-        for (const int row : visible)
-            places.append(all.indexOf(list->rowWidget(row)));
-        // The ends of the list and the rows near to it are in front, too.
-        return std::is_sorted(places.begin(), places.end()) && all.size() - places.first() < Short;
-    };
-    for (const int value : {100000, 4000, 3900, 3000, 3060, 5000, 0, 30, 0}) {
-        list->verticalScrollBar()->setValue(value);
-        QVERIFY2(inFront(), QTest::toString(value));
+    QVector<QPointer<QWidget>> allWidgets() const
+    {
+        QVector<QPointer<QWidget>> widgets;
+        for (int row = 0; row < m_list->count(); ++row)
+            widgets.append(m_list->rowWidget(row));
+        return widgets;
     }
-    for (const int step : {3, 40, 2}) {
-        list->listRows(each(step));
-        QVERIFY2(inFront(), QTest::toString(step));
-    }
-}
 
-void WidgetListTest::newWidthReachesRowsOfALongList()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    window.show();
-    list->setFixedSize(500, 200);
-    for (const int value : {0, 5000}) {
-        list->verticalScrollBar()->setValue(value);
-        const int row = list->visibleRows().first();
-        QTRY_COMPARE(list->rowWidget(row)->geometry(), list->visualItemRect(list->item(row)));
-        QVERIFY(list->rowWidget(row)->width() > 400);
-    }
-}
-
-// Lists with rows left out ----------------------------------------------------------------------
-
-void WidgetListTest::onlyListedRowsAreShown_data()
-{
-    QTest::addColumn<int>("rows");
-    QTest::addColumn<int>("step");
-    QTest::newRow("short") << Short << 3;
-    QTest::newRow("long") << Long << 7;
-    QTest::newRow("long, few rows left") << Long << 60;
-}
-
-void WidgetListTest::onlyListedRowsAreShown()
-{
-    QFETCH(int, rows);
-    QFETCH(int, step);
-    QWidget window;
-    WidgetList *list = makeList(window, rows);
-    window.show();
-    const int whole = list->verticalScrollBar()->maximum();
-    list->listRows(each(step, rows));
-    const QVector<int> visible = list->visibleRows();
-    // They stand one under the other, from the top on.
-    QCOMPARE(list->rowWidget(0)->y(), 0);
-    for (int place = 0; place < visible.size(); ++place) {
-        QCOMPARE(visible.at(place), place * step);
-        const QWidget *widget = list->rowWidget(visible.at(place));
-        QVERIFY(widget->isVisible());
-        QCOMPARE(widget->y(), place * RowSize.height());
-    }
-    for (const int row : shownRows(*list))
-        QVERIFY(row % step == 0);
-    QVERIFY(list->verticalScrollBar()->maximum() < whole);
-    // The last one is reached, too.
-    list->scrollToBottom();
-    const int last = (rows - 1) / step * step;
-    QCOMPARE(list->visibleRows().last(), last);
-    QVERIFY(list->rowWidget(last)->isVisible());
-
-    list->listRows(each(1, rows));
-    list->scrollToTop();
-    QCOMPARE(list->verticalScrollBar()->maximum(), whole);
-    for (const int row : {0, 1, 2}) {
-        QVERIFY(list->rowWidget(row)->isVisible());
-        QCOMPARE(list->rowWidget(row)->y(), row * RowSize.height());
-    }
-}
-
-void WidgetListTest::unlistedRowsKeepTheirWidgets()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    window.show();
-    QVector<QPointer<QWidget>> rows;
-    for (int row = 0; row < Long; ++row)
-        rows.append(list->rowWidget(row));
-    list->listRows(each(50));
-    QCoreApplication::processEvents();
-    for (int row = 0; row < Long; ++row) {
-        QCOMPARE(list->rowWidget(row), rows.at(row).data());
-        QVERIFY(rows.at(row));
-        QCOMPARE(list->isListed(row), row % 50 == 0);
-    }
-    list->clearRows();
-    QTRY_VERIFY(std::none_of(rows.begin(), rows.end(), [](const auto &row) { return row; }));
-}
-
-void WidgetListTest::listMayBeLeftWithoutRows()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    window.show();
-    list->scrollToBottom();
-    list->listRows(QBitArray(Long));
-    QCOMPARE(list->firstRow(), -1);
-    QVERIFY(list->visibleRows().isEmpty());
-    QTRY_VERIFY(shownRows(*list).isEmpty());
-    list->listRows(each(Long - 1));
-    QCOMPARE(list->firstRow(), 0);
-    QCOMPARE(list->visibleRows(), QVector<int>({0, Long - 1}));
-    QCOMPARE(shownRows(*list), list->visibleRows());
-}
-
-void WidgetListTest::rowsOfANewListAreListed()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Short);
-    window.show();
-    list->listRows(QBitArray(Short));
-    list->appendRow(new QWidget(list), RowSize);
-    QCOMPARE(list->firstRow(), Short);
-    list->clearRows();
-    QCOMPARE(list->firstRow(), -1);
-    list->appendRow(new QWidget(list), RowSize);
-    QCOMPARE(list->visibleRows(), QVector<int>({0}));
-    QTRY_VERIFY(list->rowWidget(0)->isVisible());
-}
-
-void WidgetListTest::keysMoveAmongListedRows()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    scrollToFocus(window);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    const auto press = [](Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); };
-    // Moved on by keys before, so that the list goes on from a row that is left out then.
-    button(*list, 1)->setFocus();
-    press(Qt::Key_PageDown);
-    QVERIFY(list->currentRow() > 1);
-    QBitArray listed(Long);
-    for (const int row : {10, 40, 100, 110})
-        listed.setBit(row);
-    list->listRows(listed);
-    QCOMPARE(list->currentRow(), 10);
-    button(*list, 10)->setFocus();
-    press(Qt::Key_End);
-    QCOMPARE(QApplication::focusWidget(), button(*list, 110));
-    press(Qt::Key_PageDown);
-    QCOMPARE(QApplication::focusWidget(), button(*list, 110));
-    press(Qt::Key_Home);
-    QCOMPARE(QApplication::focusWidget(), button(*list, 10));
-    press(Qt::Key_PageUp);
-    QCOMPARE(QApplication::focusWidget(), button(*list, 10));
-    press(Qt::Key_PageDown);
-    const QWidget *focused = QApplication::focusWidget();
-    QVERIFY(focused == button(*list, 100) || focused == button(*list, 110));
-}
-
-void WidgetListTest::pageKeysMoveByWhatIsInSight()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    scrollToFocus(window);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    list->listRows(each(3));
-    button(*list, 0)->setFocus(Qt::TabFocusReason);
-    const auto press = [](Qt::Key key) { QTest::keyClick(QApplication::focusWidget(), key); };
-    // The last one in sight is the first one afterwards.
-    const int last = list->visibleRows().last();
-    press(Qt::Key_PageDown);
-    QCOMPARE(QApplication::focusWidget(), button(*list, last));
-    press(Qt::Key_PageDown);
-    QCOMPARE(QApplication::focusWidget(), button(*list, 2 * last));
-    press(Qt::Key_PageUp);
-    QCOMPARE(QApplication::focusWidget(), button(*list, last));
-    // Where no more than one is in sight it goes on all the same.
-    list->setFixedSize(300, RowSize.height());
-    press(Qt::Key_PageDown);
-    QCOMPARE(QApplication::focusWidget(), button(*list, last + 3));
-}
-
-void WidgetListTest::keysGoOnFromARowThatIsListed()
-{
-    QWidget window;
-    QPushButton *elsewhere = makeButton(QString(), QStringLiteral("elsewhere"), QIcon(), &window);
-    WidgetList *list = makeList(window, Long);
-    scrollToFocus(window);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    button(*list, 100)->setFocus(Qt::TabFocusReason);
-    QCOMPARE(list->currentRow(), 100);
-    elsewhere->setFocus();
-    list->listRows(each(60));
-    QCOMPARE(list->currentRow(), 0);
-    list->listRows(QBitArray(Long));
-    QCOMPARE(list->currentRow(), -1);
-}
-
-void WidgetListTest::tabGoesThroughListedRows()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    scrollToFocus(window);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    list->listRows(each(3));
-    button(*list, 0)->setFocus();
-    for (int row = 3; row < Long; row += 3) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        QCOMPARE(QApplication::focusWidget(), button(*list, row));
-        QVERIFY(list->viewport()->rect().contains(list->rowWidget(row)->geometry()));
-    }
-}
-
-void WidgetListTest::widgetOfAnUnlistedRowWaits()
-{
-    QWidget window;
-    WidgetList *list = makeEmptyRows(window);
-    list->listRows(each(2));
-    for (const int row : {0, 1}) {
-        auto *widget = new QWidget(list->viewport());
-        makeButton(QString(), QString::number(row), QIcon(), widget);
-        list->setRowWidget(row, widget);
-    }
-    QCoreApplication::processEvents();
-    QCOMPARE(shownRows(*list), QVector<int>({0}));
-    list->listRows(each(1));
-    QTRY_COMPARE(shownRows(*list), QVector<int>({0, 1}));
-    QCOMPARE(list->rowWidget(1)->geometry(), list->visualItemRect(list->item(1)));
-}
-
-void WidgetListTest::typingIsTold()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, 3);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QSignalSpy typed(list, &WidgetList::typed);
-    QSignalSpy clicked(button(*list, 0), &QPushButton::clicked);
-    button(*list, 0)->setFocus();
-    const auto press = [&list](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QTest::keyClick(button(*list, 0), key, modifiers);
-    };
-    QTest::keyClicks(button(*list, 0), QStringLiteral("aB3-"));
-    QCOMPARE(typed.size(), 4);
-    QCOMPARE(typed.at(1).first().toString(), QStringLiteral("B"));
-    QTest::sendKeyEvent(QTest::Click, button(*list, 0), Qt::Key_unknown, QStringLiteral("é"),
-                        Qt::NoModifier);
-    QCOMPARE(typed.takeLast().first().toString(), QStringLiteral("é"));
-    // What does something writes nothing.
-    press(Qt::Key_A, Qt::ControlModifier);
-    press(Qt::Key_A, Qt::AltModifier);
-    press(Qt::Key_A, Qt::MetaModifier);
-    press(Qt::Key_Escape);
-    press(Qt::Key_F4);
-    press(Qt::Key_Delete);
-    press(Qt::Key_Backspace);
-    QCOMPARE(typed.size(), 4);
-    press(Qt::Key_Space);
-    QCOMPARE(typed.size(), 4);
-    QCOMPARE(clicked.size(), 1);
-}
-
-// Many rows that go ------------------------------------------------------------------------------
-
-void WidgetListTest::manyWidgetsAreDeletedInTurns()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    window.show();
-    QVector<QPointer<QWidget>> rows;
-    for (int row = 0; row < Long; ++row)
-        rows.append(list->rowWidget(row));
-    list->clearRows();
-    QCOMPARE(list->count(), 0);
-    for (const QPointer<QWidget> &row : qAsConst(rows))
-        QVERIFY(!row || !row->isVisible());
-    const auto isDeleted = [](const QPointer<QWidget> &row) { return row.isNull(); };
-    QVERIFY(!std::all_of(rows.cbegin(), rows.cend(), isDeleted));
-    QTRY_VERIFY(std::all_of(rows.cbegin(), rows.cend(), isDeleted));
-}
-
-void WidgetListTest::rowsMayComeWhileOthersAreDeleted()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    window.show();
-    const QPointer<QWidget> old = list->rowWidget(Long - 1);
-    const QPointer<QWidget> older = list->rowWidget(0);
-    list->clearRows();
-    auto *widget = new QWidget(list);
-    list->appendRow(RowSize);
-    list->setRowWidget(0, widget);
-    QTRY_VERIFY(!old && !older);
-    QCOMPARE(list->rowWidget(0), widget);
-    QVERIFY(widget->isVisible());
-}
-
-void WidgetListTest::questionGoesWithItsRow()
-{
-    QWidget window;
-    WidgetList *list = makeList(window, Long);
-    window.show();
-    const QPointer<QWidget> row = list->rowWidget(1);
-    const QPointer<QDialog> question = new QDialog(row);
-    question->open();
-    list->clearRows();
-    QVERIFY(!question);
-    QVERIFY(!row);
-}
-
-void WidgetListTest::listGoesWithTheKeyboardInIt()
-{
-    auto window = std::make_unique<QWidget>();
-    const QPointer<WidgetList> list = makeList(*window, Long);
-    window->show();
-    QVERIFY(QTest::qWaitForWindowActive(window.get()));
-    button(*list, 1)->setFocus();
-    QVERIFY(list->isAncestorOf(QApplication::focusWidget()));
-    delete list;
-    QVERIFY(!list);
-}
+    std::unique_ptr<QWidget> m_window;
+    WidgetList *m_list = nullptr;
+};
 
 KAVO_TEST_MAIN(WidgetListTest)
 #include "WidgetListTest.moc"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "components/IconFont.h"
+#include "tests/support/Literals.h"
 
 #include <QBuffer>
 #include <QColor>
@@ -35,12 +36,19 @@ QList<Widget *> allChildren(const QWidget &root, const char *objectName)
 inline QString textOf(const QWidget &root, const char *objectName)
 {
     const auto *label = child<QLabel>(root, objectName);
-    return label ? label->text() : QStringLiteral("(no such label)");
+    return label ? label->text() : "(no such label)"_s;
 }
 
 inline QImage imageOf(const QIcon &icon, QIcon::Mode mode = QIcon::Normal)
 {
     return icon.pixmap(QSize(32, 32), mode).toImage();
+}
+
+/// The colour in the middle of an icon.
+inline QColor ink(const QIcon &icon, QIcon::Mode mode = QIcon::Normal)
+{
+    const QImage image = imageOf(icon, mode);
+    return image.pixelColor(image.rect().center());
 }
 
 /// Whether two icons look the same.

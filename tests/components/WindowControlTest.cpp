@@ -1,5 +1,6 @@
 #include "components/WindowControl.h"
 #include "tests/components/Widgets.h"
+#include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 
 #include <QSignalSpy>
@@ -27,78 +28,73 @@ class WindowControlTest final : public QObject
 
 private slots:
     void initTestCase() { Kavo::Components::iconFont()->initFontAwesome(); }
-    void signalsStandInTheirOrder();
-    void buttonsHaveTheirLook();
-    void minimizeAndCloseAreAnnounced();
-    void middleButtonMaximizesAndRestores();
-    void twoInstancesShareTheToggle();
-};
 
-// Fixed, see docs/compatibility.md.
-void WindowControlTest::signalsStandInTheirOrder()
-{
-    const QMetaObject &meta = WindowControl::staticMetaObject;
-    QList<QByteArray> names;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-        names.append(meta.method(i).name());
-    QCOMPARE(names, QList<QByteArray>({"minimize", "maximize", "restore", "close"}));
-}
-
-void WindowControlTest::buttonsHaveTheirLook()
-{
-    const WindowControl control;
-    QCOMPARE(control.objectName(), QStringLiteral("WindowControl"));
-    const auto buttons = control.findChildren<QPushButton *>();
-    QCOMPARE(buttons.size(), 3);
-    const int glyphs[] = {MinimizeGlyph, MaximizeGlyph, CloseGlyph};
-    for (int i = 0; i < buttons.size(); ++i) {
-        QCOMPARE(buttons.at(i)->minimumWidth(), 32);
-        QCOMPARE(buttons.at(i)->maximumWidth(), 32);
-        QVERIFY(hasHand(*buttons.at(i)));
-        QVERIFY(sameIcon(buttons.at(i)->icon(), darkGlyph(glyphs[i])));
-        QVERIFY(!buttons.at(i)->accessibleName().isEmpty());
+    // Fixed, see docs/compatibility.md.
+    void signalsStandInTheirOrder()
+    {
+        const QMetaObject &meta = WindowControl::staticMetaObject;
+        QList<QByteArray> names;
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+            names.append(meta.method(i).name());
+        QCOMPARE(names, QList<QByteArray>({"minimize", "maximize", "restore", "close"}));
     }
-}
 
-void WindowControlTest::minimizeAndCloseAreAnnounced()
-{
-    const WindowControl control;
-    QSignalSpy minimized(&control, &WindowControl::minimize);
-    QSignalSpy closed(&control, &WindowControl::close);
-    child<QPushButton>(control, "WindowMinimize")->click();
-    QCOMPARE(minimized.count(), 1);
-    QCOMPARE(closed.count(), 0);
-    child<QPushButton>(control, "WindowClose")->click();
-    QCOMPARE(closed.count(), 1);
-}
+    void buttonsHaveTheirLook()
+    {
+        const WindowControl control;
+        QCOMPARE(control.objectName(), "WindowControl"_s);
+        const auto buttons = control.findChildren<QPushButton *>();
+        QCOMPARE(buttons.size(), 3);
+        const int glyphs[] = {MinimizeGlyph, MaximizeGlyph, CloseGlyph};
+        for (int i = 0; i < buttons.size(); ++i) {
+            QCOMPARE(buttons.at(i)->minimumWidth(), 32);
+            QCOMPARE(buttons.at(i)->maximumWidth(), 32);
+            QVERIFY(hasHand(*buttons.at(i)));
+            QVERIFY(sameIcon(buttons.at(i)->icon(), darkGlyph(glyphs[i])));
+            QVERIFY(!buttons.at(i)->accessibleName().isEmpty());
+        }
+    }
 
-void WindowControlTest::middleButtonMaximizesAndRestores()
-{
-    const WindowControl control;
-    QSignalSpy maximized(&control, &WindowControl::maximize);
-    QSignalSpy restored(&control, &WindowControl::restore);
-    toggleOf(control)->click();
-    QCOMPARE(maximized.count(), 1);
-    QCOMPARE(restored.count(), 0);
-    QVERIFY(sameIcon(toggleOf(control)->icon(), darkGlyph(RestoreGlyph)));
-    toggleOf(control)->click();
-    QCOMPARE(maximized.count(), 1);
-    QCOMPARE(restored.count(), 1);
-    QVERIFY(sameIcon(toggleOf(control)->icon(), darkGlyph(MaximizeGlyph)));
-}
+    void minimizeAndCloseAreAnnounced()
+    {
+        const WindowControl control;
+        QSignalSpy minimized(&control, &WindowControl::minimize);
+        QSignalSpy closed(&control, &WindowControl::close);
+        child<QPushButton>(control, "WindowMinimize")->click();
+        QCOMPARE(minimized.count(), 1);
+        QCOMPARE(closed.count(), 0);
+        child<QPushButton>(control, "WindowClose")->click();
+        QCOMPARE(closed.count(), 1);
+    }
 
-// Fixed, see docs/compatibility.md.
-void WindowControlTest::twoInstancesShareTheToggle()
-{
-    const WindowControl first;
-    const WindowControl second;
-    QSignalSpy maximized(&second, &WindowControl::maximize);
-    QSignalSpy restored(&second, &WindowControl::restore);
-    toggleOf(first)->click();
-    toggleOf(second)->click();
-    QCOMPARE(restored.count(), 1);
-    QCOMPARE(maximized.count(), 0);
-}
+    void middleButtonMaximizesAndRestores()
+    {
+        const WindowControl control;
+        QSignalSpy maximized(&control, &WindowControl::maximize);
+        QSignalSpy restored(&control, &WindowControl::restore);
+        toggleOf(control)->click();
+        QCOMPARE(maximized.count(), 1);
+        QCOMPARE(restored.count(), 0);
+        QVERIFY(sameIcon(toggleOf(control)->icon(), darkGlyph(RestoreGlyph)));
+        toggleOf(control)->click();
+        QCOMPARE(maximized.count(), 1);
+        QCOMPARE(restored.count(), 1);
+        QVERIFY(sameIcon(toggleOf(control)->icon(), darkGlyph(MaximizeGlyph)));
+    }
+
+    // Fixed, see docs/compatibility.md.
+    void twoInstancesShareTheToggle()
+    {
+        const WindowControl first;
+        const WindowControl second;
+        QSignalSpy maximized(&second, &WindowControl::maximize);
+        QSignalSpy restored(&second, &WindowControl::restore);
+        toggleOf(first)->click();
+        toggleOf(second)->click();
+        QCOMPARE(restored.count(), 1);
+        QCOMPARE(maximized.count(), 0);
+    }
+};
 
 KAVO_TEST_MAIN(WindowControlTest)
 #include "WindowControlTest.moc"

@@ -1,5 +1,6 @@
 #include "components/WindowEdges.h"
 #include "tests/components/Widgets.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QHBoxLayout>
@@ -38,23 +39,106 @@ class WindowEdgesTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        m_window = std::make_unique<QWidget>(nullptr, Qt::FramelessWindowHint);
+        m_window->resize(400, 300);
+        auto *layout = new QHBoxLayout(m_window.get());
+        layout->setContentsMargins(8, 8, 8, 8);
+        layout->addWidget(new QLabel(m_window.get()));
+        // Qt calls the event filter last that was installed first.
+        m_presses = new PressCount(m_window.get());
+        m_window->installEventFilter(m_presses);
+        new WindowEdges(m_window.get());
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        QCOMPARE(m_window->size(), QSize(400, 300));
+    }
+
     void cleanup() { m_window.reset(); }
 
-    void edgesShowWhatTheyDo_data();
-    void edgesShowWhatTheyDo();
-    void edgesTakeTheLeftButtonOnly();
-    void insideHasItsOwnCursor();
-    void pointerThatLeavesTheEdgeLosesItsCursor();
-    void edgesFollowTheSize();
-    void largeWindowHasNone_data();
-    void largeWindowHasNone();
+    void edgesShowWhatTheyDo_data()
+    {
+        Rows<QPoint, Qt::CursorShape>()
+            .row("left", QPoint(0, 150), Qt::SizeHorCursor)
+            .row("right", QPoint(399, 150), Qt::SizeHorCursor)
+            .row("top", QPoint(200, 0), Qt::SizeVerCursor)
+            .row("bottom", QPoint(200, 299), Qt::SizeVerCursor)
+            .row("left, as far as it reaches", QPoint(5, 150), Qt::SizeHorCursor)
+            .row("right, as far as it reaches", QPoint(394, 150), Qt::SizeHorCursor)
+            .row("top, as far as it reaches", QPoint(200, 5), Qt::SizeVerCursor)
+            .row("bottom, as far as it reaches", QPoint(200, 294), Qt::SizeVerCursor)
+            .row("upper left", QPoint(1, 1), Qt::SizeFDiagCursor)
+            .row("upper left, along the edge", QPoint(12, 2), Qt::SizeFDiagCursor)
+            .row("lower right", QPoint(399, 299), Qt::SizeFDiagCursor)
+            .row("upper right", QPoint(399, 0), Qt::SizeBDiagCursor)
+            .row("lower left", QPoint(0, 299), Qt::SizeBDiagCursor)
+            .row("lower left, along the edge", QPoint(2, 288), Qt::SizeBDiagCursor);
+    }
+
+    void edgesShowWhatTheyDo()
+    {
+        const auto [place, cursor] = Rows<QPoint, Qt::CursorShape>::current();
+        QCOMPARE(cursorAt(place), cursor);
+    }
+
+    void edgesTakeTheLeftButtonOnly()
+    {
+        const QPoint edge(0, 150);
+        const QPoint inside(7, 150);
+        QTest::mouseClick(m_window.get(), Qt::RightButton, {}, edge);
+        QCOMPARE(m_presses->count(), 1);
+        QTest::mouseClick(m_window.get(), Qt::LeftButton, {}, inside);
+        QCOMPARE(m_presses->count(), 2);
+        QTest::mouseClick(m_window.get(), Qt::LeftButton, {}, edge);
+        QCOMPARE(m_presses->count(), 2);
+    }
+
+    void insideHasItsOwnCursor()
+    {
+        for (const QPoint place : {QPoint(6, 150), QPoint(393, 150), QPoint(200, 6),
+                                   QPoint(200, 293), QPoint(10, 10), QPoint(200, 150)})
+            QCOMPARE(cursorAt(place), Qt::ArrowCursor);
+    }
+
+    void pointerThatLeavesTheEdgeLosesItsCursor()
+    {
+        QCOMPARE(cursorAt({0, 150}), Qt::SizeHorCursor);
+        // A child widget inherits the cursor of its parent.
+        QCOMPARE(cursorAt({100, 150}), Qt::ArrowCursor);
+        QCOMPARE(cursorAt({200, 299}), Qt::SizeVerCursor);
+    }
+
+    void edgesFollowTheSize()
+    {
+        m_window->resize(500, 350);
+        QTRY_COMPARE(cursorAt({499, 349}), Qt::SizeFDiagCursor);
+        QCOMPARE(cursorAt({499, 150}), Qt::SizeHorCursor);
+        QCOMPARE(cursorAt({399, 150}), Qt::ArrowCursor);
+    }
+
+    void largeWindowHasNone_data()
+    {
+        Rows<Qt::WindowState>()
+            .row("maximised", Qt::WindowMaximized)
+            .row("full screen", Qt::WindowFullScreen);
+    }
+
+    void largeWindowHasNone()
+    {
+        const auto [state] = Rows<Qt::WindowState>::current();
+        m_window->setWindowState(state);
+        QTRY_COMPARE(m_window->windowState() & state, state);
+        QCOMPARE(cursorAt({0, 150}), Qt::ArrowCursor);
+        m_window->setWindowState(Qt::WindowNoState);
+        QTRY_COMPARE(cursorAt({0, 150}), Qt::SizeHorCursor);
+    }
 
 private:
-    /// Moves the pointer there.
+    /// Moves the pointer to a place, and returns the cursor that it has there.
     Qt::CursorShape cursorAt(const QPoint &place) const
     {
-        // A pointer that is there already would not move.
+        // The pointer has to move to cause an event.
         QTest::mouseMove(m_window->windowHandle(), m_window->rect().center());
         QTest::mouseMove(m_window->windowHandle(), place);
         const QWidget *part = m_window->childAt(place);
@@ -64,101 +148,6 @@ private:
     std::unique_ptr<QWidget> m_window;
     PressCount *m_presses = nullptr; ///< what the edges let through
 };
-
-void WindowEdgesTest::init()
-{
-    m_window = std::make_unique<QWidget>(nullptr, Qt::FramelessWindowHint);
-    m_window->resize(400, 300);
-    auto *layout = new QHBoxLayout(m_window.get());
-    layout->setContentsMargins(8, 8, 8, 8);
-    layout->addWidget(new QLabel(m_window.get()));
-    // Filters hear the later the earlier they were installed.
-    m_presses = new PressCount(m_window.get());
-    m_window->installEventFilter(m_presses);
-    new WindowEdges(m_window.get());
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
-    QCOMPARE(m_window->size(), QSize(400, 300));
-}
-
-void WindowEdgesTest::edgesShowWhatTheyDo_data()
-{
-    QTest::addColumn<QPoint>("place");
-    QTest::addColumn<Qt::CursorShape>("cursor");
-    QTest::newRow("left") << QPoint(0, 150) << Qt::SizeHorCursor;
-    QTest::newRow("right") << QPoint(399, 150) << Qt::SizeHorCursor;
-    QTest::newRow("top") << QPoint(200, 0) << Qt::SizeVerCursor;
-    QTest::newRow("bottom") << QPoint(200, 299) << Qt::SizeVerCursor;
-    QTest::newRow("left, as far as it reaches") << QPoint(5, 150) << Qt::SizeHorCursor;
-    QTest::newRow("right, as far as it reaches") << QPoint(394, 150) << Qt::SizeHorCursor;
-    QTest::newRow("top, as far as it reaches") << QPoint(200, 5) << Qt::SizeVerCursor;
-    QTest::newRow("bottom, as far as it reaches") << QPoint(200, 294) << Qt::SizeVerCursor;
-    QTest::newRow("upper left") << QPoint(1, 1) << Qt::SizeFDiagCursor;
-    QTest::newRow("upper left, along the edge") << QPoint(12, 2) << Qt::SizeFDiagCursor;
-    QTest::newRow("lower right") << QPoint(399, 299) << Qt::SizeFDiagCursor;
-    QTest::newRow("upper right") << QPoint(399, 0) << Qt::SizeBDiagCursor;
-    QTest::newRow("lower left") << QPoint(0, 299) << Qt::SizeBDiagCursor;
-    QTest::newRow("lower left, along the edge") << QPoint(2, 288) << Qt::SizeBDiagCursor;
-}
-
-void WindowEdgesTest::edgesShowWhatTheyDo()
-{
-    QFETCH(QPoint, place);
-    QFETCH(Qt::CursorShape, cursor);
-    QCOMPARE(cursorAt(place), cursor);
-}
-
-void WindowEdgesTest::edgesTakeTheLeftButtonOnly()
-{
-    const QPoint edge(0, 150);
-    const QPoint inside(7, 150);
-    QTest::mouseClick(m_window.get(), Qt::RightButton, {}, edge);
-    QCOMPARE(m_presses->count(), 1);
-    QTest::mouseClick(m_window.get(), Qt::LeftButton, {}, inside);
-    QCOMPARE(m_presses->count(), 2);
-    QTest::mouseClick(m_window.get(), Qt::LeftButton, {}, edge);
-    QCOMPARE(m_presses->count(), 2);
-}
-
-void WindowEdgesTest::insideHasItsOwnCursor()
-{
-    for (const QPoint place : {QPoint(6, 150), QPoint(393, 150), QPoint(200, 6), QPoint(200, 293),
-                               QPoint(10, 10), QPoint(200, 150)})
-        QCOMPARE(cursorAt(place), Qt::ArrowCursor);
-}
-
-void WindowEdgesTest::pointerThatLeavesTheEdgeLosesItsCursor()
-{
-    QCOMPARE(cursorAt({0, 150}), Qt::SizeHorCursor);
-    // On a widget that would take the cursor of the ground.
-    QCOMPARE(cursorAt({100, 150}), Qt::ArrowCursor);
-    QCOMPARE(cursorAt({200, 299}), Qt::SizeVerCursor);
-}
-
-void WindowEdgesTest::edgesFollowTheSize()
-{
-    m_window->resize(500, 350);
-    QTRY_COMPARE(cursorAt({499, 349}), Qt::SizeFDiagCursor);
-    QCOMPARE(cursorAt({499, 150}), Qt::SizeHorCursor);
-    QCOMPARE(cursorAt({399, 150}), Qt::ArrowCursor);
-}
-
-void WindowEdgesTest::largeWindowHasNone_data()
-{
-    QTest::addColumn<Qt::WindowState>("state");
-    QTest::newRow("maximised") << Qt::WindowMaximized;
-    QTest::newRow("full screen") << Qt::WindowFullScreen;
-}
-
-void WindowEdgesTest::largeWindowHasNone()
-{
-    QFETCH(Qt::WindowState, state);
-    m_window->setWindowState(state);
-    QTRY_COMPARE(m_window->windowState() & state, state);
-    QCOMPARE(cursorAt({0, 150}), Qt::ArrowCursor);
-    m_window->setWindowState(Qt::WindowNoState);
-    QTRY_COMPARE(cursorAt({0, 150}), Qt::SizeHorCursor);
-}
 
 KAVO_TEST_MAIN(WindowEdgesTest)
 #include "WindowEdgesTest.moc"

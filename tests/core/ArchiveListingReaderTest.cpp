@@ -9,7 +9,7 @@ using Kind = ArchiveEntry::Kind;
 
 Q_DECLARE_METATYPE(ArchiveEntry::Kind)
 
-/// What 7-Zip prints of an archive, line by line.
+/// Reads what 7-Zip prints about an archive, line by line.
 class ArchiveListingReaderTest final : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ private slots:
 
 private:
     static std::optional<ArchiveListing> read(const QByteArray &text);
-    /// The listing of an archive with one entry of these properties.
+    /// The listing of an archive that has one entry with these properties.
     static ArchiveEntry only(const QByteArray &properties);
 };
 

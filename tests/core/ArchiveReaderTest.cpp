@@ -16,7 +16,7 @@ using namespace Kavo::Testing;
 using Kind = ArchiveEntry::Kind;
 using Outcome = ArchiveReader::Outcome;
 
-/// The real 7-Zip looks at real archives.
+/// Reads real archives with the real 7-Zip.
 class ArchiveReaderTest final : public QObject
 {
     Q_OBJECT
@@ -42,7 +42,7 @@ private slots:
 
 private:
     QString path(const QString &name) const { return m_profile->folder(QString()) + name; }
-    /// Has 7-Zip put a folder with links of its own into an archive.
+    /// Makes 7-Zip pack a folder with links.
     bool makeArchiveOfLinks(const QString &archive) const;
     static Outcome list(const QString &archive, ArchiveListing *listing = nullptr);
 

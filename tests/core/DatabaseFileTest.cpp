@@ -220,7 +220,7 @@ void DatabaseFileTest::connectionEndsWithTheObject()
     }
     QVERIFY(!QSqlDatabase::contains(Connection));
     QVERIFY(!QSqlDatabase::contains("OtherConnection"_s));
-    // Qt warns when a connection goes while something still holds it.
+    // Qt warns if a connection is removed while something still uses it.
     QCOMPARE(log.lines(), QStringList());
 }
 

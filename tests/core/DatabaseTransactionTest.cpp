@@ -112,7 +112,7 @@ void DatabaseTransactionTest::failingStatementUndoesNoOther()
 void DatabaseTransactionTest::whatCannotBeWrittenKeepsNobodyOut()
 {
     {
-        // Somebody who reads and does not stop keeps it from being written.
+        // A reader that does not stop prevents all writing.
         QSqlQuery reading = m_other->prepared("SELECT 1 FROM sqlite_master"_s);
         QVERIFY(m_other->run(reading) && reading.next());
         const LogCapture log;

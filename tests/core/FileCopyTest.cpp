@@ -58,7 +58,7 @@ private slots:
 private:
     QString from() const { return m_folder->filePath("from/file.txt"_s); }
     QString to() const { return m_folder->filePath("to/file.txt"_s); }
-    /// What stands in the folder of the copy, hidden files included.
+    /// The files in the folder of the copy, including hidden ones.
     QStringList found() const;
     void makeRemains();
 
@@ -77,12 +77,12 @@ QStringList FileCopyTest::found() const
     return fileTree(m_folder->filePath("to"_s)).keys();
 }
 
-/// Dies in the middle of a copy: a child of this process does.
+/// Dies in the middle of a copy, in a child of this process.
 void FileCopyTest::makeRemains()
 {
     const pid_t child = ::fork();
     if (child == 0) {
-        // Unlike an ignored signal, this one kills the process that writes too much.
+        // Unlike an ignored signal, this signal kills the process that writes too much.
         std::signal(SIGXFSZ, SIG_DFL);
         const rlimit tight{300000, 300000};
         ::setrlimit(RLIMIT_FSIZE, &tight);
@@ -146,7 +146,7 @@ void FileCopyTest::missingSourceLeavesNothing()
 
 void FileCopyTest::sourceThatCannotBeReadLeavesNothing()
 {
-    // Opens, but has no bytes at its beginning.
+    // Can be opened, but its first bytes cannot be read.
     QVERIFY(!copyWhole("/proc/self/mem"_s, to()));
     QCOMPARE(found(), QStringList());
 }
@@ -159,7 +159,7 @@ void FileCopyTest::missingFolderFails()
 void FileCopyTest::remainsOfASuddenEndAreClearedAway()
 {
     makeRemains();
-    // Half a copy is there, but not under the name of the whole one.
+    // A partial copy exists, but not under the final name.
     QCOMPARE(found().size(), 1);
     QVERIFY(found() != QStringList{"file.txt"_s});
     QVERIFY(copyWhole(from(), to()));
@@ -225,8 +225,8 @@ void FileCopyTest::fileStaysWhenTheCopyFails()
     QCOMPARE(found(), QStringList{"file.txt"_s});
 }
 
-/// After a failure of the power a name without its content would pass for the user's file, and the
-/// original may be gone on another disk by then.
+/// After a power failure, a name without its content would be taken for the user's file, and the
+/// original may already be gone from another disk.
 void FileCopyTest::contentReachesTheDiskBeforeItsName()
 {
     const SyncWitness witness;
@@ -263,7 +263,7 @@ void FileCopyTest::contentIsComparedToItsEnd()
     QVERIFY(haveEqualContent(from(), to()));
     QVERIFY(writeFile(to(), content.chopped(1) + 'x'));
     QVERIFY(!haveEqualContent(from(), to()));
-    // The file that is read to its end is the shorter one.
+    // The file that is read completely is the shorter one.
     QVERIFY(writeFile(to(), content + 'u'));
     QVERIFY(!haveEqualContent(from(), to()));
     QVERIFY(!haveEqualContent(from(), to() + ".missing"_s));

@@ -85,7 +85,7 @@ void FolderRemovalTest::linkThatCannotBeRemovedIsNotFollowed()
     const QMap<QString, QString> before = fileTree(path(QStringLiteral("outside")));
     QVERIFY(QDir(m_root->path()).mkpath(QStringLiteral("locked")));
     QVERIFY(QFile::link(path(QStringLiteral("outside")), path(QStringLiteral("locked/link"))));
-    // Behind the link everything could be removed.
+    // Everything behind the link could be removed.
     for (const char *folder : {"", "outside", "outside/deep"})
         setMode(path(QLatin1String(folder)), 0777);
     setMode(path(QStringLiteral("locked")), 0555);
@@ -117,7 +117,7 @@ void FolderRemovalTest::whatCannotBeRemovedStaysAndTheRestGoes()
     setMode(path(QStringLiteral("top/locked")), 0755);
     QCOMPARE(left.keys(), (QStringList{QStringLiteral("locked/"), QStringLiteral("locked/deep/"),
                                        QStringLiteral("locked/kept.txt")}));
-    // The folders around them stay because of them.
+    // Their parent folders stay because of them.
     QStringList paths = failed.paths();
     paths.sort();
     QCOMPARE(paths, (QStringList{top + QStringLiteral("/locked/deep"),

@@ -33,7 +33,7 @@ void FolderSizeTest::sizesAreFormatted_data()
     QTest::newRow("below a step") << 1023LL << QStringLiteral("1023.00 Bytes");
     QTest::newRow("a step") << 1024LL << QStringLiteral("1.00 KB");
     QTest::newRow("one and a half") << 1536LL << QStringLiteral("1.50 KB");
-    // Below the next step before it is rounded.
+    // Below the next unit before rounding.
     QTest::newRow("rounded up to a step") << 1048575LL << QStringLiteral("1024.00 KB");
     QTest::newRow("mega") << (1LL << 20) << QStringLiteral("1.00 MB");
     QTest::newRow("giga") << (1LL << 30) << QStringLiteral("1.00 GB");

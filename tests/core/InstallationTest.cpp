@@ -10,7 +10,7 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// Shell text that prints the path of the simulator's executable in the folder.
+/// A shell command that prints the path of the simulator's executable in the folder.
 QByteArray printing(const QString &folder)
 {
     return "cat <<'END_OF_PATH'\n" + QFile::encodeName(folder + simulatorExecutable()) +
@@ -43,7 +43,7 @@ private slots:
     void unwantedToolIsEnded();
 
 private:
-    /// A folder of this name with the simulator's executable; returned with a separator.
+    /// A folder of this name with the simulator's executable. Its path ends in a separator.
     QString makeSimulator(const QString &name) const;
 
     QScopedPointer<ScratchProfile> m_profile;
@@ -158,7 +158,7 @@ void InstallationTest::toolThatAsksIsNotWaitedFor()
 
 void InstallationTest::longListsAreReadWhole()
 {
-    // More than a pipe holds, so that reading has to keep up with the tool.
+    // More than a pipe buffers, so the tool's output must be read while it runs.
     const QString folder = makeSimulator("last"_s);
     QStringList lines;
     for (int number = 0; number < 5000; ++number)

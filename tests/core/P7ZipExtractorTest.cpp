@@ -56,13 +56,13 @@ private slots:
 
 private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
-    /// Where an archive with one file, "a", lies after this call.
+    /// Creates an archive with one file, "a", and returns its path.
     QString simpleArchive(const QString &name = "a.7z"_s) const;
-    /// A program that takes the place of 7-Zip.
+    /// A program used instead of 7-Zip.
     QString standIn(const QByteArray &script) const;
-    /// Unpacks into "out" and expects the one signal of a success.
+    /// Unpacks into "out" and expects one signal of success.
     void unpack(const QString &archive, const QString &program = "/usr/bin/7z"_s) const;
-    /// Tries to, and expects the one signal of a failure. Returns what is logged of it.
+    /// Tries to unpack and expects one signal of failure. Returns the log lines about it.
     QStringList failToUnpack(const QString &archive, const QString &program = "/usr/bin/7z"_s,
                              const QString &target = "out"_s) const;
 
@@ -191,7 +191,7 @@ void P7ZipExtractorTest::exactlyThreeArguments()
              "3\nx\n%1\n-o%2\n"_s.arg(archive, path("a place/x "_s)));
 }
 
-/// The program runs in another folder, where the relative name means nothing.
+/// The program runs in another folder, where the relative name would mean something else.
 void P7ZipExtractorTest::relativeArchiveIsMadeAbsolute()
 {
     simpleArchive();
@@ -241,7 +241,7 @@ void P7ZipExtractorTest::destinationIsMade()
 
 void P7ZipExtractorTest::programThatCannotStartFails_data()
 {
-    // A program that is missing is not even named.
+    // A missing program is not even named.
     Rows<QString, bool>().row("missing", "missing", true).row("not executable", "text", false);
 }
 
@@ -266,7 +266,7 @@ void P7ZipExtractorTest::failureIsReportedWithItsCode_data()
     Rows<QByteArray, int> rows;
     for (const int code : {1, 2, 7, 8, 255})
         rows.row(QByteArray::number(code), "exit " + QByteArray::number(code) + '\n', code);
-    // It has no code of its own, but the number of the signal that ended it.
+    // It has no exit code; the number of the signal that ended it is reported.
     rows.row("killed", "kill -9 $$\n", 9);
 }
 
@@ -310,7 +310,7 @@ void P7ZipExtractorTest::wildcardInTheArchiveFails_data()
     Rows<QString>().row("asterisk", "a*.7z").row("question mark", "a?.7z");
 }
 
-/// 7-Zip would unpack the other archive too.
+/// 7-Zip would unpack the other archive as well.
 void P7ZipExtractorTest::wildcardInTheArchiveFails()
 {
     const auto [name] = Rows<QString>::current();
@@ -393,10 +393,10 @@ void P7ZipExtractorTest::archiveCannotReachOutside()
     auto [entries, unpacks] = Rows<QVector<TarEntry>, bool>::current();
     const QString outside = path("outside"_s);
     QVERIFY(writeFile(outside + "/kept"_s, "kept"));
-    // An absolute name needs a folder that only this run knows.
+    // An absolute name needs a folder that is known only when the test runs.
     entries.append({TarEntry::FILE, QFile::encodeName(outside + "/absolute"_s), "x"});
     const auto before = fileTree(outside);
-    QVERIFY(makeTar(path("a.tar"_s), entries));
+    QVERIFY(writeFile(path("a.tar"_s), tarOf(entries)));
     const bool unpacked = P7ZipExtractor().extract(path("a.tar"_s), path("out"_s));
     QCOMPARE(fileTree(outside), before);
     QCOMPARE(unpacked, unpacks);

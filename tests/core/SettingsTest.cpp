@@ -37,7 +37,7 @@ private slots:
     void theOnlySignalIsNeverEmitted();
 
 private:
-    /// What another program reads in the file, sorted.
+    /// The lines another program reads from the file, sorted.
     QStringList lines() const;
     bool writeIni(const QByteArray &entries) const;
 

@@ -14,8 +14,8 @@
 using namespace Kavo;
 using namespace Kavo::Testing;
 
-/// Hashes when the process ends: constructed before main() and so destroyed after all that OpenSSL
-/// has registered for the end. A worker may hash as late as that.
+/// Computes a checksum when the process ends. It is constructed before main(), so it is destroyed
+/// after everything that OpenSSL registered for the end. A worker may compute a checksum that late.
 class HashAtTheEnd final
 {
 public:
@@ -52,7 +52,7 @@ void Sha256Test::piecesMakeTheDigestOfTheWhole()
     for (int start = 0; start < content.size(); start += 3)
         hash.add(content.constData() + start, qMin(3, content.size() - start));
     QCOMPARE(hash.result(), QCryptographicHash::hash(content, QCryptographicHash::Sha256));
-    // Of nothing there is a digest as well, but each object has only one.
+    // An empty input has a digest as well, but each object has only one.
     QCOMPARE(Sha256().result().toHex(),
              QCryptographicHash::hash({}, QCryptographicHash::Sha256).toHex());
     QCOMPARE(hash.result(), QByteArray());
@@ -80,11 +80,11 @@ void Sha256Test::whatCannotBeReadHasNoDigest()
     const ScratchProfile profile;
     QCOMPARE(Sha256::ofFile(profile.folder(QString()) + "missing"_s), QByteArray());
     QCOMPARE(Sha256::ofFile(profile.folder("folder"_s)), QByteArray());
-    // To open it would wait for somebody who writes.
+    // Opening it would block until something is written.
     const QString pipe = profile.folder(QString()) + "pipe"_s;
     QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
     QCOMPARE(Sha256::ofFile(pipe), QByteArray());
-    // Nothing stands at the address 0, so that reading ends with an error.
+    // Nothing is mapped at address 0, so reading fails.
     QCOMPARE(Sha256::ofFile("/proc/self/mem"_s), QByteArray());
 }
 

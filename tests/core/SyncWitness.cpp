@@ -13,7 +13,7 @@ namespace Kavo::Testing {
 
 namespace {
 
-/// What tells one file from all others while it exists.
+/// Identifies a file as long as it exists.
 using Identity = std::pair<dev_t, ino_t>;
 
 struct Rename

@@ -2,18 +2,18 @@
 
 namespace Kavo::Testing {
 
-/// Watches how this process renames files, from its creation on. The functions of the system that
-/// do it are replaced in every program that links to this. One witness at a time, one thread.
+/// Records how this process renames files from now on. It replaces the functions of the system that
+/// rename and flush, in every program that links to it. One witness at a time, on one thread.
 class SyncWitness final
 {
 public:
     SyncWitness();
 
-    /// Number of files that have got a new name.
+    /// The number of renamed files.
     int renamed() const;
-    /// Number of those whose content had reached the disk, all of it, before they got it.
+    /// The number of those whose whole content was on the disk before they were renamed.
     int syncedBefore() const;
-    /// Number of those whose new name has reached the disk since.
+    /// The number of those whose new name has been written to the disk since.
     int syncedAfter() const;
 };
 

@@ -22,7 +22,7 @@ namespace {
 
 using Look = std::function<void(QMessageBox &)>;
 
-/// Opens a box and looks at it, which may close it; otherwise it is rejected.
+/// Opens a box and calls a function that may close it; otherwise the box is rejected.
 void lookAt(const std::function<void()> &open, const Look &look)
 {
     bool wasLookedAt = false;
@@ -46,7 +46,7 @@ void lookAt(const std::function<void()> &open, const Look &look)
 const QString Title = "A title"_s;
 const QString Text = "A text"_s;
 
-/// A question with this text, and a look at its box.
+/// Opens a question with this text and calls a function with its box.
 void lookAtQuestion(const QString &text, const Look &look, Qt::TextFormat format = Qt::PlainText)
 {
     lookAt([&] { QVERIFY(!confirm(nullptr, QMessageBox::Question, Title, text, format)); }, look);
@@ -106,7 +106,7 @@ void checkFits(const QMessageBox &box)
     }
 }
 
-/// Whether the last line of the text can be brought into sight, and no line is cut at the side.
+/// Whether the last line of the text can be scrolled into view and no line is cut off at the side.
 void checkScrolls(const QMessageBox &box)
 {
     const QScrollArea *area = scrollOf(box);
@@ -256,7 +256,7 @@ void MessageBoxesTest::highBoxScrollsItsText()
         QCOMPARE(box.textFormat(), format);
         checkFits(box);
         checkScrolls(box);
-        // Qt sizes the box again at every request, and when the style changes.
+        // Qt resizes the box at every request, and when the style changes.
         for (const auto request : {QEvent::LayoutRequest, QEvent::StyleChange}) {
             QEvent event(request);
             QCoreApplication::sendEvent(&box, &event);
@@ -299,7 +299,7 @@ void MessageBoxesTest::textScrollsWithTheKeyboard()
         QCOMPARE(bar->value(), bar->pageStep());
         QTest::keyClick(yes, Qt::Key_PageUp);
         QCOMPARE(bar->value(), 0);
-        // The text itself can have the keyboard, and says what it is.
+        // The text itself can have the keyboard focus, and has an accessible name.
         bool reached = false;
         for (int step = 0; step < 6 && !reached; ++step) {
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);

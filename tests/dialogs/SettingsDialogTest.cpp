@@ -61,7 +61,7 @@ void SettingsDialogTest::init()
     Kavo::Components::iconFont()->initFontAwesome();
     m_engine = std::make_unique<Engine>();
     m_settings = m_engine->settings();
-    // Both databases exist from here on.
+    // Both databases exist from now on.
     QVERIFY(m_engine->refresh());
     QVERIFY(databasesExist());
     m_dialog = std::make_unique<SettingsDialog>(sharedController(*m_engine), m_settings);
@@ -213,7 +213,7 @@ void SettingsDialogTest::answersDecideOnTheEdits()
     }
     QCOMPARE(m_dialog->isVisible(), !isCommitted);
     QCOMPARE(databasesExist(), !isReset);
-    // What was refused is still there to be edited.
+    // The refused value can still be edited.
     QCOMPARE(m_settings->pending(Settings::INSTALLATION), chosenFolder);
     QCOMPARE(m_settings->pending(Settings::LANGUAGE), chosenLanguage);
     QCOMPARE(m_settings->current(Settings::INSTALLATION), isCommitted ? chosenFolder : before);

@@ -20,7 +20,7 @@ using Kavo::Settings;
 
 namespace {
 
-/// What Qt calls a folder dialog without a caption.
+/// Qt's title for a folder dialog without a caption.
 const QString FolderCaption = "Find Directory"_s;
 
 } // namespace
@@ -74,7 +74,7 @@ QString SettingsPagesTest::value(const QWidget &page, int selector) const
     return allChildren<QLineEdit>(page, "FileSelectorValue").at(selector)->text();
 }
 
-/// Chooses a folder with the page's selector of this number; an empty one cancels.
+/// Chooses a folder with the page's selector of this number. An empty path cancels.
 void SettingsPagesTest::browse(const QWidget &page, int selector, const QString &folder)
 {
     auto *button = allChildren<QPushButton>(page, "FileSelectorBrowse").at(selector);
@@ -105,7 +105,7 @@ void SettingsPagesTest::savedLanguageIsSelected()
 {
     m_settings->setPending(Settings::LANGUAGE, "de"_s);
     m_settings->apply();
-    // An edit that was never committed does not count.
+    // An edit that was not committed does not count.
     m_settings->setPending(Settings::LANGUAGE, "en"_s);
     const GeneralSettingsWidget page(m_settings);
     QCOMPARE(child<QComboBox>(page, "LanguageChoice")->currentIndex(), 1);
@@ -236,7 +236,7 @@ void SettingsPagesTest::simulatorFolderNeedsTheWindowsProgram()
 {
     const QString before = m_settings->pending(Settings::INSTALLATION);
     const QString folder = m_profile->folder("other"_s);
-    // The file that start-up looks for does not make it one here.
+    // The file that the start of the program looks for does not make a folder valid here.
     QVERIFY(writeFile(folder + "X-Plane-x86_64"_s, "x"));
     PathSettingsWidget page(m_settings);
     MessageBoxAnswers answers;

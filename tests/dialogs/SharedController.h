@@ -6,7 +6,7 @@
 
 namespace Kavo::Testing {
 
-/// The engine's controller for widgets, which share it; the engine has to outlive them.
+/// The engine's controller, as a shared pointer for widgets. The engine has to outlive them.
 inline QSharedPointer<Controllers::PackageController> sharedController(Engine &engine)
 {
     return {&engine.controller(), [](Controllers::PackageController *) {}};

@@ -40,66 +40,556 @@ bool makeOlder(const QString &path, const QDateTime &time)
 
 } // namespace
 
-/// What of the servers' answers is kept from one start of the program to the next, and what is made
-/// of it. The file is a picture, "/a".
+/// Which answers are kept from one start of the program to the next, and how they are used. The
+/// file is a picture, "/a".
 class AnswerCacheTest final : public DownloadFixture
 {
     Q_OBJECT
 
 private slots:
-    void serverIsAskedWhetherItHasChanged_data();
-    void serverIsAskedWhetherItHasChanged();
-    void changedFileIsFetched();
-    void emptyFileComesAgain();
-    void freshAnswerIsNotAskedFor_data();
-    void freshAnswerIsNotAskedFor();
-    void answerThatIsNotFreshIsAskedFor_data();
-    void answerThatIsNotFreshIsAskedFor();
-    void datesAreThoseOfGreenwich_data();
-    void datesAreThoseOfGreenwich();
-    void answerBecomesFreshAgain();
-    void unchangedAnswerMayForbidToGoWithoutAsking();
-    void unchangedAnswerIsNotWrittenAnew();
-    void whatIsAlwaysAskedIsAsked();
-    void answersThatAreNotKept_data();
-    void answersThatAreNotKept();
-    void answerIsKeptWhenItsFileHasRested();
-    void tagIsEnoughToKeepAnAnswer();
-    void answerThatTellsNothingIsNotKept();
-    void oldestAnswersGoWhenThereAreTooMany();
-    void archivesAreNeitherKeptNorRead();
-    void archiveOfAnAddressThatIsKeptComesFromTheServer();
-    void redirectedFileIsKept();
-    void fileThatHasChangedMeanwhileIsNotKept();
-    void bodyThatIsCutIsNotKept_data();
-    void bodyThatIsCutIsNotKept();
-    void fetchesOfOneAddressAtTheSameTime();
-    void failureOfOneFetchHurtsNoOther();
-    void unchangedForNobody();
+    void requestIsConditional_data()
+    {
+        Rows<QByteArray, QByteArray>()
+            .row("tag", One, "If-None-Match")
+            .row("weak tag", "W/" + One, "If-None-Match")
+            .row("date", {}, "If-Modified-Since");
+    }
 
-    void damagedEntryIsFetchedAnew_data();
-    void damagedEntryIsFetchedAnew();
-    void folderInThePlaceOfAnEntry();
-    void foreignFilesAreNoEntries();
-    void folderThatCannotBeMade();
-    void folderThatCannotBeWritten();
-    void fullDisk_data();
-    void fullDisk();
-    void fullDiskWhileTheTimeIsWritten();
-    void resetClearsIt();
+    void requestIsConditional()
+    {
+        const auto [tag, header] = Rows<QByteArray, QByteArray>::current();
+        serveKnown(picture(), tag);
+        fetchPicture();
+        QVERIFY(lastHeader(header).isNull());
+        for (int start = 2; start < 5; ++start) {
+            fetchPicture();
+            QCOMPARE(requests(), start);
+            QVERIFY(!lastHeader(header).isNull());
+            QVERIFY(lastHeader("Cache-Control").isNull());
+        }
+        QCOMPARE(log().lines(), QStringList());
+        QCOMPARE(entries().size(), 1);
+    }
+
+    void changedFileIsFetched()
+    {
+        serveKnown(picture(), One);
+        fetchPicture();
+        serveKnown("another", Two);
+        fetch("another");
+        fetch("another");
+        QCOMPARE(requests(), 3);
+        QCOMPARE(lastHeader("If-None-Match"), Two);
+        QCOMPARE(entries().size(), 1);
+    }
+
+    void emptyFileIsFetchedAgain()
+    {
+        serveKnown("", One);
+        for (int start = 0; start < 3; ++start) {
+            setup().restartManager();
+            QVERIFY(!transfer(restart()).contains(errorEvent()));
+            QVERIFY(exists());
+            QCOMPARE(content(), QByteArray(""));
+        }
+    }
+
+    void freshAnswerIsNotRequested_data()
+    {
+        Rows<Headers> rows;
+        for (const char *control : {"public, max-age=3600", "max-age=\"3600\"",
+                                    "Public , MAX-AGE = 3600 ", "max-age=9223372036854775807"})
+            rows.row(control, {{"Cache-Control", control}});
+        rows.row("date", {{"Expires", "Sat, 01 Jan 2050 00:00:00 GMT"}});
+        rows.row("time before date",
+                 {{"Cache-Control", "max-age=3600"}, {"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}});
+    }
+
+    void freshAnswerIsNotRequested()
+    {
+        serveKnown(picture(), {}, std::get<0>(Rows<Headers>::current()));
+        for (int start = 0; start < 3; ++start)
+            fetchPicture();
+        QCOMPARE(requests(), 1);
+        QCOMPARE(log().lines(), QStringList());
+    }
+
+    void staleAnswerIsRequested_data()
+    {
+        Rows<Headers> rows;
+        for (const char *control :
+             {"max-age=0", "max-age=long", "no-cache, max-age=3600", "max-age=3600 , No-Cache "})
+            rows.row(control, {{"Cache-Control", control}});
+        rows.row("nothing said", {})
+            .row("old already", {{"Cache-Control", "max-age=60"}, {"Age", "61"}})
+            .row("expired", {{"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}})
+            .row("no date", {{"Expires", "0"}})
+            .row("time before date",
+                 {{"Cache-Control", "max-age=0"}, {"Expires", "Sat, 01 Jan 2050 00:00:00 GMT"}});
+    }
+
+    void staleAnswerIsRequested()
+    {
+        serveKnown(picture(), {}, std::get<0>(Rows<Headers>::current()));
+        fetchPicture();
+        fetchPicture();
+        QCOMPARE(requests(), 2);
+        QVERIFY(wasAskedForChanges());
+    }
+
+    void datesAreInUtc_data()
+    {
+        Rows<QByteArray, int, int>()
+            .row("fresh in the east", "EAST-5", 1, 1)
+            .row("stale in the west", "WEST5", -1, 2);
+    }
+
+    void datesAreInUtc()
+    {
+        const auto [zone, hours, expected] = Rows<QByteArray, int, int>::current();
+        const QByteArray before = qgetenv("TZ");
+        const auto restore = qScopeGuard([&before] {
+            before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
+            ::tzset();
+        });
+        qputenv("TZ", zone);
+        ::tzset();
+        const QDateTime expiration = QDateTime::currentDateTimeUtc().addSecs(hours * 3600);
+        const QString date = QLocale::c().toString(expiration, "ddd, dd MMM yyyy hh:mm:ss 'GMT'"_s);
+        serveKnown(picture(), {}, {{"Expires", date.toLatin1()}});
+        fetchPicture();
+        fetchPicture();
+        QCOMPARE(requests(), expected);
+    }
+
+    void answerBecomesFreshAgain()
+    {
+        serveKnown(picture(), {}, NotFresh);
+        fetchPicture();
+        resource().headers = FreshForAnHour;
+        fetchPicture();
+        QCOMPARE(requests(), 2);
+        fetchPicture();
+        fetchPicture();
+        QCOMPARE(requests(), 2);
+    }
+
+    void unchangedAnswerMayForbidFurtherUse()
+    {
+        serveKnown(picture(), {}, NotFresh);
+        fetchPicture();
+        resource().headers = {{"Cache-Control", "no-store, max-age=3600"}};
+        fetchPicture();
+        fetchPicture();
+        QCOMPARE(requests(), 3);
+    }
+
+    /// Each start of the program may request thousands of files.
+    void unchangedAnswerIsNotWrittenAgain()
+    {
+        serveKnown(picture(), {}, {{"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}});
+        fetchPicture();
+        QCOMPARE(entries().size(), 1);
+        QVERIFY(makeOlder(entries().first(), NewYear));
+        fetchPicture();
+        QCOMPARE(requests(), 2);
+        QCOMPARE(QFileInfo(entries().first()).lastModified(), NewYear);
+    }
+
+    void alwaysAskedFileIsRequested()
+    {
+        serveKnown(picture(), {}, FreshForAnHour);
+        for (int start = 1; start < 5; ++start) {
+            setup().restartManager();
+            const auto download = restart();
+            download->setAlwaysAsked(true);
+            transfer(download);
+            QVERIFY(content() == picture());
+            QCOMPARE(requests(), start);
+            QCOMPARE(wasAskedForChanges(), start > 1);
+        }
+    }
+
+    void someAnswersAreNotKept_data()
+    {
+        Rows<QByteArray, QByteArray>()
+            .row("not to be stored", "Cache-Control", "No-Store")
+            .row("different each time", "Vary", "*")
+            .row("changed in the second of the answer", "Date", "Mon, 01 Jan 2024 00:00:00 GMT")
+            .row("changed in the second before", "Date", "Mon, 01 Jan 2024 00:00:01 GMT");
+    }
+
+    void someAnswersAreNotKept()
+    {
+        const auto [name, value] = Rows<QByteArray, QByteArray>::current();
+        serveKnown(picture());
+        fetchPicture();
+        QCOMPARE(entries().size(), 1);
+        // The earlier entry is deleted as well.
+        serveKnown("another", {}, {{name, value}}).lastModified = NewYear;
+        fetch("another");
+        QCOMPARE(entries(), QStringList());
+    }
+
+    void answerIsKeptIfItsFileIsOldEnough()
+    {
+        serveKnown(picture(), {}, {{"Date", "Mon, 01 Jan 2024 00:00:02 GMT"}}).lastModified =
+            NewYear;
+        fetchPicture();
+        QCOMPARE(entries().size(), 1);
+    }
+
+    void answerWithATagIsKept()
+    {
+        serveKnown(picture(), One).lastModified = QDateTime();
+        fetchPicture();
+        QCOMPARE(entries().size(), 1);
+        fetchPicture();
+        QCOMPARE(lastHeader("If-None-Match"), One);
+        QVERIFY(!wasAskedForChanges());
+    }
+
+    /// Without a date or a tag the answer cannot be validated later.
+    void answerWithoutDateAndTagIsNotKept()
+    {
+        serveKnown(picture()).lastModified = QDateTime();
+        fetchPicture();
+        QCOMPARE(entries(), QStringList());
+    }
+
+    void oldestAnswersAreDeleted()
+    {
+        // A sparse file takes no space on the disk.
+        const QString old = folder() + "old.d"_s;
+        QVERIFY(writeFile(old, "") && QFile::resize(old, Q_INT64_C(300) * 1024 * 1024));
+        QVERIFY(makeOlder(old, NewYear));
+        serveKnown(picture());
+        fetchPicture();
+        QTRY_VERIFY(!QFile::exists(old));
+        QCOMPARE(entries().size(), 1);
+    }
+
+    void archivesAreNeitherKeptNorRead()
+    {
+        serveKnown(picture(), One);
+        for (int start = 0; start < 2; ++start) {
+            transfer(resumable());
+            QVERIFY(QFile::remove(path()));
+        }
+        QCOMPARE(entries(), QStringList());
+        QCOMPARE(requests(), 4);
+        QVERIFY(lastHeader("If-None-Match").isNull());
+        QCOMPARE(lastHeader("Cache-Control"), QByteArray("no-transform"));
+        QVERIFY(lastHeader("Pragma").isNull());
+    }
+
+    void archiveIsRequestedAlthoughItsAddressIsKept()
+    {
+        serveKnown(picture(), One, FreshForAnHour);
+        fetchPicture();
+        QVERIFY(QFile::remove(path()));
+        server().forgetRequests();
+        transfer(resumable());
+        QCOMPARE(asked(), "HEAD /a, GET /a"_s);
+        QVERIFY(lastHeader("If-None-Match").isNull());
+        QVERIFY(content() == picture());
+        QCOMPARE(entries().size(), 1);
+    }
+
+    void redirectedFileIsKept()
+    {
+        serve({}, "/old"_s).redirect = url().toLatin1();
+        resource("/old"_s).headers = FreshForAnHour;
+        serveKnown(picture(), {}, FreshForAnHour);
+        fetch(picture(), "/old"_s);
+        fetch(picture(), "/old"_s);
+        // Qt sometimes requests a redirected address twice.
+        QVERIFY(server().requests("/old"_s).size() >= 2);
+        QCOMPARE(server().requests("/a"_s).size(), 2);
+        QVERIFY(lastGet().hasHeader("If-Modified-Since"));
+    }
+
+    void changedFileIsNotKept()
+    {
+        serveKnown(picture());
+        QNetworkAccessManager network;
+        const QScopedPointer<QNetworkReply> answer(network.get(QNetworkRequest(QUrl(url()))));
+        QTRY_VERIFY(answer->isFinished());
+        const QByteArray checksum = BodyChecksum::of(picture());
+        AnswerCache cache(folder());
+        QByteArray other = picture();
+        other[0] = static_cast<char>(~other.at(0));
+        QVERIFY(put(other));
+        cache.keep(*answer, path(), checksum, AnswerCache::Asking::WhenStale);
+        QCOMPARE(entries(), QStringList());
+        QVERIFY(put(picture()));
+        cache.keep(*answer, path(), checksum, AnswerCache::Asking::WhenStale);
+        QCOMPARE(entries().size(), 1);
+    }
+
+    void cutBodyIsNotKept_data()
+    {
+        Rows<int, bool, bool, bool> rows; // cut, chunked, without a length, compressed
+        for (const int cut : {0, 1, 1000, 49999}) {
+            const QByteArray after = " after " + QByteArray::number(cut);
+            rows.row("with a length" + after, cut, false, false, false)
+                .row("in chunks" + after, cut, true, false, false)
+                .row("until the connection ends" + after, cut, false, true, false)
+                .row("compressed" + after, cut / 100, false, false, true)
+                .row("compressed in chunks" + after, cut / 100, true, false, true);
+        }
+    }
+
+    void cutBodyIsNotKept()
+    {
+        const auto [cut, chunked, withoutLength, compressed] =
+            Rows<int, bool, bool, bool>::current();
+        HttpResource &file = serveKnown(picture(), One);
+        file.chunked = chunked;
+        file.getWithoutLength = withoutLength;
+        file.compresses = compressed;
+        file.cutAfter = cut;
+        transfer(restart());
+        QCOMPARE(entries(), QStringList());
+        serveKnown(picture(), One);
+        fetchPicture();
+        QVERIFY(lastHeader("If-None-Match").isNull());
+    }
+
+    void fetchesOfOneAddressAtTheSameTime()
+    {
+        serveKnown(picture()).holdAfter = 20000;
+        std::vector<std::unique_ptr<DownloadEvents>> events;
+        for (int number = 0; number < 6; ++number)
+            events.push_back(std::make_unique<DownloadEvents>(manager(), restart()));
+        QVERIFY(server().waitForRequests(6));
+        server().release("/a"_s);
+        for (const auto &each : events)
+            QVERIFY(each->waitForFinished());
+        fetchPicture();
+        QCOMPARE(requests(), 7);
+        QVERIFY(wasAskedForChanges());
+        QCOMPARE(entries().size(), 1);
+    }
+
+    void failedFetchDoesNotAffectOthers()
+    {
+        serveKnown(picture()).holdAfter = 20000;
+        DownloadEvents slow(manager(), restart());
+        QTRY_COMPARE(QFileInfo(path()).size(), 20000);
+        resource().holdAfter.reset();
+        resource().resetAfter = 30000;
+        QVERIFY(transfer(restart()).contains(errorEvent()));
+        QCOMPARE(entries(), QStringList());
+        server().release("/a"_s);
+        QVERIFY(slow.waitForFinished());
+        QCOMPARE(entries().size(), 1);
+        serveKnown(picture());
+        fetchPicture();
+        QVERIFY(wasAskedForChanges());
+    }
+
+    /// Some servers send 304 for an unconditional request.
+    void unexpectedNotModifiedIsRepeated()
+    {
+        serveKnown({}).getStatus = HttpStatus::NOT_MODIFIED;
+        QVERIFY(transfer(restart()).last().startsWith("finished "_s));
+        QCOMPARE(requests(), 2);
+        QCOMPARE(entries(), QStringList());
+    }
+
+    void damagedEntryIsFetchedAgain_data()
+    {
+        Rows<Edit, Headers, int> rows;
+        const auto row = [&rows](const QByteArray &name, const Edit &edit) {
+            rows.row(name, edit, NotFresh, 1).row(name + ", fresh", edit, FreshForAnHour, 0);
+        };
+        row("cut", [](QByteArray &entry) { entry.chop(1); });
+        row("nothing left", [](QByteArray &entry) { entry.clear(); });
+        row("head only", [](QByteArray &entry) { entry.chop(picture().size()); });
+        row("longer", [](QByteArray &entry) { entry.append('x'); });
+        row("changed byte", [](QByteArray &entry) {
+            const int place = entry.size() - 20000;
+            entry[place] = static_cast<char>(entry.at(place) + 1);
+        });
+        row("changed last byte", [](QByteArray &entry) {
+            entry[entry.size() - 1] = static_cast<char>(entry.back() ^ 64);
+        });
+        row("garbage", [](QByteArray &entry) { entry = HttpResource::generated(7, entry.size()); });
+    }
+
+    void damagedEntryIsFetchedAgain()
+    {
+        const auto [edit, headers, questions] = Rows<Edit, Headers, int>::current();
+        serveKnown(picture(), One, headers);
+        fetchPicture();
+        QCOMPARE(entries().size(), 1);
+        QByteArray entry = readFile(entries().first());
+        edit(entry);
+        QVERIFY(writeFile(entries().first(), entry));
+        server().forgetRequests();
+        fetchPicture();
+        QVERIFY(requests() == 1 || requests() == 2);
+        // The answer is kept again.
+        server().forgetRequests();
+        fetchPicture();
+        QCOMPARE(requests(), questions);
+    }
+
+    void folderInThePlaceOfAnEntry()
+    {
+        for (const Headers &headers : {NotFresh, FreshForAnHour}) {
+            serveKnown(picture(), One, headers);
+            fetchPicture();
+            const QString entry = entries().value(0);
+            QVERIFY(QFile::remove(entry) && QDir().mkpath(entry));
+            server().forgetRequests();
+            fetchPicture();
+            QVERIFY(requests() == 1 || requests() == 2);
+            QVERIFY(QDir().rmdir(entry));
+        }
+    }
+
+    void foreignFilesAreNoEntries()
+    {
+        serveKnown(picture(), {}, FreshForAnHour);
+        fetchPicture();
+        QVERIFY(writeFile(folder() + "notes.txt"_s, "of the user"));
+        fetchPicture();
+        manager().clear();
+        QCOMPARE(entries(), QStringList(folder() + "notes.txt"_s));
+    }
+
+    void folderThatCannotBeMade()
+    {
+        QVERIFY(QDir(folder()).removeRecursively());
+        const QString place = folder().chopped(1);
+        QVERIFY(writeFile(place, "in the way"));
+        serveKnown(picture(), {}, FreshForAnHour);
+        fetchPicture();
+        fetchPicture();
+        QCOMPARE(requests(), 2);
+        QCOMPARE(readFile(place), QByteArray("in the way"));
+    }
+
+    void folderThatCannotBeWritten()
+    {
+        serveKnown(picture(), One);
+        fetchPicture();
+        const QString account = QFileInfo(setup().profile().home()).path();
+        letEverybodyWrite(account);
+        const QStringList before = entries();
+        QDirIterator folders(folder(), QDir::Dirs | QDir::NoDotAndDotDot,
+                             QDirIterator::Subdirectories);
+        while (folders.hasNext())
+            setMode(folders.next(), 0555);
+        {
+            const WithoutRights nobody;
+            fetchPicture();
+            QCOMPARE(lastHeader("If-None-Match"), One);
+            serveKnown("another", Two);
+            fetch("another");
+            fetch("another");
+            serve("other", "/other"_s);
+            fetch("other", "/other"_s);
+        }
+        QCOMPARE(entries(), before);
+        letEverybodyWrite(account);
+    }
+
+    void fullDisk_data()
+    {
+        Rows<int>().row("large", 50000).row("small enough to be written in one go", 5000);
+    }
+
+    void fullDisk()
+    {
+        const auto [size] = Rows<int>::current();
+        serveKnown(generated(size), One);
+        // The file fits on the disk, but the entry with its head does not.
+        for (const int room : {size, size + 10, size + 100}) {
+            {
+                const FullDisk disk(static_cast<rlim_t>(room));
+                fetch(generated(size));
+            }
+            QCOMPARE(entries(), QStringList());
+            // No file without a name takes space.
+            QVERIFY(!isAnyOpen());
+        }
+        fetch(generated(size));
+        QCOMPARE(entries().size(), 1);
+        QVERIFY(lastHeader("If-None-Match").isNull());
+    }
+
+    void fullDiskWhileTheTimeIsWritten()
+    {
+        serveKnown(picture(), One);
+        fetchPicture();
+        resource().headers = FreshForAnHour;
+        {
+            const FullDisk disk(50000);
+            fetchPicture();
+        }
+        fetchPicture();
+        fetchPicture();
+    }
+
+    void resetClearsTheCache()
+    {
+        serveKnown(picture());
+        serve("other", "/other"_s);
+        fetchPicture();
+        fetch("other", "/other"_s);
+        QCOMPARE(entries().size(), 2);
+        manager().clear();
+        QCOMPARE(entries(), QStringList());
+        fetchPicture();
+        QVERIFY(!wasAskedForChanges());
+    }
 
 private:
     static QByteArray picture() { return generated(50000); }
     static QString folder() { return AnswerCache::defaultFolder(); }
-    /// Has the server tell who has the file already.
+    /// Serves the file. The server answers 304 if the client has it already.
     HttpResource &serveKnown(const QByteArray &body, const QByteArray &tag = {},
-                             const Headers &headers = {}) const;
-    /// The files with what is kept.
-    static QStringList entries();
-    /// Whether a file of the folder is open, be it one without a name.
-    static bool isAnyOpen();
-    /// Fetches the file as the next start of the program does, and compares it.
-    void fetch(const QByteArray &body, const QString &path = "/a"_s) const;
+                             const Headers &headers = {}) const
+    {
+        HttpResource &file = serve(body);
+        file.knowsWhatIsUnchanged = true;
+        file.entityTag = tag;
+        file.headers = headers;
+        return file;
+    }
+    /// The files of the cache.
+    static QStringList entries()
+    {
+        QStringList found;
+        QDirIterator files(folder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (files.hasNext())
+            found.append(files.next());
+        return found;
+    }
+    /// Whether a file of the folder is open. It may have no name.
+    static bool isAnyOpen()
+    {
+        const QFileInfoList open =
+            QDir("/proc/self/fd"_s).entryInfoList(QDir::Files | QDir::System);
+        return std::any_of(open.begin(), open.end(), [](const QFileInfo &file) {
+            return file.symLinkTarget().startsWith(folder());
+        });
+    }
+    /// Fetches the file in the next run of the program and compares it.
+    void fetch(const QByteArray &body, const QString &path = "/a"_s) const
+    {
+        setup().restartManager();
+        const auto download = restart(path);
+        const QStringList events = transfer(download);
+        // Qt sometimes announces the size of a redirect as well.
+        if (resource(path).redirect.isEmpty())
+            QCOMPARE(events, restartEvents(body.size(), download->getPath()));
+        QVERIFY(readFile(download->getPath()) == body);
+        QVERIFY(manager().find(url(path)).isNull());
+    }
     void fetchPicture() const { fetch(picture()); }
     int requests() const { return server().requests().size(); }
     QByteArray lastHeader(const QByteArray &name) const
@@ -108,541 +598,6 @@ private:
     }
     bool wasAskedForChanges() const { return !lastHeader("If-Modified-Since").isNull(); }
 };
-
-HttpResource &AnswerCacheTest::serveKnown(const QByteArray &body, const QByteArray &tag,
-                                          const Headers &headers) const
-{
-    HttpResource &file = serve(body);
-    file.knowsWhatIsUnchanged = true;
-    file.entityTag = tag;
-    file.headers = headers;
-    return file;
-}
-
-QStringList AnswerCacheTest::entries()
-{
-    QStringList found;
-    QDirIterator files(folder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (files.hasNext())
-        found.append(files.next());
-    return found;
-}
-
-bool AnswerCacheTest::isAnyOpen()
-{
-    const QFileInfoList open = QDir("/proc/self/fd"_s).entryInfoList(QDir::Files | QDir::System);
-    return std::any_of(open.begin(), open.end(), [](const QFileInfo &file) {
-        return file.symLinkTarget().startsWith(folder());
-    });
-}
-
-void AnswerCacheTest::fetch(const QByteArray &body, const QString &path) const
-{
-    setup().restartManager();
-    const auto download = restart(path);
-    const QStringList events = transfer(download);
-    // Of a redirect Qt sometimes tells the size, too.
-    if (resource(path).redirect.isEmpty())
-        QCOMPARE(events, restartEvents(body.size(), download->getPath()));
-    QVERIFY(readFile(download->getPath()) == body);
-    QVERIFY(manager().find(url(path)).isNull());
-}
-
-void AnswerCacheTest::serverIsAskedWhetherItHasChanged_data()
-{
-    Rows<QByteArray, QByteArray>()
-        .row("tag", One, "If-None-Match")
-        .row("weak tag", "W/" + One, "If-None-Match")
-        .row("date", {}, "If-Modified-Since");
-}
-
-void AnswerCacheTest::serverIsAskedWhetherItHasChanged()
-{
-    const auto [tag, header] = Rows<QByteArray, QByteArray>::current();
-    serveKnown(picture(), tag);
-    fetchPicture();
-    QVERIFY(lastHeader(header).isNull());
-    for (int start = 2; start < 5; ++start) {
-        fetchPicture();
-        QCOMPARE(requests(), start);
-        QVERIFY(!lastHeader(header).isNull());
-        QVERIFY(lastHeader("Cache-Control").isNull());
-    }
-    QCOMPARE(log().lines(), QStringList());
-    QCOMPARE(entries().size(), 1);
-}
-
-void AnswerCacheTest::changedFileIsFetched()
-{
-    serveKnown(picture(), One);
-    fetchPicture();
-    serveKnown("another", Two);
-    fetch("another");
-    fetch("another");
-    QCOMPARE(requests(), 3);
-    QCOMPARE(lastHeader("If-None-Match"), Two);
-    QCOMPARE(entries().size(), 1);
-}
-
-void AnswerCacheTest::emptyFileComesAgain()
-{
-    serveKnown("", One);
-    for (int start = 0; start < 3; ++start) {
-        setup().restartManager();
-        QVERIFY(!transfer(restart()).contains(errorEvent()));
-        QVERIFY(exists());
-        QCOMPARE(content(), QByteArray(""));
-    }
-}
-
-void AnswerCacheTest::freshAnswerIsNotAskedFor_data()
-{
-    Rows<Headers> rows;
-    for (const char *control : {"public, max-age=3600", "max-age=\"3600\"",
-                                "Public , MAX-AGE = 3600 ", "max-age=9223372036854775807"})
-        rows.row(control, {{"Cache-Control", control}});
-    rows.row("date", {{"Expires", "Sat, 01 Jan 2050 00:00:00 GMT"}});
-    rows.row("time before date",
-             {{"Cache-Control", "max-age=3600"}, {"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}});
-}
-
-void AnswerCacheTest::freshAnswerIsNotAskedFor()
-{
-    serveKnown(picture(), {}, std::get<0>(Rows<Headers>::current()));
-    for (int start = 0; start < 3; ++start)
-        fetchPicture();
-    QCOMPARE(requests(), 1);
-    QCOMPARE(log().lines(), QStringList());
-}
-
-void AnswerCacheTest::answerThatIsNotFreshIsAskedFor_data()
-{
-    Rows<Headers> rows;
-    for (const char *control :
-         {"max-age=0", "max-age=long", "no-cache, max-age=3600", "max-age=3600 , No-Cache "})
-        rows.row(control, {{"Cache-Control", control}});
-    rows.row("nothing said", {})
-        .row("old already", {{"Cache-Control", "max-age=60"}, {"Age", "61"}})
-        .row("expired", {{"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}})
-        .row("no date", {{"Expires", "0"}})
-        .row("time before date",
-             {{"Cache-Control", "max-age=0"}, {"Expires", "Sat, 01 Jan 2050 00:00:00 GMT"}});
-}
-
-void AnswerCacheTest::answerThatIsNotFreshIsAskedFor()
-{
-    serveKnown(picture(), {}, std::get<0>(Rows<Headers>::current()));
-    fetchPicture();
-    fetchPicture();
-    QCOMPARE(requests(), 2);
-    QVERIFY(wasAskedForChanges());
-}
-
-void AnswerCacheTest::datesAreThoseOfGreenwich_data()
-{
-    Rows<QByteArray, int, int>()
-        .row("fresh in the east", "EAST-5", 1, 1)
-        .row("stale in the west", "WEST5", -1, 2);
-}
-
-void AnswerCacheTest::datesAreThoseOfGreenwich()
-{
-    const auto [zone, hours, expected] = Rows<QByteArray, int, int>::current();
-    const QByteArray before = qgetenv("TZ");
-    const auto restore = qScopeGuard([&before] {
-        before.isNull() ? qunsetenv("TZ") : qputenv("TZ", before);
-        ::tzset();
-    });
-    qputenv("TZ", zone);
-    ::tzset();
-    const QDateTime expiration = QDateTime::currentDateTimeUtc().addSecs(hours * 3600);
-    const QString date = QLocale::c().toString(expiration, "ddd, dd MMM yyyy hh:mm:ss 'GMT'"_s);
-    serveKnown(picture(), {}, {{"Expires", date.toLatin1()}});
-    fetchPicture();
-    fetchPicture();
-    QCOMPARE(requests(), expected);
-}
-
-void AnswerCacheTest::answerBecomesFreshAgain()
-{
-    serveKnown(picture(), {}, NotFresh);
-    fetchPicture();
-    resource().headers = FreshForAnHour;
-    fetchPicture();
-    QCOMPARE(requests(), 2);
-    fetchPicture();
-    fetchPicture();
-    QCOMPARE(requests(), 2);
-}
-
-void AnswerCacheTest::unchangedAnswerMayForbidToGoWithoutAsking()
-{
-    serveKnown(picture(), {}, NotFresh);
-    fetchPicture();
-    resource().headers = {{"Cache-Control", "no-store, max-age=3600"}};
-    fetchPicture();
-    fetchPicture();
-    QCOMPARE(requests(), 3);
-}
-
-/// There may be thousands at each start of the program.
-void AnswerCacheTest::unchangedAnswerIsNotWrittenAnew()
-{
-    serveKnown(picture(), {}, {{"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}});
-    fetchPicture();
-    QCOMPARE(entries().size(), 1);
-    QVERIFY(makeOlder(entries().first(), NewYear));
-    fetchPicture();
-    QCOMPARE(requests(), 2);
-    QCOMPARE(QFileInfo(entries().first()).lastModified(), NewYear);
-}
-
-void AnswerCacheTest::whatIsAlwaysAskedIsAsked()
-{
-    serveKnown(picture(), {}, FreshForAnHour);
-    for (int start = 1; start < 5; ++start) {
-        setup().restartManager();
-        const auto download = restart();
-        download->setAlwaysAsked(true);
-        transfer(download);
-        QVERIFY(content() == picture());
-        QCOMPARE(requests(), start);
-        QCOMPARE(wasAskedForChanges(), start > 1);
-    }
-}
-
-void AnswerCacheTest::answersThatAreNotKept_data()
-{
-    Rows<QByteArray, QByteArray>()
-        .row("not to be stored", "Cache-Control", "No-Store")
-        .row("different each time", "Vary", "*")
-        .row("changed in the second of the answer", "Date", "Mon, 01 Jan 2024 00:00:00 GMT")
-        .row("changed in the second before", "Date", "Mon, 01 Jan 2024 00:00:01 GMT");
-}
-
-void AnswerCacheTest::answersThatAreNotKept()
-{
-    const auto [name, value] = Rows<QByteArray, QByteArray>::current();
-    serveKnown(picture());
-    fetchPicture();
-    QCOMPARE(entries().size(), 1);
-    // What was kept before goes, too.
-    serveKnown("another", {}, {{name, value}}).lastModified = NewYear;
-    fetch("another");
-    QCOMPARE(entries(), QStringList());
-}
-
-void AnswerCacheTest::answerIsKeptWhenItsFileHasRested()
-{
-    serveKnown(picture(), {}, {{"Date", "Mon, 01 Jan 2024 00:00:02 GMT"}}).lastModified = NewYear;
-    fetchPicture();
-    QCOMPARE(entries().size(), 1);
-}
-
-void AnswerCacheTest::tagIsEnoughToKeepAnAnswer()
-{
-    serveKnown(picture(), One).lastModified = QDateTime();
-    fetchPicture();
-    QCOMPARE(entries().size(), 1);
-    fetchPicture();
-    QCOMPARE(lastHeader("If-None-Match"), One);
-    QVERIFY(!wasAskedForChanges());
-}
-
-/// There is nothing by which it could be asked again.
-void AnswerCacheTest::answerThatTellsNothingIsNotKept()
-{
-    serveKnown(picture()).lastModified = QDateTime();
-    fetchPicture();
-    QCOMPARE(entries(), QStringList());
-}
-
-void AnswerCacheTest::oldestAnswersGoWhenThereAreTooMany()
-{
-    // Without content, so that it takes no room on the disk.
-    const QString old = folder() + "old.d"_s;
-    QVERIFY(writeFile(old, "") && QFile::resize(old, Q_INT64_C(300) * 1024 * 1024));
-    QVERIFY(makeOlder(old, NewYear));
-    serveKnown(picture());
-    fetchPicture();
-    QTRY_VERIFY(!QFile::exists(old));
-    QCOMPARE(entries().size(), 1);
-}
-
-void AnswerCacheTest::archivesAreNeitherKeptNorRead()
-{
-    serveKnown(picture(), One);
-    for (int start = 0; start < 2; ++start) {
-        transfer(resumable());
-        QVERIFY(QFile::remove(path()));
-    }
-    QCOMPARE(entries(), QStringList());
-    QCOMPARE(requests(), 4);
-    QVERIFY(lastHeader("If-None-Match").isNull());
-    QCOMPARE(lastHeader("Cache-Control"), QByteArray("no-transform"));
-    QVERIFY(lastHeader("Pragma").isNull());
-}
-
-void AnswerCacheTest::archiveOfAnAddressThatIsKeptComesFromTheServer()
-{
-    serveKnown(picture(), One, FreshForAnHour);
-    fetchPicture();
-    QVERIFY(QFile::remove(path()));
-    server().forgetRequests();
-    transfer(resumable());
-    QCOMPARE(asked(), "HEAD /a, GET /a"_s);
-    QVERIFY(lastHeader("If-None-Match").isNull());
-    QVERIFY(content() == picture());
-    QCOMPARE(entries().size(), 1);
-}
-
-void AnswerCacheTest::redirectedFileIsKept()
-{
-    serve({}, "/old"_s).redirect = url().toLatin1();
-    resource("/old"_s).headers = FreshForAnHour;
-    serveKnown(picture(), {}, FreshForAnHour);
-    fetch(picture(), "/old"_s);
-    fetch(picture(), "/old"_s);
-    // Qt sometimes asks for a redirect twice.
-    QVERIFY(server().requests("/old"_s).size() >= 2);
-    QCOMPARE(server().requests("/a"_s).size(), 2);
-    QVERIFY(lastGet().hasHeader("If-Modified-Since"));
-}
-
-void AnswerCacheTest::fileThatHasChangedMeanwhileIsNotKept()
-{
-    serveKnown(picture());
-    QNetworkAccessManager network;
-    const QScopedPointer<QNetworkReply> answer(network.get(QNetworkRequest(QUrl(url()))));
-    QTRY_VERIFY(answer->isFinished());
-    const QByteArray checksum = BodyChecksum::of(picture());
-    AnswerCache cache(folder());
-    QByteArray other = picture();
-    other[0] = static_cast<char>(~other.at(0));
-    QVERIFY(put(other));
-    cache.keep(*answer, path(), checksum, AnswerCache::Asking::WhenStale);
-    QCOMPARE(entries(), QStringList());
-    QVERIFY(put(picture()));
-    cache.keep(*answer, path(), checksum, AnswerCache::Asking::WhenStale);
-    QCOMPARE(entries().size(), 1);
-}
-
-void AnswerCacheTest::bodyThatIsCutIsNotKept_data()
-{
-    Rows<int, bool, bool, bool> rows; // cut, chunked, without a length, compressed
-    for (const int cut : {0, 1, 1000, 49999}) {
-        const QByteArray after = " after " + QByteArray::number(cut);
-        rows.row("with a length" + after, cut, false, false, false)
-            .row("in chunks" + after, cut, true, false, false)
-            .row("until the connection ends" + after, cut, false, true, false)
-            .row("compressed" + after, cut / 100, false, false, true)
-            .row("compressed in chunks" + after, cut / 100, true, false, true);
-    }
-}
-
-void AnswerCacheTest::bodyThatIsCutIsNotKept()
-{
-    const auto [cut, chunked, withoutLength, compressed] = Rows<int, bool, bool, bool>::current();
-    HttpResource &file = serveKnown(picture(), One);
-    file.chunked = chunked;
-    file.getWithoutLength = withoutLength;
-    file.compresses = compressed;
-    file.cutAfter = cut;
-    transfer(restart());
-    QCOMPARE(entries(), QStringList());
-    serveKnown(picture(), One);
-    fetchPicture();
-    QVERIFY(lastHeader("If-None-Match").isNull());
-}
-
-void AnswerCacheTest::fetchesOfOneAddressAtTheSameTime()
-{
-    serveKnown(picture()).holdAfter = 20000;
-    std::vector<std::unique_ptr<DownloadEvents>> events;
-    for (int number = 0; number < 6; ++number)
-        events.push_back(std::make_unique<DownloadEvents>(manager(), restart()));
-    QVERIFY(server().waitForRequests(6));
-    server().release("/a"_s);
-    for (const auto &each : events)
-        QVERIFY(each->waitForFinished());
-    fetchPicture();
-    QCOMPARE(requests(), 7);
-    QVERIFY(wasAskedForChanges());
-    QCOMPARE(entries().size(), 1);
-}
-
-void AnswerCacheTest::failureOfOneFetchHurtsNoOther()
-{
-    serveKnown(picture()).holdAfter = 20000;
-    DownloadEvents slow(manager(), restart());
-    QTRY_COMPARE(QFileInfo(path()).size(), 20000);
-    resource().holdAfter.reset();
-    resource().resetAfter = 30000;
-    QVERIFY(transfer(restart()).contains(errorEvent()));
-    QCOMPARE(entries(), QStringList());
-    server().release("/a"_s);
-    QVERIFY(slow.waitForFinished());
-    QCOMPARE(entries().size(), 1);
-    serveKnown(picture());
-    fetchPicture();
-    QVERIFY(wasAskedForChanges());
-}
-
-/// Some servers say so to those who have not asked.
-void AnswerCacheTest::unchangedForNobody()
-{
-    serveKnown({}).getStatus = HttpStatus::NOT_MODIFIED;
-    QVERIFY(transfer(restart()).last().startsWith("finished "_s));
-    QCOMPARE(requests(), 2);
-    QCOMPARE(entries(), QStringList());
-}
-
-void AnswerCacheTest::damagedEntryIsFetchedAnew_data()
-{
-    Rows<Edit, Headers, int> rows;
-    const auto row = [&rows](const QByteArray &name, const Edit &edit) {
-        rows.row(name, edit, NotFresh, 1).row(name + ", fresh", edit, FreshForAnHour, 0);
-    };
-    row("cut", [](QByteArray &entry) { entry.chop(1); });
-    row("nothing left", [](QByteArray &entry) { entry.clear(); });
-    row("head only", [](QByteArray &entry) { entry.chop(picture().size()); });
-    row("longer", [](QByteArray &entry) { entry.append('x'); });
-    row("changed byte", [](QByteArray &entry) {
-        const int place = entry.size() - 20000;
-        entry[place] = static_cast<char>(entry.at(place) + 1);
-    });
-    row("changed last byte",
-        [](QByteArray &entry) { entry[entry.size() - 1] = static_cast<char>(entry.back() ^ 64); });
-    row("garbage", [](QByteArray &entry) { entry = HttpResource::generated(7, entry.size()); });
-}
-
-void AnswerCacheTest::damagedEntryIsFetchedAnew()
-{
-    const auto [edit, headers, questions] = Rows<Edit, Headers, int>::current();
-    serveKnown(picture(), One, headers);
-    fetchPicture();
-    QCOMPARE(entries().size(), 1);
-    QByteArray entry = readFile(entries().first());
-    edit(entry);
-    QVERIFY(writeFile(entries().first(), entry));
-    server().forgetRequests();
-    fetchPicture();
-    QVERIFY(requests() == 1 || requests() == 2);
-    // It is kept again.
-    server().forgetRequests();
-    fetchPicture();
-    QCOMPARE(requests(), questions);
-}
-
-void AnswerCacheTest::folderInThePlaceOfAnEntry()
-{
-    for (const Headers &headers : {NotFresh, FreshForAnHour}) {
-        serveKnown(picture(), One, headers);
-        fetchPicture();
-        const QString entry = entries().value(0);
-        QVERIFY(QFile::remove(entry) && QDir().mkpath(entry));
-        server().forgetRequests();
-        fetchPicture();
-        QVERIFY(requests() == 1 || requests() == 2);
-        QVERIFY(QDir().rmdir(entry));
-    }
-}
-
-void AnswerCacheTest::foreignFilesAreNoEntries()
-{
-    serveKnown(picture(), {}, FreshForAnHour);
-    fetchPicture();
-    QVERIFY(writeFile(folder() + "notes.txt"_s, "of the user"));
-    fetchPicture();
-    manager().clear();
-    QCOMPARE(entries(), QStringList(folder() + "notes.txt"_s));
-}
-
-void AnswerCacheTest::folderThatCannotBeMade()
-{
-    QVERIFY(QDir(folder()).removeRecursively());
-    const QString place = folder().chopped(1);
-    QVERIFY(writeFile(place, "in the way"));
-    serveKnown(picture(), {}, FreshForAnHour);
-    fetchPicture();
-    fetchPicture();
-    QCOMPARE(requests(), 2);
-    QCOMPARE(readFile(place), QByteArray("in the way"));
-}
-
-void AnswerCacheTest::folderThatCannotBeWritten()
-{
-    serveKnown(picture(), One);
-    fetchPicture();
-    const QString account = QFileInfo(setup().profile().home()).path();
-    letEverybodyWrite(account);
-    const QStringList before = entries();
-    QDirIterator folders(folder(), QDir::Dirs | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (folders.hasNext())
-        setMode(folders.next(), 0555);
-    {
-        const WithoutRights nobody;
-        fetchPicture();
-        QCOMPARE(lastHeader("If-None-Match"), One);
-        serveKnown("another", Two);
-        fetch("another");
-        fetch("another");
-        serve("other", "/other"_s);
-        fetch("other", "/other"_s);
-    }
-    QCOMPARE(entries(), before);
-    letEverybodyWrite(account);
-}
-
-void AnswerCacheTest::fullDisk_data()
-{
-    Rows<int>().row("large", 50000).row("small enough to be written in one go", 5000);
-}
-
-void AnswerCacheTest::fullDisk()
-{
-    const auto [size] = Rows<int>::current();
-    serveKnown(generated(size), One);
-    // The file itself fits, which is smaller than the file with the head of its answer.
-    for (const int room : {size, size + 10, size + 100}) {
-        {
-            const FullDisk disk(static_cast<rlim_t>(room));
-            fetch(generated(size));
-        }
-        QCOMPARE(entries(), QStringList());
-        // Nor does anything take room without a name.
-        QVERIFY(!isAnyOpen());
-    }
-    fetch(generated(size));
-    QCOMPARE(entries().size(), 1);
-    QVERIFY(lastHeader("If-None-Match").isNull());
-}
-
-void AnswerCacheTest::fullDiskWhileTheTimeIsWritten()
-{
-    serveKnown(picture(), One);
-    fetchPicture();
-    resource().headers = FreshForAnHour;
-    {
-        const FullDisk disk(50000);
-        fetchPicture();
-    }
-    fetchPicture();
-    fetchPicture();
-}
-
-void AnswerCacheTest::resetClearsIt()
-{
-    serveKnown(picture());
-    serve("other", "/other"_s);
-    fetchPicture();
-    fetch("other", "/other"_s);
-    QCOMPARE(entries().size(), 2);
-    manager().clear();
-    QCOMPARE(entries(), QStringList());
-    fetchPicture();
-    QVERIFY(!wasAskedForChanges());
-}
 
 KAVO_TEST_MAIN(AnswerCacheTest)
 #include "AnswerCacheTest.moc"

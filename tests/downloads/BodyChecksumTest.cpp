@@ -7,17 +7,6 @@
 
 using Kavo::Managers::BodyChecksum;
 
-class BodyChecksumTest final : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void piecesMakeNoDifference();
-    void everyChangedBitShows();
-    void lengthShows();
-    void movedBytesShow();
-};
-
 namespace {
 
 QByteArray randomBytes(int count)
@@ -31,47 +20,54 @@ QByteArray randomBytes(int count)
 
 } // namespace
 
-void BodyChecksumTest::piecesMakeNoDifference()
+class BodyChecksumTest final : public QObject
 {
-    const QByteArray bytes = randomBytes(1003);
-    const QByteArray whole = BodyChecksum::of(bytes);
-    for (int size = 1; size < 40; ++size) {
-        BodyChecksum sum;
-        for (int at = 0; at < bytes.size(); at += size)
-            sum.add(bytes.constData() + at, qMin(size, bytes.size() - at));
-        QCOMPARE(sum.result(), whole);
-        QCOMPARE(sum.result(), whole);
+    Q_OBJECT
+
+private slots:
+    void piecesMakeNoDifference()
+    {
+        const QByteArray bytes = randomBytes(1003);
+        const QByteArray whole = BodyChecksum::of(bytes);
+        for (int size = 1; size < 40; ++size) {
+            BodyChecksum sum;
+            for (int at = 0; at < bytes.size(); at += size)
+                sum.add(bytes.constData() + at, qMin(size, bytes.size() - at));
+            QCOMPARE(sum.result(), whole);
+            QCOMPARE(sum.result(), whole);
+        }
     }
-}
 
-void BodyChecksumTest::everyChangedBitShows()
-{
-    QByteArray bytes = randomBytes(103);
-    QSet<QByteArray> sums{BodyChecksum::of(bytes)};
-    for (int bit = 0; bit < bytes.size() * 8; ++bit) {
-        const char before = bytes.at(bit / 8);
-        bytes[bit / 8] = static_cast<char>(before ^ (1 << bit % 8));
-        sums.insert(BodyChecksum::of(bytes));
-        bytes[bit / 8] = before;
+    void everyChangedBitShows()
+    {
+        QByteArray bytes = randomBytes(103);
+        QSet<QByteArray> sums{BodyChecksum::of(bytes)};
+        for (int bit = 0; bit < bytes.size() * 8; ++bit) {
+            const char before = bytes.at(bit / 8);
+            bytes[bit / 8] = static_cast<char>(before ^ (1 << bit % 8));
+            sums.insert(BodyChecksum::of(bytes));
+            bytes[bit / 8] = before;
+        }
+        QCOMPARE(sums.size(), bytes.size() * 8 + 1);
     }
-    QCOMPARE(sums.size(), bytes.size() * 8 + 1);
-}
 
-void BodyChecksumTest::lengthShows()
-{
-    QSet<QByteArray> sums;
-    for (int length = 0; length < 100; ++length)
-        sums.insert(BodyChecksum::of(QByteArray(length, '\0')));
-    QCOMPARE(sums.size(), 100);
-}
+    void lengthShows()
+    {
+        QSet<QByteArray> sums;
+        for (int length = 0; length < 100; ++length)
+            sums.insert(BodyChecksum::of(QByteArray(length, '\0')));
+        QCOMPARE(sums.size(), 100);
+    }
 
-/// As when a disk gives out one sector for another.
-void BodyChecksumTest::movedBytesShow()
-{
-    const QByteArray bytes = randomBytes(1024);
-    for (const int size : {1, 8, 64, 512})
-        QVERIFY(BodyChecksum::of(bytes.mid(size) + bytes.left(size)) != BodyChecksum::of(bytes));
-}
+    /// A disk may return one sector in place of another.
+    void movedBytesShow()
+    {
+        const QByteArray bytes = randomBytes(1024);
+        for (const int size : {1, 8, 64, 512})
+            QVERIFY(BodyChecksum::of(bytes.mid(size) + bytes.left(size)) !=
+                    BodyChecksum::of(bytes));
+    }
+};
 
 QTEST_APPLESS_MAIN(BodyChecksumTest)
 #include "BodyChecksumTest.moc"

@@ -12,16 +12,16 @@ class DownloadManager;
 
 namespace Kavo::Testing {
 
-/// What a download announces, written down in order: "Download", "size 5000", "error Server Error",
-/// "Finished", "finished /path". Sizes of the growing file are kept apart, because their number
-/// depends on how the bytes come in. Does not keep the download alive.
+/// The signals of a download in their order: "Download", "size 5000", "error Server Error",
+/// "Finished", "finished /path". Sizes of the growing file are in a list of their own, because
+/// their number depends on how the bytes arrive. Does not keep the download alive.
 class DownloadEvents final : public QObject
 {
     Q_OBJECT
 
 public:
     explicit DownloadEvents(const QSharedPointer<Models::Download> &download);
-    /// Those of a download that the manager gets now, to be started at once.
+    /// Adds the download to the manager as well, which starts it at once.
     DownloadEvents(Managers::DownloadManager &manager,
                    const QSharedPointer<Models::Download> &download);
 
@@ -42,7 +42,7 @@ private:
     bool m_finished = false;
 };
 
-/// What stands among the events for an error.
+/// The event of an error.
 QString errorEvent();
 
 /// The events of a transfer without errors.

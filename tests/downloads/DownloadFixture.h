@@ -11,9 +11,8 @@
 
 namespace Kavo::Testing {
 
-/// A test of transfers. Each test function begins with a setup of its own. Unless a function is
-/// told otherwise, it speaks of one file, which the server has under "/a" and which goes to the
-/// place of the name "a".
+/// Base of tests of transfers. Each test function has a setup of its own. The default file of all
+/// functions is "/a" on the server and "a" in the cache folder.
 class DownloadFixture : public QObject
 {
     Q_OBJECT
@@ -35,7 +34,7 @@ protected:
     QString url(const QString &path = "/a"_s) const { return server().url(path); }
     /// The last GET.
     HttpRequest lastGet(const QString &path = "/a"_s) const { return server().last("GET", path); }
-    /// What it asked for, null when for the whole.
+    /// The range that it requested, null if it requested the whole file.
     QByteArray range(const QString &path = "/a"_s) const { return lastGet(path).header("Range"); }
     /// All requests: "HEAD /a, GET /a".
     QString asked() const { return server().log().join(", "_s); }
@@ -43,7 +42,7 @@ protected:
     /// Downloads of a file of the server, as the program makes them.
     Pointer resumable(const QString &path = "/a"_s) const;
     Pointer restart(const QString &path = "/a"_s) const;
-    /// Adds the download and waits for its end. Returns what it has announced.
+    /// Adds the download and waits for its end. Returns its events.
     QStringList transfer(const Pointer &download) const;
 
     QString path(const QString &name = "a"_s) const { return m_setup->path(name); }

@@ -15,7 +15,7 @@ bool refusesMarks = false;
 
 constexpr int LongestMark = 4096;
 
-/// The system's own call, or the answer of a disk that knows no marks.
+/// The call of the system, or the error of a disk without extended attributes.
 template<typename... Arguments>
 long call(long number, Arguments... arguments)
 {

@@ -2,6 +2,7 @@
 #include "tests/downloads/DownloadSetup.h"
 #include "tests/support/Archives.h"
 #include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDeadlineTimer>
@@ -24,7 +25,7 @@ qint64 residentMemory()
     return pages.toLongLong() * 4096;
 }
 
-/// A server that sends also while the test's own thread is busy.
+/// A server in a thread of its own, which sends while the thread of the test is busy.
 class ServerThread final : public QThread
 {
 public:
@@ -62,78 +63,72 @@ private:
 
 } // namespace
 
-/// How much of a body stands in memory.
+/// How much memory a transfer needs.
 class TransferMemoryTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void slowDiskDoesNotFillTheMemory();
-    void bodyThatIsNotWrittenDoesNotFillTheMemory_data();
-    void bodyThatIsNotWrittenDoesNotFillTheMemory();
-};
+    /// The writing side stands still, as with a disk that is slower than the network, until the
+    /// memory has grown over the bound or would have had the time to.
+    void slowDiskDoesNotFillTheMemory()
+    {
+        constexpr qint64 Bound = 48 * Mebibyte;
+        constexpr int StandstillInMilliseconds = 3000;
+        DownloadSetup setup;
+        const ServerThread server;
+        const auto download = DownloadSetup::restart(server.url());
+        DownloadEvents events(download);
+        qint64 growth = 0;
+        const auto standStill = [&growth] {
+            const qint64 before = residentMemory();
+            const QDeadlineTimer deadline(StandstillInMilliseconds);
+            while (growth < Bound && !deadline.hasExpired())
+                growth = residentMemory() - before;
+        };
+        bool stoodStill = false;
+        connect(download.data(), &Download::currentSize, this, [&] {
+            if (!std::exchange(stoodStill, true))
+                standStill();
+        });
+        setup.manager().add(download, false);
+        QVERIFY(events.waitForFinished(60000));
+        QVERIFY2(growth < Bound, qPrintable("%1 bytes"_s.arg(growth)));
+        QCOMPARE(QFileInfo(download->getPath()).size(), ServerThread::Size);
+    }
 
-/// The writing side stands still, as with a disk that is slower than the network, until the memory
-/// has grown over the bound or would have had the time to.
-void TransferMemoryTest::slowDiskDoesNotFillTheMemory()
-{
-    constexpr qint64 Bound = 48 * Mebibyte;
-    constexpr int StandstillInMilliseconds = 3000;
-    DownloadSetup setup;
-    const ServerThread server;
-    const auto download = DownloadSetup::restart(server.url());
-    DownloadEvents events(download);
-    qint64 growth = 0;
-    const auto standStill = [&growth] {
+    void bodyThatIsNotWrittenDoesNotFillTheMemory_data()
+    {
+        Rows<QString, int>()
+            .row("place that cannot be opened", "/no/such/folder/file", 200)
+            .row("place that cannot be written", "/dev/full", 200)
+            .row("page of an error", "", 503);
+    }
+
+    void bodyThatIsNotWrittenDoesNotFillTheMemory()
+    {
+        const auto [linkTarget, status] = Rows<QString, int>::current();
+        constexpr qint64 Bound = 48 * Mebibyte;
+        DownloadSetup setup;
+        HttpResource resource;
+        resource.getStatus = status;
+        const ServerThread server(resource);
+        const auto download = DownloadSetup::resumable(server.url());
+        DownloadEvents events(download);
+        if (!linkTarget.isEmpty())
+            QVERIFY(QFile::link(linkTarget, setup.path("a"_s)));
         const qint64 before = residentMemory();
-        const QDeadlineTimer deadline(StandstillInMilliseconds);
-        while (growth < Bound && !deadline.hasExpired())
-            growth = residentMemory() - before;
-    };
-    bool stoodStill = false;
-    connect(download.data(), &Download::currentSize, this, [&] {
-        if (!std::exchange(stoodStill, true))
-            standStill();
-    });
-    setup.manager().add(download, false);
-    QVERIFY(events.waitForFinished(60000));
-    QVERIFY2(growth < Bound, qPrintable("%1 bytes"_s.arg(growth)));
-    QCOMPARE(QFileInfo(download->getPath()).size(), ServerThread::Size);
-}
-
-void TransferMemoryTest::bodyThatIsNotWrittenDoesNotFillTheMemory_data()
-{
-    QTest::addColumn<QString>("linkTarget");
-    QTest::addColumn<int>("status");
-    QTest::newRow("place that cannot be opened") << "/no/such/folder/file"_s << 200;
-    QTest::newRow("place that cannot be written") << "/dev/full"_s << 200;
-    QTest::newRow("page of an error") << QString() << 503;
-}
-
-void TransferMemoryTest::bodyThatIsNotWrittenDoesNotFillTheMemory()
-{
-    QFETCH(QString, linkTarget);
-    QFETCH(int, status);
-    constexpr qint64 Bound = 48 * Mebibyte;
-    DownloadSetup setup;
-    HttpResource resource;
-    resource.getStatus = status;
-    const ServerThread server(resource);
-    const auto download = DownloadSetup::resumable(server.url());
-    DownloadEvents events(download);
-    if (!linkTarget.isEmpty())
-        QVERIFY(QFile::link(linkTarget, setup.path("a"_s)));
-    const qint64 before = residentMemory();
-    qint64 growth = 0;
-    // Whatever piled up is there until the end.
-    const auto measure = [&] { growth = qMax(growth, residentMemory() - before); };
-    connect(download.data(), &Download::currentSize, this, measure);
-    connect(download.data(), &Download::processChanged, this, measure);
-    setup.manager().add(download, false);
-    QVERIFY(events.waitForFinished(60000));
-    QVERIFY2(growth < Bound, qPrintable("%1 bytes"_s.arg(growth)));
-    QVERIFY(events.list().contains("error Server Error"_s));
-}
+        qint64 growth = 0;
+        // Buffered bytes stay in memory until the end.
+        const auto measure = [&] { growth = qMax(growth, residentMemory() - before); };
+        connect(download.data(), &Download::currentSize, this, measure);
+        connect(download.data(), &Download::processChanged, this, measure);
+        setup.manager().add(download, false);
+        QVERIFY(events.waitForFinished(60000));
+        QVERIFY2(growth < Bound, qPrintable("%1 bytes"_s.arg(growth)));
+        QVERIFY(events.list().contains("error Server Error"_s));
+    }
+};
 
 KAVO_TEST_MAIN(TransferMemoryTest)
 #include "TransferMemoryTest.moc"

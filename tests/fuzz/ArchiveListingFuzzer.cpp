@@ -1,5 +1,5 @@
-// Feeds the reader of archive listings with whatever libFuzzer thinks of, and what it has read to
-// the search for ways out of a folder. Ends the process when a promise of one of the two is broken.
+// Feeds the reader of archive listings with input made by libFuzzer, and feeds the result to the
+// search for entries that leave a folder. Ends the process when one of the two breaks a promise.
 
 #include "core/ArchiveListingReader.h"
 #include "packages/installation/ArchiveContainment.h"
@@ -37,8 +37,8 @@ bool areEqual(const ArchiveListing &a, const ArchiveListing &b)
     return equal;
 }
 
-/// A file system as an unpacking without any care would make it, told in another way than by the
-/// code under test: every name that is met on a path is looked up by recursion.
+/// A file system as careless unpacking would create it. It works differently from the code under
+/// test: each name on a path is looked up recursively.
 class ModelFolder final
 {
 public:
@@ -83,7 +83,7 @@ private:
             const auto link = m_links.constFind(at);
             if (link == m_links.constEnd())
                 continue;
-            // The kernel gives up as well, before it has gone anywhere.
+            // The kernel gives up as well, before any file is opened.
             if (depth > 100)
                 return true;
             at.removeLast();

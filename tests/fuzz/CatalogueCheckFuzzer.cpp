@@ -1,5 +1,5 @@
-// Feeds the check of catalogues with whatever libFuzzer thinks of, and ends the process when the
-// check and the clients' parser disagree about what can be read, or a finding makes no sense.
+// Feeds the check of catalogues with input made by libFuzzer. Ends the process when the check and
+// the clients' parser disagree about what can be read, or when a finding makes no sense.
 
 #include "packages/catalogue/CatalogueParser.h"
 #include "tests/fuzz/Require.h"

@@ -1,8 +1,8 @@
-// Feeds the parser of catalogues with whatever libFuzzer thinks of, and ends the process when a
-// promise of the parser or of those who read its rules next is broken.
+// Feeds the parser of catalogues with input made by libFuzzer. Ends the process when the parser, or
+// the code that reads its rules next, breaks a promise.
 //
-// Dependency entries are read the way the program reads them while a catalogue is loaded: empty
-// ones are left out, because asking about an empty one ends the process on purpose.
+// Dependency entries are read as the program reads them while a catalogue is loaded: empty ones are
+// left out, because resolving an empty entry ends the process on purpose.
 
 #include "core/ContainedPath.h"
 #include "packages/catalogue/CatalogueParser.h"
@@ -32,7 +32,7 @@ bool haveEqualVersions(const Package &a, const Package &b)
     return equal;
 }
 
-/// Everything that does not depend on the language.
+/// All values that do not depend on the language.
 bool haveEqualData(const Package &a, const Package &b)
 {
     return a.id() == b.id() && a.productId() == b.productId() && a.icon() == b.icon() &&
@@ -46,7 +46,7 @@ bool haveEqualTexts(const Package &a, const Package &b)
            a.shortDescription() == b.shortDescription();
 }
 
-/// The rule for entries told a second time and in another way: by counting folders down and up.
+/// The rule for entries in another implementation: it counts folders down and up.
 bool shouldBeAccepted(const QString &entry)
 {
     if (entry.startsWith(QLatin1Char('/')) || entry.contains(QChar::Null))

@@ -3,6 +3,7 @@
 #include "core/FileCopy.h"
 #include "tests/integration/DemonstrationAddOns.h"
 #include "tests/packages/UpdateSetup.h"
+#include "tests/support/Literals.h"
 
 #include <QDir>
 #include <QProcess>
@@ -20,26 +21,27 @@ constexpr QFile::Permissions OwnersOnly = QFile::ReadOwner | QFile::WriteOwner;
 constexpr QFile::Permissions Program = OwnersOnly | QFile::ExeOwner | QFile::ReadGroup |
                                        QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
 
-/// What the owner may is told twice: once as the owner, once as whoever asks.
+/// Qt reports the rights of the owner twice: as the owner's and as those of whoever asks.
 QFile::Permissions withoutAsker(QFile::Permissions permissions)
 {
     return permissions & ~(QFile::ReadUser | QFile::WriteUser | QFile::ExeUser);
 }
 
-bool runProgram(const QString &program, const QStringList &arguments)
+/// Replaces a folder by a copy of another one. Returns success.
+bool copyFolder(const QString &from, const QString &to)
 {
-    return QProcess::execute(program, arguments) == 0;
+    return QDir(to).removeRecursively() && QProcess::execute("cp"_s, {"-a"_s, from, to}) == 0;
 }
 
 QString integrityOf(const QString &path)
 {
-    const QString connection = QStringLiteral("integrity reader");
-    QString answer = QStringLiteral("cannot be read");
+    const QString connection = "integrity reader"_s;
+    QString answer = "cannot be read"_s;
     {
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE"_s, connection);
         database.setDatabaseName(path);
         database.open();
-        QSqlQuery query(QStringLiteral("PRAGMA integrity_check"), database);
+        QSqlQuery query("PRAGMA integrity_check"_s, database);
         if (query.next())
             answer = query.value(0).toString();
     }
@@ -73,25 +75,17 @@ QStringList AddOnUser::arguments(const QString &order)
 
 void AddOnUser::takeAsDone(const QString &order)
 {
-    const AddOns::Installed before = m_installed;
-    const QStringList wanted = order.split(QLatin1Char(' ')).mid(1);
-    for (const QString &text : wanted) {
-        const int id = text.section(QLatin1Char(':'), 0, 0).toInt();
-        if (order.startsWith(QLatin1String("uninstall")))
-            m_addOns.uninstall(m_installed, id);
-        else
-            m_addOns.install(m_installed, id, text.section(QLatin1Char(':'), 1));
-    }
+    const AddOns::Installed before = std::exchange(m_installed, after(order));
     const QStringList kept = preserved();
     for (const QString &path : m_own.keys()) {
         if (!kept.contains(path))
             m_own.remove(path);
     }
-    // Whatever becomes of an add-on, first its backups return.
-    for (auto version = before.cbegin(); version != before.cend(); ++version) {
-        if (m_installed.value(version.key()) == version.value())
+    // An add-on that is replaced or removed first returns its backups.
+    for (const int id : before.keys()) {
+        if (m_installed.value(id) == before.value(id))
             continue;
-        for (const QString &path : m_addOns.version(version.key(), version.value()).backup)
+        for (const QString &path : m_addOns.version(id, before.value(id)).backup)
             m_gone.remove(path);
     }
 }
@@ -99,17 +93,10 @@ void AddOnUser::takeAsDone(const QString &order)
 void AddOnUser::fly()
 {
     m_own.clear();
-    QFile::Permissions permissions = OwnersOnly;
-    for (const QString &path : preserved()) {
-        const Kept file{newContent(m_ownBytes), permissions};
-        if (!writeFile(m_engine.simulator(path), file.content) ||
-            !QFile::setPermissions(m_engine.simulator(path), permissions))
-            qFatal("The user's file cannot be written");
-        m_own.insert(path, file);
-        permissions = Program;
-    }
+    for (const QString &path : preserved())
+        writeKept(m_own, path, OwnersOnly);
     for (const QString &path : backedUp()) {
-        // A file in its place belongs to an add-on.
+        // Any other content is an add-on's.
         const bool stands = readFile(m_engine.simulator(path)) == m_originals.value(path).content;
         if (stands && m_random() % 2 == 0 && QFile::remove(m_engine.simulator(path)))
             m_gone.insert(path);
@@ -141,11 +128,11 @@ QString AddOnUser::faultAfterDeath(const QString &order)
     const QString simulator = m_engine.simulator({});
     for (auto file = m_others.cbegin(); file != m_others.cend(); ++file) {
         if (readFile(simulator + file.key()) != file.value())
-            return QStringLiteral("not as it was: ") + file.key();
+            return "not as it was: "_s + file.key();
     }
     KeptFiles kept = m_originals;
-    const bool removes = order.startsWith(QLatin1String("uninstall"));
-    // The user's files among those of an add-on go with it.
+    const bool removes = order.startsWith("uninstall"_s);
+    // A removal deletes the user's files with the add-on.
     if (!removes)
         kept.unite(m_own);
     for (auto file = kept.cbegin(); file != kept.cend(); ++file) {
@@ -153,19 +140,17 @@ QString AddOnUser::faultAfterDeath(const QString &order)
                                    ? m_engine.profile().backupFolder() + file.key()
                                    : m_engine.profile().preserveFolder() + file.key();
         if (readFile(parked) != file->content && readFile(simulator + file.key()) != file->content)
-            return QStringLiteral("nowhere any more: ") + file.key();
+            return "nowhere any more: "_s + file.key();
         if (QFile::exists(parked) && readFile(parked) != file->content)
-            return QStringLiteral("not the user's: ") + parked;
+            return "not the user's: "_s + parked;
     }
     return faultInCache();
 }
 
 QString AddOnUser::faultOnceStarted(const QString &order, int *unseen)
 {
-    const AddOns::Installed left = remaining(order);
-    QString fault;
-    if (!m_engine.refreshAsServed())
-        fault = QStringLiteral("lists nothing");
+    const AddOns::Installed left = after(order);
+    QString fault = m_engine.refreshAsServed() ? QString() : "lists nothing"_s;
     for (const int id : m_addOns.ids()) {
         if (fault.isEmpty())
             fault = faultInShown(id, isInstalled(id) && !left.contains(id), unseen);
@@ -177,8 +162,9 @@ QString AddOnUser::faultOnceStarted(const QString &order, int *unseen)
 QString AddOnUser::faultWhenDone()
 {
     for (const QString &fault :
-         {faultInTree(), faultInKept(m_own, m_engine.simulator({})), faultInBackups(),
-          faultInCache(), faultInDatabases(), strayFile()}) {
+         {differences(fileTree(m_engine.simulator({})), wantedTree()).join("; "_s),
+          faultInKept(m_own, m_engine.simulator({})), faultInBackups(), faultInCache(),
+          faultInDatabases(), strayFile()}) {
         if (!fault.isEmpty())
             return fault;
     }
@@ -188,17 +174,13 @@ QString AddOnUser::faultWhenDone()
 bool AddOnUser::save(const QString &folder)
 {
     m_saved = {m_own, m_gone, m_installed};
-    return QDir(folder).removeRecursively() &&
-           runProgram(QStringLiteral("cp"),
-                      {QStringLiteral("-a"), m_engine.profile().home(), folder});
+    return copyFolder(m_engine.profile().home(), folder);
 }
 
 bool AddOnUser::load(const QString &folder)
 {
     std::tie(m_own, m_gone, m_installed) = m_saved;
-    const QString home = m_engine.profile().home();
-    return QDir(home).removeRecursively() &&
-           runProgram(QStringLiteral("cp"), {QStringLiteral("-a"), folder, home});
+    return copyFolder(folder, m_engine.profile().home());
 }
 
 void AddOnUser::writeOthersFiles()
@@ -216,16 +198,23 @@ void AddOnUser::writeOthersFiles()
 
 void AddOnUser::writeOriginals()
 {
-    QFile::Permissions permissions = Program;
-    for (const QString &path : m_addOns.originals()) {
-        const Kept file{newContent(m_ownBytes), permissions};
-        const QString target = m_engine.simulator(path);
-        if (!writeFile(target, file.content) || !QFile::setPermissions(target, permissions))
-            qFatal("A file of the simulator cannot be written");
-        m_originals.insert(path, file);
-        m_others.remove(path);
-        permissions = OwnersOnly | QFile::ReadGroup;
+    for (const AddOns::Version &version : m_addOns.versions()) {
+        for (const QString &path : version.backup) {
+            if (!m_originals.contains(path))
+                writeKept(m_originals, path, OwnersOnly | QFile::ReadGroup);
+            m_others.remove(path);
+        }
     }
+}
+
+/// Writes a file with new content. The first file of a list is a program.
+void AddOnUser::writeKept(KeptFiles &files, const QString &path, QFile::Permissions permissions)
+{
+    const Kept file{newContent(m_ownBytes), files.isEmpty() ? Program : permissions};
+    const QString target = m_engine.simulator(path);
+    if (!writeFile(target, file.content) || !QFile::setPermissions(target, file.permissions))
+        qFatal("A file of the user or the simulator cannot be written");
+    files.insert(path, file);
 }
 
 QByteArray AddOnUser::newContent(int size)
@@ -236,8 +225,8 @@ QByteArray AddOnUser::newContent(int size)
 QVector<HttpResource *> AddOnUser::archives()
 {
     QVector<HttpResource *> found;
-    for (const QString &path : m_addOns.archives())
-        found.append(&m_engine.server().resource(path));
+    for (const AddOns::Version &version : m_addOns.versions())
+        found.append(&m_engine.server().resource(version.archive));
     return found;
 }
 
@@ -245,8 +234,8 @@ QVector<HttpResource *> AddOnUser::archives()
 QStringList AddOnUser::preserved() const
 {
     QStringList paths;
-    for (auto version = m_installed.cbegin(); version != m_installed.cend(); ++version)
-        paths += m_addOns.version(version.key(), version.value()).preserve;
+    for (const AddOns::Version &version : m_addOns.versions(m_installed))
+        paths += version.preserve;
     return paths;
 }
 
@@ -254,22 +243,26 @@ QStringList AddOnUser::preserved() const
 QSet<QString> AddOnUser::backedUp() const
 {
     QSet<QString> paths;
-    for (auto version = m_installed.cbegin(); version != m_installed.cend(); ++version) {
-        for (const QString &path : m_addOns.version(version.key(), version.value()).backup)
+    for (const AddOns::Version &version : m_addOns.versions(m_installed)) {
+        for (const QString &path : version.backup)
             paths.insert(path);
     }
     return paths;
 }
 
-/// What an order leaves of what was installed before it.
-AddOns::Installed AddOnUser::remaining(const QString &order) const
+/// What is installed after an order.
+AddOns::Installed AddOnUser::after(const QString &order) const
 {
-    AddOns::Installed left = m_installed;
-    if (order.startsWith(QLatin1String("uninstall"))) {
-        for (const QString &id : order.split(QLatin1Char(' ')).mid(1))
-            m_addOns.uninstall(left, id.toInt());
+    AddOns::Installed installed = m_installed;
+    const QStringList packages = order.split(QLatin1Char(' ')).mid(1);
+    for (const QString &package : packages) {
+        const int id = package.section(QLatin1Char(':'), 0, 0).toInt();
+        if (order.startsWith("uninstall"_s))
+            m_addOns.uninstall(installed, id);
+        else
+            m_addOns.install(installed, id, package.section(QLatin1Char(':'), 1));
     }
-    return left;
+    return installed;
 }
 
 /// Whether every file of a version stands in its place, and every one of the user's among them.
@@ -283,7 +276,7 @@ bool AddOnUser::isWhole(int id, const QString &version) const
     }
     for (auto file = files.cbegin(); file != files.cend(); ++file) {
         const QByteArray found = readFile(m_engine.simulator(file.key()));
-        // A file of the archive takes the place of the user's, whose copy stays.
+        // A file of the archive may replace the user's, whose copy is kept.
         if (found != file.value() && found != wanted.files.value(file.key(), file.value()))
             return false;
     }
@@ -297,56 +290,35 @@ QString AddOnUser::faultInShown(int id, bool isRemoved, int *unseen)
         return QString();
     const QString shown = m_engine.controller().installedVersion(m_engine.package(id));
     if (!shown.isEmpty()) {
-        return isWhole(id, shown) ? QString()
-                                  : QStringLiteral("%1 of package %2 is shown, but not all there")
-                                        .arg(shown)
-                                        .arg(id);
+        return isWhole(id, shown)
+                   ? QString()
+                   : "%1 of package %2 is shown, but not all there"_s.arg(shown).arg(id);
     }
     const QString before = m_installed.value(id);
     if (before.isEmpty() || !isWhole(id, before))
         return QString();
     if (!m_engine.wholeVersion(id).isEmpty())
-        return QStringLiteral("%1 of package %2 is all there, but not shown").arg(before).arg(id);
+        return "%1 of package %2 is all there, but not shown"_s.arg(before).arg(id);
     ++*unseen;
     return QString();
 }
 
-QMap<QString, QString> AddOnUser::wantedTree() const
+FileTree AddOnUser::wantedTree() const
 {
     Files files = m_others;
     for (auto file = m_originals.cbegin(); file != m_originals.cend(); ++file) {
         if (!m_gone.contains(file.key()))
             files.insert(file.key(), file->content);
     }
-    for (auto version = m_installed.cbegin(); version != m_installed.cend(); ++version) {
-        const Files &added = m_addOns.version(version.key(), version.value()).files;
-        for (auto file = added.cbegin(); file != added.cend(); ++file)
-            files.insert(file.key(), file.value());
-    }
+    for (const AddOns::Version &version : m_addOns.versions(m_installed))
+        files.insert(version.files);
     for (auto file = m_own.cbegin(); file != m_own.cend(); ++file)
         files.insert(file.key(), file->content);
-    QMap<QString, QString> tree = expectedTree(files);
-    // A folder stays that has lost its only file.
+    FileTree tree = expectedTree(files);
+    // A folder stays when its only file is deleted.
     for (const QString &path : m_gone)
         tree.insert(path.section(QLatin1Char('/'), 0, -2) + QLatin1Char('/'), QString());
     return tree;
-}
-
-QString AddOnUser::faultInTree()
-{
-    const auto wanted = wantedTree();
-    const auto found = fileTree(m_engine.simulator({}));
-    for (auto entry = wanted.cbegin(); entry != wanted.cend(); ++entry) {
-        if (!found.contains(entry.key()))
-            return QStringLiteral("missing in the simulator: ") + entry.key();
-        if (found.value(entry.key()) != entry.value())
-            return QStringLiteral("not as it has to be: ") + entry.key();
-    }
-    for (auto entry = found.cbegin(); entry != found.cend(); ++entry) {
-        if (!wanted.contains(entry.key()))
-            return QStringLiteral("left over in the simulator: ") + entry.key();
-    }
-    return QString();
 }
 
 QString AddOnUser::faultInKept(const KeptFiles &files, const QString &folder)
@@ -354,30 +326,30 @@ QString AddOnUser::faultInKept(const KeptFiles &files, const QString &folder)
     for (auto file = files.cbegin(); file != files.cend(); ++file) {
         const QString path = folder + file.key();
         if (readFile(path) != file->content)
-            return QStringLiteral("has lost its content: ") + path;
+            return "has lost its content: "_s + path;
         if (withoutAsker(QFile::permissions(path)) != file->permissions)
-            return QStringLiteral("has lost its permissions: ") + path;
+            return "has lost its permissions: "_s + path;
     }
     return QString();
 }
 
-/// The originals stand in the backup folder while an add-on that has backed them up is installed,
-/// and in the simulator otherwise.
+/// An original is in the backup folder while an add-on that replaces it is installed, and otherwise
+/// in the simulator.
 QString AddOnUser::faultInBackups()
 {
     const QString backups = m_engine.profile().backupFolder();
     const QSet<QString> parked = backedUp();
-    const QStringList copies = unmarkedFilesUnder(backups);
+    const QStringList copies = filesOf(fileTree(backups)).keys();
     if (copies.size() != parked.size())
-        return QStringLiteral("%1 files are parked").arg(copies.size());
+        return "%1 files are parked"_s.arg(copies.size());
     QStringList marked = copies;
     for (const QString &copy : copies) {
         for (const char *purpose : {"owner", "settled", "users"})
-            marked.append(hiddenBeside(QLatin1String("./") + copy, QLatin1String(purpose)));
+            marked.append(hiddenBeside("./"_s + copy, QLatin1String(purpose)));
     }
     for (const QString &name : filesUnder(backups)) {
-        if (!marked.contains(name) && !marked.contains(QLatin1String("./") + name))
-            return QStringLiteral("mark without a copy: ") + name;
+        if (!marked.contains(name) && !marked.contains("./"_s + name))
+            return "mark without a copy: "_s + name;
     }
     KeptFiles inBackups;
     KeptFiles inSimulator;
@@ -387,16 +359,18 @@ QString AddOnUser::faultInBackups()
     return fault.isEmpty() ? faultInKept(inSimulator, m_engine.simulator({})) : fault;
 }
 
-/// What lies in the cache is the beginning of an archive, or the whole of it.
+/// Each file in the cache is an archive, or the beginning of one.
 QString AddOnUser::faultInCache()
 {
     const QString cache = m_engine.profile().cacheFolder();
-    const QStringList paths = m_addOns.archives() + QStringList(QStringLiteral("/packages.json"));
+    QStringList paths{"/packages.json"_s};
+    for (const AddOns::Version &version : m_addOns.versions())
+        paths.append(version.archive);
     for (const QString &name : filesUnder(cache)) {
         const QStringList served = paths.filter(QLatin1Char('/') + name);
         if (served.isEmpty() ||
             !m_engine.server().resource(served.first()).body.startsWith(readFile(cache + name)))
-            return QStringLiteral("mixed up in the cache: ") + name;
+            return "mixed up in the cache: "_s + name;
     }
     return QString();
 }
@@ -404,19 +378,19 @@ QString AddOnUser::faultInCache()
 QString AddOnUser::faultInDatabases()
 {
     const QString data = m_engine.profile().dataFolder();
-    for (const QString &name : {QStringLiteral("packages.db"), QStringLiteral("download.db")}) {
+    for (const QString &name : {"packages.db"_s, "download.db"_s}) {
         const QString integrity = integrityOf(data + name);
-        if (integrity != QLatin1String("ok"))
-            return name + QStringLiteral(": ") + integrity;
+        if (integrity != "ok"_s)
+            return name + ": "_s + integrity;
     }
     for (const int id : m_addOns.ids()) {
         const bool installed = isInstalled(id);
         const int status = m_engine.recordedStatus(id);
         // Neither a package that was removed nor one without a record is installed.
         if (installed ? status != 1 : status > 0)
-            return QStringLiteral("package %1 has the state %2").arg(id).arg(status);
+            return "package %1 has the state %2"_s.arg(id).arg(status);
         if (installed && m_engine.recordedVersion(id) != m_installed.value(id))
-            return QStringLiteral("package %1 has another version").arg(id);
+            return "package %1 has another version"_s.arg(id);
     }
     return QString();
 }
@@ -425,18 +399,16 @@ QString AddOnUser::strayFile()
 {
     const QDir home(m_engine.profile().home());
     const QString data = home.relativeFilePath(m_engine.profile().dataFolder());
-    const QString answers = QStringLiteral(".cache/Quarnell/Kavo Suite/http/");
-    const QStringList known{
-        QStringLiteral(".config/Quarnell/Kavo Suite.ini"), data + QStringLiteral("/packages.db"),
-        data + QStringLiteral("/download.db"), data + QStringLiteral("/log.txt"),
-        data + QStringLiteral("/cache/packages.json")};
+    const QString answers = ".cache/Quarnell/Kavo Suite/http/"_s;
+    const QStringList known{".config/Quarnell/Kavo Suite.ini"_s, data + "/packages.db"_s,
+                            data + "/download.db"_s, data + "/log.txt"_s,
+                            data + "/cache/packages.json"_s};
     for (const QString &path : filesUnder(home.path())) {
-        // The answers of the server may stay, as many as there is room for.
-        const bool checked = path.startsWith(QLatin1String("X-Plane/")) ||
-                             path.startsWith(data + QStringLiteral("/backup/")) ||
-                             path.startsWith(answers);
+        // Cached answers may stay.
+        const bool checked = path.startsWith("X-Plane/"_s) ||
+                             path.startsWith(data + "/backup/"_s) || path.startsWith(answers);
         if (!checked && !known.contains(path))
-            return QStringLiteral("left over: ") + path;
+            return "left over: "_s + path;
     }
     return QString();
 }

@@ -14,13 +14,13 @@
 
 namespace Kavo::Testing {
 
-/// Somebody with a simulator, files of his own in it and add-ons on offer. Knows at any time what
-/// has to stand where, and tells what does not.
+/// A user with a simulator, his own files in it, and add-ons on offer. The object knows what has to
+/// be in which place, and reports what is not.
 class AddOnUser final
 {
 public:
-    /// What is on offer: the three add-ons of offerOwnAddOns(), or the demonstration, whose
-    /// archives have the sizes they have.
+    /// The three add-ons of offerOwnAddOns(), or the demonstration, which ignores the sizes of
+    /// archives.
     enum class Offered { Own, Demonstration };
 
     AddOnUser(Offered offered, const AddOnSizes &sizes, quint32 seed);
@@ -29,11 +29,10 @@ public:
 
     /// Arguments of the driver for an order such as "install 10:1.0".
     QStringList arguments(const QString &order);
-    /// Remembers what is installed once the order is carried out.
+    /// Notes that the order has been carried out.
     void takeAsDone(const QString &order);
-    /// Goes flying: writes new contents to the user's own files among those of the installed
-    /// add-ons, and now and then deletes a file of the simulator's that stands beside the add-on
-    /// that has backed it up.
+    /// Writes new contents to the files that the installed add-ons keep for the user. Sometimes
+    /// deletes a file of the simulator's that has a backup.
     void fly();
 
     /// Makes the server wait before it answers a probe, or after this share of an archive.
@@ -41,17 +40,16 @@ public:
     void holdArchives(double share);
     void holdNothing();
 
-    /// What a sudden end must never have done, whatever is half done: the fault, or an empty text.
+    /// What is lost after a sudden end in the middle of the order; empty for nothing.
     QString faultAfterDeath(const QString &order);
-    /// What a sudden end must not have made of the packages that the next start shows. Those that
-    /// stand there wholly and are not shown, because they were about to be replaced, are counted:
-    /// there is one moment for each.
+    /// What is wrong with the packages that the next start shows; empty for nothing. `unseen`
+    /// counts those that are complete but not shown: just before a package is replaced, that is
+    /// correct.
     QString faultOnceStarted(const QString &order, int *unseen);
-    /// What is not as it has to be when the work is done: the fault, or an empty text.
+    /// What is wrong when the work is done; empty for nothing.
     QString faultWhenDone();
 
-    /// Copies the whole account to a folder, or back from it, and remembers what was installed.
-    /// Returns success.
+    /// Copies the account to a folder, or back from it, with what was installed. Returns success.
     bool save(const QString &folder);
     bool load(const QString &folder);
 
@@ -65,17 +63,17 @@ private:
 
     void writeOthersFiles();
     void writeOriginals();
+    void writeKept(KeptFiles &files, const QString &path, QFile::Permissions permissions);
     QByteArray newContent(int size);
     QVector<HttpResource *> archives();
     QStringList preserved() const;
     QSet<QString> backedUp() const;
     bool isInstalled(int id) const { return m_installed.contains(id); }
-    AddOns::Installed remaining(const QString &order) const;
+    AddOns::Installed after(const QString &order) const;
     bool isWhole(int id, const QString &version) const;
     QString faultInShown(int id, bool isRemoved, int *unseen);
-    QMap<QString, QString> wantedTree() const;
+    FileTree wantedTree() const;
 
-    QString faultInTree();
     QString faultInKept(const KeptFiles &files, const QString &folder);
     QString faultInBackups();
     QString faultInCache();
@@ -89,7 +87,7 @@ private:
     Files m_others;        ///< stay as they are
     KeptFiles m_originals; ///< the simulator's, backed up by an add-on
     KeptFiles m_own;       ///< the user's, among the files of the installed add-ons
-    QSet<QString> m_gone;  ///< originals that now stand in the backup folder alone
+    QSet<QString> m_gone;  ///< originals that are only in the backup folder
     AddOns::Installed m_installed;
     std::tuple<KeptFiles, QSet<QString>, AddOns::Installed> m_saved;
 };

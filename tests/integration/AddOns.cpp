@@ -39,25 +39,20 @@ QString AddOns::newest(int id) const
     return *std::max_element(texts.cbegin(), texts.cend(), isOlder);
 }
 
-QStringList AddOns::archives() const
+QVector<AddOns::Version> AddOns::versions() const
 {
-    QStringList paths;
-    for (const auto &versions : m_versions) {
-        for (const Version &version : versions)
-            paths.append(version.archive);
-    }
-    return paths;
+    QVector<Version> all;
+    for (const auto &package : m_versions)
+        all += package.values().toVector();
+    return all;
 }
 
-QStringList AddOns::originals() const
+QVector<AddOns::Version> AddOns::versions(const Installed &installed) const
 {
-    QStringList paths;
-    for (const auto &versions : m_versions) {
-        for (const Version &version : versions)
-            paths.append(version.backup);
-    }
-    paths.removeDuplicates();
-    return paths;
+    QVector<Version> found;
+    for (const int id : installed.keys())
+        found.append(version(id, installed.value(id)));
+    return found;
 }
 
 void AddOns::install(Installed &installed, int id, const QString &text) const

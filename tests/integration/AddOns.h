@@ -6,11 +6,12 @@
 #include <QMap>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 namespace Kavo::Testing {
 
-/// What a catalogue offers, as far as it shows in the simulator: the rules of every version, and
-/// the files that stand there once it is installed.
+/// The versions in a catalogue: their rules, and the files that are in the simulator when they are
+/// installed.
 class AddOns final
 {
 public:
@@ -30,19 +31,19 @@ public:
 
     QList<int> ids() const { return m_versions.keys(); }
     const Version &version(int id, const QString &text) const;
-    QString newest(int id) const;
-    /// Paths of all archives on the server.
-    QStringList archives() const;
-    /// All files of the simulator that some version backs up.
-    QStringList originals() const;
+    /// All versions on offer.
+    QVector<Version> versions() const;
+    QVector<Version> versions(const Installed &installed) const;
 
-    /// What is installed after a version was; an empty text means the newest one. It brings along
-    /// the newest version of what it needs and does not find, or finds too old.
+    /// Adds a version to what is installed; an empty text means the newest one. Adds the newest
+    /// version of each dependency that is missing or too old.
     void install(Installed &installed, int id, const QString &text) const;
-    /// What is installed after a removal, which takes along what needs the package.
+    /// Removes a package, and every package that needs it.
     void uninstall(Installed &installed, int id) const;
 
 private:
+    QString newest(int id) const;
+
     QMap<int, QMap<QString, Version>> m_versions;
 };
 

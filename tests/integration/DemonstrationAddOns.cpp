@@ -1,4 +1,5 @@
 #include "tests/integration/DemonstrationAddOns.h"
+#include "tests/support/Literals.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -11,7 +12,7 @@ namespace Kavo::Testing {
 
 namespace {
 
-const QString CataloguePath = QStringLiteral("/packages.json");
+const QString CataloguePath = "/packages.json"_s;
 
 void run(const QString &program, const QStringList &arguments)
 {
@@ -37,22 +38,20 @@ QStringList texts(const QJsonValue &array)
 Files contents(const QString &archive)
 {
     const QTemporaryDir folder;
-    run(QStringLiteral("7z"), {QStringLiteral("x"), archive, QStringLiteral("-o") + folder.path()});
+    run("7z"_s, {"x"_s, archive, "-o"_s + folder.path()});
     return readFiles(folder.path());
 }
 
 AddOns::Version versionOf(const QJsonObject &object, const QString &server, const QString &folder)
 {
-    const QJsonObject install = object.value(QLatin1String("install")).toObject();
-    AddOns::Version version{object.value(QLatin1String("link")).toString().mid(server.size()),
-                            texts(object.value(QLatin1String("depends"))),
-                            texts(install.value(QLatin1String("preserve"))),
-                            texts(install.value(QLatin1String("backup"))),
+    const QJsonObject install = object.value("install"_s).toObject();
+    AddOns::Version version{object.value("link"_s).toString().mid(server.size()),
+                            texts(object.value("depends"_s)),
+                            texts(install.value("preserve"_s)),
+                            texts(install.value("backup"_s)),
                             {}};
-    const QString extract = install.value(QLatin1String("extract")).toString();
-    const Files packed = contents(folder + version.archive);
-    for (auto file = packed.cbegin(); file != packed.cend(); ++file)
-        version.files.insert(extract + QLatin1Char('/') + file.key(), file.value());
+    const QString extract = install.value("extract"_s).toString();
+    version.files = filesIn(extract, contents(folder + version.archive));
     return version;
 }
 
@@ -68,11 +67,11 @@ AddOns offerDemonstration(Engine &engine)
     AddOns addOns;
     const QByteArray catalogue = readFile(folder.path() + CataloguePath);
     for (const QJsonValue package : QJsonDocument::fromJson(catalogue).array()) {
-        const int id = package[QLatin1String("id")].toInt();
-        for (const QJsonValue value : package[QLatin1String("versions")].toArray()) {
+        const int id = package["id"_s].toInt();
+        for (const QJsonValue value : package["versions"_s].toArray()) {
             const AddOns::Version version = versionOf(value.toObject(), server, folder.path());
             engine.server().serve(version.archive, readFile(folder.path() + version.archive));
-            addOns.add(id, value[QLatin1String("version")].toString(), version);
+            addOns.add(id, value["version"_s].toString(), version);
         }
     }
     engine.server().serve(CataloguePath, catalogue);

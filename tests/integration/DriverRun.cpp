@@ -1,4 +1,5 @@
 #include "tests/integration/DriverRun.h"
+#include "tests/support/Literals.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -42,7 +43,7 @@ void DriverRun::killInPhase(const QString &phase, int milliseconds)
 
 bool DriverRun::run()
 {
-    // A real event loop: looking now and then would answer and kill late.
+    // An event loop without pauses, so that servers answer and signals are sent in time.
     QEventLoop loop;
     connect(&m_process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop,
             &QEventLoop::quit);
@@ -65,7 +66,7 @@ void DriverRun::read()
 {
     while (m_process.canReadLine()) {
         const QString line = QString::fromUtf8(m_process.readLine()).trimmed();
-        const QString mark = QStringLiteral("phase ");
+        const QString mark = "phase "_s;
         if (line.startsWith(mark))
             enter(line.mid(mark.size()));
         else
@@ -95,13 +96,13 @@ void DriverRun::killSoon()
         QTimer::singleShot(delay, Qt::PreciseTimer, &m_process, &QProcess::kill);
 }
 
-/// Programs that the driver has started name the simulator's folder in their arguments.
+/// Programs that the driver has started have the simulator's folder in their arguments.
 bool DriverRun::hasPrograms() const
 {
     const QByteArray folder = QFile::encodeName(m_simulator);
-    const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    const QStringList entries = QDir("/proc"_s).entryList(QDir::Dirs);
     return std::any_of(entries.cbegin(), entries.cend(), [&folder](const QString &entry) {
-        QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(entry));
+        QFile commandLine("/proc/%1/cmdline"_s.arg(entry));
         return entry.at(0).isDigit() && commandLine.open(QIODevice::ReadOnly) &&
                commandLine.readAll().contains(folder);
     });

@@ -9,8 +9,8 @@
 
 namespace Kavo::Testing {
 
-/// One run of the engine driver, as a process that can be ended at any moment. Waiting for it runs
-/// the event loop, so that a server of the test can answer it. Main thread.
+/// One run of the engine driver as a process that can be killed at any moment. Waiting for it runs
+/// the event loop, so that servers of the test can answer. Main thread.
 class DriverRun final : public QObject
 {
     Q_OBJECT
@@ -21,24 +21,24 @@ public:
 
     void setVariable(const QString &name, const QString &value);
 
-    /// When to end it without a warning: so long after its start, or after it has announced the
-    /// phase for the first time. Before run().
+    /// Kills the process so long after its start, or after the first announcement of the phase.
+    /// Call before run().
     void killAfter(int milliseconds) { killInPhase(QString(), milliseconds); }
     void killInPhase(const QString &phase, int milliseconds);
 
-    /// Starts it and waits until it is gone and with it every program that it has started. Returns
-    /// whether that came about.
+    /// Starts the process and waits until it and all programs that it has started have ended.
+    /// Returns whether they have.
     bool run();
 
-    /// Whether a signal has ended it; otherwise exitCode() tells.
+    /// Whether a signal has ended it. If not, exitCode() is valid.
     bool isKilled() const { return m_process.exitStatus() == QProcess::CrashExit; }
     int exitCode() const { return m_process.exitCode(); }
     /// The phase announced last.
     QString phase() const { return m_phase; }
-    /// How long each phase lasted when it came first, in milliseconds.
+    /// Duration of the first occurrence of each phase, in milliseconds.
     const QMap<QString, qint64> &phaseTimes() const { return m_phaseTimes; }
     qint64 duration() const { return m_duration; } ///< in milliseconds
-    /// Lines on standard output that tell no phase.
+    /// Lines on standard output that announce no phase.
     const QStringList &remarks() const { return m_remarks; }
 
 private:

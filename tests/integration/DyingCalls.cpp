@@ -1,13 +1,13 @@
-// A library to load into the engine driver before all others (LD_PRELOAD). It counts the calls by
-// which the driver changes what is on the disk and kills the process in front of one of them:
+// A library for LD_PRELOAD. It counts the calls by which a program changes the disk, and kills the
+// process before one of them:
 //
-//     KAVO_DEATH_PROGRAM  name of the program; any other one is left alone
-//     KAVO_DEATH_FOLDER   only changes of what lies in here count
-//     KAVO_DEATH_CALL     number of the call that is not lived to see, from 1
+//     KAVO_DEATH_PROGRAM  name of the program; others are not touched
+//     KAVO_DEATH_FOLDER   only changes in this folder count
+//     KAVO_DEATH_CALL     number of the call, from 1
 //
-//     KAVO_DEATH_AT_FORK  when set, it dies as soon as it has forked
+//     KAVO_DEATH_AT_FORK  when set, the process is killed as soon as it has forked
 //
-// What dies leaves a line "died before CALL PATH" on standard output.
+// Before that it prints the line "died before CALL PATH" on standard output.
 
 #include <atomic>
 #include <csignal>
@@ -46,10 +46,10 @@ bool isMeant()
     return meant;
 }
 
-/// The log and the settings are not what the work is about.
+/// Changes of the log and the settings do not count.
 bool counts(const std::string &path)
 {
-    // Plain text: calls come until the very end of the process.
+    // No objects with destructors: calls come until the very end of the process.
     static const char *const folder = variable("KAVO_DEATH_FOLDER");
     static const std::size_t length = std::strlen(folder);
     const auto endsWith = [&path](const std::string &end) {
@@ -72,8 +72,8 @@ void count(const char *call, const std::string &path)
     ::pause();
 }
 
-/// Empty when there is none. Asks for no memory then: a signal handler of Qt writes to a pipe at
-/// the end of every program, and whom it interrupts may hold the lock of the memory.
+/// The path behind a descriptor; empty for none. Allocates no memory for a pipe: a signal handler
+/// of Qt writes to one, and may have interrupted an allocation.
 std::string pathOf(int descriptor)
 {
     char link[32];

@@ -1,13 +1,13 @@
-// Package management without a window, as a process of its own that a test can end at any moment.
+// Package management without a window, as a process that a test can kill at any moment.
 //
 //     engine_driver SERVER SIMULATOR_FOLDER install ID[:VERSION]...
 //     engine_driver SERVER SIMULATOR_FOLDER uninstall ID...
 //
-// Loads the catalogue, brings the packages to that state and ends with status 0; 1 when a package
-// failed, 2 when there is no catalogue. Without a version the newest one is installed; another one
-// than the installed updates or downgrades. What is in the wanted state already is passed over, so
-// that the same command finishes what a sudden end has left. Standard output tells the phases.
-// HOME and the XDG variables say whose data it works on.
+// Loads the catalogue, carries out the order and ends with status 0; 1 when a package failed, 2
+// when there is no catalogue. Without a version the newest one is installed; another version than
+// the installed one updates or downgrades. Packages in the wanted state are skipped, so that the
+// same command finishes an interrupted run. Standard output announces the phases. HOME and the XDG
+// variables name the account.
 
 #include "core/Log.h"
 #include "core/Paths.h"
@@ -15,6 +15,7 @@
 #include "downloads/DownloadManager.h"
 #include "packages/PackageController.h"
 #include "tests/integration/PhaseReport.h"
+#include "tests/support/Literals.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
@@ -26,13 +27,13 @@ using namespace Kavo;
 using Controllers::PackageController;
 using Models::Package;
 using Models::PackagePointer;
-using Testing::PhaseReport;
+using namespace Testing;
 
 namespace {
 
 constexpr std::chrono::milliseconds LookInterval{2};
 
-/// The one that hears the log.
+/// Receives the lines of the log.
 PhaseReport *report = nullptr;
 
 void readLog(QtMsgType type, const QMessageLogContext &context, const QString &message)
@@ -46,7 +47,7 @@ QSharedPointer<Settings> makeSettings(const QString &simulator)
 {
     auto settings = QSharedPointer<Settings>::create();
     settings->setPending(Settings::INSTALLATION, simulator);
-    settings->setPending(Settings::LANGUAGE, QStringLiteral("en"));
+    settings->setPending(Settings::LANGUAGE, "en"_s);
     settings->setPending(Settings::CACHE, cacheDirectory());
     settings->setPending(Settings::PRESERVE, preserveDirectory());
     settings->setPending(Settings::BACKUP, backupDirectory());
@@ -59,7 +60,7 @@ PackagePointer wantedPackage(const PackageController &controller, const QString 
     return controller.findPackage(wanted.section(QLatin1Char(':'), 0, 0).toInt());
 }
 
-/// Ends the program as soon as none of the packages is on its way any more.
+/// Ends the program as soon as none of the packages is in progress.
 void endWhenSettled(PackageController &controller, const QStringList &wanted)
 {
     bool installed = true;
@@ -88,7 +89,8 @@ void installAll(PackageController &controller, const QStringList &wanted)
 {
     for (const QString &text : wanted)
         install(controller, text);
-    // The state of a package changes before its result is recorded; only looking again tells.
+    // The state of a package changes before its result is recorded, without a signal for the
+    // latter.
     auto *look = new QTimer(&controller);
     QObject::connect(look, &QTimer::timeout, &controller,
                      [&controller, wanted] { endWhenSettled(controller, wanted); });
@@ -114,7 +116,7 @@ void work(PackageController &controller, const QString &command, const QStringLi
         }
     }
     report->followAll();
-    if (command == QLatin1String("uninstall"))
+    if (command == "uninstall"_s)
         uninstallAll(controller, wanted);
     else
         installAll(controller, wanted);
@@ -125,8 +127,8 @@ void work(PackageController &controller, const QString &command, const QStringLi
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    QCoreApplication::setOrganizationName(QStringLiteral("Quarnell"));
-    QCoreApplication::setApplicationName(QStringLiteral("Kavo Suite"));
+    QCoreApplication::setOrganizationName("Quarnell"_s);
+    QCoreApplication::setApplicationName("Kavo Suite"_s);
     qInstallMessageHandler(readLog);
     Models::registerPackageState();
     const QStringList arguments = QCoreApplication::arguments();
@@ -140,7 +142,7 @@ int main(int argc, char **argv)
                                  {arguments.at(1), PackageEnvironment::standard().extractor});
     PhaseReport phases(controller, {arguments.at(2), preserveDirectory(), backupDirectory()});
     report = &phases;
-    phases.announce(QStringLiteral("starting"));
+    phases.announce("starting"_s);
     const QString command = arguments.at(3);
     const QStringList wanted = arguments.mid(4);
     QObject::connect(&controller, &PackageController::list, &controller,

@@ -1,5 +1,6 @@
 #include "downloads/DownloadManager.h"
-#include "tests/packages/Engine.h"
+#include "tests/integration/Environment.h"
+#include "tests/packages/EngineTest.h"
 #include "tests/packages/UpdateSetup.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/RunUntil.h"
@@ -9,7 +10,6 @@
 #include <QTest>
 
 #include <cstdio>
-#include <memory>
 #include <random>
 
 using namespace Kavo::Models;
@@ -20,18 +20,18 @@ namespace {
 constexpr int AddOns = 5;
 constexpr int Versions = 3;
 constexpr int ArchiveBytes = 200000;
-/// How often a server is asked once it is well again.
+/// Attempts that may be needed after the fault is repaired.
 constexpr int Tries = 2;
 
-/// What the server, the network or the user does to one download.
+/// What goes wrong during one download.
 enum class Outage {
     UNAVAILABLE, ///< 503, for the probe as well or for the transfer alone
-    RANGE,       ///< 416 for whoever asks for the rest
+    RANGE,       ///< 416 for a request for the rest
     CUT,         ///< the connection is closed in mid-body
-    RESET,       ///< or reset
-    STALLED,     ///< nothing more comes, until the server goes down and comes up again
+    RESET,       ///< the connection is reset in mid-body
+    STALLED,     ///< the body pauses, until the server goes down and comes up again
     REPLACED,    ///< the same, and then there is another archive of the same name
-    RENAMED, ///< the archive has got another name, which the catalogue tells at the next refresh
+    RENAMED,     ///< the archive has another name, as the catalogue says after a refresh
     PROGRAM_END, ///< the program ends in mid-body
 };
 constexpr int Outages = int(Outage::PROGRAM_END) + 1;
@@ -61,82 +61,318 @@ const char *nameOf(Outage outage)
 
 QString versionText(int number)
 {
-    return QStringLiteral("%1.0").arg(number);
+    return "%1.0"_s.arg(number);
 }
 
 QString folderOf(int id)
 {
-    return QStringLiteral("Custom Scenery/add-on %1/").arg(id);
+    return "Custom Scenery/add-on %1/"_s.arg(id);
 }
 
 QString settingsOf(int id)
 {
-    return folderOf(id) + QStringLiteral("settings.ini");
+    return folderOf(id) + "settings.ini"_s;
 }
 
 QString originalOf(int id)
 {
-    return QStringLiteral("Resources/bitmaps/picture %1.png").arg(id);
-}
-
-int numberFromEnvironment(const char *name, int otherwise)
-{
-    bool isNumber = false;
-    const int number = qEnvironmentVariableIntValue(name, &isNumber);
-    return isNumber ? number : otherwise;
-}
-
-/// Without the marks of copies.
-Files copiesIn(const QString &folder)
-{
-    Files files = readFiles(folder);
-    for (const QString &name : files.keys()) {
-        if (name.contains(QLatin1String(".kavo-")))
-            files.remove(name);
-    }
-    return files;
+    return "Resources/bitmaps/picture %1.png"_s.arg(id);
 }
 
 } // namespace
 
-/// Updates and downgrades of five add-ons that keep a file of the user's and replace one of the
-/// simulator's, each with an outage. After every try all files of the simulator are those of the
-/// versions that are shown, and nothing else has changed.
+/// Updates and downgrades of five add-ons, each with an outage. Each add-on keeps a file of the
+/// user's and replaces a file of the simulator's. After every try each file of the simulator is of
+/// the version that is shown, and nothing else has changed.
 ///
-/// KAVO_UPDATES says how many, KAVO_SEED repeats a run as far as time can be repeated.
-class OutageTest final : public QObject
+/// KAVO_UPDATES sets the number of updates. KAVO_SEED repeats the choices of a run.
+class OutageTest final : public EngineTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void everyFileIsOfTheVersionShown();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        m_seed = seedFrom("KAVO_SEED");
+        m_random.seed(m_seed);
+        std::printf("%d updates\n", numberFrom("KAVO_UPDATES", 20));
+    }
+
+    void everyFileIsOfTheVersionShown()
+    {
+        QVERIFY(installAll());
+        QCOMPARE(wrong(true), QString());
+        const int updates = numberFrom("KAVO_UPDATES", 20);
+        for (int number = 0; number < updates; ++number) {
+            const QString fault = update();
+            QVERIFY2(
+                fault.isEmpty(),
+                qPrintable("%1 (update %2, seed %3)"_s.arg(fault).arg(number + 1).arg(m_seed)));
+            m_log.clear();
+        }
+        QVERIFY(startAgain());
+        for (int id = 1; id <= AddOns; ++id)
+            uninstall(id);
+        Files left = m_others;
+        left.unite(m_originals);
+        QCOMPARE(differences(fileTree(simulator({})), expectedTree(left)), QStringList());
+    }
+
+    void cleanupTestCase()
+    {
+        std::printf("\n%-26s updates\n", "outage");
+        for (auto outage = m_outages.cbegin(); outage != m_outages.cend(); ++outage)
+            std::printf("%-26s %7d\n", nameOf(outage.key()), outage.value());
+        std::printf("second tries %d, restarts %d\n\n", m_secondTries, m_restarts);
+        std::fflush(stdout);
+    }
 
 private:
-    void offerAll();
-    void offer(int id, int version);
-    void rebuild(int id, int version);
-    void rename(int id, int version);
-    bool installAll();
-    QString update();
-    QString tryWith(Outage outage, int id, int version);
-    QString tryOnce(int id, int version);
-    QString stall(Outage outage, int id, int version);
-    void noteShown(int id, int version);
-    void heal(int id, int version);
-    bool restart();
-    void fly(int id);
-    QString wrong(bool hasRestarted);
-    QString wrongCard(int id, bool hasRestarted);
-
-    PackagePointer card(int id) { return m_engine->package(id); }
-    HttpResource &archive(int id, int version)
+    void setUp() override
     {
-        return m_engine->server().resource(m_links.value({id, version}));
+        for (int id = 1; id <= AddOns; ++id) {
+            m_originals.insert(originalOf(id), newContent());
+            for (int version = 1; version <= Versions; ++version)
+                offerVersion(id, version);
+        }
+        QVERIFY(writeFiles(simulator({}), {{"Custom Scenery/mine/apt.dat"_s, newContent()},
+                                           {"Resources/bitmaps/other.png"_s, newContent()},
+                                           {"Output/preferences/a.prf"_s, newContent()}}));
+        m_others = readFiles(simulator({}));
+        QVERIFY(writeFiles(simulator({}), m_originals));
+    }
+
+    void offerVersion(int id, int version)
+    {
+        const QString link = "/%1/add-on-%2.zip"_s.arg(version).arg(id);
+        offer(Offer{id, versionText(version)}
+                  .at(link)
+                  .bringing({{"placeholder"_s, ""}})
+                  .keeping({settingsOf(id)})
+                  .backingUp({originalOf(id)})
+                  .removing({folderOf(id), originalOf(id)}));
+        m_links.insert({id, version}, link);
+        rebuild(id, version);
+    }
+
+    /// Puts another archive in the place of the present one.
+    void rebuild(int id, int version)
+    {
+        const Files files{
+            {folderOf(id) + "big.dat"_s, noise(static_cast<quint32>(m_random()), ArchiveBytes)},
+            {folderOf(id) + "only in "_s + versionText(version), newContent()},
+            {originalOf(id), newContent()}};
+        m_files.insert({id, version}, files);
+        HttpResource &served = resource(id, version);
+        served.body = archiveOf(files, "zip"_s);
+        served.lastModified = served.lastModified.addSecs(60);
+    }
+
+    /// Gives the archive another name, on the server and in the catalogue.
+    void rename(int id, int version)
+    {
+        const QString before = m_links.value({id, version});
+        const QString after = "/%1/new%2/add-on-%3.zip"_s.arg(version).arg(below(1000000)).arg(id);
+        const HttpResource moved = server().resource(before);
+        server().serve(after, {}) = moved;
+        server().removeResource(before);
+        m_links.insert({id, version}, after);
+        catalogue().body.replace(server().url(before).toUtf8(), server().url(after).toUtf8());
+    }
+
+    bool installAll()
+    {
+        bool installs = refresh();
+        for (int id = 1; id <= AddOns && installs; ++id) {
+            installs = installAndWait(id, versionText(1));
+            m_installed.insert(id, 1);
+            fly(id);
+        }
+        return installs;
+    }
+
+    /// One update with an outage. Returns what is wrong.
+    QString update()
+    {
+        const int id = 1 + below(AddOns);
+        int version = anotherVersion(id);
+        const auto outage = static_cast<Outage>(below(Outages));
+        QString course = "add-on %1 from %2 to %3, %4"_s.arg(id)
+                             .arg(m_installed.value(id))
+                             .arg(version)
+                             .arg(QLatin1String(nameOf(outage)));
+        ++m_outages[outage];
+        if (below(2) == 0)
+            fly(id);
+        QString fault = tryWith(outage, id, version);
+        heal(id, version);
+        // Sometimes the user chooses another version after a failure.
+        if (m_installed.value(id) != version && below(3) == 0)
+            version = anotherVersion(id);
+        int tries = 0;
+        while (fault.isEmpty() && m_installed.value(id) != version) {
+            if (tries++ == Tries)
+                return course + ": does not recover"_s;
+            if (below(2) == 0 && !startAgain())
+                return course + ": lists nothing"_s;
+            fault = tryOnce(id, version);
+        }
+        m_secondTries += tries == Tries ? 1 : 0;
+        if (fault.isEmpty() && below(3) == 0)
+            fault = startAgain() ? wrong(true) : "lists nothing"_s;
+        return fault.isEmpty() ? fault : course + ": "_s + fault;
+    }
+
+    QString tryWith(Outage outage, int id, int version)
+    {
+        HttpResource &served = resource(id, version);
+        const qint64 part = below(served.body.size());
+        switch (outage) {
+        case Outage::UNAVAILABLE:
+            served.getStatus = HttpStatus::SERVICE_UNAVAILABLE;
+            served.failsOnlyGet = below(2) == 0;
+            return tryOnce(id, version);
+        case Outage::RANGE: {
+            // A range is requested only when a part has arrived.
+            served.cutAfter = part;
+            const QString fault = tryOnce(id, version);
+            heal(id, version);
+            served.refusesRange = true;
+            return fault.isEmpty() && m_installed.value(id) != version ? tryOnce(id, version)
+                                                                       : fault;
+        }
+        case Outage::CUT:
+            served.cutAfter = part;
+            return tryOnce(id, version);
+        case Outage::RESET:
+            served.resetAfter = part;
+            return tryOnce(id, version);
+        case Outage::RENAMED: {
+            rename(id, version);
+            const QString fault = tryOnce(id, version);
+            return fault.isEmpty() && !refreshAsServed() ? "lists nothing"_s : fault;
+        }
+        case Outage::STALLED:
+        case Outage::REPLACED:
+        case Outage::PROGRAM_END:
+            served.holdAfter = part;
+            return stall(outage, id, version);
+        }
+        return QString();
+    }
+
+    /// One try to its end. Returns what is wrong.
+    QString tryOnce(int id, int version)
+    {
+        install(id, versionText(version));
+        if (!waitUntilSettled(id))
+            return "does not end"_s;
+        noteShown(id, version);
+        return wrong(false);
+    }
+
+    /// Starts the update, waits until the body pauses, and continues with the outage.
+    QString stall(Outage outage, int id, int version)
+    {
+        const qint64 part = *resource(id, version).holdAfter;
+        const QString link = m_links.value({id, version});
+        server().forgetRequests();
+        install(id, versionText(version));
+        const auto download = downloads().find(server().url(link));
+        const QString file = download ? download->getPath() : QString();
+        const qint64 before = QFileInfo(file).size();
+        // The transfer resumes what is there, or starts over.
+        const auto standsStill = [&] {
+            const qint64 present = QFileInfo(file).size();
+            return !package(id)->isBusy() || (!server().last("GET", link).path.isEmpty() &&
+                                              (present == part || present == before + part));
+        };
+        if (!runUntil(standsStill, engine().patience()))
+            return "neither ends nor stands still"_s;
+        if (outage == Outage::PROGRAM_END) {
+            if (!startAgain())
+                return "lists nothing"_s;
+            noteShown(id, version);
+            return wrong(true);
+        }
+        server().setRefusing(true);
+        const bool ends = waitUntilSettled(id);
+        server().setRefusing(false);
+        if (!ends)
+            return "does not end"_s;
+        noteShown(id, version);
+        const QString fault = wrong(false);
+        if (outage == Outage::REPLACED && m_installed.value(id) != version)
+            rebuild(id, version);
+        return fault;
+    }
+
+    /// Notes the new version if it is installed: an outage may come too late to prevent that.
+    void noteShown(int id, int version)
+    {
+        if (installedVersion(id) == versionText(version))
+            m_installed.insert(id, version);
+    }
+
+    void heal(int id, int version)
+    {
+        HttpResource &served = resource(id, version);
+        HttpResource healthy;
+        healthy.body = served.body;
+        healthy.lastModified = served.lastModified;
+        served = healthy;
+    }
+
+    /// Starts the program again. The catalogue on the server stays as it is.
+    bool startAgain()
+    {
+        ++m_restarts;
+        stop();
+        return refreshAsServed();
+    }
+
+    /// The user writes to the file that the add-on keeps.
+    void fly(int id)
+    {
+        m_settings.insert(id, newContent());
+        writeFile(simulator(settingsOf(id)), m_settings.value(id));
+    }
+
+    /// Returns what is wrong with a card, the simulator or the copies; empty when nothing is.
+    QString wrong(bool hasRestarted)
+    {
+        Files wanted = m_others;
+        for (int id = 1; id <= AddOns; ++id) {
+            const QString fault = wrongCard(id, hasRestarted);
+            if (!fault.isEmpty())
+                return fault;
+            wanted.insert(m_files.value({id, m_installed.value(id)}));
+            wanted.insert(settingsOf(id), m_settings.value(id));
+        }
+        const auto copies = [](const QString &folder) { return filesOf(fileTree(folder)); };
+        return (differences(fileTree(simulator({})), expectedTree(wanted)) +
+                differences(copies(profile().backupFolder()), filesOf(expectedTree(m_originals))) +
+                differences(copies(profile().preserveFolder()), {}))
+            .join("; "_s);
+    }
+
+    /// A card shows the installed version. After a failed download it shows the failure instead,
+    /// until the next refresh.
+    QString wrongCard(int id, bool hasRestarted)
+    {
+        const QString shown = installedVersion(id);
+        if (shown == versionText(m_installed.value(id)) ||
+            (state(id) == Package::DOWNLOAD_ERROR && !hasRestarted))
+            return QString();
+        return "add-on %1 shows \"%2\" in the state %3"_s.arg(id).arg(shown).arg(state(id));
+    }
+
+    HttpResource &resource(int id, int version)
+    {
+        return server().resource(m_links.value({id, version}));
     }
     int below(int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(m_random); }
-    /// One that is not installed.
+    /// A version that is not installed.
     int anotherVersion(int id)
     {
         return 1 + (m_installed.value(id) + below(Versions - 1)) % Versions;
@@ -148,7 +384,6 @@ private:
     quint32 m_seed = 0;
     std::mt19937 m_random;
     LogCapture m_log;
-    std::unique_ptr<Engine> m_engine;
     QMap<Version, QString> m_links;
     QMap<Version, Files> m_files; ///< under the simulator's folder
     Files m_others;
@@ -159,300 +394,6 @@ private:
     int m_secondTries = 0;
     int m_restarts = 0;
 };
-
-void OutageTest::initTestCase()
-{
-    m_seed = static_cast<quint32>(
-        numberFromEnvironment("KAVO_SEED", static_cast<int>(std::random_device()() >> 1)));
-    m_random.seed(m_seed);
-    std::printf("%d updates, seed %u\n", numberFromEnvironment("KAVO_UPDATES", 20), m_seed);
-}
-
-void OutageTest::offerAll()
-{
-    m_engine = std::make_unique<Engine>();
-    for (int id = 1; id <= AddOns; ++id) {
-        m_originals.insert(originalOf(id), newContent());
-        for (int version = 1; version <= Versions; ++version)
-            offer(id, version);
-    }
-    const QString simulator = m_engine->simulator({});
-    QVERIFY(writeFiles(simulator, {{QStringLiteral("Custom Scenery/mine/apt.dat"), newContent()},
-                                   {QStringLiteral("Resources/bitmaps/other.png"), newContent()},
-                                   {QStringLiteral("Output/preferences/a.prf"), newContent()}}));
-    m_others = readFiles(simulator);
-    QVERIFY(writeFiles(simulator, m_originals));
-}
-
-void OutageTest::offer(int id, int version)
-{
-    Offer offer{id, versionText(version)};
-    offer.link = QStringLiteral("/%1/add-on-%2.zip").arg(version).arg(id);
-    offer.preserve = QStringList{settingsOf(id)};
-    offer.backup = QStringList{originalOf(id)};
-    offer.remove = QStringList{folderOf(id), originalOf(id)};
-    offer.files = {{QStringLiteral("placeholder"), ""}};
-    m_engine->offer(offer);
-    m_links.insert({id, version}, offer.link);
-    rebuild(id, version);
-}
-
-/// Puts another archive in the place of the present one.
-void OutageTest::rebuild(int id, int version)
-{
-    const Files files{
-        {folderOf(id) + QStringLiteral("big.dat"),
-         noise(static_cast<quint32>(m_random()), ArchiveBytes)},
-        {folderOf(id) + QStringLiteral("only in ") + versionText(version), newContent()},
-        {originalOf(id), newContent()}};
-    m_files.insert({id, version}, files);
-    HttpResource &resource = archive(id, version);
-    resource.body = archiveOf(files, QStringLiteral("zip"));
-    resource.lastModified = resource.lastModified.addSecs(60);
-}
-
-/// Gives the archive another name, of which the catalogue knows at the next refresh.
-void OutageTest::rename(int id, int version)
-{
-    TestHttpServer &server = m_engine->server();
-    const QString before = m_links.value({id, version});
-    const QString after =
-        QStringLiteral("/%1/new%2/add-on-%3.zip").arg(version).arg(below(1000000)).arg(id);
-    const HttpResource resource = server.resource(before);
-    server.serve(after, {}) = resource;
-    server.removeResource(before);
-    m_links.insert({id, version}, after);
-    HttpResource &catalogue = server.resource(QStringLiteral("/packages.json"));
-    catalogue.body.replace(server.url(before).toUtf8(), server.url(after).toUtf8());
-}
-
-bool OutageTest::installAll()
-{
-    bool installs = m_engine->refresh();
-    for (int id = 1; id <= AddOns && installs; ++id) {
-        installs = m_engine->installAndWait(id, versionText(1));
-        m_installed.insert(id, 1);
-        fly(id);
-    }
-    return installs;
-}
-
-/// The user writes to the file that the add-on keeps.
-void OutageTest::fly(int id)
-{
-    m_settings.insert(id, newContent());
-    writeFile(m_engine->simulator(settingsOf(id)), m_settings.value(id));
-}
-
-bool OutageTest::restart()
-{
-    ++m_restarts;
-    m_engine->stop();
-    return m_engine->refreshAsServed();
-}
-
-/// One update with an outage. Returns what is wrong.
-QString OutageTest::update()
-{
-    const int id = 1 + below(AddOns);
-    int version = anotherVersion(id);
-    const auto outage = static_cast<Outage>(below(Outages));
-    QString course = QStringLiteral("add-on %1 from %2 to %3, %4")
-                         .arg(id)
-                         .arg(m_installed.value(id))
-                         .arg(version)
-                         .arg(QLatin1String(nameOf(outage)));
-    ++m_outages[outage];
-    if (below(2) == 0)
-        fly(id);
-    QString fault = tryWith(outage, id, version);
-    heal(id, version);
-    // Some change their mind, and leave a half of the one version to the other.
-    if (m_installed.value(id) != version && below(3) == 0)
-        version = anotherVersion(id);
-    int tries = 0;
-    while (fault.isEmpty() && m_installed.value(id) != version) {
-        if (tries++ == Tries)
-            return course + QStringLiteral(": does not recover");
-        if (below(2) == 0 && !restart())
-            return course + QStringLiteral(": lists nothing");
-        fault = tryOnce(id, version);
-    }
-    m_secondTries += tries == Tries ? 1 : 0;
-    if (fault.isEmpty() && below(3) == 0)
-        fault = restart() ? wrong(true) : QStringLiteral("lists nothing");
-    return fault.isEmpty() ? fault : course + QStringLiteral(": ") + fault;
-}
-
-QString OutageTest::tryWith(Outage outage, int id, int version)
-{
-    HttpResource &resource = archive(id, version);
-    const qint64 part = below(resource.body.size());
-    switch (outage) {
-    case Outage::UNAVAILABLE:
-        resource.getStatus = 503;
-        resource.failsOnlyGet = below(2) == 0;
-        return tryOnce(id, version);
-    case Outage::RANGE: {
-        // Without a half nobody asks for the rest.
-        resource.cutAfter = part;
-        const QString fault = tryOnce(id, version);
-        heal(id, version);
-        resource.refusesRange = true;
-        return fault.isEmpty() && m_installed.value(id) != version ? tryOnce(id, version) : fault;
-    }
-    case Outage::CUT:
-        resource.cutAfter = part;
-        return tryOnce(id, version);
-    case Outage::RESET:
-        resource.resetAfter = part;
-        return tryOnce(id, version);
-    case Outage::RENAMED: {
-        rename(id, version);
-        const QString fault = tryOnce(id, version);
-        return fault.isEmpty() && !m_engine->refreshAsServed() ? QStringLiteral("lists nothing")
-                                                               : fault;
-    }
-    case Outage::STALLED:
-    case Outage::REPLACED:
-    case Outage::PROGRAM_END:
-        resource.holdAfter = part;
-        return stall(outage, id, version);
-    }
-    return QString();
-}
-
-/// Starts the update, waits until nothing more comes, and goes on with that outage.
-QString OutageTest::stall(Outage outage, int id, int version)
-{
-    const qint64 part = *archive(id, version).holdAfter;
-    const QString link = m_links.value({id, version});
-    m_engine->server().forgetRequests();
-    m_engine->install(id, versionText(version));
-    const auto download = m_engine->downloads()->find(m_engine->server().url(link));
-    const QString file = download ? download->getPath() : QString();
-    const qint64 before = QFileInfo(file).size();
-    // The transfer goes on behind what is there, or starts over.
-    const auto standsStill = [&] {
-        const qint64 present = QFileInfo(file).size();
-        return !card(id)->isBusy() || (!m_engine->server().last("GET", link).path.isEmpty() &&
-                                       (present == part || present == before + part));
-    };
-    if (!runUntil(standsStill, m_engine->patience()))
-        return QStringLiteral("neither ends nor stands still");
-    if (outage == Outage::PROGRAM_END) {
-        if (!restart())
-            return QStringLiteral("lists nothing");
-        noteShown(id, version);
-        return wrong(true);
-    }
-    m_engine->server().setRefusing(true);
-    const bool ends = m_engine->waitUntilSettled(id);
-    m_engine->server().setRefusing(false);
-    if (!ends)
-        return QStringLiteral("does not end");
-    noteShown(id, version);
-    const QString fault = wrong(false);
-    if (outage == Outage::REPLACED && m_installed.value(id) != version)
-        rebuild(id, version);
-    return fault;
-}
-
-/// One try to its end. Returns what is wrong.
-QString OutageTest::tryOnce(int id, int version)
-{
-    m_engine->install(id, versionText(version));
-    if (!m_engine->waitUntilSettled(id))
-        return QStringLiteral("does not end");
-    noteShown(id, version);
-    return wrong(false);
-}
-
-/// The outage may come too late for what is left to be fetched.
-void OutageTest::noteShown(int id, int version)
-{
-    if (m_engine->controller().installedVersion(card(id)) == versionText(version))
-        m_installed.insert(id, version);
-}
-
-void OutageTest::heal(int id, int version)
-{
-    HttpResource &resource = archive(id, version);
-    HttpResource healthy;
-    healthy.body = resource.body;
-    healthy.lastModified = resource.lastModified;
-    resource = healthy;
-}
-
-/// What is not as it has to be: the fault, or an empty text.
-QString OutageTest::wrong(bool hasRestarted)
-{
-    Files wanted = m_others;
-    for (int id = 1; id <= AddOns; ++id) {
-        const QString fault = wrongCard(id, hasRestarted);
-        if (!fault.isEmpty())
-            return fault;
-        const Files files = m_files.value({id, m_installed.value(id)});
-        for (auto file = files.cbegin(); file != files.cend(); ++file)
-            wanted.insert(file.key(), file.value());
-        wanted.insert(settingsOf(id), m_settings.value(id));
-    }
-    const QMap<QString, QString> tree = fileTree(m_engine->simulator({}));
-    const QMap<QString, QString> wantedTree = expectedTree(wanted);
-    for (const QString &name : (tree.keys() + wantedTree.keys())) {
-        if (tree.value(name, QStringLiteral("-")) != wantedTree.value(name, QStringLiteral("-")))
-            return QStringLiteral("not as it has to be: ") + name;
-    }
-    if (copiesIn(m_engine->profile().backupFolder()) != m_originals)
-        return QStringLiteral("not every original is backed up");
-    return copiesIn(m_engine->profile().preserveFolder()).isEmpty()
-               ? QString()
-               : QStringLiteral("a kept copy is left over");
-}
-
-/// A download that fails is shown as such until the next refresh. Nothing else may be.
-QString OutageTest::wrongCard(int id, bool hasRestarted)
-{
-    const Package::State state = card(id)->state();
-    if (state == Package::DOWNLOAD_ERROR && !hasRestarted)
-        return QString();
-    const QString shown = m_engine->controller().installedVersion(card(id));
-    if (shown == versionText(m_installed.value(id)))
-        return QString();
-    return QStringLiteral("add-on %1 shows \"%2\" in the state %3").arg(id).arg(shown).arg(state);
-}
-
-void OutageTest::everyFileIsOfTheVersionShown()
-{
-    offerAll();
-    QVERIFY(installAll());
-    QCOMPARE(wrong(true), QString());
-    const int updates = numberFromEnvironment("KAVO_UPDATES", 20);
-    for (int number = 0; number < updates; ++number) {
-        const QString fault = update();
-        QVERIFY2(
-            fault.isEmpty(),
-            qPrintable(
-                QStringLiteral("%1 (update %2, seed %3)").arg(fault).arg(number + 1).arg(m_seed)));
-        m_log.clear();
-    }
-    QVERIFY(restart());
-    for (int id = 1; id <= AddOns; ++id)
-        m_engine->controller().uninstall(card(id));
-    Files left = m_others;
-    left.unite(m_originals);
-    QVERIFY(readFiles(m_engine->simulator({})) == left);
-}
-
-void OutageTest::cleanupTestCase()
-{
-    std::printf("\n%-26s updates\n", "outage");
-    for (auto outage = m_outages.cbegin(); outage != m_outages.cend(); ++outage)
-        std::printf("%-26s %7d\n", nameOf(outage.key()), outage.value());
-    std::printf("second tries %d, restarts %d\n\n", m_secondTries, m_restarts);
-    std::fflush(stdout);
-    m_engine.reset();
-}
 
 KAVO_TEST_MAIN(OutageTest)
 #include "OutageTest.moc"

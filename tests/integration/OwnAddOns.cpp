@@ -10,53 +10,22 @@ constexpr int Library = 2;
 constexpr int PlugIn = 10;
 constexpr int Scenery = 11;
 
-const QString Lights = QStringLiteral("bitmaps/lights.png");
-const QString Alert = QStringLiteral("sounds/alert.wav");
+const QString Lights = "bitmaps/lights.png"_s;
+const QString Alert = "sounds/alert.wav"_s;
 
-/// Under the folder that the plug-in is unpacked into.
-QString inResources(const QString &path)
-{
-    return QStringLiteral("Resources/") + path;
-}
-
-Offer library()
-{
-    Offer offer{Library};
-    offer.extract = QStringLiteral("Custom Scenery");
-    offer.remove = QStringList{QStringLiteral("Custom Scenery/Kavo Lib")};
-    return offer;
-}
-
-Offer plugIn()
-{
-    Offer offer{PlugIn};
-    offer.extract = QStringLiteral("Resources");
-    offer.preserve = QStringList{inResources(QStringLiteral("plugins/Alpha/settings.ini")),
-                                 inResources(QStringLiteral("plugins/Alpha/data/profile.dat"))};
-    offer.backup = QStringList{inResources(Lights), inResources(Alert)};
-    offer.remove = QStringList{inResources(QStringLiteral("plugins/Alpha"))} + offer.backup;
-    return offer;
-}
-
-Offer scenery()
-{
-    Offer offer{Scenery};
-    offer.extract = QStringLiteral("Custom Scenery/Beta Field");
-    offer.preserve = QStringList{QStringLiteral("Custom Scenery/Beta Field/notes.txt")};
-    offer.remove = QStringList{QStringLiteral("Custom Scenery/Beta Field")};
-    return offer;
-}
+const QStringList Settings{"Resources/plugins/Alpha/settings.ini"_s,
+                           "Resources/plugins/Alpha/data/profile.dat"_s};
+const QStringList Replaced{"Resources/"_s + Lights, "Resources/"_s + Alert};
 
 /// The archive of a version: files of the given folder, and some further ones.
 Files filesOf(const AddOnSizes &sizes, quint32 seed, const QString &version, const QString &folder,
               const QStringList &further)
 {
-    Files files{{folder + QStringLiteral("/big.dat"), noise(seed, sizes.archiveBytes)},
-                // Something of each version alone, so that it shows when an update leaves
-                // something behind.
-                {folder + QStringLiteral("/only in ") + version, "here"}};
+    Files files{{folder + "/big.dat"_s, noise(seed, sizes.archiveBytes)},
+                // A file of this version alone shows when an update leaves files behind.
+                {folder + "/only in "_s + version, "here"}};
     for (int number = 0; number < sizes.archiveFiles; ++number) {
-        const QString name = QStringLiteral("/%1/part %2.txt").arg(number % 7).arg(number);
+        const QString name = "/%1/part %2.txt"_s.arg(number % 7).arg(number);
         files.insert(folder + name,
                      version.toUtf8() + noise(seed + 1 + static_cast<quint32>(number), 200));
     }
@@ -72,23 +41,29 @@ AddOns offerOwnAddOns(Engine &engine, const AddOnSizes &sizes, quint32 seed)
     AddOns addOns;
     const auto add = [&](Offer offer, const QString &version, const QString &folder,
                          const QStringList &further) {
-        // Far enough from each other that no two archives share their noise.
+        // No two archives share their noise.
         seed = seed * 1103515245U + 12345U;
         offer.version = version;
-        offer.link = QStringLiteral("/package-%1-%2.zip").arg(offer.id).arg(version);
+        offer.link = "/package-%1-%2.zip"_s.arg(offer.id).arg(version);
         offer.files = filesOf(sizes, seed, version, folder, further);
         engine.offer(offer);
-        AddOns::Version added{offer.link, offer.depends, offer.preserve, offer.backup, {}};
-        for (auto file = offer.files.cbegin(); file != offer.files.cend(); ++file)
-            added.files.insert(offer.extract + QLatin1Char('/') + file.key(), file.value());
-        addOns.add(offer.id, version, added);
+        addOns.add(offer.id, version,
+                   {offer.link, offer.depends, offer.preserve, offer.backup,
+                    filesIn(offer.extract, offer.files)});
     };
-    for (const QString &version : {QStringLiteral("1.0"), QStringLiteral("2.0")}) {
-        Offer needing = plugIn();
-        needing.depends = QStringList{QStringLiteral("%1:%2").arg(Library).arg(version)};
-        add(library(), version, QStringLiteral("Kavo Lib"), {});
-        add(needing, version, QStringLiteral("plugins/Alpha"), {Lights, Alert});
-        add(scenery(), version, QStringLiteral("Earth nav data"), {});
+    const QString beta = "Custom Scenery/Beta Field"_s;
+    for (const QString &version : {"1.0"_s, "2.0"_s}) {
+        add(Offer{Library}.into("Custom Scenery"_s).removing({"Custom Scenery/Kavo Lib"_s}),
+            version, "Kavo Lib"_s, {});
+        add(Offer{PlugIn}
+                .into("Resources"_s)
+                .needing({"%1:%2"_s.arg(Library).arg(version)})
+                .keeping(Settings)
+                .backingUp(Replaced)
+                .removing(QStringList{"Resources/plugins/Alpha"_s} + Replaced),
+            version, "plugins/Alpha"_s, {Lights, Alert});
+        add(Offer{Scenery}.into(beta).keeping({beta + "/notes.txt"_s}).removing({beta}), version,
+            "Earth nav data"_s, {});
     }
     engine.serveCatalogue();
     return addOns;

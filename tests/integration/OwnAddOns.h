@@ -5,7 +5,7 @@
 
 namespace Kavo::Testing {
 
-/// Bigger files make every phase of an installation longer.
+/// Sizes of add-ons. Larger files make every phase of an installation longer.
 struct AddOnSizes
 {
     int archiveFiles; ///< number of small files in an archive

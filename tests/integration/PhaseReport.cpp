@@ -1,4 +1,5 @@
 #include "tests/integration/PhaseReport.h"
+#include "tests/support/Literals.h"
 
 #include "packages/PackageController.h"
 
@@ -67,9 +68,9 @@ void PhaseReport::announce(const QString &phase)
 
 void PhaseReport::readLog(const QString &line)
 {
-    if (!line.startsWith(QLatin1String("Extract paramenter")))
+    if (!line.startsWith("Extract paramenter"_s))
         return;
-    announce(QStringLiteral("extracting"));
+    announce("extracting"_s);
     const QMutexLocker locker(&m_mutex);
     m_unpacking = line;
 }
@@ -78,28 +79,28 @@ void PhaseReport::onState(int id, Package::State state)
 {
     switch (state) {
     case Package::PREPARING:
-        announce(QStringLiteral("header"));
+        announce("header"_s);
         break;
     case Package::DOWNLOADING:
-        announce(QStringLiteral("downloading"));
+        announce("downloading"_s);
         break;
     case Package::INSTALLING:
-        // Beside a running task the wait is nothing to tell.
+        // Waiting beside a running task is no phase.
         if (!m_controller.isBusy())
-            announce(QStringLiteral("queued"));
+            announce("queued"_s);
         break;
     case Package::UNINSTALLING:
-        announce(QStringLiteral("uninstalling"));
+        announce("uninstalling"_s);
         break;
     case Package::INSTALLED:
     case Package::AVAILABLE:
-        announce(QStringLiteral("recording"));
+        announce("recording"_s);
         break;
     case Package::INSTALL_ERROR:
     case Package::DOWNLOAD_ERROR:
     case Package::DEPENDENCY_ERROR:
     case Package::UNKNOWN:
-        announce(QStringLiteral("error of package %1").arg(id));
+        announce("error of package %1"_s.arg(id));
         break;
     }
 }
@@ -116,27 +117,26 @@ void PhaseReport::look()
     };
     const auto unpacked = std::find_if(m_waiting.begin(), m_waiting.end(), belongs);
     if (unpacked != m_waiting.end()) {
-        // The archive goes as soon as it is unpacked.
+        // The archive is deleted as soon as it is unpacked.
         if (QFileInfo::exists(m_archives.value(*unpacked)))
             return;
         m_waiting.erase(unpacked);
-        announce(QStringLiteral("restoring"));
+        announce("restoring"_s);
     } else if (m_controller.isBusy() && !m_waiting.isEmpty()) {
         announce(phaseBeforeExtraction());
     }
 }
 
-/// Of the packages that wait the one whose files are being worked on; the others have not begun.
+/// The phase of the only waiting package whose work has begun.
 QString PhaseReport::phaseBeforeExtraction() const
 {
-    QString phase = QStringLiteral("preserving");
+    QString phase = "preserving"_s;
     for (const int id : m_waiting) {
         const Models::PackageVersionPointer version = m_expected.value(id);
         if (!areCopied(version->install->preserve, m_folders.preserve))
             continue;
-        phase = areCopied(version->install->backup, m_folders.backup)
-                    ? QStringLiteral("removing")
-                    : QStringLiteral("backing up");
+        phase =
+            areCopied(version->install->backup, m_folders.backup) ? "removing"_s : "backing up"_s;
         break;
     }
     return phase;

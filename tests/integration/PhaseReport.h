@@ -15,13 +15,13 @@ class PackageController;
 
 namespace Kavo::Testing {
 
-/// Tells on standard output what package management is at, one line "phase NAME" at every change:
+/// Announces the phases of package management on standard output, one line "phase NAME" each:
 ///
 ///     starting, header, downloading, queued, preserving, backing up, removing, extracting,
 ///     restoring, recording, uninstalling
 ///
-/// It knows no more than anybody can see: the states of the packages, the lines of the log, and
-/// which files stand where. Main thread, except for announce() and readLog().
+/// The phases follow from the states of the packages, the lines of the log, and the files on the
+/// disk. Main thread, except for announce() and readLog().
 class PhaseReport final : public QObject
 {
     Q_OBJECT

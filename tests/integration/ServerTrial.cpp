@@ -2,6 +2,7 @@
 
 #include "tests/integration/DriverRun.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -21,30 +22,28 @@ namespace Kavo::Testing {
 namespace {
 
 constexpr int Tries = 3;
-/// Bytes of the add-on, and how much of its archive comes before a cut.
+/// Bytes of the add-on, and of its archive before a cut.
 constexpr int Size = 4 * 1024 * 1024;
 constexpr int CutPlace = Size / 2;
-/// Caches have their own idea of what is new; milliseconds.
+/// Caches may be slow to notice a change; milliseconds.
 constexpr int Patience = 20000;
 
-const QString Archive = QStringLiteral("add-on.zip");
-const QString Folder = QStringLiteral("Custom Scenery/Trial");
+const QString Archive = "add-on.zip"_s;
+const QString Folder = "Custom Scenery/Trial"_s;
 
 QByteArray catalogue(const QString &server)
 {
-    const QJsonObject version{
-        {QStringLiteral("version"), QStringLiteral("1.0")},
-        {QStringLiteral("link"), QString(server + Archive)},
-        {QStringLiteral("install"), QJsonObject{{QStringLiteral("extract"), Folder}}}};
-    const QJsonObject package{{QStringLiteral("id"), 7},
-                              {QStringLiteral("versions"), QJsonArray{version}}};
+    const QJsonObject version{{"version"_s, "1.0"_s},
+                              {"link"_s, QString(server + Archive)},
+                              {"install"_s, QJsonObject{{"extract"_s, Folder}}}};
+    const QJsonObject package{{"id"_s, 7}, {"versions"_s, QJsonArray{version}}};
     return QJsonDocument(QJsonArray{package}).toJson();
 }
 
-/// In one step, as a publisher should, and not a moment ago.
+/// Replaces a file at once, with a time of change in the past.
 bool put(const QString &path, const QByteArray &bytes, int age)
 {
-    const QString draft = path + QStringLiteral(".new");
+    const QString draft = path + ".new"_s;
     QFile file(draft);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) < 0 ||
         !file.flush())
@@ -86,7 +85,7 @@ ServerTrial::Outcome ServerTrial::resume()
     if (!publish(Content::First))
         return Outcome::Failed;
     m_relay.cutAfter(CutPlace);
-    // It must not pass for a whole one.
+    // A cut archive must not be installed.
     if (install())
         return Outcome::Mixed;
     return tryAgain(Content::First);
@@ -125,7 +124,7 @@ ServerTrial::Outcome ServerTrial::tryAgain(Content wanted)
 QByteArray ServerTrial::contentOf(Content content)
 {
     std::mt19937 random(content == Content::First ? 1 : 2);
-    // Archives of other sizes, which a server could tell them by.
+    // The sizes differ, because servers may derive a tag from them.
     const int size = content == Content::First ? Size : Size + 4096;
     QByteArray bytes(size, Qt::Uninitialized);
     for (char &byte : bytes)
@@ -135,23 +134,22 @@ QByteArray ServerTrial::contentOf(Content content)
 
 bool ServerTrial::publish(Content content)
 {
-    m_archive =
-        archiveOf({{QStringLiteral("data.bin"), contentOf(content)}}, QStringLiteral("zip"));
+    m_archive = archiveOf({{"data.bin"_s, contentOf(content)}}, "zip"_s);
     const int age = content == Content::First ? 7200 : 3600;
     const QDir folder(m_folder);
     if (m_archive.isEmpty() || !put(folder.filePath(Archive), m_archive, age) ||
-        !put(folder.filePath(QStringLiteral("packages.json")), catalogue(m_relay.url()), age))
+        !put(folder.filePath("packages.json"_s), catalogue(m_relay.url()), age))
         return false;
     if (!m_publisher.isEmpty() && QProcess::execute(m_publisher, {m_folder}) != 0)
         return false;
     return waitUntilServed();
 }
 
-/// Caches give out what they have for a while, and have something for each name of the server.
+/// Caches may answer with former files for a while.
 bool ServerTrial::waitUntilServed() const
 {
     const QUrl archive(QString(m_relay.url() + Archive));
-    const QUrl list(QString(m_relay.url() + QStringLiteral("packages.json")));
+    const QUrl list(QString(m_relay.url() + "packages.json"_s));
     return QTest::qWaitFor(
         [&] { return fetch(archive) == m_archive && fetch(list) == catalogue(m_relay.url()); },
         Patience);
@@ -159,31 +157,30 @@ bool ServerTrial::waitUntilServed() const
 
 bool ServerTrial::install()
 {
-    DriverRun run({m_relay.url(), m_profile.simulatorFolder(), QStringLiteral("install"),
-                   QStringLiteral("7")});
+    DriverRun run({m_relay.url(), m_profile.simulatorFolder(), "install"_s, "7"_s});
     return run.run() && !run.isKilled() && run.exitCode() == 0;
 }
 
 QByteArray ServerTrial::installed() const
 {
-    return readFile(m_profile.simulatorFolder() + Folder + QStringLiteral("/data.bin"));
+    return readFile(m_profile.simulatorFolder() + Folder + "/data.bin"_s);
 }
 
 QString ServerTrial::nameOf(Outcome outcome)
 {
     switch (outcome) {
     case Outcome::Installed:
-        return QStringLiteral("installed");
+        return "installed"_s;
     case Outcome::Resumed:
-        return QStringLiteral("resumed");
+        return "resumed"_s;
     case Outcome::BegunAnew:
-        return QStringLiteral("begun anew");
+        return "begun anew"_s;
     case Outcome::OldInstalled:
-        return QStringLiteral("the old one");
+        return "the old one"_s;
     case Outcome::Failed:
-        return QStringLiteral("failed");
+        return "failed"_s;
     case Outcome::Mixed:
-        return QStringLiteral("damaged");
+        return "damaged"_s;
     }
     return {};
 }

@@ -9,24 +9,23 @@
 
 namespace Kavo::Testing {
 
-/// The main job of the program on a real web server: an add-on is installed from a catalogue that
-/// lies there, through a network that cuts connections. Each object is for one trial and has an
-/// account of its own. Runs the event loop.
+/// Installs an add-on from a catalogue on a real web server, through a network that cuts
+/// connections. Each object is for one trial and has its own account. Runs the event loop.
 class ServerTrial final
 {
 public:
-    /// How an order to install has ended, after some tries.
+    /// How an installation has ended, after several tries.
     enum class Outcome {
         Installed,    ///< at the first try
-        Resumed,      ///< at a later one, which fetched no more than was missing
-        BegunAnew,    ///< at a later one, which fetched all of it
-        OldInstalled, ///< the archive that was replaced in between, and all of it
+        Resumed,      ///< at a later try, which fetched only what was missing
+        BegunAnew,    ///< at a later try, which fetched the whole archive
+        OldInstalled, ///< with the whole of the archive that was replaced in between
         Failed,       ///< not at all
-        Mixed,        ///< with bytes of several archives
+        Mixed,        ///< with other bytes
     };
 
-    /// What is put into the folder can be had from the server. Where that takes more than to write
-    /// the files, a command does it, with the folder as its argument; else it is empty.
+    /// The server serves the folder. If it needs more than the files, `publisher` is a command that
+    /// is run with the folder as its argument.
     ServerTrial(const QUrl &server, const QString &folder, const QString &publisher = QString());
 
     /// Without a fault.

@@ -1,11 +1,11 @@
-// The main job on a web server that is running already.
+// Tries an installation from a web server that is running.
 //
 //     server_trial SERVER FOLDER [PUBLISHER]
 //
-// SERVER is an address that ends in a slash. What is put into FOLDER can be had from there, where
-// need be after PUBLISHER has been run with the folder as its argument. Prints three lines, of the
-// main job, of a download that is cut, and of an archive that is replaced after a cut. Ends with
-// status 1 when one of them leaves the user without the add-on, or with a damaged one.
+// SERVER is an address that ends in a slash, and serves FOLDER. PUBLISHER is run with the folder as
+// its argument after each change. Prints three lines: for an installation, for a download that is
+// cut, and for an archive that is replaced after a cut. Ends with status 1 when the add-on is
+// missing or damaged after one of them.
 
 #include "tests/integration/ServerTrial.h"
 

@@ -1,7 +1,7 @@
 #include "tests/integration/StressPackages.h"
+#include "tests/support/Literals.h"
 
 #include <QJsonArray>
-#include <QTemporaryDir>
 
 #include <algorithm>
 
@@ -9,8 +9,8 @@ namespace Kavo::Testing {
 
 namespace {
 
-/// The network layer opens no more than six connections to one server. A package may have two
-/// archives on their way: one of its own and another version for the package that shares it.
+/// Qt opens at most six connections to a server. A package may fetch two archives at once: its own,
+/// and another version for the package that shares it.
 constexpr int PackagesOnOneServer = 3;
 
 bool cannotBeUnpacked(int id)
@@ -31,27 +31,23 @@ bool sharesArchive(int id)
 
 QString folder(int id)
 {
-    return (sharesArchive(id) ? QStringLiteral("shared-%1") : QStringLiteral("package-%1")).arg(id);
+    return (sharesArchive(id) ? "shared-%1"_s : "package-%1"_s).arg(id);
 }
 
-/// Of the texts those that are not empty.
+/// The texts that are not empty.
 QJsonArray list(QStringList texts)
 {
     texts.removeAll(QString());
     return QJsonArray::fromStringList(texts);
 }
 
-/// Without a program of its own: one process for each of thousands of archives takes too long.
+/// Runs no program: thousands of processes would take too long.
 QByteArray archiveOf(const Files &files)
 {
     QVector<TarEntry> entries;
     for (auto file = files.cbegin(); file != files.cend(); ++file)
         entries.append({TarEntry::FILE, file.key().toUtf8(), file.value()});
-    const QTemporaryDir place;
-    const QString path = place.filePath(QStringLiteral("archive.tar"));
-    if (!makeTar(path, entries))
-        qFatal("The archive cannot be made");
-    return readFile(path);
+    return tarOf(entries);
 }
 
 } // namespace
@@ -69,7 +65,7 @@ StressPackages::StressPackages(int count) : m_count(count)
 
 QStringList StressPackages::versions()
 {
-    return {QStringLiteral("1.0"), QStringLiteral("2.0")};
+    return {"1.0"_s, "2.0"_s};
 }
 
 void StressPackages::serve(int id, const QString &version)
@@ -82,9 +78,9 @@ void StressPackages::serve(int id, const QString &version)
     if (cannotBeUnpacked(id)) {
         resource.body = "no archive";
     } else {
-        // The probe says nothing, so that this failure, too, comes with the held answer.
-        resource.headStatus = 200;
-        resource.getStatus = 404;
+        // The probe succeeds, so that this failure also comes with the held answer.
+        resource.headStatus = HttpStatus::OK;
+        resource.getStatus = HttpStatus::NOT_FOUND;
     }
 }
 
@@ -95,44 +91,35 @@ QJsonObject StressPackages::object(int id) const
         const QString depends = dependency(id) > 0 ? QString::number(dependency(id)) : QString();
         const QString extract = sharesArchive(id) ? folder(id) : QString();
         objects.append(QJsonObject{
-            {QStringLiteral("version"), version},
-            {QStringLiteral("link"), server(source(id)).url(path(source(id), version))},
-            {QStringLiteral("depends"), list({depends})},
-            {QStringLiteral("install"),
-             QJsonObject{{QStringLiteral("extract"), extract},
-                         {QStringLiteral("preserve"), list({settingsFile(id)})},
-                         {QStringLiteral("backup"), list({original(id)})}}},
-            {QStringLiteral("uninstall"),
-             QJsonObject{{QStringLiteral("remove"), list({folder(id), original(id)})}}}});
+            {"version"_s, version},
+            {"link"_s, server(source(id)).url(path(source(id), version))},
+            {"depends"_s, list({depends})},
+            {"install"_s, QJsonObject{{"extract"_s, extract},
+                                      {"preserve"_s, list({settingsFile(id)})},
+                                      {"backup"_s, list({original(id)})}}},
+            {"uninstall"_s, QJsonObject{{"remove"_s, list({folder(id), original(id)})}}}});
     }
-    return {{QStringLiteral("id"), id},
-            {QStringLiteral("name"),
-             QJsonObject{{QStringLiteral("en"), QStringLiteral("package-%1").arg(id)}}},
-            {QStringLiteral("versions"), objects}};
+    return {{"id"_s, id},
+            {"name"_s, QJsonObject{{"en"_s, "package-%1"_s.arg(id)}}},
+            {"versions"_s, objects}};
 }
 
 Files StressPackages::files(int id, const QString &version)
 {
-    if (sharesArchive(id)) {
-        Files files;
-        const Files shared = StressPackages::files(source(id), version);
-        for (auto file = shared.cbegin(); file != shared.cend(); ++file)
-            files.insert(folder(id) + QLatin1Char('/') + file.key(), file.value());
-        return files;
-    }
+    if (sharesArchive(id))
+        return filesIn(folder(id), files(source(id), version));
     const QByteArray content = "package " + QByteArray::number(id) + " version " + version.toUtf8();
-    Files files{{mark(id), content},
-                {folder(id) + QStringLiteral("/only-in-") + version, content + " alone"}};
+    Files own{{mark(id), content}, {folder(id) + "/only-in-"_s + version, content + " alone"}};
     if (!original(id).isEmpty())
-        files.insert(original(id), content + " in its place");
-    return files;
+        own.insert(original(id), content + " in its place");
+    return own;
 }
 
 QString StressPackages::mark(int id)
 {
     if (sharesArchive(id))
         return folder(id) + QLatin1Char('/') + mark(source(id));
-    return folder(id) + QStringLiteral("/file.txt");
+    return folder(id) + "/file.txt"_s;
 }
 
 int StressPackages::dependency(int id)
@@ -143,12 +130,12 @@ int StressPackages::dependency(int id)
 
 QString StressPackages::settingsFile(int id)
 {
-    return id % 10 == 4 ? folder(id) + QStringLiteral("/settings.ini") : QString();
+    return id % 10 == 4 ? folder(id) + "/settings.ini"_s : QString();
 }
 
 QString StressPackages::original(int id)
 {
-    return id % 10 == 5 ? QStringLiteral("Custom/original-%1.txt").arg(id) : QString();
+    return id % 10 == 5 ? "Custom/original-%1.txt"_s.arg(id) : QString();
 }
 
 QByteArray StressPackages::originalContent(int id)
@@ -158,7 +145,7 @@ QByteArray StressPackages::originalContent(int id)
 
 bool StressPackages::isSound(int id, const QString &version)
 {
-    return version != QLatin1String("2.0") || !(cannotBeUnpacked(id) || cannotBeFetched(id));
+    return version != "2.0"_s || !(cannotBeUnpacked(id) || cannotBeFetched(id));
 }
 
 QStringList StressPackages::archives(int id)
@@ -206,7 +193,7 @@ int StressPackages::source(int id)
 
 QString StressPackages::path(int id, const QString &version)
 {
-    return QStringLiteral("/package-%1-%2.tar").arg(id).arg(version);
+    return "/package-%1-%2.tar"_s.arg(id).arg(version);
 }
 
 TestHttpServer &StressPackages::server(int id) const

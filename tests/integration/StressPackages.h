@@ -12,11 +12,10 @@
 
 namespace Kavo::Testing {
 
-/// Very many small packages on so many servers that all of their downloads can be under way at the
-/// same moment. The number of a package, from 1, says what is special about it: some need another
-/// package, keep the user's settings, replace other people's files, share an archive, or have a
-/// newest version that cannot be unpacked or fetched. Every package has the versions "1.0" and
-/// "2.0".
+/// Many small packages, on enough servers for all downloads to run at once. The number of a
+/// package, from 1, decides what is special about it: some need another package, keep the user's
+/// settings, replace other people's files, share an archive, or have a newest version that cannot
+/// be unpacked or fetched. Every package has the versions "1.0" and "2.0".
 class StressPackages final
 {
 public:
@@ -28,10 +27,10 @@ public:
     QJsonObject object(int id) const;
     /// What an installed version puts into the simulator's folder.
     static Files files(int id, const QString &version);
-    /// The file by whose content a version can be told.
+    /// The file whose content names the version.
     static QString mark(int id);
 
-    /// The package that has to be there first, or 0.
+    /// The package that it needs, or 0.
     static int dependency(int id);
     /// The file that the user may write, or an empty text.
     static QString settingsFile(int id);
@@ -44,11 +43,11 @@ public:
     /// File names of the archives in the cache folder.
     static QStringList archives(int id);
 
-    /// Makes the servers keep back the body of every archive.
+    /// Makes the servers hold every archive.
     void hold();
-    /// Lets everything go that is kept back, all in one turn of the event loop.
+    /// Releases all archives in one turn of the event loop.
     void release();
-    /// How many archives have been asked for since hold().
+    /// Number of archives requested since hold().
     int requestedArchives() const;
 
 private:

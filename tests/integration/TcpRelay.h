@@ -11,8 +11,8 @@ class QTcpSocket;
 
 namespace Kavo::Testing {
 
-/// Stands between a client and a server as the network does: hands on what either says, counts it,
-/// and cuts a connection where it is told to. Works on the thread of its creator.
+/// A proxy between clients and a server. It forwards and counts what both send, and can cut
+/// connections. Works on the thread of its creator.
 class TcpRelay final : public QObject
 {
     Q_OBJECT
@@ -20,17 +20,17 @@ class TcpRelay final : public QObject
 public:
     explicit TcpRelay(const QUrl &server);
 
-    /// The address of the server by way of the relay.
+    /// The address of the server through the relay.
     QString url() const;
 
-    /// Cuts each connection as soon as so many bytes of the server's have been handed on.
+    /// Cuts each connection after so many bytes from the server.
     void cutAfter(qint64 bytes) { m_cut = bytes; }
     void cutNothing() { m_cut.reset(); }
     /// Forgets what was counted.
     void reset();
     /// Bytes that the server has sent, heads included.
     qint64 sentByServer() const { return m_sentByServer; }
-    /// All that clients have said.
+    /// All bytes from clients.
     const QByteArray &saidByClients() const { return m_saidByClients; }
 
 private:

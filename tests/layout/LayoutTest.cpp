@@ -9,8 +9,8 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// What each room links. A file includes from its own room, from these, and from what they link in
-/// turn, as the libraries do.
+/// The libraries that each room links. A file includes from its own room, from these, and from what
+/// they link in turn.
 const QMap<QString, QStringList> &rooms()
 {
     static const QMap<QString, QStringList> links{
@@ -42,7 +42,7 @@ const QMap<QString, QStringList> &rooms()
     return links;
 }
 
-/// The room of a file: the longest folder of its path that is one.
+/// The room of a file: the longest prefix of its path that is a room.
 QString roomOf(const QString &path)
 {
     QString folder = path.section(QLatin1Char('/'), 0, -2);
@@ -51,7 +51,7 @@ QString roomOf(const QString &path)
     return folder;
 }
 
-/// The room and all that it sees.
+/// The room and all rooms it may include from.
 QSet<QString> seenFrom(const QString &room)
 {
     QSet<QString> seen{room};
@@ -60,7 +60,7 @@ QSet<QString> seenFrom(const QString &room)
     return seen;
 }
 
-/// The modules of Qt that a folder may use; empty for those that show something, which use any.
+/// The modules of Qt that a folder may use. Empty for folders with widgets, which may use any.
 QStringList modulesOf(const QString &folder)
 {
     static const QMap<QString, QStringList> modules{
@@ -81,7 +81,8 @@ bool isOfQt(const QString &include)
            (include.startsWith(QLatin1Char('q')) && include.endsWith(QLatin1String(".h")));
 }
 
-/// Whether the header of Qt is one of these modules', with or without the module before its name.
+/// Whether the header belongs to one of these modules of Qt, with or without the module before its
+/// name.
 bool belongsTo(const QStringList &modules, const QString &include)
 {
     const QDir headers(QLibraryInfo::location(QLibraryInfo::HeadersPath));
@@ -94,7 +95,7 @@ bool belongsTo(const QStringList &modules, const QString &include)
 
 } // namespace
 
-/// Holds the source tree to its rules.
+/// Checks that the source tree follows its rules.
 class LayoutTest final : public QObject
 {
     Q_OBJECT
@@ -209,7 +210,7 @@ void LayoutTest::includesNameTheirFolder()
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
 }
 
-/// What finds, installs and removes packages also works where there is no display.
+/// The code that finds, installs and removes packages also works without a display.
 void LayoutTest::engineKnowsNoWindow()
 {
     QVERIFY(belongsTo(modulesOf(QStringLiteral("core")), QStringLiteral("QString")));
@@ -291,7 +292,7 @@ QSet<QString> LayoutTest::namedIn(const QString &page, int column)
     return names;
 }
 
-/// The page and what it names point at each other.
+/// The page and the places it names refer to each other.
 void LayoutTest::compatibilityPageNamesWhatIsThere()
 {
     const QString page = QStringLiteral("docs/compatibility.md");

@@ -3,7 +3,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 
-/// Holds a built program to the libraries that it may need.
+/// Checks which libraries a built program needs.
 class LinkageTest final : public QObject
 {
     Q_OBJECT
@@ -12,8 +12,7 @@ private slots:
     void catalogueToolNeedsNoWindow();
 
 private:
-    /// The libraries of Qt that the dynamic linker loads with the program, those that others need
-    /// included.
+    /// The libraries of Qt that the dynamic linker loads with the program, including indirect ones.
     static QStringList librariesOfQt(const QString &program);
 };
 
@@ -35,7 +34,7 @@ QStringList LinkageTest::librariesOfQt(const QString &program)
 
 void LinkageTest::catalogueToolNeedsNoWindow()
 {
-    // A test has windows.
+    // A test program does have windows.
     const QStringList ofTest = librariesOfQt(QCoreApplication::applicationFilePath());
     QVERIFY(ofTest.contains(QStringLiteral("Qt5Gui")) &&
             ofTest.contains(QStringLiteral("Qt5Widgets")));

@@ -6,7 +6,7 @@ namespace Kavo::Testing {
 
 namespace {
 
-/// Position behind a literal that begins at `start`.
+/// The position after a literal that begins at `start`.
 int endOfLiteral(const QString &text, int start)
 {
     const QChar quote = text.at(start);
@@ -29,7 +29,7 @@ bool isDigitSeparator(const QString &text, int position)
            text.at(position - 1).isLetterOrNumber();
 }
 
-/// Position behind the bracket that closes the one at `start`.
+/// The position after the bracket that closes the one at `start`.
 int endOfBrackets(const QString &code, int start)
 {
     int depth = 0;
@@ -58,7 +58,7 @@ QStringList argumentsOf(const QString &list)
     return arguments;
 }
 
-/// What the first group of the pattern holds wherever it matches.
+/// The first group of the pattern, for each match.
 QStringList capturedIn(const QString &text, const QRegularExpression &pattern)
 {
     QStringList found;

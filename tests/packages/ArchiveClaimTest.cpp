@@ -41,7 +41,7 @@ private slots:
         ArchiveClaim second = claim();
         first.deleteArchive();
         QVERIFY(stands());
-        // Once given up, it counts no more.
+        // A claim that was given up no longer counts.
         first.deleteArchive();
         QVERIFY(stands());
         second.deleteArchive();

@@ -29,7 +29,7 @@ ArchiveEntry hardLink(const char *path, const char *target)
     return {QString::fromUtf8(path), Kind::HARD_LINK, 0, QString::fromUtf8(target), false};
 }
 
-/// Which entries would leave the folder that an archive is unpacked into.
+/// Finds the entries that would leave the folder an archive is unpacked into.
 class ArchiveContainmentTest final : public QObject
 {
     Q_OBJECT
@@ -70,7 +70,7 @@ private slots:
         const auto row = [](const char *name, const QVector<ArchiveEntry> &entries) {
             QTest::newRow(name) << entries;
         };
-        // The name of the way out has a door in it.
+        // A later entry goes through the link.
         for (const char *path : {"door/../..", "door/..", "door\\..\\..", "door/..\\x"})
             row(path, {file("a"), file(path)});
         row("NUL", {{"door"_s + QChar(QChar::Null), Kind::FILE, 1, {}, false}});
@@ -108,7 +108,7 @@ private slots:
         QVERIFY2(found->contains("door"_s), qPrintable(*found));
     }
 
-    /// It would take the place of the folder itself.
+    /// The entry would replace the folder itself.
     void linkNeedsAName()
     {
         for (const char *path : {"", ".", "./"})
@@ -122,7 +122,7 @@ private slots:
         const QString disk = profile.folder("disk/scenery"_s);
         QVERIFY(QDir(simulator).mkpath("Aircraft"_s));
         QVERIFY(QFile::link(disk.chopped(1), simulator + "Custom Scenery"_s));
-        // What is above the folder is the other disk.
+        // The folder is a link, and its parent is on the other disk.
         QVERIFY(wayOut({link("Custom Scenery/door", "../x")}, simulator));
         QVERIFY(wayOut({link("door", "Custom Scenery/../x")}, simulator));
         QVERIFY(!wayOut({link("Custom Scenery/a/inside", "../x")}, simulator));
@@ -132,7 +132,7 @@ private slots:
 
     void manyLinksInARowEnd()
     {
-        // Each name doubles the way to go.
+        // Each link doubles the number of steps.
         QVector<ArchiveEntry> entries;
         for (int number = 1; number < 60; ++number) {
             const QByteArray name = "l" + QByteArray::number(number);

@@ -1,5 +1,5 @@
 #include "tests/packages/UpdateSetup.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -15,8 +15,8 @@ using namespace Kavo::Testing;
 
 Q_DECLARE_METATYPE(Files)
 
-/// An update whose archive, disk or 7-Zip lets it down. Nothing of other people's is touched,
-/// nothing appears outside of the simulator, and a good archive installs the right files later.
+/// Updates with a faulty archive, disk or 7-Zip. Other people's files stay unchanged, nothing
+/// appears outside the simulator, and a good archive later installs the right files.
 class ArchiveFaultsTest final : public QObject
 {
     Q_OBJECT
@@ -24,8 +24,8 @@ class ArchiveFaultsTest final : public QObject
 private slots:
     void initTestCase()
     {
-        // Mounts in a namespace of our own end with this process, however it ends. Threads that
-        // exist already would not see them, so this comes before the first task.
+        // Mounts in our own namespace end with this process, however it ends. Threads that exist
+        // already would not see them, so this comes before the first task.
         m_mounts = ::unshare(CLONE_NEWNS) == 0 &&
                    ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     }
@@ -44,7 +44,7 @@ private slots:
             const QByteArray whole = archive(format);
             QTest::addRow("%s, cut in the middle", format)
                 << whole.left(whole.size() / 2) << damaged;
-            // A tar archive may go on with zeros for as long as it likes.
+            // A tar archive may end with any number of zeros.
             const int end = whole.size() - (qstrcmp(format, "tar") == 0 ? 30000 : 20);
             QTest::addRow("%s, cut near the end", format) << whole.left(end) << damaged;
         }
@@ -59,7 +59,7 @@ private slots:
             whole[whole.size() / 2] = static_cast<char>(~whole.at(whole.size() / 2));
             return whole;
         };
-        // The listing cannot tell.
+        // The listing does not show this fault.
         QTest::newRow("7z, damaged") << turned(archive("7z")) << refused();
         QTest::newRow("zip, damaged in the last entry") << turned(archive("zip")) << refused();
         QTest::newRow("7z, encrypted") << archive("7z", "password") << locked;
@@ -110,47 +110,46 @@ private slots:
             return QVector<TarEntry>{{TarEntry::FILE, "lights.txt", "lights 2.0"},
                                      {TarEntry::FILE, name, "x"}};
         };
-        table<QVector<TarEntry>>(
-            {"entries"},
-            {{"above", named("../evil")},
-             {"above the parent folder", named("plugin/../../evil")},
-             {"to the user's file", named("plugin/../../Documents/kept")},
-             {"up and down again", named("plugin/../plugin/x")},
-             {"absolute", named("OUTSIDE/evil")},
-             {"absolute, to the user's file", named("OUTSIDE/kept")},
-             {"backslashes", named("plugin\\..\\..\\evil")},
-             {"both separators", named("plugin/..\\..\\evil")},
-             {"drive", named("C:\\evil")},
-             {"server", named("\\\\server\\evil")},
-             {"to a folder, then files through it",
-              QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents"}, file, evil}},
-             {"absolute, then files through it",
-              QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}, file, evil}},
-             {"to a file, then that file",
-              QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents/kept"}, door}},
-             {"hard link, then that file",
-              QVector<TarEntry>{{TarEntry::HARD_LINK, "plugin/door", "../../Documents/kept"},
-                                door}},
-             {"to a folder of others, then a file through it",
-              QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../Aircraft/Others"},
-                                {TarEntry::FILE, "plugin/door/plane.acf", "x"}}},
-             {"by way of a link that shortens the path",
-              QVector<TarEntry>{
-                  {TarEntry::FOLDER, "plugin/a/b/c", ""},
-                  {TarEntry::LINK, "plugin/a/b/c/short", "../../.."},
-                  {TarEntry::LINK, "plugin/a/b/c/short/door", "../../../../../Documents"},
-                  file,
-                  evil}},
-             {"absolute link", QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}}},
-             {"link of the same name as a folder",
-              QVector<TarEntry>{{TarEntry::FOLDER, "plugin/door", ""},
-                                {TarEntry::LINK, "plugin/door", "elsewhere"}}},
-             {"device", QVector<TarEntry>{{TarEntry::DEVICE, "plugin/door", ""}}},
-             {"pipe", QVector<TarEntry>{{TarEntry::PIPE, "plugin/door", ""}}}});
+        Rows<QVector<TarEntry>>()
+            .row("above", named("../evil"))
+            .row("above the parent folder", named("plugin/../../evil"))
+            .row("to the user's file", named("plugin/../../Documents/kept"))
+            .row("up and down again", named("plugin/../plugin/x"))
+            .row("absolute", named("OUTSIDE/evil"))
+            .row("absolute, to the user's file", named("OUTSIDE/kept"))
+            .row("backslashes", named("plugin\\..\\..\\evil"))
+            .row("both separators", named("plugin/..\\..\\evil"))
+            .row("drive", named("C:\\evil"))
+            .row("server", named("\\\\server\\evil"))
+            .row("to a folder, then files through it",
+                 QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents"}, file, evil})
+            .row("absolute, then files through it",
+                 QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}, file, evil})
+            .row("to a file, then that file",
+                 QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents/kept"}, door})
+            .row("hard link, then that file",
+                 QVector<TarEntry>{{TarEntry::HARD_LINK, "plugin/door", "../../Documents/kept"},
+                                   door})
+            .row("to a folder of others, then a file through it",
+                 QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../Aircraft/Others"},
+                                   {TarEntry::FILE, "plugin/door/plane.acf", "x"}})
+            .row("by way of a link that shortens the path",
+                 QVector<TarEntry>{
+                     {TarEntry::FOLDER, "plugin/a/b/c", ""},
+                     {TarEntry::LINK, "plugin/a/b/c/short", "../../.."},
+                     {TarEntry::LINK, "plugin/a/b/c/short/door", "../../../../../Documents"},
+                     file,
+                     evil})
+            .row("absolute link", QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}})
+            .row("link of the same name as a folder",
+                 QVector<TarEntry>{{TarEntry::FOLDER, "plugin/door", ""},
+                                   {TarEntry::LINK, "plugin/door", "elsewhere"}})
+            .row("device", QVector<TarEntry>{{TarEntry::DEVICE, "plugin/door", ""}})
+            .row("pipe", QVector<TarEntry>{{TarEntry::PIPE, "plugin/door", ""}});
     }
     void entriesThatLeadOutAreRefused()
     {
-        QFETCH(QVector<TarEntry>, entries);
+        auto [entries] = Rows<QVector<TarEntry>>::current();
         const LogCapture log;
         UpdateSetup setup;
         putOutside(setup, entries);
@@ -159,14 +158,14 @@ private slots:
 
     void thingsOfOthersInTheWayStay_data()
     {
-        table<Files>({"files"},
-                     {{"a folder where a file should be", Files{{"Aircraft/Others"_s, "x"}}},
-                      {"a file where a folder should be",
-                       Files{{"Aircraft/Others/plane.acf/new.txt"_s, "x"}}}});
+        Rows<Files>()
+            .row("a folder where a file should be", Files{{"Aircraft/Others"_s, "x"}})
+            .row("a file where a folder should be",
+                 Files{{"Aircraft/Others/plane.acf/new.txt"_s, "x"}});
     }
     void thingsOfOthersInTheWayStay()
     {
-        QFETCH(Files, files);
+        auto [files] = Rows<Files>::current();
         const LogCapture log;
         UpdateSetup setup;
         files.insert("plugin/disc.bin"_s, "x");
@@ -264,10 +263,11 @@ private slots:
     }
 
 private:
-    /// The log of an archive that leads out.
+    /// The log lines for an archive with entries outside its folder.
     static QStringList leadsOut() { return turnedAway("The archive leads out of the folder*"_s); }
 
-    /// Puts a file of the user's into a folder outside and the folder's name into the entries.
+    /// Creates a user's file in an outside folder, and replaces the placeholder in the entries by
+    /// the folder's name.
     static QString putOutside(UpdateSetup &setup, QVector<TarEntry> &entries)
     {
         const QString folder = setup.otherFolder().chopped(1);
@@ -279,7 +279,7 @@ private:
         return folder;
     }
 
-    /// Updates with this archive, then does what wrongRecovery() does. Returns what is wrong.
+    /// Updates with this archive, then calls wrongRecovery(). Returns what is wrong.
     static QString wrongCourse(UpdateSetup &setup, const QByteArray &archive, Package::State state,
                                const QStringList &lines)
     {

@@ -2,8 +2,8 @@
 #include "tests/packages/EngineTest.h"
 #include "tests/packages/GatedExtractor.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Rows.h"
 #include "tests/support/RunUntil.h"
-#include "tests/support/Table.h"
 #include "tests/support/TestMain.h"
 
 #include <QCryptographicHash>
@@ -44,8 +44,8 @@ QByteArray content()
     return bytes;
 }
 
-/// What is looked at before an installation changes anything, by real installations: an archive or
-/// a simulator that is known to be bad costs nothing, and the version before stays installed.
+/// Checks before an installation changes anything, by real installations. An archive or a simulator
+/// that is known to be bad costs nothing, and the version before stays installed.
 class ArchiveLookTest final : public EngineTest
 {
     Q_OBJECT
@@ -61,33 +61,31 @@ private slots:
         };
         const QString digest = right.value("sha256"_s).toString();
         const QString another = (digest.at(0) == u'0' ? u'1' : u'0') + digest.mid(1);
-        table<QJsonObject, Kind>(
-            {"keys", "kind"},
-            {{"right", right, Kind::NONE},
-             {"right, in capitals", with("sha256", digest.toUpper()), Kind::NONE},
-             {"one byte more", with("size", content().size() - 1), Kind::SIZE_DIFFERS},
-             {"one byte less", with("size", content().size() + 1), Kind::SIZE_DIFFERS},
-             {"nothing expected", with("size", 0), Kind::SIZE_DIFFERS},
-             {"another content", with("sha256", another), Kind::CHECKSUM_DIFFERS},
-             {"half a digest", with("sha256", digest.left(32)), Kind::CHECKSUM_DIFFERS},
-             {"no digest", with("sha256", "unknown"_s), Kind::CHECKSUM_DIFFERS},
-             // What says nothing of the archive is followed.
-             {"empty digest", QJsonObject{{"sha256"_s, QString()}}, Kind::NONE},
-             {"digest that is no text", QJsonObject{{"sha256"_s, 5}}, Kind::NONE},
-             {"size that is no number", QJsonObject{{"size"_s, "many"_s}}, Kind::NONE},
-             {"negative size", QJsonObject{{"size"_s, -1}}, Kind::NONE},
-             {"half a byte", QJsonObject{{"size"_s, 0.5}}, Kind::NONE},
-             {"size beyond all numbers", QJsonObject{{"size"_s, 1e300}}, Kind::NONE},
-             {"no size", QJsonObject{{"size"_s, QJsonValue()}}, Kind::NONE}});
+        Rows<QJsonObject, Kind>()
+            .row("right", right, Kind::NONE)
+            .row("right, in capitals", with("sha256", digest.toUpper()), Kind::NONE)
+            .row("one byte more", with("size", content().size() - 1), Kind::SIZE_DIFFERS)
+            .row("one byte less", with("size", content().size() + 1), Kind::SIZE_DIFFERS)
+            .row("nothing expected", with("size", 0), Kind::SIZE_DIFFERS)
+            .row("another content", with("sha256", another), Kind::CHECKSUM_DIFFERS)
+            .row("half a digest", with("sha256", digest.left(32)), Kind::CHECKSUM_DIFFERS)
+            .row("no digest", with("sha256", "unknown"_s), Kind::CHECKSUM_DIFFERS)
+            // Headers that do not describe the archive have no effect.
+            .row("empty digest", QJsonObject{{"sha256"_s, QString()}}, Kind::NONE)
+            .row("digest that is no text", QJsonObject{{"sha256"_s, 5}}, Kind::NONE)
+            .row("size that is no number", QJsonObject{{"size"_s, "many"_s}}, Kind::NONE)
+            .row("negative size", QJsonObject{{"size"_s, -1}}, Kind::NONE)
+            .row("half a byte", QJsonObject{{"size"_s, 0.5}}, Kind::NONE)
+            .row("size beyond all numbers", QJsonObject{{"size"_s, 1e300}}, Kind::NONE)
+            .row("no size", QJsonObject{{"size"_s, QJsonValue()}}, Kind::NONE);
     }
     void archiveMustBeTheOneOfTheCatalogue()
     {
-        QFETCH(QJsonObject, keys);
-        QFETCH(Kind, kind);
+        const auto [keys, kind] = Rows<QJsonObject, Kind>::current();
         offerUpdate(keys);
         archive(7, "2.0"_s).body = content();
         updateEndsWith(kind);
-        // What has differed is not gone on with.
+        // A download that had the wrong size or checksum is not resumed.
         QCOMPARE(filesUnder(cached({})).filter("package-7"_s), QStringList());
     }
 
@@ -117,7 +115,7 @@ private slots:
     void sharedArchiveIsComparedForEach()
     {
         const QByteArray shared = archiveOf({{"shared.txt"_s, "x"}}, "zip"_s);
-        // Each of them may be the one that starts the transfer.
+        // Either of them may start the transfer.
         for (const int id : {1, 2, 3}) {
             const QJsonObject keys[] = {{}, keysOf(shared), keysOf("something else")};
             offer(Offer{id}.at("/shared.zip"_s).with(keys[id - 1]));
@@ -135,11 +133,11 @@ private slots:
 
     void simulatorThatIsGoneIsNotMadeAnew_data()
     {
-        table<bool>({"hasFolder"}, {{"empty place of a disk", true}, {"no folder", false}});
+        Rows<bool>().row("empty place of a disk", true).row("no folder", false);
     }
     void simulatorThatIsGoneIsNotMadeAnew()
     {
-        QFETCH(bool, hasFolder);
+        const auto [hasFolder] = Rows<bool>::current();
         offerUpdate({});
         const QString folder = simulator({}).chopped(1);
         const QString elsewhere = profile().folder("elsewhere"_s) + "simulator"_s;
@@ -233,18 +231,16 @@ private slots:
 
     void cpioIsLookedAt_data()
     {
-        table<int, QByteArray, bool>({"mode", "content", "isHarmless"},
-                                     {{"file", 0100644, "x", true},
-                                      {"link inside", 0120777, "plugin.xpl", true},
-                                      {"link outside", 0120777, "../../outside", false},
-                                      {"device", 0020644, QByteArray(), false}});
+        Rows<int, QByteArray, bool>()
+            .row("file", 0100644, "x", true)
+            .row("link inside", 0120777, "plugin.xpl", true)
+            .row("link outside", 0120777, "../../outside", false)
+            .row("device", 0020644, QByteArray(), false);
     }
-    /// The archives that some packaging tools of Linux make; 7-Zip does not.
+    /// Some packaging tools of Linux make such archives; 7-Zip does not.
     void cpioIsLookedAt()
     {
-        QFETCH(int, mode);
-        QFETCH(QByteArray, content);
-        QFETCH(bool, isHarmless);
+        const auto [mode, content, isHarmless] = Rows<int, QByteArray, bool>::current();
         offerUpdate({});
         archive(7, "2.0"_s).body = cpioEntry("plugin/plugin.xpl", 0100644, "2.0") +
                                    cpioEntry("plugin/door", mode, content) +
@@ -264,13 +260,14 @@ private slots:
 
     void failedFirstInstallationLeavesNothingBehind_data()
     {
-        table<QString>({"extract"}, {{"simulator's folder", QString()},
-                                     {"folder that exists", "Custom Scenery"_s},
-                                     {"folder that does not", "Resources/plugins"_s}});
+        Rows<QString>()
+            .row("simulator's folder", QString())
+            .row("folder that exists", "Custom Scenery")
+            .row("folder that does not", "Resources/plugins");
     }
     void failedFirstInstallationLeavesNothingBehind()
     {
-        QFETCH(QString, extract);
+        const auto [extract] = Rows<QString>::current();
         QVERIFY(writeFiles(simulator({}),
                            {{"Custom Scenery/mine/a.txt"_s, "mine"}, {"mine/a.txt"_s, "mine"}}));
         const auto before = fileTree(simulator({}));
@@ -312,7 +309,7 @@ private:
         return {{"size"_s, archive.size()}, {"sha256"_s, QString::fromLatin1(digest.toHex())}};
     }
 
-    /// Updates to 2.0. Unless that ends well, 1.0 is there as before, also after a refresh.
+    /// Updates to 2.0. If that fails, 1.0 must be there as before, also after a refresh.
     void updateEndsWith(Kind kind)
     {
         const auto before = fileTree(simulator({}));

@@ -1,7 +1,7 @@
 #include "packages/catalogue/CatalogueFeed.h"
 #include "tests/downloads/DownloadSetup.h"
 #include "tests/support/Literals.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QSharedPointer>
@@ -21,7 +21,7 @@ const QString Path = "/packages.json"_s;
 
 } // namespace
 
-/// How large a catalogue may be.
+/// The largest catalogue that is accepted.
 class CatalogueFeedTest final : public QObject
 {
     Q_OBJECT
@@ -45,20 +45,20 @@ private slots:
 
     void longCatalogueIsAnError_data()
     {
-        table<bool, bool>({"announced", "chunked"},
-                          {{"announced", true, false},
-                           {"in chunks", false, true},
-                           {"until the end of the connection", false, false}});
+        Rows<bool, bool>()
+            .row("announced", true, false)
+            .row("in chunks", false, true)
+            .row("until the end of the connection", false, false);
     }
-    /// The body never ends, so that the transfer must.
+    /// The body never ends, so the transfer has to be aborted.
     void longCatalogueIsAnError()
     {
-        QFETCH(bool, announced);
-        QFETCH(bool, chunked);
+        const auto [announced, chunked] = Rows<bool, bool>::current();
         HttpResource &resource = m_setup->server().serveGenerated(Path, Largest + 1);
         resource.chunked = chunked;
         resource.getWithoutLength = !announced && !chunked;
-        // One byte more is asked for than comes, unless the length alone must do.
+        // The length announces one byte more than is sent, except where the length alone must be
+        // enough.
         if (!announced)
             resource.generatedSize = Largest + 2;
         resource.holdAfter = announced ? 0 : Largest + 1;
@@ -78,11 +78,11 @@ private slots:
 
     void largestCatalogueIsTaken_data()
     {
-        table<bool>({"chunked"}, {{"announced", false}, {"in chunks", true}});
+        Rows<bool>().row("announced", false).row("in chunks", true);
     }
     void largestCatalogueIsTaken()
     {
-        QFETCH(bool, chunked);
+        const auto [chunked] = Rows<bool>::current();
         m_setup->server().serveGenerated(Path, Largest).chunked = chunked;
         QSignalSpy available(m_feed.get(), &CatalogueFeed::available);
         m_feed->request();
@@ -105,8 +105,7 @@ private slots:
         QCOMPARE(m_setup->content("packages.json"_s), "[]");
     }
 
-    /// Who refreshes wants to know what the server has now, however long it says that an answer
-    /// holds.
+    /// A refresh must show what the server has now, however long its previous answer may be kept.
     void freshCatalogueIsAskedForAllTheSame()
     {
         QSignalSpy available(m_feed.get(), &CatalogueFeed::available);

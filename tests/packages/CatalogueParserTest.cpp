@@ -1,6 +1,6 @@
 #include "packages/catalogue/CatalogueParser.h"
 #include "tests/support/Literals.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 
 #include <limits>
 
@@ -20,12 +20,13 @@ const QByteArray EveryKey =
     R"("short_description": {"en": "Jetways that move"}, "icon": "http://h/i.png",)"
     R"("type": "PLUGIN", "manual_url": "http://h/m", "help_url": "http://h/h", "id": 42,)"
     R"("product_id": 7, "banner": ["http://h/1.png", "http://h/2.png"],)"
-    R"("versions": [{"version": "1.2", "link": "http://h/j.zip", "depends": ["1:1.0", "5"],)"
+    R"("versions": [{"version": "1.2", "link": "http://h/j.zip", "size": 5000000000,)"
+    R"("sha256": "AB12", "depends": ["1:1.0", "5"],)"
     R"("log": ["first", "second"],)"
     R"("install": {"extract": "Resources/plugins", "preserve": ["a.cfg"], "backup": ["b"]},)"
     R"("uninstall": {"remove": ["Resources/plugins/Jetways"]}}]}])";
 
-/// Everything that came out of the parser, as text; what reads as a default is left out.
+/// Everything the parser returned, as text. Default values are left out.
 QStringList facts(const Package &package)
 {
     QStringList found;
@@ -55,6 +56,8 @@ QStringList facts(const Package &package)
     for (const PackageVersionPointer &version : package.versions()) {
         text("version", version->version);
         text("link", version->link);
+        text("size", version->size ? QString::number(*version->size) : QString());
+        text("sha256", version->sha256);
         list("depends", version->depends);
         list("log", version->log);
         text("extract", version->install->extract);
@@ -65,7 +68,7 @@ QStringList facts(const Package &package)
     return found;
 }
 
-/// What is read of a catalogue of one package.
+/// What the parser reads from a catalogue with one package.
 QStringList factsOf(const QByteArray &json)
 {
     const PackageList packages = parse(json);
@@ -74,7 +77,7 @@ QStringList factsOf(const QByteArray &json)
 
 } // namespace
 
-/// What the bytes of a catalogue mean, those that were made with ill will included.
+/// Reads catalogues, including hostile ones.
 class CatalogueParserTest final : public QObject
 {
     Q_OBJECT
@@ -82,14 +85,15 @@ class CatalogueParserTest final : public QObject
 private slots:
     void readsEveryKey()
     {
-        QCOMPARE(factsOf(EveryKey).join(u' '),
-                 "id=42 product_id=7 name=Jetways description=Moving jetways "
-                 "short_description=Jetways that move icon=http://h/i.png type=PLUGIN "
-                 "manual_url=http://h/m help_url=http://h/h "
-                 "banner=[http://h/1.png|http://h/2.png] versions=1 version=1.2 "
-                 "link=http://h/j.zip depends=[1:1.0|5] log=[first|second] "
-                 "extract=Resources/plugins preserve=[a.cfg] backup=[b] "
-                 "remove=[Resources/plugins/Jetways]"_s);
+        QCOMPARE(
+            factsOf(EveryKey).join(u' '),
+            "id=42 product_id=7 name=Jetways description=Moving jetways "
+            "short_description=Jetways that move icon=http://h/i.png type=PLUGIN "
+            "manual_url=http://h/m help_url=http://h/h "
+            "banner=[http://h/1.png|http://h/2.png] versions=1 version=1.2 "
+            "link=http://h/j.zip size=5000000000 sha256=AB12 depends=[1:1.0|5] log=[first|second] "
+            "extract=Resources/plugins preserve=[a.cfg] backup=[b] "
+            "remove=[Resources/plugins/Jetways]"_s);
     }
 
     void wrongTypeReadsAsTheDefault_data()
@@ -108,7 +112,7 @@ private slots:
                                        R"({"en": {"en": "x"}})",
                                        R"({"fr": "x"})",
                                        R"({"en": ["x"]})"};
-        // Values of a type that is right, or that keeps a place, are told elsewhere.
+        // Values of the right type, and values that keep a place, have tests of their own.
         const auto isText = [](const QByteArray &value) { return value.startsWith('"'); };
         const auto isNumber = [](const QByteArray &value) { return value == "3"; };
         const auto isFullArray = [](const QByteArray &value) { return value.startsWith("[["); };
@@ -129,7 +133,8 @@ private slots:
         rows("[{@}]", {"icon", "type", "manual_url", "help_url"}, isText, {});
         rows("[{@}]", {"id", "product_id"}, isNumber, {});
         rows("[{@}]", {"banner", "versions"}, isFullArray, {});
-        rows(R"([{"versions": [{@}]}])", {"version", "link"}, isText, one);
+        rows(R"([{"versions": [{@}]}])", {"version", "link", "sha256"}, isText, one);
+        rows(R"([{"versions": [{@}]}])", {"size"}, isNumber, one);
         rows(R"([{"versions": [{@}]}])", {"depends", "log"}, isFullArray, one);
         rows(R"([{"versions": [{@}]}])", {"install", "uninstall"}, never, one);
         rows(R"([{"versions": [{"install": {@}}]}])", {"extract"}, isText, one);
@@ -175,20 +180,41 @@ private slots:
 
     void textsComeInTheInterfaceLanguage_data()
     {
-        table<QString, QString, QString>({"language", "name", "description"},
-                                         {{"its own", "de"_s, "Bäume"_s, "All trees"_s},
-                                          {"another one", "fr"_s, "Trees"_s, "All trees"_s}});
+        Rows<QString, QString, QString>()
+            .row("its own", "de", "Bäume", "All trees")
+            .row("another one", "fr", "Trees", "All trees");
     }
     void textsComeInTheInterfaceLanguage()
     {
-        QFETCH(QString, language);
+        const auto [language, name, description] = Rows<QString, QString, QString>::current();
         const PackageList packages =
             parse(R"([{"name": {"en": "Trees", "de": "Bäume"}, "description": {"en": "All trees"},
                        "short_description": {"it": "Alberi"}}])",
                   language);
-        QTEST(packages.first()->name(), "name");
-        QTEST(packages.first()->description(), "description");
+        QCOMPARE(packages.first()->name(), name);
+        QCOMPARE(packages.first()->description(), description);
         QVERIFY(packages.first()->shortDescription().isEmpty());
+    }
+
+    void sizeIsAWholeNumberOfBytes_data()
+    {
+        Rows<QString>()
+            .row("0", "0")
+            .row("1e3", "1000")
+            .row("9007199254740992", "9007199254740992")
+            .row("9007199254740994", QString())
+            .row("-1", QString())
+            .row("0.5", QString());
+    }
+    void sizeIsAWholeNumberOfBytes()
+    {
+        const auto [size] = Rows<QString>::current();
+        QStringList expected{"versions=1"_s};
+        if (!size.isEmpty())
+            expected.append("size="_s + size);
+        QCOMPARE(factsOf(QByteArray(R"([{"versions": [{"size": @}]}])")
+                             .replace('@', QTest::currentDataTag())),
+                 expected);
     }
 
     void versionsComeNewestFirst()

@@ -41,7 +41,7 @@ private slots:
         QCOMPARE(found.first()->id(), 3);
         QCOMPARE(found.last()->id(), 2);
 
-        // More than can come in order by chance.
+        // So many that chance does not put them in order.
         PackageList many;
         QVector<int> ids;
         for (int id = 40; id >= 1; --id) {
@@ -82,7 +82,7 @@ private slots:
         QCOMPARE(catalogue.mentioning(1), PackageList({first, second}));
     }
 
-    /// It is fatal to those who ask for the version that has it, not to the whole catalogue.
+    /// The entry is fatal only when this version is requested, not when the catalogue is loaded.
     void emptyEntryNamesNoPackage()
     {
         Catalogue catalogue;

@@ -16,7 +16,7 @@
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
-/// Rules that name what is everybody's, against a simulator's folder that has all of it.
+/// Applies rules that name common folders and files to a simulator that has all of them.
 class CommonPlacesTest final : public QObject
 {
     Q_OBJECT
@@ -102,7 +102,7 @@ private:
     }
 
     std::unique_ptr<ScratchProfile> m_profile;
-    QMap<QString, QString> m_before;
+    FileTree m_before;
 };
 
 KAVO_TEST_MAIN(CommonPlacesTest)

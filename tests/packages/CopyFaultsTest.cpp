@@ -29,8 +29,8 @@ enum Fault { FULL, READ_ONLY, NO_FOLDER };
 
 Q_DECLARE_METATYPE(Fault)
 
-/// A copy of the user's file that cannot be made: the installation fails before it touches
-/// anything, whether it is the first one or an update.
+/// The user's file cannot be copied: the installation fails before it changes anything, whether it
+/// is the first one or an update.
 class CopyFaultsTest final : public EngineTest
 {
     Q_OBJECT
@@ -38,8 +38,8 @@ class CopyFaultsTest final : public EngineTest
 private slots:
     void initTestCase()
     {
-        // Mounts in a namespace of our own end with this process, however it ends. Threads that
-        // exist already would not see them, so this comes before the first task.
+        // Mounts in our own namespace end with this process, however it ends. Threads that exist
+        // already would not see them, so this comes before the first task.
         m_mounts = ::unshare(CLONE_NEWNS) == 0 &&
                    ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     }
@@ -96,8 +96,7 @@ private slots:
 private:
     void setUp() override
     {
-        // Only the second version replaces a file, so that an update has to make both copies as
-        // well.
+        // Only the second version replaces a file, so an update has to make both copies as well.
         const Offer first = Offer{7}
                                 .bringing({{"plugin/plugin.xpl"_s, "1.0"}})
                                 .keeping({Kept})
@@ -109,7 +108,7 @@ private:
         QVERIFY(writeFile(simulator(Replaced), Original) && publish({first, second}));
     }
 
-    /// Lets the folder fail until the guard goes.
+    /// Makes the folder fail as long as the guard exists.
     static bool fail(Fault fault, const QByteArray &folder)
     {
         switch (fault) {
@@ -135,7 +134,7 @@ private:
             ::umount2(folder.constData(), MNT_DETACH);
     }
 
-    /// The files of the folders for copies, marks included.
+    /// The files in the preserve and backup folders, including marks.
     QStringList copies() const
     {
         return filesUnder(profile().preserveFolder()) + filesUnder(profile().backupFolder());

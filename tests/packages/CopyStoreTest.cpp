@@ -74,7 +74,8 @@ private slots:
     void strangerThatCannotMakeRoomStays()
     {
         simulatorWithCopy("11"_s, "eleven");
-        // The name of the folder in which it would wait is not known here: every one is taken.
+        // The test does not know the name of the folder the copy would wait in, so every name is
+        // taken.
         const QString twelve = simulatorWithCopy("12"_s, "twelve");
         const QString waiting =
             m_copies + QDir(m_copies)
@@ -118,7 +119,7 @@ private slots:
         QVERIFY(QDir(m_profile->folder({})).rename("11"_s, "eleven"_s));
         const QString renamed = m_profile->folder("eleven"_s);
         QCOMPARE(copy(store(renamed)), "eleven");
-        // Another one may get the name then.
+        // Then another copy may get the name.
         const QString other = m_profile->folder("11"_s);
         QCOMPARE(copy(store(other)), QByteArray());
         QCOMPARE(copy(store(renamed)), "eleven");
@@ -176,7 +177,7 @@ private slots:
         QCOMPARE(now.find(Entry), m_copies + Entry);
         QCOMPARE(copy(now), "eleven");
         QCOMPARE(filesUnder(former), QStringList());
-        // It still has its owner.
+        // The copy still belongs to its simulator.
         QCOMPARE(store(m_profile->folder("12"_s)).find(Entry), QString());
     }
 
@@ -207,7 +208,7 @@ private slots:
 
     void copyInTwoPlacesIsGivenUpInBoth()
     {
-        // As after a sudden end on the way from one disk to another.
+        // As after a sudden end while a copy is moved to another disk.
         const QString simulator = simulatorWithCopy("11"_s, "eleven");
         const QString former = m_copies;
         m_copies = m_profile->folder("new"_s);
@@ -231,7 +232,7 @@ private slots:
         store.giveUp(Entry);
         QCOMPARE(readFile(m_copies + ".kavo-earlier-1/"_s + Entry), "one");
         QCOMPARE(readFile(m_copies + ".kavo-earlier-2/"_s + Entry), "two");
-        QCOMPARE(unmarkedFilesUnder(m_copies).size(), 2);
+        QCOMPARE(filesOf(fileTree(m_copies)).size(), 2);
     }
 
     void everyCopyOfAnEntryIsSetAside()
@@ -279,7 +280,7 @@ private:
     {
         return CopyStore(kind, {simulator, m_copies, former});
     }
-    /// Has a simulator with a file that is copied by its store.
+    /// A simulator, a file in it, and the store that copies the file.
     QString simulatorWithCopy(const QString &name, const QByteArray &content)
     {
         const QString simulator = m_profile->folder(name);

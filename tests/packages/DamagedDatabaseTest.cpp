@@ -1,7 +1,7 @@
 #include "tests/support/DamagedDatabase.h"
 #include "tests/packages/EngineTest.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -24,8 +24,8 @@ const auto Schema =
 
 } // namespace
 
-/// A record of installed packages that is broken, foreign or out of reach must not keep anybody
-/// from installing packages: it is logged, and the program goes on without what it cannot have.
+/// A database that is damaged, foreign or not accessible must not prevent installations. The fault
+/// is logged, and the program works without the record.
 class DamagedDatabaseTest final : public EngineTest
 {
     Q_OBJECT
@@ -70,7 +70,7 @@ private slots:
         QCOMPARE(recordedStatus(8), records ? 1 : -1);
         QVERIFY2(line.isEmpty() ? log.count("SQL Error: "_s) == 0 : log.count(line) > 0,
                  qPrintable(log.lines().join(QLatin1Char('\n'))));
-        // Without a record there is no telling which version it is, but nothing keeps it.
+        // Without a record the installed version is unknown, but nothing prevents the installation.
         uninstall(8);
         QVERIFY(!hasFile(8));
 
@@ -86,15 +86,16 @@ private slots:
 
     void damageDuringARunIsLogged_data()
     {
-        table<QString>({"kind"}, {{"table dropped by another program", "drop"_s},
-                                  {"file removed", "remove"_s},
-                                  {"folder in its place", "folder"_s},
-                                  {"overwritten with garbage", "overwrite"_s},
-                                  {"emptied", "truncate"_s}});
+        Rows<QString>()
+            .row("table dropped by another program", "drop")
+            .row("file removed", "remove")
+            .row("folder in its place", "folder")
+            .row("overwritten with garbage", "overwrite")
+            .row("emptied", "truncate");
     }
     void damageDuringARunIsLogged()
     {
-        QFETCH(QString, kind);
+        const auto [kind] = Rows<QString>::current();
         QVERIFY(publish({{7}, {8}}) && installAndWait(7));
         if (kind == "drop"_s) {
             QVERIFY(executeOn(file(), {"DROP TABLE packages"_s}));
@@ -113,7 +114,7 @@ private slots:
         QCOMPARE(recordedStatus(8), -1);
         QVERIFY(refresh());
         QCOMPARE(controller().packages().size(), 2);
-        // The next start has a record again as soon as nothing stands in its place.
+        // The next start creates a record again as soon as nothing is in its place.
         stop();
         if (QFileInfo::exists(file()))
             removeFile();
@@ -126,29 +127,26 @@ private slots:
     void whatMayHaveNoEndIsNotUsed_data()
     {
         const QString line = "SQL Error: packages.db holds more than tables"_s;
-        table<DatabaseDamage, QString, QString>(
-            {"damage", "statement", "line"},
-            {{"view", DatabaseDamage::ENDLESS_VIEW, QString(), line},
-             {"view of another name", DatabaseDamage::EMPTY,
-              "CREATE VIEW whole_versions AS WITH RECURSIVE c (package_id, version) AS "
-              "(SELECT 1, '' UNION ALL SELECT package_id + 1, '' FROM c) SELECT * "
-              "FROM c"_s,
-              line},
-             {"trigger", DatabaseDamage::EMPTY,
-              "CREATE TRIGGER t AFTER INSERT ON packages BEGIN UPDATE packages SET "
-              "version = (WITH RECURSIVE c (id) AS (SELECT 1 UNION ALL SELECT id + 1 "
-              "FROM c) SELECT max(id) FROM c); END"_s,
-              line},
-             {"virtual table", DatabaseDamage::EMPTY,
-              "CREATE VIRTUAL TABLE other USING rtree(a, b, c)"_s, line},
-             {"pipe for a journal", DatabaseDamage::JOURNAL_PIPE, QString(),
-              "No regular file : "_s}});
+        Rows<DatabaseDamage, QString, QString>()
+            .row("view", DatabaseDamage::ENDLESS_VIEW, QString(), line)
+            .row("view of another name", DatabaseDamage::EMPTY,
+                 "CREATE VIEW whole_versions AS WITH RECURSIVE c (package_id, version) AS "
+                 "(SELECT 1, '' UNION ALL SELECT package_id + 1, '' FROM c) SELECT * "
+                 "FROM c"_s,
+                 line)
+            .row("trigger", DatabaseDamage::EMPTY,
+                 "CREATE TRIGGER t AFTER INSERT ON packages BEGIN UPDATE packages SET "
+                 "version = (WITH RECURSIVE c (id) AS (SELECT 1 UNION ALL SELECT id + 1 "
+                 "FROM c) SELECT max(id) FROM c); END"_s,
+                 line)
+            .row("virtual table", DatabaseDamage::EMPTY,
+                 "CREATE VIRTUAL TABLE other USING rtree(a, b, c)", line)
+            .row("pipe for a journal", DatabaseDamage::JOURNAL_PIPE, QString(),
+                 "No regular file : ");
     }
     void whatMayHaveNoEndIsNotUsed()
     {
-        QFETCH(DatabaseDamage, damage);
-        QFETCH(QString, statement);
-        QFETCH(QString, line);
+        const auto [damage, statement, line] = Rows<DatabaseDamage, QString, QString>::current();
         QVERIFY(makeDamagedDatabase(file(), damage, Table, Schema));
         QVERIFY(statement.isEmpty() || executeOn(file(), {Schema, statement}));
         offer({7});
@@ -160,7 +158,7 @@ private slots:
         checkThatPackagesCanBeInstalled();
         uninstall(8);
 
-        // As soon as it is out of the way there is a record again.
+        // As soon as the obstacle is gone, there is a record again.
         removeFile();
         QVERIFY(refresh());
         checkThatPackagesCanBeInstalled();
@@ -209,7 +207,7 @@ private slots:
         QVERIFY(publish({{8}}));
         QCOMPARE(state(8), expected);
         const QString read = installedVersion(8);
-        // Bytes that are no text read as some text or other.
+        // Bytes that are not UTF-8 are read as some text.
         if (version == "?"_s)
             QVERIFY(!read.isEmpty());
         else
@@ -231,18 +229,18 @@ private slots:
         QElapsedTimer timer;
         timer.start();
         QVERIFY(refresh());
-        // Whoever asks for a package's record does not wait either.
+        // Reading the record of a package does not wait either.
         for (const auto &package : controller().packages())
             QCOMPARE(controller().status(package), -1);
         checkThatPackagesCanBeInstalled();
-        // One wait for all statements; with one for each it would be minutes.
+        // All statements share one wait; a wait for each would take minutes.
         QVERIFY2(timer.elapsed() < 30000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(log.count("SQL Error: database is locked"_s) > 50);
         QCOMPARE(controller().packages().size(), 50);
-        // What cannot be read is not known to be installed.
+        // A package whose record cannot be read does not count as installed.
         QCOMPARE(state(7), Package::AVAILABLE);
 
-        // Once it is free, everything is written and read again.
+        // As soon as the database is unlocked, everything is written and read again.
         lock.reset();
         QCOMPARE(recordedStatus(8), -1);
         QCOMPARE(recordedStatus(7), 1);
@@ -255,7 +253,7 @@ private slots:
     void lockThatEndsInTimeIsWaitedFor()
     {
         QVERIFY(publish({{8}}));
-        // The other program has it for a moment.
+        // The other program locks the database for a moment.
         QProcess other;
         other.start("sqlite3"_s,
                     {file(), "BEGIN EXCLUSIVE;"_s, ".shell echo locked; sleep 0.5"_s, "COMMIT;"_s});
@@ -280,7 +278,7 @@ private:
             QVERIFY(QFile::remove(file()));
     }
 
-    /// Installs and removes package 8, whatever the record has to say.
+    /// Installs and removes package 8, whatever the state of the database.
     void checkThatPackagesCanBeInstalled()
     {
         QCOMPARE(state(8), Package::AVAILABLE);

@@ -86,7 +86,7 @@ private slots:
             addPackage(makePackage(9, {makeVersion("2.0"_s, {"1"_s}), makeVersion("1.0"_s)}));
         markInstalled(package, "1.0"_s);
         QCOMPARE(dependents(*library), Ids());
-        // A version that is not on offer counts as the newest.
+        // A version that is not on offer counts as newer than all others.
         markInstalled(package, "0.5"_s);
         QCOMPARE(dependents(*library), Ids{9});
     }
@@ -100,7 +100,7 @@ private slots:
 
     void missingDependencyIsInstalledAlong()
     {
-        // The minimum decides only whether to act, never which version is installed.
+        // The minimum decides only whether to install, never which version is installed.
         add(1, "0.1"_s);
         QCOMPARE(installedWith({"1:5.0"_s}), Ids{1});
     }
@@ -137,7 +137,7 @@ private:
         m_catalogue->replace(m_catalogue->packages() + PackageList{package});
         return package;
     }
-    /// Puts a package of one version into the catalogue.
+    /// Adds a package with one version to the catalogue.
     PackagePointer add(int id, const QString &version, const QStringList &depends = {})
     {
         return addPackage(makePackage(id, {makeVersion(version, depends)}));
@@ -163,7 +163,7 @@ private:
     {
         return idsOf(m_dependencies->dependents(package, version));
     }
-    /// What is installed along with a package that depends on these.
+    /// The packages installed together with a package that depends on these.
     Ids installedWith(const QStringList &depends) const
     {
         const auto package = makePackage(9, {makeVersion("1.0"_s, depends)});

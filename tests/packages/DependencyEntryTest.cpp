@@ -1,7 +1,7 @@
 #include "packages/model/DependencyEntry.h"
 #include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScratchProfile.h"
-#include "tests/support/Table.h"
 #include "tests/support/TestMain.h"
 
 #include <QFile>
@@ -19,20 +19,18 @@ private slots:
     // Fixed, see docs/compatibility.md.
     void splitsIdAndMinimumVersion_data()
     {
-        table<QString, int, QString>({"entry", "id", "required"},
-                                     {{"id and version", "5:1.10"_s, 5, "1.10"_s},
-                                      {"no colon: no minimum", "5"_s, 5, QString()},
-                                      {"nothing after the colon", "5:"_s, 5, QString()},
-                                      {"minimum without a number", "5:abc"_s, 5, "abc"_s},
-                                      {"id that is no number", "five:1.0"_s, 0, "1.0"_s},
-                                      {"empty id", ":1.0"_s, 0, "1.0"_s},
-                                      {"third part is ignored", "5:1.0:2.0"_s, 5, "1.0"_s}});
+        Rows<QString, int, QString>()
+            .row("id and version", "5:1.10", 5, "1.10")
+            .row("no colon: no minimum", "5", 5, QString())
+            .row("nothing after the colon", "5:", 5, QString())
+            .row("minimum without a number", "5:abc", 5, "abc")
+            .row("id that is no number", "five:1.0", 0, "1.0")
+            .row("empty id", ":1.0", 0, "1.0")
+            .row("third part is ignored", "5:1.0:2.0", 5, "1.0");
     }
     void splitsIdAndMinimumVersion()
     {
-        QFETCH(QString, entry);
-        QFETCH(int, id);
-        QFETCH(QString, required);
+        const auto [entry, id, required] = Rows<QString, int, QString>::current();
         const DependencyEntry parsed = DependencyEntry::parse(entry);
         QCOMPARE(parsed.packageId, id);
         QCOMPARE(parsed.requiredVersion, required);
@@ -40,21 +38,18 @@ private slots:
 
     void comparesNumbersSegmentBySegment_data()
     {
-        table<QString, QString, bool>(
-            {"entry", "version", "met"},
-            {{"2 is less than 10", "5:1.10"_s, "1.2"_s, false},
-             {"equal", "5:1.10"_s, "1.10"_s, true},
-             {"newer", "5:1.10"_s, "2.0"_s, true},
-             {"no minimum, any version", "5"_s, "0.0.1"_s, true},
-             {"no minimum, version without numbers", "5"_s, "beta"_s, true},
-             {"minimum without numbers", "5:abc"_s, "0.1"_s, true},
-             {"version without numbers", "5:0.1"_s, "beta"_s, false}});
+        Rows<QString, QString, bool>()
+            .row("2 is less than 10", "5:1.10", "1.2", false)
+            .row("equal", "5:1.10", "1.10", true)
+            .row("newer", "5:1.10", "2.0", true)
+            .row("no minimum, any version", "5", "0.0.1", true)
+            .row("no minimum, version without numbers", "5", "beta", true)
+            .row("minimum without numbers", "5:abc", "0.1", true)
+            .row("version without numbers", "5:0.1", "beta", false);
     }
     void comparesNumbersSegmentBySegment()
     {
-        QFETCH(QString, entry);
-        QFETCH(QString, version);
-        QFETCH(bool, met);
+        const auto [entry, version, met] = Rows<QString, QString, bool>::current();
         QCOMPARE(DependencyEntry::parse(entry).isMetBy(version), met);
     }
 

@@ -8,7 +8,7 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// What goes wrong while an update is downloaded, and what comes of it.
+/// A fault during the download of an update, and the expected outcome.
 struct Fault
 {
     HttpResource resource; ///< what the server does
@@ -24,20 +24,20 @@ struct Fault
 
 constexpr qint64 HugeSize = 4LL * 1024 * 1024 * 1024 + 1000;
 constexpr qint64 MinimumFreeDisk = 1024LL * 1024 * 1024;
-/// Such a body takes long on a slow disk.
+/// Such a body takes a long time on a slow disk.
 constexpr int HugePatienceInMilliseconds = 240000;
 
 const QString Elsewhere = "/elsewhere.7z"_s;
 const QByteArray Page = "<html><body>Something went wrong here.</body></html>";
 
-/// Stands for the same file under another name of the server.
+/// A placeholder for the same file under another name of the server.
 const QByteArray OtherHost = "other host";
 
 } // namespace
 
 Q_DECLARE_METATYPE(Fault)
 
-/// An update whose download meets a fault. Nothing of the user's is lost, and a later try against a
+/// Updates while the download has a fault. No file of the user's is lost, and a later try against a
 /// healthy server, in the same run of the program or in the next one, ends with the right files.
 class DownloadFaultsTest final : public QObject
 {
@@ -122,7 +122,7 @@ private:
         addRow("cut inside a chunk", failing(torn, {}, cutLog, part));
         HttpResource open = cut;
         open.getWithoutLength = true;
-        // The end of the connection passes for that of the body; only the size tells.
+        // The end of the connection counts as the end of the body; only the size shows the fault.
         addRow("cut without a length", unfit(open, {}, sizeError(Cut, m_size)));
         cut.cutAfter = 0;
         addRow("cut before the first byte",
@@ -143,9 +143,10 @@ private:
             HttpResource probe = healthy();
             probe.headStatus = status;
             const QString name = "HEAD answers %1"_s.arg(status);
-            // The transfer goes on; its file is complete and only waits for the next try.
+            // The transfer continues after the error. Its file is complete and is used at the next
+            // try.
             addRow(name, failing(probe, {}, probeError(), m_archive));
-            // Without a size nothing is resumed: the whole is appended to the part.
+            // Without a size nothing is resumed: the whole file is appended to the part.
             addRow(name + ", with a part"_s,
                    failing(probe, part, probeError() + appended, part + m_archive));
         }
@@ -232,7 +233,7 @@ private:
     {
         constexpr int Cut = 100000;
         const int otherSize = m_otherArchive.size();
-        // Only the size could tell that the part is not one of the new file.
+        // Only the size could show that the part does not belong to the new file.
         for (const int cut : {Cut, m_size + 1}) {
             HttpResource changing = serving(m_otherArchive);
             changing.cutAfter = cut;
@@ -286,20 +287,20 @@ private:
     {
         addRow(QString::fromUtf8(name), fault);
     }
-    /// A download that fails and leaves these bytes.
+    /// A download that fails and leaves these bytes in the cache.
     static Fault failing(const HttpResource &resource, const QByteArray &part,
                          const QStringList &log, const QByteArray &left)
     {
         return {resource, part, Package::DOWNLOAD_ERROR, log, left};
     }
-    /// An archive that is turned away before anything is changed, after these lines.
+    /// An archive that is refused before anything is changed, with these lines in the log.
     static Fault unfit(const HttpResource &resource, const QByteArray &part = {},
                        const QStringList &log = {})
     {
         const QStringList end = turnedAway("The downloaded archive is damaged*"_s);
         return {resource, part, Package::INSTALL_ERROR, log + end, {}};
     }
-    /// An update that ends well, after these lines.
+    /// An update that succeeds, with these lines in the log.
     static Fault installing(const HttpResource &resource, const QByteArray &part = {},
                             const QStringList &log = {})
     {

@@ -1,6 +1,6 @@
 #include "downloads/DownloadManager.h"
 #include "tests/packages/UpdateSetup.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -12,8 +12,9 @@ using namespace Kavo::Testing;
 Q_DECLARE_METATYPE(Files)
 Q_DECLARE_METATYPE(HttpResource)
 
-/// Downloads that meet something in the cache folder, the end of the program or one another.
-/// Nothing of the user's is lost, and a later try ends with the right files.
+/// Downloads that find something else in the cache folder, that are interrupted by the end of the
+/// program, or that use the same file. No file of the user's is lost, and a later try ends with the
+/// right files.
 class DownloadRecoveryTest final : public QObject
 {
     Q_OBJECT
@@ -25,20 +26,17 @@ private slots:
         const QStringList lines =
             QStringList{"Write Error : "_s + loss, "Download Error - "_s + loss} +
             sizeError(0, m_size);
-        table<QString, Files, QStringList>(
-            {"linkTarget", "inside", "lines"},
-            {{"empty folder", QString(), Files(), lines},
-             {"folder with an archive", QString(),
-              Files{{"inner.7z"_s, archiveOf(updateFiles(2), "7z"_s)}}, lines},
-             {"link into a folder that is missing", "/no/such/folder/file"_s, Files(), lines},
-             {"link to a full device", "/dev/full"_s, Files(), lines},
-             {"link to an endless device", "/dev/zero"_s, Files(), lines}});
+        Rows<QString, Files, QStringList>()
+            .row("empty folder", QString(), Files(), lines)
+            .row("folder with an archive", QString(),
+                 Files{{"inner.7z"_s, archiveOf(updateFiles(2), "7z"_s)}}, lines)
+            .row("link into a folder that is missing", "/no/such/folder/file", Files(), lines)
+            .row("link to a full device", "/dev/full", Files(), lines)
+            .row("link to an endless device", "/dev/zero", Files(), lines);
     }
     void placeTakenInTheCacheCostsNothing()
     {
-        QFETCH(QString, linkTarget);
-        QFETCH(Files, inside);
-        QFETCH(QStringList, lines);
+        const auto [linkTarget, inside, lines] = Rows<QString, Files, QStringList>::current();
         const LogCapture log;
         UpdateSetup setup;
         setup.serve(healthy());
@@ -47,7 +45,7 @@ private slots:
         else
             QVERIFY(QFile::link(linkTarget, setup.cached()));
         QCOMPARE(setup.wrongUpdate(Package::DOWNLOAD_ERROR, lines), QString());
-        // A folder is nobody's to delete but the user's; a link that leads to no file goes.
+        // Only the user may delete a folder. A link without a target is deleted.
         QCOMPARE(fileTree(setup.cached()), expectedTree(inside));
         QCOMPARE(QFileInfo(setup.cached()).isDir(), linkTarget.isEmpty());
         QVERIFY(!QFileInfo(setup.cached()).isSymLink());
@@ -109,14 +107,15 @@ private slots:
 
     void cutArchivesOfOneNameRecover_data()
     {
-        table<QVector<int>>({"order"}, {{"in the same order", QVector<int>{1, 2}},
-                                        {"in the other order", QVector<int>{2, 1}},
-                                        {"only the first", QVector<int>{1}},
-                                        {"only the second", QVector<int>{2}}});
+        Rows<QVector<int>>()
+            .row("in the same order", QVector<int>{1, 2})
+            .row("in the other order", QVector<int>{2, 1})
+            .row("only the first", QVector<int>{1})
+            .row("only the second", QVector<int>{2});
     }
     void cutArchivesOfOneNameRecover()
     {
-        QFETCH(QVector<int>, order);
+        const auto [order] = Rows<QVector<int>>::current();
         const LogCapture log;
         Engine engine;
         for (const int id : {1, 2}) {
@@ -147,7 +146,8 @@ private slots:
         }
     }
 
-    /// Two versions whose archives have one name: the half of the one is no part of the other.
+    /// The archives of two versions have the same name: the partial file of one must not be resumed
+    /// for the other.
     void halfOfTheVersionBeforeCostsNothing()
     {
         const LogCapture log;
@@ -168,7 +168,7 @@ private slots:
         QVERIFY(readFile(engine.simulator(Engine::fileOf(7))) == noise(2));
     }
 
-    /// What cannot be written is never installed, so that the version before stays.
+    /// An archive that cannot be written is never installed, so the version before stays.
     void fullDiskCostsNothing()
     {
         const LogCapture log;
@@ -201,7 +201,7 @@ private slots:
         QVERIFY(engine.refresh());
         for (int id = 1; id <= Count; ++id)
             engine.install(id);
-        // Transfers share connections: one that is cut may take a healthy neighbour along.
+        // Transfers share connections: one that is cut may break another one as well.
         for (int id = 1; id <= Count; ++id) {
             const PackagePointer package = engine.package(id);
             QTRY_VERIFY_WITH_TIMEOUT(!package->isBusy(), Patience);

@@ -256,7 +256,7 @@ QVariant Engine::recorded(int id, const QString &column) const
     return value;
 }
 
-/// Reads "packages.db" the way another program does.
+/// Reads "packages.db" as another program would.
 void Engine::read(const QString &select, const std::function<void(const QSqlQuery &)> &take) const
 {
     const QString connection = "engine reader"_s;

@@ -57,8 +57,8 @@ private:
     }
 };
 
-/// All of package management on a scratch account, against a catalogue server of our own, without
-/// a window: what the program assembles, and what a test asks of it.
+/// Package management as the program assembles it, without a window, on a scratch account and with
+/// a catalogue server of our own. Offers what tests need to drive and inspect it.
 class Engine final
 {
 public:
@@ -73,48 +73,48 @@ public:
     const QSharedPointer<Managers::DownloadManager> &downloads() const { return m_downloads; }
     Controllers::PackageController &controller() { return *m_controller; }
 
-    /// Path of an entry of the simulator's folder.
+    /// Path of an entry in the simulator's folder.
     QString simulator(const QString &path) const;
-    /// Path of an entry of the cache folder.
+    /// Path of an entry in the cache folder.
     QString cached(const QString &name) const;
 
-    /// Adds a version to the catalogue and puts its archive on the server. Offers of one id become
-    /// versions of one package. serveCatalogue() has to follow.
+    /// Adds a version to the catalogue and its archive to the server. Offers with the same id
+    /// become versions of one package. Call serveCatalogue() afterwards.
     void offer(const Offer &offer);
-    /// Adds an object to the catalogue as it stands.
+    /// Adds an object to the catalogue without changing it.
     void offerObject(const QJsonObject &package);
     void serveCatalogue();
-    /// Offers all of these and refreshes. Returns whether the list came.
+    /// Offers all of these and refreshes. Returns whether the list arrived.
     bool publish(std::initializer_list<Offer> offers);
-    /// The archive of an offer without a link, as the server has it.
+    /// The archive of an offer without a link, as the server stores it.
     HttpResource &archive(int id, const QString &version = "1.0"_s);
-    /// Lets the transfer of such an archive wait until release().
+    /// Delays the transfer of such an archive until release().
     void hold(int id, const QString &version = "1.0"_s) { archive(id, version).holdsGet = true; }
     void release(int id, const QString &version = "1.0"_s);
     /// The file of such an archive in the cache folder.
     QString cachedArchive(int id, const QString &version = "1.0"_s) const;
-    /// Lets its transfer stop after 10 bytes, and break after release().
+    /// Stops the transfer of such an archive after 10 bytes and cuts it after release().
     void holdAndBreak(int id, const QString &version = "1.0"_s);
 
-    /// Makes the objects that stand for a start of the program. Called by refresh() when needed.
+    /// Creates the objects of one run of the program. refresh() calls it when needed.
     void start();
     /// Ends that run of the program.
     void stop();
-    /// The next start of the program. Returns whether its list came.
+    /// Starts the program again. Returns whether its list arrived.
     bool restart();
-    /// Another 7-Zip for the next start().
+    /// The 7-Zip that the next start() uses.
     void setExtractor(const QString &program) { m_extractor = program; }
-    /// The clock of the next start().
+    /// The clock that the next start() uses.
     void setClock(const Clock &clock) { m_clock = clock; }
 
-    /// How long the waits below last at most: long enough for a loaded machine, short enough to
-    /// fail before the test is ended from outside. In milliseconds.
+    /// The limit of the waits below, in milliseconds: long enough for a loaded machine, short
+    /// enough to fail before the test's own time limit.
     int patience() const { return m_patience; }
     void setPatience(int milliseconds) { m_patience = milliseconds; }
 
-    /// Serves the catalogue, refreshes and waits for the list. Returns whether it came.
+    /// Serves the catalogue, refreshes and waits for the list. Returns whether it arrived.
     bool refresh();
-    /// The same with what the server has in the catalogue's place.
+    /// The same with these bytes as the catalogue.
     bool refreshAsServed();
 
     Models::PackagePointer package(int id) { return m_controller->findPackage(id); }
@@ -122,34 +122,34 @@ public:
     bool isUpdateAvailable(int id) { return package(id)->isUpdateAvailable(); }
     QString installedVersion(int id) { return m_controller->installedVersion(package(id)); }
     Models::Removal uninstall(int id) { return m_controller->uninstall(package(id)); }
-    /// Starts an installation and returns the version that is meant.
+    /// Starts an installation and returns the chosen version.
     QString install(int id, const QString &version = QString());
-    /// Runs the event loop until the package is in a state that it will not leave by itself.
+    /// Runs the event loop until the package is in a state that does not change by itself.
     bool waitUntilSettled(int id);
     bool waitForState(int id, Models::Package::State state);
-    /// Waits until it is installed and nothing goes on any more.
+    /// Waits until the package is installed and no work is left.
     bool waitUntilInstalled(int id);
     bool installAndWait(int id, const QString &version = QString());
-    /// Starts an installation and waits until its archive is on its way.
+    /// Starts an installation and waits until the transfer of its archive has begun.
     bool installUntilDownloading(int id, const QString &version = QString());
 
-    /// Status and version as another program reads them from "packages.db"; -1 without a row.
+    /// Status and version of the package in "packages.db"; -1 without a row.
     int recordedStatus(int id) const;
     QString recordedVersion(int id) const;
-    /// The version that "packages.db" knows to be wholly on the disk; empty for none.
+    /// The version that "packages.db" records as completely installed; empty for none.
     QString wholeVersion(int id) const;
     struct Record
     {
         int status = -1;
         QString version;
     };
-    /// All of them, by package id.
+    /// All such versions, by package id.
     QHash<int, Record> records() const;
 
-    /// The file that an offer without files of its own unpacks.
+    /// The file that an offer without files of its own installs.
     static QString fileOf(int id);
     static QByteArray contentOf(int id, const QString &version);
-    /// Whether it stands in the simulator.
+    /// Whether that file is in the simulator.
     bool hasFile(int id) const;
 
 private:

@@ -10,6 +10,7 @@ void EngineTest::init()
 
 void EngineTest::cleanup()
 {
+    tearDown();
     m_engine.reset();
 }
 

@@ -8,8 +8,8 @@
 
 namespace Kavo::Testing {
 
-/// A test class whose functions have an engine of their own each. What Engine can do is said
-/// without naming it.
+/// The base of test classes whose functions each have an engine of their own. Its functions can be
+/// called without naming the engine.
 class EngineTest : public QObject
 {
     Q_OBJECT
@@ -21,8 +21,10 @@ protected slots:
 protected:
     using State = Models::Package::State;
 
-    /// What all functions of the class begin with.
+    /// Called before each function of the class.
     virtual void setUp() {}
+    /// What all of them end with, while the engine still exists.
+    virtual void tearDown() {}
 
     Engine &engine() { return *m_engine; }
     const ScratchProfile &profile() const { return m_engine->profile(); }

@@ -8,7 +8,7 @@ namespace Kavo::Testing {
 
 ExtractionWitness::ExtractionWitness(const QString &folder) : m_folder(folder)
 {
-    // Only 7-Zip itself is a process of its own: some tests unpack thousands of archives.
+    // Only 7-Zip runs as a process of its own: some tests unpack thousands of archives.
     const QByteArray script = "#!/bin/sh\n[ \"$1\" = x ] || exec /usr/bin/7z \"$@\"\n"
                               "notes=${0%/*}/witness\n"
                               "echo \"begin ${2##*/}\" >> \"$notes\"\n"

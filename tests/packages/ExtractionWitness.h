@@ -6,18 +6,17 @@
 
 namespace Kavo::Testing {
 
-/// A 7-Zip that does its work and writes down when it begins and when it ends, for tests of what
-/// runs one after the other.
+/// A 7-Zip that records when it begins and when it ends, for tests of the order of extractions.
 class ExtractionWitness final
 {
 public:
-    /// Puts the program into the folder, which ends in a separator.
+    /// Installs the program in the folder, whose path ends in a separator.
     explicit ExtractionWitness(const QString &folder);
 
     QString program() const { return m_folder + "7z"_s; }
     /// "begin NAME" and "end NAME" with the archives' file names, in order.
     QStringList lines() const;
-    /// Whether no extraction began before the one ahead of it had ended.
+    /// Whether each extraction ended before the next one began.
     bool sawOneAtATime() const;
 
 private:

@@ -47,8 +47,8 @@ bool GatedExtractor::waitUntilReached() const
 void GatedExtractor::open() const
 {
     const QByteArray gate = QFile::encodeName(m_folder + "gate"_s);
-    // For both ends, so that opening never waits. Whoever stands at the old gate reads the line;
-    // whoever comes later finds an ordinary file.
+    // Opened for reading and writing, so that opening never blocks. An extraction that waits at the
+    // old pipe reads the line. A later one finds an ordinary file.
     const int waiting = ::open(gate.constData(), O_RDWR | O_CLOEXEC);
     const QByteArray file = gate + ".open";
     if (writeFile(QFile::decodeName(file), "go\n"))

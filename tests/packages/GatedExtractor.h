@@ -4,22 +4,23 @@
 
 namespace Kavo::Testing {
 
-/// A 7-Zip that waits at a gate before it unpacks: a long installation for as long as a test wants.
+/// A 7-Zip that waits at a gate before it unpacks, so that a test decides how long an installation
+/// takes.
 class GatedExtractor final
 {
 public:
-    /// Lets the next start of the engine unpack with it. The gate is shut.
+    /// Makes the next start of the engine use it. The gate is shut.
     explicit GatedExtractor(Engine &engine);
-    /// Puts the program into the folder, which ends in a separator.
+    /// Installs the program in the folder, whose path ends in a separator.
     explicit GatedExtractor(const QString &folder);
-    /// Opens the gate, so that nothing waits for ever after a failed test.
+    /// Opens the gate, so that nothing waits after a failed test.
     ~GatedExtractor();
     Q_DISABLE_COPY_MOVE(GatedExtractor)
 
     QString program() const { return m_folder + "gated7z"_s; }
-    /// Runs the event loop until an extraction has come to the gate; false when none does.
+    /// Runs the event loop until an extraction waits at the gate. Returns false if none does.
     bool waitUntilReached() const;
-    /// Lets whatever waits go on, and all that comes later. Callable from any thread.
+    /// Releases the waiting extraction and all later ones. Callable from any thread.
     void open() const;
 
 private:

@@ -1,6 +1,6 @@
 #include "tests/packages/EngineTest.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -18,8 +18,6 @@ using namespace Kavo::Testing;
 
 namespace {
 
-using Tree = QMap<QString, QString>;
-
 QString zeroInside()
 {
     return QString(QLatin1String("a\0b", 3));
@@ -35,32 +33,20 @@ QString deepPath()
     return "x/"_s.repeated(2500) + "x"_s;
 }
 
-/// The paths that stand in one tree only, or with another content.
-QStringList differences(const Tree &before, const Tree &after)
-{
-    QStringList paths;
-    for (const QString &path : before.keys() + after.keys()) {
-        if (before.value(path, "none"_s) != after.value(path, "none"_s))
-            paths.append(path);
-    }
-    paths.removeDuplicates();
-    return paths;
-}
-
-/// A version file of this version.
+/// A version file with this version.
 QByteArray versionFile(const char *version)
 {
     return QByteArray("Kavo\nPackage\n") + version + '\n';
 }
 
-/// Puts something into the place of a file.
+/// Replaces a file by something else.
 using Putting = std::function<bool(const QString &)>;
 
 } // namespace
 
 Q_DECLARE_METATYPE(Putting)
 
-/// What a catalogue made with ill will, or by accident, must not do.
+/// Catalogues that are hostile, on purpose or by accident, must do no harm.
 class HostileCatalogueTest final : public EngineTest
 {
     Q_OBJECT
@@ -88,7 +74,7 @@ private slots:
         skipped("up and through a link", "../@NAME@/way out/victim.txt"_s);
         skipped("through a link to nowhere", "lost/file"_s);
         skipped("zero character", zeroInside());
-        // These stay inside, and name nothing that is there.
+        // These paths stay inside the folder and name nothing that exists.
         const auto harmless = [](const char *name, const QString &entry) {
             QTest::newRow(name) << entry << false;
         };
@@ -109,27 +95,29 @@ private slots:
         QFETCH(bool, skipped);
         entry = filledIn(entry);
         makeOtherPeoplesFiles();
-        // In front of the other removal, which must still be followed.
+        // Before the other removal rule, which must still be applied.
         for (const QString &version : {"1.0"_s, "2.0"_s}) {
             offer(Offer{7, version}.keeping({entry}).backingUp({entry}).removing(
                 {entry, "package-7"_s}));
         }
         QVERIFY(refresh());
-        const Tree before = world();
+        const FileTree before = world();
         const LogCapture log;
         for (const QString &version : {"1.0"_s, "2.0"_s}) {
             QVERIFY(installAndWait(7, version));
             QCOMPARE(inSimulator(Engine::fileOf(7)), Engine::contentOf(7, version));
             const QString own = "home/%1/package-7/"_s.arg(nameOfSimulator());
-            QCOMPARE(differences(before, world()), (QStringList{own, own + "file.txt"_s}));
+            QCOMPARE(differences(world(), before),
+                     (QStringList{own + " is new"_s, own + "file.txt is new"_s}));
         }
         uninstall(7);
         QCOMPARE(state(7), Package::AVAILABLE);
-        QCOMPARE(differences(before, world()), QStringList());
-        // An installation follows each of the three rules once; the removal at the end is one more.
+        QCOMPARE(differences(world(), before), QStringList());
+        // An installation applies each of the three rules once, and the removal at the end applies
+        // one more.
         QCOMPARE(log.lines().count("Skipping path : "_s + entry), skipped ? 7 : 0);
-        QCOMPARE(fileTree(profile().preserveFolder()), Tree());
-        QCOMPARE(fileTree(profile().backupFolder()), Tree());
+        QCOMPARE(fileTree(profile().preserveFolder()), FileTree());
+        QCOMPARE(fileTree(profile().backupFolder()), FileTree());
     }
 
     void extractFolderStaysInside_data()
@@ -186,7 +174,7 @@ private slots:
         const QString unpacked = QDir::cleanPath(folder + Engine::fileOf(7));
         // A leading byte order mark would be lost in the file.
         QVERIFY(publish({Offer{7}.into(extract).removing({"./"_s + folder + "package-7"_s})}));
-        const Tree before = world();
+        const FileTree before = world();
         const LogCapture log;
         QCOMPARE(installAndWait(7), installs);
         QCOMPARE(state(7), installs ? Package::INSTALLED : Package::INSTALL_ERROR);
@@ -197,13 +185,13 @@ private slots:
                  skipped);
         if (installs)
             uninstall(7);
-        // Apart from folders that may stay, empty.
-        Tree after = world();
+        // Empty folders may stay.
+        FileTree after = world();
         for (const QString &path : after.keys()) {
             if (path.endsWith(QLatin1Char('/')) && !before.contains(path))
                 after.remove(path);
         }
-        QCOMPARE(differences(before, after), QStringList());
+        QCOMPARE(differences(after, before), QStringList());
     }
 
     void versionFileIsLookedForInsideOnly_data()
@@ -219,7 +207,7 @@ private slots:
         row("dot", "."_s, "3.1");
         row("the simulator by way of a child", "a/.."_s, "3.1");
         row("the shared library", "."_s, "3.2", 1);
-        // A link in the simulator's folder is one of the user's own.
+        // A link in the simulator's folder counts as the user's.
         row("through a link", "way out"_s, "9.1");
         row("parent", ".."_s, "");
         row("out by way of a child", "a/../.."_s, "");
@@ -259,19 +247,18 @@ private slots:
         const auto linkTo = [](const QString &target) {
             return [target](const QString &path) { return QFile::link(target, path); };
         };
-        table<Putting>({"put"},
-                       {{"folder", [](const QString &path) { return QDir().mkpath(path); }},
-                        {"pipe that nobody writes to",
-                         [](const QString &path) { return ::mkfifo(qPrintable(path), 0600) == 0; }},
-                        {"link to an endless device", linkTo("/dev/zero"_s)},
-                        {"link to itself", linkTo("Kavo_version.txt"_s)},
-                        {"one line without an end", [](const QString &path) {
-                             return writeFile(path, QByteArray(5000, 'x'));
-                         }}});
+        Rows<Putting>()
+            .row("folder", [](const QString &path) { return QDir().mkpath(path); })
+            .row("pipe that nobody writes to",
+                 [](const QString &path) { return ::mkfifo(qPrintable(path), 0600) == 0; })
+            .row("link to an endless device", linkTo("/dev/zero"_s))
+            .row("link to itself", linkTo("Kavo_version.txt"_s))
+            .row("one line without an end",
+                 [](const QString &path) { return writeFile(path, QByteArray(5000, 'x')); });
     }
     void versionFileThatCannotBeReadIsNone()
     {
-        QFETCH(Putting, put);
+        const auto [put] = Rows<Putting>::current();
         QVERIFY(put(simulator("Kavo_version.txt"_s)) && publish({{7}}));
         QCOMPARE(state(7), Package::AVAILABLE);
         QCOMPARE(recordedStatus(7), -1);
@@ -300,25 +287,26 @@ private slots:
         QVERIFY(refresh());
         QCOMPARE(package(7)->name(), huge);
         QCOMPARE(package(7)->versions().size(), 2);
-        // Numbers come before what has none, however many they are.
+        // Numbers come before texts without numbers, however many there are.
         QVERIFY(package(7)->newestVersion().startsWith(QLatin1Char('1')));
     }
 
     void packageWithoutAnAddressIsADownloadError_data()
     {
-        table<QJsonValue>({"link"}, {{"missing", QJsonValue(QJsonValue::Undefined)},
-                                     {"null", QJsonValue(QJsonValue::Null)},
-                                     {"number", QJsonValue(3)},
-                                     {"array", QJsonValue(QJsonArray{"http://localhost/"_s})},
-                                     {"empty", QJsonValue(QString())},
-                                     {"no address", QJsonValue("no address"_s)},
-                                     {"unknown scheme", QJsonValue("gopher://localhost/a.zip"_s)},
-                                     {"zero character", QJsonValue(zeroInside())},
-                                     {"long", QJsonValue(QString(100000, QLatin1Char('x')))}});
+        Rows<QJsonValue>()
+            .row("missing", QJsonValue(QJsonValue::Undefined))
+            .row("null", QJsonValue(QJsonValue::Null))
+            .row("number", QJsonValue(3))
+            .row("array", QJsonValue(QJsonArray{"http://localhost/"_s}))
+            .row("empty", QJsonValue(QString()))
+            .row("no address", QJsonValue("no address"_s))
+            .row("unknown scheme", QJsonValue("gopher://localhost/a.zip"_s))
+            .row("zero character", QJsonValue(zeroInside()))
+            .row("long", QJsonValue(QString(100000, QLatin1Char('x'))));
     }
     void packageWithoutAnAddressIsADownloadError()
     {
-        QFETCH(QJsonValue, link);
+        const auto [link] = Rows<QJsonValue>::current();
         const QJsonObject version{{"version"_s, "1.0"_s}, {"link"_s, link}};
         offerObject({{"id"_s, 7}, {"versions"_s, QJsonArray{version}}});
         QVERIFY(publish({{8}}));
@@ -353,10 +341,11 @@ private slots:
         QVERIFY(refresh());
         const PackageList packages = controller().packages();
         QCOMPARE(packages.size(), 2);
-        // The first one counts wherever an id is looked up.
+        // The first package with an id is the one that counts.
         QCOMPARE(package(7), packages.first());
         QCOMPARE(install(7), "1.0"_s);
-        // Both at once would write one record in turns; the second one has to wait for the first.
+        // Two installations at once would write the same record, so the second one waits for the
+        // first.
         QString version;
         controller().install(packages.last(), version);
         QCOMPARE(packages.last()->state(), Package::AVAILABLE);
@@ -366,7 +355,7 @@ private slots:
         QTRY_COMPARE(recordedVersion(7), "2.0"_s);
         QVERIFY(QFile::exists(simulator("second/"_s + Engine::fileOf(7))));
         QVERIFY(hasFile(7));
-        // The record is that of the id, so the next list shows both as installed.
+        // The record belongs to the id, so the next list shows both as installed.
         QVERIFY(refresh());
         QCOMPARE(controller().packages().first()->state(), Package::INSTALLED);
         QCOMPARE(controller().packages().last()->state(), Package::INSTALLED);
@@ -410,31 +399,31 @@ private slots:
 
     void absurdVersionsComeBackLetterForLetter_data()
     {
-        table<QString>({"version"},
-                       {{"empty", QString()},
-                        {"blank", " "_s},
-                        {"word", "beta"_s},
-                        {"blanks around", " 1.0 "_s},
-                        {"line feeds", "1.0\n2.0\r\n"_s},
-                        {"negative", "-1.0"_s},
-                        {"empty segment", "1..2"_s},
-                        {"beyond an int", "99999999999999999999.1"_s},
-                        {"exponent", "1e400"_s},
-                        {"not a number", "nan"_s},
-                        {"infinite", "Inf"_s},
-                        {"hexadecimal", "0x10"_s},
-                        {"zero character", QString(QLatin1String("1.0\0.5", 6))},
-                        {"zero character behind a number", QString(QLatin1String("1.10\0", 5))},
-                        {"quotes", "1'; DROP TABLE packages; --"_s},
-                        {"placeholder", ":package_id"_s},
-                        {"many segments", "1."_s.repeated(50000)},
-                        {"other digits", "\u0661.\u0662"_s},
-                        {"wide blank", "\u00a01.0"_s},
-                        {"rich text", "<b>1.0</b>"_s}});
+        Rows<QString>()
+            .row("empty", QString())
+            .row("blank", " ")
+            .row("word", "beta")
+            .row("blanks around", " 1.0 ")
+            .row("line feeds", "1.0\n2.0\r\n")
+            .row("negative", "-1.0")
+            .row("empty segment", "1..2")
+            .row("beyond an int", "99999999999999999999.1")
+            .row("exponent", "1e400")
+            .row("not a number", "nan")
+            .row("infinite", "Inf")
+            .row("hexadecimal", "0x10")
+            .row("zero character", QString(QLatin1String("1.0\0.5", 6)))
+            .row("zero character behind a number", QString(QLatin1String("1.10\0", 5)))
+            .row("quotes", "1'; DROP TABLE packages; --")
+            .row("placeholder", ":package_id")
+            .row("many segments", "1."_s.repeated(50000))
+            .row("other digits", "\u0661.\u0662")
+            .row("wide blank", "\u00a01.0")
+            .row("rich text", "<b>1.0</b>");
     }
     void absurdVersionsComeBackLetterForLetter()
     {
-        QFETCH(QString, version);
+        const auto [version] = Rows<QString>::current();
         QVERIFY(publish({Offer{7, version}.at("/absurd.zip"_s).removing({"package-7"_s})}));
         QVERIFY(installAndWait(7));
         for (int start = 0; start < 2; ++start) {
@@ -460,12 +449,12 @@ private:
         QVERIFY(QFile::link(".."_s, simulator("up"_s)));
     }
 
-    /// What stands in the home folder, the simulator's among it, and beside it, without the
-    /// program's own data.
-    Tree world()
+    /// The content of the home folder, with the simulator, and of its parent, without the program's
+    /// own data.
+    FileTree world()
     {
         const QFileInfo home(profile().home());
-        Tree tree = fileTree(home.path());
+        FileTree tree = fileTree(home.path());
         for (const QString &path : tree.keys()) {
             if (path.startsWith(home.fileName() + "/."_s))
                 tree.remove(path);
@@ -475,7 +464,7 @@ private:
 
     QString nameOfSimulator() { return QFileInfo(simulator({}).chopped(1)).fileName(); }
     QString outside() { return profile().folder("outside"_s); }
-    /// Stands for folders that only a running test knows.
+    /// A placeholder for folders that are known only when the test runs.
     QString filledIn(QString entry)
     {
         return entry.replace("@OUTSIDE@"_s, QDir::cleanPath(outside()))

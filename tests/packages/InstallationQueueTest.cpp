@@ -1,11 +1,12 @@
 #include "tests/packages/EngineTest.h"
 #include "tests/packages/ExtractionWitness.h"
 #include "tests/packages/GatedExtractor.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QFileInfo>
 #include <QTest>
+#include <QThreadPool>
 
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
@@ -49,7 +50,7 @@ private slots:
         const ExtractionWitness witness = makeWitness();
         QVERIFY(publish({Offer{1}.needing({"2:1.0"_s}), Offer{2}.needing({"3"_s}), {3}}));
         server().forgetRequests();
-        // Each request has a connection of its own, and may overtake those before it on the way.
+        // Each request has its own connection and may arrive before earlier ones.
         QVector<int> started;
         const QObject listener;
         for (int id = 1; id <= 3; ++id) {
@@ -88,26 +89,24 @@ private slots:
         const auto isMissing = [](Engine &engine) { engine.archive(2).getStatus = 404; };
         const auto isDamaged = [](Engine &engine) { engine.archive(2).body = "no archive"; };
         const auto nothing = [](Engine &) {};
-        table<QString, Fault, int>({"dependency", "fault", "end"},
-                                   {{"download", "2"_s, isMissing, Package::DOWNLOAD_ERROR},
-                                    {"installation", "2"_s, isDamaged, Package::INSTALL_ERROR},
-                                    {"without versions", "3"_s, nothing, Package::AVAILABLE},
-                                    {"not in the catalogue", "77"_s, nothing, Package::AVAILABLE}});
+        Rows<QString, Fault, int>()
+            .row("download", "2", isMissing, Package::DOWNLOAD_ERROR)
+            .row("installation", "2", isDamaged, Package::INSTALL_ERROR)
+            .row("without versions", "3", nothing, Package::AVAILABLE)
+            .row("not in the catalogue", "77", nothing, Package::AVAILABLE);
     }
     void dependantOfAFailureEnds()
     {
-        QFETCH(QString, dependency);
-        QFETCH(Fault, fault);
-        QFETCH(int, end);
+        const auto [dependency, fault, end] = Rows<QString, Fault, int>::current();
         offerObject({{"id"_s, 3}});
-        // One more waits for the dependant.
+        // Another package waits for the dependent one.
         QVERIFY(publish({Offer{9}.needing({"1"_s}), Offer{1}.needing({dependency}), {2}}));
         fault(engine());
         install(9);
         for (const int id : {9, 1}) {
             QVERIFY(waitForState(id, Package::DEPENDENCY_ERROR));
             QCOMPARE(recordedStatus(id), int(Package::DEPENDENCY_ERROR));
-            // An archive that was never unpacked stays for the next try.
+            // An archive that was not unpacked is kept for the next try.
             QVERIFY(QFile::exists(cachedArchive(id)));
         }
         QCOMPARE(int(state(2)), end);
@@ -119,7 +118,7 @@ private slots:
         hold(2);
         holdAndBreak(3);
         install(1);
-        // The outer one stands before the middle one in the queue.
+        // In the queue the outer package comes before the middle one.
         QVERIFY(waitForState(1, Package::INSTALLING));
         release(2);
         QVERIFY(waitForState(2, Package::INSTALLING));
@@ -196,7 +195,7 @@ private slots:
         hold(2);
         install(1);
         QVERIFY(waitForState(1, Package::INSTALLING));
-        // Its last dependency is there, so that nothing but the running task holds it up.
+        // Its last dependency is installed, so only the running task delays it.
         QCOMPARE(state(2), Package::DOWNLOADING);
         QCOMPARE(awaitedBy(1), "package-4"_s);
         gate.open();
@@ -225,7 +224,7 @@ private slots:
         QVERIFY(waitUntilInstalled(1));
     }
 
-    /// What runs is finished and recorded, what waits is not begun.
+    /// The running task ends and is recorded. No waiting task begins.
     void nothingBeginsAfterTheEndOfTheProgram()
     {
         const GatedExtractor gate(engine());
@@ -236,7 +235,10 @@ private slots:
         QVERIFY(waitForState(2, Package::INSTALLING));
         gate.open();
         stop();
+        // Another task would be running by now.
+        QThreadPool::globalInstance()->waitForDone();
         QVERIFY(hasFile(1) && !hasFile(2));
+        QVERIFY(QFile::exists(cachedArchive(2)));
         QCOMPARE(recordedStatus(1), int(Package::INSTALLED));
         QCOMPARE(recordedStatus(2), int(Package::INSTALLING));
     }
@@ -246,7 +248,7 @@ private slots:
         const ExtractionWitness witness = makeWitness();
         constexpr int Count = 200;
         for (int id = 1; id <= Count; ++id) {
-            // Every package needs one half as far down the list.
+            // Every package depends on the one half as far down the list.
             offer(Offer{id}.needing(id > 1 ? QStringList(QString::number(id / 2)) : QStringList()));
         }
         QVERIFY(refresh());
@@ -275,14 +277,14 @@ private slots:
     }
 
 private:
-    /// Lets the engine unpack under the eyes of a witness.
+    /// Makes the engine use a 7-Zip that records its extractions.
     ExtractionWitness makeWitness()
     {
         const ExtractionWitness witness(profile().folder("tools"_s));
         setExtractor(witness.program());
         return witness;
     }
-    /// Name of the package that has to be installed before this one.
+    /// Name of the package that must be installed before this one.
     QString awaitedBy(int id) { return controller().progress(package(id)).waitsFor; }
 };
 

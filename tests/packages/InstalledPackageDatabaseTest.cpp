@@ -3,8 +3,8 @@
 #include "tests/support/Archives.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScratchProfile.h"
-#include "tests/support/Table.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -21,7 +21,7 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// What another program reads from the file: one value of each row of a query.
+/// The values of a query, one for each row, as another program reads them.
 QVariantList readBySelf(const QString &file, const QString &statement)
 {
     QVariantList values;
@@ -115,7 +115,7 @@ private slots:
                 QTest::addRow("%d.%d digits", whole, behind) << whole << behind;
         }
     }
-    /// Few texts of each length are in danger, so that only many of them tell.
+    /// Only few texts of each length are affected, so the test needs many.
     void versionsOfManyDigitsComeBackLetterForLetter()
     {
         QFETCH(int, whole);
@@ -131,7 +131,7 @@ private slots:
             }
             return text;
         };
-        // One transaction: the disk would be waited for once a row.
+        // In one transaction, which waits for the disk once and not for each row.
         QSqlDatabase connection = QSqlDatabase::database("PackageDatabaseConnection"_s);
         QVERIFY(connection.transaction());
         for (int id = 1; id <= Count; ++id) {
@@ -167,20 +167,19 @@ private slots:
 
     void versionsThatSurviveAreStoredAsText_data()
     {
-        table<QString, QString>({"version", "type"},
-                                {{"three segments", "1.2.10"_s, "text"_s},
-                                 {"suffix", "2.0-beta"_s, "text"_s},
-                                 {"survives as a number", "1.5"_s, "real"_s},
-                                 {"survives as a whole number", "7"_s, "integer"_s},
-                                 {"would lose its zero", "1.10"_s, "blob"_s},
-                                 {"a date", "20261121"_s, "integer"_s},
-                                 {"fifteen digits", "12345678901.1234"_s, "real"_s},
-                                 {"five digits behind the point", "1.12345"_s, "blob"_s}});
+        Rows<QString, QString>()
+            .row("three segments", "1.2.10", "text")
+            .row("suffix", "2.0-beta", "text")
+            .row("survives as a number", "1.5", "real")
+            .row("survives as a whole number", "7", "integer")
+            .row("would lose its zero", "1.10", "blob")
+            .row("a date", "20261121", "integer")
+            .row("fifteen digits", "12345678901.1234", "real")
+            .row("five digits behind the point", "1.12345", "blob");
     }
     void versionsThatSurviveAreStoredAsText()
     {
-        QFETCH(QString, version);
-        QFETCH(QString, type);
+        const auto [version, type] = Rows<QString, QString>::current();
         m_database->open();
         m_database->record(*makePackage(3, {}), version);
         QCOMPARE(readBySelf(file(), "SELECT typeof(version) FROM packages"_s).value(0).toString(),
@@ -233,23 +232,19 @@ private slots:
     void versionFileStandsInForAMissingRow_data()
     {
         const QString plugin = "plugins/Jetways"_s;
-        table<int, QString, QString, QByteArray, QString>(
-            {"id", "extract", "place", "content", "version"},
-            {{"in its folder", 3, plugin, plugin, "Jetways\nplugin\n1.10\nmore\n", "1.10"_s},
-             {"no version in it", 3, plugin, plugin, "a\nb\n\n1.0\n", QString()},
-             {"outside", 3, "../elsewhere"_s, "../elsewhere"_s, "a\nb\n1.0\n", QString()},
-             {"the shared library's lies deeper", 1, "plugins"_s, "plugins/lib/Kavo_Library"_s,
-              "a\r\nb\r\n1.5\r\n", "1.5"_s},
-             {"not where others have it", 1, "plugins"_s, "plugins"_s, "a\nb\n9.9\n", QString()}});
+        Rows<int, QString, QString, QByteArray, QString>()
+            .row("in its folder", 3, plugin, plugin, "Jetways\nplugin\n1.10\nmore\n", "1.10")
+            .row("no version in it", 3, plugin, plugin, "a\nb\n\n1.0\n", QString())
+            .row("outside", 3, "../elsewhere", "../elsewhere", "a\nb\n1.0\n", QString())
+            .row("the shared library's lies deeper", 1, "plugins", "plugins/lib/Kavo_Library",
+                 "a\r\nb\r\n1.5\r\n", "1.5")
+            .row("not where others have it", 1, "plugins", "plugins", "a\nb\n9.9\n", QString());
     }
     // Fixed, see docs/compatibility.md.
     void versionFileStandsInForAMissingRow()
     {
-        QFETCH(int, id);
-        QFETCH(QString, extract);
-        QFETCH(QString, place);
-        QFETCH(QByteArray, content);
-        QFETCH(QString, version);
+        const auto [id, extract, place, content, version] =
+            Rows<int, QString, QString, QByteArray, QString>::current();
         const QString rows = "SELECT status FROM packages"_s;
         const bool isThere = !version.isEmpty();
         m_database->open();
@@ -258,7 +253,7 @@ private slots:
         writeVersionFile(place, content);
         QCOMPARE(m_database->status(*package), isThere ? int(Package::INSTALLED) : -1);
         QCOMPARE(m_database->version(*package), version);
-        // Whoever asks changes nothing.
+        // Reading changes nothing.
         QCOMPARE(package->state(), Package::AVAILABLE);
         QCOMPARE(readBySelf(file(), rows), QVariantList());
 
@@ -367,9 +362,40 @@ private slots:
         m_database->markInstalled(packages);
         QCOMPARE(packages.first()->state(), Package::INSTALLED);
         QVERIFY(!packages.first()->isUpdateAvailable());
-        // It has no version file of its own: the row that the first one got speaks for it.
+        // The package has no version file of its own. The row that the first one got applies to it.
         QCOMPARE(packages.last()->state(), Package::INSTALLED);
         QVERIFY(packages.last()->isUpdateAvailable());
+    }
+
+    /// As when an installation is ordered while a refresh reads version files.
+    void versionFileYieldsToARowWrittenMeanwhile()
+    {
+        m_database->open();
+        writeVersionFile("of 7/"_s, "a\nb\n1.2\n");
+        const PackagePointer package = makePackage(7, {makeVersion("2.0"_s)});
+        package->versions().first()->install->extract = "of 7"_s;
+        const QSet<int> before = m_database->recordedIds();
+        package->setState(Package::DOWNLOADING);
+        m_database->record(*package, "2.0"_s);
+        m_database->adoptVersionFiles({package}, before);
+        QCOMPARE(m_database->version(*package), "2.0"_s);
+        QCOMPARE(m_database->status(*package), int(Package::DOWNLOADING));
+    }
+
+    void packageMayBeThereUnlessItIsUnknownOrRemoved()
+    {
+        m_database->open();
+        QVERIFY(!m_database->mayBeThere(7));
+        const PackagePointer package = makePackage(7, {makeVersion("1.0"_s)});
+        for (const Package::State state :
+             {Package::DOWNLOADING, Package::INSTALLED, Package::INSTALL_ERROR}) {
+            package->setState(state);
+            m_database->record(*package, "1.0"_s);
+            QVERIFY(m_database->mayBeThere(7));
+        }
+        package->setState(Package::AVAILABLE);
+        m_database->record(*package, "1.0"_s);
+        QVERIFY(!m_database->mayBeThere(7));
     }
 
     void rowsWithoutANumberMarkNothing()

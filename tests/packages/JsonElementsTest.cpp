@@ -21,7 +21,7 @@ private slots:
 
 namespace {
 
-/// The elements when the bytes are an array to their end, else null.
+/// The elements of the array, or null if the bytes are not exactly one array.
 QJsonValue elements(const QByteArray &bytes)
 {
     QJsonArray array;
@@ -30,7 +30,7 @@ QJsonValue elements(const QByteArray &bytes)
     return whole ? QJsonValue(array) : QJsonValue();
 }
 
-/// The same from Qt's reader of whole documents.
+/// The same, read by Qt from the whole document.
 QJsonValue elementsOfDocument(const QByteArray &bytes)
 {
     const QJsonDocument document = QJsonDocument::fromJson(bytes);
@@ -90,7 +90,7 @@ void JsonElementsTest::agreesWithTheDocument()
     QCOMPARE(elements(bytes).isArray(), whole);
 }
 
-/// Bytes of a catalogue are taken out, doubled or replaced at random places.
+/// Bytes of a catalogue are removed, doubled or replaced at random places.
 void JsonElementsTest::agreesWithTheDocumentOnDamagedBytes()
 {
     const QByteArray sound = R"([{"id": 1, "name": {"en": "a \"b\" [c]"}, "versions": [
@@ -125,7 +125,7 @@ void JsonElementsTest::agreesWithTheDocumentOnDamagedBytes()
         QVERIFY2(elements(bytes) == elementsOfDocument(bytes), bytes.constData());
         whole += elements(bytes).isArray() ? 1 : 0;
     }
-    // Both kinds have come up.
+    // Both outcomes have occurred.
     QVERIFY(whole > 1000);
     QVERIFY(whole < 19000);
 }

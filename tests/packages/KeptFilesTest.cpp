@@ -15,8 +15,7 @@ const QString Settings = "plugin/settings.ini"_s;
 
 } // namespace
 
-/// What becomes of a file that the user edits between installations, some of which bring one of
-/// their own.
+/// The user edits a kept file between installations, some of which bring their own file.
 class KeptFilesTest final : public EngineTest
 {
     Q_OBJECT
@@ -33,7 +32,7 @@ private slots:
         QVERIFY(install("3.0"));
         QCOMPARE(settings(), "second");
         QCOMPARE(filesUnder(profile().preserveFolder()), QStringList());
-        // And once more, with a settled copy that is replaced by one that settles.
+        // Once more, with a settled copy that is replaced by another one.
         QVERIFY(install("4.0"));
         QCOMPARE(kept(), "second");
         QVERIFY(edit("third"));
@@ -54,7 +53,7 @@ private slots:
         for (int attempt = 0; attempt < 2; ++attempt) {
             QVERIFY(!install("3.0"));
             QCOMPARE(state(7), Package::INSTALL_ERROR);
-            // What was unpacked is gone again.
+            // The unpacked files are gone again.
             QCOMPARE(settings(), QByteArray());
             QCOMPARE(kept(), "user's");
             QVERIFY(refresh());
@@ -110,7 +109,7 @@ private slots:
 private:
     void setUp() override
     {
-        // Every other version brings settings.
+        // Every second version brings settings.
         for (const char *version : {"1.0", "2.0", "3.0", "4.0"}) {
             Files files{{"plugin/plugin.xpl"_s, version}};
             if (QByteArray(version) == "2.0" || QByteArray(version) == "4.0")
@@ -125,7 +124,7 @@ private:
 
     bool edit(const QByteArray &content) { return writeFile(settingsPath(), content); }
     bool install(const char *version) { return installAndWait(7, QLatin1String(version)); }
-    /// The archive of a version gets another body; returns the one before.
+    /// Replaces the archive of a version and returns the one before.
     QByteArray exchange(const char *version, const QByteArray &body)
     {
         return std::exchange(archive(7, QLatin1String(version)).body, body);

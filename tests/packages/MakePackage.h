@@ -15,7 +15,7 @@ makeVersion(const QString &text, const QStringList &depends = {}, const QStringL
     return version;
 }
 
-/// A package as the catalogue brings it; the versions are given newest first.
+/// A package as the catalogue describes it. Versions are given newest first.
 inline Models::PackagePointer makePackage(int id,
                                           const QVector<Models::PackageVersionPointer> &versions,
                                           const QString &name = QString())

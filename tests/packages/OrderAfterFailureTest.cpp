@@ -5,7 +5,7 @@
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
-/// An order that is given between the error of a download and the end of its transfer.
+/// Orders an installation between the error of a download and the end of its transfer.
 class OrderAfterFailureTest final : public QObject
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ void OrderAfterFailureTest::archiveIsFetchedOnceTheFailedTransferHasEnded_data()
     QTest::newRow("the connection is cut") << false;
 }
 
-/// Two packages share the archive: neither may get what the failed transfer has left.
+/// Two packages share the archive: neither may use what the failed transfer left.
 void OrderAfterFailureTest::archiveIsFetchedOnceTheFailedTransferHasEnded()
 {
     QFETCH(bool, answers);
@@ -54,7 +54,7 @@ void OrderAfterFailureTest::archiveIsFetchedOnceTheFailedTransferHasEnded()
         engine.server().resource(QStringLiteral("/shared.7z")) = healthy;
         engine.install(1);
         engine.install(2);
-        // Nothing else may begin the transfer early.
+        // Nothing else may start the transfer early.
         engine.downloads()->start();
     });
     engine.install(1);

@@ -1,6 +1,6 @@
 #include "tests/packages/EngineTest.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -12,7 +12,7 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// An archive without entries for its folders: 7-Zip makes no folder where a link to one stands.
+/// An archive without folder entries. 7-Zip creates no folder where a link to one exists.
 QByteArray archiveWithoutFolders(const QString &folder, const Files &files)
 {
     QVector<TarEntry> entries;
@@ -23,8 +23,8 @@ QByteArray archiveWithoutFolders(const QString &folder, const Files &files)
 
 } // namespace
 
-/// Users keep folders of the simulator on other disks and leave links in their places. 7-Zip
-/// unpacks through these, and the rules have to reach just as far.
+/// Users keep folders of the simulator on other disks and replace them by links. 7-Zip unpacks
+/// through these links, and the rules have to reach just as far.
 class OwnLinksTest final : public EngineTest
 {
     Q_OBJECT
@@ -34,17 +34,16 @@ private slots:
     {
         const QString scenery = "Custom Scenery"_s;
         const QString middle = "Custom Scenery/Europe/Far North"_s;
-        table<QString, QString>({"link", "extract"},
-                                {{"first folder, unpacked from the top", scenery, QString()},
-                                 {"first folder, unpacked into the link", scenery, scenery},
-                                 {"in the middle, unpacked from the top", middle, QString()},
-                                 {"in the middle, unpacked above it", middle, scenery},
-                                 {"in the middle, unpacked into the link", middle, middle}});
+        Rows<QString, QString>()
+            .row("first folder, unpacked from the top", scenery, QString())
+            .row("first folder, unpacked into the link", scenery, scenery)
+            .row("in the middle, unpacked from the top", middle, QString())
+            .row("in the middle, unpacked above it", middle, scenery)
+            .row("in the middle, unpacked into the link", middle, middle);
     }
     void rulesReachWhatUnpackingReaches()
     {
-        QFETCH(QString, link);
-        QFETCH(QString, extract);
+        const auto [link, extract] = Rows<QString, QString>::current();
         QVERIFY(QDir().mkpath(QFileInfo(simulator(link)).path()));
         QVERIFY(QFile::link(QDir::cleanPath(m_disk), simulator(link)));
         const QString folder = link + QLatin1Char('/');
@@ -83,7 +82,7 @@ private slots:
         }
         QVERIFY(refresh() && installAndWait(7, "1.0"_s));
         QVERIFY(writeFile(simulator(scenery + settings), "user's"));
-        // The folder that the removal rule names becomes a link.
+        // The folder named by the removal rule becomes a link.
         const QString field = simulator(scenery + "New Field"_s);
         const QString moved = m_disk + "Moved Field"_s;
         QVERIFY(QDir().rename(field, moved));
@@ -93,7 +92,7 @@ private slots:
         QVERIFY(installAndWait(7, "2.0"_s));
         QVERIFY(!QFileInfo(field).isSymLink());
         QCOMPARE(inSimulator(scenery + settings), "user's");
-        // Only the link was the simulator's.
+        // Only the link belonged to the simulator.
         QCOMPARE(fileTree(m_disk), before);
     }
 
@@ -107,7 +106,7 @@ private slots:
                     << QString::fromLatin1(format) << QString::fromLatin1(link);
         }
     }
-    /// As archives have it that are packed with their folders; 7-Zip then ends with an error.
+    /// Archives packed with their folders look like this. 7-Zip then ends with an error.
     void archiveMayHaveAnEntryForALinkedFolder()
     {
         QFETCH(QString, format);
@@ -133,7 +132,7 @@ private slots:
         QVERIFY(QFile::link(QDir::cleanPath(m_disk), link));
         const auto before = fileTree(m_disk);
         offer({7});
-        // The one cannot be read, the other has a folder where a file should be.
+        // One file cannot be read. The other has a folder in its place.
         for (const QByteArray &body :
              {damagedArchiveOf({{"Custom Scenery/New Field/a.txt"_s, "x"}}),
               archiveOf({{"Custom Scenery/New Field/a.txt"_s, "x"},
@@ -148,9 +147,27 @@ private slots:
         }
     }
 
+    void linkedFolderExcusesNoMissingFile()
+    {
+        // Unpacks as 7-Zip does, complaints included, and loses a file.
+        const QString program = profile().folder("bin"_s) + "7z"_s;
+        QVERIFY(writeFile(program, "#!/bin/sh\n[ \"$1\" = x ] || exec 7z \"$@\"\n7z \"$@\"\n"
+                                   "status=$?\nrm \"${3#-o}/Custom Scenery/Field/a.txt\"\n"
+                                   "exit $status\n"));
+        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
+        setExtractor(program);
+        QVERIFY(QFile::link(QDir::cleanPath(m_disk), simulator("Custom Scenery"_s)));
+        offer({7});
+        archive(7).body = archiveOf(
+            {{"Custom Scenery/Field/a.txt"_s, "x"}, {"Custom Scenery/Field/empty/"_s, ""}}, "7z"_s);
+        QVERIFY(refresh());
+        QVERIFY(!installAndWait(7));
+        QCOMPARE(state(7), Package::INSTALL_ERROR);
+    }
+
     void linkThatCameWithThePackageIsNoWayOut()
     {
-        // 7-Zip itself makes no such link; another version of it may be less strict.
+        // 7-Zip itself refuses to create such a link. Another version of it may be less strict.
         const QString program = profile().folder("bin"_s) + "7z"_s;
         QVERIFY(
             writeFile(program, "#!/bin/sh\n[ \"$1\" = x ] || exec 7z \"$@\"\n7z \"$@\" && ln -s '" +
@@ -186,8 +203,8 @@ private:
                            {{"lights.txt"_s, "original"}, {"Other Field/scene.txt"_s, "theirs"}}));
     }
 
-    /// Offers a version whose files lie in a folder of the simulator, part of which is unpacked
-    /// into.
+    /// Offers a version whose files are in a folder of the simulator, and unpacks into a part of
+    /// that folder.
     void offerIn(const QString &folder, const QString &version, const QString &extract,
                  const Files &files)
     {

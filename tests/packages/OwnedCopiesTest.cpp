@@ -2,7 +2,8 @@
 #include "core/Settings.h"
 #include "packages/installation/SettledCopy.h"
 #include "tests/packages/EngineTest.h"
-#include "tests/support/Table.h"
+#include "tests/support/DamagedDatabase.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -14,8 +15,6 @@ using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
 namespace {
-
-using Tree = QMap<QString, QString>;
 
 const QString Lights = "Resources/bitmaps/lights.txt"_s;
 const QString Preferences = "plugin/settings.ini"_s;
@@ -39,8 +38,8 @@ class OwnedCopiesTest final : public EngineTest
 private slots:
     void eachSimulatorGetsItsOwnOriginalBack()
     {
-        const Tree eleven = fileTree(m_eleven);
-        const Tree twelve = fileTree(m_twelve);
+        const FileTree eleven = fileTree(m_eleven);
+        const FileTree twelve = fileTree(m_twelve);
         QVERIFY(installAndWait(7, "1.0"_s));
         QCOMPARE(readFile(backedUp(Lights)), "lights of 11");
         QVERIFY(useSimulator(m_twelve) && installAndWait(7, "1.0"_s));
@@ -75,7 +74,7 @@ private slots:
     void originalReturnsWithoutARemovalRule()
     {
         QVERIFY(publish({lights(8), lights(8, "2.0"_s)}));
-        const Tree before = tree();
+        const FileTree before = tree();
         for (const QString &version : {"1.0"_s, "2.0"_s, "2.0"_s})
             QVERIFY(installAndWait(8, version));
         QCOMPARE(inSimulator(Lights), lightsOf(8, "2.0"_s));
@@ -86,7 +85,7 @@ private slots:
     {
         QVERIFY(publish(
             {lights(8).removing({"package-8"_s, Lights}), lights(8, "2.0"_s).backingUp({})}));
-        const Tree before = tree();
+        const FileTree before = tree();
         QVERIFY(installAndWait(8, "1.0"_s) && installAndWait(8, "2.0"_s));
         originalReturns(before);
     }
@@ -111,24 +110,24 @@ private slots:
     void originalReturnsAfterAnInstallationThatWasRepeated()
     {
         QVERIFY(publish({lights(8)}));
-        const Tree before = tree();
+        const FileTree before = tree();
         QVERIFY(installAndWait(8));
-        // As after a sudden end just behind the unpacking.
+        // As after a sudden end right after the unpacking.
         QVERIFY(QFile::remove(settledMarkOf(backedUp(Lights))) && installAndWait(8));
         originalReturns(before);
     }
 
     void fileThatHasStayedIsBackedUpByTheNextInstallation_data()
     {
-        table<int, bool>({"next", "restarts"}, {{"of the same add-on", 8, false},
-                                                {"of another add-on", 9, false},
-                                                {"of the same add-on after a start", 8, true},
-                                                {"of another add-on after a start", 9, true}});
+        Rows<int, bool>()
+            .row("of the same add-on", 8, false)
+            .row("of another add-on", 9, false)
+            .row("of the same add-on after a start", 8, true)
+            .row("of another add-on after a start", 9, true);
     }
     void fileThatHasStayedIsBackedUpByTheNextInstallation()
     {
-        QFETCH(int, next);
-        QFETCH(bool, restarts);
+        const auto [next, restarts] = Rows<int, bool>::current();
         QVERIFY(publish({lights(8), lights(9)}) && installAndWait(8));
         QVERIFY(writeFile(simulator(Lights), "first"));
         uninstall(8);
@@ -158,7 +157,7 @@ private slots:
     void reinstallationKeepsTheFirstBackup()
     {
         QVERIFY(publish({lights(8), lights(8, "2.0"_s)}));
-        const Tree before = tree();
+        const FileTree before = tree();
         for (const QString &version : {"1.0"_s, "1.0"_s, "2.0"_s}) {
             QVERIFY(installAndWait(8, version));
             QVERIFY(writeFile(simulator(Lights), "edited"));
@@ -171,7 +170,7 @@ private slots:
     void addOnThatIsThereKeepsTheFirstBackup()
     {
         QVERIFY(publish({lights(8), lights(9)}));
-        const Tree before = tree();
+        const FileTree before = tree();
         QVERIFY(installAndWait(8) && installAndWait(9));
         QVERIFY(writeFile(simulator(Lights), "edited"));
         uninstall(8);
@@ -183,12 +182,12 @@ private slots:
     void originalThatStandsInItsPlaceAgainIsNoOther()
     {
         QVERIFY(publish({lights(8)}));
-        const Tree before = tree();
+        const FileTree before = tree();
         QVERIFY(installAndWait(8) && writeFile(simulator(Lights), "edited"));
         uninstall(8);
         QVERIFY(writeFile(simulator(Lights), "lights of 11") && installAndWait(8));
         QCOMPARE(copies(), QStringList(Lights));
-        // From here on the backup is in use as before.
+        // From now on the backup is in use as before.
         QVERIFY(writeFile(simulator(Lights), "edited") && installAndWait(8));
         originalReturns(before);
     }
@@ -196,9 +195,9 @@ private slots:
     void fileOfAnAddOnThatCouldNotGoIsNotTheUsers()
     {
         QVERIFY(publish({lights(8)}));
-        const Tree before = tree();
+        const FileTree before = tree();
         QVERIFY(installAndWait(8));
-        // No copy can grow there.
+        // No copy can be written there.
         const QString obstacle = hiddenBeside(simulator(Lights), "copy"_s);
         QVERIFY(writeFile(obstacle + "/file"_s, "in the way"));
         uninstall(8);
@@ -211,16 +210,17 @@ private slots:
 
     void originalWaitsForAnAddOnThatIsNoLongerOnOffer_data()
     {
-        table<QStringList>({"rule"}, {{"without a removal rule", {}},
-                                      {"with a removal rule", QStringList(Lights)}});
+        Rows<QStringList>()
+            .row("without a removal rule", {})
+            .row("with a removal rule", QStringList(Lights));
     }
     void originalWaitsForAnAddOnThatIsNoLongerOnOffer()
     {
-        QFETCH(QStringList, rule);
+        const auto [rule] = Rows<QStringList>::current();
         QVERIFY(publish({lights(8, "1.0"_s, rule)}));
         const QByteArray with8 = catalogue().body;
         QVERIFY(publish({lights(9, "1.0"_s, rule)}));
-        const Tree before = tree();
+        const FileTree before = tree();
         QVERIFY(installAndWait(8) && installAndWait(9));
         catalogue().body = with8;
         QVERIFY(refreshAsServed());
@@ -228,6 +228,24 @@ private slots:
         QCOMPARE(inSimulator(Lights), lightsOf(9));
         QVERIFY(refresh());
         originalReturns(before, 9);
+    }
+
+    void originalWaitsForAnInstallationThatEndedSuddenly()
+    {
+        QVERIFY(publish({lights(8)}));
+        const QByteArray with8 = catalogue().body;
+        QVERIFY(publish({lights(9)}) && installAndWait(8) && installAndWait(9));
+        stop();
+        QVERIFY(executeOn(packageDatabase(),
+                          {"UPDATE packages SET status = 4 WHERE package_id = 9"_s,
+                           "UPDATE whole_versions SET version = '' WHERE package_id = 9"_s}));
+        QVERIFY(restart());
+        QCOMPARE(state(9), Package::AVAILABLE);
+        catalogue().body = with8;
+        QVERIFY(refreshAsServed());
+        uninstall(8);
+        QCOMPARE(inSimulator(Lights), lightsOf(9));
+        QCOMPARE(readFile(backedUp(Lights)), "lights of 11");
     }
 
     void originalReturnsWhenTheLastAddOnGoes_data()
@@ -245,7 +263,7 @@ private slots:
                         << rule << first << refreshes << lightsOf(9);
             }
         }
-        // A whole folder goes, whoever's files are in it.
+        // A whole folder is removed, no matter whose files are in it.
         QTest::newRow("folder, 8 goes first")
             << QStringList("Resources/bitmaps"_s) << 8 << false << QByteArray("lights of 11");
     }
@@ -257,7 +275,7 @@ private slots:
         QFETCH(QByteArray, between);
         QVERIFY(publish({lights(8, "1.0"_s, rule),
                          lights(9, "1.0"_s, rule).backingUp({"Resources/bitmaps//lights.txt"_s})}));
-        const Tree before = tree();
+        const FileTree before = tree();
         QVERIFY(installAndWait(8) && installAndWait(9));
         const PackagePointer one = package(first);
         const PackagePointer other = package(17 - first);
@@ -273,24 +291,22 @@ private slots:
 
     void copiesAreFoundAfterAChangeOfTheirFolder_data()
     {
-        table<QStringList, bool>(
-            {"folders", "restarts"},
-            {{"once", QStringList{"one"_s}, true},
-             {"in the same run", QStringList{"one"_s}, false},
-             {"twice", QStringList{"one"_s, "two"_s}, true},
-             {"there and back", QStringList{"one"_s, "two"_s, "one"_s}, true}});
+        Rows<QStringList, bool>()
+            .row("once", QStringList{"one"_s}, true)
+            .row("in the same run", QStringList{"one"_s}, false)
+            .row("twice", QStringList{"one"_s, "two"_s}, true)
+            .row("there and back", QStringList{"one"_s, "two"_s, "one"_s}, true);
     }
     void copiesAreFoundAfterAChangeOfTheirFolder()
     {
-        QFETCH(QStringList, folders);
-        QFETCH(bool, restarts);
-        const Tree before = tree();
+        const auto [folders, restarts] = Rows<QStringList, bool>::current();
+        const FileTree before = tree();
         QVERIFY(installAndWait(7, "1.0"_s) && writeFile(simulator(Preferences), "edited"));
-        // The second version leaves the copy in the folder.
+        // The second version does not restore the copy.
         QVERIFY(installAndWait(7, "2.0"_s));
         for (const QString &folder : qAsConst(folders)) {
             useFolders("moved/%1/preserve"_s.arg(folder), "moved/%1/backup"_s.arg(folder));
-            // What is in the new folder already is the user's.
+            // Files that were already in the new folder belong to the user.
             QVERIFY(writeFile(settings()->current(Settings::BACKUP) + Lights, "somebody's"));
             QVERIFY(!restarts || restart());
         }
@@ -307,28 +323,25 @@ private slots:
     {
         const QString simulator = "home/X-Plane"_s;
         const QString apart = "home/apart"_s;
-        table<QString, QString, bool>(
-            {"preserve", "backup", "installs"},
-            {{"preserve is the simulator", simulator, apart, false},
-             {"backup is the simulator", apart, simulator, false},
-             {"both are the simulator", simulator, simulator, false},
-             {"a link to the simulator", "link"_s, apart, false},
-             {"preserve is backup", apart, apart, true},
-             {"preserve in backup", "home/apart/Resources"_s, apart, true},
-             {"backup in preserve", apart, "home/apart/plugin"_s, true},
-             {"preserve in the simulator", "home/X-Plane/Output/kept"_s, apart, true},
-             {"backup in the simulator", apart, "home/X-Plane/Resources/backup"_s, true},
-             {"the simulator in preserve", "home"_s, apart, true},
-             {"the simulator in backup", apart, "home"_s, true}});
+        Rows<QString, QString, bool>()
+            .row("preserve is the simulator", simulator, apart, false)
+            .row("backup is the simulator", apart, simulator, false)
+            .row("both are the simulator", simulator, simulator, false)
+            .row("a link to the simulator", "link", apart, false)
+            .row("preserve is backup", apart, apart, true)
+            .row("preserve in backup", "home/apart/Resources", apart, true)
+            .row("backup in preserve", apart, "home/apart/plugin", true)
+            .row("preserve in the simulator", "home/X-Plane/Output/kept", apart, true)
+            .row("backup in the simulator", apart, "home/X-Plane/Resources/backup", true)
+            .row("the simulator in preserve", "home", apart, true)
+            .row("the simulator in backup", apart, "home", true);
     }
     void foldersInEachOthersWayCostNothing()
     {
-        QFETCH(QString, preserve);
-        QFETCH(QString, backup);
-        QFETCH(bool, installs);
+        const auto [preserve, backup, installs] = Rows<QString, QString, bool>::current();
         QVERIFY(QFile::link(m_eleven.chopped(1), profile().folder({}) + "link"_s));
         useFolders(preserve, backup);
-        // Files of the user's, one of which could be taken for a copy.
+        // Files of the user's. One of them looks like a copy.
         const QString own = profile().folder("home"_s) + "other/kept.txt"_s;
         QVERIFY(writeFile(own, "other") && writeFile(m_eleven + Preferences, "edited"));
         QVERIFY(restart());
@@ -380,7 +393,7 @@ private:
         QVERIFY(refresh());
     }
 
-    /// A package that replaces the lights, and removes its own folder and what the rule says.
+    /// A package that replaces the lights. Its rule removes its own folder and these paths.
     static Offer lights(int id, const QString &version = "1.0"_s, const QStringList &rule = {})
     {
         return Offer{id, version}
@@ -388,14 +401,14 @@ private:
             .backingUp({Lights})
             .removing(QStringList("package-%1"_s.arg(id)) + rule);
     }
-    /// Removes the package, after which all is as it was and no copy waits any more.
-    void originalReturns(const Tree &before, int id = 8)
+    /// Removes the package and checks that everything is as before and no copy is left.
+    void originalReturns(const FileTree &before, int id = 8)
     {
         uninstall(id);
         QCOMPARE(tree(), before);
         QCOMPARE(filesUnder(profile().backupFolder()), QStringList());
     }
-    /// The next start with another simulator, and a new database.
+    /// The next start uses another simulator and a new database.
     bool useSimulator(const QString &folder)
     {
         controller().reset();
@@ -409,18 +422,18 @@ private:
         settings()->setPending(Settings::BACKUP, profile().folder(backup));
         settings()->commit();
     }
-    /// In the simulator that is in use.
+    /// In the current simulator.
     QString simulator(const QString &path) const
     {
         return settings()->current(Settings::INSTALLATION) + path;
     }
     QByteArray inSimulator(const QString &path) const { return readFile(simulator(path)); }
-    Tree tree() const { return fileTree(simulator({})); }
-    /// The files of the two folders for copies without the program's marks.
+    FileTree tree() const { return fileTree(simulator({})); }
+    /// The files of the preserve and backup folders, without the program's marks.
     QStringList copies()
     {
-        return unmarkedFilesUnder(profile().preserveFolder()) +
-               unmarkedFilesUnder(profile().backupFolder());
+        return filesOf(fileTree(profile().preserveFolder())).keys() +
+               filesOf(fileTree(profile().backupFolder())).keys();
     }
 
     QString m_eleven;

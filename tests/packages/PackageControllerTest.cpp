@@ -1,5 +1,5 @@
 #include "tests/packages/EngineTest.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 using namespace Kavo::Models;
@@ -15,18 +15,16 @@ private slots:
     {
         const QString newest = "<strong>1.10</strong><ul><li>news of 1.10</li></ul>"_s;
         const QString middle = "<strong>1.2</strong><p>Not available></p>"_s;
-        table<QString, QString, QString>({"installed", "target", "log"},
-                                         {{"the newest", "1.0"_s, QString(), newest + middle},
-                                          {"up to the target", "1.0"_s, "1.2"_s, middle},
-                                          {"up to date", "1.10"_s, QString(), QString()},
-                                          {"not installed", QString(), QString(), QString()},
-                                          {"older target", "1.2"_s, "1.0"_s, QString()}});
+        Rows<QString, QString, QString>()
+            .row("the newest", "1.0", QString(), newest + middle)
+            .row("up to the target", "1.0", "1.2", middle)
+            .row("up to date", "1.10", QString(), QString())
+            .row("not installed", QString(), QString(), QString())
+            .row("older target", "1.2", "1.0", QString());
     }
     void changeLogTellsWhatComesAfterTheInstalledVersion()
     {
-        QFETCH(QString, installed);
-        QFETCH(QString, target);
-        QFETCH(QString, log);
+        const auto [installed, target, log] = Rows<QString, QString, QString>::current();
         QVERIFY(publish({Offer{7, "1.0"_s}.telling({"news of 1.0"_s}),
                          {7, "1.2"_s},
                          Offer{7, "1.10"_s}.telling({"news of 1.10"_s})}));
@@ -45,7 +43,7 @@ private slots:
         QVERIFY(!QFile::exists(packageDatabase()) && !QFile::exists(downloads));
         QVERIFY(hasFile(7));
         QCOMPARE(controller().status(package(7)), int(Package::UNKNOWN));
-        // The next refresh starts afresh.
+        // The next refresh starts from the beginning.
         QVERIFY(refresh());
         QCOMPARE(state(7), Package::AVAILABLE);
         QCOMPARE(recordedStatus(7), -1);

@@ -4,8 +4,8 @@
 #include "tests/support/Archives.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScratchProfile.h"
-#include "tests/support/Table.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -17,10 +17,9 @@
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
-using Tree = QMap<QString, QString>;
-
-/// The rules of a version on the disk. Beside the simulator lie a folder of others and the user's
-/// second disk, which no test may change but by a rule that names what is on the disk.
+/// Applies the rules of a version on the disk. Beside the simulator there are somebody else's
+/// folder and the user's second disk, which no test may change except by a rule that names a path
+/// there.
 class PackageFilesTest final : public QObject
 {
     Q_OBJECT
@@ -58,21 +57,22 @@ private slots:
 
     void entriesThatLeaveTheSimulatorAreSkipped_data()
     {
-        table<QString>({"entry"}, {{"empty: the whole simulator", QString()},
-                                   {"dot: the whole simulator", "."_s},
-                                   {"parent", "../outside"_s},
-                                   {"parent by way of a child", "a/../../outside"_s},
-                                   {"two up", "../.."_s},
-                                   {"absolute", "@OUTSIDE@"_s},
-                                   {"file outside", "../outside/victim.txt"_s},
-                                   {"absolute file", "@OUTSIDE@victim.txt"_s},
-                                   {"by a link among the package's files", "own/link/victim.txt"_s},
-                                   {"by a loop of one link", "own/loop/file"_s},
-                                   {"by a loop of two links", "own/ping/a/b"_s}});
+        Rows<QString>()
+            .row("empty: the whole simulator", QString())
+            .row("dot: the whole simulator", ".")
+            .row("parent", "../outside")
+            .row("parent by way of a child", "a/../../outside")
+            .row("two up", "../..")
+            .row("absolute", "@OUTSIDE@")
+            .row("file outside", "../outside/victim.txt")
+            .row("absolute file", "@OUTSIDE@victim.txt")
+            .row("by a link among the package's files", "own/link/victim.txt")
+            .row("by a loop of one link", "own/loop/file")
+            .row("by a loop of two links", "own/ping/a/b");
     }
     void entriesThatLeaveTheSimulatorAreSkipped()
     {
-        QFETCH(QString, entry);
+        auto [entry] = Rows<QString>::current();
         entry.replace("@OUTSIDE@"_s, m_outside);
         put({{"a/mine.txt"_s, "mine"}, {"own/own.txt"_s, "own"}});
         for (const auto &[target, name] : {qMakePair(m_outside, "link"_s),
@@ -93,7 +93,7 @@ private slots:
         const LogCapture log;
         files().remove();
         QVERIFY(log.contains(skipped));
-        // The rest of the list goes on.
+        // The rest of the list is applied.
         QCOMPARE(tree(), treeOf({{"a/"_s, ""}}));
     }
 
@@ -116,20 +116,17 @@ private slots:
 
     void linkOfTheUserOnTheWayIsFollowed_data()
     {
-        table<QString, QString, QString>(
-            {"link", "entry", "file"},
-            {{"first folder", "link"_s, "link/Field"_s, "Field/own.txt"_s},
-             {"in the middle", "Custom Scenery/link"_s, "Custom Scenery/link/deep/Field"_s,
-              "deep/Field/own.txt"_s},
-             {"a file", "link"_s, "link/Field/own.txt"_s, "Field/own.txt"_s},
-             {"to the folder that is unpacked into", "Custom Scenery"_s, "Custom Scenery/Field"_s,
-              "Field/own.txt"_s}});
+        Rows<QString, QString, QString>()
+            .row("first folder", "link", "link/Field", "Field/own.txt")
+            .row("in the middle", "Custom Scenery/link", "Custom Scenery/link/deep/Field",
+                 "deep/Field/own.txt")
+            .row("a file", "link", "link/Field/own.txt", "Field/own.txt")
+            .row("to the folder that is unpacked into", "Custom Scenery", "Custom Scenery/Field",
+                 "Field/own.txt");
     }
     void linkOfTheUserOnTheWayIsFollowed()
     {
-        QFETCH(QString, link);
-        QFETCH(QString, entry);
-        QFETCH(QString, file);
+        const auto [link, entry, file] = Rows<QString, QString, QString>::current();
         this->link(m_disk, simulator(link));
         const QString path = link + u'/' + file;
         write(m_disk + file, "own");
@@ -153,7 +150,8 @@ private slots:
 
     void linkBelowARemovalEntryIsNoWayOut()
     {
-        // The package's own folder stands behind a link of the user's, and has brought another one.
+        // A link of the user's leads to the package's own folder, and the package brought another
+        // link.
         const QString victim = "Scenery/Field/door/victim.txt"_s;
         const QString added = "Scenery/Field/door/added.txt"_s;
         link(m_disk, simulator("Scenery"_s));
@@ -161,7 +159,7 @@ private slots:
         write(backup(added), "from the package");
         keep({victim, added});
         backUp({victim, added});
-        // The door is an entry itself, but one below another.
+        // The link is an entry itself, but below another one.
         remove({victim, added, "Scenery/Field/door/"_s, "Scenery/Field/"_s});
         const LogCapture log;
         files().secure();
@@ -185,14 +183,14 @@ private slots:
 
     void folderThatHoldsANeededOneIsSkipped_data()
     {
-        table<int>({"number"}, {{"the simulator", 0}, {"the kept files", 1}, {"the backups", 2}});
+        Rows<int>().row("the simulator", 0).row("the kept files", 1).row("the backups", 2);
     }
     void folderThatHoldsANeededOneIsSkipped()
     {
-        QFETCH(int, number);
+        const auto [number] = Rows<int>::current();
         const QStringList needed{m_folders.installation, m_folders.preserve, m_folders.backup};
-        // A link to the folder above makes an entry of the folder, and one more of the folder
-        // above.
+        // A link to the parent folder makes an entry name the folder itself, and another entry name
+        // its parent.
         const QFileInfo folder(QDir::cleanPath(needed.at(number)));
         const QFileInfo above(folder.path());
         QVERIFY(QDir().mkpath(folder.filePath()));
@@ -204,7 +202,7 @@ private slots:
         files().remove();
         for (const QString &entry : entries)
             QVERIFY(log.contains("Skipping path : "_s + entry));
-        // The links themselves may go.
+        // The links themselves may be removed.
         remove({"up"_s, "upper"_s});
         files().remove();
         QVERIFY(QFileInfo(folder.filePath()).isDir());
@@ -224,17 +222,15 @@ private slots:
 
     void removedLinkIsNotFollowed_data()
     {
-        table<QString, QString, QString>({"link", "target", "entry"},
-                                         {{"to a folder", "link"_s, "@OUTSIDE@"_s, "link/"_s},
-                                          {"to nowhere", "link"_s, "/nowhere/at/all"_s, "link"_s},
-                                          {"inside of a folder", "a/link"_s, "@OUTSIDE@"_s, "a"_s},
-                                          {"to the folder above", "a/loop"_s, ".."_s, "a"_s}});
+        Rows<QString, QString, QString>()
+            .row("to a folder", "link", "@OUTSIDE@", "link/")
+            .row("to nowhere", "link", "/nowhere/at/all", "link")
+            .row("inside of a folder", "a/link", "@OUTSIDE@", "a")
+            .row("to the folder above", "a/loop", "..", "a");
     }
     void removedLinkIsNotFollowed()
     {
-        QFETCH(QString, link);
-        QFETCH(QString, target);
-        QFETCH(QString, entry);
+        auto [link, target, entry] = Rows<QString, QString, QString>::current();
         this->link(target.replace("@OUTSIDE@"_s, m_outside), simulator(link));
         remove({entry});
         files().remove();
@@ -271,12 +267,12 @@ private slots:
         QVERIFY(QFile::remove(settings()));
         files().restorePreserved();
         QCOMPARE(readFile(settings()), "user's second");
-        QCOMPARE(fileTree(m_folders.preserve), Tree());
+        QCOMPARE(fileTree(m_folders.preserve), FileTree());
     }
 
     void copyOfUnfinishedWorkIsNotOverwritten()
     {
-        // The first installation has ended suddenly, or failed, when the archive's file stood
+        // The first installation ended suddenly, or failed, when the archive's file was already
         // there.
         keep({"settings.ini"_s});
         secureWith("user's");
@@ -288,12 +284,12 @@ private slots:
 
     void copyOfUnfinishedWorkIsNotTakenForASettledOne_data()
     {
-        table<bool>({"isGone"}, {{"the settled copy stands", false}, {"it is gone", true}});
+        Rows<bool>().row("the settled copy stands", false).row("it is gone", true);
     }
-    /// As before, with a settled copy, or just its mark, in the place of the one that is left.
+    /// As before, with a settled copy, or just its mark, in the place of the remaining one.
     void copyOfUnfinishedWorkIsNotTakenForASettledOne()
     {
-        QFETCH(bool, isGone);
+        const auto [isGone] = Rows<bool>::current();
         settleCopy("user's first");
         QVERIFY(!isGone || QFile::remove(keptSettings()));
         secureWith("user's second");
@@ -303,7 +299,7 @@ private slots:
 
     void copyThatCannotBeBroughtBackIsNotSettled()
     {
-        // A file stands where the folder of the copy would have to be made.
+        // A file is in the place of the folder for the copy.
         const QString entry = "plugin/settings.ini"_s;
         keep({entry});
         put({{entry, "user's"}});
@@ -321,7 +317,7 @@ private slots:
 
     void settledCopyStaysWhileTheArchivesFileIsUnchanged()
     {
-        // As after a sudden end at the very end of an installation that is then repeated.
+        // As after a sudden end at the end of an installation that is then repeated.
         settleCopy("user's");
         for (int attempt = 0; attempt < 2; ++attempt) {
             files().secure();
@@ -344,7 +340,7 @@ private slots:
         QCOMPARE(files().secure(), simulator("e.txt"_s));
         QCOMPARE(filesUnder(m_folders.preserve), QStringList("a.txt"_s));
         QCOMPARE(filesUnder(m_folders.backup), QStringList("d.txt"_s));
-        // The first failure ends it.
+        // The first failure ends the installation.
         QVERIFY(QDir().mkpath(kept("b.txt"_s)));
         const LogCapture log;
         QCOMPARE(files().secure(), simulator("b.txt"_s));
@@ -359,7 +355,7 @@ private slots:
         write(settings(), "user's second");
         QVERIFY(QDir().mkpath(backup(Lights)));
         QCOMPARE(files().secure(), simulator(Lights));
-        // Nothing has been touched, so the user goes on with the file in the simulator.
+        // Nothing was changed, so the user continues with the file in the simulator.
         write(settings(), "user's third");
         QVERIFY(QDir().rmdir(backup(Lights)));
         QCOMPARE(files().secure(), QString());
@@ -382,7 +378,7 @@ private slots:
         files().secure();
         files().restorePreserved();
         QCOMPARE(readFile(settings()), "user's");
-        QCOMPARE(fileTree(m_folders.preserve), Tree());
+        QCOMPARE(fileTree(m_folders.preserve), FileTree());
     }
 
     void noMarkIsLeftBehind()
@@ -390,7 +386,7 @@ private slots:
         settleCopy("user's");
         write(settings(), "user's");
         files().giveUpReturned();
-        QCOMPARE(fileTree(m_folders.preserve), Tree());
+        QCOMPARE(fileTree(m_folders.preserve), FileTree());
     }
 
     // Fixed, see docs/compatibility.md.
@@ -411,7 +407,7 @@ private slots:
 
     void copyThatAlreadyStandsInItsPlaceIsGivenUp()
     {
-        // As after a sudden end between the copy and the removal of its source.
+        // As after a sudden end between copying a file and removing its source.
         write(keptSettings(), "user's");
         write(settings(), "user's");
         keep({"settings.ini"_s});
@@ -423,7 +419,7 @@ private slots:
     // Fixed, see docs/compatibility.md.
     void backupIsMadeOnceAndPutBackOnRemoval()
     {
-        // The removal is cut short and repeated once: nobody has noted down that it was done.
+        // The removal is interrupted and repeated once, because it was not recorded.
         const QStringList replaced{Lights, "sounds/alert.wav"_s};
         const Files originals{{Lights, "original"}, {"sounds/alert.wav"_s, "original"}};
         put(originals);
@@ -472,8 +468,8 @@ private slots:
 
     void onlyFailuresAreCalledSo()
     {
-        // Without a removal rule the original stands where its backup would return, at the first
-        // installation, and the package's file at every later one.
+        // Without a removal rule, the first installation finds the original in the place its backup
+        // returns to, and each later one finds the package's file.
         backUp({Lights});
         const LogCapture log;
         for (const char *content : {"original", "package's"}) {
@@ -483,14 +479,14 @@ private slots:
             QCOMPARE(readFile(simulator(Lights)), content);
             QCOMPARE(readFile(backup(Lights)), "original");
         }
-        // Nor is a link of the user's in its place, wherever it leads.
+        // A link of the user's in its place is not followed either, wherever it leads.
         QVERIFY(QFile::remove(simulator(Lights)));
         link("/nowhere/at/all"_s, simulator(Lights));
         files().remove();
         QCOMPARE(log.lines(), QStringList());
         QVERIFY(QFile::remove(simulator(Lights)));
         write(simulator(Lights), "package's");
-        // A folder in the place of the backup is a failure.
+        // A folder in the place of the backup is an error.
         QVERIFY(QFile::remove(backup(Lights)) && QDir().mkpath(backup(Lights)));
         files().secure();
         QCOMPARE(log.lines(),
@@ -512,7 +508,7 @@ private slots:
         putPipe(settings());
         putPipe(simulator(Lights));
         const LogCapture log;
-        // There is nothing in them to keep, and no reason not to install.
+        // They contain nothing to keep, so they do not prevent the installation.
         QVERIFY(files().secure().isEmpty());
         QVERIFY(log.contains("Skipping path : settings.ini"_s));
         QVERIFY(log.contains("Skipping path : "_s + Lights));
@@ -545,18 +541,17 @@ private slots:
 
     void extractFolder_data()
     {
-        table<QString, QString>({"extract", "folder"},
-                                {{"empty: the simulator", QString(), "@SIM@"_s},
-                                 {"dot: the simulator", "./"_s, "@SIM@"_s},
-                                 {"folder", "Custom Scenery/"_s, "@SIM@/Custom Scenery"_s},
-                                 {"parent", ".."_s, QString()},
-                                 {"out by way of a child", "a/../../b"_s, QString()},
-                                 {"absolute", "/etc"_s, QString()}});
+        Rows<QString, QString>()
+            .row("empty: the simulator", QString(), "@SIM@")
+            .row("dot: the simulator", "./", "@SIM@")
+            .row("folder", "Custom Scenery/", "@SIM@/Custom Scenery")
+            .row("parent", "..", QString())
+            .row("out by way of a child", "a/../../b", QString())
+            .row("absolute", "/etc", QString());
     }
     void extractFolder()
     {
-        QFETCH(QString, extract);
-        QFETCH(QString, folder);
+        auto [extract, folder] = Rows<QString, QString>::current();
         m_version->install->extract = extract;
         folder.replace("@SIM@"_s, QDir::cleanPath(m_folders.installation));
         QCOMPARE(files().extractFolder(), folder);
@@ -578,7 +573,7 @@ private:
     {
         QVERIFY(writeFile(path, content));
     }
-    /// Puts these into the simulator.
+    /// Creates these in the simulator.
     void put(const Files &files) const { QVERIFY(writeFiles(m_folders.installation, files)); }
     static void putPipe(const QString &path)
     {
@@ -589,15 +584,15 @@ private:
     {
         QVERIFY(QDir().mkpath(QFileInfo(place).path()) && QFile::link(target, place));
     }
-    /// All of the simulator, and what it is with these files and nothing else.
-    Tree tree() const { return fileTree(m_folders.installation); }
-    Tree treeOf(Files files) const
+    /// The content of the simulator, and the content it should have: these files and nothing else.
+    FileTree tree() const { return fileTree(m_folders.installation); }
+    FileTree treeOf(Files files) const
     {
         files.insert("X-Plane-x86_64"_s, m_program);
         return expectedTree(files);
     }
-    /// An installation to its end that leaves a copy of the settings, since the archive brings
-    /// some.
+    /// A complete installation that leaves a copy of the settings, because the archive brings its
+    /// own.
     void settleCopy(const QByteArray &content)
     {
         keep({"settings.ini"_s});
@@ -606,7 +601,7 @@ private:
         files().restorePreserved();
         QCOMPARE(readFile(keptSettings()), content);
     }
-    /// The beginning of an installation that finds these settings.
+    /// The first steps of an installation that finds these settings.
     void secureWith(const QByteArray &content)
     {
         write(settings(), content);

@@ -5,7 +5,7 @@
 #include "tests/packages/GatedExtractor.h"
 #include "tests/packages/UpdateSetup.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -48,6 +48,26 @@ private slots:
         QCOMPARE(QDir::cleanPath(finished.first().first().toString()), cachedArchive(7));
     }
 
+    void orderDuringTheAnnouncementOfAFailureDoesNothing()
+    {
+        QVERIFY(publish({{7}}));
+        holdAndBreak(7);
+        QVERIFY(installUntilDownloading(7));
+        const PackagePointer failing = package(7);
+        const auto orderAgain =
+            connect(failing.data(), &Package::stateChanged, this, [this](Package::State state) {
+                if (state == Package::DOWNLOAD_ERROR)
+                    install(7);
+            });
+        release(7);
+        QVERIFY(waitForState(7, Package::DOWNLOAD_ERROR));
+        QCOMPARE(recordedStatus(7), int(Package::DOWNLOAD_ERROR));
+        disconnect(orderAgain);
+        archive(7).holdAfter.reset();
+        archive(7).resetAfter.reset();
+        QVERIFY(installAndWait(7));
+    }
+
     // Fixed, see docs/compatibility.md.
     void resolvedVersionIsHandedBackAndSurvivesTheRestart()
     {
@@ -84,7 +104,7 @@ private slots:
 
     void newestVersionNeedsNoUpdateWhateverItsText()
     {
-        // Without a number it counts as older than everything.
+        // A text without a number counts as older than everything.
         QVERIFY(publish({{7, "nightly"_s}}) && installAndWait(7));
         QVERIFY(!isUpdateAvailable(7));
     }
@@ -125,11 +145,11 @@ private slots:
 
     void failedDownloadIsFinal_data()
     {
-        table<bool>({"onlyProbeFails"}, {{"missing archive", false}, {"failed probe", true}});
+        Rows<bool>().row("missing archive", false).row("failed probe", true);
     }
     void failedDownloadIsFinal()
     {
-        QFETCH(bool, onlyProbeFails);
+        const auto [onlyProbeFails] = Rows<bool>::current();
         QVERIFY(publish({{7}}));
         if (onlyProbeFails)
             archive(7).headStatus = 500;
@@ -139,7 +159,7 @@ private slots:
         QSignalSpy finished(package(7).data(), &Package::downloadFinished);
         install(7);
         QVERIFY(waitForState(7, Package::DOWNLOAD_ERROR));
-        // The transfer goes on after the error; the package does not.
+        // The transfer continues after the error. The package does not follow it.
         QTRY_VERIFY(downloads().find(server().url("/package-7-1.0.zip"_s)).isNull());
         QCOMPARE(server().last("GET", "/package-7-1.0.zip"_s).method, "GET");
         QCOMPARE(*states, (States{Package::PREPARING, Package::DOWNLOAD_ERROR}));
@@ -150,11 +170,11 @@ private slots:
 
     void interruptedDownloadGoesOnWhereItStopped_data()
     {
-        table<bool>({"ends"}, {{"reset, then a refresh", false}, {"end of the program", true}});
+        Rows<bool>().row("reset, then a refresh", false).row("end of the program", true);
     }
     void interruptedDownloadGoesOnWhereItStopped()
     {
-        QFETCH(bool, ends);
+        const auto [ends] = Rows<bool>::current();
         const QByteArray content = noise(1, 400000);
         QVERIFY(publish({Offer{7}.bringing({{Engine::fileOf(7), content}})}));
         archive(7).holdAfter = 30000;
@@ -221,7 +241,8 @@ private slots:
         QVERIFY(server().log().filter("GET /package-7"_s).isEmpty());
         QTRY_COMPARE(*states,
                      (States{Package::PREPARING, Package::INSTALLING, Package::INSTALLED}));
-        // Its finished download stays queued without a file, and is not taken for a running one.
+        // Its finished download stays in the queue without a file and is not taken for a running
+        // one.
         QVERIFY(!downloads().find(server().url("/package-7-1.0.zip"_s)).isNull());
         uninstall(7);
         QVERIFY(installAndWait(7));
@@ -302,7 +323,7 @@ private slots:
 private:
     using States = QVector<State>;
 
-    /// Every state that the package goes through from now on.
+    /// Every state the package enters from now on.
     QSharedPointer<States> followStates(int id)
     {
         const auto states = QSharedPointer<States>::create();

@@ -1,7 +1,7 @@
 #include "packages/model/Package.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/Literals.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -98,22 +98,20 @@ private slots:
 
     void versionsSortNewestFirst_data()
     {
-        table<QStringList, QStringList>(
-            {"given", "sorted"},
-            {{"numbers, not letters", QStringList{"1.2"_s, "1.10"_s, "1.9"_s},
-              QStringList{"1.10"_s, "1.9"_s, "1.2"_s}},
-             {"more segments are newer", QStringList{"1"_s, "1.0"_s, "1.0.1"_s},
-              QStringList{"1.0.1"_s, "1.0"_s, "1"_s}},
-             {"texts without numbers come last", QStringList{"beta"_s, "0.1"_s, QString()},
-              QStringList{"0.1"_s, "beta"_s, QString()}},
-             {"equal numbers both stay", QStringList{"1.0-a"_s, "2.0"_s, "1.0-b"_s},
-              QStringList{"2.0"_s, "1.0-a"_s, "1.0-b"_s}},
-             {"none", QStringList(), QStringList()}});
+        Rows<QStringList, QStringList>()
+            .row("numbers, not letters", QStringList{"1.2"_s, "1.10"_s, "1.9"_s},
+                 QStringList{"1.10"_s, "1.9"_s, "1.2"_s})
+            .row("more segments are newer", QStringList{"1"_s, "1.0"_s, "1.0.1"_s},
+                 QStringList{"1.0.1"_s, "1.0"_s, "1"_s})
+            .row("texts without numbers come last", QStringList{"beta"_s, "0.1"_s, QString()},
+                 QStringList{"0.1"_s, "beta"_s, QString()})
+            .row("equal numbers both stay", QStringList{"1.0-a"_s, "2.0"_s, "1.0-b"_s},
+                 QStringList{"2.0"_s, "1.0-a"_s, "1.0-b"_s})
+            .row("none", QStringList(), QStringList());
     }
     void versionsSortNewestFirst()
     {
-        QFETCH(QStringList, given);
-        QFETCH(QStringList, sorted);
+        const auto [given, sorted] = Rows<QStringList, QStringList>::current();
         QVector<PackageVersionPointer> versions = makeVersions(given);
         sortNewestFirst(versions);
         QCOMPARE(textsOf(versions), sorted);
@@ -149,19 +147,17 @@ private slots:
 
     void outdatedness_data()
     {
-        table<QString, QString, bool>({"installed", "newest", "outdated"},
-                                      {{"older", "1.2"_s, "1.10"_s, true},
-                                       {"equal", "1.10"_s, "1.10"_s, false},
-                                       {"newer than the catalogue", "2.0"_s, "1.10"_s, false},
-                                       {"installed without numbers", "final"_s, "1.0"_s, true},
-                                       {"newest without numbers", "1.0"_s, "final"_s, false},
-                                       {"both without numbers", "first"_s, "final"_s, true}});
+        Rows<QString, QString, bool>()
+            .row("older", "1.2", "1.10", true)
+            .row("equal", "1.10", "1.10", false)
+            .row("newer than the catalogue", "2.0", "1.10", false)
+            .row("installed without numbers", "final", "1.0", true)
+            .row("newest without numbers", "1.0", "final", false)
+            .row("both without numbers", "first", "final", true);
     }
     void outdatedness()
     {
-        QFETCH(QString, installed);
-        QFETCH(QString, newest);
-        QFETCH(bool, outdated);
+        const auto [installed, newest, outdated] = Rows<QString, QString, bool>::current();
         QCOMPARE(isOutdated(installed, newest), outdated);
     }
 
@@ -179,21 +175,18 @@ private slots:
     void updateRemainsAfterAnOlderVersionOnly_data()
     {
         const QStringList both{"2.0"_s, "1.0"_s};
-        table<QStringList, QString, bool>(
-            {"offered", "version", "remains"},
-            {{"newest", both, "2.0"_s, false},
-             {"older", both, "1.0"_s, true},
-             {"older that is no longer offered", QStringList{"2.0"_s}, "1.0"_s, true},
-             {"newer that is no longer offered", both, "3.0"_s, false},
-             {"equal numbers", QStringList{"2.0-b"_s, "2.0-a"_s}, "2.0-a"_s, false},
-             {"newest without a number", QStringList{"nightly"_s}, "nightly"_s, false},
-             {"nothing offered", QStringList(), "1.0"_s, false}});
+        Rows<QStringList, QString, bool>()
+            .row("newest", both, "2.0", false)
+            .row("older", both, "1.0", true)
+            .row("older that is no longer offered", QStringList{"2.0"_s}, "1.0", true)
+            .row("newer that is no longer offered", both, "3.0", false)
+            .row("equal numbers", QStringList{"2.0-b"_s, "2.0-a"_s}, "2.0-a", false)
+            .row("newest without a number", QStringList{"nightly"_s}, "nightly", false)
+            .row("nothing offered", QStringList(), "1.0", false);
     }
     void updateRemainsAfterAnOlderVersionOnly()
     {
-        QFETCH(QStringList, offered);
-        QFETCH(QString, version);
-        QFETCH(bool, remains);
+        const auto [offered, version, remains] = Rows<QStringList, QString, bool>::current();
         Package package;
         package.setVersions(makeVersions(offered));
         QCOMPARE(package.hasUpdateAfter(version), remains);

@@ -35,6 +35,19 @@ private slots:
         QCOMPARE(recordedStatus(7), 1);
     }
 
+    void runningUpdateStaysRecorded()
+    {
+        QVERIFY(publish({{7, "1.0"_s}}) && installAndWait(7));
+        QVERIFY(publish({{7, "2.0"_s}}));
+        hold(7, "2.0"_s);
+        QVERIFY(installUntilDownloading(7) && refresh());
+        QCOMPARE(recordedStatus(7), int(Package::DOWNLOADING));
+        QCOMPARE(recordedVersion(7), "2.0"_s);
+        QVERIFY(!controller().runningDownload(package(7)).isNull());
+        release(7, "2.0"_s);
+        QVERIFY(waitUntilInstalled(7));
+    }
+
     void secondInstallThroughANewObjectDoesNothing()
     {
         QVERIFY(publish({{7}}));
@@ -183,7 +196,7 @@ private slots:
         ending.release();
         stop();
         QVERIFY(installed);
-        // The announcement arrives when the object that it came from has gone.
+        // The announcement arrives after the object that sent it is gone.
         QTRY_COMPARE(card->state(), Package::INSTALLED);
     }
 

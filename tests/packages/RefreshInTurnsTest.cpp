@@ -17,7 +17,7 @@ using namespace Kavo::Models;
 using namespace Kavo::Testing;
 using Kavo::Controllers::PackageController;
 
-/// What happens between two turns of a refresh of many packages.
+/// Events between two turns of a refresh of many packages.
 class RefreshInTurnsTest final : public EngineTest
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ class RefreshInTurnsTest final : public EngineTest
 private slots:
     void eventLoopGoesOnMeanwhile()
     {
-        // So many that no machine takes them in in two turns.
+        // So many that no machine applies them in two turns.
         constexpr int Packages = 6 * Many;
         offerMany(Packages);
         QVERIFY(refresh());
@@ -60,7 +60,7 @@ private slots:
         QCOMPARE(updated.count(), 1);
     }
 
-    /// Each is taken in to its end, in the order in which they came.
+    /// Each catalogue is applied completely, in the order in which they arrived.
     void refreshesMeanwhile()
     {
         offerMany();
@@ -74,7 +74,7 @@ private slots:
             offer({id});
             serveCatalogue();
             controller().refresh();
-            // The turns are timers, and the file comes without any.
+            // The turns use timers; the arrival of the file does not.
             const QDeadlineTimer deadline(30000);
             while (downloads().find(url) && !deadline.hasExpired())
                 QCoreApplication::processEvents(QEventLoop::X11ExcludeTimers);
@@ -88,7 +88,8 @@ private slots:
         QVERIFY(package(8));
     }
 
-    /// The file is the server's at the moment when it came, whatever becomes of it.
+    /// The file has the server's content of the moment when it arrived, whatever happens to it
+    /// later.
     void fileThatIsReplacedMeanwhile()
     {
         offerMany();
@@ -106,7 +107,7 @@ private slots:
         catalogue().body.chop(3);
         QVERIFY(refreshAsServed());
         QVERIFY(controller().packages().isEmpty());
-        // Nor is one of those that came before the end known.
+        // None of the packages that arrived before the end is known either.
         QVERIFY(package(1000).isNull());
         serveCatalogue();
         QVERIFY(refreshAsServed());
@@ -181,8 +182,8 @@ private slots:
         QVERIFY(
             runUntil([&working] { return working->state() == Package::DOWNLOAD_ERROR; }, 30000));
         QVERIFY(waitForList());
-        // Nothing of the version before has gone. Where the failure came after the records, it
-        // shows.
+        // No file of the version before was removed. If the failure came after the records, it is
+        // shown.
         QVERIFY(state(7) == Package::INSTALLED || state(7) == Package::DOWNLOAD_ERROR);
         QVERIFY(refresh());
         QCOMPARE(state(7), Package::INSTALLED);
@@ -264,7 +265,7 @@ private slots:
         }
     }
 
-    /// What work records counts more than a version file that was read before.
+    /// A record written by running work counts more than a version file that was read before.
     void versionFileOfAPackageThatIsInstalledMeanwhile()
     {
         offer(Offer{7, "2.0"_s}.into("plugins/seven"_s));
@@ -294,7 +295,7 @@ private slots:
         QCOMPARE(state(8), Package::INSTALLED);
     }
 
-    /// Copies that a sudden end has left are gone when the list is there.
+    /// Copies left by a sudden end are gone when the list is complete.
     void cleanUpOfManyPackages()
     {
         constexpr int Count = 400;
@@ -308,7 +309,7 @@ private slots:
             QCOMPARE(QFile::exists(copyOf(id)), id % 2 != 0);
     }
 
-    /// It may be about to replace the very files that equal their copies now.
+    /// The installation may be about to replace the very files that equal their copies now.
     void copiesStayWhileAnInstallationRuns()
     {
         const GatedExtractor extractor(engine());
@@ -327,7 +328,7 @@ private slots:
 
     void cleanUpEndsWhenAnInstallationBegins()
     {
-        // More than can be compared in one turn.
+        // More than one turn can compare.
         constexpr int Count = 100;
         constexpr qint64 Large = 4 * 1024 * 1024;
         const GatedExtractor extractor(engine());
@@ -392,7 +393,7 @@ private slots:
         QVERIFY(runUntil([&] { return first.isNull() && last.isNull(); }, 30000));
     }
 
-    /// A program that waits for its user takes no time of the processor.
+    /// A program that waits for its user uses no processor time.
     void nothingGoesOnAfterwards()
     {
         offerMany();
@@ -407,14 +408,14 @@ private slots:
 private:
     static constexpr int Many = 1000;
 
-    /// A version without an archive, which none of these tests asks for.
+    /// A version without an archive, which these tests never request.
     void offerVersion(int id, const QString &version, const QJsonObject &install)
     {
         const QJsonObject object{{"version"_s, version}, {"install"_s, install}};
         offerObject({{"id"_s, id}, {"versions"_s, QJsonArray{object}}});
     }
 
-    /// Packages that make a refresh long.
+    /// Enough packages to make a refresh take long.
     void offerMany(int count = Many)
     {
         QJsonArray versions;
@@ -426,7 +427,7 @@ private:
             offerObject({{"id"_s, id}, {"versions"_s, versions}});
     }
 
-    /// Orders a refresh and returns when its file is there and has not been taken in yet.
+    /// Starts a refresh and returns when its file has arrived and is not applied yet.
     bool beginRefresh()
     {
         serveCatalogue();
@@ -442,7 +443,7 @@ private:
     {
         return runUntil([this] { return !m_list->isEmpty(); }, 30000);
     }
-    /// Delivers what is posted from the installing thread, without another turn of the refresh.
+    /// Delivers the events posted by the installing thread, without another turn of the refresh.
     static bool waitWithoutTurns(const std::function<bool()> &condition)
     {
         const QDeadlineTimer deadline(30000);
@@ -453,10 +454,10 @@ private:
         return condition();
     }
 
-    /// Path of the file that a user keeps in the folder of a package.
+    /// Path of the file the user keeps in the folder of a package.
     static QString keptFile(int id) { return "plugins/%1/kept.ini"_s.arg(id); }
     QString copyOf(int id) const { return profile().preserveFolder() + keptFile(id); }
-    /// Offers a package with a file that is kept, and has it there without a record.
+    /// Offers a package with a kept file whose files are installed but not recorded.
     bool putWithKeptFile(int id, const QByteArray &content)
     {
         const QString folder = "plugins/%1/"_s.arg(id);

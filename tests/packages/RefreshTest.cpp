@@ -1,7 +1,7 @@
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
 #include "tests/packages/EngineTest.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -17,7 +17,7 @@ using Kavo::Controllers::PackageController;
 
 namespace {
 
-/// The names of the controller's signals in the order in which they come.
+/// The names of the controller's signals, in the order of their emission.
 QSharedPointer<QStringList> follow(PackageController &controller)
 {
     const auto names = QSharedPointer<QStringList>::create();
@@ -66,7 +66,7 @@ private slots:
         serveCatalogue();
         const auto names = startAndRefresh();
         QCOMPARE(*names, words("busy"));
-        // The folders of parked files, and the record, are made by then.
+        // The folders for copies and the record exist by then.
         QVERIFY(QDir(profile().preserveFolder()).exists());
         QVERIFY(QDir(profile().backupFolder()).exists());
         QVERIFY(QFile::exists(packageDatabase()));
@@ -80,14 +80,15 @@ private slots:
 
     void malformedCatalogueGivesAnEmptyList_data()
     {
-        table<QByteArray>(
-            {"body"},
-            {{"nothing", ""}, {"page", "<html>no catalogue</html>"}, {"cut off", "[{\"id\": 1},"}});
+        Rows<QByteArray>()
+            .row("nothing", "")
+            .row("page", "<html>no catalogue</html>")
+            .row("cut off", "[{\"id\": 1},");
     }
     // Fixed, see docs/compatibility.md.
     void malformedCatalogueGivesAnEmptyList()
     {
-        QFETCH(QByteArray, body);
+        const auto [body] = Rows<QByteArray>::current();
         catalogue().body = body;
         listIsEmpty();
     }
@@ -100,13 +101,14 @@ private slots:
             catalogue.generatedSize = Largest + 1;
             catalogue.holdAfter = 1000;
         };
-        table<Fault>({"fault"}, {{"missing on the server", isMissing},
-                                 {"connection reset in the middle", breaks},
-                                 {"a byte more than 512 MiB", isTooLarge}});
+        Rows<Fault>()
+            .row("missing on the server", isMissing)
+            .row("connection reset in the middle", breaks)
+            .row("a byte more than 512 MiB", isTooLarge);
     }
     void failedDownloadRelaysItsErrorAndGivesNoList()
     {
-        QFETCH(Fault, fault);
+        const auto [fault] = Rows<Fault>::current();
         offer({7});
         serveCatalogue();
         fault(catalogue());
@@ -116,7 +118,7 @@ private slots:
         controller().refresh();
         QVERIFY(errors.wait());
         QCOMPARE(errors.first().first().toString(), "Server Error"_s);
-        // The transfer is over when the manager has let it go; nothing may follow the error.
+        // The transfer has ended when the manager releases it. Nothing may follow the error.
         QTRY_VERIFY(isTransferOver());
         QCOMPARE(*names, words("busy error"));
         QVERIFY(controller().packages().isEmpty());
@@ -125,7 +127,7 @@ private slots:
 
     void catalogueMayHave512Mebibytes()
     {
-        // The length alone tells; hardly any of the body is sent.
+        // The length alone is enough; hardly any of the body is sent.
         server().serveGenerated("/packages.json"_s, Largest).holdAfter = 1000;
         const auto names = startAndRefresh();
         QTRY_COMPARE(QFileInfo(cached("packages.json"_s)).size(), 1000);
@@ -168,12 +170,12 @@ private slots:
 
     void localRepositoryIsReadAfterADelay_data()
     {
-        table<QString>({"setting"}, {{"small letters", "true"_s}, {"capitals", "TRUE"_s}});
+        Rows<QString>().row("small letters", "true").row("capitals", "TRUE");
     }
     // Fixed, see docs/compatibility.md.
     void localRepositoryIsReadAfterADelay()
     {
-        QFETCH(QString, setting);
+        const auto [setting] = Rows<QString>::current();
         const auto end = qScopeGuard([] { QFile::remove(besideTheProgram()); });
         QVERIFY(writeFile(besideTheProgram(), R"([{"id": 5}])"));
         set(Kavo::Settings::LOCAL_REPO, setting);
@@ -182,7 +184,7 @@ private slots:
         const auto names = startAndRefresh();
         QCOMPARE(*names, words("busy"));
         QTRY_COMPARE(*names, words("busy update list"));
-        // Timers may be early by a few in a hundred.
+        // Timers may fire a few percent early.
         QVERIFY(clock.elapsed() >= 900);
         QVERIFY(server().requests().isEmpty());
         QVERIFY(!package(5).isNull());
@@ -194,7 +196,7 @@ private slots:
         listIsEmpty();
     }
 
-    /// Whoever reads a pipe waits until somebody writes.
+    /// Reading a pipe blocks until something is written.
     void pipeInTheCataloguesPlaceGivesAnEmptyList()
     {
         const auto end = qScopeGuard([] { QFile::remove(besideTheProgram()); });
@@ -205,18 +207,19 @@ private slots:
 
     void recordedPackageIsInstalledWithItsUpdateMark_data()
     {
-        table<QString, bool>({"recorded", "update"}, {{"older", "1.2"_s, true},
-                                                      {"the newest", "1.10"_s, false},
-                                                      {"newer than the catalogue", "2.0"_s, false},
-                                                      {"without numbers", "final"_s, true}});
+        Rows<QString, bool>()
+            .row("older", "1.2", true)
+            .row("the newest", "1.10", false)
+            .row("newer than the catalogue", "2.0", false)
+            .row("without numbers", "final", true);
     }
     void recordedPackageIsInstalledWithItsUpdateMark()
     {
-        QFETCH(QString, recorded);
+        const auto [recorded, update] = Rows<QString, bool>::current();
         record(Package::INSTALLED, recorded);
         QVERIFY(publish({{7, "1.2"_s}, {7, "1.10"_s}}));
         QCOMPARE(state(7), Package::INSTALLED);
-        QTEST(isUpdateAvailable(7), "update");
+        QCOMPARE(isUpdateAvailable(7), update);
         QCOMPARE(installedVersion(7), recorded);
         QCOMPARE(controller().status(package(7)), int(Package::INSTALLED));
     }
@@ -235,17 +238,17 @@ private slots:
         record(recorded, "1.0"_s);
         QVERIFY(publish({{7}}));
         QCOMPARE(state(7), Package::AVAILABLE);
-        // The record keeps a version, but nothing is installed.
+        // The record contains a version, but nothing is installed.
         QVERIFY(installedVersion(7).isEmpty());
     }
 
     void versionFileMakesThePackageInstalled_data()
     {
-        table<bool>({"resets"}, {{"without a record", false}, {"after a reset", true}});
+        Rows<bool>().row("without a record", false).row("after a reset", true);
     }
     void versionFileMakesThePackageInstalled()
     {
-        QFETCH(bool, resets);
+        const auto [resets] = Rows<bool>::current();
         const auto offered = Offer{7, "2.0"_s}.into("plugins/seven"_s);
         if (resets) {
             QVERIFY(publish({offered}) && installAndWait(7) && refresh());
@@ -309,12 +312,12 @@ private:
     }
     void useUnwritableCache()
     {
-        // A file in the place of the folder: nothing can be written there, whoever runs the test.
+        // With a file in the place of the folder nothing can be written there, not even by root.
         const QString place = profile().folder("place"_s) + "cache"_s;
         QVERIFY(writeFile(place, "in the way"));
         set(Kavo::Settings::CACHE, place + QDir::separator());
     }
-    /// The file of a local repository. No other test program is in this folder.
+    /// The file of a local repository. No other test runs in this folder.
     static QString besideTheProgram()
     {
         return QCoreApplication::applicationDirPath() + "/packages.json"_s;
@@ -333,7 +336,7 @@ private:
         QVERIFY(controller().packages().isEmpty());
     }
     bool isTransferOver() { return downloads().find(server().url("/packages.json"_s)).isNull(); }
-    /// Leaves such a record of package 7.
+    /// Writes such a record of package 7.
     void record(State state, const QString &version)
     {
         InstalledPackageDatabase database(profile().simulatorFolder());

@@ -22,7 +22,7 @@ QStringList sorted(QStringList paths)
 
 } // namespace
 
-/// Removals on a disk that does not give everything away: what stays is told, and nothing else is.
+/// Removals on a disk where not everything can be deleted. Exactly what stays is reported.
 class RemovalFaultsTest final : public EngineTest
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ private slots:
     {
         QVERIFY(writeFile(simulator(Lights), "original"));
         QVERIFY(writeFile(simulator("Resources/plugins/a.xpl"_s), "other's"));
-        // An entry that is not there, some that are refused, and one that is there twice.
+        // A missing entry, some refused entries, and one that occurs twice.
         QVERIFY(installed(Offer{7}
                               .bringing({{Lights, "package's"}, {"package-7/deep/a.txt"_s, "a"}})
                               .backingUp({Lights})
@@ -80,7 +80,7 @@ private slots:
     void backupWhosePlaceIsTakenIsTold()
     {
         QVERIFY(writeFile(simulator(Lights), "original"));
-        // The rule forgets to remove what stands in the place of the original.
+        // The rule does not name the file in the place of the original.
         QVERIFY(installed(Offer{7}.bringing({{Lights, "package's"}}).backingUp({Lights})));
         QVERIFY(writeFile(simulator(Lights), "edited"));
         const Removal removal = uninstall(7);
@@ -105,7 +105,7 @@ private slots:
 private:
     bool installed(const Offer &offer) { return publish({offer}) && installAndWait(offer.id); }
 
-    /// Removes the package as a user who may not change the folders of these paths.
+    /// Removes the package as a user without the right to change the folders of these paths.
     Removal removeWithLocked(int id, const QStringList &folders, mode_t mode = 0555)
     {
         letEverybodyWrite(QFileInfo(profile().home()).path());

@@ -2,7 +2,7 @@
 #include "tests/packages/GatedExtractor.h"
 #include "tests/support/DamagedDatabase.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDeadlineTimer>
@@ -20,7 +20,7 @@ const QString New = "2.0"_s;
 
 using Fault = void (*)(Engine &);
 
-/// Versions of the add-on differ in what they bring and in what their rules remove.
+/// The versions of the add-on differ in their files and in what their rules remove.
 Offer addOn(const QString &version)
 {
     const QString folder = "plugin "_s + version;
@@ -36,8 +36,8 @@ Offer addOn(const QString &version)
 Q_DECLARE_METATYPE(Offer)
 Q_DECLARE_METATYPE(Fault)
 
-/// An update that did not get as far as removing has not removed anything: the version before is
-/// still installed. One that did has left nothing whole.
+/// An update that fails before it removes anything leaves the version before installed. An update
+/// that fails later leaves no complete version.
 class StillInstalledTest final : public EngineTest
 {
     Q_OBJECT
@@ -55,20 +55,17 @@ private slots:
         const auto loses = [](Engine &engine) { engine.archive(Library, New).getStatus = 404; };
         const auto waits = [](Engine &engine) { engine.hold(Library, New); };
         const auto nothing = [](Engine &) {};
-        table<Offer, Fault, State>(
-            {"update", "fault", "end"},
-            {{"the server refuses", update, refuses, Package::DOWNLOAD_ERROR},
-             {"the transfer is cut", update, cuts, Package::DOWNLOAD_ERROR},
-             {"the rules lead out", update.into("../out"_s), nothing, Package::INSTALL_ERROR},
-             {"what it needs fails", needing, loses, Package::DEPENDENCY_ERROR},
-             {"closed while downloading", update, stands, Package::DOWNLOADING},
-             {"closed while waiting", needing, waits, Package::INSTALLING}});
+        Rows<Offer, Fault, State>()
+            .row("the server refuses", update, refuses, Package::DOWNLOAD_ERROR)
+            .row("the transfer is cut", update, cuts, Package::DOWNLOAD_ERROR)
+            .row("the rules lead out", update.into("../out"_s), nothing, Package::INSTALL_ERROR)
+            .row("what it needs fails", needing, loses, Package::DEPENDENCY_ERROR)
+            .row("closed while downloading", update, stands, Package::DOWNLOADING)
+            .row("closed while waiting", needing, waits, Package::INSTALLING);
     }
     void versionBeforeIsInstalledAgain()
     {
-        QFETCH(Offer, update);
-        QFETCH(Fault, fault);
-        QFETCH(State, end);
+        const auto [update, fault, end] = Rows<Offer, Fault, State>::current();
         offer({Library, New});
         offer(update);
         fault(engine());
@@ -77,7 +74,7 @@ private slots:
         QVERIFY(waitForState(Id, end));
         QTRY_COMPARE(recordedStatus(Id), int(end));
         QCOMPARE(recordedVersion(Id), New);
-        // It stays so, and goes by its own rules.
+        // The version before stays installed, and is removed by its own rules.
         for (int start = 0; start < 2; ++start) {
             QVERIFY(restart());
             checkOldIsInstalled();
@@ -126,7 +123,8 @@ private slots:
         QCOMPARE(recordedVersion(Id), New);
     }
 
-    /// Otherwise the new version of the one would be installed beside the old version of the other.
+    /// Otherwise the new version of one package would be installed beside the old version of the
+    /// other.
     void neededPackageIsNotTakenUpWhileItsDependantIsOnItsWay()
     {
         QVERIFY(installAndWait(Library));
@@ -153,11 +151,11 @@ private slots:
 
     void installationThatFailedAfterTheRemovalLeavesNothing_data()
     {
-        table<QString>({"version"}, {{"update", New}, {"repeated installation", Old}});
+        Rows<QString>().row("update", New).row("repeated installation", Old);
     }
     void installationThatFailedAfterTheRemovalLeavesNothing()
     {
-        QFETCH(QString, version);
+        const auto [version] = Rows<QString>::current();
         offer(addOn(New));
         archive(Id, version).body = damagedArchiveOf({});
         QVERIFY(refresh());
@@ -198,7 +196,7 @@ private slots:
         checkNotInstalled();
     }
 
-    /// The task asks whether it may remove when nobody hears it any more.
+    /// The task requests permission to remove when nobody answers any more.
     void endBeforeTheRemovalFinishesTheUpdate()
     {
         for (const QString &version : {"1.0"_s, New})
@@ -206,8 +204,8 @@ private slots:
         QVERIFY(refresh() && installAndWait(9, "1.0"_s));
         bool ended = false;
         QObject context;
-        // The first that is done after the task was started: nothing of what it says is heard
-        // before.
+        // The first call after the task was started, so that no message of the task is handled
+        // before it.
         const auto end = [this, &ended] {
             const QDeadlineTimer deadline(engine().patience());
             while (!QFile::exists(preserved(Engine::fileOf(9))) && !deadline.hasExpired())
@@ -248,7 +246,7 @@ private slots:
         QCOMPARE(log.count("SQL Error: "_s), 0);
     }
 
-    /// Of one that writes the rows and knows nothing of the table beside them.
+    /// Of a program that writes the rows and does not know the table beside them.
     void removalByAnotherProgramCounts()
     {
         stop();
@@ -268,7 +266,7 @@ private slots:
         QCOMPARE(installedVersion(Id), "1.11.1"_s);
     }
 
-    /// As a sudden end in the middle of a removal leaves it: installed, so that it can be removed
+    /// As after a sudden end in the middle of a removal: installed, so that it can be removed
     /// again.
     void halfRemovedPackageIsNotTakenUp()
     {
@@ -292,16 +290,16 @@ private slots:
 
     void tableOfOthersCostsTheMemoryOnly_data()
     {
-        table<QString>({"columns"},
-                       {{"other columns", "name TEXT"_s},
-                        {"a column more that must be given",
-                         "package_id INTEGER PRIMARY KEY, version TEXT, owner TEXT NOT NULL"_s},
-                        {"a check that nothing passes",
-                         "package_id INTEGER PRIMARY KEY, version TEXT CHECK (0)"_s}});
+        Rows<QString>()
+            .row("other columns", "name TEXT")
+            .row("a column more that must be given",
+                 "package_id INTEGER PRIMARY KEY, version TEXT, owner TEXT NOT NULL")
+            .row("a check that nothing passes",
+                 "package_id INTEGER PRIMARY KEY, version TEXT CHECK (0)");
     }
     void tableOfOthersCostsTheMemoryOnly()
     {
-        QFETCH(QString, columns);
+        const auto [columns] = Rows<QString>::current();
         stop();
         execute({"DROP TABLE whole_versions"_s, "CREATE TABLE whole_versions (%1)"_s.arg(columns)});
         const LogCapture log;
@@ -327,9 +325,9 @@ private slots:
         QCOMPARE(readFile(backedUp(lights)), "the simulator's");
         archive(9, New).getStatus = Unavailable;
         QVERIFY(!installAndWait(9, New));
-        // The original stands in its place, where it looks left over.
+        // The original is in its place, where it looks like a leftover.
         QCOMPARE(inSimulator(lights), "the simulator's");
-        // Neither while it is left to work that needs it, nor later.
+        // The original survives, both while work still needs it and later.
         QVERIFY(publish({Offer{10}.needing({"9:1.0"_s})}));
         archive(10).holdAfter = 10;
         QVERIFY(!installAndWait(9, New));
@@ -343,8 +341,8 @@ private slots:
         QCOMPARE(readFile(backedUp(lights)), "the simulator's");
     }
 
-    /// The update has died when all was copied and nothing removed; its copy is not the one that
-    /// counts.
+    /// The update died after all copies were made and before anything was removed. Its copy does
+    /// not count.
     void editAfterASuddenEndReturns()
     {
         const QString settings = "plugin/settings.ini"_s;
@@ -372,13 +370,13 @@ private:
         QVERIFY(publish({addOn(Old), {Library, "1.0"_s}}) && installAndWait(Id));
     }
 
-    /// Changes the database as another program does.
+    /// Changes the database as another program would.
     void execute(const QStringList &statements)
     {
         QVERIFY(executeOn(packageDatabase(), statements));
     }
 
-    /// An update whose server is down.
+    /// An update whose server does not answer.
     void failUpdate()
     {
         offer(addOn(New));

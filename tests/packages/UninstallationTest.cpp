@@ -1,7 +1,7 @@
 #include "tests/packages/EngineTest.h"
 #include "tests/packages/GatedExtractor.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
@@ -14,10 +14,10 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// A file of the simulator's that an add-on replaces.
+/// A file of the simulator that an add-on replaces.
 const QString Lights = "lights.txt"_s;
 
-/// What is not to be found under its name until it is brought back.
+/// Objects that findChildren() does not find until their name is restored.
 class MovedAway final
 {
 public:
@@ -39,6 +39,8 @@ private:
 class UninstallationTest final : public EngineTest
 {
     Q_OBJECT
+
+    using Depends = QVector<QStringList>;
 
 private slots:
     void filesGoAndTheRecordStays()
@@ -73,17 +75,14 @@ private slots:
 
     void dependentsGoFirst_data()
     {
-        using Depends = QVector<QStringList>;
-        table<Depends, QVector<int>>(
-            {"depends", "order"},
-            {{"chain", Depends{{}, {"1"_s}, {"2"_s}}, QVector<int>{3, 2, 1}},
-             {"shared ones go once", Depends{{}, {"1"_s}, {"1"_s, "2"_s}}, QVector<int>{3, 2, 1}},
-             {"each other", Depends{{"2"_s}, {"1"_s}}, QVector<int>{2, 1}}});
+        Rows<Depends, QVector<int>>()
+            .row("chain", Depends{{}, {"1"_s}, {"2"_s}}, QVector<int>{3, 2, 1})
+            .row("shared ones go once", Depends{{}, {"1"_s}, {"1"_s, "2"_s}}, QVector<int>{3, 2, 1})
+            .row("each other", Depends{{"2"_s}, {"1"_s}}, QVector<int>{2, 1});
     }
     void dependentsGoFirst()
     {
-        QFETCH(QVector<QStringList>, depends);
-        QFETCH(QVector<int>, order);
+        const auto [depends, order] = Rows<Depends, QVector<int>>::current();
         offer(removable(9));
         for (int id = 1; id <= depends.size(); ++id)
             offer(removable(id, depends.at(id - 1)));
@@ -98,6 +97,10 @@ private slots:
                     gone.append(id);
             });
         }
+        QVector<int> along;
+        for (const PackagePointer &other : controller().removedAlong(package(1)))
+            along.append(other->id());
+        QCOMPARE(along, order.mid(0, order.size() - 1));
         uninstall(1);
         QCOMPARE(gone, order);
         for (const int id : order)
@@ -121,12 +124,12 @@ private slots:
 
     void packageThatADownloadingOneNeedsStays_data()
     {
-        // In the second row, removing 1 would remove 2, which 3 needs.
-        table<int>({"busy"}, {{"the package itself", 2}, {"one that would go with it", 3}});
+        // In the second row, removing 1 would also remove 2, which 3 needs.
+        Rows<int>().row("the package itself", 2).row("one that would go with it", 3);
     }
     void packageThatADownloadingOneNeedsStays()
     {
-        QFETCH(int, busy);
+        const auto [busy] = Rows<int>::current();
         QVERIFY(publish({removable(1), removable(2, {"1"_s}), removable(3, {"2"_s})}));
         QVERIFY(installAndWait(busy - 1));
         hold(busy);
@@ -199,11 +202,11 @@ private slots:
 
     void missingSimulatorKeepsThePackage_data()
     {
-        table<QString>({"moved"}, {{"folder", QString()}, {"executable", "X-Plane-x86_64"_s}});
+        Rows<QString>().row("folder", QString()).row("executable", "X-Plane-x86_64");
     }
     void missingSimulatorKeepsThePackage()
     {
-        QFETCH(QString, moved);
+        const auto [moved] = Rows<QString>::current();
         QVERIFY(installReplacing("original"));
         const QString folder = simulator({});
         const auto before = fileTree(folder);
@@ -227,13 +230,13 @@ private slots:
 
     void simulatorThatGoesMeanwhileKeepsTheRest_data()
     {
-        table<State, int>({"moment", "id"}, {{"between two packages", Package::AVAILABLE, 2},
-                                             {"during the second", Package::UNINSTALLING, 1}});
+        Rows<State, int>()
+            .row("between two packages", Package::AVAILABLE, 2)
+            .row("during the second", Package::UNINSTALLING, 1);
     }
     void simulatorThatGoesMeanwhileKeepsTheRest()
     {
-        QFETCH(State, moment);
-        QFETCH(int, id);
+        const auto [moment, id] = Rows<State, int>::current();
         QVERIFY(publish({removable(1), removable(2, {"1"_s})}) && installAndWait(2));
         std::unique_ptr<MovedAway> disk;
         const QObject context;
@@ -256,8 +259,7 @@ private slots:
     void backupStaysUntilTheRemovalIsDone()
     {
         QVERIFY(installReplacing("original"));
-        // At the moment at which the removal is noted down, everything it needs must still be
-        // there.
+        // When the removal is recorded, everything needed for it must still exist.
         QByteArray backup;
         connect(package(7).data(), &Package::stateChanged, this, [&](State state) {
             if (state == Package::AVAILABLE)
@@ -274,18 +276,18 @@ private slots:
         QVERIFY(installReplacing("original"));
         uninstall(7);
         stop();
-        // As after a sudden end when the removal was noted down already.
+        // As after a sudden end when the removal was already recorded.
         QVERIFY(writeFile(backedUp(Lights), "original") && refresh());
         QVERIFY(!QFile::exists(backedUp(Lights)));
         QCOMPARE(inSimulator(Lights), "original");
-        // The user's own file is backed up anew, not mistaken for what was there before.
+        // The user's own file is backed up again, not mistaken for the original.
         QVERIFY(writeFile(simulator(Lights), "changed") && installAndWait(7));
         QCOMPARE(readFile(backedUp(Lights)), "changed");
     }
 
     void backupOfAnInstalledPackageIsNotClearedUp()
     {
-        // The add-on brings what was there before, letter for letter.
+        // The add-on brings a file with exactly the content that was there before.
         QVERIFY(installReplacing("package's") && restart());
         QCOMPARE(readFile(backedUp(Lights)), "package's");
         uninstall(7);
@@ -302,7 +304,7 @@ private slots:
         QCOMPARE(inSimulator(Lights), "original");
         install(8);
         QVERIFY(gate.waitUntilReached());
-        // The running installation counts on this copy, and the original still stands in its place.
+        // The running installation relies on this copy, and the original is still in its place.
         QVERIFY(refresh());
         QCOMPARE(readFile(backedUp(Lights)), "original");
         gate.open();
@@ -316,7 +318,7 @@ private:
     {
         return Offer{id}.needing(depends).removing({"package-%1"_s.arg(id)});
     }
-    /// Installs package 7, which replaces this content of the lights.
+    /// Installs package 7, which replaces the lights of this content.
     bool installReplacing(const QByteArray &original)
     {
         return writeFile(simulator(Lights), original) &&
@@ -326,7 +328,7 @@ private:
                             .removing({Lights})}) &&
                installAndWait(7);
     }
-    /// Tries to remove an installed package while another one is on its way.
+    /// Tries to remove an installed package while another one is being installed.
     void removalIsRefused(int id, int blocker)
     {
         const QString name = package(blocker)->name();

@@ -13,7 +13,7 @@ using Extractors::ArchiveEntry;
 using Extractors::ArchiveListing;
 using Kind = ArchiveEntry::Kind;
 
-/// What was unpacked goes again; what stood there stays.
+/// Unpacked files are removed again. Files that were there before stay.
 class UnpackedFilesTest final : public QObject
 {
     Q_OBJECT
@@ -73,12 +73,12 @@ private slots:
         QVERIFY(writeFile(target + "/a/b"_s, "x"));
         added.takeAway();
         QCOMPARE(fileTree(root()), before);
-        // Also when nothing was in the archive.
+        // The same for an empty archive.
         const UnpackedFiles nothing(listing({}), target, root());
         QVERIFY(QDir().mkpath(target));
         nothing.takeAway();
         QCOMPARE(fileTree(root()), before);
-        // The simulator's folder itself is not ours, whatever it holds.
+        // The simulator's folder itself is never removed, whatever it contains.
         const QString empty = m_profile->folder("empty"_s);
         UnpackedFiles(listing({"a"_s}), empty, empty).takeAway();
         QVERIFY(QDir(empty).exists());

@@ -13,8 +13,6 @@ using Models::Package;
 
 namespace {
 
-using Tree = QMap<QString, QString>;
-
 const QString AddOnFolder = "plugin/"_s;
 const QString Replaced = "lights.txt"_s;
 const QString UserSettings = "plugin/settings.ini"_s;
@@ -23,7 +21,7 @@ const Files Original{{Replaced, "the simulator's own lights"}};
 const Files OfTheUser{{UserSettings, "the user's settings"}};
 const Files FirstVersion{{"plugin/disc.bin"_s, "version 1.0"}, {Replaced, "lights 1.0"}};
 const QString SimulatorProgram = "X-Plane-x86_64"_s;
-/// Names that a careless program could take for switches, patterns or lists among them.
+/// Names that careless code could take for options, patterns or lists.
 const Files OfOthers{{"Aircraft/Others/plane.acf"_s, "a plane"},
                      {"Custom Scenery/scenery_packs.ini"_s, "a list"},
                      {"Custom Scenery/-y/@all"_s, "a scenery"},
@@ -34,28 +32,9 @@ bool isOfTheAddOn(const QString &entry)
     return entry.startsWith(AddOnFolder) || entry == Replaced;
 }
 
-/// The tree without its folders and the program's marks.
-Tree filesOf(Tree tree)
+QString compareTrees(const QString &name, const FileTree &present, const FileTree &wanted)
 {
-    for (auto entry = tree.begin(); entry != tree.end();) {
-        const QString name = entry.key().section(QLatin1Char('/'), -1);
-        const bool isFile = !name.isEmpty() && !name.startsWith(".kavo-"_s);
-        entry = isFile ? std::next(entry) : tree.erase(entry);
-    }
-    return tree;
-}
-
-QString compareTrees(const QString &name, Tree present, const Tree &wanted)
-{
-    QStringList wrong;
-    for (auto entry = wanted.cbegin(); entry != wanted.cend(); ++entry) {
-        if (!present.contains(entry.key()))
-            wrong.append(entry.key() + " is missing"_s);
-        else if (present.take(entry.key()) != entry.value())
-            wrong.append(entry.key() + " is different"_s);
-    }
-    for (auto entry = present.cbegin(); entry != present.cend(); ++entry)
-        wrong.append(entry.key() + " is new"_s);
+    const QStringList wrong = differences(present, wanted);
     return wrong.isEmpty() ? QString() : "%1: %2; "_s.arg(name, wrong.join(", "_s));
 }
 
@@ -131,8 +110,7 @@ bool UpdateSetup::restartWith(const QString &extractor)
 
 void UpdateSetup::expectInSimulator(const Files &files)
 {
-    for (auto file = files.cbegin(); file != files.cend(); ++file)
-        m_others.insert(file.key(), file.value());
+    m_others.insert(files);
 }
 
 QString UpdateSetup::loss()
@@ -173,15 +151,14 @@ QString UpdateSetup::lossAfterRemoval()
 Files UpdateSetup::files(const Files &addOn) const
 {
     Files all = m_others;
-    for (auto file = addOn.cbegin(); file != addOn.cend(); ++file)
-        all.insert(file.key(), file.value());
+    all.insert(addOn);
     return all;
 }
 
 QString UpdateSetup::difference(const Files &simulator, const Files &preserved,
                                 const Files &backedUp, bool ignoresAddOn)
 {
-    Tree present = fileTree(m_engine.simulator({}));
+    FileTree present = fileTree(m_engine.simulator({}));
     if (ignoresAddOn) {
         const QStringList names = present.keys();
         for (const QString &name : names) {
@@ -189,19 +166,19 @@ QString UpdateSetup::difference(const Files &simulator, const Files &preserved,
                 present.remove(name);
         }
     }
-    // Folders in which parked files stood stay behind.
-    const Tree parked = filesOf(fileTree(m_engine.profile().preserveFolder()));
-    const Tree originals = filesOf(fileTree(m_engine.profile().backupFolder()));
+    // Folders that contained copies stay.
+    const FileTree parked = filesOf(fileTree(m_engine.profile().preserveFolder()));
+    const FileTree originals = filesOf(fileTree(m_engine.profile().backupFolder()));
     return compareTrees("simulator"_s, present, expectedTree(simulator)) +
            compareTrees("preserved"_s, parked, filesOf(expectedTree(preserved))) +
            compareTrees("backed up"_s, originals, filesOf(expectedTree(backedUp))) +
            compareTrees("outside"_s, outside(), m_outside);
 }
 
-/// All of the account without the simulator and the program's own data.
-Tree UpdateSetup::outside() const
+/// Everything in the account except the simulator and the program's own data.
+FileTree UpdateSetup::outside() const
 {
-    Tree tree = fileTree(m_engine.profile().folder(QString()));
+    FileTree tree = fileTree(m_engine.profile().folder(QString()));
     const QStringList names = tree.keys();
     for (const QString &name : names) {
         if (name.startsWith("home/X-Plane/"_s) || name.startsWith("home/.local/share/Quarnell/"_s))

@@ -5,15 +5,15 @@
 
 namespace Kavo::Testing {
 
-/// Bytes that no archive makes much smaller, others for another seed.
+/// Bytes that hardly compress, different for each seed.
 QByteArray noise(quint32 seed, int size = 200000);
 
-/// What an update brings: a file of noise and two small ones.
+/// The files of an update: one of noise and two small ones.
 Files updateFiles(quint32 seed = 1, int size = 200000);
 
-/// A simulator in which the update of an add-on can go wrong: it holds other people's files, a file
-/// that the add-on replaced and the user's settings beside the installed version 1.0, while the
-/// server offers 2.0. Tells at any moment whether one of them was lost.
+/// A simulator in which the update of an add-on can fail. It holds other people's files, a file
+/// that the add-on replaced, the user's settings and the installed version 1.0, while the server
+/// offers 2.0. Tells at any moment whether one of these files was lost.
 class UpdateSetup final
 {
 public:
@@ -23,7 +23,7 @@ public:
     UpdateSetup();
 
     Engine &engine() { return m_engine; }
-    /// A folder of the account that is neither the simulator's nor the program's.
+    /// A folder of the account that belongs neither to the simulator nor to the program.
     QString otherFolder() { return m_engine.profile().folder("home/Documents"_s); }
     Models::PackagePointer package() { return m_engine.package(Id); }
 
@@ -36,30 +36,29 @@ public:
 
     /// Starts the installation of version 2.0.
     void startUpdate();
-    /// The same, and waits until nothing goes on any more, neither for the package nor
-    /// on the connection. Returns whether that came.
+    /// The same, and waits until no work and no request of the package is left. Returns whether
+    /// that happened.
     bool update();
-    /// Waits until nothing goes on any more.
+    /// Waits until no work and no request is left.
     bool waitForQuiet();
     /// The next start of the program.
     bool restart();
-    /// The next start of the program, with another 7-Zip.
+    /// Starts the program again, with another 7-Zip.
     bool restartWith(const QString &extractor);
 
-    /// Says that version 2.0 brings other files from now on.
+    /// Sets the files that version 2.0 brings from now on.
     void setUpdate(const Files &update) { m_update = update; }
-    /// Says that these files stand in the simulator from now on, whatever becomes of the add-on.
+    /// Expects these files in the simulator from now on, whatever happens to the add-on.
     void expectInSimulator(const Files &files);
 
-    /// What is wrong on the disk for a package in its present state; empty when nothing is. After
-    /// an update that failed half-way only the add-on's own files may be missing or damaged; after
-    /// one that was turned away nothing may have changed.
-    /// Outside of the simulator and the program's own data nothing may have changed since
-    /// startUpdate().
+    /// What is wrong on the disk for a package in its present state; empty if nothing is. After an
+    /// update that failed half-way, only the add-on's own files may be missing or damaged. After an
+    /// update that was refused, nothing may have changed. Outside the simulator and the program's
+    /// own data, nothing may have changed since startUpdate().
     QString loss();
     /// What is wrong for a package that should be in this state: state, record and loss().
     QString wrongEnd(Models::Package::State state);
-    /// The same for an update of now, the lines of its log included.
+    /// The same for an update that starts now, including the lines of its log.
     QString wrongUpdate(Models::Package::State state, const QStringList &log);
     /// Uninstalls and returns what is wrong on the disk afterwards.
     QString lossAfterRemoval();
@@ -69,21 +68,21 @@ private:
     QString difference(const Files &simulator, const Files &preserved, const Files &backedUp,
                        bool ignoresAddOn);
 
-    QMap<QString, QString> outside() const;
+    FileTree outside() const;
 
     Engine m_engine;
     Files m_update;
     Files m_others;
-    QMap<QString, QString> m_outside;
+    FileTree m_outside;
 };
 
-/// Whether the lines are those of the pattern, in which an asterisk stands for any text. Returns
-/// what is wrong, empty when nothing is.
+/// Compares the lines with the patterns, in which an asterisk stands for any text. Returns what is
+/// wrong, empty if nothing is.
 QString compareLog(const QStringList &lines, const QStringList &pattern);
 
-/// Lines of the log in such patterns: of a failed probe, of a failed transfer, of a file that does
-/// not have the expected size, of an archive that was unpacked, of one that could not be, with the
-/// exit code of 7-Zip, and of one that was looked at and not even tried, with the reason.
+/// Patterns of log lines: of a failed probe, a failed transfer, a file without the expected size,
+/// an unpacked archive, an archive that could not be unpacked with 7-Zip's exit code, and an
+/// archive that was refused with the reason.
 QStringList probeError();
 QStringList transferError();
 QStringList sizeError(int present, int expected);

@@ -77,6 +77,14 @@ bool pack(const QString &folder, const QStringList &arguments)
 
 } // namespace
 
+Files filesIn(const QString &folder, const Files &files)
+{
+    Files moved;
+    for (auto file = files.cbegin(); file != files.cend(); ++file)
+        moved.insert(folder + QLatin1Char('/') + file.key(), file.value());
+    return moved;
+}
+
 bool writeFile(const QString &path, const QByteArray &content)
 {
     QFile file(path);
@@ -116,16 +124,6 @@ QStringList filesUnder(const QString &folder)
     return names;
 }
 
-QStringList unmarkedFilesUnder(const QString &folder)
-{
-    QStringList names = filesUnder(folder);
-    const auto isMark = [](const QString &name) {
-        return name.section(QLatin1Char('/'), -1).startsWith(".kavo-"_s);
-    };
-    names.erase(std::remove_if(names.begin(), names.end(), isMark), names.end());
-    return names;
-}
-
 Files readFiles(const QString &folder)
 {
     Files files;
@@ -153,7 +151,7 @@ QByteArray archiveOf(const Files &files, const QString &format, const QString &p
 
 QByteArray damagedArchiveOf(const Files &files)
 {
-    // Far more of it than of anything else, and nothing that could be compressed.
+    // The largest file, of incompressible bytes.
     QByteArray content;
     for (int number = 0; content.size() < 100000; ++number)
         content += QCryptographicHash::hash(QByteArray::number(number), QCryptographicHash::Sha256);
@@ -188,14 +186,9 @@ QByteArray tarOf(const QVector<TarEntry> &entries)
     return archive + QByteArray(2 * BlockSize, '\0');
 }
 
-bool makeTar(const QString &path, const QVector<TarEntry> &entries)
+FileTree fileTree(const QString &folder)
 {
-    return writeFile(path, tarOf(entries));
-}
-
-QMap<QString, QString> fileTree(const QString &folder)
-{
-    QMap<QString, QString> tree;
+    FileTree tree;
     const QDir root(folder);
     QDirIterator iterator(folder,
                           QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
@@ -214,9 +207,9 @@ QMap<QString, QString> fileTree(const QString &folder)
     return tree;
 }
 
-QMap<QString, QString> expectedTree(const Files &files)
+FileTree expectedTree(const Files &files)
 {
-    QMap<QString, QString> tree;
+    FileTree tree;
     for (auto file = files.cbegin(); file != files.cend(); ++file) {
         const QString &name = file.key();
         for (int slash = name.indexOf(QLatin1Char('/')); slash >= 0;
@@ -226,6 +219,30 @@ QMap<QString, QString> expectedTree(const Files &files)
             tree.insert(name, digest(file.value()));
     }
     return tree;
+}
+
+FileTree filesOf(FileTree tree)
+{
+    for (const QString &path : tree.keys()) {
+        const QString name = path.section(QLatin1Char('/'), -1);
+        if (name.isEmpty() || name.startsWith(".kavo-"_s))
+            tree.remove(path);
+    }
+    return tree;
+}
+
+QStringList differences(FileTree found, const FileTree &expected)
+{
+    QStringList lines;
+    for (auto entry = expected.cbegin(); entry != expected.cend(); ++entry) {
+        if (!found.contains(entry.key()))
+            lines.append(entry.key() + " is missing"_s);
+        else if (found.take(entry.key()) != entry.value())
+            lines.append(entry.key() + " is different"_s);
+    }
+    for (const QString &path : found.keys())
+        lines.append(path + " is new"_s);
+    return lines;
 }
 
 } // namespace Kavo::Testing

@@ -12,13 +12,14 @@ namespace Kavo::Testing {
 /// Contents by relative path. A path that ends in a slash is an empty folder.
 using Files = QMap<QString, QByteArray>;
 
+/// The same files in a folder.
+Files filesIn(const QString &folder, const Files &files);
+
 /// Writes the files under a folder, which is made when missing. Returns success.
 bool writeFiles(const QString &folder, const Files &files);
 bool writeFile(const QString &path, const QByteArray &content);
 /// The files under a folder, by relative path. Links are not followed.
 QStringList filesUnder(const QString &folder);
-/// The same without the hidden marks of the program.
-QStringList unmarkedFilesUnder(const QString &folder);
 Files readFiles(const QString &folder);
 /// The whole of a file, null when it cannot be read.
 QByteArray readFile(const QString &path);
@@ -58,16 +59,19 @@ struct TarEntry
 
 /// A tar archive with exactly these entries in this order.
 QByteArray tarOf(const QVector<TarEntry> &entries);
-/// Writes such an archive. Returns success.
-bool makeTar(const QString &path, const QVector<TarEntry> &entries);
 
-/// What stands in a folder, by relative path: files with the SHA-256 of their content in
-/// hexadecimal, links with "-> " and their target, folders (their paths end in a slash) with an
-/// empty text. Links are not followed.
-QMap<QString, QString> fileTree(const QString &folder);
+/// The entries of a folder by relative path: for a file the SHA-256 of its content in hexadecimal,
+/// for a link "-> " and its target, for a folder, whose path ends in a slash, an empty text.
+using FileTree = QMap<QString, QString>;
 
-/// What fileTree() returns for these files once they are written somewhere.
-QMap<QString, QString> expectedTree(const Files &files);
+/// What is in a folder. Links are not followed.
+FileTree fileTree(const QString &folder);
+/// What fileTree() returns after these files have been written.
+FileTree expectedTree(const Files &files);
+/// The tree without folders and without the hidden marks that the program puts beside its copies.
+FileTree filesOf(FileTree tree);
+/// One text for each entry that is missing, different or new.
+QStringList differences(FileTree found, const FileTree &expected);
 
 } // namespace Kavo::Testing
 

@@ -7,9 +7,9 @@
 
 namespace Kavo::Testing {
 
-/// What may stand where the program expects one of its SQLite files.
+/// What may be in the place of an SQLite file of the program.
 enum class DatabaseDamage {
-    EMPTY,         ///< a file without any bytes, which is as good as none
+    EMPTY,         ///< an empty file, which is treated like none
     GARBAGE,       ///< bytes that are no database
     CUT_OFF,       ///< the first half of a database
     FOLDER,        ///< a folder
@@ -24,14 +24,14 @@ enum class DatabaseDamage {
     JOURNAL_PIPE,  ///< a sound database with a named pipe in the place of its journal
 };
 
-/// Puts that in the place of the file. `schema` creates the sound `table`. Returns success.
+/// Replaces the file by this. `schema` creates the sound `table`. Returns success.
 bool makeDamagedDatabase(const QString &path, DatabaseDamage damage, const QString &table,
                          const QString &schema);
 
 /// Runs statements on the file as another program would. Returns whether all went well.
 bool executeOn(const QString &path, const QStringList &statements);
 
-/// Keeps a database locked against everybody else, the way another program might.
+/// Locks a database, as another program might.
 class DatabaseLock final
 {
 public:

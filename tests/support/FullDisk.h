@@ -6,7 +6,7 @@
 
 namespace Kavo::Testing {
 
-/// As long as it lives, no file of this process grows beyond so many bytes: a full disk.
+/// A full disk: while the object exists, no file of this process grows beyond so many bytes.
 class FullDisk final
 {
 public:

@@ -85,7 +85,7 @@ void HttpConnection::begin()
 
 void HttpConnection::prepareHead()
 {
-    if (!m_resource.redirect.isEmpty() && !m_resource.redirectsOnlyGet) {
+    if (!m_resource.redirect.isEmpty()) {
         m_answer.status = HttpStatus::FOUND;
         m_answer.headers += headerLine("Location", m_resource.redirect);
         return;

@@ -12,9 +12,8 @@ namespace Kavo::Testing {
 
 class TestHttpServer;
 
-/// One client's connection to the test server: reads requests one after another, asks the server
-/// what lies under the path, and sends the answer piece by piece, so that a body never stands whole
-/// in memory.
+/// A client's connection to the test server. It reads one request after another, asks the server
+/// for the resource, and sends the answer in pieces, so that a body is never in memory as a whole.
 class HttpConnection final : public QObject
 {
     Q_OBJECT

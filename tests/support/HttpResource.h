@@ -5,13 +5,14 @@
 #include <QList>
 #include <QPair>
 
+#include <functional>
 #include <optional>
 
 namespace Kavo::Testing {
 
 namespace HttpStatus {
 
-/// The answers of servers that tests speak of.
+/// The status codes that tests use.
 enum Code : int {
     OK = 200,
     NO_CONTENT = 204,
@@ -31,14 +32,13 @@ enum Code : int {
 
 } // namespace HttpStatus
 
-/// What the test server has under one path, and what goes wrong there. Everything is off by
-/// default: HEAD and GET then answer 200 with length and date, and Range is honoured with 206,
-/// unless If-Range speaks of another file. All
-/// counts are bytes of the body of one answer.
+/// What the test server has under one path, and its faults. By default HEAD and GET answer 200 with
+/// length and date, and Range is answered with 206, unless If-Range names another file. All counts
+/// are bytes of the body of one answer.
 struct HttpResource
 {
     QByteArray body;
-    /// A body of this size, made while it is sent; it counts instead of `body`.
+    /// A body of this size, generated while it is sent, instead of `body`.
     std::optional<qint64> generatedSize;
     /// The body from the second request on, be it HEAD or GET.
     std::optional<QByteArray> laterBody;
@@ -51,7 +51,6 @@ struct HttpResource
     std::optional<int> getStatus;  ///< GET answers this, with the body
     bool failsOnlyGet = false;     ///< HEAD answers as if `getStatus` was not set
     QByteArray redirect;           ///< HEAD and GET answer 302 with this Location
-    bool redirectsOnlyGet = false;
 
     // Headers that lie or are missing.
     bool headWithoutLength = false;
@@ -62,7 +61,7 @@ struct HttpResource
     bool compresses = false;          ///< GET answers in gzip when the request accepts it
     bool compressesUnasked = false;   ///< GET answers in gzip whatever the request accepts
 
-    /// GET answers 304 to who has the file as it is now, by its tag or else by its date.
+    /// GET answers 304 if the client has the same file, by its tag or else by its date.
     bool knowsWhatIsUnchanged = false;
 
     // Ranges.
@@ -92,6 +91,20 @@ struct HttpResource
     /// The bytes of a generated body.
     static QByteArray generated(qint64 offset, qint64 length);
 };
+
+/// A change to a resource: one fault of a table.
+using ResourceChange = std::function<void(HttpResource &)>;
+
+/// Gives members these values: with(&HttpResource::cutAfter, 10, &HttpResource::chunked, true).
+template<class Member, class Value, class... More>
+ResourceChange with(Member HttpResource::*member, const Value &value, const More &...more)
+{
+    return [=](HttpResource &resource) {
+        resource.*member = value;
+        if constexpr (sizeof...(more) > 0)
+            with(more...)(resource);
+    };
+}
 
 /// The gzip form of a text.
 QByteArray gzipped(const QByteArray &bytes);

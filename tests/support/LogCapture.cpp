@@ -1,7 +1,6 @@
 #include "tests/support/LogCapture.h"
 
 #include <QMutexLocker>
-#include <QtTest>
 
 #include <algorithm>
 #include <atomic>
@@ -49,11 +48,6 @@ void LogCapture::clear()
 {
     const QMutexLocker lock(&m_mutex);
     m_lines.clear();
-}
-
-bool LogCapture::waitFor(const QString &line, int milliseconds) const
-{
-    return QTest::qWaitFor([this, &line] { return contains(line); }, milliseconds);
 }
 
 void LogCapture::handle(QtMsgType type, const QMessageLogContext &context, const QString &message)

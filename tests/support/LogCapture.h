@@ -7,8 +7,8 @@
 
 namespace Kavo::Testing {
 
-/// Collects every Qt message as long as it lives, in the place of the handler before it. Messages
-/// may come from any thread. Captures nest: the latest gets the messages.
+/// Collects every Qt message while it exists, instead of the former handler. Messages may come from
+/// any thread. Captures nest: the latest one gets the messages.
 class LogCapture final
 {
 public:
@@ -22,9 +22,6 @@ public:
     /// Number of messages that begin with the text.
     int count(const QString &beginning) const;
     void clear();
-
-    /// Runs the event loop until contains(line); false when that takes longer than the limit.
-    bool waitFor(const QString &line, int milliseconds = 5000) const;
 
 private:
     static void handle(QtMsgType type, const QMessageLogContext &context, const QString &message);

@@ -6,9 +6,9 @@
 
 namespace Kavo::Testing {
 
-/// Debian's nginx on a free loopback port, serving a folder of its own. It runs as long as the
-/// object lives and keeps all its files in a temporary folder. Construction blocks until it
-/// answers; isRunning() is false when it could not be started. Never restarts by itself.
+/// Debian's nginx on a free loopback port. It serves a temporary folder while the object exists.
+/// The constructor blocks until the server answers; isRunning() is false when it could not be
+/// started.
 class Nginx final
 {
 public:

@@ -27,7 +27,7 @@ private:
     QString m_text;
 };
 
-/// As which type a row takes the cell of a column.
+/// The type of a row's argument for a column.
 template<typename Column>
 struct Cell
 {
@@ -39,7 +39,7 @@ struct Cell<QString>
     using Type = RowText;
 };
 
-/// The rows of a data-driven test, whose columns are told by their types alone:
+/// The rows of a data-driven test. Columns have types, and get their names where they are read:
 ///
 ///     void SizeTest::sizes_data()
 ///     {
@@ -50,7 +50,7 @@ struct Cell<QString>
 ///     {
 ///         const auto [file, size] = Rows<QString, int>::current();
 ///
-/// Other types than those of the rows end the test program.
+/// The types have to be the same in both places, else the test program ends.
 template<typename... Columns>
 class Rows final
 {
@@ -69,7 +69,7 @@ public:
         return row(name.constData(), cells...);
     }
 
-    /// The cells of the row with which the test is running.
+    /// The cells of the current row.
     static std::tuple<Columns...> current() { return read(Indices()); }
 
 private:

@@ -4,9 +4,8 @@
 
 namespace Kavo::Testing {
 
-/// Runs the event loop until the condition holds, and returns whether it came to hold in time.
-/// Unlike QTest::qWaitFor() it never sleeps, so that a server in this process sends as fast as it
-/// can.
-bool runUntil(const std::function<bool()> &condition, int milliseconds);
+/// Runs the event loop until the condition holds; false after the limit. Unlike QTest::qWaitFor()
+/// it never sleeps, so that a server in this process sends at full speed.
+bool runUntil(const std::function<bool()> &condition, int milliseconds = 30000);
 
 } // namespace Kavo::Testing

@@ -10,13 +10,12 @@
 
 namespace Kavo::Testing {
 
-/// A user account of its own for one test: home, settings, data and cache folders in a temporary
-/// folder, under the program's names, plus a simulator folder with an executable in it.
+/// A user account for one test: home, settings, data and cache folders in a temporary folder, under
+/// the program's names, and a simulator folder with an executable.
 ///
-/// Needs no application object; make the first one before it (KAVO_TEST_MAIN does), so that
-/// nothing of the real home is read or written. Profiles nest: the latest counts, and its
-/// destruction brings the environment and the current folder back and removes every file. Main
-/// thread.
+/// Make the first profile before the application object (KAVO_TEST_MAIN does), so that nothing in
+/// the real home is read or written. Profiles nest: the latest one is in use. Its destructor
+/// restores the environment and the current folder and deletes all files. Main thread.
 class ScratchProfile final
 {
 public:

@@ -7,7 +7,7 @@
 
 namespace Kavo::Testing {
 
-/// A program `locate` of our own, found first on PATH as long as the object lives. Main thread.
+/// A stand-in for the program `locate`, first on PATH while the object exists. Main thread.
 class StandInLocate final
 {
 public:

@@ -2,10 +2,9 @@
 
 #include "tests/support/HttpConnection.h"
 #include "tests/support/Literals.h"
+#include "tests/support/RunUntil.h"
 
-#include <QDeadlineTimer>
 #include <QHostAddress>
-#include <QtTest>
 
 #include <algorithm>
 
@@ -125,25 +124,14 @@ QStringList TestHttpServer::log() const
     return lines;
 }
 
-void TestHttpServer::forgetRequests()
-{
-    m_requests.clear();
-}
-
 bool TestHttpServer::waitForRequests(int count, int milliseconds) const
 {
-    // A real event loop, which does not sleep between its events.
-    const QDeadlineTimer deadline(milliseconds);
-    QSignalSpy spy(this, &TestHttpServer::received);
-    while (m_requests.size() < count && !deadline.hasExpired())
-        spy.wait(static_cast<int>(deadline.remainingTime()));
-    return m_requests.size() >= count;
+    return runUntil([this, count] { return m_requests.size() >= count; }, milliseconds);
 }
 
 HttpResource TestHttpServer::receive(const HttpRequest &request)
 {
     m_requests.append(request);
-    emit received();
     const auto found = m_resources.constFind(request.path);
     if (found == m_resources.cend()) {
         HttpResource missing;

@@ -13,16 +13,16 @@
 
 namespace Kavo::Testing {
 
-/// A small HTTP/1.1 server on a loopback port that the system chooses. It serves what the test puts
-/// under a path, goes wrong the way the resource says, and remembers every request.
+/// A small HTTP/1.1 server on a free loopback port. It serves the resources of the test with the
+/// faults that they describe, and records every request.
 ///
 ///     TestHttpServer server;
 ///     server.serve("/a.7z", body).cutAfter = 1000;
 ///     ... server.url("/a.7z") ...
 ///     QCOMPARE(server.log(), QStringList({"HEAD /a.7z", "GET /a.7z"}));
 ///
-/// It works on the thread of its creator, so it answers only while an event loop runs. Connections
-/// are kept alive. A path without a resource answers 404 with a short page.
+/// It works on the thread of its creator and answers only while an event loop runs. Connections are
+/// kept alive. A path without a resource answers 404 with a short page.
 class TestHttpServer final : public QObject
 {
     Q_OBJECT
@@ -30,10 +30,9 @@ class TestHttpServer final : public QObject
 public:
     explicit TestHttpServer(QObject *parent = nullptr);
 
-    /// Puts a body under a path, in the place of what was there; the reference is valid until the
-    /// next resource is put.
+    /// Replaces the resource of a path. The reference is valid until the next resource is added.
     HttpResource &serve(const QString &path, const QByteArray &body);
-    /// The same with a body of any size that is made while it is sent.
+    /// The same with a body of any size, which is generated while it is sent.
     HttpResource &serveGenerated(const QString &path, qint64 size);
     HttpResource &resource(const QString &path);
     void removeResource(const QString &path);
@@ -44,11 +43,11 @@ public:
     /// An address where connections are refused.
     static QString refusingUrl(const QString &path);
 
-    /// Whether connections to this server are refused, as when it is down. Ends those that are
-    /// open; the port stays this server's own.
+    /// Refuses connections, as a server that is down, and closes those that are open. The port
+    /// stays reserved.
     void setRefusing(bool refuses);
 
-    /// Lets answers to this path go on, those that wait and those to come.
+    /// Continues the answers to this path that are held, and holds no later ones.
     void release(const QString &path);
 
     const QList<HttpRequest> &requests() const { return m_requests; }
@@ -57,15 +56,12 @@ public:
     HttpRequest last(const QByteArray &method, const QString &path) const;
     /// Method and path of every request, in order of arrival.
     QStringList log() const;
-    void forgetRequests();
-    /// Runs the event loop until so many requests have come; false when that takes longer.
+    void forgetRequests() { m_requests.clear(); }
+    /// Runs the event loop until so many requests have arrived; false after the limit.
     bool waitForRequests(int count, int milliseconds = 5000) const;
 
-    /// For connections: remembers a request and returns what lies under its path.
+    /// For connections: records a request and returns its resource.
     HttpResource receive(const HttpRequest &request);
-
-signals:
-    void received();
 
 private:
     void acceptConnections();

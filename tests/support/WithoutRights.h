@@ -6,8 +6,8 @@
 
 namespace Kavo::Testing {
 
-/// As long as it lives this thread may do no more with files than a user without rights may, also
-/// where the tests run as root.
+/// While the object exists, this thread has no more rights to files than other users have, even
+/// when the tests run as root.
 class WithoutRights final
 {
 public:

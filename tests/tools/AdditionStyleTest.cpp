@@ -1,4 +1,6 @@
 #include "packages/catalogue/CatalogueParser.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/PublishedArchive.h"
 #include "tools/check/CatalogueCheck.h"
@@ -6,8 +8,7 @@
 using namespace Kavo::Testing;
 using namespace Kavo::Tools;
 
-/// What is added to a catalogue looks as if it had always stood there, and all else stays as it is,
-/// byte for byte.
+/// New entries have the style of the catalogue. Everything else stays the same, byte for byte.
 class AdditionStyleTest final : public QObject
 {
     Q_OBJECT
@@ -15,58 +16,161 @@ class AdditionStyleTest final : public QObject
 private slots:
     void initTestCase() { QCOMPARE(m_archive.outcome(), ArchiveLook::Outcome::GOOD); }
     void versionLooksLikeItsNeighbours_data();
-    void versionLooksLikeItsNeighbours();
+
+    void versionLooksLikeItsNeighbours()
+    {
+        QFETCH(QByteArray, before);
+        QFETCH(QByteArray, after);
+        AdditionOrder order = orderFor(5, "1.1"_s);
+        order.log = QStringList{"Lights \"b\""_s, "Schöner\\"_s};
+        if (!before.contains("1.0")) {
+            order.extract = "Resources/plugins"_s;
+            order.linkPrefix = "https://b.example/"_s;
+        }
+        Addition addition(before, order);
+        QVERIFY2(addition.prepare() == Addition::Outcome::GOOD, qPrintable(addition.fault()));
+        QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
+                 qPrintable(addition.fault()));
+        compare(before, after, addition);
+    }
+
     void packageLooksLikeItsNeighbours_data();
-    void packageLooksLikeItsNeighbours();
-    void versionsStayInTheirOrder_data();
-    void versionsStayInTheirOrder();
-    void packagesStayInTheirOrder_data();
-    void packagesStayInTheirOrder();
+
+    void packageLooksLikeItsNeighbours()
+    {
+        QFETCH(QByteArray, before);
+        QFETCH(QByteArray, after);
+        AdditionOrder order = orderFor(5, "1.1"_s);
+        order.package.name = "Piers"_s;
+        order.package.type = "PLUGIN"_s;
+        order.extract = "Resources/plugins"_s;
+        order.linkPrefix = "https://b.example"_s;
+        Addition addition(before, order);
+        QVERIFY2(addition.prepare() == Addition::Outcome::GOOD, qPrintable(addition.fault()));
+        QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
+                 qPrintable(addition.fault()));
+        compare(before, after, addition);
+    }
+
+    void versionsStayInTheirOrder_data()
+    {
+        QTest::addColumn<QStringList>("before");
+        QTest::addColumn<QStringList>("after");
+
+        const auto row = [](const char *name, const char *before, const char *after) {
+            QTest::newRow(name) << QString::fromLatin1(before).split(QLatin1Char(' '))
+                                << QString::fromLatin1(after).split(QLatin1Char(' '));
+        };
+        row("newest first", "1.0 0.9", "1.1 1.0 0.9");
+        row("oldest first", "0.9 1.0", "0.9 1.0 1.1");
+        row("a single one", "1.0", "1.1 1.0");
+        row("a single newer one", "1.10", "1.10 1.1");
+        row("between, newest first", "1.10 1.2 1.0 0.9", "1.10 1.2 1.1 1.0 0.9");
+        row("between, oldest first", "0.9 1.0 1.2 1.10", "0.9 1.0 1.1 1.2 1.10");
+        row("the oldest, newest first", "1.10 1.2", "1.10 1.2 1.1");
+        row("the oldest, oldest first", "1.2 1.10", "1.1 1.2 1.10");
+        row("no order", "1.0 1.10 0.9", "1.0 1.10 0.9 1.1");
+    }
+
+    void versionsStayInTheirOrder()
+    {
+        QFETCH(QStringList, before);
+        QFETCH(QStringList, after);
+        QByteArrayList versions;
+        for (const QString &version : before)
+            versions.append("{'version':'" + version.toLatin1() + "','link':'https://a.example/" +
+                            version.toLatin1() +
+                            ".zip','install':{'extract':'Resources/plugins'},'uninstall':{'remove':"
+                            "['Resources/plugins/Piers']}}");
+        const QByteArray catalogue =
+            QByteArray("[{'id':5,'name':{'en':'Piers'},'type':'PLUGIN','versions':[" +
+                       versions.join(", ") + "]}]")
+                .replace('\'', '"');
+        AdditionOrder order = orderFor(5, "1.1"_s);
+        order.extract = "Resources/plugins"_s;
+        Addition addition(catalogue, order);
+        QCOMPARE(addition.prepare(), Addition::Outcome::GOOD);
+        QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
+                 qPrintable(addition.fault()));
+        const JsonTree tree(addition.result());
+        QStringList found;
+        const CatalogueView view(tree.root());
+        for (const VersionView &version : view.packages().front().versions)
+            found.append(version.version);
+        QCOMPARE(found, after);
+        // With one version there is no example of a separator.
+        QCOMPARE(addition.result().count("}, {"), before.size() > 1 ? before.size() : 0);
+    }
+
+    void packagesStayInTheirOrder_data()
+    {
+        Rows<QVector<int>, QVector<int>>()
+            .row("at the end", {1, 2}, {1, 2, 5})
+            .row("between", {1, 2, 9, 12}, {1, 2, 5, 9, 12})
+            .row("in front", {8, 9}, {5, 8, 9})
+            .row("no order", {8, 1, 9}, {8, 1, 9, 5})
+            .row("a single one", {8}, {8, 5});
+    }
+
+    void packagesStayInTheirOrder()
+    {
+        const auto [before, after] = Rows<QVector<int>, QVector<int>>::current();
+        QByteArrayList packages;
+        for (const int id : before)
+            packages.append("{\"id\":" + QByteArray::number(id) + ",\"name\":{\"en\":\"P\"}}");
+        AdditionOrder order = orderFor(5, "1.1"_s);
+        order.package.name = "Piers"_s;
+        order.extract = "Resources/plugins"_s;
+        order.link = "https://a.example/b.zip"_s;
+        Addition addition("[" + packages.join(",\n ") + "]", order);
+        QCOMPARE(addition.prepare(), Addition::Outcome::GOOD);
+        QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
+                 qPrintable(addition.fault()));
+        const JsonTree tree(addition.result());
+        QVector<int> found;
+        const CatalogueView view(tree.root());
+        for (const PackageView &package : view.packages())
+            found.append(package.id);
+        QCOMPARE(found, after);
+    }
 
 private:
-    void addRow(const char *name, const QByteArray &before, const QByteArray &after) const;
-    static void compare(const QByteArray &before, const QByteArray &after,
-                        const Addition &addition);
+    /// The texts have ' instead of ".
+    void addRow(const char *name, const QByteArray &before, const QByteArray &after) const
+    {
+        QTest::newRow(name) << QByteArray(before).replace('\'', '"') << m_archive.filledIn(after);
+    }
 
-    const PublishedArchive m_archive{QStringLiteral("piers-1.1.zip"),
-                                     {{QStringLiteral("Piers/64/lin.xpl"), "code"},
-                                      {QStringLiteral("Piers/readme.txt"), "text"}}};
+    static void compare(const QByteArray &before, const QByteArray &after, const Addition &addition)
+    {
+        const QByteArray result = addition.result();
+        QCOMPARE(QString::fromUtf8(result), QString::fromUtf8(after));
+        QCOMPARE(result, after);
+        // A package may have had no version before.
+        const int errors = checkCatalogue(before).count(Severity::ERROR);
+        QVERIFY(checkCatalogue(result).count(Severity::ERROR) <= errors);
+        const auto packages = Kavo::Models::parseCatalogue(result, "en"_s);
+        QVERIFY(!packages.isEmpty());
+        const auto found = std::find_if(packages.cbegin(), packages.cend(),
+                                        [](const auto &package) { return package->id() == 5; });
+        QVERIFY(found != packages.cend());
+        const auto version = (*found)->findVersion("1.1"_s);
+        QVERIFY(version);
+        QCOMPARE(version->version, "1.1"_s);
+        QCOMPARE(version->link, addition.version().link);
+        QVERIFY(version->size == addition.version().size);
+        QCOMPARE(version->sha256, addition.version().sha256);
+        QCOMPARE(version->depends, addition.version().depends);
+        QCOMPARE(version->log, addition.version().log);
+        QCOMPARE(version->install->extract, addition.version().install->extract);
+        QCOMPARE(version->install->preserve, addition.version().install->preserve);
+        QCOMPARE(version->install->backup, addition.version().install->backup);
+        QCOMPARE(version->uninstall->remove, addition.version().uninstall->remove);
+    }
+
+    const PublishedArchive m_archive{
+        "piers-1.1.zip"_s, {{"Piers/64/lin.xpl"_s, "code"}, {"Piers/readme.txt"_s, "text"}}};
 };
-
-/// In the texts, ' stands for ".
-void AdditionStyleTest::addRow(const char *name, const QByteArray &before,
-                               const QByteArray &after) const
-{
-    QTest::newRow(name) << QByteArray(before).replace('\'', '"') << m_archive.filledIn(after);
-}
-
-void AdditionStyleTest::compare(const QByteArray &before, const QByteArray &after,
-                                const Addition &addition)
-{
-    const QByteArray result = addition.result();
-    QCOMPARE(QString::fromUtf8(result), QString::fromUtf8(after));
-    QCOMPARE(result, after);
-    // A package may have had no version before.
-    const int errors = checkCatalogue(before).count(Severity::ERROR);
-    QVERIFY(checkCatalogue(result).count(Severity::ERROR) <= errors);
-    const auto packages = Kavo::Models::parseCatalogue(result, QStringLiteral("en"));
-    QVERIFY(!packages.isEmpty());
-    const auto found = std::find_if(packages.cbegin(), packages.cend(),
-                                    [](const auto &package) { return package->id() == 5; });
-    QVERIFY(found != packages.cend());
-    const auto version = (*found)->findVersion(QStringLiteral("1.1"));
-    QVERIFY(version);
-    QCOMPARE(version->version, QStringLiteral("1.1"));
-    QCOMPARE(version->link, addition.version().link);
-    QVERIFY(version->size == addition.version().size);
-    QCOMPARE(version->sha256, addition.version().sha256);
-    QCOMPARE(version->depends, addition.version().depends);
-    QCOMPARE(version->log, addition.version().log);
-    QCOMPARE(version->install->extract, addition.version().install->extract);
-    QCOMPARE(version->install->preserve, addition.version().install->preserve);
-    QCOMPARE(version->install->backup, addition.version().install->backup);
-    QCOMPARE(version->uninstall->remove, addition.version().uninstall->remove);
-}
 
 void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
 {
@@ -101,7 +205,7 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
     const auto with = [](QByteArray text, const QByteArray &added) -> QByteArray {
         return text.replace("'versions': [\n", "'versions': [\n" + added);
     };
-    // A text in the log has the mark of a quotation.
+    // A line of the log contains quotation marks.
     const QByteArray escaped = QByteArray(twoNew).replace("\"b\"", "\\\"b\\\"");
     addRow("two blanks", two, with(two, escaped));
     const QByteArray four = QByteArray(two).replace("  ", "    ");
@@ -347,23 +451,6 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
            filled(firstNew, ",\n      'help_url': 'https://a.example/'"));
 }
 
-void AdditionStyleTest::versionLooksLikeItsNeighbours()
-{
-    QFETCH(QByteArray, before);
-    QFETCH(QByteArray, after);
-    AdditionOrder order = orderFor(5, QStringLiteral("1.1"));
-    order.log = QStringList{QStringLiteral("Lights \"b\""), QStringLiteral("Schöner\\")};
-    if (!before.contains("1.0")) {
-        order.extract = QStringLiteral("Resources/plugins");
-        order.linkPrefix = QStringLiteral("https://b.example/");
-    }
-    Addition addition(before, order);
-    QVERIFY2(addition.prepare() == Addition::Outcome::GOOD, qPrintable(addition.fault()));
-    QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
-             qPrintable(addition.fault()));
-    compare(before, after, addition);
-}
-
 void AdditionStyleTest::packageLooksLikeItsNeighbours_data()
 {
     QTest::addColumn<QByteArray>("before");
@@ -455,107 +542,6 @@ void AdditionStyleTest::packageLooksLikeItsNeighbours_data()
 	}
 ]
 )");
-}
-
-void AdditionStyleTest::packageLooksLikeItsNeighbours()
-{
-    QFETCH(QByteArray, before);
-    QFETCH(QByteArray, after);
-    AdditionOrder order = orderFor(5, QStringLiteral("1.1"));
-    order.package.name = QStringLiteral("Piers");
-    order.package.type = QStringLiteral("PLUGIN");
-    order.extract = QStringLiteral("Resources/plugins");
-    order.linkPrefix = QStringLiteral("https://b.example");
-    Addition addition(before, order);
-    QVERIFY2(addition.prepare() == Addition::Outcome::GOOD, qPrintable(addition.fault()));
-    QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
-             qPrintable(addition.fault()));
-    compare(before, after, addition);
-}
-
-void AdditionStyleTest::versionsStayInTheirOrder_data()
-{
-    QTest::addColumn<QStringList>("before");
-    QTest::addColumn<QStringList>("after");
-
-    const auto row = [](const char *name, const char *before, const char *after) {
-        QTest::newRow(name) << QString::fromLatin1(before).split(QLatin1Char(' '))
-                            << QString::fromLatin1(after).split(QLatin1Char(' '));
-    };
-    row("newest first", "1.0 0.9", "1.1 1.0 0.9");
-    row("oldest first", "0.9 1.0", "0.9 1.0 1.1");
-    row("a single one", "1.0", "1.1 1.0");
-    row("a single newer one", "1.10", "1.10 1.1");
-    row("between, newest first", "1.10 1.2 1.0 0.9", "1.10 1.2 1.1 1.0 0.9");
-    row("between, oldest first", "0.9 1.0 1.2 1.10", "0.9 1.0 1.1 1.2 1.10");
-    row("the oldest, newest first", "1.10 1.2", "1.10 1.2 1.1");
-    row("the oldest, oldest first", "1.2 1.10", "1.1 1.2 1.10");
-    row("no order", "1.0 1.10 0.9", "1.0 1.10 0.9 1.1");
-}
-
-void AdditionStyleTest::versionsStayInTheirOrder()
-{
-    QFETCH(QStringList, before);
-    QFETCH(QStringList, after);
-    QByteArrayList versions;
-    for (const QString &version : before)
-        versions.append("{'version':'" + version.toLatin1() + "','link':'https://a.example/" +
-                        version.toLatin1() +
-                        ".zip','install':{'extract':'Resources/plugins'},'uninstall':{'remove':"
-                        "['Resources/plugins/Piers']}}");
-    const QByteArray catalogue =
-        QByteArray("[{'id':5,'name':{'en':'Piers'},'type':'PLUGIN','versions':[" +
-                   versions.join(", ") + "]}]")
-            .replace('\'', '"');
-    AdditionOrder order = orderFor(5, QStringLiteral("1.1"));
-    order.extract = QStringLiteral("Resources/plugins");
-    Addition addition(catalogue, order);
-    QCOMPARE(addition.prepare(), Addition::Outcome::GOOD);
-    QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
-             qPrintable(addition.fault()));
-    const JsonTree tree(addition.result());
-    QStringList found;
-    const CatalogueView view(tree.root());
-    for (const VersionView &version : view.packages().front().versions)
-        found.append(version.version);
-    QCOMPARE(found, after);
-    // One version tells nothing of what stands between two.
-    QCOMPARE(addition.result().count("}, {"), before.size() > 1 ? before.size() : 0);
-}
-
-void AdditionStyleTest::packagesStayInTheirOrder_data()
-{
-    QTest::addColumn<QVector<int>>("before");
-    QTest::addColumn<QVector<int>>("after");
-
-    QTest::newRow("at the end") << QVector<int>{1, 2} << QVector<int>{1, 2, 5};
-    QTest::newRow("between") << QVector<int>{1, 2, 9, 12} << QVector<int>{1, 2, 5, 9, 12};
-    QTest::newRow("in front") << QVector<int>{8, 9} << QVector<int>{5, 8, 9};
-    QTest::newRow("no order") << QVector<int>{8, 1, 9} << QVector<int>{8, 1, 9, 5};
-    QTest::newRow("a single one") << QVector<int>{8} << QVector<int>{8, 5};
-}
-
-void AdditionStyleTest::packagesStayInTheirOrder()
-{
-    QFETCH(QVector<int>, before);
-    QFETCH(QVector<int>, after);
-    QByteArrayList packages;
-    for (const int id : before)
-        packages.append("{\"id\":" + QByteArray::number(id) + ",\"name\":{\"en\":\"P\"}}");
-    AdditionOrder order = orderFor(5, QStringLiteral("1.1"));
-    order.package.name = QStringLiteral("Piers");
-    order.extract = QStringLiteral("Resources/plugins");
-    order.link = QStringLiteral("https://a.example/b.zip");
-    Addition addition("[" + packages.join(",\n ") + "]", order);
-    QCOMPARE(addition.prepare(), Addition::Outcome::GOOD);
-    QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
-             qPrintable(addition.fault()));
-    const JsonTree tree(addition.result());
-    QVector<int> found;
-    const CatalogueView view(tree.root());
-    for (const PackageView &package : view.packages())
-        found.append(package.id);
-    QCOMPARE(found, after);
 }
 
 KAVO_TEST_MAIN(AdditionStyleTest)

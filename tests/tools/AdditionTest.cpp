@@ -1,5 +1,7 @@
 #include "tools/publish/Addition.h"
 #include "packages/catalogue/CatalogueParser.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/CatalogueCorpus.h"
 #include "tests/tools/PublishedArchive.h"
@@ -68,7 +70,7 @@ QStringList rulesOf(const CheckReport &report)
     return names;
 }
 
-/// Whether a document has only grown, at one place; blanks there may have given way.
+/// Whether text was only inserted, at one place. Blanks there may be replaced.
 bool hasOnlyGrown(const QByteArray &before, const QByteArray &after)
 {
     const auto start = std::mismatch(before.cbegin(), before.cend(), after.cbegin(), after.cend());
@@ -89,347 +91,299 @@ class AdditionTest final : public QObject
 
 private slots:
     void initTestCase() { QCOMPARE(m_archive.outcome(), ArchiveLook::Outcome::GOOD); }
-    void rulesComeFromTheVersionBefore_data();
-    void rulesComeFromTheVersionBefore();
-    void whatIsSaidCounts();
-    void emptyTextsSayThatThereIsNothing();
-    void addressStandsBesideTheNewest_data();
-    void addressStandsBesideTheNewest();
-    void ordersThatLackSomethingAreRefused_data();
-    void ordersThatLackSomethingAreRefused();
-    void versionThatIsThereIsRefused_data();
-    void versionThatIsThereIsRefused();
-    void catalogueThatWouldBeWrongIsRefused_data();
-    void catalogueThatWouldBeWrongIsRefused();
-    void faultsElsewhereAreNoHindrance();
-    void newFaultIsNotTakenForOneBeforeIt();
-    void doubtfulCatalogueIsRefused_data();
-    void doubtfulCatalogueIsRefused();
-    void versionsOfOthersMayBeDoubtful();
+
+    void rulesComeFromTheVersionBefore_data()
+    {
+        Rows<QString, QString>().row("newest", "2.1", "two").row("between", "1.5", "one");
+    }
+
+    void rulesComeFromTheVersionBefore()
+    {
+        const auto [version, from] = Rows<QString, QString>::current();
+        const bool isTwo = from == "two"_s;
+        Addition addition(offer(), orderFor(5, version));
+        QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
+        const auto packages = Kavo::Models::parseCatalogue(addition.result(), "en"_s);
+        const auto found = packages.first()->findVersion(version);
+        QCOMPARE(packages.first()->versions().size(), 3);
+        QCOMPARE(found->version, version);
+        const QString folder = isTwo ? "Custom Scenery"_s : "Resources/plugins"_s;
+        QCOMPARE(found->depends, QStringList(isTwo ? "7:2"_s : "7"_s));
+        QCOMPARE(found->install->extract, folder);
+        QCOMPARE(found->install->preserve, QStringList(folder + "/Piers/%1.ini"_s.arg(from)));
+        QCOMPARE(found->install->backup, QStringList("Resources/%1.png"_s.arg(from)));
+        QStringList removed{folder + "/Piers"_s, "Resources/%1.png"_s.arg(from)};
+        removed.sort();
+        QCOMPARE(found->uninstall->remove, removed);
+        QCOMPARE(found->log, QStringList());
+        QVERIFY(found->size == QFileInfo(m_archive.path()).size());
+        QCOMPARE(found->sha256,
+                 QString::fromLatin1(QCryptographicHash::hash(readFile(m_archive.path()),
+                                                              QCryptographicHash::Sha256)
+                                         .toHex()));
+    }
+
+    void whatIsSaidCounts()
+    {
+        AdditionOrder order = orderFor(5, "2.1"_s);
+        order.link = "https://b.example/x.zip"_s;
+        order.extract = "Resources/plugins/Own"_s;
+        order.depends = QStringList("7:2.1"_s);
+        order.preserve = QStringList{"a"_s, "b"_s};
+        order.backup = QStringList("c"_s);
+        order.remove = QStringList{"z"_s, "d"_s};
+        order.log = QStringList{"One"_s, "Two"_s};
+        Addition addition(offer(), order);
+        QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
+        const auto packages = Kavo::Models::parseCatalogue(addition.result(), "en"_s);
+        const auto found = packages.first()->versions().first();
+        QCOMPARE(found->link, *order.link);
+        QCOMPARE(found->install->extract, *order.extract);
+        QCOMPARE(found->depends, *order.depends);
+        QCOMPARE(found->install->preserve, *order.preserve);
+        QCOMPARE(found->install->backup, *order.backup);
+        QCOMPARE(found->uninstall->remove, *order.remove);
+        QCOMPARE(found->log, order.log);
+    }
+
+    void emptyTextsSayThatThereIsNothing()
+    {
+        AdditionOrder order = orderFor(5, "2.1"_s);
+        order.depends = order.preserve = order.backup = order.remove = QStringList(QString());
+        order.extract = QString();
+        Addition addition(offer(), order);
+        QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
+        QVERIFY(addition.version().depends.isEmpty() &&
+                addition.version().install->preserve.isEmpty() &&
+                addition.version().install->backup.isEmpty() &&
+                addition.version().uninstall->remove.isEmpty());
+        QCOMPARE(addition.version().install->extract, QString());
+        QCOMPARE(rulesOf(addition.findings()),
+                 QStringList({"extract/whole-simulator"_s, "remove/none"_s}));
+    }
+
+    void addressStandsBesideTheNewest_data()
+    {
+        const QString none;
+        Rows<QByteArray, QString>()
+            .row("plain", "https://a.example/v/piers-2.0.zip",
+                 "https://a.example/v/piers%20new.zip")
+            .row("top", "http://a.example:81/x.7z", "http://a.example:81/piers%20new.zip")
+            .row("query", "https://a.example/get?file=x.zip", none)
+            .row("fragment", "https://a.example/get.zip#x", none)
+            .row("folder", "https://a.example/v/", none)
+            .row("server", "https://a.example", none)
+            .row("folder of the version", "https://a.example/2.0/piers.zip", none)
+            .row("no address", "piers-2.0.zip", none)
+            .row("empty", {}, none);
+    }
+
+    void addressStandsBesideTheNewest()
+    {
+        const auto [link, expected] = Rows<QByteArray, QString>::current();
+        const QByteArray changed = offer().replace("https://a.example/v/piers-2.0.zip", link);
+        Addition addition(changed, orderFor(5, "3.0"_s));
+        QCOMPARE(run(addition), expected.isEmpty() ? Outcome::NOT_UNDERSTOOD : Outcome::GOOD);
+        QCOMPARE(addition.version().link, expected);
+        AdditionOrder order = orderFor(5, "3.0"_s);
+        order.linkPrefix = "https://c.example/d"_s;
+        Addition told(changed, order);
+        QCOMPARE(run(told), Outcome::GOOD);
+        QCOMPARE(told.version().link, "https://c.example/d/piers%20new.zip"_s);
+    }
+
+    void ordersThatLackSomethingAreRefused_data()
+    {
+        const QString version = "3.0"_s;
+        const QString name = "New"_s;
+        Rows<int, QString, QString, bool, QString>()
+            .row("name of a new package", 9, version, "", true, "needs --name")
+            .row("name of a package that is there", 5, version, name, true, "for a new one")
+            .row("folder of a new package", 9, version, name, false, "--extract")
+            .row("folder of the first version", 5, "0.9", "", false, "--extract")
+            .row("address of a new package", 9, version, name, true, "--link")
+            .row("version of letters", 5, "new", "", true, "dotted numbers")
+            .row("empty version", 5, "", "", true, "dotted numbers");
+    }
+
+    void ordersThatLackSomethingAreRefused()
+    {
+        const auto [id, version, name, isExtracted, fault] =
+            Rows<int, QString, QString, bool, QString>::current();
+        AdditionOrder order = orderFor(id, version);
+        order.package.name = name;
+        if (isExtracted)
+            order.extract = "Resources/plugins"_s;
+        Addition addition(offer(), order);
+        QCOMPARE(run(addition), Outcome::NOT_UNDERSTOOD);
+        QVERIFY2(addition.fault().contains(fault), qPrintable(addition.fault()));
+    }
+
+    void versionThatIsThereIsRefused_data()
+    {
+        Rows<QString>()
+            .row("same text", "1.0")
+            .row("same numbers", "2.00")
+            .row("same numbers with an end", "2.0b");
+    }
+
+    void versionThatIsThereIsRefused()
+    {
+        const auto [version] = Rows<QString>::current();
+        AdditionOrder order = orderFor(5, version);
+        order.extract = "Resources/plugins"_s;
+        Addition addition(offer(), order);
+        QCOMPARE(run(addition), Outcome::REFUSED);
+        QVERIFY2(addition.fault().contains("already"_s), qPrintable(addition.fault()));
+    }
+
+    void catalogueThatWouldBeWrongIsRefused_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QStringList>("findings");
+
+        const auto row = [](const char *name, const char *key, const char *value,
+                            const char *finding) {
+            QTest::newRow(name) << QString::fromLatin1(key) << QString::fromUtf8(value)
+                                << QStringList(QString::fromLatin1(finding));
+        };
+        row("address of another version", "link", "https://a.example/v/piers-1.0.zip",
+            "address/shared-by-versions");
+        row("no address", "link", "piers", "address/invalid");
+        row("other scheme", "link", "ftp://a.example/p.zip", "address/scheme");
+        row("unpacked outside", "extract", "../x", "path/outside");
+        row("unknown dependency", "depends", "99", "dependency/unknown-package");
+        row("dependency too new", "depends", "7:3", "dependency/minimum-not-offered");
+        row("everybody's folder", "remove", "Custom Scenery", "path/belongs-to-all");
+        row("absolute rule", "preserve", "/etc/passwd", "path/absolute");
+        row("climbing rule", "backup", "../x", "path/climbs");
+    }
+
+    void catalogueThatWouldBeWrongIsRefused()
+    {
+        QFETCH(QString, key);
+        QFETCH(QString, value);
+        QFETCH(QStringList, findings);
+        AdditionOrder order = orderFor(5, "3.0"_s);
+        if (key == "link"_s)
+            order.link = value;
+        if (key == "extract"_s)
+            order.extract = value;
+        if (key == "depends"_s)
+            order.depends = QStringList(value);
+        if (key == "remove"_s)
+            order.remove = QStringList(value);
+        if (key == "preserve"_s)
+            order.preserve = QStringList(value);
+        if (key == "backup"_s)
+            order.backup = QStringList(value);
+        Addition addition(offer(), order);
+        QCOMPARE(run(addition), Outcome::REFUSED);
+        QVERIFY(rulesOf(addition.findings()).contains(findings.first()));
+        QCOMPARE(addition.findings().count(Severity::ERROR),
+                 static_cast<int>(addition.findings().findings().size()));
+    }
+
+    /// Former errors before and after the new entry are not reported.
+    void faultsElsewhereAreNoHindrance()
+    {
+        QByteArray changed = offer().replace("\"depends\": [\"7\"]", "\"depends\": [\"99\"]");
+        changed.replace("https://a.example/v/library.zip", "");
+        changed.replace("[\n  { \"id\": 5", "[\n  { \"id\": 1 },\n  { \"id\": 5");
+        QVERIFY(checkCatalogue(changed).count(Severity::ERROR) >= 4);
+        Addition addition(changed, orderFor(5, "3.0"_s));
+        QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
+        QCOMPARE(rulesOf(addition.findings()), QStringList());
+        QVERIFY(hasOnlyGrown(changed, addition.result()));
+    }
+
+    /// Findings are compared by their former positions.
+    void newFaultIsNotTakenForOneBeforeIt()
+    {
+        AdditionOrder order = orderFor(5, "3.0"_s);
+        order.link = "ftp://a.example/3.zip"_s;
+        const QByteArray other = "[\n  {\"id\": 4, \"name\": {\"en\": \"Four\"}, \"versions\": [{"
+                                 "\"version\": \"1\", \"link\": \"ftp://a.example/4.zip\"}]},";
+        for (int blanks = 0; blanks < 600; ++blanks) {
+            const QByteArray changed = offer().replace(0, 1, other + QByteArray(blanks, ' '));
+            Addition addition(changed, order);
+            QCOMPARE(run(addition), Outcome::REFUSED);
+            QCOMPARE(rulesOf(addition.findings()), QStringList("address/scheme"_s));
+        }
+    }
+
+    void doubtfulCatalogueIsRefused_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("isDoubtful");
+
+        const QStringList kinds{"json"_s, "key"_s, "type"_s, "id"_s, "version"_s};
+        for (const CorpusCatalogue &catalogue : corpusCatalogues()) {
+            const auto &findings = catalogue.findings;
+            const bool isDoubtful =
+                std::any_of(findings.cbegin(), findings.cend(),
+                            [&kinds](const QString &finding) { return isErrorOf(finding, kinds); });
+            QTest::newRow(qPrintable(catalogue.name)) << catalogue.bytes << isDoubtful;
+        }
+    }
+
+    /// In an accepted catalogue, text is only inserted, and clients still read all former entries.
+    void doubtfulCatalogueIsRefused()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, isDoubtful);
+        AdditionOrder order = orderFor(5, "99.0"_s);
+        order.extract = "Resources/plugins"_s;
+        order.link = "https://a.example/99.zip"_s;
+        order.depends = QStringList(QString());
+        order.preserve = order.backup = order.depends;
+        order.remove = QStringList("Resources/plugins/Ninety"_s);
+        const auto before = Kavo::Models::parseCatalogue(bytes, "en"_s);
+        const bool isThere = std::any_of(before.cbegin(), before.cend(),
+                                         [](const auto &package) { return package->id() == 5; });
+        if (!isThere)
+            order.package.name = "Piers"_s;
+        Addition addition(bytes, order);
+        const Outcome outcome = run(addition);
+        QVERIFY2(outcome == (isDoubtful ? Outcome::REFUSED : Outcome::GOOD),
+                 qPrintable(addition.fault()));
+        if (isDoubtful) {
+            QVERIFY(!addition.findings().findings().empty());
+            return;
+        }
+        QVERIFY(hasOnlyGrown(bytes, addition.result()));
+        const auto after = Kavo::Models::parseCatalogue(addition.result(), "en"_s);
+        QCOMPARE(after.size(), before.size() + (isThere ? 0 : 1));
+        int versions = 0;
+        for (const auto &package : after)
+            versions += package->versions().size();
+        for (const auto &package : before)
+            versions -= package->versions().size();
+        QCOMPARE(versions, 1);
+    }
+
+    void versionsOfOthersMayBeDoubtful()
+    {
+        const QByteArray changed = offer().replace("\"2.1\"", "\"beta\"");
+        AdditionOrder order = orderFor(5, "3.0"_s);
+        order.depends = QStringList(QString());
+        Addition addition(changed, order);
+        QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
+        Addition same(changed, orderFor(7, "3.0"_s));
+        QCOMPARE(run(same), Outcome::REFUSED);
+        QCOMPARE(rulesOf(same.findings()), QStringList("version/not-numbers"_s));
+    }
 
 private:
-    Addition::Outcome run(Addition &addition) const;
+    Addition::Outcome run(Addition &addition) const
+    {
+        const Outcome outcome = addition.prepare();
+        return outcome == Outcome::GOOD ? addition.carryOut(m_archive.look()) : outcome;
+    }
 
-    const PublishedArchive m_archive{QStringLiteral("piers new.zip"),
-                                     {{QStringLiteral("Piers/64/lin.xpl"), "code"}}};
+    const PublishedArchive m_archive{"piers new.zip"_s, {{"Piers/64/lin.xpl"_s, "code"}}};
 };
-
-Addition::Outcome AdditionTest::run(Addition &addition) const
-{
-    const Outcome outcome = addition.prepare();
-    return outcome == Outcome::GOOD ? addition.carryOut(m_archive.look()) : outcome;
-}
-
-void AdditionTest::rulesComeFromTheVersionBefore_data()
-{
-    QTest::addColumn<QString>("version");
-    QTest::addColumn<QString>("from");
-
-    QTest::newRow("newest") << QStringLiteral("2.1") << QStringLiteral("two");
-    QTest::newRow("between") << QStringLiteral("1.5") << QStringLiteral("one");
-}
-
-void AdditionTest::rulesComeFromTheVersionBefore()
-{
-    QFETCH(QString, version);
-    QFETCH(QString, from);
-    const bool isTwo = from == QLatin1String("two");
-    Addition addition(offer(), orderFor(5, version));
-    QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
-    const auto packages = Kavo::Models::parseCatalogue(addition.result(), QStringLiteral("en"));
-    const auto found = packages.first()->findVersion(version);
-    QCOMPARE(packages.first()->versions().size(), 3);
-    QCOMPARE(found->version, version);
-    const QString folder =
-        isTwo ? QStringLiteral("Custom Scenery") : QStringLiteral("Resources/plugins");
-    QCOMPARE(found->depends, QStringList(isTwo ? QStringLiteral("7:2") : QStringLiteral("7")));
-    QCOMPARE(found->install->extract, folder);
-    QCOMPARE(found->install->preserve,
-             QStringList(folder + QStringLiteral("/Piers/%1.ini").arg(from)));
-    QCOMPARE(found->install->backup, QStringList(QStringLiteral("Resources/%1.png").arg(from)));
-    QStringList removed{folder + QStringLiteral("/Piers"),
-                        QStringLiteral("Resources/%1.png").arg(from)};
-    removed.sort();
-    QCOMPARE(found->uninstall->remove, removed);
-    QCOMPARE(found->log, QStringList());
-    QVERIFY(found->size == QFileInfo(m_archive.path()).size());
-    QCOMPARE(found->sha256, QString::fromLatin1(QCryptographicHash::hash(readFile(m_archive.path()),
-                                                                         QCryptographicHash::Sha256)
-                                                    .toHex()));
-}
-
-void AdditionTest::whatIsSaidCounts()
-{
-    AdditionOrder order = orderFor(5, QStringLiteral("2.1"));
-    order.link = QStringLiteral("https://b.example/x.zip");
-    order.extract = QStringLiteral("Resources/plugins/Own");
-    order.depends = QStringList(QStringLiteral("7:2.1"));
-    order.preserve = QStringList{QStringLiteral("a"), QStringLiteral("b")};
-    order.backup = QStringList(QStringLiteral("c"));
-    order.remove = QStringList{QStringLiteral("z"), QStringLiteral("d")};
-    order.log = QStringList{QStringLiteral("One"), QStringLiteral("Two")};
-    Addition addition(offer(), order);
-    QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
-    const auto packages = Kavo::Models::parseCatalogue(addition.result(), QStringLiteral("en"));
-    const auto found = packages.first()->versions().first();
-    QCOMPARE(found->link, *order.link);
-    QCOMPARE(found->install->extract, *order.extract);
-    QCOMPARE(found->depends, *order.depends);
-    QCOMPARE(found->install->preserve, *order.preserve);
-    QCOMPARE(found->install->backup, *order.backup);
-    QCOMPARE(found->uninstall->remove, *order.remove);
-    QCOMPARE(found->log, order.log);
-}
-
-void AdditionTest::emptyTextsSayThatThereIsNothing()
-{
-    AdditionOrder order = orderFor(5, QStringLiteral("2.1"));
-    order.depends = order.preserve = order.backup = order.remove = QStringList(QString());
-    order.extract = QString();
-    Addition addition(offer(), order);
-    QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
-    QVERIFY(addition.version().depends.isEmpty() &&
-            addition.version().install->preserve.isEmpty() &&
-            addition.version().install->backup.isEmpty() &&
-            addition.version().uninstall->remove.isEmpty());
-    QCOMPARE(addition.version().install->extract, QString());
-    // That is worth a word.
-    QCOMPARE(rulesOf(addition.findings()), QStringList({QStringLiteral("extract/whole-simulator"),
-                                                        QStringLiteral("remove/none")}));
-}
-
-void AdditionTest::addressStandsBesideTheNewest_data()
-{
-    QTest::addColumn<QByteArray>("link");
-    QTest::addColumn<QString>("expected");
-
-    const QString none;
-    QTest::newRow("plain") << QByteArray("https://a.example/v/piers-2.0.zip")
-                           << QStringLiteral("https://a.example/v/piers%20new.zip");
-    QTest::newRow("top") << QByteArray("http://a.example:81/x.7z")
-                         << QStringLiteral("http://a.example:81/piers%20new.zip");
-    QTest::newRow("query") << QByteArray("https://a.example/get?file=x.zip") << none;
-    QTest::newRow("fragment") << QByteArray("https://a.example/get.zip#x") << none;
-    QTest::newRow("folder") << QByteArray("https://a.example/v/") << none;
-    QTest::newRow("server") << QByteArray("https://a.example") << none;
-    QTest::newRow("folder of the version") << QByteArray("https://a.example/2.0/piers.zip") << none;
-    QTest::newRow("no address") << QByteArray("piers-2.0.zip") << none;
-    QTest::newRow("empty") << QByteArray() << none;
-}
-
-void AdditionTest::addressStandsBesideTheNewest()
-{
-    QFETCH(QByteArray, link);
-    QFETCH(QString, expected);
-    const QByteArray changed = offer().replace("https://a.example/v/piers-2.0.zip", link);
-    Addition addition(changed, orderFor(5, QStringLiteral("3.0")));
-    QCOMPARE(run(addition), expected.isEmpty() ? Outcome::NOT_UNDERSTOOD : Outcome::GOOD);
-    QCOMPARE(addition.version().link, expected);
-    AdditionOrder order = orderFor(5, QStringLiteral("3.0"));
-    order.linkPrefix = QStringLiteral("https://c.example/d");
-    Addition told(changed, order);
-    QCOMPARE(run(told), Outcome::GOOD);
-    QCOMPARE(told.version().link, QStringLiteral("https://c.example/d/piers%20new.zip"));
-}
-
-void AdditionTest::ordersThatLackSomethingAreRefused_data()
-{
-    QTest::addColumn<int>("id");
-    QTest::addColumn<QString>("version");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("isExtracted");
-    QTest::addColumn<QString>("fault");
-
-    const QString version = QStringLiteral("3.0");
-    const QString name = QStringLiteral("New");
-    QTest::newRow("name of a new package")
-        << 9 << version << QString() << true << QStringLiteral("needs --name");
-    QTest::newRow("name of a package that is there")
-        << 5 << version << name << true << QStringLiteral("for a new one");
-    QTest::newRow("folder of a new package")
-        << 9 << version << name << false << QStringLiteral("--extract");
-    QTest::newRow("folder of the first version")
-        << 5 << QStringLiteral("0.9") << QString() << false << QStringLiteral("--extract");
-    QTest::newRow("address of a new package")
-        << 9 << version << name << true << QStringLiteral("--link");
-    QTest::newRow("version of letters")
-        << 5 << QStringLiteral("new") << QString() << true << QStringLiteral("dotted numbers");
-    QTest::newRow("empty version")
-        << 5 << QString() << QString() << true << QStringLiteral("dotted numbers");
-}
-
-void AdditionTest::ordersThatLackSomethingAreRefused()
-{
-    QFETCH(int, id);
-    QFETCH(QString, version);
-    QFETCH(QString, name);
-    QFETCH(bool, isExtracted);
-    QFETCH(QString, fault);
-    AdditionOrder order = orderFor(id, version);
-    order.package.name = name;
-    if (isExtracted)
-        order.extract = QStringLiteral("Resources/plugins");
-    Addition addition(offer(), order);
-    QCOMPARE(run(addition), Outcome::NOT_UNDERSTOOD);
-    QVERIFY2(addition.fault().contains(fault), qPrintable(addition.fault()));
-}
-
-void AdditionTest::versionThatIsThereIsRefused_data()
-{
-    QTest::addColumn<QString>("version");
-
-    QTest::newRow("same text") << QStringLiteral("1.0");
-    QTest::newRow("same numbers") << QStringLiteral("2.00");
-    QTest::newRow("same numbers with an end") << QStringLiteral("2.0b");
-}
-
-void AdditionTest::versionThatIsThereIsRefused()
-{
-    QFETCH(QString, version);
-    AdditionOrder order = orderFor(5, version);
-    order.extract = QStringLiteral("Resources/plugins");
-    Addition addition(offer(), order);
-    QCOMPARE(run(addition), Outcome::REFUSED);
-    QVERIFY2(addition.fault().contains(QStringLiteral("already")), qPrintable(addition.fault()));
-}
-
-void AdditionTest::catalogueThatWouldBeWrongIsRefused_data()
-{
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QStringList>("findings");
-
-    const auto row = [](const char *name, const char *key, const char *value, const char *finding) {
-        QTest::newRow(name) << QString::fromLatin1(key) << QString::fromUtf8(value)
-                            << QStringList(QString::fromLatin1(finding));
-    };
-    row("address of another version", "link", "https://a.example/v/piers-1.0.zip",
-        "address/shared-by-versions");
-    row("no address", "link", "piers", "address/invalid");
-    row("other scheme", "link", "ftp://a.example/p.zip", "address/scheme");
-    row("unpacked outside", "extract", "../x", "path/outside");
-    row("unknown dependency", "depends", "99", "dependency/unknown-package");
-    row("dependency too new", "depends", "7:3", "dependency/minimum-not-offered");
-    row("everybody's folder", "remove", "Custom Scenery", "path/belongs-to-all");
-    row("absolute rule", "preserve", "/etc/passwd", "path/absolute");
-    row("climbing rule", "backup", "../x", "path/climbs");
-}
-
-void AdditionTest::catalogueThatWouldBeWrongIsRefused()
-{
-    QFETCH(QString, key);
-    QFETCH(QString, value);
-    QFETCH(QStringList, findings);
-    AdditionOrder order = orderFor(5, QStringLiteral("3.0"));
-    if (key == QLatin1String("link"))
-        order.link = value;
-    if (key == QLatin1String("extract"))
-        order.extract = value;
-    if (key == QLatin1String("depends"))
-        order.depends = QStringList(value);
-    if (key == QLatin1String("remove"))
-        order.remove = QStringList(value);
-    if (key == QLatin1String("preserve"))
-        order.preserve = QStringList(value);
-    if (key == QLatin1String("backup"))
-        order.backup = QStringList(value);
-    Addition addition(offer(), order);
-    QCOMPARE(run(addition), Outcome::REFUSED);
-    QVERIFY(rulesOf(addition.findings()).contains(findings.first()));
-    QCOMPARE(addition.findings().count(Severity::ERROR),
-             static_cast<int>(addition.findings().findings().size()));
-}
-
-/// Errors that were there already stay a matter of their own, in front of the place and behind it.
-void AdditionTest::faultsElsewhereAreNoHindrance()
-{
-    QByteArray changed = offer().replace("\"depends\": [\"7\"]", "\"depends\": [\"99\"]");
-    changed.replace("https://a.example/v/library.zip", "");
-    changed.replace("[\n  { \"id\": 5", "[\n  { \"id\": 1 },\n  { \"id\": 5");
-    QVERIFY(checkCatalogue(changed).count(Severity::ERROR) >= 4);
-    Addition addition(changed, orderFor(5, QStringLiteral("3.0")));
-    QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
-    QCOMPARE(rulesOf(addition.findings()), QStringList());
-    QVERIFY(hasOnlyGrown(changed, addition.result()));
-}
-
-/// However far apart they are: places are compared as they were before.
-void AdditionTest::newFaultIsNotTakenForOneBeforeIt()
-{
-    AdditionOrder order = orderFor(5, QStringLiteral("3.0"));
-    order.link = QStringLiteral("ftp://a.example/3.zip");
-    const QByteArray other = "[\n  {\"id\": 4, \"name\": {\"en\": \"Four\"}, \"versions\": [{"
-                             "\"version\": \"1\", \"link\": \"ftp://a.example/4.zip\"}]},";
-    for (int blanks = 0; blanks < 600; ++blanks) {
-        const QByteArray changed = offer().replace(0, 1, other + QByteArray(blanks, ' '));
-        Addition addition(changed, order);
-        QCOMPARE(run(addition), Outcome::REFUSED);
-        QCOMPARE(rulesOf(addition.findings()), QStringList(QStringLiteral("address/scheme")));
-    }
-}
-
-void AdditionTest::doubtfulCatalogueIsRefused_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("isDoubtful");
-
-    const QStringList kinds{QStringLiteral("json"), QStringLiteral("key"), QStringLiteral("type"),
-                            QStringLiteral("id"), QStringLiteral("version")};
-    for (const CorpusCatalogue &catalogue : corpusCatalogues()) {
-        const auto &findings = catalogue.findings;
-        const bool isDoubtful =
-            std::any_of(findings.cbegin(), findings.cend(),
-                        [&kinds](const QString &finding) { return isErrorOf(finding, kinds); });
-        QTest::newRow(qPrintable(catalogue.name)) << catalogue.bytes << isDoubtful;
-    }
-}
-
-/// Whatever is not refused only grows, and clients read all that they have read before.
-void AdditionTest::doubtfulCatalogueIsRefused()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(bool, isDoubtful);
-    AdditionOrder order = orderFor(5, QStringLiteral("99.0"));
-    order.extract = QStringLiteral("Resources/plugins");
-    order.link = QStringLiteral("https://a.example/99.zip");
-    order.depends = QStringList(QString());
-    order.preserve = order.backup = order.depends;
-    order.remove = QStringList(QStringLiteral("Resources/plugins/Ninety"));
-    const auto before = Kavo::Models::parseCatalogue(bytes, QStringLiteral("en"));
-    const bool isThere = std::any_of(before.cbegin(), before.cend(),
-                                     [](const auto &package) { return package->id() == 5; });
-    if (!isThere)
-        order.package.name = QStringLiteral("Piers");
-    Addition addition(bytes, order);
-    const Outcome outcome = run(addition);
-    QVERIFY2(outcome == (isDoubtful ? Outcome::REFUSED : Outcome::GOOD),
-             qPrintable(addition.fault()));
-    if (isDoubtful) {
-        QVERIFY(!addition.findings().findings().empty());
-        return;
-    }
-    QVERIFY(hasOnlyGrown(bytes, addition.result()));
-    const auto after = Kavo::Models::parseCatalogue(addition.result(), QStringLiteral("en"));
-    QCOMPARE(after.size(), before.size() + (isThere ? 0 : 1));
-    int versions = 0;
-    for (const auto &package : after)
-        versions += package->versions().size();
-    for (const auto &package : before)
-        versions -= package->versions().size();
-    QCOMPARE(versions, 1);
-}
-
-void AdditionTest::versionsOfOthersMayBeDoubtful()
-{
-    const QByteArray changed = offer().replace("\"2.1\"", "\"beta\"");
-    AdditionOrder order = orderFor(5, QStringLiteral("3.0"));
-    order.depends = QStringList(QString());
-    Addition addition(changed, order);
-    QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
-    Addition same(changed, orderFor(7, QStringLiteral("3.0")));
-    QCOMPARE(run(same), Outcome::REFUSED);
-    QCOMPARE(rulesOf(same.findings()), QStringList(QStringLiteral("version/not-numbers")));
-}
 
 KAVO_TEST_MAIN(AdditionTest)
 #include "AdditionTest.moc"

@@ -1,9 +1,12 @@
 #include "tools/check/ArchiveCheck.h"
 #include "packages/PackageEnvironment.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/ArchiveShelf.h"
 #include "tests/tools/ToolRun.h"
+#include "tools/ExitStatus.h"
 #include "tools/check/CatalogueCheck.h"
 
 #include <QCryptographicHash>
@@ -18,9 +21,9 @@ using Versions = QVector<ShelvedVersion>;
 
 namespace {
 
-const QString Own = QStringLiteral("Resources/plugins/Piers");
-const QString Plugin = Own + QStringLiteral("/64/lin.xpl");
-const QString Readme = Own + QStringLiteral("/readme.txt");
+const QString Own = "Resources/plugins/Piers"_s;
+const QString Plugin = Own + "/64/lin.xpl"_s;
+const QString Readme = Own + "/readme.txt"_s;
 
 CheckReport checked(const ArchiveShelf &shelf)
 {
@@ -35,7 +38,7 @@ CheckReport checked(const ArchiveShelf &shelf)
 
 QByteArray zipOf(const Files &files)
 {
-    return archiveOf(files, QStringLiteral("zip"));
+    return archiveOf(files, "zip"_s);
 }
 
 QByteArray good()
@@ -44,7 +47,7 @@ QByteArray good()
     return archive;
 }
 
-ShelvedVersion version(const QByteArray &archive, const QString &format = QStringLiteral("zip"))
+ShelvedVersion version(const QByteArray &archive, const QString &format = "zip"_s)
 {
     ShelvedVersion shelved;
     shelved.archive = archive;
@@ -54,7 +57,7 @@ ShelvedVersion version(const QByteArray &archive, const QString &format = QStrin
 
 ShelvedVersion tar(const QVector<TarEntry> &entries)
 {
-    return version(tarOf(entries), QStringLiteral("tar"));
+    return version(tarOf(entries), "tar"_s);
 }
 
 /// The next version of the same package, and the same version of another one.
@@ -67,657 +70,535 @@ ShelvedVersion numbered(ShelvedVersion shelved, const QString &number, int packa
 
 QString link(int package = 0, int position = 0)
 {
-    return QStringLiteral("/%1/versions/%2/link").arg(package).arg(position);
+    return "/%1/versions/%2/link"_s.arg(package).arg(position);
 }
 
 QString entry(const char *list, int position = 0, int index = 0)
 {
-    return QStringLiteral("/0/versions/%1/%2/%3").arg(position).arg(QLatin1String(list)).arg(index);
+    return "/0/versions/%1/%2/%3"_s.arg(position).arg(QLatin1String(list)).arg(index);
 }
 
 } // namespace
 
-/// What a check finds in archives, which are made by 7-Zip or are what no program would make.
+/// What a check finds in archives, those of 7-Zip and hand-made ones.
 class ArchiveCheckTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void goodArchivesGiveNothing_data();
-    void goodArchivesGiveNothing();
-    void faultsOfArchivesAreFound_data();
-    void faultsOfArchivesAreFound();
-    void namesAreLookedAt_data();
-    void namesAreLookedAt();
-    void rulesAreComparedWithArchives_data();
-    void rulesAreComparedWithArchives();
-    void filesOfTwoPackagesAreFound_data();
-    void filesOfTwoPackagesAreFound();
-    void archivesAreFoundAsClientsNameThem_data();
-    void archivesAreFoundAsClientsNameThem();
-    void everyRuleIsBroken();
-    void sizeIsThatOfAllFiles();
-    void whatIsMissingIsCounted();
-    void sharedArchiveIsReadOnce();
-    void specialFilesHoldNobodyUp();
-    void manyEntriesTakeTheirTimeOnly_data();
-    void manyEntriesTakeTheirTimeOnly();
-    void nothingIsWritten();
+    void goodArchivesGiveNothing_data()
+    {
+        addColumns();
+        const Files files{{Plugin, "code"}, {Readme, "text"}, {Own + "/empty/"_s, ""}};
+        for (const char *format : {"zip", "7z", "tar", "wim"})
+            row(format, {version(archiveOf(files, QLatin1String(format)), QLatin1String(format))});
+        ShelvedVersion extracted = version(zipOf({{"64/lin.xpl"_s, "code"}}));
+        extracted.extract = Own + "/./64/..//"_s;
+        row("unpacked into a folder", {extracted});
+        for (const char *format : {"zip", "7z", "tar"}) {
+            ShelvedVersion empty =
+                version(archiveOf({}, QLatin1String(format)), QLatin1String(format));
+            empty.remove.clear();
+            empty.keys = {{"depends"_s, QJsonArray{"6:1.0"_s}}};
+            row(QByteArray("empty ") + format + " of a package that only needs another",
+                {empty, numbered(version(good()), "1.0"_s, 6)});
+        }
+        ShelvedVersion rules = version(zipOf({{Plugin, "code"}, {"lights.txt"_s, "own"}}));
+        rules.preserve = QStringList{Own + "/settings.ini"_s, "Output/preferences/piers/a.prf"_s};
+        rules.backup = QStringList{"lights.txt"_s};
+        rules.remove += {"lights.txt"_s, Own + "/settings.ini"_s, "Output/preferences/piers"_s};
+        row("rules of every kind", {rules});
+        ShelvedVersion backedUp = rules;
+        backedUp.remove.removeAt(1);
+        for (const char *removal : {"Output/preferences/a.prf", "Output/preferences"}) {
+            ShelvedVersion written = version(good());
+            written.backup = QStringList{"Output/preferences/a.prf"_s};
+            written.remove += QLatin1String(removal);
+            row(QByteArray("original that the add-on itself overwrites, by ") + removal, {written});
+        }
+        row("the original takes the place of what no rule removes", {backedUp});
+        ShelvedVersion told = version(good());
+        told.keys = {
+            {"size"_s, good().size()},
+            {"sha256"_s, QString::fromLatin1(
+                             QCryptographicHash::hash(good(), QCryptographicHash::Sha256).toHex())
+                             .toUpper()}};
+        row("size and checksum", {told});
+        ShelvedVersion newer = numbered(version(zipOf({{Readme, "new"}})), "2.0"_s);
+        newer.remove += "Resources/plugins/Old"_s;
+        newer.backup = QStringList{"lights.txt"_s};
+        ShelvedVersion older =
+            version(zipOf({{"Resources/plugins/Old/a.xpl"_s, "code"}, {"lights.txt"_s, "own"}}));
+        older.remove = QStringList{"Resources/plugins/Old"_s, "lights.txt"_s};
+        row("rules for what an older version brings", {newer, older});
+        ShelvedVersion folderOnly = version(zipOf({}));
+        folderOnly.extract = Own;
+        row("the folder to unpack into is made", {folderOnly});
+        ShelvedVersion named = version(zipOf({{"a"_s, "text"}}));
+        named.extract = "Own: folder."_s;
+        named.remove = QStringList{named.extract};
+        row("the name of the folder to unpack into is not the archive's", {named});
+        row("two versions with the same files",
+            {version(good()), numbered(version(good()), "2.0"_s)});
+        ShelvedVersion elsewhere = numbered(version(good()), "1.0"_s, 6);
+        elsewhere.extract = "Elsewhere"_s;
+        elsewhere.remove = QStringList{"Elsewhere"_s};
+        row("two packages with the same files in two places", {version(good()), elsewhere});
+        row("one file that is no archive",
+            {version(archiveOf({{Own + "/archive.zip.txt"_s, "text"}}, "zip"_s))});
+        row("archives beside other files",
+            {version(zipOf({{Own + "/z.zip"_s, "x"}, {Readme, "text"}}))});
+        row("hard link", {tar({{TarEntry::FILE, Readme.toUtf8(), "text"},
+                               {TarEntry::HARD_LINK, (Own + "/b"_s).toUtf8(), Readme.toUtf8()}})});
+    }
+
+    void goodArchivesGiveNothing()
+    {
+        QFETCH(Versions, versions);
+        for (const ShelvedVersion &shelved : qAsConst(versions))
+            QVERIFY(!shelved.archive.isNull());
+        compare();
+    }
+
+    void faultsOfArchivesAreFound_data()
+    {
+        addColumns();
+        const QString unreadable = "archive/unreadable"_s;
+        fault("missing", version(QByteArray()), "archive/missing"_s);
+        fault("empty file", version(""), unreadable);
+        fault("a page in its place", version("<html>404</html>"), unreadable);
+        const Files files{{Plugin, QByteArray(5000, 'a') + "b"}, {Readme, "text"}};
+        for (const char *format : {"zip", "7z", "tar"}) {
+            const QByteArray whole = archiveOf(files, QLatin1String(format));
+            fault(QByteArray(format) + ", cut",
+                  version(whole.left(whole.size() / 2), QLatin1String(format)), unreadable);
+        }
+        const QByteArray inner = archiveOf(files, "tar"_s);
+        for (const char *format : {"gz", "bz2", "xz"}) {
+            const QByteArray whole = compressed(inner, QLatin1String(format));
+            const QString suffix = "tar."_s + QLatin1String(format);
+            fault(QByteArray("tar.") + format + ", cut",
+                  version(whole.left(whole.size() - 5), suffix), unreadable);
+        }
+        for (const char *format : {"zip", "7z"}) {
+            const QByteArray whole = archiveOf(files, QLatin1String(format), "password"_s);
+            fault(QByteArray(format) + ", encrypted", version(whole, QLatin1String(format)),
+                  "archive/encrypted"_s);
+        }
+
+        const auto nested = [](const QByteArray &name, ShelvedVersion shelved) {
+            shelved.extract = Own;
+            fault(name, shelved, "archive/nested"_s);
+        };
+        ShelvedVersion gzip = version(compressed(inner, "gz"_s), "tar.gz"_s);
+        gzip.extract = Own;
+        row("tar.gz", {gzip});
+        nested("tar.bz2", version(compressed(inner, "bz2"_s), "tar.bz2"_s));
+        nested("tar.xz", version(compressed(inner, "xz"_s), "tar.xz"_s));
+        nested("txz", version(compressed(inner, "xz"_s), "txz"_s));
+        nested("zip in a zip", version(zipOf({{"add-on.ZIP"_s, good()}})));
+        nested("7z in a folder of a zip", version(zipOf({{"a/b.7z"_s, "x"}})));
+
+        ShelvedVersion told = version(good());
+        told.keys = {{"size"_s, good().size() + 1}};
+        row("size", {told}, {"archive/size-differs /0/versions/0/size"_s});
+        told.keys = {{"size"_s, good().size() + 1}, {"sha256"_s, QString(64, QLatin1Char('0'))}};
+        row("checksum", {told},
+            {"archive/checksum-differs /0/versions/0/sha256"_s,
+             "archive/size-differs /0/versions/0/size"_s});
+        told.keys = {{"size"_s, good().size()}, {"sha256"_s, QString(64, QLatin1Char('0'))}};
+        row("checksum of the right size", {told},
+            {"archive/checksum-differs /0/versions/0/sha256"_s});
+        told.keys = {{"size"_s, -1}, {"sha256"_s, QString()}};
+        row("what clients do not read", {told});
+
+        const TarEntry file{TarEntry::FILE, Readme.toUtf8(), "text"};
+        const QByteArray place = (Own + "/x"_s).toUtf8();
+        const QString leadsOut = "archive/leads-out"_s;
+        fault("climbing name", tar({file, {TarEntry::FILE, "../evil", "x"}}), leadsOut);
+        fault("absolute name", tar({file, {TarEntry::FILE, "/tmp/evil", "x"}}), leadsOut);
+        fault("link that leads out", tar({file, {TarEntry::LINK, place, "../../../.."}}), leadsOut);
+        fault("absolute link", tar({file, {TarEntry::LINK, place, "/etc"}}), leadsOut);
+        fault("device", tar({file, {TarEntry::DEVICE, place, ""}}), leadsOut);
+        fault("pipe", tar({file, {TarEntry::PIPE, place, ""}}), leadsOut);
+        fault("link inside", tar({file, {TarEntry::LINK, place, "readme.txt"}}), "archive/link"_s);
+    }
+
+    void faultsOfArchivesAreFound() { compare(); }
+
+    void namesAreLookedAt_data()
+    {
+        addColumns();
+        const QByteArray own = Own.toUtf8() + '/';
+        const auto longNamed = [&own](const QByteArray &name) {
+            return tar({{TarEntry::LONG_NAME, "././@LongLink", own + name + '\0'},
+                        {TarEntry::FILE, "short", "x"},
+                        {TarEntry::FILE, Readme.toUtf8(), "text"}});
+        };
+        const auto holding = [&own](const QList<QByteArray> &names) {
+            QVector<TarEntry> entries;
+            for (const QByteArray &name : names)
+                entries.append({TarEntry::FILE, own + name, "x"});
+            return tar(entries);
+        };
+        row("name of 255 bytes", {longNamed(QByteArray(255, 'n'))});
+        fault("name of 256 bytes", longNamed(QByteArray(256, 'n')), "archive/refused-name"_s);
+        fault("name of 128 letters in 256 bytes", longNamed(QByteArray("\xc3\xa4").repeated(128)),
+              "archive/refused-name"_s);
+        fault("folder of 256 bytes", longNamed(QByteArray(256, 'n') + "/a"),
+              "archive/refused-name"_s);
+        const QByteArray deep = QByteArray("folder/").repeated(600);
+        row("path of 4095 bytes", {longNamed(deep.left(4095 - own.size()))});
+        fault("path of 4096 bytes", longNamed(deep.left(4096 - own.size())),
+              "archive/refused-name"_s);
+
+        for (const char *name : {"back\\slash", "a:b", "star*", "question?", "\"quoted\"", "<", ">",
+                                 "a|b", "tab\tin it", "blank ", "dot.", "folder./a"})
+            row(name, {holding({name})}, {"archive/foreign-name "_s + link()});
+        row("names that all take", {holding({" a .b, c;d'e#f%g&h{i}~$HOME \xc3\xa4", ".hidden"})});
+
+        fault("file and file", holding({"a/Name.txt", "a/name.txt"}), "archive/case-differs"_s);
+        fault("folder and folder with the same in them", holding({"a/x/y", "A/x/y"}),
+              "archive/case-differs"_s);
+        fault("other letters", holding({"\xc3\xa4", "\xc3\x84"}), "archive/case-differs"_s);
+        row("in two folders", {holding({"a/Name", "b/name"})});
+        ShelvedVersion small = tar({{TarEntry::FILE, "resources/plugins/Piers/a", "x"}});
+        small.remove = QStringList{"resources/plugins/Piers"_s};
+        // One finding for each of the two folders.
+        row("folder of the simulator", {small},
+            {"archive/case-differs "_s + link(), "archive/case-differs "_s + link()});
+
+        fault("file, then a folder of its name", holding({"a", "a/b"}),
+              "archive/file-and-folder"_s);
+        fault("folder, then a file of its name", holding({"a/b", "a"}),
+              "archive/file-and-folder"_s);
+        fault("file, then an empty folder of its name",
+              tar({{TarEntry::FILE, own + "a", "x"}, {TarEntry::FOLDER, own + "a", ""}}),
+              "archive/file-and-folder"_s);
+        row("the same file and folder twice", {tar({{TarEntry::FOLDER, own + "a", ""},
+                                                    {TarEntry::FILE, own + "a/b", "x"},
+                                                    {TarEntry::FOLDER, own + "a/", ""},
+                                                    {TarEntry::FILE, own + "./a//b", "x"}})});
+    }
+
+    void namesAreLookedAt() { compare(); }
+
+    void rulesAreComparedWithArchives_data()
+    {
+        addColumns();
+        const auto with = [](QStringList ShelvedVersion::*list, const QStringList &entries) {
+            ShelvedVersion shelved = version(good());
+            shelved.*list = entries;
+            return shelved;
+        };
+        const auto removing = [&with](const QStringList &entries) {
+            return with(&ShelvedVersion::remove, entries);
+        };
+        const QString left = "archive/left-behind"_s;
+        const QString removals = "/0/versions/0/uninstall/remove"_s;
+        fault("file that no entry removes", {removing({Plugin})}, left, removals);
+        fault("entry in another case", {removing({Own, Own.toUpper()})}, "remove/names-nothing"_s,
+              entry("uninstall/remove", 0, 1));
+        fault("entry that clients skip", {removing({"Resources/plugins"_s, Plugin})}, left,
+              removals);
+        row("entry whose name only begins the same", {removing({Plugin, Own + "/readme"_s})},
+            {left + QLatin1Char(' ') + removals,
+             "remove/names-nothing "_s + entry("uninstall/remove", 0, 1)});
+        row("each file by itself", {removing({Plugin, Readme})});
+        row("no entry at all is told without archives", {removing({})});
+        fault("entry below a file", {removing({Own, Readme + "/x"_s})}, "remove/names-nothing"_s,
+              entry("uninstall/remove", 0, 1));
+        ShelvedVersion link =
+            tar({{TarEntry::FILE, Readme.toUtf8(), "text"}, {TarEntry::LINK, "link", "elsewhere"}});
+        row("link that no entry removes", {link},
+            {"archive/link /0/versions/0/link"_s, left + QLatin1Char(' ') + removals});
+
+        const auto preserving = [&with](const QString &place) {
+            return with(&ShelvedVersion::preserve, {place});
+        };
+        fault("folder to keep", {preserving(Own + "/64/"_s)}, "preserve/folder"_s,
+              entry("install/preserve"));
+        fault("file to keep that is brought", {preserving(Readme)}, "preserve/shipped"_s,
+              entry("install/preserve"));
+        row("skipped entries",
+            {with(&ShelvedVersion::preserve,
+                  {"../x"_s, "/etc/hosts"_s, QString(), "Resources/plugins"_s})});
+        const auto backing = [&with](const QString &place) {
+            return with(&ShelvedVersion::backup, {place});
+        };
+        fault("folder to back up", {backing(Own)}, "backup/folder"_s, entry("install/backup"));
+        ShelvedVersion beside = backing("Output/preferences/a.prf"_s);
+        beside.remove += Own + "/64"_s;
+        beside.remove += "Output/preferences/a.prf/b"_s;
+        row("removals beside a backup that is not brought", {beside},
+            {"backup/not-shipped "_s + entry("install/backup"),
+             "remove/names-nothing "_s + entry("uninstall/remove", 0, 2)});
+        fault("backup of what is not brought", {backing("lights.txt"_s)}, "backup/not-shipped"_s,
+              entry("install/backup"));
+
+        ShelvedVersion missing = numbered(version(QByteArray()), "0.9"_s);
+        missing.remove += "Resources/plugins/Old"_s;
+        fault("what is missing may have brought it",
+              {removing({Own, "Resources/plugins/Old"_s}), missing}, "archive/missing"_s,
+              "/0/versions/1/link"_s);
+        ShelvedVersion outside = version(good());
+        outside.extract = "../outside"_s;
+        outside.remove += "Resources/plugins/Old"_s;
+        row("unpacked outside", {outside});
+        ShelvedVersion below = version(good());
+        below.extract = "Elsewhere"_s;
+        below.remove += "Elsewhere"_s;
+        fault("paths begin where the archive is unpacked", {below}, "remove/names-nothing"_s,
+              entry("uninstall/remove"));
+    }
+
+    void rulesAreComparedWithArchives() { compare(); }
+
+    void filesOfTwoPackagesAreFound_data()
+    {
+        addColumns();
+        const auto other = [](const QString &number) {
+            ShelvedVersion shelved = numbered(
+                version(zipOf({{Plugin, "other code"}, {Own + "/other.txt"_s, "x"}})), number, 6);
+            return shelved;
+        };
+        const ShelvedVersion free =
+            numbered(version(zipOf({{Own + "/free.txt"_s, "x"}})), "2.0"_s, 6);
+        const QString shared = "archive/shared-file "_s;
+        const QString older = "archive/shared-with-older "_s;
+        row("newest versions", {version(good()), other("1.0"_s)}, {shared + link(1)});
+        row("older version of the second", {version(good()), free, other("1.0"_s)},
+            {older + link(1, 1)});
+        row("older version of the first", {other("1.0"_s), free, version(good())},
+            {older + link(1)});
+        row("newest and older versions", {version(good()), other("2.0"_s), other("1.0"_s)},
+            {shared + link(1)});
+        row("one that shares nothing behind",
+            {version(good()), free, other("1.0"_s),
+             numbered(version(zipOf({{Own + "/lonely"_s, "x"}})), "1.0"_s, 7)},
+            {older + link(1, 1)});
+        row("folders may be shared", {version(good()), free});
+        ShelvedVersion third = other("1.0"_s);
+        third.package = 7;
+        // A file is compared with one of the other packages only.
+        row("three packages", {version(good()), other("1.0"_s), third},
+            {shared + link(1), shared + link(2), shared + link(2)});
+        ShelvedVersion same = numbered(version(QByteArray()), "1.0"_s, 6);
+        same.keys = {{"link"_s, "https://addons.example.org/files/package-5-1.0.zip"_s}};
+        row("one archive", {version(good()), same}, {shared + link(1)});
+    }
+
+    void filesOfTwoPackagesAreFound() { compare(); }
+
+    void archivesAreFoundAsClientsNameThem_data()
+    {
+        addColumns();
+        const auto at = [](const QString &path, const QString &address, const QByteArray &archive) {
+            ShelvedVersion shelved = version(archive);
+            shelved.path = path;
+            shelved.keys = {{"link"_s, address}};
+            return shelved;
+        };
+        const QString server = "https://addons.example.org"_s;
+        row("name without the question",
+            {at("a b.zip"_s, server + "/x/a%20b.zip?c=d.zip#e"_s, good())});
+        row("folders of the address", {at("x/y/a.zip"_s, server + "/x/y/a.zip"_s, good())});
+        row("the folders go before the name",
+            {at("x/a.zip"_s, server + "/x/a.zip"_s, good()),
+             numbered(at("a.zip"_s, server + "/y/a.zip"_s, ""), "0.9"_s)},
+            {"archive/unreadable "_s + link(0, 1)});
+        row("one file for two addresses",
+            {at("a.zip"_s, server + "/x/a.zip"_s, good()),
+             numbered(at("a.zip"_s, server + "/y/a.zip"_s, good()), "0.9"_s)},
+            {"archive/ambiguous "_s + link(0, 1)});
+        row("one address twice", {at("a.zip"_s, server + "/x/a.zip"_s, good()),
+                                  numbered(at("a.zip"_s, server + "/x/a.zip"_s, good()), "0.9"_s)});
+        row("missing twice is told once",
+            {at(QString(), server + "/x/a.zip"_s, QByteArray()),
+             numbered(at(QString(), server + "/x/a.zip"_s, QByteArray()), "0.9"_s)},
+            {"archive/missing "_s + link()});
+        row("outside of the folder",
+            {at("../a.zip"_s, server + "/../a.zip"_s, good()),
+             numbered(at(QString(), server + "/%2e%2e/a.zip"_s, QByteArray()), "0.9"_s)},
+            {"archive/missing "_s + link(), "archive/missing "_s + link(0, 1)});
+        row("folder of that name", {at("a.zip/b"_s, server + "/a.zip"_s, good())},
+            {"archive/missing "_s + link()});
+        row("no address", {at("a.zip"_s, QString(), good()),
+                           numbered(at("a.zip"_s, server + "/x/"_s, good()), "0.9"_s)});
+    }
+
+    void archivesAreFoundAsClientsNameThem() { compare(); }
+
+    /// The rows above have broken every rule, except those of updates, which have their own test.
+    void everyRuleIsBroken()
+    {
+        for (const RuleText &rule : allRules()) {
+            const bool isLookedFor = rule.rule >= Rule::ARCHIVE_MISSING &&
+                                     rule.rule < Rule::UPDATE_LEFT_OVER &&
+                                     rule.rule != Rule::ARCHIVE_UNPACKED_SIZE;
+            QVERIFY2(!isLookedFor || m_broken.contains(QString::fromLatin1(rule.name)), rule.name);
+        }
+    }
+
+    void sizeIsThatOfAllFiles()
+    {
+        const ArchiveShelf shelf({version(zipOf({{Readme, QByteArray(1000, 'a')},
+                                                 {Plugin, QByteArray(536, 'b')},
+                                                 {Own + "/empty/"_s, ""}})),
+                                  numbered(version(zipOf({{Readme, "x"}})), "2.0"_s),
+                                  numbered(version(zipOf({})), "3.0"_s)});
+        QStringList sizes;
+        const CheckReport report = checked(shelf);
+        for (const Finding &finding : report.findings()) {
+            if (finding.rule == Rule::ARCHIVE_UNPACKED_SIZE)
+                sizes.append(finding.pointer + QLatin1Char(' ') + finding.message);
+        }
+        QCOMPARE(sizes, QStringList({link() + " Unpacked it is 1.50 KB in 2 files."_s,
+                                     link(0, 1) + " Unpacked it is 1.00 Bytes in 1 file."_s}));
+    }
+
+    void whatIsMissingIsCounted()
+    {
+        ShelvedVersion shelved = version(zipOf({{Readme, "a"}, {"a"_s, "a"}, {"b/c"_s, "c"}}));
+        const ArchiveShelf shelf({shelved});
+        const CheckReport report = checked(shelf);
+        QVERIFY(report.has(Rule::ARCHIVE_LEFT_BEHIND));
+        for (const Finding &finding : report.findings()) {
+            if (finding.rule == Rule::ARCHIVE_LEFT_BEHIND)
+                QCOMPARE(finding.message, "No entry removes \"a\" and 1 more."_s);
+        }
+    }
+
+    /// A stand-in counts the runs of 7-Zip.
+    void sharedArchiveIsReadOnce()
+    {
+        const QTemporaryDir scratch;
+        const QString program = scratch.filePath("7z"_s);
+        const QString runs = scratch.filePath("runs"_s);
+        QVERIFY(writeFile(program, "#!/bin/sh\necho run >> '" + runs.toUtf8() +
+                                       "'\nexec /usr/bin/7z \"$@\"\n"));
+        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
+        ShelvedVersion same = numbered(version(QByteArray()), "2.0"_s);
+        same.keys = {{"link"_s, "https://addons.example.org/files/package-5-1.0.zip"_s}};
+        ShelvedVersion other = numbered(same, "1.0"_s, 6);
+        other.extract = "Elsewhere"_s;
+        other.remove = QStringList{"Elsewhere"_s};
+        const ArchiveShelf shelf({version(good()), same, other});
+        const ArchiveFolder folder(shelf.folder());
+        const CheckReport report = checkCatalogue(
+            shelf.catalogue(),
+            [&](const QByteArray &document, const CatalogueView &catalogue, Findings &findings) {
+                ArchiveCheck(document, folder, program, findings).check(catalogue);
+            });
+        QCOMPARE(archiveFindings(report), QStringList());
+        QCOMPARE(readFile(runs), QByteArray("run\n"));
+    }
+
+    /// Reading the pipe would block for ever.
+    void specialFilesHoldNobodyUp()
+    {
+        const ArchiveShelf shelf({version(QByteArray())});
+        const QString pipe = shelf.folder() + QLatin1Char('/') + version(QByteArray()).fileName();
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        QCOMPARE(archiveFindings(checked(shelf)), QStringList{"archive/missing "_s + link()});
+    }
+
+    void manyEntriesTakeTheirTimeOnly_data()
+    {
+        Rows<int, QByteArray>()
+            .row("in one folder", 60'000, "name-%1.txt")
+            .row("each in folders of its own", 15'000,
+                 QByteArray("%1/") + QByteArray("a/").repeated(35) + "x")
+            .row("names that differ in case only", 60'000, "%2");
+    }
+
+    /// A quadratic algorithm would take minutes.
+    void manyEntriesTakeTheirTimeOnly()
+    {
+        const auto [count, name] = Rows<int, QByteArray>::current();
+        QVector<TarEntry> entries;
+        for (int number = 0; number < count; ++number) {
+            QByteArray cases;
+            for (int bit = 0; bit < 16; ++bit)
+                cases += (number >> bit) % 2 == 0 ? 'a' : 'A';
+            entries.append(
+                {TarEntry::FILE,
+                 QByteArray(name).replace("%1", QByteArray::number(number)).replace("%2", cases),
+                 ""});
+        }
+        ShelvedVersion many = tar(entries);
+        many.extract = Own;
+        QStringList removals;
+        for (int number = 0; number < 2000; ++number)
+            removals.append(Own + "/name-%1.txt"_s.arg(number));
+        many.remove = removals;
+        many.backup = removals;
+        ShelvedVersion again = numbered(many, "1.0"_s, 6);
+        const ArchiveShelf shelf({many, again});
+        QElapsedTimer timer;
+        timer.start();
+        const CheckReport report = checked(shelf);
+        QVERIFY(report.has(Rule::ARCHIVE_SHARED_FILE));
+        QVERIFY2(timer.elapsed() < 60'000, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void nothingIsWritten()
+    {
+        const ScratchProfile profile;
+        ShelvedVersion told = version(good());
+        told.keys = {{"sha256"_s, QString(64, QLatin1Char('0'))}};
+        const ArchiveShelf shelf({told, numbered(tar({{TarEntry::LINK, "a", "b"}}), "2.0"_s),
+                                  numbered(version(compressed("x", "xz"_s), "xz"_s), "3.0"_s)});
+        const auto archives = fileTree(shelf.folder());
+        const auto home = fileTree(profile.home());
+        const auto working = fileTree(profile.folder("working"_s));
+        const ToolRun run({"check"_s, shelf.catalogueFile(), "--archives"_s, shelf.folder()},
+                          profile.folder("working"_s));
+        QCOMPARE(run.status(), ERRORS);
+        QCOMPARE(run.complaints(), QByteArray());
+        QVERIFY(run.output().contains("archive/checksum-differs"));
+        QCOMPARE(fileTree(shelf.folder()), archives);
+        QCOMPARE(fileTree(profile.home()), home);
+        QCOMPARE(fileTree(profile.folder("working"_s)), working);
+        QCOMPARE(readFile(shelf.catalogueFile()), shelf.catalogue());
+    }
 
 private:
-    /// Compares and remembers which rules were broken.
-    void compare();
+    static void addColumns()
+    {
+        QTest::addColumn<Versions>("versions");
+        QTest::addColumn<QStringList>("findings");
+    }
+    static void row(const QByteArray &name, const Versions &versions,
+                    const QStringList &findings = {})
+    {
+        QTest::newRow(name.constData()) << versions << findings;
+    }
+    /// A row with one finding: of the first archive, or at the pointer.
+    static void fault(const QByteArray &name, const ShelvedVersion &shelved, const QString &rule)
+    {
+        fault(name, {shelved}, rule, link());
+    }
+    static void fault(const QByteArray &name, const Versions &versions, const QString &rule,
+                      const QString &pointer)
+    {
+        row(name, versions, {QString(rule + QLatin1Char(' ') + pointer)});
+    }
+
+    /// Compares the findings, and notes the rules that were broken.
+    void compare()
+    {
+        QFETCH(Versions, versions);
+        QFETCH(QStringList, findings);
+        const ArchiveShelf shelf(versions);
+        const QStringList found = archiveFindings(checked(shelf));
+        for (const QString &finding : found)
+            m_broken.insert(finding.section(QLatin1Char(' '), 0, 0));
+        QCOMPARE(found, findings);
+    }
 
     QSet<QString> m_broken;
 };
-
-void ArchiveCheckTest::compare()
-{
-    QFETCH(Versions, versions);
-    QFETCH(QStringList, findings);
-    const ArchiveShelf shelf(versions);
-    const QStringList found = archiveFindings(checked(shelf));
-    for (const QString &finding : found)
-        m_broken.insert(finding.section(QLatin1Char(' '), 0, 0));
-    QCOMPARE(found, findings);
-}
-
-void ArchiveCheckTest::goodArchivesGiveNothing_data()
-{
-    QTest::addColumn<Versions>("versions");
-
-    const Files files{{Plugin, "code"}, {Readme, "text"}, {Own + QStringLiteral("/empty/"), ""}};
-    for (const char *format : {"zip", "7z", "tar", "wim"})
-        QTest::newRow(format) << Versions{
-            version(archiveOf(files, QLatin1String(format)), QLatin1String(format))};
-    ShelvedVersion extracted = version(zipOf({{QStringLiteral("64/lin.xpl"), "code"}}));
-    extracted.extract = Own + QStringLiteral("/./64/..//");
-    QTest::newRow("unpacked into a folder") << Versions{extracted};
-    for (const char *format : {"zip", "7z", "tar"}) {
-        ShelvedVersion empty = version(archiveOf({}, QLatin1String(format)), QLatin1String(format));
-        empty.remove.clear();
-        empty.keys = {{QStringLiteral("depends"), QJsonArray{QStringLiteral("6:1.0")}}};
-        QTest::addRow("empty %s of a package that only needs another", format)
-            << Versions{empty, numbered(version(good()), QStringLiteral("1.0"), 6)};
-    }
-    ShelvedVersion rules =
-        version(zipOf({{Plugin, "code"}, {QStringLiteral("lights.txt"), "own"}}));
-    rules.preserve = QStringList{Own + QStringLiteral("/settings.ini"),
-                                 QStringLiteral("Output/preferences/piers/a.prf")};
-    rules.backup = QStringList{QStringLiteral("lights.txt")};
-    rules.remove += {QStringLiteral("lights.txt"), Own + QStringLiteral("/settings.ini"),
-                     QStringLiteral("Output/preferences/piers")};
-    QTest::newRow("rules of every kind") << Versions{rules};
-    ShelvedVersion backedUp = rules;
-    backedUp.remove.removeAt(1);
-    for (const char *removal : {"Output/preferences/a.prf", "Output/preferences"}) {
-        ShelvedVersion written = version(good());
-        written.backup = QStringList{QStringLiteral("Output/preferences/a.prf")};
-        written.remove += QLatin1String(removal);
-        QTest::addRow("original that the add-on itself overwrites, by %s", removal)
-            << Versions{written};
-    }
-    QTest::newRow("the original takes the place of what no rule removes") << Versions{backedUp};
-    ShelvedVersion told = version(good());
-    told.keys = {
-        {QStringLiteral("size"), good().size()},
-        {QStringLiteral("sha256"),
-         QString::fromLatin1(QCryptographicHash::hash(good(), QCryptographicHash::Sha256).toHex())
-             .toUpper()}};
-    QTest::newRow("size and checksum") << Versions{told};
-    ShelvedVersion newer = numbered(version(zipOf({{Readme, "new"}})), QStringLiteral("2.0"));
-    newer.remove += QStringLiteral("Resources/plugins/Old");
-    newer.backup = QStringList{QStringLiteral("lights.txt")};
-    ShelvedVersion older = version(zipOf({{QStringLiteral("Resources/plugins/Old/a.xpl"), "code"},
-                                          {QStringLiteral("lights.txt"), "own"}}));
-    older.remove =
-        QStringList{QStringLiteral("Resources/plugins/Old"), QStringLiteral("lights.txt")};
-    QTest::newRow("rules for what an older version brings") << Versions{newer, older};
-    ShelvedVersion folderOnly = version(zipOf({}));
-    folderOnly.extract = Own;
-    QTest::newRow("the folder to unpack into is made") << Versions{folderOnly};
-    ShelvedVersion named = version(zipOf({{QStringLiteral("a"), "text"}}));
-    named.extract = QStringLiteral("Own: folder.");
-    named.remove = QStringList{named.extract};
-    QTest::newRow("the name of the folder to unpack into is not the archive's") << Versions{named};
-    QTest::newRow("two versions with the same files")
-        << Versions{version(good()), numbered(version(good()), QStringLiteral("2.0"))};
-    ShelvedVersion elsewhere = numbered(version(good()), QStringLiteral("1.0"), 6);
-    elsewhere.extract = QStringLiteral("Elsewhere");
-    elsewhere.remove = QStringList{QStringLiteral("Elsewhere")};
-    QTest::newRow("two packages with the same files in two places")
-        << Versions{version(good()), elsewhere};
-    QTest::newRow("one file that is no archive") << Versions{version(
-        archiveOf({{Own + QStringLiteral("/archive.zip.txt"), "text"}}, QStringLiteral("zip")))};
-    QTest::newRow("archives beside other files")
-        << Versions{version(zipOf({{Own + QStringLiteral("/z.zip"), "x"}, {Readme, "text"}}))};
-    QTest::newRow("hard link") << Versions{
-        tar({{TarEntry::FILE, Readme.toUtf8(), "text"},
-             {TarEntry::HARD_LINK, (Own + QStringLiteral("/b")).toUtf8(), Readme.toUtf8()}})};
-}
-
-void ArchiveCheckTest::goodArchivesGiveNothing()
-{
-    QFETCH(Versions, versions);
-    const ArchiveShelf shelf(versions);
-    for (const ShelvedVersion &shelved : qAsConst(versions))
-        QVERIFY(!shelved.archive.isNull());
-    QCOMPARE(archiveFindings(checked(shelf)), QStringList());
-}
-
-void ArchiveCheckTest::faultsOfArchivesAreFound_data()
-{
-    QTest::addColumn<Versions>("versions");
-    QTest::addColumn<QStringList>("findings");
-
-    const auto row = [](const char *name, const ShelvedVersion &shelved, const QString &rule) {
-        QTest::newRow(name) << Versions{shelved} << QStringList{rule + QLatin1Char(' ') + link()};
-    };
-    const QString unreadable = QStringLiteral("archive/unreadable");
-    row("missing", version(QByteArray()), QStringLiteral("archive/missing"));
-    row("empty file", version(""), unreadable);
-    row("a page in its place", version("<html>404</html>"), unreadable);
-    const Files files{{Plugin, QByteArray(5000, 'a') + "b"}, {Readme, "text"}};
-    for (const char *format : {"zip", "7z", "tar"}) {
-        const QByteArray whole = archiveOf(files, QLatin1String(format));
-        QTest::addRow("%s, cut", format)
-            << Versions{version(whole.left(whole.size() / 2), QLatin1String(format))}
-            << QStringList{unreadable + QLatin1Char(' ') + link()};
-    }
-    const QByteArray inner = archiveOf(files, QStringLiteral("tar"));
-    for (const char *format : {"gz", "bz2", "xz"}) {
-        const QByteArray whole = compressed(inner, QLatin1String(format));
-        const QString suffix = QStringLiteral("tar.") + QLatin1String(format);
-        QTest::addRow("tar.%s, cut", format)
-            << Versions{version(whole.left(whole.size() - 5), suffix)}
-            << QStringList{unreadable + QLatin1Char(' ') + link()};
-    }
-    for (const char *format : {"zip", "7z"}) {
-        QTest::addRow("%s, encrypted", format)
-            << Versions{version(archiveOf(files, QLatin1String(format), QStringLiteral("password")),
-                                QLatin1String(format))}
-            << QStringList{QStringLiteral("archive/encrypted ") + link()};
-    }
-
-    const auto nested = [](const char *name, ShelvedVersion shelved) {
-        shelved.extract = Own;
-        QTest::newRow(name) << Versions{shelved}
-                            << QStringList{QStringLiteral("archive/nested ") + link()};
-    };
-    const QTemporaryDir scratch;
-    writeFile(scratch.filePath(QStringLiteral("a.tar")), inner);
-    for (const char *format : {"gz", "bz2", "xz"}) {
-        const QString suffix = QStringLiteral("tar.") + QLatin1String(format);
-        QTest::addRow("tar.%s", format)
-            << Versions{[&] {
-                   ShelvedVersion shelved =
-                       version(compressed(inner, QLatin1String(format)), suffix);
-                   shelved.extract = Own;
-                   return shelved;
-               }()}
-            << (qstrcmp(format, "gz") == 0
-                    ? QStringList()
-                    : QStringList{QStringLiteral("archive/nested ") + link()});
-    }
-    nested("txz", version(compressed(inner, QStringLiteral("xz")), QStringLiteral("txz")));
-    nested("zip in a zip", version(zipOf({{QStringLiteral("add-on.ZIP"), good()}})));
-    nested("7z in a folder of a zip", version(zipOf({{QStringLiteral("a/b.7z"), "x"}})));
-
-    ShelvedVersion told = version(good());
-    told.keys = {{QStringLiteral("size"), good().size() + 1}};
-    QTest::newRow("size") << Versions{told}
-                          << QStringList{QStringLiteral("archive/size-differs /0/versions/0/size")};
-    told.keys = {{QStringLiteral("size"), good().size() + 1},
-                 {QStringLiteral("sha256"), QString(64, QLatin1Char('0'))}};
-    QTest::newRow("checksum")
-        << Versions{told}
-        << QStringList{QStringLiteral("archive/checksum-differs /0/versions/0/sha256"),
-                       QStringLiteral("archive/size-differs /0/versions/0/size")};
-    told.keys = {{QStringLiteral("size"), good().size()},
-                 {QStringLiteral("sha256"), QString(64, QLatin1Char('0'))}};
-    QTest::newRow("checksum of the right size")
-        << Versions{told}
-        << QStringList{QStringLiteral("archive/checksum-differs /0/versions/0/sha256")};
-    told.keys = {{QStringLiteral("size"), -1}, {QStringLiteral("sha256"), QString()}};
-    QTest::newRow("what clients do not read") << Versions{told} << QStringList();
-
-    const TarEntry file{TarEntry::FILE, Readme.toUtf8(), "text"};
-    const QByteArray place = (Own + QStringLiteral("/x")).toUtf8();
-    const QString leadsOut = QStringLiteral("archive/leads-out");
-    row("climbing name", tar({file, {TarEntry::FILE, "../evil", "x"}}), leadsOut);
-    row("absolute name", tar({file, {TarEntry::FILE, "/tmp/evil", "x"}}), leadsOut);
-    row("link that leads out", tar({file, {TarEntry::LINK, place, "../../../.."}}), leadsOut);
-    row("absolute link", tar({file, {TarEntry::LINK, place, "/etc"}}), leadsOut);
-    row("device", tar({file, {TarEntry::DEVICE, place, ""}}), leadsOut);
-    row("pipe", tar({file, {TarEntry::PIPE, place, ""}}), leadsOut);
-    row("link inside", tar({file, {TarEntry::LINK, place, "readme.txt"}}),
-        QStringLiteral("archive/link"));
-}
-
-void ArchiveCheckTest::faultsOfArchivesAreFound()
-{
-    compare();
-}
-
-void ArchiveCheckTest::namesAreLookedAt_data()
-{
-    QTest::addColumn<Versions>("versions");
-    QTest::addColumn<QStringList>("findings");
-
-    const auto row = [](const char *name, const ShelvedVersion &shelved, const char *rule) {
-        QTest::newRow(name) << Versions{shelved}
-                            << QStringList{QLatin1String(rule) + QLatin1Char(' ') + link()};
-    };
-    const QByteArray own = Own.toUtf8() + '/';
-    const auto longNamed = [&own](const QByteArray &name) {
-        return tar({{TarEntry::LONG_NAME, "././@LongLink", own + name + '\0'},
-                    {TarEntry::FILE, "short", "x"},
-                    {TarEntry::FILE, Readme.toUtf8(), "text"}});
-    };
-    QTest::newRow("name of 255 bytes")
-        << Versions{longNamed(QByteArray(255, 'n'))} << QStringList();
-    row("name of 256 bytes", longNamed(QByteArray(256, 'n')), "archive/refused-name");
-    row("name of 128 letters in 256 bytes", longNamed(QByteArray("\xc3\xa4").repeated(128)),
-        "archive/refused-name");
-    row("folder of 256 bytes", longNamed(QByteArray(256, 'n') + "/a"), "archive/refused-name");
-    const QByteArray deep = QByteArray("folder/").repeated(600);
-    QTest::newRow("path of 4095 bytes")
-        << Versions{longNamed(deep.left(4095 - own.size()))} << QStringList();
-    row("path of 4096 bytes", longNamed(deep.left(4096 - own.size())), "archive/refused-name");
-
-    for (const char *name : {"back\\slash", "a:b", "star*", "question?", "\"quoted\"", "<", ">",
-                             "a|b", "tab\tin it", "blank ", "dot.", "folder./a"})
-        QTest::newRow(name) << Versions{tar({{TarEntry::FILE, own + name, "x"}})}
-                            << QStringList{QStringLiteral("archive/foreign-name ") + link()};
-    QTest::newRow("names that all take")
-        << Versions{tar({{TarEntry::FILE, own + " a .b, c;d'e#f%g&h{i}~$HOME \xc3\xa4", "x"},
-                         {TarEntry::FILE, own + ".hidden", "x"}})}
-        << QStringList();
-
-    row("file and file",
-        tar({{TarEntry::FILE, own + "a/Name.txt", "x"}, {TarEntry::FILE, own + "a/name.txt", "x"}}),
-        "archive/case-differs");
-    row("folder and folder with the same in them",
-        tar({{TarEntry::FILE, own + "a/x/y", "x"}, {TarEntry::FILE, own + "A/x/y", "x"}}),
-        "archive/case-differs");
-    row("other letters",
-        tar({{TarEntry::FILE, own + "\xc3\xa4", "x"}, {TarEntry::FILE, own + "\xc3\x84", "x"}}),
-        "archive/case-differs");
-    QTest::newRow("in two folders") << Versions{tar({{TarEntry::FILE, own + "a/Name", "x"},
-                                                     {TarEntry::FILE, own + "b/name", "x"}})}
-                                    << QStringList();
-    ShelvedVersion small = tar({{TarEntry::FILE, "resources/plugins/Piers/a", "x"}});
-    small.remove = QStringList{QStringLiteral("resources/plugins/Piers")};
-    // Both the folder and the one in it.
-    QTest::newRow("folder of the simulator")
-        << Versions{small}
-        << QStringList{QStringLiteral("archive/case-differs ") + link(),
-                       QStringLiteral("archive/case-differs ") + link()};
-
-    row("file, then a folder of its name",
-        tar({{TarEntry::FILE, own + "a", "x"}, {TarEntry::FILE, own + "a/b", "x"}}),
-        "archive/file-and-folder");
-    row("folder, then a file of its name",
-        tar({{TarEntry::FILE, own + "a/b", "x"}, {TarEntry::FILE, own + "a", "x"}}),
-        "archive/file-and-folder");
-    row("file, then an empty folder of its name",
-        tar({{TarEntry::FILE, own + "a", "x"}, {TarEntry::FOLDER, own + "a", ""}}),
-        "archive/file-and-folder");
-    QTest::newRow("the same file and folder twice")
-        << Versions{tar({{TarEntry::FOLDER, own + "a", ""},
-                         {TarEntry::FILE, own + "a/b", "x"},
-                         {TarEntry::FOLDER, own + "a/", ""},
-                         {TarEntry::FILE, own + "./a//b", "x"}})}
-        << QStringList();
-}
-
-void ArchiveCheckTest::namesAreLookedAt()
-{
-    compare();
-}
-
-void ArchiveCheckTest::rulesAreComparedWithArchives_data()
-{
-    QTest::addColumn<Versions>("versions");
-    QTest::addColumn<QStringList>("findings");
-
-    const auto row = [](const char *name, const Versions &versions, const QString &rule,
-                        const QString &pointer) {
-        QTest::newRow(name) << versions << QStringList{rule + QLatin1Char(' ') + pointer};
-    };
-    const auto with = [](QStringList ShelvedVersion::*list, const QStringList &entries) {
-        ShelvedVersion shelved = version(good());
-        shelved.*list = entries;
-        return shelved;
-    };
-    const auto removing = [&with](const QStringList &entries) {
-        return with(&ShelvedVersion::remove, entries);
-    };
-    const QString left = QStringLiteral("archive/left-behind");
-    const QString removals = QStringLiteral("/0/versions/0/uninstall/remove");
-    row("file that no entry removes", {removing({Plugin})}, left, removals);
-    row("entry in another case", {removing({Own, Own.toUpper()})},
-        QStringLiteral("remove/names-nothing"), entry("uninstall/remove", 0, 1));
-    row("entry that clients skip", {removing({QStringLiteral("Resources/plugins"), Plugin})}, left,
-        removals);
-    QTest::newRow("entry whose name only begins the same")
-        << Versions{removing({Plugin, Own + QStringLiteral("/readme")})}
-        << QStringList{left + QLatin1Char(' ') + removals,
-                       QStringLiteral("remove/names-nothing ") + entry("uninstall/remove", 0, 1)};
-    QTest::newRow("each file by itself") << Versions{removing({Plugin, Readme})} << QStringList();
-    QTest::newRow("no entry at all is told without archives")
-        << Versions{removing({})} << QStringList();
-    row("entry below a file", {removing({Own, Readme + QStringLiteral("/x")})},
-        QStringLiteral("remove/names-nothing"), entry("uninstall/remove", 0, 1));
-    ShelvedVersion link =
-        tar({{TarEntry::FILE, Readme.toUtf8(), "text"}, {TarEntry::LINK, "link", "elsewhere"}});
-    QTest::newRow("link that no entry removes")
-        << Versions{link}
-        << QStringList{QStringLiteral("archive/link /0/versions/0/link"),
-                       left + QLatin1Char(' ') + removals};
-
-    const auto preserving = [&with](const QString &place) {
-        return with(&ShelvedVersion::preserve, {place});
-    };
-    row("folder to keep", {preserving(Own + QStringLiteral("/64/"))},
-        QStringLiteral("preserve/folder"), entry("install/preserve"));
-    row("file to keep that is brought", {preserving(Readme)}, QStringLiteral("preserve/shipped"),
-        entry("install/preserve"));
-    QTest::newRow("skipped entries")
-        << Versions{with(&ShelvedVersion::preserve,
-                         {QStringLiteral("../x"), QStringLiteral("/etc/hosts"), QString(),
-                          QStringLiteral("Resources/plugins")})}
-        << QStringList();
-    const auto backing = [&with](const QString &place) {
-        return with(&ShelvedVersion::backup, {place});
-    };
-    row("folder to back up", {backing(Own)}, QStringLiteral("backup/folder"),
-        entry("install/backup"));
-    ShelvedVersion beside = backing(QStringLiteral("Output/preferences/a.prf"));
-    beside.remove += Own + QStringLiteral("/64");
-    beside.remove += QStringLiteral("Output/preferences/a.prf/b");
-    QTest::newRow("removals beside a backup that is not brought")
-        << Versions{beside}
-        << QStringList{QStringLiteral("backup/not-shipped ") + entry("install/backup"),
-                       QStringLiteral("remove/names-nothing ") + entry("uninstall/remove", 0, 2)};
-    row("backup of what is not brought", {backing(QStringLiteral("lights.txt"))},
-        QStringLiteral("backup/not-shipped"), entry("install/backup"));
-
-    ShelvedVersion missing = numbered(version(QByteArray()), QStringLiteral("0.9"));
-    missing.remove += QStringLiteral("Resources/plugins/Old");
-    row("what is missing may have brought it",
-        {removing({Own, QStringLiteral("Resources/plugins/Old")}), missing},
-        QStringLiteral("archive/missing"), QStringLiteral("/0/versions/1/link"));
-    ShelvedVersion outside = version(good());
-    outside.extract = QStringLiteral("../outside");
-    outside.remove += QStringLiteral("Resources/plugins/Old");
-    QTest::newRow("unpacked outside") << Versions{outside} << QStringList();
-    ShelvedVersion below = version(good());
-    below.extract = QStringLiteral("Elsewhere");
-    below.remove += QStringLiteral("Elsewhere");
-    row("paths begin where the archive is unpacked", {below},
-        QStringLiteral("remove/names-nothing"), entry("uninstall/remove"));
-}
-
-void ArchiveCheckTest::rulesAreComparedWithArchives()
-{
-    compare();
-}
-
-void ArchiveCheckTest::filesOfTwoPackagesAreFound_data()
-{
-    QTest::addColumn<Versions>("versions");
-    QTest::addColumn<QStringList>("findings");
-
-    const auto other = [](const QString &number) {
-        ShelvedVersion shelved = numbered(
-            version(zipOf({{Plugin, "other code"}, {Own + QStringLiteral("/other.txt"), "x"}})),
-            number, 6);
-        return shelved;
-    };
-    const ShelvedVersion free = numbered(version(zipOf({{Own + QStringLiteral("/free.txt"), "x"}})),
-                                         QStringLiteral("2.0"), 6);
-    const QString shared = QStringLiteral("archive/shared-file ");
-    const QString older = QStringLiteral("archive/shared-with-older ");
-    QTest::newRow("newest versions")
-        << Versions{version(good()), other(QStringLiteral("1.0"))} << QStringList{shared + link(1)};
-    QTest::newRow("older version of the second")
-        << Versions{version(good()), free, other(QStringLiteral("1.0"))}
-        << QStringList{older + link(1, 1)};
-    QTest::newRow("older version of the first")
-        << Versions{other(QStringLiteral("1.0")), free, version(good())}
-        << QStringList{older + link(1)};
-    QTest::newRow("newest and older versions")
-        << Versions{version(good()), other(QStringLiteral("2.0")), other(QStringLiteral("1.0"))}
-        << QStringList{shared + link(1)};
-    QTest::newRow("one that shares nothing behind")
-        << Versions{version(good()), free, other(QStringLiteral("1.0")),
-                    numbered(version(zipOf({{Own + QStringLiteral("/lonely"), "x"}})),
-                             QStringLiteral("1.0"), 7)}
-        << QStringList{older + link(1, 1)};
-    QTest::newRow("folders may be shared") << Versions{version(good()), free} << QStringList();
-    ShelvedVersion third = other(QStringLiteral("1.0"));
-    third.package = 7;
-    // With one of the others it is enough.
-    QTest::newRow("three packages")
-        << Versions{version(good()), other(QStringLiteral("1.0")), third}
-        << QStringList{shared + link(1), shared + link(2), shared + link(2)};
-    ShelvedVersion same = numbered(version(QByteArray()), QStringLiteral("1.0"), 6);
-    same.keys = {{QStringLiteral("link"),
-                  QStringLiteral("https://addons.example.org/files/package-5-1.0.zip")}};
-    QTest::newRow("one archive") << Versions{version(good()), same}
-                                 << QStringList{shared + link(1)};
-}
-
-void ArchiveCheckTest::filesOfTwoPackagesAreFound()
-{
-    compare();
-}
-
-void ArchiveCheckTest::archivesAreFoundAsClientsNameThem_data()
-{
-    QTest::addColumn<Versions>("versions");
-    QTest::addColumn<QStringList>("findings");
-
-    const auto at = [](const QString &path, const QString &address, const QByteArray &archive) {
-        ShelvedVersion shelved = version(archive);
-        shelved.path = path;
-        shelved.keys = {{QStringLiteral("link"), address}};
-        return shelved;
-    };
-    const QString server = QStringLiteral("https://addons.example.org");
-    QTest::newRow("name without the question")
-        << Versions{at(QStringLiteral("a b.zip"), server + QStringLiteral("/x/a%20b.zip?c=d.zip#e"),
-                       good())}
-        << QStringList();
-    QTest::newRow("folders of the address")
-        << Versions{at(QStringLiteral("x/y/a.zip"), server + QStringLiteral("/x/y/a.zip"), good())}
-        << QStringList();
-    QTest::newRow("the folders go before the name")
-        << Versions{at(QStringLiteral("x/a.zip"), server + QStringLiteral("/x/a.zip"), good()),
-                    numbered(at(QStringLiteral("a.zip"), server + QStringLiteral("/y/a.zip"), ""),
-                             QStringLiteral("0.9"))}
-        << QStringList{QStringLiteral("archive/unreadable ") + link(0, 1)};
-    QTest::newRow("one file for two addresses")
-        << Versions{at(QStringLiteral("a.zip"), server + QStringLiteral("/x/a.zip"), good()),
-                    numbered(
-                        at(QStringLiteral("a.zip"), server + QStringLiteral("/y/a.zip"), good()),
-                        QStringLiteral("0.9"))}
-        << QStringList{QStringLiteral("archive/ambiguous ") + link(0, 1)};
-    QTest::newRow("one address twice")
-        << Versions{at(QStringLiteral("a.zip"), server + QStringLiteral("/x/a.zip"), good()),
-                    numbered(
-                        at(QStringLiteral("a.zip"), server + QStringLiteral("/x/a.zip"), good()),
-                        QStringLiteral("0.9"))}
-        << QStringList();
-    QTest::newRow("missing twice is told once")
-        << Versions{at(QString(), server + QStringLiteral("/x/a.zip"), QByteArray()),
-                    numbered(at(QString(), server + QStringLiteral("/x/a.zip"), QByteArray()),
-                             QStringLiteral("0.9"))}
-        << QStringList{QStringLiteral("archive/missing ") + link()};
-    QTest::newRow("outside of the folder")
-        << Versions{at(QStringLiteral("../a.zip"), server + QStringLiteral("/../a.zip"), good()),
-                    numbered(at(QString(), server + QStringLiteral("/%2e%2e/a.zip"), QByteArray()),
-                             QStringLiteral("0.9"))}
-        << QStringList{QStringLiteral("archive/missing ") + link(),
-                       QStringLiteral("archive/missing ") + link(0, 1)};
-    QTest::newRow("folder of that name")
-        << Versions{at(QStringLiteral("a.zip/b"), server + QStringLiteral("/a.zip"), good())}
-        << QStringList{QStringLiteral("archive/missing ") + link()};
-    QTest::newRow("no address") << Versions{at(QStringLiteral("a.zip"), QString(), good()),
-                                            numbered(at(QStringLiteral("a.zip"),
-                                                        server + QStringLiteral("/x/"), good()),
-                                                     QStringLiteral("0.9"))}
-                                << QStringList();
-}
-
-void ArchiveCheckTest::archivesAreFoundAsClientsNameThem()
-{
-    compare();
-}
-
-/// By the rows above, which have run by now; those of updates have a test of their own.
-void ArchiveCheckTest::everyRuleIsBroken()
-{
-    for (const RuleText &rule : allRules()) {
-        const bool isLookedFor = rule.rule >= Rule::ARCHIVE_MISSING &&
-                                 rule.rule < Rule::UPDATE_LEFT_OVER &&
-                                 rule.rule != Rule::ARCHIVE_UNPACKED_SIZE;
-        QVERIFY2(!isLookedFor || m_broken.contains(QString::fromLatin1(rule.name)), rule.name);
-    }
-}
-
-void ArchiveCheckTest::sizeIsThatOfAllFiles()
-{
-    const ArchiveShelf shelf({version(zipOf({{Readme, QByteArray(1000, 'a')},
-                                             {Plugin, QByteArray(536, 'b')},
-                                             {Own + QStringLiteral("/empty/"), ""}})),
-                              numbered(version(zipOf({{Readme, "x"}})), QStringLiteral("2.0")),
-                              numbered(version(zipOf({})), QStringLiteral("3.0"))});
-    QStringList sizes;
-    const CheckReport report = checked(shelf);
-    for (const Finding &finding : report.findings()) {
-        if (finding.rule == Rule::ARCHIVE_UNPACKED_SIZE)
-            sizes.append(finding.pointer + QLatin1Char(' ') + finding.message);
-    }
-    QCOMPARE(sizes,
-             QStringList({link() + QStringLiteral(" Unpacked it is 1.50 KB in 2 files."),
-                          link(0, 1) + QStringLiteral(" Unpacked it is 1.00 Bytes in 1 file.")}));
-}
-
-void ArchiveCheckTest::whatIsMissingIsCounted()
-{
-    ShelvedVersion shelved =
-        version(zipOf({{Readme, "a"}, {QStringLiteral("a"), "a"}, {QStringLiteral("b/c"), "c"}}));
-    const ArchiveShelf shelf({shelved});
-    const CheckReport report = checked(shelf);
-    QVERIFY(report.has(Rule::ARCHIVE_LEFT_BEHIND));
-    for (const Finding &finding : report.findings()) {
-        if (finding.rule == Rule::ARCHIVE_LEFT_BEHIND)
-            QCOMPARE(finding.message, QStringLiteral("No entry removes \"a\" and 1 more."));
-    }
-}
-
-/// By a stand-in that counts how often 7-Zip is started.
-void ArchiveCheckTest::sharedArchiveIsReadOnce()
-{
-    const QTemporaryDir scratch;
-    const QString program = scratch.filePath(QStringLiteral("7z"));
-    const QString runs = scratch.filePath(QStringLiteral("runs"));
-    QVERIFY(writeFile(program,
-                      "#!/bin/sh\necho run >> '" + runs.toUtf8() + "'\nexec /usr/bin/7z \"$@\"\n"));
-    QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
-    ShelvedVersion same = numbered(version(QByteArray()), QStringLiteral("2.0"));
-    same.keys = {{QStringLiteral("link"),
-                  QStringLiteral("https://addons.example.org/files/package-5-1.0.zip")}};
-    ShelvedVersion other = numbered(same, QStringLiteral("1.0"), 6);
-    other.extract = QStringLiteral("Elsewhere");
-    other.remove = QStringList{QStringLiteral("Elsewhere")};
-    const ArchiveShelf shelf({version(good()), same, other});
-    const ArchiveFolder folder(shelf.folder());
-    const CheckReport report =
-        checkCatalogue(shelf.catalogue(), [&](const QByteArray &document,
-                                              const CatalogueView &catalogue, Findings &findings) {
-            ArchiveCheck(document, folder, program, findings).check(catalogue);
-        });
-    QCOMPARE(archiveFindings(report), QStringList());
-    QCOMPARE(readFile(runs), QByteArray("run\n"));
-}
-
-/// Nobody ever writes into the pipe.
-void ArchiveCheckTest::specialFilesHoldNobodyUp()
-{
-    const ArchiveShelf shelf({version(QByteArray())});
-    const QString pipe = shelf.folder() + QLatin1Char('/') + version(QByteArray()).fileName();
-    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    QCOMPARE(archiveFindings(checked(shelf)),
-             QStringList{QStringLiteral("archive/missing ") + link()});
-}
-
-void ArchiveCheckTest::manyEntriesTakeTheirTimeOnly_data()
-{
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QByteArray>("name");
-
-    QTest::newRow("in one folder") << 60'000 << QByteArray("name-%1.txt");
-    QTest::newRow("each in folders of its own")
-        << 15'000 << QByteArray("%1/") + QByteArray("a/").repeated(35) + "x";
-    QTest::newRow("names that differ in case only") << 60'000 << QByteArray("%2");
-}
-
-/// What were quadratic would take minutes.
-void ArchiveCheckTest::manyEntriesTakeTheirTimeOnly()
-{
-    QFETCH(int, count);
-    QFETCH(QByteArray, name);
-    QVector<TarEntry> entries;
-    for (int number = 0; number < count; ++number) {
-        QByteArray cases;
-        for (int bit = 0; bit < 16; ++bit)
-            cases += (number >> bit) % 2 == 0 ? 'a' : 'A';
-        entries.append(
-            {TarEntry::FILE,
-             QByteArray(name).replace("%1", QByteArray::number(number)).replace("%2", cases), ""});
-    }
-    ShelvedVersion many = tar(entries);
-    many.extract = Own;
-    QStringList removals;
-    for (int number = 0; number < 2000; ++number)
-        removals.append(Own + QStringLiteral("/name-%1.txt").arg(number));
-    many.remove = removals;
-    many.backup = removals;
-    ShelvedVersion again = numbered(many, QStringLiteral("1.0"), 6);
-    const ArchiveShelf shelf({many, again});
-    QElapsedTimer timer;
-    timer.start();
-    const CheckReport report = checked(shelf);
-    QVERIFY(report.has(Rule::ARCHIVE_SHARED_FILE));
-    QVERIFY2(timer.elapsed() < 60'000, qPrintable(QString::number(timer.elapsed())));
-}
-
-void ArchiveCheckTest::nothingIsWritten()
-{
-    const ScratchProfile profile;
-    ShelvedVersion told = version(good());
-    told.keys = {{QStringLiteral("sha256"), QString(64, QLatin1Char('0'))}};
-    const ArchiveShelf shelf(
-        {told, numbered(tar({{TarEntry::LINK, "a", "b"}}), QStringLiteral("2.0")),
-         numbered(version(compressed("x", QStringLiteral("xz")), QStringLiteral("xz")),
-                  QStringLiteral("3.0"))});
-    const auto archives = fileTree(shelf.folder());
-    const auto home = fileTree(profile.home());
-    const auto working = fileTree(profile.folder(QStringLiteral("working")));
-    const ToolRun run({QStringLiteral("check"), shelf.catalogueFile(), QStringLiteral("--archives"),
-                       shelf.folder()},
-                      profile.folder(QStringLiteral("working")));
-    QCOMPARE(run.status(), 2);
-    QCOMPARE(run.complaints(), QByteArray());
-    QVERIFY(run.output().contains("archive/checksum-differs"));
-    QCOMPARE(fileTree(shelf.folder()), archives);
-    QCOMPARE(fileTree(profile.home()), home);
-    QCOMPARE(fileTree(profile.folder(QStringLiteral("working"))), working);
-    QCOMPARE(readFile(shelf.catalogueFile()), shelf.catalogue());
-}
 
 KAVO_TEST_MAIN(ArchiveCheckTest)
 #include "ArchiveCheckTest.moc"

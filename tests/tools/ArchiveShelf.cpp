@@ -1,6 +1,7 @@
 #include "tests/tools/ArchiveShelf.h"
 
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -13,15 +14,12 @@ namespace {
 QJsonObject objectOf(const ShelvedVersion &version)
 {
     QJsonObject object{
-        {QStringLiteral("version"), version.version},
-        {QStringLiteral("link"),
-         QString(QStringLiteral("https://addons.example.org/files/") + version.fileName())},
-        {QStringLiteral("install"),
-         QJsonObject{{QStringLiteral("extract"), version.extract},
-                     {QStringLiteral("preserve"), QJsonArray::fromStringList(version.preserve)},
-                     {QStringLiteral("backup"), QJsonArray::fromStringList(version.backup)}}},
-        {QStringLiteral("uninstall"),
-         QJsonObject{{QStringLiteral("remove"), QJsonArray::fromStringList(version.remove)}}}};
+        {"version"_s, version.version},
+        {"link"_s, QString("https://addons.example.org/files/"_s + version.fileName())},
+        {"install"_s, QJsonObject{{"extract"_s, version.extract},
+                                  {"preserve"_s, QJsonArray::fromStringList(version.preserve)},
+                                  {"backup"_s, QJsonArray::fromStringList(version.backup)}}},
+        {"uninstall"_s, QJsonObject{{"remove"_s, QJsonArray::fromStringList(version.remove)}}}};
     for (auto key = version.keys.begin(); key != version.keys.end(); ++key)
         object.insert(key.key(), key.value());
     return object;
@@ -36,12 +34,11 @@ QByteArray catalogueOf(const QVector<ShelvedVersion> &versions)
         const int id = versions.at(position).package;
         if (position + 1 < versions.size() && versions.at(position + 1).package == id)
             continue;
-        const QString name = QStringLiteral("Package %1").arg(id);
-        packages.append(
-            QJsonObject{{QStringLiteral("id"), id},
-                        {QStringLiteral("name"), QJsonObject{{QStringLiteral("en"), name}}},
-                        {QStringLiteral("type"), QStringLiteral("PLUGIN")},
-                        {QStringLiteral("versions"), own}});
+        const QString name = "Package %1"_s.arg(id);
+        packages.append(QJsonObject{{"id"_s, id},
+                                    {"name"_s, QJsonObject{{"en"_s, name}}},
+                                    {"type"_s, "PLUGIN"_s},
+                                    {"versions"_s, own}});
         own = QJsonArray();
     }
     return QJsonDocument(packages).toJson();
@@ -51,7 +48,7 @@ QByteArray catalogueOf(const QVector<ShelvedVersion> &versions)
 
 QString ShelvedVersion::fileName() const
 {
-    return QStringLiteral("package-%1-%2.%3").arg(package).arg(version, format);
+    return "package-%1-%2.%3"_s.arg(package).arg(version, format);
 }
 
 ArchiveShelf::ArchiveShelf(const QVector<ShelvedVersion> &versions)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/Literals.h"
 #include "tools/check/CheckReport.h"
 
 #include <QByteArray>
@@ -15,15 +16,15 @@ namespace Kavo::Testing {
 struct ShelvedVersion
 {
     int package = 5;
-    QString version = QStringLiteral("1.0");
+    QString version = "1.0"_s;
     QByteArray archive; ///< null when it is not there
-    QString format = QStringLiteral("zip");
+    QString format = "zip"_s;
     QString extract;
-    QStringList remove = {QStringLiteral("Resources/plugins/Piers")};
+    QStringList remove = {"Resources/plugins/Piers"_s};
     QStringList preserve = {};
     QStringList backup = {};
     QJsonObject keys = {}; ///< over those that follow from the others
-    /// Where the archive lies in the folder, when not under its name.
+    /// Path of the archive in the folder; empty for its name.
     QString path = {};
 
     QString fileName() const;
@@ -33,11 +34,11 @@ struct ShelvedVersion
 class ArchiveShelf final
 {
 public:
-    /// Versions of one package stand together in the catalogue, in this order.
+    /// The catalogue has the versions in this order, grouped by package.
     explicit ArchiveShelf(const QVector<ShelvedVersion> &versions);
 
-    QString folder() const { return m_folder.filePath(QStringLiteral("archives")); }
-    QString catalogueFile() const { return m_folder.filePath(QStringLiteral("packages.json")); }
+    QString folder() const { return m_folder.filePath("archives"_s); }
+    QString catalogueFile() const { return m_folder.filePath("packages.json"_s); }
     QByteArray catalogue() const { return m_catalogue; }
 
 private:
@@ -45,8 +46,8 @@ private:
     QByteArray m_catalogue;
 };
 
-/// What a report tells of archives and updates, but for the sizes: "rule pointer" in the order of
-/// the document.
+/// The findings about archives and updates, except sizes: "rule pointer" in the order of the
+/// document.
 QStringList archiveFindings(const Tools::CheckReport &report);
 
 } // namespace Kavo::Testing

@@ -1,6 +1,8 @@
 #include "tools/check/CatalogueCheck.h"
 #include "packages/catalogue/CatalogueParser.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/CatalogueCorpus.h"
 #include "tools/check/CatalogueView.h"
@@ -20,14 +22,13 @@ QStringList namesOf(const CheckReport &report)
     QStringList names;
     for (const Finding &finding : report.findings()) {
         const QString line = QString::fromLatin1(describe(finding.rule).name) +
-                             QStringLiteral(" %1:%2 ").arg(finding.line).arg(finding.column) +
-                             finding.pointer;
+                             " %1:%2 "_s.arg(finding.line).arg(finding.column) + finding.pointer;
         names.append(line.trimmed());
     }
     return names;
 }
 
-/// Rules that are about archives stand at the end.
+/// The rules about archives are the last ones.
 bool needsArchives(Rule rule)
 {
     return rule >= Rule::ARCHIVE_MISSING;
@@ -54,244 +55,227 @@ QByteArray catalogueWith(const QByteArray &before, const QByteArray &after)
 
 } // namespace
 
-/// What a check finds, held against a corpus of catalogues that are each wrong in one way, and
-/// against what the engine reads.
+/// Compares the findings of a check with a corpus of catalogues that have one fault each, and with
+/// what the engine reads.
 class CatalogueCheckTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void corpusGivesItsFindings_data();
-    void corpusGivesItsFindings();
-    void corpusBreaksEveryRule();
-    void everyRuleSaysWhatItMeans();
+    void corpusGivesItsFindings_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QStringList>("findings");
+
+        for (const CorpusCatalogue &catalogue : corpusCatalogues())
+            QTest::newRow(qPrintable(catalogue.name)) << catalogue.bytes << catalogue.findings;
+    }
+
+    void corpusGivesItsFindings()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QStringList, findings);
+        QCOMPARE(namesOf(checkCatalogue(bytes)), findings);
+    }
+
+    void corpusBreaksEveryRule()
+    {
+        QSet<QString> broken;
+        int bad = 0;
+        const auto catalogues = corpusCatalogues();
+        for (const CorpusCatalogue &catalogue : catalogues) {
+            bad += catalogue.findings.isEmpty() ? 0 : 1;
+            for (const QString &finding : catalogue.findings)
+                broken.insert(finding.section(QLatin1Char(' '), 0, 0));
+        }
+        QVERIFY(bad >= 150);
+        for (const RuleText &rule : allRules()) {
+            // A file of that size is not in the corpus.
+            const bool isKept = !needsArchives(rule.rule) && rule.rule != Rule::JSON_TOO_LARGE;
+            QVERIFY2(!isKept || broken.contains(QString::fromLatin1(rule.name)), rule.name);
+        }
+        QDirIterator files(corpusFolder(), {"*.json"_s});
+        int count = 0;
+        for (; files.hasNext(); files.next())
+            ++count;
+        QCOMPARE(count, catalogues.size());
+    }
+
+    void everyRuleSaysWhatItMeans()
+    {
+        QSet<QString> names;
+        const QRegularExpression form("\\A[a-z]+/[a-z0-9-]+\\z"_s);
+        for (const RuleText &rule : allRules()) {
+            const QString name = QString::fromLatin1(rule.name);
+            QVERIFY2(form.match(name).hasMatch(), rule.name);
+            QVERIFY2(!names.contains(name), rule.name);
+            names.insert(name);
+            for (const char *text : {rule.effect, rule.remedy}) {
+                QVERIFY2(QByteArray(text).endsWith('.'), rule.name);
+                QVERIFY2(QChar::isUpper(uint(text[0])), rule.name);
+                QVERIFY2(!QByteArray(text).contains("\\\\"), rule.name);
+            }
+        }
+    }
+
     void clientsReadWhatTheCheckReads_data() { corpusGivesItsFindings_data(); }
-    void clientsReadWhatTheCheckReads();
-    void whatThePartsOfTheEngineAreFedWithIsChecked();
-    void manyFindingsOfOneRuleAreCounted();
-    void otherRulesAreStillFoundThen();
-    void wrongEncodingIsFoundBehindManyOtherFaults();
-    void nulCharacterInAKeyIsFound();
-    void longChainsAndLargeCirclesAreFollowed();
-    void linesAndColumnsCountCharacters();
-    void nearestWordIsTheOneThatWasMeant_data();
-    void nearestWordIsTheOneThatWasMeant();
-};
 
-void CatalogueCheckTest::corpusGivesItsFindings_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QStringList>("findings");
-
-    for (const CorpusCatalogue &catalogue : corpusCatalogues())
-        QTest::newRow(qPrintable(catalogue.name)) << catalogue.bytes << catalogue.findings;
-}
-
-void CatalogueCheckTest::corpusGivesItsFindings()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QStringList, findings);
-    QCOMPARE(namesOf(checkCatalogue(bytes)), findings);
-}
-
-void CatalogueCheckTest::corpusBreaksEveryRule()
-{
-    QSet<QString> broken;
-    int bad = 0;
-    const auto catalogues = corpusCatalogues();
-    for (const CorpusCatalogue &catalogue : catalogues) {
-        bad += catalogue.findings.isEmpty() ? 0 : 1;
-        for (const QString &finding : catalogue.findings)
-            broken.insert(finding.section(QLatin1Char(' '), 0, 0));
-    }
-    QVERIFY(bad >= 150);
-    for (const RuleText &rule : allRules()) {
-        // A file of that size is none to keep.
-        const bool isKept = !needsArchives(rule.rule) && rule.rule != Rule::JSON_TOO_LARGE;
-        QVERIFY2(!isKept || broken.contains(QString::fromLatin1(rule.name)), rule.name);
-    }
-    QDirIterator files(corpusFolder(), {QStringLiteral("*.json")});
-    int count = 0;
-    for (; files.hasNext(); files.next())
-        ++count;
-    QCOMPARE(count, catalogues.size());
-}
-
-void CatalogueCheckTest::everyRuleSaysWhatItMeans()
-{
-    QSet<QString> names;
-    const QRegularExpression form(QStringLiteral("\\A[a-z]+/[a-z0-9-]+\\z"));
-    for (const RuleText &rule : allRules()) {
-        const QString name = QString::fromLatin1(rule.name);
-        QVERIFY2(form.match(name).hasMatch(), rule.name);
-        QVERIFY2(!names.contains(name), rule.name);
-        names.insert(name);
-        for (const char *text : {rule.effect, rule.remedy}) {
-            QVERIFY2(QByteArray(text).endsWith('.'), rule.name);
-            QVERIFY2(QChar::isUpper(uint(text[0])), rule.name);
-            QVERIFY2(!QByteArray(text).contains("\\\\"), rule.name);
-        }
-    }
-}
-
-void CatalogueCheckTest::clientsReadWhatTheCheckReads()
-{
-    QFETCH(QByteArray, bytes);
-    const CheckReport report = checkCatalogue(bytes);
-    const bool isRefused = report.has(Rule::JSON_SYNTAX) || report.has(Rule::JSON_ENCODING) ||
-                           report.has(Rule::JSON_NOT_AN_ARRAY);
-    Kavo::Models::CatalogueParser parser(bytes, QStringLiteral("en"));
-    PackageList packages;
-    while (const auto package = parser.next())
-        packages.append(package);
-    QCOMPARE(parser.isWhole(), !isRefused);
-    if (isRefused)
-        return;
-
-    const JsonTree tree(bytes);
-    const CatalogueView view(tree.root());
-    QCOMPARE(static_cast<int>(view.packages().size()), packages.size());
-    bool endsClients = false;
-    for (int index = 0; index < packages.size(); ++index) {
-        const PackageView &seen = view.packages()[static_cast<std::size_t>(index)];
-        const auto &read = packages.at(index);
-        QCOMPARE(seen.id, read->id());
-        QCOMPARE(static_cast<int>(seen.versions.size()), read->versions().size());
-        if (!seen.newestVersion())
-            continue;
-        const VersionView &newest = *seen.newestVersion();
-        const auto &first = read->versions().constFirst();
-        QCOMPARE(newest.version, first->version);
-        QCOMPARE(newest.link(), first->link);
-        QCOMPARE(textsIn(arrayIn(newest.node, QLatin1String("depends"))), first->depends);
-        QCOMPARE(textsIn(newest.entries(QLatin1String("install"), QLatin1String("preserve"))),
-                 first->install->preserve);
-        QCOMPARE(textsIn(newest.entries(QLatin1String("uninstall"), QLatin1String("remove"))),
-                 first->uninstall->remove);
-        endsClients = endsClients || first->depends.contains(QString());
-    }
-    QCOMPARE(report.has(Rule::DEPENDENCY_EMPTY), endsClients);
-}
-
-void CatalogueCheckTest::whatThePartsOfTheEngineAreFedWithIsChecked()
-{
-    QDirIterator files(QStringLiteral(KAVO_PARSER_CORPUS), QDir::Files);
-    int count = 0;
-    for (; files.hasNext(); ++count) {
-        const QByteArray bytes = readFile(files.next());
+    void clientsReadWhatTheCheckReads()
+    {
+        QFETCH(QByteArray, bytes);
         const CheckReport report = checkCatalogue(bytes);
-        Kavo::Models::CatalogueParser parser(bytes, QStringLiteral("en"));
-        while (parser.next()) {
-        }
         const bool isRefused = report.has(Rule::JSON_SYNTAX) || report.has(Rule::JSON_ENCODING) ||
                                report.has(Rule::JSON_NOT_AN_ARRAY);
-        QVERIFY2(parser.isWhole() == !isRefused, qPrintable(files.fileName()));
+        Kavo::Models::CatalogueParser parser(bytes, "en"_s);
+        PackageList packages;
+        while (const auto package = parser.next())
+            packages.append(package);
+        QCOMPARE(parser.isWhole(), !isRefused);
+        if (isRefused)
+            return;
+
+        const JsonTree tree(bytes);
+        const CatalogueView view(tree.root());
+        QCOMPARE(static_cast<int>(view.packages().size()), packages.size());
+        bool endsClients = false;
+        for (int index = 0; index < packages.size(); ++index) {
+            const PackageView &seen = view.packages()[static_cast<std::size_t>(index)];
+            const auto &read = packages.at(index);
+            QCOMPARE(seen.id, read->id());
+            QCOMPARE(static_cast<int>(seen.versions.size()), read->versions().size());
+            if (!seen.newestVersion())
+                continue;
+            const VersionView &newest = *seen.newestVersion();
+            const auto &first = read->versions().constFirst();
+            QCOMPARE(newest.version, first->version);
+            QCOMPARE(newest.link(), first->link);
+            QCOMPARE(textsIn(arrayIn(newest.node, QLatin1String("depends"))), first->depends);
+            QCOMPARE(textsIn(newest.entries(QLatin1String("install"), QLatin1String("preserve"))),
+                     first->install->preserve);
+            QCOMPARE(textsIn(newest.entries(QLatin1String("uninstall"), QLatin1String("remove"))),
+                     first->uninstall->remove);
+            endsClients = endsClients || first->depends.contains(QString());
+        }
+        QCOMPARE(report.has(Rule::DEPENDENCY_EMPTY), endsClients);
     }
-    QVERIFY(count >= 10);
-}
 
-void CatalogueCheckTest::manyFindingsOfOneRuleAreCounted()
-{
-    const CheckReport report = checkCatalogue(catalogueWith(
-        "\"depends\":[]", "\"depends\":[\"\"" + QByteArray(",\"\"").repeated(4999) + ']'));
-    QCOMPARE(report.count(Severity::ERROR), 1000);
-    QCOMPARE(report.leftOut(), 4000);
-}
-
-void CatalogueCheckTest::otherRulesAreStillFoundThen()
-{
-    const CheckReport report = checkCatalogue(catalogueWith(
-        "\"depends\":[]", "\"depends\":[" + QByteArray("\"\",").repeated(5000) + "\"99\"]"));
-    QVERIFY(report.has(Rule::DEPENDENCY_UNKNOWN_PACKAGE));
-}
-
-void CatalogueCheckTest::wrongEncodingIsFoundBehindManyOtherFaults()
-{
-    const CheckReport report =
-        checkCatalogue(catalogueWith("Piers\"}", QByteArray(500, '\t') + "\xe4\"}"));
-    QVERIFY(report.has(Rule::JSON_TOLERATED));
-    QVERIFY(report.has(Rule::JSON_ENCODING));
-}
-
-void CatalogueCheckTest::nulCharacterInAKeyIsFound()
-{
-    const CheckReport report = checkCatalogue(catalogueWith("\"id\"", "\"\\u0000\":1,\"id\""));
-    QCOMPARE(report.count(Severity::ERROR), 1);
-    QCOMPARE(report.findings().front().rule, Rule::JSON_NUL_CHARACTER);
-    QCOMPARE(report.findings().front().column, 3);
-}
-
-/// Longer than any stack of calls would bear.
-void CatalogueCheckTest::longChainsAndLargeCirclesAreFollowed()
-{
-    constexpr int length = 20'000;
-    const auto chain = [](int last) -> QByteArray {
-        QByteArray bytes = "[";
-        for (int id = 1; id <= length; ++id) {
-            const int needed = id < length ? id + 1 : last;
-            bytes += "{\"id\":" + QByteArray::number(id) +
-                     ",\"versions\":[{\"version\":\"1\",\"depends\":[\"" +
-                     QByteArray::number(needed) + "\"]}]}" + (id < length ? "," : "]");
+    void whatThePartsOfTheEngineAreFedWithIsChecked()
+    {
+        QDirIterator files(QStringLiteral(KAVO_PARSER_CORPUS), QDir::Files);
+        int count = 0;
+        for (; files.hasNext(); ++count) {
+            const QByteArray bytes = readFile(files.next());
+            const CheckReport report = checkCatalogue(bytes);
+            Kavo::Models::CatalogueParser parser(bytes, "en"_s);
+            while (parser.next()) {
+            }
+            const bool isRefused = report.has(Rule::JSON_SYNTAX) ||
+                                   report.has(Rule::JSON_ENCODING) ||
+                                   report.has(Rule::JSON_NOT_AN_ARRAY);
+            QVERIFY2(parser.isWhole() == !isRefused, qPrintable(files.fileName()));
         }
-        return bytes;
-    };
-    const CheckReport open = checkCatalogue(chain(length + 1));
-    QVERIFY(open.has(Rule::DEPENDENCY_NOT_INSTALLABLE));
-    QVERIFY(open.has(Rule::DEPENDENCY_UNKNOWN_PACKAGE));
-    QVERIFY(!open.has(Rule::DEPENDENCY_CIRCLE));
+        QVERIFY(count >= 10);
+    }
 
-    const CheckReport closed = checkCatalogue(chain(1));
-    QVERIFY(!closed.has(Rule::DEPENDENCY_NOT_INSTALLABLE));
-    const auto &findings = closed.findings();
-    const auto circle =
-        std::find_if(findings.cbegin(), findings.cend(), [](const Finding &finding) {
-            return finding.rule == Rule::DEPENDENCY_CIRCLE;
-        });
-    QVERIFY(circle != findings.cend());
-    QCOMPARE(circle->message.count(QStringLiteral(" needs ")), length);
-    QVERIFY(circle->message.startsWith(QStringLiteral("package 1 needs package 2 needs ")));
-    QVERIFY(circle->message.endsWith(QStringLiteral("package 20000 needs package 1.")));
-}
+    void manyFindingsOfOneRuleAreCounted()
+    {
+        const CheckReport report = checkCatalogue(catalogueWith(
+            "\"depends\":[]", "\"depends\":[\"\"" + QByteArray(",\"\"").repeated(4999) + ']'));
+        QCOMPARE(report.count(Severity::ERROR), 1000);
+        QCOMPARE(report.leftOut(), 4000);
+    }
 
-void CatalogueCheckTest::linesAndColumnsCountCharacters()
-{
-    const CheckReport report = checkCatalogue("[\r\n{\"\xc3\xa4\xe2\x82\xac\": 1}, 7]");
-    const auto &findings = report.findings();
-    const auto place = [&findings](Rule rule) -> QString {
-        for (const Finding &finding : findings) {
-            if (finding.rule == rule)
-                return QStringLiteral("%1:%2").arg(finding.line).arg(finding.column);
-        }
-        return QString();
-    };
-    QCOMPARE(place(Rule::KEY_UNKNOWN), QStringLiteral("2:2"));
-    QCOMPARE(place(Rule::TYPE_WRONG), QStringLiteral("2:12"));
-}
+    void otherRulesAreStillFoundThen()
+    {
+        const CheckReport report = checkCatalogue(catalogueWith(
+            "\"depends\":[]", "\"depends\":[" + QByteArray("\"\",").repeated(5000) + "\"99\"]"));
+        QVERIFY(report.has(Rule::DEPENDENCY_UNKNOWN_PACKAGE));
+    }
 
-void CatalogueCheckTest::nearestWordIsTheOneThatWasMeant_data()
-{
-    QTest::addColumn<QString>("word");
-    QTest::addColumn<QString>("nearest");
+    void wrongEncodingIsFoundBehindManyOtherFaults()
+    {
+        const CheckReport report =
+            checkCatalogue(catalogueWith("Piers\"}", QByteArray(500, '\t') + "\xe4\"}"));
+        QVERIFY(report.has(Rule::JSON_TOLERATED));
+        QVERIFY(report.has(Rule::JSON_ENCODING));
+    }
 
-    QTest::newRow("the same") << QStringLiteral("banner") << QStringLiteral("banner");
-    QTest::newRow("case") << QStringLiteral("BANNER") << QStringLiteral("banner");
-    QTest::newRow("letter missing") << QStringLiteral("baner") << QStringLiteral("banner");
-    QTest::newRow("letter too many") << QStringLiteral("icons") << QStringLiteral("icon");
-    QTest::newRow("letters exchanged") << QStringLiteral("bnaner") << QStringLiteral("banner");
-    QTest::newRow("two as near") << QStringLiteral("licon") << QStringLiteral("icon");
-    QTest::newRow("too far") << QStringLiteral("abc") << QString();
-    QTest::newRow("nothing") << QString() << QString();
-    QTest::newRow("no word") << QString(100'000, QLatin1Char('i')) << QString();
-}
+    void nulCharacterInAKeyIsFound()
+    {
+        const CheckReport report = checkCatalogue(catalogueWith("\"id\"", "\"\\u0000\":1,\"id\""));
+        QCOMPARE(report.count(Severity::ERROR), 1);
+        QCOMPARE(report.findings().front().rule, Rule::JSON_NUL_CHARACTER);
+        QCOMPARE(report.findings().front().column, 3);
+    }
 
-void CatalogueCheckTest::nearestWordIsTheOneThatWasMeant()
-{
-    QFETCH(QString, word);
-    QFETCH(QString, nearest);
-    const QStringList candidates{QStringLiteral("banner"), QStringLiteral("icon"),
-                                 QStringLiteral("lion")};
-    QCOMPARE(nearestWord(word, candidates), nearest);
-}
+    /// Recursion would overflow the stack.
+    void longChainsAndLargeCirclesAreFollowed()
+    {
+        constexpr int length = 20'000;
+        const auto chain = [](int last) -> QByteArray {
+            QByteArray bytes = "[";
+            for (int id = 1; id <= length; ++id) {
+                const int needed = id < length ? id + 1 : last;
+                bytes += "{\"id\":" + QByteArray::number(id) +
+                         ",\"versions\":[{\"version\":\"1\",\"depends\":[\"" +
+                         QByteArray::number(needed) + "\"]}]}" + (id < length ? "," : "]");
+            }
+            return bytes;
+        };
+        const CheckReport open = checkCatalogue(chain(length + 1));
+        QVERIFY(open.has(Rule::DEPENDENCY_NOT_INSTALLABLE));
+        QVERIFY(open.has(Rule::DEPENDENCY_UNKNOWN_PACKAGE));
+        QVERIFY(!open.has(Rule::DEPENDENCY_CIRCLE));
+
+        const CheckReport closed = checkCatalogue(chain(1));
+        QVERIFY(!closed.has(Rule::DEPENDENCY_NOT_INSTALLABLE));
+        const auto &findings = closed.findings();
+        const auto circle =
+            std::find_if(findings.cbegin(), findings.cend(), [](const Finding &finding) {
+                return finding.rule == Rule::DEPENDENCY_CIRCLE;
+            });
+        QVERIFY(circle != findings.cend());
+        QCOMPARE(circle->message.count(" needs "_s), length);
+        QVERIFY(circle->message.startsWith("package 1 needs package 2 needs "_s));
+        QVERIFY(circle->message.endsWith("package 20000 needs package 1."_s));
+    }
+
+    void linesAndColumnsCountCharacters()
+    {
+        const CheckReport report = checkCatalogue("[\r\n{\"\xc3\xa4\xe2\x82\xac\": 1}, 7]");
+        const auto &findings = report.findings();
+        const auto place = [&findings](Rule rule) -> QString {
+            for (const Finding &finding : findings) {
+                if (finding.rule == rule)
+                    return "%1:%2"_s.arg(finding.line).arg(finding.column);
+            }
+            return QString();
+        };
+        QCOMPARE(place(Rule::KEY_UNKNOWN), "2:2"_s);
+        QCOMPARE(place(Rule::TYPE_WRONG), "2:12"_s);
+    }
+
+    void nearestWordIsTheOneThatWasMeant_data()
+    {
+        Rows<QString, QString>()
+            .row("the same", "banner", "banner")
+            .row("case", "BANNER", "banner")
+            .row("letter missing", "baner", "banner")
+            .row("letter too many", "icons", "icon")
+            .row("letters exchanged", "bnaner", "banner")
+            .row("two as near", "licon", "icon")
+            .row("too far", "abc", "")
+            .row("nothing", "", "")
+            .row("no word", QString(100'000, QLatin1Char('i')), "");
+    }
+
+    void nearestWordIsTheOneThatWasMeant()
+    {
+        const auto [word, nearest] = Rows<QString, QString>::current();
+        const QStringList candidates{"banner"_s, "icon"_s, "lion"_s};
+        QCOMPARE(nearestWord(word, candidates), nearest);
+    }
+};
 
 KAVO_TEST_MAIN(CatalogueCheckTest)
 #include "CatalogueCheckTest.moc"

@@ -1,6 +1,7 @@
 #include "tests/tools/CatalogueCorpus.h"
 
 #include "tests/support/Archives.h"
+#include "tests/support/Literals.h"
 
 namespace Kavo::Testing {
 
@@ -12,12 +13,11 @@ QString corpusFolder()
 QVector<CorpusCatalogue> corpusCatalogues()
 {
     QVector<CorpusCatalogue> catalogues;
-    const QString expected =
-        QString::fromUtf8(readFile(corpusFolder() + QStringLiteral("/expected.txt")));
+    const QString expected = QString::fromUtf8(readFile(corpusFolder() + "/expected.txt"_s));
     for (const QString &line : expected.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
         const QString name = line.section(QLatin1Char(' '), 0, 0);
         if (catalogues.isEmpty() || catalogues.constLast().name != name) {
-            const QString file = corpusFolder() + QLatin1Char('/') + name + QStringLiteral(".json");
+            const QString file = corpusFolder() + QLatin1Char('/') + name + ".json"_s;
             catalogues.append({name, readFile(file), {}});
         }
         const QString finding = line.section(QLatin1Char(' '), 1);

@@ -7,16 +7,16 @@
 
 namespace Kavo::Testing {
 
-/// A small catalogue that is wrong in one way, or in none.
+/// A small catalogue with one fault or none.
 struct CorpusCatalogue
 {
     QString name;
     QByteArray bytes;
-    /// What a check is to find, in the order of the document: "rule line:column pointer".
+    /// The expected findings in the order of the document: "rule line:column pointer".
     QStringList findings;
 };
 
-/// The catalogues that lie in the folder of these tests, with what stands of them in expected.txt.
+/// The catalogues in the folder of these tests, with their findings from expected.txt.
 QVector<CorpusCatalogue> corpusCatalogues();
 
 /// The folder itself.

@@ -7,7 +7,7 @@
 
 namespace Kavo::Testing {
 
-/// An archive as a publisher has it, in a folder of its own.
+/// An archive of a publisher, in a temporary folder.
 class PublishedArchive final
 {
 public:
@@ -16,11 +16,11 @@ public:
 
     bool isThere() const { return m_isThere; }
     QString path() const { return m_folder.filePath(m_name); }
-    /// After a look at it.
+    /// The result of the inspection.
     const Tools::ArchiveLook &look() const { return m_look; }
     Tools::ArchiveLook::Outcome outcome() const { return m_outcome; }
 
-    /// A text in which @SIZE@ and @SHA@ stand for what the archive has, and ' for ".
+    /// Replaces @SIZE@ and @SHA@ by those of the archive, and ' by ".
     QByteArray filledIn(QByteArray text) const;
 
 private:
@@ -31,7 +31,7 @@ private:
     Tools::ArchiveLook::Outcome m_outcome;
 };
 
-/// An order for a version of a package that is in the catalogue.
+/// An order for a version of an existing package.
 Tools::AdditionOrder orderFor(int id, const QString &version);
 
 } // namespace Kavo::Testing

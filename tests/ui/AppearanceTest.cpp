@@ -20,48 +20,18 @@ using namespace Kavo::Testing;
 using Kavo::Settings;
 using Kavo::Controllers::PackageController;
 using Kavo::Dialogs::SettingsDialog;
-using Kavo::Models::Package;
 using Kavo::Ui::ElidedLabel;
 using Kavo::Ui::NameLabel;
 
 namespace {
 
-QJsonObject inEnglish(const QString &text)
-{
-    return {{"en"_s, text}};
-}
-
-/// As many letters, in words of seven.
+/// A text of this length, in words of seven letters.
 QString letters(int count)
 {
     QString text;
     while (text.size() < count)
         text += "Mountai "_s;
     return text.left(count);
-}
-
-/// A package with very much of everything.
-QJsonObject muchOfEverything(int id)
-{
-    QJsonArray versions;
-    for (int number = 60; number > 0; --number) {
-        QJsonArray log;
-        for (int line = 0; line < 5; ++line)
-            log.append(letters(200));
-        versions.append(
-            QJsonObject{{"version"_s, "2024.12.%1.20241231"_s.arg(number)}, {"log"_s, log}});
-    }
-    QJsonArray banners;
-    for (int number = 0; number < 30; ++number)
-        banners.append(QString());
-    return {{"id"_s, id},
-            {"product_id"_s, 2147483647},
-            {"name"_s, inEnglish(letters(80))},
-            {"short_description"_s, inEnglish(letters(500))},
-            {"description"_s, inEnglish(letters(5000))},
-            {"type"_s, letters(40)},
-            {"versions"_s, versions},
-            {"banner"_s, banners}};
 }
 
 QString pathOf(const QWidget &widget)
@@ -77,7 +47,7 @@ QString pathOf(const QWidget &widget)
     return path;
 }
 
-/// Whether the children of this widget are its own affair: it scrolls them, or Qt made them.
+/// Whether the widget scrolls its children, or they were created by Qt.
 bool arrangesByItself(const QWidget &parent)
 {
     const auto *area = qobject_cast<const QAbstractScrollArea *>(parent.parentWidget());
@@ -87,7 +57,7 @@ bool arrangesByItself(const QWidget &parent)
            qobject_cast<const QLineEdit *>(&parent);
 }
 
-/// Says what of a text would not be seen; empty when all of it is.
+/// Describes the text that is cut off; empty if none is.
 QString clippingOf(const QWidget &widget)
 {
     QSize needed;
@@ -115,7 +85,7 @@ QList<QWidget *> visibleChildren(const QWidget &parent)
 {
     QList<QWidget *> found;
     for (QWidget *child : parent.findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly)) {
-        // The ring of the keyboard is meant to lie around what has it.
+        // The focus ring surrounds the focused widget.
         if (child->isVisible() && !child->isWindow() && !qobject_cast<QFocusFrame *>(child))
             found.append(child);
     }
@@ -142,7 +112,7 @@ void collectFaults(const QWidget &parent, QStringList &faults)
     }
 }
 
-/// Keeps a picture for the eye where KAVO_WALK_PICTURES names a folder.
+/// Saves a picture if KAVO_WALK_PICTURES names a folder.
 void keepPicture(QWidget &widget, const QString &name)
 {
     const QString folder = qEnvironmentVariable("KAVO_WALK_PICTURES");
@@ -158,8 +128,8 @@ QString boxText(const char *text)
 
 } // namespace
 
-/// No text is cut off, nothing covers its neighbour and nothing sticks out, whatever the catalogue
-/// says.
+/// No text is cut off, no widget overlaps another and no widget leaves its parent, whatever the
+/// catalogue contains.
 class AppearanceTest final : public WindowTest
 {
     Q_OBJECT
@@ -176,12 +146,12 @@ private slots:
         QVERIFY(QMessageBox::tr("Invalid Folder") != "Invalid Folder"_s);
     }
 
-    void listHoldsTogether_data() { sizes(); }
-    void listHoldsTogether()
+    void listHasNoLayoutFaults_data() { sizes(); }
+    void listHasNoLayoutFaults()
     {
-        QFETCH(QSize, size);
+        const auto [size] = Rows<QSize>::current();
         QVERIFY(openAt(size));
-        // The widest texts that a card can show; failures are told in boxes besides.
+        // The widest texts that a card can show. An error also opens a message box.
         MessageBoxAnswers answers;
         const QString name = package(1)->name();
         answers.expect(boxText("Dependency Error"),
@@ -210,7 +180,7 @@ private slots:
         QVERIFY(bar->isVisible());
         QCOMPARE(bar->maximumHeight(), 16);
         QCOMPARE(bar->height(), 16);
-        // A picture of the bar alone would have its ground filled.
+        // A picture of the bar alone would have a filled background.
         const QRect place(bar->mapTo(&window(), QPoint()), bar->size());
         const QImage picture = window().grab(place).toImage();
         int rows = 0;
@@ -219,10 +189,10 @@ private slots:
         QCOMPARE(rows, 6);
     }
 
-    void detailHoldsTogether_data() { sizes(); }
-    void detailHoldsTogether()
+    void detailHasNoLayoutFaults_data() { sizes(); }
+    void detailHasNoLayoutFaults()
     {
-        QFETCH(QSize, size);
+        const auto [size] = Rows<QSize>::current();
         QVERIFY(openAt(size));
         for (const auto state : {Package::AVAILABLE, Package::INSTALLED, Package::DOWNLOADING}) {
             setState(1, state);
@@ -236,10 +206,10 @@ private slots:
         }
     }
 
-    void emptyDetailHoldsTogether_data() { sizes(); }
-    void emptyDetailHoldsTogether()
+    void emptyDetailHasNoLayoutFaults_data() { sizes(); }
+    void emptyDetailHasNoLayoutFaults()
     {
-        QFETCH(QSize, size);
+        const auto [size] = Rows<QSize>::current();
         QVERIFY(openAt(size));
         emit controller().detail(package(2));
         QVERIFY(showsDetail());
@@ -249,11 +219,11 @@ private slots:
         }
     }
 
-    void settingsHoldTogether()
+    void settingsHaveNoLayoutFaults()
     {
         QVERIFY(openAt(QSize(1320, 800)));
         set(Settings::CACHE, letters(300));
-        SettingsDialog dialog(shared(), engine().settings(), &window());
+        SettingsDialog dialog(shared(), settings(), &window());
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog));
         auto *tabs = child<QTabWidget>(dialog, "SettingsTabs");
@@ -265,31 +235,54 @@ private slots:
     }
 
 private:
+    /// A package with many versions, long texts and many banners.
+    static QJsonObject muchOfEverything(int id)
+    {
+        QJsonArray versions;
+        for (int number = 60; number > 0; --number) {
+            QJsonArray log;
+            for (int line = 0; line < 5; ++line)
+                log.append(letters(200));
+            versions.append(
+                QJsonObject{{"version"_s, "2024.12.%1.20241231"_s.arg(number)}, {"log"_s, log}});
+        }
+        QJsonArray banners;
+        for (int number = 0; number < 30; ++number)
+            banners.append(QString());
+        return {{"id"_s, id},
+                {"product_id"_s, 2147483647},
+                {"name"_s, inEnglish(letters(80))},
+                {"short_description"_s, inEnglish(letters(500))},
+                {"description"_s, inEnglish(letters(5000))},
+                {"type"_s, letters(40)},
+                {"versions"_s, versions},
+                {"banner"_s, banners}};
+    }
     static void sizes()
     {
-        table<QSize>({"size"}, {{"as it starts", QSize(1320, 800)}, {"large", QSize(1920, 1080)}});
+        Rows<QSize>().row("as it starts", QSize(1320, 800)).row("large", QSize(1920, 1080));
     }
-    /// Package 2 has nothing but its number, and the others have very much of everything.
+    /// Package 2 has nothing but its id. The others are muchOfEverything().
     bool openAt(const QSize &size)
     {
         for (int id = 1; id < 8; ++id)
-            engine().offerObject(id == 2 ? QJsonObject{{"id"_s, id}} : muchOfEverything(id));
+            offerObject(id == 2 ? QJsonObject{{"id"_s, id}} : muchOfEverything(id));
         set(Settings::SHOW_FILTER, "true"_s);
-        // The label of the local catalogue belongs to the picture; that catalogue is empty here.
+        // The top bar shows the label of the local catalogue, which is empty here.
         set(Settings::LOCAL_REPO, "TRUE"_s);
         makeWindow();
         const bool listed = QSignalSpy(&controller(), &PackageController::list).wait();
         set(Settings::LOCAL_REPO, "false"_s);
-        const bool loaded = engine().refresh();
+        const bool loaded = refresh();
         window().show();
         window().resize(size);
         return listed && loaded && QTest::qWaitForWindowExposed(&window()) &&
                window().size() == size;
     }
-    /// What is wrong in a widget, a line for each fault.
+    /// The faults of a widget, one for each line.
     static QString faultsOf(QWidget &widget, const QString &pictureName)
     {
-        // Makes sure that everything is laid out.
+        // The layout is finished after this.
         QCoreApplication::processEvents();
         keepPicture(widget, pictureName + QString::number(widget.width()));
         QStringList faults;

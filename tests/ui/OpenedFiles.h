@@ -12,7 +12,7 @@ public:
     ~OpenedFiles();
     Q_DISABLE_COPY_MOVE(OpenedFiles)
 
-    /// Since it was asked last.
+    /// Whether a file was opened since the last call.
     bool any();
 
 private:

@@ -10,8 +10,6 @@
 
 using namespace Kavo::Testing;
 using Kavo::Settings;
-using Kavo::Models::Package;
-using Kavo::Models::PackagePointer;
 using Kavo::Ui::PackageActions;
 using Handler = std::function<void(QMessageBox &)>;
 
@@ -56,27 +54,13 @@ public slots:
     void openUrl(const QUrl &url) { m_opened.append(url); }
 
 private slots:
-    void init()
-    {
-        EngineTest::init();
-        m_widget = std::make_unique<QWidget>();
-        m_widget->show();
-        m_opened.clear();
-    }
-    void cleanup()
-    {
-        m_widget.reset();
-        EngineTest::cleanup();
-    }
-
     void packageWithoutDependenciesIsInstalledAtOnce()
     {
         offer(1, "1.0");
-        QVERIFY(engine().refresh());
+        QVERIFY(refresh());
         const MessageBoxAnswers answers;
         actions(1).install();
         QVERIFY(installs(1));
-        QVERIFY(answers.shown().isEmpty());
     }
 
     void dependenciesAreConfirmed()
@@ -84,7 +68,7 @@ private slots:
         offer(2, "1.0");
         offer(1, "1.0", {"3:1.0"_s, "2:1.0"_s});
         offer(3, "1.0");
-        QVERIFY(engine().refresh());
+        QVERIFY(refresh());
         MessageBoxAnswers answers;
         const QString question = dependencies("package-2\npackage-3"_s);
         answers.expect(InstallTitle, question, QMessageBox::No);
@@ -106,11 +90,11 @@ private slots:
     }
 
     // Fixed, see docs/compatibility.md.
-    void missingDependencyIsTold()
+    void missingDependencyIsReported()
     {
         offer(1, "1.0", {"2:1.0"_s, "99:1.0"_s});
         offer(2, "1.0");
-        QVERIFY(engine().refresh());
+        QVERIFY(refresh());
         MessageBoxAnswers answers;
         expectMissingDependency(answers);
         actions(1).install();
@@ -119,7 +103,7 @@ private slots:
         QCOMPARE(state(1), Package::AVAILABLE);
     }
 
-    void missingDependencyIsToldAfterTheChangeLog()
+    void missingDependencyIsReportedAfterTheChangeLog()
     {
         QVERIFY(installFirstOfTwo({"99:1.0"_s}));
         MessageBoxAnswers answers;
@@ -156,7 +140,7 @@ private slots:
         offer(1, "1.0");
         offer(1, "2.0", {"2:1.0"_s});
         offer(2, "1.0");
-        QVERIFY(engine().refresh());
+        QVERIFY(refresh());
         MessageBoxAnswers answers;
         answers.expect(InstallTitle, dependencies("package-2"_s), QMessageBox::Yes);
         actions(1).installVersion("1.0"_s);
@@ -165,30 +149,29 @@ private slots:
         QCOMPARE(installedVersion(1), "1.0"_s);
     }
 
-    void olderVersionThatNothingNeedsIsInstalledAtOnce()
+    void olderVersionWithoutDependentsIsInstalledAtOnce()
     {
         offer(1, "1.0");
         offer(1, "2.0", {"99:1.0"_s});
         offer(1, "1.5");
-        QVERIFY(engine().refresh());
-        QVERIFY(engine().installAndWait(1, "1.5"_s));
+        QVERIFY(refresh());
+        QVERIFY(installAndWait(1, "1.5"_s));
         const MessageBoxAnswers answers;
         actions(1).installVersion("1.0"_s);
         QVERIFY(installs(1));
-        QVERIFY(answers.shown().isEmpty());
         QCOMPARE(installedVersion(1), "1.0"_s);
     }
 
     // Fixed, see docs/compatibility.md.
-    void olderVersionWarnsOfDependents()
+    void olderVersionWarnsAboutDependents()
     {
         offer(1, "1.0");
         offer(1, "2.0");
         offer(2, "1.0", {"1:2.0"_s});
         offer(3, "1.0", {"1:1.0"_s});
-        QVERIFY(engine().refresh());
-        QVERIFY(engine().installAndWait(2));
-        QVERIFY(engine().installAndWait(3));
+        QVERIFY(refresh());
+        QVERIFY(installAndWait(2));
+        QVERIFY(installAndWait(3));
         MessageBoxAnswers answers;
         expectOlderVersionWarning(answers, QMessageBox::No);
         actions(1).installVersion("1.0"_s);
@@ -216,11 +199,11 @@ private slots:
         QCOMPARE(installedVersion(1), "2.0"_s);
     }
 
-    void versionOfABusyPackageIsLeftAlone()
+    void busyPackageInstallsNoOtherVersion()
     {
         offer(1, "1.0");
         offer(1, "2.0", {"99:1.0"_s});
-        QVERIFY(engine().refresh());
+        QVERIFY(refresh());
         server().forgetRequests();
         const MessageBoxAnswers answers;
         for (const auto state :
@@ -229,10 +212,9 @@ private slots:
               Package::UNKNOWN}) {
             package(1)->setState(state);
             actions(1).installVersion("1.0"_s);
-            QVERIFY(answers.shown().isEmpty());
             QCOMPARE(this->state(1), state);
         }
-        QVERIFY(engine().refresh());
+        QVERIFY(refresh());
         QCOMPARE(server().log(), QStringList("GET /packages.json"_s));
     }
 
@@ -240,7 +222,7 @@ private slots:
     void uninstallAsks()
     {
         QVERIFY(installFirst());
-        const QString file = engine().simulator(Engine::fileOf(1));
+        const QString file = simulator(Engine::fileOf(1));
         MessageBoxAnswers answers;
         expectUninstall(answers, QMessageBox::No);
         actions(1).uninstall();
@@ -270,33 +252,32 @@ private slots:
     }
 
     // Fixed, see docs/compatibility.md.
-    void uninstallNamesAllThatNeedThePackage()
+    void uninstallListsAllDependents()
     {
-        // 4 needs 1 by way of 3 alone, and 5 in two ways; nothing of 6 goes, which is needed
-        // itself.
+        // Package 4 needs 1 through 3 only, and 5 needs it in two ways. Package 6 stays, because 1
+        // needs it, not the other way round.
         offer(6, "1.0");
         offer(1, "1.0", {"6"_s});
         offer(2, "1.0", {"1:1.0"_s});
         offer(3, "1.0", {"1:1.0"_s});
         offer(4, "1.0", {"3"_s});
         offer(5, "1.0", {"4"_s, "2"_s});
-        QVERIFY(engine().refresh());
-        QVERIFY(engine().installAndWait(5));
+        QVERIFY(refresh());
+        QVERIFY(installAndWait(5));
         MessageBoxAnswers answers;
         expectUninstall(answers, QMessageBox::Yes,
                         {"package-5"_s, "package-2"_s, "package-4"_s, "package-3"_s});
         actions(1).uninstall();
-        QVERIFY(answers.allShown());
         for (const int id : {1, 2, 3, 4, 5})
             QCOMPARE(state(id), Package::AVAILABLE);
         QCOMPARE(state(6), Package::INSTALLED);
     }
 
-    void uninstallAsksAgainWhenMoreWouldGo()
+    void uninstallAsksAgainIfThereAreMoreDependents()
     {
         QVERIFY(downloadDependent());
         MessageBoxAnswers answers;
-        // The first answer comes when the installation has ended.
+        // The first question is answered after the installation has ended.
         answers.expect(UninstallTitle, uninstallQuestion(), [this](QMessageBox &box) {
             server().release(SecondArchive);
             QVERIFY(waitUntilInstalled(2));
@@ -305,12 +286,11 @@ private slots:
         });
         expectUninstall(answers, QMessageBox::No, {"package-2"_s});
         actions(1).uninstall();
-        QVERIFY(answers.allShown());
         QCOMPARE(state(1), Package::INSTALLED);
         QCOMPARE(state(2), Package::INSTALLED);
     }
 
-    void uninstallTellsWhatIsInItsWay()
+    void uninstallReportsWorkInProgress()
     {
         QVERIFY(downloadDependent());
         MessageBoxAnswers answers;
@@ -326,10 +306,10 @@ private slots:
         QVERIFY(installs(2));
     }
 
-    void uninstallTellsOfAMissingSimulator()
+    void uninstallReportsAMissingSimulator()
     {
-        // A name may hold anything but a slash, and is no markup.
-        const QString folder = engine().profile().folder("<b>X\nPlane</b>"_s);
+        // A file name may contain anything but a slash, and is shown as plain text.
+        const QString folder = profile().folder("<b>X\nPlane</b>"_s);
         const QString simulator = folder + "X-Plane-x86_64"_s;
         set(Settings::INSTALLATION, folder);
         QVERIFY(writeFile(simulator, "simulator"));
@@ -343,32 +323,29 @@ private slots:
                            QString(folder).replace(QLatin1Char('\n'), QLatin1Char('?'))),
                        QMessageBox::Ok);
         actions(1).uninstall();
-        QVERIFY(answers.allShown());
         QCOMPARE(state(1), Package::INSTALLED);
         QVERIFY(QFile::exists(folder + Engine::fileOf(1)));
     }
 
     void pagesAreOpened_data()
     {
-        table<QString, QString>(
-            {"address", "opened"},
-            {{"https", "https://help.invalid/a page"_s, "https://help.invalid/a page"_s},
-             {"capitals", "HTTP://manual.invalid/"_s, "http://manual.invalid/"_s}});
-        // Nothing else is a page.
+        Rows<QString, QString> rows;
+        rows.row("https", "https://help.invalid/a page", "https://help.invalid/a page")
+            .row("capitals", "HTTP://manual.invalid/", "http://manual.invalid/");
+        // No other address is opened.
         for (const char *address :
              {"kavo-test://page", "file:///etc/passwd", "kavo-test:page", "--version", "page.html",
               "https:", "http:///page", "//server.invalid/page", "www.server.invalid"})
-            QTest::newRow(address) << QString::fromLatin1(address) << QString();
+            rows.row(address, address, "");
     }
 
     void pagesAreOpened()
     {
-        QFETCH(QString, address);
-        QFETCH(QString, opened);
+        const auto [address, opened] = Rows<QString, QString>::current();
         const QStringList schemes{"kavo-test"_s, "file"_s, "http"_s, "https"_s};
         for (const QString &scheme : schemes)
             QDesktopServices::setUrlHandler(scheme, this, "openUrl");
-        engine().start();
+        start();
         for (const bool help : {true, false}) {
             const PackagePointer package = makePackage(1, {});
             package->setHelpUrl(help ? address : QString());
@@ -386,7 +363,7 @@ private slots:
 
     void noPackageDoesNothing()
     {
-        engine().start();
+        start();
         const MessageBoxAnswers answers;
         PackageActions actions(shared(), PackagePointer(), m_widget.get());
         actions.install();
@@ -394,10 +371,9 @@ private slots:
         actions.uninstall();
         actions.openHelp();
         actions.openManual();
-        QVERIFY(answers.shown().isEmpty());
     }
 
-    /// Before the answer, with it in one turn, or at the next question.
+    /// The widget is destroyed before the answer, together with it, or at the next question.
     void destroyedWidgetEndsTheAction()
     {
         const Handler leave = [this](QMessageBox &) { m_widget.reset(); };
@@ -423,6 +399,13 @@ private slots:
     }
 
 private:
+    void setUp() override
+    {
+        m_widget = std::make_unique<QWidget>();
+        m_widget->show();
+        m_opened.clear();
+    }
+    void tearDown() override { m_widget.reset(); }
     void offer(int id, const char *version, const QStringList &depends = {},
                const QStringList &log = {})
     {
@@ -434,31 +417,31 @@ private:
     bool installFirst()
     {
         offer(1, "1.0");
-        return engine().refresh() && engine().installAndWait(1);
+        return refresh() && installAndWait(1);
     }
     /// Installs version 1.0 of a package that is offered in 2.0 as well.
     bool installFirstOfTwo(const QStringList &needsOfTheSecond = {})
     {
         offer(1, "1.0");
         offer(1, "2.0", needsOfTheSecond, {"Better lights"_s});
-        return engine().refresh() && engine().installAndWait(1, "1.0"_s);
+        return refresh() && installAndWait(1, "1.0"_s);
     }
-    /// Installs package 1, and leaves 2, which needs it, in the middle of its download.
+    /// Installs package 1 and starts the download of package 2, which needs it.
     bool downloadDependent()
     {
         offer(2, "1.0", {"1:1.0"_s});
         if (!installFirst())
             return false;
         server().resource(SecondArchive).holdsGet = true;
-        engine().install(2);
-        return engine().waitForState(2, Package::DOWNLOADING);
+        install(2);
+        return waitForState(2, Package::DOWNLOADING);
     }
     PackageActions actions(int id) { return {shared(), package(id), m_widget.get()}; }
-    /// Whether an installation of the package was started; waits for its end.
+    /// Waits for the end of an installation. Returns whether one was started and succeeded.
     bool installs(int id)
     {
         const bool started = package(id)->isBusy();
-        return started && engine().waitUntilSettled(id) && state(id) == Package::INSTALLED;
+        return started && waitUntilSettled(id) && state(id) == Package::INSTALLED;
     }
 
     std::unique_ptr<QWidget> m_widget;

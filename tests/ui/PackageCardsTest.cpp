@@ -13,12 +13,11 @@
 using namespace Kavo::Testing;
 using namespace Kavo::Ui;
 using Kavo::Components::WidgetList;
-using Kavo::Models::Package;
 
 namespace {
 
 constexpr int RowHeight = 128;
-/// Lists up to this length are filled at once.
+/// The greatest length of a list that is filled at once.
 constexpr int Short = 100;
 constexpr int Long = 400;
 
@@ -29,21 +28,11 @@ class PackageCardsTest final : public WidgetTest
     Q_OBJECT
 
 private slots:
-    void cleanup()
-    {
-        m_cards.reset();
-        m_list.reset();
-        EngineTest::cleanup();
-    }
-
-    void shortListIsFilledAtOnce_data()
-    {
-        table<int>({"length"}, {{"empty", 0}, {"short", Short}});
-    }
+    void shortListIsFilledAtOnce_data() { Rows<int>().row("empty", 0).row("short", Short); }
 
     void shortListIsFilledAtOnce()
     {
-        QFETCH(int, length);
+        const auto [length] = Rows<int>::current();
         QVERIFY(load(length));
         QSignalSpy finished(m_cards.get(), &PackageCards::complete);
         m_cards->rebuild();
@@ -54,7 +43,7 @@ private slots:
         QVERIFY(!m_cards->cardOf(length + 1));
     }
 
-    void rowsOfALongListStandAtOnce()
+    void longListHasAllRowsAtOnce()
     {
         QVERIFY(show(Long));
         QCOMPARE(m_list->count(), Long);
@@ -63,7 +52,7 @@ private slots:
         QVERIFY(lastSeen() >= 600 / RowHeight - 1);
         for (int row = 0; row <= lastSeen(); ++row)
             QVERIFY(card(row));
-        // The scroll bar knows the whole list.
+        // The scroll bar covers the whole list.
         QVERIFY(m_list->verticalScrollBar()->maximum() > (Long - 10) * RowHeight);
         for (int row = 0; row < Long; ++row)
             QCOMPARE(m_list->item(row)->sizeHint().height(), RowHeight);
@@ -91,7 +80,7 @@ private slots:
         }
     }
 
-    void whatIsScrolledToComesFirst()
+    void visibleCardsAreMadeFirst()
     {
         QVERIFY(show(Long));
         m_list->verticalScrollBar()->setValue(m_list->verticalScrollBar()->maximum());
@@ -101,7 +90,7 @@ private slots:
         while (!card(last))
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         QVERIFY(card(firstSeen()));
-        // The middle is not there yet, because nobody looks at it.
+        // The cards in the middle are not visible and do not exist yet.
         QVERIFY(cardCount() < Long);
         QCOMPARE(card(last)->geometry(), placeOf(last));
     }
@@ -125,7 +114,7 @@ private slots:
         }
     }
 
-    void cardThatIsAskedForIsMade()
+    void requestedCardIsMade()
     {
         QVERIFY(show(Long));
         QVERIFY(!card(300));
@@ -138,7 +127,7 @@ private slots:
         QCOMPARE(card(300), asked);
     }
 
-    void keyboardGetsToAnEmptyRow()
+    void endKeyMakesTheLastCard()
     {
         QVERIFY(show(Long));
         m_list->activateWindow();
@@ -151,7 +140,7 @@ private slots:
         QVERIFY(card(Long - 1)->isAncestorOf(m_list->focusWidget()));
     }
 
-    void rebuildingStartsAnew()
+    void rebuildingDuringCreationStartsAgain()
     {
         QVERIFY(show(Long));
         const int first = cardCount();
@@ -169,7 +158,7 @@ private slots:
         QVERIFY(m_list->isVisible());
     }
 
-    void rebuildingAWholeListStartsAnew()
+    void rebuildingACompleteListStartsAgain()
     {
         QVERIFY(showWhole());
         QVector<QPointer<PackageWidget>> old;
@@ -183,33 +172,33 @@ private slots:
         QTRY_COMPARE(old.count(nullptr), Long);
     }
 
-    void errorOfACardFarAwayIsTold_data()
+    void errorOfACardOutOfViewIsShown_data()
     {
-        table<int>({"length"}, {{"short list", Short}, {"long list", Long}});
+        Rows<int>().row("short list", Short).row("long list", Long);
     }
 
-    /// Hidden as it is, it belongs to a list that is shown; its old one does not any more.
-    void errorOfACardFarAwayIsTold()
+    /// The card is scrolled out of view, but its list is visible. The replaced card is ignored.
+    void errorOfACardOutOfViewIsShown()
     {
-        QFETCH(int, length);
+        const auto [length] = Rows<int>::current();
         QVERIFY(show(length) && complete());
         m_cards->rebuild();
         QVERIFY(complete());
         QVERIFY(!card(length - 2)->isVisible());
-        QVERIFY(isTold({length - 1}));
+        QVERIFY(showsErrors({length - 1}));
         m_list->hide();
         fail(length);
         QVERIFY(isQuiet());
     }
 
-    void errorOfACardThatIsYetToComeIsTold()
+    void errorWithoutACardIsShown()
     {
         QVERIFY(show(Long));
         QVERIFY(!card(300) && !card(301));
         MessageBoxAnswers answers;
         expectError(answers, 301);
         fail(301);
-        // A hidden list tells nothing.
+        // A hidden list shows no errors.
         m_list->hide();
         fail(302);
         m_list->show();
@@ -219,7 +208,7 @@ private slots:
             QVERIFY(child<QPushButton>(*card(row), "Error"));
     }
 
-    void errorIsToldOnceWhileItsCardIsMade()
+    void errorIsShownOnceWhileItsCardIsMade()
     {
         QVERIFY(show(Long));
         QVERIFY(!card(300) && !card(301));
@@ -234,41 +223,41 @@ private slots:
         QVERIFY(!QApplication::activeModalWidget());
     }
 
-    /// Neither by the card that goes nor by the one that comes later and finds the error.
-    void errorIsToldOnceWhileCardsAreReplaced()
+    /// The replaced card does not report the error, and neither does its successor.
+    void errorIsShownOnceWhileCardsAreReplaced()
     {
         QVERIFY(showWhole());
         const QPointer<PackageWidget> old = card(1);
         const QPointer<PackageWidget> oldFarAway = card(300);
         m_cards->rebuild();
         QVERIFY(old && oldFarAway && card(1) && !card(300));
-        QVERIFY(isTold({301, 2}));
+        QVERIFY(showsErrors({301, 2}));
         QTRY_VERIFY(!old && !oldFarAway);
         QVERIFY(!QApplication::activeModalWidget());
         QCOMPARE(child<QPushButton>(*card(300), "Error")->text(), "Install Error"_s);
     }
 
-    void errorIsToldAlthoughCardsAreReplaced()
+    void errorIsShownAlthoughCardsAreReplaced()
     {
         QVERIFY(show(Long));
         QVERIFY(!card(300));
-        QVERIFY(isTold({301, 2}, [this] { m_cards->rebuild(); }));
+        QVERIFY(showsErrors({301, 2}, [this] { m_cards->rebuild(); }));
     }
 
-    void packageThatIsNotOnOfferTellsNoError_data()
+    void packageNotOnOfferShowsNoError_data()
     {
-        table<bool>({"withCard"}, {{"with a card", true}, {"without a card", false}});
+        Rows<bool>().row("with a card", true).row("without a card", false);
     }
 
-    void packageThatIsNotOnOfferTellsNoError()
+    void packageNotOnOfferShowsNoError()
     {
-        QFETCH(bool, withCard);
+        const auto [withCard] = Rows<bool>::current();
         QVERIFY(show(Long));
         QVERIFY(!withCard || complete());
         const QPointer<PackageWidget> old = card(300);
         QCOMPARE(!old.isNull(), withCard);
         const PackagePointer failing = package(301);
-        // While the catalogue is on its way nothing is on offer.
+        // Nothing is on offer while the catalogue is loading.
         controller().refresh();
         m_cards->rebuild();
         QVERIFY(m_list->isVisible());
@@ -276,10 +265,9 @@ private slots:
         const MessageBoxAnswers answers;
         failing->setState(Package::INSTALL_ERROR);
         QVERIFY(isQuiet());
-        QVERIFY(answers.shown().isEmpty());
     }
 
-    void newWidthReachesWhatIsScrolledTo()
+    void newWidthAppliesAfterScrolling()
     {
         QVERIFY(showWhole());
         m_list->resize(800, 600);
@@ -291,15 +279,18 @@ private slots:
     }
 
 private:
-    /// A catalogue with so many packages, loaded, and a list of 1000 by 600 pixels.
+    void tearDown() override
+    {
+        m_cards.reset();
+        m_list.reset();
+    }
+    /// Loads a catalogue with this many packages and creates a list of 1000 by 600 pixels.
     bool load(int packages)
     {
-        for (int id = 1; id <= packages; ++id)
-            engine().offerObject(
-                {{"id"_s, id}, {"name"_s, QJsonObject{{"en"_s, "package-%1"_s.arg(id)}}}});
+        offerNamed(packages);
         m_list = std::make_unique<WidgetList>("PackageList"_s);
         m_list->resize(1000, 600);
-        const bool loaded = engine().refresh();
+        const bool loaded = refresh();
         m_cards = std::make_unique<PackageCards>(m_list.get(), shared());
         return loaded;
     }
@@ -333,8 +324,8 @@ private:
                QSignalSpy(m_cards.get(), &PackageCards::complete).wait(20000);
     }
     void fail(int id) { package(id)->setState(Package::INSTALL_ERROR); }
-    /// Whether the errors of these packages are told, each once.
-    bool isTold(
+    /// Whether the errors of these packages are shown once each.
+    bool showsErrors(
         std::initializer_list<int> ids, const std::function<void()> &meanwhile = [] {})
     {
         MessageBoxAnswers answers;

@@ -17,8 +17,6 @@ using namespace Kavo::Testing;
 using namespace Kavo::Ui;
 using Kavo::Settings;
 using Kavo::Controllers::PackageController;
-using Kavo::Models::Package;
-using Kavo::Models::PackagePointer;
 
 namespace {
 
@@ -31,25 +29,10 @@ class PackageContainerTest final : public WidgetTest
     Q_OBJECT
 
 private slots:
-    void cleanup()
-    {
-        m_container.reset();
-        EngineTest::cleanup();
-    }
-
-    void constructionAsksForTheCatalogue()
-    {
-        startServing();
-        QSignalSpy busy(&controller(), &PackageController::busy);
-        m_container = std::make_unique<PackageContainer>(shared());
-        QCOMPARE(m_container->objectName(), "PackageContainer"_s);
-        QCOMPARE(busy.count(), 1);
-        QCOMPARE(area(), "processing"_s);
-    }
-
     void catalogueBecomesCards()
     {
         QVERIFY(open(3));
+        QCOMPARE(m_container->objectName(), "PackageContainer"_s);
         QCOMPARE(list().count(), 3);
         QCOMPARE(list().selectionMode(), QAbstractItemView::NoSelection);
         QCOMPARE(list().verticalScrollMode(), QAbstractItemView::ScrollPerPixel);
@@ -70,7 +53,7 @@ private slots:
             emit controller().list();
             QCOMPARE(sidebar->isVisible(), filter == "true"_s);
             QTRY_COMPARE(list().width(), 1200);
-            // In the middle, with what stands beside it.
+            // The list is centred together with the sidebar.
             const auto left = [this, sidebar] {
                 return (sidebar->isVisible() ? sidebar->geometry() : list().geometry()).left();
             };
@@ -85,15 +68,17 @@ private slots:
 
     void signalsSwitchTheArea_data()
     {
-        table<QString>({"area"}, {{"busy", "processing"_s},
-                                  {"empty", "processing"_s},
-                                  {"list", "list sidebar"_s},
-                                  {"error", "processing"_s},
-                                  {"detail", "detail"_s}});
+        Rows<QString>()
+            .row("busy", "processing")
+            .row("empty", "processing")
+            .row("list", "list sidebar")
+            .row("error", "processing")
+            .row("detail", "detail");
     }
 
     void signalsSwitchTheArea()
     {
+        const auto [expected] = Rows<QString>::current();
         set(Settings::SHOW_FILTER, "true"_s);
         QVERIFY(open());
         const PackagePointer first = package(1);
@@ -103,23 +88,13 @@ private slots:
             {"list", [this] { emit controller().list(); }},
             {"error", [this] { emit controller().error("Server Error"_s); }},
             {"detail", [this, first] { emit controller().detail(first); }}};
-        // Whatever was shown before, and whatever an update finds.
+        // The result does not depend on what was shown before. An update does not change it.
         for (const char *before : {"list", "detail", "busy", "error"}) {
             send[before]();
             send[QTest::currentDataTag()]();
-            QTEST(area(), "area");
+            QCOMPARE(area(), expected);
             emit controller().update();
-            QTEST(area(), "area");
-        }
-    }
-
-    void onlyTheExactTextHidesTheSidebar()
-    {
-        QVERIFY(open());
-        for (const QString &setting : {"false"_s, "False"_s, "true"_s, QString()}) {
-            set(Settings::SHOW_FILTER, setting);
-            emit controller().list();
-            QCOMPARE(area(), setting == "false"_s ? "list"_s : "list sidebar"_s);
+            QCOMPARE(area(), expected);
         }
     }
 
@@ -139,23 +114,11 @@ private slots:
         QVERIFY(card(1)->isVisible());
     }
 
-    void updateRebuildsTheHiddenListWithoutShowingIt()
-    {
-        QVERIFY(open());
-        emit controller().detail(package(1));
-        const QPointer<PackageWidget> before = card(0);
-        emit controller().update();
-        QVERIFY(before.isNull());
-        QCOMPARE(list().count(), 2);
-        QVERIFY(card(0));
-        QCOMPARE(area(), "detail"_s);
-    }
-
     void updateHidesAShownListOnlyWhileItIsFilled()
     {
         QVERIFY(open());
         QVERIFY(list().isVisible());
-        // Every row added to a visible list has all of them laid out anew.
+        // Each row that is added to a visible list causes a new layout of all rows.
         int hidden = 0;
         connect(list().model(), &QAbstractItemModel::rowsInserted, m_container.get(),
                 [this, &hidden] { hidden += list().isHidden() ? 1 : 0; });
@@ -163,101 +126,65 @@ private slots:
         QCOMPARE(hidden, 2);
         QVERIFY(list().isVisible());
         QVERIFY(card(0)->isVisible());
-        engine().offer({3});
-        QVERIFY(engine().refresh());
+        offer({3});
+        QVERIFY(refresh());
         QCOMPARE(list().count(), 3);
         QCOMPARE(m_container->findChildren<PackageWidget *>().size(), 3);
     }
 
-    void failedCatalogueIsTold()
+    void failedCatalogueIsReported()
     {
-        engine().start();
+        start();
+        QSignalSpy busy(&controller(), &PackageController::busy);
         m_container = std::make_unique<PackageContainer>(shared());
         m_container->show();
+        QCOMPARE(busy.count(), 1);
+        QCOMPARE(area(), "processing"_s);
         const auto *panel = processing();
         QTRY_COMPARE(textOf(*panel, "ProcessingMessage"), "Server Error"_s);
         QVERIFY(panel->isVisible());
         QCOMPARE(area(), "processing"_s);
         // The list comes back with the next catalogue.
-        engine().offer({1});
-        QVERIFY(engine().refresh());
+        offer({1});
+        QVERIFY(refresh());
         QCOMPARE(area(), "list"_s);
     }
 
-    void detailOpensAndBackCloses()
-    {
-        QVERIFY(open());
-        child<QPushButton>(*card(1), "MoreDetail")->click();
-        QCOMPARE(area(), "detail"_s);
-        QCOMPARE(textOf(*m_container, "DetailTitle"), "package-2"_s);
-        child<QPushButton>(*m_container, "BackButton")->click();
-        QCOMPARE(area(), "list"_s);
-    }
-
-    void escapeClosesTheDetail()
-    {
-        QVERIFY(open());
-        QVERIFY(QTest::qWaitForWindowActive(m_container.get()));
-        auto *button = child<QPushButton>(*card(1), "MoreDetail");
-        button->setFocus();
-        QTest::keyClick(button, Qt::Key_Space);
-        QCOMPARE(area(), "detail"_s);
-        QVERIFY(QApplication::focusWidget());
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-        QCOMPARE(area(), "list"_s);
-        // The keyboard is where it was.
-        QCOMPARE(QApplication::focusWidget(), button);
-    }
-
-    void hiddenCardTellsNoErrorWhileTheDetailIsOpen()
-    {
-        QVERIFY(open());
-        emit controller().detail(package(1));
-        const MessageBoxAnswers answers;
-        package(2)->setState(Package::INSTALL_ERROR);
-        QVERIFY(isQuiet());
-        QVERIFY(answers.shown().isEmpty());
-        QVERIFY(child<QPushButton>(*card(1), "Error"));
-    }
-
-    void dependencyErrorIsToldForTheDetailToo()
+    void hiddenDetailReportsDependencyErrors()
     {
         QVERIFY(open());
         emit controller().detail(package(1));
         controller().showList();
         MessageBoxAnswers answers;
-        const auto isTold = [this, &answers](Package::State state) {
+        const auto isShown = [this, &answers](Package::State state) {
             expectError(answers, 1, state);
             package(1)->setState(state);
             return answers.waitForAll();
         };
-        // The detail view, which does not mind being hidden, and the card have one box.
-        QVERIFY(isTold(Package::DEPENDENCY_ERROR));
-        // An install error is told by the card alone.
-        QVERIFY(isTold(Package::INSTALL_ERROR));
-        // Without a list there is the detail view alone.
+        // The hidden detail view and the card both report it, and one box is shown.
+        QVERIFY(isShown(Package::DEPENDENCY_ERROR));
+        // Only the card reports an install error.
+        QVERIFY(isShown(Package::INSTALL_ERROR));
+        // Only the detail view reports if the list is hidden.
         emit controller().busy();
-        QVERIFY(isTold(Package::DEPENDENCY_ERROR));
+        QVERIFY(isShown(Package::DEPENDENCY_ERROR));
         package(1)->setState(Package::INSTALL_ERROR);
         package(2)->setState(Package::DEPENDENCY_ERROR);
         QVERIFY(isQuiet());
     }
 
-    void errorIsToldAlthoughSomethingElseIsShown_data()
+    void errorIsShownAfterAChangeOfView_data()
     {
-        QTest::addColumn<bool>("page");
-        QTest::addColumn<QString>("next");
-        for (const char *next : {"refresh", "detail", "detail of another", "list"}) {
-            QTest::addRow("list, %s", next) << false << QString::fromLatin1(next);
-            QTest::addRow("page, %s", next) << true << QString::fromLatin1(next);
-        }
+        Rows<bool, QString> rows;
+        for (const char *next : {"refresh", "detail", "detail of another", "list"})
+            rows.row(QByteArray("list, ") + next, false, next)
+                .row(QByteArray("page, ") + next, true, next);
     }
 
-    /// In one and the same turn, before anything could be told.
-    void errorIsToldAlthoughSomethingElseIsShown()
+    /// The view changes in the same turn of the event loop, before the box can be shown.
+    void errorIsShownAfterAChangeOfView()
     {
-        QFETCH(bool, page);
-        QFETCH(QString, next);
+        const auto [page, next] = Rows<bool, QString>::current();
         QVERIFY(open());
         if (page)
             emit controller().detail(package(1));
@@ -265,7 +192,7 @@ private slots:
         expectError(answers, 1);
         package(1)->setState(Package::INSTALL_ERROR);
         if (next == "refresh"_s)
-            QVERIFY(engine().refresh());
+            QVERIFY(refresh());
         else if (next == "list"_s)
             controller().showList();
         else
@@ -274,22 +201,22 @@ private slots:
         QVERIFY(isQuiet());
     }
 
-    void openErrorBoxDoesNotHoldUpTheRecord()
+    void openErrorBoxDoesNotDelayTheRecord()
     {
         QVERIFY(open());
         server().resource(FirstArchive).body = "no archive";
         const BoxText box = errorBox("package-1"_s, Package::INSTALL_ERROR);
         MessageBoxAnswers answers;
         answers.expect(box.title, box.text, [this](QMessageBox &shown) {
-            QCOMPARE(engine().recordedStatus(1), int(Package::INSTALL_ERROR));
+            QCOMPARE(recordedStatus(1), int(Package::INSTALL_ERROR));
             QVERIFY(!controller().isBusy());
             shown.accept();
         });
-        engine().install(1);
+        install(1);
         QVERIFY(answers.waitForAll());
     }
 
-    void refreshWhileAnErrorIsTold()
+    void refreshKeepsTheErrorBox()
     {
         QVERIFY(open());
         const QPointer<PackageWidget> failed = card(0);
@@ -298,19 +225,18 @@ private slots:
         answers.expect(text.title, text.text, [this, &failed](QMessageBox &box) {
             const QPointer<QWidget> guard = &box;
             emit controller().update();
-            // Not read yet.
+            // The user has not read the box yet.
             QVERIFY(!failed && guard && box.isVisible());
             box.close();
         });
         package(1)->setState(Package::INSTALL_ERROR);
         QVERIFY(isQuiet());
-        QVERIFY(answers.allShown());
         QCOMPARE(list().count(), 2);
     }
 
-    void refreshWhileAQuestionIsAsked()
+    void refreshCancelsAQuestion()
     {
-        engine().offer({5, "1.0"_s, {"1:1.0"_s}});
+        offer({5, "1.0"_s, {"1:1.0"_s}});
         QVERIFY(open());
         MessageBoxAnswers answers;
         answers.expect("Install Package"_s,
@@ -319,43 +245,34 @@ private slots:
                        "package\n\npackage-1\n\nContinue?"_s,
                        [this](QMessageBox &) { emit controller().update(); });
         QTest::mouseClick(child<QPushButton>(*card(0), "Download"), Qt::LeftButton);
-        QVERIFY(answers.allShown());
         QCOMPARE(package(5)->state(), Package::AVAILABLE);
         QCOMPARE(list().count(), 3);
     }
 
-    void refreshDuringADownloadKeepsItShown()
+    void refreshKeepsTheStateOfADownload()
     {
         QVERIFY(open(1));
         server().serveGenerated(FirstArchive, 4000000).holdAfter = 1000000;
         child<QPushButton>(*card(0), "Download")->click();
-        QVERIFY(engine().waitForState(1, Package::DOWNLOADING));
-        QVERIFY(engine().refresh());
+        QVERIFY(waitForState(1, Package::DOWNLOADING));
+        QVERIFY(refresh());
         QCOMPARE(child<QPushButton>(*card(0), "Busy")->text(), "Downloading"_s);
-        QTRY_COMPARE(QFileInfo(engine().cached("package-1-1.0.zip"_s)).size(), 1000000LL);
+        QTRY_COMPARE(QFileInfo(cached("package-1-1.0.zip"_s)).size(), 1000000LL);
         MessageBoxAnswers answers;
-        // What is generated is no archive.
+        // The generated bytes are not an archive.
         expectError(answers, 1);
         server().release(FirstArchive);
         QVERIFY(answers.waitForAll());
         QCOMPARE(child<QPushButton>(*card(0), "Error")->text(), "Install Error"_s);
     }
 
-    void keyboardInstalls()
-    {
-        QVERIFY(open(1));
-        auto *button = child<QPushButton>(*card(0), "Download");
-        button->setFocus();
-        QTest::keyClick(button, Qt::Key_Space);
-        QVERIFY(waitUntilInstalled(1));
-    }
-
 private:
+    void tearDown() override { m_container.reset(); }
     /// Shows a container with these packages.
     bool open(int packages = 2)
     {
         for (int id = 1; id <= packages; ++id)
-            engine().offer({id});
+            offer({id});
         startServing();
         m_container = std::make_unique<PackageContainer>(shared());
         m_container->resize(1300, 700);
@@ -382,7 +299,7 @@ private:
     {
         return qobject_cast<PackageWidget *>(list().indexWidget(list().model()->index(row, 0)));
     }
-    /// The one outside of the detail view.
+    /// The panel of the container, not that of the detail view.
     PackageProcessingWidget *processing() const
     {
         return m_container->findChild<PackageProcessingWidget *>({}, Qt::FindDirectChildrenOnly);

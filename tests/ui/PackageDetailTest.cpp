@@ -11,14 +11,11 @@
 #include <QLayout>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QSignalSpy>
 #include <QTabWidget>
 
 using namespace Kavo::Testing;
 using namespace Kavo::Ui;
 using Kavo::Components::Carousel;
-using Kavo::Controllers::PackageController;
-using Kavo::Models::Package;
 using Kavo::Models::PackagePointer;
 
 namespace {
@@ -33,7 +30,7 @@ PackagePointer twoVersions()
     return package;
 }
 
-/// More than the page can show, in every part of it that scrolls.
+/// A package that does not fit into any scroll area of the page.
 PackagePointer longTexts()
 {
     QVector<Kavo::Models::PackageVersionPointer> versions;
@@ -53,7 +50,7 @@ QStringList facts(const QWidget &root)
     return texts;
 }
 
-/// Where the value of a fact begins in its picture: behind the widest gap.
+/// The column where the value of a fact begins, which is behind the widest gap.
 int columnOfValue(QLabel &fact)
 {
     const QImage image = fact.grab().toImage();
@@ -81,19 +78,6 @@ class PackageDetailTest final : public WidgetTest
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        EngineTest::init();
-        engine().start();
-        m_page = std::make_unique<PackageDetailWidget>(shared());
-        m_page->resize(1000, 700);
-    }
-    void cleanup()
-    {
-        m_page.reset();
-        EngineTest::cleanup();
-    }
-
     void pageHasItsLayout()
     {
         KAVO_NEEDS_ICON_FONT();
@@ -157,20 +141,7 @@ private slots:
         QVERIFY(carousel->isHidden());
     }
 
-    void backAndEscapeAskForTheList()
-    {
-        m_page->setPackage(twoVersions());
-        QSignalSpy listed(&controller(), &PackageController::list);
-        auto *back = child<QPushButton>(*m_page, "BackButton");
-        back->click();
-        QCOMPARE(listed.count(), 1);
-        QVERIFY(m_page->isVisible());
-        QVERIFY(QTest::qWaitForWindowActive(m_page.get()));
-        QTest::keyClick(back, Qt::Key_Escape);
-        QCOMPARE(listed.count(), 2);
-    }
-
-    /// Nothing in a tab has to be scrolled, and little of it is empty.
+    /// The tabs are high enough for their page, but not much higher.
     void tabsAreAsHighAsTheirPage()
     {
         m_page->setPackage(twoVersions());
@@ -195,14 +166,14 @@ private slots:
         tabs().setCurrentIndex(0);
         QTRY_COMPARE(tabs().height(), tall);
         QCOMPARE(rangeOfTab(), 0);
-        // A lower page has room for less of it, and a higher one for all again.
+        // A smaller page shows less of the tab. A larger one shows all of it again.
         m_page->resize(1000, 120);
         QTRY_VERIFY(rangeOfTab() > 0);
         m_page->resize(1000, 700);
         QTRY_COMPARE(tabs().height(), tall);
     }
 
-    void longPageLeavesSightOfTheRest()
+    void longPageKeepsTheRestVisible()
     {
         m_page->setPackage(longTexts());
         for (int page = 0; page < tabs().count(); ++page) {
@@ -223,7 +194,7 @@ private slots:
             if (bar.value() > 0)
                 moved.insert(&bar);
         });
-        // Each of the four up and down, and the change log to the side.
+        // All four areas scroll vertically. The change log scrolls horizontally as well.
         for (auto *area : m_page->findChildren<QAbstractScrollArea *>())
             QVERIFY2(moved.contains(area->verticalScrollBar()), qPrintable(area->objectName()));
         QVERIFY(
@@ -232,7 +203,7 @@ private slots:
         forEachScrollBar([](QScrollBar &bar) { QCOMPARE(bar.value(), 0); });
     }
 
-    void noSidewaysBarStays()
+    void horizontalScrollBarDisappears()
     {
         m_page->setPackage(longTexts());
         tabs().setCurrentIndex(1);
@@ -292,7 +263,7 @@ private slots:
         }
     }
 
-    /// All values begin with a colon at the same place.
+    /// All values begin at the same column.
     void factsLineUp()
     {
         PackageDetailInfoWidget table(shared());
@@ -317,7 +288,7 @@ private slots:
             QVERIFY(hasHand(*versionButton(list, row)));
             QCOMPARE(list.item(row)->sizeHint(), widget->sizeHint());
         }
-        // Those of the package before are gone.
+        // The versions of the previous package are gone.
         list.setPackage(makePackage(2, {makeVersion("9"_s)}));
         QCOMPARE(buttonsOf(list), QStringList("9: Download"_s));
         QCOMPARE(list.findChildren<PackageDetailOldVersionWidget *>().size(), 1);
@@ -327,9 +298,9 @@ private slots:
 
     void buttonOfAVersionInstallsIt()
     {
-        engine().offer({1, "1.0"_s});
-        engine().offer({1, "2.0"_s});
-        QVERIFY(engine().refresh());
+        offer({1, "1.0"_s});
+        offer({1, "2.0"_s});
+        QVERIFY(refresh());
         PackageDetailOldVersionsList list(shared());
         list.setPackage(package(1));
         versionButton(list, 1)->click();
@@ -342,23 +313,22 @@ private slots:
         QCOMPARE(facts(table).first(), "Installed\t: 1.0"_s);
     }
 
-    void rowAnnouncesItsClick()
-    {
-        const PackageDetailOldVersionWidget row("1.0"_s);
-        QSignalSpy clicked(&row, &PackageDetailOldVersionWidget::buttonClicked);
-        child<QPushButton>(row, "OldVersionButton")->click();
-        QCOMPARE(clicked.count(), 1);
-    }
-
 private:
+    void setUp() override
+    {
+        start();
+        m_page = std::make_unique<PackageDetailWidget>(shared());
+        m_page->resize(1000, 700);
+    }
+    void tearDown() override { m_page.reset(); }
     QTabWidget &tabs() const { return *child<QTabWidget>(*m_page, "DetailTabs"); }
-    /// How far the page of the tab can be scrolled down.
+    /// The vertical scroll range of the current tab.
     int rangeOfTab() const
     {
         const auto *area = qobject_cast<QAbstractScrollArea *>(tabs().currentWidget());
         return area->verticalScrollBar()->maximum();
     }
-    /// Does something with the bars of the page and of each of its tabs, while that is shown.
+    /// Calls a function for the scroll bars of the page and of each tab, while that tab is shown.
     void forEachScrollBar(const std::function<void(QScrollBar &)> &act)
     {
         const auto areas = m_page->findChildren<QAbstractScrollArea *>();
@@ -376,7 +346,7 @@ private:
     {
         return child<QPushButton>(*list.rowWidget(row), "OldVersionButton");
     }
-    /// Each version with what its button says.
+    /// Each version with the text of its button.
     static QStringList buttonsOf(const PackageDetailOldVersionsList &list)
     {
         QStringList texts;

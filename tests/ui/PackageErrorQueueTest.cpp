@@ -1,6 +1,7 @@
 #include "ui/package/PackageErrorQueue.h"
 #include "dialogs/MessageBoxes.h"
 #include "tests/packages/MakePackage.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 #include "tests/ui/Boxes.h"
 
@@ -29,7 +30,7 @@ int openBoxes()
     }));
 }
 
-/// Counts in every turn of the event loop how many boxes are open at once.
+/// Records the greatest number of boxes that are open at the same time.
 class MostBoxes final
 {
 public:
@@ -68,10 +69,10 @@ private slots:
         QVERIFY(&PackageErrorQueue::of(other) != &queue());
     }
 
-    void errorIsNotToldFromWhereItIsReported()
+    void errorIsShownAfterReportReturns()
     {
         MessageBoxAnswers answers;
-        // One that comes again is told again.
+        // An error that occurs again is shown again.
         for (int round = 0; round < 2; ++round) {
             expectError(answers, 1);
             report(1);
@@ -81,22 +82,22 @@ private slots:
         }
     }
 
-    void onlyErrorsAreTold_data()
+    void otherStatesShowNothing_data()
     {
-        QTest::addColumn<Package::State>("state");
+        Rows<Package::State> rows;
         for (int number = Package::AVAILABLE; number <= Package::UNKNOWN; ++number) {
             const auto state = static_cast<Package::State>(number);
             if (!Package::isError(state))
-                QTest::addRow("%d", number) << state;
+                rows.row(QByteArray::number(number), state);
         }
     }
 
-    void onlyErrorsAreTold()
+    void otherStatesShowNothing()
     {
-        QFETCH(Package::State, state);
+        const auto [state] = Rows<Package::State>::current();
         MessageBoxAnswers answers;
         report(1, state);
-        // Whatever was to be told of it would come before this.
+        // A box of the first report would be shown before this one.
         expectError(answers, 2);
         report(2);
         QVERIFY(answers.waitForAll());
@@ -110,13 +111,13 @@ private slots:
             expectError(answers, id);
         for (int id = 1; id <= 5; ++id)
             report(id);
-        // And one that comes while another is told.
+        // One error occurs while another is shown.
         QTimer::singleShot(0, this, [this] { report(6); });
         QVERIFY(answers.waitForAll());
         QCOMPARE(boxes.most(), 1);
     }
 
-    void errorOfTwoPlacesIsToldOnce()
+    void errorReportedTwiceIsShownOnce()
     {
         MessageBoxAnswers answers;
         report(1);
@@ -130,8 +131,8 @@ private slots:
         QTRY_COMPARE(openBoxes(), 0);
     }
 
-    /// By the name where they lack a number of their own, and by the number where a name is shared.
-    void packagesAreToldApart()
+    /// Packages without an id are distinguished by name, and packages of one name by id.
+    void packagesAreDistinguished()
     {
         MessageBoxAnswers answers;
         for (const PackagePointer &failed :
@@ -144,12 +145,12 @@ private slots:
         QTRY_COMPARE(openBoxes(), 0);
     }
 
-    void reasonIsToldBelow()
+    void reasonIsShownBelow()
     {
         const PackagePointer failed = makePackage(1, {});
         failed->setFailure(FailureReason(FailureReason::Kind::SIZE_DIFFERS, {"1"_s, "2"_s}));
         queue().report(*failed, Package::INSTALL_ERROR);
-        // What has come before a failed download is not its reason.
+        // An earlier failure is not the reason for a failed download.
         queue().report(*failed, Package::DOWNLOAD_ERROR);
         report(2);
         MessageBoxAnswers answers;
@@ -168,7 +169,7 @@ private slots:
         QTRY_COMPARE(openBoxes(), 0);
     }
 
-    /// Names in archives come from outside, like all others.
+    /// Names in archives are not trusted.
     void reasonIsPlainText()
     {
         const PackagePointer failed = makePackage(1, {});
@@ -189,7 +190,7 @@ private slots:
         QVERIFY(reason.size() < 400);
     }
 
-    void boxIsNotShownFromTheLoopOfAnother()
+    void boxesDoNotNestTheirEventLoops()
     {
         QVector<int> levels;
         QTimer timer;
@@ -198,8 +199,8 @@ private slots:
             if (!box)
                 return;
             levels.append(QThread::currentThread()->loopLevel());
-            // One box closes and the next is due in the same turn, before the loop of the first
-            // ends.
+            // One box closes and the next is due in the same turn, before the event loop of the
+            // first has ended.
             const bool first = levels.size() == 1;
             QMetaObject::invokeMethod(box.data(), &QWidget::close, Qt::QueuedConnection);
             if (first)
@@ -229,7 +230,7 @@ private slots:
             report(1);
             report(2);
         });
-        // The last one, where one question leads to another.
+        // The errors wait for the last of several questions.
         QVERIFY(confirm(m_window.get(), QMessageBox::Question, "Question"_s, "Change log?"_s));
         answered = confirm(m_window.get(), QMessageBox::Question, "Question"_s, "Dependencies?"_s);
         QVERIFY(answered);
@@ -237,7 +238,7 @@ private slots:
         QCOMPARE(boxes.most(), 1);
     }
 
-    void waitingErrorsGoWithTheWindow()
+    void waitingErrorsEndWithTheWindow()
     {
         const BoxText text = errorBox("package-1"_s, Package::INSTALL_ERROR);
         MessageBoxAnswers answers;

@@ -1,7 +1,7 @@
 #include "ui/list/PackageFilter.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/support/Literals.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QSignalSpy>
@@ -50,14 +50,13 @@ private slots:
     {
         searches(
             {"harbour", "floodlights", "plugin", "paid", "download", "pontoon", "quay"},
-            // Neither addresses nor markup nor what a picture is called is to be read anywhere.
+            // Addresses, markup and names of pictures are not visible, so they are not searched.
             {"free", "library", "update", "installed", "strong", "example.org", "jetty"});
     }
 
     void everythingThatACardShowsIsSearched()
     {
-        QFETCH(QString, text);
-        QFETCH(bool, found);
+        const auto [text, found] = Rows<QString, bool>::current();
         const PackagePointer package =
             named("Harbour"_s, "Puts <i>flood</i>lights up"_s,
                   "<p>On every <strong>pon</strong>toon and <a "
@@ -69,41 +68,38 @@ private slots:
         QCOMPARE(finds(package, text), found);
     }
 
-    void wordsAreFoundInWhateverWayTheyAreWritten_data()
+    void caseAndAccentsDoNotMatter_data()
     {
         searches({"zürich", "ZURICH", "zu\xcc\x88rich", "strasse", "Straße", "ric",
                   "strasse zurich", "  (strasse)  zurich, ", "zur zurich ur"},
                  {"zurich oslo", "zurichs", "zurich zurichs", "zurichstrasse"});
     }
 
-    void wordsAreFoundInWhateverWayTheyAreWritten()
+    void caseAndAccentsDoNotMatter()
     {
-        QFETCH(QString, text);
-        QFETCH(bool, found);
+        const auto [text, found] = Rows<QString, bool>::current();
         QCOMPARE(finds(named("Zürich"_s, "Jede STRASSE"_s), text), found);
     }
 
-    void statesAreFoundByTheWordOnTheButton_data()
+    void statesAreFoundByTheirButtonText_data()
     {
-        table<Package::State, bool, QString>(
-            {"state", "update", "words"},
-            {{"available", Package::AVAILABLE, false, "download"_s},
-             {"update", Package::INSTALLED, true, "update"_s},
-             {"installed", Package::INSTALLED, false, "installed"_s},
-             {"preparing", Package::PREPARING, false, "preparing"_s},
-             {"downloading", Package::DOWNLOADING, false, "download downloading"_s},
-             {"installing", Package::INSTALLING, false, "installing"_s},
-             {"removing", Package::UNINSTALLING, false, "installing uninstalling"_s},
-             {"install error", Package::INSTALL_ERROR, false, "error"_s},
-             {"download error", Package::DOWNLOAD_ERROR, false, "download error"_s},
-             {"dependency error", Package::DEPENDENCY_ERROR, false, "error dependency"_s},
-             {"unknown", Package::UNKNOWN, false, {}}});
+        Rows<Package::State, bool, QString>()
+            .row("available", Package::AVAILABLE, false, "download")
+            .row("update", Package::INSTALLED, true, "update")
+            .row("installed", Package::INSTALLED, false, "installed")
+            .row("preparing", Package::PREPARING, false, "preparing")
+            .row("downloading", Package::DOWNLOADING, false, "download downloading")
+            .row("installing", Package::INSTALLING, false, "installing")
+            .row("removing", Package::UNINSTALLING, false, "installing uninstalling")
+            .row("install error", Package::INSTALL_ERROR, false, "error")
+            .row("download error", Package::DOWNLOAD_ERROR, false, "download error")
+            .row("dependency error", Package::DEPENDENCY_ERROR, false, "error dependency")
+            .row("unknown", Package::UNKNOWN, false, "");
     }
 
-    void statesAreFoundByTheWordOnTheButton()
+    void statesAreFoundByTheirButtonText()
     {
-        QFETCH(Package::State, state);
-        QFETCH(bool, update);
+        const auto [state, update, words] = Rows<Package::State, bool, QString>::current();
         const PackagePointer package = named("Pier"_s);
         package->setUpdateAvailable(update);
         package->setState(state);
@@ -114,10 +110,10 @@ private slots:
             if (finds(package, word))
                 found.append(word);
         }
-        QTEST(found.join(QLatin1Char(' ')), "words");
+        QCOMPARE(found.join(QLatin1Char(' ')), words);
     }
 
-    void buttonMayGiveOneOfTheWords()
+    void buttonTextMayMatchOneWord()
     {
         const PackagePointer package = named("Pier"_s);
         package->setUpdateAvailable(true);
@@ -128,14 +124,14 @@ private slots:
         QVERIFY(!finds(package, "Quay Update"_s));
     }
 
-    void withoutWordsEverythingIsFound_data()
+    void searchWithoutWordsFindsEverything_data()
     {
-        table<QString>({"text"}, {{"nothing", {}}, {"blanks", "  "_s}, {"punctuation", " - ? "_s}});
+        Rows<QString>().row("nothing", "").row("blanks", "  ").row("punctuation", " - ? ");
     }
 
-    void withoutWordsEverythingIsFound()
+    void searchWithoutWordsFindsEverything()
     {
-        QFETCH(QString, text);
+        const auto [text] = Rows<QString>::current();
         m_filter->setPackages({named("Pier"_s), named("Quay"_s)});
         QCOMPARE(m_filter->foundCount(), 2);
         m_filter->search("Pier"_s);
@@ -146,7 +142,7 @@ private slots:
         QCOMPARE(m_filter->foundCount(), 2);
     }
 
-    void stateIsThatOfTheSearch()
+    void stateAtTheTimeOfTheSearchCounts()
     {
         const PackagePointer package = named("Pier"_s);
         m_filter->setPackages({package});
@@ -171,7 +167,7 @@ private slots:
         m_filter->setPackages({});
         QVERIFY(m_filter->isComplete());
         QCOMPARE(m_filter->foundCount(), 0);
-        // As many as before.
+        // The number of packages is unchanged.
         m_filter->setPackages({named("Pier"_s)});
         m_filter->search("quay"_s);
         m_filter->setPackages({named("Quay"_s)});
@@ -180,11 +176,11 @@ private slots:
         QCOMPARE(m_filter->foundCount(), 0);
     }
 
-    /// Letters come and go, and states change meanwhile.
+    /// Letters are added and deleted, and states change in between.
     void typedTextsAreFoundAsNewOnes()
     {
         constexpr int Steps = 1000;
-        // Among them are those of the words on buttons.
+        // They include the letters of words on buttons.
         const QString letters = "downal "_s;
         std::mt19937 random(1);
         const auto below = [&random](int end) {
@@ -212,7 +208,7 @@ private slots:
             PackageFilter other;
             other.setPackages(packages);
             other.search(text);
-            // A busy machine may need another turn of the loop for so few texts.
+            // A busy machine may need more than one turn of the event loop.
             QTRY_VERIFY(!other.isActive() || (m_filter->isComplete() && other.isComplete()));
             QCOMPARE(m_filter->found(), other.found());
             found += m_filter->isActive() && m_filter->foundCount() > 0 ? 1 : 0;
@@ -225,7 +221,7 @@ private slots:
         m_filter->setPackages(manyPackages());
         QSignalSpy advanced(m_filter.get(), &PackageFilter::advanced);
         m_filter->search("package"_s);
-        // The beginning is there at once, and nothing else is.
+        // Only the beginning has been read.
         const int atOnce = m_filter->foundCount();
         QVERIFY(atOnce > 0);
         QVERIFY(atOnce < Many);
@@ -252,14 +248,14 @@ private slots:
         QVERIFY(!m_filter->isComplete());
         QCOMPARE(m_filter->foundCount(), Many);
         QTRY_VERIFY(m_filter->isComplete());
-        // Nobody has searched.
+        // There was no search.
         QVERIFY(advanced.isEmpty());
         m_filter->search("29999"_s);
         QCOMPARE(m_filter->foundCount(), 1);
         QVERIFY(m_filter->found().testBit(29999));
     }
 
-    void newPackagesEndTheReadingOfTheOthers()
+    void newPackagesStopReadingTheOldOnes()
     {
         m_filter->setPackages(manyPackages());
         m_filter->search("package"_s);
@@ -273,8 +269,8 @@ private slots:
         QCOMPARE(m_filter->found().size(), 1);
     }
 
-    /// Whoever has new packages has more to do with them first.
-    void newPackagesWaitForTheirReadingAhead()
+    /// The caller has more urgent work with new packages.
+    void newPackagesAreNotReadAheadByThemselves()
     {
         m_filter->setPackages(manyPackages());
         m_filter->prepare();
@@ -294,7 +290,7 @@ private slots:
         QTRY_VERIFY(m_filter->isComplete());
         for (int i = 0; i < Many; ++i)
             QCOMPARE(m_filter->found().testBit(i), QString::number(i).contains("99"_s));
-        // And back to everything in the middle.
+        // The search is cleared while the list is being read.
         m_filter->setPackages(manyPackages());
         QVERIFY(!m_filter->isComplete());
         m_filter->search(QString());
@@ -303,7 +299,7 @@ private slots:
         QCOMPARE(m_filter->foundCount(), Many);
     }
 
-    /// Only as much is read as is shown.
+    /// Only the part that a card shows is read.
     void longTextsAreReadInParts()
     {
         const QString words = "word "_s.repeated(200000);
@@ -317,12 +313,11 @@ private:
     static void searches(std::initializer_list<const char *> finding,
                          std::initializer_list<const char *> missing)
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("found");
+        Rows<QString, bool> rows;
         for (const char *text : finding)
-            QTest::newRow(text) << QString::fromUtf8(text) << true;
+            rows.row(text, text, true);
         for (const char *text : missing)
-            QTest::newRow(text) << QString::fromUtf8(text) << false;
+            rows.row(text, text, false);
     }
     /// Whether one package is found.
     bool finds(const PackagePointer &package, const QString &text)

@@ -25,39 +25,13 @@ QString path(int row)
 
 } // namespace
 
-/// In which order the icons of a long list are asked for.
+/// The order in which the icons of a long list are requested.
 class PackageIconsTest final : public WidgetTest
 {
     Q_OBJECT
 
 private slots:
-    /// A list whose icons are held by the server.
-    void init()
-    {
-        EngineTest::init();
-        const QByteArray icon = png(QSize(8, 8), Qt::red);
-        for (int row = 0; row < Count; ++row) {
-            server().serve(path(row), icon).holdsGet = true;
-            engine().offerObject({{"id"_s, row + 1}, {"icon"_s, server().url(path(row))}});
-        }
-        engine().offer({Count + 1});
-        QVERIFY(engine().refresh());
-        m_list = std::make_unique<WidgetList>("PackageList"_s);
-        m_list->resize(1000, 600);
-        m_cards = std::make_unique<PackageCards>(m_list.get(), shared());
-        m_list->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_list.get()));
-        server().forgetRequests();
-        QVERIFY(rebuild());
-    }
-    void cleanup()
-    {
-        m_cards.reset();
-        m_list.reset();
-        EngineTest::cleanup();
-    }
-
-    void iconsInSightComeFirst()
+    void visibleIconsAreRequestedFirst()
     {
         QVERIFY(server().waitForRequests(Before));
         m_list->verticalScrollBar()->setValue(m_list->verticalScrollBar()->maximum() / 2);
@@ -86,14 +60,14 @@ private slots:
         QVERIFY(server().waitForRequests(Before + 1));
     }
 
-    void archiveIsAskedForAtOnce()
+    void archiveIsRequestedAtOnce()
     {
-        QVERIFY(engine().installAndWait(Count + 1));
+        QVERIFY(installAndWait(Count + 1));
         QVERIFY(server().requests().size() <= Before + 2);
     }
 
-    /// What cards ask for that are gone is asked for by those in their place.
-    void iconsOfReplacedCardsAreAskedForOnce()
+    /// Requests of deleted cards are made by the cards that replace them.
+    void iconsOfReplacedCardsAreRequestedOnce()
     {
         QVERIFY(server().waitForRequests(Before));
         QVERIFY(rebuild());
@@ -103,6 +77,29 @@ private slots:
     }
 
 private:
+    /// A list whose icons are held by the server.
+    void setUp() override
+    {
+        const QByteArray icon = png(QSize(8, 8), Qt::red);
+        for (int row = 0; row < Count; ++row) {
+            server().serve(path(row), icon).holdsGet = true;
+            offerObject({{"id"_s, row + 1}, {"icon"_s, server().url(path(row))}});
+        }
+        offer({Count + 1});
+        QVERIFY(refresh());
+        m_list = std::make_unique<WidgetList>("PackageList"_s);
+        m_list->resize(1000, 600);
+        m_cards = std::make_unique<PackageCards>(m_list.get(), shared());
+        m_list->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_list.get()));
+        server().forgetRequests();
+        QVERIFY(rebuild());
+    }
+    void tearDown() override
+    {
+        m_cards.reset();
+        m_list.reset();
+    }
     bool rebuild()
     {
         QSignalSpy complete(m_cards.get(), &PackageCards::complete);
@@ -127,9 +124,9 @@ private:
                 ++row;
             return row > last;
         };
-        return runUntil(areShown, 30000);
+        return runUntil(areShown);
     }
-    /// The rows whose icons have been asked for, from this request on.
+    /// The rows whose icons were requested, beginning with this request.
     QList<int> askedRows(int from)
     {
         QList<int> rows;

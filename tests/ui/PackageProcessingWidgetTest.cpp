@@ -1,7 +1,7 @@
 #include "ui/package/PackageProcessingWidget.h"
 #include "tests/components/Widgets.h"
 #include "tests/support/Literals.h"
-#include "tests/support/Table.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QMovie>
@@ -13,7 +13,7 @@ namespace {
 
 enum Mode : int { BUSY, EMPTY, HIDDEN, ERROR };
 
-/// What the panel shows beside its text: "animation", "message" and the drawings.
+/// The object names of the visible labels.
 QString partsOf(const PackageProcessingWidget &panel)
 {
     QStringList shown;
@@ -36,7 +36,7 @@ class PackageProcessingWidgetTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void panelHasItsLook()
+    void panelHasItsProperties()
     {
         const PackageProcessingWidget panel;
         QCOMPARE(panel.objectName(), "PackageProcessingWidget"_s);
@@ -47,42 +47,41 @@ private slots:
         QCOMPARE(child<QLabel>(panel, "ProcessingMessage")->textFormat(), Qt::PlainText);
     }
 
-    void modesShowWhatTheyAreFor_data()
+    void modesShowTheirWidgets_data()
     {
-        table<int, QString, QString>(
-            {"mode", "parts", "text"},
-            {{"busy", BUSY, Animation, "before"_s},
-             {"empty", EMPTY, Message + " EmptyDrawing"_s, "No items found"_s},
-             {"error", ERROR, Message + " ErrorDrawing"_s, "before"_s}});
+        Rows<int, QString, QString>()
+            .row("busy", BUSY, Animation, "before")
+            .row("empty", EMPTY, Message + " EmptyDrawing"_s, "No items found")
+            .row("error", ERROR, Message + " ErrorDrawing"_s, "before");
     }
 
     // Fixed, see docs/compatibility.md.
-    void modesShowWhatTheyAreFor()
+    void modesShowTheirWidgets()
     {
-        QFETCH(int, mode);
+        const auto [mode, parts, text] = Rows<int, QString, QString>::current();
         PackageProcessingWidget panel;
         panel.setError("before"_s);
         QVERIFY(!panel.isHidden());
         QCOMPARE(partsOf(panel), Message + " ErrorDrawing"_s);
         QCOMPARE(textOf(panel, "ProcessingMessage"), "before"_s);
-        // Whatever was shown before.
+        // The result does not depend on the previous mode.
         for (const int before : {HIDDEN, BUSY, ERROR}) {
             panel.setMode(before);
             panel.setMode(mode);
             QVERIFY(!panel.isHidden());
-            QTEST(partsOf(panel), "parts");
+            QCOMPARE(partsOf(panel), parts);
         }
-        QTEST(textOf(panel, "ProcessingMessage"), "text");
-        // Any other number changes nothing.
+        QCOMPARE(textOf(panel, "ProcessingMessage"), text);
+        // Other numbers have no effect.
         for (const int other : {-1, 4, 99}) {
             panel.setMode(other);
             QVERIFY(!panel.isHidden());
-            QTEST(partsOf(panel), "parts");
+            QCOMPARE(partsOf(panel), parts);
         }
-        // A panel that is hidden keeps what it shows.
+        // A hidden panel keeps its content.
         panel.setMode(HIDDEN);
         QVERIFY(panel.isHidden());
-        QTEST(partsOf(panel), "parts");
+        QCOMPARE(partsOf(panel), parts);
     }
 };
 

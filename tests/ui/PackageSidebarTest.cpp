@@ -10,7 +10,7 @@ using Kavo::Ui::PackageSidebar;
 
 namespace {
 
-/// What the choice shows of each category, and what it means.
+/// The text and the value of each category.
 QStringList categoriesOf(const PackageSidebar &sidebar)
 {
     const auto *choice = child<QComboBox>(sidebar, "CategoryChoice");
@@ -29,7 +29,7 @@ class PackageSidebarTest final : public WidgetTest
 private slots:
     void choicesHaveTheirCaptions()
     {
-        engine().start();
+        start();
         const PackageSidebar sidebar(shared());
         QCOMPARE(sidebar.objectName(), "PackageSidebar"_s);
         QStringList captions;
@@ -44,28 +44,27 @@ private slots:
 
     void categoriesAreShownCapitalised_data()
     {
-        table<QStringList, QStringList>({"categories", "shown"},
-                                        {{"capitals", {"SCENERY"_s}, {"Scenery=SCENERY"_s}},
-                                         {"small", {"scenery"_s}, {"Scenery=scenery"_s}},
-                                         {"one letter", {"x"_s}, {"X=x"_s}},
-                                         {"words", {"NIGHT AIR"_s}, {"Night air=NIGHT AIR"_s}},
-                                         {"empty", {QString()}, {"="_s}},
-                                         {"differ in case only",
-                                          {"Scenery"_s, "SCENERY"_s},
-                                          {"Scenery=Scenery"_s, "Scenery=SCENERY"_s}},
-                                         {"none", {}, {}}});
+        Rows<QStringList, QStringList>()
+            .row("capitals", {"SCENERY"_s}, {"Scenery=SCENERY"_s})
+            .row("small", {"scenery"_s}, {"Scenery=scenery"_s})
+            .row("one letter", {"x"_s}, {"X=x"_s})
+            .row("words", {"NIGHT AIR"_s}, {"Night air=NIGHT AIR"_s})
+            .row("empty", {QString()}, {"="_s})
+            .row("differ in case only", {"Scenery"_s, "SCENERY"_s},
+                 {"Scenery=Scenery"_s, "Scenery=SCENERY"_s})
+            .row("none", {}, {});
     }
 
     void categoriesAreShownCapitalised()
     {
-        QFETCH(QStringList, categories);
-        engine().start();
-        QTEST(categoriesOf(PackageSidebar(shared(), categories, nullptr)), "shown");
+        const auto [categories, shown] = Rows<QStringList, QStringList>::current();
+        start();
+        QCOMPARE(categoriesOf(PackageSidebar(shared(), categories, nullptr)), shown);
     }
 
     void typesAreCheckedAndCheckable()
     {
-        engine().start();
+        start();
         const PackageSidebar sidebar(shared());
         const auto *types = child<QListWidget>(sidebar, "TypeChoice");
         QCOMPARE(types->maximumHeight(), 150);

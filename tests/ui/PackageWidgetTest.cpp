@@ -11,8 +11,6 @@
 #include <QSignalSpy>
 
 using namespace Kavo::Testing;
-using Kavo::Controllers::PackageController;
-using Kavo::Models::Package;
 using Kavo::Models::PackagePointer;
 using Kavo::Ui::PackageWidget;
 
@@ -32,46 +30,31 @@ class PackageWidgetTest final : public WidgetTest
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        EngineTest::init();
-        engine().start();
-        m_package = named("Harbour"_s);
-    }
-    void cleanup()
-    {
-        m_card.reset();
-        EngineTest::cleanup();
-    }
-
     void stateSetsTheCard_data()
     {
-        table<Package::State, bool, QString, int>(
-            {"state", "update", "name", "glyph"},
-            {{"Download", Package::AVAILABLE, false, "Download"_s, 0xf0ed},
-             {"Update", Package::INSTALLED, true, "Update"_s, 0xf0ed},
-             {"Installed", Package::INSTALLED, false, "Installed"_s, 0xf00c},
-             {"Preparing", Package::PREPARING, false, "Busy"_s, 0xf254},
-             {"Downloading", Package::DOWNLOADING, false, "Busy"_s, 0xf254},
-             {"Installing", Package::INSTALLING, false, "Busy"_s, 0xf254},
-             {"Uninstalling", Package::UNINSTALLING, false, "Busy"_s, 0xf254},
-             {"Install Error", Package::INSTALL_ERROR, false, "Error"_s, 0xf071},
-             {"Download Error", Package::DOWNLOAD_ERROR, false, "Error"_s, 0xf071},
-             {"Dependency Error", Package::DEPENDENCY_ERROR, false, "Error"_s, 0xf071}});
+        Rows<Package::State, bool, QString, int>()
+            .row("Download", Package::AVAILABLE, false, "Download", 0xf0ed)
+            .row("Update", Package::INSTALLED, true, "Update", 0xf0ed)
+            .row("Installed", Package::INSTALLED, false, "Installed", 0xf00c)
+            .row("Preparing", Package::PREPARING, false, "Busy", 0xf254)
+            .row("Downloading", Package::DOWNLOADING, false, "Busy", 0xf254)
+            .row("Installing", Package::INSTALLING, false, "Busy", 0xf254)
+            .row("Uninstalling", Package::UNINSTALLING, false, "Busy", 0xf254)
+            .row("Install Error", Package::INSTALL_ERROR, false, "Error", 0xf071)
+            .row("Download Error", Package::DOWNLOAD_ERROR, false, "Error", 0xf071)
+            .row("Dependency Error", Package::DEPENDENCY_ERROR, false, "Error", 0xf071);
     }
 
     // Fixed, see docs/compatibility.md.
     void stateSetsTheCard()
     {
-        QFETCH(Package::State, state);
-        QFETCH(bool, update);
-        QFETCH(QString, name);
-        QFETCH(int, glyph);
+        const auto [state, update, name, glyph] =
+            Rows<Package::State, bool, QString, int>::current();
         const auto next = state == Package::AVAILABLE ? Package::PREPARING : Package::AVAILABLE;
         const QString hint =
             name == "Error"_s ? "To try again, press Refresh at the top"_s : QString();
         m_package->setUpdateAvailable(update);
-        // From the start, and on the way.
+        // The package has the state before the card exists, or gets it afterwards.
         for (const bool early : {true, false}) {
             if (early)
                 m_package->setState(state);
@@ -97,7 +80,7 @@ private slots:
         m_package->setState(Package::UNKNOWN);
         QCOMPARE(action().text(), "Downloading"_s);
         QVERIFY(!progress().isHidden());
-        // The labels were not refreshed either.
+        // The labels have not changed either.
         QCOMPARE(label("PackageAvailable").font().weight(), int(QFont::Normal));
     }
 
@@ -116,17 +99,15 @@ private slots:
     {
         const QString rich = "<p>Puts <b>lights</b> on<br>every pier.</p>"_s;
         const QString plain = "Puts lights on every pier."_s;
-        table<QString, QString, QString>({"brief", "description", "shown"},
-                                         {{"brief", rich, "long"_s, plain},
-                                          {"rich", {}, rich, plain},
-                                          {"lines", {}, "First\nsecond"_s, "First second"_s}});
+        Rows<QString, QString, QString>()
+            .row("brief", rich, "long", plain)
+            .row("rich", "", rich, plain)
+            .row("lines", "", "First\nsecond", "First second");
     }
 
     void descriptionIsOnePlainLine()
     {
-        QFETCH(QString, brief);
-        QFETCH(QString, description);
-        QFETCH(QString, shown);
+        const auto [brief, description, shown] = Rows<QString, QString, QString>::current();
         m_package->setShortDescription(brief);
         m_package->setDescription(description);
         show();
@@ -165,11 +146,11 @@ private slots:
         QCOMPARE(label("PackageName").font().pointSize(), 12);
     }
 
-    void packageWithoutVersionsHasNothingAvailable()
+    void packageWithoutVersionsShowsNoVersion()
     {
         show(makePackage(1, {}));
         QCOMPARE(label("PackageAvailable").text(), "Available : "_s);
-        // It offers a download all the same, and pressing it crashes nothing.
+        // The card offers a download all the same, and a click does nothing.
         QCOMPARE(action().text(), "Download"_s);
         action().click();
         QCOMPARE(action().text(), "Download"_s);
@@ -197,7 +178,7 @@ private slots:
         }
     }
 
-    void wordOfThePriceStandsOnItsGround()
+    void wordOfThePriceHasItsBackground()
     {
         show();
         label("PackageStatus").setStyleSheet("qproperty-ground: #0000ff;"_s);
@@ -210,7 +191,7 @@ private slots:
             QVERIFY(picture.pixelColor(x, middle) != QColor(Qt::blue));
     }
 
-    void factsOfAllCardsStandBelowEachOther()
+    void factsOfAllCardsAreAligned()
     {
         const auto placeOfFacts = [this](const QString &version) {
             show(makePackage(1, {makeVersion(version)}));
@@ -220,7 +201,7 @@ private slots:
         QCOMPARE(placeOfFacts("1"_s), placeOfFacts("10.2"_s));
     }
 
-    void widgetsHaveTheirLook()
+    void widgetsHaveTheirProperties()
     {
         show();
         QCOMPARE(m_card->objectName(), "PackageWidget"_s);
@@ -242,21 +223,21 @@ private slots:
 
     void progressCountsThousandsOfBytes_data()
     {
-        table<qint64, int>({"total", "maximum"},
-                           {{"less than one", 999, 0},
-                            {"unknown", -1, 0},
-                            {"some", 5999, 5},
-                            {"more than an int holds", 5000000000000, 2147483647}});
+        Rows<qint64, int>()
+            .row("less than one", 999, 0)
+            .row("unknown", -1, 0)
+            .row("some", 5999, 5)
+            .row("more than an int holds", 5000000000000, 2147483647);
     }
 
     void progressCountsThousandsOfBytes()
     {
-        QFETCH(qint64, total);
+        const auto [total, maximum] = Rows<qint64, int>::current();
         show();
         QVERIFY(isUnmeasured());
         m_package->setState(Package::DOWNLOADING);
         emit m_package->totalSize(total);
-        QTEST(progress().maximum(), "maximum");
+        QCOMPARE(progress().maximum(), maximum);
         emit m_package->totalSize(9000);
         emit m_package->downloadedSize(3999);
         QCOMPARE(progress().value(), 3);
@@ -272,22 +253,7 @@ private slots:
         }
     }
 
-    void newCardShowsTheRunningDownload()
-    {
-        engine().offer({1});
-        server().serveGenerated("/package-1-1.0.zip"_s, 8000000).holdAfter = 3000000;
-        QVERIFY(engine().refresh());
-        engine().install(1);
-        QVERIFY(engine().waitForState(1, Package::DOWNLOADING));
-        // As the transfer does from time to time.
-        controller().runningDownload(package(1))->setCurrentSize(2500000);
-        show(package(1));
-        QCOMPARE(progress().maximum(), 8000);
-        QCOMPARE(progress().value(), 2500);
-        m_card.reset();
-    }
-
-    void errorIsToldOnAVisibleCard()
+    void visibleCardShowsErrors()
     {
         for (const auto state :
              {Package::INSTALL_ERROR, Package::DOWNLOAD_ERROR, Package::DEPENDENCY_ERROR}) {
@@ -304,56 +270,10 @@ private slots:
         }
     }
 
-    void hiddenCardTellsNoError()
+    void actionInstallsAndNotifiesTheMainThread()
     {
-        show();
-        m_card->hide();
-        const MessageBoxAnswers answers;
-        m_package->setState(Package::INSTALL_ERROR);
-        QVERIFY(isQuiet());
-        QVERIFY(answers.shown().isEmpty());
-        QCOMPARE(action().text(), "Install Error"_s);
-    }
-
-    /// It was told when it came about.
-    void cardThatBeginsWithAnErrorTellsNone()
-    {
-        m_package->setState(Package::INSTALL_ERROR);
-        QWidget list;
-        list.show();
-        const MessageBoxAnswers answers;
-        m_card = std::make_unique<PackageWidget>(shared(), m_package, &list);
-        QVERIFY(isQuiet());
-        QVERIFY(answers.shown().isEmpty());
-        QCOMPARE(action().text(), "Install Error"_s);
-        m_card.reset();
-    }
-
-    void cardMayGoWhileItsErrorIsTold()
-    {
-        show();
-        const BoxText box = errorBox("Harbour"_s, Package::DOWNLOAD_ERROR);
-        MessageBoxAnswers answers;
-        answers.expect(box.title, box.text, [this](QMessageBox &) { m_card.reset(); });
-        m_package->setState(Package::DOWNLOAD_ERROR);
-        QCoreApplication::sendPostedEvents();
-        QVERIFY(!m_card);
-    }
-
-    void moreDetailAsksForTheDetail()
-    {
-        show();
-        PackagePointer asked;
-        connect(&controller(), &PackageController::detail, m_card.get(),
-                [&asked](const PackagePointer &shown) { asked = shown; });
-        child<QPushButton>(*m_card, "MoreDetail")->click();
-        QCOMPARE(asked, m_package);
-    }
-
-    void actionInstallsAndTheMainThreadHearsOfIt()
-    {
-        engine().offer({1, "1.10"_s});
-        QVERIFY(engine().refresh());
+        offer({1, "1.10"_s});
+        QVERIFY(refresh());
         show(package(1));
         QVector<QThread *> threads;
         QObject context;
@@ -364,7 +284,7 @@ private slots:
         QVERIFY(waitUntilInstalled(1));
         QTRY_COMPARE(action().objectName(), "Installed"_s);
         QTRY_COMPARE(label("PackageInstalled").text(), "Installed : 1.10"_s);
-        QCOMPARE(readFile(engine().simulator(Engine::fileOf(1))), Engine::contentOf(1, "1.10"_s));
+        QCOMPARE(readFile(simulator(Engine::fileOf(1))), Engine::contentOf(1, "1.10"_s));
         QVERIFY(!threads.isEmpty());
         QCOMPARE(threads.count(QThread::currentThread()), threads.size());
     }
@@ -379,7 +299,7 @@ private slots:
         QVERIFY(icon().hasScaledContents());
         QVERIFY(!icon().movie());
         QCOMPARE(server().log(), QStringList("GET /icon.png"_s));
-        // Nothing of the tile is left.
+        // The tile is not visible any more.
         const QImage picture = icon().grab().toImage();
         QCOMPARE(picture.pixelColor(48, 1), QColor(Qt::red));
         QCOMPARE(picture.pixelColor(48, 94), QColor(Qt::red));
@@ -397,23 +317,22 @@ private slots:
     {
         show();
         QVERIFY(icon().movie());
-        QVERIFY(!engine().downloads()->find({}));
+        QVERIFY(!downloads().find({}));
     }
 
-    void missingIconHasATileWithTheFirstLetter_data()
+    void missingIconIsReplacedByTheFirstLetter_data()
     {
-        table<QString, QString>({"name", "sameTile"},
-                                {{"letter", "Harbour"_s, "hills"_s},
-                                 {"after a bracket", "(Harbour)"_s, "H"_s},
-                                 {"digit", "2 Seas"_s, "2"_s},
-                                 {"letter of two code units", "\U00020BB7\u91CE"_s, "\U00020BB7"_s},
-                                 {"nothing to read", "..."_s, {}}});
+        Rows<QString, QString>()
+            .row("letter", "Harbour", "hills")
+            .row("after a bracket", "(Harbour)", "H")
+            .row("digit", "2 Seas", "2")
+            .row("letter of two code units", "\U00020BB7\u91CE", "\U00020BB7")
+            .row("nothing to read", "...", "");
     }
 
-    void missingIconHasATileWithTheFirstLetter()
+    void missingIconIsReplacedByTheFirstLetter()
     {
-        QFETCH(QString, name);
-        QFETCH(QString, sameTile);
+        const auto [name, sameTile] = Rows<QString, QString>::current();
         const bool hasLetter = !sameTile.isEmpty();
         const auto tileOf = [this](const QString &shown) {
             show(named(shown));
@@ -429,17 +348,17 @@ private slots:
         for (int pixel = 0; pixel < 96 * 56; ++pixel)
             inked = inked || tile.pixelColor(pixel % 96, pixel / 96) == QColor(Qt::blue);
         QCOMPARE(inked, hasLetter);
-        // Without a letter the animation moves in its place.
+        // Without a letter the animation takes its place.
         QCOMPARE(icon().contentsRect().top() > 0, hasLetter);
         if (hasLetter)
             QCOMPARE(tileOf(sameTile), tile);
     }
 
-    void failedIconLeavesTheAnimation()
+    void failedIconKeepsTheAnimation()
     {
-        // The page of the error is a good picture.
+        // The error page is a valid picture.
         showWithIcon(png(QSize(64, 64), Qt::red), [](HttpResource &icon) { icon.getStatus = 404; });
-        const auto download = engine().downloads()->find(m_package->icon());
+        const auto download = downloads().find(m_package->icon());
         QSignalSpy failed(download.data(), &Kavo::Models::Download::error);
         QSignalSpy finished(download.data(), &Kavo::Models::Download::finished);
         QTRY_COMPARE(finished.count(), 1);
@@ -457,11 +376,11 @@ private slots:
         QCOMPARE(shownColor(icon()), QColor(Qt::transparent));
     }
 
-    void cardMayGoBeforeItsIconArrives()
+    void cardMayBeDestroyedBeforeItsIconArrives()
     {
         showWithIcon(png(QSize(64, 64), Qt::red), [](HttpResource &icon) { icon.holdsGet = true; });
         QVERIFY(server().waitForRequests(1));
-        const auto download = engine().downloads()->find(m_package->icon());
+        const auto download = downloads().find(m_package->icon());
         QSignalSpy finished(download.data(), &Kavo::Models::Download::finished);
         m_card.reset();
         server().release(IconPath);
@@ -469,6 +388,12 @@ private slots:
     }
 
 private:
+    void setUp() override
+    {
+        start();
+        m_package = named("Harbour"_s);
+    }
+    void tearDown() override { m_card.reset(); }
     void show()
     {
         m_card = std::make_unique<PackageWidget>(shared(), m_package);

@@ -1,6 +1,7 @@
 #include "ui/list/PlainLine.h"
 #include "tests/support/Archives.h"
 #include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 #include "tests/ui/OpenedFiles.h"
 
@@ -14,37 +15,32 @@ class PlainLineTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void markupIsLeftOut_data()
+    void markupIsRemoved_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("line");
-        const auto row = [](const char *title, const char *text, const char *line) {
-            QTest::newRow(title) << QString::fromUtf8(text) << QString::fromUtf8(line);
-        };
-        row("nothing", "", "");
-        row("plain", "Lights for every pier", "Lights for every pier");
-        row("less than", "Ports < 20 m & > 5 m", "Ports < 20 m & > 5 m");
-        row("ampersand in plain text", "Tom &amp; Jerry", "Tom &amp; Jerry");
-        row("blanks", " Lights \n\t for  piers ", "Lights for piers");
-        row("bold", "Puts <b>lights</b> up", "Puts lights up");
-        row("entities", "<b>Tom</b> &amp; Jerry&nbsp;&lt;3", "Tom & Jerry <3");
-        row("paragraphs", "<p>One</p><p>Two</p>", "One Two");
-        row("line break", "One<br>Two", "One Two");
-        row("list", "<ul><li>One</li><li>Two</li></ul>", "One Two");
-        row("table", "<table><tr><td>One</td><td>Two</td></tr></table>", "One Two");
-        row("style", "<style>b { color: red; }</style><b>One</b>", "One");
-        row("picture", "<p>One <img src=\"lights.png\"> two</p>", "One two");
-        row("link", "<a href=\"http://x.example.org/\">One</a>", "One");
+        Rows<QString, QString>()
+            .row("nothing", "", "")
+            .row("plain", "Lights for every pier", "Lights for every pier")
+            .row("less than", "Ports < 20 m & > 5 m", "Ports < 20 m & > 5 m")
+            .row("ampersand in plain text", "Tom &amp; Jerry", "Tom &amp; Jerry")
+            .row("blanks", " Lights \n\t for  piers ", "Lights for piers")
+            .row("bold", "Puts <b>lights</b> up", "Puts lights up")
+            .row("entities", "<b>Tom</b> &amp; Jerry&nbsp;&lt;3", "Tom & Jerry <3")
+            .row("paragraphs", "<p>One</p><p>Two</p>", "One Two")
+            .row("line break", "One<br>Two", "One Two")
+            .row("list", "<ul><li>One</li><li>Two</li></ul>", "One Two")
+            .row("table", "<table><tr><td>One</td><td>Two</td></tr></table>", "One Two")
+            .row("style", "<style>b { color: red; }</style><b>One</b>", "One")
+            .row("picture", "<p>One <img src=\"lights.png\"> two</p>", "One two")
+            .row("link", "<a href=\"http://x.example.org/\">One</a>", "One");
     }
 
-    void markupIsLeftOut()
+    void markupIsRemoved()
     {
-        QFETCH(QString, text);
-        QFETCH(QString, line);
+        const auto [text, line] = Rows<QString, QString>::current();
         QCOMPARE(plainLine(text), line);
     }
 
-    /// The text would look the same.
+    /// The result alone would not show it.
     void filesAreNotRead()
     {
         const QTemporaryDir folder;

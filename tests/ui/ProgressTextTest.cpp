@@ -1,5 +1,6 @@
 #include "ui/package/ProgressText.h"
 #include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QTranslator>
@@ -44,16 +45,12 @@ class ProgressTextTest final : public QObject
 private slots:
     void cleanup() { QCoreApplication::removeTranslator(&m_german); }
 
-    void sizesAreInOneUnit_data()
+    void bothSizesHaveOneUnit_data()
     {
-        QTest::addColumn<qint64>("received");
-        QTest::addColumn<qint64>("total");
-        QTest::addColumn<QString>("english");
-        QTest::addColumn<QString>("german");
-        const auto row = [](qint64 received, qint64 total, const char *english,
-                            const char *german) {
-            QTest::newRow(english)
-                << received << total << QString::fromUtf8(english) << QString::fromUtf8(german);
+        Rows<qint64, qint64, QString, QString> rows;
+        const auto row = [&rows](qint64 received, qint64 total, const char *english,
+                                 const char *german) {
+            rows.row(english, received, total, english, german);
         };
         row(2 * MB, 5977 * KB, "2.0 of 5.8 MB", "2,0 von 5,8 MB");
         row(0, 5 * MB, "0.0 of 5.0 MB", "0,0 von 5,0 MB");
@@ -69,23 +66,20 @@ private slots:
         row(2048 * GB, 5000 * 1024 * GB, "2.0 of 5,000.0 TB", "2,0 von 5.000,0 TB");
     }
 
-    void sizesAreInOneUnit()
+    void bothSizesHaveOneUnit()
     {
-        QFETCH(qint64, received);
-        QFETCH(qint64, total);
-        QTEST(downloading(download(received, total)), "english");
-        QVERIFY(speakGerman());
-        QTEST(downloading(download(received, total)), "german");
+        const auto [received, total, english, german] =
+            Rows<qint64, qint64, QString, QString>::current();
+        QCOMPARE(downloading(download(received, total)), english);
+        QVERIFY(installGerman());
+        QCOMPARE(downloading(download(received, total)), german);
     }
 
-    void timeIsToldInItsUnit_data()
+    void timeHasItsUnit_data()
     {
-        QTest::addColumn<qint64>("seconds");
-        QTest::addColumn<QString>("english");
-        QTest::addColumn<QString>("german");
-        const auto row = [](qint64 seconds, const char *english, const char *german) {
-            QTest::addRow("%lld", seconds)
-                << seconds << QString::fromUtf8(english) << QString::fromUtf8(german);
+        Rows<qint64, QString, QString> rows;
+        const auto row = [&rows](qint64 seconds, const char *english, const char *german) {
+            rows.row(QByteArray::number(seconds), seconds, english, german);
         };
         row(0, "less than a minute left", "noch weniger als eine Minute");
         row(59, "less than a minute left", "noch weniger als eine Minute");
@@ -99,24 +93,22 @@ private slots:
         row(86400, "24 hours left", "noch 24 Stunden");
     }
 
-    void timeIsToldInItsUnit()
+    void timeHasItsUnit()
     {
-        QFETCH(qint64, seconds);
-        QFETCH(QString, english);
-        QFETCH(QString, german);
+        const auto [seconds, english, german] = Rows<qint64, QString, QString>::current();
         const WorkProgress progress = download(2 * MB, 5 * MB, seconds);
         QCOMPARE(downloading(progress), "2.0 of 5.0 MB, "_s + english);
-        QVERIFY(speakGerman());
+        QVERIFY(installGerman());
         QCOMPARE(downloading(progress), "2,0 von 5,0 MB, "_s + german);
     }
 
-    void silentServerIsTold()
+    void silentServerIsShown()
     {
         WorkProgress progress = download(2 * MB, 5 * MB, 30);
         progress.isSilent = true;
         QCOMPARE(downloading(progress), "2.0 of 5.0 MB, waiting for the server"_s);
         QCOMPARE(ProgressText::of(progress, Package::PREPARING), "waiting for the server"_s);
-        QVERIFY(speakGerman());
+        QVERIFY(installGerman());
         QCOMPARE(downloading(progress), "2,0 von 5,0 MB, wartet auf den Server"_s);
     }
 
@@ -125,7 +117,7 @@ private slots:
         WorkProgress progress;
         progress.waitsFor = "Kavo Library"_s;
         QCOMPARE(waiting(progress), "waits for Kavo Library"_s);
-        QVERIFY(speakGerman());
+        QVERIFY(installGerman());
         QCOMPARE(waiting(progress), "wartet auf Kavo Library"_s);
     }
 
@@ -145,7 +137,7 @@ private slots:
         QVERIFY(text.endsWith(QLatin1Char('x') + QString(QChar(0x2026))));
     }
 
-    void onlyADownloadTellsItsSize()
+    void onlyADownloadShowsItsSize()
     {
         for (int number = Package::AVAILABLE; number <= Package::UNKNOWN; ++number) {
             const auto state = static_cast<Package::State>(number);
@@ -155,7 +147,7 @@ private slots:
     }
 
 private:
-    bool speakGerman()
+    bool installGerman()
     {
         return m_german.load("qt_de"_s, QStringLiteral(KAVO_TRANSLATION_FOLDER)) &&
                QCoreApplication::installTranslator(&m_german);

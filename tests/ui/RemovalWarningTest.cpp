@@ -6,7 +6,6 @@
 #include <QFileInfo>
 
 using namespace Kavo::Testing;
-using Kavo::Models::Package;
 
 namespace {
 
@@ -25,44 +24,31 @@ QString listed(const QStringList &paths)
 
 } // namespace
 
-/// What a removal leaves behind is told in one box of the real window.
+/// One box in the real window lists what a removal could not delete.
 class RemovalWarningTest final : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void nothingIsToldOfACompleteRemoval()
-    {
-        Offer offer{1};
-        offer.remove = QStringList("package-1"_s);
-        QVERIFY(writeFile(engine().simulator("Custom Scenery/mine/apt.dat"_s), "mine"));
-        QVERIFY(openInstalled({offer}));
-        MessageBoxAnswers answers;
-        expectUninstall(answers, QMessageBox::Yes);
-        uninstall("Custom Scenery"_s);
-        QVERIFY(answers.allShown());
-        QCOMPARE(package(1)->state(), Package::AVAILABLE);
-    }
-
-    void oneBoxTellsOfAllPackages()
+    void oneBoxListsAllPackages()
     {
         const QString lights = "locked/lights.txt"_s;
         Offer needed{1};
         needed.files = {{"locked/<b>a.txt"_s, "a"}, {lights, "package's"}};
         needed.remove = QStringList{"locked/<b>a.txt"_s, lights};
         needed.backup = QStringList{lights};
-        // It would look like a path of its own.
+        // The second line of this name looks like a path.
         Offer needing{2, "1.0"_s, {"1"_s}, {{"locked/b\n/etc/passwd"_s, "b"}}};
         needing.remove = QStringList("locked/b\n"_s);
-        QVERIFY(writeFile(engine().simulator(lights), "original"));
+        QVERIFY(writeFile(simulator(lights), "original"));
         QVERIFY(openInstalled({needed, needing}));
         MessageBoxAnswers answers;
         expectUninstall(answers, QMessageBox::Yes, {"package-2"_s});
-        const QStringList remaining{engine().simulator("locked/<b>a.txt"_s),
-                                    engine().simulator("locked/b?"_s), engine().simulator(lights)};
+        const QStringList remaining{simulator("locked/<b>a.txt"_s), simulator("locked/b?"_s),
+                                    simulator(lights)};
         answers.expect(Title,
                        Remaining + listed(remaining) + QLatin1Char('\n') + NotReturned +
-                           listed({engine().profile().backupFolder() + lights}),
+                           listed({profile().backupFolder() + lights}),
                        QMessageBox::Ok);
         uninstall("locked"_s);
         QVERIFY(answers.allShown());
@@ -83,14 +69,14 @@ private slots:
         connect(&timer, &QTimer::timeout, this, [&text] {
             if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
                 text = box->text();
-                // Yes of the question, Ok of the warning.
+                // The button is Yes in the question and Ok in the warning.
                 box->buttons().first()->click();
             }
         });
         timer.start(2);
         uninstall("locked"_s);
         QVERIFY(text.startsWith(Remaining));
-        QCOMPARE(text.count(engine().simulator("locked/file-"_s)), 100);
+        QCOMPARE(text.count(simulator("locked/file-"_s)), 100);
         QVERIFY(text.endsWith("\nNot listed : 5\n"_s));
     }
 
@@ -102,20 +88,20 @@ private:
             engine().offer(offer);
         bool done = open();
         for (const Offer &offer : offers)
-            done = done && engine().installAndWait(offer.id);
+            done = done && installAndWait(offer.id);
         openDetail(0);
         return done && showsDetail();
     }
-    /// Presses Uninstall as a user who may not change this folder of the simulator.
+    /// Presses Uninstall as a user without write access to this folder of the simulator.
     void uninstall(const QString &locked)
     {
-        letEverybodyWrite(QFileInfo(engine().profile().home()).path());
-        setMode(engine().simulator(locked), 0555);
+        letEverybodyWrite(QFileInfo(profile().home()).path());
+        setMode(simulator(locked), 0555);
         {
             const WithoutRights withoutRights;
             child<QPushButton>(window(), "Uninstall")->click();
         }
-        setMode(engine().simulator(locked), 0755);
+        setMode(simulator(locked), 0755);
     }
 };
 

@@ -13,9 +13,7 @@
 #include <QSignalSpy>
 
 using namespace Kavo::Testing;
-using Kavo::Settings;
 using Kavo::Controllers::PackageController;
-using Kavo::Models::Package;
 using Kavo::Ui::PackageFilter;
 using Kavo::Ui::PackageProcessingWidget;
 using Kavo::Ui::PackageSidebar;
@@ -26,7 +24,7 @@ Q_DECLARE_METATYPE(std::function<void()>)
 
 namespace {
 
-/// Of a list that is filled in turns.
+/// The length of a list that is filled in turns of the event loop.
 constexpr int Many = 400;
 
 QString spokenDescription(QWidget &widget)
@@ -36,7 +34,7 @@ QString spokenDescription(QWidget &widget)
 
 } // namespace
 
-/// The search in the real window, from the keys to what is to be seen of the list.
+/// The search in the real window, from the keys to the visible cards.
 class SearchTest final : public WindowTest
 {
     Q_OBJECT
@@ -49,7 +47,7 @@ private slots:
         offerNamed(1, "Häfen"_s, "Lights for every pier"_s);
         offerNamed(2, "Jetways"_s, "Every gate has one"_s);
         offerNamed(3, "Piers"_s);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(0, true));
         QCOMPARE(seen(), Ids({1, 2, 3}));
         field().setFocus();
         type("e");
@@ -68,15 +66,14 @@ private slots:
         QCOMPARE(seen(), Ids({1, 2, 3}));
     }
 
-    void nothingFoundIsTold()
+    void panelShowsThatNothingMatches()
     {
-        offerSome(3);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(3, true));
         const auto *sidebar = window().findChild<PackageSidebar *>();
-        // Back to the list as soon as the text finds something.
+        // The list returns as soon as there is a match.
         for (const char *text : {"jetways", "etways", "etway", "etwa", "etw", "et"}) {
             search(text);
-            QVERIFY(tellsNothingFound());
+            QVERIFY(showsNoMatches());
             QVERIFY(!sidebar->isVisible());
             QVERIFY(field().hasFocus());
         }
@@ -86,35 +83,35 @@ private slots:
         QVERIFY(sidebar->isVisible());
     }
 
-    void nothingFoundStaysTheAnswerToAnEmptyCatalogue()
+    void emptyCatalogueHasNoMatches()
     {
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(0, true));
         QVERIFY(list().isVisible() && !panel().isVisible());
         field().setText("pier"_s);
-        QVERIFY(tellsNothingFound());
+        QVERIFY(showsNoMatches());
         field().clear();
         QVERIFY(list().isVisible() && !panel().isVisible());
     }
 
-    // The way to the cards
+    // From the field to the cards
 
-    void keyboardGoesToWhatWasFound_data()
+    void returnFocusesTheFirstMatch_data()
     {
-        table<std::function<void()>>(
-            {"confirm"}, {{"Return", [this] { press(Qt::Key_Return); }},
-                          {"Enter", [this] { press(Qt::Key_Enter); }},
-                          {"button", [this] { QTest::mouseClick(&button(), Qt::LeftButton); }}});
+        Rows<std::function<void()>>()
+            .row("Return", [this] { press(Qt::Key_Return); })
+            .row("Enter", [this] { press(Qt::Key_Enter); })
+            .row("button", [this] { QTest::mouseClick(&button(), Qt::LeftButton); });
     }
 
-    void keyboardGoesToWhatWasFound()
+    void returnFocusesTheFirstMatch()
     {
-        QFETCH(std::function<void()>, confirm);
+        const auto [confirm] = Rows<std::function<void()>>::current();
         QVERIFY(openMany(true));
         search("package-33");
         QCOMPARE(listed(), Ids({33, 330, 331, 332, 333, 334, 335, 336, 337, 338, 339}));
         confirm();
         QCOMPARE(focusedName(), "More Detail: package-33"_s);
-        // From there on the keys know the list as it is.
+        // Tab visits the filtered list.
         press(Qt::Key_Tab);
         QCOMPARE(focusedName(), "Download: package-330"_s);
         press(Qt::Key_Tab);
@@ -122,17 +119,15 @@ private slots:
         QCOMPARE(textOf(window(), "DetailTitle"), "package-330"_s);
     }
 
-    void keyboardStaysWhereNothingWasFound()
+    void focusStaysWithoutAMatch()
     {
-        offerSome(3);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(3, true));
         search("jetways");
         press(Qt::Key_Return);
         QVERIFY(field().hasFocus());
         QTest::mouseClick(&button(), Qt::LeftButton);
-        QVERIFY(tellsNothingFound());
-        // Nor does it go to a card while the list is on its way, or with the list when that is
-        // there.
+        QVERIFY(showsNoMatches());
+        // The focus does not move while the list is loading, nor when it arrives.
         field().setText("package"_s);
         emit controller().busy();
         field().setFocus();
@@ -147,8 +142,7 @@ private slots:
 
     void escapeClears()
     {
-        offerSome(3);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(3, true));
         search("2");
         QCOMPARE(seen(), Ids({2}));
         press(Qt::Key_Escape);
@@ -170,12 +164,12 @@ private slots:
         QCOMPARE(QApplication::focusWidget(), focused);
         QVERIFY(seen().contains(333));
         QVERIFY(!seen().contains(1));
-        // The keys go on from there.
+        // Tab continues at this card.
         press(Qt::Key_Tab);
         QCOMPARE(focusedName(), "Download: package-334"_s);
     }
 
-    void clearedListStandsWhereItStood()
+    void clearingRestoresTheScrollPosition()
     {
         QVERIFY(openMany(true));
         QScrollBar *bar = list().verticalScrollBar();
@@ -189,30 +183,28 @@ private slots:
         QCOMPARE(bar->value(), 0);
         QCOMPARE(seen().first(), 12);
         type("nothing");
-        QVERIFY(tellsNothingFound());
+        QVERIFY(showsNoMatches());
         press(Qt::Key_Escape);
         QCOMPARE(bar->value(), 20000);
     }
 
-    // A search that is hidden until it is asked for
+    // A hidden search
 
     void keysShowAHiddenSearch_data()
     {
-        table<int, Qt::KeyboardModifiers>({"key", "modifiers"},
-                                          {{"Ctrl+F", Qt::Key_F, Qt::ControlModifier},
-                                           {"Find", Qt::Key_Find, Qt::NoModifier},
-                                           {"Search", Qt::Key_Search, Qt::NoModifier}});
+        Rows<int, Qt::KeyboardModifiers>()
+            .row("Ctrl+F", Qt::Key_F, Qt::ControlModifier)
+            .row("Find", Qt::Key_Find, Qt::NoModifier)
+            .row("Search", Qt::Key_Search, Qt::NoModifier);
     }
 
     void keysShowAHiddenSearch()
     {
-        QFETCH(int, key);
-        QFETCH(Qt::KeyboardModifiers, modifiers);
-        offerSome(3);
-        QVERIFY(openRead());
+        const auto [key, modifiers] = Rows<int, Qt::KeyboardModifiers>::current();
+        QVERIFY(openRead(3));
         QVERIFY(isHidden());
-        // Not every key is one that press() knows.
-        const auto pressKey = [key, modifiers] {
+        // press() does not support all of these keys.
+        const auto pressKey = [key = key, modifiers = modifiers] {
             QTest::simulateEvent(QApplication::focusWidget(), true, key, modifiers, {}, false);
         };
         pressKey();
@@ -220,7 +212,7 @@ private slots:
         type("2");
         QCOMPARE(seen(), Ids({2}));
         QVERIFY(!window().findChild<PackageSidebar *>()->isVisible());
-        // Once more it selects what stands there, to be written over.
+        // The same keys select the text, so that typing replaces it.
         press(Qt::Key_Return);
         pressKey();
         QVERIFY(field().hasFocus());
@@ -239,8 +231,8 @@ private slots:
         QCOMPARE(listed().size(), 11);
     }
 
-    /// Wherever the cursor was left, and whatever is selected.
-    void typingInTheListGoesBehindWhatStandsThere()
+    /// The position of the cursor and the selection do not matter.
+    void typingInTheListAppendsToTheText()
     {
         QVERIFY(openMany(true));
         search("22");
@@ -269,7 +261,7 @@ private slots:
         QVERIFY(field().text().isEmpty());
         QCOMPARE(listed().size(), Many);
         QCOMPARE(focusedName(), "More Detail: package-1"_s);
-        // Empty, too, and with the keyboard at its button.
+        // Escape also works in an empty field and at the button.
         press(Qt::Key_F, Qt::ControlModifier);
         press(Qt::Key_Escape);
         QVERIFY(isHidden());
@@ -279,7 +271,7 @@ private slots:
         press(Qt::Key_Escape);
         QVERIFY(isHidden());
         QCOMPARE(focusedName(), "More Detail: package-1"_s);
-        // And with the keyboard in the list.
+        // Escape also works in the list.
         type("22");
         press(Qt::Key_Return);
         QCOMPARE(focusedName(), "More Detail: package-22"_s);
@@ -290,23 +282,18 @@ private slots:
         QVERIFY(seen().contains(22));
     }
 
-    void searchThatIsAlwaysThereStays()
+    void permanentSearchStaysVisible()
     {
-        offerSome(3);
-        QVERIFY(openRead(true));
-        for (const QString &setting : {"true"_s, "FALSE"_s, QString()}) {
-            set(Settings::SHOW_FILTER, setting);
-            cardButton(0, "MoreDetail")->setFocus();
-            type("2");
-            press(Qt::Key_Escape);
-            QVERIFY(isShown() && field().hasFocus());
-        }
+        QVERIFY(openRead(3, true));
+        cardButton(0, "MoreDetail")->setFocus();
+        type("2");
+        press(Qt::Key_Escape);
+        QVERIFY(isShown() && field().hasFocus());
     }
 
     void otherKeysOfACardKeepTheirMeaning()
     {
-        offerSome(3);
-        QVERIFY(openRead());
+        QVERIFY(openRead(3));
         press(Qt::Key_X, Qt::AltModifier);
         press(Qt::Key_X, Qt::ControlModifier);
         press(Qt::Key_Escape);
@@ -314,23 +301,22 @@ private slots:
         QVERIFY(isHidden());
         openDetail(0);
         QVERIFY(showsDetail());
-        // Nothing is filtered from here.
+        // Typing in the detail view does not search.
         type("x");
         QVERIFY(isHidden());
         QVERIFY(showsDetail());
     }
 
-    // What goes on meanwhile
+    // A search during other events
 
     void refreshKeepsTheSearch()
     {
-        offerSome(5);
-        QVERIFY(openRead());
+        QVERIFY(openRead(5));
         type("package-2");
         press(Qt::Key_Return);
         QCOMPARE(seen(), Ids({2}));
         offer(20);
-        QVERIFY(engine().refresh());
+        QVERIFY(refresh());
         QCOMPARE(field().text(), "package-2"_s);
         QVERIFY(isShown());
         QTRY_COMPARE(seen(), Ids({2, 20}));
@@ -339,29 +325,28 @@ private slots:
         QCOMPARE(listed().size(), 6);
     }
 
-    void refreshThatFindsNothingTellsIt()
+    void refreshWithoutMatchesShowsThePanel()
     {
-        offerSome(3);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(3, true));
         setState(2, Package::INSTALLED, true);
         search("update");
         QCOMPARE(seen(), Ids({2}));
         press(Qt::Key_Return);
-        // The new objects know of no installation.
-        QVERIFY(engine().refresh());
-        QTRY_VERIFY(tellsNothingFound());
+        // The new package objects are not installed.
+        QVERIFY(refresh());
+        QTRY_VERIFY(showsNoMatches());
         QCOMPARE(focusedName(), "Refresh"_s);
         field().clear();
         QCOMPARE(seen(), Ids({1, 2, 3}));
     }
 
-    void searchWhileTheCatalogueIsOnItsWay()
+    void searchWhileTheCatalogueIsLoading()
     {
         QVERIFY(openMany(true));
         QSignalSpy listedNow(&controller(), &PackageController::list);
         controller().refresh();
         field().setText("package-39"_s);
-        // The panel goes on telling that the catalogue comes.
+        // The panel still shows that the catalogue is loading.
         QVERIFY(panel().isVisible() && !list().isVisible());
         QVERIFY(!textOf(panel(), "ProcessingMessage").contains("No items"_s));
         QVERIFY(listedNow.wait());
@@ -372,8 +357,7 @@ private slots:
 
     void searchOnAnErrorPageChangesNothing()
     {
-        offerSome(3);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(3, true));
         emit controller().error("Server Error"_s);
         for (const QString &text : {"2"_s, "nothing"_s, QString(), "2"_s}) {
             field().setText(text);
@@ -396,7 +380,7 @@ private slots:
         QPushButton *opener = cardButton(id - 1, "MoreDetail");
         QTest::mouseClick(opener, Qt::LeftButton);
         QVERIFY(showsDetail());
-        // What happens to it meanwhile does not matter.
+        // A change of state in between has no effect.
         setState(id, Package::INSTALLED);
         press(Qt::Key_Escape);
         QVERIFY(!showsDetail());
@@ -408,8 +392,7 @@ private slots:
 
     void searchInTheDetailShowsTheList()
     {
-        offerSome(3);
-        QVERIFY(openRead());
+        QVERIFY(openRead(3));
         openDetail(0);
         press(Qt::Key_F, Qt::ControlModifier);
         QVERIFY(field().hasFocus() && showsDetail());
@@ -417,18 +400,17 @@ private slots:
         QVERIFY(!showsDetail());
         QCOMPARE(seen(), Ids({3}));
         QVERIFY(field().hasFocus());
-        // The package that was open is not in the list, and takes no keyboard.
+        // The package that was open is not in the list and does not get the focus.
         press(Qt::Key_Return);
         openDetail(2);
         field().setText("nothing"_s);
-        QVERIFY(tellsNothingFound());
+        QVERIFY(showsNoMatches());
         QVERIFY(!showsDetail());
     }
 
-    void returnInTheDetailShowsTheFound()
+    void returnInTheDetailShowsTheMatches()
     {
-        offerSome(3);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(3, true));
         field().setText("package"_s);
         openDetail(2);
         press(Qt::Key_F, Qt::ControlModifier);
@@ -437,10 +419,9 @@ private slots:
         QCOMPARE(focusedName(), "More Detail: package-1"_s);
     }
 
-    void packageThatChangesStaysUntilTheNextText()
+    void changedPackageStaysUntilTheNextSearch()
     {
-        offerSome(3);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(3, true));
         setState(1, Package::INSTALLED, true);
         setState(3, Package::INSTALLED, true);
         field().setText("updat"_s);
@@ -448,16 +429,15 @@ private slots:
         setState(1, Package::PREPARING, true);
         QCoreApplication::processEvents();
         QCOMPARE(seen(), Ids({1, 3}));
-        // The card says so all the same.
+        // The card shows the new state all the same.
         QCOMPARE(cardButton(0, "Busy")->text(), "Preparing"_s);
         field().setText("update"_s);
         QCOMPARE(seen(), Ids({3}));
     }
 
-    void errorOfAPackageThatIsNotListedIsTold()
+    void errorOfAFilteredPackageIsShown()
     {
-        offerSome(3);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(3, true));
         field().setText("package-2"_s);
         MessageBoxAnswers answers;
         expectError(answers, 1);
@@ -467,18 +447,18 @@ private slots:
 
     // Long lists
 
-    void longListIsSearchedBeforeItsCardsAreThere()
+    void longListIsSearchedBeforeItsCardsExist()
     {
-        offerMany(3000);
+        offerNamed(3000);
         QVERIFY(open(true));
         QVERIFY(!list().rowWidget(2998));
-        // Nothing was found yet, and more is to come.
+        // Reading has not finished, so "No items found" is not shown.
         bool isGivenUp = false;
         connect(window().findChild<PackageFilter *>(), &PackageFilter::advanced, this,
-                [this, &isGivenUp] { isGivenUp = isGivenUp || tellsNothingFound(); });
+                [this, &isGivenUp] { isGivenUp = isGivenUp || showsNoMatches(); });
         field().setFocus();
         field().setText("package-2999"_s);
-        QVERIFY(!tellsNothingFound());
+        QVERIFY(!showsNoMatches());
         QTRY_COMPARE(seen(), Ids({2999}));
         QVERIFY(!isGivenUp);
         press(Qt::Key_Return);
@@ -487,7 +467,7 @@ private slots:
 
     void detailStaysWhileALongListIsRead()
     {
-        offerMany(3000);
+        offerNamed(3000);
         QVERIFY(open(true));
         field().setText("package"_s);
         openDetail(0);
@@ -499,12 +479,12 @@ private slots:
 
     void cardsOfALongListAreMadeWhileItIsFiltered()
     {
-        offerMany(Many);
+        offerNamed(Many);
         QVERIFY(open(true));
         QVERIFY(!list().rowWidget(200));
         field().setText("package-39"_s);
         QTRY_COMPARE(window().findChildren<PackageWidget *>().size(), Many);
-        // Those that are not listed are not to be seen.
+        // Cards that do not match are hidden.
         for (const PackageWidget *card : window().findChildren<PackageWidget *>()) {
             const bool found = QByteArray::number(card->packageId()).startsWith("39");
             QVERIFY(found || !card->isVisible());
@@ -515,10 +495,9 @@ private slots:
 
     // Screen readers
 
-    void screenReadersHearHowManyWereFound()
+    void numberOfMatchesIsAccessible()
     {
-        offerSome(30);
-        QVERIFY(openRead(true));
+        QVERIFY(openRead(30, true));
         QVERIFY(!spokenDescription(field()).contains("packages"_s));
         search("package-3");
         QCOMPARE(spokenDescription(field()), "2 of 30 packages"_s);
@@ -531,39 +510,29 @@ private slots:
     }
 
 private:
-    /// Adds a package of this name.
-    void offerNamed(int id, const QString &name, const QString &brief = {})
-    {
-        engine().offerObject({{"id"_s, id},
-                              {"name"_s, QJsonObject{{"en"_s, name}}},
-                              {"short_description"_s, QJsonObject{{"en"_s, brief}}}});
-    }
-    /// Adds "package-1" and so on, with nothing but their names.
-    void offerMany(int count)
-    {
-        for (int id = 1; id <= count; ++id)
-            offerNamed(id, "package-%1"_s.arg(id));
-    }
     bool isRead()
     {
         const auto *filter = window().findChild<PackageFilter *>();
         return QTest::qWaitFor([filter] { return filter->isComplete(); }, 60000);
     }
-    /// Shows the window when all texts have been read.
-    bool openRead(bool filter = false) { return open(filter) && isRead(); }
+    /// Shows the window and waits until all texts have been read.
+    bool openRead(int packages, bool filter = false)
+    {
+        return openWith(packages, filter) && isRead();
+    }
     bool openMany(bool filter = false)
     {
-        offerMany(Many);
-        return openRead(filter);
+        offerNamed(Many);
+        return openRead(0, filter);
     }
 
-    /// As the keyboard does: to whatever has it.
+    /// Sends the keys to the focused widget.
     void type(const char *text)
     {
         for (; *text; ++text)
             QTest::keyClick(window().windowHandle(), *text);
     }
-    /// Types in the place of what stands in the field.
+    /// Replaces the text in the field by typing.
     void search(const char *text)
     {
         field().setFocus();
@@ -580,12 +549,12 @@ private:
         return *child<QWidget>(window(), "PackageContainer")
                     ->findChild<PackageProcessingWidget *>({}, Qt::FindDirectChildrenOnly);
     }
-    bool tellsNothingFound() const
+    bool showsNoMatches() const
     {
         return panel().isVisible() && !list().isVisible() &&
                textOf(panel(), "ProcessingMessage") == "No items found"_s;
     }
-    /// Ids of the packages in the list, of a list that is shown.
+    /// Ids of the listed packages; empty if the list is hidden.
     Ids listed()
     {
         Ids ids;
@@ -596,7 +565,7 @@ private:
         }
         return ids;
     }
-    /// Ids of the cards that can be seen, from the top to the bottom.
+    /// Ids of the visible cards, from top to bottom.
     Ids seen() const
     {
         QMap<int, int> ids;

@@ -9,7 +9,7 @@ namespace Kavo::Testing {
 
 namespace {
 
-/// Where the states begin: behind a name, and not at the two colons of a part like "::item".
+/// The position of the first state. The two colons of a part like "::item" do not count.
 int stateBegin(const QString &selector)
 {
     static const QRegularExpression state("(?<!:):(?!:)"_s);

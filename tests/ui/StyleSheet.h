@@ -8,8 +8,8 @@
 
 namespace Kavo::Testing {
 
-/// The program's style sheet as text, cut into its rules, for tests that judge the design itself.
-/// Knows as much of the language as the sheet uses.
+/// The rules of the program's style sheet, for tests of the design. Supports as much of the
+/// language as the sheet uses.
 class StyleSheet final
 {
 public:
@@ -18,9 +18,9 @@ public:
         QString selector; ///< one, without the commas of the sheet
         QMap<QString, QString> declarations;
 
-        /// What the selector means without its states: "#Download" of "#Download:hover".
+        /// The selector without its states: "#Download" of "#Download:hover".
         QString subject() const;
-        /// The states, in the order of the sheet: ":hover"; empty for the state of rest.
+        /// The states, in the order of the sheet: ":hover"; empty for the normal state.
         QString state() const;
     };
 
@@ -32,10 +32,10 @@ public:
     const QString &body() const { return m_body; }
     const QVector<Rule> &rules() const { return m_rules; }
 
-    /// Colour of a property ("color", "background") of a subject in a state; where the state says
-    /// nothing, that of rest. Invalid when it is not said, transparent when that is.
+    /// Colour of a property ("color", "background") of a subject in a state, or in the normal state
+    /// if the state does not set it. Invalid if neither does.
     QColor color(const QString &subject, const QString &state, const QString &property) const;
-    /// The states in which the sheet says anything of the subject, rest first.
+    /// The states that the sheet has rules for, the normal state first.
     QStringList states(const QString &subject) const;
 
     /// All colours in a text, each once.

@@ -1,5 +1,6 @@
 #include "tests/ui/StyleSheet.h"
 #include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QFile>
@@ -13,10 +14,10 @@ namespace {
 
 constexpr double Readable = 4.5;
 
-/// The green of the word "Free", which the program sets itself.
+/// The colour of the word "Free", which is not in the style sheet.
 const QColor FreeColor("#66b771"_s);
 
-/// Grounds, and the texts and glyphs that stand on them without one of their own.
+/// Backgrounds, and the subjects on them that have no background of their own.
 const QMap<QString, QStringList> StandingOn{
     {"#ApplicationWindow"_s, {"QWidget"_s}},
     {"QDialog"_s, {"QWidget"_s, "QTabBar::tab"_s}},
@@ -36,7 +37,7 @@ const QMap<QString, QStringList> StandingOn{
     {"#Carousel"_s, {"#CarouselPrevious"_s, "#CarouselNext"_s}},
 };
 
-/// Grounds on which no text in the colour of the window ever stands.
+/// Backgrounds without text in the colour of the window.
 const QStringList Textless{"#Carousel"_s,
                            "#CarouselPrevious"_s,
                            "#CarouselNext"_s,
@@ -62,7 +63,7 @@ QStringList subjectsOf(const StyleSheet &sheet)
 
 } // namespace
 
-/// Judges the style sheet as it stands in the program's resources.
+/// Checks the style sheet in the resources of the program.
 class StyleSheetTest final : public QObject
 {
     Q_OBJECT
@@ -80,42 +81,42 @@ private slots:
     {
         QVERIFY(qFuzzyCompare(StyleSheet::contrast(Qt::black, Qt::white), 21.0));
         QVERIFY(qFuzzyCompare(StyleSheet::contrast(Qt::red, Qt::red), 1.0));
-        // The lightest grey that may carry black text, by the guidelines' own example.
+        // An example of the guidelines.
         const QColor grey("#767676"_s);
         QCOMPARE(qRound(StyleSheet::contrast(grey, Qt::white) * 100), 454);
         QCOMPARE(StyleSheet::contrast(Qt::white, grey), StyleSheet::contrast(grey, Qt::white));
     }
 
-    void headNamesExactlyTheColorsInUse()
+    void headListsExactlyTheColorsInUse()
     {
         QCOMPARE(StyleSheet::colorsIn(m_sheet->head()), StyleSheet::colorsIn(m_sheet->body()));
     }
 
     void textIsReadableInEveryState_data()
     {
-        QTest::addColumn<QString>("subject");
+        Rows<QString> rows;
         for (const QString &subject : subjectsOf(*m_sheet)) {
             if (hasTextOfItsOwn(subject))
-                QTest::newRow(qPrintable(subject)) << subject;
+                rows.row(subject.toLatin1(), subject);
         }
     }
 
     void textIsReadableInEveryState()
     {
-        QFETCH(QString, subject);
+        const auto [subject] = Rows<QString>::current();
         QVERIFY2(!groundsOf(subject).isEmpty(), "Nobody knows what this text stands on");
         for (const QString &state : m_sheet->states(subject)) {
             const QColor text = m_sheet->color(subject, state, "color"_s);
             if (!isSolid(text))
                 continue;
-            // States meet: a selected tab has the keyboard too.
+            // Several states may apply at once, such as selected and focused.
             const double worst = worstContrast(text, subject);
             QVERIFY2(worst >= Readable,
                      qPrintable("%1%2 has a contrast of %3"_s.arg(subject, state).arg(worst)));
         }
     }
 
-    /// Other text has the colour of the window, wherever it stands.
+    /// Text without a colour of its own has the colour of the window.
     void windowTextIsReadableOnEveryGround()
     {
         const QColor ink = m_sheet->color("QWidget"_s, QString(), "color"_s);
@@ -134,7 +135,7 @@ private slots:
         QVERIFY(grounds > 20);
     }
 
-    /// Of a package whose picture is not there.
+    /// The letter stands for a missing icon.
     void letterIsReadableOnItsTile()
     {
         const QString icon = "#PackageIcon"_s;
@@ -144,8 +145,8 @@ private slots:
         QVERIFY(StyleSheet::contrast(letter, tile) >= Readable);
     }
 
-    /// The button has a light ground and brings its own glyph along.
-    void glyphOfInstalledIsSeen()
+    /// The button has a light background and a glyph of its own.
+    void glyphOfInstalledIsVisible()
     {
         const QImage glyph(":/resources/img/check-green.png"_s);
         QColor drawn;
@@ -165,44 +166,40 @@ private slots:
         QVERIFY(StyleSheet::contrast(FreeColor, ground) >= Readable);
     }
 
-    void glyphsAreSeenInEveryState_data()
+    void glyphsAreVisibleInEveryState_data()
     {
-        QTest::addColumn<QColor>("glyph");
-        QTest::addColumn<QString>("subject");
-        for (const char *name : {"Download", "Update", "Busy", "Error", "Uninstall", "XPlaneButton",
-                                 "TopButton", "CarouselPrevious", "CarouselNext", "SettingsOk"})
-            QTest::addRow("white on %s", name)
-                << QColor(Qt::white) << QLatin1Char('#') + QLatin1String(name);
+        Rows<QColor, QString> rows;
         for (const char *name :
-             {"MoreDetail", "WindowMinimize", "WindowMaximize", "WindowClose", "BackButton"})
-            QTest::addRow("black on %s", name)
-                << QColor(Qt::black) << QLatin1Char('#') + QLatin1String(name);
-        QTest::newRow("black on other buttons") << QColor(Qt::black) << "QPushButton"_s;
+             {"#Download", "#Update", "#Busy", "#Error", "#Uninstall", "#XPlaneButton",
+              "#TopButton", "#CarouselPrevious", "#CarouselNext", "#SettingsOk"})
+            rows.row(QByteArray("white on ") + name, Qt::white, name);
+        for (const char *name : {"QPushButton", "#MoreDetail", "#WindowMinimize", "#WindowMaximize",
+                                 "#WindowClose", "#BackButton"})
+            rows.row(QByteArray("black on ") + name, Qt::black, name);
     }
 
-    void glyphsAreSeenInEveryState()
+    void glyphsAreVisibleInEveryState()
     {
-        QFETCH(QColor, glyph);
-        QFETCH(QString, subject);
+        const auto [glyph, subject] = Rows<QColor, QString>::current();
         QVERIFY(!groundsOf(subject).isEmpty());
         const double worst = worstContrast(glyph, subject);
         QVERIFY2(worst >= Readable, qPrintable("contrast of %1"_s.arg(worst)));
     }
 
-    void everythingPressableHasItsStates_data()
+    void buttonsHaveTheirStates_data()
     {
-        QTest::addColumn<QString>("subject");
+        Rows<QString> rows;
         for (const char *name :
              {"QPushButton", "#Download", "#Update", "#Uninstall", "#XPlaneButton", "#TopButton",
               "#MoreDetail", "#WindowMinimize", "#WindowMaximize", "#WindowClose", "#BackButton",
               "#CarouselPrevious", "#CarouselNext", "#SettingsOk", "#DestroyingYes"})
-            QTest::newRow(name) << QString::fromLatin1(name);
+            rows.row(name, name);
     }
 
-    /// Under the pointer, held down, and with the keyboard it looks different from rest.
-    void everythingPressableHasItsStates()
+    /// Hovered, pressed and focused buttons look different from others.
+    void buttonsHaveTheirStates()
     {
-        QFETCH(QString, subject);
+        const auto [subject] = Rows<QString>::current();
         const QString ground = "background"_s;
         const QColor rest = m_sheet->color(subject, QString(), ground);
         const QColor under = m_sheet->color(subject, ":hover"_s, ground);
@@ -211,7 +208,7 @@ private slots:
         QVERIFY(under != rest);
         QVERIFY(pressed != rest);
         QVERIFY(pressed != under);
-        // Otherwise the rule of all buttons speaks.
+        // Without a rule of its own, the rule for all buttons applies.
         if (m_sheet->states(subject).contains(":focus"_s)) {
             const QColor edge = m_sheet->color(subject, ":focus"_s, "border-color"_s);
             QVERIFY(edge.isValid());
@@ -229,7 +226,7 @@ private:
         });
     }
 
-    /// All grounds that a subject stands on in any of its states.
+    /// All backgrounds of a subject in any of its states.
     QVector<QColor> groundsOf(const QString &subject) const
     {
         QVector<QColor> grounds;
@@ -247,7 +244,7 @@ private:
         return grounds;
     }
 
-    /// The worst contrast of a colour with the grounds of a subject.
+    /// The lowest contrast of a colour with the backgrounds of a subject.
     double worstContrast(const QColor &color, const QString &subject) const
     {
         double worst = 21;

@@ -13,6 +13,18 @@ void WidgetTest::set(Settings::Key key, const QString &value)
     settings()->apply();
 }
 
+void WidgetTest::offerNamed(int id, const QString &name, const QString &brief)
+{
+    offerObject(
+        {{"id"_s, id}, {"name"_s, inEnglish(name)}, {"short_description"_s, inEnglish(brief)}});
+}
+
+void WidgetTest::offerNamed(int count)
+{
+    for (int id = 1; id <= count; ++id)
+        offerNamed(id, "package-%1"_s.arg(id));
+}
+
 void WidgetTest::startServing()
 {
     start();

@@ -17,11 +17,6 @@ namespace {
 
 constexpr int MostSteps = 1000;
 
-QJsonObject inEnglish(const QString &text)
-{
-    return {{"en"_s, text}};
-}
-
 } // namespace
 
 void WindowTest::initTestCase()
@@ -30,11 +25,10 @@ void WindowTest::initTestCase()
     loadFonts();
 }
 
-void WindowTest::cleanup()
+void WindowTest::tearDown()
 {
     m_window.reset();
     m_application.reset();
-    EngineTest::cleanup();
     qApp->setStyleSheet(QString());
 }
 
@@ -50,19 +44,13 @@ void WindowTest::offer(int id, int banners)
     for (const char *version : {"2.0", "1.0"})
         versions.append(QJsonObject{{"version"_s, QString::fromLatin1(version)},
                                     {"log"_s, QJsonArray{"What is new"_s}}});
-    engine().offerObject({{"id"_s, id},
-                          {"name"_s, inEnglish("package-%1"_s.arg(id))},
-                          {"description"_s, inEnglish("What it is. "_s.repeated(500))},
-                          {"help_url"_s, "http://addons.example.org/help"_s},
-                          {"manual_url"_s, "http://addons.example.org/manual"_s},
-                          {"banner"_s, pictures},
-                          {"versions"_s, versions}});
-}
-
-void WindowTest::offerSome(int count)
-{
-    for (int id = 1; id <= count; ++id)
-        offer(id);
+    offerObject({{"id"_s, id},
+                 {"name"_s, inEnglish("package-%1"_s.arg(id))},
+                 {"description"_s, inEnglish("What it is. "_s.repeated(500))},
+                 {"help_url"_s, "http://addons.example.org/help"_s},
+                 {"manual_url"_s, "http://addons.example.org/manual"_s},
+                 {"banner"_s, pictures},
+                 {"versions"_s, versions}});
 }
 
 void WindowTest::makeWindow()
@@ -83,6 +71,13 @@ bool WindowTest::open(bool filter, const QSize &size)
     m_window->resize(size);
     QSignalSpy listed(&controller(), &Controllers::PackageController::list);
     return listed.wait() && QTest::qWaitForWindowActive(m_window.get());
+}
+
+bool WindowTest::openWith(int packages, bool filter)
+{
+    for (int id = 1; id <= packages; ++id)
+        offer(id);
+    return open(filter);
 }
 
 Components::WidgetList &WindowTest::list() const

@@ -13,25 +13,25 @@ class WidgetList;
 
 namespace Kavo::Testing {
 
-/// Base of tests in the real window with its style sheet and fonts, on a catalogue of the test's
-/// own.
+/// Base of tests in the real window with its style sheet and fonts. The test makes the catalogue.
 class WindowTest : public WidgetTest
 {
     Q_OBJECT
 
 protected slots:
     void initTestCase();
-    void cleanup();
 
 protected:
-    /// Adds "package-<id>" in the versions 2.0 and 1.0, with so many banners, to the catalogue.
+    void tearDown() override;
+
+    /// Adds "package-<id>" in the versions 2.0 and 1.0, with this many banners, to the catalogue.
     void offer(int id, int banners = 0);
-    /// Adds the packages 1 to count.
-    void offerSome(int count);
-    /// Makes the window, which asks for the catalogue by itself.
+    /// Makes the window, which requests the catalogue.
     void makeWindow();
-    /// Shows the window and tells whether it is active with the list in it.
+    /// Shows the window. Returns whether it is active and shows the list.
     bool open(bool filter = false, const QSize &size = QSize(1320, 800));
+    /// The same after offer() for the packages from 1 to this number.
+    bool openWith(int packages, bool filter = false);
 
     Controllers::ApplicationController &application() const { return *m_application; }
     Ui::ApplicationWindow &window() const { return *m_window; }
@@ -44,7 +44,7 @@ protected:
     void turnTo(int page) const; ///< of the detail view
     void setState(int id, Package::State state, bool update = false);
 
-    /// Presses a key as the keyboard does: it goes to whatever has the focus.
+    /// Presses a key. The focused widget receives it.
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const;
 
 private:
@@ -52,22 +52,22 @@ private:
     std::unique_ptr<Ui::ApplicationWindow> m_window;
 };
 
-/// The same key in another window.
+/// The same in another window.
 void pressIn(QWidget &window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
-/// What a screen reader calls a widget; empty for none.
+/// The accessible name of a widget; empty for none.
 QString spokenName(QWidget *widget);
 QStringList spokenNames(const QList<QWidget *> &widgets);
-/// What it calls the widget with the keyboard.
+/// The accessible name of the focused widget.
 QString focusedName();
 
-/// The spoken names of what stands in the window, in reading order.
+/// The accessible names of parts of the window, in reading order.
 QStringList topBar(bool search = false);
 QStringList filter();
 QStringList cards(int count);
 
-/// Walks once around with Tab, or with Shift and Tab, from the first widget on, and returns the
-/// widgets that had the focus. Ends after a thousand steps at the latest.
+/// Presses Tab, or Shift+Tab, until the focus returns to the first widget. Returns the widgets that
+/// had the focus. Stops after a thousand steps.
 QList<QWidget *> walkAround(QWidget &window, bool backwards = false);
 
 } // namespace Kavo::Testing

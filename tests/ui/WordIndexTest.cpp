@@ -29,7 +29,7 @@ int below(std::mt19937 &random, int end)
     return static_cast<int>(random() % static_cast<std::uint_fast32_t>(end));
 }
 
-/// A word of one to six letters out of four, so that many contain each other.
+/// A word of one to six letters from a to d, so that many words contain others.
 QByteArray randomWord(std::mt19937 &random)
 {
     QByteArray word(1 + below(random, 6), Qt::Uninitialized);
@@ -53,7 +53,7 @@ private slots:
         QCOMPARE(words.add("runway"), 0);
         QCOMPARE(words.add("way"), 2);
         QCOMPARE(words.size(), 3);
-        // More than any table that it begins with.
+        // The table has to grow several times.
         for (int i = 0; i < 20000; ++i)
             QCOMPARE(words.add(QByteArray::number(i)), 3 + i);
         words.squeeze();
@@ -76,7 +76,7 @@ private slots:
         QCOMPARE(bitsOf(words.containing("")), QVector<int>({0, 1, 2, 3, 4}));
     }
 
-    void partsDoNotReachOverTheEndOfAWord()
+    void partsDoNotCrossWords()
     {
         Vocabulary words;
         words.add("run");
@@ -127,8 +127,8 @@ private slots:
         QVERIFY(index.textsWith("pier", QBitArray()).isEmpty());
     }
 
-    /// Over so many words that their numbers take one, two and three groups of bits.
-    void findsWhatReadingWouldFind()
+    /// The numbers of so many words need one, two and three groups of bits.
+    void indexFindsWhatAFullScanFinds()
     {
         std::mt19937 random(13);
         WordIndex index;

@@ -61,7 +61,7 @@ void extend(X509 &certificate, int kind, const QByteArray &value)
     X509_EXTENSION_free(extension);
 }
 
-/// Without a signature.
+/// A certificate that is not signed.
 Certificate makeCertificate(const QByteArray &name, int days, EVP_PKEY &key)
 {
     Certificate certificate(X509_new());

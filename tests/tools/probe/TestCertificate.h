@@ -6,7 +6,7 @@
 
 namespace Kavo::Testing {
 
-/// A certificate that an authority of the test's own has signed, and its key.
+/// A certificate signed by an authority of the test, and its key.
 class TestCertificate final
 {
 public:
@@ -16,7 +16,7 @@ public:
     QSslCertificate certificate() const { return QSslCertificate(m_certificate); }
     QSslKey key() const { return QSslKey(m_key, QSsl::Ec); }
 
-    /// Signs all of them.
+    /// The authority that signs all certificates.
     static QSslCertificate authority();
 
 private:

@@ -1,5 +1,6 @@
 #include "tests/tools/probe/TlsServer.h"
 
+#include "tests/support/Literals.h"
 #include "tests/tools/probe/TestCertificate.h"
 
 #include <QSslSocket>
@@ -14,7 +15,7 @@ TlsServer::TlsServer(const TestCertificate &certificate) : m_certificate(certifi
 
 QString TlsServer::url() const
 {
-    return QStringLiteral("https://127.0.0.1:%1/").arg(serverPort());
+    return "https://127.0.0.1:%1/"_s.arg(serverPort());
 }
 
 void TlsServer::incomingConnection(qintptr descriptor)

@@ -8,8 +8,8 @@ namespace Kavo::Testing {
 
 class TestCertificate;
 
-/// Answers each request over TLS with the same bytes, on a loopback port that the system chooses.
-/// Works on the thread of its creator.
+/// Answers each request over TLS with the same bytes, on a free loopback port. Works on the thread
+/// of its creator.
 class TlsServer final : public QTcpServer
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ class TlsServer final : public QTcpServer
 public:
     explicit TlsServer(const TestCertificate &certificate);
 
-    /// The head and the body of every answer.
+    /// Head and body of every answer.
     void setAnswer(const QByteArray &answer) { m_answer = answer; }
     /// The address of its root.
     QString url() const;
