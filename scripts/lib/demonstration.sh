@@ -1,20 +1,27 @@
-# shellcheck shell=bash disable=SC2034
-# The demonstration: catalogue, web server, pretend simulator and a profile of its own. Everything
-# lies in DEMO_RUN; a script that wants it elsewhere sets that before. Sourced, not run.
+# shellcheck shell=bash disable=SC2034,SC2153,SC2154
+# The demonstration: catalogue, web server, simulator folder and profile, and a display that the program is
+# operated on by real keys. Sourced after install.sh, not run. Everything is in DEMO_RUN; a script may set it.
 
 readonly DEMO_RUN="${DEMO_RUN:-$KAVO_SOURCE/build/demo-run}"
-# The program asks at 8585; another port is for looking at the server alone.
+# The program asks on port 8585; tests of the server alone set another one.
 readonly DEMO_PORT="${DEMO_PORT:-8585}"
 readonly DEMO_HOME="$DEMO_RUN/home"
 readonly DEMO_SIMULATOR="$DEMO_RUN/X-Plane demonstration"
 readonly DEMO_DATA="$DEMO_HOME/.local/share/Quarnell/Kavo Suite"
+readonly PICTURES="$DEMO_RUN/pictures"
 
-# What the first add-on of the catalogue brings, itself included: folders of the scenery and ids.
+# The folders and ids that the first add-on of the catalogue installs, with its dependencies.
 declare -rA DEMO_NEEDED=(["Kavo Library"]=1 ["Kavo Ground Equipment"]=2 ["Kavo Harbour City"]=3)
 
 server_pid=
+display_pid=
+window_manager_pid=
+program_pid=
+picture_count=0
 
-# forget_demonstration: back to a first start.
+# Profile and server -------------------------------------------------------------------------------
+
+# forget_demonstration: deletes the profile and the simulator folder.
 forget_demonstration() {
     rm -rf "$DEMO_HOME" "$DEMO_SIMULATOR"
 }
@@ -27,35 +34,33 @@ prepare_demonstration() {
     write_locate_stand_in
 }
 
-# The program looks for the simulator with the system's `locate`, whose database cannot know a
-# folder that was made a moment ago.
+# The program finds the simulator with `locate`, whose database does not yet contain the new folder.
 write_locate_stand_in() {
     printf '%s\n' "$DEMO_SIMULATOR/X-Plane-x86_64" >"$DEMO_RUN/bin/locate.list"
     cat >"$DEMO_RUN/bin/locate" <<'SCRIPT'
 #!/bin/sh
-# Stand-in for locate, of the demonstration of Kavo Suite: it knows the pretend simulator only.
+# Replaces locate in the demonstration of Kavo Suite: prints the path of its simulator folder.
 exec cat "${0%/*}/locate.list"
 SCRIPT
     chmod +x "$DEMO_RUN/bin/locate"
 }
 
-# port_answers: something listens on the demonstration's port.
+# port_answers: a program listens on the port of the demonstration.
 port_answers() {
     (exec 3<>"/dev/tcp/127.0.0.1/$DEMO_PORT") 2>/dev/null
 }
 
-# require_port: stops before anything is touched when the port is taken, by another demonstration
-# perhaps.
+# require_port: ends the script before it changes anything if the port is in use.
 require_port() {
     if port_answers; then
-        die "port $DEMO_PORT of 127.0.0.1 is taken by another program; the demonstration needs it"
+        die "another program uses port $DEMO_PORT of 127.0.0.1, which the demonstration needs"
     fi
 }
 
 start_server() {
     local state="$DEMO_RUN/nginx"
     local -a account=()
-    # Started by root, nginx would serve as a user who may not be able to read the folder.
+    # When root starts nginx, it changes to a user who may not be able to read the folder.
     ((EUID == 0)) && account=(-g "user root;")
     sed "s/@PORT@/$DEMO_PORT/" "$KAVO_SOURCE/demo/nginx.conf.in" >"$state/nginx.conf"
     (
@@ -64,7 +69,7 @@ start_server() {
     ) 2>"$state/start.log" &
     server_pid=$!
     wait_for 10 "nginx, see $state/start.log" server_is_up
-    say "Serving the catalogue at http://localhost:$DEMO_PORT/"
+    say "The catalogue is at http://localhost:$DEMO_PORT/"
 }
 
 server_is_up() {
@@ -72,10 +77,10 @@ server_is_up() {
     port_answers
 }
 
-# start_on_demonstration PROGRAM: replaces the calling (sub)shell by the program, in the profile of
-# the demonstration.
+# start_on_demonstration PROGRAM: replaces the calling (sub)shell by the program, in the profile of the
+# demonstration.
 start_on_demonstration() {
-    # The display's key stays where it is when HOME moves.
+    # HOME changes, but the key of the display is still in the user's own folder.
     if [[ -z ${XAUTHORITY:-} && -e $HOME/.Xauthority ]]; then
         export XAUTHORITY="$HOME/.Xauthority"
     fi
@@ -85,21 +90,144 @@ start_on_demonstration() {
     exec "$1"
 }
 
-# Facts ------------------------------------------------------------------------------------------
+# Display ------------------------------------------------------------------------------------------
 
-# is_installed ID: that is what the database has for the package.
+have_display() {
+    [[ -n ${DISPLAY:-} || -n ${WAYLAND_DISPLAY:-} ]]
+}
+
+# start_display: starts Xvfb on a free display number, and a small window manager, which places windows and
+# gives them the keyboard focus.
+start_display() {
+    local number_file="$DEMO_RUN/display-number"
+    : >"$number_file"
+    Xvfb -displayfd 3 -screen 0 1600x900x24 -dpi 96 -nolisten tcp \
+        3>"$number_file" 2>"$DEMO_RUN/xvfb.log" &
+    display_pid=$!
+    wait_for 20 "Xvfb, see $DEMO_RUN/xvfb.log" display_is_up "$number_file"
+    DISPLAY=":$(<"$number_file")"
+    export DISPLAY
+    export QT_QPA_PLATFORM=xcb
+    # Without a session there is no folder for run-time files.
+    if [[ -z ${XDG_RUNTIME_DIR:-} ]]; then
+        export XDG_RUNTIME_DIR="$DEMO_RUN/runtime"
+        mkdir -p "$XDG_RUNTIME_DIR"
+        chmod 700 "$XDG_RUNTIME_DIR"
+    fi
+    HOME="$DEMO_RUN" openbox 2>"$DEMO_RUN/openbox.log" &
+    window_manager_pid=$!
+    wait_for 20 "openbox, see $DEMO_RUN/openbox.log" window_manager_is_up
+    say "There is no display; the program runs on Xvfb, display $DISPLAY"
+}
+
+display_is_up() {
+    is_running "$display_pid" || die "Xvfb did not start: $(<"$DEMO_RUN/xvfb.log")"
+    [[ -s $1 ]]
+}
+
+window_manager_is_up() {
+    is_running "$window_manager_pid" || die "openbox did not start: $(<"$DEMO_RUN/openbox.log")"
+    xdotool get_num_desktops >/dev/null 2>&1
+}
+
+stop_display() {
+    stop_process "$window_manager_pid"
+    stop_process "$display_pid"
+}
+
+# imagemagick TOOL ARGUMENT...: prefers Debian's name of the tool; another program may be called `convert`.
+imagemagick() {
+    local tool=$1
+    shift
+    command -v "$tool-im6.q16" >/dev/null && tool="$tool-im6.q16"
+    "$tool" "$@"
+}
+
+# find_main_window: sets WINDOW, X, Y, WIDTH and HEIGHT. Fails while another window is closing, because
+# xdotool then finds nothing.
+find_main_window() {
+    WINDOW=$(xdotool search --onlyvisible --name '^Kavo Suite$' | tail -n 1)
+    [[ -n $WINDOW ]] || return 1
+    eval "$(xdotool getwindowgeometry --shell "$WINDOW" 2>/dev/null |
+        grep -E '^(X|Y|WIDTH|HEIGHT)=[0-9]+$')"
+    ((WIDTH > 0 && HEIGHT > 0))
+}
+
+# take_picture NAME: saves a picture of the main window.
+take_picture() {
+    local file WINDOW='' X=0 Y=0 WIDTH=0 HEIGHT=0
+    picture_count=$((picture_count + 1))
+    file=$(printf '%s/%02d-%s.png' "$PICTURES" "$picture_count" "$1")
+    wait_for 10 "the position of the main window" find_main_window
+    imagemagick import -window root -crop "${WIDTH}x${HEIGHT}+$X+$Y" +repage "$file"
+    say "Picture: $file"
+}
+
+# has_focus TITLE: the window with this title has the keyboard focus.
+has_focus() {
+    is_running "$program_pid" || die "the program has ended unexpectedly"
+    [[ $(xdotool getactivewindow getwindowname 2>/dev/null) == "$1" ]]
+}
+
+# Operating the program ----------------------------------------------------------------------------
+
+# open_program PROGRAM: sets $program_pid.
+open_program() {
+    (start_on_demonstration "$1") &
+    program_pid=$!
+    wait_for 60 "the main window" has_focus "Kavo Suite"
+    wait_for 30 "the icons of the cards from the server" were_served icons
+}
+
+# install_by_keyboard: installs the first add-on of the list with its two dependencies. The program has just
+# started; the first card has the focus.
+install_by_keyboard() {
+    local name
+    xdotool key Return
+    wait_for 20 "a banner of the detail view" was_served banners/harbour-city-day.png
+    take_picture detail
+    xdotool key Escape shift+Tab space
+    wait_for 20 "the question about the dependencies" has_focus "Install Package"
+    take_picture question
+    xdotool key alt+y
+    for name in "${!DEMO_NEEDED[@]}"; do
+        wait_for 60 "the installation of $name" is_installed "${DEMO_NEEDED[$name]}"
+        [[ -e "$DEMO_SIMULATOR/Custom Scenery/$name" ]] || die "$name is not in the simulator's folder"
+    done
+    wait_for 20 "the main window" has_focus "Kavo Suite"
+    take_picture installed
+}
+
+# close_program: closes the main window as the window manager would, so that the settings are saved.
+close_program() {
+    has_focus "Kavo Suite" || die "the main window has lost the focus"
+    xdotool key alt+F4
+    wait_for 30 "the end of the program" has_ended "$program_pid"
+    local status=0
+    wait "$program_pid" || status=$?
+    program_pid=
+    ((status == 0)) || die "the program ended with status $status"
+}
+
+has_ended() {
+    ! is_running "$1"
+}
+
+# Checking the result ------------------------------------------------------------------------------
+
+# is_installed ID: the database says that the package is installed.
 is_installed() {
     [[ $(sqlite3 -readonly "$DEMO_DATA/packages.db" \
         "SELECT status FROM packages WHERE package_id = $1" 2>/dev/null) == 1 ]]
 }
 
-# has_setting KEY VALUE: that is what the settings file has.
+# has_setting KEY VALUE: the settings file has this value.
 has_setting() {
     [[ $(settings_text "$1") == "$2" ]]
 }
 
-# settings_text KEY: its value, as Qt writes it into a settings file: between quotes where it has a
-# comma, say, and with \x and a number for a letter that ASCII does not have.
+# settings_text KEY: prints the value. Qt puts a value with a comma in quotes, for example, and writes \x and
+# a number for a letter outside ASCII.
 settings_text() {
     local text letter decoded='' LC_ALL=C.UTF-8
     text=$(sed -n "s/^$1=//p" "$DEMO_HOME/.config/Quarnell/Kavo Suite.ini") || return 1
@@ -113,14 +241,13 @@ settings_text() {
     printf '%s\n' "$decoded$text"
 }
 
-# was_served PATH: the web server has handed out this file to the end, or told that it has not changed
-# since.
+# was_served PATH: the web server has sent this whole file, or has answered that it did not change.
 was_served() {
     grep --quiet --fixed-strings -e "GET /$1 HTTP/1.1\" 200" -e "GET /$1 HTTP/1.1\" 304" \
         "$DEMO_RUN/nginx/access.log"
 }
 
-# were_served FOLDER: all files of it.
+# were_served FOLDER: was_served is true for every file of the folder.
 were_served() {
     local file
     for file in "$DEMO_RUN/www/$1"/*; do

@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Puts small faults into a copy of the sources and tells whether a test dies of each.
+"""Puts small faults into a copy of the sources and reports whether a test fails with each. Called by scripts/test.
 
-The faults stand in tests/mutations/<label>.txt, where the label names the tests that have to notice.
-All of them are built into one program at once. Each is behind a switch, which the environment
-variable KAVO_FAULT turns on, so that nothing is built between two runs.
+The faults are in tests/mutations/<label>.txt, where the label names the tests that have to notice. All faults are
+built into the program at once, each behind a switch. The environment variable KAVO_FAULT turns one on, so nothing
+is built between two runs.
 
-Tests with a fault may do anything to files: they run in a sandbox (bwrap), where nothing can be
-written but a scratch folder of their own.
+A faulty program may do anything to files. So the tests run in a sandbox (bwrap), where they can write only to
+their own scratch folder.
 """
 
 import argparse
@@ -30,7 +30,7 @@ COPY = WORK / "source"
 BUILD = WORK / "build"
 LISTS = SOURCE / "tests" / "mutations"
 NOT_COPIED = {"build", ".git"}
-# The share of faults that tests have to notice, in percent.
+# The percentage of faults that the tests have to notice.
 GOAL = 95
 
 SWITCH = """#include <cstdlib>
@@ -49,7 +49,7 @@ Span = collections.namedtuple("Span", "begin end number old new")
 
 
 class Fault:
-    """One line of a list: what goes wrong, and where."""
+    """One entry of a list: the fault and its place."""
 
     def __init__(self, number, label, file, title, text, tests):
         self.number = number
@@ -63,18 +63,18 @@ class Fault:
         return f"{self.file}: {self.title}"
 
     def span(self, content):
-        """Where the fault is in the content of its file. Line breaks and indents do not matter."""
+        """The position of the fault in the content of its file; line breaks and indentation do not matter."""
         parts = self.text.split("@")
         if len(parts) != 3 or " =>" not in parts[1]:
-            raise ValueError("has no place of the form @old => new@")
+            raise ValueError("has no part of the form @old => new@")
         old, new = re.split(r"\s=>(?:\s|$)", parts[1], maxsplit=1)
         pattern = "".join(
             f"({spaced(part)})" for part in (parts[0], old, parts[2]))
         found = list(re.finditer(pattern, content))
         if len(found) != 1:
-            raise ValueError(f"is {len(found)} times in the sources, not once")
+            raise ValueError(f"matches {len(found)} times instead of once")
         begin, end = found[0].span(2)
-        # What surrounds the old text stays outside of the switch.
+        # Surrounding space stays outside of the switch.
         while content[begin].isspace():
             begin += 1
         while content[end - 1].isspace():
@@ -83,7 +83,7 @@ class Fault:
 
 
 def spaced(text):
-    """A pattern for the text with any space where it has some."""
+    """A pattern for the text in which each space matches any amount of space."""
     return r"\s+".join(re.escape(part) for part in re.split(r"\s+", text))
 
 
@@ -118,14 +118,14 @@ def read_list(path, count):
 
 
 def switched(span):
-    """The text with which the old and the new text can be chosen between."""
+    """Code that chooses between the old and the new text."""
     if span.old.endswith((";", "}")):
         return f"if (kavoFault({span.number})) {{ {span.new} }} else {{ {span.old} }}"
     return f"(kavoFault({span.number}) ? ({span.new}) : ({span.old}))"
 
 
 def with_faults(content, spans):
-    """Applies all faults of a file; one that lies within another is applied first."""
+    """Applies all faults of a file, inner ones before outer ones."""
     spans = sorted(spans, key=lambda span: span.end - span.begin)
     while spans:
         span = spans.pop(0)
@@ -153,7 +153,7 @@ def source_files():
 
 
 def make_copy(faults):
-    """Brings the copy up to date; files that stay the same keep their time and are not built anew."""
+    """Updates the copy; unchanged files keep their time, so they are not built again."""
     by_file = collections.defaultdict(list)
     for fault in faults:
         by_file[fault.file].append(fault)
@@ -175,9 +175,9 @@ def make_copy(faults):
     for file in by_file:
         stale.append(f"{file}: there is no such file")
     if stale:
-        sys.exit("error: these faults are not in the sources any more:\n" + "\n".join(stale))
+        sys.exit("error: these faults do not match the sources any more:\n" + "\n".join(stale))
     remove_others(present)
-    # Where the tests find their web server.
+    # The tests look for their web server here.
     link = COPY / "build" / "tools"
     link.parent.mkdir(exist_ok=True)
     if not link.is_symlink():
@@ -233,7 +233,7 @@ def all_tests(labels):
 
 
 class Runner:
-    """Runs tests in the sandbox and remembers what they take without a fault."""
+    """Runs tests in the sandbox and remembers their duration without a fault."""
 
     def __init__(self):
         self.memory = WORK / "times.json"
@@ -243,10 +243,10 @@ class Runner:
         self.locks = collections.defaultdict(threading.Lock)
 
     def run(self, test, fault, functions=(), limit=None):
-        """Returns the first failure, or None: the name of a test function, or what else happened."""
+        """Returns the first failure, or None. A failure is the name of a test function or another event."""
         scratch = tempfile.mkdtemp(prefix="run-", dir=WORK)
         os.chmod(scratch, 0o1777)
-        # Some tests put a file beside their program.
+        # Some tests write a file into the folder of their program.
         program = Path(scratch, "bin", Path(test.command[0]).name)
         program.parent.mkdir()
         shutil.copy(test.command[0], program)
@@ -279,7 +279,7 @@ class Runner:
         last = b""
         for line in process.stdout:
             last = line if line.strip() else last
-            # The first failure is enough; the rest of the test may wait for what never comes.
+            # The first failure is enough; the rest of the test might wait for an event that never comes.
             found = re.match(rb"FAIL! *: [\w:]*?(\w+)\((.*?)\)", line)
             if found:
                 failure = found.group(1).decode()
@@ -293,7 +293,7 @@ class Runner:
         return "no end" if late.is_set() else f"status {process.returncode}"
 
     def prove(self, test):
-        """Sees that the test passes without a fault. Returns how long it takes, in seconds, or None."""
+        """Returns the duration of the test without a fault in seconds, or None if it fails without one."""
         executable = Path(test.command[0])
         stamp = str(executable.stat().st_mtime_ns)
         with self.locks[test.name]:
@@ -321,7 +321,7 @@ class Runner:
         return known[1] if known else 1
 
     def death(self, test, fault):
-        """What the test dies of with the fault, or None."""
+        """The failure of the test with the fault, or None."""
         took = self.prove(test)
         if took is None:
             return None
@@ -329,7 +329,7 @@ class Runner:
         failure = self.run(test, fault.number, limit=limit)
         if not failure or failure == "no end" or failure.startswith("status"):
             return failure
-        # Once more: a busy machine may have failed it.
+        # The first failure may come from a busy machine.
         return self.run(test, fault.number, (failure,), limit) and failure
 
 
@@ -360,7 +360,7 @@ def remove_tree(path):
 
 
 def in_order(fault, tests, runner, deaths):
-    """The tests of the fault's label, first those that are most likely to notice it."""
+    """The tests of the fault's label; those most likely to notice it come first."""
     likely = [deaths.get(fault.name()), Path(fault.file).stem + "Test", *fault.tests]
     first = [tests[name] for name in dict.fromkeys(likely) if name in tests]
     rest = [test for test in tests.values() if fault.label in test.labels and test not in first]
@@ -368,7 +368,7 @@ def in_order(fault, tests, runner, deaths):
 
 
 def examine(fault, tests, runner, deaths):
-    """The test that dies of the fault and how, or None."""
+    """The test that notices the fault, and its failure, or None."""
     for test in in_order(fault, tests, runner, deaths):
         death = runner.death(test, fault)
         if death:
@@ -410,7 +410,7 @@ def examine_all(chosen, tests, runner):
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="scripts/mutate", add_help=False)
+    parser = argparse.ArgumentParser(prog="scripts/test --mutate", add_help=False)
     parser.add_argument("labels", nargs="*")
     parser.add_argument("--only")
     options = parser.parse_args()
@@ -420,10 +420,10 @@ def main():
         sys.exit(f"error: no faults for {', '.join(sorted(unknown))}; there are "
                  f"{', '.join(sorted(known))}")
     WORK.mkdir(parents=True, exist_ok=True)
-    # Of a run that was killed.
+    # Left by a killed run.
     for path in WORK.glob("run-*"):
         remove_tree(path)
-    # All faults are built in, whichever are run, so that the next run need not build again.
+    # All faults are built in, so that a later run with other faults does not build again.
     faults = read_lists(set())
     make_copy(faults)
     chosen = select([fault for fault in faults

@@ -1,11 +1,12 @@
-"""Runs the tests of a build folder and remembers which have passed. Run by scripts/test.
+"""Runs the tests of a build folder and remembers which of them passed. Called by scripts/test.
 
-A test that has passed is left out until one of its inputs changes, unless --all is given. The inputs of a
-test executable are the executable itself, its arguments and environment, and every file and folder of the
-project that its read-only data names, which for another executable means the inputs of that one as well. A
-test of another kind, such as a script, has all files of the project as its inputs. The packages of the system,
-the translations, which a program looks for beside itself, and variables that begin with KAVO_ are inputs of
-every test. A test whose executable names the build folder itself is never left out.
+A test that passed is left out until one of its inputs changes, unless --all is given. The inputs of a test
+executable are the executable itself, its arguments and environment, and all files and folders of the project
+that its read-only data names; if it names another executable, the inputs of that one count as well. A test of
+another kind, such as a script, has its command and the files of its property REQUIRED_FILES as its inputs; without
+that property, all files of the project. The packages of the system, the translations, which a program looks for in
+its own folder, and variables that begin with KAVO_ are inputs of every test. A test whose executable names the
+build folder itself is never left out.
 """
 
 import argparse
@@ -22,20 +23,20 @@ import time
 from pathlib import Path
 
 QUIET_LIMIT = 25  # seconds
-TOGETHER = 2  # tests at a time for each processor: many of them wait most of the time
+TOGETHER = 2  # tests at the same time for each processor, because many of them mostly wait
 SYSTEM_PACKAGES = Path("/var/lib/dpkg/status")
-# What of the project is no source.
+# Folders of the project without sources.
 PASSED_OVER = re.compile(r"build(-.*)?|\.git")
 FINISHED = re.compile(r"\s*\d+/\d+ Test\s+#\d+: (\S+) [. *]*(\w.*?) +([\d.]+) sec")
 STARTED = re.compile(r"\s*Start\s+\d+: (\S+)")
 
 
 class Unknown(Exception):
-    """The inputs of a test cannot be told."""
+    """The inputs of a test are unknown."""
 
 
 class Inputs:
-    """Tells the state of a test's inputs as one text, the same only while none of them has changed."""
+    """Describes the state of a test's inputs in one text, which changes when any of them changes."""
 
     def __init__(self, source, build, known_files):
         self.source = source
@@ -49,12 +50,15 @@ class Inputs:
 
     def of_test(self, test):
         command = test["command"]
-        environment = [text for item in test.get("properties", []) if item["name"] == "ENVIRONMENT"
-                       for text in item["value"]]
+        environment = property_of(test, "ENVIRONMENT")
+        required = property_of(test, "REQUIRED_FILES")
         found = {}
         program = Path(command[0])
         if self.is_ours(program) and is_executable(program):
             self.add(program, found)
+        elif required:
+            for path in (program, *map(Path, required)):
+                self.add(path, found)
         else:
             found["all"] = self.whole_tree()
         for text in command[1:] + environment:
@@ -69,7 +73,7 @@ class Inputs:
         return self.build in path.parents
 
     def add(self, path, found):
-        """Adds the path, and for an executable what that names, to what was found."""
+        """Adds the path to what was found; for an executable, also the paths that it names."""
         if str(path) in found:
             return
         if path == self.source:
@@ -85,7 +89,7 @@ class Inputs:
                     self.add(other, found)
 
     def file(self, path):
-        """The checksum of a file, which is read again only when its time, size or place on the disk is new."""
+        """The checksum of a file, which is read again only if its time, size, mode or inode has changed."""
         try:
             state = path.stat()
         except OSError:
@@ -116,7 +120,7 @@ class Inputs:
         return self.tree
 
     def named_by(self, executable):
-        """The files and folders of the project that the executable was told of when it was compiled."""
+        """The files and folders of the project whose paths are compiled into the executable."""
         self.file(executable)
         known = self.known_files[str(executable)]
         if "names" not in known:
@@ -127,7 +131,7 @@ class Inputs:
         return [Path(text) for text in known["names"]]
 
     def paths_in(self, data):
-        """What exists of the paths below the project's folder in the data, in UTF-8 and in UTF-16."""
+        """The existing paths in the project's folder that the data contains, in UTF-8 or UTF-16."""
         paths = set()
         root = str(self.source)
         for encoding, end in (("utf-8", rb"(?:[^\0\n])*"), ("utf-16-le", rb"(?:(?!\0\0|\n\0)..)*")):
@@ -138,10 +142,10 @@ class Inputs:
         return paths
 
     def existing(self, text):
-        """The path that the text begins with; the folder that would hold it when there is no such file."""
+        """The path at the start of the text; if it does not exist, its nearest existing parent."""
         rest = text[len(str(self.source)):]
         if rest and rest[0] not in "/:;,\"'% ":
-            return None  # a neighbour of the project's folder
+            return None  # the name of another folder begins with that of the project's
         for candidate in (rest, re.split("[:;,\"'\n]", rest, maxsplit=1)[0]):
             path = Path(os.path.normpath(str(self.source) + candidate))
             if path.exists():
@@ -149,6 +153,11 @@ class Inputs:
         while not path.exists():
             path = path.parent
         return path
+
+
+def property_of(test, name):
+    """The texts of a property of ctest, a list."""
+    return [text for item in test.get("properties", []) if item["name"] == name for text in item["value"]]
 
 
 def is_executable(path):
@@ -160,7 +169,7 @@ def is_executable(path):
 
 
 def loaded_sections(path):
-    """The sections of an executable that it has in memory: all but those for a debugger."""
+    """The sections of an executable that are loaded into memory, so without debugging information."""
     data = path.read_bytes()
     if data[4:6] != b"\x02\x01":
         raise Unknown(f"{path} is not of 64 bits")
@@ -173,7 +182,7 @@ def loaded_sections(path):
 
 
 class Memory:
-    """What has passed, how long it took, and the checksums of files, kept in one file of the build folder."""
+    """The tests that passed, their durations, and checksums of files, in one file of the build folder."""
 
     def __init__(self, path):
         self.path = path
@@ -198,7 +207,7 @@ def duration(seconds):
 
 
 def keys_of(tests, inputs):
-    """The state of each test's inputs; None where they are unknown."""
+    """The state of each test's inputs, or None if they are unknown."""
     keys = {}
     for test in tests:
         try:
@@ -209,7 +218,7 @@ def keys_of(tests, inputs):
 
 
 def run(build, names, jobs, arguments, on_end):
-    """Runs ctest on these tests, shows what it says, and calls on_end(name, result, seconds)."""
+    """Runs ctest on these tests, shows its output, and calls on_end(name, result, seconds)."""
     selection = "^(" + "|".join(map(re.escape, names)) + ")$"
     process = subprocess.Popen(
         ["ctest", "--test-dir", str(build), "--output-on-failure", "--no-label-summary", "-j", str(jobs),
@@ -243,14 +252,14 @@ def run(build, names, jobs, arguments, on_end):
 
 def parse_arguments():
     parser = argparse.ArgumentParser()
-    parser.add_argument("--all", action="store_true", help="run those as well that have passed")
-    parser.add_argument("build", type=Path, help="folder that is configured and built")
+    parser.add_argument("--all", action="store_true", help="also run the tests that passed before")
+    parser.add_argument("build", type=Path, help="a configured and built folder")
     parser.add_argument("ctest", nargs="*", help="arguments for ctest, after --")
     return parser.parse_args()
 
 
 def folders_of(build):
-    """The folders of the project and of the build, spelled as CMake spells them: so they stand in executables."""
+    """The folders of the project and of the build as CMake spells them, and thus as executables contain them."""
     cache = (build / "CMakeCache.txt").read_text()
     return (Path(re.search(f"^{name}:INTERNAL=(.*)$", cache, re.MULTILINE)[1])
             for name in ("CMAKE_HOME_DIRECTORY", "CMAKE_CACHEFILE_DIR"))
@@ -264,13 +273,13 @@ def main():
     tests = [test for test in json.loads(listing.stdout)["tests"] if "command" in test]
     memory = Memory(build / "remembered-tests.json")
     passed, seconds = memory.content["passed"], memory.content["seconds"]
-    say(f"Looking what has changed since {len(passed)} of {len(tests)} tests passed")
+    say(f"Looking for changes since {len(passed)} of {len(tests)} tests passed")
     before = keys_of(tests, Inputs(source, build, memory.content["files"]))
     names = [test["name"] for test in tests]
     due = [name for name in names if options.all or before[name] is None or passed.get(name) != before[name]]
     if len(due) < len(names):
-        say(f"{len(names) - len(due)} of {len(names)} tests are left out: nothing that they use has changed since "
-            "they passed. scripts/test --all runs them, too")
+        say(f"{len(names) - len(due)} of {len(names)} tests are left out, because none of their inputs has changed. "
+            "scripts/test --all runs them, too")
     if not due:
         memory.save()
         return 0
@@ -293,7 +302,7 @@ def main():
     try:
         return run(build, due, jobs, options.ctest, note)
     finally:
-        # What was changed while it was tested is tested once more.
+        # A test whose inputs changed during the run is run again next time.
         chosen = [test for test in tests if test["name"] in ended_well]
         after = keys_of(chosen, Inputs(source, build, memory.content["files"]))
         passed.update({name: after[name] for name in ended_well if after[name] and after[name] == before[name]})

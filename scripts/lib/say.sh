@@ -1,13 +1,13 @@
 # shellcheck shell=bash
-# What every script says, waits and ends with. Sourced, not run.
+# Help, messages, errors and waiting, for every script. Sourced, not run.
 
 [[ -n ${KAVO_SOURCE:-} ]] || KAVO_SOURCE=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 
-# Ctrl-C ends the script whatever the program does that it is waiting for: without a trap bash goes on
-# after one that ends as if nothing had happened, as apt-get does. The other signals end it anyway.
+# Ctrl-C ends the script. Without a trap bash continues when the interrupted program reports success, as
+# apt-get does. Other signals end the script anyway.
 trap 'exit 130' INT
 
-# offer_help ARGUMENT...: answers --help with the comment that opens the script, and ends.
+# offer_help ARGUMENT...: if one of them is --help, prints the comment at the top of the script and ends.
 offer_help() {
     local argument
     for argument in "$@"; do
@@ -19,13 +19,13 @@ print_usage() {
     sed -n '2,/^[^#]/s/^#$\|^# //p' "$KAVO_SOURCE/scripts/$(basename "$0")"
 }
 
-# refuse_arguments ARGUMENT...: for scripts that take none but --help.
+# refuse_arguments ARGUMENT...: ends the script if there are any; answers --help.
 refuse_arguments() {
     offer_help "$@"
-    (($# == 0)) || die "unknown argument: $1; --help tells what there is"
+    (($# == 0)) || die "unknown argument: $1; see --help"
 }
 
-# say TEXT...: one line of what is being done.
+# say TEXT...: prints one line about the current step.
 say() {
     printf '==> %s\n' "$*"
 }
@@ -36,13 +36,13 @@ die() {
     exit 1
 }
 
-# wait_for SECONDS WHAT COMMAND...: repeats the command until it succeeds, and gives up with a
-# message that names WHAT was waited for.
+# wait_for SECONDS WHAT COMMAND...: repeats the command until it succeeds. After the time is up, ends the
+# script with an error that names WHAT.
 wait_for() {
     local deadline=$((SECONDS + $1)) what=$2
     shift 2
     until "$@"; do
-        ((SECONDS < deadline)) || die "gave up waiting for $what"
+        ((SECONDS < deadline)) || die "timeout while waiting for $what"
         sleep 0.1
     done
 }
@@ -52,7 +52,7 @@ is_running() {
     kill -0 "$1" 2>/dev/null
 }
 
-# stop_process PID: asks it to end and waits until it has. Only for children of this script.
+# stop_process PID: terminates a child of this script and waits until it has ended. PID may be empty.
 stop_process() {
     [[ -n $1 ]] && is_running "$1" || return 0
     kill "$1" 2>/dev/null || true

@@ -1,43 +1,38 @@
 # shellcheck shell=bash disable=SC2034,SC2154
-# scripts/check servers: web servers that publishers use, on the loopback interface, tried one after the
-# other. Sourced, not run.
+# scripts/check servers: starts the web servers that publishers use on the loopback interface, with the settings
+# that users need, and lets the program's package management install an add-on from each: without a fault, after
+# a cut connection, and after the archive was replaced in between. kavo-catalogue probe then asks for everything
+# in the demonstration. Prints a table. Sourced by scripts/check, not run.
 #
-# Debian's packages of them enable services, so none is installed: they are unpacked into
-# build/tools/servers, together with the libraries that they need.
+# Debian's packages of the servers enable services. So none is installed; they are unpacked into
+# build/tools/servers, together with their libraries.
 
 readonly UNPACKED="$KAVO_SOURCE/build/tools/servers"
 readonly S3_SERVER="$KAVO_SOURCE/build/tools/s3rver"
 readonly SERVERS=(nginx apache lighttpd caddy python varnish nginx_cache s3)
 
-# provide_unpacked PACKAGE...: what is missing of them.
+# provide_unpacked PACKAGE...: downloads and unpacks the missing packages.
 provide_unpacked() {
     local package work
     mkdir -p "$UNPACKED/done"
     for package in "$@"; do
         [[ ! -e $UNPACKED/done/$package ]] || continue
-        command -v apt-get >/dev/null || die "$package is needed, and there is no apt-get to fetch it with"
+        command -v apt-get >/dev/null || die "$package is missing, and there is no apt-get to download it with"
         say "Unpacking $package into build/tools; it is not installed"
         work=$(mktemp --directory "$UNPACKED/fetch.XXXXXX")
-        fetch_package "$package" "$work" || { get_packages update && fetch_package "$package" "$work"; } ||
-            die "$package was not fetched: $(<"$work/log")"
+        download_package "$package" "$work"
         dpkg-deb --extract "$work"/*.deb "$UNPACKED"
         dpkg-deb --field "$work"/*.deb Version >"$UNPACKED/done/$package"
         rm -r "$work"
     done
 }
 
-# fetch_package PACKAGE FOLDER
-fetch_package() {
-    (cd "$2" && apt-get -o APT::Sandbox::User=root download "$1") >"$2/log" 2>&1
-}
-
-# version_of PACKAGE: as upstream counts.
+# version_of PACKAGE: prints the upstream version.
 version_of() {
     sed 's/^[0-9]*://; s/-.*//' "$UNPACKED/done/$1"
 }
 
-# unpacked PROGRAM ARGUMENT...: replaces the calling (sub)shell by a program of those, with its
-# libraries.
+# unpacked PROGRAM ARGUMENT...: replaces the calling (sub)shell by an unpacked program, with its libraries.
 unpacked() {
     local program=$UNPACKED/$1
     shift
@@ -45,11 +40,9 @@ unpacked() {
     exec "$program" "$@"
 }
 
-# Each server has a function that fetches it (provide_NAME), one that starts it on $site at port
-# $port and sets $server_pid (start_NAME), one that prints its name and version (title_NAME), and
-# one that prints the settings that users need (settings_NAME). $state is a folder of its own.
-
-provide_nothing() { :; }
+# Each server has up to four functions: provide_NAME downloads it, start_NAME starts it on $site at $port and sets
+# $server_pid, title_NAME prints its name and version, and settings_NAME prints the settings that users need.
+# $state is a folder for each server.
 
 # nginx ------------------------------------------------------------------------------------------
 
@@ -60,7 +53,7 @@ nginx_program_version() {
     "$(nginx_program)" -v 2>&1 | sed 's/.*nginx\///; s/ .*//'
 }
 
-# nginx_configuration PORT: what all of them begin with, up to the server's block.
+# nginx_configuration PORT: prints the configuration up to the server's block.
 nginx_configuration() {
     cat <<CONF
 daemon off;
@@ -122,7 +115,7 @@ Listen 127.0.0.1:$port
 PidFile apache.pid
 DefaultRuntimeDir "$state"
 ErrorLog apache.log
-# Started by root, it would change to an account of that name.
+# Needed when root starts Apache.
 User ${APACHE_ACCOUNT:-www-data}
 Group ${APACHE_ACCOUNT:-www-data}
 TypesConfig /dev/null
@@ -134,7 +127,7 @@ DocumentRoot "$site"
   Require all granted
 </Directory>
 AddOutputFilterByType DEFLATE application/json
-# Apache does not know the tag again that it gives to a compressed answer; the date it does.
+# Apache does not recognise the tag that it gives to a compressed answer. It recognises the date.
 <Files "packages.json">
   FileETag None
 </Files>
@@ -162,7 +155,7 @@ server.document-root = "$site"
 server.bind = "127.0.0.1"
 server.port = $port
 server.errorlog = "$state/lighttpd.log"
-# Files of a type that it does not know have no date, and cannot be resumed.
+# lighttpd sends no date for a file of unknown type, so its download cannot be resumed.
 mimetype.assign = (".json" => "application/json", ".png" => "image/png", ".zip" => "application/zip",
     ".7z" => "application/x-7z-compressed")
 deflate.mimetypes = ("application/json")
@@ -202,7 +195,7 @@ CONF
 # Python -----------------------------------------------------------------------------------------
 
 title_python() { echo "$(python3 --version) \`http.server\`"; }
-settings_python() { echo "none to be had"; }
+settings_python() { echo "none available"; }
 
 start_python() {
     python3 -m http.server "$port" --bind 127.0.0.1 --directory "$site" >"$state/start.log" 2>&1 &
@@ -227,7 +220,7 @@ CONF
     server_pid=$!
 }
 
-# start_origin: nginx at the next port, for a cache at $port.
+# start_origin: starts nginx at the next port, behind a cache at $port.
 start_origin() {
     local cache_port=$port
     port=$((port + 1))
@@ -271,7 +264,7 @@ CONF
 
 provide_s3() {
     [[ ! -x $S3_SERVER/node_modules/.bin/s3rver ]] || return 0
-    say "Fetching s3rver into build/tools with npm"
+    say "Downloading s3rver into build/tools with npm"
     npm install --silent --no-fund --no-audit --prefix "$S3_SERVER" s3rver@3.7.1 >/dev/null
 }
 title_s3() { echo "S3 interface (s3rver 3.7.1)"; }
@@ -286,13 +279,13 @@ start_s3() {
     server_pid=$!
 }
 
-# upload_all ADDRESS FOLDER: every file of the folder into the bucket, as a publisher does.
+# upload_all ADDRESS FOLDER: uploads every file of the folder to the bucket, as a publisher does.
 upload_all() {
     local file type more body
     while IFS= read -r -d '' file; do
         more=() body=$2/$file
         case $file in
-        # A store compresses nothing by itself.
+        # An object store does not compress.
         *.json)
             type=application/json more=(--header "Content-Encoding: gzip") body=$2/.catalogue.gz
             gzip --stdout "$2/$file" >"$body"
@@ -305,13 +298,13 @@ upload_all() {
     done < <(cd "$2" && find . -type f ! -name '.*' -printf '%P\0')
 }
 
-# The trial of each of them -----------------------------------------------------------------------
+# The trial of each server -------------------------------------------------------------------------
 
-# make_site: the demonstration, as it is to be seen in the folder addons of every server.
+# make_site: puts the demonstration into the folder addons of every server.
 make_site() {
     demo/make-demo "$site/addons" "$address" >/dev/null
     mkdir -p "$site/addons/trial"
-    # What has changed just now is not kept by anybody.
+    # Caches do not keep files that have just changed.
     find "$site" -type f -exec touch --date='2 hours ago' {} +
 }
 
@@ -321,7 +314,7 @@ server_answers() {
     curl --silent --output /dev/null "$1"
 }
 
-# try_server NAME: a row of the table.
+# try_server NAME: adds a row to the table.
 try_server() {
     local results verdict=0 report
     state=$work/$1
@@ -344,9 +337,9 @@ try_server() {
     stop_servers
 }
 
-# publish_to_store: fills the bucket, and sets the command that does it once more for the trial.
+# publish_to_store: fills the bucket, and sets $publisher to a command that uploads the files again.
 publish_to_store() {
-    upload_all "$address" "$site/addons" || die "the bucket takes no files"
+    upload_all "$address" "$site/addons" || die "the upload to the bucket failed"
     publisher=$state/publish
     cat >"$publisher" <<SCRIPT
 #!/usr/bin/env bash
@@ -357,7 +350,7 @@ SCRIPT
     chmod +x "$publisher"
 }
 
-# verdict_of STATUS REPORT: what users miss, in the words of the report.
+# verdict_of STATUS REPORT: prints the costs for users that the report names.
 verdict_of() {
     local lost
     lost=$(awk -F '   *' '$4 == "costs users" || $4 == "cannot be used" { print $1 ": " $2 " (" $3 ")" }' <<<"$2" |
@@ -384,12 +377,12 @@ end_servers() {
     rm -rf "$work"
 }
 
-# What users cost a server, and how many of them one nginx can bear -------------------------------
+# The cost of users, and the load that one nginx bears ---------------------------------------------
 
 readonly PACKAGES=3600
 readonly LOAD_SECONDS=8
 
-# start_counted SETTING...: nginx on $site at $port, with these lines in its server, which writes
+# start_counted SETTING...: starts nginx on $site at $port with these lines in its configuration. It writes
 # method, path, status, bytes sent and bytes received of each request to $state/requests.log.
 start_counted() {
     stop_servers
@@ -417,17 +410,17 @@ CONF
     : >"$state/requests.log"
 }
 
-# start_program: what package management asks at a start, in the account of $work/home.
+# start_program: starts package management in the profile $work/home, and prints what it costs the server.
 start_program() {
     : >"$state/requests.log"
     env HOME="$work/home" XDG_CONFIG_HOME="$work/home/.config" XDG_DATA_HOME="$work/home/.local" \
         XDG_CACHE_HOME="$work/home/.cache" build/dev/tests-bin/engine_driver \
-        "http://127.0.0.1:$port/" "$work/simulator" uninstall 1 >/dev/null 2>&1 || die "the program has failed"
+        "http://127.0.0.1:$port/" "$work/simulator" uninstall 1 >/dev/null 2>&1 || die "the program failed"
     awk '{ ++requests; sent += $4; received += $5; status = $3 } END { print status, requests, sent, received }' \
         "$state/requests.log"
 }
 
-# two_starts NAME SETTING...: a row of what the catalogue costs at the first start and at one after it.
+# two_starts NAME SETTING...: prints a row with the cost of the catalogue at the first and at the second start.
 two_starts() {
     local name=$1 first second
     shift
@@ -450,7 +443,7 @@ count_starts() {
     two_starts "ETag and date, compressed" 'gzip_static on;'
 }
 
-# count_requests: head and body of the other requests, as the probe makes them like the program.
+# count_requests: counts the other requests, which the probe makes in the same way as the program.
 count_requests() {
     start_counted ''
     build/dev/bin/kavo-catalogue probe "$demonstration" --all >/dev/null || true
@@ -467,7 +460,7 @@ count_requests() {
         }' "$state/requests.log" | sort
 }
 
-# count_growth: what packages and versions add to a catalogue.
+# count_growth: prints how packages and versions add to the size of a catalogue.
 count_growth() {
     local count
     echo "| packages | versions | bytes | in gzip | bytes a package, with one version | in gzip | bytes for each further version | in gzip |"
@@ -495,8 +488,8 @@ PYTHON
     done
 }
 
-# load NAME PATH HEADER...: how often one process of nginx answers that, a second of the clock, and a
-# second of the processor, which says the same on a busy machine.
+# load NAME PATH HEADER...: prints how often one nginx process answers this request in a second of wall time and
+# in a second of processor time; the latter does not depend on other load.
 load() {
     local name=$1 path=$2 header headers=() result before
     shift 2
@@ -506,7 +499,7 @@ load() {
     before=$(processor_time)
     result=$(unpacked usr/bin/wrk --threads 1 --connections 32 --duration "$LOAD_SECONDS"s --timeout 30s \
         "${headers[@]}" "$load_address$path")
-    grep --quiet 'Requests/sec' <<<"$result" || die "the load was not borne: $result"
+    grep --quiet 'Requests/sec' <<<"$result" || die "the server failed under load: $result"
     awk -v name="$name" -v ticks="$(($(processor_time) - before))" -v unit="$(getconf CLK_TCK)" '
         /Requests\/sec/ { rate = $2 }
         /Transfer\/sec/ { transfer = $2 }
@@ -516,12 +509,12 @@ load() {
             (others ? sprintf(", %d of %d not 2xx or 3xx", others, requests) : "") }' <<<"$result"
 }
 
-# processor_time: of the server, in ticks.
+# processor_time: prints the server's processor time in ticks.
 processor_time() {
     awk '{ print $14 + $15 }' "/proc/$server_pid/stat"
 }
 
-# tag_of PATH: the ETag that the server gives to a file.
+# tag_of PATH: prints the ETag of a file.
 tag_of() {
     curl --silent --insecure --head "${@:2}" "$load_address$1" | sed -n 's/^etag: //Ip' | tr -d '\r'
 }
@@ -540,7 +533,7 @@ measure_load() {
     measure_tls
 }
 
-# measure_tls: each start of the program is a connection of its own.
+# measure_tls: also without keep-alive, because each start of the program opens a new connection.
 measure_tls() {
     command -v openssl >/dev/null || return 0
     openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=127.0.0.1 \
@@ -553,7 +546,7 @@ measure_tls() {
         "If-None-Match: $(tag_of /packages.json)" "Connection: close"
 }
 
-# make_load: the catalogue and an icon of the usual size.
+# make_load: writes the catalogue and an icon of the usual size.
 make_load() {
     build/bench/bin/bench_data catalogue "$PACKAGES" "http://127.0.0.1:$port/" "$site/packages.json"
     gzip --keep --force "$site/packages.json"
@@ -565,16 +558,16 @@ measure_capacity() {
     state=$work/capacity
     demonstration=$address
     make_load
-    say "Counting what a start costs"
+    say "Counting the cost of a start"
     count_starts
     count_requests
-    say "Measuring how catalogues grow"
+    say "Measuring the growth of catalogues"
     count_growth
-    say "Measuring the load, $LOAD_SECONDS seconds each; one process of nginx beside the one that asks"
+    say "Measuring the load on one nginx process, $LOAD_SECONDS seconds for each request"
     measure_load
 }
 
-# The command -------------------------------------------------------------------------------------
+# The check ----------------------------------------------------------------------------------------
 
 # check_servers [--capacity | NAME...]
 check_servers() {
@@ -583,12 +576,12 @@ check_servers() {
     (($#)) || chosen=("${SERVERS[@]}")
     [[ ${chosen[*]} != --capacity ]] || mode=capacity chosen=()
     for name in "${chosen[@]}"; do
-        [[ " ${SERVERS[*]} " == *" $name "* ]] || die "no server $name; there are ${SERVERS[*]}"
+        [[ " ${SERVERS[*]} " == *" $name "* ]] || die "unknown server $name; there are ${SERVERS[*]}"
     done
 
     prepare_machine "${KAVO_BUILD_PACKAGES[@]}" "${KAVO_RUN_PACKAGES[@]}" "${KAVO_SERVER_PACKAGES[@]}"
     provide_nginx
-    say "Building"
+    say "Building in build/dev"
     cmake --preset dev >/dev/null
     cmake --build --preset dev --target server_trial engine_driver kavo-catalogue
     if [[ $mode == capacity ]]; then

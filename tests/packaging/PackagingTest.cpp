@@ -76,7 +76,7 @@ QStringList allMatches(const QString &text, const QString &pattern)
     return found;
 }
 
-/// What the build has settled for a field of a package, which CPack calls by its component.
+/// The value of a field of a package, which CPack names after its component.
 QString packageField(const char *component, const char *field)
 {
     const QString configuration =
@@ -88,7 +88,7 @@ QString packageField(const char *component, const char *field)
 
 } // namespace
 
-/// Installs the program into a scratch root, as a packager would, and looks at what came of it.
+/// Installs the program into a scratch root, as a packager would, and checks the installed files.
 class PackagingTest final : public QObject
 {
     Q_OBJECT
@@ -116,12 +116,12 @@ private slots:
 private:
     static void install(const QString &root, const QStringList &options);
     QString installed(const QString &path) const { return m_root.filePath(path); }
-    /// Paths below the root.
+    /// The paths below the root.
     QStringList find(QDir::Filters filters) const { return find(m_root.path(), filters); }
     static QStringList find(const QString &root, QDir::Filters filters);
 
     QTemporaryDir m_root;
-    /// What the package kavo-suite holds.
+    /// The content of the package kavo-suite.
     QTemporaryDir m_suite;
 };
 
@@ -218,7 +218,7 @@ void PackagingTest::catalogueToolHasAPackageOfItsOwn()
     }
 }
 
-/// Both packages hold the command, and two packages cannot own one file.
+/// Both packages would contain the command, and two packages cannot own one file.
 void PackagingTest::fullPackageReplacesTheSmallOne()
 {
     QCOMPARE(packageField("SUITE", "CONFLICTS"), QStringLiteral("kavo-catalogue"));
@@ -262,7 +262,7 @@ void PackagingTest::translationLiesBesideTheProgram()
                             installed(QStringLiteral("usr/lib/kavo-suite/translations"))));
     QCOMPARE(translator.translate("Kavo::Components::WindowControl", "Close"),
              QStringLiteral("Schließen"));
-    // Qt's own texts are under another licence and stay in the package that they come from.
+    // Qt's own texts have another licence and stay in the package they come from.
     QVERIFY(translator.translate("QPlatformTheme", "&Yes").isEmpty());
     QVERIFY(!packagingText(QStringLiteral("copyright")).contains(QLatin1String("qtbase")));
 }
@@ -286,7 +286,7 @@ void PackagingTest::iconsHaveTheSizeOfTheirFolder()
         ++seen;
         const QImage icon(installed(file));
         QCOMPARE(icon.size(), QSize(size, size));
-        // Rounded: the corner shows what is below, the middle does not.
+        // The icon is rounded: its corner is transparent, its middle is not.
         QCOMPARE(qAlpha(icon.pixel(0, 0)), 0);
         QCOMPARE(qAlpha(icon.pixel(size / 2, size / 2)), 255);
     }
@@ -318,7 +318,7 @@ void PackagingTest::compressedTextsAreWhole()
     QCOMPARE(readFile(m_suite.filePath(path)).mid(4, 4), QByteArray(4, '\0'));
 }
 
-/// What the installed tool tells of itself is in its manual page as well.
+/// The manual page contains the tool's own description of its options.
 void PackagingTest::manualHasEveryCommandAndOption()
 {
     const QString page = manual(QStringLiteral("kavo-catalogue.1"))

@@ -1,8 +1,8 @@
 # shellcheck shell=bash disable=SC2016
-# What the tests of the scripts have in common. Sourced, not run.
+# Shared by the tests of the scripts. Sourced, not run.
 #
-# Scripts run on a copy of themselves in a scratch folder, with nothing on PATH but the tools named
-# below and stand-ins for whatever would change the machine. The stand-ins write down their calls.
+# A script runs on a copy of all scripts in a scratch folder. PATH has only the tools named below, and stand-ins
+# for the programs that would change the machine. The stand-ins log their calls.
 
 SOURCE=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 readonly SOURCE
@@ -14,7 +14,7 @@ trap 'chmod -R u+w "$SCRATCH"; rm -rf "$SCRATCH"' EXIT
 readonly TOOLS=(awk basename bash cat chmod chown cut dirname env find getent grep head id kill ldd ln
     mkdir mktemp mv nproc ps readlink rm sed setpriv sh sleep sort stat tail touch uname wc)
 
-# set_up: a fresh copy, fresh stand-ins, and nobody has called anything.
+# set_up: makes a new copy and new stand-ins, and empties the log of calls.
 set_up() {
     chmod -R u+w "$SCRATCH"
     rm -rf "${SCRATCH:?}"/*
@@ -30,7 +30,7 @@ set_up() {
             echo "After this operation, 45.6 MB of additional disk space will be used." ;;
         *" install "*) shift "$(($# - 2))"; touch "$SCRATCH/installed/$1" "$SCRATCH/installed/$2" ;;
         esac'
-    # Two packages and a build.
+    # The sample installs two packages and builds.
     cat >"$COPY/scripts/sample" <<'SAMPLE'
 #!/usr/bin/env bash
 # usage: scripts/sample
@@ -40,7 +40,6 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/lib/say.sh
 source scripts/lib/install.sh
-source scripts/lib/build.sh
 refuse_arguments "$@"
 announce_build release "9 MB and 8 minutes"
 prepare_machine alpha beta
@@ -53,7 +52,7 @@ SAMPLE
     chmod -R a+rwX "$SCRATCH"
 }
 
-# stand_in NAME TEXT: a program of that name that writes down how it is called and then runs the text.
+# stand_in NAME TEXT: creates a program of that name that logs its call and then runs the text.
 stand_in() {
     cat >"$BIN/$1" <<SCRIPT
 #!$(type -P bash)
@@ -64,7 +63,7 @@ SCRIPT
     chmod 755 "$BIN/$1"
 }
 
-# run COMMAND...: in a session of its own, as a terminal would; leaves $status and $output.
+# run COMMAND...: runs the command in its own session, as a terminal would; sets $status and $output.
 # shellcheck disable=SC2034
 run() {
     status=0
@@ -72,7 +71,7 @@ run() {
         status=$?
 }
 
-# run_as_user COMMAND...: likewise, never as root.
+# run_as_user COMMAND...: the same, but never as root.
 run_as_user() {
     if ((EUID)); then
         run "$@"
@@ -82,7 +81,7 @@ run_as_user() {
     fi
 }
 
-# fail TEXT: ends the test with what was seen.
+# fail TEXT: ends the test and prints what happened.
 fail() {
     printf 'FAILED: %s\nstatus: %s\noutput:\n%s\ncalls:\n%s\n' "$1" "${status:-}" "${output:-}" \
         "$(cat "$CALLS")" >&2
@@ -94,14 +93,14 @@ expect_status() {
 }
 
 expect_output() {
-    [[ $output == *"$1"* ]] || fail "expected this to be said: $1"
+    [[ $output == *"$1"* ]] || fail "expected this output: $1"
 }
 
 expect_no_output() {
-    [[ $output != *"$1"* ]] || fail "this was not to be said: $1"
+    [[ $output != *"$1"* ]] || fail "unexpected output: $1"
 }
 
-# expect_calls PATTERN: of all calls but those that only ask.
+# expect_calls PATTERN: compares all calls except queries.
 expect_calls() {
     local calls
     calls=$(grep --invert-match '^dpkg-query' "$CALLS" | paste --serial --delimiters='|') || true
