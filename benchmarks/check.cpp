@@ -30,12 +30,12 @@ QByteArray array(const std::function<QByteArray(int)> &piece)
 
 QByteArray packageWith(const QByteArray &versions)
 {
-    return "[{\"id\":1,\"versions\":" + versions + "}]";
+    return R"([{"id":1,"versions":)" + versions + "}]";
 }
 
 QByteArray rule(const char *key, const QByteArray &entries)
 {
-    return packageWith("[{\"version\":\"1\",\"uninstall\":{\"" + QByteArray(key) + "\":" + entries +
+    return packageWith(R"([{"version":"1","uninstall":{")" + QByteArray(key) + R"(":)" + entries +
                        "}}]");
 }
 
@@ -63,45 +63,45 @@ void printHostile()
     printHostile("one-path",
                  rule("remove", "[\"" + QByteArray("a/").repeated(Megabyte / 2) + "\"]"));
     printHostile("paths", rule("remove", array([](int index) -> QByteArray {
-                                   return "\"a/" + number(index) + '"';
+                                   return R"("a/)" + number(index) + '"';
                                })));
     printHostile("nested-paths", rule("remove", array([](int index) -> QByteArray {
                                           return '"' + QByteArray("a/").repeated(index % 200) + '"';
                                       })));
     printHostile("versions", packageWith(array([](int index) -> QByteArray {
-                     return "{\"version\":\"1." + number(index) + "\"}";
+                     return R"({"version":"1.)" + number(index) + R"("})";
                  })));
     printHostile("same-versions",
-                 packageWith(array([](int) { return QByteArray("{\"version\":\"1\"}"); })));
+                 packageWith(array([](int) { return QByteArray(R"({"version":"1"})"); })));
     printHostile("chain", array([](int index) -> QByteArray {
-                     return "{\"id\":" + number(index + 1) + ",\"versions\":[{\"version\":\"1\"," +
-                            "\"depends\":[\"" + number(index + 2) + "\"]}]}";
+                     return R"({"id":)" + number(index + 1) +
+                            R"(,"versions":[{"version":"1","depends":[")" + number(index + 2) +
+                            R"("]}]})";
                  }));
     printHostile("older-chain", array([](int index) -> QByteArray {
-                     return "{\"id\":" + number(index + 1) +
-                            ",\"versions\":[{\"version\":\"2\",\"depends\":[\"" +
-                            number(index + 2) + "\"]},{\"version\":\"1\",\"depends\":[\"" +
-                            number(index + 2) + "\"]}]}";
+                     return R"({"id":)" + number(index + 1) +
+                            R"(,"versions":[{"version":"2","depends":[")" + number(index + 2) +
+                            R"("]},{"version":"1","depends":[")" + number(index + 2) + R"("]}]})";
                  }));
     printHostile("all-need-one", array([](int index) -> QByteArray {
-                     return "{\"id\":" + number(index + 1) +
-                            ",\"versions\":[{\"version\":\"1\",\"depends\":[\"" +
-                            number(index + 2) + "\",\"" + number(20'000 - index) + "\"]}]}";
+                     return R"({"id":)" + number(index + 1) +
+                            R"(,"versions":[{"version":"1","depends":[")" + number(index + 2) +
+                            R"(",")" + number(20'000 - index) + R"("]}]})";
                  }));
-    printHostile("entries", packageWith("[{\"version\":\"1\",\"depends\":" +
-                                        array([](int index) -> QByteArray {
-                                            return '"' + number(index + 2) + '"';
-                                        }) +
-                                        "}]"));
+    printHostile("entries",
+                 packageWith(R"([{"version":"1","depends":)" + array([](int index) -> QByteArray {
+                                 return '"' + number(index + 2) + '"';
+                             }) +
+                             "}]"));
     printHostile("keys",
                  "[{" +
-                     array([](int index) -> QByteArray { return "\"" + number(index) + "\":1"; })
+                     array([](int index) -> QByteArray { return '"' + number(index) + R"(":1)"; })
                          .mid(1)
                          .chopped(1) +
                      "}]");
     printHostile("languages",
-                 "[{\"name\":{" +
-                     array([](int index) -> QByteArray { return "\"" + number(index) + "\":\"\""; })
+                 R"([{"name":{)" +
+                     array([](int index) -> QByteArray { return '"' + number(index) + R"(":"")"; })
                          .mid(1)
                          .chopped(1) +
                      "}}]");

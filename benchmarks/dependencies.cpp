@@ -17,7 +17,7 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = Benchmarks::requireArguments(3);
-    const QString address = arguments.at(2);
+    const QString &address = arguments.at(2);
     const int count = arguments.at(3).toInt();
 
     Benchmarks::MeasuredEngine engine(arguments.at(1), address);

@@ -37,7 +37,7 @@ constexpr int LongestText = 240;
 qint64 memoryInUse()
 {
     const auto info = ::mallinfo2();
-    return static_cast<qint64>(info.uordblks + info.hblkhd);
+    return static_cast<qint64>(info.uordblks) + static_cast<qint64>(info.hblkhd);
 }
 
 void writeTexts(const Kavo::Models::PackageList &packages, ProseMaker &prose)

@@ -50,7 +50,8 @@ public:
     const QVector<Entry> &entries() const { return m_entries; }
 
 public slots:
-    // Called by way of the bus.
+    // Called by way of the bus, under this name.
+    // NOLINTNEXTLINE(readability-identifier-naming)
     uint Notify(const QString &program, uint replaces, const QString &icon, const QString &title,
                 const QString &text, const QStringList &actions, const QVariantMap &hints,
                 int timeout);

@@ -54,13 +54,13 @@ QStringList placeHolders(const QString &text)
 
 QString blanksAtStart(const QString &text)
 {
-    static const QRegularExpression pattern("^\\s*"_s);
+    static const QRegularExpression pattern(R"(^\s*)"_s);
     return pattern.match(text).captured();
 }
 
 QString blanksAtEnd(const QString &text)
 {
-    static const QRegularExpression pattern("\\s*\\z"_s);
+    static const QRegularExpression pattern(R"(\s*\z)"_s);
     return pattern.match(text).captured();
 }
 
