@@ -1,6 +1,6 @@
 #include "tests/app/Demonstration.h"
 
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "app/PlatformGuard.h"
 #include "tests/app/StoredSettings.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"

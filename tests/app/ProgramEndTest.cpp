@@ -4,6 +4,7 @@
 #include "tests/app/StoredSettings.h"
 #include "tests/packages/EngineTest.h"
 #include "tests/packages/GatedExtractor.h"
+#include "tests/support/Archives.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 #include "tests/support/RunUntil.h"

@@ -1,6 +1,6 @@
 #include "tests/app/ProgramRun.h"
 
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/RunUntil.h"
 
 #include <QFile>

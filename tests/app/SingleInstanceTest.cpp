@@ -2,7 +2,7 @@
 #include "app/AbstractSocket.h"
 #include "tests/app/ProgramRun.h"
 #include "tests/app/StoredSettings.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 #include "tests/support/RunUntil.h"

@@ -5,7 +5,7 @@
 #include "tests/app/StoredSettings.h"
 #include "tests/components/QuitRequest.h"
 #include "tests/components/Widgets.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/Rows.h"

@@ -5,7 +5,7 @@
 #include "tests/app/StoredSettings.h"
 #include "tests/app/TranslationEntries.h"
 #include "tests/components/Widgets.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "ui/detail/PackageDetailOldVersionWidget.h"
 #include "ui/detail/PackageDetailWidget.h"

@@ -2,7 +2,7 @@
 #include "app/ScreenScale.h"
 #include "components/FileSelector.h"
 #include "tests/components/Widgets.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/StandInLocate.h"
 #include "tests/support/WithoutRights.h"

@@ -1,6 +1,6 @@
 #include "components/FileSelector.h"
 #include "tests/components/Widgets.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 

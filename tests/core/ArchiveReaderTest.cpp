@@ -1,5 +1,6 @@
 #include "core/ArchiveReader.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Rows.h"

@@ -1,6 +1,6 @@
 #include "core/DatabaseFile.h"
-#include "tests/support/Archives.h"
 #include "tests/support/DamagedDatabase.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"

@@ -1,6 +1,6 @@
 #include "core/FileCopy.h"
 #include "tests/core/SyncWitness.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/FullDisk.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"

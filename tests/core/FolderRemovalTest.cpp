@@ -1,5 +1,5 @@
 #include "core/FolderRemoval.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/WithoutRights.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "core/FolderSize.h"
 #include "core/ByteSize.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/TestMain.h"
 
 #include <QTemporaryDir>

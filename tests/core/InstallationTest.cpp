@@ -1,5 +1,5 @@
 #include "core/Installation.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 #include "tests/support/StandInLocate.h"

@@ -1,6 +1,7 @@
 #include "core/P7ZipExtractor.h"
 #include "core/Paths.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Rows.h"

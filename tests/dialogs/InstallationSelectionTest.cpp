@@ -1,6 +1,6 @@
 #include "dialogs/InstallationSelection.h"
 #include "core/Installation.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MessageBoxAnswers.h"

@@ -3,7 +3,7 @@
 #include "dialogs/GeneralSettingsWidget.h"
 #include "dialogs/PathSettingsWidget.h"
 #include "tests/components/Widgets.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/MessageBoxAnswers.h"
 #include "tests/support/TestMain.h"

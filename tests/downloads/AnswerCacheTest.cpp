@@ -2,6 +2,7 @@
 #include "downloads/BodyChecksum.h"
 #include "tests/downloads/DownloadFixture.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/FullDisk.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"

@@ -1,5 +1,5 @@
 #include "tests/downloads/DownloadFixture.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/TestMain.h"
 
 #include <vector>

@@ -1,6 +1,6 @@
 #include "tests/downloads/DownloadSetup.h"
 
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 
 #include <QDir>
 

@@ -1,6 +1,6 @@
 #include "downloads/Download.h"
 #include "tests/downloads/DownloadEvents.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Rows.h"

@@ -1,6 +1,6 @@
 #include "tests/downloads/DownloadFixture.h"
 #include "tests/downloads/FileMarks.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Nginx.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"

@@ -1,5 +1,4 @@
 #include "tests/downloads/DownloadFixture.h"
-#include "tests/support/Archives.h"
 #include "tests/support/FullDisk.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"

@@ -1,6 +1,6 @@
 #include "tests/downloads/DownloadEvents.h"
 #include "tests/downloads/DownloadSetup.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 
 #include <QList>
 #include <QMap>

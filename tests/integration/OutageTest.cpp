@@ -2,6 +2,7 @@
 #include "tests/integration/Environment.h"
 #include "tests/packages/EngineTest.h"
 #include "tests/packages/UpdateSetup.h"
+#include "tests/support/Archives.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/TestMain.h"

@@ -2,6 +2,7 @@
 
 #include "tests/integration/DriverRun.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 
 #include <QDir>

@@ -1,4 +1,5 @@
 #include "tests/integration/StressPackages.h"
+#include "tests/support/Archives.h"
 #include "tests/support/Literals.h"
 
 #include <QJsonArray>

@@ -1,5 +1,5 @@
 #include "packages/installation/ArchiveClaim.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 
 #include <QFile>

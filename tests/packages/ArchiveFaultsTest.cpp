@@ -1,4 +1,5 @@
 #include "tests/packages/UpdateSetup.h"
+#include "tests/support/Archives.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 

@@ -1,6 +1,7 @@
 #include "core/Installation.h"
 #include "tests/packages/EngineTest.h"
 #include "tests/packages/GatedExtractor.h"
+#include "tests/support/Archives.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Rows.h"
 #include "tests/support/RunUntil.h"

@@ -1,7 +1,7 @@
 #include "packages/installation/CommonPlaces.h"
 #include "packages/installation/PackageFiles.h"
 #include "tests/packages/MakePackage.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScratchProfile.h"

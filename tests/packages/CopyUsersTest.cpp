@@ -1,6 +1,6 @@
 #include "packages/installation/CopyUsers.h"
 
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"

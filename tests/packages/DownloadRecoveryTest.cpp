@@ -1,5 +1,6 @@
 #include "downloads/DownloadManager.h"
 #include "tests/packages/UpdateSetup.h"
+#include "tests/support/Archives.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 

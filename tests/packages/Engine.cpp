@@ -2,6 +2,7 @@
 
 #include "core/Settings.h"
 #include "downloads/DownloadManager.h"
+#include "tests/support/Archives.h"
 #include "tests/support/RunUntil.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "packages/PackageController.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestHttpServer.h"

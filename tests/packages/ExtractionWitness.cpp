@@ -1,6 +1,6 @@
 #include "tests/packages/ExtractionWitness.h"
 
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 
 #include <QFile>
 

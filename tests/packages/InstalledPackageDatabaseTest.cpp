@@ -1,6 +1,6 @@
 #include "packages/record/InstalledPackageDatabase.h"
 #include "tests/packages/MakePackage.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Rows.h"

@@ -1,4 +1,5 @@
 #include "tests/packages/EngineTest.h"
+#include "tests/support/Archives.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"

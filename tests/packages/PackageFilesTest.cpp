@@ -1,7 +1,7 @@
 #include "packages/installation/PackageFiles.h"
 
 #include "packages/installation/SettledCopy.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Rows.h"

@@ -1,5 +1,6 @@
 #include "tests/packages/EngineTest.h"
 #include "tests/packages/GatedExtractor.h"
+#include "tests/support/Archives.h"
 #include "tests/support/DamagedDatabase.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/Rows.h"

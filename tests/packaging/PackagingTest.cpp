@@ -1,4 +1,4 @@
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/TestMain.h"
 
 #include <QDirIterator>

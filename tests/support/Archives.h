@@ -1,28 +1,13 @@
 #pragma once
 
+#include "tests/support/Files.h"
+
 #include <QByteArray>
-#include <QMap>
 #include <QMetaType>
 #include <QString>
-#include <QStringList>
 #include <QVector>
 
 namespace Kavo::Testing {
-
-/// Contents by relative path. A path that ends in a slash is an empty folder.
-using Files = QMap<QString, QByteArray>;
-
-/// The same files in a folder.
-Files filesIn(const QString &folder, const Files &files);
-
-/// Writes the files under a folder, which is made when missing. Returns success.
-bool writeFiles(const QString &folder, const Files &files);
-bool writeFile(const QString &path, const QByteArray &content);
-/// The files under a folder, by relative path. Links are not followed.
-QStringList filesUnder(const QString &folder);
-Files readFiles(const QString &folder);
-/// The whole of a file, null when it cannot be read.
-QByteArray readFile(const QString &path);
 
 /// Makes an archive with the real 7-Zip; the format follows the name (.7z, .zip, .tar, .wim).
 /// Encrypted when a password is given. Returns success.
@@ -59,19 +44,6 @@ struct TarEntry
 
 /// A tar archive with exactly these entries in this order.
 QByteArray tarOf(const QVector<TarEntry> &entries);
-
-/// The entries of a folder by relative path: for a file the SHA-256 of its content in hexadecimal,
-/// for a link "-> " and its target, for a folder, whose path ends in a slash, an empty text.
-using FileTree = QMap<QString, QString>;
-
-/// What is in a folder. Links are not followed.
-FileTree fileTree(const QString &folder);
-/// What fileTree() returns after these files have been written.
-FileTree expectedTree(const Files &files);
-/// The tree without folders and without the hidden marks that the program puts beside its copies.
-FileTree filesOf(FileTree tree);
-/// One text for each entry that is missing, different or new.
-QStringList differences(FileTree found, const FileTree &expected);
 
 } // namespace Kavo::Testing
 

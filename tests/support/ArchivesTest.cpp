@@ -1,7 +1,7 @@
 #include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
-#include "tests/support/StandInLocate.h"
 #include "tests/support/TestMain.h"
 
 #include <QProcess>
@@ -46,37 +46,6 @@ private slots:
         QVERIFY(lister.waitForFinished());
         QCOMPARE(lister.exitCode(), 0);
         QCOMPARE(lister.readAllStandardOutput(), QByteArray("sub/\nsub/a.txt\nlink\n../out.txt\n"));
-    }
-
-    void treeShowsFilesFoldersAndLinks()
-    {
-        const QTemporaryDir folder;
-        QVERIFY(writeFile(folder.filePath("a/.hidden"_s), "x"));
-        QVERIFY(QFile::link("/nowhere"_s, folder.filePath("a/dead"_s)));
-        QVERIFY(QFile::link(".."_s, folder.filePath("a/loop"_s)));
-        const FileTree tree = fileTree(folder.path());
-        QCOMPARE(tree.keys(), QStringList({"a/"_s, "a/.hidden"_s, "a/dead"_s, "a/loop"_s}));
-        QCOMPARE(tree.value("a/dead"_s), "-> /nowhere"_s);
-        QCOMPARE(tree.value("a/loop"_s), "-> .."_s);
-        QCOMPARE(tree.value("a/.hidden"_s).size(), 64);
-    }
-
-    void standInTakesThePlaceOfLocate()
-    {
-        const QByteArray path = qgetenv("PATH");
-        {
-            StandInLocate locate({"/a b/c"_s, "/d"_s}, 3);
-            QProcess process;
-            process.start("locate"_s, {"x y"_s});
-            QVERIFY(process.waitForFinished());
-            QCOMPARE(process.exitCode(), 3);
-            QCOMPARE(process.readAllStandardOutput(), QByteArray("/a b/c\n/d\n"));
-            QCOMPARE(locate.arguments(), QStringList("x y"_s));
-            locate.setMissing();
-            process.start("locate"_s, QStringList());
-            QVERIFY(!process.waitForStarted());
-        }
-        QCOMPARE(qgetenv("PATH"), path);
     }
 };
 

@@ -1,7 +1,7 @@
 #include "tests/support/ScratchProfile.h"
 #include "core/Log.h"
 #include "core/Paths.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestMain.h"

@@ -1,5 +1,5 @@
 #include "tests/support/TestHttpServer.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Nginx.h"
 #include "tests/support/Rows.h"

@@ -1,4 +1,5 @@
 #include "packages/catalogue/CatalogueParser.h"
+#include "tests/support/Archives.h"
 #include "tests/support/FullDisk.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"

@@ -1,6 +1,7 @@
 #include "tools/check/ArchiveCheck.h"
 #include "packages/PackageEnvironment.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"

@@ -1,6 +1,6 @@
 #include "tests/tools/ArchiveShelf.h"
 
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "tools/check/CatalogueCheck.h"
 #include "packages/catalogue/CatalogueParser.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"

@@ -1,6 +1,6 @@
 #include "tests/tools/CatalogueCorpus.h"
 
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 
 namespace Kavo::Testing {

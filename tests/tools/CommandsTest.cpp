@@ -1,5 +1,6 @@
 #include "packages/catalogue/CatalogueFeed.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"

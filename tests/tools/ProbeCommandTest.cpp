@@ -1,4 +1,4 @@
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Nginx.h"
 #include "tests/support/Rows.h"

@@ -1,6 +1,7 @@
 #include "tests/tools/PublishedArchive.h"
 
 #include "packages/PackageEnvironment.h"
+#include "tests/support/Archives.h"
 
 namespace Kavo::Testing {
 

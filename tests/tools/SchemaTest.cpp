@@ -1,5 +1,5 @@
 #include "packages/catalogue/CatalogueParser.h"
-#include "tests/support/Archives.h"
+#include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/CatalogueCorpus.h"
