@@ -3,8 +3,10 @@
 #include "tests/support/Literals.h"
 
 #include <QCryptographicHash>
+#include <QDataStream>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -71,9 +73,19 @@ bool makeArchive(const QString &path, const Files &files, const QString &passwor
 
 QByteArray archiveOf(const Files &files, const QString &format, const QString &password)
 {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath("archive."_s + format);
-    return makeArchive(path, files, password) ? readFile(path) : QByteArray();
+    // Most functions of a test need the same few archives, and 7-Zip takes long to start.
+    static QHash<QByteArray, QByteArray> made;
+    QByteArray key;
+    QDataStream stream(&key, QIODevice::WriteOnly);
+    stream << files << format << password;
+    QByteArray &archive = made[key];
+    if (archive.isNull()) {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath("archive."_s + format);
+        if (makeArchive(path, files, password))
+            archive = readFile(path);
+    }
+    return archive;
 }
 
 QByteArray damagedArchiveOf(const Files &files)
