@@ -120,8 +120,9 @@ void LogTest::unwritableFolderIsSilent()
 
 void LogTest::plainLinesHaveNoQuotes()
 {
-    logLine("a \"quoted\" \\ line "_s);
-    QCOMPARE(content(), QByteArray("a \"quoted\" \\ line \n"));
+    logLine(R"(a "quoted" \ line )"_s);
+    QCOMPARE(content(), QByteArray(R"(a "quoted" \ line )"
+                                   "\n"));
 }
 
 void LogTest::threadsLoseNothing()

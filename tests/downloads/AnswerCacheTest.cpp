@@ -360,9 +360,9 @@ private slots:
     void fetchesOfOneAddressAtTheSameTime()
     {
         serveKnown(picture()).holdAfter = 20000;
-        std::vector<std::unique_ptr<DownloadEvents>> events;
-        for (int number = 0; number < 6; ++number)
-            events.push_back(std::make_unique<DownloadEvents>(manager(), restart()));
+        std::vector<std::unique_ptr<DownloadEvents>> events(6);
+        for (auto &each : events)
+            each = std::make_unique<DownloadEvents>(manager(), restart());
         QVERIFY(server().waitForRequests(6));
         server().release("/a"_s);
         for (const auto &each : events)

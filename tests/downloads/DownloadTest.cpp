@@ -9,6 +9,8 @@
 #include <QMetaEnum>
 #include <QTranslator>
 
+#include <limits>
+
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
@@ -152,7 +154,7 @@ private slots:
 
     void sizesBeyondFourGibibytes()
     {
-        constexpr qint64 Size = Q_INT64_C(9223372036854775807);
+        constexpr auto Size = std::numeric_limits<qint64>::max();
         const auto download = make();
         const DownloadEvents events(download);
         download->setFileSize(Size);

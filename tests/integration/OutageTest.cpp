@@ -365,7 +365,7 @@ private:
         if (shown == versionText(m_installed.value(id)) ||
             (state(id) == Package::DOWNLOAD_ERROR && !hasRestarted))
             return QString();
-        return "add-on %1 shows \"%2\" in the state %3"_s.arg(id).arg(shown).arg(state(id));
+        return R"(add-on %1 shows "%2" in the state %3)"_s.arg(id).arg(shown).arg(state(id));
     }
 
     HttpResource &resource(int id, int version)

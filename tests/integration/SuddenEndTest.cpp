@@ -87,7 +87,7 @@ private slots:
     void extractorEndsWithTheProgram()
     {
         const QByteArray command = std::get<0>(Rows<QByteArray>::current());
-        constexpr qint64 UnpackedSize = Q_INT64_C(4'000'000'000);
+        constexpr qint64 UnpackedSize = 4'000'000'000;
         const QString link = "/large.bz2"_s;
         offer(Offer{7}.at(link).into("large"_s).removing({"large"_s}));
         serveCatalogue();
