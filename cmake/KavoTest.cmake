@@ -2,7 +2,7 @@
 # of ctest.
 #
 # The label of a test is the name of its folder; those of the folders that need no window but the odd
-# message box also carry "engine": scripts/test runs them under sanitizers, and all others in a plain build.
+# message box also carry "engine": scripts/test --all runs them under sanitizers, all others in a plain build.
 # Of the engine's tests, "long" ones run in the plain build alone, and those that are made larger where
 # there is no sanitizer run in both and carry "everywhere"; neither are "engine". Tests draw off-screen;
 # KAVO_TEST_PLATFORM=xcb brings them to the display.

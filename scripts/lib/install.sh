@@ -69,7 +69,6 @@ every_package() {
 
 # Preparing ----------------------------------------------------------------------------------------
 
-readonly KAVO_TEST_BUILD_COST="3 GB of disk and, with all tests, 25 minutes"
 first_build=
 
 # announce_build FOLDER COST: prepare_machine prints the cost if build/FOLDER does not exist.
