@@ -12,6 +12,7 @@ their own scratch folder.
 import argparse
 import collections
 import concurrent.futures
+import contextlib
 import json
 import os
 import re
@@ -345,18 +346,18 @@ def kill(process):
 
 
 def remove_tree(path):
-    def unlock(function, name, _):
-        os.chmod(os.path.dirname(name), 0o700)
-        if os.path.exists(name) and not os.path.islink(name):
-            os.chmod(name, 0o700)
-        function(name)
+    """Removes a folder, although a test took rights away in it or a process that is just being killed still uses it."""
+    def unlock(_, name, __):
+        for each in (os.path.dirname(name), name):
+            with contextlib.suppress(OSError):
+                if not os.path.islink(each):
+                    os.chmod(each, 0o700)
 
     for _ in range(5):
-        try:
-            shutil.rmtree(path, onerror=unlock)
+        shutil.rmtree(path, onerror=unlock)
+        if not os.path.exists(path):
             return
-        except OSError:
-            time.sleep(0.2)
+        time.sleep(0.2)
 
 
 def in_order(fault, tests, runner, deaths):
