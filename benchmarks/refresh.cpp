@@ -21,7 +21,7 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = Benchmarks::requireArguments(4);
-    const QString address = arguments.at(2);
+    const QString &address = arguments.at(2);
     const int count = arguments.at(3).toInt();
     const QByteArray bytes = Benchmarks::makeCatalogue(count, address);
 

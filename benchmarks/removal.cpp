@@ -18,7 +18,7 @@ int main(int argc, char **argv)
     constexpr int Id = 2;
     const QCoreApplication application(argc, argv);
     const QStringList arguments = Benchmarks::requireArguments(4);
-    const QString address = arguments.at(2);
+    const QString &address = arguments.at(2);
     const int files = arguments.at(3).toInt();
 
     Benchmarks::MeasuredEngine engine(arguments.at(1), address);

@@ -67,7 +67,7 @@ void onSecondPhase(SmsConn connection, SmPointer)
 void onClosed(SmsConn connection, SmPointer, int count, char **reasons)
 {
     SmFreeReasons(count, reasons);
-    const IceConn ice = SmsGetIceConnection(connection);
+    auto *const ice = SmsGetIceConnection(connection);
     SmsCleanUp(connection);
     IceSetShutdownNegotiation(ice, False);
     IceCloseConnection(ice);

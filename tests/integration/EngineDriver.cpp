@@ -143,7 +143,7 @@ int main(int argc, char **argv)
     PhaseReport phases(controller, {arguments.at(2), preserveDirectory(), backupDirectory()});
     report = &phases;
     phases.announce("starting"_s);
-    const QString command = arguments.at(3);
+    const QString &command = arguments.at(3);
     const QStringList wanted = arguments.mid(4);
     QObject::connect(&controller, &PackageController::list, &controller,
                      [&controller, command, wanted] { work(controller, command, wanted); });

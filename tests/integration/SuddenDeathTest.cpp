@@ -199,7 +199,7 @@ private:
             DriverRun run(m_user->arguments(step.order));
             fault = die(step, run);
             if (run.isKilled())
-                course += ", died at \"%1\""_s.arg(run.phase());
+                course += R"(, died at "%1")"_s.arg(run.phase());
             again = run.isKilled() && m_deaths < m_wanted && pick(2) == 0;
         }
         if (fault.isEmpty())

@@ -118,10 +118,10 @@ private slots:
             .row("up and down again", named("plugin/../plugin/x"))
             .row("absolute", named("OUTSIDE/evil"))
             .row("absolute, to the user's file", named("OUTSIDE/kept"))
-            .row("backslashes", named("plugin\\..\\..\\evil"))
+            .row("backslashes", named(R"(plugin\..\..\evil)"))
             .row("both separators", named("plugin/..\\..\\evil"))
             .row("drive", named("C:\\evil"))
-            .row("server", named("\\\\server\\evil"))
+            .row("server", named(R"(\\server\evil)"))
             .row("to a folder, then files through it",
                  QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents"}, file, evil})
             .row("absolute, then files through it",

@@ -79,7 +79,7 @@ private slots:
             QTest::newRow(name) << entry << false;
         };
         harmless("blanks", "   "_s);
-        harmless("backslashes", "Output\\..\\..\\outside"_s);
+        harmless("backslashes", R"(Output\..\..\outside)"_s);
         harmless("long name", longName());
         harmless("deep path", deepPath());
         harmless("file where a folder is expected", "plain/inside"_s);
@@ -140,7 +140,7 @@ private slots:
         accepted("folders that are yet to be made", "Custom Scenery/New/Field"_s,
                  "Custom Scenery/New/Field/"_s);
         accepted("blanks", "   "_s, "   /"_s);
-        accepted("backslashes", "a\\..\\..\\b"_s, "a\\..\\..\\b/"_s);
+        accepted("backslashes", R"(a\..\..\b)"_s, R"(a\..\..\b/)"_s);
         accepted("colon in front once clean", "./:a"_s, ":a/"_s);
         accepted("colon in front", ":/a"_s, ":/a/"_s);
         accepted("byte order mark before an absolute path", "./\ufeff@OUTSIDE@"_s,
@@ -219,7 +219,7 @@ private slots:
         row("long name", longName(), "");
         row("deep path", deepPath(), "");
         row("blanks", "  "_s, "");
-        row("backslashes", "..\\outside"_s, "");
+        row("backslashes", R"(..\outside)"_s, "");
         row("file where a folder is expected", "plain"_s, "");
         row("link to nowhere", "lost"_s, "");
     }

@@ -350,14 +350,14 @@ private slots:
     void failedCopyLeavesSettledOnesSettled()
     {
         settleCopy("user's first");
-        put({{Lights, "original"}});
-        backUp({Lights});
+        put({{m_lights, "original"}});
+        backUp({m_lights});
         write(settings(), "user's second");
-        QVERIFY(QDir().mkpath(backup(Lights)));
-        QCOMPARE(files().secure(), simulator(Lights));
+        QVERIFY(QDir().mkpath(backup(m_lights)));
+        QCOMPARE(files().secure(), simulator(m_lights));
         // Nothing was changed, so the user continues with the file in the simulator.
         write(settings(), "user's third");
-        QVERIFY(QDir().rmdir(backup(Lights)));
+        QVERIFY(QDir().rmdir(backup(m_lights)));
         QCOMPARE(files().secure(), QString());
         QCOMPARE(readFile(keptSettings()), "user's third");
     }
@@ -420,15 +420,15 @@ private slots:
     void backupIsMadeOnceAndPutBackOnRemoval()
     {
         // The removal is interrupted and repeated once, because it was not recorded.
-        const QStringList replaced{Lights, "sounds/alert.wav"_s};
-        const Files originals{{Lights, "original"}, {"sounds/alert.wav"_s, "original"}};
+        const QStringList replaced{m_lights, "sounds/alert.wav"_s};
+        const Files originals{{m_lights, "original"}, {"sounds/alert.wav"_s, "original"}};
         put(originals);
         backUp(replaced);
         remove(replaced);
         for (const char *content : {"package's", "package's of another version"}) {
             files().secure();
-            QCOMPARE(readFile(backup(Lights)), "original");
-            write(simulator(Lights), content);
+            QCOMPARE(readFile(backup(m_lights)), "original");
+            write(simulator(m_lights), content);
         }
         for (int attempt = 0; attempt < 2; ++attempt) {
             files().remove();
@@ -436,18 +436,18 @@ private slots:
         }
         files().giveUpReturned();
         QCOMPARE(tree(), treeOf(originals));
-        QVERIFY(!QFile::exists(backup(Lights)));
+        QVERIFY(!QFile::exists(backup(m_lights)));
     }
 
     void backupWithoutAMarkIsNeitherOverwrittenNorGivenUp()
     {
-        write(backup(Lights), "original");
-        put({{Lights, "package's"}});
-        backUp({Lights});
+        write(backup(m_lights), "original");
+        put({{m_lights, "package's"}});
+        backUp({m_lights});
         files().secure();
         files().remove();
-        QCOMPARE(readFile(simulator(Lights)), "package's");
-        QCOMPARE(readFile(backup(Lights)), "original");
+        QCOMPARE(readFile(simulator(m_lights)), "package's");
+        QCOMPARE(readFile(backup(m_lights)), "original");
     }
 
     void copiesAreGivenUpOnlyWhereTheirContentStands()
@@ -470,27 +470,27 @@ private slots:
     {
         // Without a removal rule, the first installation finds the original in the place its backup
         // returns to, and each later one finds the package's file.
-        backUp({Lights});
+        backUp({m_lights});
         const LogCapture log;
         for (const char *content : {"original", "package's"}) {
-            write(simulator(Lights), content);
+            write(simulator(m_lights), content);
             files().secure();
             files().remove();
-            QCOMPARE(readFile(simulator(Lights)), content);
-            QCOMPARE(readFile(backup(Lights)), "original");
+            QCOMPARE(readFile(simulator(m_lights)), content);
+            QCOMPARE(readFile(backup(m_lights)), "original");
         }
         // A link of the user's in its place is not followed either, wherever it leads.
-        QVERIFY(QFile::remove(simulator(Lights)));
-        link("/nowhere/at/all"_s, simulator(Lights));
+        QVERIFY(QFile::remove(simulator(m_lights)));
+        link("/nowhere/at/all"_s, simulator(m_lights));
         files().remove();
         QCOMPARE(log.lines(), QStringList());
-        QVERIFY(QFile::remove(simulator(Lights)));
-        write(simulator(Lights), "package's");
+        QVERIFY(QFile::remove(simulator(m_lights)));
+        write(simulator(m_lights), "package's");
         // A folder in the place of the backup is an error.
-        QVERIFY(QFile::remove(backup(Lights)) && QDir().mkpath(backup(Lights)));
+        QVERIFY(QFile::remove(backup(m_lights)) && QDir().mkpath(backup(m_lights)));
         files().secure();
-        QCOMPARE(log.lines(),
-                 QStringList("Copy failed : %1 -> %2"_s.arg(simulator(Lights), backup(Lights))));
+        QCOMPARE(log.lines(), QStringList("Copy failed : %1 -> %2"_s.arg(simulator(m_lights),
+                                                                         backup(m_lights))));
     }
 
     void backupThroughALinkOutOfTheBackupFolderIsSkipped()
@@ -504,28 +504,28 @@ private slots:
     void pipesHoldNobodyUp()
     {
         keep({"settings.ini"_s});
-        backUp({Lights});
+        backUp({m_lights});
         putPipe(settings());
-        putPipe(simulator(Lights));
+        putPipe(simulator(m_lights));
         const LogCapture log;
         // They contain nothing to keep, so they do not prevent the installation.
         QVERIFY(files().secure().isEmpty());
         QVERIFY(log.contains("Skipping path : settings.ini"_s));
-        QVERIFY(log.contains("Skipping path : "_s + Lights));
+        QVERIFY(log.contains("Skipping path : "_s + m_lights));
         QVERIFY(filesUnder(m_folders.preserve).isEmpty() && filesUnder(m_folders.backup).isEmpty());
 
-        for (const QString &path : {settings(), simulator(Lights)}) {
+        for (const QString &path : {settings(), simulator(m_lights)}) {
             QVERIFY(QFile::remove(path));
             write(path, "user's");
         }
         QVERIFY(files().secure().isEmpty());
         putPipe(settings());
-        putPipe(simulator(Lights));
+        putPipe(simulator(m_lights));
         files().restorePreserved();
-        QCOMPARE(files().remove().notReturned.paths(), QStringList(backup(Lights)));
+        QCOMPARE(files().remove().notReturned.paths(), QStringList(backup(m_lights)));
         files().giveUpReturned();
         QCOMPARE(readFile(keptSettings()), "user's");
-        QCOMPARE(readFile(backup(Lights)), "user's");
+        QCOMPARE(readFile(backup(m_lights)), "user's");
     }
 
     void pipeInThePlaceOfACopyGivesWay()
@@ -608,7 +608,7 @@ private:
         files().secure();
     }
 
-    const QString Lights = "lights.txt"_s;
+    const QString m_lights = "lights.txt"_s;
     std::unique_ptr<ScratchProfile> m_profile;
     QByteArray m_program; ///< the simulator's executable
     QString m_outside;

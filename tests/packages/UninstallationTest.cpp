@@ -241,7 +241,7 @@ private slots:
         std::unique_ptr<MovedAway> disk;
         const QObject context;
         connect(package(id).data(), &Package::stateChanged, &context,
-                [&disk, folder = simulator({}), moment](State reached) {
+                [&disk, folder = simulator({}), moment = moment](State reached) {
                     if (reached == moment && !disk)
                         disk = std::make_unique<MovedAway>(folder);
                 });

@@ -225,7 +225,7 @@ QStringList sizeError(int present, int expected)
 
 QStringList unpacked()
 {
-    return {"Removing directory : *plugin"_s, "Extract paramenter : *\"x\", \"*addon.7z\", \"-o*"_s,
+    return {"Removing directory : *plugin"_s, R"(Extract paramenter : *"x", "*addon.7z", "-o*)"_s,
             "Removing file : *addon.7z"_s};
 }
 

@@ -52,7 +52,7 @@ QByteArray HttpResource::read(qint64 offset, qint64 length) const
 
 QByteArray HttpResource::generated(qint64 offset, qint64 length)
 {
-    const QByteArray periods = manyPeriods();
+    const QByteArray &periods = manyPeriods();
     QByteArray bytes = periods.mid(static_cast<int>(offset % Period), static_cast<int>(length));
     while (bytes.size() < length) {
         const qint64 position = (offset + bytes.size()) % Period;

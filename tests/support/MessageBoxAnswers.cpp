@@ -47,7 +47,7 @@ MessageBoxAnswers::MessageBoxAnswers()
 MessageBoxAnswers::~MessageBoxAnswers()
 {
     for (const Expected &expected : qAsConst(m_expected))
-        failTest("Never shown: \"%1\" \"%2\""_s.arg(expected.title, expected.text));
+        failTest(R"(Never shown: "%1" "%2")"_s.arg(expected.title, expected.text));
 }
 
 void MessageBoxAnswers::expect(const QString &title, const QString &text,
@@ -122,7 +122,7 @@ void MessageBoxAnswers::answerMessage(QMessageBox &box)
         button->click();
         return;
     }
-    failTest("The box \"%1\" lacks the button to press"_s.arg(box.windowTitle()));
+    failTest(R"(The box "%1" lacks the button to press)"_s.arg(box.windowTitle()));
     box.done(QMessageBox::NoButton);
 }
 
@@ -160,7 +160,7 @@ bool MessageBoxAnswers::takeExpected(Kind kind, const QString &title, const QStr
                       m_expected.first().title == title &&
                       (kind != Kind::MESSAGE || m_expected.first().text == text);
     if (!fits) {
-        failTest("Not expected: \"%1\" \"%2\""_s.arg(title, text));
+        failTest(R"(Not expected: "%1" "%2")"_s.arg(title, text));
         return false;
     }
     expected = m_expected.takeFirst();

@@ -22,7 +22,7 @@ private slots:
         QFETCH(QByteArray, before);
         QFETCH(QByteArray, after);
         AdditionOrder order = orderFor(5, "1.1"_s);
-        order.log = QStringList{"Lights \"b\""_s, "Schöner\\"_s};
+        order.log = QStringList{R"(Lights "b")"_s, R"(Schöner\)"_s};
         if (!before.contains("1.0")) {
             order.extract = "Resources/plugins"_s;
             order.linkPrefix = "https://b.example/"_s;
@@ -117,7 +117,7 @@ private slots:
         const auto [before, after] = Rows<QVector<int>, QVector<int>>::current();
         QByteArrayList packages;
         for (const int id : before)
-            packages.append("{\"id\":" + QByteArray::number(id) + ",\"name\":{\"en\":\"P\"}}");
+            packages.append(R"({"id":)" + QByteArray::number(id) + R"(,"name":{"en":"P"}})");
         AdditionOrder order = orderFor(5, "1.1"_s);
         order.package.name = "Piers"_s;
         order.extract = "Resources/plugins"_s;
@@ -143,7 +143,7 @@ private:
 
     static void compare(const QByteArray &before, const QByteArray &after, const Addition &addition)
     {
-        const QByteArray result = addition.result();
+        const QByteArray &result = addition.result();
         QCOMPARE(QString::fromUtf8(result), QString::fromUtf8(after));
         QCOMPARE(result, after);
         // A package may have had no version before.
@@ -206,7 +206,7 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
         return text.replace("'versions': [\n", "'versions': [\n" + added);
     };
     // A line of the log contains quotation marks.
-    const QByteArray escaped = QByteArray(twoNew).replace("\"b\"", "\\\"b\\\"");
+    const QByteArray escaped = QByteArray(twoNew).replace(R"("b")", R"(\"b\")");
     addRow("two blanks", two, with(two, escaped));
     const QByteArray four = QByteArray(two).replace("  ", "    ");
     addRow("four blanks", four, with(four, QByteArray(escaped).replace("  ", "    ")));

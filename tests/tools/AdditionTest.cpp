@@ -288,7 +288,7 @@ private slots:
     /// Former errors before and after the new entry are not reported.
     void faultsElsewhereAreNoHindrance()
     {
-        QByteArray changed = offer().replace("\"depends\": [\"7\"]", "\"depends\": [\"99\"]");
+        QByteArray changed = offer().replace(R"("depends": ["7"])", R"("depends": ["99"])");
         changed.replace("https://a.example/v/library.zip", "");
         changed.replace("[\n  { \"id\": 5", "[\n  { \"id\": 1 },\n  { \"id\": 5");
         QVERIFY(checkCatalogue(changed).count(Severity::ERROR) >= 4);

@@ -283,7 +283,7 @@ private slots:
         QStringList messages = trial.messages(Rule::UPDATE_LEFT_OVER);
         messages.sort();
         const auto stays = [](const char *number) -> QString {
-            return "Of \"%1\" there stays \"%1\"."_s.arg(QLatin1String(number));
+            return R"(Of "%1" there stays "%1".)"_s.arg(QLatin1String(number));
         };
         QCOMPARE(messages, QStringList({stays("1.1"), stays("1.1"), stays("1.1"), stays("1.2"),
                                         stays("1.2"), stays("1.9")}));

@@ -46,13 +46,13 @@ StyleSheet::StyleSheet(const QString &text)
     m_head = text.left(end);
     m_body = text.mid(end);
     m_body.remove(
-        QRegularExpression("/\\*.*?\\*/"_s, QRegularExpression::DotMatchesEverythingOption));
+        QRegularExpression(R"(/\*.*?\*/)"_s, QRegularExpression::DotMatchesEverythingOption));
     readRules();
 }
 
 void StyleSheet::readRules()
 {
-    static const QRegularExpression block("([^{}]+)\\{([^{}]*)\\}"_s);
+    static const QRegularExpression block(R"(([^{}]+)\{([^{}]*)\})"_s);
     for (auto found = block.globalMatch(m_body); found.hasNext();) {
         const QRegularExpressionMatch match = found.next();
         QMap<QString, QString> declarations;
@@ -93,7 +93,7 @@ QStringList StyleSheet::states(const QString &subject) const
 
 QStringList StyleSheet::colorsIn(const QString &text)
 {
-    static const QRegularExpression color("#[0-9a-f]{6}\\b"_s);
+    static const QRegularExpression color(R"(#[0-9a-f]{6}\b)"_s);
     QStringList found;
     for (auto match = color.globalMatch(text); match.hasNext();)
         found.append(match.next().captured());

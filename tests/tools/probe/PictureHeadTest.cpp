@@ -89,9 +89,9 @@ private slots:
             .row("lossy WebP", lossyWebP(), Format::WebP, Size)
             .row("lossless WebP", losslessWebP(), Format::WebP, Size)
             .row("WebP with transparency", transparentWebP(), Format::WebP, Size)
-            .row("SVG", svg("width=\"37\" height=\"21px\""), Format::Svg, Size)
+            .row("SVG", svg(R"(width="37" height="21px")"), Format::Svg, Size)
             .row("SVG by its box", svg("viewBox=\"0 0, 37 21\""), Format::Svg, Size)
-            .row("SVG in percent", svg("width=\"100%\" height=\"100%\" viewBox=\"0 0 37 21\""),
+            .row("SVG in percent", svg(R"(width="100%" height="100%" viewBox="0 0 37 21")"),
                  Format::Svg, Size)
             .row("SVG without a size", svg(""), Format::Svg, {})
             .row("PNG without a size", written("PNG").left(8), Format::Png, {});
@@ -164,7 +164,7 @@ private:
                 lossyWebP(),
                 losslessWebP(),
                 transparentWebP(),
-                svg("width=\"37\" height=\"21\"")};
+                svg(R"(width="37" height="21")")};
     }
 };
 
