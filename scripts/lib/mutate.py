@@ -330,8 +330,11 @@ class Runner:
         failure = self.run(test, fault.number, limit=limit)
         if not failure or failure == "no end" or failure.startswith("status"):
             return failure
-        # The first failure may come from a busy machine.
-        return self.run(test, fault.number, (failure,), limit) and failure
+        # The first failure may come from a busy machine. If it does not return in its function alone, it may need the
+        # functions before it, or another function fails as well.
+        if self.run(test, fault.number, (failure,), limit):
+            return failure
+        return self.run(test, fault.number, limit=limit)
 
 
 def capabilities():
