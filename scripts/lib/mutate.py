@@ -351,7 +351,8 @@ def kill(process):
 def remove_tree(path):
     """Removes a folder, although a test took rights away in it or a process that is just being killed still uses it."""
     def unlock(_, name, __):
-        for each in (os.path.dirname(name), name):
+        # Never the folder around the removed one, which is not ours.
+        for each in {os.path.dirname(name), name} - {os.path.dirname(path)}:
             with contextlib.suppress(OSError):
                 if not os.path.islink(each):
                     os.chmod(each, 0o700)
