@@ -22,28 +22,32 @@ QCommandLineOption option(const char *name, const char *value, const char *descr
 void declareOptions(QCommandLineParser &parser)
 {
     parser.addOptions({
-        option("id", "number", "The package. Always needed."),
-        option("version", "version", "The version, dotted numbers. Always needed."),
+        option("id", "number", "The id of the package. Required."),
+        option("version", "version", "The version as dotted numbers. Required."),
         option("extract", "folder",
-               "The folder under the simulator's into which the archive is unpacked, an empty text "
-               "for the simulator's own. As before if left out."),
+               "The folder into which the archive is unpacked, relative to the simulator's folder. "
+               "An empty text is the simulator's folder. Default: as in the previous version."),
         option("link", "address",
-               "The address of the archive. Beside that of the newest version if left out."),
+               "The address of the archive. Default: beside the archive of the newest version."),
         option("link-prefix", "address",
-               "The address of the folder in which the archive is going to be."),
+               "The address of the folder that will contain the archive."),
         option("depends", "id:version",
-               "What the version needs. As before if left out. Repeatable, as all of the "
-               "following lists are; an empty text says that there is nothing."),
+               "A package that the version needs, and the lowest version of it. Default: as in the "
+               "previous version. This option and the next four can be repeated. An empty text "
+               "makes an empty list."),
         option("log", "text", "A line of the change log."),
-        option("preserve", "path", "A file that is kept over an update. As before if left out."),
+        option("preserve", "path",
+               "A file that an update keeps. Default: as in the previous version."),
         option("backup", "path",
-               "A file that the archive replaces and that comes back. As before if left out."),
-        option("remove", "path", "What goes with the version. Taken from the archive if left out."),
-        option("name", "text", "The name of a new package, in English as all texts."),
-        option("type", "word", "The kind of a new package: PLUGIN, LIBRARY or another word."),
-        option("short-description", "text", "One line about a new package."),
-        option("description", "text", "More about a new package, which may be HTML."),
-        option("icon", "address", "The picture of a new package."),
+               "A file that the archive replaces and that removal restores. Default: as in the "
+               "previous version."),
+        option("remove", "path",
+               "A path that is deleted with the version. Default: taken from the archive."),
+        option("name", "text", "The name of a new package. All texts are in English."),
+        option("type", "word", "The type of a new package: PLUGIN, LIBRARY or another word."),
+        option("short-description", "text", "The description of a new package in one line."),
+        option("description", "text", "The description of a new package. It may be HTML."),
+        option("icon", "address", "The address of the icon of a new package."),
     });
 }
 
@@ -216,8 +220,8 @@ int runAdd(const QStringList &arguments)
         QStringLiteral("add FILE ARCHIVE --id NUMBER --version VERSION [OPTION ...]"),
         QStringLiteral(
             "Adds a version to the catalogue FILE, and its package if that is new. Size, "
-            "checksum\nand removal rules come from the archive; what is not said comes "
-            "from the version before."));
+            "checksum\nand removal rules come from the archive. Other values that are not given "
+            "come from the\nprevious version."));
     declareOptions(line.parser());
     if (const auto status = line.read(arguments, 2))
         return *status;

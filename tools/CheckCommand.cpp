@@ -31,16 +31,18 @@ int statusOf(const CheckReport &report, bool isStrict)
 void declareOptions(QCommandLineParser &parser)
 {
     parser.addOptions(
-        {{QStringLiteral("format"), QStringLiteral("How to print the findings: text or json."),
+        {{QStringLiteral("format"), QStringLiteral("The form of the findings: text or json."),
           QStringLiteral("format"), QStringLiteral("text")},
          {QStringLiteral("strict"), QStringLiteral("Ends with status 1 if there are warnings.")},
          {QStringLiteral("archives"),
-          QStringLiteral("Looks into the archives as well, which lie in this folder under their "
-                         "own names or as on the server."),
+          QStringLiteral(
+              "Also examines the archives. They are in this folder, by their names or by "
+              "the paths of their addresses."),
           QStringLiteral("folder")},
          {QStringLiteral("simulate"),
-          QStringLiteral("Also installs every version, alone and over each older one, in a "
-                         "temporary folder.")}});
+          QStringLiteral(
+              "Also installs each version, alone and over each older one, in a temporary "
+              "folder.")}});
 }
 
 /// The error in the values of the options, empty if there is none.
@@ -132,7 +134,7 @@ int runCheck(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("check FILE [--format text|json] [--strict]"
                                     " [--archives FOLDER [--simulate]]"),
-                     QStringLiteral("Finds what is wrong with a catalogue."));
+                     QStringLiteral("Finds mistakes in a catalogue."));
     const QCommandLineParser &options = line.parser();
     declareOptions(line.parser());
     if (const auto status = line.read(arguments, 1))

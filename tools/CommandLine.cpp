@@ -10,7 +10,7 @@ CommandLine::CommandLine(const QString &synopsis, const QString &description)
     , m_description(description)
 {
     m_parser.addOption({{QStringLiteral("h"), QStringLiteral("help")},
-                        QStringLiteral("Tells what the command does, and does nothing.")});
+                        QStringLiteral("Prints this help and exits.")});
 }
 
 std::optional<int> CommandLine::read(const QStringList &arguments, int positional, int optional)

@@ -25,10 +25,10 @@ struct Command
 };
 
 constexpr Command Known[] = {
-    {"init", "starts a catalogue", runInit},
+    {"init", "creates a catalogue without packages", runInit},
     {"add", "adds a version to a catalogue", runAdd},
-    {"check", "finds what is wrong with a catalogue and its archives", runCheck},
-    {"probe", "finds what users miss of a catalogue server", runProbe},
+    {"check", "finds mistakes in a catalogue and its archives", runCheck},
+    {"probe", "examines the server of a catalogue", runProbe},
     {"schema", "prints the JSON Schema of catalogues, for editors", runSchema},
 };
 
@@ -41,8 +41,8 @@ QByteArray help()
     for (const Command &command : Known)
         text += "  " + QByteArray(command.name).leftJustified(8) + command.purpose + '\n';
     return text + "\n"
-                  "kavo-catalogue COMMAND --help tells more of a command, and --version the\n"
-                  "version of the program.\n";
+                  "kavo-catalogue COMMAND --help describes a command.\n"
+                  "kavo-catalogue --version prints the version of the program.\n";
 }
 
 } // namespace

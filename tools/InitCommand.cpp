@@ -11,9 +11,9 @@ namespace Kavo::Tools {
 int runInit(const QStringList &arguments)
 {
     CommandLine line(QStringLiteral("init [FILE]"),
-                     QStringLiteral("Starts a catalogue without packages, packages.json in the "
-                                    "present folder where no FILE is\nnamed. A file that is there "
-                                    "already is left alone."));
+                     QStringLiteral("Creates a catalogue without packages. FILE is packages.json "
+                                    "in the current folder by\ndefault. An existing file is not "
+                                    "changed."));
     if (const auto status = line.read(arguments, 0, 1))
         return *status;
     const QString path =

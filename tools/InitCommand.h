@@ -4,7 +4,7 @@
 
 namespace Kavo::Tools {
 
-/// `kavo-catalogue init [FILE]`: starts a catalogue without packages. Returns the exit status.
+/// `kavo-catalogue init [FILE]`: creates a catalogue without packages. Returns the exit status.
 int runInit(const QStringList &arguments);
 
 } // namespace Kavo::Tools

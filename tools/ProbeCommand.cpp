@@ -34,17 +34,17 @@ int runProbe(const QStringList &arguments)
     CommandLine line(
         QStringLiteral("probe URL [--all] [--timeout SECONDS]"),
         QStringLiteral(
-            "Asks a catalogue server for all that clients ask it for, and tells what users miss.\n"
+            "Sends a server the requests of clients, and reports what does not work for users.\n"
             "URL is the address of the server, which has packages.json at its root.\n"
             "\n"
-            "Exit status: 0 users miss nothing; 1 something costs them time, traffic or safety;\n"
+            "Exit status: 0 everything works; 1 something costs users time, traffic or safety;\n"
             "2 the catalogue or an archive cannot be used; 3 the server cannot be reached."));
     line.parser().addOptions(
         {{QStringLiteral("all"),
-          QStringLiteral("Asks for every icon and every archive, not only for those of the first "
+          QStringLiteral("Requests all icons and archives, not only those of the first "
                          "packages.")},
          {QStringLiteral("timeout"),
-          QStringLiteral("How long the server may be silent; 15 seconds unless told."),
+          QStringLiteral("How long the server may be silent. The default is 15."),
           QStringLiteral("seconds"), QStringLiteral("15")}});
     if (const auto status = line.read(arguments, 1))
         return *status;
