@@ -1,4 +1,4 @@
-# Every flag and define of the project in one interface target.
+# All compiler flags and definitions of the project, as one interface target.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -12,9 +12,9 @@ target_compile_options(kavo_compiler INTERFACE
   -Werror=switch -Werror=return-type
   $<$<BOOL:${KAVO_WARNINGS_AS_ERRORS}>:-Werror>)
 
-# What is handed on does not tell where it was built: the same sources give the same bytes anywhere.
-# Debuggers of a debug build find the sources by their full paths. For all targets, those of generated
-# sources included.
+# A build that is handed on contains no path of the machine, so that the same sources give the same bytes
+# in any folder. Debug builds keep full paths for debuggers. The option holds for all targets, because
+# generated sources need it too.
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_compile_options(
     "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build" "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.")

@@ -1,12 +1,12 @@
-# kavo_compile_resources(variable name DEPENDS ...): the source file that rcc makes of <name>.qrc, which
-# lies in the folder's build folder together with what it lists.
+# kavo_compile_resources(variable name DEPENDS ...): sets the variable to the source file that rcc makes of
+# <name>.qrc. The list and its files are in the current build folder.
 #
-# No path of ours is given to rcc or stands in a list: a folder may have a name with characters that XML
-# wants written otherwise, or that rcc mistakes where the locale is not UTF-8. AUTORCC is not used
-# either: it lets the shell read the path, and quotes or an ampersand in it take the command apart.
+# rcc gets relative paths only. The name of a folder may contain characters that have to be escaped in XML,
+# or that rcc misreads in a locale without UTF-8. AUTORCC passes full paths through the shell, where quotes
+# and ampersands break the command.
 #
-# rcc writes down when each file was changed last, which is the time of the build for those that the
-# build makes. All get one time, so that the same sources give the same bytes.
+# rcc records the modification time of each file. Generated files have the time of the build, so all get one
+# fixed time; the same sources then give the same bytes.
 function(kavo_compile_resources variable name)
   cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
   set(output "${CMAKE_CURRENT_BINARY_DIR}/qrc_${name}.cpp")

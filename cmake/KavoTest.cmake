@@ -1,27 +1,27 @@
-# kavo_test(name SOURCES ... [LINKS ...] [LABELS ...]): one Qt Test executable that is also one test
-# of ctest.
+# kavo_test(name SOURCES ... [LINKS ...] [LABELS ...]): one Qt Test executable, which is one test of ctest.
 #
-# The label of a test is the name of its folder; those of the folders that need no window but the odd
-# message box also carry "engine": scripts/test --all runs them under sanitizers, all others in a plain build.
-# Of the engine's tests, "long" ones run in the plain build alone, and those that are made larger where
-# there is no sanitizer run in both and carry "everywhere"; neither are "engine". Tests draw off-screen;
-# KAVO_TEST_PLATFORM=xcb brings them to the display.
+# Each test has the name of its folder as a label. Three more labels say in which build scripts/test --all
+# runs a test; tests without any of them run in the plain build:
+#   engine      under sanitizers; set by itself in the folders below, which show at most a message box
+#   everywhere  under sanitizers and in the plain build, where the test does more
+#   long        in the plain build
+# Tests draw off-screen. KAVO_TEST_PLATFORM=xcb shows them on the display.
 set(KAVO_TEST_PLATFORM "offscreen" CACHE STRING "Qt platform that the tests run on")
 set(KAVO_ENGINE_TEST_FOLDERS core downloads packages tools probe integration support)
 
-# Everything that `ctest -L "engine|everywhere"` runs, and of it what `ctest -L threads` runs.
+# The programs of `ctest -L "engine|everywhere"` and of `ctest -L threads`.
 add_custom_target(engine_tests)
 add_custom_target(thread_tests)
 
-# Qt is not built for ThreadSanitizer. Its locks and queues are seen by the system calls beneath
-# them, which order the two sides of a hand-over; what its own code does to its own memory between
-# them is not to be judged. Every load and store of our code is, templates of Qt's headers included.
+# Qt is not built for ThreadSanitizer, which therefore ignores what Qt's libraries do to memory. It still
+# sees the system calls of Qt's locks and queues, and checks all loads and stores of our code, including the
+# templates of Qt's headers.
 string(CONCAT KAVO_TSAN_OPTIONS
   "ignore_noninstrumented_modules=1:second_deadlock_stack=1:"
   "suppressions=${CMAKE_SOURCE_DIR}/tests/support/thread.supp:print_suppressions=0")
 
-# ThreadSanitizer finds no room for its shadow when the addresses of a program are spread over more
-# than 28 bits; where that can be switched off for one program, it is.
+# ThreadSanitizer cannot map its shadow memory if addresses are randomised over more than 28 bits. setarch
+# switches that off for one program where it may.
 set(KAVO_TEST_LAUNCHER "")
 if(KAVO_SANITIZERS MATCHES "thread" AND EXISTS /proc/sys/vm/mmap_rnd_bits)
   file(READ /proc/sys/vm/mmap_rnd_bits bits)
@@ -31,13 +31,14 @@ if(KAVO_SANITIZERS MATCHES "thread" AND EXISTS /proc/sys/vm/mmap_rnd_bits)
   endif()
 endif()
 
-# What every test finds in its environment, but for the locale.
+# Environment of all tests, without the locale.
 string(CONCAT KAVO_TEST_ENVIRONMENT
   "QT_QPA_PLATFORM=${KAVO_TEST_PLATFORM};"
   "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/leaks.supp:print_suppressions=0;"
   "TSAN_OPTIONS=${KAVO_TSAN_OPTIONS}")
 
-# kavo_test_labels(variable [LABEL...]): those of a test of the current folder, with these of its own.
+# kavo_test_labels(variable [LABEL...]): sets the variable to the labels of a test in the current folder,
+# including the given ones.
 function(kavo_test_labels variable)
   get_filename_component(folder "${CMAKE_CURRENT_SOURCE_DIR}" NAME)
   set(labels ${folder} ${ARGN})
@@ -48,8 +49,8 @@ function(kavo_test_labels variable)
   set(${variable} ${labels} PARENT_SCOPE)
 endfunction()
 
-# kavo_test_again(name test [ARGUMENTS ...] ENVIRONMENT ...): a test once more, with other arguments or
-# another environment.
+# kavo_test_again(name test [ARGUMENTS ...] ENVIRONMENT ...): runs a test once more, with other arguments or
+# in another environment.
 function(kavo_test_again name test)
   cmake_parse_arguments(ARG "" "" "ARGUMENTS;ENVIRONMENT" ${ARGN})
   kavo_test_labels(labels)
@@ -68,7 +69,7 @@ function(kavo_test name)
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests-bin")
   target_link_libraries(${name} PRIVATE kavo_test_support ${ARG_LINKS} kavo_compiler Qt5::Test)
   target_precompile_headers(${name} REUSE_FROM kavo_test_support)
-  # Mostly empty: reading the precompiled header would be nearly all of its compilation.
+  # This file is mostly empty. Reading the precompiled header would take most of its compilation.
   set_source_files_properties("${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp"
     PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
 

@@ -1,5 +1,5 @@
-# Draws the frames of the loading animation from its one drawing and joins them to a GIF.
-# Given: TEMPLATE, FRAMES (folder for the frames), WIDTH (pixels), OUTPUT, RSVG_CONVERT,
+# Draws the frames of the loading animation from one drawing and joins them into a GIF.
+# Variables: TEMPLATE, FRAMES (folder for the frames), WIDTH (pixels), OUTPUT, RSVG_CONVERT,
 # IMAGEMAGICK_CONVERT.
 
 set(frame_count 24)
@@ -20,7 +20,7 @@ foreach(index RANGE ${last})
   list(APPEND frames "${frame}.png")
 endforeach()
 
-# 6 hundredths of a second a frame: one turn takes a second and a half.
+# A frame lasts 6 hundredths of a second, a turn about a second and a half.
 execute_process(
   COMMAND "${IMAGEMAGICK_CONVERT}" -dispose Background -delay 6 -loop 0 ${frames} "${OUTPUT}"
   COMMAND_ERROR_IS_FATAL ANY)

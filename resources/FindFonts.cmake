@@ -1,4 +1,4 @@
-# The fonts of the compiled resources. Each may be OFF: the program then takes what the system has.
+# The fonts of the compiled resources. For each that is OFF, the program uses a font of the system.
 
 set(KAVO_FONT_TEXT /usr/share/fonts/truetype/manrope/Manrope-Regular.ttf CACHE FILEPATH
     "Font of all texts; OFF for the font of the system")
@@ -11,8 +11,8 @@ set(KAVO_FONT_TEXT_NOTICE /usr/share/doc/fonts-manrope/copyright CACHE FILEPATH
 set(KAVO_FONT_ICONS_NOTICE /usr/share/doc/fonts-font-awesome/copyright CACHE FILEPATH
     "Licence of KAVO_FONT_ICONS, to be installed with the program")
 
-# kavo_add_font(variable name package): the file that the variable names, as fonts/<name> in the build
-# folder; its path is added to the folder's list KAVO_FONTS.
+# kavo_add_font(variable name package): copies the file that the variable names to fonts/<name> in the build
+# folder and appends its path to the directory property KAVO_FONTS.
 function(kavo_add_font variable name package)
   set(path "${${variable}}")
   if(NOT path)
