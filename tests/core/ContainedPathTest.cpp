@@ -1,17 +1,23 @@
 #include "core/ContainedPath.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTest>
+
+#include <memory>
 
 using namespace Kavo;
+using namespace Kavo::Testing;
 
 class ContainedPathTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void init() { m_inside = std::make_unique<QTemporaryDir>(); }
+
     void entriesUnderTheFolderAreJoined_data();
     void entriesUnderTheFolderAreJoined();
     void entriesThatDoNotStayAreRefused_data();
@@ -22,132 +28,113 @@ private slots:
     void folderThatDoesNotExistYetStays();
     void linkToNowhereDoesNotStay();
     void realPlacesTellWhatIsInAFolder();
+
+private:
+    QString path(const QString &name) const { return m_inside->filePath(name); }
+    bool link(const QString &target) const { return QFile::link(target, path("link"_s)); }
+    bool stays(const QString &name) const { return staysWithin(path(name), {m_inside->path()}); }
+
+    std::unique_ptr<QTemporaryDir> m_inside;
 };
 
 void ContainedPathTest::entriesUnderTheFolderAreJoined_data()
 {
-    QTest::addColumn<QString>("entry");
-    QTest::addColumn<QString>("path");
-    QTest::newRow("file") << "a.txt"
-                          << "/sim/a.txt";
-    QTest::newRow("folder") << "Custom Scenery/Field/"
-                            << "/sim/Custom Scenery/Field";
-    QTest::newRow("doubled separator") << "a//b"
-                                       << "/sim/a/b";
-    QTest::newRow("inner dots that stay") << "a/../b"
-                                          << "/sim/b";
-    QTest::newRow("name of dots") << "..."
-                                  << "/sim/...";
-    QTest::newRow("name that begins with dots") << "..a/b"
-                                                << "/sim/..a/b";
-    QTest::newRow("backslash is a letter") << "a\\..\\b"
-                                           << "/sim/a\\..\\b";
-    const QString mark = QStringLiteral("\ufeff");
-    QTest::newRow("byte order mark")
-        << QStringLiteral("./") + mark << QStringLiteral("/sim/") + mark;
-    QTest::newRow("slash behind a byte order mark")
-        << QStringLiteral("./") + mark + QStringLiteral("/etc")
-        << QStringLiteral("/sim/") + mark + QStringLiteral("/etc");
-    QTest::newRow("dots behind a byte order mark")
-        << QStringLiteral("./") + mark + QStringLiteral("../a")
-        << QStringLiteral("/sim/") + mark + QStringLiteral("../a");
-    QTest::newRow("colon in front") << ":/a"
-                                    << "/sim/:/a";
-    QTest::newRow("colon in front once clean") << "./:a"
-                                               << "/sim/:a";
-    QTest::newRow("colon in front after a detour") << "a/../:/etc"
-                                                   << "/sim/:/etc";
+    Rows<QString, QString>()
+        .row("file", "a.txt", "/sim/a.txt")
+        .row("folder", "Custom Scenery/Field/", "/sim/Custom Scenery/Field")
+        .row("doubled separator", "a//b", "/sim/a/b")
+        .row("inner dots that stay", "a/../b", "/sim/b")
+        .row("name of dots", "...", "/sim/...")
+        .row("name that begins with dots", "..a/b", "/sim/..a/b")
+        .row("backslash is a letter", "a\\..\\b", "/sim/a\\..\\b")
+        .row("byte order mark", "./\ufeff", "/sim/\ufeff")
+        .row("slash behind a byte order mark", "./\ufeff/etc", "/sim/\ufeff/etc")
+        .row("dots behind a byte order mark", "./\ufeff../a", "/sim/\ufeff../a")
+        .row("colon in front", ":/a", "/sim/:/a")
+        .row("colon in front once clean", "./:a", "/sim/:a")
+        .row("colon in front after a detour", "a/../:/etc", "/sim/:/etc");
 }
 
 void ContainedPathTest::entriesUnderTheFolderAreJoined()
 {
-    QFETCH(QString, entry);
-    QFETCH(QString, path);
-    QCOMPARE(containedPath(QStringLiteral("/sim/"), entry), path);
+    const auto [entry, path] = Rows<QString, QString>::current();
+    QCOMPARE(containedPath("/sim/"_s, entry), path);
 }
 
 void ContainedPathTest::entriesThatDoNotStayAreRefused_data()
 {
-    QTest::addColumn<QString>("entry");
-    QTest::newRow("empty") << "";
-    QTest::newRow("the folder itself") << ".";
-    QTest::newRow("the folder itself with separator") << "./";
-    QTest::newRow("the folder itself by way of a child") << "a/..";
-    QTest::newRow("parent") << "..";
-    QTest::newRow("out and beyond") << "../../etc";
-    QTest::newRow("out by way of a child") << "a/../../b";
-    QTest::newRow("absolute") << "/etc/passwd";
-    QTest::newRow("absolute, inside") << "/sim/a";
-    QTest::newRow("zero character") << QString(QLatin1String("a\0b", 3));
+    Rows<QString>()
+        .row("empty", "")
+        .row("the folder itself", ".")
+        .row("the folder itself with separator", "./")
+        .row("the folder itself by way of a child", "a/..")
+        .row("parent", "..")
+        .row("out and beyond", "../../etc")
+        .row("out by way of a child", "a/../../b")
+        .row("absolute", "/etc/passwd")
+        .row("absolute, inside", "/sim/a")
+        .row("zero character", "a\0b"_s);
 }
 
 void ContainedPathTest::entriesThatDoNotStayAreRefused()
 {
-    QFETCH(QString, entry);
-    QVERIFY(containedPath(QStringLiteral("/sim/"), entry).isEmpty());
-    QVERIFY(containedPath(QString(), QStringLiteral("a")).isEmpty());
+    const auto [entry] = Rows<QString>::current();
+    QVERIFY(containedPath("/sim/"_s, entry).isEmpty());
+    QVERIFY(containedPath(QString(), "a"_s).isEmpty());
 }
 
 void ContainedPathTest::linkOnTheWayLeadsOut()
 {
-    const QTemporaryDir inside;
     const QTemporaryDir outside;
-    QVERIFY(QFile::link(outside.path(), inside.filePath(QStringLiteral("link"))));
-    QVERIFY(!staysWithin(inside.filePath(QStringLiteral("link/file")), {inside.path()}));
-    QVERIFY(!staysWithin(inside.filePath(QStringLiteral("link/new/file")), {inside.path()}));
-    QVERIFY(staysWithin(inside.filePath(QStringLiteral("link/file")),
-                        {inside.path(), inside.filePath(QStringLiteral("link"))}));
+    QVERIFY(link(outside.path()));
+    QVERIFY(!stays("link/file"_s));
+    QVERIFY(!stays("link/new/file"_s));
+    QVERIFY(staysWithin(path("link/file"_s), {m_inside->path(), path("link"_s)}));
 }
 
 void ContainedPathTest::linkAtTheEndStays()
 {
-    const QTemporaryDir inside;
     const QTemporaryDir outside;
-    QVERIFY(QFile::link(outside.path(), inside.filePath(QStringLiteral("link"))));
-    QVERIFY(staysWithin(inside.filePath(QStringLiteral("link")), {inside.path()}));
+    QVERIFY(link(outside.path()));
+    QVERIFY(stays("link"_s));
 }
 
 void ContainedPathTest::linkInsideTheFolderStays()
 {
-    const QTemporaryDir inside;
-    QVERIFY(QDir(inside.path()).mkdir(QStringLiteral("real")));
-    QVERIFY(QFile::link(QStringLiteral("real"), inside.filePath(QStringLiteral("link"))));
-    QVERIFY(staysWithin(inside.filePath(QStringLiteral("link/file")), {inside.path()}));
+    QVERIFY(QDir(m_inside->path()).mkdir("real"_s));
+    QVERIFY(link("real"_s));
+    QVERIFY(stays("link/file"_s));
 }
 
 void ContainedPathTest::folderThatDoesNotExistYetStays()
 {
-    const QTemporaryDir inside;
-    QVERIFY(staysWithin(inside.filePath(QStringLiteral("a/b/c")), {inside.path()}));
-    QVERIFY(!staysWithin(inside.path() + QStringLiteral("-twin/b"), {inside.path()}));
+    QVERIFY(stays("a/b/c"_s));
+    QVERIFY(!staysWithin(m_inside->path() + "-twin/b"_s, {m_inside->path()}));
 }
 
 void ContainedPathTest::linkToNowhereDoesNotStay()
 {
-    const QTemporaryDir inside;
-    QVERIFY(
-        QFile::link(QStringLiteral("/nowhere/at/all"), inside.filePath(QStringLiteral("link"))));
-    QVERIFY(!staysWithin(inside.filePath(QStringLiteral("link/file")), {inside.path()}));
+    QVERIFY(link("/nowhere/at/all"_s));
+    QVERIFY(!stays("link/file"_s));
 }
 
 void ContainedPathTest::realPlacesTellWhatIsInAFolder()
 {
-    const QTemporaryDir folder;
-    const QString deep = folder.filePath(QStringLiteral("a/b"));
+    const QString folder = path("a"_s);
+    const QString twin = path("a-twin"_s);
+    const QString deep = path("a/b"_s);
     QVERIFY(QDir().mkpath(deep));
-    QVERIFY(QDir().mkpath(folder.filePath(QStringLiteral("a-twin"))));
-    const QString link = folder.filePath(QStringLiteral("link"));
-    QVERIFY(QFile::link(folder.filePath(QStringLiteral("a")), link));
-    QVERIFY(isInFolder(deep, folder.path()));
+    QVERIFY(QDir().mkpath(twin));
+    QVERIFY(link(folder));
+    QVERIFY(isInFolder(deep, m_inside->path()));
     QVERIFY(isInFolder(deep, deep));
-    QVERIFY(isInFolder(deep, link));
-    QVERIFY(isInFolder(link, folder.filePath(QStringLiteral("a"))));
-    QVERIFY(!isInFolder(folder.path(), deep));
-    QVERIFY(!isInFolder(folder.filePath(QStringLiteral("a-twin")),
-                        folder.filePath(QStringLiteral("a"))));
-    const QString missing = folder.filePath(QStringLiteral("missing"));
-    QVERIFY(!isInFolder(missing, folder.path()));
-    QVERIFY(!isInFolder(folder.path(), missing));
+    QVERIFY(isInFolder(deep, path("link"_s)));
+    QVERIFY(isInFolder(path("link"_s), folder));
+    QVERIFY(!isInFolder(m_inside->path(), deep));
+    QVERIFY(!isInFolder(twin, folder));
+    const QString missing = path("missing"_s);
+    QVERIFY(!isInFolder(missing, m_inside->path()));
+    QVERIFY(!isInFolder(m_inside->path(), missing));
 }
 
 QTEST_GUILESS_MAIN(ContainedPathTest)

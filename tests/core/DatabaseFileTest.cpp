@@ -3,7 +3,10 @@
 #include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
+
+#include <optional>
 
 using namespace Kavo;
 using namespace Kavo::Testing;
@@ -21,8 +24,8 @@ class DatabaseFileTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { m_profile.reset(new ScratchProfile); }
-    void cleanup() { m_profile.reset(); }
+    void init();
+    void cleanup();
 
     void constructionTouchesNothing();
     void openMakesTheFileInTheDataFolder();
@@ -41,11 +44,29 @@ private slots:
 
 private:
     static bool insert(DatabaseFile &database, const QString &name);
-    static int countThings(DatabaseFile &database);
+    bool insert(const QString &name) { return insert(*m_database, name); }
+    int countThings();
     QString path() const { return m_profile->dataFolder() + FileName; }
+    QStringList logged() const { return m_log->lines(); }
 
-    QScopedPointer<ScratchProfile> m_profile;
+    std::optional<ScratchProfile> m_profile;
+    std::optional<LogCapture> m_log;
+    std::optional<DatabaseFile> m_database;
 };
+
+void DatabaseFileTest::init()
+{
+    m_profile.emplace();
+    m_log.emplace();
+    m_database.emplace(Connection, FileName);
+}
+
+void DatabaseFileTest::cleanup()
+{
+    m_database.reset();
+    m_log.reset();
+    m_profile.reset();
+}
 
 bool DatabaseFileTest::insert(DatabaseFile &database, const QString &name)
 {
@@ -54,130 +75,114 @@ bool DatabaseFileTest::insert(DatabaseFile &database, const QString &name)
     return database.run(query);
 }
 
-int DatabaseFileTest::countThings(DatabaseFile &database)
+int DatabaseFileTest::countThings()
 {
-    QSqlQuery query = database.prepared("SELECT count(*) FROM things"_s);
-    return database.run(query) && query.next() ? query.value(0).toInt() : -1;
+    QSqlQuery query = m_database->prepared("SELECT count(*) FROM things"_s);
+    return m_database->run(query) && query.next() ? query.value(0).toInt() : -1;
 }
 
 void DatabaseFileTest::constructionTouchesNothing()
 {
-    const DatabaseFile database(Connection, FileName);
-    QVERIFY(!database.isOpen());
+    QVERIFY(!m_database->isOpen());
     QVERIFY(!QFile::exists(path()));
 }
 
 void DatabaseFileTest::openMakesTheFileInTheDataFolder()
 {
-    const LogCapture log;
-    DatabaseFile database(Connection, FileName);
-    database.open(Schema);
-    QVERIFY(database.isOpen());
+    m_database->open(Schema);
+    QVERIFY(m_database->isOpen());
     QVERIFY(QFile::exists(path()));
     QVERIFY(QSqlDatabase::contains(Connection));
-    QCOMPARE(countThings(database), 0);
-    QCOMPARE(log.lines(), QStringList());
+    QCOMPARE(countThings(), 0);
+    QCOMPARE(logged(), QStringList());
 }
 
 void DatabaseFileTest::secondOpenDoesNothing()
 {
-    const LogCapture log;
-    DatabaseFile database(Connection, FileName);
-    database.open(Schema);
-    QVERIFY(insert(database, "a"_s));
-    database.open("DROP TABLE things"_s);
-    QCOMPARE(countThings(database), 1);
-    QCOMPARE(log.lines(), QStringList());
+    m_database->open(Schema);
+    QVERIFY(insert("a"_s));
+    m_database->open("DROP TABLE things"_s);
+    QCOMPARE(countThings(), 1);
+    QCOMPARE(logged(), QStringList());
 }
 
 void DatabaseFileTest::dataSurvives()
 {
-    {
-        DatabaseFile database(Connection, FileName);
-        database.open(Schema);
-        QVERIFY(insert(database, "a"_s));
-    }
-    DatabaseFile database(Connection, FileName);
-    database.open(Schema);
-    QCOMPARE(countThings(database), 1);
+    m_database->open(Schema);
+    QVERIFY(insert("a"_s));
+    m_database.reset();
+    m_database.emplace(Connection, FileName);
+    m_database->open(Schema);
+    QCOMPARE(countThings(), 1);
 }
 
 void DatabaseFileTest::failingStatementIsLogged()
 {
-    DatabaseFile database(Connection, FileName);
-    database.open(Schema);
-    QVERIFY(insert(database, "a"_s));
-    const LogCapture log;
-    QVERIFY(!insert(database, "a"_s));
-    QCOMPARE(log.lines().size(), 1);
+    m_database->open(Schema);
+    QVERIFY(insert("a"_s));
+    m_log->clear();
+    QVERIFY(!insert("a"_s));
+    QCOMPARE(logged().size(), 1);
     // Fixed, see docs/compatibility.md.
-    QVERIFY(log.lines().first().startsWith("SQL Error: UNIQUE constraint"_s));
-    QVERIFY(insert(database, "b"_s));
+    QVERIFY(logged().first().startsWith("SQL Error: UNIQUE constraint"_s));
+    QVERIFY(insert("b"_s));
 }
 
 void DatabaseFileTest::failingSchemaIsLogged()
 {
-    const LogCapture log;
-    DatabaseFile database(Connection, FileName);
-    database.open("CREATE NONSENSE"_s);
-    QVERIFY(database.isOpen());
-    QCOMPARE(log.count("SQL Error: "_s), 1);
-    QVERIFY(log.lines().last().size() > int(qstrlen("SQL Error: ")));
+    m_database->open("CREATE NONSENSE"_s);
+    QVERIFY(m_database->isOpen());
+    QCOMPARE(m_log->count("SQL Error: "_s), 1);
+    QVERIFY(logged().last().size() > int(qstrlen("SQL Error: ")));
 }
 
 void DatabaseFileTest::fileThatIsNoDatabaseIsLogged()
 {
     const QByteArray garbage(5000, 'x');
     QVERIFY(writeFile(path(), garbage));
-    const LogCapture log;
-    DatabaseFile database(Connection, FileName);
-    database.open(Schema);
-    QCOMPARE(log.count("SQL Error: "_s), 1);
-    QVERIFY(log.lines().last().contains("not a database"_s));
+    m_database->open(Schema);
+    QCOMPARE(m_log->count("SQL Error: "_s), 1);
+    QVERIFY(logged().last().contains("not a database"_s));
     QCOMPARE(readFile(path()), garbage);
 }
 
 void DatabaseFileTest::fileThatCannotBeOpenedIsLogged()
 {
     QVERIFY(QDir().mkpath(path()));
-    const LogCapture log;
-    DatabaseFile database(Connection, FileName);
-    database.open(Schema);
-    QVERIFY(!database.isOpen());
-    QCOMPARE(log.lines().size(), 1);
-    QVERIFY(log.lines().first().contains("unable to open database file"_s));
-    QVERIFY(!log.lines().first().startsWith("SQL Error: "_s));
+    m_database->open(Schema);
+    QVERIFY(!m_database->isOpen());
+    QCOMPARE(logged().size(), 1);
+    QVERIFY(logged().first().contains("unable to open database file"_s));
+    QVERIFY(!logged().first().startsWith("SQL Error: "_s));
 }
 
 void DatabaseFileTest::whatHoldsNoPlainTablesIsNotUsed_data()
 {
-    QTest::addColumn<DatabaseDamage>("damage");
-    QTest::newRow("pipe") << DatabaseDamage::PIPE;
-    QTest::newRow("pipe as the journal") << DatabaseDamage::JOURNAL_PIPE;
-    QTest::newRow("view without an end") << DatabaseDamage::ENDLESS_VIEW;
+    Rows<DatabaseDamage>()
+        .row("pipe", DatabaseDamage::PIPE)
+        .row("pipe as the journal", DatabaseDamage::JOURNAL_PIPE)
+        .row("view without an end", DatabaseDamage::ENDLESS_VIEW);
 }
 
 void DatabaseFileTest::whatHoldsNoPlainTablesIsNotUsed()
 {
-    QFETCH(DatabaseDamage, damage);
+    const auto [damage] = Rows<DatabaseDamage>::current();
     QVERIFY(makeDamagedDatabase(path(), damage, "things"_s, Schema));
-    const LogCapture log;
-    DatabaseFile database(Connection, FileName);
-    QVERIFY(!database.open(Schema));
-    QVERIFY(!database.isOpen());
-    QCOMPARE(log.lines().size(), 1);
+    m_log->clear();
+    QVERIFY(!m_database->open(Schema));
+    QVERIFY(!m_database->isOpen());
+    QCOMPARE(logged().size(), 1);
 }
 
 void DatabaseFileTest::lockIsWaitedForOnce()
 {
-    DatabaseFile database(Connection, FileName);
-    QVERIFY(database.open(Schema));
+    QVERIFY(m_database->open(Schema));
     const DatabaseLock lock(path());
     QVERIFY(lock.isHeld());
     QElapsedTimer timer;
     timer.start();
     for (int number = 0; number < 6; ++number)
-        QVERIFY(!insert(database, QString::number(number)));
+        QVERIFY(!insert(QString::number(number)));
     // Each wait takes two seconds.
     QVERIFY(timer.elapsed() >= 1900);
     QVERIFY(timer.elapsed() < 8000);
@@ -185,43 +190,39 @@ void DatabaseFileTest::lockIsWaitedForOnce()
 
 void DatabaseFileTest::removedFileIsMadeAnew()
 {
-    DatabaseFile database(Connection, FileName);
-    database.open(Schema);
-    QVERIFY(insert(database, "a"_s));
-    database.removeFile();
-    QVERIFY(!database.isOpen());
+    m_database->open(Schema);
+    QVERIFY(insert("a"_s));
+    m_database->removeFile();
+    QVERIFY(!m_database->isOpen());
     QVERIFY(!QFile::exists(path()));
-    database.open(Schema);
-    QCOMPARE(countThings(database), 0);
+    m_database->open(Schema);
+    QCOMPARE(countThings(), 0);
 }
 
 void DatabaseFileTest::removeWithoutAFileDoesNothing()
 {
-    const LogCapture log;
-    DatabaseFile database(Connection, FileName);
-    database.removeFile();
-    database.open(Schema);
+    m_database->removeFile();
+    m_database->open(Schema);
     QVERIFY(QFile::remove(path()));
-    database.removeFile();
-    QVERIFY(database.isOpen());
-    QCOMPARE(log.lines(), QStringList());
+    m_database->removeFile();
+    QVERIFY(m_database->isOpen());
+    QCOMPARE(logged(), QStringList());
 }
 
 void DatabaseFileTest::connectionEndsWithTheObject()
 {
-    const LogCapture log;
+    m_database->open(Schema);
     {
-        DatabaseFile database(Connection, FileName);
-        database.open(Schema);
         DatabaseFile other("OtherConnection"_s, "other.db"_s);
         other.open(Schema);
         QVERIFY(insert(other, "a"_s));
-        QCOMPARE(countThings(database), 0);
+        QCOMPARE(countThings(), 0);
     }
+    m_database.reset();
     QVERIFY(!QSqlDatabase::contains(Connection));
     QVERIFY(!QSqlDatabase::contains("OtherConnection"_s));
     // Qt warns if a connection is removed while something still uses it.
-    QCOMPARE(log.lines(), QStringList());
+    QCOMPARE(logged(), QStringList());
 }
 
 KAVO_TEST_MAIN(DatabaseFileTest)

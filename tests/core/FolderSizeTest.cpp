@@ -1,6 +1,8 @@
 #include "core/FolderSize.h"
 #include "core/ByteSize.h"
 #include "tests/support/Files.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QTemporaryDir>
@@ -27,39 +29,37 @@ private slots:
 
 void FolderSizeTest::sizesAreFormatted_data()
 {
-    QTest::addColumn<qint64>("bytes");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("nothing") << 0LL << QStringLiteral("0.00 Bytes");
-    QTest::newRow("below a step") << 1023LL << QStringLiteral("1023.00 Bytes");
-    QTest::newRow("a step") << 1024LL << QStringLiteral("1.00 KB");
-    QTest::newRow("one and a half") << 1536LL << QStringLiteral("1.50 KB");
-    // Below the next unit before rounding.
-    QTest::newRow("rounded up to a step") << 1048575LL << QStringLiteral("1024.00 KB");
-    QTest::newRow("mega") << (1LL << 20) << QStringLiteral("1.00 MB");
-    QTest::newRow("giga") << (1LL << 30) << QStringLiteral("1.00 GB");
-    QTest::newRow("tera") << (1LL << 40) << QStringLiteral("1.00 TB");
-    QTest::newRow("peta") << (1LL << 50) << QStringLiteral("1.00 PB");
-    QTest::newRow("no unit after peta") << (1LL << 61) << QStringLiteral("2048.00 PB");
+    Rows<qint64, QString>()
+        .row("nothing", 0, "0.00 Bytes")
+        .row("below a step", 1023, "1023.00 Bytes")
+        .row("a step", 1024, "1.00 KB")
+        .row("one and a half", 1536, "1.50 KB")
+        // Below the next unit before rounding.
+        .row("rounded up to a step", 1048575, "1024.00 KB")
+        .row("mega", 1LL << 20, "1.00 MB")
+        .row("giga", 1LL << 30, "1.00 GB")
+        .row("tera", 1LL << 40, "1.00 TB")
+        .row("peta", 1LL << 50, "1.00 PB")
+        .row("no unit after peta", 1LL << 61, "2048.00 PB");
 }
 
 // Fixed, see docs/compatibility.md.
 void FolderSizeTest::sizesAreFormatted()
 {
-    QFETCH(qint64, bytes);
-    QFETCH(QString, text);
+    const auto [bytes, text] = Rows<qint64, QString>::current();
     QCOMPARE(formatByteSize(bytes), text);
 }
 
 void FolderSizeTest::missingFolderCountsNothing()
 {
     const QTemporaryDir folder;
-    QCOMPARE(folderSize(folder.filePath(QStringLiteral("missing"))), 0LL);
+    QCOMPARE(folderSize(folder.filePath("missing"_s)), 0LL);
 }
 
 void FolderSizeTest::emptyPathCountsNothing()
 {
     const QTemporaryDir folder;
-    QVERIFY(writeFile(folder.filePath(QStringLiteral("file")), "12345"));
+    QVERIFY(writeFile(folder.filePath("file"_s), "12345"));
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(folder.path()));
     const qint64 size = folderSize(QString());
@@ -70,25 +70,25 @@ void FolderSizeTest::emptyPathCountsNothing()
 void FolderSizeTest::filesOfAllSubfoldersCount()
 {
     const QTemporaryDir folder;
-    QVERIFY(writeFiles(folder.path(), {{QStringLiteral("a"), QByteArray(100, 'a')},
-                                       {QStringLiteral("b/c"), QByteArray(20, 'c')},
-                                       {QStringLiteral("b/d/e"), QByteArray(3, 'e')},
-                                       {QStringLiteral("empty/"), QByteArray()}}));
+    QVERIFY(writeFiles(folder.path(), {{"a"_s, QByteArray(100, 'a')},
+                                       {"b/c"_s, QByteArray(20, 'c')},
+                                       {"b/d/e"_s, QByteArray(3, 'e')},
+                                       {"empty/"_s, QByteArray()}}));
     QCOMPARE(folderSize(folder.path()), 123LL);
 }
 
 void FolderSizeTest::hiddenFilesAndFoldersCount()
 {
     const QTemporaryDir folder;
-    QVERIFY(writeFiles(folder.path(), {{QStringLiteral(".hidden"), QByteArray(10, 'a')},
-                                       {QStringLiteral(".folder/file"), QByteArray(5, 'b')}}));
+    QVERIFY(writeFiles(folder.path(), {{".hidden"_s, QByteArray(10, 'a')},
+                                       {".folder/file"_s, QByteArray(5, 'b')}}));
     QCOMPARE(folderSize(folder.path()), 15LL);
 }
 
 void FolderSizeTest::trailingSeparatorMakesNoDifference()
 {
     const QTemporaryDir folder;
-    QVERIFY(writeFiles(folder.path(), {{QStringLiteral("b/c"), QByteArray(20, 'c')}}));
+    QVERIFY(writeFiles(folder.path(), {{"b/c"_s, QByteArray(20, 'c')}}));
     QCOMPARE(folderSize(folder.path() + QDir::separator()), 20LL);
 }
 
@@ -96,21 +96,20 @@ void FolderSizeTest::linksToFoldersAreNotFollowed()
 {
     const QTemporaryDir folder;
     const QTemporaryDir elsewhere;
-    QVERIFY(writeFiles(folder.path(), {{QStringLiteral("b/c"), QByteArray(20, 'c')}}));
-    QVERIFY(writeFiles(elsewhere.path(), {{QStringLiteral("large"), QByteArray(5000, 'x')}}));
-    QVERIFY(QFile::link(folder.path(), folder.filePath(QStringLiteral("b/back"))));
-    QVERIFY(QFile::link(elsewhere.path(), folder.filePath(QStringLiteral("away"))));
+    QVERIFY(writeFiles(folder.path(), {{"b/c"_s, QByteArray(20, 'c')}}));
+    QVERIFY(writeFiles(elsewhere.path(), {{"large"_s, QByteArray(5000, 'x')}}));
+    QVERIFY(QFile::link(folder.path(), folder.filePath("b/back"_s)));
+    QVERIFY(QFile::link(elsewhere.path(), folder.filePath("away"_s)));
     QCOMPARE(folderSize(folder.path()), 20LL);
 }
 
 void FolderSizeTest::whatIsNoFolderCountsNothing()
 {
     const QTemporaryDir folder;
-    QVERIFY(writeFiles(folder.path(), {{QStringLiteral("file"), QByteArray(7, 'a')}}));
-    QVERIFY(QFile::link(folder.filePath(QStringLiteral("nowhere")),
-                        folder.filePath(QStringLiteral("dangling"))));
+    QVERIFY(writeFiles(folder.path(), {{"file"_s, QByteArray(7, 'a')}}));
+    QVERIFY(QFile::link(folder.filePath("nowhere"_s), folder.filePath("dangling"_s)));
     QCOMPARE(folderSize(folder.path()), 7LL);
-    QCOMPARE(folderSize(folder.filePath(QStringLiteral("file"))), 0LL);
+    QCOMPARE(folderSize(folder.filePath("file"_s)), 0LL);
 }
 
 KAVO_TEST_MAIN(FolderSizeTest)

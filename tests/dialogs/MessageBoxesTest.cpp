@@ -1,6 +1,7 @@
 #include "dialogs/MessageBoxes.h"
 #include "tests/support/Literals.h"
 #include "tests/support/MessageBoxAnswers.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QLabel>
@@ -160,17 +161,15 @@ void MessageBoxesTest::messageHasASingleOk()
 
 void MessageBoxesTest::questionIsAnswered_data()
 {
-    QTest::addColumn<bool>("isYes");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("yes") << true << Text;
-    QTest::newRow("no") << false << Text;
-    QTest::newRow("yes to a high text") << true << changesOfManyVersions(299);
+    Rows<bool, QString>()
+        .row("yes", true, Text)
+        .row("no", false, Text)
+        .row("yes to a high text", true, changesOfManyVersions(299));
 }
 
 void MessageBoxesTest::questionIsAnswered()
 {
-    QFETCH(bool, isYes);
-    QFETCH(QString, text);
+    const auto [isYes, text] = Rows<bool, QString>::current();
     MessageBoxAnswers answers;
     answers.expect(Title, text, isYes ? QMessageBox::Yes : QMessageBox::No);
     QCOMPARE(confirm(nullptr, QMessageBox::Question, Title, text, Qt::RichText), isYes);
@@ -238,20 +237,17 @@ void MessageBoxesTest::destroyedParentAnswersNo()
 
 void MessageBoxesTest::highBoxScrollsItsText_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<Qt::TextFormat>("format");
-    QTest::newRow("update over 299 versions") << changesOfManyVersions(299) << Qt::RichText;
-    QTest::newRow("update over 15 versions") << changesOfManyVersions(15) << Qt::RichText;
-    QTest::newRow("80 dependents") << manyNames(80) << Qt::PlainText;
-    QTest::newRow("wide lines") << "A line of many words that is broken. "_s.repeated(400)
-                                << Qt::PlainText;
+    Rows<QString, Qt::TextFormat>()
+        .row("update over 299 versions", changesOfManyVersions(299), Qt::RichText)
+        .row("update over 15 versions", changesOfManyVersions(15), Qt::RichText)
+        .row("80 dependents", manyNames(80), Qt::PlainText)
+        .row("wide lines", "A line of many words that is broken. "_s.repeated(400), Qt::PlainText);
 }
 
 void MessageBoxesTest::highBoxScrollsItsText()
 {
-    QFETCH(QString, text);
-    QFETCH(Qt::TextFormat, format);
-    const auto check = [&](QMessageBox &box) {
+    const auto [text, format] = Rows<QString, Qt::TextFormat>::current();
+    const auto check = [text = text, format = format](QMessageBox &box) {
         QCOMPARE(box.text(), text);
         QCOMPARE(box.textFormat(), format);
         checkFits(box);

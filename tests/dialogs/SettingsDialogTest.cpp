@@ -6,6 +6,7 @@
 #include "tests/dialogs/SharedController.h"
 #include "tests/support/Literals.h"
 #include "tests/support/MessageBoxAnswers.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QSettings>
@@ -28,6 +29,11 @@ const QString LanguageWarning =
 const QString Closing =
     "Application will now close. Restart the application for new setting to take effect."_s;
 
+/// The answers to both questions, the new folder and language, each empty for no edit, and whether
+/// the edits are committed and the databases reset.
+using Answers =
+    Rows<QMessageBox::StandardButton, QMessageBox::StandardButton, QString, QString, bool, bool>;
+
 } // namespace
 
 class SettingsDialogTest final : public QObject
@@ -46,10 +52,9 @@ private slots:
     void answersDecideOnTheEdits();
 
 private:
-    void edit(Settings::Key key, const char *value);
     void press(const char *button) { child<QPushButton>(*m_dialog, button)->click(); }
     QString inFile(const char *key) const;
-    bool databasesExist() const;
+    int databases() const;
 
     std::unique_ptr<Engine> m_engine;
     QSharedPointer<Settings> m_settings;
@@ -63,7 +68,7 @@ void SettingsDialogTest::init()
     m_settings = m_engine->settings();
     // Both databases exist from now on.
     QVERIFY(m_engine->refresh());
-    QVERIFY(databasesExist());
+    QCOMPARE(databases(), 2);
     m_dialog = std::make_unique<SettingsDialog>(sharedController(*m_engine), m_settings);
     m_dialog->show();
 }
@@ -75,23 +80,16 @@ void SettingsDialogTest::cleanup()
     m_engine.reset();
 }
 
-void SettingsDialogTest::edit(Settings::Key key, const char *value)
-{
-    m_settings->setPending(key, QString::fromLatin1(value));
-}
-
 QString SettingsDialogTest::inFile(const char *key) const
 {
     const QSettings file(m_engine->profile().settingsFile(), QSettings::IniFormat);
     return file.value(QLatin1String(key)).toString();
 }
 
-bool SettingsDialogTest::databasesExist() const
+int SettingsDialogTest::databases() const
 {
     const QString folder = m_engine->profile().dataFolder();
-    const bool packages = QFile::exists(folder + "packages.db"_s);
-    const bool downloads = QFile::exists(folder + "download.db"_s);
-    return packages && downloads;
+    return QFile::exists(folder + "packages.db"_s) + QFile::exists(folder + "download.db"_s);
 }
 
 void SettingsDialogTest::dialogHasItsLayout()
@@ -128,22 +126,20 @@ void SettingsDialogTest::otherSettingsAreCommittedWithoutABox()
         QCOMPARE(m_settings->current(Settings::CACHE), cache);
         QCOMPARE(inFile("Cache"), cache);
         QCOMPARE(inFile("Language"), "en"_s);
-        QVERIFY(databasesExist());
+        QCOMPARE(databases(), 2);
     }
 }
 
 void SettingsDialogTest::cancelDropsTheEdits_data()
 {
-    QTest::addColumn<bool>("byKey");
-    QTest::newRow("Cancel") << false;
-    QTest::newRow("Escape") << true;
+    Rows<bool>().row("Cancel", false).row("Escape", true);
 }
 
 void SettingsDialogTest::cancelDropsTheEdits()
 {
-    QFETCH(bool, byKey);
-    edit(Settings::CACHE, "/elsewhere/");
-    edit(Settings::LANGUAGE, "de");
+    const auto [byKey] = Rows<bool>::current();
+    m_settings->setPending(Settings::CACHE, "/elsewhere/"_s);
+    m_settings->setPending(Settings::LANGUAGE, "de"_s);
     if (byKey)
         QTest::keyClick(m_dialog.get(), Qt::Key_Escape);
     else
@@ -160,34 +156,24 @@ void SettingsDialogTest::answersDecideOnTheEdits_data()
     constexpr auto NotAsked = QMessageBox::NoButton;
     constexpr auto Yes = QMessageBox::Yes;
     constexpr auto No = QMessageBox::No;
-    QTest::addColumn<QMessageBox::StandardButton>("toFolder");
-    QTest::addColumn<QMessageBox::StandardButton>("toLanguage");
-    QTest::addColumn<QString>("folder"); ///< what is chosen; empty for no edit
-    QTest::addColumn<QString>("language");
-    QTest::addColumn<bool>("isCommitted");
-    QTest::addColumn<bool>("isReset");
     const QString folder = "/other/simulator/"_s;
-    QTest::newRow("folder") << Yes << NotAsked << folder << "" << true << true;
-    QTest::newRow("folder refused") << No << NotAsked << folder << "" << false << false;
-    QTest::newRow("language") << NotAsked << Yes << ""
-                              << "de" << true << true;
-    QTest::newRow("language refused") << NotAsked << No << ""
-                                      << "de" << false << false;
-    // Fixed, see docs/compatibility.md.
-    QTest::newRow("both") << Yes << Yes << folder << "de" << true << true;
-    QTest::newRow("both, folder refused") << No << NotAsked << folder << "de" << false << false;
-    // Fixed, see docs/compatibility.md.
-    QTest::newRow("both, language refused") << Yes << No << folder << "de" << false << true;
+    const QString language = "de"_s;
+    const QString kept;
+    Answers()
+        .row("folder", Yes, NotAsked, folder, kept, true, true)
+        .row("folder refused", No, NotAsked, folder, kept, false, false)
+        .row("language", NotAsked, Yes, kept, language, true, true)
+        .row("language refused", NotAsked, No, kept, language, false, false)
+        // Fixed, see docs/compatibility.md.
+        .row("both", Yes, Yes, folder, language, true, true)
+        .row("both, folder refused", No, NotAsked, folder, language, false, false)
+        // Fixed, see docs/compatibility.md.
+        .row("both, language refused", Yes, No, folder, language, false, true);
 }
 
 void SettingsDialogTest::answersDecideOnTheEdits()
 {
-    QFETCH(QMessageBox::StandardButton, toFolder);
-    QFETCH(QMessageBox::StandardButton, toLanguage);
-    QFETCH(QString, folder);
-    QFETCH(QString, language);
-    QFETCH(bool, isCommitted);
-    QFETCH(bool, isReset);
+    const auto [toFolder, toLanguage, folder, language, isCommitted, isReset] = Answers::current();
     const QString before = m_engine->profile().simulatorFolder();
     if (!folder.isEmpty())
         m_settings->setPending(Settings::INSTALLATION, folder);
@@ -212,7 +198,7 @@ void SettingsDialogTest::answersDecideOnTheEdits()
         QVERIFY(!isQuestion || box.defaultButton == QMessageBox::NoButton);
     }
     QCOMPARE(m_dialog->isVisible(), !isCommitted);
-    QCOMPARE(databasesExist(), !isReset);
+    QCOMPARE(databases(), isReset ? 0 : 2);
     // The refused value can still be edited.
     QCOMPARE(m_settings->pending(Settings::INSTALLATION), chosenFolder);
     QCOMPARE(m_settings->pending(Settings::LANGUAGE), chosenLanguage);

@@ -6,22 +6,27 @@
 #include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/MessageBoxAnswers.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QComboBox>
 #include <QGridLayout>
 #include <QLineEdit>
 
-#include <memory>
+#include <array>
+#include <optional>
 
 using namespace Kavo::Testing;
 using namespace Kavo::Dialogs;
 using Kavo::Settings;
 
+Q_DECLARE_METATYPE(Settings::Key)
+
 namespace {
 
-/// Qt's title for a folder dialog without a caption.
-const QString FolderCaption = "Find Directory"_s;
+/// The folders of the page in their order.
+constexpr std::array Keys{Settings::INSTALLATION, Settings::CACHE, Settings::PRESERVE,
+                          Settings::BACKUP};
 
 } // namespace
 
@@ -51,15 +56,16 @@ private slots:
 
 private:
     QString value(const QWidget &page, int selector) const;
-    void browse(const QWidget &page, int selector, const QString &folder);
+    void browse(const QWidget &page, int selector, const QString &folder,
+                const QString &refusal = QString());
 
-    std::unique_ptr<ScratchProfile> m_profile;
+    std::optional<ScratchProfile> m_profile;
     QSharedPointer<Settings> m_settings;
 };
 
 void SettingsPagesTest::init()
 {
-    m_profile = std::make_unique<ScratchProfile>();
+    m_profile.emplace();
     m_settings = m_profile->makeSettings();
 }
 
@@ -74,13 +80,19 @@ QString SettingsPagesTest::value(const QWidget &page, int selector) const
     return allChildren<QLineEdit>(page, "FileSelectorValue").at(selector)->text();
 }
 
-/// Chooses a folder with the page's selector of this number. An empty path cancels.
-void SettingsPagesTest::browse(const QWidget &page, int selector, const QString &folder)
+/// Chooses a folder with the page's selector of this number. An empty path cancels. The dialog has
+/// Qt's title, as it has no caption. The refusal is the text of the box that follows.
+void SettingsPagesTest::browse(const QWidget &page, int selector, const QString &folder,
+                               const QString &refusal)
 {
-    auto *button = allChildren<QPushButton>(page, "FileSelectorBrowse").at(selector);
     MessageBoxAnswers answers;
-    answers.expectFolder(FolderCaption, folder);
-    button->click();
+    answers.expectFolder("Find Directory"_s, folder);
+    if (!refusal.isEmpty())
+        answers.expect("Invalid Folder"_s, refusal, QMessageBox::Ok);
+    allChildren<QPushButton>(page, "FileSelectorBrowse").at(selector)->click();
+    QVERIFY(answers.allShown());
+    for (const auto &box : answers.shown())
+        QCOMPARE(box.icon, QMessageBox::Critical);
 }
 
 // Fixed, see docs/compatibility.md.
@@ -134,100 +146,81 @@ void SettingsPagesTest::foldersShowTheSavedValues()
     const PathSettingsWidget page(m_settings);
     QCOMPARE(page.objectName(), "PathSettingsWidget"_s);
     const QStringList captions{"X-Plane"_s, "Cache"_s, "Preserve"_s, "Backup"_s};
-    const Settings::Key keys[] = {Settings::INSTALLATION, Settings::CACHE, Settings::PRESERVE,
-                                  Settings::BACKUP};
     const auto labels = allChildren<QLabel>(page, "FileSelectorCaption");
     QCOMPARE(labels.size(), captions.size());
     for (int i = 0; i < labels.size(); ++i) {
         QCOMPARE(labels.at(i)->text(), captions.at(i));
-        QCOMPARE(value(page, i), m_settings->current(keys[i]));
+        QCOMPARE(value(page, i), m_settings->current(Keys.at(i)));
     }
 }
 
 void SettingsPagesTest::chosenWorkingFolderIsPending_data()
 {
-    QTest::addColumn<int>("selector");
-    QTest::addColumn<int>("key");
-    QTest::newRow("Cache") << 1 << int(Settings::CACHE);
-    QTest::newRow("Preserve") << 2 << int(Settings::PRESERVE);
-    QTest::newRow("Backup") << 3 << int(Settings::BACKUP);
+    Rows<int, Settings::Key>()
+        .row("Cache", 1, Settings::CACHE)
+        .row("Preserve", 2, Settings::PRESERVE)
+        .row("Backup", 3, Settings::BACKUP);
 }
 
 void SettingsPagesTest::chosenWorkingFolderIsPending()
 {
-    QFETCH(int, selector);
-    QFETCH(int, key);
-    const auto entry = static_cast<Settings::Key>(key);
+    const auto [selector, key] = Rows<int, Settings::Key>::current();
     const QString folder = m_profile->folder("chosen"_s);
-    const QString before = m_settings->current(entry);
+    const QString before = m_settings->current(key);
     const PathSettingsWidget page(m_settings);
     browse(page, selector, folder);
-    QCOMPARE(m_settings->pending(entry), folder);
-    QCOMPARE(m_settings->current(entry), before);
+    QCOMPARE(m_settings->pending(key), folder);
+    QCOMPARE(m_settings->current(key), before);
 }
 
 void SettingsPagesTest::folderInTheWayOfAnotherIsRefused_data()
 {
-    QTest::addColumn<int>("selector");
-    QTest::addColumn<QString>("chosen"); ///< below the folder that holds all four
-    QTest::addColumn<QString>("other");  ///< caption, empty when the folder is taken
     const QString preserve = "Preserve"_s;
     const QString backup = "Backup"_s;
     const QString simulator = "X-Plane"_s;
-    QTest::newRow("preserve in the simulator") << 2 << "sim" << simulator;
-    QTest::newRow("preserve below the simulator") << 2 << "sim/Resources" << simulator;
-    QTest::newRow("preserve around the simulator") << 2 << "" << simulator;
-    QTest::newRow("preserve as backup") << 2 << "backup" << backup;
-    QTest::newRow("preserve below backup") << 2 << "backup/deep" << backup;
-    QTest::newRow("preserve by a link") << 2 << "link/deep" << backup;
-    QTest::newRow("backup as preserve") << 3 << "preserve" << preserve;
-    QTest::newRow("backup below the simulator") << 3 << "sim/Resources" << simulator;
-    QTest::newRow("simulator around preserve") << 0 << "preserve/.." << preserve;
-    QTest::newRow("simulator below backup") << 0 << "backup/deep" << backup;
-    QTest::newRow("cache as the simulator") << 1 << "sim" << simulator;
-    QTest::newRow("preserve as cache") << 2 << "cache"
-                                       << "Cache"_s;
-    QTest::newRow("cache below the simulator") << 1 << "sim/Resources"
-                                               << "";
-    QTest::newRow("preserve below cache") << 2 << "cache/deep"
-                                          << "";
-    QTest::newRow("a name that begins alike") << 2 << "backup2"
-                                              << "";
+    const QString none;
+    Rows<int, QString, QString>()
+        .row("preserve in the simulator", 2, "sim", simulator)
+        .row("preserve below the simulator", 2, "sim/Resources", simulator)
+        .row("preserve around the simulator", 2, "", simulator)
+        .row("preserve as backup", 2, "backup", backup)
+        .row("preserve below backup", 2, "backup/deep", backup)
+        .row("preserve by a link", 2, "link/deep", backup)
+        .row("backup as preserve", 3, "preserve", preserve)
+        .row("backup below the simulator", 3, "sim/Resources", simulator)
+        .row("simulator around preserve", 0, "preserve/..", preserve)
+        .row("simulator below backup", 0, "backup/deep", backup)
+        .row("cache as the simulator", 1, "sim", simulator)
+        .row("preserve as cache", 2, "cache", "Cache")
+        .row("cache below the simulator", 1, "sim/Resources", none)
+        .row("preserve below cache", 2, "cache/deep", none)
+        .row("a name that begins alike", 2, "backup2", none);
 }
 
+/// The chosen folder lies below the one that holds all four. The other one is told by its caption,
+/// which is empty when the folder is taken.
 void SettingsPagesTest::folderInTheWayOfAnotherIsRefused()
 {
-    QFETCH(int, selector);
-    QFETCH(QString, chosen);
-    QFETCH(QString, other);
-    const Settings::Key keys[] = {Settings::INSTALLATION, Settings::CACHE, Settings::PRESERVE,
-                                  Settings::BACKUP};
+    const auto [selector, chosen, other] = Rows<int, QString, QString>::current();
     const char *names[] = {"sim", "cache", "preserve", "backup"};
     for (int i = 0; i < 4; ++i)
-        m_settings->setPending(keys[i], m_profile->folder("all/"_s + QLatin1String(names[i])));
+        m_settings->setPending(Keys.at(i), m_profile->folder("all/"_s + QLatin1String(names[i])));
     m_settings->apply();
     const QString all = m_profile->folder("all"_s);
     QVERIFY(QFile::link(all + "backup"_s, all + "link"_s));
     const QString folder = QDir(m_profile->folder("all/"_s + chosen)).absolutePath();
     QVERIFY(writeFile(folder + "/X-Plane.exe"_s, "x"));
-    const QString before = m_settings->pending(keys[selector]);
-    PathSettingsWidget page(m_settings);
-    MessageBoxAnswers answers;
-    answers.expectFolder(FolderCaption, folder);
-    if (!other.isEmpty())
-        answers.expect(
-            "Invalid Folder"_s,
-            "This folder is that of \"%1\", lies in it or holds it.\n\nChoose one that is apart from the others."_s
-                .arg(other),
-            QMessageBox::Ok);
-    allChildren<QPushButton>(page, "FileSelectorBrowse").at(selector)->click();
-    QVERIFY(answers.allShown());
+    const QString before = m_settings->pending(Keys.at(selector));
+    const PathSettingsWidget page(m_settings);
     if (other.isEmpty()) {
-        QCOMPARE(m_settings->pending(keys[selector]), folder + QLatin1Char('/'));
+        browse(page, selector, folder);
+        QCOMPARE(m_settings->pending(Keys.at(selector)), folder + QLatin1Char('/'));
         return;
     }
-    QCOMPARE(answers.shown().first().icon, QMessageBox::Critical);
-    QCOMPARE(m_settings->pending(keys[selector]), before);
+    browse(page, selector, folder,
+           "This folder is that of \"%1\", lies in it or holds it.\n\n"
+           "Choose one that is apart from the others."_s.arg(other));
+    QCOMPARE(m_settings->pending(Keys.at(selector)), before);
     QCOMPARE(value(page, selector), before);
 }
 
@@ -238,15 +231,8 @@ void SettingsPagesTest::simulatorFolderNeedsTheWindowsProgram()
     const QString folder = m_profile->folder("other"_s);
     // The file that the start of the program looks for does not make a folder valid here.
     QVERIFY(writeFile(folder + "X-Plane-x86_64"_s, "x"));
-    PathSettingsWidget page(m_settings);
-    MessageBoxAnswers answers;
-    answers.expectFolder(FolderCaption, folder);
-    answers.expect("Invalid Folder"_s,
-                   "Oops...this doesn't seem to be a XPlane installation folder."_s,
-                   QMessageBox::Ok);
-    allChildren<QPushButton>(page, "FileSelectorBrowse").first()->click();
-    QVERIFY(answers.allShown());
-    QCOMPARE(answers.shown().first().icon, QMessageBox::Critical);
+    const PathSettingsWidget page(m_settings);
+    browse(page, 0, folder, "Oops...this doesn't seem to be a XPlane installation folder."_s);
     QCOMPARE(m_settings->pending(Settings::INSTALLATION), before);
     QCOMPARE(value(page, 0), before);
 }

@@ -1,10 +1,10 @@
 #include "tests/integration/Environment.h"
 #include "tests/packages/EngineTest.h"
+#include "tests/support/Rows.h"
 #include "tests/support/RunUntil.h"
 #include "tests/support/TestMain.h"
 
 #include <QRandomGenerator>
-#include <QTest>
 
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
@@ -36,14 +36,14 @@ private slots:
 
     void workEndsWithItsDownloads_data()
     {
-        QTest::addColumn<quint32>("seed");
+        Rows<quint32> rows;
         for (quint32 round = 0; round < Rounds; ++round)
-            QTest::addRow("seed %u", m_seed + round) << m_seed + round;
+            rows.row("seed " + QByteArray::number(m_seed + round), m_seed + round);
     }
 
     void workEndsWithItsDownloads()
     {
-        QFETCH(quint32, seed);
+        const auto [seed] = Rows<quint32>::current();
         m_random.seed(seed);
         offerPackages();
         serveCatalogue();

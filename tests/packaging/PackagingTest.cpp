@@ -1,4 +1,6 @@
 #include "tests/support/Files.h"
+#include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDirIterator>
@@ -33,8 +35,7 @@ QString manual(const QString &name)
 /// The value of a key of the desktop entry.
 QString entryValue(const QString &key)
 {
-    const QStringList lines =
-        packagingText(DesktopId + QStringLiteral(".desktop")).split(QLatin1Char('\n'));
+    const QStringList lines = packagingText(DesktopId + ".desktop"_s).split(QLatin1Char('\n'));
     for (const QString &line : lines) {
         if (line.startsWith(key + QLatin1Char('=')))
             return line.mid(key.size() + 1);
@@ -48,7 +49,7 @@ using Element = QMap<QString, QString>;
 QVector<Element> metainfo(const QString &name)
 {
     QVector<Element> found;
-    QXmlStreamReader reader(packagingText(DesktopId + QStringLiteral(".metainfo.xml")));
+    QXmlStreamReader reader(packagingText(DesktopId + ".metainfo.xml"_s));
     while (!reader.atEnd()) {
         if (reader.readNext() != QXmlStreamReader::StartElement || reader.name() != name)
             continue;
@@ -59,6 +60,15 @@ QVector<Element> metainfo(const QString &name)
         found.append(element);
     }
     return reader.hasError() ? QVector<Element>() : found;
+}
+
+/// What a command writes to its standard output; empty when it fails.
+QString outputOf(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    const bool isDone = process.waitForFinished() && process.exitCode() == 0;
+    return isDone ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
 }
 
 QString firstMatch(const QString &text, const QString &pattern)
@@ -81,9 +91,8 @@ QString packageField(const char *component, const char *field)
 {
     const QString configuration =
         QString::fromUtf8(readFile(QStringLiteral(KAVO_BUILD_FOLDER "/CPackConfig.cmake")));
-    return firstMatch(configuration,
-                      QStringLiteral("^set\\(CPACK_DEBIAN_%1_PACKAGE_%2 \"([^\"]*)\"\\)")
-                          .arg(QLatin1String(component), QLatin1String(field)));
+    return firstMatch(configuration, "^set\\(CPACK_DEBIAN_%1_PACKAGE_%2 \"([^\"]*)\"\\)"_s.arg(
+                                         QLatin1String(component), QLatin1String(field)));
 }
 
 } // namespace
@@ -116,6 +125,7 @@ private slots:
 private:
     static void install(const QString &root, const QStringList &options);
     QString installed(const QString &path) const { return m_root.filePath(path); }
+    QString tool() const { return installed("usr/bin/kavo-catalogue"_s); }
     /// The paths below the root.
     QStringList find(QDir::Filters filters) const { return find(m_root.path(), filters); }
     static QStringList find(const QString &root, QDir::Filters filters);
@@ -129,21 +139,21 @@ void PackagingTest::initTestCase()
 {
     QVERIFY(m_root.isValid() && m_suite.isValid());
     install(m_root.path(), {});
-    install(m_suite.path(), {QStringLiteral("--component"), QStringLiteral("suite")});
+    install(m_suite.path(), {"--component"_s, "suite"_s});
 }
 
 void PackagingTest::install(const QString &root, const QStringList &options)
 {
     QProcess process;
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DESTDIR"), root);
+    environment.insert("DESTDIR"_s, root);
     process.setProcessEnvironment(environment);
     process.setProcessChannelMode(QProcess::MergedChannels);
     const mode_t before = ::umask(077);
-    process.start(QStringLiteral(KAVO_CMAKE),
-                  QStringList{QStringLiteral("--install"), QStringLiteral(KAVO_BUILD_FOLDER),
-                              QStringLiteral("--prefix"), QStringLiteral("/usr")} +
-                      options);
+    process.start(
+        QStringLiteral(KAVO_CMAKE),
+        QStringList{"--install"_s, QStringLiteral(KAVO_BUILD_FOLDER), "--prefix"_s, "/usr"_s} +
+            options);
     const bool finished = process.waitForFinished();
     ::umask(before);
     QVERIFY2(finished && process.exitCode() == 0, process.readAll().constData());
@@ -162,38 +172,37 @@ QStringList PackagingTest::find(const QString &root, QDir::Filters filters)
 
 void PackagingTest::installationHoldsTheseFilesAndNoOther()
 {
-    const QString data = QStringLiteral("usr/share/");
+    const QString data = "usr/share/"_s;
     QStringList expected{
-        QStringLiteral("usr/bin/kavo-catalogue"),
-        QStringLiteral("usr/bin/kavo-suite"),
-        QStringLiteral("usr/lib/kavo-suite/kavo-suite"),
-        QStringLiteral("usr/lib/kavo-suite/translations/qt_de.qm"),
-        data + QStringLiteral("applications/") + DesktopId + QStringLiteral(".desktop"),
-        data + QStringLiteral("doc/kavo-suite/icon-font.txt"),
-        data + QStringLiteral("doc/kavo-suite/text-font.txt"),
-        data + QStringLiteral("icons/hicolor/scalable/apps/kavo-suite.svg"),
-        data + QStringLiteral("kavo-catalogue/catalogue.schema.json"),
-        data + QStringLiteral("man/man1/kavo-catalogue.1"),
-        data + QStringLiteral("man/man1/kavo-suite.1"),
-        data + QStringLiteral("metainfo/") + DesktopId + QStringLiteral(".metainfo.xml"),
+        "usr/bin/kavo-catalogue"_s,
+        "usr/bin/kavo-suite"_s,
+        "usr/lib/kavo-suite/kavo-suite"_s,
+        "usr/lib/kavo-suite/translations/qt_de.qm"_s,
+        data + "applications/"_s + DesktopId + ".desktop"_s,
+        data + "doc/kavo-suite/icon-font.txt"_s,
+        data + "doc/kavo-suite/text-font.txt"_s,
+        data + "icons/hicolor/scalable/apps/kavo-suite.svg"_s,
+        data + "kavo-catalogue/catalogue.schema.json"_s,
+        data + "man/man1/kavo-catalogue.1"_s,
+        data + "man/man1/kavo-suite.1"_s,
+        data + "metainfo/"_s + DesktopId + ".metainfo.xml"_s,
     };
     for (const int size : {16, 24, 32, 48, 64, 128, 256, 512})
-        expected.append(data + QStringLiteral("icons/hicolor/%1x%1/apps/kavo-suite.png").arg(size));
+        expected.append(data + "icons/hicolor/%1x%1/apps/kavo-suite.png"_s.arg(size));
     expected.sort();
     QCOMPARE(find(QDir::Files | QDir::System), expected);
 }
 
 void PackagingTest::fullPackageAddsWhatDebianAsksFor()
 {
-    const QString manuals = QStringLiteral("usr/share/man/man1/");
-    const QString documents = QStringLiteral("usr/share/doc/kavo-suite/");
+    const QString manuals = "usr/share/man/man1/"_s;
+    const QString documents = "usr/share/doc/kavo-suite/"_s;
     QStringList expected = find(QDir::Files | QDir::System);
-    for (const char *name : {"kavo-catalogue.1", "kavo-suite.1"}) {
-        QVERIFY(expected.removeOne(manuals + QLatin1String(name)));
-        expected.append(manuals + QLatin1String(name) + QStringLiteral(".gz"));
+    for (const QString &name : {"kavo-catalogue.1"_s, "kavo-suite.1"_s}) {
+        QVERIFY(expected.removeOne(manuals + name));
+        expected.append(manuals + name + ".gz"_s);
     }
-    expected +=
-        {documents + QStringLiteral("changelog.gz"), documents + QStringLiteral("copyright")};
+    expected += {documents + "changelog.gz"_s, documents + "copyright"_s};
     expected.sort();
     QCOMPARE(find(m_suite.path(), QDir::Files | QDir::System), expected);
 }
@@ -201,13 +210,12 @@ void PackagingTest::fullPackageAddsWhatDebianAsksFor()
 void PackagingTest::catalogueToolHasAPackageOfItsOwn()
 {
     const QTemporaryDir root;
-    install(root.path(), {QStringLiteral("--component"), QStringLiteral("catalogue")});
-    const QStringList shared{QStringLiteral("usr/bin/kavo-catalogue"),
-                             QStringLiteral("usr/share/kavo-catalogue/catalogue.schema.json"),
-                             QStringLiteral("usr/share/man/man1/kavo-catalogue.1.gz")};
-    const QString documents = QStringLiteral("usr/share/doc/kavo-catalogue/");
-    QStringList expected{documents + QStringLiteral("changelog.gz"),
-                         documents + QStringLiteral("copyright")};
+    install(root.path(), {"--component"_s, "catalogue"_s});
+    const QStringList shared{"usr/bin/kavo-catalogue"_s,
+                             "usr/share/kavo-catalogue/catalogue.schema.json"_s,
+                             "usr/share/man/man1/kavo-catalogue.1.gz"_s};
+    const QString documents = "usr/share/doc/kavo-catalogue/"_s;
+    QStringList expected{documents + "changelog.gz"_s, documents + "copyright"_s};
     expected += shared;
     expected.sort();
     QCOMPARE(find(root.path(), QDir::Files | QDir::System), expected);
@@ -221,10 +229,9 @@ void PackagingTest::catalogueToolHasAPackageOfItsOwn()
 /// Both packages would contain the command, and two packages cannot own one file.
 void PackagingTest::fullPackageReplacesTheSmallOne()
 {
-    QCOMPARE(packageField("SUITE", "CONFLICTS"), QStringLiteral("kavo-catalogue"));
-    QCOMPARE(packageField("SUITE", "REPLACES"), QStringLiteral("kavo-catalogue"));
-    QCOMPARE(packageField("SUITE", "PROVIDES"),
-             QStringLiteral("kavo-catalogue (= %1)").arg(Version));
+    QCOMPARE(packageField("SUITE", "CONFLICTS"), "kavo-catalogue"_s);
+    QCOMPARE(packageField("SUITE", "REPLACES"), "kavo-catalogue"_s);
+    QCOMPARE(packageField("SUITE", "PROVIDES"), "kavo-catalogue (= %1)"_s.arg(Version));
     QCOMPARE(packageField("CATALOGUE", "REPLACES"), QString());
 }
 
@@ -238,19 +245,18 @@ void PackagingTest::permissionsDoNotDependOnTheBuilder()
     };
     QVERIFY(!find(QDir::Files).isEmpty());
     for (const QString &file : find(QDir::Files)) {
-        const bool runs = file.endsWith(QLatin1String("/kavo-suite")) ||
-                          file.endsWith(QLatin1String("/kavo-catalogue"));
+        const bool runs = file.endsWith("/kavo-suite"_s) || file.endsWith("/kavo-catalogue"_s);
         QVERIFY2(modeOf(file) == (runs ? 0755 : 0644), qPrintable(file));
     }
 }
 
 void PackagingTest::commandIsARelativeLinkToTheProgram()
 {
-    const QString link = installed(QStringLiteral("usr/bin/kavo-suite"));
+    const QString link = installed("usr/bin/kavo-suite"_s);
     std::array<char, 64> target = {};
     QVERIFY(::readlink(QFile::encodeName(link).constData(), target.data(), target.size() - 1) > 0);
     QCOMPARE(target.data(), "../lib/kavo-suite/kavo-suite");
-    const QFileInfo program(installed(QStringLiteral("usr/lib/kavo-suite/kavo-suite")));
+    const QFileInfo program(installed("usr/lib/kavo-suite/kavo-suite"_s));
     QCOMPARE(QFileInfo(link).canonicalFilePath(), program.canonicalFilePath());
     QVERIFY(program.isExecutable());
 }
@@ -258,29 +264,27 @@ void PackagingTest::commandIsARelativeLinkToTheProgram()
 void PackagingTest::translationLiesBesideTheProgram()
 {
     QTranslator translator;
-    QVERIFY(translator.load(QStringLiteral("qt_de"),
-                            installed(QStringLiteral("usr/lib/kavo-suite/translations"))));
-    QCOMPARE(translator.translate("Kavo::Components::WindowControl", "Close"),
-             QStringLiteral("Schließen"));
+    QVERIFY(translator.load("qt_de"_s, installed("usr/lib/kavo-suite/translations"_s)));
+    QCOMPARE(translator.translate("Kavo::Components::WindowControl", "Close"), "Schließen"_s);
     // Qt's own texts have another licence and stay in the package they come from.
     QVERIFY(translator.translate("QPlatformTheme", "&Yes").isEmpty());
-    QVERIFY(!packagingText(QStringLiteral("copyright")).contains(QLatin1String("qtbase")));
+    QVERIFY(!packagingText("copyright"_s).contains("qtbase"_s));
 }
 
 void PackagingTest::packageBringsWhatTheProgramLoads()
 {
-    const QString depends = packageField("SUITE", "DEPENDS");
+    const QStringList depends = packageField("SUITE", "DEPENDS").split(", "_s);
     for (const char *package :
          {"p7zip-full", "plocate | locate", "libqt5sql5-sqlite", "qttranslations5-l10n"})
-        QVERIFY2(depends.split(QStringLiteral(", ")).contains(QLatin1String(package)), package);
-    QCOMPARE(packageField("CATALOGUE", "DEPENDS"), QStringLiteral("p7zip-full"));
+        QVERIFY2(depends.contains(QLatin1String(package)), package);
+    QCOMPARE(packageField("CATALOGUE", "DEPENDS"), "p7zip-full"_s);
 }
 
 void PackagingTest::iconsHaveTheSizeOfTheirFolder()
 {
     int seen = 0;
     for (const QString &file : find(QDir::Files)) {
-        const int size = firstMatch(file, QStringLiteral("/(\\d+)x\\1/apps/")).toInt();
+        const int size = firstMatch(file, "/(\\d+)x\\1/apps/"_s).toInt();
         if (size == 0)
             continue;
         ++seen;
@@ -295,25 +299,19 @@ void PackagingTest::iconsHaveTheSizeOfTheirFolder()
 
 void PackagingTest::compressedTextsAreWhole_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("text");
-    for (const char *name : {"kavo-suite.1", "kavo-catalogue.1"})
-        QTest::newRow(name) << QStringLiteral("usr/share/man/man1/%1.gz").arg(QLatin1String(name))
-                            << manual(QLatin1String(name));
-    QTest::newRow("changelog") << QStringLiteral("usr/share/doc/kavo-suite/changelog.gz")
-                               << packagingText(QStringLiteral("changelog"));
+    Rows<QString, QString> rows;
+    for (const char *name : {"kavo-suite.1", "kavo-catalogue.1"}) {
+        const QString page = QLatin1String(name);
+        rows.row(name, "usr/share/man/man1/%1.gz"_s.arg(page), manual(page));
+    }
+    rows.row("changelog", "usr/share/doc/kavo-suite/changelog.gz", packagingText("changelog"_s));
 }
 
 void PackagingTest::compressedTextsAreWhole()
 {
-    QFETCH(QString, path);
-    QFETCH(QString, text);
-    QProcess gzip;
-    gzip.start(QStringLiteral("gzip"), {QStringLiteral("-dc"), m_suite.filePath(path)});
-    QVERIFY(gzip.waitForFinished());
-    QCOMPARE(gzip.exitCode(), 0);
+    const auto [path, text] = Rows<QString, QString>::current();
     QVERIFY(!text.isEmpty());
-    QCOMPARE(QString::fromUtf8(gzip.readAllStandardOutput()), text);
+    QCOMPARE(outputOf("gzip"_s, {"-dc"_s, m_suite.filePath(path)}), text);
     // Two builds of the same text give the same file: bytes 4 to 7 would hold the time.
     QCOMPARE(readFile(m_suite.filePath(path)).mid(4, 4), QByteArray(4, '\0'));
 }
@@ -321,96 +319,83 @@ void PackagingTest::compressedTextsAreWhole()
 /// The manual page contains the tool's own description of its options.
 void PackagingTest::manualHasEveryCommandAndOption()
 {
-    const QString page = manual(QStringLiteral("kavo-catalogue.1"))
-                             .replace(QLatin1String("\\-"), QLatin1String("-"));
+    const QString page = manual("kavo-catalogue.1"_s).replace("\\-"_s, "-"_s);
     const auto helpOf = [this](const QStringList &command) {
-        QProcess process;
-        process.start(installed(QStringLiteral("usr/bin/kavo-catalogue")),
-                      command + QStringList(QStringLiteral("--help")));
-        const bool finished = process.waitForFinished() && process.exitCode() == 0;
-        return finished ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
+        return outputOf(tool(), command + QStringList("--help"_s));
     };
     const QStringList commands =
-        allMatches(helpOf({}), QStringLiteral("^  ([a-z]+) +\\S")) + QStringList(QString());
-    QVERIFY(commands.contains(QStringLiteral("check")));
+        allMatches(helpOf({}), "^  ([a-z]+) +\\S"_s) + QStringList(QString());
+    QVERIFY(commands.contains("check"_s));
     for (const QString &command : commands) {
         const QStringList arguments = command.isEmpty() ? QStringList() : QStringList(command);
-        QVERIFY2(command.isEmpty() || page.contains(QStringLiteral("\n.SS ") + command),
-                 qPrintable(command));
-        const QStringList options =
-            allMatches(helpOf(arguments), QStringLiteral("(?<![\\w-])(--[a-z][a-z-]*)"));
-        QVERIFY(options.contains(QStringLiteral("--help")));
+        QVERIFY2(command.isEmpty() || page.contains("\n.SS "_s + command), qPrintable(command));
+        const QStringList options = allMatches(helpOf(arguments), "(?<![\\w-])(--[a-z][a-z-]*)"_s);
+        QVERIFY(options.contains("--help"_s));
         for (const QString &option : options)
-            QVERIFY2(allMatches(page, QStringLiteral("(--[a-z][a-z-]*)")).contains(option),
+            QVERIFY2(allMatches(page, "(--[a-z][a-z-]*)"_s).contains(option),
                      qPrintable(command + QLatin1Char(' ') + option));
     }
 }
 
 void PackagingTest::desktopEntryNamesWhatIsInstalled()
 {
-    const QString program = entryValue(QStringLiteral("Exec"));
-    QCOMPARE(entryValue(QStringLiteral("TryExec")), program);
-    QVERIFY(QFileInfo(installed(QStringLiteral("usr/bin/") + program)).isExecutable());
-    const QString icons = QStringLiteral("usr/share/icons/hicolor/48x48/apps/%1.png");
-    QVERIFY(QFile::exists(installed(icons.arg(entryValue(QStringLiteral("Icon"))))));
+    const QString program = entryValue("Exec"_s);
+    QCOMPARE(entryValue("TryExec"_s), program);
+    QVERIFY(QFileInfo(installed("usr/bin/"_s + program)).isExecutable());
+    const QString icons = "usr/share/icons/hicolor/48x48/apps/%1.png"_s;
+    QVERIFY(QFile::exists(installed(icons.arg(entryValue("Icon"_s)))));
     for (const char *key : {"GenericName", "Comment", "Keywords"})
-        QVERIFY2(!entryValue(QLatin1String(key) + QStringLiteral("[de]")).isEmpty(), key);
+        QVERIFY2(!entryValue(QLatin1String(key) + "[de]"_s).isEmpty(), key);
 }
 
 void PackagingTest::metainfoBelongsToTheDesktopEntry()
 {
-    const auto textsOf = [](const char *name) {
+    const auto textsOf = [](const QString &name) {
         QStringList texts;
-        for (const Element &element : metainfo(QLatin1String(name)))
+        for (const Element &element : metainfo(name))
             texts.append(element.value(QString()));
         return texts;
     };
-    QCOMPARE(textsOf("id"), QStringList(DesktopId));
-    QCOMPARE(textsOf("launchable"), QStringList(DesktopId + QStringLiteral(".desktop")));
-    QCOMPARE(textsOf("name"), QStringList(entryValue(QStringLiteral("Name"))));
-    QCOMPARE(textsOf("binary"), QStringList(entryValue(QStringLiteral("Exec"))));
-    QCOMPARE(textsOf("icon"), QStringList(entryValue(QStringLiteral("Icon"))));
-    QCOMPARE(textsOf("category").join(QLatin1Char(';')) + QLatin1Char(';'),
-             entryValue(QStringLiteral("Categories")));
+    QCOMPARE(textsOf("id"_s), QStringList(DesktopId));
+    QCOMPARE(textsOf("launchable"_s), QStringList(DesktopId + ".desktop"_s));
+    QCOMPARE(textsOf("name"_s), QStringList(entryValue("Name"_s)));
+    QCOMPARE(textsOf("binary"_s), QStringList(entryValue("Exec"_s)));
+    QCOMPARE(textsOf("icon"_s), QStringList(entryValue("Icon"_s)));
+    QCOMPARE(textsOf("category"_s).join(QLatin1Char(';')) + QLatin1Char(';'),
+             entryValue("Categories"_s));
     for (const char *name : {"summary", "caption", "p", "li"}) {
         int german = 0;
         const auto elements = metainfo(QLatin1String(name));
         for (const Element &element : elements)
-            german += element.value(QStringLiteral("lang")) == QLatin1String("de");
+            german += element.value("lang"_s) == "de"_s;
         QVERIFY2(german > 0 && german * 2 == elements.size(), name);
     }
 }
 
 void PackagingTest::screenshotsAreThoseOfTheReadme()
 {
-    const auto images = metainfo(QStringLiteral("image"));
+    const auto images = metainfo("image"_s);
     QCOMPARE(images.size(), 3);
     for (const Element &image : images) {
         const QString name = image.value(QString()).section(QLatin1Char('/'), -1);
         const QImage picture(QStringLiteral(KAVO_PICTURE_FOLDER "/") + name);
         QVERIFY2(!picture.isNull(), qPrintable(name));
-        QCOMPARE(picture.size(), QSize(image.value(QStringLiteral("width")).toInt(),
-                                       image.value(QStringLiteral("height")).toInt()));
+        QCOMPARE(picture.size(),
+                 QSize(image.value("width"_s).toInt(), image.value("height"_s).toInt()));
     }
 }
 
 void PackagingTest::versionIsTheSameEverywhere()
 {
-    QCOMPARE(firstMatch(packagingText(QStringLiteral("changelog")),
-                        QStringLiteral("\\Akavo-suite \\(([^)]*)\\)")),
-             Version);
-    QProcess tool;
-    tool.start(installed(QStringLiteral("usr/bin/kavo-catalogue")), {QStringLiteral("--version")});
-    QVERIFY(tool.waitForFinished());
-    QCOMPARE(QString::fromUtf8(tool.readAll()), QStringLiteral("kavo-catalogue %1\n").arg(Version));
-    const auto releases = metainfo(QStringLiteral("release"));
+    QCOMPARE(firstMatch(packagingText("changelog"_s), "\\Akavo-suite \\(([^)]*)\\)"_s), Version);
+    QCOMPARE(outputOf(tool(), {"--version"_s}), "kavo-catalogue %1\n"_s.arg(Version));
+    const auto releases = metainfo("release"_s);
     QVERIFY(!releases.isEmpty());
-    QCOMPARE(releases.first().value(QStringLiteral("version")), Version);
-    for (const char *name : {"kavo-suite.1", "kavo-catalogue.1"}) {
-        const QString page = manual(QLatin1String(name));
-        QCOMPARE(firstMatch(page, QStringLiteral("^\\.TH .*\"Kavo Suite ([^\"]*)\"")), Version);
-        QCOMPARE(firstMatch(page, QStringLiteral("^\\.TH \\S+ \\d (\\S+)")),
-                 releases.first().value(QStringLiteral("date")));
+    QCOMPARE(releases.first().value("version"_s), Version);
+    for (const QString &name : {"kavo-suite.1"_s, "kavo-catalogue.1"_s}) {
+        const QString page = manual(name);
+        QCOMPARE(firstMatch(page, "^\\.TH .*\"Kavo Suite ([^\"]*)\""_s), Version);
+        QCOMPARE(firstMatch(page, "^\\.TH \\S+ \\d (\\S+)"_s), releases.first().value("date"_s));
     }
 }
 

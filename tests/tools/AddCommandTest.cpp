@@ -62,44 +62,38 @@ private slots:
     void catalogueIsStarted()
     {
         QVERIFY(QFile::remove(catalogue()));
-        const ToolRun run({"init"_s}, m_folder->path());
-        QCOMPARE(run.status(), CLEAN);
+        QCOMPARE(ToolRun({"init"_s}, m_folder->path()).status(), CLEAN);
         QCOMPARE(readFile(catalogue()), QByteArray("[]\n"));
-        const ToolRun named({"init"_s, file("other.json")});
-        QCOMPARE(named.status(), CLEAN);
+        QCOMPARE(ToolRun({"init"_s, file("other.json")}).status(), CLEAN);
         QCOMPARE(readFile(file("other.json")), QByteArray("[]\n"));
         QCOMPARE(left().size(), 2);
     }
 
     void nothingIsStartedOverAFile_data()
     {
-        QTest::addColumn<QString>("kind");
+        Rows<QByteArray> rows;
         for (const char *kind : {"file", "empty", "folder", "link", "link to nowhere", "pipe"})
-            QTest::newRow(kind) << QString::fromLatin1(kind);
+            rows.row(kind, kind);
     }
 
     void nothingIsStartedOverAFile()
     {
-        QFETCH(QString, kind);
+        const auto [kind] = Rows<QByteArray>::current();
         const QString path = file("there.json");
-        const QByteArray name = QFile::encodeName(path);
-        if (kind == "file"_s)
+        if (kind == "file")
             QVERIFY(writeFile(path, "mine"));
-        else if (kind == "empty"_s)
+        else if (kind == "empty")
             QVERIFY(writeFile(path, ""));
-        else if (kind == "folder"_s)
+        else if (kind == "folder")
             QVERIFY(QDir().mkdir(path));
-        else if (kind == "link"_s)
+        else if (kind == "link")
             QVERIFY(QFile::link(catalogue(), path));
-        else if (kind == "pipe"_s)
-            QCOMPARE(::mkfifo(name.constData(), 0600), 0);
+        else if (kind == "pipe")
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
         else
             QVERIFY(QFile::link(file("nowhere"), path));
         const struct stat before = statusOf(path);
-        const ToolRun run({"init"_s, path});
-        QCOMPARE(run.status(), NOT_READ);
-        QVERIFY2(run.complaints().contains("under this name already"),
-                 run.complaints().constData());
+        expectFault(ToolRun({"init"_s, path}), NOT_READ, "under this name already");
         QCOMPARE(statusOf(path).st_ino, before.st_ino);
         QCOMPARE(statusOf(path).st_size, before.st_size);
         QVERIFY(!QFileInfo::exists(file("nowhere")));
@@ -108,12 +102,10 @@ private slots:
 
     void nothingIsStartedWhereNothingCanBeWritten()
     {
-        const ToolRun run({"init"_s, file("missing/packages.json")});
-        QCOMPARE(run.status(), NOT_READ);
-        QVERIFY2(run.complaints().contains("cannot be written"), run.complaints().constData());
+        expectFault(ToolRun({"init"_s, file("missing/packages.json")}), NOT_READ,
+                    "cannot be written");
         const FullDisk disk(1);
-        const ToolRun full({"init"_s, file("full.json")});
-        QCOMPARE(full.status(), NOT_READ);
+        QCOMPARE(ToolRun({"init"_s, file("full.json")}).status(), NOT_READ);
         QCOMPARE(left(), QStringList("packages.json"_s));
     }
 
@@ -169,40 +161,30 @@ private slots:
 
     void commandLineHasToMakeSense_data()
     {
-        QTest::addColumn<QStringList>("options");
-        QTest::addColumn<QByteArray>("complaint");
-
-        const auto row = [](const char *name, const char *options, const char *complaint) {
-            QTest::newRow(name) << QString::fromLatin1(options).split(QLatin1Char(' '))
-                                << QByteArray(complaint);
-        };
-        row("no id", "--version=2", "--id is missing");
-        row("no version", "--id=5", "--version is missing");
-        row("id of letters", "--id=five --version=2", "--id is \"five\"");
-        row("id 0", "--id=0 --version=2", "from 1 to 2147483647");
-        row("id too large", "--id=2147483648 --version=2", "from 1 to 2147483647");
-        row("two addresses", "--id=5 --version=2 --link=a --link-prefix=b", "say the same");
-        row("three files", "--id=5 --version=2 more", "too many arguments");
-        row("unknown option", "--id=5 --version=2 --nmae=x", "nmae");
-        row("name of a package that is there", "--id=5 --version=2 --name=x", "for a new one");
-        row("no name of a new package", "--id=6 --version=2", "needs --name");
+        Rows<QString, QByteArray>()
+            .row("no id", "--version=2", "--id is missing")
+            .row("no version", "--id=5", "--version is missing")
+            .row("id of letters", "--id=five --version=2", "--id is \"five\"")
+            .row("id 0", "--id=0 --version=2", "from 1 to 2147483647")
+            .row("id too large", "--id=2147483648 --version=2", "from 1 to 2147483647")
+            .row("two addresses", "--id=5 --version=2 --link=a --link-prefix=b", "say the same")
+            .row("three files", "--id=5 --version=2 more", "too many arguments")
+            .row("unknown option", "--id=5 --version=2 --nmae=x", "nmae")
+            .row("name of a package that is there", "--id=5 --version=2 --name=x", "for a new one")
+            .row("no name of a new package", "--id=6 --version=2", "needs --name");
     }
 
     void commandLineHasToMakeSense()
     {
-        QFETCH(QStringList, options);
-        QFETCH(QByteArray, complaint);
-        const ToolRun run(QStringList{"add"_s, catalogue(), m_archive.path()} + options);
-        QCOMPARE(run.status(), USAGE);
-        QVERIFY2(run.complaints().contains(complaint), run.complaints().constData());
+        const auto [options, complaint] = Rows<QString, QByteArray>::current();
+        const QStringList command{"add"_s, catalogue(), m_archive.path()};
+        expectFault(ToolRun(command + options.split(QLatin1Char(' '))), USAGE, complaint);
         QCOMPARE(readFile(catalogue()), Offer);
     }
 
     void damagedCatalogueIsLeftAlone_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QByteArray>("rule");
-
+        Rows<QByteArray, QStringList> table;
         const QStringList kinds{"syntax"_s,       "key-twice"_s, "type"_s,
                                 "not-an-array"_s, "encoding"_s,  "id-twice"_s};
         int rows = 0;
@@ -213,68 +195,60 @@ private slots:
             if (!isMeant || catalogue.findings.isEmpty())
                 continue;
             ++rows;
-            QTest::newRow(qPrintable(catalogue.name))
-                << catalogue.bytes
-                << catalogue.findings.first().section(QLatin1Char(' '), 0, 0).toUtf8();
+            table.row(qPrintable(catalogue.name), catalogue.bytes, catalogue.findings);
         }
         QVERIFY(rows > 50);
     }
 
     void damagedCatalogueIsLeftAlone()
     {
-        QFETCH(QByteArray, bytes);
+        const auto [bytes, findings] = Rows<QByteArray, QStringList>::current();
         QVERIFY(writeFile(catalogue(), bytes));
         const auto before = fileTree(m_folder->path());
         const ToolRun run(order("9.9"_s));
-        QCOMPARE(run.status(), ERRORS);
-        QVERIFY(run.complaints().contains("nothing was added"));
-        QVERIFY2(run.output().contains(": error: "), run.output().constData());
+        expectFault(run, ERRORS, "nothing was added");
+        const bool isTold =
+            std::any_of(findings.cbegin(), findings.cend(), [&run](const QString &finding) {
+                const QByteArray rule = finding.section(QLatin1Char(' '), 0, 0).toUtf8();
+                return run.output().contains(": error: " + rule + ": ");
+            });
+        QVERIFY2(isTold, run.output().constData());
         QCOMPARE(fileTree(m_folder->path()), before);
     }
 
     void archiveThatClientsRefuseIsRefused_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QByteArray>("reason");
-
         const Files files{{"a/b.txt"_s, QByteArray(3000, 'x')}};
-        const auto row = [](const char *name, const char *file, const QByteArray &bytes,
-                            const char *reason) {
-            QTest::newRow(name) << QString::fromLatin1(file) << bytes << QByteArray(reason);
-        };
         const QByteArray whole = archiveOf(files, "7z"_s);
-        row("none", "a.zip", "no archive", "no archive at all");
-        row("empty file", "a.zip", "", "no archive at all");
-        row("cut", "a.7z", whole.left(whole.size() - 20), "no archive at all");
-        row("password", "a.zip", archiveOf(files, "zip"_s, "secret"_s), "password");
-        row("password for the names", "a.7z", archiveOf(files, "7z"_s, "secret"_s), "password");
-        row("climbing", "a.tar", tarOf({{TarEntry::FILE, "../a", "x"}}), "leads out");
-        row("absolute", "a.tar", tarOf({{TarEntry::FILE, "/a", "x"}}), "leads out");
-        row("link", "a.tar", tarOf({{TarEntry::LINK, "a", "/etc"}}), "leads out");
-        row("device", "a.tar", tarOf({{TarEntry::FILE, "b", "x"}, {TarEntry::DEVICE, "a", ""}}),
-            "leads out");
-        row("archive in an archive", "a.tar.xz",
-            compressed(tarOf({{TarEntry::FILE, "a", "x"}}), "xz"_s), "nothing but");
-        row("file that is a folder, too", "a.tar",
-            tarOf({{TarEntry::FILE, "a", "x"}, {TarEntry::FILE, "a/b", "x"}}), "is a folder there");
-        row("archive in an archive, short name", "a.txz",
-            compressed(tarOf({{TarEntry::FILE, "a", "x"}}), "xz"_s), "nothing but");
+        const QByteArray inner = compressed(tarOf({{TarEntry::FILE, "a", "x"}}), "xz"_s);
+        Rows<QString, QByteArray, QByteArray>()
+            .row("none", "a.zip", "no archive", "no archive at all")
+            .row("empty file", "a.zip", "", "no archive at all")
+            .row("cut", "a.7z", whole.left(whole.size() - 20), "no archive at all")
+            .row("password", "a.zip", archiveOf(files, "zip"_s, "secret"_s), "password")
+            .row("password for the names", "a.7z", archiveOf(files, "7z"_s, "secret"_s), "password")
+            .row("climbing", "a.tar", tarOf({{TarEntry::FILE, "../a", "x"}}), "leads out")
+            .row("absolute", "a.tar", tarOf({{TarEntry::FILE, "/a", "x"}}), "leads out")
+            .row("link", "a.tar", tarOf({{TarEntry::LINK, "a", "/etc"}}), "leads out")
+            .row("device", "a.tar",
+                 tarOf({{TarEntry::FILE, "b", "x"}, {TarEntry::DEVICE, "a", ""}}), "leads out")
+            .row("archive in an archive", "a.tar.xz", inner, "nothing but")
+            .row("file that is a folder, too", "a.tar",
+                 tarOf({{TarEntry::FILE, "a", "x"}, {TarEntry::FILE, "a/b", "x"}}),
+                 "is a folder there")
+            .row("archive in an archive, short name", "a.txz", inner, "nothing but");
     }
 
     void archiveThatClientsRefuseIsRefused()
     {
-        QFETCH(QString, name);
-        QFETCH(QByteArray, bytes);
-        QFETCH(QByteArray, reason);
+        const auto [name, bytes, reason] = Rows<QString, QByteArray, QByteArray>::current();
         const QString path = m_folder->filePath(name);
         QVERIFY(!bytes.isNull());
         QVERIFY(writeFile(path, bytes));
         QStringList arguments = order("2.0"_s);
         arguments[2] = path;
         const ToolRun run(arguments);
-        QCOMPARE(run.status(), ERRORS);
-        QVERIFY2(run.complaints().contains(reason), run.complaints().constData());
+        expectFault(run, ERRORS, reason);
         QVERIFY(run.complaints().contains("nothing was added"));
         QCOMPARE(readFile(catalogue()), Offer);
         QCOMPARE(left().size(), 2);
@@ -296,10 +270,9 @@ private slots:
     {
         const auto [catalogue, archive] = Rows<QString, QString>::current();
         QCOMPARE(::mkfifo(QFile::encodeName(file("pipe")).constData(), 0600), 0);
-        const ToolRun run({"add"_s, catalogue, archive, "--id=5"_s, "--version=2"_s},
-                          m_folder->path());
-        QCOMPARE(run.status(), NOT_READ);
-        QVERIFY2(run.complaints().contains("cannot be read"), run.complaints().constData());
+        expectFault(
+            ToolRun({"add"_s, catalogue, archive, "--id=5"_s, "--version=2"_s}, m_folder->path()),
+            NOT_READ, "cannot be read");
         QCOMPARE(readFile(file("packages.json")), Offer);
     }
 
@@ -362,8 +335,7 @@ private slots:
         for (const int room : {0, 1, Offer.size(), Offer.size() + 100}) {
             const FullDisk disk(static_cast<rlim_t>(room));
             const ToolRun run(order("2.0"_s));
-            QCOMPARE(run.status(), NOT_READ);
-            QVERIFY2(run.complaints().contains("cannot be written"), run.complaints().constData());
+            expectFault(run, NOT_READ, "cannot be written");
             QVERIFY(run.complaints().contains("nothing was added"));
             QCOMPARE(readFile(catalogue()), Offer);
             QCOMPARE(left().size(), 1);
@@ -419,22 +391,17 @@ private slots:
     void runsAtOnceLoseNothing()
     {
         constexpr int runs = 12;
-        QVector<QFuture<int>> statuses;
-        QThreadPool pool;
-        pool.setMaxThreadCount(runs);
+        QVector<QStringList> orders;
         // Half of the runs use a link in another folder.
         const QTemporaryDir other;
         const QString link = other.filePath("link.json"_s);
         QVERIFY(QFile::link(catalogue(), link));
         for (int run = 0; run < runs; ++run) {
-            QStringList arguments = order(QString::number(run + 2));
+            orders.append(order(QString::number(run + 2)));
             if (run % 2 == 1)
-                arguments[1] = link;
-            statuses.append(
-                QtConcurrent::run(&pool, [arguments] { return ToolRun(arguments).status(); }));
+                orders.last()[1] = link;
         }
-        for (QFuture<int> &status : statuses)
-            QCOMPARE(status.result(), CLEAN);
+        QCOMPARE(statusesOf(orders), QVector<int>(runs, CLEAN));
         QCOMPARE(versionsIn(readFile(catalogue())), runs + 1);
         QCOMPARE(left(), QStringList("packages.json"_s));
     }
@@ -442,21 +409,33 @@ private slots:
     void runsAtOnceAddAVersionOnce()
     {
         constexpr int runs = 8;
-        QVector<QFuture<int>> futures;
-        QThreadPool pool;
-        pool.setMaxThreadCount(runs);
-        for (int run = 0; run < runs; ++run)
-            futures.append(QtConcurrent::run(
-                &pool, [arguments = order("2.0"_s)] { return ToolRun(arguments).status(); }));
-        QVector<int> statuses;
-        for (QFuture<int> &future : futures)
-            statuses.append(future.result());
+        const QVector<int> statuses = statusesOf(QVector<QStringList>(runs, order("2.0"_s)));
         QCOMPARE(statuses.count(CLEAN), 1);
         QCOMPARE(statuses.count(ERRORS), runs - 1);
         QCOMPARE(versionsIn(readFile(catalogue())), 2);
     }
 
 private:
+    static void expectFault(const ToolRun &run, int status, const QByteArray &complaint)
+    {
+        QCOMPARE(run.status(), status);
+        QVERIFY2(run.complaints().contains(complaint), run.complaints().constData());
+    }
+
+    /// Runs the tool with all of the arguments at once.
+    static QVector<int> statusesOf(const QVector<QStringList> &orders)
+    {
+        QThreadPool pool;
+        pool.setMaxThreadCount(orders.size());
+        QVector<QFuture<int>> runs;
+        for (const QStringList &order : orders)
+            runs.append(QtConcurrent::run(&pool, [order] { return ToolRun(order).status(); }));
+        QVector<int> statuses;
+        for (const QFuture<int> &run : runs)
+            statuses.append(run.result());
+        return statuses;
+    }
+
     QString file(const char *name) const { return m_folder->filePath(QLatin1String(name)); }
     QString catalogue() const { return file("packages.json"); }
     QStringList left() const

@@ -8,6 +8,8 @@
 using namespace Kavo::Testing;
 using namespace Kavo::Tools;
 
+using Outcome = Addition::Outcome;
+
 /// New entries have the style of the catalogue. Everything else stays the same, byte for byte.
 class AdditionStyleTest final : public QObject
 {
@@ -19,67 +21,49 @@ private slots:
 
     void versionLooksLikeItsNeighbours()
     {
-        QFETCH(QByteArray, before);
-        QFETCH(QByteArray, after);
+        const auto [before, after] = Rows<QByteArray, QByteArray>::current();
         AdditionOrder order = orderFor(5, "1.1"_s);
         order.log = QStringList{R"(Lights "b")"_s, R"(Schöner\)"_s};
         if (!before.contains("1.0")) {
             order.extract = "Resources/plugins"_s;
             order.linkPrefix = "https://b.example/"_s;
         }
-        Addition addition(before, order);
-        QVERIFY2(addition.prepare() == Addition::Outcome::GOOD, qPrintable(addition.fault()));
-        QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
-                 qPrintable(addition.fault()));
-        compare(before, after, addition);
+        compare(before, after, order);
     }
 
     void packageLooksLikeItsNeighbours_data();
 
     void packageLooksLikeItsNeighbours()
     {
-        QFETCH(QByteArray, before);
-        QFETCH(QByteArray, after);
+        const auto [before, after] = Rows<QByteArray, QByteArray>::current();
         AdditionOrder order = orderFor(5, "1.1"_s);
         order.package.name = "Piers"_s;
         order.package.type = "PLUGIN"_s;
         order.extract = "Resources/plugins"_s;
         order.linkPrefix = "https://b.example"_s;
-        Addition addition(before, order);
-        QVERIFY2(addition.prepare() == Addition::Outcome::GOOD, qPrintable(addition.fault()));
-        QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
-                 qPrintable(addition.fault()));
-        compare(before, after, addition);
+        compare(before, after, order);
     }
 
     void versionsStayInTheirOrder_data()
     {
-        QTest::addColumn<QStringList>("before");
-        QTest::addColumn<QStringList>("after");
-
-        const auto row = [](const char *name, const char *before, const char *after) {
-            QTest::newRow(name) << QString::fromLatin1(before).split(QLatin1Char(' '))
-                                << QString::fromLatin1(after).split(QLatin1Char(' '));
-        };
-        row("newest first", "1.0 0.9", "1.1 1.0 0.9");
-        row("oldest first", "0.9 1.0", "0.9 1.0 1.1");
-        row("a single one", "1.0", "1.1 1.0");
-        row("a single newer one", "1.10", "1.10 1.1");
-        row("between, newest first", "1.10 1.2 1.0 0.9", "1.10 1.2 1.1 1.0 0.9");
-        row("between, oldest first", "0.9 1.0 1.2 1.10", "0.9 1.0 1.1 1.2 1.10");
-        row("the oldest, newest first", "1.10 1.2", "1.10 1.2 1.1");
-        row("the oldest, oldest first", "1.2 1.10", "1.1 1.2 1.10");
-        row("no order", "1.0 1.10 0.9", "1.0 1.10 0.9 1.1");
+        Rows<QByteArray, QByteArray>()
+            .row("newest first", "1.0 0.9", "1.1 1.0 0.9")
+            .row("oldest first", "0.9 1.0", "0.9 1.0 1.1")
+            .row("a single one", "1.0", "1.1 1.0")
+            .row("a single newer one", "1.10", "1.10 1.1")
+            .row("between, newest first", "1.10 1.2 1.0 0.9", "1.10 1.2 1.1 1.0 0.9")
+            .row("between, oldest first", "0.9 1.0 1.2 1.10", "0.9 1.0 1.1 1.2 1.10")
+            .row("the oldest, newest first", "1.10 1.2", "1.10 1.2 1.1")
+            .row("the oldest, oldest first", "1.2 1.10", "1.1 1.2 1.10")
+            .row("no order", "1.0 1.10 0.9", "1.0 1.10 0.9 1.1");
     }
 
     void versionsStayInTheirOrder()
     {
-        QFETCH(QStringList, before);
-        QFETCH(QStringList, after);
+        const auto [before, after] = Rows<QByteArray, QByteArray>::current();
         QByteArrayList versions;
-        for (const QString &version : before)
-            versions.append("{'version':'" + version.toLatin1() + "','link':'https://a.example/" +
-                            version.toLatin1() +
+        for (const QByteArray &version : before.split(' '))
+            versions.append("{'version':'" + version + "','link':'https://a.example/" + version +
                             ".zip','install':{'extract':'Resources/plugins'},'uninstall':{'remove':"
                             "['Resources/plugins/Piers']}}");
         const QByteArray catalogue =
@@ -89,17 +73,15 @@ private slots:
         AdditionOrder order = orderFor(5, "1.1"_s);
         order.extract = "Resources/plugins"_s;
         Addition addition(catalogue, order);
-        QCOMPARE(addition.prepare(), Addition::Outcome::GOOD);
-        QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
-                 qPrintable(addition.fault()));
+        QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
         const JsonTree tree(addition.result());
         QStringList found;
         const CatalogueView view(tree.root());
         for (const VersionView &version : view.packages().front().versions)
             found.append(version.version);
-        QCOMPARE(found, after);
+        QCOMPARE(found.join(QLatin1Char(' ')), QString::fromLatin1(after));
         // With one version there is no example of a separator.
-        QCOMPARE(addition.result().count("}, {"), before.size() > 1 ? before.size() : 0);
+        QCOMPARE(addition.result().count("}, {"), versions.size() > 1 ? versions.size() : 0);
     }
 
     void packagesStayInTheirOrder_data()
@@ -123,9 +105,7 @@ private slots:
         order.extract = "Resources/plugins"_s;
         order.link = "https://a.example/b.zip"_s;
         Addition addition("[" + packages.join(",\n ") + "]", order);
-        QCOMPARE(addition.prepare(), Addition::Outcome::GOOD);
-        QVERIFY2(addition.carryOut(m_archive.look()) == Addition::Outcome::GOOD,
-                 qPrintable(addition.fault()));
+        QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
         const JsonTree tree(addition.result());
         QVector<int> found;
         const CatalogueView view(tree.root());
@@ -135,14 +115,32 @@ private slots:
     }
 
 private:
-    /// The texts have ' instead of ".
-    void addRow(const char *name, const QByteArray &before, const QByteArray &after) const
+    /// Adds the columns, and returns the function that adds a row. What is added to the catalogue
+    /// replaces a text at @NEW@. All texts have ' instead of ".
+    auto addingRows() const
     {
-        QTest::newRow(name) << QByteArray(before).replace('\'', '"') << m_archive.filledIn(after);
+        return [this, rows = Rows<QByteArray, QByteArray>()](
+                   const char *name, const QByteArray &catalogue, const QByteArray &added,
+                   const QByteArray &replaced = QByteArray()) mutable {
+            const auto with = [this, &catalogue](const QByteArray &text) {
+                return m_archive.filledIn(QByteArray(catalogue).replace("@NEW@", text));
+            };
+            rows.row(name, with(replaced), with(added));
+        };
     }
 
-    static void compare(const QByteArray &before, const QByteArray &after, const Addition &addition)
+    Outcome run(Addition &addition) const
     {
+        const Outcome outcome = addition.prepare();
+        return outcome == Outcome::GOOD ? addition.carryOut(m_archive.look()) : outcome;
+    }
+
+    /// Compares the result of an addition.
+    void compare(const QByteArray &before, const QByteArray &after,
+                 const AdditionOrder &order) const
+    {
+        Addition addition(before, order);
+        QVERIFY2(run(addition) == Outcome::GOOD, qPrintable(addition.fault()));
         const QByteArray &result = addition.result();
         QCOMPARE(QString::fromUtf8(result), QString::fromUtf8(after));
         QCOMPARE(result, after);
@@ -174,15 +172,13 @@ private:
 
 void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-
+    auto row = addingRows();
     const QByteArray two = R"([
   {
     'id': 5,
     'name': { 'en': 'Piers' },
     'versions': [
-      {
+@NEW@      {
         'version': '1.0',
         'link': 'https://a.example/piers-1.0.zip',
         'install': { 'extract': 'Resources/plugins' },
@@ -197,61 +193,45 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
         'link': 'https://a.example/piers-1.1.zip',
         'size': @SIZE@,
         'sha256': '@SHA@',
-        'log': ['Lights "b"', 'Schöner\\'],
+        'log': ['Lights \"b\"', 'Schöner\\'],
         'install': { 'extract': 'Resources/plugins' },
         'uninstall': { 'remove': ['Resources/plugins/Piers'] }
       },
 )";
-    const auto with = [](QByteArray text, const QByteArray &added) -> QByteArray {
-        return text.replace("'versions': [\n", "'versions': [\n" + added);
+    const auto changed = [](QByteArray text, const char *before, const char *after) -> QByteArray {
+        return text.replace(before, after);
     };
-    // A line of the log contains quotation marks.
-    const QByteArray escaped = QByteArray(twoNew).replace(R"("b")", R"(\"b\")");
-    addRow("two blanks", two, with(two, escaped));
-    const QByteArray four = QByteArray(two).replace("  ", "    ");
-    addRow("four blanks", four, with(four, QByteArray(escaped).replace("  ", "    ")));
-    const QByteArray tabs = QByteArray(two).replace("  ", "\t");
-    addRow("tabs", tabs, with(tabs, QByteArray(escaped).replace("  ", "\t")));
-    const QByteArray mark("\xef\xbb\xbf");
-    addRow("byte order mark", mark + two, mark + with(two, escaped));
-    const QByteArray windows = with(two, escaped);
-    addRow("line ends of Windows", QByteArray(two).replace("\n", "\r\n"),
-           QByteArray(windows).replace("\n", "\r\n"));
-    const QByteArray noEnd = two.trimmed();
-    addRow("no line end at the end", noEnd, with(noEnd, escaped));
-    const QByteArray wide = QByteArray(two).replace("': ", "' : ");
-    addRow("blanks around colons", wide, with(two, escaped).replace("': ", "' : "));
-    const QByteArray ascii = QByteArray(two).replace("Piers' }", "St\\u00e4bchen' }");
-    addRow("escapes", ascii, with(ascii, QByteArray(escaped).replace("\xc3\xb6", "\\u00f6")));
+    row("two blanks", two, twoNew);
+    row("four blanks", changed(two, "  ", "    "), changed(twoNew, "  ", "    "));
+    row("tabs", changed(two, "  ", "\t"), changed(twoNew, "  ", "\t"));
+    row("byte order mark", "\xef\xbb\xbf" + two, twoNew);
+    row("line ends of Windows", changed(two, "\n", "\r\n"), changed(twoNew, "\n", "\r\n"));
+    row("no line end at the end", two.trimmed(), twoNew);
+    row("blanks around colons", changed(two, "': ", "' : "), changed(twoNew, "': ", "' : "));
+    row("escapes", changed(two, "Piers' }", "St\\u00e4bchen' }"),
+        changed(twoNew, "\xc3\xb6", "\\u00f6"));
 
-    addRow("one line",
-           "[{'id': 5, 'name': {'en': 'Piers'}, 'versions': [{'version': '1.0', 'link': "
-           "'https://a.example/piers-1.0.zip', 'install': {'extract': 'Resources/plugins'}, "
-           "'uninstall': {'remove': ['Resources/plugins/Piers']}}]}]",
-           "[{'id': 5, 'name': {'en': 'Piers'}, 'versions': [{'version': '1.1', 'link': "
-           "'https://a.example/piers-1.1.zip', 'size': @SIZE@, 'sha256': '@SHA@', 'log': "
-           "['Lights \\\"b\\\"', 'Sch\xc3\xb6ner\\\\'], 'install': {'extract': "
-           "'Resources/plugins'}, 'uninstall': {'remove': ['Resources/plugins/Piers']}}, "
-           "{'version': '1.0', 'link': "
-           "'https://a.example/piers-1.0.zip', 'install': {'extract': 'Resources/plugins'}, "
-           "'uninstall': {'remove': ['Resources/plugins/Piers']}}]}]");
-    addRow("no blanks at all",
-           "[{'id':5,'name':{'en':'Piers'},'versions':[{'link':"
-           "'https://a.example/piers-1.0.zip','version':'1.0','uninstall':{'remove':"
-           "['Resources/plugins/Piers']},'install':{'preserve':[],'extract':"
-           "'Resources/plugins'}}]}]",
-           "[{'id':5,'name':{'en':'Piers'},'versions':[{'link':"
-           "'https://a.example/piers-1.1.zip','size':@SIZE@,'sha256':'@SHA@','log':"
-           "['Lights \\\"b\\\"','Sch\xc3\xb6ner\\\\'],'version':'1.1','uninstall':{'remove':"
-           "['Resources/plugins/Piers']},'install':{'preserve':[],'extract':"
-           "'Resources/plugins'}},{'link':"
-           "'https://a.example/piers-1.0.zip','version':'1.0','uninstall':{'remove':"
-           "['Resources/plugins/Piers']},'install':{'preserve':[],'extract':"
-           "'Resources/plugins'}}]}]");
-    addRow("brackets side by side", R"([{
+    row("one line",
+        "[{'id': 5, 'name': {'en': 'Piers'}, 'versions': [@NEW@{'version': '1.0', 'link': "
+        "'https://a.example/piers-1.0.zip', 'install': {'extract': 'Resources/plugins'}, "
+        "'uninstall': {'remove': ['Resources/plugins/Piers']}}]}]",
+        "{'version': '1.1', 'link': 'https://a.example/piers-1.1.zip', 'size': @SIZE@, "
+        "'sha256': '@SHA@', 'log': ['Lights \\\"b\\\"', 'Sch\xc3\xb6ner\\\\'], "
+        "'install': {'extract': 'Resources/plugins'}, "
+        "'uninstall': {'remove': ['Resources/plugins/Piers']}}, ");
+    row("no blanks at all",
+        "[{'id':5,'name':{'en':'Piers'},'versions':[@NEW@{'link':"
+        "'https://a.example/piers-1.0.zip','version':'1.0','uninstall':{'remove':"
+        "['Resources/plugins/Piers']},'install':{'preserve':[],'extract':"
+        "'Resources/plugins'}}]}]",
+        "{'link':'https://a.example/piers-1.1.zip','size':@SIZE@,'sha256':'@SHA@','log':"
+        "['Lights \\\"b\\\"','Sch\xc3\xb6ner\\\\'],'version':'1.1','uninstall':{'remove':"
+        "['Resources/plugins/Piers']},'install':{'preserve':[],'extract':"
+        "'Resources/plugins'}},");
+    row("brackets side by side", R"([{
   'id': 5,
   'name': { 'en': 'Piers' },
-  'versions': [{
+  'versions': [@NEW@{
     'version': '1.0',
     'link': 'https://a.example/piers-1.0.zip',
     'install': { 'extract': 'Resources/plugins' },
@@ -263,10 +243,7 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
   }]
 }]
 )",
-           R"([{
-  'id': 5,
-  'name': { 'en': 'Piers' },
-  'versions': [{
+        R"({
     'version': '1.1',
     'link': 'https://a.example/piers-1.1.zip',
     'size': @SIZE@,
@@ -281,58 +258,38 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
         'Resources/plugins/Piers'
       ]
     }
-  }, {
-    'version': '1.0',
-    'link': 'https://a.example/piers-1.0.zip',
-    'install': { 'extract': 'Resources/plugins' },
-    'uninstall': {
-      'remove': [
-        'Resources/plugins/Piers'
-      ]
-    }
-  }]
-}]
-)");
-    addRow("a version a line, blank lines", R"([
-{ 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
-
-  { 'version': '1.0', 'link': 'https://a.example/piers-1.0.zip', 'install': { 'extract': 'Resources/plugins' }, 'uninstall': { 'remove': [ 'Resources/plugins/Piers' ] } },
-
-  { 'version': '0.9', 'link': 'https://a.example/piers-0.9.zip', 'install': { 'extract': 'Resources/plugins' }, 'uninstall': { 'remove': [ 'Resources/plugins/Piers' ] } }
-
-] }
-]
-)",
-           R"([
-{ 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
-
-  { 'version': '1.1', 'link': 'https://a.example/piers-1.1.zip', 'size': @SIZE@, 'sha256': '@SHA@', 'log': [ 'Lights \"b\"', 'Schöner\\' ], 'install': { 'extract': 'Resources/plugins' }, 'uninstall': { 'remove': [ 'Resources/plugins/Piers' ] } },
-
-  { 'version': '1.0', 'link': 'https://a.example/piers-1.0.zip', 'install': { 'extract': 'Resources/plugins' }, 'uninstall': { 'remove': [ 'Resources/plugins/Piers' ] } },
-
-  { 'version': '0.9', 'link': 'https://a.example/piers-0.9.zip', 'install': { 'extract': 'Resources/plugins' }, 'uninstall': { 'remove': [ 'Resources/plugins/Piers' ] } }
-
-] }
-]
-)");
-    addRow("blank lines here and there", R"([{ 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
-{ 'version': '0.8', 'link': 'https://a.example/piers-0.8.zip', 'install': { 'extract': 'Resources' } },
-{ 'version': '0.9', 'link': 'https://a.example/piers-0.9.zip', 'install': { 'extract': 'Resources' } },
-
-{ 'version': '1.0', 'link': 'https://a.example/piers-1.0.zip', 'install': { 'extract': 'Resources/plugins' } }]}])",
-           R"([{ 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
-{ 'version': '0.8', 'link': 'https://a.example/piers-0.8.zip', 'install': { 'extract': 'Resources' } },
-{ 'version': '0.9', 'link': 'https://a.example/piers-0.9.zip', 'install': { 'extract': 'Resources' } },
-
-{ 'version': '1.0', 'link': 'https://a.example/piers-1.0.zip', 'install': { 'extract': 'Resources/plugins' } },
-
-{ 'version': '1.1', 'link': 'https://a.example/piers-1.1.zip', 'size': @SIZE@, 'sha256': '@SHA@', 'log': ['Lights \"b\"', 'Schöner\\'], 'install': { 'extract': 'Resources/plugins' }, 'uninstall': { 'remove': ['Resources/plugins/Piers'] } }]}])");
-    addRow("lines, but no blanks", R"([
+  }, )");
+    row("a version a line, blank lines",
+        "[\n{ 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [\n\n"
+        "@NEW@  { 'version': '1.0', 'link': 'https://a.example/piers-1.0.zip', "
+        "'install': { 'extract': 'Resources/plugins' }, "
+        "'uninstall': { 'remove': [ 'Resources/plugins/Piers' ] } },\n\n"
+        "  { 'version': '0.9', 'link': 'https://a.example/piers-0.9.zip', "
+        "'install': { 'extract': 'Resources/plugins' }, "
+        "'uninstall': { 'remove': [ 'Resources/plugins/Piers' ] } }\n\n] }\n]\n",
+        "  { 'version': '1.1', 'link': 'https://a.example/piers-1.1.zip', "
+        "'size': @SIZE@, 'sha256': '@SHA@', "
+        "'log': [ 'Lights \\\"b\\\"', 'Sch\xc3\xb6ner\\\\' ], "
+        "'install': { 'extract': 'Resources/plugins' }, "
+        "'uninstall': { 'remove': [ 'Resources/plugins/Piers' ] } },\n\n");
+    row("blank lines here and there",
+        "[{ 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [\n"
+        "{ 'version': '0.8', 'link': 'https://a.example/piers-0.8.zip', "
+        "'install': { 'extract': 'Resources' } },\n"
+        "{ 'version': '0.9', 'link': 'https://a.example/piers-0.9.zip', "
+        "'install': { 'extract': 'Resources' } },\n\n"
+        "{ 'version': '1.0', 'link': 'https://a.example/piers-1.0.zip', "
+        "'install': { 'extract': 'Resources/plugins' } }@NEW@]}]",
+        ",\n\n{ 'version': '1.1', 'link': 'https://a.example/piers-1.1.zip', "
+        "'size': @SIZE@, 'sha256': '@SHA@', 'log': ['Lights \\\"b\\\"', 'Sch\xc3\xb6ner\\\\'], "
+        "'install': { 'extract': 'Resources/plugins' }, "
+        "'uninstall': { 'remove': ['Resources/plugins/Piers'] } }");
+    row("lines, but no blanks", R"([
  {
   'id':5,
   'name':{'en':'Piers'},
   'versions':[
-   {
+@NEW@   {
     'version':'1.0',
     'link':'https://a.example/piers-1.0.zip',
     'install':{'extract':'Resources/plugins'},
@@ -341,12 +298,7 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
   ]
  }
 ])",
-           R"([
- {
-  'id':5,
-  'name':{'en':'Piers'},
-  'versions':[
-   {
+        R"(   {
     'version':'1.1',
     'link':'https://a.example/piers-1.1.zip',
     'size':@SIZE@,
@@ -355,16 +307,9 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
     'install':{'extract':'Resources/plugins'},
     'uninstall':{'remove':['Resources/plugins/Piers']}
    },
-   {
-    'version':'1.0',
-    'link':'https://a.example/piers-1.0.zip',
-    'install':{'extract':'Resources/plugins'},
-    'uninstall':{'remove':['Resources/plugins/Piers']}
-   }
-  ]
- }
-])");
-    addRow("neighbours unlike all others", R"([
+)");
+    row("neighbours unlike all others",
+        R"([
   {
     'id': 4,
     'name': { 'en': 'Other' },
@@ -386,45 +331,23 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
     ]
   },
   { 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
-    {'version':'1.0','link':'https://a.example/piers-1.0.zip','install':{'extract':'Resources/plugins'},'uninstall':{'remove':['Resources/plugins/Piers']}}
-  ] }
-])",
-           R"([
-  {
-    'id': 4,
-    'name': { 'en': 'Other' },
-    'versions': [
-      {
-        'version': '2',
-        'link': 'https://a.example/other-2.zip',
-        'uninstall': {
-          'remove': ['Custom Scenery/Other']
-        }
-      },
-      {
-        'version': '1',
-        'link': 'https://a.example/other-1.zip',
-        'uninstall': {
-          'remove': ['Custom Scenery/Other']
-        }
-      }
-    ]
-  },
-  { 'id': 5, 'name': { 'en': 'Piers' }, 'versions': [
-    {'version':'1.1','link':'https://a.example/piers-1.1.zip','size':@SIZE@,'sha256':'@SHA@','log':['Lights \"b\"','Schöner\\'],'install':{'extract':'Resources/plugins'},'uninstall':{'remove':['Resources/plugins/Piers']}},
-    {'version':'1.0','link':'https://a.example/piers-1.0.zip','install':{'extract':'Resources/plugins'},'uninstall':{'remove':['Resources/plugins/Piers']}}
-  ] }
-])");
+@NEW@    {'version':'1.0','link':'https://a.example/piers-1.0.zip',)"
+        "'install':{'extract':'Resources/plugins'},"
+        "'uninstall':{'remove':['Resources/plugins/Piers']}}\n"
+        "  ] }\n]",
+        "    {'version':'1.1','link':'https://a.example/piers-1.1.zip','size':@SIZE@,"
+        "'sha256':'@SHA@','log':['Lights \\\"b\\\"','Sch\xc3\xb6ner\\\\'],"
+        "'install':{'extract':'Resources/plugins'},"
+        "'uninstall':{'remove':['Resources/plugins/Piers']}},\n");
+
     const QByteArray bare = R"([
    {
       'id': 5,
-      'name': { 'en': 'Piers' }@VERSIONS@
+      'name': { 'en': 'Piers' }@NEW@
    }
 ]
 )";
-    const QByteArray first = R"(,
-      'versions': [@INSIDE@]@BEHIND@)";
-    const QByteArray firstNew = R"(
+    const QByteArray first = R"(
          {
             'version': '1.1',
             'link': 'https://b.example/piers-1.1.zip',
@@ -439,24 +362,18 @@ void AdditionStyleTest::versionLooksLikeItsNeighbours_data()
             }
          }
       )";
-    const auto filled = [&](const QByteArray &inside, const QByteArray &behind) -> QByteArray {
-        QByteArray versions = first;
-        versions.replace("@INSIDE@", inside).replace("@BEHIND@", behind);
-        return QByteArray(bare).replace("@VERSIONS@", versions);
-    };
-    addRow("no versions", QByteArray(bare).replace("@VERSIONS@", ""), filled(firstNew, ""));
-    addRow("empty versions", filled("", ""), filled(firstNew, ""));
-    addRow("empty versions on lines", filled("\n      ", ""), filled(firstNew, ""));
-    addRow("empty versions among others", filled("  ", ",\n      'help_url': 'https://a.example/'"),
-           filled(firstNew, ",\n      'help_url': 'https://a.example/'"));
+    const QByteArray empty = changed(bare, "@NEW@", ",\n      'versions': [@NEW@]");
+    row("no versions", bare, ",\n      'versions': [" + first + ']');
+    row("empty versions", empty, first);
+    row("empty versions on lines", empty, first, "\n      ");
+    row("empty versions among others",
+        changed(empty, "@NEW@]", "@NEW@],\n      'help_url': 'https://a.example/'"), first, "  ");
 }
 
 void AdditionStyleTest::packageLooksLikeItsNeighbours_data()
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-
-    const QByteArray whole = R"([
+    auto row = addingRows();
+    const QByteArray whole = R"(
   {
     'id': 5,
     'name': { 'en': 'Piers' },
@@ -476,24 +393,22 @@ void AdditionStyleTest::packageLooksLikeItsNeighbours_data()
       }
     ]
   }
-])";
-    addRow("empty", "[]\n", whole + '\n');
-    addRow("empty, blank", " [ ]", ' ' + QByteArray(whole).replace("\n", "\n "));
-    addRow("empty on two lines", "[\n]\n", whole + '\n');
-    addRow("empty with line ends of Windows", "[\r\n]\r\n",
-           QByteArray(whole + '\n').replace("\n", "\r\n"));
-    addRow("empty with a byte order mark", "\xef\xbb\xbf[]", "\xef\xbb\xbf" + whole);
-    addRow("no blanks at all",
-           "[{'versions':[{'version':'3','link':'https://a.example/3','sha256':'','install':"
-           "{'extract':'Custom Scenery','backup':[]},'uninstall':{'remove':['Custom Scenery/X']}}]"
-           ",'type':'X','id':4,'name':{'en':'\xc3\x9c'}}]",
-           "[{'versions':[{'version':'3','link':'https://a.example/3','sha256':'','install':"
-           "{'extract':'Custom Scenery','backup':[]},'uninstall':{'remove':['Custom Scenery/X']}}]"
-           ",'type':'X','id':4,'name':{'en':'\xc3\x9c'}},{'versions':[{'version':'1.1',"
-           "'link':'https://b.example/piers-1.1.zip','size':@SIZE@,'sha256':'@SHA@','install':"
-           "{'extract':'Resources/plugins','backup':[]},'uninstall':{'remove':"
-           "['Resources/plugins/Piers']}}],'type':'PLUGIN','id':5,'name':{'en':'Piers'}}]");
-    addRow("names on lines", R"([
+)";
+    row("empty", "[@NEW@]\n", whole);
+    row("empty, blank", " [@NEW@]", QByteArray(whole).replace("\n", "\n "), " ");
+    row("empty on two lines", "[@NEW@]\n", whole, "\n");
+    row("empty with line ends of Windows", "[@NEW@]\r\n", QByteArray(whole).replace("\n", "\r\n"),
+        "\r\n");
+    row("empty with a byte order mark", "\xef\xbb\xbf[@NEW@]", whole);
+    row("no blanks at all",
+        "[{'versions':[{'version':'3','link':'https://a.example/3','sha256':'','install':"
+        "{'extract':'Custom Scenery','backup':[]},'uninstall':{'remove':['Custom Scenery/X']}}]"
+        ",'type':'X','id':4,'name':{'en':'\xc3\x9c'}}@NEW@]",
+        ",{'versions':[{'version':'1.1',"
+        "'link':'https://b.example/piers-1.1.zip','size':@SIZE@,'sha256':'@SHA@','install':"
+        "{'extract':'Resources/plugins','backup':[]},'uninstall':{'remove':"
+        "['Resources/plugins/Piers']}}],'type':'PLUGIN','id':5,'name':{'en':'Piers'}}");
+    row("names on lines", R"([
 	{
 		'id': 4,
 		'name': {
@@ -504,21 +419,10 @@ void AdditionStyleTest::packageLooksLikeItsNeighbours_data()
 		},
 		'type': 'X',
 		'versions': []
-	}
+	}@NEW@
 ]
 )",
-           R"([
-	{
-		'id': 4,
-		'name': {
-			'en': 'Ü'
-		},
-		'description': {
-			'en': 'Much'
-		},
-		'type': 'X',
-		'versions': []
-	},
+        R"(,
 	{
 		'id': 5,
 		'name': {
@@ -539,9 +443,7 @@ void AdditionStyleTest::packageLooksLikeItsNeighbours_data()
 				}
 			}
 		]
-	}
-]
-)");
+	})");
 }
 
 KAVO_TEST_MAIN(AdditionStyleTest)

@@ -239,32 +239,22 @@ private slots:
 
     void catalogueThatWouldBeWrongIsRefused_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QStringList>("findings");
-
-        const auto row = [](const char *name, const char *key, const char *value,
-                            const char *finding) {
-            QTest::newRow(name) << QString::fromLatin1(key) << QString::fromUtf8(value)
-                                << QStringList(QString::fromLatin1(finding));
-        };
-        row("address of another version", "link", "https://a.example/v/piers-1.0.zip",
-            "address/shared-by-versions");
-        row("no address", "link", "piers", "address/invalid");
-        row("other scheme", "link", "ftp://a.example/p.zip", "address/scheme");
-        row("unpacked outside", "extract", "../x", "path/outside");
-        row("unknown dependency", "depends", "99", "dependency/unknown-package");
-        row("dependency too new", "depends", "7:3", "dependency/minimum-not-offered");
-        row("everybody's folder", "remove", "Custom Scenery", "path/belongs-to-all");
-        row("absolute rule", "preserve", "/etc/passwd", "path/absolute");
-        row("climbing rule", "backup", "../x", "path/climbs");
+        Rows<QString, QString, QString>()
+            .row("address of another version", "link", "https://a.example/v/piers-1.0.zip",
+                 "address/shared-by-versions")
+            .row("no address", "link", "piers", "address/invalid")
+            .row("other scheme", "link", "ftp://a.example/p.zip", "address/scheme")
+            .row("unpacked outside", "extract", "../x", "path/outside")
+            .row("unknown dependency", "depends", "99", "dependency/unknown-package")
+            .row("dependency too new", "depends", "7:3", "dependency/minimum-not-offered")
+            .row("everybody's folder", "remove", "Custom Scenery", "path/belongs-to-all")
+            .row("absolute rule", "preserve", "/etc/passwd", "path/absolute")
+            .row("climbing rule", "backup", "../x", "path/climbs");
     }
 
     void catalogueThatWouldBeWrongIsRefused()
     {
-        QFETCH(QString, key);
-        QFETCH(QString, value);
-        QFETCH(QStringList, findings);
+        const auto [key, value, finding] = Rows<QString, QString, QString>::current();
         AdditionOrder order = orderFor(5, "3.0"_s);
         if (key == "link"_s)
             order.link = value;
@@ -280,7 +270,7 @@ private slots:
             order.backup = QStringList(value);
         Addition addition(offer(), order);
         QCOMPARE(run(addition), Outcome::REFUSED);
-        QVERIFY(rulesOf(addition.findings()).contains(findings.first()));
+        QVERIFY(rulesOf(addition.findings()).contains(finding));
         QCOMPARE(addition.findings().count(Severity::ERROR),
                  static_cast<int>(addition.findings().findings().size()));
     }
@@ -315,24 +305,21 @@ private slots:
 
     void doubtfulCatalogueIsRefused_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<bool>("isDoubtful");
-
+        Rows<QByteArray, bool> rows;
         const QStringList kinds{"json"_s, "key"_s, "type"_s, "id"_s, "version"_s};
         for (const CorpusCatalogue &catalogue : corpusCatalogues()) {
             const auto &findings = catalogue.findings;
             const bool isDoubtful =
                 std::any_of(findings.cbegin(), findings.cend(),
                             [&kinds](const QString &finding) { return isErrorOf(finding, kinds); });
-            QTest::newRow(qPrintable(catalogue.name)) << catalogue.bytes << isDoubtful;
+            rows.row(qPrintable(catalogue.name), catalogue.bytes, isDoubtful);
         }
     }
 
     /// In an accepted catalogue, text is only inserted, and clients still read all former entries.
     void doubtfulCatalogueIsRefused()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(bool, isDoubtful);
+        const auto [bytes, isDoubtful] = Rows<QByteArray, bool>::current();
         AdditionOrder order = orderFor(5, "99.0"_s);
         order.extract = "Resources/plugins"_s;
         order.link = "https://a.example/99.zip"_s;

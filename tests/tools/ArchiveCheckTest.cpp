@@ -14,6 +14,8 @@
 #include <QElapsedTimer>
 #include <QSet>
 
+#include <optional>
+
 #include <sys/stat.h>
 
 using namespace Kavo::Testing;
@@ -89,19 +91,18 @@ class ArchiveCheckTest final : public QObject
 private slots:
     void goodArchivesGiveNothing_data()
     {
-        addColumns();
+        m_rows.emplace();
         const Files files{{Plugin, "code"}, {Readme, "text"}, {Own + "/empty/"_s, ""}};
-        for (const char *format : {"zip", "7z", "tar", "wim"})
-            row(format, {version(archiveOf(files, QLatin1String(format)), QLatin1String(format))});
+        for (const QString &format : {"zip"_s, "7z"_s, "tar"_s, "wim"_s})
+            row(format, {version(archiveOf(files, format), format)});
         ShelvedVersion extracted = version(zipOf({{"64/lin.xpl"_s, "code"}}));
         extracted.extract = Own + "/./64/..//"_s;
         row("unpacked into a folder", {extracted});
-        for (const char *format : {"zip", "7z", "tar"}) {
-            ShelvedVersion empty =
-                version(archiveOf({}, QLatin1String(format)), QLatin1String(format));
+        for (const QString &format : {"zip"_s, "7z"_s, "tar"_s}) {
+            ShelvedVersion empty = version(archiveOf({}, format), format);
             empty.remove.clear();
             empty.keys = {{"depends"_s, QJsonArray{"6:1.0"_s}}};
-            row(QByteArray("empty ") + format + " of a package that only needs another",
+            row("empty "_s + format + " of a package that only needs another"_s,
                 {empty, numbered(version(good()), "1.0"_s, 6)});
         }
         ShelvedVersion rules = version(zipOf({{Plugin, "code"}, {"lights.txt"_s, "own"}}));
@@ -111,11 +112,11 @@ private slots:
         row("rules of every kind", {rules});
         ShelvedVersion backedUp = rules;
         backedUp.remove.removeAt(1);
-        for (const char *removal : {"Output/preferences/a.prf", "Output/preferences"}) {
+        for (const QString &removal : {"Output/preferences/a.prf"_s, "Output/preferences"_s}) {
             ShelvedVersion written = version(good());
             written.backup = QStringList{"Output/preferences/a.prf"_s};
-            written.remove += QLatin1String(removal);
-            row(QByteArray("original that the add-on itself overwrites, by ") + removal, {written});
+            written.remove += removal;
+            row("original that the add-on itself overwrites, by "_s + removal, {written});
         }
         row("the original takes the place of what no rule removes", {backedUp});
         ShelvedVersion told = version(good());
@@ -155,39 +156,36 @@ private slots:
 
     void goodArchivesGiveNothing()
     {
-        QFETCH(Versions, versions);
-        for (const ShelvedVersion &shelved : qAsConst(versions))
+        const Versions versions = std::get<0>(FindingRows::current());
+        for (const ShelvedVersion &shelved : versions)
             QVERIFY(!shelved.archive.isNull());
         compare();
     }
 
     void faultsOfArchivesAreFound_data()
     {
-        addColumns();
+        m_rows.emplace();
         const QString unreadable = "archive/unreadable"_s;
         fault("missing", version(QByteArray()), "archive/missing"_s);
         fault("empty file", version(""), unreadable);
         fault("a page in its place", version("<html>404</html>"), unreadable);
         const Files files{{Plugin, QByteArray(5000, 'a') + "b"}, {Readme, "text"}};
-        for (const char *format : {"zip", "7z", "tar"}) {
-            const QByteArray whole = archiveOf(files, QLatin1String(format));
-            fault(QByteArray(format) + ", cut",
-                  version(whole.left(whole.size() / 2), QLatin1String(format)), unreadable);
+        for (const QString &format : {"zip"_s, "7z"_s, "tar"_s}) {
+            const QByteArray whole = archiveOf(files, format);
+            fault(format + ", cut"_s, version(whole.left(whole.size() / 2), format), unreadable);
         }
         const QByteArray inner = archiveOf(files, "tar"_s);
-        for (const char *format : {"gz", "bz2", "xz"}) {
-            const QByteArray whole = compressed(inner, QLatin1String(format));
-            const QString suffix = "tar."_s + QLatin1String(format);
-            fault(QByteArray("tar.") + format + ", cut",
-                  version(whole.left(whole.size() - 5), suffix), unreadable);
+        for (const QString &format : {"gz"_s, "bz2"_s, "xz"_s}) {
+            const QByteArray whole = compressed(inner, format);
+            const QString suffix = "tar."_s + format;
+            fault(suffix + ", cut"_s, version(whole.left(whole.size() - 5), suffix), unreadable);
         }
-        for (const char *format : {"zip", "7z"}) {
-            const QByteArray whole = archiveOf(files, QLatin1String(format), "password"_s);
-            fault(QByteArray(format) + ", encrypted", version(whole, QLatin1String(format)),
+        for (const QString &format : {"zip"_s, "7z"_s}) {
+            fault(format + ", encrypted"_s, version(archiveOf(files, format, "password"_s), format),
                   "archive/encrypted"_s);
         }
 
-        const auto nested = [](const QByteArray &name, ShelvedVersion shelved) {
+        const auto nested = [this](const char *name, ShelvedVersion shelved) {
             shelved.extract = Own;
             fault(name, shelved, "archive/nested"_s);
         };
@@ -229,7 +227,7 @@ private slots:
 
     void namesAreLookedAt_data()
     {
-        addColumns();
+        m_rows.emplace();
         const QByteArray own = Own.toUtf8() + '/';
         const auto longNamed = [&own](const QByteArray &name) {
             return tar({{TarEntry::LONG_NAME, "././@LongLink", own + name + '\0'},
@@ -286,7 +284,7 @@ private slots:
 
     void rulesAreComparedWithArchives_data()
     {
-        addColumns();
+        m_rows.emplace();
         const auto with = [](QStringList ShelvedVersion::*list, const QStringList &entries) {
             ShelvedVersion shelved = version(good());
             shelved.*list = entries;
@@ -357,11 +355,10 @@ private slots:
 
     void filesOfTwoPackagesAreFound_data()
     {
-        addColumns();
+        m_rows.emplace();
         const auto other = [](const QString &number) {
-            ShelvedVersion shelved = numbered(
-                version(zipOf({{Plugin, "other code"}, {Own + "/other.txt"_s, "x"}})), number, 6);
-            return shelved;
+            return numbered(version(zipOf({{Plugin, "other code"}, {Own + "/other.txt"_s, "x"}})),
+                            number, 6);
         };
         const ShelvedVersion free =
             numbered(version(zipOf({{Own + "/free.txt"_s, "x"}})), "2.0"_s, 6);
@@ -393,7 +390,7 @@ private slots:
 
     void archivesAreFoundAsClientsNameThem_data()
     {
-        addColumns();
+        m_rows.emplace();
         const auto at = [](const QString &path, const QString &address, const QByteArray &archive) {
             ShelvedVersion shelved = version(archive);
             shelved.path = path;
@@ -565,23 +562,20 @@ private slots:
     }
 
 private:
-    static void addColumns()
+    using FindingRows = Rows<Versions, QStringList>;
+
+    void row(const RowText &name, const Versions &versions, const QStringList &findings = {})
     {
-        QTest::addColumn<Versions>("versions");
-        QTest::addColumn<QStringList>("findings");
-    }
-    static void row(const QByteArray &name, const Versions &versions,
-                    const QStringList &findings = {})
-    {
-        QTest::newRow(name.constData()) << versions << findings;
+        const QString &text = name;
+        m_rows->row(text.toUtf8(), versions, findings);
     }
     /// A row with one finding: of the first archive, or at the pointer.
-    static void fault(const QByteArray &name, const ShelvedVersion &shelved, const QString &rule)
+    void fault(const RowText &name, const ShelvedVersion &shelved, const QString &rule)
     {
         fault(name, {shelved}, rule, link());
     }
-    static void fault(const QByteArray &name, const Versions &versions, const QString &rule,
-                      const QString &pointer)
+    void fault(const RowText &name, const Versions &versions, const QString &rule,
+               const QString &pointer)
     {
         row(name, versions, {QString(rule + QLatin1Char(' ') + pointer)});
     }
@@ -589,8 +583,7 @@ private:
     /// Compares the findings, and notes the rules that were broken.
     void compare()
     {
-        QFETCH(Versions, versions);
-        QFETCH(QStringList, findings);
+        const auto [versions, findings] = FindingRows::current();
         const ArchiveShelf shelf(versions);
         const QStringList found = archiveFindings(checked(shelf));
         for (const QString &finding : found)
@@ -598,6 +591,7 @@ private:
         QCOMPARE(found, findings);
     }
 
+    std::optional<FindingRows> m_rows; ///< those of the present table
     QSet<QString> m_broken;
 };
 

@@ -15,6 +15,8 @@ using namespace Kavo::Testing;
 using namespace Kavo::Tools;
 using Kavo::Models::PackageList;
 
+using Corpus = Rows<QByteArray, QStringList>;
+
 namespace {
 
 QStringList namesOf(const CheckReport &report)
@@ -26,6 +28,13 @@ QStringList namesOf(const CheckReport &report)
         names.append(line.trimmed());
     }
     return names;
+}
+
+/// Whether clients should refuse the catalogue as a whole.
+bool isRefused(const CheckReport &report)
+{
+    return report.has(Rule::JSON_SYNTAX) || report.has(Rule::JSON_ENCODING) ||
+           report.has(Rule::JSON_NOT_AN_ARRAY);
 }
 
 /// The rules about archives are the last ones.
@@ -64,17 +73,14 @@ class CatalogueCheckTest final : public QObject
 private slots:
     void corpusGivesItsFindings_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QStringList>("findings");
-
+        Corpus rows;
         for (const CorpusCatalogue &catalogue : corpusCatalogues())
-            QTest::newRow(qPrintable(catalogue.name)) << catalogue.bytes << catalogue.findings;
+            rows.row(qPrintable(catalogue.name), catalogue.bytes, catalogue.findings);
     }
 
     void corpusGivesItsFindings()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QStringList, findings);
+        const auto [bytes, findings] = Corpus::current();
         QCOMPARE(namesOf(checkCatalogue(bytes)), findings);
     }
 
@@ -122,16 +128,14 @@ private slots:
 
     void clientsReadWhatTheCheckReads()
     {
-        QFETCH(QByteArray, bytes);
+        const QByteArray bytes = std::get<0>(Corpus::current());
         const CheckReport report = checkCatalogue(bytes);
-        const bool isRefused = report.has(Rule::JSON_SYNTAX) || report.has(Rule::JSON_ENCODING) ||
-                               report.has(Rule::JSON_NOT_AN_ARRAY);
         Kavo::Models::CatalogueParser parser(bytes, "en"_s);
         PackageList packages;
         while (const auto package = parser.next())
             packages.append(package);
-        QCOMPARE(parser.isWhole(), !isRefused);
-        if (isRefused)
+        QCOMPARE(parser.isWhole(), !isRefused(report));
+        if (isRefused(report))
             return;
 
         const JsonTree tree(bytes);
@@ -169,10 +173,7 @@ private slots:
             Kavo::Models::CatalogueParser parser(bytes, "en"_s);
             while (parser.next()) {
             }
-            const bool isRefused = report.has(Rule::JSON_SYNTAX) ||
-                                   report.has(Rule::JSON_ENCODING) ||
-                                   report.has(Rule::JSON_NOT_AN_ARRAY);
-            QVERIFY2(parser.isWhole() == !isRefused, qPrintable(files.fileName()));
+            QVERIFY2(parser.isWhole() == !isRefused(report), qPrintable(files.fileName()));
         }
         QVERIFY(count >= 10);
     }

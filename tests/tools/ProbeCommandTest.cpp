@@ -73,14 +73,14 @@ private slots:
 
     void wrongTimes_data()
     {
-        QTest::addColumn<QString>("time");
+        Rows<QString> rows;
         for (const char *time : {"0", "-1", "soon", "", "100000", "1.5"})
-            QTest::newRow(time) << QString::fromLatin1(time);
+            rows.row(time, time);
     }
 
     void wrongTimes()
     {
-        QFETCH(QString, time);
+        const auto [time] = Rows<QString>::current();
         const ToolRun run = probe({"http://127.0.0.1:1/"_s, "--timeout="_s + time});
         QCOMPARE(run.status(), USAGE);
         QCOMPARE(run.output(), QByteArray());

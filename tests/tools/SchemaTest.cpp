@@ -1,6 +1,7 @@
 #include "packages/catalogue/CatalogueParser.h"
 #include "tests/support/Files.h"
 #include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 #include "tests/tools/CatalogueCorpus.h"
 #include "tests/tools/ToolRun.h"
@@ -141,6 +142,17 @@ QString schemaPath()
     return QStringLiteral(KAVO_SCHEMA);
 }
 
+/// Lines of verdicts and files; null when the validation fails.
+QByteArray validated(const QStringList &files)
+{
+    QProcess validation;
+    validation.start(QStringLiteral(KAVO_VALIDATION), QStringList(schemaPath()) + files);
+    if (validation.waitForFinished(-1) && validation.exitCode() == 0)
+        return validation.readAllStandardOutput();
+    qWarning("%s", validation.readAllStandardError().constData());
+    return {};
+}
+
 } // namespace
 
 /// The schema, the check and the parser of the clients agree on every catalogue.
@@ -151,14 +163,10 @@ class SchemaTest final : public QObject
 private slots:
     void initTestCase()
     {
-        QStringList arguments{schemaPath()};
+        QStringList files;
         for (const CorpusCatalogue &catalogue : corpusCatalogues())
-            arguments.append(corpusFolder() + QLatin1Char('/') + catalogue.name + ".json"_s);
-        QProcess validation;
-        validation.start(QStringLiteral(KAVO_VALIDATION), arguments);
-        QVERIFY(validation.waitForFinished(-1));
-        QVERIFY2(validation.exitCode() == 0, validation.readAllStandardError().constData());
-        for (const QByteArray &line : validation.readAllStandardOutput().trimmed().split('\n')) {
+            files.append(corpusFolder() + QLatin1Char('/') + catalogue.name + ".json"_s);
+        for (const QByteArray &line : validated(files).trimmed().split('\n')) {
             const QByteArrayList words = line.split(' ');
             const QFileInfo file(QString::fromUtf8(line.mid(words.first().size() + 1)));
             m_verdicts.insert(file.completeBaseName(), words.first());
@@ -176,17 +184,16 @@ private slots:
 
     void whatPassesIsReadWithoutDefaults_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-
+        Rows<QByteArray> rows;
         for (const CorpusCatalogue &catalogue : corpusCatalogues()) {
             if (m_verdicts.value(catalogue.name) == "passes")
-                QTest::newRow(qPrintable(catalogue.name)) << catalogue.bytes;
+                rows.row(qPrintable(catalogue.name), catalogue.bytes);
         }
     }
 
     void whatPassesIsReadWithoutDefaults()
     {
-        QFETCH(QByteArray, bytes);
+        const auto [bytes] = Rows<QByteArray>::current();
         const auto packages = Kavo::Models::parseCatalogue(bytes, "en"_s);
         // Qt does not skip the byte order mark.
         const QByteArray json = bytes.startsWith("\xef\xbb\xbf") ? bytes.mid(3) : bytes;
@@ -214,7 +221,7 @@ private slots:
 
     void whatPassesBreaksNoRuleOfSchemas()
     {
-        QFETCH(QByteArray, bytes);
+        const auto [bytes] = Rows<QByteArray>::current();
         const CheckReport report = checkCatalogue(bytes);
         for (const Finding &finding : report.findings())
             QVERIFY2(rulesBeyondSchemas().contains(finding.rule), describe(finding.rule).name);
@@ -246,10 +253,7 @@ private slots:
 
         const ToolRun run({"check"_s, file, "--strict"_s});
         QVERIFY2(run.status() == CLEAN, run.output().constData());
-        QProcess validation;
-        validation.start(QStringLiteral(KAVO_VALIDATION), {schemaPath(), file});
-        QVERIFY(validation.waitForFinished(-1));
-        QVERIFY(validation.readAllStandardOutput().startsWith("passes "));
+        QVERIFY(validated({file}).startsWith("passes "));
         QVERIFY(readFile(file).contains("\"$schema\": \"https://kavo-suite.example/"));
     }
 

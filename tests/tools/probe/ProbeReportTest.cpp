@@ -109,34 +109,19 @@ private slots:
 
     void otherAddresses_data()
     {
-        QTest::addColumn<QString>("address");
-        for (const char *address : {"",
-                                    " ",
-                                    "garbage",
-                                    "/packages.json",
-                                    "packages.json",
-                                    "file:///etc/passwd",
-                                    "ftp://a/",
-                                    "http://",
-                                    "http:///packages.json",
-                                    "http://u@a/",
-                                    "http://u:p@a/",
-                                    "http://a b/",
-                                    "http://[::1",
-                                    "http://a:99999/",
-                                    "http://a/?b",
-                                    "http://a/#b",
-                                    "http://a/%zz?c",
-                                    "data:text/plain,[]",
-                                    "javascript:alert(1)",
-                                    "\xff\xfe"})
-            QTest::newRow(QUrl::toPercentEncoding(QString::fromLatin1(address)).constData())
-                << QString::fromLatin1(address);
+        Rows<QString> rows;
+        const QString addresses =
+            "| |garbage|/packages.json|packages.json|file:///etc/passwd|ftp://a/|http://|"
+            "http:///packages.json|http://u@a/|http://u:p@a/|http://a b/|http://[::1|"
+            "http://a:99999/|http://a/?b|http://a/#b|http://a/%zz?c|data:text/plain,[]|"
+            "javascript:alert(1)|\u00ff\u00fe"_s;
+        for (const QString &address : addresses.split(QLatin1Char('|')))
+            rows.row(QUrl::toPercentEncoding(address), address);
     }
 
     void otherAddresses()
     {
-        QFETCH(QString, address);
+        const auto [address] = Rows<QString>::current();
         const ServerAddress server = ServerAddress::of(address);
         QVERIFY(!server.fault.isEmpty());
         QVERIFY(server.catalogue.isEmpty());

@@ -131,6 +131,11 @@ Change withPath(const QString &path, const QByteArray &body)
     return onResource(path, with(&File::body, body));
 }
 
+Change without(const QString &path)
+{
+    return [path](TestHttpServer &server) { server.removeResource(path); };
+}
+
 /// So many redirects in front of a file.
 Change redirected(const QString &path, int count)
 {
@@ -145,63 +150,40 @@ Change redirected(const QString &path, int count)
     };
 }
 
+using Judgements = Rows<Subject, QString, Verdict, Change, std::chrono::milliseconds>;
+
 /// Adds the columns, and returns the function that adds a row about this subject.
 auto rowsAbout(Subject subject)
 {
-    QTest::addColumn<Subject>("subject");
-    QTest::addColumn<QString>("asked");
-    QTest::addColumn<Verdict>("verdict");
-    QTest::addColumn<Change>("change");
-    QTest::addColumn<std::chrono::milliseconds>("patience");
-    return [subject](const char *name, const char *asked, Verdict verdict, const Change &change,
-                     std::chrono::milliseconds patience = Patience) {
-        QTest::newRow(name) << subject << QString::fromLatin1(asked) << verdict << change
-                            << patience;
+    return [subject, rows = Judgements()](const char *name, const char *asked, Verdict verdict,
+                                          const Change &change,
+                                          std::chrono::milliseconds patience = Patience) mutable {
+        rows.row(name, subject, asked, verdict, change, patience);
     };
 }
 
-/// A server that ends each connection with the head and the first bytes of its answer.
-class CuttingServer final : public QTcpServer
+/// A server that is a function of its connections.
+class RawServer final : public QTcpServer
 {
 public:
-    explicit CuttingServer(int bytes)
+    explicit RawServer(const std::function<void(QTcpSocket *)> &serve)
     {
         listen(QHostAddress::LocalHost);
-        connect(this, &QTcpServer::newConnection, this, [this, bytes] {
-            QTcpSocket *socket = nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, socket, [socket, bytes] {
-                socket->write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n" +
-                              QByteArray("[]").leftJustified(bytes));
-                socket->disconnectFromHost();
-            });
-        });
+        connect(this, &QTcpServer::newConnection, this,
+                [this, serve] { serve(nextPendingConnection()); });
     }
 
     QString url() const { return "http://127.0.0.1:%1/"_s.arg(serverPort()); }
 };
 
-/// A server that sends single bytes at intervals, without an end.
-class DrippingServer final : public QTcpServer
+/// Sends single bytes at intervals, without an end.
+void drip(QTcpSocket *socket)
 {
-public:
-    DrippingServer()
-    {
-        listen(QHostAddress::LocalHost);
-        connect(this, &QTcpServer::newConnection, this, &DrippingServer::drip);
-    }
-
-    QString url() const { return "http://127.0.0.1:%1/"_s.arg(serverPort()); }
-
-private:
-    void drip()
-    {
-        QTcpSocket *socket = nextPendingConnection();
-        socket->write("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
-        auto *timer = new QTimer(socket);
-        connect(timer, &QTimer::timeout, socket, [socket] { socket->write(" "); });
-        timer->start(5);
-    }
-};
+    socket->write("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
+    auto *timer = new QTimer(socket);
+    QObject::connect(timer, &QTimer::timeout, socket, [socket] { socket->write(" "); });
+    timer->start(5);
+}
 
 } // namespace
 
@@ -233,13 +215,12 @@ private slots:
 
     void catalogueFaults_data()
     {
-        const auto row = rowsAbout(Subject::Catalogue);
+        auto row = rowsAbout(Subject::Catalogue);
         const auto on = [](const auto &...membersAndValues) {
             return onResource(Catalogue, with(membersAndValues...));
         };
         const char *whole = "the whole file";
-        row("missing", whole, Verdict::Unusable,
-            [](TestHttpServer &server) { server.removeResource(Catalogue); });
+        row("missing", whole, Verdict::Unusable, without(Catalogue));
         row("error of the server", whole, Verdict::Unusable,
             on(&File::getStatus, HttpStatus::INTERNAL_SERVER_ERROR));
         row("nothing in it", whole, Verdict::Unusable,
@@ -285,13 +266,12 @@ private slots:
 
     void pictureFaults_data()
     {
-        const auto row = rowsAbout(Subject::Picture);
+        auto row = rowsAbout(Subject::Picture);
         const auto on = [](const auto &...membersAndValues) {
             return onResource(Icon, with(membersAndValues...));
         };
         const char *shown = "a picture";
-        row("missing", shown, Verdict::Costs,
-            [](TestHttpServer &server) { server.removeResource(Icon); });
+        row("missing", shown, Verdict::Costs, without(Icon));
         row("page", shown, Verdict::Costs, withPath(Icon, "<html>Hello</html>"));
         row("for few users", shown, Verdict::Costs,
             withPath(Icon, "<svg width='96' height='96'/>"));
@@ -324,12 +304,11 @@ private slots:
 
     void archiveFaults_data()
     {
-        const auto row = rowsAbout(Subject::Archive);
+        auto row = rowsAbout(Subject::Archive);
         const auto on = [](const auto &...membersAndValues) {
             return onResource(Archive, with(membersAndValues...));
         };
-        row("missing", "HEAD", Verdict::Unusable,
-            [](TestHttpServer &server) { server.removeResource(Archive); });
+        row("missing", "HEAD", Verdict::Unusable, without(Archive));
         row("HEAD refused", "HEAD", Verdict::Unusable,
             on(&File::headStatus, HttpStatus::METHOD_NOT_ALLOWED));
         row("HEAD silent", "HEAD", Verdict::Unusable, on(&File::holdsHead, true), ShortPatience);
@@ -430,7 +409,13 @@ private slots:
     void cutIsNoticed()
     {
         for (int bytes = 2; bytes < 100000; bytes += 999) {
-            CuttingServer server(bytes);
+            const RawServer server([bytes](QTcpSocket *socket) {
+                connect(socket, &QTcpSocket::readyRead, socket, [socket, bytes] {
+                    socket->write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n" +
+                                  QByteArray("[]").leftJustified(bytes));
+                    socket->disconnectFromHost();
+                });
+            });
             const ProbeReport report = probe(server.url());
             QCOMPARE(report.worst(), Verdict::Unusable);
             QVERIFY2(report.text().contains("cut after"_s), qPrintable(report.text()));
@@ -439,7 +424,7 @@ private slots:
 
     void drippingServerEnds()
     {
-        DrippingServer server;
+        const RawServer server(drip);
         const ProbeReport report =
             probe(server.url(), ServerProbe::Extent::Sample, std::chrono::milliseconds(50));
         QCOMPARE(report.worst(), Verdict::Unusable);
@@ -584,11 +569,7 @@ private slots:
 private:
     static void judge()
     {
-        QFETCH(Subject, subject);
-        QFETCH(QString, asked);
-        QFETCH(Verdict, verdict);
-        QFETCH(Change, change);
-        QFETCH(std::chrono::milliseconds, patience);
+        const auto [subject, asked, verdict, change, patience] = Judgements::current();
         TestHttpServer server;
         furnish(server);
         change(server);
