@@ -1,5 +1,6 @@
 #include "packages/installation/ArchiveContainment.h"
 #include "tests/support/Literals.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 
@@ -14,17 +15,19 @@ using Kind = ArchiveEntry::Kind;
 
 Q_DECLARE_METATYPE(QVector<ArchiveEntry>)
 
-ArchiveEntry file(const char *path)
+using Archives = Rows<QVector<ArchiveEntry>>;
+
+ArchiveEntry file(const QByteArray &path)
 {
     return {QString::fromUtf8(path), Kind::FILE, 1, {}, false};
 }
 
-ArchiveEntry link(const char *path, const char *target)
+ArchiveEntry link(const QByteArray &path, const QByteArray &target)
 {
     return {QString::fromUtf8(path), Kind::SYMBOLIC_LINK, 1, QString::fromUtf8(target), false};
 }
 
-ArchiveEntry hardLink(const char *path, const char *target)
+ArchiveEntry hardLink(const QByteArray &path, const QByteArray &target)
 {
     return {QString::fromUtf8(path), Kind::HARD_LINK, 0, QString::fromUtf8(target), false};
 }
@@ -37,72 +40,67 @@ class ArchiveContainmentTest final : public QObject
 private slots:
     void harmlessArchiveHasNoWayOut_data()
     {
-        QTest::addColumn<QVector<ArchiveEntry>>("entries");
-        const auto row = [](const char *name, const QVector<ArchiveEntry> &entries) {
-            QTest::newRow(name) << entries;
-        };
-        row("empty", {});
-        row("no path", {file("")});
-        row("plain", {file("a/b/c.txt"), file("./a/b//d.txt"), file("a b")});
-        row("dots in names", {file("..a"), file("a.."), file("...")});
-        row("colon", {file("a:b"), file("C:")});
-        row("backslash", {file("a\\b")});
-        row("link beside", {file("lib/x.so.1"), link("lib/x.so", "x.so.1")});
-        row("link to another folder", {link("a/b/x", "../../c/./y"), file("c/y")});
-        row("link to the folder itself", {link("a/b", "..")});
-        row("link to nothing", {link("a", "missing")});
-        row("link to a link", {link("a", "b"), link("b", "c"), file("c")});
-        row("link through a link",
-            {link("a/b/short", "../.."), link("door", "a/b/short/c"), file("c")});
-        row("hard link", {file("a/b"), hardLink("c/d", "a/b")});
-        row("name that begins like a link",
-            {link("lib", "lib64"), file("lib64/x"), file("libx/y")});
+        Archives()
+            .row("empty", {})
+            .row("no path", {file("")})
+            .row("plain", {file("a/b/c.txt"), file("./a/b//d.txt"), file("a b")})
+            .row("dots in names", {file("..a"), file("a.."), file("...")})
+            .row("colon", {file("a:b"), file("C:")})
+            .row("backslash", {file("a\\b")})
+            .row("link beside", {file("lib/x.so.1"), link("lib/x.so", "x.so.1")})
+            .row("link to another folder", {link("a/b/x", "../../c/./y"), file("c/y")})
+            .row("link to the folder itself", {link("a/b", "..")})
+            .row("link to nothing", {link("a", "missing")})
+            .row("link to a link", {link("a", "b"), link("b", "c"), file("c")})
+            .row("link through a link",
+                 {link("a/b/short", "../.."), link("door", "a/b/short/c"), file("c")})
+            .row("hard link", {file("a/b"), hardLink("c/d", "a/b")})
+            .row("name that begins like a link",
+                 {link("lib", "lib64"), file("lib64/x"), file("libx/y")});
     }
     void harmlessArchiveHasNoWayOut()
     {
-        QFETCH(QVector<ArchiveEntry>, entries);
+        const auto [entries] = Archives::current();
         QCOMPARE(wayOut(entries).value_or("none"_s), "none"_s);
     }
 
     void wayOutIsFound_data()
     {
-        QTest::addColumn<QVector<ArchiveEntry>>("entries");
-        const auto row = [](const char *name, const QVector<ArchiveEntry> &entries) {
-            QTest::newRow(name) << entries;
-        };
+        Archives rows;
         // A later entry goes through the link.
         for (const char *path : {"door/../..", "door/..", "door\\..\\..", "door/..\\x"})
-            row(path, {file("a"), file(path)});
-        row("NUL", {{"door"_s + QChar(QChar::Null), Kind::FILE, 1, {}, false}});
-        row("device", {file("a"), {"door"_s, Kind::DEVICE, 0, {}, false}});
-        row("above", {link("door", "..")});
-        row("far above", {file("a/b/c"), link("door", "a/b/../../../x")});
-        row("absolute", {link("door", "/etc")});
-        row("absolute, of Windows", {link("door", "C:\\Windows")});
-        row("backslashes", {link("door", R"(a\..\..\b)")});
-        row("backslashes as part of a name", {link("door", "a\\b/../../c")});
-        row("no target", {link("door", "")});
-        row("no name", {link("door/.", "."), file("door/./a")});
-        row("by way of a link up", {link("a/b/short", "../.."), link("door", "a/b/short/../x")});
-        row("by way of a link that comes later",
-            {link("door", "a/b/short/../x"), link("a/b/short", "../..")});
-        row("by way of an absolute link", {link("door", "door 2/x"), link("door 2", "/etc")});
-        row("by way of two links",
-            {link("a/one", "b"), link("a/b", "../c"), link("door", "a/one/../../x")});
-        row("circle", {link("door", "door 2"), link("door 2", "door")});
-        row("to itself", {link("door", "door")});
-        row("hard link above", {hardLink("door", "../x")});
-        row("hard link, absolute", {hardLink("door", "/etc/passwd")});
-        row("hard link through a link", {hardLink("door", "door 2/x"), link("door 2", "/etc")});
-        row("file through a link", {link("a", "b"), file("a/door")});
-        row("folder through a link", {file("x"), link("a/b", "c"), file("a/b/door/y")});
-        row("twice", {file("door"), link("door", "b")});
-        row("twice, the link first", {link("door", "b"), file("door")});
-        row("twice, both links", {link("door", "b"), link("./door", "c")});
+            rows.row(path, {file("a"), file(path)});
+        rows.row("NUL", {{"door"_s + QChar(QChar::Null), Kind::FILE, 1, {}, false}})
+            .row("device", {file("a"), {"door"_s, Kind::DEVICE, 0, {}, false}})
+            .row("above", {link("door", "..")})
+            .row("far above", {file("a/b/c"), link("door", "a/b/../../../x")})
+            .row("absolute", {link("door", "/etc")})
+            .row("absolute, of Windows", {link("door", "C:\\Windows")})
+            .row("backslashes", {link("door", R"(a\..\..\b)")})
+            .row("backslashes as part of a name", {link("door", "a\\b/../../c")})
+            .row("no target", {link("door", "")})
+            .row("no name", {link("door/.", "."), file("door/./a")})
+            .row("by way of a link up",
+                 {link("a/b/short", "../.."), link("door", "a/b/short/../x")})
+            .row("by way of a link that comes later",
+                 {link("door", "a/b/short/../x"), link("a/b/short", "../..")})
+            .row("by way of an absolute link", {link("door", "door 2/x"), link("door 2", "/etc")})
+            .row("by way of two links",
+                 {link("a/one", "b"), link("a/b", "../c"), link("door", "a/one/../../x")})
+            .row("circle", {link("door", "door 2"), link("door 2", "door")})
+            .row("to itself", {link("door", "door")})
+            .row("hard link above", {hardLink("door", "../x")})
+            .row("hard link, absolute", {hardLink("door", "/etc/passwd")})
+            .row("hard link through a link", {hardLink("door", "door 2/x"), link("door 2", "/etc")})
+            .row("file through a link", {link("a", "b"), file("a/door")})
+            .row("folder through a link", {file("x"), link("a/b", "c"), file("a/b/door/y")})
+            .row("twice", {file("door"), link("door", "b")})
+            .row("twice, the link first", {link("door", "b"), file("door")})
+            .row("twice, both links", {link("door", "b"), link("./door", "c")});
     }
     void wayOutIsFound()
     {
-        QFETCH(QVector<ArchiveEntry>, entries);
+        const auto [entries] = Archives::current();
         const std::optional<QString> found = wayOut(entries);
         QVERIFY(found);
         QVERIFY2(found->contains("door"_s), qPrintable(*found));
@@ -135,10 +133,8 @@ private slots:
         // Each link doubles the number of steps.
         QVector<ArchiveEntry> entries;
         for (int number = 1; number < 60; ++number) {
-            const QByteArray name = "l" + QByteArray::number(number);
-            const QByteArray before = "l" + QByteArray::number(number - 1);
-            const QByteArray target = before + "/" + before;
-            entries.append(link(name.constData(), target.constData()));
+            const QByteArray before = 'l' + QByteArray::number(number - 1);
+            entries.append(link('l' + QByteArray::number(number), before + '/' + before));
         }
         QVERIFY(wayOut(entries));
     }

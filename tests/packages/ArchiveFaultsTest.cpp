@@ -4,7 +4,6 @@
 #include "tests/support/TestMain.h"
 
 #include <QDir>
-#include <QFileInfo>
 #include <QScopeGuard>
 
 #include <csignal>
@@ -33,45 +32,38 @@ private slots:
 
     void badArchiveCostsNothing_data()
     {
-        QTest::addColumn<QByteArray>("archive");
-        QTest::addColumn<QStringList>("log");
         const QStringList damaged = turnedAway("The downloaded archive is damaged*"_s);
         const QStringList locked = turnedAway("The downloaded archive asks for a password."_s);
         const Files files{{"plugin/a.txt"_s, "first"}, {"plugin/z.bin"_s, noise(1)}};
         const auto archive = [&files](const char *format, const char *password = "") {
             return archiveOf(files, QLatin1String(format), QLatin1String(password));
         };
-        for (const char *format : {"7z", "zip", "tar"}) {
-            const QByteArray whole = archive(format);
-            QTest::addRow("%s, cut in the middle", format)
-                << whole.left(whole.size() / 2) << damaged;
-            // A tar archive may end with any number of zeros.
-            const int end = whole.size() - (qstrcmp(format, "tar") == 0 ? 30000 : 20);
-            QTest::addRow("%s, cut near the end", format) << whole.left(end) << damaged;
-        }
-        for (const char *format : {"gz", "bz2", "xz"}) {
-            const QByteArray whole = compressed(archive("tar"), QLatin1String(format));
-            QTest::addRow("%s, cut in the middle", format)
-                << whole.left(whole.size() / 2) << damaged;
-            QTest::addRow("%s, cut near the end", format)
-                << whole.left(whole.size() - 5) << damaged;
-        }
+        Rows<QByteArray, QStringList> rows;
+        const auto cut = [&](const QByteArray &format, const QByteArray &whole, int end) {
+            rows.row(format + ", cut in the middle", whole.left(whole.size() / 2), damaged)
+                .row(format + ", cut near the end", whole.left(whole.size() - end), damaged);
+        };
+        for (const char *format : {"7z", "zip"})
+            cut(format, archive(format), 20);
+        // A tar archive may end with any number of zeros.
+        cut("tar", archive("tar"), 30000);
+        for (const char *format : {"gz", "bz2", "xz"})
+            cut(format, compressed(archive("tar"), QLatin1String(format)), 5);
         const auto turned = [](QByteArray whole) {
             whole[whole.size() / 2] = static_cast<char>(~whole.at(whole.size() / 2));
             return whole;
         };
         // The listing does not show this fault.
-        QTest::newRow("7z, damaged") << turned(archive("7z")) << refused();
-        QTest::newRow("zip, damaged in the last entry") << turned(archive("zip")) << refused();
-        QTest::newRow("7z, encrypted") << archive("7z", "password") << locked;
-        QTest::newRow("zip, encrypted") << archive("zip", "password") << locked;
-        QTest::newRow("no archive") << noise(3) << damaged;
-        QTest::newRow("empty") << QByteArray("") << damaged;
+        rows.row("7z, damaged", turned(archive("7z")), refused())
+            .row("zip, damaged in the last entry", turned(archive("zip")), refused())
+            .row("7z, encrypted", archive("7z", "password"), locked)
+            .row("zip, encrypted", archive("zip", "password"), locked)
+            .row("no archive", noise(3), damaged)
+            .row("empty", "", damaged);
     }
     void badArchiveCostsNothing()
     {
-        QFETCH(QByteArray, archive);
-        QFETCH(QStringList, log);
+        const auto [archive, log] = Rows<QByteArray, QStringList>::current();
         QVERIFY(!archive.isNull());
         const LogCapture capture;
         UpdateSetup setup;
@@ -80,13 +72,11 @@ private slots:
 
     void namesArriveAsTheyAre_data()
     {
-        QTest::addColumn<QString>("format");
-        for (const char *format : {"7z", "zip", "tar"})
-            QTest::newRow(format) << QString::fromLatin1(format);
+        Rows<QString>().row("7z", "7z").row("zip", "zip").row("tar", "tar");
     }
     void namesArriveAsTheyAre()
     {
-        QFETCH(QString, format);
+        const auto [format] = Rows<QString>::current();
         Files files;
         for (const char *name :
              {"-y", "-o/elsewhere", "@list", " blanks around ", "two  blanks", "line\nfeed", "dot.",
@@ -123,30 +113,28 @@ private slots:
             .row("drive", named("C:\\evil"))
             .row("server", named(R"(\\server\evil)"))
             .row("to a folder, then files through it",
-                 QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents"}, file, evil})
+                 {{TarEntry::LINK, "plugin/door", "../../Documents"}, file, evil})
             .row("absolute, then files through it",
-                 QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}, file, evil})
+                 {{TarEntry::LINK, "plugin/door", "OUTSIDE"}, file, evil})
             .row("to a file, then that file",
-                 QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../../Documents/kept"}, door})
+                 {{TarEntry::LINK, "plugin/door", "../../Documents/kept"}, door})
             .row("hard link, then that file",
-                 QVector<TarEntry>{{TarEntry::HARD_LINK, "plugin/door", "../../Documents/kept"},
-                                   door})
+                 {{TarEntry::HARD_LINK, "plugin/door", "../../Documents/kept"}, door})
             .row("to a folder of others, then a file through it",
-                 QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "../Aircraft/Others"},
-                                   {TarEntry::FILE, "plugin/door/plane.acf", "x"}})
+                 {{TarEntry::LINK, "plugin/door", "../Aircraft/Others"},
+                  {TarEntry::FILE, "plugin/door/plane.acf", "x"}})
             .row("by way of a link that shortens the path",
-                 QVector<TarEntry>{
-                     {TarEntry::FOLDER, "plugin/a/b/c", ""},
-                     {TarEntry::LINK, "plugin/a/b/c/short", "../../.."},
-                     {TarEntry::LINK, "plugin/a/b/c/short/door", "../../../../../Documents"},
-                     file,
-                     evil})
-            .row("absolute link", QVector<TarEntry>{{TarEntry::LINK, "plugin/door", "OUTSIDE"}})
+                 {{TarEntry::FOLDER, "plugin/a/b/c", ""},
+                  {TarEntry::LINK, "plugin/a/b/c/short", "../../.."},
+                  {TarEntry::LINK, "plugin/a/b/c/short/door", "../../../../../Documents"},
+                  file,
+                  evil})
+            .row("absolute link", {{TarEntry::LINK, "plugin/door", "OUTSIDE"}})
             .row("link of the same name as a folder",
-                 QVector<TarEntry>{{TarEntry::FOLDER, "plugin/door", ""},
-                                   {TarEntry::LINK, "plugin/door", "elsewhere"}})
-            .row("device", QVector<TarEntry>{{TarEntry::DEVICE, "plugin/door", ""}})
-            .row("pipe", QVector<TarEntry>{{TarEntry::PIPE, "plugin/door", ""}});
+                 {{TarEntry::FOLDER, "plugin/door", ""},
+                  {TarEntry::LINK, "plugin/door", "elsewhere"}})
+            .row("device", {{TarEntry::DEVICE, "plugin/door", ""}})
+            .row("pipe", {{TarEntry::PIPE, "plugin/door", ""}});
     }
     void entriesThatLeadOutAreRefused()
     {
@@ -154,15 +142,16 @@ private slots:
         const LogCapture log;
         UpdateSetup setup;
         putOutside(setup, entries);
-        QCOMPARE(wrongCourse(setup, tarOf(entries), Package::INSTALL_ERROR, leadsOut()), QString());
+        QCOMPARE(wrongCourse(setup, tarOf(entries), Package::INSTALL_ERROR,
+                             turnedAway("The archive leads out of the folder*"_s)),
+                 QString());
     }
 
     void thingsOfOthersInTheWayStay_data()
     {
         Rows<Files>()
-            .row("a folder where a file should be", Files{{"Aircraft/Others"_s, "x"}})
-            .row("a file where a folder should be",
-                 Files{{"Aircraft/Others/plane.acf/new.txt"_s, "x"}});
+            .row("a folder where a file should be", {{"Aircraft/Others"_s, "x"}})
+            .row("a file where a folder should be", {{"Aircraft/Others/plane.acf/new.txt"_s, "x"}});
     }
     void thingsOfOthersInTheWayStay()
     {
@@ -219,35 +208,30 @@ private slots:
 
     void failingExtractorCostsNothing_data()
     {
-        QTest::addColumn<QByteArray>("script");
-        QTest::addColumn<QStringList>("log");
         const QStringList missing = turnedAway("7-Zip*could not be run."_s);
         const QStringList damaged = turnedAway("The downloaded archive is damaged*"_s);
-        QTest::newRow("missing") << QByteArray() << missing;
-        QTest::newRow("killed while it lists") << QByteArray("kill -9 $$\n") << missing;
-        QTest::newRow("cannot list") << QByteArray("exit 2\n") << damaged;
-        QTest::newRow("lists nothing it can read")
-            << QByteArray("echo ----------; echo Path = a; echo Path = b\n") << damaged;
         const QByteArray lists = "[ \"$1\" = x ] || exec /usr/bin/7z \"$@\"\n";
-        QTest::newRow("killed in the middle of a file")
-            << lists + "ulimit -f 64\nexec /usr/bin/7z \"$@\"\n"
-            << refused(SIGXFSZ);
-        QTest::newRow("no file may become so large")
-            << lists + "trap '' XFSZ\nulimit -f 64\nexec /usr/bin/7z \"$@\"\n"
-            << refused(2);
-        QTest::newRow("killed by itself") << lists + "kill -9 $$\n" << refused(SIGKILL);
-        QTest::newRow("killed under its shell")
-            << lists + "/usr/bin/7z \"$@\" &\nkill -9 $!\nwait $!\n"
-            << refused(137);
-        QTest::newRow("waits for input") << lists + "while read -r line; do :; done\nexit 255\n"
-                                         << refused(255);
-        QTest::newRow("closes its input") << lists + "exec 0<&-\nexec /usr/bin/7z l /no/such/file\n"
-                                          << refused(2);
+        Rows<QByteArray, QStringList>()
+            .row("missing", {}, missing)
+            .row("killed while it lists", "kill -9 $$\n", missing)
+            .row("cannot list", "exit 2\n", damaged)
+            .row("lists nothing it can read", "echo ----------; echo Path = a; echo Path = b\n",
+                 damaged)
+            .row("killed in the middle of a file",
+                 lists + "ulimit -f 64\nexec /usr/bin/7z \"$@\"\n", refused(SIGXFSZ))
+            .row("no file may become so large",
+                 lists + "trap '' XFSZ\nulimit -f 64\nexec /usr/bin/7z \"$@\"\n", refused(2))
+            .row("killed by itself", lists + "kill -9 $$\n", refused(SIGKILL))
+            .row("killed under its shell", lists + "/usr/bin/7z \"$@\" &\nkill -9 $!\nwait $!\n",
+                 refused(137))
+            .row("waits for input", lists + "while read -r line; do :; done\nexit 255\n",
+                 refused(255))
+            .row("closes its input", lists + "exec 0<&-\nexec /usr/bin/7z l /no/such/file\n",
+                 refused(2));
     }
     void failingExtractorCostsNothing()
     {
-        QFETCH(QByteArray, script);
-        QFETCH(QStringList, log);
+        const auto [script, log] = Rows<QByteArray, QStringList>::current();
         const LogCapture capture;
         UpdateSetup setup;
         const HttpResource good = setup.resource();
@@ -264,12 +248,9 @@ private slots:
     }
 
 private:
-    /// The log lines for an archive with entries outside its folder.
-    static QStringList leadsOut() { return turnedAway("The archive leads out of the folder*"_s); }
-
     /// Creates a user's file in an outside folder, and replaces the placeholder in the entries by
     /// the folder's name.
-    static QString putOutside(UpdateSetup &setup, QVector<TarEntry> &entries)
+    static void putOutside(UpdateSetup &setup, QVector<TarEntry> &entries)
     {
         const QString folder = setup.otherFolder().chopped(1);
         writeFile(folder + "/kept"_s, "the user's");
@@ -277,7 +258,6 @@ private:
             entry.name.replace("OUTSIDE", folder.toUtf8());
             entry.content.replace("OUTSIDE", folder.toUtf8());
         }
-        return folder;
     }
 
     /// Updates with this archive, then calls wrongRecovery(). Returns what is wrong.

@@ -92,18 +92,16 @@ private slots:
 
     void resumedArchiveIsCompared_data()
     {
-        QTest::addColumn<int>("present");
-        QTest::addColumn<bool>("isRight");
-        for (const bool isRight : {true, false}) {
-            const char *name = isRight ? "right" : "wrong";
-            QTest::addRow("%s, half of it is there", name) << content().size() / 2 << isRight;
-            QTest::addRow("%s, all of it is there", name) << content().size() << isRight;
-        }
+        const int all = content().size();
+        Rows<int, bool>()
+            .row("right, half of it is there", all / 2, true)
+            .row("right, all of it is there", all, true)
+            .row("wrong, half of it is there", all / 2, false)
+            .row("wrong, all of it is there", all, false);
     }
     void resumedArchiveIsCompared()
     {
-        QFETCH(int, present);
-        QFETCH(bool, isRight);
+        const auto [present, isRight] = Rows<int, bool>::current();
         offerUpdate(keysOf(content()));
         archive(7, "2.0"_s).body = content();
         QByteArray half = content().left(present);
@@ -169,13 +167,13 @@ private slots:
 
     void whatIsNoFileIsNoArchive_data()
     {
-        QTest::addColumn<QString>("replacement");
+        Rows<QString> rows;
         for (const char *replacement : {"nothing", "folder", "pipe", "link to nothing"})
-            QTest::newRow(replacement) << QString::fromLatin1(replacement);
+            rows.row(replacement, replacement);
     }
     void whatIsNoFileIsNoArchive()
     {
-        QFETCH(QString, replacement);
+        const auto [replacement] = Rows<QString>::current();
         const GatedExtractor extractor(engine());
         for (const int id : {1, 2})
             offer({id});
@@ -202,19 +200,16 @@ private slots:
 
     void linksAreLookedAtInEveryFormat_data()
     {
-        QTest::addColumn<QString>("format");
-        QTest::addColumn<QString>("target");
+        Rows<QString, QString> rows;
         for (const char *format : {"7z", "zip", "tar", "wim"}) {
-            QTest::addRow("%s, inside", format) << QString::fromLatin1(format) << "plugin.xpl"_s;
-            QTest::addRow("%s, outside", format)
-                << QString::fromLatin1(format) << "../../outside"_s;
-            QTest::addRow("%s, absolute", format) << QString::fromLatin1(format) << "/etc"_s;
+            rows.row(QByteArray(format) + ", inside", format, "plugin.xpl")
+                .row(QByteArray(format) + ", outside", format, "../../outside")
+                .row(QByteArray(format) + ", absolute", format, "/etc");
         }
     }
     void linksAreLookedAtInEveryFormat()
     {
-        QFETCH(QString, format);
-        QFETCH(QString, target);
+        const auto [format, target] = Rows<QString, QString>::current();
         offerUpdate({});
         const QString folder = profile().folder("packing"_s);
         const QString packed = profile().folder(QString()) + "a."_s + format;

@@ -98,76 +98,66 @@ private slots:
 
     void wrongTypeReadsAsTheDefault_data()
     {
-        QTest::addColumn<QByteArray>("json");
-        QTest::addColumn<QStringList>("expected");
-        const QList<QByteArray> values{"3",
-                                       "-1.5",
-                                       "true",
-                                       "null",
-                                       "\"text\"",
-                                       "[]",
-                                       "{}",
-                                       "[[\"x\"]]",
-                                       R"({"en": 3})",
-                                       R"({"en": {"en": "x"}})",
-                                       R"({"fr": "x"})",
-                                       R"({"en": ["x"]})"};
+        const auto values =
+            QByteArray(R"(3|-1.5|true|null|"text"|[]|{}|[["x"]]|{"en": 3}|{"en": {"en": "x"}})"
+                       R"(|{"fr": "x"}|{"en": ["x"]})")
+                .split('|');
         // Values of the right type, and values that keep a place, have tests of their own.
         const auto isText = [](const QByteArray &value) { return value.startsWith('"'); };
         const auto isNumber = [](const QByteArray &value) { return value == "3"; };
         const auto isFullArray = [](const QByteArray &value) { return value.startsWith("[["); };
         const auto never = [](const QByteArray &) { return false; };
-        const auto rows = [&values](const char *frame, const QList<QByteArray> &keys,
-                                    const auto &isRight, const QStringList &expected) {
+        Rows<QByteArray, QStringList> table;
+        const auto rows = [&](const QByteArray &frame, const QList<QByteArray> &keys,
+                              const auto &isRight, const QStringList &expected) {
             for (const QByteArray &key : keys) {
                 for (const QByteArray &value : values) {
                     const QByteArray pair = '"' + key + "\": " + value;
                     if (!isRight(value))
-                        QTest::addRow("%s", pair.constData())
-                            << QByteArray(frame).replace("@", pair) << expected;
+                        table.row(pair, QByteArray(frame).replace('@', pair), expected);
                 }
             }
         };
+        const QByteArray package = "[{@}]";
+        const QByteArray version = R"([{"versions": [{@}]}])";
+        const QByteArray install = R"([{"versions": [{"install": {@}}]}])";
+        const QByteArray uninstall = R"([{"versions": [{"uninstall": {@}}]}])";
         const QStringList one{"versions=1"_s};
-        rows("[{@}]", {"name", "description", "short_description"}, never, {});
-        rows("[{@}]", {"icon", "type", "manual_url", "help_url"}, isText, {});
-        rows("[{@}]", {"id", "product_id"}, isNumber, {});
-        rows("[{@}]", {"banner", "versions"}, isFullArray, {});
-        rows(R"([{"versions": [{@}]}])", {"version", "link", "sha256"}, isText, one);
-        rows(R"([{"versions": [{@}]}])", {"size"}, isNumber, one);
-        rows(R"([{"versions": [{@}]}])", {"depends", "log"}, isFullArray, one);
-        rows(R"([{"versions": [{@}]}])", {"install", "uninstall"}, never, one);
-        rows(R"([{"versions": [{"install": {@}}]}])", {"extract"}, isText, one);
-        rows(R"([{"versions": [{"install": {@}}]}])", {"preserve", "backup"}, isFullArray, one);
-        rows(R"([{"versions": [{"uninstall": {@}}]}])", {"remove"}, isFullArray, one);
+        rows(package, {"name", "description", "short_description"}, never, {});
+        rows(package, {"icon", "type", "manual_url", "help_url"}, isText, {});
+        rows(package, {"id", "product_id"}, isNumber, {});
+        rows(package, {"banner", "versions"}, isFullArray, {});
+        rows(version, {"version", "link", "sha256"}, isText, one);
+        rows(version, {"size"}, isNumber, one);
+        rows(version, {"depends", "log"}, isFullArray, one);
+        rows(version, {"install", "uninstall"}, never, one);
+        rows(install, {"extract"}, isText, one);
+        rows(install, {"preserve", "backup"}, isFullArray, one);
+        rows(uninstall, {"remove"}, isFullArray, one);
 
-        QTest::newRow("no key") << QByteArray("[{}]") << QStringList();
-        QTest::newRow("no key of a version") << QByteArray(R"([{"versions": [{}]}])") << one;
+        table.row("no key", "[{}]", {}).row("no key of a version", R"([{"versions": [{}]}])", one);
         for (const char *element : {"\"text\"", "3", "null", "[1]"})
-            QTest::newRow(element) << '[' + QByteArray(element) + ']' << QStringList();
+            table.row(element, '[' + QByteArray(element) + ']', {});
 
         // Elements of a wrong type keep their place.
-        const QByteArray mixed = R"([3, "a", null, ["x"], {"b": "c"}, true, "d"])";
-        const auto mixedRow = [&mixed](const char *key, QByteArray frame, const QString &expected) {
-            QTest::addRow("mixed %s", key)
-                << frame.replace('@', '"' + QByteArray(key) + "\": " + mixed)
-                << expected.split(u' ');
+        const auto mixed = [&table](const QByteArray &key, QByteArray frame,
+                                    QString expected = "versions=1 %1=[|a|||||d]"_s) {
+            const QByteArray elements = R"([3, "a", null, ["x"], {"b": "c"}, true, "d"])";
+            table.row("mixed " + key, frame.replace('@', '"' + key + "\": " + elements),
+                      expected.replace("%1"_s, QLatin1String(key)).split(u' '));
         };
-        mixedRow("banner", "[{@}]", "banner=[|a|||||d]"_s);
-        mixedRow("versions", "[{@}]", "versions=7"_s);
-        mixedRow("depends", R"([{"versions": [{@}]}])", "versions=1 depends=[|a|||||d]"_s);
-        mixedRow("log", R"([{"versions": [{@}]}])", "versions=1 log=[|a|||||d]"_s);
-        for (const char *key : {"preserve", "backup"})
-            mixedRow(key, R"([{"versions": [{"install": {@}}]}])",
-                     "versions=1 %1=[|a|||||d]"_s.arg(QLatin1String(key)));
-        mixedRow("remove", R"([{"versions": [{"uninstall": {@}}]}])",
-                 "versions=1 remove=[|a|||||d]"_s);
+        mixed("banner", package, "banner=[|a|||||d]"_s);
+        mixed("versions", package, "versions=7"_s);
+        mixed("depends", version);
+        mixed("log", version);
+        mixed("preserve", install);
+        mixed("backup", install);
+        mixed("remove", uninstall);
     }
     // Fixed, see docs/compatibility.md.
     void wrongTypeReadsAsTheDefault()
     {
-        QFETCH(QByteArray, json);
-        QFETCH(QStringList, expected);
+        const auto [json, expected] = Rows<QByteArray, QStringList>::current();
         QCOMPARE(factsOf(json), expected);
     }
 
@@ -226,61 +216,58 @@ private slots:
 
     void idsBeyondAnIntReadAsZero_data()
     {
-        QTest::addColumn<int>("id");
-        const auto row = [](const char *number, int id) { QTest::newRow(number) << id; };
-        row("2147483647", 2147483647);
-        row("-2147483648", std::numeric_limits<int>::min());
-        row("-3", -3);
-        row("7.0", 7);
-        row("7e2", 700);
+        Rows<int> rows;
+        rows.row("2147483647", 2147483647)
+            .row("-2147483648", std::numeric_limits<int>::min())
+            .row("-3", -3)
+            .row("7.0", 7)
+            .row("7e2", 700);
         for (const char *number :
              {"2147483648", "-2147483649", "4294967296", "4294967297", "9223372036854775807",
               "-9223372036854775808", "18446744073709551616", "123456789012345678901234567890",
               "1e300", "7.5", "-0", "1e-300", "\"42\"", "null"})
-            row(number, 0);
+            rows.row(number, 0);
     }
     // Fixed, see docs/compatibility.md.
     void idsBeyondAnIntReadAsZero()
     {
+        const auto [id] = Rows<int>::current();
         const QByteArray number = QTest::currentDataTag();
         const PackageList packages =
             parse("[{\"id\": " + number + ", \"product_id\": " + number + "}]");
         QCOMPARE(packages.size(), 1);
-        QTEST(packages.first()->id(), "id");
-        QTEST(packages.first()->productId(), "id");
+        QCOMPARE(packages.first()->id(), id);
+        QCOMPARE(packages.first()->productId(), id);
     }
 
     void brokenBytesGiveNoPackages_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
         const QByteArray sound = R"([{"id": 7, "name": {"en": "Trees"}}])";
-        const auto row = [](const char *name, const QByteArray &bytes) {
-            QTest::newRow(name) << bytes;
-        };
+        Rows<QByteArray> rows;
         for (int length : {0, 1, 2, 10, 20, sound.size() - 1})
-            QTest::addRow("cut off after %d bytes", length) << sound.left(length);
-        row("object", R"({"id": 1})");
-        row("page", "<html></html>");
-        row("cut off in the second package", R"([{"id": 1}, {"id")");
-        row("two arrays", sound + sound);
-        row("invalid UTF-8", "[{\"name\": {\"en\": \"\xff\xfe\"}}]");
-        row("cut off inside a character", "[{\"name\": {\"en\": \"\xc3\"}}]");
-        row("zero character as it is", QByteArray("[{\"id\": 7}, \0]", 14));
-        row("zeros only", QByteArray(1000, '\0'));
-        row("UTF-16", QByteArray("[\0{\0}\0]\0", 8));
-        row("nested 10,000 deep", QByteArray(10000, '[') + QByteArray(10000, ']'));
-        row("name nested 10,000 deep",
-            R"([{"id": 7, "name": )" + QByteArray(10000, '[') + QByteArray(10000, ']') + "}]");
-        row("objects nested 10,000 deep", '[' + QByteArray(R"({"versions":)").repeated(10000) +
-                                              '1' + QByteArray(10000, '}') + ']');
-        row("something behind the end", sound + "x");
-        row("comment", "/* a */" + sound);
-        row("number beyond every number", R"([{"id": 1e400}])");
+            rows.row("cut off after " + QByteArray::number(length) + " bytes", sound.left(length));
+        rows.row("object", R"({"id": 1})")
+            .row("page", "<html></html>")
+            .row("cut off in the second package", R"([{"id": 1}, {"id")")
+            .row("two arrays", sound + sound)
+            .row("invalid UTF-8", "[{\"name\": {\"en\": \"\xff\xfe\"}}]")
+            .row("cut off inside a character", "[{\"name\": {\"en\": \"\xc3\"}}]")
+            .row("zero character as it is", QByteArray("[{\"id\": 7}, \0]", 14))
+            .row("zeros only", QByteArray(1000, '\0'))
+            .row("UTF-16", QByteArray("[\0{\0}\0]\0", 8))
+            .row("nested 10,000 deep", QByteArray(10000, '[') + QByteArray(10000, ']'))
+            .row("name nested 10,000 deep",
+                 R"([{"id": 7, "name": )" + QByteArray(10000, '[') + QByteArray(10000, ']') + "}]")
+            .row("objects nested 10,000 deep", '[' + QByteArray(R"({"versions":)").repeated(10000) +
+                                                   '1' + QByteArray(10000, '}') + ']')
+            .row("something behind the end", sound + "x")
+            .row("comment", "/* a */" + sound)
+            .row("number beyond every number", R"([{"id": 1e400}])");
     }
     // Fixed, see docs/compatibility.md.
     void brokenBytesGiveNoPackages()
     {
-        QFETCH(QByteArray, bytes);
+        const auto [bytes] = Rows<QByteArray>::current();
         QCOMPARE(parse(bytes).size(), 0);
     }
 

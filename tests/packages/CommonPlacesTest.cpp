@@ -4,12 +4,11 @@
 #include "tests/support/Files.h"
 #include "tests/support/Literals.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Rows.h"
 #include "tests/support/ScratchProfile.h"
 #include "tests/support/TestMain.h"
 
-#include <QDir>
 #include <QFileInfo>
-#include <QTest>
 
 #include <memory>
 
@@ -38,34 +37,31 @@ private slots:
 
     void removalOfACommonPlaceIsRefused_data()
     {
-        QTest::addColumn<QString>("entry");
+        Rows<QString> rows;
         for (const QString &place : Kavo::commonPlaces()) {
-            QTest::newRow(qPrintable(place)) << place;
-            QTest::newRow(qPrintable(place + " in lower case"_s)) << place.toLower();
-            QTest::newRow(qPrintable(place + " with more slashes"_s)) << ".//"_s + place + "//"_s;
-            QTest::newRow(qPrintable(place + " by a link"_s)) << "Output/up/"_s + place;
+            const QByteArray name = place.toUtf8();
+            rows.row(name, place)
+                .row(name + " in lower case", place.toLower())
+                .row(name + " with more slashes", ".//"_s + place + "//"_s)
+                .row(name + " by a link", "Output/up/"_s + place);
         }
-        QTest::newRow("by a detour") << "Resources/plugins/../../Custom Scenery"_s;
-        QTest::newRow("in mixed case") << "RESOURCES/Plugins"_s;
+        rows.row("by a detour", "Resources/plugins/../../Custom Scenery")
+            .row("in mixed case", "RESOURCES/Plugins");
     }
     void removalOfACommonPlaceIsRefused()
     {
-        QFETCH(QString, entry);
-        PackageVersion version;
-        version.uninstall->remove = QStringList{entry};
+        const auto [entry] = Rows<QString>::current();
         const LogCapture log;
-        files(version).remove();
+        remove({entry});
         QCOMPARE(fileTree(m_profile->simulatorFolder()), m_before);
         QVERIFY(log.contains("Skipping path : "_s + entry));
     }
 
     void whatLiesInACommonPlaceMayGo()
     {
-        PackageVersion version;
-        version.uninstall->remove =
-            QStringList{"Custom Scenery/mine"_s, "Resources/plugins/mine"_s};
-        files(version).remove();
-        for (const QString &entry : version.uninstall->remove)
+        const QStringList entries{"Custom Scenery/mine"_s, "Resources/plugins/mine"_s};
+        remove(entries);
+        for (const QString &entry : entries)
             QVERIFY(!QFileInfo::exists(simulator(entry)));
         QVERIFY(QFileInfo(simulator("Custom Scenery"_s)).isDir());
     }
@@ -84,9 +80,7 @@ private slots:
     void linkToACommonPlaceMayGo()
     {
         QVERIFY(QFile::link("../Resources"_s, simulator("Output/link"_s)));
-        PackageVersion version;
-        version.uninstall->remove = QStringList{"Output/link"_s};
-        files(version).remove();
+        remove({"Output/link"_s});
         QVERIFY(!QFileInfo(simulator("Output/link"_s)).isSymLink());
         QVERIFY(QFileInfo::exists(simulator("Resources/mine/file.txt"_s)));
     }
@@ -99,6 +93,13 @@ private:
         return PackageFiles(
             {m_profile->simulatorFolder(), m_profile->preserveFolder(), m_profile->backupFolder()},
             version);
+    }
+
+    void remove(const QStringList &entries) const
+    {
+        PackageVersion version;
+        version.uninstall->remove = entries;
+        files(version).remove();
     }
 
     std::unique_ptr<ScratchProfile> m_profile;

@@ -1,12 +1,12 @@
 #include "core/Settings.h"
 #include "tests/packages/EngineTest.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
 #include <QFile>
 #include <QScopeGuard>
-#include <QTest>
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -24,6 +24,8 @@ const QByteArray Original(200 * 1024, 'o');
 const QByteArray Written(200 * 1024, 'w');
 
 enum Fault { FULL, READ_ONLY, NO_FOLDER };
+
+using Cases = Rows<Fault, bool, bool>;
 
 } // namespace
 
@@ -46,15 +48,12 @@ private slots:
 
     void nothingIsTouchedWithoutACopy_data()
     {
-        QTest::addColumn<Fault>("fault");
-        QTest::addColumn<bool>("ofBackups");
-        QTest::addColumn<bool>("isUpdate");
-        const auto add = [](const char *name, Fault fault) {
-            const QString text = QString::fromLatin1(name);
-            QTest::newRow(qPrintable("kept, "_s + text)) << fault << false << false;
-            QTest::newRow(qPrintable("backed up, "_s + text)) << fault << true << false;
-            QTest::newRow(qPrintable("kept, update, "_s + text)) << fault << false << true;
-            QTest::newRow(qPrintable("backed up, update, "_s + text)) << fault << true << true;
+        Cases rows;
+        const auto add = [&rows](const QByteArray &name, Fault fault) {
+            rows.row("kept, " + name, fault, false, false)
+                .row("backed up, " + name, fault, true, false)
+                .row("kept, update, " + name, fault, false, true)
+                .row("backed up, update, " + name, fault, true, true);
         };
         add("full disk", FULL);
         add("read-only disk", READ_ONLY);
@@ -62,9 +61,7 @@ private slots:
     }
     void nothingIsTouchedWithoutACopy()
     {
-        QFETCH(Fault, fault);
-        QFETCH(bool, ofBackups);
-        QFETCH(bool, isUpdate);
+        const auto [fault, ofBackups, isUpdate] = Cases::current();
         if (!m_mounts && fault != NO_FOLDER)
             QSKIP("Only a superuser can mount such a disk");
         if (isUpdate)
@@ -75,7 +72,7 @@ private slots:
             QFile::encodeName(ofBackups ? profile().backupFolder() : profile().preserveFolder());
         {
             QVERIFY(fail(fault, folder));
-            const auto mended = qScopeGuard([&] { mend(fault, folder); });
+            const auto mended = qScopeGuard([fault = fault, &folder] { mend(fault, folder); });
             const LogCapture log;
             install(7, "2.0"_s);
             QVERIFY(waitUntilSettled(7));
@@ -111,14 +108,13 @@ private:
     /// Makes the folder fail as long as the guard exists.
     static bool fail(Fault fault, const QByteArray &folder)
     {
+        const char *path = folder.constData();
         switch (fault) {
         case FULL:
-            return ::mount("none", folder.constData(), "tmpfs", 0, "size=64k") == 0;
+            return ::mount("none", path, "tmpfs", 0, "size=64k") == 0;
         case READ_ONLY:
-            return ::mount(folder.constData(), folder.constData(), nullptr, MS_BIND, nullptr) ==
-                       0 &&
-                   ::mount(folder.constData(), folder.constData(), nullptr,
-                           MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+            return ::mount(path, path, nullptr, MS_BIND, nullptr) == 0 &&
+                   ::mount(path, path, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0;
         case NO_FOLDER:
             return QDir(QFile::decodeName(folder)).removeRecursively() &&
                    writeFile(QFile::decodeName(folder).chopped(1), "in the way");

@@ -8,7 +8,6 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QProcess>
-#include <QTest>
 
 #include <memory>
 
@@ -16,6 +15,8 @@ using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
 namespace {
+
+using Damage = DatabaseDamage;
 
 const auto Table = "packages"_s;
 const auto Schema =
@@ -33,52 +34,37 @@ class DamagedDatabaseTest final : public EngineTest
 private slots:
     void programGoesOnAndRecoversWithTheFile_data()
     {
-        QTest::addColumn<DatabaseDamage>("damage");
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<bool>("records");
-        const auto row = [](const char *name, DatabaseDamage damage, const char *line,
-                            bool records = false) {
-            QTest::newRow(name) << damage << QString::fromLatin1(line) << records;
-        };
-        row("empty file", DatabaseDamage::EMPTY, "", true);
-        row("garbage", DatabaseDamage::GARBAGE, "SQL Error: file is not a database");
-        row("cut off", DatabaseDamage::CUT_OFF, "SQL Error: database disk image is malformed");
-        row("folder", DatabaseDamage::FOLDER, "unable to open database file");
-        row("link to nowhere", DatabaseDamage::LOST_LINK, "unable to open database file");
-        row("pipe", DatabaseDamage::PIPE, "No regular file : ");
-        row("full disk", DatabaseDamage::FULL_DISK, "No regular file : ");
-        row("read-only", DatabaseDamage::READ_ONLY,
-            "SQL Error: attempt to write a readonly database");
-        row("other columns", DatabaseDamage::OTHER_COLUMNS,
-            "SQL Error: no such column: package_id");
-        row("a column more that must be given", DatabaseDamage::MORE_COLUMNS,
-            "SQL Error: NOT NULL constraint failed: packages.owner");
-        row("a view", DatabaseDamage::VIEW, "SQL Error: packages.db holds more than tables");
+        Rows<Damage, QString>()
+            .row("empty file", Damage::EMPTY, "")
+            .row("garbage", Damage::GARBAGE, "SQL Error: file is not a database")
+            .row("cut off", Damage::CUT_OFF, "SQL Error: database disk image is malformed")
+            .row("folder", Damage::FOLDER, "unable to open database file")
+            .row("link to nowhere", Damage::LOST_LINK, "unable to open database file")
+            .row("pipe", Damage::PIPE, "No regular file : ")
+            .row("full disk", Damage::FULL_DISK, "No regular file : ")
+            .row("read-only", Damage::READ_ONLY, "SQL Error: attempt to write a readonly database")
+            .row("other columns", Damage::OTHER_COLUMNS, "SQL Error: no such column: package_id")
+            .row("a column more that must be given", Damage::MORE_COLUMNS,
+                 "SQL Error: NOT NULL constraint failed: packages.owner")
+            .row("a view", Damage::VIEW, "SQL Error: packages.db holds more than tables");
     }
     void programGoesOnAndRecoversWithTheFile()
     {
-        QFETCH(DatabaseDamage, damage);
-        QFETCH(QString, line);
-        QFETCH(bool, records);
+        const auto [damage, line] = Rows<Damage, QString>::current();
         QVERIFY(makeDamagedDatabase(file(), damage, Table, Schema));
-        offer({7});
-        offer(Offer{8}.removing({"package-8"_s}));
         const LogCapture log;
-        QVERIFY(refresh());
+        QVERIFY(publish({{7}, Offer{8}.removing({"package-8"_s})}));
         QCOMPARE(controller().packages().size(), 2);
         checkThatPackagesCanBeInstalled();
-        QCOMPARE(recordedStatus(8), records ? 1 : -1);
+        QCOMPARE(recordedStatus(8), line.isEmpty() ? 1 : -1);
         QVERIFY2(line.isEmpty() ? log.count("SQL Error: "_s) == 0 : log.count(line) > 0,
-                 qPrintable(log.lines().join(QLatin1Char('\n'))));
+                 qPrintable(log.lines().join(u'\n')));
         // Without a record the installed version is unknown, but nothing prevents the installation.
         uninstall(8);
         QVERIFY(!hasFile(8));
 
         stop();
-        removeFile();
-        QVERIFY(refresh());
-        checkThatPackagesCanBeInstalled();
-        QCOMPARE(recordedStatus(8), 1);
+        recordReturnsWithoutTheFile();
         QVERIFY(restart());
         QCOMPARE(state(8), Package::INSTALLED);
         QCOMPARE(state(7), Package::AVAILABLE);
@@ -127,42 +113,35 @@ private slots:
     void whatMayHaveNoEndIsNotUsed_data()
     {
         const QString line = "SQL Error: packages.db holds more than tables"_s;
-        Rows<DatabaseDamage, QString, QString>()
-            .row("view", DatabaseDamage::ENDLESS_VIEW, QString(), line)
-            .row("view of another name", DatabaseDamage::EMPTY,
+        Rows<Damage, QString, QString>()
+            .row("view", Damage::ENDLESS_VIEW, QString(), line)
+            .row("view of another name", Damage::EMPTY,
                  "CREATE VIEW whole_versions AS WITH RECURSIVE c (package_id, version) AS "
                  "(SELECT 1, '' UNION ALL SELECT package_id + 1, '' FROM c) SELECT * "
                  "FROM c"_s,
                  line)
-            .row("trigger", DatabaseDamage::EMPTY,
+            .row("trigger", Damage::EMPTY,
                  "CREATE TRIGGER t AFTER INSERT ON packages BEGIN UPDATE packages SET "
                  "version = (WITH RECURSIVE c (id) AS (SELECT 1 UNION ALL SELECT id + 1 "
                  "FROM c) SELECT max(id) FROM c); END"_s,
                  line)
-            .row("virtual table", DatabaseDamage::EMPTY,
-                 "CREATE VIRTUAL TABLE other USING rtree(a, b, c)", line)
-            .row("pipe for a journal", DatabaseDamage::JOURNAL_PIPE, QString(),
-                 "No regular file : ");
+            .row("virtual table", Damage::EMPTY, "CREATE VIRTUAL TABLE other USING rtree(a, b, c)",
+                 line)
+            .row("pipe for a journal", Damage::JOURNAL_PIPE, QString(), "No regular file : ");
     }
     void whatMayHaveNoEndIsNotUsed()
     {
-        const auto [damage, statement, line] = Rows<DatabaseDamage, QString, QString>::current();
+        const auto [damage, statement, line] = Rows<Damage, QString, QString>::current();
         QVERIFY(makeDamagedDatabase(file(), damage, Table, Schema));
         QVERIFY(statement.isEmpty() || executeOn(file(), {Schema, statement}));
-        offer({7});
-        offer({8});
         const LogCapture log;
-        QVERIFY(refresh());
+        QVERIFY(publish({{7}, {8}}));
         QVERIFY(log.count(line) > 0);
         QCOMPARE(controller().packages().size(), 2);
         checkThatPackagesCanBeInstalled();
         uninstall(8);
 
-        // As soon as the obstacle is gone, there is a record again.
-        removeFile();
-        QVERIFY(refresh());
-        checkThatPackagesCanBeInstalled();
-        QCOMPARE(recordedStatus(8), 1);
+        recordReturnsWithoutTheFile();
     }
 
     void rowsWithoutMeasureAreNotRead()
@@ -178,32 +157,25 @@ private slots:
 
     void foreignValuesAreReadAsFarAsTheyGo_data()
     {
-        QTest::addColumn<QString>("values");
-        QTest::addColumn<State>("expected");
-        QTest::addColumn<QString>("version");
-        const auto row = [](const char *values, Package::State state, const char *version = "") {
-            QTest::newRow(values) << QString::fromLatin1(values) << state
-                                  << QString::fromLatin1(version);
-        };
-        row("8, '1.0.0', '1'", Package::INSTALLED, "1.0.0");
-        row("8, '1.0.0', 'installed'", Package::AVAILABLE);
-        row("8, '1.0.0', 1.0", Package::INSTALLED, "1.0.0");
-        row("8, '1.0.0', 99", Package::AVAILABLE);
-        row("8, '1.0.0', -1", Package::AVAILABLE);
-        row("8, NULL, 1", Package::INSTALLED);
-        row("8, x'ff00fe', 1", Package::INSTALLED, "?");
-        row("8, 1e300, 1", Package::INSTALLED, "1e+300");
-        row("8, zeroblob(1000000), 1", Package::INSTALLED);
-        row("NULL, '1.0.0', 1", Package::AVAILABLE);
-        row("'8', '1.0.0', 1", Package::INSTALLED, "1.0.0");
+        Rows<State, QString>()
+            .row("8, '1.0.0', '1'", Package::INSTALLED, "1.0.0")
+            .row("8, '1.0.0', 'installed'", Package::AVAILABLE, "")
+            .row("8, '1.0.0', 1.0", Package::INSTALLED, "1.0.0")
+            .row("8, '1.0.0', 99", Package::AVAILABLE, "")
+            .row("8, '1.0.0', -1", Package::AVAILABLE, "")
+            .row("8, NULL, 1", Package::INSTALLED, "")
+            .row("8, x'ff00fe', 1", Package::INSTALLED, "?")
+            .row("8, 1e300, 1", Package::INSTALLED, "1e+300")
+            .row("8, zeroblob(1000000), 1", Package::INSTALLED, "")
+            .row("NULL, '1.0.0', 1", Package::AVAILABLE, "")
+            .row("'8', '1.0.0', 1", Package::INSTALLED, "1.0.0");
     }
     void foreignValuesAreReadAsFarAsTheyGo()
     {
-        QFETCH(QString, values);
-        QFETCH(State, expected);
-        QFETCH(QString, version);
-        QVERIFY(executeOn(file(), {Schema, "INSERT INTO packages (package_id, version, "
-                                           "status) VALUES (%1)"_s.arg(values)}));
+        const auto [expected, version] = Rows<State, QString>::current();
+        QVERIFY(executeOn(file(),
+                          {Schema, "INSERT INTO packages (package_id, version, status) "
+                                   "VALUES (%1)"_s.arg(QLatin1String(QTest::currentDataTag()))}));
         QVERIFY(publish({{8}}));
         QCOMPARE(state(8), expected);
         const QString read = installedVersion(8);
@@ -278,7 +250,16 @@ private:
             QVERIFY(QFile::remove(file()));
     }
 
-    /// Installs and removes package 8, whatever the state of the database.
+    /// As soon as the obstacle is gone, there is a record again.
+    void recordReturnsWithoutTheFile()
+    {
+        removeFile();
+        QVERIFY(refresh());
+        checkThatPackagesCanBeInstalled();
+        QCOMPARE(recordedStatus(8), 1);
+    }
+
+    /// Installs package 8, whatever the state of the database.
     void checkThatPackagesCanBeInstalled()
     {
         QCOMPARE(state(8), Package::AVAILABLE);

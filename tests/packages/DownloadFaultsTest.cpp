@@ -1,5 +1,6 @@
 #include "tests/packages/UpdateSetup.h"
 #include "tests/support/Archives.h"
+#include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 
 #include <QStorageInfo>
@@ -12,6 +13,7 @@ namespace {
 /// A fault during the download of an update, and the expected outcome.
 struct Fault
 {
+    QByteArray name;
     HttpResource resource; ///< what the server does
     QByteArray part;       ///< what lies in the cache folder before; null for no file
     Package::State state;  ///< how the update ends
@@ -31,6 +33,8 @@ constexpr int HugePatienceInMilliseconds = 240000;
 const QString Elsewhere = "/elsewhere.7z"_s;
 const QByteArray Page = "<html><body>Something went wrong here.</body></html>";
 
+using Faults = QVector<Fault>;
+
 /// A placeholder for the same file under another name of the server.
 const QByteArray OtherHost = "other host";
 
@@ -45,30 +49,23 @@ class DownloadFaultsTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        m_archive = archiveOf(updateFiles(), "7z"_s);
-        m_otherArchive = archiveOf(updateFiles(2, 300000), "7z"_s);
-        m_size = m_archive.size();
-        QVERIFY(m_size > 200000 && m_otherArchive.size() > 300000);
-    }
+    void initTestCase() { QVERIFY(m_size > 200000 && m_otherArchive.size() > 300000); }
 
     void faultCostsNothing_data()
     {
-        QTest::addColumn<Fault>("fault");
-        QTest::addColumn<bool>("nextRun");
-        addBrokenConnections();
-        addProbes();
-        addErrorPages();
-        addRedirects();
-        addRanges();
-        addBodies();
-        addLocalFiles();
+        Rows<Fault, bool> rows;
+        for (const Faults &faults : {brokenConnections(), probes(), errorPages(), redirects(),
+                                     ranges(), bodies(), localFiles()}) {
+            for (const Fault &fault : faults) {
+                rows.row(fault.name + ", tried again", fault, false);
+                if (fault.state == Package::DOWNLOAD_ERROR)
+                    rows.row(fault.name + ", next run", fault, true);
+            }
+        }
     }
     void faultCostsNothing()
     {
-        QFETCH(Fault, fault);
-        QFETCH(bool, nextRun);
+        auto [fault, nextRun] = Rows<Fault, bool>::current();
         const LogCapture log;
         UpdateSetup setup;
         if (QStorageInfo(setup.engine().profile().home()).bytesAvailable() < fault.neededDisk)
@@ -103,223 +100,208 @@ private slots:
     }
 
 private:
-    void addBrokenConnections() const
+    Faults brokenConnections() const
     {
         constexpr int Cut = 100000;
         const QByteArray part = m_archive.left(Cut);
-        for (const QByteArray &before : {QByteArray(), part}) {
-            Fault refused = failing(healthy(), before, unreachable(), before.isNull() ? "" : part);
-            refused.serverIsDown = true;
-            addRow(before.isNull() ? "connection refused" : "connection refused, with a part",
-                   refused);
-        }
-        HttpResource cut = healthy();
-        cut.cutAfter = Cut;
         const QStringList cutLog = transferError() + sizeError(Cut, m_size);
-        addRow("cut before its length", failing(cut, {}, cutLog, part));
-        HttpResource torn = cut;
-        torn.chunked = true;
-        torn.cutsInsideChunk = true;
-        addRow("cut inside a chunk", failing(torn, {}, cutLog, part));
-        HttpResource open = cut;
-        open.getWithoutLength = true;
-        // The end of the connection counts as the end of the body; only the size shows the fault.
-        addRow("cut without a length", unfit(open, {}, sizeError(Cut, m_size)));
-        cut.cutAfter = 0;
-        addRow("cut before the first byte",
-               failing(cut, {}, transferError() + sizeError(0, m_size), ""));
-        HttpResource reset = healthy();
-        reset.resetAfter = Cut;
         const QString resetSize = "Size Error : *addon.7z : * of %1 bytes"_s.arg(m_size);
-        Fault fault = failing(reset, {}, transferError() + QStringList(resetSize), part);
-        fault.leftMayBeShorter = true;
-        addRow("reset", fault);
+        Fault refused = failing("connection refused", healthy(), {}, unreachable(), "");
+        Fault refusedPart =
+            failing("connection refused, with a part", healthy(), part, unreachable(), part);
+        refused.serverIsDown = refusedPart.serverIsDown = true;
+        Fault reset = failing("reset", healthy(with(&HttpResource::resetAfter, Cut)), {},
+                              transferError() + QStringList(resetSize), part);
+        reset.leftMayBeShorter = true;
+        return {refused, refusedPart,
+                failing("cut before its length", healthy(with(&HttpResource::cutAfter, Cut)), {},
+                        cutLog, part),
+                failing("cut inside a chunk",
+                        healthy(with(&HttpResource::cutAfter, Cut, &HttpResource::chunked, true,
+                                     &HttpResource::cutsInsideChunk, true)),
+                        {}, cutLog, part),
+                // The end of the connection counts as the end of the body; only the size shows
+                // the fault.
+                unfit("cut without a length",
+                      healthy(with(&HttpResource::cutAfter, Cut, &HttpResource::getWithoutLength,
+                                   true)),
+                      {}, sizeError(Cut, m_size)),
+                failing("cut before the first byte", healthy(with(&HttpResource::cutAfter, 0)), {},
+                        transferError() + sizeError(0, m_size), ""),
+                reset};
     }
 
-    void addProbes() const
+    Faults probes() const
     {
         const QByteArray part = m_archive.left(1000);
         const QStringList appended = sizeError(m_size + 1000, m_size);
-        for (const int status : {403, 404, 405, 500}) {
-            HttpResource probe = healthy();
-            probe.headStatus = status;
-            const QString name = "HEAD answers %1"_s.arg(status);
+        Faults faults;
+        for (const int status :
+             {HttpStatus::FORBIDDEN, HttpStatus::NOT_FOUND, HttpStatus::METHOD_NOT_ALLOWED,
+              HttpStatus::INTERNAL_SERVER_ERROR}) {
+            const HttpResource probe = healthy(with(&HttpResource::headStatus, status));
+            const QByteArray name = "HEAD answers " + QByteArray::number(status);
             // The transfer continues after the error. Its file is complete and is used at the next
             // try.
-            addRow(name, failing(probe, {}, probeError(), m_archive));
+            faults += failing(name, probe, {}, probeError(), m_archive);
             // Without a size nothing is resumed: the whole file is appended to the part.
-            addRow(name + ", with a part"_s,
-                   failing(probe, part, probeError() + appended, part + m_archive));
+            faults += failing(name + ", with a part", probe, part, probeError() + appended,
+                              part + m_archive);
         }
-        HttpResource silent = healthy();
-        silent.headWithoutLength = true;
-        addRow("HEAD without a length", installing(silent));
-        addRow("HEAD without a length, with a part", unfit(silent, part, appended));
-        HttpResource dateless = healthy();
-        dateless.headWithoutDate = true;
-        addRow("HEAD without a date", installing(dateless));
-        addRow("HEAD without a date, with a part", unfit(dateless, part, appended));
-        HttpResource lying = healthy();
-        lying.headLength = 5000;
-        addRow("HEAD with too small a length", installing(lying, {}, sizeError(m_size, 5000)));
-        addRow("HEAD with the length of the part", unfit(lying, m_archive.left(5000)));
-        lying.headLength = m_size + 5000;
-        addRow("HEAD with too large a length",
-               installing(lying, {}, sizeError(m_size, m_size + 5000)));
+        const HttpResource silent = healthy(with(&HttpResource::headWithoutLength, true));
+        const HttpResource dateless = healthy(with(&HttpResource::headWithoutDate, true));
+        const HttpResource less = healthy(with(&HttpResource::headLength, 5000));
+        const HttpResource more = healthy(with(&HttpResource::headLength, m_size + 5000));
+        return faults +
+               Faults{installing("HEAD without a length", silent),
+                      unfit("HEAD without a length, with a part", silent, part, appended),
+                      installing("HEAD without a date", dateless),
+                      unfit("HEAD without a date, with a part", dateless, part, appended),
+                      installing("HEAD with too small a length", less, {}, sizeError(m_size, 5000)),
+                      unfit("HEAD with the length of the part", less, m_archive.left(5000)),
+                      installing("HEAD with too large a length", more, {},
+                                 sizeError(m_size, m_size + 5000))};
     }
 
     // Fixed, see docs/compatibility.md.
-    void addErrorPages() const
+    Faults errorPages() const
     {
         const QByteArray part = m_archive.left(1000);
-        for (const int status : {403, 404, 500, 503}) {
-            HttpResource page = serving(Page);
-            page.getStatus = status;
-            const QString name = "GET answers %1"_s.arg(status);
-            addRow(name, failing(page, {}, unreachable(), {}));
-            addRow(name + ", with a part"_s, failing(page, part, unreachable(), part));
+        Faults faults;
+        for (const int status :
+             {HttpStatus::FORBIDDEN, HttpStatus::NOT_FOUND, HttpStatus::INTERNAL_SERVER_ERROR,
+              HttpStatus::SERVICE_UNAVAILABLE}) {
+            const HttpResource page = serving(Page, with(&HttpResource::getStatus, status));
+            const QByteArray name = "GET answers " + QByteArray::number(status);
+            faults += failing(name, page, {}, unreachable(), {});
+            faults += failing(name + ", with a part", page, part, unreachable(), part);
         }
-        HttpResource late = serving(Page);
-        late.getStatus = 500;
-        late.failsOnlyGet = true;
-        late.headLength = m_size;
-        addRow("only the GET answers 500, with a part", failing(late, part, transferError(), part));
-        late.cutAfter = 10;
-        addRow("only the GET answers 500 and is cut, with a part",
-               failing(late, part, transferError(), part));
-        addRow("page in the place of the archive", unfit(serving(Page)));
-        addRow("page in the place of the archive, with a part", unfit(serving(Page), part));
-        HttpResource dateless = serving(Page);
-        dateless.headWithoutDate = true;
-        addRow("page without a date, with a part",
-               unfit(dateless, part, sizeError(1000 + Page.size(), Page.size())));
+        const HttpResource late = serving(
+            Page, with(&HttpResource::getStatus, HttpStatus::INTERNAL_SERVER_ERROR,
+                       &HttpResource::failsOnlyGet, true, &HttpResource::headLength, m_size));
+        HttpResource cut = late;
+        cut.cutAfter = 10;
+        return faults +
+               Faults{failing("only the GET answers 500, with a part", late, part, transferError(),
+                              part),
+                      failing("only the GET answers 500 and is cut, with a part", cut, part,
+                              transferError(), part),
+                      unfit("page in the place of the archive", serving(Page)),
+                      unfit("page in the place of the archive, with a part", serving(Page), part),
+                      unfit("page without a date, with a part",
+                            serving(Page, with(&HttpResource::headWithoutDate, true)), part,
+                            sizeError(1000 + Page.size(), Page.size()))};
     }
 
-    void addRedirects() const
+    Faults redirects() const
     {
-        HttpResource redirect;
-        redirect.redirect = "/elsewhere.7z";
-        addRow("redirect", installing(redirect));
-        addRow("redirect, with a part", installing(redirect, m_archive.left(1000)));
-        redirect.redirect = OtherHost;
-        addRow("redirect to another host", installing(redirect));
-        redirect.redirect = "/addon.7z";
-        addRow("redirect loop", failing(redirect, {}, unreachable(), ""));
-        redirect.redirect = TestHttpServer::refusingUrl("/addon.7z"_s).toLatin1();
-        addRow("redirect to a server that is down", failing(redirect, {}, unreachable(), ""));
+        const auto to = [](const QByteArray &address) {
+            return serving({}, with(&HttpResource::redirect, address));
+        };
+        const QByteArray down = TestHttpServer::refusingUrl("/addon.7z"_s).toLatin1();
+        return {installing("redirect", to("/elsewhere.7z")),
+                installing("redirect, with a part", to("/elsewhere.7z"), m_archive.left(1000)),
+                installing("redirect to another host", to(OtherHost)),
+                failing("redirect loop", to("/addon.7z"), {}, unreachable(), ""),
+                failing("redirect to a server that is down", to(down), {}, unreachable(), "")};
     }
 
-    void addRanges() const
+    Faults ranges() const
     {
         const QByteArray part = m_archive.left(1000);
-        HttpResource displaced = healthy();
-        displaced.rangeDisplacement = 500;
-        addRow("206 at another place", installing(displaced, part));
-        HttpResource silent = healthy();
-        silent.hidesContentRange = true;
-        addRow("206 without a place", installing(silent, part));
-        HttpResource ignoring = healthy();
-        ignoring.ignoresRange = true;
-        addRow("200 to a range", installing(ignoring, part));
-        ignoring.cutAfter = 500;
-        addRow(
-            "200 to a range, cut",
-            failing(ignoring, part, transferError() + sizeError(500, m_size), m_archive.left(500)));
-        HttpResource refusing = healthy();
-        refusing.refusesRange = true;
-        addRow("416 with a page", failing(refusing, part, transferError(), {}));
+        return {
+            installing("206 at another place", healthy(with(&HttpResource::rangeDisplacement, 500)),
+                       part),
+            installing("206 without a place", healthy(with(&HttpResource::hidesContentRange, true)),
+                       part),
+            installing("200 to a range", healthy(with(&HttpResource::ignoresRange, true)), part),
+            failing("200 to a range, cut",
+                    healthy(with(&HttpResource::ignoresRange, true, &HttpResource::cutAfter, 500)),
+                    part, transferError() + sizeError(500, m_size), m_archive.left(500)),
+            failing("416 with a page", healthy(with(&HttpResource::refusesRange, true)), part,
+                    transferError(), {})};
     }
 
-    void addBodies() const
+    Faults bodies() const
     {
         constexpr int Cut = 100000;
         const int otherSize = m_otherArchive.size();
         // Only the size could show that the part does not belong to the new file.
-        for (const int cut : {Cut, m_size + 1}) {
-            HttpResource changing = serving(m_otherArchive);
-            changing.cutAfter = cut;
-            Fault fault = failing(changing, {}, transferError() + sizeError(cut, otherSize),
-                                  m_otherArchive.left(cut));
-            fault.tries = cut == Cut ? 2 : 1;
-            addRow(cut == Cut ? "another file since the last try, larger than the part"
-                              : "another file since the last try, smaller than the part",
-                   fault);
-        }
-        HttpResource changed = serving(m_otherArchive);
-        changed.laterBody = m_archive;
-        addRow("another file since the probe",
-               unfit(changed, m_otherArchive.left(Cut), sizeError(m_size, otherSize)));
-        HttpResource compressed = healthy();
-        compressed.compresses = true;
-        addRow("gzip where it is accepted", installing(compressed));
-        HttpResource gzip = healthy();
-        gzip.compressesUnasked = true;
-        addRow("gzip without being asked", installing(gzip));
-        addRow("gzip without being asked, with a part", installing(gzip, m_archive.left(Cut)));
-        HttpResource huge;
-        huge.generatedSize = HugeSize;
-        Fault large = unfit(huge);
-        large.neededDisk = HugeSize + MinimumFreeDisk;
-        addRow("more than 4 GiB that are no archive", large);
-        addRow("empty body", unfit(serving("")));
-        HttpResource emptied = healthy();
-        emptied.laterBody = "";
-        addRow("empty body against the probe", unfit(emptied, {}, sizeError(0, m_size)));
+        const auto changing = [&](const QByteArray &name, int cut, int tries) {
+            Fault fault =
+                failing(name, serving(m_otherArchive, with(&HttpResource::cutAfter, cut)), {},
+                        transferError() + sizeError(cut, otherSize), m_otherArchive.left(cut));
+            fault.tries = tries;
+            return fault;
+        };
+        const HttpResource gzip = healthy(with(&HttpResource::compressesUnasked, true));
+        Fault huge = unfit("more than 4 GiB that are no archive",
+                           serving({}, with(&HttpResource::generatedSize, HugeSize)));
+        huge.neededDisk = HugeSize + MinimumFreeDisk;
+        return {
+            changing("another file since the last try, larger than the part", Cut, 2),
+            changing("another file since the last try, smaller than the part", m_size + 1, 1),
+            unfit("another file since the probe",
+                  serving(m_otherArchive, with(&HttpResource::laterBody, m_archive)),
+                  m_otherArchive.left(Cut), sizeError(m_size, otherSize)),
+            installing("gzip where it is accepted", healthy(with(&HttpResource::compresses, true))),
+            installing("gzip without being asked", gzip),
+            installing("gzip without being asked, with a part", gzip, m_archive.left(Cut)),
+            huge,
+            unfit("empty body", serving("")),
+            unfit("empty body against the probe",
+                  healthy(with(&HttpResource::laterBody, QByteArray(""))), {},
+                  sizeError(0, m_size))};
     }
 
-    void addLocalFiles() const
+    Faults localFiles() const
     {
         const QByteArray junk(m_size, 'x');
-        addRow("part", installing(healthy(), m_archive.left(1000)));
-        addRow("empty part", installing(healthy(), ""));
-        addRow("whole file", installing(healthy(), m_archive));
-        addRow("file that is too long", installing(healthy(), m_archive + "more"));
-        addRow("part of something else", unfit(healthy(), junk.left(1000)));
-        addRow("something else of the same size", unfit(healthy(), junk));
+        return {installing("part", healthy(), m_archive.left(1000)),
+                installing("empty part", healthy(), ""),
+                installing("whole file", healthy(), m_archive),
+                installing("file that is too long", healthy(), m_archive + "more"),
+                unfit("part of something else", healthy(), junk.left(1000)),
+                unfit("something else of the same size", healthy(), junk)};
     }
 
-    void addRow(const QString &name, const Fault &fault) const
-    {
-        QTest::addRow("%s, tried again", qPrintable(name)) << fault << false;
-        if (fault.state == Package::DOWNLOAD_ERROR)
-            QTest::addRow("%s, next run", qPrintable(name)) << fault << true;
-    }
-    void addRow(const char *name, const Fault &fault) const
-    {
-        addRow(QString::fromUtf8(name), fault);
-    }
     /// A download that fails and leaves these bytes in the cache.
-    static Fault failing(const HttpResource &resource, const QByteArray &part,
-                         const QStringList &log, const QByteArray &left)
+    static Fault failing(const QByteArray &name, const HttpResource &resource,
+                         const QByteArray &part, const QStringList &log, const QByteArray &left)
     {
-        return {resource, part, Package::DOWNLOAD_ERROR, log, left};
+        return {name, resource, part, Package::DOWNLOAD_ERROR, log, left};
     }
     /// An archive that is refused before anything is changed, with these lines in the log.
-    static Fault unfit(const HttpResource &resource, const QByteArray &part = {},
-                       const QStringList &log = {})
+    static Fault unfit(const QByteArray &name, const HttpResource &resource,
+                       const QByteArray &part = {}, const QStringList &log = {})
     {
         const QStringList end = turnedAway("The downloaded archive is damaged*"_s);
-        return {resource, part, Package::INSTALL_ERROR, log + end, {}};
+        return {name, resource, part, Package::INSTALL_ERROR, log + end, {}};
     }
     /// An update that succeeds, with these lines in the log.
-    static Fault installing(const HttpResource &resource, const QByteArray &part = {},
-                            const QStringList &log = {})
+    static Fault installing(const QByteArray &name, const HttpResource &resource,
+                            const QByteArray &part = {}, const QStringList &log = {})
     {
-        return {resource, part, Package::INSTALLED, log + unpacked(), {}};
+        return {name, resource, part, Package::INSTALLED, log + unpacked(), {}};
     }
     static QStringList unreachable() { return probeError() + transferError(); }
 
-    static HttpResource serving(const QByteArray &body)
+    static HttpResource serving(const QByteArray &body, const ResourceChange &change = {})
     {
         HttpResource resource;
         resource.body = body;
+        if (change)
+            change(resource);
         return resource;
     }
-    HttpResource healthy() const { return serving(m_archive); }
+    HttpResource healthy(const ResourceChange &change = {}) const
+    {
+        return serving(m_archive, change);
+    }
 
-    QByteArray m_archive;
-    QByteArray m_otherArchive; ///< larger
-    int m_size = 0;
+    const QByteArray m_archive = archiveOf(updateFiles(), "7z"_s);
+    const QByteArray m_otherArchive = archiveOf(updateFiles(2, 300000), "7z"_s); ///< larger
+    const int m_size = m_archive.size();
 };
 
 KAVO_TEST_MAIN(DownloadFaultsTest)

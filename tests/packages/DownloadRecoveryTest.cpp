@@ -11,7 +11,7 @@ using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
 Q_DECLARE_METATYPE(Files)
-Q_DECLARE_METATYPE(HttpResource)
+Q_DECLARE_METATYPE(ResourceChange)
 
 /// Downloads that find something else in the cache folder, that are interrupted by the end of the
 /// program, or that use the same file. No file of the user's is lost, and a later try ends with the
@@ -19,6 +19,10 @@ Q_DECLARE_METATYPE(HttpResource)
 class DownloadRecoveryTest final : public QObject
 {
     Q_OBJECT
+
+    /// How the server holds its answer, the size of the part in the cache, what lies there when
+    /// the program ends, and the range that the next try asks for.
+    using Ends = Rows<ResourceChange, int, QByteArray, QByteArray>;
 
 private slots:
     void placeTakenInTheCacheCostsNothing_data()
@@ -28,12 +32,12 @@ private slots:
             QStringList{"Write Error : "_s + loss, "Download Error - "_s + loss} +
             sizeError(0, m_size);
         Rows<QString, Files, QStringList>()
-            .row("empty folder", QString(), Files(), lines)
+            .row("empty folder", QString(), {}, lines)
             .row("folder with an archive", QString(),
-                 Files{{"inner.7z"_s, archiveOf(updateFiles(2), "7z"_s)}}, lines)
-            .row("link into a folder that is missing", "/no/such/folder/file", Files(), lines)
-            .row("link to a full device", "/dev/full", Files(), lines)
-            .row("link to an endless device", "/dev/zero", Files(), lines);
+                 {{"inner.7z"_s, archiveOf(updateFiles(2), "7z"_s)}}, lines)
+            .row("link into a folder that is missing", "/no/such/folder/file", {}, lines)
+            .row("link to a full device", "/dev/full", {}, lines)
+            .row("link to an endless device", "/dev/zero", {}, lines);
     }
     void placeTakenInTheCacheCostsNothing()
     {
@@ -58,41 +62,29 @@ private slots:
 
     void endOfTheProgramCostsNothing_data()
     {
-        QTest::addColumn<HttpResource>("resource");
-        QTest::addColumn<int>("part");
-        QTest::addColumn<QByteArray>("left");
-        QTest::addColumn<QByteArray>("range");
-        HttpResource probe = healthy();
-        probe.holdsHead = true;
-        QTest::newRow("before the probe is answered") << probe << 0 << QByteArray() << QByteArray();
-        QTest::newRow("before the probe is answered, with a part")
-            << probe << 1000 << m_archive.left(1000) << QByteArray("bytes=1000-");
-        HttpResource answer = healthy();
-        answer.holdsGet = true;
-        QTest::newRow("before the transfer is answered")
-            << answer << 0 << QByteArray() << QByteArray();
-        HttpResource body = healthy();
-        body.holdAfter = 70000;
-        QTest::newRow("inside the body")
-            << body << 0 << m_archive.left(70000) << QByteArray("bytes=70000-");
-        QTest::newRow("inside the resumed body")
-            << body << 1000 << m_archive.left(71000) << QByteArray("bytes=71000-");
+        const ResourceChange probe = with(&HttpResource::holdsHead, true);
+        const ResourceChange body = with(&HttpResource::holdAfter, 70000);
+        Ends()
+            .row("before the probe is answered", probe, 0, {}, {})
+            .row("before the probe is answered, with a part", probe, 1000, m_archive.left(1000),
+                 "bytes=1000-")
+            .row("before the transfer is answered", with(&HttpResource::holdsGet, true), 0, {}, {})
+            .row("inside the body", body, 0, m_archive.left(70000), "bytes=70000-")
+            .row("inside the resumed body", body, 1000, m_archive.left(71000), "bytes=71000-");
     }
     void endOfTheProgramCostsNothing()
     {
-        QFETCH(HttpResource, resource);
-        QFETCH(int, part);
-        QFETCH(QByteArray, left);
-        QFETCH(QByteArray, range);
+        const auto [hold, part, left, range] = Ends::current();
         LogCapture log;
         UpdateSetup setup;
         if (part > 0)
             QVERIFY(writeFile(setup.cached(), m_archive.left(part)));
-        setup.serve(resource);
+        setup.serve(healthy());
+        hold(setup.resource());
         setup.engine().server().forgetRequests();
         log.clear();
         setup.startUpdate();
-        QVERIFY(setup.engine().server().waitForRequests(resource.holdsHead ? 1 : 2));
+        QVERIFY(setup.engine().server().waitForRequests(setup.resource().holdsHead ? 1 : 2));
         QTRY_VERIFY(readFile(setup.cached()) == left);
         setup.engine().stop();
         QVERIFY(log.lines().isEmpty());
@@ -109,10 +101,10 @@ private slots:
     void cutArchivesOfOneNameRecover_data()
     {
         Rows<QVector<int>>()
-            .row("in the same order", QVector<int>{1, 2})
-            .row("in the other order", QVector<int>{2, 1})
-            .row("only the first", QVector<int>{1})
-            .row("only the second", QVector<int>{2});
+            .row("in the same order", {1, 2})
+            .row("in the other order", {2, 1})
+            .row("only the first", {1})
+            .row("only the second", {2});
     }
     void cutArchivesOfOneNameRecover()
     {
@@ -142,7 +134,7 @@ private slots:
             const HttpRequest get = engine.server().last("GET", "/%1/data.7z"_s.arg(id));
             QCOMPARE(get.header("Range"),
                      QByteArray("bytes=" + QByteArray::number(50000 * id) + '-'));
-            QCOMPARE(engine.package(id)->state(), Package::INSTALLED);
+            QCOMPARE(engine.state(id), Package::INSTALLED);
             QVERIFY(readFile(engine.simulator(Engine::fileOf(id))) == noise(quint32(id)));
         }
     }
@@ -193,11 +185,8 @@ private slots:
         Engine engine;
         for (int id = 1; id <= Count; ++id) {
             engine.offer(Offer{id}.bringing({{Engine::fileOf(id), noise(quint32(id), SizeOfAll)}}));
-        }
-        const auto archive = [](int id) { return "/package-%1-1.0.zip"_s.arg(id); };
-        for (int id = 1; id <= Count; ++id) {
             if (hasFault(id))
-                engine.server().resource(archive(id)).cutAfter = id;
+                engine.archive(id).cutAfter = id;
         }
         QVERIFY(engine.refresh());
         for (int id = 1; id <= Count; ++id)
@@ -210,14 +199,15 @@ private slots:
                     (package->state() == Package::INSTALLED && !hasFault(id)));
         }
         for (int id = 1; id <= Count; ++id) {
-            QTRY_VERIFY(engine.downloads()->find(engine.server().url(archive(id))).isNull());
-            engine.server().resource(archive(id)).cutAfter.reset();
-            if (engine.package(id)->state() != Package::INSTALLED)
+            const QString url = engine.server().url("/package-%1-1.0.zip"_s.arg(id));
+            QTRY_VERIFY(engine.downloads()->find(url).isNull());
+            engine.archive(id).cutAfter.reset();
+            if (engine.state(id) != Package::INSTALLED)
                 engine.install(id);
         }
         Files expected{{"X-Plane-x86_64"_s, readFile(engine.simulator("X-Plane-x86_64"_s))}};
         for (int id = 1; id <= Count; ++id) {
-            QTRY_COMPARE_WITH_TIMEOUT(engine.package(id)->state(), Package::INSTALLED, Patience);
+            QTRY_COMPARE_WITH_TIMEOUT(engine.state(id), Package::INSTALLED, Patience);
             expected.insert(Engine::fileOf(id), noise(quint32(id), SizeOfAll));
         }
         QTRY_VERIFY(!engine.controller().isBusy());

@@ -6,8 +6,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QTest>
 
 #include <functional>
 #include <limits>
@@ -18,25 +16,16 @@ using namespace Kavo::Testing;
 
 namespace {
 
-QString zeroInside()
-{
-    return QString(QLatin1String("a\0b", 3));
-}
+const QString ZeroInside = "a\0b"_s;
+const QString LongName(5000, u'x');
+const QString DeepPath = "x/"_s.repeated(2500) + "x"_s;
 
-QString longName()
+/// Writes a version file of the package and one of the shared library.
+bool writeVersionFiles(const QString &folder, const char *own, const char *ofLibrary)
 {
-    return QString(5000, QLatin1Char('x'));
-}
-
-QString deepPath()
-{
-    return "x/"_s.repeated(2500) + "x"_s;
-}
-
-/// A version file with this version.
-QByteArray versionFile(const char *version)
-{
-    return QByteArray("Kavo\nPackage\n") + version + '\n';
+    const QByteArray head = "Kavo\nPackage\n";
+    return writeFiles(folder, {{"Kavo_version.txt"_s, head + own + '\n'},
+                               {"lib/Kavo_Library/Kavo_version.txt"_s, head + ofLibrary + '\n'}});
 }
 
 /// Replaces a file by something else.
@@ -54,45 +43,37 @@ class HostileCatalogueTest final : public EngineTest
 private slots:
     void pathsOfRulesTouchNothingOfOthers_data()
     {
-        QTest::addColumn<QString>("entry");
-        QTest::addColumn<bool>("skipped");
-        const auto skipped = [](const char *name, const QString &entry) {
-            QTest::newRow(name) << entry << true;
-        };
-        skipped("empty", QString());
-        skipped("the simulator", "."_s);
-        skipped("the simulator by way of a child", "Output/.."_s);
-        skipped("the simulator by its name", "../@NAME@"_s);
-        skipped("the simulator by its path", "@SIM@"_s);
-        skipped("parent", ".."_s);
-        skipped("two up", "../.."_s);
-        skipped("out by way of a child", "Output/../.."_s);
-        skipped("absolute", "@OUTSIDE@/victim.txt"_s);
-        skipped("absolute with doubled separators", "//@OUTSIDE@//deep"_s);
-        skipped("the simulator by way of a link", "up/@NAME@"_s);
-        skipped("through a link and up", "way out/../.."_s);
-        skipped("up and through a link", "../@NAME@/way out/victim.txt"_s);
-        skipped("through a link to nowhere", "lost/file"_s);
-        skipped("zero character", zeroInside());
-        // These paths stay inside the folder and name nothing that exists.
-        const auto harmless = [](const char *name, const QString &entry) {
-            QTest::newRow(name) << entry << false;
-        };
-        harmless("blanks", "   "_s);
-        harmless("backslashes", R"(Output\..\..\outside)"_s);
-        harmless("long name", longName());
-        harmless("deep path", deepPath());
-        harmless("file where a folder is expected", "plain/inside"_s);
-        harmless("colon in front", "./:outside"_s);
-        harmless("byte order mark before an absolute path", "./\ufeff@OUTSIDE@/victim.txt"_s);
-        harmless("looks like an option", "-rf"_s);
-        harmless("stars", "*"_s);
-        harmless("home", "~"_s);
+        Rows<QString, bool>()
+            .row("empty", QString(), true)
+            .row("the simulator", ".", true)
+            .row("the simulator by way of a child", "Output/..", true)
+            .row("the simulator by its name", "../@NAME@", true)
+            .row("the simulator by its path", "@SIM@", true)
+            .row("parent", "..", true)
+            .row("two up", "../..", true)
+            .row("out by way of a child", "Output/../..", true)
+            .row("absolute", "@OUTSIDE@/victim.txt", true)
+            .row("absolute with doubled separators", "//@OUTSIDE@//deep", true)
+            .row("the simulator by way of a link", "up/@NAME@", true)
+            .row("through a link and up", "way out/../..", true)
+            .row("up and through a link", "../@NAME@/way out/victim.txt", true)
+            .row("through a link to nowhere", "lost/file", true)
+            .row("zero character", ZeroInside, true)
+            // These paths stay inside the folder and name nothing that exists.
+            .row("blanks", "   ", false)
+            .row("backslashes", R"(Output\..\..\outside)", false)
+            .row("long name", LongName, false)
+            .row("deep path", DeepPath, false)
+            .row("file where a folder is expected", "plain/inside", false)
+            .row("colon in front", "./:outside", false)
+            .row("byte order mark before an absolute path", "./\ufeff@OUTSIDE@/victim.txt", false)
+            .row("looks like an option", "-rf", false)
+            .row("stars", "*", false)
+            .row("home", "~", false);
     }
     void pathsOfRulesTouchNothingOfOthers()
     {
-        QFETCH(QString, entry);
-        QFETCH(bool, skipped);
+        auto [entry, skipped] = Rows<QString, bool>::current();
         entry = filledIn(entry);
         makeOtherPeoplesFiles();
         // Before the other removal rule, which must still be applied.
@@ -122,51 +103,39 @@ private slots:
 
     void extractFolderStaysInside_data()
     {
-        QTest::addColumn<QString>("extract");
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<bool>("skipped");
-        const auto accepted = [](const char *name, const QString &extract, const QString &folder) {
-            QTest::newRow(name) << extract << folder << false;
-        };
-        const auto refused = [](const char *name, const QString &extract) {
-            QTest::newRow(name) << extract << QString() << true;
-        };
-        const auto failing = [](const char *name, const QString &extract) {
-            QTest::newRow(name) << extract << QString() << false;
-        };
-        accepted("empty", QString(), "./"_s);
-        accepted("dot", "./"_s, "./"_s);
-        accepted("the simulator by way of a child", "a/.."_s, "./"_s);
-        accepted("folders that are yet to be made", "Custom Scenery/New/Field"_s,
-                 "Custom Scenery/New/Field/"_s);
-        accepted("blanks", "   "_s, "   /"_s);
-        accepted("backslashes", R"(a\..\..\b)"_s, R"(a\..\..\b/)"_s);
-        accepted("colon in front once clean", "./:a"_s, ":a/"_s);
-        accepted("colon in front", ":/a"_s, ":/a/"_s);
-        accepted("byte order mark before an absolute path", "./\ufeff@OUTSIDE@"_s,
-                 QChar(0xfeff) + "@OUTSIDE@/"_s);
-        accepted("looks like an option", "-y"_s, "-y/"_s);
-        accepted("looks like a list of files", "@a"_s, "@a/"_s);
-        accepted("home", "~"_s, "~/"_s);
-        refused("parent", ".."_s);
-        refused("two up", "../.."_s);
-        refused("out by way of a child", "a/../.."_s);
-        refused("the simulator by its name", "../@NAME@"_s);
-        refused("the simulator by its path", "@SIM@"_s);
-        refused("absolute", "@OUTSIDE@"_s);
-        refused("zero character", zeroInside());
-        failing("long name", longName());
-        failing("stars", "*/a*b"_s);
-        failing("deep path", deepPath());
-        failing("file where a folder is expected", "plain"_s);
-        failing("folder below a file", "plain/folder"_s);
-        failing("link to nowhere", "lost"_s);
+        Rows<QString, QString, bool>()
+            .row("empty", QString(), "./", false)
+            .row("dot", "./", "./", false)
+            .row("the simulator by way of a child", "a/..", "./", false)
+            .row("folders that are yet to be made", "Custom Scenery/New/Field",
+                 "Custom Scenery/New/Field/", false)
+            .row("blanks", "   ", "   /", false)
+            .row("backslashes", R"(a\..\..\b)", R"(a\..\..\b/)", false)
+            .row("colon in front once clean", "./:a", ":a/", false)
+            .row("colon in front", ":/a", ":/a/", false)
+            .row("byte order mark before an absolute path", "./\ufeff@OUTSIDE@",
+                 QChar(0xfeff) + "@OUTSIDE@/"_s, false)
+            .row("looks like an option", "-y", "-y/", false)
+            .row("looks like a list of files", "@a", "@a/", false)
+            .row("home", "~", "~/", false)
+            .row("parent", "..", QString(), true)
+            .row("two up", "../..", QString(), true)
+            .row("out by way of a child", "a/../..", QString(), true)
+            .row("the simulator by its name", "../@NAME@", QString(), true)
+            .row("the simulator by its path", "@SIM@", QString(), true)
+            .row("absolute", "@OUTSIDE@", QString(), true)
+            .row("zero character", ZeroInside, QString(), true)
+            // Inside, but nothing can be unpacked there.
+            .row("long name", LongName, QString(), false)
+            .row("stars", "*/a*b", QString(), false)
+            .row("deep path", DeepPath, QString(), false)
+            .row("file where a folder is expected", "plain", QString(), false)
+            .row("folder below a file", "plain/folder", QString(), false)
+            .row("link to nowhere", "lost", QString(), false);
     }
     void extractFolderStaysInside()
     {
-        QFETCH(QString, extract);
-        QFETCH(QString, folder);
-        QFETCH(bool, skipped);
+        auto [extract, folder, skipped] = Rows<QString, QString, bool>::current();
         extract = filledIn(extract);
         folder = filledIn(folder);
         makeOtherPeoplesFiles();
@@ -188,7 +157,7 @@ private slots:
         // Empty folders may stay.
         FileTree after = world();
         for (const QString &path : after.keys()) {
-            if (path.endsWith(QLatin1Char('/')) && !before.contains(path))
+            if (path.endsWith(u'/') && !before.contains(path))
                 after.remove(path);
         }
         QCOMPARE(differences(after, before), QStringList());
@@ -196,47 +165,35 @@ private slots:
 
     void versionFileIsLookedForInsideOnly_data()
     {
-        QTest::addColumn<int>("id");
-        QTest::addColumn<QString>("extract");
-        QTest::addColumn<QString>("version");
-        const auto row = [](const char *name, const QString &extract, const char *version,
-                            int id = 7) {
-            QTest::newRow(name) << id << extract << QString::fromLatin1(version);
-        };
-        row("empty: the simulator's own folder", QString(), "3.1");
-        row("dot", "."_s, "3.1");
-        row("the simulator by way of a child", "a/.."_s, "3.1");
-        row("the shared library", "."_s, "3.2", 1);
-        // A link in the simulator's folder counts as the user's.
-        row("through a link", "way out"_s, "9.1");
-        row("parent", ".."_s, "");
-        row("out by way of a child", "a/../.."_s, "");
-        row("out and back", "../outside"_s, "");
-        row("absolute", "@OUTSIDE@"_s, "");
-        row("absolute, inside", "@SIM@"_s, "");
-        row("parent, the shared library", "../outside"_s, "", 1);
-        row("zero character", zeroInside(), "");
-        row("long name", longName(), "");
-        row("deep path", deepPath(), "");
-        row("blanks", "  "_s, "");
-        row("backslashes", R"(..\outside)"_s, "");
-        row("file where a folder is expected", "plain"_s, "");
-        row("link to nowhere", "lost"_s, "");
+        Rows<int, QString, QString>()
+            .row("empty: the simulator's own folder", 7, QString(), "3.1")
+            .row("dot", 7, ".", "3.1")
+            .row("the simulator by way of a child", 7, "a/..", "3.1")
+            .row("the shared library", 1, ".", "3.2")
+            // A link in the simulator's folder counts as the user's.
+            .row("through a link", 7, "way out", "9.1")
+            .row("parent", 7, "..", "")
+            .row("out by way of a child", 7, "a/../..", "")
+            .row("out and back", 7, "../outside", "")
+            .row("absolute", 7, "@OUTSIDE@", "")
+            .row("absolute, inside", 7, "@SIM@", "")
+            .row("parent, the shared library", 1, "../outside", "")
+            .row("zero character", 7, ZeroInside, "")
+            .row("long name", 7, LongName, "")
+            .row("deep path", 7, DeepPath, "")
+            .row("blanks", 7, "  ", "")
+            .row("backslashes", 7, R"(..\outside)", "")
+            .row("file where a folder is expected", 7, "plain", "")
+            .row("link to nowhere", 7, "lost", "");
     }
     void versionFileIsLookedForInsideOnly()
     {
-        QFETCH(int, id);
-        QFETCH(QString, extract);
-        QFETCH(QString, version);
+        const auto [id, extract, version] = Rows<int, QString, QString>::current();
         makeOtherPeoplesFiles();
-        const QString name = "Kavo_version.txt"_s;
-        const QString libraryName = "lib/Kavo_Library/Kavo_version.txt"_s;
-        const QString above = QFileInfo(simulator({}).chopped(1)).path() + QLatin1Char('/');
-        QVERIFY(writeFiles(simulator({}),
-                           {{name, versionFile("3.1")}, {libraryName, versionFile("3.2")}}));
-        QVERIFY(
-            writeFiles(outside(), {{name, versionFile("9.1")}, {libraryName, versionFile("9.2")}}));
-        QVERIFY(writeFiles(above, {{name, versionFile("9.3")}, {libraryName, versionFile("9.4")}}));
+        const QString above = QFileInfo(simulator({}).chopped(1)).path() + u'/';
+        QVERIFY(writeVersionFiles(simulator({}), "3.1", "3.2"));
+        QVERIFY(writeVersionFiles(outside(), "9.1", "9.2"));
+        QVERIFY(writeVersionFiles(above, "9.3", "9.4"));
         QVERIFY(publish({Offer{id}.into(filledIn(extract))}));
         QCOMPARE(state(id), version.isEmpty() ? Package::AVAILABLE : Package::INSTALLED);
         QCOMPARE(recordedVersion(id), version);
@@ -276,7 +233,7 @@ private slots:
 
     void hugeTextsAreListed()
     {
-        const QString huge(1000000, QLatin1Char('x'));
+        const QString huge(1000000, u'x');
         QJsonArray versions;
         for (const QString &version : {huge, "1."_s.repeated(500000)})
             versions.append(QJsonObject{{"version"_s, version}});
@@ -288,7 +245,7 @@ private slots:
         QCOMPARE(package(7)->name(), huge);
         QCOMPARE(package(7)->versions().size(), 2);
         // Numbers come before texts without numbers, however many there are.
-        QVERIFY(package(7)->newestVersion().startsWith(QLatin1Char('1')));
+        QVERIFY(package(7)->newestVersion().startsWith(u'1'));
     }
 
     void packageWithoutAnAddressIsADownloadError_data()
@@ -301,8 +258,8 @@ private slots:
             .row("empty", QJsonValue(QString()))
             .row("no address", QJsonValue("no address"_s))
             .row("unknown scheme", QJsonValue("gopher://localhost/a.zip"_s))
-            .row("zero character", QJsonValue(zeroInside()))
-            .row("long", QJsonValue(QString(100000, QLatin1Char('x'))));
+            .row("zero character", QJsonValue(ZeroInside))
+            .row("long", QJsonValue(QString(100000, u'x')));
     }
     void packageWithoutAnAddressIsADownloadError()
     {
@@ -412,8 +369,8 @@ private slots:
             .row("not a number", "nan")
             .row("infinite", "Inf")
             .row("hexadecimal", "0x10")
-            .row("zero character", QString(QLatin1String("1.0\0.5", 6)))
-            .row("zero character behind a number", QString(QLatin1String("1.10\0", 5)))
+            .row("zero character", "1.0\0.5"_s)
+            .row("zero character behind a number", "1.10\0"_s)
             .row("quotes", "1'; DROP TABLE packages; --")
             .row("placeholder", ":package_id")
             .row("many segments", "1."_s.repeated(50000))

@@ -12,7 +12,6 @@
 #include <QRandomGenerator>
 #include <QSqlDatabase>
 #include <QSqlQuery>
-#include <QTest>
 
 #include <memory>
 
@@ -82,7 +81,6 @@ private slots:
 
     void versionsComeBackLetterForLetter_data()
     {
-        QTest::addColumn<QString>("version");
         const QString versions =
             "1.10 1.0 01 1e5 1.2.10 1.0.0 1 1.5 0 0.5 0.05 0.0001 0.00001 -1 +1 1. .5 1.5e3 "
             "0x10 12345678901234567890 9007199254740993 1234567.1234567 9999999.9999999 "
@@ -91,13 +89,14 @@ private slots:
             "123456789012.1234 12345678901 999999999999999"_s;
         QStringList all = versions.split(u' ');
         all += {" 1.5"_s, "1.5 "_s, "1.0 ä Ж"_s};
+        Rows<QString> rows;
         for (const QString &version : qAsConst(all))
-            QTest::newRow(qPrintable(version)) << version;
+            rows.row(qPrintable(version), version);
     }
     // Fixed, see docs/compatibility.md.
     void versionsComeBackLetterForLetter()
     {
-        QFETCH(QString, version);
+        const auto [version] = Rows<QString>::current();
         m_database->open();
         const PackagePointer package = makePackage(3, {});
         m_database->record(*package, version);
@@ -108,18 +107,16 @@ private slots:
 
     void versionsOfManyDigitsComeBackLetterForLetter_data()
     {
-        QTest::addColumn<int>("whole");
-        QTest::addColumn<int>("behind");
+        Rows<int, int> rows;
         for (int whole = 1; whole <= 13; ++whole) {
             for (int behind = 0; behind <= 7; ++behind)
-                QTest::addRow("%d.%d digits", whole, behind) << whole << behind;
+                rows.row("%1.%2 digits"_s.arg(whole).arg(behind).toLatin1(), whole, behind);
         }
     }
     /// Only few texts of each length are affected, so the test needs many.
     void versionsOfManyDigitsComeBackLetterForLetter()
     {
-        QFETCH(int, whole);
-        QFETCH(int, behind);
+        const auto [whole, behind] = Rows<int, int>::current();
         constexpr int Count = 400;
         m_database->open();
         QRandomGenerator random(quint32(whole * 100 + behind));
@@ -149,13 +146,11 @@ private slots:
 
     void wholeVersionsComeBackLetterForLetter()
     {
-        QFETCH(QString, version);
+        const auto [version] = Rows<QString>::current();
         m_database->open();
         const PackagePointer package = makePackage(3, {makeVersion("99.0"_s)});
-        package->setState(Package::INSTALLED);
-        m_database->record(*package, version);
-        package->setState(Package::DOWNLOADING);
-        m_database->record(*package, "99.0"_s);
+        record(package, Package::INSTALLED, version);
+        record(package, Package::DOWNLOADING, "99.0"_s);
         const PackagePointer next = makePackage(3, package->versions());
         m_database->markInstalled({next}, {3});
         QCOMPARE(next->state(), Package::AVAILABLE);
@@ -190,8 +185,7 @@ private slots:
     {
         m_database->open();
         const PackagePointer package = makePackage(3, {});
-        package->setState(Package::INSTALLED);
-        m_database->record(*package, "1.0"_s);
+        record(package, Package::INSTALLED, "1.0"_s);
         m_database->record(*package, "2.0.0"_s);
         const QVariantList versions =
             readBySelf(file(), "SELECT version FROM packages WHERE package_id = 3"_s);
@@ -204,8 +198,7 @@ private slots:
         const PackagePointer package = makePackage(3, {});
         for (const Package::State state : {Package::DOWNLOADING, Package::INSTALLING,
                                            Package::INSTALL_ERROR, Package::INSTALLED}) {
-            package->setState(state);
-            m_database->record(*package, "1.0"_s);
+            record(package, state, "1.0"_s);
             QCOMPARE(m_database->status(*package), int(state));
         }
     }
@@ -248,8 +241,7 @@ private slots:
         const QString rows = "SELECT status FROM packages"_s;
         const bool isThere = !version.isEmpty();
         m_database->open();
-        const PackagePointer package = makePackage(id, {makeVersion("2.0"_s)});
-        package->versions().first()->install->extract = extract;
+        const PackagePointer package = packageIn(extract, id, "2.0"_s);
         writeVersionFile(place, content);
         QCOMPARE(m_database->status(*package), isThere ? int(Package::INSTALLED) : -1);
         QCOMPARE(m_database->version(*package), version);
@@ -316,23 +308,16 @@ private slots:
     void marksWhatRowsAndVersionFilesTell()
     {
         m_database->open();
-        const auto recordAs = [this](int id, Package::State state, const QString &version) {
-            const PackagePointer package = makePackage(id, {});
-            package->setState(state);
-            m_database->record(*package, version);
-        };
-        recordAs(2, Package::INSTALLED, "1.10"_s);
-        recordAs(3, Package::INSTALLED, "1.9"_s);
-        recordAs(4, Package::AVAILABLE, "1.10"_s);
-        recordAs(5, Package::DOWNLOAD_ERROR, "1.10"_s);
-        recordAs(6, Package::INSTALLED, QString());
+        record(makePackage(2, {}), Package::INSTALLED, "1.10"_s);
+        record(makePackage(3, {}), Package::INSTALLED, "1.9"_s);
+        record(makePackage(4, {}), Package::AVAILABLE, "1.10"_s);
+        record(makePackage(5, {}), Package::DOWNLOAD_ERROR, "1.10"_s);
+        record(makePackage(6, {}), Package::INSTALLED, QString());
         writeVersionFile("of 6/"_s, "a\nb\n1.2\n");
         writeVersionFile("of 7/"_s, "a\nb\n1.10\n");
         PackageList packages;
-        for (int id = 2; id <= 8; ++id) {
-            packages.append(makePackage(id, {makeVersion("1.10"_s)}));
-            packages.last()->versions().first()->install->extract = "of %1"_s.arg(id);
-        }
+        for (int id = 2; id <= 8; ++id)
+            packages.append(packageIn("of %1"_s.arg(id), id, "1.10"_s));
         m_database->markInstalled(packages);
 
         QVector<int> installed;
@@ -356,9 +341,8 @@ private slots:
     {
         m_database->open();
         writeVersionFile("first/"_s, "a\nb\n1.2\n");
-        const PackageList packages{makePackage(7, {makeVersion("1.2"_s)}),
+        const PackageList packages{packageIn("first"_s, 7, "1.2"_s),
                                    makePackage(7, {makeVersion("1.3"_s)})};
-        packages.first()->versions().first()->install->extract = "first"_s;
         m_database->markInstalled(packages);
         QCOMPARE(packages.first()->state(), Package::INSTALLED);
         QVERIFY(!packages.first()->isUpdateAvailable());
@@ -372,11 +356,9 @@ private slots:
     {
         m_database->open();
         writeVersionFile("of 7/"_s, "a\nb\n1.2\n");
-        const PackagePointer package = makePackage(7, {makeVersion("2.0"_s)});
-        package->versions().first()->install->extract = "of 7"_s;
+        const PackagePointer package = packageIn("of 7"_s, 7, "2.0"_s);
         const QSet<int> before = m_database->recordedIds();
-        package->setState(Package::DOWNLOADING);
-        m_database->record(*package, "2.0"_s);
+        record(package, Package::DOWNLOADING, "2.0"_s);
         m_database->adoptVersionFiles({package}, before);
         QCOMPARE(m_database->version(*package), "2.0"_s);
         QCOMPARE(m_database->status(*package), int(Package::DOWNLOADING));
@@ -389,12 +371,10 @@ private slots:
         const PackagePointer package = makePackage(7, {makeVersion("1.0"_s)});
         for (const Package::State state :
              {Package::DOWNLOADING, Package::INSTALLED, Package::INSTALL_ERROR}) {
-            package->setState(state);
-            m_database->record(*package, "1.0"_s);
+            record(package, state, "1.0"_s);
             QVERIFY(m_database->mayBeThere(7));
         }
-        package->setState(Package::AVAILABLE);
-        m_database->record(*package, "1.0"_s);
+        record(package, Package::AVAILABLE, "1.0"_s);
         QVERIFY(!m_database->mayBeThere(7));
     }
 
@@ -413,8 +393,7 @@ private slots:
     void closedDatabaseMarksNothing()
     {
         writeVersionFile("of 7/"_s, "a\nb\n1.2\n");
-        const PackagePointer package = makePackage(7, {makeVersion("1.2"_s)});
-        package->versions().first()->install->extract = "of 7"_s;
+        const PackagePointer package = packageIn("of 7"_s, 7, "1.2"_s);
         m_database->markInstalled({package});
         QCOMPARE(package->state(), Package::AVAILABLE);
     }
@@ -425,6 +404,21 @@ private:
     void writeVersionFile(const QString &folder, const QByteArray &content) const
     {
         QVERIFY(writeFile(m_profile->simulatorFolder() + folder + "/Kavo_version.txt"_s, content));
+    }
+
+    /// A package that is unpacked into this folder.
+    static PackagePointer packageIn(const QString &folder, int id, const QString &version)
+    {
+        const PackagePointer package = makePackage(id, {makeVersion(version)});
+        package->versions().first()->install->extract = folder;
+        return package;
+    }
+
+    /// Records the package in this state, in which it stays.
+    void record(const PackagePointer &package, Package::State state, const QString &version)
+    {
+        package->setState(state);
+        m_database->record(*package, version);
     }
 
     std::unique_ptr<ScratchProfile> m_profile;

@@ -1,12 +1,13 @@
 #include "packages/catalogue/JsonElements.h"
+#include "tests/support/Rows.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QTest>
 
 #include <random>
 
 using namespace Kavo::Models;
+using namespace Kavo::Testing;
 
 class JsonElementsTest final : public QObject
 {
@@ -41,51 +42,46 @@ QJsonValue elementsOfDocument(const QByteArray &bytes)
 
 void JsonElementsTest::agreesWithTheDocument_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<bool>("whole");
-    const auto row = [](const char *name, const QByteArray &bytes, bool whole) {
-        QTest::newRow(name) << bytes << whole;
-    };
-    row("nothing", "", false);
-    row("blanks", " \n", false);
-    row("empty array", "[]", true);
-    row("empty array with blanks", " \t[\r\n ] \n", true);
-    row("byte order mark", "\xef\xbb\xbf[1]", true);
-    row("object", R"({"id": 1})", false);
-    row("text", R"("[1]")", false);
-    row("elements of every type", R"([1, -2.5, "text", true, null, [1, [2]], {"a": {"b": []}}])",
-        true);
-    row("brackets and commas in texts", R"(["],[", "}{", {"],": ",["}])", true);
-    row("quotes and backslashes in texts", R"(["\"", "\\", "\\\"],", "a\\"])", true);
-    row("characters by number", R"(["\u00e4\u0022", "\ud83d\ude00"])", true);
-    row("cut character by number", R"(["\u"])", false);
-    row("text that does not end", R"(["a)", false);
-    row("text that ends in a backslash", "[\"a\\", false);
-    row("array that does not end", "[1, 2", false);
-    row("array that ends behind a comma", "[1,", false);
-    row("object that does not end", R"([{"a": 1)", false);
-    row("comma at the end", "[1,]", false);
-    row("comma at the beginning", "[,1]", false);
-    row("only a comma", "[,]", false);
-    row("two commas", "[1,,2]", false);
-    row("no comma", "[1 2]", false);
-    row("something behind the end", "[1] x", false);
-    row("second end", "[1]]", false);
-    row("second array", "[1][2]", false);
-    row("end of another bracket", "[1}", false);
-    row("crossed brackets", "[{]}]", false);
-    row("crossed brackets over elements", "[[1}, {2]]", false);
-    row("fault in the last element", R"([{"a": 1}, {"a" 1}])", false);
-    row("no UTF-8", "[\"\xff\"]", false);
-    row("zero byte", QByteArray("[1,\0 2]", 7), false);
-    row("deepest nesting", QByteArray(1024, '[') + QByteArray(1024, ']'), true);
-    row("deeper nesting", QByteArray(1025, '[') + QByteArray(1025, ']'), false);
+    Rows<QByteArray, bool>()
+        .row("nothing", "", false)
+        .row("blanks", " \n", false)
+        .row("empty array", "[]", true)
+        .row("empty array with blanks", " \t[\r\n ] \n", true)
+        .row("byte order mark", "\xef\xbb\xbf[1]", true)
+        .row("object", R"({"id": 1})", false)
+        .row("text", R"("[1]")", false)
+        .row("elements of every type",
+             R"([1, -2.5, "text", true, null, [1, [2]], {"a": {"b": []}}])", true)
+        .row("brackets and commas in texts", R"(["],[", "}{", {"],": ",["}])", true)
+        .row("quotes and backslashes in texts", R"(["\"", "\\", "\\\"],", "a\\"])", true)
+        .row("characters by number", R"(["\u00e4\u0022", "\ud83d\ude00"])", true)
+        .row("cut character by number", R"(["\u"])", false)
+        .row("text that does not end", R"(["a)", false)
+        .row("text that ends in a backslash", "[\"a\\", false)
+        .row("array that does not end", "[1, 2", false)
+        .row("array that ends behind a comma", "[1,", false)
+        .row("object that does not end", R"([{"a": 1)", false)
+        .row("comma at the end", "[1,]", false)
+        .row("comma at the beginning", "[,1]", false)
+        .row("only a comma", "[,]", false)
+        .row("two commas", "[1,,2]", false)
+        .row("no comma", "[1 2]", false)
+        .row("something behind the end", "[1] x", false)
+        .row("second end", "[1]]", false)
+        .row("second array", "[1][2]", false)
+        .row("end of another bracket", "[1}", false)
+        .row("crossed brackets", "[{]}]", false)
+        .row("crossed brackets over elements", "[[1}, {2]]", false)
+        .row("fault in the last element", R"([{"a": 1}, {"a" 1}])", false)
+        .row("no UTF-8", "[\"\xff\"]", false)
+        .row("zero byte", QByteArray("[1,\0 2]", 7), false)
+        .row("deepest nesting", QByteArray(1024, '[') + QByteArray(1024, ']'), true)
+        .row("deeper nesting", QByteArray(1025, '[') + QByteArray(1025, ']'), false);
 }
 
 void JsonElementsTest::agreesWithTheDocument()
 {
-    QFETCH(QByteArray, bytes);
-    QFETCH(bool, whole);
+    const auto [bytes, whole] = Rows<QByteArray, bool>::current();
     QCOMPARE(elements(bytes), elementsOfDocument(bytes));
     QCOMPARE(elements(bytes).isArray(), whole);
 }

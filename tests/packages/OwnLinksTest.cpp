@@ -6,7 +6,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QTest>
 
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
@@ -45,9 +44,8 @@ private slots:
     void rulesReachWhatUnpackingReaches()
     {
         const auto [link, extract] = Rows<QString, QString>::current();
-        QVERIFY(QDir().mkpath(QFileInfo(simulator(link)).path()));
-        QVERIFY(QFile::link(QDir::cleanPath(m_disk), simulator(link)));
-        const QString folder = link + QLatin1Char('/');
+        QVERIFY(linkToDisk(link));
+        const QString folder = link + u'/';
         offerIn(folder, "1.0"_s, extract,
                 {{"New Field/old.txt"_s, "1.0"}, {"lights.txt"_s, "1.0"}});
         offerIn(folder, "2.0"_s, extract,
@@ -68,7 +66,7 @@ private slots:
 
         uninstall(7);
         QCOMPARE(fileTree(m_disk), before);
-        QVERIFY(QFileInfo(simulator(link)).isSymLink());
+        QVERIFY(isLink(link));
         QCOMPARE(filesUnder(profile().preserveFolder()), QStringList());
         QCOMPARE(filesUnder(profile().backupFolder()), QStringList());
     }
@@ -99,21 +97,17 @@ private slots:
 
     void archiveMayHaveAnEntryForALinkedFolder_data()
     {
-        QTest::addColumn<QString>("format");
-        QTest::addColumn<QString>("link");
+        Rows<QString, QString> rows;
         for (const char *format : {"7z", "zip", "tar"}) {
             for (const char *link : {"Custom Scenery", "Custom Scenery/New Field"})
-                QTest::addRow("%s, %s", format, link)
-                    << QString::fromLatin1(format) << QString::fromLatin1(link);
+                rows.row(QByteArray(format) + ", " + link, format, link);
         }
     }
     /// Archives packed with their folders look like this. 7-Zip then ends with an error.
     void archiveMayHaveAnEntryForALinkedFolder()
     {
-        QFETCH(QString, format);
-        QFETCH(QString, link);
-        QVERIFY(QDir().mkpath(QFileInfo(simulator(link)).path()));
-        QVERIFY(QFile::link(QDir::cleanPath(m_disk), simulator(link)));
+        const auto [format, link] = Rows<QString, QString>::current();
+        QVERIFY(linkToDisk(link));
         offer({7});
         const QString name = "Custom Scenery/New Field/"_s;
         server().serve(
@@ -123,14 +117,13 @@ private slots:
         const LogCapture log;
         QVERIFY(installAndWait(7));
         QCOMPARE(inSimulator(name + "a/b.txt"_s), "content");
-        QVERIFY(QFileInfo(simulator(link)).isSymLink());
+        QVERIFY(isLink(link));
         QVERIFY(log.contains("Unpacked through links : "_s + QDir::cleanPath(simulator(link))));
     }
 
     void linkedFolderExcusesNoOtherFault()
     {
-        const QString link = simulator("Custom Scenery"_s);
-        QVERIFY(QFile::link(QDir::cleanPath(m_disk), link));
+        QVERIFY(linkToDisk("Custom Scenery"_s));
         const auto before = fileTree(m_disk);
         offer({7});
         // One file cannot be read. The other has a folder in its place.
@@ -144,20 +137,16 @@ private slots:
             QVERIFY(!installAndWait(7));
             QCOMPARE(state(7), Package::INSTALL_ERROR);
             QCOMPARE(fileTree(m_disk), before);
-            QVERIFY(QFileInfo(link).isSymLink());
+            QVERIFY(isLink("Custom Scenery"_s));
         }
     }
 
     void linkedFolderExcusesNoMissingFile()
     {
         // Unpacks as 7-Zip does, complaints included, and loses a file.
-        const QString program = profile().folder("bin"_s) + "7z"_s;
-        QVERIFY(writeFile(program, "#!/bin/sh\n[ \"$1\" = x ] || exec 7z \"$@\"\n7z \"$@\"\n"
-                                   "status=$?\nrm \"${3#-o}/Custom Scenery/Field/a.txt\"\n"
-                                   "exit $status\n"));
-        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
-        setExtractor(program);
-        QVERIFY(QFile::link(QDir::cleanPath(m_disk), simulator("Custom Scenery"_s)));
+        QVERIFY(unpackWith("7z \"$@\"\nstatus=$?\n"
+                           "rm \"${3#-o}/Custom Scenery/Field/a.txt\"\nexit $status\n"));
+        QVERIFY(linkToDisk("Custom Scenery"_s));
         offer({7});
         archive(7).body = archiveOf(
             {{"Custom Scenery/Field/a.txt"_s, "x"}, {"Custom Scenery/Field/empty/"_s, ""}}, "7z"_s);
@@ -169,13 +158,8 @@ private slots:
     void linkThatCameWithThePackageIsNoWayOut()
     {
         // 7-Zip itself refuses to create such a link. Another version of it may be less strict.
-        const QString program = profile().folder("bin"_s) + "7z"_s;
-        QVERIFY(
-            writeFile(program, "#!/bin/sh\n[ \"$1\" = x ] || exec 7z \"$@\"\n7z \"$@\" && ln -s '" +
-                                   QFile::encodeName(QDir::cleanPath(m_disk)) +
-                                   "' \"${3#-o}/package-7/door\"\n"));
-        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
-        setExtractor(program);
+        QVERIFY(unpackWith("7z \"$@\" && ln -s '" + QFile::encodeName(QDir::cleanPath(m_disk)) +
+                           "' \"${3#-o}/package-7/door\"\n"));
         const QStringList entries{"package-7/door/lights.txt"_s, "package-7/door/Other Field"_s};
         for (const char *version : {"1.0", "2.0"}) {
             offer(Offer{7, QLatin1String(version)}.keeping(entries).backingUp(entries).removing(
@@ -184,7 +168,7 @@ private slots:
         QVERIFY(refresh());
         const auto before = fileTree(m_disk);
         QVERIFY(installAndWait(7, "1.0"_s));
-        QVERIFY(QFileInfo(simulator("package-7/door"_s)).isSymLink());
+        QVERIFY(isLink("package-7/door"_s));
         const LogCapture log;
         QVERIFY(installAndWait(7, "2.0"_s));
         QCOMPARE(fileTree(m_disk), before);
@@ -204,6 +188,23 @@ private:
                            {{"lights.txt"_s, "original"}, {"Other Field/scene.txt"_s, "theirs"}}));
     }
 
+    /// Puts a link to the other disk into the simulator.
+    bool linkToDisk(const QString &path) const
+    {
+        return QDir().mkpath(QFileInfo(simulator(path)).path()) &&
+               QFile::link(QDir::cleanPath(m_disk), simulator(path));
+    }
+    bool isLink(const QString &path) const { return QFileInfo(simulator(path)).isSymLink(); }
+
+    /// Unpacks with a 7-Zip of our own: these lines of shell. Everything else is 7-Zip's work.
+    bool unpackWith(const QByteArray &lines)
+    {
+        const QString program = profile().folder("bin"_s) + "7z"_s;
+        setExtractor(program);
+        return writeFile(program, "#!/bin/sh\n[ \"$1\" = x ] || exec 7z \"$@\"\n" + lines) &&
+               QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner);
+    }
+
     /// Offers a version whose files are in a folder of the simulator, and unpacks into a part of
     /// that folder.
     void offerIn(const QString &folder, const QString &version, const QString &extract,
@@ -217,6 +218,7 @@ private:
         const QString inArchive = extract.isEmpty() ? folder : folder.mid(extract.size() + 1);
         archive(7, version).body = archiveWithoutFolders(inArchive, files);
     }
+
     QString m_disk;
 };
 

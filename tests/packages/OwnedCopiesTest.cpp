@@ -35,6 +35,10 @@ class OwnedCopiesTest final : public EngineTest
 {
     Q_OBJECT
 
+    /// A removal rule, the package that goes first, whether the list is refreshed meanwhile, and
+    /// the lights in between.
+    using LastOnes = Rows<QStringList, int, bool, QByteArray>;
+
 private slots:
     void eachSimulatorGetsItsOwnOriginalBack()
     {
@@ -210,9 +214,7 @@ private slots:
 
     void originalWaitsForAnAddOnThatIsNoLongerOnOffer_data()
     {
-        Rows<QStringList>()
-            .row("without a removal rule", {})
-            .row("with a removal rule", QStringList(Lights));
+        Rows<QStringList>().row("without a removal rule", {}).row("with a removal rule", {Lights});
     }
     void originalWaitsForAnAddOnThatIsNoLongerOnOffer()
     {
@@ -250,41 +252,32 @@ private slots:
 
     void originalReturnsWhenTheLastAddOnGoes_data()
     {
-        QTest::addColumn<QStringList>("rule");
-        QTest::addColumn<int>("first");
-        QTest::addColumn<bool>("refreshes");
-        QTest::addColumn<QByteArray>("between");
+        LastOnes rows;
         for (const QStringList &rule : {QStringList(), QStringList(Lights),
                                         QStringList("./"_s + Lights), QStringList(Lights + u'/')}) {
             for (const int first : {8, 9}) {
-                for (const bool refreshes : {false, true})
-                    QTest::addRow("%s, %d goes first%s", qPrintable(rule.value(0)), first,
-                                  refreshes ? ", during a refresh" : "")
-                        << rule << first << refreshes << lightsOf(9);
+                const QString name = "%1, %2 goes first"_s.arg(rule.value(0)).arg(first);
+                rows.row(name.toLatin1(), rule, first, false, lightsOf(9))
+                    .row(name.toLatin1() + ", during a refresh", rule, first, true, lightsOf(9));
             }
         }
         // A whole folder is removed, no matter whose files are in it.
-        QTest::newRow("folder, 8 goes first")
-            << QStringList("Resources/bitmaps"_s) << 8 << false << QByteArray("lights of 11");
+        rows.row("folder, 8 goes first", {"Resources/bitmaps"_s}, 8, false, "lights of 11");
     }
     void originalReturnsWhenTheLastAddOnGoes()
     {
-        QFETCH(QStringList, rule);
-        QFETCH(int, first);
-        QFETCH(bool, refreshes);
-        QFETCH(QByteArray, between);
+        const auto [rule, first, refreshes, between] = LastOnes::current();
         QVERIFY(publish({lights(8, "1.0"_s, rule),
                          lights(9, "1.0"_s, rule).backingUp({"Resources/bitmaps//lights.txt"_s})}));
         const FileTree before = tree();
         QVERIFY(installAndWait(8) && installAndWait(9));
-        const PackagePointer one = package(first);
-        const PackagePointer other = package(17 - first);
+        const PackageList both{package(first), package(17 - first)};
         if (refreshes)
             controller().refresh();
-        controller().uninstall(one);
+        controller().uninstall(both.first());
         QCOMPARE(inSimulator(Lights), between);
         QCOMPARE(readFile(backedUp(Lights)), "lights of 11");
-        controller().uninstall(other);
+        controller().uninstall(both.last());
         QCOMPARE(tree(), before);
         QCOMPARE(filesUnder(profile().backupFolder()), QStringList());
     }
@@ -292,10 +285,10 @@ private slots:
     void copiesAreFoundAfterAChangeOfTheirFolder_data()
     {
         Rows<QStringList, bool>()
-            .row("once", QStringList{"one"_s}, true)
-            .row("in the same run", QStringList{"one"_s}, false)
-            .row("twice", QStringList{"one"_s, "two"_s}, true)
-            .row("there and back", QStringList{"one"_s, "two"_s, "one"_s}, true);
+            .row("once", {"one"_s}, true)
+            .row("in the same run", {"one"_s}, false)
+            .row("twice", {"one"_s, "two"_s}, true)
+            .row("there and back", {"one"_s, "two"_s, "one"_s}, true);
     }
     void copiesAreFoundAfterAChangeOfTheirFolder()
     {

@@ -34,14 +34,12 @@ QSharedPointer<QStringList> follow(PackageController &controller)
 
 QStringList words(const char *text)
 {
-    return QString::fromLatin1(text).split(QLatin1Char(' '));
+    return QString::fromLatin1(text).split(u' ');
 }
-
-using Fault = void (*)(HttpResource &);
 
 } // namespace
 
-Q_DECLARE_METATYPE(Fault)
+Q_DECLARE_METATYPE(ResourceChange)
 
 class RefreshTest final : public EngineTest
 {
@@ -95,20 +93,15 @@ private slots:
 
     void failedDownloadRelaysItsErrorAndGivesNoList_data()
     {
-        const auto isMissing = [](HttpResource &catalogue) { catalogue.getStatus = 404; };
-        const auto breaks = [](HttpResource &catalogue) { catalogue.resetAfter = 10; };
-        const auto isTooLarge = [](HttpResource &catalogue) {
-            catalogue.generatedSize = Largest + 1;
-            catalogue.holdAfter = 1000;
-        };
-        Rows<Fault>()
-            .row("missing on the server", isMissing)
-            .row("connection reset in the middle", breaks)
-            .row("a byte more than 512 MiB", isTooLarge);
+        Rows<ResourceChange>()
+            .row("missing on the server", with(&HttpResource::getStatus, HttpStatus::NOT_FOUND))
+            .row("connection reset in the middle", with(&HttpResource::resetAfter, 10))
+            .row("a byte more than 512 MiB",
+                 with(&HttpResource::generatedSize, Largest + 1, &HttpResource::holdAfter, 1000));
     }
     void failedDownloadRelaysItsErrorAndGivesNoList()
     {
-        const auto [fault] = Rows<Fault>::current();
+        const auto [fault] = Rows<ResourceChange>::current();
         offer({7});
         serveCatalogue();
         fault(catalogue());
@@ -226,15 +219,15 @@ private slots:
 
     void recordsOfUnfinishedWorkDoNotCountAsInstalled_data()
     {
-        QTest::addColumn<State>("recorded");
+        Rows<State> rows;
         for (const State state :
              {Package::AVAILABLE, Package::DOWNLOADING, Package::INSTALLING, Package::INSTALL_ERROR,
               Package::DOWNLOAD_ERROR, Package::DEPENDENCY_ERROR})
-            QTest::newRow(QMetaEnum::fromType<State>().valueToKey(state)) << state;
+            rows.row(QMetaEnum::fromType<State>().valueToKey(state), state);
     }
     void recordsOfUnfinishedWorkDoNotCountAsInstalled()
     {
-        QFETCH(State, recorded);
+        const auto [recorded] = Rows<State>::current();
         record(recorded, "1.0"_s);
         QVERIFY(publish({{7}}));
         QCOMPARE(state(7), Package::AVAILABLE);
