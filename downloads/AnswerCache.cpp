@@ -110,6 +110,22 @@ void AnswerCache::insertBody(const QNetworkCacheMetaData &head, const QByteArray
     insert(entry);
 }
 
+/// If the server fails (5xx), Qt returns the entry instead of the error, and such a reply may never
+/// end. Entries that must be revalidated are exempt from that. Fresh ones are not, because Qt would
+/// no longer use them without asking.
+QNetworkCacheMetaData AnswerCache::metaData(const QUrl &url)
+{
+    QNetworkCacheMetaData head = QNetworkDiskCache::metaData(url);
+    const QDateTime expiration = head.expirationDate();
+    const bool isFresh = expiration.isValid() && expiration > QDateTime::currentDateTimeUtc();
+    if (head.isValid() && !isFresh) {
+        auto headers = head.rawHeaders();
+        headers.append({QByteArray("Cache-Control"), QByteArray("must-revalidate")});
+        head.setRawHeaders(headers);
+    }
+    return head;
+}
+
 QIODevice *AnswerCache::data(const QUrl &url)
 {
     QScopedPointer<QIODevice> body(QNetworkDiskCache::data(url));
@@ -128,7 +144,7 @@ QIODevice *AnswerCache::data(const QUrl &url)
 /// is only worth it for a new expiration time.
 void AnswerCache::updateMetaData(const QNetworkCacheMetaData &told)
 {
-    QNetworkCacheMetaData head = metaData(told.url());
+    QNetworkCacheMetaData head = QNetworkDiskCache::metaData(told.url());
     const bool isAlwaysAsked = head.attributes().value(AlwaysAskedAttribute).toBool();
     const QDateTime expiration = told.expirationDate();
     if (!head.isValid() || isAlwaysAsked || !told.saveToDisk() || !expiration.isValid() ||

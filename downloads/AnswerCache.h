@@ -38,6 +38,7 @@ public:
     void keep(const QNetworkReply &answer, const QString &file, const QByteArray &checksum,
               Asking asking);
 
+    QNetworkCacheMetaData metaData(const QUrl &url) override;
     QIODevice *data(const QUrl &url) override;
     void updateMetaData(const QNetworkCacheMetaData &told) override;
     void clear() override;

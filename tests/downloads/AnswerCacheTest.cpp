@@ -390,6 +390,40 @@ private slots:
         QVERIFY(wasAskedForChanges());
     }
 
+    void failureOfTheServerIsAnError_data()
+    {
+        Rows<int, bool> rows;
+        for (const bool isAlwaysAsked : {false, true}) {
+            const QByteArray suffix = isAlwaysAsked ? ", always asked" : "";
+            rows.row("404" + suffix, HttpStatus::NOT_FOUND, isAlwaysAsked)
+                .row("500" + suffix, HttpStatus::INTERNAL_SERVER_ERROR, isAlwaysAsked)
+                .row("503" + suffix, HttpStatus::SERVICE_UNAVAILABLE, isAlwaysAsked);
+        }
+    }
+
+    /// Qt would return the kept answer.
+    void failureOfTheServerIsAnError()
+    {
+        const auto [status, isAlwaysAsked] = Rows<int, bool>::current();
+        const auto fetchNext = [this, isAlwaysAsked = isAlwaysAsked] {
+            setup().restartManager();
+            const auto download = restart();
+            download->setAlwaysAsked(isAlwaysAsked);
+            return transfer(download);
+        };
+        serveKnown(picture(), {}, NotFresh);
+        fetchNext();
+        QCOMPARE(entries().size(), 1);
+        serve("page").getStatus = status;
+        const QStringList events = fetchNext();
+        QVERIFY(wasAskedForChanges());
+        QVERIFY2(events.contains(errorEvent()), qPrintable(events.join(QLatin1Char(' '))));
+        QVERIFY(events.last().startsWith("finished "_s));
+        serveKnown(picture());
+        fetchNext();
+        QVERIFY(content() == picture());
+    }
+
     /// Some servers send 304 for an unconditional request.
     void unexpectedNotModifiedIsRepeated()
     {
