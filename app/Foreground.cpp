@@ -21,9 +21,9 @@ void raise(QWidget &widget)
 void bringToFront(const QByteArray &token)
 {
     // The platform plug-in reads it there.
-    constexpr const char *Variable = "XDG_ACTIVATION_TOKEN";
+    constexpr const char *variable = "XDG_ACTIVATION_TOKEN";
     if (!token.isEmpty())
-        qputenv(Variable, token);
+        qputenv(variable, token);
     const QWidgetList widgets = QApplication::topLevelWidgets();
     for (QWidget *widget : widgets) {
         if (!widget->isVisible())
@@ -35,7 +35,7 @@ void bringToFront(const QByteArray &token)
     }
     if (QWidget *dialog = QApplication::activeModalWidget())
         raise(*dialog);
-    qunsetenv(Variable);
+    qunsetenv(variable);
 }
 
 void endLaunch()

@@ -75,8 +75,8 @@ void FocusRing::place()
     if (!m_button)
         return;
     const QRect button(m_button->mapTo(parentWidget(), QPoint()), m_button->size());
-    constexpr int Reach = Width + Gap;
-    setGeometry(button.adjusted(-Reach, -Reach, Reach, Reach));
+    constexpr int reach = Width + Gap;
+    setGeometry(button.adjusted(-reach, -reach, reach, reach));
     setVisible(m_button->isVisibleTo(parentWidget()));
     raise();
 }

@@ -46,8 +46,8 @@ QDateTime expirationOf(const QNetworkReply &answer, const Directives &directives
     const qint64 lifetime = directives.value("max-age").toLongLong(&isNumber);
     // A cache on the way may have used up part of the time.
     const qint64 rest = lifetime - answer.rawHeader("Age").trimmed().toLongLong();
-    constexpr qint64 Longest = 365 * 24 * 3600;
-    return isNumber ? now.addSecs(qMin(rest, Longest)) : QDateTime();
+    constexpr qint64 longest = 365 * 24 * 3600;
+    return isNumber ? now.addSecs(qMin(rest, longest)) : QDateTime();
 }
 
 /// Whether the file was changed less than a second before it was sent. If it changes again in the
@@ -55,10 +55,10 @@ QDateTime expirationOf(const QNetworkReply &answer, const Directives &directives
 /// as many servers do.
 bool isFreshlyChanged(const QNetworkReply &answer)
 {
-    constexpr qint64 Rest = 2;
+    constexpr qint64 rest = 2;
     const QDateTime sent = httpDate(answer.rawHeader("Date"));
     const QDateTime changed = httpDate(AnswerHead(answer).lastModified());
-    return sent.isValid() && changed.isValid() && changed.secsTo(sent) < Rest;
+    return sent.isValid() && changed.isValid() && changed.secsTo(sent) < rest;
 }
 
 } // namespace

@@ -44,13 +44,13 @@ private slots:
         const WindowControl control;
         QCOMPARE(control.objectName(), "WindowControl"_s);
         const auto buttons = control.findChildren<QPushButton *>();
-        QCOMPARE(buttons.size(), 3);
-        const int glyphs[] = {MinimizeGlyph, MaximizeGlyph, CloseGlyph};
+        const QVector<int> glyphs{MinimizeGlyph, MaximizeGlyph, CloseGlyph};
+        QCOMPARE(buttons.size(), glyphs.size());
         for (int i = 0; i < buttons.size(); ++i) {
             QCOMPARE(buttons.at(i)->minimumWidth(), 32);
             QCOMPARE(buttons.at(i)->maximumWidth(), 32);
             QVERIFY(hasHand(*buttons.at(i)));
-            QVERIFY(sameIcon(buttons.at(i)->icon(), darkGlyph(glyphs[i])));
+            QVERIFY(sameIcon(buttons.at(i)->icon(), darkGlyph(glyphs.at(i))));
             QVERIFY(!buttons.at(i)->accessibleName().isEmpty());
         }
     }

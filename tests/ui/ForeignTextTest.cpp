@@ -294,16 +294,17 @@ private slots:
     void excessiveMarkupIsEscaped_data()
     {
         Rows<QString, bool> rows;
-        const auto add = [&rows](const char *part, int count, bool rich) {
-            rows.row(part, QString::fromLatin1(part).repeated(count), rich);
+        const auto add = [&rows](const QString &part, int count, bool rich) {
+            rows.row(part.toLatin1(), part.repeated(count), rich);
         };
         // Qt needs half a minute for most of these.
-        for (const char *part : {"<b>", "<h1>x", "<ul><li>", "<PRE>", "<img src=a>"})
-            add(part, 50000 / int(qstrlen(part)), false);
-        for (const char *part : {"<b>x</b>", "<li>x", "<p>x", "x<br>", "<td>x", "</i><b>x</b>"})
+        for (const QString &part : {"<b>"_s, "<h1>x"_s, "<ul><li>"_s, "<PRE>"_s, "<img src=a>"_s})
+            add(part, 50000 / part.size(), false);
+        for (const QString &part :
+             {"<b>x</b>"_s, "<li>x"_s, "<p>x"_s, "x<br>"_s, "<td>x"_s, "</i><b>x</b>"_s})
             add(part, 3000, true);
-        add("<u>", 500, true);
-        add("<s>", 501, false);
+        add("<u>"_s, 500, true);
+        add("<s>"_s, 501, false);
     }
 
     void excessiveMarkupIsEscaped()
