@@ -1,5 +1,6 @@
 #include "packages/model/Package.h"
 #include "tests/packages/MakePackage.h"
+#include "tests/packages/PackageStates.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 
@@ -166,8 +167,8 @@ private slots:
         const QSet<int> busy{Package::PREPARING, Package::DOWNLOADING, Package::INSTALLING,
                              Package::UNINSTALLING};
         Package package;
-        for (int state = Package::AVAILABLE; state <= Package::UNKNOWN; ++state) {
-            package.setState(static_cast<Package::State>(state));
+        for (const Package::State state : packageStates()) {
+            package.setState(state);
             QCOMPARE(package.isBusy(), busy.contains(state));
         }
     }

@@ -113,6 +113,7 @@ private slots:
         for (int page = 0; page < pages.size(); ++page) {
             const auto dialog = openSettings(page);
             QVERIFY(dialog);
+            QCOMPARE(child<QTabWidget>(*dialog, "SettingsTabs")->count(), pages.size());
             // The tab bar has the focus, so keys switch the pages.
             QCOMPARE(focusedName(), pages.at(page).first());
             const auto seen = walkAround(*dialog);

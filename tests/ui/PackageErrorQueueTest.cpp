@@ -1,6 +1,7 @@
 #include "ui/package/PackageErrorQueue.h"
 #include "dialogs/MessageBoxes.h"
 #include "tests/packages/MakePackage.h"
+#include "tests/packages/PackageStates.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
 #include "tests/ui/Boxes.h"
@@ -85,10 +86,9 @@ private slots:
     void otherStatesShowNothing_data()
     {
         Rows<Package::State> rows;
-        for (int number = Package::AVAILABLE; number <= Package::UNKNOWN; ++number) {
-            const auto state = static_cast<Package::State>(number);
+        for (const Package::State state : packageStates()) {
             if (!Package::isError(state))
-                rows.row(QByteArray::number(number), state);
+                rows.row(QByteArray::number(state), state);
         }
     }
 

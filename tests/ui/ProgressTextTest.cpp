@@ -1,4 +1,5 @@
 #include "ui/package/ProgressText.h"
+#include "tests/packages/PackageStates.h"
 #include "tests/support/Literals.h"
 #include "tests/support/Rows.h"
 #include "tests/support/TestMain.h"
@@ -139,8 +140,7 @@ private slots:
 
     void onlyADownloadShowsItsSize()
     {
-        for (int number = Package::AVAILABLE; number <= Package::UNKNOWN; ++number) {
-            const auto state = static_cast<Package::State>(number);
+        for (const Package::State state : packageStates()) {
             QCOMPARE(ProgressText::of(download(2 * MB, 5 * MB), state),
                      state == Package::DOWNLOADING ? "2.0 of 5.0 MB"_s : QString());
         }

@@ -8,8 +8,7 @@
 namespace Kavo::Ui {
 
 /// How a package in one state is presented: on its card, on the detail page and in the error box.
-/// of() is the only place that lists the states; a new state does not compile without an entry
-/// there.
+/// of() lists all states, so a new state does not compile without an entry there.
 class StateLook final
 {
     Q_DECLARE_TR_FUNCTIONS(Kavo::Ui::StateLook)
