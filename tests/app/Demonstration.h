@@ -32,7 +32,10 @@ public:
         QMap<QString, QString> archives; ///< file names on the server by version
         QString icon, help, manual;      ///< addresses
 
-        QString name(const QString &language) const { return names.value(language); }
+        QString name(const QString &language) const
+        {
+            return names.value(language, names.value(QStringLiteral("en")));
+        }
     };
 
     Demonstration();

@@ -45,12 +45,14 @@ Walk::Walk()
     , m_language(qEnvironmentVariable("KAVO_WALK_LANGUAGE", "en"_s))
     , m_extractor(PackageEnvironment::standard().extractor)
 {
-    for (const TranslationEntry &entry : readTranslations(QStringLiteral(KAVO_TRANSLATION_FILE))) {
-        m_german.insert(entry.source, entry.translations.value(0));
-        m_german.insert(entry.context + "::"_s + entry.source, entry.translations.value(0));
+    const QString file = QStringLiteral(KAVO_TRANSLATION_SOURCES "/qt_%1.ts")
+                             .arg(isEnglish() ? otherLanguage() : m_language);
+    for (const TranslationEntry &entry : readTranslations(file)) {
+        m_translations.insert(entry.source, entry.translations.value(0));
+        m_translations.insert(entry.context + "::"_s + entry.source, entry.translations.value(0));
     }
-    m_showsGerman = m_language == "de"_s;
-    if (m_showsGerman)
+    m_isTranslated = !isEnglish();
+    if (m_isTranslated)
         store(profile(), "Language", m_language);
     m_handlerBefore = qInstallMessageHandler(nullptr);
     qInstallMessageHandler(m_handlerBefore);
@@ -114,7 +116,7 @@ int Walk::start(const Steps &steps)
     });
     timer.start(2);
     // A translation is installed for as long as the process lives.
-    m_showsGerman |= m_language == "de"_s;
+    m_isTranslated |= !isEnglish();
     const int status =
         StartUp(*qobject_cast<QApplication *>(qApp), {server().url("/"_s), m_extractor}).run();
     const QByteArray log = readFile(profile().logFile());
@@ -389,7 +391,7 @@ QString Walk::text(const char *source, const char *context) const
 {
     const QString original = QString::fromUtf8(source);
     const QString key = context ? QLatin1String(context) + "::"_s + original : original;
-    return m_showsGerman ? m_german.value(key) : original;
+    return m_isTranslated ? m_translations.value(key) : original;
 }
 
 QString Walk::nameOf(int id) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Languages.h"
 #include "tests/app/Demonstration.h"
 #include "tests/app/StoredSettings.h"
 #include "tests/app/WalkPictures.h"
@@ -136,6 +137,9 @@ protected:
     /// that are translated differently.
     QString text(const char *source, const char *context = nullptr) const;
     QString nameOf(int id) const;
+    bool isEnglish() const { return m_language == Kavo::languages().constFirst(); }
+    /// A language to change to.
+    QString otherLanguage() const { return Kavo::languages().at(isEnglish() ? 1 : 0); }
     /// Names as boxes list them, a line each.
     QString namesOf(const QList<int> &ids) const;
 
@@ -154,9 +158,9 @@ private:
     void compareCard(const Ui::PackageWidget &card, const Demonstration::Entry &entry) const;
 
     WalkPictures m_pictures;
-    QMap<QString, QString> m_german; ///< by source text, and by context and source text
+    QMap<QString, QString> m_translations; ///< by source text, and by context and source text
     QtMessageHandler m_handlerBefore = nullptr;
-    bool m_showsGerman = false;
+    bool m_isTranslated = false;
     bool m_broken = false;
 };
 

@@ -1,3 +1,4 @@
+#include "core/Languages.h"
 #include "packages/catalogue/CatalogueParser.h"
 #include "tests/support/Files.h"
 #include "tests/support/Literals.h"
@@ -215,6 +216,17 @@ private slots:
                 offered.erase(same);
             }
         }
+    }
+
+    void textsHaveTheLanguagesOfTheProgram()
+    {
+        const QJsonObject definitions =
+            QJsonDocument::fromJson(readFile(schemaPath())).object().value("$defs"_s).toObject();
+        QStringList languages = Kavo::languages();
+        languages.sort();
+        for (const QString &name : {"translations"_s, "names"_s})
+            QCOMPARE(at(definitions.value(name).toObject(), "properties").toObject().keys(),
+                     languages);
     }
 
     void whatPassesBreaksNoRuleOfSchemas_data() { whatPassesIsReadWithoutDefaults_data(); }

@@ -61,20 +61,24 @@ bool arrangesByItself(const QWidget &parent)
 QString clippingOf(const QWidget &widget)
 {
     QSize needed;
+    QString text;
     const auto *label = qobject_cast<const QLabel *>(&widget);
+    const auto *button = qobject_cast<const QAbstractButton *>(&widget);
     if (label) {
+        text = label->text();
         if (label->text().isEmpty() || qobject_cast<const ElidedLabel *>(label) ||
             qobject_cast<const NameLabel *>(label))
             return {};
         needed = label->wordWrap() ? QSize(label->minimumSizeHint().width(),
                                            label->heightForWidth(label->width()))
                                    : label->sizeHint();
-    } else if (qobject_cast<const QAbstractButton *>(&widget)) {
-        needed = widget.sizeHint();
+    } else if (button) {
+        text = button->text();
+        needed = button->sizeHint();
     }
     if (needed.width() <= widget.width() && needed.height() <= widget.height())
         return {};
-    return "%1: %2 x %3 of %4 x %5"_s.arg(pathOf(widget))
+    return "%1 \"%2\" has %3 x %4 and needs %5 x %6"_s.arg(pathOf(widget), text)
         .arg(widget.width())
         .arg(widget.height())
         .arg(needed.width())
