@@ -28,7 +28,7 @@ using Kavo::Ui::ApplicationWindow;
 
 namespace {
 
-/// A status that no other end has.
+/// An exit status that the program never returns.
 constexpr int StillRunning = 99;
 
 /// The state of the window button is global, because a program has only one window.
@@ -154,7 +154,7 @@ private slots:
         run();
         for (QWidget *widget : QApplication::topLevelWidgets())
             QVERIFY(!qobject_cast<ApplicationWindow *>(widget));
-        // Nothing else refers to the settings any more.
+        // This test holds the last reference to the settings.
         const QWeakPointer<Settings> settings = m_settings;
         m_settings.reset();
         QVERIFY(settings.isNull());
@@ -164,7 +164,7 @@ private slots:
     {
         QCOMPARE(runBehindSplash([](ApplicationWindow &window) { window.close(); }), 0);
         QVERIFY(m_splashWent);
-        // The settings are saved as at any other end.
+        // The settings are saved as at a normal end.
         const QSettings file(m_profile->settingsFile(), QSettings::IniFormat);
         QCOMPARE(file.allKeys().size(), int(m_settings->pendingConfiguration().size()));
     }
@@ -186,7 +186,7 @@ private slots:
         run([&](ApplicationWindow &window) {
             maximised += window.isMaximized() ? 1 : 0;
             action = child<QPushButton>(window, "WindowMaximize")->accessibleName();
-            // The window returns to the place where it was opened.
+            // The window returns to its initial place.
             restoreWindow(window);
             QCOMPARE(window.size(), QSize(1320, 800));
             QCOMPARE(window.pos(), QPoint(screen.width() / 2 - 660, screen.height() / 2 - 400));
@@ -211,7 +211,7 @@ private slots:
     }
 
 private:
-    /// Runs the assembly until the window is shown, looks at it and ends.
+    /// Runs the program, calls `look` when the window is shown, and exits.
     int run(const std::function<void(ApplicationWindow &)> &look = {})
     {
         QTimer timer;
@@ -228,8 +228,8 @@ private:
         timer.start(2);
         return assemble();
     }
-    /// Runs the assembly, does this while the splash screen waits for the window, and expects that
-    /// the program ends then. StillRunning when it does not.
+    /// Runs the program and calls `act`, which should end it, while the splash screen waits for the
+    /// window. Returns the exit status, or StillRunning if the program does not end.
     int runBehindSplash(const std::function<void(ApplicationWindow &)> &act)
     {
         QTimer late;

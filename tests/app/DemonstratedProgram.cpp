@@ -1,4 +1,4 @@
-// The program on the demonstration and on a scratch account, for those who work it from outside.
+// Runs the program with the demonstration on a scratch account. Scripts control it from outside.
 // The first line of its output is the simulator's folder.
 
 #include "app/ScreenScale.h"

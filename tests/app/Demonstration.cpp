@@ -58,7 +58,7 @@ Demonstration::Entry entryOf(const QJsonObject &object)
             entry.folder = install.value("extract"_s).toString() + QLatin1Char('/');
         }
     }
-    // The library that everything rests on keeps its version file in a place of its own.
+    // The library has its version file in a subfolder.
     entry.versionFile =
         entry.folder + (entry.id == 1 ? "lib/Kavo_Library/"_s : QString()) + "Kavo_version.txt"_s;
     return entry;

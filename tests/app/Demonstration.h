@@ -15,22 +15,23 @@
 
 namespace Kavo::Testing {
 
-/// The demonstration on a scratch account: its catalogue behind a web server, its pretend
-/// simulator, which a stand-in for `locate` finds, and the facts on disk to hold the program to.
-/// Construction runs the tools of the demonstration; isReady() tells whether they succeeded.
+/// The demonstration on a scratch account: a web server with its catalogue and archives, and its
+/// simulated X-Plane folder, which a stand-in for `locate` finds. Also reads the state of the disk
+/// and the database, with which tests compare the program. The constructor runs the tools of the
+/// demonstration; isReady() returns whether they succeeded.
 class Demonstration final
 {
 public:
-    /// What the catalogue says of one package.
+    /// One package of the catalogue.
     struct Entry
     {
         int id = 0;
         QMap<QString, QString> names; ///< by language
         QString newest;
-        QString folder;                  ///< of the newest version, below the simulator's
-        QString versionFile;             ///< likewise
+        QString folder;      ///< of the newest version, relative to the simulator's folder
+        QString versionFile; ///< of the newest version, relative to the simulator's folder
         QMap<QString, QString> archives; ///< file names on the server by version
-        QString icon, help, manual;      ///< addresses
+        QString icon, help, manual;      ///< URLs
 
         QString name(const QString &language) const
         {
@@ -54,17 +55,18 @@ public:
     const QVector<Entry> &entries() const { return m_entries; }
     const Entry &entry(int id) const;
 
-    /// What another program reads in "packages.db": status and version by package, empty without
-    /// the file.
+    /// Status and version by package id, as another program reads them in "packages.db"; empty if
+    /// there is no such file.
     QMap<int, QPair<int, QString>> rows() const;
-    /// The version in the version file of a package, empty without one.
+    /// The version in the version file of a package; empty if there is no such file.
     QString versionOnDisk(int id) const;
 
-    /// From now on this file of the simulator, as it is now, belongs to somebody else; or no longer
-    /// to anybody when it is not there.
+    /// Adds a file of the simulator, with its present content, to the expected files that do not
+    /// belong to a package. Removes it from them if the file does not exist. The path is relative
+    /// to the simulator's folder.
     void rememberFile(const QString &path);
-    /// The simulator's folder as it has to look with exactly these versions installed: theirs, and
-    /// what others put there. As fileTree() returns it.
+    /// The expected content of the simulator's folder if exactly these versions are installed:
+    /// their files and those that belong to no package. Has the format of fileTree().
     QMap<QString, QString> expectedSimulator(const QMap<int, QString> &installed);
 
 private:

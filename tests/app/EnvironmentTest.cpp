@@ -12,7 +12,8 @@
 using namespace Kavo;
 using namespace Kavo::Testing;
 
-/// The translator lives as long as the process, so the order of these tests matters: English first.
+/// An installed translation remains until the end of the process, so the tests with English texts
+/// come first.
 class EnvironmentTest final : public QObject
 {
     Q_OBJECT
@@ -47,7 +48,7 @@ private slots:
         QDir::setCurrent(m_folder.path());
         installTranslation("xx"_s);
         QCOMPARE(text(), "Invalid Folder"_s);
-        // Qt has French words; a window in two languages helps nobody.
+        // Qt has French texts, but they are not loaded: a window must not mix two languages.
         QVERIFY(QFile::exists(QLibraryInfo::location(QLibraryInfo::TranslationsPath) +
                               "/qtbase_fr.qm"_s));
         QCOMPARE(wordOfQt("&Yes"), "&Yes"_s);
@@ -71,12 +72,13 @@ private slots:
         installTranslation("de"_s);
         QCOMPARE(text(), german);
         QCOMPARE(wordOfQt("&Yes"), "&Ja"_s);
-        // Where both have a text, ours counts.
+        // The program's translation has priority over Qt's.
         QCOMPARE(wordOfQt("&No"), "&Nein danke"_s);
-        // The shorter names are tried, too.
+        // "de" is tried if there is no translation for "de_AT".
         installTranslation("de_AT"_s);
         QCOMPARE(text(), german);
-        // Letter case counts in the name of the built-in language.
+        // Only "en" in lower case is the built-in language. "EN" has no file, and the failed
+        // attempt to load it unloads the previous translation.
         installTranslation("EN"_s);
         QCOMPARE(text(), "Invalid Folder"_s);
     }
@@ -103,7 +105,7 @@ private:
     {
         return QMessageBox::tr("Invalid Folder");
     }
-    /// A word of Qt's own, on the buttons of boxes.
+    /// A text from Qt, which is on the buttons of message boxes.
     static QString wordOfQt(const char *word)
     {
         return QCoreApplication::translate("QPlatformTheme", word);

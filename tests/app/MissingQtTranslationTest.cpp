@@ -9,8 +9,8 @@
 
 using namespace Kavo::Testing;
 
-/// The program on a machine without Qt's own German texts. A configuration in the resources of this
-/// executable sends Qt to a folder that does not exist.
+/// Tests the program's translation on a machine without Qt's own German texts. A qt.conf in the
+/// resources of this executable lets Qt look for its translations in a folder that does not exist.
 class MissingQtTranslationTest final : public QObject
 {
     Q_OBJECT

@@ -13,7 +13,7 @@ namespace {
 
 using Variables = QMap<QString, QString>;
 
-/// Without what tells Qt of a display, but for these variables.
+/// The environment without the variables by which Qt finds a display, plus the given variables.
 QProcessEnvironment environmentWith(const Variables &variables)
 {
     auto environment = QProcessEnvironment::systemEnvironment();
@@ -27,7 +27,7 @@ QProcessEnvironment environmentWith(const Variables &variables)
 
 } // namespace
 
-/// Starts the program itself where Qt finds a platform to draw on and where it does not.
+/// Starts the real program in environments with and without a platform that Qt can use.
 class NoDisplayTest final : public QObject
 {
     Q_OBJECT
@@ -40,14 +40,15 @@ private slots:
         const QString nobody = ":4242"_s;
         Rows<Variables, QStringList, QString>()
             .row("nothing set", Variables(), QStringList(), "DISPLAY is not set")
-            .row("nobody there", Variables{{display, nobody}}, QStringList(), nobody)
+            .row("no server at this display", Variables{{display, nobody}}, QStringList(), nobody)
             .row("unknown platform", Variables{{platform, "unheard-of"_s}, {display, nobody}},
                  QStringList(), "\"unheard-of\"")
             .row("unknown platform as an option", Variables{{platform, "offscreen"_s}},
                  QStringList{"-platform"_s, "unheard-of"_s}, "\"unheard-of\"")
-            .row("none of two", Variables{{platform, "unheard-of;xcb"_s}, {display, nobody}},
-                 QStringList(), nobody)
-            .row("only a Wayland that is gone",
+            .row("neither of two platforms",
+                 Variables{{platform, "unheard-of;xcb"_s}, {display, nobody}}, QStringList(),
+                 nobody)
+            .row("only a missing Wayland socket",
                  Variables{{"WAYLAND_DISPLAY"_s, "gone"_s},
                            {"XDG_RUNTIME_DIR"_s, QDir::tempPath()},
                            {"XDG_SESSION_TYPE"_s, "wayland"_s}},
@@ -86,7 +87,7 @@ private slots:
             rows.row(name, {{platform, value}}, {}, "")
                 .row(name + QByteArray(" as an option"), {}, {option, value}, "");
         }
-        // What Qt says of the first one is not lost.
+        // Qt's warning about the first platform is still printed.
         rows.row("the second of two", Variables{{platform, "unheard-of;offscreen"_s}},
                  QStringList(),
                  "qt.qpa.plugin: Could not find the Qt platform plugin \"unheard-of\"");

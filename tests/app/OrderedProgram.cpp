@@ -1,9 +1,9 @@
-// The program with its window, against another server and another 7-Zip than it was built for.
+// Runs the program with its window, with the server and the 7-Zip of the command line.
 //
 //     ordered_program SERVER EXTRACTOR [BUTTON]
 //
-// Presses all buttons that have this object name or accessible name as soon as there are any to be
-// seen. Tells on standard output when it asks something.
+// Presses all buttons with this object name or accessible name as soon as at least one of them is
+// visible and enabled. Prints "asks" when it shows its first modal window.
 
 #include "app/ScreenScale.h"
 #include "app/StartUp.h"
@@ -39,7 +39,7 @@ QVector<QPushButton *> buttonsOf(const QString &name)
     return found;
 }
 
-/// Returns whether there were any. What they do comes later, each in its own time.
+/// Returns whether there are such buttons. Each click is a separate queued event.
 bool press(const QString &name)
 {
     const QVector<QPushButton *> buttons = buttonsOf(name);

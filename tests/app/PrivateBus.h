@@ -7,8 +7,8 @@
 
 namespace Kavo::Testing {
 
-/// A message bus of the test's own, in the place of the desktop's as long as the object lives.
-/// Starts no service. Main thread.
+/// A separate message bus that replaces the session bus of the desktop while the object exists, by
+/// means of DBUS_SESSION_BUS_ADDRESS. It starts no services. Main thread.
 class PrivateBus final
 {
 public:
@@ -16,10 +16,11 @@ public:
     ~PrivateBus();
     Q_DISABLE_COPY_MOVE(PrivateBus)
 
-    /// Whether it is there.
+    /// Whether the bus was started.
     bool isReady() const { return !m_address.isEmpty(); }
     QString address() const { return m_address; }
-    /// Where its socket lies, by the name that the bus of a user has.
+    /// The folder that contains the socket, whose name is that of a user's session bus in
+    /// XDG_RUNTIME_DIR: "bus".
     QString folder() const { return m_folder.path(); }
 
 private:

@@ -33,7 +33,7 @@ namespace {
 constexpr int Patience = 30000; ///< in milliseconds
 const QString Extractor = "/usr/bin/7z"_s;
 
-/// The programs that a process has started.
+/// The running child processes of a process.
 QVector<pid_t> childrenOf(qint64 process)
 {
     QVector<pid_t> found;
@@ -50,7 +50,7 @@ QVector<pid_t> childrenOf(qint64 process)
     return found;
 }
 
-/// The 7-Zip that a process lets unpack this archive just now, 0 when there is none.
+/// The 7-Zip process that unpacks this archive for the given process, or 0.
 pid_t unpackerOf(qint64 process, const QByteArray &archive)
 {
     const QVector<pid_t> children = childrenOf(process);
@@ -64,7 +64,7 @@ pid_t unpackerOf(qint64 process, const QByteArray &archive)
 
 } // namespace
 
-/// Asks the program itself to end by the signals of the system.
+/// Sends the real program the signals that ask it to end.
 class ProgramEndTest final : public EngineTest
 {
     Q_OBJECT
@@ -92,7 +92,7 @@ private slots:
         QVERIFY(run);
         run->send(signalOfRow());
         run->send(signalOfRow());
-        // It still hears what is said to it, and waits.
+        // The program still answers a second instance while it waits.
         ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM), {"-"_s, Extractor});
         later.start();
         QVERIFY(later.endsWith(0));
@@ -107,18 +107,18 @@ private slots:
         QCOMPARE(wholeVersion(done), "1.0"_s);
         QCOMPARE(fileTree(simulator("folder-%1"_s.arg(done))),
                  expectedTree({{Engine::fileOf(done), Engine::contentOf(done, "1.0"_s)}}));
-        // The other one is not begun, and its archive is there for the next time.
+        // The other installation has not begun, and its archive is kept for the next start.
         QCOMPARE(recordedStatus(waiting), 4);
         QVERIFY(!QFileInfo::exists(simulator("folder-%1"_s.arg(waiting))));
         QVERIFY(QFile::exists(cachedArchive(waiting)));
         QCOMPARE(stored("Language"), "en"_s);
     }
 
-    void downloadStopsWhereItIs_data() { signalRows(); }
-    void downloadStopsWhereItIs()
+    void downloadIsInterrupted_data() { signalRows(); }
+    void downloadIsInterrupted()
     {
         constexpr qint64 Part = 123457;
-        // Nothing that could be packed any closer.
+        // Content that cannot be compressed.
         QByteArray content;
         for (int number = 0; content.size() < 1000000; ++number)
             content +=
@@ -145,7 +145,7 @@ private slots:
         QVERIFY(runUntil([&run] { return run->standardOutput().contains("asks"); }));
         run->send(signalOfRow());
         QVERIFY(run->endsWith(0));
-        // A reset would have emptied it.
+        // A reset would have cleared the settings and the database.
         QCOMPARE(stored("Language"), "en"_s);
         QVERIFY(QFile::exists(packageDatabase()));
     }
@@ -185,7 +185,7 @@ private slots:
         QVERIFY(run);
         const QVector<pid_t> children = childrenOf(run->processId());
         QVERIFY(!children.isEmpty());
-        // As at the end of a session.
+        // At the end of a session, all processes get the signal.
         run->send(signalOfRow());
         for (const pid_t child : children)
             ::kill(child, signalOfRow());
@@ -204,7 +204,7 @@ private slots:
         serveCatalogue();
         server().resource("/large.bz2"_s).body =
             compressed(QByteArray(PieceSize, '\0'), "bz2"_s).repeated(Pieces);
-        // In a group of its own, as a shell starts it.
+        // In its own process group, as a shell starts it.
         ProgramRun run("/usr/bin/setsid"_s, {QStringLiteral(KAVO_ORDERED_PROGRAM),
                                              server().url(QString()), Extractor, "Download"_s});
         run.start();
@@ -215,10 +215,10 @@ private slots:
             return unpacker > 0 && QFileInfo(unpacked).size() > 0;
         };
         QVERIFY(runUntil(unpacks));
-        // It must not get done before it has heard.
+        // 7-Zip must not finish before it gets the signal.
         ::kill(unpacker, SIGSTOP);
         QVERIFY(QFileInfo(unpacked).size() < qint64(PieceSize) * Pieces);
-        // A terminal tells all of the group at once, a desktop each program.
+        // A terminal sends the signal to the process group, a desktop to each process.
         const auto group = static_cast<pid_t>(run.processId());
         QCOMPARE(::getpgid(group), group);
         ::kill(-group, signalOfRow());
@@ -239,7 +239,7 @@ private slots:
         ::sigaction(SIGHUP, &before, nullptr);
         QVERIFY(waitForRequest("/packages.json"_s, "GET"));
         run->send(SIGHUP);
-        // Anything that takes longer than to hear a signal.
+        // Starting another program takes longer than receiving a signal.
         ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM), {"-"_s, Extractor});
         later.start();
         QVERIFY(later.endsWith(0));
@@ -259,7 +259,7 @@ private slots:
         QVERIFY(heard.isRequested());
         QVERIFY(requested.isEmpty());
         QVERIFY(requested.wait(Patience));
-        // The event loop comes to rest afterwards.
+        // The second signal is not reported separately, even after further events.
         for (int turn = 0; turn < 3; ++turn)
             QCoreApplication::processEvents();
         QCOMPARE(requested.size(), 1);
@@ -286,17 +286,17 @@ private slots:
         }
         ::sigaction(number, nullptr, &after);
         QVERIFY(after.sa_handler == own.sa_handler);
-        // What the one before has heard is nothing to the next.
+        // A new object does not report signals that arrived before.
         const Kavo::EndSignals next;
         QVERIFY(!next.isRequested());
     }
 
-    void queueContinuesWithTheSession_data()
+    void queueContinuesIfTheSessionDoes_data()
     {
-        Rows<bool>().row("as far as known", true).row("not known yet", false);
+        Rows<bool>().row("after the time limit", true).row("before the time limit", false);
     }
 
-    void queueContinuesWithTheSession()
+    void queueContinuesIfTheSessionDoes()
     {
         const auto [goesOn] = Rows<bool>::current();
         const GatedExtractor gate(profile().folder("gate"_s));
@@ -312,7 +312,7 @@ private slots:
         QVERIFY(runUntil([this] { return recordedStatus(2) == 4; }));
         QTimer::singleShot(0, &window, [&gate] { gate.open(); });
         end.prepareForSessionEnd();
-        // What was being installed is recorded by now, and nothing else has begun.
+        // The running installation is finished and recorded, and no other one has begun.
         QCOMPARE(recordedStatus(1), 1);
         QCOMPARE(recordedStatus(2), 4);
         QVERIFY(!controller().isBusy());
@@ -320,7 +320,7 @@ private slots:
             QVERIFY(runUntil([this] { return recordedStatus(2) == 1; }));
             return;
         }
-        // Whatever is due now does not wake it.
+        // Pending events do not resume the queue.
         QCoreApplication::processEvents();
         QVERIFY(!controller().isBusy());
         QCOMPARE(recordedStatus(2), 4);
@@ -344,7 +344,7 @@ private:
     {
         return runUntil([&] { return server().last(method, path).method == method; });
     }
-    /// Runs the program on the server of the engine.
+    /// Starts the program with the engine's server.
     std::unique_ptr<ProgramRun> startRun(const QString &extractor = Extractor,
                                          const QStringList &buttons = {})
     {
@@ -354,7 +354,7 @@ private:
         run->start();
         return run;
     }
-    /// A program that is just being installed; another package waits behind it.
+    /// Starts a program that installs one package while another one waits. Returns null on failure.
     std::unique_ptr<ProgramRun> startInstalling(const GatedExtractor &gate)
     {
         auto run = startRun(gate.program(), {"Download"_s});

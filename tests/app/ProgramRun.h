@@ -7,9 +7,9 @@
 
 namespace Kavo::Testing {
 
-/// One run of a program as a process of its own, in the environment of the moment of its start.
-/// Every wait runs the event loop, so that servers of the test can answer. Ends with the object,
-/// however it is by then. Main thread.
+/// Runs a program as a separate process, with the environment variables at the time of its start.
+/// Every wait runs the event loop, so that servers of the test can answer. The destructor kills the
+/// process if it is still running. Main thread.
 class ProgramRun final
 {
 public:
@@ -17,22 +17,23 @@ public:
     ~ProgramRun();
     Q_DISABLE_COPY_MOVE(ProgramRun)
 
-    /// Returns at once.
+    /// Starts the process and returns immediately.
     void start();
-    /// Returns when its log has begun, and with it its claim on the profile; false when it ends
-    /// before.
+    /// Starts the process and waits until it has claimed the profile and begun its log, which is
+    /// the given file. Returns false if the process ends before or the wait times out.
     bool startAndWait(const QString &log);
 
     void send(int signal) const;
-    /// Whether it came to an end in time.
+    /// Whether the process has ended in time.
     bool waitForEnd(int milliseconds = 30000);
-    /// The same, and it was with this status.
+    /// Whether the process has ended in time, normally and with this exit status.
     bool endsWith(int status);
 
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     qint64 processId() const { return m_process.processId(); }
-    /// All that it has said so far.
+    /// All output since the start.
     QByteArray standardOutput();
+    /// The error output since the previous call.
     QByteArray standardError() { return m_process.readAllStandardError(); }
 
 private:

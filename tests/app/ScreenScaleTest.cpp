@@ -19,7 +19,7 @@ private slots:
             qunsetenv(name);
     }
 
-    void densityIsTakenAsFarAsTheWindowFits_data()
+    void densityIsLimitedByTheWindow_data()
     {
         Rows<int, QSize, int>()
             .row("plain", 96, QSize(1920, 1080), 96)
@@ -33,11 +33,11 @@ private slots:
             .row("just wide and high enough", 192, QSize(2640, 1600), 192)
             .row("not wide enough", 192, QSize(2639, 1600), 120)
             .row("not high enough", 192, QSize(2640, 1599), 120)
-            .row("fits never", 192, QSize(1280, 720), 120)
+            .row("never fits", 192, QSize(1280, 720), 120)
             .row("not dense", 72, QSize(1920, 1080), 72);
     }
 
-    void densityIsTakenAsFarAsTheWindowFits()
+    void densityIsLimitedByTheWindow()
     {
         const auto [density, pixels, fitting] = Rows<int, QSize, int>::current();
         QCOMPARE(Kavo::fittingDensity(density, pixels), fitting);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int Patience = 60000; ///< in milliseconds
 
-/// A program that is spoken to in lines.
+/// A helper process that communicates in lines on its standard input and output.
 class Companion final
 {
 public:
@@ -33,7 +33,7 @@ public:
     Q_DISABLE_COPY_MOVE(Companion)
 
     void order(const QByteArray &word) { m_process.write(word + '\n'); }
-    /// The next line that it says, without its end; empty when none comes.
+    /// The next line of output, without its line feed; empty if none arrives.
     QByteArray hear()
     {
         runUntil([this] { return m_process.canReadLine() || !isRunning(); }, Patience);
@@ -49,7 +49,7 @@ private:
 
 } // namespace
 
-/// Ends the desktop's session around the program.
+/// Runs the program in a desktop session and ends the session.
 class SessionEndTest final : public EngineTest
 {
     Q_OBJECT
@@ -63,7 +63,7 @@ private slots:
         QVERIFY(runUntil([this] { return recordedStatus(2) == 1; }, Patience));
         m_session->order("end");
         QVERIFY(m_session->hears("saved"));
-        // Others may still prevent it.
+        // Other programs may still cancel the end of the session.
         QVERIFY(run->isRunning());
         m_session->order("die");
         QVERIFY(run->endsWith(0));
@@ -79,7 +79,7 @@ private slots:
         const auto areThere = [this] { return recordedStatus(1) == 4 && recordedStatus(2) == 4; };
         QVERIFY(runUntil(areThere, Patience));
         m_session->order("end");
-        // Anything that takes longer than an answer.
+        // Starting another program takes longer than an answer would.
         ProgramRun later(QStringLiteral(KAVO_ORDERED_PROGRAM),
                          {"-"_s, "-"_s, "-platform"_s, "offscreen"_s});
         later.start();
@@ -88,7 +88,7 @@ private slots:
         QVERIFY(run->isRunning());
         gate.open();
         QVERIFY(m_session->hears("saved"));
-        // One is done, and the other is not begun.
+        // One package is installed (1), and the other one is still waiting (4).
         QCOMPARE(recordedStatus(1) + recordedStatus(2), 5);
         m_session->order("die");
         QVERIFY(run->endsWith(0));

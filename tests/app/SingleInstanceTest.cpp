@@ -36,7 +36,7 @@ namespace {
 
 const QString Program = QStringLiteral(KAVO_PROGRAM);
 
-/// Content and time of the last change of every file of the account.
+/// The modification time and the content of every file below the folder, by relative path.
 QMap<QString, QPair<QDateTime, QByteArray>> everyFile(const QString &folder)
 {
     QMap<QString, QPair<QDateTime, QByteArray>> found;
@@ -53,7 +53,7 @@ QByteArray lockTelling(qint64 process, const QString &program, const QString &ma
     return QByteArray::number(process) + '\n' + program.toUtf8() + '\n' + machine.toUtf8() + '\n';
 }
 
-/// The name under which the program of a profile listens; the system lists them all.
+/// The name of the socket on which the program of a profile listens, from the system's list.
 QByteArray nameOfSocket(const QString &folder)
 {
     struct stat status = {};
@@ -67,7 +67,7 @@ QByteArray nameOfSocket(const QString &folder)
     return QByteArray();
 }
 
-/// The program neither asks for anything nor looks for a server.
+/// Stores settings with which the program neither asks for anything nor uses a server.
 void settleWithoutServer(const ScratchProfile &profile)
 {
     settle(profile);
@@ -76,7 +76,7 @@ void settleWithoutServer(const ScratchProfile &profile)
 
 } // namespace
 
-/// Starts the program itself, once and once more.
+/// Starts several instances of the real program, mostly on the same profile.
 class SingleInstanceTest final : public QObject
 {
     Q_OBJECT
@@ -99,7 +99,8 @@ private slots:
         QVERIFY(before.size() >= 4);
 
         QVERIFY(nextEndsInSilence());
-        // The first has raised its window, and the off-screen platform notes that it cannot.
+        // The first instance tries to raise its window, and the off-screen platform logs that it
+        // cannot.
         auto after = everyFile(m_profile->home());
         const QString log = ".local/share/Quarnell/Kavo Suite/log.txt"_s;
         const QByteArray logBefore = before.take(log).second;
@@ -120,7 +121,7 @@ private slots:
 
         ProgramRun next(Program);
         QVERIFY(next.startAndWait(m_profile->logFile()));
-        // It is the one for the profile now.
+        // It has claimed the profile.
         QVERIFY(nextEndsInSilence());
         QVERIFY(next.isRunning());
     }
@@ -202,8 +203,8 @@ private slots:
         QVERIFY(readFile(m_profile->logFile()).startsWith(log));
     }
 
-    /// So many ask already that there is no room for one more.
-    void programWithAFullQueueDoesNotBlockTheNext()
+    /// The backlog of the listening socket is full.
+    void programWithAFullBacklogDoesNotBlockTheNext()
     {
         const int deaf = Kavo::listenAt(nameOfProfile());
         QVERIFY(deaf >= 0);
@@ -220,7 +221,7 @@ private slots:
         QVERIFY(!next.isAnswered());
     }
 
-    /// It has the name to the last moment, and answers no more.
+    /// A program that is ending keeps the socket's name until its end, but no longer answers.
     void profileOfAProgramThatIsEndingIsFree()
     {
         const int ending = Kavo::listenAt(nameOfProfile());
@@ -238,7 +239,7 @@ private slots:
         QVERIFY(claimed);
     }
 
-    /// As when the simulator that it has started is still there.
+    /// For example the simulator that the program has started.
     void profileIsFreeWhileChildrenOfTheProgramRun()
     {
         auto first = std::make_unique<SingleInstance>(m_profile->dataFolder());
@@ -267,7 +268,8 @@ private slots:
         QVERIFY(runUntil([&locate] { return !locate.arguments().isEmpty(); }));
         ProgramRun second(Program);
         second.start();
-        // Whether it is heard before it gives up or not, it ends, and the first goes on.
+        // The second program ends, whether it gets an answer in time or not. The first one
+        // continues.
         QFile pipe(gate);
         QVERIFY(pipe.open(QIODevice::WriteOnly));
         pipe.write("go on\n");
@@ -300,7 +302,7 @@ private slots:
         SingleInstance first(folder);
         QVERIFY(first.claim(QByteArray()));
         QVERIFY(!QFile::exists(lock));
-        // The socket is enough to know of each other.
+        // The socket alone is enough.
         QVERIFY(nextEndsInSilence());
 
         SingleInstance nowhere("/nowhere/at/all/"_s);
@@ -329,10 +331,10 @@ private slots:
         QVERIFY(claimed);
     }
 
-    void lockHoldsWhereTheSocketIsOutOfReach()
+    void lockIsEnoughWithoutTheSocket()
     {
         const QString folder = m_profile->dataFolder();
-        // As on another machine that shares the folder.
+        // As if another machine shared the folder.
         QLockFile lock(lockFile());
         lock.setStaleLockTime(0);
         QVERIFY(lock.tryLock(0));
@@ -364,7 +366,7 @@ private slots:
     void otherUsersAreIgnored()
     {
         if (::getuid() != 0)
-            QSKIP("Only root can be somebody else as well");
+            QSKIP("Only root can act as another user");
         constexpr uid_t Nobody = 65534;
         const QString folder = m_profile->dataFolder();
         QByteArray name;
@@ -384,7 +386,7 @@ private slots:
                 [&stranger] { return stranger.state() == QLocalSocket::UnconnectedState; }));
             QVERIFY(asked.isEmpty());
         }
-        // Nor does one that was there first keep anybody from starting, or pass for the program.
+        // Another user who listens on the name first does not prevent a start.
         QCOMPARE(::seteuid(Nobody), 0);
         const int stranger = Kavo::listenAt(name);
         QCOMPARE(::seteuid(0), 0);
@@ -392,7 +394,7 @@ private slots:
         const auto close = qScopeGuard([stranger] { ::close(stranger); });
         SingleInstance first(folder);
         QVERIFY(first.claim(QByteArray()));
-        // Not even one that says what the program would say.
+        // The correct answer from another user is ignored: only the lock prevents a second start.
         std::atomic<bool> isOver{false};
         std::thread answers([stranger, &isOver] {
             while (!isOver) {
@@ -427,14 +429,14 @@ private slots:
         endless.write(QByteArray(100000, 'a'));
         QVERIFY(runUntil([&endless] { return endless.state() == QLocalSocket::UnconnectedState; }));
         QVERIFY(asked.isEmpty());
-        // The rest of what it was about to say.
+        // The rest of the request.
         odd.write(" \n");
         QVERIFY(runUntil([&odd] { return odd.canReadLine(); }));
         QCOMPARE(odd.readAll(), QByteArray("shown\n"));
         QCOMPARE(asked.size(), 1);
     }
 
-    void oneOfManyAtOnceRuns()
+    void onlyOneOfManySimultaneousStartsRuns()
     {
         constexpr int Count = 6;
         QVERIFY(writeFile(lockFile(), QByteArray()));
@@ -456,14 +458,14 @@ private slots:
     }
 
 private:
-    /// Starts the program once more. Returns whether it ends with success and says nothing.
+    /// Starts the program again. Returns whether it ends with success and prints no error.
     static bool nextEndsInSilence()
     {
         ProgramRun next(Program);
         next.start();
         return next.endsWith(0) && next.standardError().isEmpty();
     }
-    /// Until all of the program's own start is over.
+    /// Waits until the program's start is complete.
     bool waitForWindow() const
     {
         const QString database = m_profile->dataFolder() + "packages.db"_s;
@@ -472,7 +474,7 @@ private:
                    !QFile::exists(database + "-journal"_s);
         });
     }
-    /// The name that a program would take for the profile, which is free.
+    /// The name of the socket for the profile, which must not be claimed at the moment.
     QByteArray nameOfProfile() const
     {
         SingleInstance instance(m_profile->dataFolder());

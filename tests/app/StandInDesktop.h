@@ -9,8 +9,8 @@
 
 namespace Kavo::Testing {
 
-/// What a desktop hears on its bus: it takes notifications, and follows what programs want on their
-/// icons. Main thread.
+/// A stand-in for the desktop on a message bus. It records notifications, and the counts and
+/// progress that programs show on their icons. Main thread.
 class StandInDesktop final : public QObject
 {
     Q_OBJECT
@@ -26,7 +26,7 @@ public:
         QString text;
         QStringList actions;
         QVariantMap hints;
-        int timeout; ///< in milliseconds, -1 for the desktop's own
+        int timeout; ///< in milliseconds, -1 for the desktop's default
     };
     struct Entry
     {
@@ -50,7 +50,7 @@ public:
     const QVector<Entry> &entries() const { return m_entries; }
 
 public slots:
-    // Called by way of the bus, under this name.
+    // The interface on the bus requires this name.
     // NOLINTNEXTLINE(readability-identifier-naming)
     uint Notify(const QString &program, uint replaces, const QString &icon, const QString &title,
                 const QString &text, const QStringList &actions, const QVariantMap &hints,

@@ -1,11 +1,12 @@
-// A session of a desktop with one program in it, for which it makes the end of the session.
+// A stand-in for a desktop session that contains one program and can end the session.
 //
 //     stand_in_session
 //
-// The first line of standard output is what SESSION_MANAGER has to be. Each line of standard input
-// is an order: "end" asks the program to save what it has, as at the end of the session, "die" ends
-// it. Standard output tells "joined" when the program is there, "saved" when it has answered and
-// "gone" when it has left, with which the session is over.
+// The first line of standard output is the value for the variable SESSION_MANAGER. Each line of
+// standard input is a command: "end" asks the program to save its state, as at the end of a
+// session, and "die" asks it to exit. Standard output reports "joined" when the program has joined
+// the session, "saved" when it has answered "end", and "gone" when it has left the session, which
+// also ends this process.
 
 #include <X11/ICE/ICElib.h>
 #include <X11/ICE/ICEutil.h>
@@ -32,13 +33,13 @@ void tell(const char *word)
 
 Status onRegister(SmsConn connection, SmPointer, char *previous)
 {
-    // An unknown earlier name makes the program ask once more, for a new one.
+    // If its previous ID is rejected, the program registers again and asks for a new one.
     if (previous)
         return 0;
     char *id = SmsGenerateClientID(connection);
     SmsRegisterClientReply(connection, id);
     program = connection;
-    // Every program is asked once when it joins.
+    // The protocol (XSMP) asks every new program to save its state once.
     SmsSaveYourself(connection, SmSaveLocal, False, SmInteractStyleNone, False);
     return 1;
 }
@@ -124,7 +125,7 @@ void onLostConnection(IceConn)
     std::exit(0);
 }
 
-/// Returns false at the end of the orders.
+/// Carries out the next command. Returns false at the end of standard input.
 bool obey()
 {
     std::array<char, 64> order = {};

@@ -32,7 +32,7 @@ namespace {
 
 const QString Manual = "Manual-detecting X-Plane installation..."_s;
 
-/// The messages of the splash screen, with those of the detection in the middle.
+/// The messages of the splash screen, including those of the simulator's detection.
 QStringList messagesWith(const QStringList &detection, bool succeeds = true)
 {
     QStringList messages{"Starting..."_s, "Loading saved configuration..."_s,
@@ -51,7 +51,7 @@ QStringList detectionMessages()
     return messages;
 }
 
-/// The boxes after a search without a result.
+/// Expects the boxes that follow a search without a result, and chooses this folder.
 void expectQuestion(MessageBoxAnswers &answers, const QString &folder)
 {
     answers.expect("Auto-dectection failed"_s,
@@ -127,7 +127,7 @@ private slots:
         QCOMPARE(run(), 0);
         QVERIFY(answers.shown().isEmpty());
         QCOMPARE(stored("Installation"), m_profile->simulatorFolder());
-        // The fourth is shown after a success as well.
+        // All four messages are shown, even if the search succeeds.
         QCOMPARE(m_messages, messagesWith(detectionMessages()));
     }
 
@@ -194,7 +194,7 @@ private slots:
         const QString before = stored("Language");
         QString during;
         QCOMPARE(run([&](ApplicationWindow &) { during = stored("Language"); }), 0);
-        // The file is written only at a normal end.
+        // The file is written only when the program ends normally.
         QCOMPARE(during, before);
         for (const auto &value : defaults)
             QCOMPARE(stored(value.first), value.second);
@@ -361,9 +361,9 @@ private:
         Kavo::Testing::store(*m_profile, key, value);
     }
     QString stored(const char *key) const { return Kavo::Testing::stored(*m_profile, key); }
-    /// Makes the start the first one on this account.
+    /// Makes the next start the first one on this account.
     void forgetSettings() { QVERIFY(QFile::remove(m_profile->settingsFile())); }
-    /// Runs the program until its window is shown, looks at it and ends it.
+    /// Runs the program, calls `look` when its window is shown, and ends the program.
     int run(const std::function<void(ApplicationWindow &)> &look = {}, int status = 0)
     {
         QTimer timer;
@@ -400,7 +400,8 @@ private:
         }
         return shown;
     }
-    /// Starts the program once more on the profile and returns the status with which it ends.
+    /// Starts the program again on the profile and returns its exit status, or -1 if it does not
+    /// end normally.
     static int startAgain()
     {
         constexpr int Patience = 30000;

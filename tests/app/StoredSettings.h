@@ -6,7 +6,7 @@
 
 namespace Kavo::Testing {
 
-/// A value of an account's settings file as another program reads it.
+/// A value in the account's settings file, or "(missing)", as another program reads it.
 inline QString stored(const ScratchProfile &profile, const char *key)
 {
     const QSettings file(profile.settingsFile(), QSettings::IniFormat);
@@ -19,7 +19,7 @@ inline void store(const ScratchProfile &profile, const char *key, const QString 
     file.setValue(QLatin1String(key), value);
 }
 
-/// The program asks for nothing when it starts.
+/// Stores the simulator's folder, so that the program asks for nothing when it starts.
 inline void settle(const ScratchProfile &profile)
 {
     store(profile, "Installation", profile.simulatorFolder());

@@ -13,26 +13,26 @@ struct TranslationEntry
 {
     QString context;
     QString source;
-    QString comment;          ///< tells texts apart that are the same in the source language
-    QString state;            ///< empty when finished, else "unfinished", "vanished" or "obsolete"
-    QStringList translations; ///< more than one where the language has a plural
+    QString comment; ///< distinguishes equal source texts
+    QString state;   ///< empty if finished, otherwise "unfinished", "vanished" or "obsolete"
+    QStringList translations; ///< more than one if the text has plural forms
 
-    /// What is the same in two files if they translate the same text.
+    /// Identifies the text: entries of two files with equal keys translate the same text.
     QString key() const;
 };
 
-/// The entries of a translation file in the order of the file; none when it cannot be read.
+/// The entries of a translation file in the order of the file; empty if it cannot be read.
 QVector<TranslationEntry> readTranslations(const QString &path);
 
-/// What a translation has lost of its source, or an empty text: place-holders such as %1 and %n,
-/// blanks and line feeds at the ends, a colon at the end.
+/// Describes what a translation fails to keep of its source text: place-holders such as %1 and %n,
+/// white space at the start and the end, or a colon at the end. Empty if it keeps everything.
 QString lossOf(const QString &source, const QString &translation);
 
-/// Answers a context, a source text and a comment with the translation.
+/// A function that returns the translation for a context, a source text and a comment.
 using Translate = std::function<QString(const char *, const char *, const char *)>;
 
-/// The keys of the entries that are not translated as their file says; those with a plural are left
-/// out.
+/// The keys of the entries for which the function does not return the translation of the file.
+/// Entries with plural forms are ignored.
 QStringList differentlyTranslated(const QVector<TranslationEntry> &entries,
                                   const Translate &translate);
 

@@ -58,7 +58,7 @@ QString sorted(const QSet<QString> &keys)
     return list.join(QLatin1Char('\n'));
 }
 
-/// The texts of the source code, which lupdate adds to a copy of the translation file.
+/// The entries of a copy of the translation file that lupdate has updated from the source code.
 QVector<TranslationEntry> textsOfTheSource(const QString &copy)
 {
     if (!QFile::copy(translationFile(), copy))
@@ -85,7 +85,7 @@ QVector<TranslationEntry> textsOfTheSource(const QString &copy)
 
 } // namespace
 
-/// The texts in each language are complete, are loaded and fit into the window.
+/// Checks that the texts in each language are complete, are loaded and fit into the window.
 class TranslationTest final : public QObject
 {
     Q_OBJECT
@@ -155,8 +155,8 @@ private slots:
         QCOMPARE(keysOf(entries).size(), entries.size());
     }
 
-    void nothingIsLost_data() { addLanguages(); }
-    void nothingIsLost()
+    void translationsKeepTheirFormat_data() { addLanguages(); }
+    void translationsKeepTheirFormat()
     {
         const auto entries = readTranslations(translationFile());
         QVERIFY(!entries.isEmpty());
@@ -234,7 +234,7 @@ private slots:
             rows.row(prefix + ", update", language, Package::INSTALLED, true);
         }
     }
-    /// With the program's font and style. A longer text would be cut off on the button.
+    /// Uses the program's font and style. A longer text would be cut off on the button.
     void textsOfTheCardFit()
     {
         const auto [language, state, update] = Rows<QString, Package::State, bool>::current();

@@ -30,7 +30,7 @@ using Ui::PackageWidget;
 
 namespace {
 
-/// How long the program may take to end after the last step.
+/// How long the program may take to end after the last step, in milliseconds.
 constexpr int EndLimit = 5000;
 
 QListWidget *listOf(const ApplicationWindow &window)
@@ -75,7 +75,7 @@ void Walk::endPart()
     m_broken = m_broken || QTest::currentTestFailed();
 }
 
-// Running ----------------------------------------------------------------------------------------
+// Running the program ----------------------------------------------------------------------------
 
 void Walk::visit(const Steps &steps)
 {
@@ -115,7 +115,7 @@ int Walk::start(const Steps &steps)
         watchdog.start(EndLimit);
     });
     timer.start(2);
-    // A translation is installed for as long as the process lives.
+    // An installed translation remains until the end of the process.
     m_isTranslated |= !isEnglish();
     const int status =
         StartUp(*qobject_cast<QApplication *>(qApp), {server().url("/"_s), m_extractor}).run();
@@ -126,7 +126,7 @@ int Walk::start(const Steps &steps)
     return status;
 }
 
-/// The main window, once it stands alone and shows its list.
+/// The main window if it shows its list and the splash screen is hidden; otherwise null.
 ApplicationWindow *Walk::findWindow() const
 {
     ApplicationWindow *found = nullptr;
@@ -141,14 +141,14 @@ ApplicationWindow *Walk::findWindow() const
     return found;
 }
 
-// Facts ------------------------------------------------------------------------------------------
+// Checking the state -----------------------------------------------------------------------------
 
 void Walk::compare()
 {
     compareDisk();
     if (!QTest::currentTestFailed())
         compareCards();
-    // An archive goes when it is unpacked; of a failed download a file without content may stay.
+    // An archive is deleted after it was unpacked. A failed download may leave an empty file.
     const QDir cache(profile().cacheFolder());
     QStringList archives;
     for (const QFileInfo &file : cache.entryInfoList({"*.7z"_s, "*.zip"_s})) {
@@ -171,7 +171,7 @@ void Walk::compareDisk()
         QCOMPARE(m_demonstration->versionOnDisk(entry.id), m_installed.value(entry.id));
     QCOMPARE(differences(fileTree(simulator()), m_demonstration->expectedSimulator(m_installed)),
              QStringList());
-    // Parked files return; the folders they were parked in may stay.
+    // Preserved files are moved back to the simulator. Their empty folders may remain.
     QCOMPARE(filesUnder(profile().preserveFolder()), QStringList());
 }
 
@@ -200,7 +200,7 @@ void Walk::compareCard(const PackageWidget &card, const Demonstration::Entry &en
     QCOMPARE(textOf(card, "PackageName"), entry.name(m_language));
     QCOMPARE(textOf(card, "PackageInstalled"), text("Installed : ") + version);
     QCOMPARE(textOf(card, "PackageAvailable"), text("Available : ") + entry.newest);
-    // Its picture came over the network.
+    // The icon was downloaded.
     QTRY_VERIFY_WITH_TIMEOUT(child<QLabel>(card, "PackageIcon")->hasScaledContents(), Patience);
 }
 
@@ -216,7 +216,7 @@ void Walk::waitForInstallation(int id, const QString &version)
     m_installed.insert(id, version);
 }
 
-// Eyes -------------------------------------------------------------------------------------------
+// Looking at the window --------------------------------------------------------------------------
 
 bool Walk::isListShown() const
 {
@@ -249,7 +249,7 @@ QPushButton *Walk::action(int id) const
 
 QPushButton *Walk::actionOf(const PackageWidget &card)
 {
-    // Its object name follows the state; the other button keeps its own.
+    // Its object name depends on the state. The other button is always called MoreDetail.
     for (QPushButton *button : card.findChildren<QPushButton *>()) {
         if (button->objectName() != "MoreDetail"_s)
             return button;
@@ -285,7 +285,7 @@ QPushButton *Walk::detailButton(const char *name) const
     return child<QPushButton>(detail(), name);
 }
 
-// Hands ------------------------------------------------------------------------------------------
+// Operating the window ---------------------------------------------------------------------------
 
 void Walk::openDetail(int id)
 {
@@ -294,7 +294,7 @@ void Walk::openDetail(int id)
     QVERIFY(!isListShown());
     QCOMPARE(textOf(detail(), "DetailTitle"), nameOf(id));
     QCOMPARE(child<QTabWidget>(detail(), "DetailTabs")->currentIndex(), 0);
-    // Its first banner came over the network.
+    // The first banner, if there is one, was downloaded.
     const auto *banner = child<QLabel>(detail(), "CarouselImage");
     QTRY_VERIFY_WITH_TIMEOUT(
         !banner->isVisible() || (banner->pixmap() && banner->pixmap()->height() > 100), Patience);
@@ -363,7 +363,7 @@ void Walk::expectFolder(const QString &caption, const QString &folder, const QSt
 
 void Walk::chooseFolder(QDialog &settings, int row, const QString &folder, const QString &picture)
 {
-    // What Qt calls a folder dialog without a caption.
+    // Qt's default caption of a folder dialog.
     expectFolder(QFileDialog::tr("Find Directory"), folder, picture);
     browse(settings, row);
 }

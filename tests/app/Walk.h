@@ -27,7 +27,7 @@ class PackageWidget;
 
 namespace Kavo::Testing {
 
-/// The packages of the demonstration by their ids.
+/// The ids of the demonstration's packages.
 enum DemonstrationPackage {
     Library = 1,
     GroundEquipment = 2,
@@ -39,7 +39,7 @@ enum DemonstrationPackage {
     CloudPainter = 9,
 };
 
-/// The numbers by which other programs read the state of a package in "packages.db".
+/// The values of the column "status" in "packages.db", as other programs read them.
 enum RecordedStatus {
     Available = 0,
     Installed = 1,
@@ -49,11 +49,11 @@ enum RecordedStatus {
     DownloadError = 7,
 };
 
-/// What a walk through the whole program needs, one start after the other on one scratch account:
-/// the demonstration, hands for the window, answers for the boxes, pictures of both, and the facts
-/// that the disk, the database and the window have to agree on.
+/// The base of a test that uses the whole program on the demonstration. It starts the program
+/// several times on one scratch account, operates the window, answers message boxes and dialogs,
+/// takes pictures of them, and checks that the disk, the database and the window agree.
 ///
-/// KAVO_WALK_LANGUAGE is the language at the beginning, English without it. Main thread.
+/// KAVO_WALK_LANGUAGE sets the initial language; the default is English. Main thread.
 class Walk : public QObject
 {
     Q_OBJECT
@@ -61,32 +61,36 @@ class Walk : public QObject
 protected:
     using Steps = std::function<void()>;
 
-    /// In the place of a status that no program returns: it did not end by itself.
+    /// The status of a program that did not end by itself. The program never returns it.
     static constexpr int StillRunning = 99;
-    static constexpr int Patience = 60000;
+    static constexpr int Patience = 60000; ///< in milliseconds
 
     Walk();
     ~Walk() override;
 
-    // Each function of the test takes these two about itself.
+    // To be called before and after each function of the test.
     void beginPart();
     void endPart();
 
-    /// Starts the program, takes the steps as soon as the list is shown, and closes the window.
-    /// Before the steps, after them and when the program has ended, everything has to tell what
-    /// m_installed tells, and the cards what m_errors tells.
+    /// Starts the program, runs the steps as soon as the list is shown, and closes the window.
+    /// Calls compare() before and after the steps, and compareDisk() after the end of the program.
     void visit(const Steps &steps = [] {});
-    /// The same for steps that bring the program to its end, after which another state may count.
+    /// Like visit(), for steps that end the program. Compares nothing after the steps, because they
+    /// may change what is expected.
     void visitToTheEnd(const Steps &steps);
-    /// Starts the program and returns its exit status. Nothing is compared.
+    /// Starts the program, runs the steps as soon as the list is shown, and returns the exit
+    /// status, or StillRunning if the steps do not end the program. Checks nothing but the log.
     int start(const Steps &steps);
 
-    /// The simulator's folder, "packages.db" and the cards tell what m_installed tells.
+    /// Checks the disk, the cards, and that the cache contains no archive.
     void compare();
+    /// Checks that the simulator's folder and "packages.db" agree with m_installed, and that the
+    /// preserve folder contains no file.
     void compareDisk();
+    /// Checks that the cards agree with m_installed and m_errors.
     void compareCards();
     void waitForRow(int id, RecordedStatus status, const QString &version) const;
-    /// Waits for the version and counts on it from then on.
+    /// Waits until the version is installed, and adds it to m_installed.
     void waitForInstallation(int id, const QString &version);
     ScratchProfile &profile() const { return m_demonstration->profile(); }
     Nginx &server() const { return m_demonstration->server(); }
@@ -98,16 +102,16 @@ protected:
     bool isListShown() const;
     QList<Ui::PackageWidget *> cards() const;
     Ui::PackageWidget *card(int id) const;
-    /// The button of the card whose meaning follows the state of the package.
+    /// The action button of a card. Its text and object name depend on the package's state.
     QPushButton *action(int id) const;
     static QPushButton *actionOf(const Ui::PackageWidget &card);
     QPushButton *topButton(const char *name) const;
-    /// The error text in the place of the list.
+    /// The error text that is shown instead of the list.
     QLabel *listMessage() const;
 
     void openDetail(int id);
     Ui::PackageDetailWidget &detail() const;
-    /// A button of the detail view by its object name; null when there is none.
+    /// A button of the detail view by its object name; null if there is none.
     QPushButton *detailButton(const char *name) const;
     void showDetailTab(int index);
     QPushButton *oldVersion(const QString &version);
@@ -115,39 +119,41 @@ protected:
     void uninstall(int id);
 
     static void press(QWidget *button);
-    /// A box that comes next, the button to press, and the name of the box's picture.
+    /// Adds an expected message box, with the button to press and the name of the picture of the
+    /// box. Without a name no picture is taken.
     void expect(const QString &title, const QString &text, QMessageBox::StandardButton button,
                 const QString &picture = QString());
-    /// Presses and sees to it that all boxes have come by then.
+    /// Presses the button and checks that all expected boxes were shown.
     void pressAndAnswer(QPushButton *button);
-    /// Opens the settings and does this in them; it has to close them.
+    /// Opens the settings dialog and calls the function with it, which must close the dialog.
     void inSettings(const std::function<void(QDialog &)> &change);
-    /// A folder dialog that comes next, and the folder to choose; an empty one cancels.
+    /// Adds an expected folder dialog, with the folder to choose. An empty folder cancels the
+    /// dialog.
     void expectFolder(const QString &caption, const QString &folder,
                       const QString &picture = QString());
-    /// Presses "Browse" in this row of the settings' folders.
+    /// Presses "Browse" in a row of the settings' folders. Rows count from 0.
     static void browse(QDialog &settings, int row);
-    /// The same, and chooses this folder.
+    /// Presses "Browse" in a row of the settings' folders and chooses this folder.
     void chooseFolder(QDialog &settings, int row, const QString &folder,
                       const QString &picture = QString());
     void takePicture(const char *name);
     void takePicture(QWidget &widget, const QString &name);
 
-    /// A text of the program in the language that this process shows. The context tells texts apart
-    /// that are translated differently.
+    /// The source text in the language that the program shows. The context is needed only if the
+    /// text has different translations.
     QString text(const char *source, const char *context = nullptr) const;
     QString nameOf(int id) const;
     bool isEnglish() const { return m_language == Kavo::languages().constFirst(); }
     /// A language to change to.
     QString otherLanguage() const { return Kavo::languages().at(isEnglish() ? 1 : 0); }
-    /// Names as boxes list them, a line each.
+    /// The names of the packages as message boxes list them, one per line.
     QString namesOf(const QList<int> &ids) const;
 
     std::unique_ptr<Demonstration> m_demonstration;
     std::unique_ptr<MessageBoxAnswers> m_answers;
-    /// The versions that are installed by what the walk has done so far.
+    /// The versions that must be installed, by package id.
     QMap<int, QString> m_installed;
-    /// The cards that tell of an error, and how. A start forgets them.
+    /// The error texts that the cards must show, by package id. Cleared by each visit.
     QMap<int, QString> m_errors;
     QString m_language;
     QString m_extractor;

@@ -24,14 +24,14 @@ WalkPictures::~WalkPictures()
     qApp->removeEventFilter(this);
     keepAll();
     for (auto each = m_unkept.cbegin(); each != m_unkept.cend(); ++each)
-        qWarning("No picture could be kept in %s", qUtf8Printable(each.key()));
+        qWarning("The picture %s could not be saved", qUtf8Printable(each.key()));
 }
 
 void WalkPictures::take(QWidget &widget, const QString &name)
 {
     if (m_folder.isEmpty())
         return;
-    // A change of what is shown is laid out only when the event loop runs again.
+    // Layouts are usually updated only when the event loop runs again.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     const QString file = "%1-%2.png"_s.arg(++m_count, 2, 10, QLatin1Char('0'));
     m_unkept.insert(QDir(m_folder).filePath(file.arg(name)), widget.grab());
@@ -56,7 +56,7 @@ bool WalkPictures::eventFilter(QObject *watched, QEvent *event)
         });
     } else if (qobject_cast<QMessageBox *>(watched) || qobject_cast<QFileDialog *>(watched)) {
         const QString name = m_boxNames.isEmpty() ? "box-unexpected"_s : m_boxNames.dequeue();
-        // Its size is settled when the event is over, and whoever answers it comes later still.
+        // The size of the box is final only after this event. The box is answered even later.
         auto *box = static_cast<QWidget *>(watched);
         if (!name.isEmpty())
             QTimer::singleShot(0, box, [this, box, name] { take(*box, name); });

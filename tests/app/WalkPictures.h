@@ -10,9 +10,9 @@ class QWidget;
 
 namespace Kavo::Testing {
 
-/// Keeps pictures of what the program shows, when the environment variable KAVO_WALK_PICTURES names
-/// a folder for them: "01-start.png" and so on. The first splash screen, message boxes and file
-/// dialogs are taken by themselves. Without the variable it does nothing.
+/// Saves pictures of the program's windows in the folder that the environment variable
+/// KAVO_WALK_PICTURES names: "01-start.png" and so on. Pictures of the first splash screen, message
+/// boxes and file dialogs are taken automatically. Without the variable this class does nothing.
 class WalkPictures final : public QObject
 {
     Q_OBJECT
@@ -21,9 +21,10 @@ public:
     WalkPictures();
     ~WalkPictures() override;
 
-    /// A picture that cannot be kept at once is kept with one of the next.
+    /// Takes a picture. If it cannot be saved, later calls try again.
     void take(QWidget &widget, const QString &name);
-    /// What a further box is about. One with an empty name is not taken.
+    /// Sets the name for the picture of a further box, in the order of the boxes. With an empty
+    /// name no picture is taken.
     void nameBox(const QString &name) { m_boxNames.enqueue(name); }
 
 protected:
@@ -36,7 +37,7 @@ private:
     QQueue<QString> m_boxNames;
     int m_count = 0;
     bool m_sawStart = false;
-    QMap<QString, QPixmap> m_unkept; ///< by their files
+    QMap<QString, QPixmap> m_unkept; ///< by path
 };
 
 } // namespace Kavo::Testing

@@ -35,7 +35,7 @@ const QString CloudColours = "Output/preferences/Cloud Colours.prf"_s;
 const QString LightChanges = "<strong>1.6.0</strong><ul><li>Approach lights follow the weather</li>"
                              "<li>Settings can be changed in flight</li></ul>"_s;
 
-/// Slow enough to catch a download in its middle.
+/// Slow enough to observe a download before it is complete.
 constexpr int BytesASecond = 1500000;
 
 } // namespace
@@ -56,8 +56,8 @@ public slots:
 };
 
 /// A test of the whole program on the demonstration. The program starts several times on the same
-/// account, and each function continues where the previous one ended. The pictures of all screens
-/// and boxes are taken here.
+/// account, and each function continues where the previous one ended. Takes the pictures of all
+/// screens and boxes.
 class WalkTest final : public Walk
 {
     Q_OBJECT
@@ -67,7 +67,7 @@ private slots:
     void init() { beginPart(); }
     void cleanup() { endPart(); }
 
-    void withoutASimulatorThereIsNoStart()
+    void missingSimulatorEndsTheProgram()
     {
         const StandInLocate nothing({}, 1);
         expect(text("Auto-dectection failed"),
@@ -107,7 +107,7 @@ private slots:
         });
     }
 
-    void installationBringsItsDependencies()
+    void installationIncludesDependencies()
     {
         QVERIFY(server().limitRate(BytesASecond));
         visit([this] {
@@ -192,7 +192,7 @@ private slots:
         });
     }
 
-    void olderVersionBringsItsDependencies()
+    void olderVersionIncludesDependencies()
     {
         visit([this] {
             openDetail(HighlandApproach);
@@ -212,14 +212,14 @@ private slots:
 
             press(action(CloudPainter));
             waitForInstallation(CloudPainter, "0.9.4"_s);
-            // The original has been copied before it is changed.
+            // The original was backed up.
             QCOMPARE(readFile(profile().backupFolder() + CloudColours),
                      readFile(simulator() + CloudColours));
         });
     }
 
-    /// The simulator writes the light plug-in's settings and drops the colours that the cloud
-    /// plug-in replaces.
+    /// The simulator writes the settings of the light plug-in and deletes the file that the cloud
+    /// plug-in has replaced.
     void simulatorRuns()
     {
         const QString folder = simulator();
@@ -262,7 +262,7 @@ private slots:
 
     void olderVersionWarnsOfDependents()
     {
-        // Highland Approach is content with 1.2.0.
+        // Highland Approach is not listed, because version 1.2.0 satisfies its dependency.
         const QString warning =
             "Install older version?\n\nFollowing extensions depend on newer version and may stop "
             "working\n\n"_s +
@@ -342,7 +342,7 @@ private slots:
         QCOMPARE(desktop.opened, QStringList({entry.help, entry.manual}));
     }
 
-    /// The disk of the simulator may not be mounted.
+    /// The simulator may be on a disk that is not mounted.
     void removalWithoutTheSimulatorIsRefused()
     {
         const QString folder = simulator().chopped(1);
@@ -390,7 +390,7 @@ private slots:
         });
     }
 
-    void silentServerIsReported()
+    void stoppedServerIsReported()
     {
         visit([this] {
             server().stop();
@@ -439,7 +439,7 @@ private slots:
         QCOMPARE(stored("Language"), m_language);
     }
 
-    void newCacheFolderNeedsNoBox()
+    void newCacheFolderNeedsNoConfirmation()
     {
         const QString folder = profile().folder("new-cache"_s);
         visit([&] {
@@ -515,7 +515,7 @@ private slots:
                  }),
                  0);
         QCOMPARE(fileTree(folder).keys(), QStringList("X-Plane.exe"_s));
-        // The version files replace the lost database.
+        // The installed versions are read from the version files, because the database was deleted.
         store(profile(), "Installation", simulator());
         visit();
     }
@@ -586,8 +586,9 @@ private:
     {
         expect(text("Uninstall Package"), question, button, picture);
     }
-    /// A box of the settings that is refused first: then they stay open. After it they have closed,
-    /// and the program tells that it is about to end.
+    /// Presses OK in the settings twice. If the question is answered with No, the dialog stays open
+    /// and nothing changes. If it is answered with Yes, the dialog closes, and a box announces the
+    /// end of the program.
     void expectRestart(const char *question, const QString &picture)
     {
         auto *settings = qobject_cast<QDialog *>(QApplication::activeModalWidget());
@@ -622,7 +623,7 @@ private:
     }
 };
 
-/// As the program makes its application object, which follows QT_SCALE_FACTOR.
+/// Creates the application object as the program does, so that QT_SCALE_FACTOR has an effect.
 int main(int argc, char **argv)
 {
     const ScratchProfile profile;

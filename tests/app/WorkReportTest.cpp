@@ -31,13 +31,13 @@ const QString Program = QStringLiteral(KAVO_DESKTOP_ID);
 
 } // namespace
 
-/// What the program reports about installations to the desktop. The test has a bus of its own.
+/// Tests what the program reports to the desktop about installations, on a private bus.
 class WorkReportTest final : public EngineTest
 {
     Q_OBJECT
 
 private slots:
-    /// The library looks for its bus once in a process.
+    /// The bus is started once, because the library looks up its address once per process.
     void initTestCase()
     {
         m_bus = std::make_unique<PrivateBus>();
@@ -61,7 +61,7 @@ private slots:
         QVERIFY(entries().last().isVisible());
         QCOMPARE(entries().last().properties.value("count"_s).userType(),
                  static_cast<int>(QMetaType::LongLong));
-        // One package is complete and the other is at half.
+        // One package is installed, and half of the other archive is downloaded.
         release(1);
         QVERIFY(waitForState(1, Package::INSTALLED));
         const auto isLater = [this] {
@@ -77,8 +77,8 @@ private slots:
     void unknownSizeIsEstimated_data()
     {
         Rows<QJsonObject, double>()
-            .row("not told", QJsonObject{}, 1024.0 * 1024)
-            .row("told by the catalogue", QJsonObject{{"size"_s, 9000000}}, 9000000.0);
+            .row("unknown", QJsonObject{}, 1024.0 * 1024)
+            .row("from the catalogue", QJsonObject{{"size"_s, 9000000}}, 9000000.0);
     }
 
     void unknownSizeIsEstimated()
@@ -156,7 +156,7 @@ private slots:
 
     void reportsAreRateLimited()
     {
-        // The download announces every few kilobytes.
+        // The download reports its progress every few kilobytes.
         offer({1}, 1);
         server().serveGenerated("/package-1-1.0.zip"_s, 64 * 1024 * 1024);
         int announced = 0;
@@ -278,7 +278,7 @@ private slots:
     {
         offer({1, 2});
         start({});
-        // One after the other does not count as several.
+        // Installations that do not overlap do not count as several.
         for (const int id : {1, 2}) {
             QVERIFY(installAndWait(id));
             QVERIFY(waitUntilCleared());
@@ -304,11 +304,11 @@ private slots:
     {
         Rows<QByteArray>()
             .row("none", "")
-            .row("nobody there", "unix:path=/nowhere/at/all")
+            .row("no bus at the address", "unix:path=/nowhere/at/all")
             .row("nonsense", "nonsense")
-            .row("one that would have to be started", "autolaunch:")
-            .row("one that takes nobody", "refusing")
-            .row("one that says nothing", "silent");
+            .row("to be started automatically", "autolaunch:")
+            .row("refuses connections", "refusing")
+            .row("never answers", "silent");
     }
 
     void programWorksWithoutABus()

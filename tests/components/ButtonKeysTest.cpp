@@ -60,7 +60,7 @@ private slots:
         QCOMPARE(clicked.count(), 1);
     }
 
-    void keysOfAButtonThatIsOffDoNothing()
+    void keysOfADisabledButtonDoNothing()
     {
         QSignalSpy clicked(m_button, &QPushButton::clicked);
         m_button->setEnabled(false);
@@ -71,7 +71,7 @@ private slots:
         QCOMPARE(clicked.count(), 1);
     }
 
-    void keysWaitForADialog()
+    void keysBehindADialogDoNothing()
     {
         QSignalSpy clicked(m_button, &QPushButton::clicked);
         QDialog dialog(m_window.get());
@@ -107,7 +107,7 @@ private slots:
         QCOMPARE(shownTip(), "Stop (F5, Ctrl+R)"_s);
     }
 
-    void screenReadersHearTheKeys()
+    void keysAreInTheAccessibleDescription()
     {
         const QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(m_button);
         QCOMPARE(spoken->text(QAccessible::Name), "Reload"_s);

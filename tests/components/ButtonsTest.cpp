@@ -42,7 +42,7 @@ private slots:
             .row("a letter", int(Qt::Key_A), 0);
     }
 
-    /// Without a dialog, Qt itself does not handle Return and Enter.
+    /// Outside dialogs, Qt's buttons do not react to Return and Enter.
     void keysPressAButton()
     {
         const auto [key, clicks] = Rows<int, int>::current();

@@ -178,7 +178,7 @@ private slots:
         m_carousel->showImage(0);
         QVERIFY(!label().movie());
         QCOMPARE(shown(), QColor(Qt::transparent));
-        // Any other request would precede this one.
+        // An earlier request would come first in the log.
         showRed();
         QCOMPARE(m_server->log(), QStringList({"GET /red.png"_s}));
     }
@@ -220,7 +220,7 @@ private slots:
     void failedFetchShowsNoPicture()
     {
         const auto [status] = Rows<int>::current();
-        // The body is a good picture. Only the error prevents that it is shown.
+        // The body is a valid picture, so only the error can prevent that it is shown.
         const auto download = showHeldRed({}, status);
         QSignalSpy failed(download.data(), &Download::error);
         QSignalSpy finished(download.data(), &Download::finished);
@@ -255,7 +255,7 @@ private slots:
         QCOMPARE(m_server->log(), QStringList({"GET /green.png"_s}));
     }
 
-    void carouselMayGoWhileAPictureLoads()
+    void carouselMayBeDeletedWhileAPictureLoads()
     {
         const auto download = showHeldRed();
         QSignalSpy finished(download.data(), &Download::finished);
@@ -288,7 +288,7 @@ private:
         QTRY_COMPARE(shown(), Red);
     }
 
-    /// Shows a picture that waits on the server, and returns its download.
+    /// Starts to show a picture that the server holds back, and returns its download.
     QSharedPointer<Download> showHeldRed(const QStringList &more = {}, int status = HttpStatus::OK)
     {
         const QString url = serve("/red.png"_s, Red);

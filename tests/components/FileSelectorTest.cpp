@@ -16,7 +16,7 @@ using Kavo::Components::FileSelector;
 
 namespace {
 
-/// What the file dialog offered.
+/// The properties of the file dialog that was shown.
 struct Offered
 {
     QFileDialog::FileMode mode = QFileDialog::AnyFile;
@@ -75,7 +75,7 @@ private slots:
         QCOMPARE(changed.count(), 0);
     }
 
-    void toolTipHasAllOfThePath()
+    void toolTipIsTheWholePath()
     {
         FileSelector selector(FileSelector::ChooseFolder);
         const auto *field = child<QLineEdit>(selector, "FileSelectorValue");
@@ -88,7 +88,7 @@ private slots:
         QCOMPARE(tip.toPlainText(), likeMarkup);
     }
 
-    void longPathLosesItsMiddle()
+    void longPathIsElidedInTheMiddle()
     {
         const auto picture = [](const QString &path) {
             FileSelector selector(FileSelector::ChooseFolder);
@@ -101,7 +101,7 @@ private slots:
         const QImage whole = picture("/beginning/"_s + middle + "end/"_s);
         QCOMPARE(picture("/other/"_s + middle + "end/"_s) == whole, false);
         QCOMPARE(picture("/beginning/"_s + middle + "els/"_s) == whole, false);
-        // The length of the part that is left out is not visible.
+        // The elided part does not influence the picture.
         QCOMPARE(picture("/beginning/"_s + middle + middle + "end/"_s), whole);
     }
 
@@ -145,7 +145,7 @@ private slots:
     }
 
 private:
-    /// Opens the dialog and chooses a path; an empty one cancels.
+    /// Opens the dialog and chooses a path. An empty path cancels the dialog.
     static Offered browse(const FileSelector &selector, const QString &path)
     {
         Offered offered;

@@ -26,7 +26,7 @@ private slots:
         m_follower = std::make_unique<QObject>();
         FocusRing::follow(m_follower.get());
         m_window = std::make_unique<QWidget>();
-        // The box ends at its buttons, as in a dialog.
+        // The box has no margins, like the button box of a dialog.
         auto *box = new QWidget(m_window.get());
         auto *row = new QHBoxLayout(box);
         row->setContentsMargins(0, 0, 0, 0);
@@ -51,13 +51,13 @@ private slots:
         qApp->setStyleSheet(QString());
     }
 
-    void ringGoesAroundTheButton()
+    void ringSurroundsTheButton()
     {
         const FocusRing *ring = ringIn(*m_window);
         QVERIFY(ring);
         QVERIFY(ring->isVisible());
         QCOMPARE(placeOf(*ring), placeOf(*m_second).adjusted(-4, -4, 4, 4));
-        // The ring is not clipped by the row of buttons.
+        // The box does not clip the ring.
         QCOMPARE(ring->visibleRegion().boundingRect(), ring->rect());
         QTRY_COMPARE(ring->color(), QColor(Qt::red));
         const QImage picture = m_window->grab(placeOf(*ring)).toImage();
@@ -68,7 +68,7 @@ private slots:
         QCOMPARE(picture.pixelColor(3, middle), QColor(Qt::white));
     }
 
-    void ringFollowsTheKeyboard()
+    void ringFollowsTheFocus()
     {
         m_first->setFocus();
         QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_first).adjusted(-4, -4, 4, 4));
@@ -76,7 +76,7 @@ private slots:
         QVERIFY(!ringIn(*m_window));
         m_first->setFocus();
         QVERIFY(ringIn(*m_window)->isVisible());
-        // The next button gets the keyboard.
+        // The next button receives the focus.
         m_first->hide();
         QCOMPARE(placeOf(*ringIn(*m_window)), placeOf(*m_second).adjusted(-4, -4, 4, 4));
     }
@@ -109,7 +109,7 @@ private slots:
         m_window->layout()->addWidget(area);
         QTRY_VERIFY(button->isVisible());
         button->setFocus();
-        // The ring is scrolled with its button.
+        // The ring is a child of the viewport, so that it is scrolled with its button.
         const FocusRing *ring = ringIn(*m_window);
         QVERIFY(ring);
         QCOMPARE(ring->parentWidget(), area->viewport());
@@ -123,7 +123,7 @@ private slots:
         QVERIFY(!ringIn(*m_window) || !ringIn(*m_window)->isVisible());
     }
 
-    void ringGoesWithItsButton()
+    void ringIsDeletedWithItsButton()
     {
         m_first->hide();
         m_field->hide();
@@ -131,7 +131,7 @@ private slots:
         QTRY_VERIFY(!ringIn(*m_window));
     }
 
-    void ringIsNotTakenForTheButton()
+    void ringAcceptsNeitherFocusNorMouse()
     {
         QCOMPARE(ringIn(*m_window)->focusPolicy(), Qt::NoFocus);
         QCOMPARE(m_window->childAt(placeOf(*m_second).center()), m_second);
@@ -160,7 +160,7 @@ private slots:
         QVERIFY(ringIn(*m_window)->isVisible());
     }
 
-    void ringGoesWithItsFollower()
+    void ringIsDeletedWithItsFollower()
     {
         QVERIFY(ringIn(*m_window));
         m_follower.reset();

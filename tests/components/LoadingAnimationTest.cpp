@@ -97,7 +97,7 @@ private slots:
         QVERIFY(!isRunning(*label));
     }
 
-    void destroyedLabelNeedsTheMovieNoMore()
+    void destroyedLabelStopsTheMovie()
     {
         QLabel watcher;
         LoadingAnimation::play(watcher, Small);
@@ -155,7 +155,7 @@ private slots:
         QCOMPARE(label.movie()->scaledSize(), Large);
     }
 
-    void labelOutOfSightRests()
+    void labelOutOfSightPausesTheMovie()
     {
         QScrollArea area;
         auto *page = new QWidget;

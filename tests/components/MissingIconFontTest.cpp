@@ -16,10 +16,11 @@ namespace {
 
 constexpr int CloseGlyph = 0xf00d;
 
-/// Fontconfig reads the variable when the application object is made.
+/// Set during static initialisation, because Fontconfig reads the variable when the application
+/// object is created.
 const bool IsHidden = qputenv("FONTCONFIG_FILE", KAVO_FONTS_WITHOUT_ICONS);
 
-/// Whether the button shows this text and has room for it.
+/// Whether the button shows this text without an icon and is wide enough for it.
 bool shows(const QPushButton *button, const QString &text)
 {
     return button && button->icon().isNull() && button->text() == text &&
@@ -29,7 +30,7 @@ bool shows(const QPushButton *button, const QString &text)
 
 } // namespace
 
-/// A build without the icon font, on a system without it.
+/// Tests a build without the icon font on a system without it.
 class MissingIconFontTest final : public QObject
 {
     Q_OBJECT
@@ -95,7 +96,7 @@ private slots:
         }
     }
 
-    /// An application font stands for one that is installed.
+    /// An application font takes the place of an installed font.
     void installedFontIsTaken()
     {
         if (QByteArray(KAVO_FONT_ICONS).isEmpty())

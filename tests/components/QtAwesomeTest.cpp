@@ -11,7 +11,7 @@ namespace {
 
 constexpr int SquareGlyph = 0xf0c8;
 
-/// Rows of the image in which anything is drawn.
+/// The number of pixel rows that are not empty.
 int inkedRows(const QImage &image)
 {
     int rows = 0;
@@ -68,7 +68,7 @@ private slots:
         QCOMPARE(ink(icon, QIcon::Selected), QColor(Qt::yellow));
     }
 
-    void modeWithoutColourHasThePlainOne()
+    void modeWithoutColourHasTheNormalOne()
     {
         QtAwesome font;
         QVERIFY(font.initFontAwesome());
@@ -112,7 +112,7 @@ private slots:
             halfInked += alpha > 0 && alpha < 255 ? 1 : 0;
         }
         QVERIFY(inkedRows(target) > 40);
-        // An enlarged small picture would have soft edges of several pixels.
+        // An enlarged small picture would have soft edges, several pixels wide.
         QVERIFY(halfInked <= 4);
     }
 

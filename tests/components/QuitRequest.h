@@ -7,12 +7,13 @@
 
 namespace Kavo::Testing {
 
-/// Runs an action inside the application's event loop and tells whether the action asked the
-/// program to quit. The action may run event loops of its own.
+/// Runs an action inside the application's event loop and returns whether it asked the program to
+/// quit. The action may run nested event loops.
 inline bool quits(const std::function<void()> &action)
 {
     constexpr int NotAsked = 77;
-    // Goes with the function: an exit after the loop has ended would end the next one.
+    // Cancels the second timer when this function returns. A call of exit() after this loop has
+    // ended would end the next one.
     QObject context;
     QTimer::singleShot(0, &context, [&action, &context] {
         action();

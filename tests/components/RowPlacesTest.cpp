@@ -9,7 +9,7 @@ using Kavo::Components::RowPlaces;
 
 namespace {
 
-/// Rows that are 10, 20, 30 ... pixels high, and each wider than the one before.
+/// Rows that are 10, 20, 30 ... pixels high. Each row is one pixel wider than the previous one.
 RowPlaces makePlaces(int rows, int spacing = 0)
 {
     RowPlaces places(spacing);
@@ -28,7 +28,7 @@ QBitArray bits(int size, const QVector<int> &set)
 
 } // namespace
 
-/// The places of rows in lists, with all rows and with some.
+/// Tests the places of rows when all or only some rows are listed.
 class RowPlacesTest final : public QObject
 {
     Q_OBJECT
@@ -43,7 +43,7 @@ private slots:
         QCOMPARE(places.placeBelow(0), 0);
     }
 
-    void rowsStandUnderEachOther()
+    void rowsArePlacedBelowEachOther()
     {
         const RowPlaces places = makePlaces(3);
         QCOMPARE(places.listed(), QVector<int>({0, 1, 2}));
@@ -56,7 +56,7 @@ private slots:
         QCOMPARE(places.size(1), QSize(101, 20));
     }
 
-    void spacingStandsAroundEachRow()
+    void spacingSurroundsEachRow()
     {
         RowPlaces places = makePlaces(2, 4);
         QCOMPARE(places.top(0), 4);

@@ -22,13 +22,13 @@ using namespace Kavo::Components;
 namespace {
 
 constexpr QSize RowSize(200, 50);
-/// The longest list whose rows are all shown.
+/// The number of rows up to which all rows are shown.
 constexpr int Short = 20;
 constexpr int Long = 130;
 
 } // namespace
 
-/// The list of widgets, and scrolling to the widget that has the keyboard.
+/// Tests the list of widgets, and scrolling to the focused widget.
 class WidgetListTest final : public QObject
 {
     Q_OBJECT
@@ -60,7 +60,7 @@ private slots:
         QCOMPARE(m_list->count(), 0);
     }
 
-    void rowsTakeTheKeyboardInTheirOrder()
+    void tabVisitsTheRowsInTheirOrder()
     {
         open(3);
         button(0)->setFocus();
@@ -70,7 +70,7 @@ private slots:
         }
     }
 
-    void keyboardInARowScrollsTheList()
+    void focusInARowScrollsTheList()
     {
         open(40);
         for (int row : {20, 39, 0}) {
@@ -79,7 +79,7 @@ private slots:
         }
     }
 
-    void keyboardScrollsAListWithinAnArea()
+    void focusScrollsAListWithinAnArea()
     {
         QScrollArea window;
         auto *page = new QWidget;
@@ -96,7 +96,7 @@ private slots:
         QCOMPARE(last->visibleRegion().boundingRect(), last->rect());
     }
 
-    void keyboardOutsideScrollsNothing()
+    void focusOutsideScrollsNothing()
     {
         auto *other = new QWidget(m_window.get());
         makeList(*other, 40);
@@ -124,7 +124,7 @@ private slots:
         QVERIFY(isInSight(focusedRow()));
         press(Qt::Key_Home);
         QCOMPARE(focusedRow(), 0);
-        // A row whose only button is disabled cannot take the keyboard.
+        // A row whose only button is disabled cannot take the focus.
         button(39)->setEnabled(false);
         press(Qt::Key_End);
         QCOMPARE(focusedRow(), 0);
@@ -297,7 +297,7 @@ private slots:
             const QSize hint = m_list->item(row)->sizeHint();
             QCOMPARE(hint, QSize(m_list->rowWidget(row)->sizeHint().width(), RowSize.height()));
             QVERIFY(hint.width() > 100 + row);
-            // A list that is too narrow scrolls horizontally.
+            // If the list is too narrow, it scrolls horizontally.
             m_list->setFixedWidth(hint.width() - 20);
             QTRY_VERIFY(m_list->horizontalScrollBar()->maximum() >= 20);
             m_list->setFixedWidth(300);
@@ -314,7 +314,7 @@ private slots:
         const auto [backwards] = Rows<bool>::current();
         QPushButton *before = makeButton(QString(), "before"_s, QIcon(), m_window.get());
         open(Long);
-        // The keyboard comes from outside, wherever the list is scrolled to.
+        // The focus enters from outside, regardless of the scroll position.
         m_list->verticalScrollBar()->setValue(5000);
         before->setFocus();
         for (int step = 0; step < Long; ++step) {
@@ -326,7 +326,7 @@ private slots:
         }
     }
 
-    void rowThatIsScrolledAwayKeepsTheKeyboard()
+    void rowThatIsScrolledAwayKeepsTheFocus()
     {
         open(Long);
         m_list->verticalScrollBar()->setValue(1000);
@@ -350,7 +350,7 @@ private slots:
             QVector<int> places;
             for (const int row : visible)
                 places.append(all.indexOf(m_list->rowWidget(row)));
-            // Both ends of the list and the nearest rows are also in front.
+            // The first, the last and the nearest rows are also in front.
             return std::is_sorted(places.begin(), places.end()) &&
                    all.size() - places.first() < Short;
         };
@@ -391,7 +391,7 @@ private slots:
         const int whole = m_list->verticalScrollBar()->maximum();
         m_list->listRows(each(step, rows));
         const QVector<int> visible = m_list->visibleRows();
-        // The listed rows follow each other from the top.
+        // The listed rows are placed one below the other, from the top.
         QCOMPARE(m_list->rowWidget(0)->y(), 0);
         for (int place = 0; place < visible.size(); ++place) {
             QCOMPARE(visible.at(place), place * step);
@@ -402,7 +402,7 @@ private slots:
         for (const int row : shownRows())
             QVERIFY(row % step == 0);
         QVERIFY(m_list->verticalScrollBar()->maximum() < whole);
-        // Scrolling reaches the last one.
+        // The last listed row can be scrolled to.
         m_list->scrollToBottom();
         const int last = (rows - 1) / step * step;
         QCOMPARE(m_list->visibleRows().last(), last);
@@ -462,7 +462,7 @@ private slots:
     void keysMoveAmongListedRows()
     {
         open(Long);
-        // The current row of the list is one that is not listed below.
+        // The list's current row is not among the rows that are listed below.
         button(1)->setFocus();
         press(Qt::Key_PageDown);
         QVERIFY(m_list->currentRow() > 1);
@@ -484,12 +484,12 @@ private slots:
         QVERIFY(focusedRow() == 100 || focusedRow() == 110);
     }
 
-    void pageKeysMoveByWhatIsInSight()
+    void pageKeysMoveByTheVisibleRows()
     {
         open(Long);
         m_list->listRows(each(3));
         button(0)->setFocus(Qt::TabFocusReason);
-        // The last row in sight becomes the first one.
+        // The last visible row becomes the first one.
         const int last = m_list->visibleRows().last();
         press(Qt::Key_PageDown);
         QCOMPARE(focusedRow(), last);
@@ -497,7 +497,7 @@ private slots:
         QCOMPARE(focusedRow(), 2 * last);
         press(Qt::Key_PageUp);
         QCOMPARE(focusedRow(), last);
-        // A list that shows a single row moves on by one.
+        // In a list with one visible row, the key moves by one row.
         m_list->setFixedSize(300, RowSize.height());
         press(Qt::Key_PageDown);
         QCOMPARE(focusedRow(), last + 3);
@@ -552,7 +552,7 @@ private slots:
         QCOMPARE(typed.at(1).first().toString(), "B"_s);
         QTest::sendKeyEvent(QTest::Click, button(0), Qt::Key_unknown, "é"_s, Qt::NoModifier);
         QCOMPARE(typed.takeLast().first().toString(), "é"_s);
-        // Commands are no text.
+        // Shortcuts and editing keys are not text.
         for (const auto modifier : {Qt::ControlModifier, Qt::AltModifier, Qt::MetaModifier})
             press(Qt::Key_A, modifier);
         for (const auto key : {Qt::Key_Escape, Qt::Key_F4, Qt::Key_Delete, Qt::Key_Backspace})
@@ -600,7 +600,7 @@ private slots:
         QVERIFY(!row);
     }
 
-    void listWithTheKeyboardMayBeDeleted()
+    void listWithTheFocusMayBeDeleted()
     {
         open(Long);
         button(1)->setFocus();
@@ -610,7 +610,7 @@ private slots:
     }
 
 private:
-    /// Makes the list, with so many rows that have a button each.
+    /// Creates the list with this number of rows, each with a button.
     void makeList(QWidget &parent, int rows)
     {
         m_list = new WidgetList("List"_s, &parent);
@@ -626,7 +626,7 @@ private:
         return widget;
     }
 
-    /// Shows such a list in the active window.
+    /// Shows a list from makeList() in the active window.
     void open(int rows)
     {
         makeList(*m_window, rows);
@@ -658,14 +658,14 @@ private:
     {
         QTest::keyClick(QApplication::focusWidget(), key, modifiers);
     }
-    /// The row whose button has the keyboard; -1 for none.
+    /// The row whose button has the focus; -1 for none.
     int focusedRow() const
     {
         const auto *focused = qobject_cast<QPushButton *>(QApplication::focusWidget());
         return focused && m_list->isAncestorOf(focused) ? focused->text().toInt() : -1;
     }
 
-    /// Each row whose number is a multiple of the step.
+    /// The rows whose number is a multiple of the step.
     static QBitArray each(int step, int rows = Long)
     {
         QBitArray listed(rows);

@@ -11,22 +11,22 @@
 #include <QPushButton>
 #include <QWidget>
 
-/// Ends a test that looks at glyphs where there are none, as a build without the font may be.
+/// Skips a test that needs glyphs if neither the build nor the system has the icon font.
 #define KAVO_NEEDS_ICON_FONT()                                                                     \
     if (!Kavo::Components::iconFont()->initFontAwesome())                                          \
     QSKIP("Neither the build nor the system has the icon font")
 
-/// What tests ask of widgets that they know by object names.
+/// Helpers of widget tests, which find widgets by object name.
 namespace Kavo::Testing {
 
-/// The first descendant of this object name; null when there is none.
+/// The first descendant with this object name; null if there is none.
 template<class Widget>
 Widget *child(const QWidget &root, const char *objectName)
 {
     return root.findChild<Widget *>(QLatin1String(objectName));
 }
 
-/// The widgets of this object name, in the order of their creation.
+/// The descendants with this object name, in the order of their creation.
 template<class Widget>
 QList<Widget *> allChildren(const QWidget &root, const char *objectName)
 {
@@ -69,21 +69,21 @@ inline QIcon darkGlyph(int glyph)
     return Components::iconFont()->icon(glyph, Components::darkIconOptions());
 }
 
-/// Presses the window button if the window is maximised, as it opens on the small screen that there
-/// is without a display.
+/// Restores the window if it is maximised. On the small screen of the offscreen platform it opens
+/// maximised.
 inline void restoreWindow(const QWidget &window)
 {
     if (window.isMaximized())
         child<QPushButton>(window, "WindowMaximize")->click();
 }
 
-/// Whether the button waits for the pointer with a pointing hand.
+/// Whether the cursor over the widget is a pointing hand.
 inline bool hasHand(const QWidget &widget)
 {
     return widget.cursor().shape() == Qt::PointingHandCursor;
 }
 
-/// A picture of one colour as a PNG file.
+/// A PNG file with a picture of one colour.
 inline QByteArray png(const QSize &size, const QColor &color)
 {
     QImage image(size, QImage::Format_RGB32);
@@ -95,7 +95,7 @@ inline QByteArray png(const QSize &size, const QColor &color)
     return bytes;
 }
 
-/// Colour in the middle of what the label shows; transparent when it shows no picture.
+/// The colour in the middle of the label's picture; transparent if it shows none.
 inline QColor shownColor(const QLabel &label)
 {
     const QPixmap *pixmap = label.pixmap();

@@ -13,7 +13,7 @@ using Kavo::Components::WindowEdges;
 
 namespace {
 
-/// Counts the presses that reach a widget.
+/// Counts the mouse presses that reach a widget.
 class PressCount final : public QObject
 {
 public:
@@ -46,7 +46,8 @@ private slots:
         auto *layout = new QHBoxLayout(m_window.get());
         layout->setContentsMargins(8, 8, 8, 8);
         layout->addWidget(new QLabel(m_window.get()));
-        // Qt calls the event filter last that was installed first.
+        // Qt calls event filters in the reverse order of their installation, so this one is called
+        // last.
         m_presses = new PressCount(m_window.get());
         m_window->installEventFilter(m_presses);
         new WindowEdges(m_window.get());
@@ -57,7 +58,7 @@ private slots:
 
     void cleanup() { m_window.reset(); }
 
-    void edgesShowWhatTheyDo_data()
+    void edgesHaveTheirCursors_data()
     {
         Rows<QPoint, Qt::CursorShape>()
             .row("left", QPoint(0, 150), Qt::SizeHorCursor)
@@ -76,7 +77,7 @@ private slots:
             .row("lower left, along the edge", QPoint(2, 288), Qt::SizeBDiagCursor);
     }
 
-    void edgesShowWhatTheyDo()
+    void edgesHaveTheirCursors()
     {
         const auto [place, cursor] = Rows<QPoint, Qt::CursorShape>::current();
         QCOMPARE(cursorAt(place), cursor);
@@ -94,7 +95,7 @@ private slots:
         QCOMPARE(m_presses->count(), 2);
     }
 
-    void insideHasItsOwnCursor()
+    void insideHasTheNormalCursor()
     {
         for (const QPoint place : {QPoint(6, 150), QPoint(393, 150), QPoint(200, 6),
                                    QPoint(200, 293), QPoint(10, 10), QPoint(200, 150)})
@@ -117,14 +118,14 @@ private slots:
         QCOMPARE(cursorAt({399, 150}), Qt::ArrowCursor);
     }
 
-    void largeWindowHasNone_data()
+    void windowThatFillsTheScreenHasNoEdges_data()
     {
         Rows<Qt::WindowState>()
             .row("maximised", Qt::WindowMaximized)
             .row("full screen", Qt::WindowFullScreen);
     }
 
-    void largeWindowHasNone()
+    void windowThatFillsTheScreenHasNoEdges()
     {
         const auto [state] = Rows<Qt::WindowState>::current();
         m_window->setWindowState(state);
@@ -135,10 +136,10 @@ private slots:
     }
 
 private:
-    /// Moves the pointer to a place, and returns the cursor that it has there.
+    /// Moves the pointer to a place and returns the cursor shape there.
     Qt::CursorShape cursorAt(const QPoint &place) const
     {
-        // The pointer has to move to cause an event.
+        // Only a pointer that moves causes an event.
         QTest::mouseMove(m_window->windowHandle(), m_window->rect().center());
         QTest::mouseMove(m_window->windowHandle(), place);
         const QWidget *part = m_window->childAt(place);
@@ -146,7 +147,7 @@ private:
     }
 
     std::unique_ptr<QWidget> m_window;
-    PressCount *m_presses = nullptr; ///< what the edges let through
+    PressCount *m_presses = nullptr; ///< the presses that the edges do not consume
 };
 
 KAVO_TEST_MAIN(WindowEdgesTest)

@@ -9,7 +9,7 @@ using Kind = ArchiveEntry::Kind;
 
 Q_DECLARE_METATYPE(ArchiveEntry::Kind)
 
-/// Reads what 7-Zip prints about an archive, line by line.
+/// Tests reading the text that 7-Zip prints about an archive.
 class ArchiveListingReaderTest final : public QObject
 {
     Q_OBJECT
@@ -17,8 +17,8 @@ class ArchiveListingReaderTest final : public QObject
 private slots:
     void entriesAreInTheOrderOfTheArchive();
     void piecesMakeTheSameListing();
-    void kindIsToldByAttributes_data();
-    void kindIsToldByAttributes();
+    void kindFollowsFromTheAttributes_data();
+    void kindFollowsFromTheAttributes();
     void targetsAreRead_data();
     void targetsAreRead();
     void formatsWithoutAnIndexAreStreams_data();
@@ -33,7 +33,7 @@ private slots:
 
 private:
     static std::optional<ArchiveListing> read(const QByteArray &text);
-    /// The listing of an archive that has one entry with these properties.
+    /// The entry that is read from the listing of an archive with only this entry.
     static ArchiveEntry only(const QByteArray &properties);
 };
 
@@ -80,7 +80,7 @@ void ArchiveListingReaderTest::piecesMakeTheSameListing()
     }
 }
 
-void ArchiveListingReaderTest::kindIsToldByAttributes_data()
+void ArchiveListingReaderTest::kindFollowsFromTheAttributes_data()
 {
     Rows<QByteArray, Kind> rows;
     const auto row = [&rows](const char *properties, Kind kind) {
@@ -105,7 +105,7 @@ void ArchiveListingReaderTest::kindIsToldByAttributes_data()
     row("Mode = srw-r--r--", Kind::DEVICE);
 }
 
-void ArchiveListingReaderTest::kindIsToldByAttributes()
+void ArchiveListingReaderTest::kindFollowsFromTheAttributes()
 {
     const auto [properties, kind] = Rows<QByteArray, Kind>::current();
     QVERIFY(only("Path = a\n" + properties + "\n").kind == kind);

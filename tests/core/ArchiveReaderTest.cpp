@@ -17,7 +17,7 @@ using namespace Kavo::Testing;
 using Kind = ArchiveEntry::Kind;
 using Outcome = ArchiveReader::Outcome;
 
-/// Reads real archives with the real 7-Zip.
+/// Tests reading real archives with the real 7-Zip.
 class ArchiveReaderTest final : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ private slots:
     void namesOfLinksAreNoPatterns();
     void streamIsReadToItsEnd_data();
     void streamIsReadToItsEnd();
-    void emptyArchiveIsOne();
+    void emptyArchiveIsListed();
     void passwordShows_data();
     void passwordShows();
     void whatIsNoArchiveIsUnreadable();
@@ -43,7 +43,7 @@ private slots:
 
 private:
     QString path(const QString &name) const { return m_profile->folder(QString()) + name; }
-    /// Makes 7-Zip pack a folder with links.
+    /// Runs 7-Zip to create an archive of a folder with links.
     bool makeArchiveOfLinks(const QString &archive) const;
     static Outcome list(const QString &archive, ArchiveListing *listing = nullptr);
 
@@ -157,7 +157,7 @@ void ArchiveReaderTest::streamIsReadToItsEnd()
     QVERIFY(listing.entries.isEmpty());
 }
 
-void ArchiveReaderTest::emptyArchiveIsOne()
+void ArchiveReaderTest::emptyArchiveIsListed()
 {
     const QString archive = path("empty.zip"_s);
     QVERIFY(writeFile(archive, QByteArray("PK\x05\x06", 4) + QByteArray(18, '\0')));

@@ -6,8 +6,8 @@
 using Kavo::Clock;
 using Kavo::steadyClock;
 
-/// Measured with another clock, once from outside and once from inside, so the duration of the
-/// calls does not matter.
+/// Compares the clock with two timers. One starts before the first reading and one after it, so
+/// that the duration of the calls does not matter.
 class ClockTest final : public QObject
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ void ClockTest::millisecondsAreCounted()
     const qint64 least = inside.elapsed();
     const qint64 counted = clock() - begin;
     const qint64 most = outside.elapsed();
-    // Each of the four is rounded down to milliseconds.
+    // Each of the four readings is rounded down to milliseconds.
     QVERIFY2(counted >= least - 1, qPrintable(QString::number(counted)));
     QVERIFY2(counted <= most + 1, qPrintable(QString::number(counted)));
 }

@@ -22,12 +22,12 @@ private slots:
     void entriesUnderTheFolderAreJoined();
     void entriesThatDoNotStayAreRefused_data();
     void entriesThatDoNotStayAreRefused();
-    void linkOnTheWayLeadsOut();
-    void linkAtTheEndStays();
+    void pathThroughALinkLeadsOutside();
+    void linkAtTheEndStaysInside();
     void linkInsideTheFolderStays();
     void folderThatDoesNotExistYetStays();
     void linkToNowhereDoesNotStay();
-    void realPlacesTellWhatIsInAFolder();
+    void linksAreResolvedToFindWhatIsInAFolder();
 
 private:
     QString path(const QString &name) const { return m_inside->filePath(name); }
@@ -83,7 +83,7 @@ void ContainedPathTest::entriesThatDoNotStayAreRefused()
     QVERIFY(containedPath(QString(), "a"_s).isEmpty());
 }
 
-void ContainedPathTest::linkOnTheWayLeadsOut()
+void ContainedPathTest::pathThroughALinkLeadsOutside()
 {
     const QTemporaryDir outside;
     QVERIFY(link(outside.path()));
@@ -92,7 +92,7 @@ void ContainedPathTest::linkOnTheWayLeadsOut()
     QVERIFY(staysWithin(path("link/file"_s), {m_inside->path(), path("link"_s)}));
 }
 
-void ContainedPathTest::linkAtTheEndStays()
+void ContainedPathTest::linkAtTheEndStaysInside()
 {
     const QTemporaryDir outside;
     QVERIFY(link(outside.path()));
@@ -118,7 +118,7 @@ void ContainedPathTest::linkToNowhereDoesNotStay()
     QVERIFY(!stays("link/file"_s));
 }
 
-void ContainedPathTest::realPlacesTellWhatIsInAFolder()
+void ContainedPathTest::linksAreResolvedToFindWhatIsInAFolder()
 {
     const QString folder = path("a"_s);
     const QString twin = path("a-twin"_s);

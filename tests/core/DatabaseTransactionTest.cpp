@@ -25,10 +25,10 @@ private slots:
     void init();
     void cleanup();
 
-    void othersSeeAllAtOnce();
-    void outermostCounts();
+    void otherConnectionsSeeAllRowsAtOnce();
+    void outermostTransactionCommits();
     void failingStatementUndoesNoOther();
-    void whatCannotBeWrittenKeepsNobodyOut();
+    void failedCommitReleasesTheLock();
     void closedFileDoesNothing();
 
 private:
@@ -37,7 +37,7 @@ private:
 
     QScopedPointer<ScratchProfile> m_profile;
     std::unique_ptr<DatabaseFile> m_file;
-    std::unique_ptr<DatabaseFile> m_other; ///< another program's
+    std::unique_ptr<DatabaseFile> m_other; ///< the connection of another program
 };
 
 void DatabaseTransactionTest::init()
@@ -70,7 +70,7 @@ int DatabaseTransactionTest::countOfOthers()
     return m_other->run(query) && query.next() ? query.value(0).toInt() : -1;
 }
 
-void DatabaseTransactionTest::othersSeeAllAtOnce()
+void DatabaseTransactionTest::otherConnectionsSeeAllRowsAtOnce()
 {
     const LogCapture log;
     {
@@ -83,7 +83,7 @@ void DatabaseTransactionTest::othersSeeAllAtOnce()
     QCOMPARE(log.lines(), QStringList());
 }
 
-void DatabaseTransactionTest::outermostCounts()
+void DatabaseTransactionTest::outermostTransactionCommits()
 {
     const LogCapture log;
     {
@@ -109,10 +109,10 @@ void DatabaseTransactionTest::failingStatementUndoesNoOther()
     QCOMPARE(countOfOthers(), 2);
 }
 
-void DatabaseTransactionTest::whatCannotBeWrittenKeepsNobodyOut()
+void DatabaseTransactionTest::failedCommitReleasesTheLock()
 {
     {
-        // A reader that does not stop prevents all writing.
+        // An unfinished query of a reader prevents all writing.
         QSqlQuery reading = m_other->prepared("SELECT 1 FROM sqlite_master"_s);
         QVERIFY(m_other->run(reading) && reading.next());
         const LogCapture log;

@@ -40,20 +40,20 @@ private slots:
     void missingSourceLeavesNothing();
     void sourceThatCannotBeReadLeavesNothing();
     void missingFolderFails();
-    void remainsOfASuddenEndAreClearedAway();
+    void partialCopyOfAKilledProcessIsRemoved();
     void longestNameCanBeCopied();
-    void placeOfTheCopyIsNoWayOut();
+    void linkInPlaceOfThePartialCopyIsNotFollowed();
 
-    void fileGivesWayToTheWholeCopy();
-    void linkGivesWayToTheCopy();
+    void fileIsReplacedByTheCopy();
+    void linkIsReplacedByTheCopy();
     void fileStaysWhenTheCopyFails_data();
     void fileStaysWhenTheCopyFails();
 
     void contentReachesTheDiskBeforeItsName();
-    void placesAreTakenByWhateverStandsThere();
+    void pathsAreTakenByFilesFoldersAndLinks();
     void filesAreTheSameByAnyName();
     void contentIsComparedToItsEnd();
-    void hiddenNamesAreToldApart();
+    void hiddenNamesDiffer();
 
 private:
     QString from() const { return m_folder->filePath("from/file.txt"_s); }
@@ -77,12 +77,12 @@ QStringList FileCopyTest::found() const
     return fileTree(m_folder->filePath("to"_s)).keys();
 }
 
-/// Dies in the middle of a copy, in a child of this process.
+/// Runs a child process that is killed in the middle of a copy.
 void FileCopyTest::makeRemains()
 {
     const pid_t child = ::fork();
     if (child == 0) {
-        // Unlike an ignored signal, this signal kills the process that writes too much.
+        // The default action kills a process that writes too much. An ignored signal would not.
         std::signal(SIGXFSZ, SIG_DFL);
         const rlimit tight{300000, 300000};
         ::setrlimit(RLIMIT_FSIZE, &tight);
@@ -146,7 +146,7 @@ void FileCopyTest::missingSourceLeavesNothing()
 
 void FileCopyTest::sourceThatCannotBeReadLeavesNothing()
 {
-    // Can be opened, but its first bytes cannot be read.
+    // This file can be opened, but its first bytes cannot be read.
     QVERIFY(!copyWhole("/proc/self/mem"_s, to()));
     QCOMPARE(found(), QStringList());
 }
@@ -156,7 +156,7 @@ void FileCopyTest::missingFolderFails()
     QVERIFY(!copyWhole(from(), m_folder->filePath("missing/file.txt"_s)));
 }
 
-void FileCopyTest::remainsOfASuddenEndAreClearedAway()
+void FileCopyTest::partialCopyOfAKilledProcessIsRemoved()
 {
     makeRemains();
     // A partial copy exists, but not under the final name.
@@ -180,7 +180,7 @@ void FileCopyTest::longestNameCanBeCopied()
     QCOMPARE(found(), QStringList{name});
 }
 
-void FileCopyTest::placeOfTheCopyIsNoWayOut()
+void FileCopyTest::linkInPlaceOfThePartialCopyIsNotFollowed()
 {
     const QString outside = m_folder->filePath("outside.txt"_s);
     QVERIFY(writeFile(outside, "theirs"));
@@ -190,7 +190,7 @@ void FileCopyTest::placeOfTheCopyIsNoWayOut()
     QCOMPARE(readFile(to()), readFile(from()));
 }
 
-void FileCopyTest::fileGivesWayToTheWholeCopy()
+void FileCopyTest::fileIsReplacedByTheCopy()
 {
     QVERIFY(writeFile(to(), "here before"));
     QVERIFY(copyOver(from(), to()));
@@ -198,7 +198,7 @@ void FileCopyTest::fileGivesWayToTheWholeCopy()
     QCOMPARE(found(), QStringList{"file.txt"_s});
 }
 
-void FileCopyTest::linkGivesWayToTheCopy()
+void FileCopyTest::linkIsReplacedByTheCopy()
 {
     const QString outside = m_folder->filePath("outside.txt"_s);
     QVERIFY(writeFile(outside, "theirs"));
@@ -225,8 +225,8 @@ void FileCopyTest::fileStaysWhenTheCopyFails()
     QCOMPARE(found(), QStringList{"file.txt"_s});
 }
 
-/// After a power failure, a name without its content would be taken for the user's file, and the
-/// original may already be gone from another disk.
+/// After a power failure, a file with the final name but without its content would be taken for the
+/// user's file, and the original may already be gone from another disk.
 void FileCopyTest::contentReachesTheDiskBeforeItsName()
 {
     const SyncWitness witness;
@@ -237,7 +237,7 @@ void FileCopyTest::contentReachesTheDiskBeforeItsName()
     QCOMPARE(witness.syncedAfter(), 2);
 }
 
-void FileCopyTest::placesAreTakenByWhateverStandsThere()
+void FileCopyTest::pathsAreTakenByFilesFoldersAndLinks()
 {
     QVERIFY(isTaken(from()));
     QVERIFY(isTaken(m_folder->path()));
@@ -263,13 +263,13 @@ void FileCopyTest::contentIsComparedToItsEnd()
     QVERIFY(haveEqualContent(from(), to()));
     QVERIFY(writeFile(to(), content.chopped(1) + 'x'));
     QVERIFY(!haveEqualContent(from(), to()));
-    // The file that is read completely is the shorter one.
+    // The contents are equal up to the end of the shorter file.
     QVERIFY(writeFile(to(), content + 'u'));
     QVERIFY(!haveEqualContent(from(), to()));
     QVERIFY(!haveEqualContent(from(), to() + ".missing"_s));
 }
 
-void FileCopyTest::hiddenNamesAreToldApart()
+void FileCopyTest::hiddenNamesDiffer()
 {
     const QString name = hiddenBeside(to(), "copy"_s);
     QCOMPARE(hiddenBeside(to(), "copy"_s), name);

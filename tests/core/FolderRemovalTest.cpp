@@ -25,14 +25,14 @@ private slots:
     void init() { m_root = std::make_unique<QTemporaryDir>(); }
     void cleanup() { m_root.reset(); }
 
-    void everythingGoes();
-    void linksGoAndAreNotFollowed();
+    void folderIsRemovedWithItsContent();
+    void linksAreRemovedAndNotFollowed();
     void folderThatIsALinkLosesTheLinkOnly();
     void linkThatCannotBeRemovedIsNotFollowed();
-    void whatCannotBeRemovedStaysAndTheRestGoes();
+    void onlyWhatCannotBeRemovedStays();
     void unreadableFolderIsRemovedWhenEmpty();
     void unreadableFolderStaysWithWhatIsInIt();
-    void whatIsGoneCountsAsRemoved();
+    void missingFolderCountsAsRemoved();
     void fileIsRemoved();
     void namesThatAreNoTextAreRemoved();
     void folderDeeperThanTheLongestPathIsRemoved();
@@ -43,7 +43,7 @@ private:
     std::unique_ptr<QTemporaryDir> m_root;
 };
 
-void FolderRemovalTest::everythingGoes()
+void FolderRemovalTest::folderIsRemovedWithItsContent()
 {
     QVERIFY(writeFiles(path(QStringLiteral("top")), {{QStringLiteral("a.txt"), "a"},
                                                      {QStringLiteral(".hidden"), "h"},
@@ -56,7 +56,7 @@ void FolderRemovalTest::everythingGoes()
              QStringList{QStringLiteral("beside")});
 }
 
-void FolderRemovalTest::linksGoAndAreNotFollowed()
+void FolderRemovalTest::linksAreRemovedAndNotFollowed()
 {
     QVERIFY(writeFile(path(QStringLiteral("outside/file")), "stays"));
     QVERIFY(writeFile(path(QStringLiteral("top/file")), "goes"));
@@ -85,7 +85,7 @@ void FolderRemovalTest::linkThatCannotBeRemovedIsNotFollowed()
     const QMap<QString, QString> before = fileTree(path(QStringLiteral("outside")));
     QVERIFY(QDir(m_root->path()).mkpath(QStringLiteral("locked")));
     QVERIFY(QFile::link(path(QStringLiteral("outside")), path(QStringLiteral("locked/link"))));
-    // Everything behind the link could be removed.
+    // The files behind the link could be removed, so they stay only if the link is not followed.
     for (const char *folder : {"", "outside", "outside/deep"})
         setMode(path(QLatin1String(folder)), 0777);
     setMode(path(QStringLiteral("locked")), 0555);
@@ -98,7 +98,7 @@ void FolderRemovalTest::linkThatCannotBeRemovedIsNotFollowed()
     QCOMPARE(fileTree(path(QStringLiteral("outside"))), before);
 }
 
-void FolderRemovalTest::whatCannotBeRemovedStaysAndTheRestGoes()
+void FolderRemovalTest::onlyWhatCannotBeRemovedStays()
 {
     const QString top = path(QStringLiteral("top"));
     QVERIFY(writeFiles(top, {{QStringLiteral("a.txt"), "goes"},
@@ -117,7 +117,7 @@ void FolderRemovalTest::whatCannotBeRemovedStaysAndTheRestGoes()
     setMode(path(QStringLiteral("top/locked")), 0755);
     QCOMPARE(left.keys(), (QStringList{QStringLiteral("locked/"), QStringLiteral("locked/deep/"),
                                        QStringLiteral("locked/kept.txt")}));
-    // Their parent folders stay because of them.
+    // Their parent folders stay because of them and are not reported.
     QStringList paths = failed.paths();
     paths.sort();
     QCOMPARE(paths, (QStringList{top + QStringLiteral("/locked/deep"),
@@ -152,7 +152,7 @@ void FolderRemovalTest::unreadableFolderStaysWithWhatIsInIt()
     QCOMPARE(readFile(path(QStringLiteral("top/closed/a.txt"))), QByteArray("stays"));
 }
 
-void FolderRemovalTest::whatIsGoneCountsAsRemoved()
+void FolderRemovalTest::missingFolderCountsAsRemoved()
 {
     QVERIFY(writeFile(path(QStringLiteral("file")), "stays"));
     FailedPaths failed;

@@ -34,7 +34,7 @@ void FolderSizeTest::sizesAreFormatted_data()
         .row("below a step", 1023, "1023.00 Bytes")
         .row("a step", 1024, "1.00 KB")
         .row("one and a half", 1536, "1.50 KB")
-        // Below the next unit before rounding.
+        // Less than the next unit before rounding.
         .row("rounded up to a step", 1048575, "1024.00 KB")
         .row("mega", 1LL << 20, "1.00 MB")
         .row("giga", 1LL << 30, "1.00 GB")

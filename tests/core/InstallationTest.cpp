@@ -43,7 +43,8 @@ private slots:
     void unwantedToolIsEnded();
 
 private:
-    /// A folder of this name with the simulator's executable. Its path ends in a separator.
+    /// Creates a folder of this name with the simulator's executable. Returns its path, which ends
+    /// with a separator.
     QString makeSimulator(const QString &name) const;
 
     QScopedPointer<ScratchProfile> m_profile;
@@ -83,7 +84,7 @@ void InstallationTest::folderWithAnExecutableHoldsASimulator()
 
 void InstallationTest::noFolderHoldsNoSimulator()
 {
-    // An empty path stands for no folder, not for the current one.
+    // An empty path means no folder, not the current one.
     const QString folder = makeSimulator("current"_s);
     const QString before = QDir::currentPath();
     QVERIFY(QDir::setCurrent(folder));
@@ -158,7 +159,7 @@ void InstallationTest::toolThatAsksIsNotWaitedFor()
 
 void InstallationTest::longListsAreReadWhole()
 {
-    // More than a pipe buffers, so the tool's output must be read while it runs.
+    // The output exceeds the buffer of a pipe, so it must be read while the tool runs.
     const QString folder = makeSimulator("last"_s);
     QStringList lines;
     for (int number = 0; number < 5000; ++number)

@@ -24,7 +24,7 @@ private slots:
     void messagesBecomeLines();
     void everyTypeLooksTheSame();
     void lineBreaksStay();
-    void lettersBeyondAsciiArrive();
+    void nonAsciiLettersAreWritten();
     void linesAreAppended();
     void pathIsFoundAnewEachTime();
     void unwritableLogIsSilent();
@@ -77,7 +77,7 @@ void LogTest::lineBreaksStay()
     QCOMPARE(content(), QByteArray("one\ntwo\n\nthree\n"));
 }
 
-void LogTest::lettersBeyondAsciiArrive()
+void LogTest::nonAsciiLettersAreWritten()
 {
     const QString text = "Fl\u00fcgel"_s;
     logLine(text);

@@ -49,8 +49,8 @@ private slots:
     void encryptedArchiveFailsWithoutAsking();
 
     void answerAndEndOfInputReachTheProgram();
-    void programsThatAreFine_data();
-    void programsThatAreFine();
+    void unusualProgramsSucceed_data();
+    void unusualProgramsSucceed();
 
     void archiveCannotReachOutside_data();
     void archiveCannotReachOutside();
@@ -59,11 +59,12 @@ private:
     QString path(const QString &name) const { return m_folder->filePath(name); }
     /// Creates an archive with one file, "a", and returns its path.
     QString simpleArchive(const QString &name = "a.7z"_s) const;
-    /// A program used instead of 7-Zip.
+    /// Creates a script that is used instead of 7-Zip, and returns its path.
     QString standIn(const QByteArray &script) const;
-    /// Unpacks into "out" and expects one signal of success.
+    /// Unpacks into "out" and checks that the only signal reports success.
     void unpack(const QString &archive, const QString &program = "/usr/bin/7z"_s) const;
-    /// Tries to unpack and expects one signal of failure. Returns the log lines about it.
+    /// Tries to unpack and checks that the only signal reports failure. Returns the log lines about
+    /// it.
     QStringList failToUnpack(const QString &archive, const QString &program = "/usr/bin/7z"_s,
                              const QString &target = "out"_s) const;
 
@@ -192,7 +193,7 @@ void P7ZipExtractorTest::exactlyThreeArguments()
              "3\nx\n%1\n-o%2\n"_s.arg(archive, path("a place/x "_s)));
 }
 
-/// The program runs in another folder, where the relative name would mean something else.
+/// 7-Zip runs in another folder, where the relative path would name another file.
 void P7ZipExtractorTest::relativeArchiveIsMadeAbsolute()
 {
     simpleArchive();
@@ -223,7 +224,7 @@ void P7ZipExtractorTest::existingFilesAreReplaced()
     QCOMPARE(fileTree(path("out"_s)), expectedTree(files));
 }
 
-/// Some builds of 7-Zip lose names beyond ASCII in the locale of POSIX.
+/// Some builds of 7-Zip damage non-ASCII names in the POSIX locale.
 void P7ZipExtractorTest::runsInALocaleThatKnowsAllNames()
 {
     const QByteArray locale = qgetenv("LC_ALL");
@@ -242,7 +243,7 @@ void P7ZipExtractorTest::destinationIsMade()
 
 void P7ZipExtractorTest::programThatCannotStartFails_data()
 {
-    // A missing program is not even named.
+    // The log line does not name a program that is missing.
     Rows<QString, bool>().row("missing", "missing", true).row("not executable", "text", false);
 }
 
@@ -267,7 +268,7 @@ void P7ZipExtractorTest::failureIsReportedWithItsCode_data()
     Rows<QByteArray, int> rows;
     for (const int code : {1, 2, 7, 8, 255})
         rows.row(QByteArray::number(code), "exit " + QByteArray::number(code) + '\n', code);
-    // It has no exit code; the number of the signal that ended it is reported.
+    // A killed program has no exit code; the number of the signal is reported instead.
     rows.row("killed", "kill -9 $$\n", 9);
 }
 
@@ -311,7 +312,7 @@ void P7ZipExtractorTest::wildcardInTheArchiveFails_data()
     Rows<QString>().row("asterisk", "a*.7z").row("question mark", "a?.7z");
 }
 
-/// 7-Zip would unpack the other archive as well.
+/// 7-Zip would take the name as a pattern and unpack the other archive as well.
 void P7ZipExtractorTest::wildcardInTheArchiveFails()
 {
     const auto [name] = Rows<QString>::current();
@@ -357,17 +358,17 @@ void P7ZipExtractorTest::answerAndEndOfInputReachTheProgram()
     QCOMPARE(readFile(path("input"_s)), QByteArray("A\n"));
 }
 
-void P7ZipExtractorTest::programsThatAreFine_data()
+void P7ZipExtractorTest::unusualProgramsSucceed_data()
 {
     Rows<QByteArray>()
-        // A program in our session could ask for a password at our terminal.
+        // A program in the session of the tests could ask for a password at their terminal.
         .row("has a session of its own", "read -r pid name state parent group session rest "
                                          "< /proc/$$/stat\n[ \"$session\" = \"$$\" ]\n")
         .row("closes its input", "exec 0<&-\necho done\n")
-        .row("says much", "head -c 1000000 /dev/zero\nhead -c 1000000 /dev/zero >&2\nexit 0\n");
+        .row("prints much", "head -c 1000000 /dev/zero\nhead -c 1000000 /dev/zero >&2\nexit 0\n");
 }
 
-void P7ZipExtractorTest::programsThatAreFine()
+void P7ZipExtractorTest::unusualProgramsSucceed()
 {
     const auto [script] = Rows<QByteArray>::current();
     QVERIFY(P7ZipExtractor(standIn(script)).extract("a"_s, "b"_s));
@@ -394,7 +395,7 @@ void P7ZipExtractorTest::archiveCannotReachOutside()
     auto [entries, unpacks] = Rows<QVector<TarEntry>, bool>::current();
     const QString outside = path("outside"_s);
     QVERIFY(writeFile(outside + "/kept"_s, "kept"));
-    // An absolute name needs a folder that is known only when the test runs.
+    // The absolute name cannot be in the table, because its folder is known only at run time.
     entries.append({TarEntry::FILE, QFile::encodeName(outside + "/absolute"_s), "x"});
     const auto before = fileTree(outside);
     QVERIFY(writeFile(path("a.tar"_s), tarOf(entries)));

@@ -37,7 +37,7 @@ private slots:
     void theOnlySignalIsNeverEmitted();
 
 private:
-    /// The lines another program reads from the file, sorted.
+    /// The lines of the settings file that are not empty, sorted.
     QStringList lines() const;
     bool writeIni(const QByteArray &entries) const;
 

@@ -15,7 +15,8 @@ using namespace Kavo;
 using namespace Kavo::Testing;
 
 /// Computes a checksum when the process ends. It is constructed before main(), so it is destroyed
-/// after everything that OpenSSL registered for the end. A worker may compute a checksum that late.
+/// after everything that OpenSSL registered for the end of the process. A worker thread may compute
+/// a checksum that late.
 class HashAtTheEnd final
 {
 public:
@@ -33,7 +34,7 @@ public:
 
 const HashAtTheEnd hashAtTheEnd;
 
-/// Against Qt's implementation.
+/// Compares the checksums with those of Qt.
 class Sha256Test final : public QObject
 {
     Q_OBJECT
@@ -84,7 +85,7 @@ void Sha256Test::whatCannotBeReadHasNoDigest()
     const QString pipe = profile.folder(QString()) + "pipe"_s;
     QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
     QCOMPARE(Sha256::ofFile(pipe), QByteArray());
-    // Nothing is mapped at address 0, so reading fails.
+    // Nothing is mapped at address 0, so this file can be opened but not read.
     QCOMPARE(Sha256::ofFile("/proc/self/mem"_s), QByteArray());
 }
 

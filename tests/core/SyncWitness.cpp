@@ -25,7 +25,7 @@ struct Rename
 
 struct Account
 {
-    std::map<Identity, off_t> synced; ///< up to which size
+    std::map<Identity, off_t> synced; ///< the size of each file when it was flushed
     std::vector<Rename> renames;
 };
 

@@ -2,8 +2,9 @@
 
 namespace Kavo::Testing {
 
-/// Records how this process renames files from now on. It replaces the functions of the system that
-/// rename and flush, in every program that links to it. One witness at a time, on one thread.
+/// Records which files this process renames after the construction, and whether they were flushed
+/// to the disk. Every program that links to this file uses its replacements of the system's
+/// functions rename() and fsync(). One object at a time, on one thread.
 class SyncWitness final
 {
 public:
@@ -11,9 +12,9 @@ public:
 
     /// The number of renamed files.
     int renamed() const;
-    /// The number of those whose whole content was on the disk before they were renamed.
+    /// The number of those whose whole content was flushed before they were renamed.
     int syncedBefore() const;
-    /// The number of those whose new name has been written to the disk since.
+    /// The number of those whose folder was flushed after they were renamed.
     int syncedAfter() const;
 };
 

@@ -23,7 +23,7 @@ namespace {
 
 using Look = std::function<void(QMessageBox &)>;
 
-/// Opens a box and calls a function that may close it; otherwise the box is rejected.
+/// Opens a box and calls a function with it. A box that is still open afterwards is rejected.
 void lookAt(const std::function<void()> &open, const Look &look)
 {
     bool wasLookedAt = false;
@@ -107,7 +107,8 @@ void checkFits(const QMessageBox &box)
     }
 }
 
-/// Whether the last line of the text can be scrolled into view and no line is cut off at the side.
+/// Checks that the last line of the text can be scrolled into view and that no line is cut off at
+/// the side.
 void checkScrolls(const QMessageBox &box)
 {
     const QScrollArea *area = scrollOf(box);
@@ -136,14 +137,14 @@ private slots:
     void questionIsAnswered();
     void yesThatDestroysHasItsOwnLook();
     void escapeAnswersNo();
-    void markupInAPlainTextStandsAsItIs();
+    void markupInAPlainTextIsNotInterpreted();
     void destroyedParentAnswersNo();
     void highBoxScrollsItsText_data();
     void highBoxScrollsItsText();
     void parentAtTheEdgeKeepsTheButtonsOnTheScreen();
     void lowBoxDoesNotScroll();
     void textScrollsWithTheKeyboard();
-    void longWordInAHighBoxIsReached();
+    void longWordInAHighBoxCanBeScrolledTo();
 };
 
 void MessageBoxesTest::messageHasASingleOk()
@@ -214,7 +215,7 @@ void MessageBoxesTest::escapeAnswersNo()
     });
 }
 
-void MessageBoxesTest::markupInAPlainTextStandsAsItIs()
+void MessageBoxesTest::markupInAPlainTextIsNotInterpreted()
 {
     const QString text = "<b>bold</b>"_s;
     const Look isPlain = [](QMessageBox &box) {
@@ -252,7 +253,7 @@ void MessageBoxesTest::highBoxScrollsItsText()
         QCOMPARE(box.textFormat(), format);
         checkFits(box);
         checkScrolls(box);
-        // Qt resizes the box at every request, and when the style changes.
+        // Qt resizes the box on every layout request and when the style changes.
         for (const auto request : {QEvent::LayoutRequest, QEvent::StyleChange}) {
             QEvent event(request);
             QCoreApplication::sendEvent(&box, &event);
@@ -309,7 +310,7 @@ void MessageBoxesTest::textScrollsWithTheKeyboard()
     });
 }
 
-void MessageBoxesTest::longWordInAHighBoxIsReached()
+void MessageBoxesTest::longWordInAHighBoxCanBeScrolledTo()
 {
     const QString word(2000, QLatin1Char('x'));
     lookAtQuestion(word + QLatin1Char('\n') + manyNames(80), [](QMessageBox &box) {

@@ -29,8 +29,8 @@ const QString LanguageWarning =
 const QString Closing =
     "Application will now close. Restart the application for new setting to take effect."_s;
 
-/// The answers to both questions, the new folder and language, each empty for no edit, and whether
-/// the edits are committed and the databases reset.
+/// The answers to both questions, the new folder and language, each empty if it is not edited, and
+/// whether the edits are committed and the databases are reset.
 using Answers =
     Rows<QMessageBox::StandardButton, QMessageBox::StandardButton, QString, QString, bool, bool>;
 

@@ -24,7 +24,7 @@ Q_DECLARE_METATYPE(Settings::Key)
 
 namespace {
 
-/// The folders of the page in their order.
+/// The folder settings in the order of the page.
 constexpr std::array Keys{Settings::INSTALLATION, Settings::CACHE, Settings::PRESERVE,
                           Settings::BACKUP};
 
@@ -46,8 +46,8 @@ private slots:
     void foldersShowTheSavedValues();
     void chosenWorkingFolderIsPending_data();
     void chosenWorkingFolderIsPending();
-    void folderInTheWayOfAnotherIsRefused_data();
-    void folderInTheWayOfAnotherIsRefused();
+    void conflictingFolderIsRefused_data();
+    void conflictingFolderIsRefused();
     void simulatorFolderNeedsTheWindowsProgram();
     void simulatorFolderIsPending();
     void cancelledFolderDialogChangesNothing();
@@ -80,8 +80,9 @@ QString SettingsPagesTest::value(const QWidget &page, int selector) const
     return allChildren<QLineEdit>(page, "FileSelectorValue").at(selector)->text();
 }
 
-/// Chooses a folder with the page's selector of this number. An empty path cancels. The dialog has
-/// Qt's title, as it has no caption. The refusal is the text of the box that follows.
+/// Chooses a folder with the page's selector of this number. An empty path cancels. The selectors
+/// set no caption, so the dialog has Qt's title. `refusal` is the text of the message box that
+/// follows; empty for none.
 void SettingsPagesTest::browse(const QWidget &page, int selector, const QString &folder,
                                const QString &refusal)
 {
@@ -173,7 +174,7 @@ void SettingsPagesTest::chosenWorkingFolderIsPending()
     QCOMPARE(m_settings->current(key), before);
 }
 
-void SettingsPagesTest::folderInTheWayOfAnotherIsRefused_data()
+void SettingsPagesTest::conflictingFolderIsRefused_data()
 {
     const QString preserve = "Preserve"_s;
     const QString backup = "Backup"_s;
@@ -197,9 +198,9 @@ void SettingsPagesTest::folderInTheWayOfAnotherIsRefused_data()
         .row("a name that begins alike", 2, "backup2", none);
 }
 
-/// The chosen folder lies below the one that holds all four. The other one is told by its caption,
-/// which is empty when the folder is taken.
-void SettingsPagesTest::folderInTheWayOfAnotherIsRefused()
+/// The chosen folder is relative to the one that contains all four. The third column is the caption
+/// of the setting that it conflicts with; empty if it is accepted.
+void SettingsPagesTest::conflictingFolderIsRefused()
 {
     const auto [selector, chosen, other] = Rows<int, QString, QString>::current();
     const char *names[] = {"sim", "cache", "preserve", "backup"};
@@ -229,7 +230,7 @@ void SettingsPagesTest::simulatorFolderNeedsTheWindowsProgram()
 {
     const QString before = m_settings->pending(Settings::INSTALLATION);
     const QString folder = m_profile->folder("other"_s);
-    // The file that the start of the program looks for does not make a folder valid here.
+    // Start-up accepts a folder with this file, but the settings do not.
     QVERIFY(writeFile(folder + "X-Plane-x86_64"_s, "x"));
     const PathSettingsWidget page(m_settings);
     browse(page, 0, folder, "Oops...this doesn't seem to be a XPlane installation folder."_s);

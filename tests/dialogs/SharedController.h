@@ -6,7 +6,8 @@
 
 namespace Kavo::Testing {
 
-/// The engine's controller, as a shared pointer for widgets. The engine has to outlive them.
+/// The engine's controller as a shared pointer for widgets. The pointer does not own it, so the
+/// engine must outlive the widgets.
 inline QSharedPointer<Controllers::PackageController> sharedController(Engine &engine)
 {
     return {&engine.controller(), [](Controllers::PackageController *) {}};

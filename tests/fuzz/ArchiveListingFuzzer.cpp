@@ -1,5 +1,5 @@
-// Feeds the reader of archive listings with input made by libFuzzer, and feeds the result to the
-// search for entries that leave a folder. Ends the process when one of the two breaks a promise.
+// Tests ArchiveListingReader with input from libFuzzer, and ArchiveContainment with the listings
+// that it returns. Aborts the process if one of them violates a condition.
 
 #include "core/ArchiveListingReader.h"
 #include "packages/installation/ArchiveContainment.h"
@@ -37,8 +37,8 @@ bool areEqual(const ArchiveListing &a, const ArchiveListing &b)
     return equal;
 }
 
-/// A file system as careless unpacking would create it. It works differently from the code under
-/// test: each name on a path is looked up recursively.
+/// A model of the folder that unpacking without checks would create. Its algorithm differs from the
+/// one under test: each name of a path is looked up recursively.
 class ModelFolder final
 {
 public:
@@ -83,7 +83,7 @@ private:
             const auto link = m_links.constFind(at);
             if (link == m_links.constEnd())
                 continue;
-            // The kernel gives up as well, before any file is opened.
+            // The kernel also limits the number of links, and opens no file beyond the limit.
             if (depth > 100)
                 return true;
             at.removeLast();
@@ -100,10 +100,10 @@ void checkContained(const ArchiveListing &listing)
 {
     const ModelFolder folder(listing);
     for (const ArchiveEntry &entry : listing.entries) {
-        require(entry.kind != Kind::DEVICE, "no device is unpacked");
-        require(!folder.leaves(entry.path), "no name leads out");
+        require(entry.kind != Kind::DEVICE, "the archive contains no device");
+        require(!folder.leaves(entry.path), "no path leaves the folder");
         if (entry.kind == Kind::HARD_LINK)
-            require(!folder.leaves(entry.target), "no hard link leads out");
+            require(!folder.leaves(entry.target), "no target of a hard link leaves the folder");
     }
 }
 

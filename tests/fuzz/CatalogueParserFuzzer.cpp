@@ -1,8 +1,8 @@
-// Feeds the parser of catalogues with input made by libFuzzer. Ends the process when the parser, or
-// the code that reads its rules next, breaks a promise.
+// Tests the catalogue parser with input from libFuzzer, and the code that evaluates the rules of
+// the parsed packages. Aborts the process if one of them violates a condition.
 //
-// Dependency entries are read as the program reads them while a catalogue is loaded: empty ones are
-// left out, because resolving an empty entry ends the process on purpose.
+// Empty dependency entries are skipped, as the program does when it loads a catalogue. Resolving an
+// empty entry would abort the process on purpose.
 
 #include "core/ContainedPath.h"
 #include "packages/catalogue/CatalogueParser.h"
@@ -46,7 +46,7 @@ bool haveEqualTexts(const Package &a, const Package &b)
            a.shortDescription() == b.shortDescription();
 }
 
-/// The rule for entries in another implementation: it counts folders down and up.
+/// A second implementation of the rule for entries. It counts the depth below the folder.
 bool shouldBeAccepted(const QString &entry)
 {
     if (entry.startsWith(QLatin1Char('/')) || entry.contains(QChar::Null))
@@ -66,13 +66,14 @@ void checkEntry(const QString &entry)
 {
     const QString folder = QStringLiteral("/simulator/");
     const QString path = Kavo::containedPath(folder, entry);
-    require(path.isEmpty() != shouldBeAccepted(entry), "an entry is accepted when it stays inside");
+    require(path.isEmpty() != shouldBeAccepted(entry),
+            "an entry is accepted if and only if it stays in the folder");
     if (path.isEmpty())
         return;
-    require(path.startsWith(folder) && path.size() > folder.size(), "the path lies in the folder");
+    require(path.startsWith(folder) && path.size() > folder.size(), "the path is in the folder");
     require(QDir::cleanPath(path) == path, "the path is clean");
     require(Kavo::containedPath(folder, path.mid(folder.size())) == path,
-            "a clean entry gives the same path again");
+            "a clean entry gives the same path");
 }
 
 void checkVersion(const PackageVersion &version)
@@ -100,18 +101,18 @@ void checkVersions(const QVector<PackageVersionPointer> &versions)
                 "versions and their rules are never null");
         require(index == 0 || compareVersions(versions.at(index - 1)->version,
                                               versions.at(index)->version) >= 0,
-                "versions come newest first");
+                "versions are ordered from the newest to the oldest");
         checkVersion(*versions.at(index));
     }
 }
 
 void checkPackage(const Package &package)
 {
-    require(package.state() == Package::AVAILABLE, "packages come out available");
-    require(!package.isUpdateAvailable(), "packages come out without an update");
+    require(package.state() == Package::AVAILABLE, "parsed packages are available");
+    require(!package.isUpdateAvailable(), "parsed packages have no update");
     require(package.versionIndex(package.newestVersion()) == 0, "the newest version comes first");
     require(!package.findVersion(QString()) == package.versions().isEmpty(),
-            "no text means the newest version");
+            "an empty text means the newest version");
     checkVersions(package.versions());
 }
 
@@ -126,14 +127,14 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t siz
     const PackageList again = parseCatalogue(bytes, QStringLiteral("en"));
     const PackageList german = parseCatalogue(bytes, QStringLiteral("de"));
     require(english.size() == again.size() && english.size() == german.size(),
-            "one file gives one number of packages");
+            "one file always gives the same number of packages");
     for (int index = 0; index < english.size(); ++index) {
         const Package &package = *english.at(index);
         checkPackage(package);
         require(haveEqualData(package, *again.at(index)) &&
                     haveEqualTexts(package, *again.at(index)),
-                "a file read twice gives the same twice");
-        require(haveEqualData(package, *german.at(index)), "the language changes texts only");
+                "one file always gives the same packages");
+        require(haveEqualData(package, *german.at(index)), "the language changes only texts");
     }
     return 0;
 }

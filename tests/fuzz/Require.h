@@ -5,7 +5,8 @@
 
 namespace Kavo::Testing {
 
-/// Ends the process when a promise is broken, which is what a fuzzer looks for.
+/// Prints the condition and aborts the process if it is not met. The fuzzer reports the abort with
+/// its input.
 inline void require(bool kept, const char *promise)
 {
     if (kept)

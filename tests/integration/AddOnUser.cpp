@@ -21,7 +21,7 @@ constexpr QFile::Permissions OwnersOnly = QFile::ReadOwner | QFile::WriteOwner;
 constexpr QFile::Permissions Program = OwnersOnly | QFile::ExeOwner | QFile::ReadGroup |
                                        QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
 
-/// Qt reports the rights of the owner twice: as the owner's and as those of whoever asks.
+/// Removes the permissions of the current user, which Qt reports in addition to the owner's.
 QFile::Permissions withoutAsker(QFile::Permissions permissions)
 {
     return permissions & ~(QFile::ReadUser | QFile::WriteUser | QFile::ExeUser);
@@ -81,7 +81,7 @@ void AddOnUser::takeAsDone(const QString &order)
         if (!kept.contains(path))
             m_own.remove(path);
     }
-    // An add-on that is replaced or removed first returns its backups.
+    // The backups of an add-on are restored before it is replaced or removed.
     for (const int id : before.keys()) {
         if (m_installed.value(id) == before.value(id))
             continue;
@@ -128,11 +128,11 @@ QString AddOnUser::faultAfterDeath(const QString &order)
     const QString simulator = m_engine.simulator({});
     for (auto file = m_others.cbegin(); file != m_others.cend(); ++file) {
         if (readFile(simulator + file.key()) != file.value())
-            return "not as it was: "_s + file.key();
+            return "has changed: "_s + file.key();
     }
     KeptFiles kept = m_originals;
     const bool removes = order.startsWith("uninstall"_s);
-    // A removal deletes the user's files with the add-on.
+    // A removal also deletes the user's files.
     if (!removes)
         kept.unite(m_own);
     for (auto file = kept.cbegin(); file != kept.cend(); ++file) {
@@ -140,9 +140,9 @@ QString AddOnUser::faultAfterDeath(const QString &order)
                                    ? m_engine.profile().backupFolder() + file.key()
                                    : m_engine.profile().preserveFolder() + file.key();
         if (readFile(parked) != file->content && readFile(simulator + file.key()) != file->content)
-            return "nowhere any more: "_s + file.key();
+            return "is lost: "_s + file.key();
         if (QFile::exists(parked) && readFile(parked) != file->content)
-            return "not the user's: "_s + parked;
+            return "wrong content in the copy: "_s + parked;
     }
     return faultInCache();
 }
@@ -150,7 +150,7 @@ QString AddOnUser::faultAfterDeath(const QString &order)
 QString AddOnUser::faultOnceStarted(const QString &order, int *unseen)
 {
     const AddOns::Installed left = after(order);
-    QString fault = m_engine.refreshAsServed() ? QString() : "lists nothing"_s;
+    QString fault = m_engine.refreshAsServed() ? QString() : "the package list cannot be loaded"_s;
     for (const int id : m_addOns.ids()) {
         if (fault.isEmpty())
             fault = faultInShown(id, isInstalled(id) && !left.contains(id), unseen);
@@ -192,7 +192,7 @@ void AddOnUser::writeOthersFiles()
           "Resources/bitmaps/other.png", "Resources/sounds/horn.wav"})
         files.insert(QString::fromLatin1(path), newContent(1000));
     if (!writeFiles(m_engine.simulator({}), files))
-        qFatal("The simulator cannot be made");
+        qFatal("The files of the simulator cannot be written");
     m_others = readFiles(m_engine.simulator({}));
 }
 
@@ -207,7 +207,7 @@ void AddOnUser::writeOriginals()
     }
 }
 
-/// Writes a file with new content. The first file of a list is a program.
+/// Writes a file with new content and records it. The first file of a list is executable.
 void AddOnUser::writeKept(KeptFiles &files, const QString &path, QFile::Permissions permissions)
 {
     const Kept file{newContent(m_ownBytes), files.isEmpty() ? Program : permissions};
@@ -230,7 +230,7 @@ QVector<HttpResource *> AddOnUser::archives()
     return found;
 }
 
-/// The files that the installed add-ons keep for the user.
+/// The files of the user that the installed add-ons preserve.
 QStringList AddOnUser::preserved() const
 {
     QStringList paths;
@@ -250,7 +250,7 @@ QSet<QString> AddOnUser::backedUp() const
     return paths;
 }
 
-/// What is installed after an order.
+/// What is installed after the command.
 AddOns::Installed AddOnUser::after(const QString &order) const
 {
     AddOns::Installed installed = m_installed;
@@ -265,7 +265,7 @@ AddOns::Installed AddOnUser::after(const QString &order) const
     return installed;
 }
 
-/// Whether every file of a version stands in its place, and every one of the user's among them.
+/// Whether all files of a version are in the simulator, including those of the user.
 bool AddOnUser::isWhole(int id, const QString &version) const
 {
     const AddOns::Version &wanted = m_addOns.version(id, version);
@@ -276,14 +276,15 @@ bool AddOnUser::isWhole(int id, const QString &version) const
     }
     for (auto file = files.cbegin(); file != files.cend(); ++file) {
         const QByteArray found = readFile(m_engine.simulator(file.key()));
-        // A file of the archive may replace the user's, whose copy is kept.
+        // The archive's file may be there instead of the user's, of which a copy exists.
         if (found != file.value() && found != wanted.files.value(file.key(), file.value()))
             return false;
     }
     return true;
 }
 
-/// A package whose removal has begun is shown until the removal is done, so that it can be done.
+/// What is wrong with a package on the next start. One whose removal was interrupted is still
+/// shown, so that the removal can be repeated, and may be incomplete.
 QString AddOnUser::faultInShown(int id, bool isRemoved, int *unseen)
 {
     if (isRemoved)
@@ -292,13 +293,13 @@ QString AddOnUser::faultInShown(int id, bool isRemoved, int *unseen)
     if (!shown.isEmpty()) {
         return isWhole(id, shown)
                    ? QString()
-                   : "%1 of package %2 is shown, but not all there"_s.arg(shown).arg(id);
+                   : "%1 of package %2 is shown, but incomplete"_s.arg(shown).arg(id);
     }
     const QString before = m_installed.value(id);
     if (before.isEmpty() || !isWhole(id, before))
         return QString();
     if (!m_engine.wholeVersion(id).isEmpty())
-        return "%1 of package %2 is all there, but not shown"_s.arg(before).arg(id);
+        return "%1 of package %2 is complete, but not shown"_s.arg(before).arg(id);
     ++*unseen;
     return QString();
 }
@@ -315,7 +316,7 @@ FileTree AddOnUser::wantedTree() const
     for (auto file = m_own.cbegin(); file != m_own.cend(); ++file)
         files.insert(file.key(), file->content);
     FileTree tree = expectedTree(files);
-    // A folder stays when its only file is deleted.
+    // A folder remains when its only file is deleted.
     for (const QString &path : m_gone)
         tree.insert(path.section(QLatin1Char('/'), 0, -2) + QLatin1Char('/'), QString());
     return tree;
@@ -341,7 +342,7 @@ QString AddOnUser::faultInBackups()
     const QSet<QString> parked = backedUp();
     const QStringList copies = filesOf(fileTree(backups)).keys();
     if (copies.size() != parked.size())
-        return "%1 files are parked"_s.arg(copies.size());
+        return "%1 files are in the backup folder"_s.arg(copies.size());
     QStringList marked = copies;
     for (const QString &copy : copies) {
         for (const char *purpose : {"owner", "settled", "users"})
@@ -349,7 +350,7 @@ QString AddOnUser::faultInBackups()
     }
     for (const QString &name : filesUnder(backups)) {
         if (!marked.contains(name) && !marked.contains("./"_s + name))
-            return "mark without a copy: "_s + name;
+            return "marker without a backup: "_s + name;
     }
     KeptFiles inBackups;
     KeptFiles inSimulator;
@@ -359,7 +360,7 @@ QString AddOnUser::faultInBackups()
     return fault.isEmpty() ? faultInKept(inSimulator, m_engine.simulator({})) : fault;
 }
 
-/// Each file in the cache is an archive, or the beginning of one.
+/// Each file in the cache must be a file of the server, or the beginning of one.
 QString AddOnUser::faultInCache()
 {
     const QString cache = m_engine.profile().cacheFolder();
@@ -370,7 +371,7 @@ QString AddOnUser::faultInCache()
         const QStringList served = paths.filter(QLatin1Char('/') + name);
         if (served.isEmpty() ||
             !m_engine.server().resource(served.first()).body.startsWith(readFile(cache + name)))
-            return "mixed up in the cache: "_s + name;
+            return "wrong content in the cache: "_s + name;
     }
     return QString();
 }
@@ -386,11 +387,11 @@ QString AddOnUser::faultInDatabases()
     for (const int id : m_addOns.ids()) {
         const bool installed = isInstalled(id);
         const int status = m_engine.recordedStatus(id);
-        // Neither a package that was removed nor one without a record is installed.
+        // The status is 0 after a removal, and negative without a record.
         if (installed ? status != 1 : status > 0)
-            return "package %1 has the state %2"_s.arg(id).arg(status);
+            return "package %1 has the recorded status %2"_s.arg(id).arg(status);
         if (installed && m_engine.recordedVersion(id) != m_installed.value(id))
-            return "package %1 has another version"_s.arg(id);
+            return "package %1 has another recorded version"_s.arg(id);
     }
     return QString();
 }
@@ -404,7 +405,7 @@ QString AddOnUser::strayFile()
                             data + "/download.db"_s, data + "/log.txt"_s,
                             data + "/cache/packages.json"_s};
     for (const QString &path : filesUnder(home.path())) {
-        // Cached answers may stay.
+        // Cached HTTP answers may remain.
         const bool checked = path.startsWith("X-Plane/"_s) ||
                              path.startsWith(data + "/backup/"_s) || path.startsWith(answers);
         if (!checked && !known.contains(path))

@@ -14,8 +14,8 @@
 
 namespace Kavo::Testing {
 
-/// A user with a simulator, his own files in it, and add-ons on offer. The object knows what has to
-/// be in which place, and reports what is not.
+/// A simulated user with a scratch account: a simulator, which contains files of the user, and a
+/// server with add-ons. Keeps the expected state of all files and reports differences from it.
 class AddOnUser final
 {
 public:
@@ -27,29 +27,31 @@ public:
 
     Engine &engine() { return m_engine; }
 
-    /// Arguments of the driver for an order such as "install 10:1.0".
+    /// Arguments of the engine driver for a command such as "install 10:1.0".
     QStringList arguments(const QString &order);
-    /// Notes that the order has been carried out.
+    /// Updates the expected state: the command has been carried out.
     void takeAsDone(const QString &order);
-    /// Writes new contents to the files that the installed add-ons keep for the user. Sometimes
-    /// deletes a file of the simulator's that has a backup.
+    /// Simulates a flight: writes new contents to the files that the installed add-ons preserve,
+    /// and sometimes deletes a file of the simulator that has a backup.
     void fly();
 
-    /// Makes the server wait before it answers a probe, or after this share of an archive.
+    /// Makes the server hold back its answer to a HEAD, or the rest of an archive after this share
+    /// of it (from 0 to 1). holdNothing() ends both.
     void holdProbes();
     void holdArchives(double share);
     void holdNothing();
 
-    /// What is lost after a sudden end in the middle of the order; empty for nothing.
+    /// What was lost when the process was killed during the command; empty for nothing.
     QString faultAfterDeath(const QString &order);
-    /// What is wrong with the packages that the next start shows; empty for nothing. `unseen`
-    /// counts those that are complete but not shown: just before a package is replaced, that is
-    /// correct.
+    /// What is wrong with the packages that the next start shows; empty for nothing. Adds to
+    /// `unseen` the number of packages that are complete but not shown as installed, which is
+    /// correct just before a package is replaced.
     QString faultOnceStarted(const QString &order, int *unseen);
-    /// What is wrong when the work is done; empty for nothing.
+    /// What differs from the expected state when no work is left; empty for nothing.
     QString faultWhenDone();
 
-    /// Copies the account to a folder, or back from it, with what was installed. Returns success.
+    /// Copies the account to a folder, or back from it, together with the expected state. Returns
+    /// success.
     bool save(const QString &folder);
     bool load(const QString &folder);
 
@@ -59,7 +61,7 @@ private:
         QByteArray content;
         QFile::Permissions permissions;
     };
-    using KeptFiles = QMap<QString, Kept>; ///< by path under the simulator's folder
+    using KeptFiles = QMap<QString, Kept>; ///< by path relative to the simulator's folder
 
     void writeOthersFiles();
     void writeOriginals();
@@ -84,9 +86,9 @@ private:
     int m_ownBytes;
     std::mt19937 m_random;
     AddOns m_addOns;
-    Files m_others;        ///< stay as they are
-    KeptFiles m_originals; ///< the simulator's, backed up by an add-on
-    KeptFiles m_own;       ///< the user's, among the files of the installed add-ons
+    Files m_others;        ///< must never change
+    KeptFiles m_originals; ///< files of the simulator that add-ons back up
+    KeptFiles m_own;       ///< files of the user that installed add-ons preserve
     QSet<QString> m_gone;  ///< originals that are only in the backup folder
     AddOns::Installed m_installed;
     std::tuple<KeptFiles, QSet<QString>, AddOns::Installed> m_saved;

@@ -10,8 +10,8 @@
 
 namespace Kavo::Testing {
 
-/// The versions in a catalogue: their rules, and the files that are in the simulator when they are
-/// installed.
+/// The versions of a catalogue, with their rules and files. Predicts which versions are installed
+/// after an installation or a removal.
 class AddOns final
 {
 public:
@@ -21,7 +21,7 @@ public:
         QStringList depends;
         QStringList preserve;
         QStringList backup;
-        Files files; ///< under the simulator's folder
+        Files files; ///< relative to the simulator's folder
     };
 
     /// Version texts by package id.
@@ -31,14 +31,14 @@ public:
 
     QList<int> ids() const { return m_versions.keys(); }
     const Version &version(int id, const QString &text) const;
-    /// All versions on offer.
+    /// All versions of all packages.
     QVector<Version> versions() const;
     QVector<Version> versions(const Installed &installed) const;
 
     /// Adds a version to what is installed; an empty text means the newest one. Adds the newest
     /// version of each dependency that is missing or too old.
     void install(Installed &installed, int id, const QString &text) const;
-    /// Removes a package, and every package that needs it.
+    /// Removes a package and all packages that depend on it.
     void uninstall(Installed &installed, int id) const;
 
 private:

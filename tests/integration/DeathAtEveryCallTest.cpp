@@ -11,16 +11,16 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// Small files: each takes few calls to write.
+/// Small files, so that few calls are needed to write them.
 const AddOnSizes Small{3, 3000, 3000};
 
 const QString Horn = "Resources/sounds/horns.wav"_s;
 
 } // namespace
 
-/// Kills the engine before each call that changes the disk, repeats the order, and checks that the
-/// user has lost nothing. Random deaths may miss a call; this test does not. The calls of 7-Zip,
-/// which is another program, are not counted.
+/// Kills the engine before each call that changes a file, repeats the command, and checks that the
+/// user has lost nothing. SuddenDeathTest kills at random and may miss a call; this test does not.
+/// The calls of 7-Zip, which is another program, are not counted.
 class DeathAtEveryCallTest final : public QObject
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ private slots:
 
     void userLosesNothing_data()
     {
-        // Each row starts with the result of the row before it.
+        // Each row starts with the result of the previous one.
         Rows<QString>()
             .row("installation", "install 10:1.0")
             .row("update", "install 10")
@@ -55,7 +55,7 @@ private slots:
         std::printf("%s: %d calls, %d not seen\n", qPrintable(order), call - 1, m_unseen);
         QVERIFY2(faults.isEmpty(), qPrintable(faults.join(QLatin1Char('\n'))));
         QVERIFY(call > 20);
-        // The call that deletes the first file of a version.
+        // The exception is the call that deletes the first file of a version.
         QVERIFY2(m_unseen <= 1, qPrintable(QString::number(m_unseen)));
     }
 
@@ -103,7 +103,7 @@ private slots:
     }
 
     /// Between fork and exec the new process is still a copy of the driver.
-    void processBeforeItsExecEndsToo()
+    void forkedChildEndsWithTheProgram()
     {
         const QString order = "install 2"_s;
         DriverRun run(m_user->arguments(order));
@@ -124,7 +124,7 @@ private:
     {
         run.setVariable("LD_PRELOAD"_s, QStringLiteral(DYING_CALLS));
         run.setVariable("KAVO_DEATH_PROGRAM"_s, "engine_driver"_s);
-        // The sanitizers require to be loaded first, unless told otherwise.
+        // By default AddressSanitizer requires that it is loaded first.
         run.setVariable("ASAN_OPTIONS"_s, "verify_asan_link_order=0"_s);
     }
 
@@ -157,17 +157,17 @@ private:
         DriverRun run(m_user->arguments(order));
         dieBefore(run, call);
         if (!run.run())
-            return "call %1: does not end"_s.arg(call);
+            return "call %1: the driver does not end"_s.arg(call);
         died = run.isKilled();
         const QString place = "call %1, %2: "_s.arg(call).arg(run.remarks().join(QLatin1Char(' ')));
         if (!died && run.exitCode() != 0)
-            return place + "ends with status %1"_s.arg(run.exitCode());
+            return place + "the driver ends with status %1"_s.arg(run.exitCode());
 
         QString fault = m_user->faultAfterDeath(order);
         if (fault.isEmpty())
             fault = m_user->faultOnceStarted(order, &m_unseen);
         if (fault.isEmpty() && !finish(order))
-            fault = "cannot be finished"_s;
+            fault = "the repeated command fails"_s;
         m_user->takeAsDone(order);
         if (fault.isEmpty())
             fault = m_user->faultWhenDone();
@@ -176,7 +176,7 @@ private:
 
     QTemporaryDir m_snapshot;
     std::unique_ptr<AddOnUser> m_user;
-    int m_unseen = 0; ///< packages that stood there wholly and were not shown
+    int m_unseen = 0; ///< packages that were complete but not shown
 };
 
 KAVO_TEST_MAIN(DeathAtEveryCallTest)

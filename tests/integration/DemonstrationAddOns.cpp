@@ -22,7 +22,7 @@ void run(const QString &program, const QStringList &arguments)
     process.start(program, arguments);
     if (!process.waitForFinished(-1) || process.exitStatus() != QProcess::NormalExit ||
         process.exitCode() != 0)
-        qFatal("%s fails", qUtf8Printable(program));
+        qFatal("%s has failed", qUtf8Printable(program));
 }
 
 QString tool(const char *name)

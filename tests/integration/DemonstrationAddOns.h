@@ -5,9 +5,9 @@
 
 namespace Kavo::Testing {
 
-/// Builds the demonstration with its own tools: its catalogue and archives on the server of the
-/// engine, its pretend simulator around what is in the simulator's folder. Ends the program when a
-/// tool fails.
+/// Builds the demonstration with its own tools. Puts its catalogue and archives on the engine's
+/// server, and adds the files of its simulator to the engine's simulator folder. Ends the process
+/// if a tool fails.
 AddOns offerDemonstration(Engine &engine);
 
 } // namespace Kavo::Testing

@@ -43,7 +43,8 @@ void DriverRun::killInPhase(const QString &phase, int milliseconds)
 
 bool DriverRun::run()
 {
-    // An event loop without pauses, so that servers answer and signals are sent in time.
+    // Not QTest::qWaitFor(), which sleeps between its checks: servers must answer and signals be
+    // sent in time.
     QEventLoop loop;
     connect(&m_process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop,
             &QEventLoop::quit);
@@ -96,7 +97,8 @@ void DriverRun::killSoon()
         QTimer::singleShot(delay, Qt::PreciseTimer, &m_process, &QProcess::kill);
 }
 
-/// Programs that the driver has started have the simulator's folder in their arguments.
+/// Whether child processes of the driver are running. They have the simulator's folder in their
+/// arguments.
 bool DriverRun::hasPrograms() const
 {
     const QByteArray folder = QFile::encodeName(m_simulator);

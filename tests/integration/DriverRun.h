@@ -9,28 +9,28 @@
 
 namespace Kavo::Testing {
 
-/// One run of the engine driver as a process that can be killed at any moment. Waiting for it runs
-/// the event loop, so that servers of the test can answer. Main thread.
+/// One run of the engine driver, as a process that can be killed at any time. run() runs the event
+/// loop, so that servers of the test can answer. Main thread.
 class DriverRun final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// What follows the program's name; the second argument is the simulator's folder.
+    /// The driver's arguments without the program name. The second one is the simulator's folder.
     explicit DriverRun(const QStringList &arguments);
 
     void setVariable(const QString &name, const QString &value);
 
-    /// Kills the process so long after its start, or after the first announcement of the phase.
-    /// Call before run().
+    /// Lets run() kill the process after this time, which is measured from its start or from the
+    /// first announcement of the phase.
     void killAfter(int milliseconds) { killInPhase(QString(), milliseconds); }
     void killInPhase(const QString &phase, int milliseconds);
 
-    /// Starts the process and waits until it and all programs that it has started have ended.
-    /// Returns whether they have.
+    /// Starts the process and waits until it and all of its child processes have ended. Returns
+    /// false if the wait times out.
     bool run();
 
-    /// Whether a signal has ended it. If not, exitCode() is valid.
+    /// Whether a signal has ended the process. If not, exitCode() is valid.
     bool isKilled() const { return m_process.exitStatus() == QProcess::CrashExit; }
     int exitCode() const { return m_process.exitCode(); }
     /// The phase announced last.
@@ -38,7 +38,7 @@ public:
     /// Duration of the first occurrence of each phase, in milliseconds.
     const QMap<QString, qint64> &phaseTimes() const { return m_phaseTimes; }
     qint64 duration() const { return m_duration; } ///< in milliseconds
-    /// Lines on standard output that announce no phase.
+    /// The lines of standard output that do not announce a phase.
     const QStringList &remarks() const { return m_remarks; }
 
 private:
@@ -50,7 +50,7 @@ private:
     QProcess m_process;
     QString m_simulator;
     QString m_killPhase;
-    int m_killDelay = -1; ///< none
+    int m_killDelay = -1; ///< in milliseconds, negative for none
     QString m_phase;
     QMap<QString, qint64> m_phaseTimes;
     QElapsedTimer m_clock;

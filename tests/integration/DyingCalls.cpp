@@ -1,13 +1,12 @@
-// A library for LD_PRELOAD. It counts the calls by which a program changes the disk, and kills the
-// process before one of them:
+// A library for LD_PRELOAD. It counts the calls with which a program changes files, and kills the
+// process before one of them. Environment variables control it:
 //
-//     KAVO_DEATH_PROGRAM  name of the program; others are not touched
+//     KAVO_DEATH_PROGRAM  name of the program; other programs run normally
 //     KAVO_DEATH_FOLDER   only changes in this folder count
 //     KAVO_DEATH_CALL     number of the call, from 1
+//     KAVO_DEATH_AT_FORK  if set, the process is killed right after it has forked
 //
-//     KAVO_DEATH_AT_FORK  when set, the process is killed as soon as it has forked
-//
-// Before that it prints the line "died before CALL PATH" on standard output.
+// Before a call it prints the line "died before CALL PATH" on standard output.
 
 #include <atomic>
 #include <csignal>
@@ -26,7 +25,7 @@
 
 namespace {
 
-/// The function behind the one of this name in this file.
+/// The original function, which the one of this name in this file replaces.
 template<typename Function>
 Function *next(Function * /*sameType*/, const char *name)
 {
@@ -46,10 +45,10 @@ bool isMeant()
     return meant;
 }
 
-/// Changes of the log and the settings do not count.
+/// Whether a change of this path counts. Changes of the log and the settings do not.
 bool counts(const std::string &path)
 {
-    // No objects with destructors: calls come until the very end of the process.
+    // No static objects with destructors, because calls occur until the very end of the process.
     static const char *const folder = variable("KAVO_DEATH_FOLDER");
     static const std::size_t length = std::strlen(folder);
     const auto endsWith = [&path](const std::string &end) {
@@ -72,8 +71,8 @@ void count(const char *call, const std::string &path)
     ::pause();
 }
 
-/// The path behind a descriptor; empty for none. Allocates no memory for a pipe: a signal handler
-/// of Qt writes to one, and may have interrupted an allocation.
+/// The path of an open file; empty for other descriptors. Allocates no memory for a pipe, because a
+/// signal handler of Qt writes to one and may have interrupted an allocation.
 std::string pathOf(int descriptor)
 {
     char link[32];

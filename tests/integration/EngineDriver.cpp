@@ -1,13 +1,13 @@
-// Package management without a window, as a process that a test can kill at any moment.
+// Runs the package management without a window, as a process that a test can kill at any time.
 //
 //     engine_driver SERVER SIMULATOR_FOLDER install ID[:VERSION]...
 //     engine_driver SERVER SIMULATOR_FOLDER uninstall ID...
 //
-// Loads the catalogue, carries out the order and ends with status 0; 1 when a package failed, 2
-// when there is no catalogue. Without a version the newest one is installed; another version than
-// the installed one updates or downgrades. Packages in the wanted state are skipped, so that the
-// same command finishes an interrupted run. Standard output announces the phases. HOME and the XDG
-// variables name the account.
+// Loads the catalogue, carries out the command and exits with status 0; with 1 if a package has
+// failed, with 2 if the catalogue cannot be loaded or lacks a package. Without a version the newest
+// one is installed. A version other than the installed one is an update or a downgrade. Packages in
+// the wanted state are skipped, so that the same command finishes an interrupted run. Standard
+// output announces the phases. HOME and the XDG variables select the account.
 
 #include "core/Log.h"
 #include "core/Paths.h"
@@ -33,7 +33,7 @@ namespace {
 
 constexpr std::chrono::milliseconds LookInterval{2};
 
-/// Receives the lines of the log.
+/// The receiver of log lines.
 PhaseReport *report = nullptr;
 
 void readLog(QtMsgType type, const QMessageLogContext &context, const QString &message)

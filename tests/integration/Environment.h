@@ -8,7 +8,7 @@
 
 namespace Kavo::Testing {
 
-/// The number in an environment variable, or another one when it contains none.
+/// The number in an environment variable, or `otherwise` if it contains none.
 inline int numberFrom(const char *variable, int otherwise)
 {
     bool isNumber = false;
@@ -16,7 +16,8 @@ inline int numberFrom(const char *variable, int otherwise)
     return isNumber ? number : otherwise;
 }
 
-/// The seed in an environment variable, or a new one. Prints the assignment that repeats the run.
+/// The seed in an environment variable, or a random one. Prints the assignment that repeats the
+/// run.
 inline quint32 seedFrom(const char *variable)
 {
     const QByteArray text = qgetenv(variable);

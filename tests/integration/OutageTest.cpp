@@ -21,18 +21,18 @@ namespace {
 constexpr int AddOns = 5;
 constexpr int Versions = 3;
 constexpr int ArchiveBytes = 200000;
-/// Attempts that may be needed after the fault is repaired.
+/// The largest number of attempts after the fault is repaired.
 constexpr int Tries = 2;
 
 /// What goes wrong during one download.
 enum class Outage {
-    UNAVAILABLE, ///< 503, for the probe as well or for the transfer alone
-    RANGE,       ///< 416 for a request for the rest
+    UNAVAILABLE, ///< status 503, for the GET and sometimes also for the HEAD
+    RANGE,       ///< status 416 for a request for the missing part
     CUT,         ///< the connection is closed in mid-body
     RESET,       ///< the connection is reset in mid-body
-    STALLED,     ///< the body pauses, until the server goes down and comes up again
-    REPLACED,    ///< the same, and then there is another archive of the same name
-    RENAMED,     ///< the archive has another name, as the catalogue says after a refresh
+    STALLED,     ///< the body pauses until the server closes its connections
+    REPLACED,    ///< like STALLED, and then the archive is replaced under the same name
+    RENAMED,     ///< the archive and its link in the catalogue get another name
     PROGRAM_END, ///< the program ends in mid-body
 };
 constexpr int Outages = int(Outage::PROGRAM_END) + 1;
@@ -82,9 +82,9 @@ QString originalOf(int id)
 
 } // namespace
 
-/// Updates and downgrades of five add-ons, each with an outage. Each add-on keeps a file of the
-/// user's and replaces a file of the simulator's. After every try each file of the simulator is of
-/// the version that is shown, and nothing else has changed.
+/// Updates and downgrades five add-ons, each time with an outage. Each add-on preserves a file of
+/// the user and replaces a file of the simulator. After every attempt, all files in the simulator
+/// must belong to the version that is shown, and nothing else may have changed.
 ///
 /// KAVO_UPDATES sets the number of updates. KAVO_SEED repeats the choices of a run.
 class OutageTest final : public EngineTest
@@ -156,7 +156,7 @@ private:
         rebuild(id, version);
     }
 
-    /// Puts another archive in the place of the present one.
+    /// Replaces the archive by another one of the same name.
     void rebuild(int id, int version)
     {
         const Files files{
@@ -192,7 +192,7 @@ private:
         return installs;
     }
 
-    /// One update with an outage. Returns what is wrong.
+    /// Runs one update with an outage. Returns what is wrong.
     QString update()
     {
         const int id = 1 + below(AddOns);
@@ -215,12 +215,12 @@ private:
             if (tries++ == Tries)
                 return course + ": does not recover"_s;
             if (below(2) == 0 && !startAgain())
-                return course + ": lists nothing"_s;
+                return course + ": the package list cannot be loaded"_s;
             fault = tryOnce(id, version);
         }
         m_secondTries += tries == Tries ? 1 : 0;
         if (fault.isEmpty() && below(3) == 0)
-            fault = startAgain() ? wrong(true) : "lists nothing"_s;
+            fault = startAgain() ? wrong(true) : "the package list cannot be loaded"_s;
         return fault.isEmpty() ? fault : course + ": "_s + fault;
     }
 
@@ -251,7 +251,8 @@ private:
         case Outage::RENAMED: {
             rename(id, version);
             const QString fault = tryOnce(id, version);
-            return fault.isEmpty() && !refreshAsServed() ? "lists nothing"_s : fault;
+            return fault.isEmpty() && !refreshAsServed() ? "the package list cannot be loaded"_s
+                                                         : fault;
         }
         case Outage::STALLED:
         case Outage::REPLACED:
@@ -262,7 +263,7 @@ private:
         return QString();
     }
 
-    /// One try to its end. Returns what is wrong.
+    /// Runs one attempt to its end. Returns what is wrong.
     QString tryOnce(int id, int version)
     {
         install(id, versionText(version));
@@ -282,17 +283,17 @@ private:
         const auto download = downloads().find(server().url(link));
         const QString file = download ? download->getPath() : QString();
         const qint64 before = QFileInfo(file).size();
-        // The transfer resumes what is there, or starts over.
+        // The transfer either resumes the existing part or starts over.
         const auto standsStill = [&] {
             const qint64 present = QFileInfo(file).size();
             return !package(id)->isBusy() || (!server().last("GET", link).path.isEmpty() &&
                                               (present == part || present == before + part));
         };
         if (!runUntil(standsStill, engine().patience()))
-            return "neither ends nor stands still"_s;
+            return "neither ends nor pauses"_s;
         if (outage == Outage::PROGRAM_END) {
             if (!startAgain())
-                return "lists nothing"_s;
+                return "the package list cannot be loaded"_s;
             noteShown(id, version);
             return wrong(true);
         }
@@ -308,7 +309,7 @@ private:
         return fault;
     }
 
-    /// Notes the new version if it is installed: an outage may come too late to prevent that.
+    /// Records the new version if it is installed. An outage may be too late to prevent that.
     void noteShown(int id, int version)
     {
         if (installedVersion(id) == versionText(version))
@@ -324,7 +325,7 @@ private:
         served = healthy;
     }
 
-    /// Starts the program again. The catalogue on the server stays as it is.
+    /// Starts the program again. The catalogue on the server is not changed.
     bool startAgain()
     {
         ++m_restarts;
@@ -332,14 +333,14 @@ private:
         return refreshAsServed();
     }
 
-    /// The user writes to the file that the add-on keeps.
+    /// Simulates a flight: the user's file, which the add-on preserves, gets new content.
     void fly(int id)
     {
         m_settings.insert(id, newContent());
         writeFile(simulator(settingsOf(id)), m_settings.value(id));
     }
 
-    /// Returns what is wrong with a card, the simulator or the copies; empty when nothing is.
+    /// Returns what is wrong with a card, the simulator or the backups; empty if nothing is.
     QString wrong(bool hasRestarted)
     {
         Files wanted = m_others;
@@ -380,15 +381,15 @@ private:
     }
     QByteArray newContent() { return noise(static_cast<quint32>(m_random()), 2000); }
 
-    using Version = QPair<int, int>; ///< of an add-on
+    using Version = QPair<int, int>; ///< id of an add-on and number of its version
 
     quint32 m_seed = 0;
     std::mt19937 m_random;
     LogCapture m_log;
     QMap<Version, QString> m_links;
-    QMap<Version, Files> m_files; ///< under the simulator's folder
-    Files m_others;
-    Files m_originals;
+    QMap<Version, Files> m_files; ///< relative to the simulator's folder
+    Files m_others;               ///< must never change
+    Files m_originals;            ///< files of the simulator that add-ons replace
     QMap<int, QByteArray> m_settings;
     QMap<int, int> m_installed;
     QMap<Outage, int> m_outages;

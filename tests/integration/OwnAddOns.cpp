@@ -17,12 +17,12 @@ const QStringList Settings{"Resources/plugins/Alpha/settings.ini"_s,
                            "Resources/plugins/Alpha/data/profile.dat"_s};
 const QStringList Replaced{"Resources/"_s + Lights, "Resources/"_s + Alert};
 
-/// The archive of a version: files of the given folder, and some further ones.
+/// The files in the archive of a version: those in the given folder, and `further` ones.
 Files filesOf(const AddOnSizes &sizes, quint32 seed, const QString &version, const QString &folder,
               const QStringList &further)
 {
     Files files{{folder + "/big.dat"_s, noise(seed, sizes.archiveBytes)},
-                // A file of this version alone shows when an update leaves files behind.
+                // A file that only this version has detects files left by an update.
                 {folder + "/only in "_s + version, "here"}};
     for (int number = 0; number < sizes.archiveFiles; ++number) {
         const QString name = "/%1/part %2.txt"_s.arg(number % 7).arg(number);
@@ -41,7 +41,7 @@ AddOns offerOwnAddOns(Engine &engine, const AddOnSizes &sizes, quint32 seed)
     AddOns addOns;
     const auto add = [&](Offer offer, const QString &version, const QString &folder,
                          const QStringList &further) {
-        // No two archives share their noise.
+        // Each archive has different random content.
         seed = seed * 1103515245U + 12345U;
         offer.version = version;
         offer.link = "/package-%1-%2.zip"_s.arg(offer.id).arg(version);

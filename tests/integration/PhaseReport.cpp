@@ -37,7 +37,8 @@ void PhaseReport::followAll()
 {
     for (const PackagePointer &package : m_controller.packages()) {
         const int id = package->id();
-        // On the thread that sets the state: the phase has begun by then.
+        // Called on the thread that sets the state, so that the phase is announced at its
+        // beginning.
         connect(
             package.data(), &Package::stateChanged, this,
             [this, id](Package::State state) { onState(id, state); }, Qt::DirectConnection);
@@ -85,7 +86,7 @@ void PhaseReport::onState(int id, Package::State state)
         announce("downloading"_s);
         break;
     case Package::INSTALLING:
-        // Waiting beside a running task is no phase.
+        // Waiting for another task is not a phase.
         if (!m_controller.isBusy())
             announce("queued"_s);
         break;
@@ -127,7 +128,8 @@ void PhaseReport::look()
     }
 }
 
-/// The phase of the only waiting package whose work has begun.
+/// The phase of the running task, judged by the copied files. Only one of the waiting packages has
+/// begun its work.
 QString PhaseReport::phaseBeforeExtraction() const
 {
     QString phase = "preserving"_s;

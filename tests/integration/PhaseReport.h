@@ -20,8 +20,8 @@ namespace Kavo::Testing {
 ///     starting, header, downloading, queued, preserving, backing up, removing, extracting,
 ///     restoring, recording, uninstalling
 ///
-/// The phases follow from the states of the packages, the lines of the log, and the files on the
-/// disk. Main thread, except for announce() and readLog().
+/// The phases are derived from the states of the packages, the lines of the log, and the files on
+/// the disk. Main thread, except for announce() and readLog(), which any thread may call.
 class PhaseReport final : public QObject
 {
     Q_OBJECT
@@ -29,14 +29,14 @@ class PhaseReport final : public QObject
 public:
     PhaseReport(Controllers::PackageController &controller, Models::PackageFolders folders);
 
-    /// Follows every package of the catalogue from now on.
+    /// Begins to observe all packages of the catalogue.
     void followAll();
-    /// The version of the package that is about to be installed.
+    /// Sets the version of a package that is about to be installed.
     void expect(const Models::PackagePointer &package,
                 const Models::PackageVersionPointer &version);
 
     void announce(const QString &phase);
-    /// One line of the program's log.
+    /// Evaluates one line of the program's log.
     void readLog(const QString &line);
 
 private:
@@ -49,10 +49,10 @@ private:
     Models::PackageFolders m_folders;
     QHash<int, Models::PackageVersionPointer> m_expected; ///< by package id
     QHash<int, QString> m_archives;                       ///< by package id
-    QVector<int> m_waiting;                               ///< archive complete, not yet unpacked
-    QMutex m_mutex;                                       ///< of what follows
+    QVector<int> m_waiting; ///< ids of packages with complete archives
+    QMutex m_mutex;         ///< of the following members
     QString m_phase;
-    QString m_unpacking; ///< archive that 7-Zip is working on
+    QString m_unpacking; ///< log line that names the archive being unpacked
 };
 
 } // namespace Kavo::Testing

@@ -23,10 +23,10 @@ namespace Kavo::Testing {
 namespace {
 
 constexpr int Tries = 3;
-/// Bytes of the add-on, and of its archive before a cut.
+/// The size of the add-on and the position of the cut, in bytes.
 constexpr int Size = 4 * 1024 * 1024;
 constexpr int CutPlace = Size / 2;
-/// Caches may be slow to notice a change; milliseconds.
+/// In milliseconds. Caches may be slow to notice a change.
 constexpr int Patience = 20000;
 
 const QString Archive = "add-on.zip"_s;
@@ -41,7 +41,7 @@ QByteArray catalogue(const QString &server)
     return QJsonDocument(QJsonArray{package}).toJson();
 }
 
-/// Replaces a file at once, with a time of change in the past.
+/// Replaces a file. Sets its modification time to `age` seconds in the past.
 bool put(const QString &path, const QByteArray &bytes, int age)
 {
     const QString draft = path + ".new"_s;
@@ -121,11 +121,11 @@ ServerTrial::Outcome ServerTrial::tryAgain(Content wanted)
     return Outcome::Failed;
 }
 
-/// The same in every run; none of it can be compressed.
+/// Incompressible content, which is the same in every run.
 QByteArray ServerTrial::contentOf(Content content)
 {
     std::mt19937 random(content == Content::First ? 1 : 2);
-    // The sizes differ, because servers may derive a tag from them.
+    // The sizes differ, because servers may derive the ETag from them.
     const int size = content == Content::First ? Size : Size + 4096;
     QByteArray bytes(size, Qt::Uninitialized);
     for (char &byte : bytes)
@@ -136,7 +136,7 @@ QByteArray ServerTrial::contentOf(Content content)
 bool ServerTrial::publish(Content content)
 {
     m_archive = archiveOf({{"data.bin"_s, contentOf(content)}}, "zip"_s);
-    // HTTP dates have whole seconds, so two publications within a second would look like one.
+    // HTTP dates have whole seconds, so two publications in one second would have the same date.
     static int publications = 0;
     const int age = 7200 - 60 * publications++;
     const QDir folder(m_folder);
@@ -148,7 +148,7 @@ bool ServerTrial::publish(Content content)
     return waitUntilServed();
 }
 
-/// Caches may answer with former files for a while.
+/// Waits until the server sends the published files. Caches may send the former ones for a while.
 bool ServerTrial::waitUntilServed() const
 {
     const QUrl archive(QString(m_relay.url() + Archive));

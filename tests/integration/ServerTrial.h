@@ -9,30 +9,31 @@
 
 namespace Kavo::Testing {
 
-/// Installs an add-on from a catalogue on a real web server, through a network that cuts
-/// connections. Each object is for one trial and has its own account. Runs the event loop.
+/// Installs an add-on from a catalogue on a real web server, through a relay that can cut
+/// connections. Each object is for one trial and has its own account. Its functions run the event
+/// loop.
 class ServerTrial final
 {
 public:
-    /// How an installation has ended, after several tries.
+    /// The result of an installation, after one or several tries.
     enum class Outcome {
-        Installed,    ///< at the first try
-        Resumed,      ///< at a later try, which fetched only what was missing
-        BegunAnew,    ///< at a later try, which fetched the whole archive
-        OldInstalled, ///< with the whole of the archive that was replaced in between
-        Failed,       ///< not at all
-        Mixed,        ///< with other bytes
+        Installed,    ///< installed at the first try
+        Resumed,      ///< installed by a later try, which fetched only the missing part
+        BegunAnew,    ///< installed by a later try, which fetched the whole archive
+        OldInstalled, ///< the complete old archive was installed, although it had been replaced
+        Failed,       ///< not installed
+        Mixed,        ///< installed with wrong content
     };
 
-    /// The server serves the folder. If it needs more than the files, `publisher` is a command that
-    /// is run with the folder as its argument.
+    /// `folder` is the folder that the server serves. If the server does not serve changed files by
+    /// itself, `publisher` is a command that is run with the folder as its argument.
     ServerTrial(const QUrl &server, const QString &folder, const QString &publisher = QString());
 
-    /// Without a fault.
+    /// Installs without a disturbance.
     Outcome mainJob();
-    /// The connection is cut in mid-archive.
+    /// Cuts the connection in mid-archive.
     Outcome resume();
-    /// The connection is cut in mid-archive, and the archive replaced before the next try.
+    /// Cuts the connection in mid-archive, and replaces the archive before the next try.
     Outcome replacement();
 
     static QString nameOf(Outcome outcome);

@@ -1,11 +1,11 @@
-// Tries an installation from a web server that is running.
+// Runs the trials of ServerTrial on a running web server.
 //
 //     server_trial SERVER FOLDER [PUBLISHER]
 //
-// SERVER is an address that ends in a slash, and serves FOLDER. PUBLISHER is run with the folder as
-// its argument after each change. Prints three lines: for an installation, for a download that is
-// cut, and for an archive that is replaced after a cut. Ends with status 1 when the add-on is
-// missing or damaged after one of them.
+// SERVER is the address of a server for FOLDER and ends in a slash. PUBLISHER is run with the
+// folder as its argument after each change. Prints three results: of an undisturbed installation,
+// of a download that is cut, and of an archive that is replaced after a cut. Exits with status 1 if
+// the add-on is missing or damaged after one of them.
 
 #include "tests/integration/ServerTrial.h"
 

@@ -5,7 +5,7 @@
 
 using namespace Kavo::Testing;
 
-/// The trials of scripts/check servers, on nginx.
+/// Runs the trials of `scripts/check servers` on nginx.
 class ServerTrialTest final : public QObject
 {
     Q_OBJECT
@@ -16,14 +16,14 @@ private slots:
     void initTestCase()
     {
         if (!Nginx::isAvailable())
-            QSKIP("There is no nginx here");
+            QSKIP("nginx is not installed");
         QVERIFY(m_server.isRunning());
     }
 
     void archiveIsInstalled() { QCOMPARE(trial().mainJob(), Outcome::Installed); }
     void cutDownloadIsResumed() { QCOMPARE(trial().resume(), Outcome::Resumed); }
     void replacedArchiveStartsOver() { QCOMPARE(trial().replacement(), Outcome::BegunAnew); }
-    /// As on a server that does not show what was put there.
+    /// For example because the server refuses the new files.
     void failingPublisherFails() { QCOMPARE(trial("/bin/false"_s).mainJob(), Outcome::Failed); }
 
 private:

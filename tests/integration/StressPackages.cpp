@@ -24,7 +24,7 @@ bool cannotBeFetched(int id)
     return id % 50 == 11;
 }
 
-/// The package unpacks the archive of the one before it into a folder of its own.
+/// Whether the package uses the archive of the previous id, unpacked into another folder.
 bool sharesArchive(int id)
 {
     return id % 25 == 18;
@@ -35,14 +35,14 @@ QString folder(int id)
     return (sharesArchive(id) ? "shared-%1"_s : "package-%1"_s).arg(id);
 }
 
-/// The texts that are not empty.
+/// A JSON array of the texts that are not empty.
 QJsonArray list(QStringList texts)
 {
     texts.removeAll(QString());
     return QJsonArray::fromStringList(texts);
 }
 
-/// Runs no program: thousands of processes would take too long.
+/// Creates the archive without a process, because thousands of processes would take too long.
 QByteArray archiveOf(const Files &files)
 {
     QVector<TarEntry> entries;
@@ -79,7 +79,7 @@ void StressPackages::serve(int id, const QString &version)
     if (cannotBeUnpacked(id)) {
         resource.body = "no archive";
     } else {
-        // The probe succeeds, so that this failure also comes with the held answer.
+        // The probe succeeds, so that the failure arrives with the answer that was held back.
         resource.headStatus = HttpStatus::OK;
         resource.getStatus = HttpStatus::NOT_FOUND;
     }
@@ -125,7 +125,8 @@ QString StressPackages::mark(int id)
 
 int StressPackages::dependency(int id)
 {
-    // What keeps settings never goes with another package, so that the user's file has one fate.
+    // Packages with settings have no dependency, so they are never removed with another package,
+    // which would also delete the user's file.
     return id % 7 == 0 && settingsFile(id).isEmpty() ? id / 2 : 0;
 }
 

@@ -12,10 +12,10 @@
 
 namespace Kavo::Testing {
 
-/// Many small packages, on enough servers for all downloads to run at once. The number of a
-/// package, from 1, decides what is special about it: some need another package, keep the user's
-/// settings, replace other people's files, share an archive, or have a newest version that cannot
-/// be unpacked or fetched. Every package has the versions "1.0" and "2.0".
+/// Many small packages, on enough servers for all downloads to run at once. The id of a package,
+/// from 1, decides its properties: some depend on another package, preserve the user's settings,
+/// replace a foreign file, share an archive, or have a newest version that cannot be unpacked or
+/// fetched. Every package has the versions "1.0" and "2.0".
 class StressPackages final
 {
 public:
@@ -25,16 +25,16 @@ public:
     static QStringList versions();
 
     QJsonObject object(int id) const;
-    /// What an installed version puts into the simulator's folder.
+    /// The files that an installed version adds to the simulator's folder.
     static Files files(int id, const QString &version);
     /// The file whose content names the version.
     static QString mark(int id);
 
-    /// The package that it needs, or 0.
+    /// The id of the package that this package depends on, or 0.
     static int dependency(int id);
     /// The file that the user may write, or an empty text.
     static QString settingsFile(int id);
-    /// The file of other people that the package replaces, or an empty text.
+    /// The foreign file that the package replaces, or an empty text.
     static QString original(int id);
     static QByteArray originalContent(int id);
     /// Whether the version can be fetched and unpacked.
@@ -43,7 +43,7 @@ public:
     /// File names of the archives in the cache folder.
     static QStringList archives(int id);
 
-    /// Makes the servers hold every archive.
+    /// Makes the servers hold back every archive.
     void hold();
     /// Releases all archives in one turn of the event loop.
     void release();

@@ -29,8 +29,8 @@ constexpr int PackageCount = 1000;
 
 constexpr std::chrono::minutes Patience{4};
 
-/// Both sockets of every transfer are in this process, and many systems allow a process 1,024
-/// files.
+/// Raises the limit of open files. Both sockets of every transfer are in this process, and many
+/// systems allow a process only 1,024 files.
 void allowManyFiles()
 {
     rlimit limit{};
@@ -44,7 +44,7 @@ const Files OthersFiles{{"Custom/mine.txt"_s, "mine"},
                         {"package-1-mine"_s, "also mine"},
                         {"Resources/theirs/a.txt"_s, "theirs"}};
 
-/// Few enough lines for a message of a failure.
+/// The first lines, few enough for a failure message.
 QString listed(const QStringList &lines)
 {
     return lines.mid(0, 20).join("; "_s);
@@ -52,8 +52,8 @@ QString listed(const QStringList &lines)
 
 } // namespace
 
-/// Very many packages at once, in a random order. KAVO_STRESS_SEED=NUMBER repeats the actions of
-/// the user; the steps of the program between them depend on the machine.
+/// Installs very many packages at once, in a random order. KAVO_STRESS_SEED=NUMBER repeats the
+/// actions of the user. The steps of the program between them depend on the machine.
 class StressTest final : public EngineTest
 {
     Q_OBJECT
@@ -63,7 +63,7 @@ private slots:
     {
         allowManyFiles();
         m_random.seed(seedFrom("KAVO_STRESS_SEED"));
-        // Its timeouts end every wait for an event.
+        // Limits the time that turn() waits for an event.
         m_heartbeat.start(std::chrono::milliseconds(20));
     }
 
@@ -129,7 +129,7 @@ private:
         QVERIFY(writeFiles(simulator({}), OthersFiles));
     }
 
-    /// Starts the program and waits for its list.
+    /// Starts the engine and waits for the list of packages.
     bool begin()
     {
         start();
@@ -154,8 +154,8 @@ private:
         }
     }
 
-    /// Ends the program. Queued signals may still reach the cards, which live a little longer than
-    /// the controller.
+    /// Destroys the engine. Queued signals may still reach the packages, which exist a little
+    /// longer than the controller.
     void end()
     {
         stop();
@@ -164,7 +164,7 @@ private:
         m_refreshes = 0;
     }
 
-    /// Orders every package, and waits until all of their archives are being sent.
+    /// Starts the installation of every package and waits until all archives are requested.
     bool startAllHeld()
     {
         m_packages->hold();
@@ -186,7 +186,7 @@ private:
         return !deadline.hasExpired();
     }
 
-    /// Runs the program while the user does so many things.
+    /// Runs the engine during this number of user actions.
     void work(int actions)
     {
         for (int action = 0; action < actions; ++action) {
@@ -247,7 +247,7 @@ private:
         controller().refresh();
     }
 
-    /// Runs the program until an event has been handled.
+    /// Waits for events and processes them.
     void turn() { QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents); }
 
     bool isQuiet()
@@ -277,7 +277,7 @@ private:
 
     int below(int limit) { return m_random.bounded(limit); }
 
-    /// Everything that is wrong when no work is left.
+    /// Returns everything that is wrong when no work is left.
     QStringList wrongs()
     {
         const QHash<int, Engine::Record> records = engine().records();
@@ -293,7 +293,7 @@ private:
         for (const PackagePointer &package : controller().packages()) {
             const Package::State state = package->state();
             const int recorded = records.value(package->id()).status;
-            // After a refresh a package that failed is AVAILABLE.
+            // A refresh makes failed packages AVAILABLE.
             const bool agrees = state == Package::AVAILABLE ? recorded != Package::INSTALLED
                                                             : recorded == static_cast<int>(state);
             const bool settled = state == Package::AVAILABLE || state == Package::INSTALLED ||
@@ -306,7 +306,7 @@ private:
         return wrongs;
     }
 
-    /// Compares the simulator's folder and all copies with the records.
+    /// Compares the simulator's folder and all backups with the records.
     QStringList wrongFiles(const QHash<int, Engine::Record> &records)
     {
         const QString program = "X-Plane-x86_64"_s;
@@ -327,8 +327,8 @@ private:
                differences(filesOf(fileTree(profile().preserveFolder())), {});
     }
 
-    /// Archives that nothing needs. Those of failed and interrupted packages stay for the next
-    /// attempt.
+    /// Returns the archives that should have been deleted. Those of failed and interrupted packages
+    /// are kept for the next attempt.
     QStringList strayArchives()
     {
         QStringList strays = filesUnder(profile().cacheFolder());
@@ -345,8 +345,9 @@ private:
         return strays;
     }
 
-    /// What a package has on the disk. A package that failed or was interrupted has all of the
-    /// version before, or nothing: a bad archive is recognised before any file changes.
+    /// The files that a package must have on the disk. If it has failed or was interrupted, all
+    /// files of the previous version must be there, or none if there was no such version: a bad
+    /// archive is detected before any file is changed.
     Files expectedFiles(int id, const Engine::Record &record) const
     {
         QString version = record.version;
@@ -381,10 +382,10 @@ private:
     std::unique_ptr<StressPackages> m_packages;
     std::unique_ptr<ExtractionWitness> m_witness;
     QTimer m_heartbeat;
-    PackageList m_cards;           ///< what a window would show
-    QMap<int, QByteArray> m_notes; ///< settings files that the user wrote, by package
-    QSet<int> m_failed;            ///< packages of which an archive may have been left for a retry
-    QSet<int> m_interrupted;       ///< packages that were on their way when the program ended
+    PackageList m_cards;           ///< the packages that the window would show
+    QMap<int, QByteArray> m_notes; ///< contents of the user's settings files, by package id
+    QSet<int> m_failed;            ///< ids of packages that may have kept an archive for a retry
+    QSet<int> m_interrupted;       ///< ids of packages in progress when the engine ended
     int m_moves = 0;
     int m_refreshes = 0;
 };

@@ -17,11 +17,11 @@ namespace {
 
 const AddOnSizes Realistic{100, 2 * 1024 * 1024, 2 * 1024 * 1024};
 
-/// Phases that may end before a signal arrives, unless the server waits.
+/// Phases that may end before the signal arrives, unless the server holds back its answer.
 const QString Header = "header"_s;
 const QString Downloading = "downloading"_s;
 
-/// One order, and the phases of its execution.
+/// One command of the driver, and the phases of its execution.
 struct Step
 {
     QString order;
@@ -30,7 +30,7 @@ struct Step
     qint64 duration = 0;
 };
 
-/// The orders install, update, downgrade and remove everything.
+/// The four commands install, update, downgrade and remove add-ons.
 QVector<Step> makeSteps(const QStringList &orders)
 {
     const QStringList installing{Header,       Downloading,    "backing up"_s,
@@ -48,10 +48,10 @@ QVector<Step> makeSteps(const QStringList &orders)
 Q_DECLARE_METATYPE(AddOnUser::Offered)
 
 /// Kills the engine at random moments while it installs, updates, downgrades and removes add-ons,
-/// repeats the order, and checks that the user has lost nothing.
+/// repeats the command, and checks that the user has lost nothing.
 ///
 /// KAVO_DEATHS sets the number of deaths, KAVO_SEED repeats the choices of a run, and KAVO_KEEP
-/// names a folder that gets a copy of the account when something was lost.
+/// names a folder to which the account is copied if something was lost.
 class SuddenDeathTest final : public QObject
 {
     Q_OBJECT
@@ -68,9 +68,9 @@ private slots:
     void userLosesNothing_data()
     {
         using Offered = AddOnUser::Offered;
-        // The demonstration has two plug-ins that keep a file of the user's, one that backs up a
-        // file of the simulator's, and a scenery that needs two libraries. The numbers are deaths
-        // since the start.
+        // The demonstration has two plug-ins that preserve a file of the user, one that backs up a
+        // file of the simulator, and a scenery that depends on two packages. The numbers are those
+        // of all deaths since the start of the test.
         Rows<Offered, QStringList, int>()
             .row("add-ons that replace files of the simulator", Offered::Own,
                  {"install 2:1.0 10:1.0 11:1.0"_s, "install 10 11"_s, "install 10:1.0 11:1.0"_s,
@@ -86,7 +86,7 @@ private slots:
     {
         const auto [offered, orders, deaths] =
             Rows<AddOnUser::Offered, QStringList, int>::current();
-        // Profiles nest: the former one has to end first.
+        // Profiles nest, so the previous one must be destroyed first.
         m_user.reset();
         m_user = std::make_unique<AddOnUser>(offered, Realistic, m_seed);
         m_steps = makeSteps(orders);
@@ -109,7 +109,7 @@ private slots:
     }
 
 private:
-    /// Runs all orders without a death, which measures their phases and shows what is lost anyway.
+    /// Runs all commands undisturbed. Measures their phases and checks that they lose nothing.
     void measure()
     {
         for (Step &step : m_steps) {
@@ -133,7 +133,7 @@ private:
             m_random);
     }
 
-    /// One of the phases that have seen the fewest deaths.
+    /// A random one of the phases with the fewest deaths so far.
     QString pickPhase(const Step &step)
     {
         QStringList phases = step.phases;
@@ -144,8 +144,8 @@ private:
             });
     }
 
-    /// Runs the step until a random moment, one time in three of the whole run and otherwise of one
-    /// phase. Returns what is wrong afterwards.
+    /// Runs the step and kills it at a random moment: in one of three cases a moment of the whole
+    /// run, otherwise one of a single phase. Returns what is wrong afterwards.
     QString die(const Step &step, DriverRun &run)
     {
         if (m_turn++ % 3 == 0) {
@@ -178,7 +178,7 @@ private:
                                                      : QString();
     }
 
-    /// The same command once more, to its end.
+    /// Repeats the command undisturbed. Returns what is wrong afterwards.
     QString finish(const Step &step)
     {
         DriverRun run(m_user->arguments(step.order));
@@ -189,7 +189,8 @@ private:
         return fault.isEmpty() ? m_user->faultWhenDone() : fault;
     }
 
-    /// Runs a step with one death or several, since the recovering run may die as well.
+    /// Runs a step and kills it once or several times, because a repeated run may be killed as
+    /// well. Then finishes the step. Returns what is wrong.
     QString goThrough(const Step &step)
     {
         QString course = step.order;

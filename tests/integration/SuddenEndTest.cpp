@@ -15,21 +15,21 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// State and parent of a process in /proc; empty when there is none.
+/// State and parent of a process from /proc; empty if there is no such process.
 QByteArrayList processState(qint64 pid)
 {
     const QByteArray line = readFile("/proc/%1/stat"_s.arg(pid));
     return line.mid(line.lastIndexOf(')') + 1).simplified().split(' ').mid(0, 2);
 }
 
-/// Whether a process exists and is no zombie.
+/// Whether a process exists and is not a zombie.
 bool isRunning(qint64 pid)
 {
     const QByteArrayList state = processState(pid);
     return state.size() == 2 && state.first() != "Z" && state.first() != "X";
 }
 
-/// A running child of a process, 0 when it has none.
+/// A running child of a process, or 0.
 qint64 childOf(qint64 parent)
 {
     const QStringList entries = QDir("/proc"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
@@ -41,7 +41,7 @@ qint64 childOf(qint64 parent)
     return 0;
 }
 
-/// A small archive that keeps 7-Zip busy for many seconds: zeros, packed once and repeated.
+/// A small archive that keeps 7-Zip busy for many seconds: zeros, compressed once and repeated.
 QByteArray largeArchive(qint64 unpackedSize)
 {
     constexpr int Piece = 45'000'000;
@@ -51,7 +51,7 @@ QByteArray largeArchive(qint64 unpackedSize)
 
 } // namespace
 
-/// The program is killed in the middle of an installation. The next start finishes it.
+/// Kills the engine during an installation. The next start finishes it.
 class SuddenEndTest final : public EngineTest
 {
     Q_OBJECT

@@ -6,7 +6,8 @@ namespace Kavo::Testing {
 
 namespace {
 
-/// How much may wait to be handed on, so that a cut is felt soon.
+/// The limit of buffered bytes on the way to a client. It is small, so that the client notices a
+/// cut early.
 constexpr qint64 BufferSize = 64 * 1024;
 const char *const HandedOn = "handedOn";
 
@@ -46,7 +47,7 @@ void TcpRelay::join()
             [this, client, server] { handOn(*server, *client); });
     connect(client, &QTcpSocket::bytesWritten, server,
             [this, client, server] { handOn(*server, *client); });
-    // What has come is handed on before the end is.
+    // Received bytes are forwarded before the client is disconnected.
     connect(server, &QTcpSocket::disconnected, client, [this, client, server] {
         handOn(*server, *client);
         client->disconnectFromHost();

@@ -11,8 +11,8 @@ class QTcpSocket;
 
 namespace Kavo::Testing {
 
-/// A proxy between clients and a server. It forwards and counts what both send, and can cut
-/// connections. Works on the thread of its creator.
+/// A TCP proxy between clients and a server. It records the traffic and can cut connections. Works
+/// in the event loop of the thread that created it.
 class TcpRelay final : public QObject
 {
     Q_OBJECT
@@ -20,17 +20,17 @@ class TcpRelay final : public QObject
 public:
     explicit TcpRelay(const QUrl &server);
 
-    /// The address of the server through the relay.
+    /// The address of the server by way of the relay.
     QString url() const;
 
-    /// Cuts each connection after so many bytes from the server.
+    /// Cuts each connection after this number of bytes from the server.
     void cutAfter(qint64 bytes) { m_cut = bytes; }
     void cutNothing() { m_cut.reset(); }
-    /// Forgets what was counted.
+    /// Clears the records of both directions.
     void reset();
-    /// Bytes that the server has sent, heads included.
+    /// The number of forwarded bytes from the server, including HTTP headers.
     qint64 sentByServer() const { return m_sentByServer; }
-    /// All bytes from clients.
+    /// All bytes that clients have sent.
     const QByteArray &saidByClients() const { return m_saidByClients; }
 
 private:

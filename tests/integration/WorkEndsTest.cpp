@@ -24,9 +24,9 @@ QStringList versions()
 
 } // namespace
 
-/// All work ends as soon as its downloads end, in whatever order the user acts. The packages need
-/// each other at random, also in circles, and some cannot be installed. KAVO_WORK_SEED=NUMBER
-/// repeats the order of a run.
+/// Checks that all work ends once its downloads have ended, after random actions of the user. The
+/// packages have random dependencies, also circular ones, and some cannot be installed.
+/// KAVO_WORK_SEED=NUMBER repeats the actions of a run.
 class WorkEndsTest final : public EngineTest
 {
     Q_OBJECT
@@ -96,7 +96,7 @@ private:
         return offer;
     }
 
-    /// Starts the program and waits for its list.
+    /// Starts the engine and waits for the list of packages.
     bool begin()
     {
         start();
@@ -104,7 +104,7 @@ private:
             --m_refreshes;
             m_cards = controller().packages();
         });
-        // A request may be sent on a connection that the server is just breaking.
+        // A request may be sent on a connection that the server is closing at the same time.
         connect(&controller(), &PackageController::error, this, [this] { --m_refreshes; });
         refreshInPassing();
         return runUntil([this] { return m_refreshes == 0; }, Patience) && !m_cards.isEmpty();
@@ -131,7 +131,7 @@ private:
 
     void installSomething()
     {
-        // During a refresh a card may be older than the catalogue.
+        // During a refresh, the package may belong to the previous catalogue.
         QString version = below(3) == 0 ? QString() : anyVersion();
         controller().install(anyCard(), version);
     }
@@ -160,7 +160,7 @@ private:
         QVERIFY(begin());
     }
 
-    /// Makes one archive fail from now on.
+    /// Makes the download or the installation of one archive fail from now on.
     void spoil()
     {
         HttpResource &archive = anyArchive();
@@ -177,7 +177,7 @@ private:
         }
     }
 
-    /// Runs a random part of the work in progress.
+    /// Lets a random part of the running work proceed.
     void letSomethingHappen()
     {
         for (int turns = below(12); turns > 0; --turns)
@@ -201,7 +201,7 @@ private:
         return unfinished.join("; "_s);
     }
 
-    /// Returns what does not agree between cards, records and files when no work is left.
+    /// Returns the disagreements between packages, records and files when no work is left.
     QString wrongs()
     {
         QStringList wrongs;
@@ -226,9 +226,9 @@ private:
 
     quint32 m_seed = 0;
     QRandomGenerator m_random;
-    PackageList m_cards; ///< what a window would show
+    PackageList m_cards; ///< the packages that the window would show
     int m_refreshes = 0;
-    QString m_refusal; ///< a removal that went wrong
+    QString m_refusal; ///< the package whose removal was wrongly refused or permitted
 };
 
 KAVO_TEST_MAIN(WorkEndsTest)

@@ -9,8 +9,9 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// The libraries that each room links. A file includes from its own room, from these, and from what
-/// they link in turn.
+/// The rooms of the source tree (see docs/architecture.md), each with the rooms that its library
+/// links. A file may include headers from its own room and from all rooms that this one links,
+/// directly or indirectly.
 const QMap<QString, QStringList> &rooms()
 {
     static const QMap<QString, QStringList> links{
@@ -51,7 +52,7 @@ QString roomOf(const QString &path)
     return folder;
 }
 
-/// The room and all rooms it may include from.
+/// The room and all rooms whose headers it may include.
 QSet<QString> seenFrom(const QString &room)
 {
     QSet<QString> seen{room};
@@ -60,7 +61,8 @@ QSet<QString> seenFrom(const QString &room)
     return seen;
 }
 
-/// The modules of Qt that a folder may use. Empty for folders with widgets, which may use any.
+/// The modules of Qt that a top-level folder may use. Empty for folders with widgets, which may use
+/// any module.
 QStringList modulesOf(const QString &folder)
 {
     static const QMap<QString, QStringList> modules{
@@ -81,8 +83,7 @@ bool isOfQt(const QString &include)
            (include.startsWith(QLatin1Char('q')) && include.endsWith(QLatin1String(".h")));
 }
 
-/// Whether the header belongs to one of these modules of Qt, with or without the module before its
-/// name.
+/// Whether the header, written with or without its module, belongs to one of these modules of Qt.
 bool belongsTo(const QStringList &modules, const QString &include)
 {
     const QDir headers(QLibraryInfo::location(QLibraryInfo::HeadersPath));
@@ -95,26 +96,26 @@ bool belongsTo(const QStringList &modules, const QString &include)
 
 } // namespace
 
-/// Checks that the source tree follows its rules.
+/// Checks rules for the source files.
 class LayoutTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void toolsSeeWhatTheyShould();
+    void helpersWork();
     void filesIncludeFromTheirRoomAndBelow();
     void includesNameTheirFolder();
-    void engineKnowsNoWindow();
+    void engineUsesNoGuiModules();
     void headersHaveTheirSource();
-    void testsDoNotWaitForTime();
+    void testsDoNotSleep();
     void lambdasHaveAContext();
-    void compatibilityPageNamesWhatIsThere();
+    void compatibilityPageMatchesTheFiles();
 
 private:
-    /// Paths below the source folder, with these suffixes.
+    /// The files in these folders that match the patterns, relative to the source folder.
     static QStringList files(const QStringList &folders, const QStringList &patterns);
     static QString textOf(const QString &path);
-    /// Names in backticks of one column in the tables of a page.
+    /// The names in backticks in one column of the tables of a page.
     static QSet<QString> namedIn(const QString &page, int column);
     static QString folderOf(const QString &path) { return path.section(QLatin1Char('/'), 0, 0); }
     /// The folders of the program and its tools.
@@ -150,8 +151,8 @@ QString LayoutTest::textOf(const QString &path)
     return QString::fromUtf8(readFile(QStringLiteral(KAVO_SOURCE_FOLDER "/") + path));
 }
 
-/// The rules below are only as good as what these find.
-void LayoutTest::toolsSeeWhatTheyShould()
+/// Tests the helpers on which the other tests rely.
+void LayoutTest::helpersWork()
 {
     QVERIFY(files(codeFolders(), anyCode()).size() > 20);
     QCOMPARE(roomOf(QStringLiteral("packages/Engine.h")), QStringLiteral("packages"));
@@ -210,8 +211,8 @@ void LayoutTest::includesNameTheirFolder()
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
 }
 
-/// The code that finds, installs and removes packages also works without a display.
-void LayoutTest::engineKnowsNoWindow()
+/// The code that finds, installs and removes packages must also work without a display.
+void LayoutTest::engineUsesNoGuiModules()
 {
     QVERIFY(belongsTo(modulesOf(QStringLiteral("core")), QStringLiteral("QString")));
     for (const char *header : {"QFont", "QtGui/QFont", "QtWidgets", "QtWidgets/QtWidgets",
@@ -249,7 +250,7 @@ void LayoutTest::headersHaveTheirSource()
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
 }
 
-void LayoutTest::testsDoNotWaitForTime()
+void LayoutTest::testsDoNotSleep()
 {
     const QRegularExpression wait(QStringLiteral(
         "\\b(qWait|qSleep|msleep|usleep|sleep_for|sleep_until)\\s*\\(|\\bQThread::sleep\\s*\\(|"
@@ -292,8 +293,8 @@ QSet<QString> LayoutTest::namedIn(const QString &page, int column)
     return names;
 }
 
-/// The page and the places it names refer to each other.
-void LayoutTest::compatibilityPageNamesWhatIsThere()
+/// The page must name exactly those source and test files that refer to it.
+void LayoutTest::compatibilityPageMatchesTheFiles()
 {
     const QString page = QStringLiteral("docs/compatibility.md");
     const auto thatNameThePage = [&page](const QStringList &paths) {

@@ -5,14 +5,14 @@
 
 namespace Kavo::Testing {
 
-/// The text of a C++ file without its comments and the contents of its literals, so that searches
-/// find code only. Lines keep their numbers.
+/// The text of a C++ file without comments and literals, so that searches find code only. Line
+/// numbers do not change.
 QString codeOf(const QString &text);
 
-/// The files that a text includes with quotation marks, in order.
+/// The headers that the text includes with quotation marks, in order.
 QStringList includesOf(const QString &text);
 
-/// The files that a text includes with angle brackets, in order.
+/// The headers that the text includes with angle brackets, in order.
 QStringList libraryIncludesOf(const QString &text);
 
 /// Whether the code declares a class or structure with a member function that needs a definition in

@@ -27,7 +27,7 @@ QString packagingText(const QString &name)
     return QString::fromUtf8(readFile(QStringLiteral(KAVO_PACKAGING_FOLDER "/") + name));
 }
 
-/// A manual page as it is installed.
+/// The text of a manual page, as the build generates it.
 QString manual(const QString &name)
 {
     return QString::fromUtf8(readFile(QStringLiteral(KAVO_BUILD_FOLDER "/packaging/") + name));
@@ -63,7 +63,7 @@ QVector<Element> metainfo(const QString &name)
     return reader.hasError() ? QVector<Element>() : found;
 }
 
-/// What a command writes to its standard output; empty when it fails.
+/// The standard output of a command; empty if the command fails.
 QString outputOf(const QString &program, const QStringList &arguments)
 {
     QProcess process;
@@ -106,14 +106,14 @@ class PackagingTest final : public QObject
 private slots:
     void initTestCase();
 
-    void installationHoldsTheseFilesAndNoOther();
+    void installationContainsExactlyTheseFiles();
     void fullPackageAddsWhatDebianAsksFor();
     void catalogueToolHasAPackageOfItsOwn();
     void fullPackageReplacesTheSmallOne();
     void permissionsDoNotDependOnTheBuilder();
     void commandIsARelativeLinkToTheProgram();
-    void translationLiesBesideTheProgram();
-    void packageBringsWhatTheProgramLoads();
+    void translationIsBesideTheProgram();
+    void packageDependsOnWhatTheProgramLoads();
     void iconsHaveTheSizeOfTheirFolder();
     void compressedTextsAreWhole_data();
     void compressedTextsAreWhole();
@@ -127,7 +127,7 @@ private:
     static void install(const QString &root, const QStringList &options);
     QString installed(const QString &path) const { return m_root.filePath(path); }
     QString tool() const { return installed("usr/bin/kavo-catalogue"_s); }
-    /// The paths below the root.
+    /// The installed paths that match the filters, relative to the root.
     QStringList find(QDir::Filters filters) const { return find(m_root.path(), filters); }
     static QStringList find(const QString &root, QDir::Filters filters);
 
@@ -171,7 +171,7 @@ QStringList PackagingTest::find(const QString &root, QDir::Filters filters)
     return found;
 }
 
-void PackagingTest::installationHoldsTheseFilesAndNoOther()
+void PackagingTest::installationContainsExactlyTheseFiles()
 {
     const QString data = "usr/share/"_s;
     QStringList expected{
@@ -263,17 +263,18 @@ void PackagingTest::commandIsARelativeLinkToTheProgram()
     QVERIFY(program.isExecutable());
 }
 
-void PackagingTest::translationLiesBesideTheProgram()
+void PackagingTest::translationIsBesideTheProgram()
 {
     QTranslator translator;
     QVERIFY(translator.load("qt_de"_s, installed("usr/lib/kavo-suite/translations"_s)));
     QCOMPARE(translator.translate("Kavo::Components::WindowControl", "Close"), "Schließen"_s);
-    // Qt's own texts have another licence and stay in the package they come from.
+    // Qt's own texts have another licence. They are in a package of their own, on which this one
+    // depends.
     QVERIFY(translator.translate("QPlatformTheme", "&Yes").isEmpty());
     QVERIFY(!packagingText("copyright"_s).contains("qtbase"_s));
 }
 
-void PackagingTest::packageBringsWhatTheProgramLoads()
+void PackagingTest::packageDependsOnWhatTheProgramLoads()
 {
     const QStringList depends = packageField("SUITE", "DEPENDS").split(", "_s);
     for (const char *package :
@@ -292,7 +293,7 @@ void PackagingTest::iconsHaveTheSizeOfTheirFolder()
         ++seen;
         const QImage icon(installed(file));
         QCOMPARE(icon.size(), QSize(size, size));
-        // The icon is rounded: its corner is transparent, its middle is not.
+        // The icon has round corners: the corner is transparent, the centre is opaque.
         QCOMPARE(qAlpha(icon.pixel(0, 0)), 0);
         QCOMPARE(qAlpha(icon.pixel(size / 2, size / 2)), 255);
     }
@@ -314,7 +315,7 @@ void PackagingTest::compressedTextsAreWhole()
     const auto [path, text] = Rows<QString, QString>::current();
     QVERIFY(!text.isEmpty());
     QCOMPARE(outputOf("gzip"_s, {"-dc"_s, m_suite.filePath(path)}), text);
-    // Two builds of the same text give the same file: bytes 4 to 7 would hold the time.
+    // The file contains no time (bytes 4 to 7), so that two builds give the same file.
     QCOMPARE(readFile(m_suite.filePath(path)).mid(4, 4), QByteArray(4, '\0'));
 }
 

@@ -48,7 +48,8 @@ QByteArray tarHeader(const TarEntry &entry)
     return header.replace(148, 8, QByteArray::number(sum, 8).rightJustified(6, '0') + '\0' + ' ');
 }
 
-/// Has 7-Zip make an archive in a folder of files; the arguments name the archive and the files.
+/// Runs 7-Zip in a folder of files to create an archive. The arguments are the archive and the
+/// files.
 bool pack(const QString &folder, const QStringList &arguments)
 {
     QProcess process;
@@ -73,7 +74,7 @@ bool makeArchive(const QString &path, const Files &files, const QString &passwor
 
 QByteArray archiveOf(const Files &files, const QString &format, const QString &password)
 {
-    // Most functions of a test need the same few archives, and 7-Zip takes long to start.
+    // Cached, because most test functions need the same few archives and 7-Zip starts slowly.
     static QHash<QByteArray, QByteArray> made;
     QByteArray key;
     QDataStream stream(&key, QIODevice::WriteOnly);
@@ -90,7 +91,8 @@ QByteArray archiveOf(const Files &files, const QString &format, const QString &p
 
 QByteArray damagedArchiveOf(const Files &files)
 {
-    // The largest file, of incompressible bytes.
+    // Incompressible bytes make this the largest file, so that it contains the middle of the
+    // archive.
     QByteArray content;
     for (int number = 0; content.size() < 100000; ++number)
         content += QCryptographicHash::hash(QByteArray::number(number), QCryptographicHash::Sha256);

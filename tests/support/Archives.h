@@ -9,22 +9,22 @@
 
 namespace Kavo::Testing {
 
-/// Makes an archive with the real 7-Zip; the format follows the name (.7z, .zip, .tar, .wim).
-/// Encrypted when a password is given. Returns success.
+/// Creates an archive with the real 7-Zip. The suffix of the path selects the format (.7z, .zip,
+/// .tar, .wim). A password encrypts the archive. Returns whether it succeeded.
 bool makeArchive(const QString &path, const Files &files, const QString &password = QString());
 
-/// The bytes of such an archive in a format of that name; null when it cannot be made.
+/// The bytes of such an archive with this suffix; null if it cannot be created.
 QByteArray archiveOf(const Files &files, const QString &format,
                      const QString &password = QString());
 
-/// A zip archive of the files and one more, "~damaged", which is unpacked last and cannot be: the
-/// archive can be listed all the same. Null when it cannot be made.
+/// A zip archive of the files and of "~damaged", which comes last and cannot be unpacked. The
+/// archive can still be listed. Null if it cannot be created.
 QByteArray damagedArchiveOf(const Files &files);
 
-/// A file compressed on its own, in the format "gz", "bz2" or "xz"; null when that fails.
+/// A single compressed file in the format "gz", "bz2" or "xz"; null on failure.
 QByteArray compressed(const QByteArray &content, const QString &format);
 
-/// One entry of a hand-made tar archive, with names as they stand: "../a" and "/a" included.
+/// An entry of a tar archive made by tarOf(). The name is stored unchanged, even "../a" and "/a".
 struct TarEntry
 {
     enum Kind : char {
@@ -34,12 +34,12 @@ struct TarEntry
         DEVICE = '3',
         FOLDER = '5',
         PIPE = '6',
-        LONG_NAME = 'L', ///< the content is the name of the next entry, however long
+        LONG_NAME = 'L', ///< the content is the name of the next entry, of any length
     };
 
     Kind kind;
     QByteArray name;
-    QByteArray content; ///< of links the target
+    QByteArray content; ///< the target of a link
 };
 
 /// A tar archive with exactly these entries in this order.

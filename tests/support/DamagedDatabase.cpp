@@ -14,7 +14,7 @@ namespace Kavo::Testing {
 
 namespace {
 
-/// SQLite refuses to write to a file of a later format than it knows, whoever runs it.
+/// SQLite refuses to write to a file whose format is newer than it knows, even for root.
 bool makeReadOnly(const QString &path)
 {
     constexpr int WriteVersion = 18;

@@ -7,31 +7,33 @@
 
 namespace Kavo::Testing {
 
-/// What may be in the place of an SQLite file of the program.
+/// The states in which the program may find one of its SQLite files.
 enum class DatabaseDamage {
-    EMPTY,         ///< an empty file, which is treated like none
-    GARBAGE,       ///< bytes that are no database
+    EMPTY,         ///< an empty file, which counts as a missing one
+    GARBAGE,       ///< bytes that are not a database
     CUT_OFF,       ///< the first half of a database
     FOLDER,        ///< a folder
     LOST_LINK,     ///< a link into a folder that does not exist
     PIPE,          ///< a named pipe
-    FULL_DISK,     ///< a device that takes no byte
-    READ_ONLY,     ///< a sound database that SQLite will not write to
-    OTHER_COLUMNS, ///< a table of the right name with other columns
-    MORE_COLUMNS,  ///< the right table with a column that must be given
-    VIEW,          ///< a view of the table's name
-    ENDLESS_VIEW,  ///< such a view that has every column and no end
-    JOURNAL_PIPE,  ///< a sound database with a named pipe in the place of its journal
+    FULL_DISK,     ///< a link to a device that is always full
+    READ_ONLY,     ///< a valid database that SQLite refuses to write to
+    OTHER_COLUMNS, ///< a table with the right name but other columns
+    MORE_COLUMNS,  ///< the right table with an additional NOT NULL column
+    VIEW,          ///< a view with the name of the table
+    ENDLESS_VIEW,  ///< such a view with all columns and an endless number of rows
+    JOURNAL_PIPE,  ///< a valid database whose journal is a named pipe
 };
 
-/// Replaces the file by this. `schema` creates the sound `table`. Returns success.
+/// Replaces the file at `path`. `schema` is the statement that creates the valid `table`. Returns
+/// whether it succeeded.
 bool makeDamagedDatabase(const QString &path, DatabaseDamage damage, const QString &table,
                          const QString &schema);
 
-/// Runs statements on the file as another program would. Returns whether all went well.
+/// Executes SQL statements on the file, like another program. Returns whether all of them
+/// succeeded.
 bool executeOn(const QString &path, const QStringList &statements);
 
-/// Locks a database, as another program might.
+/// Locks a database exclusively, like another program, while the object exists.
 class DatabaseLock final
 {
 public:

@@ -6,7 +6,7 @@
 
 namespace Kavo::Testing {
 
-/// A full disk: while the object exists, no file of this process grows beyond so many bytes.
+/// Simulates a full disk: while the object exists, no file of this process can grow beyond `bytes`.
 class FullDisk final
 {
 public:

@@ -14,7 +14,7 @@ namespace Kavo::Testing {
 namespace {
 
 constexpr qint64 PieceSize = 64 * 1024;
-/// How much may wait in the socket before the next piece is made.
+/// No further piece is written while the socket holds more unsent bytes than this.
 constexpr qint64 HighWater = 256 * 1024;
 
 QByteArray httpDate(const QDateTime &date)
@@ -35,7 +35,8 @@ HttpConnection::HttpConnection(QTcpSocket *socket, TestHttpServer *server)
     , m_server(server)
 {
     m_socket->setParent(this);
-    // Head and body are separate writes; otherwise the second waits for the client's answer.
+    // Head and body are separate writes. Without this option, the second one would wait for the
+    // acknowledgement of the first.
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     connect(m_socket, &QTcpSocket::readyRead, this, &HttpConnection::readRequests);
     connect(m_socket, &QTcpSocket::bytesWritten, this, &HttpConnection::pump);
@@ -109,14 +110,14 @@ void HttpConnection::prepareHead()
 
 void HttpConnection::addValidators()
 {
-    // Without a valid one, this is a server that tells none.
+    // An invalid date stands for a server that sends no date.
     if (m_resource.lastModified.isValid())
         m_answer.headers += headerLine("Last-Modified", httpDate(m_resource.lastModified));
     if (!m_resource.entityTag.isEmpty())
         m_answer.headers += headerLine("ETag", m_resource.entityTag);
 }
 
-/// Whether the client has a part of the file as it is now. A weak tag never says so.
+/// Whether the client's part belongs to the current version of the file. A weak tag never matches.
 bool HttpConnection::isUnchanged() const
 {
     const QByteArray known = m_request.header("If-Range");
@@ -129,7 +130,7 @@ bool HttpConnection::isUnchanged() const
     return known == httpDate(m_resource.lastModified);
 }
 
-/// Whether the client asks for the file only in case that it is another than it has.
+/// Whether the client already has the current version of the file.
 bool HttpConnection::isKnown() const
 {
     if (!m_resource.knowsWhatIsUnchanged)
@@ -155,7 +156,7 @@ void HttpConnection::prepareGet()
     }
     m_answer.status = m_resource.getStatus.value_or(HttpStatus::OK);
     m_answer.end = m_resource.size();
-    // An error is an error, whichever bytes of the body were asked for.
+    // Range does not change the answer to a failed request.
     if (m_answer.status == HttpStatus::OK && m_request.hasHeader("Range") &&
         !m_resource.ignoresRange && isUnchanged())
         prepareRange();
@@ -267,7 +268,7 @@ bool HttpConnection::stopsHere()
         return true;
     }
     if (m_resource.resetAfter == m_answer.sent) {
-        // Called again when the socket has written all of it.
+        // Resets only after everything was written; bytesWritten() leads here again.
         if (m_socket->bytesToWrite() == 0)
             reset();
         return true;

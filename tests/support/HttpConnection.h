@@ -13,16 +13,17 @@ namespace Kavo::Testing {
 class TestHttpServer;
 
 /// A client's connection to the test server. It reads one request after another, asks the server
-/// for the resource, and sends the answer in pieces, so that a body is never in memory as a whole.
+/// for the resource, and sends the answer in pieces, so that a generated body is never in memory as
+/// a whole.
 class HttpConnection final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Takes over the socket.
+    /// Takes ownership of the socket.
     HttpConnection(QTcpSocket *socket, TestHttpServer *server);
 
-    /// Goes on with an answer to this path that was held.
+    /// Continues the answer if it is held and belongs to this path.
     void release(const QByteArray &path);
 
 private:

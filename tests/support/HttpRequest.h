@@ -6,18 +6,18 @@
 
 namespace Kavo::Testing {
 
-/// One request as the test server got it.
+/// A request that the test server has received.
 struct HttpRequest
 {
     QByteArray method;
     QByteArray path;
     QList<QPair<QByteArray, QByteArray>> headers;
 
-    /// Value of the first header of this name in any letter case; null when there is none.
+    /// The value of the first header with this name in any letter case; null if there is none.
     QByteArray header(const QByteArray &name) const;
     bool hasHeader(const QByteArray &name) const { return !header(name).isNull(); }
 
-    /// Reads the head of a request, up to but without the empty line.
+    /// Parses the head of a request without its final empty line.
     static HttpRequest parse(const QByteArray &head);
 };
 

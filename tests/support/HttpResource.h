@@ -32,52 +32,52 @@ enum Code : int {
 
 } // namespace HttpStatus
 
-/// What the test server has under one path, and its faults. By default HEAD and GET answer 200 with
-/// length and date, and Range is answered with 206, unless If-Range names another file. All counts
-/// are bytes of the body of one answer.
+/// The content of one path of the test server, and the faults of its answers. By default, HEAD and
+/// GET answer 200 with length and date, and Range is answered with 206 unless If-Range names
+/// another version of the file. All counts are bytes in the body of one answer.
 struct HttpResource
 {
     QByteArray body;
-    /// A body of this size, generated while it is sent, instead of `body`.
+    /// The size of a body that is generated while it is sent, instead of `body`.
     std::optional<qint64> generatedSize;
-    /// The body from the second request on, be it HEAD or GET.
+    /// The body from the second request on, whether HEAD or GET.
     std::optional<QByteArray> laterBody;
     QDateTime lastModified = QDateTime(QDate(2023, 5, 17), QTime(12, 0), Qt::UTC);
-    QByteArray entityTag; ///< as it stands in ETag; empty for no such header
+    QByteArray entityTag; ///< the value of ETag; empty for no such header
     QList<QPair<QByteArray, QByteArray>> headers;
 
     // Answers other than 200.
     std::optional<int> headStatus; ///< HEAD answers this without length and date
     std::optional<int> getStatus;  ///< GET answers this, with the body
-    bool failsOnlyGet = false;     ///< HEAD answers as if `getStatus` was not set
+    bool failsOnlyGet = false;     ///< HEAD answers as if `getStatus` were not set
     QByteArray redirect;           ///< HEAD and GET answer 302 with this Location
 
-    // Headers that lie or are missing.
+    // Wrong or missing headers.
     bool headWithoutLength = false;
     bool headWithoutDate = false;
     std::optional<qint64> headLength; ///< HEAD announces this length
-    bool getWithoutLength = false;    ///< the end of the connection ends the body
+    bool getWithoutLength = false;    ///< the body ends when the connection is closed
     bool chunked = false;             ///< GET sends chunks instead of a length
-    bool compresses = false;          ///< GET answers in gzip when the request accepts it
-    bool compressesUnasked = false;   ///< GET answers in gzip whatever the request accepts
+    bool compresses = false;          ///< GET sends gzip if the request accepts it
+    bool compressesUnasked = false;   ///< GET sends gzip even if the request does not accept it
 
-    /// GET answers 304 if the client has the same file, by its tag or else by its date.
+    /// GET answers 304 if the tag in the request, or else the date, is that of the file.
     bool knowsWhatIsUnchanged = false;
 
     // Ranges.
     bool ignoresRange = false;      ///< 200 and the whole body
     bool refusesRange = false;      ///< 416 with a page as its body
-    qint64 rangeDisplacement = 0;   ///< 206 starts this much later than asked for
-    bool hidesContentRange = false; ///< 206 does not say where it starts
-    bool ignoresIfRange = false;    ///< 206 although the file is not the one asked for
-    bool distrustsIfRange = false;  ///< 200 although the file is the one asked for
-    bool damagesRange = false;      ///< 206 brings other bytes than the whole has there
-    qint64 rangeShortage = 0;       ///< 206 leaves out so many bytes of the end
-    bool hidesMarksOfRange = false; ///< 206 has neither date nor tag
+    qint64 rangeDisplacement = 0;   ///< 206 starts so many bytes later than requested
+    bool hidesContentRange = false; ///< 206 without Content-Range
+    bool ignoresIfRange = false;    ///< 206 although If-Range names another version
+    bool distrustsIfRange = false;  ///< 200 although If-Range names this version
+    bool damagesRange = false;      ///< the bytes of 206 differ from those of the whole file
+    qint64 rangeShortage = 0;       ///< 206 omits so many bytes at the end
+    bool hidesMarksOfRange = false; ///< 206 without date and tag
 
-    // Ends and pauses inside the body of a GET.
-    std::optional<qint64> cutAfter;   ///< the connection is closed in good order
-    bool cutsInsideChunk = false;     ///< with `chunked`: the last chunk before the cut is torn
+    // Interruptions and pauses in the body of a GET.
+    std::optional<qint64> cutAfter;   ///< the connection is closed normally
+    bool cutsInsideChunk = false;     ///< with `chunked`: the last chunk is incomplete
     std::optional<qint64> resetAfter; ///< the connection is reset
     std::optional<qint64> holdAfter;  ///< the body pauses until TestHttpServer::release()
     // Pauses before the answer, until TestHttpServer::release().
@@ -85,17 +85,17 @@ struct HttpResource
     bool holdsGet = false;
 
     qint64 size() const { return generatedSize ? *generatedSize : body.size(); }
-    /// Bytes of the body; at most `length` of them.
+    /// At most `length` bytes of the body, from `offset` on.
     QByteArray read(qint64 offset, qint64 length) const;
 
     /// The bytes of a generated body.
     static QByteArray generated(qint64 offset, qint64 length);
 };
 
-/// A change to a resource: one fault of a table.
+/// A change to a resource, such as a fault in a row of test data.
 using ResourceChange = std::function<void(HttpResource &)>;
 
-/// Gives members these values: with(&HttpResource::cutAfter, 10, &HttpResource::chunked, true).
+/// A change that sets members: with(&HttpResource::cutAfter, 10, &HttpResource::chunked, true).
 template<class Member, class Value, class... More>
 ResourceChange with(Member HttpResource::*member, const Value &value, const More &...more)
 {
@@ -106,7 +106,7 @@ ResourceChange with(Member HttpResource::*member, const Value &value, const More
     };
 }
 
-/// The gzip form of a text.
+/// The bytes compressed in gzip format.
 QByteArray gzipped(const QByteArray &bytes);
 
 } // namespace Kavo::Testing

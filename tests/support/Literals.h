@@ -6,7 +6,7 @@
 
 namespace Kavo::Testing {
 
-/// A text of a test, written in UTF-8: "Häfen"_s.
+/// A string literal in UTF-8: "Häfen"_s.
 inline QString operator""_s(const char *text, std::size_t size)
 {
     return QString::fromUtf8(text, static_cast<int>(size));

@@ -7,8 +7,8 @@
 
 namespace Kavo::Testing {
 
-/// Collects every Qt message while it exists, instead of the former handler. Messages may come from
-/// any thread. Captures nest: the latest one gets the messages.
+/// Collects all Qt messages while it exists, in place of the previous message handler. Messages may
+/// come from any thread. Captures may be nested; the latest one gets the messages.
 class LogCapture final
 {
 public:
@@ -17,9 +17,9 @@ public:
     Q_DISABLE_COPY_MOVE(LogCapture)
 
     QStringList lines() const;
-    /// Whether one message is exactly this.
+    /// Whether any message equals this line.
     bool contains(const QString &line) const;
-    /// Number of messages that begin with the text.
+    /// The number of messages that begin with this text.
     int count(const QString &beginning) const;
     void clear();
 

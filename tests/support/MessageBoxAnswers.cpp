@@ -87,8 +87,8 @@ void MessageBoxAnswers::look()
     if (!dialog || dialog->property(AnsweredProperty).toBool())
         return;
     dialog->setProperty(AnsweredProperty, true);
-    // An answer may open the next box in a loop of its own, which a timer that is still in its
-    // handler would not see.
+    // An answer may open the next dialog in a nested event loop. A timer does not fire again while
+    // its handler is still running, so it would miss that dialog.
     QTimer::singleShot(0, dialog, [this, dialog, guard = QPointer<QObject>(this)] {
         if (guard)
             answer(*dialog);
@@ -136,7 +136,7 @@ void MessageBoxAnswers::answerFolder(QFileDialog &dialog)
     }
     auto *edit = dialog.findChild<QLineEdit *>("fileNameEdit"_s);
     if (!edit) {
-        failTest("The folder dialog is not Qt's own"_s);
+        failTest("The folder dialog is a native one"_s);
         dialog.reject();
         return;
     }

@@ -14,16 +14,16 @@ class QWidget;
 
 namespace Kavo::Testing {
 
-/// Answers the modal boxes that the code under test opens in event loops of its own, in the order
-/// in which the test expects them.
+/// Answers the modal dialogs that the code under test opens in nested event loops, in the order in
+/// which the test expects them.
 ///
 ///     MessageBoxAnswers answers;
 ///     answers.expect("Uninstall", "Are you sure?", QMessageBox::Yes);
 ///     card->uninstallButton()->click();
 ///     QVERIFY(answers.allShown());
 ///
-/// A box that was not expected, or one with another title or text, fails the test and is closed. So
-/// does, at the end of the object's life, a box that never came. Main thread.
+/// A dialog that was not expected, or that has another title or text, fails the test and is closed.
+/// The destructor fails the test if an expected dialog was not shown. Main thread.
 class MessageBoxAnswers final : public QObject
 {
     Q_OBJECT
@@ -35,32 +35,33 @@ public:
         QString title;
         QString text;
         QMessageBox::StandardButtons buttons;
-        QMessageBox::StandardButton defaultButton; ///< NoButton when there is none
-        QWidget *parent;                           ///< to be compared only
+        QMessageBox::StandardButton defaultButton; ///< NoButton if there is none
+        QWidget *parent;                           ///< only to be compared; may be dangling
         QString informativeText;
-        bool isDestroying; ///< Yes is marked as the end of something
+        bool isDestroying; ///< whether Yes has the style of a destroying button
         Qt::TextFormat textFormat;
     };
 
     MessageBoxAnswers();
     ~MessageBoxAnswers() override;
 
-    /// A message box, and the button to press.
+    /// Expects a message box and presses this button.
     void expect(const QString &title, const QString &text, QMessageBox::StandardButton button);
-    /// A message box that the function looks at. It runs once and has to see to it that the box
-    /// closes or goes with its parent.
+    /// Expects a message box and calls the function once with it. The function must close the box
+    /// or delete its parent.
     void expect(const QString &title, const QString &text,
                 const std::function<void(QMessageBox &)> &handle);
-    /// A folder dialog with this caption, and the folder to choose; an empty one cancels.
+    /// Expects a folder dialog with this caption and chooses the folder. An empty path cancels the
+    /// dialog.
     void expectFolder(const QString &caption, const QString &folder);
-    /// Any other modal dialog, by object name. The function runs once while it is shown and has to
-    /// see to it that the dialog closes.
+    /// Expects any other modal dialog with this object name and calls the function once while it is
+    /// shown. The function must close the dialog.
     void expectDialog(const QString &objectName, const std::function<void(QDialog &)> &handle);
 
-    /// The message boxes so far, answered or not.
+    /// The message boxes shown so far, expected or not.
     const QList<Shown> &shown() const { return m_shown; }
     bool allShown() const { return m_expected.isEmpty(); }
-    /// Runs the event loop until allShown(); false when that takes longer.
+    /// Runs the event loop until allShown(). Returns false on timeout.
     bool waitForAll(int milliseconds = 5000) const;
 
 private:
@@ -72,10 +73,10 @@ private:
     struct Expected
     {
         Kind kind;
-        QString title; ///< of dialogs the object name
+        QString title; ///< the object name for Kind::DIALOG
         QString text;
         QMessageBox::StandardButton button;
-        std::function<void(QDialog &)> handle; ///< in the place of the button
+        std::function<void(QDialog &)> handle; ///< instead of the button
     };
 
     void look();

@@ -39,7 +39,7 @@ private slots:
         answers.expect("Title"_s, "Text"_s,
                        [](QMessageBox &box) { box.button(QMessageBox::Yes)->click(); });
         QCOMPARE(QMessageBox::question(parent.get(), "Title"_s, "Text"_s), QMessageBox::Yes);
-        // The box may go while it is looked at.
+        // The handler may delete the box.
         auto *box = new QMessageBox(parent.get());
         box->setText("Text"_s);
         QPointer<QMessageBox> guard = box;

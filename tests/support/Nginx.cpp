@@ -18,8 +18,8 @@ namespace {
 
 constexpr int StartLimit = 5000;
 
-/// Empty without one. The scripts unpack one into the build folder, because installing it would
-/// start a server; they look in the same places.
+/// The path of nginx; empty if it was not found. The scripts unpack nginx into the build folder,
+/// because installing the package would start a server. They search the same places.
 QString program()
 {
     const QStringList candidates = {QStringLiteral(KAVO_UNPACKED_NGINX), "/usr/sbin/nginx"_s,
@@ -108,9 +108,9 @@ bool Nginx::start()
 
 void Nginx::writeConfiguration() const
 {
-    // One process instead of a master with workers: nothing can outlive it.
+    // A single process instead of a master with workers, so that none can survive.
     QByteArray text = "daemon off;\nmaster_process off;\npid nginx.pid;\n";
-    // Otherwise it would change to an account that cannot enter the temporary folder.
+    // As root, nginx would otherwise switch to an account that cannot enter the temporary folder.
     if (::geteuid() == 0)
         text += "user root;\n";
     text += "events { worker_connections 64; }\n"
@@ -137,7 +137,7 @@ bool Nginx::waitForAnswer() const
         socket.connectToHost(QHostAddress::LocalHost, m_port);
         if (socket.waitForConnected(100))
             return true;
-        // A refused connection returns at once; the process ends when it cannot have the port.
+        // A refused connection returns immediately. The process ends if the port is not free.
         if (const_cast<QProcess &>(m_process).waitForFinished(20))
             return false;
     }

@@ -6,8 +6,8 @@
 
 namespace Kavo::Testing {
 
-/// Debian's nginx on a free loopback port. It serves a temporary folder while the object exists.
-/// The constructor blocks until the server answers; isRunning() is false when it could not be
+/// Runs Debian's nginx on a free loopback port, where it serves a temporary folder while the object
+/// exists. The constructor blocks until the server answers. isRunning() is false if it could not be
 /// started.
 class Nginx final
 {
@@ -16,20 +16,21 @@ public:
     ~Nginx();
     Q_DISABLE_COPY_MOVE(Nginx)
 
-    /// Whether there is a program to start.
+    /// Whether nginx was found.
     static bool isAvailable();
 
     bool isRunning() const { return m_process.state() == QProcess::Running; }
-    /// The folder that is served, with a trailing separator; put files here.
+    /// The served folder, with a trailing separator. Tests put their files there.
     QString folder() const;
-    /// Address of a file; the path begins with a slash.
+    /// The URL of a file. The path begins with a slash.
     QString url(const QString &path) const;
 
-    /// Ends the server; addresses refuse connections from then on.
+    /// Stops the server. Its URLs refuse connections from then on.
     void stop();
-    /// Starts it on the port it had before. Returns whether it answers.
+    /// Starts the server again on the same port. Returns whether it answers.
     bool restart();
-    /// Restarts it so that every answer comes no faster than this; 0 lifts the limit.
+    /// Restarts the server with a limit for the rate of each answer; 0 means no limit. Returns
+    /// whether it answers.
     bool limitRate(int bytesASecond);
 
 private:

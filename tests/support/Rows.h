@@ -11,7 +11,7 @@
 
 namespace Kavo::Testing {
 
-/// A text in a row: a QString, or a literal in UTF-8.
+/// A text in a row, made from a QString or a literal in UTF-8.
 class RowText final
 {
 public:
@@ -27,7 +27,7 @@ private:
     QString m_text;
 };
 
-/// The type of a row's argument for a column.
+/// The type in which Rows::row() takes a value of the column.
 template<typename Column>
 struct Cell
 {
@@ -39,7 +39,8 @@ struct Cell<QString>
     using Type = RowText;
 };
 
-/// The rows of a data-driven test. Columns have types, and get their names where they are read:
+/// The rows of a data-driven test. Columns have types but no names; the variables into which a row
+/// is read name them:
 ///
 ///     void SizeTest::sizes_data()
 ///     {
@@ -50,7 +51,7 @@ struct Cell<QString>
 ///     {
 ///         const auto [file, size] = Rows<QString, int>::current();
 ///
-/// The types have to be the same in both places, else the test program ends.
+/// The types must be the same in both places; otherwise the test program aborts.
 template<typename... Columns>
 class Rows final
 {
@@ -69,7 +70,7 @@ public:
         return row(name.constData(), cells...);
     }
 
-    /// The cells of the current row.
+    /// The values of the current row.
     static std::tuple<Columns...> current() { return read(Indices()); }
 
 private:

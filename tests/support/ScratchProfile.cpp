@@ -12,8 +12,8 @@ namespace Kavo::Testing {
 
 namespace {
 
-/// Qt reads the place of user settings from the environment only once; afterwards it has to be told
-/// of every change. It cannot be asked for it either, hence the memory.
+/// The folder for user settings that was last passed to Qt. Qt reads it from the environment only
+/// once and has no getter for it, so every change is set explicitly and remembered here.
 QString &settingsFolderInUse()
 {
     static QString folder;
@@ -50,7 +50,7 @@ ScratchProfile::ScratchProfile()
     setVariable("XDG_DATA_HOME", home + ".local/share"_s);
     setVariable("XDG_CACHE_HOME", home + ".cache"_s);
     setVariable("XDG_RUNTIME_DIR", folder("runtime"_s));
-    // Qt refuses a runtime folder that others may enter.
+    // Qt rejects a runtime folder that other users may enter.
     QFile::setPermissions(m_root.filePath("runtime"_s),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     useSettingsFolder(home + ".config"_s);

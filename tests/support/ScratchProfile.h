@@ -10,12 +10,13 @@
 
 namespace Kavo::Testing {
 
-/// A user account for one test: home, settings, data and cache folders in a temporary folder, under
-/// the program's names, and a simulator folder with an executable.
+/// A user account for one test: a temporary folder that contains the home, settings, data and cache
+/// folders, named as the program expects them, and a simulator folder with an executable.
 ///
-/// Make the first profile before the application object (KAVO_TEST_MAIN does), so that nothing in
-/// the real home is read or written. Profiles nest: the latest one is in use. Its destructor
-/// restores the environment and the current folder and deletes all files. Main thread.
+/// Create the first profile before the application object, as KAVO_TEST_MAIN does, so that nothing
+/// in the real home folder is read or written. Profiles may be nested; the latest one is in use.
+/// The destructor restores the environment and the current folder and deletes all files. Main
+/// thread.
 class ScratchProfile final
 {
 public:
@@ -30,16 +31,16 @@ public:
     QString cacheFolder() const;
     QString preserveFolder() const;
     QString backupFolder() const;
-    /// Stands for the X-Plane folder, with a trailing separator.
+    /// The X-Plane folder, with a trailing separator.
     QString simulatorFolder() const;
     QString settingsFile() const;
     QString logFile() const;
-    /// A folder of the given relative name inside the profile, made when missing, with a trailing
-    /// separator.
+    /// The path of a folder with this relative name inside the profile, with a trailing separator.
+    /// The folder is created if missing.
     QString folder(const QString &name) const;
 
-    /// Settings as start-up leaves them: the defaults, and the simulator folder above. Nothing is
-    /// written to the file.
+    /// Settings as they are after start-up: the defaults and simulatorFolder(). The settings file
+    /// is not written.
     QSharedPointer<Settings> makeSettings() const;
 
 private:

@@ -7,21 +7,22 @@
 
 namespace Kavo::Testing {
 
-/// A stand-in for the program `locate`, first on PATH while the object exists. Main thread.
+/// Replaces the program `locate` by a shell script, which is first on PATH while the object exists.
+/// Main thread.
 class StandInLocate final
 {
 public:
-    /// Prints the lines and ends with the exit code.
+    /// The script prints the lines and exits with this code.
     explicit StandInLocate(const QStringList &lines, int exitCode = 0);
     ~StandInLocate();
     Q_DISABLE_COPY_MOVE(StandInLocate)
 
-    /// Runs this shell text in the place of printing lines.
+    /// Replaces the commands of the script.
     void setScript(const QByteArray &text);
-    /// Takes the program away: there is no `locate` on PATH at all.
+    /// Removes `locate` altogether: PATH then contains no program at all.
     void setMissing();
 
-    /// Arguments of the last run, one text each; empty when it was not run.
+    /// The arguments of the last run; empty if `locate` was not run.
     QStringList arguments() const;
 
 private:

@@ -64,8 +64,8 @@ QString TestHttpServer::otherHostUrl(const QString &path) const
 
 QString TestHttpServer::refusingUrl(const QString &path)
 {
-    // The system hands out no port as low as this one to those who ask for any, so that no other
-    // test can listen there.
+    // The system never assigns so low a port to a program that asks for any, so no other test can
+    // listen on it.
     constexpr quint16 NobodysPort = 1;
     return address("127.0.0.1"_s, NobodysPort, path);
 }
@@ -76,7 +76,7 @@ void TestHttpServer::setRefusing(bool refuses)
         return;
     if (!refuses) {
         if (!m_server.listen(QHostAddress::LocalHost, m_port))
-            qFatal("The port cannot be listened on again");
+            qFatal("Cannot listen on the port again");
         m_placeholder.abort();
         return;
     }
@@ -84,7 +84,7 @@ void TestHttpServer::setRefusing(bool refuses)
     qDeleteAll(findChildren<HttpConnection *>(QString(), Qt::FindDirectChildrenOnly));
     if (!m_placeholder.bind(QHostAddress::LocalHost, m_port,
                             QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint))
-        qFatal("The port cannot be kept");
+        qFatal("The port cannot be reserved");
 }
 
 void TestHttpServer::release(const QString &path)

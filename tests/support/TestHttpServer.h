@@ -22,7 +22,7 @@ namespace Kavo::Testing {
 ///     QCOMPARE(server.log(), QStringList({"HEAD /a.7z", "GET /a.7z"}));
 ///
 /// It works on the thread of its creator and answers only while an event loop runs. Connections are
-/// kept alive. A path without a resource answers 404 with a short page.
+/// kept alive. A path without a resource is answered with 404 and a short page.
 class TestHttpServer final : public QObject
 {
     Q_OBJECT
@@ -38,29 +38,29 @@ public:
     void removeResource(const QString &path);
 
     QString url(const QString &path) const;
-    /// The same file under another host name.
+    /// The URL of the same file with another host name.
     QString otherHostUrl(const QString &path) const;
-    /// An address where connections are refused.
+    /// A URL at which connections are refused.
     static QString refusingUrl(const QString &path);
 
-    /// Refuses connections, as a server that is down, and closes those that are open. The port
-    /// stays reserved.
+    /// Starts or stops refusing connections, like a server that is down. Open connections are
+    /// closed. The port stays reserved.
     void setRefusing(bool refuses);
 
-    /// Continues the answers to this path that are held, and holds no later ones.
+    /// Continues the held answers for this path and stops holding later ones.
     void release(const QString &path);
 
     const QList<HttpRequest> &requests() const { return m_requests; }
     QList<HttpRequest> requests(const QString &path) const;
-    /// The last request of this method for this path, empty when there was none.
+    /// The last request with this method and path; empty if there was none.
     HttpRequest last(const QByteArray &method, const QString &path) const;
     /// Method and path of every request, in order of arrival.
     QStringList log() const;
     void forgetRequests() { m_requests.clear(); }
-    /// Runs the event loop until so many requests have arrived; false after the limit.
+    /// Runs the event loop until at least `count` requests have arrived. Returns false on timeout.
     bool waitForRequests(int count, int milliseconds = 5000) const;
 
-    /// For connections: records a request and returns its resource.
+    /// Records a request and returns its resource. Called by the connections.
     HttpResource receive(const HttpRequest &request);
 
 private:
@@ -68,7 +68,7 @@ private:
 
     QTcpServer m_server;
     quint16 m_port = 0;
-    QTcpSocket m_placeholder; ///< keeps the port while nobody listens there
+    QTcpSocket m_placeholder; ///< reserves the port while the server does not listen
     QHash<QByteArray, HttpResource> m_resources;
     QHash<QByteArray, int> m_requestCounts;
     QList<HttpRequest> m_requests;

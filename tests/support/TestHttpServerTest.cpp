@@ -139,7 +139,7 @@ private slots:
         fault(serve(Body));
         const Reply reply = fetch();
         QVERIFY(reply->isFinished());
-        // Qt does not report every connection that is closed in mid-body.
+        // Qt does not report every connection that is closed in the middle of a body.
         if (error != QNetworkReply::RemoteHostClosedError ||
             reply->error() != QNetworkReply::NoError)
             QCOMPARE(reply->error(), error);
@@ -181,7 +181,7 @@ private slots:
     {
         serve("hello");
         const QString url = m_server->url("/a"_s);
-        // The connection of this request is kept until the server goes down.
+        // The connection of this request stays open until the server goes down.
         QCOMPARE(fetch()->readAll(), QByteArray("hello"));
         m_server->setRefusing(true);
         QCOMPARE(fetch()->error(), QNetworkReply::ConnectionRefusedError);
@@ -261,7 +261,6 @@ private:
         return Reply(m_network.get(request));
     }
 
-    /// Waits until the reply has finished.
     Reply fetch(const QString &url, const Headers &headers = {})
     {
         Reply reply = start(url, headers);

@@ -5,8 +5,9 @@
 #include <QApplication>
 #include <QtTest>
 
-/// The entry point of a test executable, in the place of QTEST_MAIN: the scratch account exists
-/// before the application object, which looks for fonts, styles and caches in the home folder.
+/// The main function of a test executable, instead of QTEST_MAIN. It creates a scratch profile
+/// before the application object, because the latter looks for fonts, styles and caches in the home
+/// folder.
 #define KAVO_TEST_MAIN(TestClass)                                                                  \
     int main(int argc, char **argv)                                                                \
     {                                                                                              \

@@ -6,8 +6,8 @@
 
 namespace Kavo::Testing {
 
-/// While the object exists, this thread has no more rights to files than other users have, even
-/// when the tests run as root.
+/// While the object exists, this thread accesses files without the privileges of root, even if the
+/// tests run as root.
 class WithoutRights final
 {
 public:
@@ -19,10 +19,10 @@ private:
     uid_t m_before;
 };
 
-/// Sets the permissions of a file or folder; a link is followed.
+/// Sets the permissions of a file or folder. A link is followed.
 void setMode(const QString &path, mode_t mode);
 
-/// Lets everybody read and change what is under a folder, and the folder. Links are left alone.
+/// Gives all users full access to a folder and everything in it. Links are skipped.
 void letEverybodyWrite(const QString &folder);
 
 } // namespace Kavo::Testing

@@ -28,12 +28,12 @@ namespace {
 /// The result of a walk through the tree of accessible objects.
 struct Walk
 {
-    QStringList controls;    ///< names of what can be operated or has the keyboard or a value
-    QStringList nameless;    ///< where the controls without a name are
-    QSet<QObject *> objects; ///< everything on the way that is visible
+    QStringList controls;    ///< names of parts that can be operated or focused or have a value
+    QStringList nameless;    ///< paths of the controls without a name
+    QSet<QObject *> objects; ///< all visible objects that were visited
 };
 
-/// The path from the window to a part, for messages of failed tests.
+/// The path from the window to a part, for failure messages.
 QString placeOf(QAccessibleInterface &part)
 {
     const QObject *object = part.object();
@@ -121,7 +121,7 @@ void check(QWidget &window, const QStringList &controls)
 
 } // namespace
 
-/// A screen reader finds every control and has a name for it.
+/// Tests that a screen reader finds every control and a name for it.
 class AccessibilityTest final : public WindowTest
 {
     Q_OBJECT

@@ -47,7 +47,8 @@ QString pathOf(const QWidget &widget)
     return path;
 }
 
-/// Whether the widget scrolls its children, or they were created by Qt.
+/// Whether the widget scrolls its children or is a compound widget of Qt. The places of its
+/// children are not checked.
 bool arrangesByItself(const QWidget &parent)
 {
     const auto *area = qobject_cast<const QAbstractScrollArea *>(parent.parentWidget());
@@ -89,7 +90,7 @@ QList<QWidget *> visibleChildren(const QWidget &parent)
 {
     QList<QWidget *> found;
     for (QWidget *child : parent.findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly)) {
-        // The focus ring surrounds the focused widget.
+        // The focus ring extends beyond the focused widget.
         if (child->isVisible() && !child->isWindow() && !qobject_cast<QFocusFrame *>(child))
             found.append(child);
     }
@@ -103,10 +104,10 @@ void collectFaults(const QWidget &parent, QStringList &faults)
         const QWidget &child = *children.at(i);
         if (!arrangesByItself(parent)) {
             if (!parent.rect().contains(child.geometry()))
-                faults.append(pathOf(child) + " lies outside of its parent"_s);
+                faults.append(pathOf(child) + " extends beyond its parent"_s);
             for (int j = 0; j < i; ++j) {
                 if (child.geometry().intersects(children.at(j)->geometry()))
-                    faults.append(pathOf(child) + " lies over "_s + children.at(j)->objectName());
+                    faults.append(pathOf(child) + " overlaps "_s + children.at(j)->objectName());
             }
         }
         const QString clipping = clippingOf(child);
@@ -132,8 +133,8 @@ QString boxText(const char *text)
 
 } // namespace
 
-/// No text is cut off, no widget overlaps another and no widget leaves its parent, whatever the
-/// catalogue contains.
+/// Tests that no text is cut off, no widget overlaps another and no widget extends beyond its
+/// parent, whatever the catalogue contains.
 class AppearanceTest final : public WindowTest
 {
     Q_OBJECT

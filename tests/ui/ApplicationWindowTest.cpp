@@ -31,7 +31,7 @@ private slots:
                                            "onGeometryChanged", "onStateChanged"}));
     }
 
-    void windowIsMade()
+    void windowIsCreated()
     {
         makeWindow();
         QCOMPARE(window().objectName(), "ApplicationWindow"_s);
@@ -44,7 +44,7 @@ private slots:
         const int x = screen.size().width() / 2 - 660;
         QCOMPARE(application().x(), x);
         QCOMPARE(window().geometry(), QRect(x, screen.size().height() / 2 - 400, 1320, 800));
-        // The top bar stands above the packages.
+        // The top bar is above the packages.
         auto *container = qobject_cast<ApplicationContainer *>(window().centralWidget());
         QVERIFY(container);
         QCOMPARE(container->objectName(), "ApplicationContainer"_s);
@@ -60,7 +60,7 @@ private slots:
         QCOMPARE(window().geometry(), QRect(300, 140, 1320, 800));
         application().move(10, 20);
         QCOMPARE(window().geometry(), QRect(10, 20, 1320, 800));
-        // A maximised window does not follow.
+        // A maximised window keeps its geometry.
         application().setState(WindowState::MAXIMIZED);
         const QRect before = window().geometry();
         application().setWidth(500);
@@ -143,7 +143,7 @@ private slots:
         QTRY_COMPARE(application().height(), chosen.height());
         QCOMPARE(application().width(), chosen.width());
         QTRY_COMPARE(QPoint(application().x(), application().y()), QPoint(40, 30));
-        // The next drag of the whole window keeps the size.
+        // Moving the whole window afterwards keeps the size.
         application().move(50, 20);
         QTRY_COMPARE(window().geometry(), QRect(QPoint(50, 20), chosen));
         // The size of a maximised window is not stored, or the window would keep it when restored.
@@ -207,7 +207,7 @@ private slots:
         QCOMPARE(answers.shown().first().buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
         QCOMPARE(answers.shown().first().parent, &window());
         QVERIFY(window().isVisible());
-        // Every request shows the box once.
+        // Each attempt to close the window shows the box once.
         answers.expect("Installation in progress"_s, text, QMessageBox::Ok);
         window().close();
         QVERIFY(answers.allShown());

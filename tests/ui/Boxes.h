@@ -6,7 +6,7 @@
 
 #include <QApplication>
 
-/// The boxes that tests of several widgets expect.
+/// Message boxes that the tests of several widgets expect.
 namespace Kavo::Testing {
 
 struct BoxText
@@ -15,7 +15,7 @@ struct BoxText
     QString text;
 };
 
-/// The box about a package of this name in an error state.
+/// The box for a package with this name in an error state.
 inline BoxText errorBox(const QString &name, Models::Package::State state)
 {
     if (state == Models::Package::DEPENDENCY_ERROR)
@@ -56,7 +56,7 @@ inline void expectUninstall(MessageBoxAnswers &answers, QMessageBox::StandardBut
     answers.expect("Uninstall Package"_s, uninstallQuestion(dependents), answer);
 }
 
-/// Whether no box is shown, even after pending events.
+/// Whether no modal dialog is open after posted events were sent.
 inline bool isQuiet()
 {
     QCoreApplication::sendPostedEvents();

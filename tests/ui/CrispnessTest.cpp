@@ -26,7 +26,7 @@ QImage resource(const QString &name)
 
 } // namespace
 
-/// Pictures have the resolution of the screen. The test runs at several scale factors.
+/// Tests that pictures have the resolution of the screen. The test runs at several scale factors.
 class CrispnessTest final : public WidgetTest
 {
     Q_OBJECT
@@ -102,7 +102,7 @@ private slots:
         QDirIterator entries(":/resources/img"_s);
         while (entries.hasNext()) {
             const QFileInfo file(entries.next());
-            // These two are large and always scaled down.
+            // These two pictures are large and always scaled down.
             const bool scaled = file.baseName() == "store"_s || file.baseName() == "icon"_s;
             if (scaled || file.baseName().endsWith("@2x"_s))
                 continue;

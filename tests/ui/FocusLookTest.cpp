@@ -37,7 +37,7 @@ QStringList alikeIn(QWidget &window)
 
 } // namespace
 
-/// The style sheet makes the focus visible on every widget.
+/// Tests that the style sheet makes the focus visible on every widget.
 class FocusLookTest final : public WindowTest
 {
     Q_OBJECT
@@ -80,7 +80,7 @@ private slots:
         setState(1, state, update);
         openDetail(0);
         turnTo(page);
-        // A picture that moves cannot be compared.
+        // Pictures of a running animation cannot be compared.
         QTRY_COMPARE(shownColor(*child<QLabel>(window(), "CarouselImage")), QColor(Qt::red));
         check(window(), topBar().size() + stops);
     }
@@ -115,7 +115,7 @@ private slots:
     }
 
 private:
-    /// Tab visits this many widgets, and the focus changes the look of each.
+    /// Checks that Tab visits this many widgets and that the focus changes the look of each.
     static void check(QWidget &window, int stops)
     {
         // The first walk moves the focus into the window.

@@ -22,7 +22,7 @@ using namespace Kavo::Ui;
 
 namespace {
 
-/// Does everything that Qt does with the text of a label or box.
+/// Uses a text in all the ways in which Qt uses the text of a label or message box.
 void useText(const QString &text, Qt::TextFormat format = Qt::RichText)
 {
     QLabel label;
@@ -41,7 +41,7 @@ void useText(const QString &text, Qt::TextFormat format = Qt::RichText)
 
     if (format == Qt::AutoText && !Qt::mightBeRichText(text))
         return;
-    // The selected text of a box is copied like this.
+    // Copying the selected text of a message box does this.
     QTextDocument document;
     document.setHtml(text);
     QTextDocument copy;
@@ -103,7 +103,7 @@ private slots:
 
     void noFileIsOpened_data()
     {
-        // The first column tells whether Qt opens the file.
+        // The first column is whether Qt opens the file if the text is used unchanged.
         Rows<bool, QString>()
             .row("picture", true, "<b>word</b><img src='%1/a.png'>")
             .row("picture by address", true, "<b>word</b><img src='file://%1/a.png'>")

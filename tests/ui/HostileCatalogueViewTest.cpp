@@ -37,7 +37,8 @@ QJsonObject packageSaying(const QString &text)
 
 } // namespace
 
-/// The worst packages that a catalogue can contain, in the real list and the real detail view.
+/// Tests the real list and the real detail view with the worst packages that a catalogue can
+/// contain.
 class HostileCatalogueViewTest final : public WidgetTest
 {
     Q_OBJECT
@@ -76,7 +77,7 @@ private slots:
         QVERIFY(open());
         QCOMPARE(list().count(), 2);
         QVERIFY(!m_container->grab().isNull());
-        // The package behind it can be read and used.
+        // The package after it can still be read and used.
         list().scrollToBottom();
         QCOMPARE(textOf(*card(1), "PackageName"), "package-2"_s);
         QVERIFY(card(1)->isVisible());
@@ -89,7 +90,7 @@ private slots:
             tabs->setCurrentIndex(page);
             QVERIFY(!m_container->grab().isNull());
         }
-        // No device was read, or the texts would not be shown.
+        // Reading a device would never have ended. The shown texts contain no references.
         for (const char *name : {"DescriptionText", "ChangeLogText"})
             QVERIFY(!ForeignDocument(textOf(detail, name)).hasReferences());
         child<QPushButton>(detail, "BackButton")->click();

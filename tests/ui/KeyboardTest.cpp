@@ -27,7 +27,7 @@ List reversed(List list)
     return list;
 }
 
-/// Whether the widget is fully visible. A part is enough if it is a scroll area.
+/// Whether the widget is fully visible. A scroll area may be visible in part.
 bool isSeen(const QWidget &widget)
 {
     const QRect seen = widget.visibleRegion().boundingRect();
@@ -37,7 +37,8 @@ bool isSeen(const QWidget &widget)
 
 } // namespace
 
-/// Every function can be used without a pointer, and the focus is always where users expect it.
+/// Tests that every function can be used without a pointer and that the focus is where users expect
+/// it.
 class KeyboardTest final : public WindowTest
 {
     Q_OBJECT
@@ -251,7 +252,7 @@ private slots:
         QCOMPARE(rejected.count(), 1);
     }
 
-    // The way into the detail view and back
+    // Opening and leaving the detail view
 
     void keysOpenAndLeaveTheDetail()
     {
@@ -474,7 +475,7 @@ private slots:
 
 private:
     static void directions() { Rows<bool>().row("forwards", false).row("backwards", true); }
-    /// The names of those widgets that are buttons and that the key presses.
+    /// The names of those widgets that are buttons and that the key clicks.
     QStringList pressedOf(const QList<QWidget *> &widgets, Qt::Key key) const
     {
         QStringList names;
@@ -497,7 +498,7 @@ private:
     {
         const auto seen = walkAround(window());
         if (spokenNames(seen) != names)
-            qWarning() << "Walked:" << spokenNames(seen);
+            qWarning() << "Tab visited:" << spokenNames(seen);
         return spokenNames(seen) == names && walkAround(window(), true) == reversed(seen);
     }
     /// Presses Tab and returns whether the focused widget is visible.

@@ -4,7 +4,7 @@
 
 namespace Kavo::Testing {
 
-/// Asks the kernel whether anything in a folder was opened.
+/// Detects by means of inotify whether files in a folder are opened. Subfolders are not watched.
 class OpenedFiles final
 {
 public:
@@ -12,7 +12,7 @@ public:
     ~OpenedFiles();
     Q_DISABLE_COPY_MOVE(OpenedFiles)
 
-    /// Whether a file was opened since the last call.
+    /// Whether any file was opened since the previous call.
     bool any();
 
 private:

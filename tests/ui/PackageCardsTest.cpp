@@ -17,7 +17,7 @@ using Kavo::Components::WidgetList;
 namespace {
 
 constexpr int RowHeight = 128;
-/// The greatest length of a list that is filled at once.
+/// The length up to which a list is filled at once.
 constexpr int Short = 100;
 constexpr int Long = 400;
 
@@ -257,7 +257,7 @@ private slots:
         const QPointer<PackageWidget> old = card(300);
         QCOMPARE(!old.isNull(), withCard);
         const PackagePointer failing = package(301);
-        // Nothing is on offer while the catalogue is loading.
+        // There are no packages while the catalogue is loading.
         controller().refresh();
         m_cards->rebuild();
         QVERIFY(m_list->isVisible());

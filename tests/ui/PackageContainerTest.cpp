@@ -181,7 +181,7 @@ private slots:
                 .row(QByteArray("page, ") + next, true, next);
     }
 
-    /// The view changes in the same turn of the event loop, before the box can be shown.
+    /// The view changes in the same turn of the event loop, so before the box can be shown.
     void errorIsShownAfterAChangeOfView()
     {
         const auto [page, next] = Rows<bool, QString>::current();

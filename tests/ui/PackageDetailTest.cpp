@@ -154,7 +154,7 @@ private slots:
         }
     }
 
-    void tabsFitThePageThatIsTurnedTo()
+    void tabsFitTheSelectedPage()
     {
         const PackagePointer package = twoVersions();
         package->setDescription("Many words on many lines. "_s.repeated(60));

@@ -199,7 +199,7 @@ private slots:
             if (!box)
                 return;
             levels.append(QThread::currentThread()->loopLevel());
-            // One box closes and the next is due in the same turn, before the event loop of the
+            // One box closes and the next one is due in the same turn, before the event loop of the
             // first has ended.
             const bool first = levels.size() == 1;
             QMetaObject::invokeMethod(box.data(), &QWidget::close, Qt::QueuedConnection);

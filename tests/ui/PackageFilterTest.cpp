@@ -17,7 +17,7 @@ using Kavo::Ui::PackageFilter;
 
 namespace {
 
-/// More than any machine reads in one turn.
+/// More packages than any machine reads in one turn.
 constexpr int Many = 30000;
 
 PackagePointer named(const QString &name, const QString &brief = QString(),
@@ -180,7 +180,7 @@ private slots:
     void typedTextsAreFoundAsNewOnes()
     {
         constexpr int Steps = 1000;
-        // They include the letters of words on buttons.
+        // These letters also occur in the texts of buttons.
         const QString letters = "downal "_s;
         std::mt19937 random(1);
         const auto below = [&random](int end) {
@@ -248,7 +248,7 @@ private slots:
         QVERIFY(!m_filter->isComplete());
         QCOMPARE(m_filter->foundCount(), Many);
         QTRY_VERIFY(m_filter->isComplete());
-        // There was no search.
+        // Not emitted, because there is no search.
         QVERIFY(advanced.isEmpty());
         m_filter->search("29999"_s);
         QCOMPARE(m_filter->foundCount(), 1);

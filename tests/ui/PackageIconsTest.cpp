@@ -25,7 +25,7 @@ QString path(int row)
 
 } // namespace
 
-/// The order in which the icons of a long list are requested.
+/// Tests the order in which the icons of a long list are requested.
 class PackageIconsTest final : public WidgetTest
 {
     Q_OBJECT
@@ -77,7 +77,7 @@ private slots:
     }
 
 private:
-    /// A list whose icons are held by the server.
+    /// Shows a list whose icons the server holds back.
     void setUp() override
     {
         const QByteArray icon = png(QSize(8, 8), Qt::red);

@@ -150,7 +150,7 @@ private slots:
     {
         show(makePackage(1, {}));
         QCOMPARE(label("PackageAvailable").text(), "Available : "_s);
-        // The card offers a download all the same, and a click does nothing.
+        // The card still offers a download, but a click does nothing.
         QCOMPARE(action().text(), "Download"_s);
         action().click();
         QCOMPARE(action().text(), "Download"_s);

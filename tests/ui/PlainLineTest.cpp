@@ -40,7 +40,7 @@ private slots:
         QCOMPARE(plainLine(text), line);
     }
 
-    /// The result alone would not show it.
+    /// The result does not show whether a file was read.
     void filesAreNotRead()
     {
         const QTemporaryDir folder;

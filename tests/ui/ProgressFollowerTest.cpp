@@ -26,8 +26,8 @@ const QString Waiting = "waiting for the server"_s;
 
 } // namespace
 
-/// The texts about long work on the card and on the page, in the real window. The test sets the
-/// time.
+/// Tests the texts about long work on the card and on the page, in the real window. The test sets
+/// the time.
 class ProgressFollowerTest final : public WindowTest
 {
     Q_OBJECT

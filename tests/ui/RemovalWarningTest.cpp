@@ -24,7 +24,7 @@ QString listed(const QStringList &paths)
 
 } // namespace
 
-/// One box in the real window lists what a removal could not delete.
+/// Tests the box in the real window that lists what a removal could not delete.
 class RemovalWarningTest final : public WindowTest
 {
     Q_OBJECT

@@ -34,7 +34,7 @@ QString spokenDescription(QWidget &widget)
 
 } // namespace
 
-/// The search in the real window, from the keys to the visible cards.
+/// Tests the search in the real window, from the keys to the visible cards.
 class SearchTest final : public WindowTest
 {
     Q_OBJECT
@@ -429,7 +429,7 @@ private slots:
         setState(1, Package::PREPARING, true);
         QCoreApplication::processEvents();
         QCOMPARE(seen(), Ids({1, 3}));
-        // The card shows the new state all the same.
+        // The card shows the new state nevertheless.
         QCOMPARE(cardButton(0, "Busy")->text(), "Preparing"_s);
         field().setText("update"_s);
         QCOMPARE(seen(), Ids({3}));

@@ -9,7 +9,7 @@ namespace Kavo::Testing {
 
 namespace {
 
-/// The position of the first state. The two colons of a part like "::item" do not count.
+/// The position of the first state. The two colons of a subcontrol like "::item" do not count.
 int stateBegin(const QString &selector)
 {
     static const QRegularExpression state("(?<!:):(?!:)"_s);

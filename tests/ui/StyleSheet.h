@@ -8,14 +8,14 @@
 
 namespace Kavo::Testing {
 
-/// The rules of the program's style sheet, for tests of the design. Supports as much of the
-/// language as the sheet uses.
+/// The rules of the program's style sheet, for tests of the design. Supports only the part of the
+/// language that the sheet uses.
 class StyleSheet final
 {
 public:
     struct Rule
     {
-        QString selector; ///< one, without the commas of the sheet
+        QString selector; ///< a single one; lists with commas are split
         QMap<QString, QString> declarations;
 
         /// The selector without its states: "#Download" of "#Download:hover".
@@ -26,21 +26,22 @@ public:
 
     explicit StyleSheet(const QString &text);
 
-    /// The comment at the head.
+    /// The comment at the beginning of the sheet.
     const QString &head() const { return m_head; }
-    /// Everything below it, without comments.
+    /// The sheet after head(), without comments.
     const QString &body() const { return m_body; }
     const QVector<Rule> &rules() const { return m_rules; }
 
-    /// Colour of a property ("color", "background") of a subject in a state, or in the normal state
-    /// if the state does not set it. Invalid if neither does.
+    /// The colour of a property ("color", "background") of a subject in a state, or in the normal
+    /// state if the state does not set it. Invalid if neither does.
     QColor color(const QString &subject, const QString &state, const QString &property) const;
     /// The states that the sheet has rules for, the normal state first.
     QStringList states(const QString &subject) const;
 
     /// All colours in a text, each once.
     static QStringList colorsIn(const QString &text);
-    /// Contrast of two colours as the web's accessibility guidelines measure it, 1 to 21.
+    /// The contrast ratio of two colours as defined by the Web Content Accessibility Guidelines,
+    /// from 1 to 21.
     static double contrast(const QColor &first, const QColor &second);
 
 private:

@@ -17,7 +17,7 @@ constexpr double Readable = 4.5;
 /// The colour of the word "Free", which is not in the style sheet.
 const QColor FreeColor("#66b771"_s);
 
-/// Backgrounds, and the subjects on them that have no background of their own.
+/// Maps each background to the subjects on it that have no background of their own.
 const QMap<QString, QStringList> StandingOn{
     {"#ApplicationWindow"_s, {"QWidget"_s}},
     {"QDialog"_s, {"QWidget"_s, "QTabBar::tab"_s}},
@@ -81,7 +81,7 @@ private slots:
     {
         QVERIFY(qFuzzyCompare(StyleSheet::contrast(Qt::black, Qt::white), 21.0));
         QVERIFY(qFuzzyCompare(StyleSheet::contrast(Qt::red, Qt::red), 1.0));
-        // An example of the guidelines.
+        // An example from the guidelines.
         const QColor grey("#767676"_s);
         QCOMPARE(qRound(StyleSheet::contrast(grey, Qt::white) * 100), 454);
         QCOMPARE(StyleSheet::contrast(Qt::white, grey), StyleSheet::contrast(grey, Qt::white));
@@ -104,7 +104,7 @@ private slots:
     void textIsReadableInEveryState()
     {
         const auto [subject] = Rows<QString>::current();
-        QVERIFY2(!groundsOf(subject).isEmpty(), "Nobody knows what this text stands on");
+        QVERIFY2(!groundsOf(subject).isEmpty(), "The background of this text is unknown");
         for (const QString &state : m_sheet->states(subject)) {
             const QColor text = m_sheet->color(subject, state, "color"_s);
             if (!isSolid(text))
@@ -135,7 +135,7 @@ private slots:
         QVERIFY(grounds > 20);
     }
 
-    /// The letter stands for a missing icon.
+    /// The letter is shown instead of a missing icon.
     void letterIsReadableOnItsTile()
     {
         const QString icon = "#PackageIcon"_s;
@@ -145,7 +145,7 @@ private slots:
         QVERIFY(StyleSheet::contrast(letter, tile) >= Readable);
     }
 
-    /// The button has a light background and a glyph of its own.
+    /// The button has a light background and its own glyph.
     void glyphOfInstalledIsVisible()
     {
         const QImage glyph(":/resources/img/check-green.png"_s);

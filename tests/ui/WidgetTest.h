@@ -11,7 +11,7 @@
 
 namespace Kavo::Testing {
 
-/// Base of tests of widgets that show packages. The engine has not been started.
+/// Base class of tests of widgets that show packages. The test starts the engine.
 class WidgetTest : public EngineTest
 {
     Q_OBJECT
@@ -25,13 +25,13 @@ protected:
 
     QSharedPointer<Controllers::PackageController> shared() { return sharedController(engine()); }
     void set(Settings::Key key, const QString &value);
-    /// A text as catalogues have it.
+    /// A text in the form of catalogues, which have one for each language.
     static QJsonObject inEnglish(const QString &text) { return {{"en"_s, text}}; }
-    /// Adds a package with nothing but this name and description to the catalogue.
+    /// Adds a package to the catalogue that has only this name and description.
     void offerNamed(int id, const QString &name, const QString &brief = {});
-    /// Adds "package-1" to "package-<count>" with nothing but their names.
+    /// Adds "package-1" to "package-<count>", which have only their names.
     void offerNamed(int count);
-    /// Starts the engine with its catalogue on the server.
+    /// Starts the engine and serves its catalogue.
     void startServing();
 };
 

@@ -13,7 +13,8 @@ class WidgetList;
 
 namespace Kavo::Testing {
 
-/// Base of tests in the real window with its style sheet and fonts. The test makes the catalogue.
+/// Base class of tests in the real window with its style sheet and fonts. The test fills the
+/// catalogue.
 class WindowTest : public WidgetTest
 {
     Q_OBJECT
@@ -26,22 +27,22 @@ protected:
 
     /// Adds "package-<id>" in the versions 2.0 and 1.0, with this many banners, to the catalogue.
     void offer(int id, int banners = 0);
-    /// Makes the window, which requests the catalogue.
+    /// Creates the window, which requests the catalogue.
     void makeWindow();
     /// Shows the window. Returns whether it is active and shows the list.
     bool open(bool filter = false, const QSize &size = QSize(1320, 800));
-    /// The same after offer() for the packages from 1 to this number.
+    /// Like open(), after offer() for the packages from 1 to this number.
     bool openWith(int packages, bool filter = false);
 
     Controllers::ApplicationController &application() const { return *m_application; }
     Ui::ApplicationWindow &window() const { return *m_window; }
     Components::WidgetList &list() const;
-    /// The card's button of this object name.
+    /// The card's button with this object name.
     QPushButton *cardButton(int row, const char *objectName) const;
     /// Opens the detail view with the button of the card.
     void openDetail(int row);
     bool showsDetail() const;
-    void turnTo(int page) const; ///< of the detail view
+    void turnTo(int page) const; ///< selects a tab of the detail view
     void setState(int id, Package::State state, bool update = false);
 
     /// Presses a key. The focused widget receives it.
@@ -52,7 +53,7 @@ private:
     std::unique_ptr<Ui::ApplicationWindow> m_window;
 };
 
-/// The same in another window.
+/// Presses a key in any window. The focused widget receives it.
 void pressIn(QWidget &window, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
 /// The accessible name of a widget; empty for none.
@@ -66,8 +67,8 @@ QStringList topBar(bool search = false);
 QStringList filter();
 QStringList cards(int count);
 
-/// Presses Tab, or Shift+Tab, until the focus returns to the first widget. Returns the widgets that
-/// had the focus. Stops after a thousand steps.
+/// Clears the focus and presses Tab, or Shift+Tab, until a widget gets the focus again. Returns the
+/// widgets in the order in which they had the focus, at most a thousand.
 QList<QWidget *> walkAround(QWidget &window, bool backwards = false);
 
 } // namespace Kavo::Testing

@@ -127,7 +127,7 @@ private slots:
         QVERIFY(index.textsWith("pier", QBitArray()).isEmpty());
     }
 
-    /// The numbers of so many words need one, two and three groups of bits.
+    /// With so many words, their numbers are stored in one, two and three groups of bits.
     void indexFindsWhatAFullScanFinds()
     {
         std::mt19937 random(13);
