@@ -100,11 +100,16 @@ private slots:
             const bool isKept = !needsArchives(rule.rule) && rule.rule != Rule::JSON_TOO_LARGE;
             QVERIFY2(!isKept || broken.contains(QString::fromLatin1(rule.name)), rule.name);
         }
-        QDirIterator files(corpusFolder(), {"*.json"_s});
-        int count = 0;
-        for (; files.hasNext(); files.next())
-            ++count;
-        QCOMPARE(count, catalogues.size());
+    }
+
+    /// No test reads a file that is not in the list of findings.
+    void everyFileOfTheCorpusIsListed()
+    {
+        QStringList files = QDir(corpusFolder()).entryList({"*.json"_s});
+        QVERIFY(!files.isEmpty());
+        for (const CorpusCatalogue &catalogue : corpusCatalogues())
+            QVERIFY2(files.removeOne(catalogue.name + ".json"_s), qPrintable(catalogue.name));
+        QVERIFY2(files.isEmpty(), qPrintable(files.join(QLatin1Char(' '))));
     }
 
     void everyRuleSaysWhatItMeans()

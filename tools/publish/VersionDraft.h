@@ -18,7 +18,8 @@ struct PackageDraft
     QString type;
 };
 
-/// Drafts of catalogue objects with all keys that clients read, in the order of the documentation.
+/// Drafts of catalogue objects, with their keys in the order of the documentation. A version has
+/// all keys that clients read, a package those that `kavo-catalogue add` has options for.
 JsonDraft draftOf(const Models::PackageVersion &version);
 JsonDraft draftOf(const PackageDraft &package, const JsonDraft &version);
 

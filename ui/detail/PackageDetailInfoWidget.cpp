@@ -13,7 +13,7 @@ namespace {
 
 constexpr int FactCount = 8;
 constexpr int ColumnCount = 2;
-constexpr int RowCount = FactCount / ColumnCount;
+constexpr int RowCount = (FactCount + ColumnCount - 1) / ColumnCount;
 
 } // namespace
 
@@ -45,7 +45,7 @@ void PackageDetailInfoWidget::setPackage(const PackagePointer &package)
 
 QStringList PackageDetailInfoWidget::facts(const PackagePointer &package) const
 {
-    // The tabs align the values.
+    // FactLabel aligns the values, whatever the number of tabs.
     // Fixed, see docs/compatibility.md.
     const QString one = QStringLiteral("\t: ");
     const QString two = QStringLiteral("\t\t: ");

@@ -20,7 +20,7 @@ class PackageProcessingWidget;
 class ProgressFollower;
 class StateLook;
 
-/// The name of the package on the detail page, its progress and its buttons. Follows only the
+/// The name of the package on the detail view, its progress and its buttons. Follows only the
 /// package that was set last, also while it is hidden.
 class PackageDetailTitleBar final : public Components::StyledWidget
 {

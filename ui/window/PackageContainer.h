@@ -23,7 +23,7 @@ class PackageFilter;
 class PackageProcessingWidget;
 class PackageSidebar;
 
-/// The central area: the list of cards with the sidebar, the detail page, or a panel that explains
+/// The central area: the list of cards with the sidebar, the detail view, or a panel that explains
 /// why neither is shown. It shows what the package controller's signals ask for.
 class PackageContainer final : public Components::StyledWidget
 {
@@ -38,7 +38,7 @@ public:
     /// Sets the focus to the first visible card and returns whether there is one.
     bool focusCardInSight();
 
-    /// Lists only the packages that match the text from now on. If the detail page is shown, it is
+    /// Lists only the packages that match the text from now on. If the detail view is shown, it is
     /// replaced by the list.
     void search(const QString &text);
     /// Shows the list and sets the focus to the first card of the result.
