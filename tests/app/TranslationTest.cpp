@@ -3,6 +3,7 @@
 #include "components/IconFont.h"
 #include "core/Languages.h"
 #include "tests/app/TranslationEntries.h"
+#include "tests/components/Widgets.h"
 #include "tests/dialogs/SharedController.h"
 #include "tests/packages/MakePackage.h"
 #include "tests/packages/PackageStates.h"
@@ -237,6 +238,7 @@ private slots:
     /// Uses the program's font and style. A longer text would be cut off on the button.
     void textsOfTheCardFit()
     {
+        KAVO_NEEDS_TEXT_FONT();
         const auto [language, state, update] = Rows<QString, Package::State, bool>::current();
         QVERIFY(QDir::setCurrent(QStringLiteral(KAVO_TRANSLATION_FOLDER "/..")));
         Kavo::installTranslation(language);

@@ -5,6 +5,7 @@
 
 #include <QBuffer>
 #include <QColor>
+#include <QFile>
 #include <QIcon>
 #include <QImage>
 #include <QLabel>
@@ -15,6 +16,11 @@
 #define KAVO_NEEDS_ICON_FONT()                                                                     \
     if (!Kavo::Components::iconFont()->initFontAwesome())                                          \
     QSKIP("Neither the build nor the system has the icon font")
+
+/// Skips a test of the layout, which depends on the widths of the program's text font.
+#define KAVO_NEEDS_TEXT_FONT()                                                                     \
+    if (!QFile::exists(":/resources/font/ProximaNova-Regular.otf"_s))                              \
+    QSKIP("The build has no text font")
 
 /// Helpers of widget tests, which find widgets by object name.
 namespace Kavo::Testing {

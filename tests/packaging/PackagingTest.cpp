@@ -179,8 +179,6 @@ void PackagingTest::installationContainsExactlyTheseFiles()
         "usr/bin/kavo-suite"_s,
         "usr/lib/kavo-suite/kavo-suite"_s,
         data + "applications/"_s + DesktopId + ".desktop"_s,
-        data + "doc/kavo-suite/icon-font.txt"_s,
-        data + "doc/kavo-suite/text-font.txt"_s,
         data + "icons/hicolor/scalable/apps/kavo-suite.svg"_s,
         data + "kavo-catalogue/catalogue.schema.json"_s,
         data + "man/man1/kavo-catalogue.1"_s,
@@ -189,6 +187,9 @@ void PackagingTest::installationContainsExactlyTheseFiles()
     };
     for (const QString &language : Kavo::languages().mid(1))
         expected.append("usr/lib/kavo-suite/translations/qt_%1.qm"_s.arg(language));
+    for (const QString &notice :
+         QStringLiteral(KAVO_FONT_NOTICES).split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        expected.append(data + "doc/kavo-suite/"_s + notice);
     for (const int size : {16, 24, 32, 48, 64, 128, 256, 512})
         expected.append(data + "icons/hicolor/%1x%1/apps/kavo-suite.png"_s.arg(size));
     expected.sort();

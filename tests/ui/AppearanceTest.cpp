@@ -142,6 +142,7 @@ class AppearanceTest final : public WindowTest
 private slots:
     void initTestCase()
     {
+        KAVO_NEEDS_TEXT_FONT();
         WindowTest::initTestCase();
         const QString language = qEnvironmentVariable("KAVO_TEST_LANGUAGE");
         if (language.isEmpty())
