@@ -41,8 +41,8 @@ bool makeOlder(const QString &path, const QDateTime &time)
 
 } // namespace
 
-/// Which answers are kept from one start of the program to the next, and how they are used. The
-/// file is a picture, "/a".
+/// Tests which answers AnswerCache keeps for later runs of the program, and how they are used. The
+/// requested file is a picture, "/a".
 class AnswerCacheTest final : public DownloadFixture
 {
     Q_OBJECT
@@ -185,7 +185,8 @@ private slots:
         QCOMPARE(requests(), 3);
     }
 
-    /// Each start of the program may request thousands of files.
+    /// Each start of the program may revalidate thousands of files, so writing all of them again
+    /// would be slow.
     void unchangedAnswerIsNotWrittenAgain()
     {
         serveKnown(picture(), {}, {{"Expires", "Thu, 01 Jan 2015 00:00:00 GMT"}});
@@ -401,7 +402,7 @@ private slots:
         }
     }
 
-    /// Qt would return the kept answer.
+    /// Left alone, Qt would return the cached answer instead of a 5xx error.
     void failureOfTheServerIsAnError()
     {
         const auto [status, isAlwaysAsked] = Rows<int, bool>::current();
@@ -465,7 +466,7 @@ private slots:
         server().forgetRequests();
         fetchPicture();
         QVERIFY(requests() == 1 || requests() == 2);
-        // The answer is kept again.
+        // The new answer was cached.
         server().forgetRequests();
         fetchPicture();
         QCOMPARE(requests(), questions);
@@ -548,7 +549,7 @@ private slots:
                 fetch(generated(size));
             }
             QCOMPARE(entries(), QStringList());
-            // No file without a name takes space.
+            // An unnamed temporary file that is still open would take space.
             QVERIFY(!isAnyOpen());
         }
         fetch(generated(size));
@@ -585,7 +586,7 @@ private slots:
 private:
     static QByteArray picture() { return generated(50000); }
     static QString folder() { return AnswerCache::defaultFolder(); }
-    /// Serves the file. The server answers 304 if the client has it already.
+    /// Serves the file. The server answers conditional requests with 304 if it is unchanged.
     HttpResource &serveKnown(const QByteArray &body, const QByteArray &tag = {},
                              const Headers &headers = {}) const
     {
@@ -595,7 +596,7 @@ private:
         file.headers = headers;
         return file;
     }
-    /// The files of the cache.
+    /// The paths of all files in the cache folder.
     static QStringList entries()
     {
         QStringList found;
@@ -604,7 +605,7 @@ private:
             found.append(files.next());
         return found;
     }
-    /// Whether a file of the folder is open. It may have no name.
+    /// Whether this process has a file of the cache folder open, with or without a name.
     static bool isAnyOpen()
     {
         const QFileInfoList open =
@@ -613,13 +614,13 @@ private:
             return file.symLinkTarget().startsWith(folder());
         });
     }
-    /// Fetches the file in the next run of the program and compares it.
+    /// Restarts the download manager, fetches the file and compares its content.
     void fetch(const QByteArray &body, const QString &path = "/a"_s) const
     {
         setup().restartManager();
         const auto download = restart(path);
         const QStringList events = transfer(download);
-        // Qt sometimes announces the size of a redirect as well.
+        // Qt sometimes also announces the size of the redirect's body.
         if (resource(path).redirect.isEmpty())
             QCOMPARE(events, restartEvents(body.size(), download->getPath()));
         QVERIFY(readFile(download->getPath()) == body);

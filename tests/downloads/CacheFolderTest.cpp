@@ -8,7 +8,9 @@
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
-/// Which file of the cache folder a download gets, in this run of the program and in the next.
+/// Tests which file of the cache folder a download gets, in one run of the program and in the next.
+/// The second of two downloads with the same file name gets a file beside the first, with a longer
+/// name.
 class CacheFolderTest final : public DownloadFixture
 {
     Q_OBJECT
@@ -48,7 +50,7 @@ private slots:
         }
     }
 
-    /// A file that is being written keeps its name, even when the better one is free by then.
+    /// A file that is being written keeps its name, even if the shorter name has become free.
     void halfBesideIsSharedWhileItIsWritten()
     {
         auto holder = resumable("/first/a"_s);
@@ -98,7 +100,7 @@ private slots:
             QCOMPARE(download->getPath(), path());
             QCOMPARE(download->getProcess(), Download::Process::Download);
         }
-        // Qt opens six connections to one host.
+        // Qt opens at most six connections to a host.
         QVERIFY(server().waitForRequests(6));
         QTRY_COMPARE(QFileInfo(path()).size(), 100000);
         server().release("/a"_s);
@@ -184,8 +186,8 @@ private:
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name)
             .join(", "_s);
     }
-    /// Fetches halves of "/first/a" and "/second/a" at the same time. Returns the name of the
-    /// second.
+    /// Fetches parts of "/first/a" and "/second/a" at the same time and restarts the manager.
+    /// Returns the file name of the second part.
     QString fetchTwoHalves() const
     {
         serve(first(), "/first/a"_s).cutAfter = 3000;
@@ -202,7 +204,8 @@ private:
     }
     static QByteArray first() { return '1' + generated(9999); }
     static QByteArray second() { return '2' + generated(9999); }
-    /// Starts to fetch the file. Its body pauses after 100000 bytes.
+    /// Starts to fetch the file and waits until the server pauses, after 100000 bytes of the body.
+    /// Returns null if they do not arrive.
     std::unique_ptr<DownloadEvents> fetchSlowly() const
     {
         serve(generated(300000)).holdAfter = 100000;

@@ -7,8 +7,8 @@
 
 using namespace Kavo::Testing;
 
-/// The hash of a file that is computed while the file is written. It exists only if it covers the
-/// whole file.
+/// Tests the hash that a transfer computes while it writes a file. There is one only if the
+/// transfer has written the whole file.
 class DigestTest final : public DownloadFixture
 {
     Q_OBJECT
@@ -57,7 +57,8 @@ private slots:
         QCOMPARE(digest(), QByteArray());
     }
 
-    /// The part belongs to another file. Only the answer of the server shows that.
+    /// The part has the content of another file. The server ignores the range and sends the whole
+    /// file, so the transfer starts over.
     void restartedFileHasADigest()
     {
         QVERIFY(put(QByteArray(1000, 'x')));
@@ -79,7 +80,7 @@ private slots:
     }
 
 private:
-    /// Transfers the file and returns the digest.
+    /// Transfers the file and returns its digest, or "no end" after a timeout.
     QByteArray digest(bool isHashed = true) const
     {
         const auto download = resumable();

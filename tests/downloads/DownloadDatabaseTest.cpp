@@ -9,7 +9,7 @@
 
 using namespace Kavo::Testing;
 
-/// The database of downloads. No download depends on it, so damage to it may not stop one.
+/// Tests the database of downloads. No download depends on it, so damage to it must not stop any.
 class DownloadDatabaseTest final : public DownloadFixture
 {
     Q_OBJECT
@@ -74,7 +74,7 @@ private slots:
             .row("link to nowhere", DatabaseDamage::LOST_LINK, "unable to open database file")
             .row("pipe", DatabaseDamage::PIPE, "No regular file : ")
             .row("full disk", DatabaseDamage::FULL_DISK, "No regular file : ")
-            // The only statement finds its table and writes nothing.
+            // The program's only statement finds its table and writes nothing.
             .row("read-only", DatabaseDamage::READ_ONLY, "")
             .row("other columns", DatabaseDamage::OTHER_COLUMNS, "")
             .row("a column more that must be given", DatabaseDamage::MORE_COLUMNS, "")
@@ -96,7 +96,7 @@ private slots:
         QVERIFY2(line.isEmpty() || log().count(line) == 1,
                  qPrintable(log().lines().join(QLatin1Char('\n'))));
         QVERIFY(fetches());
-        // A reset removes all of these but a folder and a link to nowhere.
+        // clear() removes everything but a folder and a dangling link.
         manager().clear();
         QVERIFY(QFileInfo(file()).isDir() == (damage == DatabaseDamage::FOLDER));
         setup().endManager();
@@ -141,7 +141,8 @@ private slots:
 
 private:
     QString file() const { return setup().profile().dataFolder() + "download.db"_s; }
-    /// The first column of the first row, as another program reads it.
+    /// Executes a statement on a separate connection, like another program. Returns the first
+    /// column of the first row, or an invalid value.
     QVariant ask(const QString &statement) const
     {
         QVariant value;
@@ -156,7 +157,7 @@ private:
         QSqlDatabase::removeDatabase("Other"_s);
         return value;
     }
-    /// Whether a file is fetched completely.
+    /// Fetches a file and returns whether it is complete.
     bool fetches() const
     {
         serve("content");

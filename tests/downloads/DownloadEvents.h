@@ -12,16 +12,17 @@ class DownloadManager;
 
 namespace Kavo::Testing {
 
-/// The signals of a download in their order: "Download", "size 5000", "error Server Error",
-/// "Finished", "finished /path". Sizes of the growing file are in a list of their own, because
-/// their number depends on how the bytes arrive. Does not keep the download alive.
+/// Records the signals of a download as texts in the order of emission: "Download", "size 5000",
+/// "error Server Error", "Finished", "finished /path". The current sizes of the file are in a
+/// separate list, because their number depends on how the bytes arrive. Does not keep the download
+/// alive.
 class DownloadEvents final : public QObject
 {
     Q_OBJECT
 
 public:
     explicit DownloadEvents(const QSharedPointer<Models::Download> &download);
-    /// Adds the download to the manager as well, which starts it at once.
+    /// Also adds the download to the manager, without holding it back.
     DownloadEvents(Managers::DownloadManager &manager,
                    const QSharedPointer<Models::Download> &download);
 
@@ -30,7 +31,7 @@ public:
     bool hasFinished() const { return m_finished; }
     bool hasFailed() const;
 
-    /// Runs the event loop until the download is Finished; false when that takes longer.
+    /// Runs the event loop until finished() was emitted. Returns false after a timeout.
     bool waitForFinished(int milliseconds = 10000);
 
 signals:
@@ -42,13 +43,13 @@ private:
     bool m_finished = false;
 };
 
-/// The event of an error.
+/// The text that DownloadEvents records for an error.
 QString errorEvent();
 
-/// The events of a transfer without errors.
+/// The expected events of a transfer without errors.
 QStringList resumableEvents(qint64 size, const QString &path);
 QStringList restartEvents(qint64 size, const QString &path);
-/// The same with an error before the end.
+/// Inserts an error before "Finished".
 QStringList withError(QStringList events);
 
 } // namespace Kavo::Testing

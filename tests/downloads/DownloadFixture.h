@@ -11,8 +11,8 @@
 
 namespace Kavo::Testing {
 
-/// Base of tests of transfers. Each test function has a setup of its own. The default file of all
-/// functions is "/a" on the server and "a" in the cache folder.
+/// Base class of the transfer tests. Each test function gets a new DownloadSetup. By default all
+/// functions refer to the file "/a" of the server and "a" in the cache folder.
 class DownloadFixture : public QObject
 {
     Q_OBJECT
@@ -32,24 +32,24 @@ protected:
     HttpResource &serve(const QByteArray &body, const QString &path = "/a"_s) const;
     HttpResource &resource(const QString &path = "/a"_s) const { return server().resource(path); }
     QString url(const QString &path = "/a"_s) const { return server().url(path); }
-    /// The last GET.
     HttpRequest lastGet(const QString &path = "/a"_s) const { return server().last("GET", path); }
-    /// The range that it requested, null if it requested the whole file.
+    /// The range that the last GET requested, null if it requested the whole file.
     QByteArray range(const QString &path = "/a"_s) const { return lastGet(path).header("Range"); }
-    /// All requests: "HEAD /a, GET /a".
+    /// All requests as one text, such as "HEAD /a, GET /a".
     QString asked() const { return server().log().join(", "_s); }
 
-    /// Downloads of a file of the server, as the program makes them.
+    /// Create a download of a file of the server, see DownloadSetup.
     Pointer resumable(const QString &path = "/a"_s) const;
     Pointer restart(const QString &path = "/a"_s) const;
-    /// Adds the download and waits for its end. Returns its events.
+    /// Adds the download to the manager and waits until it has finished. Returns its events, or
+    /// "no end" after a timeout.
     QStringList transfer(const Pointer &download) const;
 
     QString path(const QString &name = "a"_s) const { return m_setup->path(name); }
     QByteArray content(const QString &name = "a"_s) const { return m_setup->content(name); }
     bool exists(const QString &name = "a"_s) const { return QFile::exists(path(name)); }
     bool put(const QByteArray &content, const QString &name = "a"_s) const;
-    /// The first bytes of what serveGenerated() serves.
+    /// The first `size` bytes of a body of TestHttpServer::serveGenerated().
     static QByteArray generated(int size) { return HttpResource::generated(0, size); }
 
 private:

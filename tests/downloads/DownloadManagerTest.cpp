@@ -7,7 +7,8 @@
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
-/// The queue: adding, finding, starting and removing downloads, and the file of each.
+/// Tests the queue: adding, finding, starting and removing downloads, and the choice of their
+/// files.
 class DownloadManagerTest final : public DownloadFixture
 {
     Q_OBJECT
@@ -197,7 +198,7 @@ private slots:
         QCOMPARE(download->getProcess(), Download::Process::Idle);
     }
 
-    /// A download whose file was complete already stays in the queue.
+    /// A download whose file was already complete stays in the queue.
     void queuedDownloadThatIsIdleAgainStartsAgain()
     {
         serve("content");
@@ -322,7 +323,7 @@ private slots:
     }
 
 private:
-    /// Adds a download that waits to be started.
+    /// Adds a download without starting it.
     Pointer hold(const Pointer &download) const
     {
         manager().add(download, true);

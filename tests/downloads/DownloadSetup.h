@@ -13,8 +13,9 @@
 
 namespace Kavo::Testing {
 
-/// Everything a test of transfers needs: an account, a server, a log and a download manager that
-/// writes into the account's cache folder.
+/// The objects that a transfer test needs: a temporary profile, a server, a log and a download
+/// manager that writes into the cache folder of the profile. All but the manager survive its
+/// restart.
 class DownloadSetup final
 {
 public:
@@ -27,16 +28,17 @@ public:
     LogCapture &log() { return m_log; }
     Managers::DownloadManager &manager() { return *m_manager; }
     const QSharedPointer<Settings> &settings() const { return m_settings; }
-    /// The next start of the program.
+    /// Replaces the manager by a new one, as the next start of the program does.
     void restartManager();
-    /// The end of the program.
+    /// Deletes the manager, as the end of the program does.
     void endManager() { m_manager.reset(); }
 
-    /// Downloads as the program creates them: the archive of a package, an image or the catalogue.
+    /// Creates a download with the options that the program uses for archives of packages.
     static Pointer resumable(const QString &url);
+    /// Creates a download with the options that the program uses for images and the catalogue.
     static Pointer restart(const QString &url);
 
-    /// Where the manager puts a file of this name.
+    /// The path of a file in the cache folder.
     QString path(const QString &name) const;
     bool put(const QString &name, const QByteArray &content) const;
     QByteArray content(const QString &name) const;

@@ -16,7 +16,7 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// Records every request and translates all texts.
+/// Records every source text with its context, and translates all of them to "translated".
 class RecordingTranslator final : public QTranslator
 {
 public:

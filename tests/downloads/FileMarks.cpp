@@ -15,7 +15,7 @@ bool refusesMarks = false;
 
 constexpr int LongestMark = 4096;
 
-/// The call of the system, or the error of a disk without extended attributes.
+/// Makes the system call, or fails as on a file system without extended attributes.
 template<typename... Arguments>
 long call(long number, Arguments... arguments)
 {

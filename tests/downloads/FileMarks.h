@@ -5,13 +5,14 @@
 
 namespace Kavo::Testing {
 
-/// Extended attributes of files as another program reads and writes them, past refuseMarks().
-QByteArray markOf(const QString &path, const QByteArray &name); ///< null when there is none
+/// Read and write extended attributes of a file by system calls, unaffected by refuseMarks().
+QByteArray markOf(const QString &path, const QByteArray &name); ///< null if there is none
 bool setMark(const QString &path, const QByteArray &name, const QByteArray &value);
 bool removeMark(const QString &path, const QByteArray &name);
 
-/// Whether the calls for extended attributes fail in this process, as on a disk without them. The
-/// functions of this name stand before those of the C library in every test that uses this.
+/// Makes the functions for extended attributes fail in this process, as on a file system without
+/// them. FileMarks.cpp defines getxattr(), fsetxattr() and fremovexattr(), which replace those of
+/// the C library in every test that is linked with it.
 void refuseMarks(bool refused);
 
 } // namespace Kavo::Testing

@@ -132,7 +132,7 @@ private slots:
 private:
     static constexpr qint64 Limit = 8000;
 
-    /// Writes a file of this size, changed this many days ago.
+    /// Writes a file of `size` bytes that was last modified `age` days ago.
     void put(const QString &name, int size, int age) const
     {
         QVERIFY(writeFile(m_folder + name, QByteArray(size, 'x')));
@@ -141,7 +141,7 @@ private:
         QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addDays(-age),
                                  QFile::FileModificationTime));
     }
-    /// Writes a file of 1000 bytes for each age in days.
+    /// Writes a file of 1000 bytes for each age, in days.
     void putAll(const QList<int> &ages) const
     {
         for (int number = 0; number < ages.size(); ++number)

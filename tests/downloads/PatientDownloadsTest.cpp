@@ -9,7 +9,8 @@ using Kavo::Managers::PatientQueue;
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
-/// Many patient downloads, and others that do not wait for them.
+/// Tests the download manager with many patient downloads, and with others that do not wait for
+/// them.
 class PatientDownloadsTest final : public DownloadFixture
 {
     Q_OBJECT
@@ -67,7 +68,8 @@ private slots:
         QVERIFY(!m_events.front()->hasFinished());
     }
 
-    /// Qt opens six connections to a host.
+    /// Qt opens at most six connections to a host. Four patient downloads and two archives take
+    /// them all, so the third archive waits.
     void archiveGetsTheNextConnectionThatIsFree()
     {
         addHeldPictures();
@@ -210,7 +212,7 @@ private:
         m_pictures.back()->setPatient(true);
         m_events.push_back(std::make_unique<DownloadEvents>(manager(), m_pictures.back()));
     }
-    /// Adds pictures that the server holds until they are released.
+    /// Adds `Many` pictures. The server does not answer their requests before releasePictures().
     void addHeldPictures()
     {
         for (int number = 0; number < Many; ++number) {

@@ -7,7 +7,8 @@
 using Kavo::Managers::PatientQueue;
 using namespace Kavo::Testing;
 
-/// The queue. All downloads are from one host unless a test uses others.
+/// Tests the order and the limits of the queue. Unless a test uses other hosts, all downloads are
+/// from one host.
 class PatientQueueTest final : public QObject
 {
     Q_OBJECT
@@ -75,7 +76,7 @@ private slots:
         m_queue->prefer(*near, true);
         QCOMPARE(takeAll(), "/10"_s);
         QCOMPARE(m_taken.size(), PatientQueue::MostOnTheirWay);
-        // Other downloads do not get its place.
+        // Other downloads do not get the place of a preferred one.
         endOne();
         QCOMPARE(takeAll(), QString());
     }
@@ -138,7 +139,7 @@ private:
         m_queue->append(download);
         return download;
     }
-    /// Appends downloads of these numbers.
+    /// Appends downloads with the numbers from `first` to `last`.
     QList<Pointer> appendAll(int first, int last)
     {
         QList<Pointer> all;
@@ -146,7 +147,7 @@ private:
             all.append(append(number));
         return all;
     }
-    /// Takes all downloads that may start. Returns their numbers.
+    /// Takes all downloads that may start. Returns their numbers, such as "/1/2/3".
     QString takeAll()
     {
         QString numbers;

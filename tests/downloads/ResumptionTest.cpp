@@ -14,14 +14,16 @@ const QByteArray UrlMark = "user.xdg.origin.url";
 const QByteArray DateMark = "user.kavo.last-modified";
 const QByteArray TagMark = "user.kavo.etag";
 
-/// The date of every file of the server unless a test sets another.
+/// The date that a file of the server has unless a test sets another.
 const QByteArray UsualDate = "Wed, 17 May 2023 12:00:00 GMT";
 const QDateTime Later(QDate(2024, 2, 29), QTime(8, 30), Qt::UTC);
 const QByteArray LaterDate = "Thu, 29 Feb 2024 08:30:00 GMT";
 
 } // namespace
 
-/// Parts of earlier transfers. A part is resumed only if its address and its date match.
+/// Tests the resumption of partial files of earlier transfers. A part is resumed unless its marks
+/// show that it has another origin than the file of the server. Marks are extended attributes with
+/// the address, the date and the entity tag.
 class ResumptionTest final : public DownloadFixture
 {
     Q_OBJECT
@@ -33,7 +35,7 @@ private slots:
         refuseMarks(false);
         QVERIFY(put({}, "probe"_s));
         if (!setMark(path("probe"_s), UrlMark, "x"))
-            QSKIP("The file system of the temporary folder keeps no marks");
+            QSKIP("The file system of the temporary folder has no extended attributes");
     }
 
     void cleanup() override
@@ -60,7 +62,7 @@ private slots:
             .row("without quotes", "a", {})
             .row("half a tag", R"(a")", {})
             .row("a quote alone", R"(")", {})
-            // So it looks when Qt keeps the headers of a redirect before those of the file.
+            // Qt sometimes joins the headers of a redirect and those of the file.
             .row("after that of a redirect", R"(W/"a", "b")", R"("b")")
             .row("weak, after that of a redirect", R"("a", W/"b")", {});
     }
@@ -167,7 +169,8 @@ private slots:
     }
 
     void fileOfAnotherTagIsNotUsed_data() { Rows<int>().row("half", 1000).row("whole", 5000); }
-    /// Two versions may have the same size and the same date, for example that of their unpacking.
+    /// Two versions may have the same size and date, for example the date on which the server's
+    /// files were unpacked.
     void fileOfAnotherTagIsNotUsed()
     {
         const auto [present] = Rows<int>::current();
@@ -215,7 +218,7 @@ private slots:
         QCOMPARE(mark(byTag ? TagMark : DateMark), byTag ? R"("2")" : LaterDate);
     }
 
-    /// A real server accepts our validator and detects a changed file.
+    /// A real server accepts the program's validator and detects a changed file.
     void nginxKnowsTheValidator()
     {
         if (!Nginx::isAvailable())
@@ -269,7 +272,7 @@ private slots:
         QCOMPARE(content(), generated(5000));
     }
 
-    /// So it looks when Qt keeps the headers of a redirect before those of the file.
+    /// Qt sometimes joins the headers of a redirect and those of the file.
     void dateOfARedirectDoesNotCount()
     {
         serve("content").headers = {{"Last-Modified", "Sat, 01 Jan 2022 00:00:00 GMT"}};
@@ -310,7 +313,7 @@ private slots:
         Rows<bool>().row("copied without them", false).row("on a disk that keeps none", true);
     }
 
-    /// Without marks only size and name count.
+    /// Without marks, a part is compared by its name and size only.
     void partWithoutMarksIsResumed()
     {
         const auto [refused] = Rows<bool>::current();
@@ -337,13 +340,14 @@ private slots:
 
 private:
     QByteArray mark(const QByteArray &name) const { return markOf(path(), name); }
-    /// Fetches a file of the server and waits for the end.
+    /// Fetches a file of the server and waits until the transfer has ended.
     void fetch(const QString &path = "/a"_s) const { QVERIFY(ends(resumable(path))); }
     bool ends(const Pointer &download) const
     {
         return transfer(download).last().startsWith("finished "_s);
     }
-    /// Fetches only this many bytes of the body. The server still has the whole.
+    /// Fetches only the first `size` bytes of a file and restarts the manager. The server has the
+    /// whole file from then on.
     HttpResource &fetchHalf(const QByteArray &body, int size, const QString &path = "/a"_s,
                             const QByteArray &tag = {}) const
     {

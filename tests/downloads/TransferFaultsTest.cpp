@@ -8,8 +8,8 @@
 using Kavo::Models::Download;
 using namespace Kavo::Testing;
 
-/// Faults of servers, connections and disks. A transfer always ends, errors come before the end,
-/// and the next attempt uses the part that is there.
+/// Tests transfers with faults of servers, connections and disks. A transfer always ends, an error
+/// is announced before the end, and the next attempt resumes the part that has arrived.
 class TransferFaultsTest final : public DownloadFixture
 {
     Q_OBJECT
@@ -51,7 +51,8 @@ private slots:
         QCOMPARE(content(), QByteArray("abccontent"));
     }
 
-    /// The probe is answered with length and date of a page that is shorter than the part.
+    /// The answer to the probe has the length and the date of an error page, which is shorter than
+    /// the part.
     void lengthOfAnErrorPageIsIgnored()
     {
         serve("a page").getStatus = HttpStatus::FORBIDDEN;
@@ -82,7 +83,7 @@ private slots:
         QVERIFY(manager().find(url()).isNull());
         QCOMPARE(log().count("Network Error : "_s), 1);
         QCOMPARE(log().count("Download Error - "_s + url() + " : "_s), 1);
-        // The page is not written, and its missing length is not reported.
+        // The page is not written, and the missing bytes are not logged as a wrong size.
         QVERIFY(!exists());
         QCOMPARE(log().count("Size Error : "_s), 0);
     }
@@ -118,7 +119,7 @@ private slots:
         });
         QCOMPARE(transfer(download), withError(resumableEvents(500000, path())));
         QVERIFY(content() == body.left(1000));
-        // The missing bytes are not an error of the disk.
+        // Bytes that are dropped on purpose are not logged as a disk error.
         QCOMPARE(log().count("Write Error : "_s), 0);
 
         serve(body);
@@ -186,10 +187,10 @@ private slots:
         QStringList events = transfer(resumable());
         QVERIFY(events.contains(errorEvent()));
         QVERIFY(events.indexOf(errorEvent()) < events.indexOf("Finished"_s));
-        // Qt reports most, but not all, of these ends as errors. The size always shows them.
+        // Qt does not report all of these ends as errors. The program detects the others itself.
         events.removeAll(errorEvent());
         QCOMPARE(events, resumableEvents(500000, path()));
-        // A reset may discard bytes in transit. All bytes that arrived are the beginning.
+        // A reset may discard bytes in transit. The file is then a shorter beginning of the body.
         const QByteArray part = content();
         QVERIFY(part == generated(part.size()));
         QVERIFY(resets ? part.size() <= 200000 : part.size() == 200000);
@@ -210,7 +211,8 @@ private slots:
             .row("body in chunks", true, false);
     }
 
-    /// The end of the connection and the last bytes may come together or one after the other.
+    /// The program may receive the last bytes and the end of the connection together or one after
+    /// the other, so many sizes are tried.
     void cutIsAlwaysNoticed()
     {
         const auto [chunked, restarts] = Rows<bool, bool>::current();
@@ -283,7 +285,8 @@ private slots:
             .row("later, without saying so", 500, true);
     }
 
-    /// Such bytes are useless, so the whole file is requested.
+    /// Bytes from another place, or from an unknown one, are useless, so the whole file is
+    /// requested.
     void rangeAtAnotherPlace()
     {
         const auto [displacement, hidden] = Rows<int, bool>::current();
@@ -304,7 +307,7 @@ private slots:
         const QStringList events = transfer(resumable());
         QCOMPARE(events.count(errorEvent()), 1);
         QVERIFY(events.last().startsWith("finished "_s));
-        // The server does not have these bytes, and would not have them the next time.
+        // The part is removed, because the server would refuse its range again.
         QVERIFY(!exists());
 
         QCOMPARE(transfer(resumable()), resumableEvents(5000, path()));
@@ -331,7 +334,7 @@ private slots:
         serve("old").laterBody = "a newer one";
         QCOMPARE(transfer(resumable()), resumableEvents(3, path()));
         QCOMPARE(content(), QByteArray("a newer one"));
-        // The next attempt learns the new size and has nothing to fetch.
+        // The probe of the next attempt gets the new size, so there is nothing to fetch.
         transfer(resumable());
         QCOMPARE(asked(), "HEAD /a, GET /a, HEAD /a"_s);
     }
@@ -365,7 +368,7 @@ private slots:
             rows.row(kind, kind, "content").row(kind + QByteArray(", empty body"), kind, "");
     }
 
-    /// The bytes after a loss would look like the beginning of the file.
+    /// A special file in the place of the download would make every further attempt fail.
     void specialFilesAreReplaced()
     {
         const auto [kind, body] = Rows<QString, QByteArray>::current();
@@ -377,7 +380,7 @@ private slots:
         QVERIFY(!transfer(resumable()).contains(errorEvent()));
         QCOMPARE(content(), body);
 
-        // Pictures and the catalogue start over, which clears the place.
+        // A download that starts over, such as a picture, removes the special file first.
         QFile::remove(path());
         QVERIFY(takePlace(kind));
         QVERIFY(!transfer(restart()).contains(errorEvent()));
@@ -410,7 +413,7 @@ private slots:
     }
 
     void fullDiskIsAnError_data() { lengthOrChunks(); }
-    /// Every write to this device fails as on a full disk.
+    /// Every write to /dev/full fails as on a full disk.
     void fullDiskIsAnError()
     {
         const auto [chunked] = Rows<bool>::current();
@@ -418,7 +421,7 @@ private slots:
         server().serveGenerated("/a"_s, Size).chunked = chunked;
         QVERIFY(QFile::link("/dev/full"_s, path()));
         QCOMPARE(transfer(resumable()), withError(resumableEvents(Size, path())));
-        // Opening a device for appending makes Qt complain.
+        // Only the last lines count, because Qt logs a warning when it opens a device to append.
         const QStringList lines = log().lines();
         QCOMPARE(lines.mid(lines.size() - 3),
                  lossLines(path(), Size) + QStringList(sizeLine(0, Size)));
@@ -434,10 +437,10 @@ private slots:
         {
             const FullDisk disk(Room);
             events = std::make_unique<DownloadEvents>(manager(), resumable());
-            // The space ends in the middle of a write, so some bytes are lost.
+            // The disk becomes full in the middle of a write, so some bytes are lost.
             QTRY_COMPARE(QFileInfo(path()).size(), Room);
         }
-        // There is space again, but the next bytes would leave a gap.
+        // Now there is space again, but further bytes must be dropped, as they would follow a gap.
         server().release("/a"_s);
         QVERIFY(events->waitForFinished());
         QCOMPARE(events->list(), withError(resumableEvents(Size, path())));
@@ -479,7 +482,7 @@ private:
                 change(resource());
         });
     }
-    /// The lines of the log about bytes that could not be written.
+    /// The expected log lines about bytes that could not be written.
     QStringList lossLines(const QString &path, qint64 bytes) const
     {
         const QString loss = "%1 bytes were not written"_s.arg(bytes);

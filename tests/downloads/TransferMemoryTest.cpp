@@ -18,14 +18,15 @@ namespace {
 
 constexpr qint64 Mebibyte = 1024 * 1024;
 
-/// Memory that this process occupies, in bytes.
+/// The resident memory of this process in bytes. Assumes pages of 4096 bytes.
 qint64 residentMemory()
 {
     const QByteArray pages = readFile("/proc/self/statm"_s).split(' ').value(1);
     return pages.toLongLong() * 4096;
 }
 
-/// A server in a thread of its own, which sends while the thread of the test is busy.
+/// Runs a server in its own thread, so that it can send while the test's thread is blocked. The
+/// constructor waits until the server is listening.
 class ServerThread final : public QThread
 {
 public:
@@ -63,14 +64,14 @@ private:
 
 } // namespace
 
-/// How much memory a transfer needs.
+/// Tests that the memory of a transfer does not grow with the size of its file.
 class TransferMemoryTest final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    /// The writing side stands still, as with a disk that is slower than the network, until the
-    /// memory has grown over the bound or would have had the time to.
+    /// Blocks the writing thread, like a disk that is slower than the network, until the memory has
+    /// exceeded the bound or has had enough time to do so.
     void slowDiskDoesNotFillTheMemory()
     {
         constexpr qint64 Bound = 48 * Mebibyte;
@@ -119,7 +120,7 @@ private slots:
             QVERIFY(QFile::link(linkTarget, setup.path("a"_s)));
         const qint64 before = residentMemory();
         qint64 growth = 0;
-        // Buffered bytes stay in memory until the end.
+        // Buffered bytes would stay in memory until the transfer ends.
         const auto measure = [&] { growth = qMax(growth, residentMemory() - before); };
         connect(download.data(), &Download::currentSize, this, measure);
         connect(download.data(), &Download::processChanged, this, measure);

@@ -12,7 +12,7 @@ constexpr qint64 MB = 1000000;
 constexpr qint64 Second = 1000;
 constexpr qint64 Day = 24 * 60 * 60;
 
-/// A file that grows, measured at the end of each second. The test sets the time.
+/// A file that grows and is measured at the end of each second. The time is simulated.
 struct GrowingFile
 {
     explicit GrowingFile(qint64 begin = 0, qint64 there = 0) : rate(begin), size(there), now(begin)
@@ -39,7 +39,7 @@ struct GrowingFile
 
 } // namespace
 
-/// The estimate of the remaining time.
+/// Tests the estimate of the remaining time and the detection of silence.
 class TransferRateTest final : public QObject
 {
     Q_OBJECT
@@ -139,7 +139,7 @@ private slots:
         file.grow(MB, 20);
         file.rate.add(file.size, file.now + 9 * Second);
         QVERIFY(file.rate.isSilent(file.now + 10 * Second));
-        // It does not end the silence either.
+        // Nor does an unchanged size end a silence that has begun.
         file.rate.add(file.size, file.now + 11 * Second);
         QVERIFY(file.rate.isSilent(file.now + 11 * Second));
     }
@@ -150,7 +150,7 @@ private slots:
         file.grow(MB, 20);
         QVERIFY(file.rate.secondsLeft(1000 * MB, file.now + 9 * Second));
         QVERIFY(!file.rate.secondsLeft(1000 * MB, file.now + 10 * Second));
-        // Neither the hour nor the bytes at its end say anything about the rate from now on.
+        // Neither the silent hour nor the bytes that end it count in the new rate.
         file.now += 3599 * Second;
         file.grow(50 * MB, 1);
         QCOMPARE(file.untilSize(1000 * MB), qint64(-1));

@@ -15,7 +15,7 @@ constexpr qint64 Gibibyte = Q_INT64_C(1024) * 1024 * 1024;
 
 } // namespace
 
-/// Transfers that go well: phases, requests, resumption and sizes.
+/// Tests successful transfers: phases, requests, resumption and sizes.
 class TransferTest final : public DownloadFixture
 {
     Q_OBJECT
@@ -65,8 +65,8 @@ private slots:
     }
 
     void burstIsAnnouncedAtOnce_data() { Rows<int>().row("fresh", 0).row("resumed", 1000); }
-    /// The network layer reports progress only now and then. Bytes that arrive before a pause must
-    /// be announced.
+    /// The network layer limits how often it reports progress. Bytes that arrive before a pause
+    /// must be announced nevertheless.
     void burstIsAnnouncedAtOnce()
     {
         const auto [part] = Rows<int>::current();
@@ -163,7 +163,7 @@ private slots:
         QCOMPARE(events.currentSizes().last(), 10);
     }
 
-    /// An archive can be resumed only if it is not compressed on the way.
+    /// A transfer can be resumed only if the server does not compress the body.
     void onlyRestartsAreCompressed()
     {
         const QByteArray body(100000, 'x');
@@ -222,7 +222,7 @@ private slots:
         serve("").redirect = otherHost ? server().otherHostUrl("/real"_s).toLatin1() : "/real";
         QVERIFY(put(generated(1000)));
         QCOMPARE(transfer(resumable()), resumableEvents(5000, path()));
-        // Qt now and then repeats a request that was answered with a redirect.
+        // Qt sometimes repeats a request that was answered with a redirect.
         QStringList requests = server().log();
         requests.removeDuplicates();
         QCOMPARE(requests, QStringList({"HEAD /a"_s, "HEAD /real"_s, "GET /a"_s, "GET /real"_s}));
@@ -230,7 +230,7 @@ private slots:
         QCOMPARE(content(), generated(5000));
     }
 
-    /// So it looks when Qt keeps the headers of a redirect before those of the file.
+    /// Qt sometimes joins the headers of a redirect and those of the file.
     void lengthOfTheLastAnswerCounts()
     {
         serve(generated(5000)).headers = {{"Content-Length", "145"}};
@@ -251,7 +251,7 @@ private slots:
         server().release("/a"_s);
         resource().holdAfter = 1234;
         QVERIFY(server().waitForRequests(2));
-        // Received bytes are written at once.
+        // Received bytes are written immediately.
         QTRY_COMPARE(QFileInfo(path()).size(), 1234);
         QCOMPARE(download->getProcess(), Download::Process::Download);
         server().release("/a"_s);
@@ -316,7 +316,7 @@ private slots:
         QVERIFY(writeFile(nginx.folder() + "an archive.7z"_s, body));
         QVERIFY(put(body.left(1234567), "an archive.7z"_s));
         for (int run = 0; run < 2; ++run) {
-            // The second run finds the file complete.
+            // The second run finds the complete file.
             const auto download = DownloadSetup::resumable(nginx.url("/an archive.7z"_s));
             DownloadEvents events(manager(), download);
             QVERIFY(events.waitForFinished());

@@ -41,7 +41,7 @@ private slots:
         ArchiveClaim second = claim();
         first.deleteArchive();
         QVERIFY(stands());
-        // A claim that was given up no longer counts.
+        // This claim was already released, so the call has no effect.
         first.deleteArchive();
         QVERIFY(stands());
         second.deleteArchive();

@@ -32,7 +32,7 @@ ArchiveEntry hardLink(const QByteArray &path, const QByteArray &target)
     return {QString::fromUtf8(path), Kind::HARD_LINK, 0, QString::fromUtf8(target), false};
 }
 
-/// Finds the entries that would leave the folder an archive is unpacked into.
+/// Tests which entries of an archive count as leaving the folder that it is unpacked into.
 class ArchiveContainmentTest final : public QObject
 {
     Q_OBJECT
@@ -67,7 +67,7 @@ private slots:
     void wayOutIsFound_data()
     {
         Archives rows;
-        // A later entry goes through the link.
+        // ".." is refused even if the path stays in the folder. A backslash separates names too.
         for (const char *path : {"door/../..", "door/..", "door\\..\\..", "door/..\\x"})
             rows.row(path, {file("a"), file(path)});
         rows.row("NUL", {{"door"_s + QChar(QChar::Null), Kind::FILE, 1, {}, false}})
@@ -106,7 +106,7 @@ private slots:
         QVERIFY2(found->contains("door"_s), qPrintable(*found));
     }
 
-    /// The entry would replace the folder itself.
+    /// A link without a name would replace the folder that is unpacked into.
     void linkNeedsAName()
     {
         for (const char *path : {"", ".", "./"})
@@ -120,7 +120,7 @@ private slots:
         const QString disk = profile.folder("disk/scenery"_s);
         QVERIFY(QDir(simulator).mkpath("Aircraft"_s));
         QVERIFY(QFile::link(disk.chopped(1), simulator + "Custom Scenery"_s));
-        // The folder is a link, and its parent is on the other disk.
+        // "Custom Scenery" is a link of the user, so ".." in it is a folder outside the simulator.
         QVERIFY(wayOut({link("Custom Scenery/door", "../x")}, simulator));
         QVERIFY(wayOut({link("door", "Custom Scenery/../x")}, simulator));
         QVERIFY(!wayOut({link("Custom Scenery/a/inside", "../x")}, simulator));
@@ -130,7 +130,8 @@ private slots:
 
     void manyLinksInARowEnd()
     {
-        // Each link doubles the number of steps.
+        // Each link doubles the number of steps to resolve it. A link that needs too many steps
+        // counts as leaving the folder.
         QVector<ArchiveEntry> entries;
         for (int number = 1; number < 60; ++number) {
             const QByteArray before = 'l' + QByteArray::number(number - 1);

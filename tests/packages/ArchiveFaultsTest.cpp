@@ -15,8 +15,9 @@ using namespace Kavo::Testing;
 
 Q_DECLARE_METATYPE(Files)
 
-/// Updates with a faulty archive, disk or 7-Zip. Other people's files stay unchanged, nothing
-/// appears outside the simulator, and a good archive later installs the right files.
+/// Updates with unusual or faulty archives, a faulty disk or a faulty 7-Zip. Files that do not
+/// belong to the add-on stay unchanged, no file appears outside the simulator, and a later update
+/// with a good archive succeeds.
 class ArchiveFaultsTest final : public QObject
 {
     Q_OBJECT
@@ -24,8 +25,8 @@ class ArchiveFaultsTest final : public QObject
 private slots:
     void initTestCase()
     {
-        // Mounts in our own namespace end with this process, however it ends. Threads that exist
-        // already would not see them, so this comes before the first task.
+        // Mounts in a private namespace vanish with this process, however it ends. Threads that
+        // already exist would not see them, so this must precede the first background task.
         m_mounts = ::unshare(CLONE_NEWNS) == 0 &&
                    ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     }
@@ -45,7 +46,7 @@ private slots:
         };
         for (const char *format : {"7z", "zip"})
             cut(format, archive(format), 20);
-        // A tar archive may end with any number of zeros.
+        // A tar archive ends with a variable number of zeros, so more than these must be cut.
         cut("tar", archive("tar"), 30000);
         for (const char *format : {"gz", "bz2", "xz"})
             cut(format, compressed(archive("tar"), QLatin1String(format)), 5);
@@ -53,7 +54,7 @@ private slots:
             whole[whole.size() / 2] = static_cast<char>(~whole.at(whole.size() / 2));
             return whole;
         };
-        // The listing does not show this fault.
+        // The first two faults do not show in the listing, only when the archive is unpacked.
         rows.row("7z, damaged", turned(archive("7z")), refused())
             .row("zip, damaged in the last entry", turned(archive("zip")), refused())
             .row("7z, encrypted", archive("7z", "password"), locked)
@@ -166,7 +167,7 @@ private slots:
     void readOnlyDiskCostsNothing()
     {
         if (!m_mounts)
-            QSKIP("Only a superuser can mount a disk for reading alone");
+            QSKIP("Only a superuser can mount a disk read-only");
         const LogCapture log;
         UpdateSetup setup;
         const HttpResource good = setup.resource();
@@ -248,8 +249,8 @@ private slots:
     }
 
 private:
-    /// Creates a user's file in an outside folder, and replaces the placeholder in the entries by
-    /// the folder's name.
+    /// Creates a file of the user in a folder outside the simulator. Replaces the placeholder
+    /// OUTSIDE in the entries by the path of that folder.
     static void putOutside(UpdateSetup &setup, QVector<TarEntry> &entries)
     {
         const QString folder = setup.otherFolder().chopped(1);
@@ -260,7 +261,8 @@ private:
         }
     }
 
-    /// Updates with this archive, then calls wrongRecovery(). Returns what is wrong.
+    /// Updates with this archive, checks the outcome and calls wrongRecovery(). Returns a
+    /// description of the errors, empty if there are none.
     static QString wrongCourse(UpdateSetup &setup, const QByteArray &archive, Package::State state,
                                const QStringList &lines)
     {
@@ -272,12 +274,14 @@ private:
         return wrongRecovery(setup, good);
     }
 
-    /// Updates again, with a good archive, and uninstalls. Returns what is wrong.
+    /// Updates again with a good archive, and uninstalls. Returns a description of the errors,
+    /// empty if there are none.
     static QString wrongRecovery(UpdateSetup &setup, const HttpResource &good)
     {
         setup.serve(good);
         setup.setUpdate(updateFiles());
-        const QString wrong = setup.update() ? setup.wrongEnd(Package::INSTALLED) : "no end"_s;
+        const QString wrong = setup.update() ? setup.wrongEnd(Package::INSTALLED)
+                                             : "the second update does not end"_s;
         return wrong.isEmpty() ? setup.lossAfterRemoval() : wrong;
     }
 

@@ -25,7 +25,8 @@ Q_DECLARE_METATYPE(FailureReason::Kind)
 
 const QString AddOn = "plugin/plugin.xpl"_s;
 
-/// An entry in the form "newc": thirteen numbers of eight digits, the name and the content, padded.
+/// An entry in the cpio format "newc": a magic number, thirteen numbers of eight hexadecimal
+/// digits, the name and the content, each part padded to four bytes.
 QByteArray cpioEntry(const QByteArray &name, int mode, const QByteArray &content)
 {
     QByteArray header("070701");
@@ -38,15 +39,16 @@ QByteArray cpioEntry(const QByteArray &name, int mode, const QByteArray &content
     return padded(header + name + '\0') + padded(content);
 }
 
-/// An archive of version 2.0.
+/// A valid archive of version 2.0.
 QByteArray content()
 {
     static const QByteArray bytes = archiveOf({{AddOn, "2.0"}}, "zip"_s);
     return bytes;
 }
 
-/// Checks before an installation changes anything, by real installations. An archive or a simulator
-/// that is known to be bad costs nothing, and the version before stays installed.
+/// Real installations that test the checks of the archive and the simulator: if one fails, nothing
+/// is changed and the previous version stays installed. Also tests the cleanup after a first
+/// installation that failed later.
 class ArchiveLookTest final : public EngineTest
 {
     Q_OBJECT
@@ -71,7 +73,7 @@ private slots:
             .row("another content", with("sha256", another), Kind::CHECKSUM_DIFFERS)
             .row("half a digest", with("sha256", digest.left(32)), Kind::CHECKSUM_DIFFERS)
             .row("no digest", with("sha256", "unknown"_s), Kind::CHECKSUM_DIFFERS)
-            // Headers that do not describe the archive have no effect.
+            // A size or digest that is not a valid value is ignored.
             .row("empty digest", QJsonObject{{"sha256"_s, QString()}}, Kind::NONE)
             .row("digest that is no text", QJsonObject{{"sha256"_s, 5}}, Kind::NONE)
             .row("size that is no number", QJsonObject{{"size"_s, "many"_s}}, Kind::NONE)
@@ -86,7 +88,7 @@ private slots:
         offerUpdate(keys);
         archive(7, "2.0"_s).body = content();
         updateEndsWith(kind);
-        // A download that had the wrong size or checksum is not resumed.
+        // An archive that was refused is deleted, or a later download would resume it.
         QCOMPARE(filesUnder(cached({})).filter("package-7"_s), QStringList());
     }
 
@@ -114,7 +116,7 @@ private slots:
     void sharedArchiveIsComparedForEach()
     {
         const QByteArray shared = archiveOf({{"shared.txt"_s, "x"}}, "zip"_s);
-        // Either of them may start the transfer.
+        // Any of the three packages may start the transfer.
         for (const int id : {1, 2, 3}) {
             const QJsonObject keys[] = {{}, keysOf(shared), keysOf("something else")};
             offer(Offer{id}.at("/shared.zip"_s).with(keys[id - 1]));
@@ -233,7 +235,7 @@ private slots:
             .row("link outside", 0120777, "../../outside", false)
             .row("device", 0020644, QByteArray(), false);
     }
-    /// Some packaging tools of Linux make such archives; 7-Zip does not.
+    /// 7-Zip cannot create cpio archives, but some Linux tools do.
     void cpioIsLookedAt()
     {
         const auto [mode, content, isHarmless] = Rows<int, QByteArray, bool>::current();
@@ -290,7 +292,7 @@ private slots:
     }
 
 private:
-    /// Offers 1.0 and installs it, then offers 2.0 with these keys.
+    /// Offers 1.0, and 2.0 with these additional keys. Installs 1.0.
     void offerUpdate(const QJsonObject &keys)
     {
         const Offer first = Offer{7}.bringing({{AddOn, "1.0"}}).removing({"plugin"_s});
@@ -305,7 +307,9 @@ private:
         return {{"size"_s, archive.size()}, {"sha256"_s, QString::fromLatin1(digest.toHex())}};
     }
 
-    /// Updates to 2.0. If that fails, 1.0 must be there as before, also after a refresh.
+    /// Updates to 2.0 and checks the reason of the failure. NONE stands for success. After a
+    /// failure the files of 1.0 must be unchanged, and it must be shown as installed after a
+    /// refresh.
     void updateEndsWith(Kind kind)
     {
         const auto before = fileTree(simulator({}));

@@ -21,7 +21,7 @@ const QString Path = "/packages.json"_s;
 
 } // namespace
 
-/// The largest catalogue that is accepted.
+/// Tests the size limit of the catalogue, and that each request fetches it anew.
 class CatalogueFeedTest final : public QObject
 {
     Q_OBJECT
@@ -50,15 +50,15 @@ private slots:
             .row("in chunks", false, true)
             .row("until the end of the connection", false, false);
     }
-    /// The body never ends, so the transfer has to be aborted.
+    /// The server does not complete the body, so the transfer must be aborted.
     void longCatalogueIsAnError()
     {
         const auto [announced, chunked] = Rows<bool, bool>::current();
         HttpResource &resource = m_setup->server().serveGenerated(Path, Largest + 1);
         resource.chunked = chunked;
         resource.getWithoutLength = !announced && !chunked;
-        // The length announces one byte more than is sent, except where the length alone must be
-        // enough.
+        // If the length is announced, it alone must cause the error, so no byte of the body is
+        // sent. Otherwise the server sends one byte more than the limit and holds back the rest.
         if (!announced)
             resource.generatedSize = Largest + 2;
         resource.holdAfter = announced ? 0 : Largest + 1;
@@ -105,7 +105,7 @@ private slots:
         QCOMPARE(m_setup->content("packages.json"_s), "[]");
     }
 
-    /// A refresh must show what the server has now, however long its previous answer may be kept.
+    /// A refresh must fetch the current catalogue, even if the server allows caching.
     void freshCatalogueIsAskedForAllTheSame()
     {
         QSignalSpy available(m_feed.get(), &CatalogueFeed::available);

@@ -26,7 +26,7 @@ const QByteArray EveryKey =
     R"("install": {"extract": "Resources/plugins", "preserve": ["a.cfg"], "backup": ["b"]},)"
     R"("uninstall": {"remove": ["Resources/plugins/Jetways"]}}]}])";
 
-/// Everything the parser returned, as text. Default values are left out.
+/// All values of a parsed package as "key=value", except default values.
 QStringList facts(const Package &package)
 {
     QStringList found;
@@ -68,7 +68,7 @@ QStringList facts(const Package &package)
     return found;
 }
 
-/// What the parser reads from a catalogue with one package.
+/// Parses a catalogue with one package and returns facts() of it.
 QStringList factsOf(const QByteArray &json)
 {
     const PackageList packages = parse(json);
@@ -77,7 +77,7 @@ QStringList factsOf(const QByteArray &json)
 
 } // namespace
 
-/// Reads catalogues, including hostile ones.
+/// Parses valid, incomplete and malicious catalogues.
 class CatalogueParserTest final : public QObject
 {
     Q_OBJECT
@@ -102,7 +102,7 @@ private slots:
             QByteArray(R"(3|-1.5|true|null|"text"|[]|{}|[["x"]]|{"en": 3}|{"en": {"en": "x"}})"
                        R"(|{"fr": "x"}|{"en": ["x"]})")
                 .split('|');
-        // Values of the right type, and values that keep a place, have tests of their own.
+        // Values of the right type are left out. Arrays with elements of a wrong type follow below.
         const auto isText = [](const QByteArray &value) { return value.startsWith('"'); };
         const auto isNumber = [](const QByteArray &value) { return value == "3"; };
         const auto isFullArray = [](const QByteArray &value) { return value.startsWith("[["); };
@@ -139,7 +139,7 @@ private slots:
         for (const char *element : {"\"text\"", "3", "null", "[1]"})
             table.row(element, '[' + QByteArray(element) + ']', {});
 
-        // Elements of a wrong type keep their place.
+        // Elements of a wrong type are not left out: they become empty elements.
         const auto mixed = [&table](const QByteArray &key, QByteArray frame,
                                     QString expected = "versions=1 %1=[|a|||||d]"_s) {
             const QByteArray elements = R"([3, "a", null, ["x"], {"b": "c"}, true, "d"])";

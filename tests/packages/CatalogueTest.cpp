@@ -41,7 +41,7 @@ private slots:
         QCOMPARE(found.first()->id(), 3);
         QCOMPARE(found.last()->id(), 2);
 
-        // So many that chance does not put them in order.
+        // Enough packages that the order is not right by chance.
         PackageList many;
         QVector<int> ids;
         for (int id = 40; id >= 1; --id) {
@@ -82,7 +82,8 @@ private slots:
         QCOMPARE(catalogue.mentioning(1), PackageList({first, second}));
     }
 
-    /// The entry is fatal only when this version is requested, not when the catalogue is loaded.
+    /// An empty dependency entry ends the process when dependencies of this version are resolved,
+    /// but not when the catalogue is loaded.
     void emptyEntryNamesNoPackage()
     {
         Catalogue catalogue;

@@ -15,7 +15,7 @@
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
-/// Applies rules that name common folders and files to a simulator that has all of them.
+/// Applies rules of add-ons that name common places to a simulator that has all of these places.
 class CommonPlacesTest final : public QObject
 {
     Q_OBJECT

@@ -19,7 +19,7 @@ namespace {
 const QString Kept = "plugin/settings.ini"_s;
 const QString Replaced = "lights.txt"_s;
 
-/// More than the small disk holds.
+// Each is larger than the disk of the test.
 const QByteArray Original(200 * 1024, 'o');
 const QByteArray Written(200 * 1024, 'w');
 
@@ -31,8 +31,8 @@ using Cases = Rows<Fault, bool, bool>;
 
 Q_DECLARE_METATYPE(Fault)
 
-/// The user's file cannot be copied: the installation fails before it changes anything, whether it
-/// is the first one or an update.
+/// Installations and updates during which a file of the user cannot be copied. They must fail
+/// before they change anything.
 class CopyFaultsTest final : public EngineTest
 {
     Q_OBJECT
@@ -40,8 +40,8 @@ class CopyFaultsTest final : public EngineTest
 private slots:
     void initTestCase()
     {
-        // Mounts in our own namespace end with this process, however it ends. Threads that exist
-        // already would not see them, so this comes before the first task.
+        // Mounts in a private namespace vanish with this process, however it ends. Threads that
+        // already exist would not see them, so this must precede the first background task.
         m_mounts = ::unshare(CLONE_NEWNS) == 0 &&
                    ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     }
@@ -93,7 +93,8 @@ private slots:
 private:
     void setUp() override
     {
-        // Only the second version replaces a file, so an update has to make both copies as well.
+        // Only version 2.0 replaces a file, so an update to it makes the same two copies as a first
+        // installation: of the settings and of the replaced file.
         const Offer first = Offer{7}
                                 .bringing({{"plugin/plugin.xpl"_s, "1.0"}})
                                 .keeping({Kept})
@@ -105,7 +106,7 @@ private:
         QVERIFY(writeFile(simulator(Replaced), Original) && publish({first, second}));
     }
 
-    /// Makes the folder fail as long as the guard exists.
+    /// Makes it impossible to copy files to the folder, until mend(). Returns whether it succeeded.
     static bool fail(Fault fault, const QByteArray &folder)
     {
         const char *path = folder.constData();
@@ -130,7 +131,7 @@ private:
             ::umount2(folder.constData(), MNT_DETACH);
     }
 
-    /// The files in the preserve and backup folders, including marks.
+    /// All files in the preserve and backup folders, including hidden marks of copies.
     QStringList copies() const
     {
         return filesUnder(profile().preserveFolder()) + filesUnder(profile().backupFolder());

@@ -74,8 +74,8 @@ private slots:
     void strangerThatCannotMakeRoomStays()
     {
         simulatorWithCopy("11"_s, "eleven");
-        // The test does not know the name of the folder the copy would wait in, so every name is
-        // taken.
+        // The name of the hidden folder to which the copy would be moved is not known here. It is
+        // found by a first move, and a file with that name prevents the second one.
         const QString twelve = simulatorWithCopy("12"_s, "twelve");
         const QString waiting =
             m_copies + QDir(m_copies)
@@ -119,7 +119,7 @@ private slots:
         QVERIFY(QDir(m_profile->folder({})).rename("11"_s, "eleven"_s));
         const QString renamed = m_profile->folder("eleven"_s);
         QCOMPARE(copy(store(renamed)), "eleven");
-        // Then another copy may get the name.
+        // A new simulator in a folder with the old name does not get the copy.
         const QString other = m_profile->folder("11"_s);
         QCOMPARE(copy(store(other)), QByteArray());
         QCOMPARE(copy(store(renamed)), "eleven");
@@ -177,7 +177,7 @@ private slots:
         QCOMPARE(now.find(Entry), m_copies + Entry);
         QCOMPARE(copy(now), "eleven");
         QCOMPARE(filesUnder(former), QStringList());
-        // The copy still belongs to its simulator.
+        // The copy is still foreign to other simulators.
         QCOMPARE(store(m_profile->folder("12"_s)).find(Entry), QString());
     }
 
@@ -208,7 +208,7 @@ private slots:
 
     void copyInTwoPlacesIsGivenUpInBoth()
     {
-        // As after a sudden end while a copy is moved to another disk.
+        // This happens if the program ends suddenly while it moves a copy to another disk.
         const QString simulator = simulatorWithCopy("11"_s, "eleven");
         const QString former = m_copies;
         m_copies = m_profile->folder("new"_s);
@@ -280,7 +280,8 @@ private:
     {
         return CopyStore(kind, {simulator, m_copies, former});
     }
-    /// A simulator, a file in it, and the store that copies the file.
+    /// Creates a simulator with a file and adds the file to the store. Returns the simulator's
+    /// folder.
     QString simulatorWithCopy(const QString &name, const QByteArray &content)
     {
         const QString simulator = m_profile->folder(name);

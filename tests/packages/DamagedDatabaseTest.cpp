@@ -59,7 +59,7 @@ private slots:
         QCOMPARE(recordedStatus(8), line.isEmpty() ? 1 : -1);
         QVERIFY2(line.isEmpty() ? log.count("SQL Error: "_s) == 0 : log.count(line) > 0,
                  qPrintable(log.lines().join(u'\n')));
-        // Without a record the installed version is unknown, but nothing prevents the installation.
+        // The package can also be uninstalled, even if no record names its version.
         uninstall(8);
         QVERIFY(!hasFile(8));
 
@@ -100,7 +100,7 @@ private slots:
         QCOMPARE(recordedStatus(8), -1);
         QVERIFY(refresh());
         QCOMPARE(controller().packages().size(), 2);
-        // The next start creates a record again as soon as nothing is in its place.
+        // The next start creates the database again if nothing is in its place.
         stop();
         if (QFileInfo::exists(file()))
             removeFile();
@@ -179,7 +179,7 @@ private slots:
         QVERIFY(publish({{8}}));
         QCOMPARE(state(8), expected);
         const QString read = installedVersion(8);
-        // Bytes that are not UTF-8 are read as some text.
+        // Bytes that are not UTF-8 may be read as any text, but not as an empty one.
         if (version == "?"_s)
             QVERIFY(!read.isEmpty());
         else
@@ -201,18 +201,20 @@ private slots:
         QElapsedTimer timer;
         timer.start();
         QVERIFY(refresh());
-        // Reading the record of a package does not wait either.
+        // Reading the records does not wait for the lock either.
         for (const auto &package : controller().packages())
             QCOMPARE(controller().status(package), -1);
         checkThatPackagesCanBeInstalled();
-        // All statements share one wait; a wait for each would take minutes.
+        // All statements share one time limit for the lock. A separate limit for each of them would
+        // add up to minutes.
         QVERIFY2(timer.elapsed() < 30000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(log.count("SQL Error: database is locked"_s) > 50);
         QCOMPARE(controller().packages().size(), 50);
         // A package whose record cannot be read does not count as installed.
         QCOMPARE(state(7), Package::AVAILABLE);
 
-        // As soon as the database is unlocked, everything is written and read again.
+        // Package 8 was installed without a record. After the database is unlocked, records are
+        // written and read again.
         lock.reset();
         QCOMPARE(recordedStatus(8), -1);
         QCOMPARE(recordedStatus(7), 1);
@@ -225,7 +227,7 @@ private slots:
     void lockThatEndsInTimeIsWaitedFor()
     {
         QVERIFY(publish({{8}}));
-        // The other program locks the database for a moment.
+        // Another program locks the database for half a second.
         QProcess other;
         other.start("sqlite3"_s,
                     {file(), "BEGIN EXCLUSIVE;"_s, ".shell echo locked; sleep 0.5"_s, "COMMIT;"_s});
@@ -250,7 +252,8 @@ private:
             QVERIFY(QFile::remove(file()));
     }
 
-    /// As soon as the obstacle is gone, there is a record again.
+    /// Removes the damaged file. The next refresh must create a database in which the installation
+    /// of package 8 is recorded.
     void recordReturnsWithoutTheFile()
     {
         removeFile();

@@ -86,7 +86,7 @@ private slots:
             addPackage(makePackage(9, {makeVersion("2.0"_s, {"1"_s}), makeVersion("1.0"_s)}));
         markInstalled(package, "1.0"_s);
         QCOMPARE(dependents(*library), Ids());
-        // A version that is not on offer counts as newer than all others.
+        // If the installed version is not in the catalogue, the newest version's entries count.
         markInstalled(package, "0.5"_s);
         QCOMPARE(dependents(*library), Ids{9});
     }
@@ -100,7 +100,7 @@ private slots:
 
     void missingDependencyIsInstalledAlong()
     {
-        // The minimum decides only whether to install, never which version is installed.
+        // Only an installed version is compared with the minimum version, not the offered one.
         add(1, "0.1"_s);
         QCOMPARE(installedWith({"1:5.0"_s}), Ids{1});
     }
@@ -163,7 +163,7 @@ private:
     {
         return idsOf(m_dependencies->dependents(package, version));
     }
-    /// The packages installed together with a package that depends on these.
+    /// The ids of the packages that are installed together with one that has these entries.
     Ids installedWith(const QStringList &depends) const
     {
         const auto package = makePackage(9, {makeVersion("1.0"_s, depends)});

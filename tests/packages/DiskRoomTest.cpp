@@ -20,7 +20,7 @@ using Kind = ArchiveEntry::Kind;
 
 constexpr qint64 Size = 1024 * 1024;
 
-/// Uses small disks, which only root can mount.
+/// Test functions that need a small disk are skipped if the user is not root.
 class DiskRoomTest final : public QObject
 {
     Q_OBJECT
@@ -44,7 +44,7 @@ private slots:
         const qint64 fits = Size * 10 / 11 - 1;
         QVERIFY(!findMissingRoom(listing({{"a/b"_s, fits}}), folder));
         QVERIFY(!findMissingRoom(listing({{"a"_s, fits / 2}, {"c/d/e"_s, fits / 2}}), folder));
-        // The folder does not exist yet.
+        // The folder does not exist yet, so the disk is found by its parent folders.
         QVERIFY(!findMissingRoom(listing({{"a"_s, fits}}), folder + "/new/folder"_s));
         const auto missing = findMissingRoom(listing({{"a"_s, fits}, {"b/c"_s, 10}}), folder);
         QVERIFY(missing);

@@ -14,20 +14,20 @@ namespace {
 struct Fault
 {
     QByteArray name;
-    HttpResource resource; ///< what the server does
-    QByteArray part;       ///< what lies in the cache folder before; null for no file
-    Package::State state;  ///< how the update ends
-    QStringList log;       ///< all its lines; an asterisk stands for any text
-    QByteArray left;       ///< what lies in the cache folder afterwards; null for no file
-    int tries = 1;         ///< how many updates a healthy server needs from there
+    HttpResource resource; ///< the behaviour of the server
+    QByteArray part;       ///< content of the cached file before; null for no file
+    Package::State state;  ///< the state after the update
+    QStringList log;       ///< patterns of all log lines (compareLog())
+    QByteArray left;       ///< content of the cached file afterwards; null for no file
+    int tries = 1;         ///< number of updates without the fault until one succeeds
     bool serverIsDown = false;
-    bool leftMayBeShorter = false; ///< a reset may take back bytes that were on their way
-    qint64 neededDisk = 0;         ///< free bytes without which the row makes no sense
+    bool leftMayBeShorter = false; ///< a reset may discard bytes in transit
+    qint64 neededDisk = 0;         ///< free bytes that the row needs; else it is skipped
 };
 
 constexpr qint64 HugeSize = 4LL * 1024 * 1024 * 1024 + 1000;
 constexpr qint64 MinimumFreeDisk = 1024LL * 1024 * 1024;
-/// Such a body takes a long time on a slow disk.
+/// The time limit for a body of HugeSize on a slow disk.
 constexpr int HugePatienceInMilliseconds = 240000;
 
 const QString Elsewhere = "/elsewhere.7z"_s;
@@ -35,15 +35,15 @@ const QByteArray Page = "<html><body>Something went wrong here.</body></html>";
 
 using Faults = QVector<Fault>;
 
-/// A placeholder for the same file under another name of the server.
+/// A redirect with this value leads to Elsewhere under another host name of the server.
 const QByteArray OtherHost = "other host";
 
 } // namespace
 
 Q_DECLARE_METATYPE(Fault)
 
-/// Updates while the download has a fault. No file of the user's is lost, and a later try against a
-/// healthy server, in the same run of the program or in the next one, ends with the right files.
+/// Updates during which the download has a fault. No file of the user is lost. Later updates
+/// without the fault, in the same run of the program or in the next one, install the right files.
 class DownloadFaultsTest final : public QObject
 {
     Q_OBJECT
@@ -69,7 +69,7 @@ private slots:
         const LogCapture log;
         UpdateSetup setup;
         if (QStorageInfo(setup.engine().profile().home()).bytesAvailable() < fault.neededDisk)
-            QSKIP("The disk is too full for a body of this size");
+            QSKIP("Too little free disk space for a body of this size");
         if (fault.neededDisk > 0)
             setup.engine().setPatience(HugePatienceInMilliseconds);
         if (!fault.part.isNull())
@@ -120,8 +120,8 @@ private:
                         healthy(with(&HttpResource::cutAfter, Cut, &HttpResource::chunked, true,
                                      &HttpResource::cutsInsideChunk, true)),
                         {}, cutLog, part),
-                // The end of the connection counts as the end of the body; only the size shows
-                // the fault.
+                // Closing the connection is the regular end of such a body. Only the size in the
+                // answer to the HEAD request reveals the fault.
                 unfit("cut without a length",
                       healthy(with(&HttpResource::cutAfter, Cut, &HttpResource::getWithoutLength,
                                    true)),
@@ -141,10 +141,10 @@ private:
               HttpStatus::INTERNAL_SERVER_ERROR}) {
             const HttpResource probe = healthy(with(&HttpResource::headStatus, status));
             const QByteArray name = "HEAD answers " + QByteArray::number(status);
-            // The transfer continues after the error. Its file is complete and is used at the next
-            // try.
+            // The GET request follows despite the error. The file is complete and is used by the
+            // next update.
             faults += failing(name, probe, {}, probeError(), m_archive);
-            // Without a size nothing is resumed: the whole file is appended to the part.
+            // Without a size the part is not resumed: the whole file is appended to it.
             faults += failing(name + ", with a part", probe, part, probeError() + appended,
                               part + m_archive);
         }
@@ -226,7 +226,8 @@ private:
     {
         constexpr int Cut = 100000;
         const int otherSize = m_otherArchive.size();
-        // Only the size could show that the part does not belong to the new file.
+        // The next update finds a part of another file. It can notice this only if the part is
+        // larger than the whole new file.
         const auto changing = [&](const QByteArray &name, int cut, int tries) {
             Fault fault =
                 failing(name, serving(m_otherArchive, with(&HttpResource::cutAfter, cut)), {},
@@ -265,20 +266,20 @@ private:
                 unfit("something else of the same size", healthy(), junk)};
     }
 
-    /// A download that fails and leaves these bytes in the cache.
+    /// The download fails and leaves these bytes in the cached file.
     static Fault failing(const QByteArray &name, const HttpResource &resource,
                          const QByteArray &part, const QStringList &log, const QByteArray &left)
     {
         return {name, resource, part, Package::DOWNLOAD_ERROR, log, left};
     }
-    /// An archive that is refused before anything is changed, with these lines in the log.
+    /// The archive is refused before anything is changed. `log` has the lines before that.
     static Fault unfit(const QByteArray &name, const HttpResource &resource,
                        const QByteArray &part = {}, const QStringList &log = {})
     {
         const QStringList end = turnedAway("The downloaded archive is damaged*"_s);
         return {name, resource, part, Package::INSTALL_ERROR, log + end, {}};
     }
-    /// An update that succeeds, with these lines in the log.
+    /// The update succeeds. `log` has the lines before the installation.
     static Fault installing(const QByteArray &name, const HttpResource &resource,
                             const QByteArray &part = {}, const QStringList &log = {})
     {
@@ -300,7 +301,8 @@ private:
     }
 
     const QByteArray m_archive = archiveOf(updateFiles(), "7z"_s);
-    const QByteArray m_otherArchive = archiveOf(updateFiles(2, 300000), "7z"_s); ///< larger
+    /// Larger than m_archive.
+    const QByteArray m_otherArchive = archiveOf(updateFiles(2, 300000), "7z"_s);
     const int m_size = m_archive.size();
 };
 

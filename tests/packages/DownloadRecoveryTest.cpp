@@ -13,15 +13,16 @@ using namespace Kavo::Testing;
 Q_DECLARE_METATYPE(Files)
 Q_DECLARE_METATYPE(ResourceChange)
 
-/// Downloads that find something else in the cache folder, that are interrupted by the end of the
-/// program, or that use the same file. No file of the user's is lost, and a later try ends with the
-/// right files.
+/// Downloads that find something unexpected in the cache folder, are interrupted by the end of the
+/// program, have the same file name, or run in large numbers. No file of the user is lost, and a
+/// later installation succeeds.
 class DownloadRecoveryTest final : public QObject
 {
     Q_OBJECT
 
-    /// How the server holds its answer, the size of the part in the cache, what lies there when
-    /// the program ends, and the range that the next try asks for.
+    /// The change that makes the server hold back its answer, the size of the part in the cache,
+    /// the content of the cached file when the program ends, and the range that the next update
+    /// requests.
     using Ends = Rows<ResourceChange, int, QByteArray, QByteArray>;
 
 private slots:
@@ -50,7 +51,7 @@ private slots:
         else
             QVERIFY(QFile::link(linkTarget, setup.cached()));
         QCOMPARE(setup.wrongUpdate(Package::DOWNLOAD_ERROR, lines), QString());
-        // Only the user may delete a folder. A link without a target is deleted.
+        // The program deletes links, but leaves folders to the user.
         QCOMPARE(fileTree(setup.cached()), expectedTree(inside));
         QCOMPARE(QFileInfo(setup.cached()).isDir(), linkTarget.isEmpty());
         QVERIFY(!QFileInfo(setup.cached()).isSymLink());
@@ -161,7 +162,7 @@ private slots:
         QVERIFY(readFile(engine.simulator(Engine::fileOf(7))) == noise(2));
     }
 
-    /// An archive that cannot be written is never installed, so the version before stays.
+    /// An archive that cannot be written is not installed, so the previous version stays.
     void fullDiskCostsNothing()
     {
         const LogCapture log;
@@ -179,7 +180,7 @@ private slots:
     {
         constexpr int Count = 200;
         constexpr int SizeOfAll = 3000;
-        constexpr int Patience = 60000; // for one more of them
+        constexpr int Patience = 60000; // in milliseconds, for each package
         const auto hasFault = [](int id) { return id % 2 == 0; };
         const LogCapture log;
         Engine engine;
@@ -191,7 +192,7 @@ private slots:
         QVERIFY(engine.refresh());
         for (int id = 1; id <= Count; ++id)
             engine.install(id);
-        // Transfers share connections: one that is cut may break another one as well.
+        // Transfers share connections, so a cut transfer may break another one without a fault.
         for (int id = 1; id <= Count; ++id) {
             const PackagePointer package = engine.package(id);
             QTRY_VERIFY_WITH_TIMEOUT(!package->isBusy(), Patience);

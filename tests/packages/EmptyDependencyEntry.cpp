@@ -1,4 +1,4 @@
-// Resolves an empty dependency entry, which ends the process. Run by DependencyEntryTest.
+// Parses an empty dependency entry, which ends the process. Run by DependencyEntryTest.
 
 #include "core/Log.h"
 #include "packages/model/DependencyEntry.h"

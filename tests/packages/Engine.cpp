@@ -257,7 +257,8 @@ QVariant Engine::recorded(int id, const QString &column) const
     return value;
 }
 
-/// Reads "packages.db" as another program would.
+/// Executes the statement on "packages.db" over its own connection, like another program, and calls
+/// `take` for each row.
 void Engine::read(const QString &select, const std::function<void(const QSqlQuery &)> &take) const
 {
     const QString connection = "engine reader"_s;

@@ -19,8 +19,8 @@ class QSqlQuery;
 
 namespace Kavo::Testing {
 
-/// One version of a package as a test offers it. Without files of its own it gets one file that
-/// names package and version.
+/// One version of a package in the test catalogue. If `files` is empty, the archive contains one
+/// file, Engine::fileOf(), which names the package and the version.
 ///
 ///     Offer{7}.needing({"8:1.0"_s}).removing({"plugin"_s})
 struct Offer
@@ -34,8 +34,8 @@ struct Offer
     QStringList backup = {};
     QStringList remove = {};
     QStringList log = {};
-    QString link = {};     ///< path on the server; empty for one of its own
-    QJsonObject more = {}; ///< further keys of the version
+    QString link = {};     ///< path of the archive on the server; empty for the default
+    QJsonObject more = {}; ///< more JSON keys of the version; override those above
 
     Offer needing(const QStringList &entries) const { return with(&Offer::depends, entries); }
     Offer bringing(const Files &archived) const { return with(&Offer::files, archived); }
@@ -57,8 +57,9 @@ private:
     }
 };
 
-/// Package management as the program assembles it, without a window, on a scratch account and with
-/// a catalogue server of our own. Offers what tests need to drive and inspect it.
+/// The package management with the same objects as in the program, but without a window. Uses a
+/// temporary user account and its own catalogue server, and gives tests access to all of them. Main
+/// thread.
 class Engine final
 {
 public:
@@ -73,48 +74,50 @@ public:
     const QSharedPointer<Managers::DownloadManager> &downloads() const { return m_downloads; }
     Controllers::PackageController &controller() { return *m_controller; }
 
-    /// Path of an entry in the simulator's folder.
+    /// The absolute path of an entry in the simulator's folder.
     QString simulator(const QString &path) const;
-    /// Path of an entry in the cache folder.
+    /// The absolute path of an entry in the cache folder.
     QString cached(const QString &name) const;
 
     /// Adds a version to the catalogue and its archive to the server. Offers with the same id
     /// become versions of one package. Call serveCatalogue() afterwards.
     void offer(const Offer &offer);
-    /// Adds an object to the catalogue without changing it.
+    /// Adds a JSON object to the catalogue as it is. Call serveCatalogue() afterwards.
     void offerObject(const QJsonObject &package);
     void serveCatalogue();
-    /// Offers all of these and refreshes. Returns whether the list arrived.
+    /// Calls offer() for each, then refresh().
     bool publish(std::initializer_list<Offer> offers);
-    /// The archive of an offer without a link, as the server stores it.
+    /// The server's resource for the archive of an offer without a link.
     HttpResource &archive(int id, const QString &version = "1.0"_s);
-    /// Delays the transfer of such an archive until release().
+    /// Makes the server hold back that archive until release().
     void hold(int id, const QString &version = "1.0"_s) { archive(id, version).holdsGet = true; }
     void release(int id, const QString &version = "1.0"_s);
-    /// The file of such an archive in the cache folder.
+    /// Path of that archive in the cache folder.
     QString cachedArchive(int id, const QString &version = "1.0"_s) const;
-    /// Stops the transfer of such an archive after 10 bytes and cuts it after release().
+    /// Makes the server pause after 10 bytes of that archive. After release(), it sends up to 20
+    /// bytes in total and resets the connection.
     void holdAndBreak(int id, const QString &version = "1.0"_s);
 
-    /// Creates the objects of one run of the program. refresh() calls it when needed.
+    /// Creates the objects that exist during one run of the program. refresh() calls it if needed.
     void start();
-    /// Ends that run of the program.
+    /// Destroys these objects, as at the end of the program.
     void stop();
-    /// Starts the program again. Returns whether its list arrived.
+    /// Calls stop() and refresh(), as if the program was started again.
     bool restart();
-    /// The 7-Zip that the next start() uses.
+    /// Sets the 7-Zip executable that the next start() uses.
     void setExtractor(const QString &program) { m_extractor = program; }
-    /// The clock that the next start() uses.
+    /// Sets the clock that the next start() uses.
     void setClock(const Clock &clock) { m_clock = clock; }
 
-    /// The limit of the waits below, in milliseconds: long enough for a loaded machine, short
-    /// enough to fail before the test's own time limit.
+    /// The time limit of each wait below, in milliseconds. It is long enough for a busy machine and
+    /// short enough for the wait to fail before the test's own time limit.
     int patience() const { return m_patience; }
     void setPatience(int milliseconds) { m_patience = milliseconds; }
 
-    /// Serves the catalogue, refreshes and waits for the list. Returns whether it arrived.
+    /// Serves the catalogue, refreshes and waits for the list of packages. Returns whether the list
+    /// arrived in time.
     bool refresh();
-    /// The same with these bytes as the catalogue.
+    /// The same with the catalogue that the server has now.
     bool refreshAsServed();
 
     Models::PackagePointer package(int id) { return m_controller->findPackage(id); }
@@ -122,19 +125,24 @@ public:
     bool isUpdateAvailable(int id) { return package(id)->isUpdateAvailable(); }
     QString installedVersion(int id) { return m_controller->installedVersion(package(id)); }
     Models::Removal uninstall(int id) { return m_controller->uninstall(package(id)); }
-    /// Starts an installation and returns the chosen version.
+    /// Starts an installation, of the newest version if `version` is empty. Returns the version.
     QString install(int id, const QString &version = QString());
-    /// Runs the event loop until the package is in a state that does not change by itself.
+
+    // These run the event loop and return whether the condition was met in time.
+
+    /// Waits until neither the package nor the controller is busy.
     bool waitUntilSettled(int id);
     bool waitForState(int id, Models::Package::State state);
-    /// Waits until the package is installed and no work is left.
+    /// Waits until the package is installed and the controller is not busy.
     bool waitUntilInstalled(int id);
+    /// Returns whether the package is installed at the end.
     bool installAndWait(int id, const QString &version = QString());
-    /// Starts an installation and waits until the transfer of its archive has begun.
+    /// Starts an installation and waits for the state DOWNLOADING.
     bool installUntilDownloading(int id, const QString &version = QString());
 
-    /// Status and version of the package in "packages.db"; -1 without a row.
+    /// Status of the package in "packages.db"; -1 without a row.
     int recordedStatus(int id) const;
+    /// Version of the package in "packages.db"; empty without a row.
     QString recordedVersion(int id) const;
     /// The version that "packages.db" records as completely installed; empty for none.
     QString wholeVersion(int id) const;
@@ -143,11 +151,12 @@ public:
         int status = -1;
         QString version;
     };
-    /// All such versions, by package id.
+    /// Status and version of all packages in "packages.db", by package id.
     QHash<int, Record> records() const;
 
-    /// The file that an offer without files of its own installs.
+    /// The file that is installed by an offer without `files`, relative to the simulator's folder.
     static QString fileOf(int id);
+    /// The content of that file.
     static QByteArray contentOf(int id, const QString &version);
     /// Whether that file is in the simulator.
     bool hasFile(int id) const;

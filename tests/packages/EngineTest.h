@@ -8,8 +8,8 @@
 
 namespace Kavo::Testing {
 
-/// The base of test classes whose functions each have an engine of their own. Its functions can be
-/// called without naming the engine.
+/// Base class of tests that use a new Engine for each test function. Most functions forward to the
+/// engine.
 class EngineTest : public QObject
 {
     Q_OBJECT
@@ -21,9 +21,9 @@ protected slots:
 protected:
     using State = Models::Package::State;
 
-    /// Called before each function of the class.
+    /// Called before each test function, when the engine exists.
     virtual void setUp() {}
-    /// What all of them end with, while the engine still exists.
+    /// Called after each test function, before the engine is destroyed.
     virtual void tearDown() {}
 
     Engine &engine() { return *m_engine; }

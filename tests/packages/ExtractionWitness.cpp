@@ -8,14 +8,14 @@ namespace Kavo::Testing {
 
 ExtractionWitness::ExtractionWitness(const QString &folder) : m_folder(folder)
 {
-    // Only 7-Zip runs as a process of its own: some tests unpack thousands of archives.
+    // The script starts no process except 7-Zip, because some tests unpack thousands of archives.
     const QByteArray script = "#!/bin/sh\n[ \"$1\" = x ] || exec /usr/bin/7z \"$@\"\n"
                               "notes=${0%/*}/witness\n"
                               "echo \"begin ${2##*/}\" >> \"$notes\"\n"
                               "/usr/bin/7z \"$@\"\nresult=$?\n"
                               "echo \"end ${2##*/}\" >> \"$notes\"\nexit $result\n";
     if (!writeFile(program(), script))
-        qFatal("The witness cannot be made");
+        qFatal("Cannot write the wrapper script for 7-Zip");
     QFile::setPermissions(program(), QFile::ReadOwner | QFile::ExeOwner);
 }
 

@@ -6,15 +6,16 @@
 
 namespace Kavo::Testing {
 
-/// A 7-Zip that records when it begins and when it ends, for tests of the order of extractions.
+/// A wrapper script for 7-Zip that logs the beginning and the end of each extraction, for tests of
+/// their order.
 class ExtractionWitness final
 {
 public:
-    /// Installs the program in the folder, whose path ends in a separator.
+    /// Writes the script to the folder, whose path ends in a separator.
     explicit ExtractionWitness(const QString &folder);
 
     QString program() const { return m_folder + "7z"_s; }
-    /// "begin NAME" and "end NAME" with the archives' file names, in order.
+    /// The log so far: "begin NAME" and "end NAME", where NAME is the archive's file name.
     QStringList lines() const;
     /// Whether each extraction ended before the next one began.
     bool sawOneAtATime() const;

@@ -47,8 +47,8 @@ bool GatedExtractor::waitUntilReached() const
 void GatedExtractor::open() const
 {
     const QByteArray gate = QFile::encodeName(m_folder + "gate"_s);
-    // Opened for reading and writing, so that opening never blocks. An extraction that waits at the
-    // old pipe reads the line. A later one finds an ordinary file.
+    // Opening a pipe for both reading and writing never blocks. A waiting extraction reads the line
+    // from the pipe. A later one reads it from the regular file that replaces the pipe.
     const int waiting = ::open(gate.constData(), O_RDWR | O_CLOEXEC);
     const QByteArray file = gate + ".open";
     if (writeFile(QFile::decodeName(file), "go\n"))

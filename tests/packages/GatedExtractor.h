@@ -4,23 +4,24 @@
 
 namespace Kavo::Testing {
 
-/// A 7-Zip that waits at a gate before it unpacks, so that a test decides how long an installation
-/// takes.
+/// A wrapper script for 7-Zip that blocks each extraction until open() is called, so that a test
+/// controls how long an installation takes. Other commands of 7-Zip do not wait.
 class GatedExtractor final
 {
 public:
-    /// Makes the next start of the engine use it. The gate is shut.
+    /// Writes the script to the engine's profile. The engine uses it from the next start() on.
     explicit GatedExtractor(Engine &engine);
-    /// Installs the program in the folder, whose path ends in a separator.
+    /// Writes the script to the folder, whose path ends in a separator.
     explicit GatedExtractor(const QString &folder);
-    /// Opens the gate, so that nothing waits after a failed test.
+    /// Calls open(), so that no process keeps waiting after a failed test.
     ~GatedExtractor();
     Q_DISABLE_COPY_MOVE(GatedExtractor)
 
     QString program() const { return m_folder + "gated7z"_s; }
-    /// Runs the event loop until an extraction waits at the gate. Returns false if none does.
+    /// Runs the event loop until the first extraction has started. Returns false after a time
+    /// limit.
     bool waitUntilReached() const;
-    /// Releases the waiting extraction and all later ones. Callable from any thread.
+    /// Lets the waiting extraction and all later ones run. May be called on any thread.
     void open() const;
 
 private:

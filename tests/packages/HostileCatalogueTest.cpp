@@ -20,7 +20,8 @@ const QString ZeroInside = "a\0b"_s;
 const QString LongName(5000, u'x');
 const QString DeepPath = "x/"_s.repeated(2500) + "x"_s;
 
-/// Writes a version file of the package and one of the shared library.
+/// Writes the version file of a package and that of the shared library. The parameters are their
+/// versions.
 bool writeVersionFiles(const QString &folder, const char *own, const char *ofLibrary)
 {
     const QByteArray head = "Kavo\nPackage\n";
@@ -28,14 +29,14 @@ bool writeVersionFiles(const QString &folder, const char *own, const char *ofLib
                                {"lib/Kavo_Library/Kavo_version.txt"_s, head + ofLibrary + '\n'}});
 }
 
-/// Replaces a file by something else.
+/// Creates an entry at a path. Returns whether it succeeded.
 using Putting = std::function<bool(const QString &)>;
 
 } // namespace
 
 Q_DECLARE_METATYPE(Putting)
 
-/// Catalogues that are hostile, on purpose or by accident, must do no harm.
+/// Checks that malicious and faulty catalogues do no harm.
 class HostileCatalogueTest final : public EngineTest
 {
     Q_OBJECT
@@ -76,7 +77,8 @@ private slots:
         auto [entry, skipped] = Rows<QString, bool>::current();
         entry = filledIn(entry);
         makeOtherPeoplesFiles();
-        // Before the other removal rule, which must still be applied.
+        // The tested entry is the first one of the removal rule. The second one must still be
+        // applied.
         for (const QString &version : {"1.0"_s, "2.0"_s}) {
             offer(Offer{7, version}.keeping({entry}).backingUp({entry}).removing(
                 {entry, "package-7"_s}));
@@ -94,8 +96,8 @@ private slots:
         uninstall(7);
         QCOMPARE(state(7), Package::AVAILABLE);
         QCOMPARE(differences(world(), before), QStringList());
-        // An installation applies each of the three rules once, and the removal at the end applies
-        // one more.
+        // Each installation applies the three rules once. The removal applies only the removal
+        // rule.
         QCOMPARE(log.lines().count("Skipping path : "_s + entry), skipped ? 7 : 0);
         QCOMPARE(fileTree(profile().preserveFolder()), FileTree());
         QCOMPARE(fileTree(profile().backupFolder()), FileTree());
@@ -125,7 +127,7 @@ private slots:
             .row("the simulator by its path", "@SIM@", QString(), true)
             .row("absolute", "@OUTSIDE@", QString(), true)
             .row("zero character", ZeroInside, QString(), true)
-            // Inside, but nothing can be unpacked there.
+            // Inside the simulator, but nothing can be unpacked there.
             .row("long name", LongName, QString(), false)
             .row("stars", "*/a*b", QString(), false)
             .row("deep path", DeepPath, QString(), false)
@@ -141,7 +143,7 @@ private slots:
         makeOtherPeoplesFiles();
         const bool installs = !folder.isEmpty();
         const QString unpacked = QDir::cleanPath(folder + Engine::fileOf(7));
-        // A leading byte order mark would be lost in the file.
+        // A byte order mark at the beginning of an entry would be lost in the catalogue.
         QVERIFY(publish({Offer{7}.into(extract).removing({"./"_s + folder + "package-7"_s})}));
         const FileTree before = world();
         const LogCapture log;
@@ -244,7 +246,8 @@ private slots:
         QVERIFY(refresh());
         QCOMPARE(package(7)->name(), huge);
         QCOMPARE(package(7)->versions().size(), 2);
-        // Numbers come before texts without numbers, however many there are.
+        // Versions with numbers are newer than texts without numbers, however many numbers there
+        // are.
         QVERIFY(package(7)->newestVersion().startsWith(u'1'));
     }
 
@@ -298,11 +301,11 @@ private slots:
         QVERIFY(refresh());
         const PackageList packages = controller().packages();
         QCOMPARE(packages.size(), 2);
-        // The first package with an id is the one that counts.
+        // findPackage() returns the first package with the id.
         QCOMPARE(package(7), packages.first());
         QCOMPARE(install(7), "1.0"_s);
-        // Two installations at once would write the same record, so the second one waits for the
-        // first.
+        // Two installations at once would write the same record, so the second one is refused while
+        // the first one runs.
         QString version;
         controller().install(packages.last(), version);
         QCOMPARE(packages.last()->state(), Package::AVAILABLE);
@@ -312,7 +315,7 @@ private slots:
         QTRY_COMPARE(recordedVersion(7), "2.0"_s);
         QVERIFY(QFile::exists(simulator("second/"_s + Engine::fileOf(7))));
         QVERIFY(hasFile(7));
-        // The record belongs to the id, so the next list shows both as installed.
+        // Both packages share the record of their id, so the next list shows both as installed.
         QVERIFY(refresh());
         QCOMPARE(controller().packages().first()->state(), Package::INSTALLED);
         QCOMPARE(controller().packages().last()->state(), Package::INSTALLED);
@@ -406,8 +409,8 @@ private:
         QVERIFY(QFile::link(".."_s, simulator("up"_s)));
     }
 
-    /// The content of the home folder, with the simulator, and of its parent, without the program's
-    /// own data.
+    /// The content of the parent of the home folder, including the simulator and outside(). Hidden
+    /// entries of the home folder are left out, because they contain the program's own data.
     FileTree world()
     {
         const QFileInfo home(profile().home());
@@ -421,7 +424,7 @@ private:
 
     QString nameOfSimulator() { return QFileInfo(simulator({}).chopped(1)).fileName(); }
     QString outside() { return profile().folder("outside"_s); }
-    /// A placeholder for folders that are known only when the test runs.
+    /// Replaces the placeholders for paths that are known only at run time.
     QString filledIn(QString entry)
     {
         return entry.replace("@OUTSIDE@"_s, QDir::cleanPath(outside()))

@@ -50,7 +50,8 @@ private slots:
         const ExtractionWitness witness = makeWitness();
         QVERIFY(publish({Offer{1}.needing({"2:1.0"_s}), Offer{2}.needing({"3"_s}), {3}}));
         server().forgetRequests();
-        // Each request has its own connection and may arrive before earlier ones.
+        // The order of the starts is observed here and not on the server: each request has its own
+        // connection and may arrive before earlier ones.
         QVector<int> started;
         const QObject listener;
         for (int id = 1; id <= 3; ++id) {
@@ -99,7 +100,7 @@ private slots:
     {
         const auto [dependency, fault, end] = Rows<QString, Fault, int>::current();
         offerObject({{"id"_s, 3}});
-        // Another package waits for the dependent one.
+        // Package 9 waits for the dependent package 1.
         QVERIFY(publish({Offer{9}.needing({"1"_s}), Offer{1}.needing({dependency}), {2}}));
         fault(engine());
         install(9);
@@ -118,7 +119,7 @@ private slots:
         hold(2);
         holdAndBreak(3);
         install(1);
-        // In the queue the outer package comes before the middle one.
+        // Package 1 enters the queue before package 2, on which it depends.
         QVERIFY(waitForState(1, Package::INSTALLING));
         release(2);
         QVERIFY(waitForState(2, Package::INSTALLING));
@@ -224,7 +225,8 @@ private slots:
         QVERIFY(waitUntilInstalled(1));
     }
 
-    /// The running task ends and is recorded. No waiting task begins.
+    /// At the end of the program, the running task is completed and recorded. No waiting task
+    /// starts.
     void nothingBeginsAfterTheEndOfTheProgram()
     {
         const GatedExtractor gate(engine());
@@ -235,7 +237,7 @@ private slots:
         QVERIFY(waitForState(2, Package::INSTALLING));
         gate.open();
         stop();
-        // Another task would be running by now.
+        // If another task had been started, this would wait for it.
         QThreadPool::globalInstance()->waitForDone();
         QVERIFY(hasFile(1) && !hasFile(2));
         QVERIFY(QFile::exists(cachedArchive(2)));
@@ -248,7 +250,7 @@ private slots:
         const ExtractionWitness witness = makeWitness();
         constexpr int Count = 200;
         for (int id = 1; id <= Count; ++id) {
-            // Every package depends on the one half as far down the list.
+            // Package n depends on package n / 2.
             offer(Offer{id}.needing(id > 1 ? QStringList(QString::number(id / 2)) : QStringList()));
         }
         QVERIFY(refresh());
@@ -284,7 +286,7 @@ private:
         setExtractor(witness.program());
         return witness;
     }
-    /// Name of the package that must be installed before this one.
+    /// Name of the package that this one waits for, empty if there is none.
     QString awaitedBy(int id) { return controller().progress(package(id)).waitsFor; }
 };
 

@@ -20,7 +20,8 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// The values of a query, one for each row, as another program reads them.
+/// Executes a statement on a separate connection, as another program would. Returns the first value
+/// of each row.
 QVariantList readBySelf(const QString &file, const QString &statement)
 {
     QVariantList values;
@@ -113,7 +114,8 @@ private slots:
                 rows.row("%1.%2 digits"_s.arg(whole).arg(behind).toLatin1(), whole, behind);
         }
     }
-    /// Only few texts of each length are affected, so the test needs many.
+    /// Only few texts of each length would change if they were stored as numbers, so the test needs
+    /// many.
     void versionsOfManyDigitsComeBackLetterForLetter()
     {
         const auto [whole, behind] = Rows<int, int>::current();
@@ -128,7 +130,7 @@ private slots:
             }
             return text;
         };
-        // In one transaction, which waits for the disk once and not for each row.
+        // One transaction waits for the disk only once instead of for each row.
         QSqlDatabase connection = QSqlDatabase::database("PackageDatabaseConnection"_s);
         QVERIFY(connection.transaction());
         for (int id = 1; id <= Count; ++id) {
@@ -305,7 +307,7 @@ private slots:
         QCOMPARE(m_database->status(*package), -1);
     }
 
-    void marksWhatRowsAndVersionFilesTell()
+    void marksWhatRowsAndVersionFilesSay()
     {
         m_database->open();
         record(makePackage(2, {}), Package::INSTALLED, "1.10"_s);
@@ -346,12 +348,13 @@ private slots:
         m_database->markInstalled(packages);
         QCOMPARE(packages.first()->state(), Package::INSTALLED);
         QVERIFY(!packages.first()->isUpdateAvailable());
-        // The package has no version file of its own. The row that the first one got applies to it.
+        // This package has no version file. The row that was added for the first package applies to
+        // it, too.
         QCOMPARE(packages.last()->state(), Package::INSTALLED);
         QVERIFY(packages.last()->isUpdateAvailable());
     }
 
-    /// As when an installation is ordered while a refresh reads version files.
+    /// This happens if an installation is started while a refresh reads version files.
     void versionFileYieldsToARowWrittenMeanwhile()
     {
         m_database->open();
@@ -414,7 +417,7 @@ private:
         return package;
     }
 
-    /// Records the package in this state, in which it stays.
+    /// Sets the state of the package and records it.
     void record(const PackagePointer &package, Package::State state, const QString &version)
     {
         package->setState(state);

@@ -31,7 +31,7 @@ QJsonValue elements(const QByteArray &bytes)
     return whole ? QJsonValue(array) : QJsonValue();
 }
 
-/// The same, read by Qt from the whole document.
+/// The expected result of elements(), from QJsonDocument.
 QJsonValue elementsOfDocument(const QByteArray &bytes)
 {
     const QJsonDocument document = QJsonDocument::fromJson(bytes);
@@ -86,7 +86,7 @@ void JsonElementsTest::agreesWithTheDocument()
     QCOMPARE(elements(bytes).isArray(), whole);
 }
 
-/// Bytes of a catalogue are removed, doubled or replaced at random places.
+/// Removes, repeats, cuts off or replaces bytes of a catalogue at random places.
 void JsonElementsTest::agreesWithTheDocumentOnDamagedBytes()
 {
     const QByteArray sound = R"([{"id": 1, "name": {"en": "a \"b\" [c]"}, "versions": [

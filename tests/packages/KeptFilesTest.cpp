@@ -16,7 +16,7 @@ const QString Settings = "plugin/settings.ini"_s;
 
 } // namespace
 
-/// The user edits a kept file between installations, some of which bring their own file.
+/// The user edits a kept file between installations. Some of the archives contain such a file, too.
 class KeptFilesTest final : public EngineTest
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ private slots:
         QVERIFY(install("3.0"));
         QCOMPARE(settings(), "second");
         QCOMPARE(filesUnder(profile().preserveFolder()), QStringList());
-        // Once more, with a settled copy that is replaced by another one.
+        // Again, but now the update from 4.0 to 2.0 replaces one settled copy by another.
         QVERIFY(install("4.0"));
         QCOMPARE(kept(), "second");
         QVERIFY(edit("third"));
@@ -54,7 +54,7 @@ private slots:
         for (int attempt = 0; attempt < 2; ++attempt) {
             QVERIFY(!install("3.0"));
             QCOMPARE(state(7), Package::INSTALL_ERROR);
-            // The unpacked files are gone again.
+            // The unpacked files were removed.
             QCOMPARE(settings(), QByteArray());
             QCOMPARE(kept(), "user's");
             QVERIFY(refresh());
@@ -110,7 +110,7 @@ private slots:
 private:
     void setUp() override
     {
-        // Every second version brings settings.
+        // The archives of 2.0 and 4.0 contain settings.
         for (const char *version : {"1.0", "2.0", "3.0", "4.0"}) {
             Files files{{"plugin/plugin.xpl"_s, version}};
             if (QByteArray(version) == "2.0" || QByteArray(version) == "4.0")
@@ -125,7 +125,7 @@ private:
 
     bool edit(const QByteArray &content) { return writeFile(settingsPath(), content); }
     bool install(const char *version) { return installAndWait(7, QLatin1String(version)); }
-    /// Replaces the archive of a version and returns the one before.
+    /// Replaces the archive of a version and returns the previous one.
     QByteArray exchange(const char *version, const QByteArray &body)
     {
         return std::exchange(archive(7, QLatin1String(version)).body, body);

@@ -15,7 +15,7 @@ makeVersion(const QString &text, const QStringList &depends = {}, const QStringL
     return version;
 }
 
-/// A package as the catalogue describes it. Versions are given newest first.
+/// An available package with these versions, newest first. Its default name is "package-ID".
 inline Models::PackagePointer makePackage(int id,
                                           const QVector<Models::PackageVersionPointer> &versions,
                                           const QString &name = QString())

@@ -8,7 +8,7 @@ using namespace Kavo::Testing;
 
 Q_DECLARE_METATYPE(ResourceChange)
 
-/// Orders an installation between the error of a download and the end of its transfer.
+/// Starts an installation after a download has reported an error and before its transfer has ended.
 class OrderAfterFailureTest final : public EngineTest
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ private slots:
                       &HttpResource::failsOnlyGet, true))
             .row("the connection is cut", with(&HttpResource::cutAfter, 10));
     }
-    /// Two packages share the archive: neither may use what the failed transfer left.
+    /// Two packages share the archive. Neither may use the partial file of the failed transfer.
     void archiveIsFetchedOnceTheFailedTransferHasEnded()
     {
         const auto [fault] = Rows<ResourceChange>::current();
@@ -42,7 +42,7 @@ private slots:
             archive = healthy;
             install(1);
             install(2);
-            // Nothing else may start the transfer early.
+            // A further start() must not begin the transfer early.
             downloads().start();
         });
         install(1);

@@ -12,7 +12,8 @@ using namespace Kavo::Testing;
 
 namespace {
 
-/// An archive without folder entries. 7-Zip creates no folder where a link to one exists.
+/// Returns an archive without folder entries, because 7-Zip reports an error for a folder entry if
+/// there is a link in its place.
 QByteArray archiveWithoutFolders(const QString &folder, const Files &files)
 {
     QVector<TarEntry> entries;
@@ -23,8 +24,8 @@ QByteArray archiveWithoutFolders(const QString &folder, const Files &files)
 
 } // namespace
 
-/// Users keep folders of the simulator on other disks and replace them by links. 7-Zip unpacks
-/// through these links, and the rules have to reach just as far.
+/// Users keep folders of the simulator on other disks and replace them by links. 7-Zip follows
+/// these links when it unpacks, so the rules must follow them, too.
 class OwnLinksTest final : public EngineTest
 {
     Q_OBJECT
@@ -81,7 +82,7 @@ private slots:
         }
         QVERIFY(refresh() && installAndWait(7, "1.0"_s));
         QVERIFY(writeFile(simulator(scenery + settings), "user's"));
-        // The folder named by the removal rule becomes a link.
+        // The user moves the folder of the removal rule and replaces it by a link.
         const QString field = simulator(scenery + "New Field"_s);
         const QString moved = m_disk + "Moved Field"_s;
         QVERIFY(QDir().rename(field, moved));
@@ -91,7 +92,7 @@ private slots:
         QVERIFY(installAndWait(7, "2.0"_s));
         QVERIFY(!QFileInfo(field).isSymLink());
         QCOMPARE(inSimulator(scenery + settings), "user's");
-        // Only the link belonged to the simulator.
+        // Only the link was removed. The moved folder is unchanged.
         QCOMPARE(fileTree(m_disk), before);
     }
 
@@ -103,7 +104,8 @@ private slots:
                 rows.row(QByteArray(format) + ", " + link, format, link);
         }
     }
-    /// Archives packed with their folders look like this. 7-Zip then ends with an error.
+    /// Many archives have entries for their folders. 7-Zip ends with an error if there is a link in
+    /// the place of such a folder.
     void archiveMayHaveAnEntryForALinkedFolder()
     {
         const auto [format, link] = Rows<QString, QString>::current();
@@ -126,7 +128,8 @@ private slots:
         QVERIFY(linkToDisk("Custom Scenery"_s));
         const auto before = fileTree(m_disk);
         offer({7});
-        // One file cannot be read. The other has a folder in its place.
+        // The first archive is damaged. In the second one, a file has the name of an existing
+        // folder.
         for (const QByteArray &body :
              {damagedArchiveOf({{"Custom Scenery/New Field/a.txt"_s, "x"}}),
               archiveOf({{"Custom Scenery/New Field/a.txt"_s, "x"},
@@ -143,7 +146,7 @@ private slots:
 
     void linkedFolderExcusesNoMissingFile()
     {
-        // Unpacks as 7-Zip does, complaints included, and loses a file.
+        // Behaves like 7-Zip, including its error messages, but deletes one of the unpacked files.
         QVERIFY(unpackWith("7z \"$@\"\nstatus=$?\n"
                            "rm \"${3#-o}/Custom Scenery/Field/a.txt\"\nexit $status\n"));
         QVERIFY(linkToDisk("Custom Scenery"_s));
@@ -157,7 +160,8 @@ private slots:
 
     void linkThatCameWithThePackageIsNoWayOut()
     {
-        // 7-Zip itself refuses to create such a link. Another version of it may be less strict.
+        // The script creates the link, because 7-Zip refuses to. Another version of 7-Zip may be
+        // less strict.
         QVERIFY(unpackWith("7z \"$@\" && ln -s '" + QFile::encodeName(QDir::cleanPath(m_disk)) +
                            "' \"${3#-o}/package-7/door\"\n"));
         const QStringList entries{"package-7/door/lights.txt"_s, "package-7/door/Other Field"_s};
@@ -188,7 +192,7 @@ private:
                            {{"lights.txt"_s, "original"}, {"Other Field/scene.txt"_s, "theirs"}}));
     }
 
-    /// Puts a link to the other disk into the simulator.
+    /// Creates a link to the second disk at a path in the simulator.
     bool linkToDisk(const QString &path) const
     {
         return QDir().mkpath(QFileInfo(simulator(path)).path()) &&
@@ -196,7 +200,8 @@ private:
     }
     bool isLink(const QString &path) const { return QFileInfo(simulator(path)).isSymLink(); }
 
-    /// Unpacks with a 7-Zip of our own: these lines of shell. Everything else is 7-Zip's work.
+    /// Makes the engine use a script as its 7-Zip. The script unpacks with these lines of shell
+    /// code and calls 7-Zip for everything else.
     bool unpackWith(const QByteArray &lines)
     {
         const QString program = profile().folder("bin"_s) + "7z"_s;
@@ -205,8 +210,8 @@ private:
                QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner);
     }
 
-    /// Offers a version whose files are in a folder of the simulator, and unpacks into a part of
-    /// that folder.
+    /// Offers a version that installs files below `folder`, a path in the simulator. The archive is
+    /// unpacked into `extract`, which is empty or a leading part of that path.
     void offerIn(const QString &folder, const QString &version, const QString &extract,
                  const Files &files)
     {

@@ -26,17 +26,18 @@ QByteArray lightsOf(int id, const QString &version = "1.0"_s)
 
 } // namespace
 
-/// Whose a kept copy or a backup is: it returns to the simulator it is from, to the user who has
-/// put another folder into the settings, and when the last add-on that needs it goes.
+/// Checks that each kept copy and each backup is restored only in the simulator it is from, is
+/// found after the user has changed its folder in the settings, and, if it is a backup, is restored
+/// when the last add-on that needs it is removed.
 ///
-/// Package 7 keeps the preferences and replaces the lights. Its second version brings preferences
-/// of its own. Other packages only replace the lights.
+/// Package 7 keeps the preferences and replaces the lights. Its version 2.0 contains preferences,
+/// too. Other packages only replace the lights.
 class OwnedCopiesTest final : public EngineTest
 {
     Q_OBJECT
 
-    /// A removal rule, the package that goes first, whether the list is refreshed meanwhile, and
-    /// the lights in between.
+    /// Further entries of the removal rules, the package that is removed first, whether a refresh
+    /// is running, and the lights after the first removal.
     using LastOnes = Rows<QStringList, int, bool, QByteArray>;
 
 private slots:
@@ -116,7 +117,8 @@ private slots:
         QVERIFY(publish({lights(8)}));
         const FileTree before = tree();
         QVERIFY(installAndWait(8));
-        // As after a sudden end right after the unpacking.
+        // Without its mark, the backup is in the same state as after a sudden end right after
+        // unpacking.
         QVERIFY(QFile::remove(settledMarkOf(backedUp(Lights))) && installAndWait(8));
         originalReturns(before);
     }
@@ -191,7 +193,7 @@ private slots:
         uninstall(8);
         QVERIFY(writeFile(simulator(Lights), "lights of 11") && installAndWait(8));
         QCOMPARE(copies(), QStringList(Lights));
-        // From now on the backup is in use as before.
+        // The backup is in use again, so a further installation keeps it.
         QVERIFY(writeFile(simulator(Lights), "edited") && installAndWait(8));
         originalReturns(before);
     }
@@ -201,7 +203,7 @@ private slots:
         QVERIFY(publish({lights(8)}));
         const FileTree before = tree();
         QVERIFY(installAndWait(8));
-        // No copy can be written there.
+        // A folder with the name of the temporary copy prevents restoring the original.
         const QString obstacle = hiddenBeside(simulator(Lights), "copy"_s);
         QVERIFY(writeFile(obstacle + "/file"_s, "in the way"));
         uninstall(8);
@@ -261,7 +263,7 @@ private slots:
                     .row(name.toLatin1() + ", during a refresh", rule, first, true, lightsOf(9));
             }
         }
-        // A whole folder is removed, no matter whose files are in it.
+        // A folder is removed as a whole, including files of other packages.
         rows.row("folder, 8 goes first", {"Resources/bitmaps"_s}, 8, false, "lights of 11");
     }
     void originalReturnsWhenTheLastAddOnGoes()
@@ -295,11 +297,11 @@ private slots:
         const auto [folders, restarts] = Rows<QStringList, bool>::current();
         const FileTree before = tree();
         QVERIFY(installAndWait(7, "1.0"_s) && writeFile(simulator(Preferences), "edited"));
-        // The second version does not restore the copy.
+        // Version 2.0 contains preferences, so the copy is not restored.
         QVERIFY(installAndWait(7, "2.0"_s));
         for (const QString &folder : qAsConst(folders)) {
             useFolders("moved/%1/preserve"_s.arg(folder), "moved/%1/backup"_s.arg(folder));
-            // Files that were already in the new folder belong to the user.
+            // A file that is already in the new folder belongs to the user.
             QVERIFY(writeFile(settings()->current(Settings::BACKUP) + Lights, "somebody's"));
             QVERIFY(!restarts || restart());
         }
@@ -312,7 +314,7 @@ private slots:
         QCOMPARE(filesUnder(profile().preserveFolder()), QStringList());
     }
 
-    void foldersInEachOthersWayCostNothing_data()
+    void overlappingFoldersCostNoFile_data()
     {
         const QString simulator = "home/X-Plane"_s;
         const QString apart = "home/apart"_s;
@@ -329,12 +331,12 @@ private slots:
             .row("the simulator in preserve", "home", apart, true)
             .row("the simulator in backup", apart, "home", true);
     }
-    void foldersInEachOthersWayCostNothing()
+    void overlappingFoldersCostNoFile()
     {
         const auto [preserve, backup, installs] = Rows<QString, QString, bool>::current();
         QVERIFY(QFile::link(m_eleven.chopped(1), profile().folder({}) + "link"_s));
         useFolders(preserve, backup);
-        // Files of the user's. One of them looks like a copy.
+        // Files of the user. In some rows, the first one is in a folder for copies.
         const QString own = profile().folder("home"_s) + "other/kept.txt"_s;
         QVERIFY(writeFile(own, "other") && writeFile(m_eleven + Preferences, "edited"));
         QVERIFY(restart());
@@ -353,7 +355,7 @@ private slots:
 
     void newestEditReturns()
     {
-        // The second and the fourth of the updates bring settings of their own.
+        // Version 2.0 contains preferences, so the copy is not restored.
         QVERIFY(installAndWait(7, "1.0"_s));
         QByteArray edit;
         for (const QString &version : {"2.0"_s, "1.0"_s, "1.0"_s, "2.0"_s, "1.0"_s}) {
@@ -386,7 +388,8 @@ private:
         QVERIFY(refresh());
     }
 
-    /// A package that replaces the lights. Its rule removes its own folder and these paths.
+    /// A package that replaces the lights. Its removal rule contains its own folder and the entries
+    /// of `rule`.
     static Offer lights(int id, const QString &version = "1.0"_s, const QStringList &rule = {})
     {
         return Offer{id, version}
@@ -394,14 +397,14 @@ private:
             .backingUp({Lights})
             .removing(QStringList("package-%1"_s.arg(id)) + rule);
     }
-    /// Removes the package and checks that everything is as before and no copy is left.
+    /// Removes the package and checks that the simulator is as before and no backup is left.
     void originalReturns(const FileTree &before, int id = 8)
     {
         uninstall(id);
         QCOMPARE(tree(), before);
         QCOMPARE(filesUnder(profile().backupFolder()), QStringList());
     }
-    /// The next start uses another simulator and a new database.
+    /// Deletes the databases and restarts with another simulator. Returns whether the list arrived.
     bool useSimulator(const QString &folder)
     {
         controller().reset();
@@ -415,7 +418,7 @@ private:
         settings()->setPending(Settings::BACKUP, profile().folder(backup));
         settings()->commit();
     }
-    /// In the current simulator.
+    /// Path of an entry in the current simulator.
     QString simulator(const QString &path) const
     {
         return settings()->current(Settings::INSTALLATION) + path;

@@ -43,7 +43,7 @@ private slots:
         QVERIFY(!QFile::exists(packageDatabase()) && !QFile::exists(downloads));
         QVERIFY(hasFile(7));
         QCOMPARE(controller().status(package(7)), int(Package::UNKNOWN));
-        // The next refresh starts from the beginning.
+        // The next refresh finds no records.
         QVERIFY(refresh());
         QCOMPARE(state(7), Package::AVAILABLE);
         QCOMPARE(recordedStatus(7), -1);

@@ -17,9 +17,9 @@
 using namespace Kavo::Models;
 using namespace Kavo::Testing;
 
-/// Applies the rules of a version on the disk. Beside the simulator there are somebody else's
-/// folder and the user's second disk, which no test may change except by a rule that names a path
-/// there.
+/// Applies the rules of a version to files. Beside the simulator there are somebody else's folder
+/// (m_outside), which no test may change, and a second disk of the user (m_disk), where only paths
+/// that a rule names may change.
 class PackageFilesTest final : public QObject
 {
     Q_OBJECT
@@ -93,7 +93,7 @@ private slots:
         const LogCapture log;
         files().remove();
         QVERIFY(log.contains(skipped));
-        // The rest of the list is applied.
+        // The other entries of the list were applied.
         QCOMPARE(tree(), treeOf({{"a/"_s, ""}}));
     }
 
@@ -150,8 +150,8 @@ private slots:
 
     void linkBelowARemovalEntryIsNoWayOut()
     {
-        // A link of the user's leads to the package's own folder, and the package brought another
-        // link.
+        // The path leads through a link of the user to the package's folder, and there through a
+        // link from the package.
         const QString victim = "Scenery/Field/door/victim.txt"_s;
         const QString added = "Scenery/Field/door/added.txt"_s;
         link(m_disk, simulator("Scenery"_s));
@@ -159,7 +159,7 @@ private slots:
         write(backup(added), "from the package");
         keep({victim, added});
         backUp({victim, added});
-        // The link is an entry itself, but below another one.
+        // The rule also names the link itself, but the link is below another entry.
         remove({victim, added, "Scenery/Field/door/"_s, "Scenery/Field/"_s});
         const LogCapture log;
         files().secure();
@@ -189,8 +189,8 @@ private slots:
     {
         const auto [number] = Rows<int>::current();
         const QStringList needed{m_folders.installation, m_folders.preserve, m_folders.backup};
-        // A link to the parent folder makes an entry name the folder itself, and another entry name
-        // its parent.
+        // Through these links, the first entry names the folder itself and the second one its
+        // parent.
         const QFileInfo folder(QDir::cleanPath(needed.at(number)));
         const QFileInfo above(folder.path());
         QVERIFY(QDir().mkpath(folder.filePath()));
@@ -272,8 +272,7 @@ private slots:
 
     void copyOfUnfinishedWorkIsNotOverwritten()
     {
-        // The first installation ended suddenly, or failed, when the archive's file was already
-        // there.
+        // The first installation failed or ended suddenly after the archive's file was written.
         keep({"settings.ini"_s});
         secureWith("user's");
         const LogCapture log;
@@ -286,7 +285,7 @@ private slots:
     {
         Rows<bool>().row("the settled copy stands", false).row("it is gone", true);
     }
-    /// As before, with a settled copy, or just its mark, in the place of the remaining one.
+    /// Like the previous test, but starts with a settled copy or just its mark.
     void copyOfUnfinishedWorkIsNotTakenForASettledOne()
     {
         const auto [isGone] = Rows<bool>::current();
@@ -299,7 +298,7 @@ private slots:
 
     void copyThatCannotBeBroughtBackIsNotSettled()
     {
-        // A file is in the place of the folder for the copy.
+        // In the simulator, a file with the name of the folder prevents restoring the copy.
         const QString entry = "plugin/settings.ini"_s;
         keep({entry});
         put({{entry, "user's"}});
@@ -317,7 +316,7 @@ private slots:
 
     void settledCopyStaysWhileTheArchivesFileIsUnchanged()
     {
-        // As after a sudden end at the end of an installation that is then repeated.
+        // The installation ended suddenly at its very end and is repeated.
         settleCopy("user's");
         for (int attempt = 0; attempt < 2; ++attempt) {
             files().secure();
@@ -340,7 +339,7 @@ private slots:
         QCOMPARE(files().secure(), simulator("e.txt"_s));
         QCOMPARE(filesUnder(m_folders.preserve), QStringList("a.txt"_s));
         QCOMPARE(filesUnder(m_folders.backup), QStringList("d.txt"_s));
-        // The first failure ends the installation.
+        // secure() stops at the first failure.
         QVERIFY(QDir().mkpath(kept("b.txt"_s)));
         const LogCapture log;
         QCOMPARE(files().secure(), simulator("b.txt"_s));
@@ -355,7 +354,7 @@ private slots:
         write(settings(), "user's second");
         QVERIFY(QDir().mkpath(backup(m_lights)));
         QCOMPARE(files().secure(), simulator(m_lights));
-        // Nothing was changed, so the user continues with the file in the simulator.
+        // No file was replaced, so the user continues to edit the file in the simulator.
         write(settings(), "user's third");
         QVERIFY(QDir().rmdir(backup(m_lights)));
         QCOMPARE(files().secure(), QString());
@@ -407,7 +406,7 @@ private slots:
 
     void copyThatAlreadyStandsInItsPlaceIsGivenUp()
     {
-        // As after a sudden end between copying a file and removing its source.
+        // A sudden end after the file was restored has left its copy.
         write(keptSettings(), "user's");
         write(settings(), "user's");
         keep({"settings.ini"_s});
@@ -419,7 +418,7 @@ private slots:
     // Fixed, see docs/compatibility.md.
     void backupIsMadeOnceAndPutBackOnRemoval()
     {
-        // The removal is interrupted and repeated once, because it was not recorded.
+        // The removal runs twice, as after an interruption before it was recorded.
         const QStringList replaced{m_lights, "sounds/alert.wav"_s};
         const Files originals{{m_lights, "original"}, {"sounds/alert.wav"_s, "original"}};
         put(originals);
@@ -466,10 +465,10 @@ private slots:
         QCOMPARE(readFiles(m_folders.preserve), left);
     }
 
-    void onlyFailuresAreCalledSo()
+    void onlyFailuresAreReported()
     {
-        // Without a removal rule, the first installation finds the original in the place its backup
-        // returns to, and each later one finds the package's file.
+        // Without a removal rule, the backup cannot be restored: at the first installation the
+        // original is in its place, and at each later one the package's file. Neither is an error.
         backUp({m_lights});
         const LogCapture log;
         for (const char *content : {"original", "package's"}) {
@@ -479,7 +478,7 @@ private slots:
             QCOMPARE(readFile(simulator(m_lights)), content);
             QCOMPARE(readFile(backup(m_lights)), "original");
         }
-        // A link of the user's in its place is not followed either, wherever it leads.
+        // A link of the user in its place is not followed and is no error, wherever it leads.
         QVERIFY(QFile::remove(simulator(m_lights)));
         link("/nowhere/at/all"_s, simulator(m_lights));
         files().remove();
@@ -501,14 +500,14 @@ private slots:
         QCOMPARE(files().secure(), simulator("a/file.txt"_s));
     }
 
-    void pipesHoldNobodyUp()
+    void pipesDoNotBlock()
     {
         keep({"settings.ini"_s});
         backUp({m_lights});
         putPipe(settings());
         putPipe(simulator(m_lights));
         const LogCapture log;
-        // They contain nothing to keep, so they do not prevent the installation.
+        // Pipes have no content to keep, so they do not prevent the installation.
         QVERIFY(files().secure().isEmpty());
         QVERIFY(log.contains("Skipping path : settings.ini"_s));
         QVERIFY(log.contains("Skipping path : "_s + m_lights));
@@ -573,7 +572,7 @@ private:
     {
         QVERIFY(writeFile(path, content));
     }
-    /// Creates these in the simulator.
+    /// Writes these files in the simulator.
     void put(const Files &files) const { QVERIFY(writeFiles(m_folders.installation, files)); }
     static void putPipe(const QString &path)
     {
@@ -584,15 +583,16 @@ private:
     {
         QVERIFY(QDir().mkpath(QFileInfo(place).path()) && QFile::link(target, place));
     }
-    /// The content of the simulator, and the content it should have: these files and nothing else.
+    /// The content of the simulator. treeOf() returns the expected content: X-Plane's executable
+    /// and these files.
     FileTree tree() const { return fileTree(m_folders.installation); }
     FileTree treeOf(Files files) const
     {
         files.insert("X-Plane-x86_64"_s, m_program);
         return expectedTree(files);
     }
-    /// A complete installation that leaves a copy of the settings, because the archive brings its
-    /// own.
+    /// Simulates a complete installation. It leaves a settled copy of the user's settings, because
+    /// the archive contains settings, too.
     void settleCopy(const QByteArray &content)
     {
         keep({"settings.ini"_s});
@@ -601,7 +601,7 @@ private:
         files().restorePreserved();
         QCOMPARE(readFile(keptSettings()), content);
     }
-    /// The first steps of an installation that finds these settings.
+    /// Writes these settings and makes the copies, as at the beginning of an installation.
     void secureWith(const QByteArray &content)
     {
         write(settings(), content);

@@ -104,7 +104,7 @@ private slots:
 
     void newestVersionNeedsNoUpdateWhateverItsText()
     {
-        // A text without a number counts as older than everything.
+        // A version without numbers counts as older than all others.
         QVERIFY(publish({{7, "nightly"_s}}) && installAndWait(7));
         QVERIFY(!isUpdateAvailable(7));
     }
@@ -159,7 +159,7 @@ private slots:
         QSignalSpy finished(package(7).data(), &Package::downloadFinished);
         install(7);
         QVERIFY(waitForState(7, Package::DOWNLOAD_ERROR));
-        // The transfer continues after the error. The package does not follow it.
+        // The transfer continues after the error, but the package keeps its state.
         QTRY_VERIFY(downloads().find(server().url("/package-7-1.0.zip"_s)).isNull());
         QCOMPARE(server().last("GET", "/package-7-1.0.zip"_s).method, "GET");
         QCOMPARE(*states, (States{Package::PREPARING, Package::DOWNLOAD_ERROR}));
@@ -241,8 +241,8 @@ private slots:
         QVERIFY(server().log().filter("GET /package-7"_s).isEmpty());
         QTRY_COMPARE(*states,
                      (States{Package::PREPARING, Package::INSTALLING, Package::INSTALLED}));
-        // Its finished download stays in the queue without a file and is not taken for a running
-        // one.
+        // The finished download stays in the download queue, although its file was deleted. It must
+        // not count as running.
         QVERIFY(!downloads().find(server().url("/package-7-1.0.zip"_s)).isNull());
         uninstall(7);
         QVERIFY(installAndWait(7));
@@ -323,7 +323,7 @@ private slots:
 private:
     using States = QVector<State>;
 
-    /// Every state the package enters from now on.
+    /// The states that the package enters from now on.
     QSharedPointer<States> followStates(int id)
     {
         const auto states = QSharedPointer<States>::create();

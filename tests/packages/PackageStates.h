@@ -7,7 +7,7 @@
 
 namespace Kavo::Testing {
 
-/// All states of packages, in the order of their values.
+/// All package states, ordered by value.
 inline QVector<Models::Package::State> packageStates()
 {
     const QMetaEnum states = QMetaEnum::fromType<Models::Package::State>();

@@ -179,7 +179,8 @@ private slots:
         QVERIFY(publish({{7}}));
         startHeld(7);
         PackagePointer before = package(7);
-        // Stops the worker between the last state and its announcement to the new object.
+        // Blocks the worker thread after it has set the last state and before the new object is
+        // notified.
         QSemaphore ending;
         const QObject context;
         const auto stopWorker = [&ending, main = QThread::currentThread()] {
@@ -196,7 +197,7 @@ private slots:
         ending.release();
         stop();
         QVERIFY(installed);
-        // The announcement arrives after the object that sent it is gone.
+        // The notification arrives after its sender was deleted.
         QTRY_COMPARE(card->state(), Package::INSTALLED);
     }
 

@@ -17,7 +17,8 @@ using namespace Kavo::Models;
 using namespace Kavo::Testing;
 using Kavo::Controllers::PackageController;
 
-/// Events between two turns of a refresh of many packages.
+/// A refresh handles many packages in turns and runs the event loop in between. These tests check
+/// events between two turns.
 class RefreshInTurnsTest final : public EngineTest
 {
     Q_OBJECT
@@ -25,7 +26,7 @@ class RefreshInTurnsTest final : public EngineTest
 private slots:
     void eventLoopGoesOnMeanwhile()
     {
-        // So many that no machine applies them in two turns.
+        // Too many packages for two turns, even on a fast machine.
         constexpr int Packages = 6 * Many;
         offerMany(Packages);
         QVERIFY(refresh());
@@ -60,7 +61,8 @@ private slots:
         QCOMPARE(updated.count(), 1);
     }
 
-    /// Each catalogue is applied completely, in the order in which they arrived.
+    /// Catalogues that arrive during a refresh are applied one after the other, in the order of
+    /// their arrival.
     void refreshesMeanwhile()
     {
         offerMany();
@@ -74,7 +76,7 @@ private slots:
             offer({id});
             serveCatalogue();
             controller().refresh();
-            // The turns use timers; the arrival of the file does not.
+            // The file arrives without timers, so excluding them prevents further turns.
             const QDeadlineTimer deadline(30000);
             while (downloads().find(url) && !deadline.hasExpired())
                 QCoreApplication::processEvents(QEventLoop::X11ExcludeTimers);
@@ -88,8 +90,8 @@ private slots:
         QVERIFY(package(8));
     }
 
-    /// The file has the server's content of the moment when it arrived, whatever happens to it
-    /// later.
+    /// A refresh uses the content that the file had on arrival. Later changes of the file have no
+    /// effect.
     void fileThatIsReplacedMeanwhile()
     {
         offerMany();
@@ -107,7 +109,7 @@ private slots:
         catalogue().body.chop(3);
         QVERIFY(refreshAsServed());
         QVERIFY(controller().packages().isEmpty());
-        // None of the packages that arrived before the end is known either.
+        // The packages before the malformed end are not known either.
         QVERIFY(package(1000).isNull());
         serveCatalogue();
         QVERIFY(refreshAsServed());
@@ -182,8 +184,8 @@ private slots:
         QVERIFY(
             runUntil([&working] { return working->state() == Package::DOWNLOAD_ERROR; }, 30000));
         QVERIFY(waitForList());
-        // No file of the version before was removed. If the failure came after the records, it is
-        // shown.
+        // No file of the previous version was removed. The failure is shown only if it came after
+        // the records were applied.
         QVERIFY(state(7) == Package::INSTALLED || state(7) == Package::DOWNLOAD_ERROR);
         QVERIFY(refresh());
         QCOMPARE(state(7), Package::INSTALLED);
@@ -265,7 +267,7 @@ private slots:
         }
     }
 
-    /// A record written by running work counts more than a version file that was read before.
+    /// The record of running work outweighs a version file.
     void versionFileOfAPackageThatIsInstalledMeanwhile()
     {
         offer(Offer{7, "2.0"_s}.into("plugins/seven"_s));
@@ -295,7 +297,8 @@ private slots:
         QCOMPARE(state(8), Package::INSTALLED);
     }
 
-    /// Copies left by a sudden end are gone when the list is complete.
+    /// Copies with the same content as their files are left over from a sudden end. They are
+    /// deleted before the list is complete.
     void cleanUpOfManyPackages()
     {
         constexpr int Count = 400;
@@ -309,7 +312,8 @@ private slots:
             QCOMPARE(QFile::exists(copyOf(id)), id % 2 != 0);
     }
 
-    /// The installation may be about to replace the very files that equal their copies now.
+    /// No copy is deleted while an installation runs, because the installation may be about to
+    /// replace a file that still equals its copy.
     void copiesStayWhileAnInstallationRuns()
     {
         const GatedExtractor extractor(engine());
@@ -328,7 +332,7 @@ private slots:
 
     void cleanUpEndsWhenAnInstallationBegins()
     {
-        // More than one turn can compare.
+        // Together, these files take more than one turn to compare.
         constexpr int Count = 100;
         constexpr qint64 Large = 4 * 1024 * 1024;
         const GatedExtractor extractor(engine());
@@ -393,7 +397,7 @@ private slots:
         QVERIFY(runUntil([&] { return first.isNull() && last.isNull(); }, 30000));
     }
 
-    /// A program that waits for its user uses no processor time.
+    /// An idle program must not use processor time.
     void nothingGoesOnAfterwards()
     {
         offerMany();
@@ -408,14 +412,14 @@ private slots:
 private:
     static constexpr int Many = 1000;
 
-    /// A version without an archive, which these tests never request.
+    /// Offers a version without an archive, because no test requests it.
     void offerVersion(int id, const QString &version, const QJsonObject &install)
     {
         const QJsonObject object{{"version"_s, version}, {"install"_s, install}};
         offerObject({{"id"_s, id}, {"versions"_s, QJsonArray{object}}});
     }
 
-    /// Enough packages to make a refresh take long.
+    /// Offers so many packages that a refresh takes several turns.
     void offerMany(int count = Many)
     {
         QJsonArray versions;
@@ -427,7 +431,8 @@ private:
             offerObject({{"id"_s, id}, {"versions"_s, versions}});
     }
 
-    /// Starts a refresh and returns when its file has arrived and is not applied yet.
+    /// Starts a refresh and waits until its file has arrived. Returns whether it arrived and is not
+    /// applied yet.
     bool beginRefresh()
     {
         serveCatalogue();
@@ -443,7 +448,8 @@ private:
     {
         return runUntil([this] { return !m_list->isEmpty(); }, 30000);
     }
-    /// Delivers the events posted by the installing thread, without another turn of the refresh.
+    /// Waits for a condition and delivers posted events, such as those of the worker thread. The
+    /// refresh takes no turn meanwhile. Returns whether the condition is met.
     static bool waitWithoutTurns(const std::function<bool()> &condition)
     {
         const QDeadlineTimer deadline(30000);
@@ -454,10 +460,11 @@ private:
         return condition();
     }
 
-    /// Path of the file the user keeps in the folder of a package.
+    /// Path of the kept file of a package, relative to the simulator's folder.
     static QString keptFile(int id) { return "plugins/%1/kept.ini"_s.arg(id); }
     QString copyOf(int id) const { return profile().preserveFolder() + keptFile(id); }
-    /// Offers a package with a kept file whose files are installed but not recorded.
+    /// Offers a package with a kept file. Its version file and the kept file are in the simulator,
+    /// but nothing is recorded.
     bool putWithKeptFile(int id, const QByteArray &content)
     {
         const QString folder = "plugins/%1/"_s.arg(id);

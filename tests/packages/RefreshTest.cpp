@@ -17,7 +17,7 @@ using Kavo::Controllers::PackageController;
 
 namespace {
 
-/// The names of the controller's signals, in the order of their emission.
+/// A list to which the name of each signal is added when the controller emits it.
 QSharedPointer<QStringList> follow(PackageController &controller)
 {
     const auto names = QSharedPointer<QStringList>::create();
@@ -64,7 +64,7 @@ private slots:
         serveCatalogue();
         const auto names = startAndRefresh();
         QCOMPARE(*names, words("busy"));
-        // The folders for copies and the record exist by then.
+        // The folders for copies and the database already exist.
         QVERIFY(QDir(profile().preserveFolder()).exists());
         QVERIFY(QDir(profile().backupFolder()).exists());
         QVERIFY(QFile::exists(packageDatabase()));
@@ -111,7 +111,7 @@ private slots:
         controller().refresh();
         QVERIFY(errors.wait());
         QCOMPARE(errors.first().first().toString(), "Server Error"_s);
-        // The transfer has ended when the manager releases it. Nothing may follow the error.
+        // The manager releases a transfer when it has ended. No signal may follow the error.
         QTRY_VERIFY(isTransferOver());
         QCOMPARE(*names, words("busy error"));
         QVERIFY(controller().packages().isEmpty());
@@ -120,7 +120,7 @@ private slots:
 
     void catalogueMayHave512Mebibytes()
     {
-        // The length alone is enough; hardly any of the body is sent.
+        // The announced length is enough, so only the beginning of the body is sent.
         server().serveGenerated("/packages.json"_s, Largest).holdAfter = 1000;
         const auto names = startAndRefresh();
         QTRY_COMPARE(QFileInfo(cached("packages.json"_s)).size(), 1000);
@@ -177,7 +177,7 @@ private slots:
         const auto names = startAndRefresh();
         QCOMPARE(*names, words("busy"));
         QTRY_COMPARE(*names, words("busy update list"));
-        // Timers may fire a few percent early.
+        // The delay is one second, but a timer may fire a few percent early.
         QVERIFY(clock.elapsed() >= 900);
         QVERIFY(server().requests().isEmpty());
         QVERIFY(!package(5).isNull());
@@ -305,12 +305,12 @@ private:
     }
     void useUnwritableCache()
     {
-        // With a file in the place of the folder nothing can be written there, not even by root.
+        // A file in the place of the folder prevents writing, even for root.
         const QString place = profile().folder("place"_s) + "cache"_s;
         QVERIFY(writeFile(place, "in the way"));
         set(Kavo::Settings::CACHE, place + QDir::separator());
     }
-    /// The file of a local repository. No other test runs in this folder.
+    /// The catalogue of a local repository. No other test runs in this folder.
     static QString besideTheProgram()
     {
         return QCoreApplication::applicationDirPath() + "/packages.json"_s;
@@ -329,7 +329,7 @@ private:
         QVERIFY(controller().packages().isEmpty());
     }
     bool isTransferOver() { return downloads().find(server().url("/packages.json"_s)).isNull(); }
-    /// Writes such a record of package 7.
+    /// Records package 7 in this state and version.
     void record(State state, const QString &version)
     {
         InstalledPackageDatabase database(profile().simulatorFolder());

@@ -22,13 +22,13 @@ QStringList sorted(QStringList paths)
 
 } // namespace
 
-/// Removals on a disk where not everything can be deleted. Exactly what stays is reported.
+/// Checks that a removal reports exactly the files that it could not delete or restore.
 class RemovalFaultsTest final : public EngineTest
 {
     Q_OBJECT
 
 private slots:
-    void whatGoesIsNotTold()
+    void removedFilesAreNotReported()
     {
         QVERIFY(writeFile(simulator(Lights), "original"));
         QVERIFY(writeFile(simulator("Resources/plugins/a.xpl"_s), "other's"));
@@ -44,7 +44,7 @@ private slots:
         QCOMPARE(inSimulator(Lights), "original");
     }
 
-    void whatStaysIsToldOfAllPackages()
+    void remainingFilesOfAllPackagesAreReported()
     {
         QVERIFY(installed(Offer{1}
                               .bringing({{"one/a.txt"_s, "a"}, {"single/b.txt"_s, "b"}})
@@ -77,10 +77,10 @@ private slots:
         QVERIFY(QFile::exists(simulator(file)));
     }
 
-    void backupWhosePlaceIsTakenIsTold()
+    void backupWhosePlaceIsTakenIsReported()
     {
         QVERIFY(writeFile(simulator(Lights), "original"));
-        // The rule does not name the file in the place of the original.
+        // The removal rule does not name the file that has replaced the original.
         QVERIFY(installed(Offer{7}.bringing({{Lights, "package's"}}).backingUp({Lights})));
         QVERIFY(writeFile(simulator(Lights), "edited"));
         const Removal removal = uninstall(7);
@@ -105,7 +105,8 @@ private slots:
 private:
     bool installed(const Offer &offer) { return publish({offer}) && installAndWait(offer.id); }
 
-    /// Removes the package as a user without the right to change the folders of these paths.
+    /// Removes the package without root's rights, while these folders of the simulator have the
+    /// given mode. By default nothing in them can be deleted.
     Removal removeWithLocked(int id, const QStringList &folders, mode_t mode = 0555)
     {
         letEverybodyWrite(QFileInfo(profile().home()).path());

@@ -15,8 +15,8 @@ namespace {
 
 constexpr int Id = 7;
 constexpr int Library = 8;
-constexpr int Unavailable = 503; ///< as a server answers that is down
-const QString Old = "1.10"_s;    ///< reads as a number
+constexpr int Unavailable = 503; ///< HTTP status "Service Unavailable"
+const QString Old = "1.10"_s;    ///< would lose its zero as a number
 const QString New = "2.0"_s;
 
 using Fault = void (*)(Engine &);
@@ -37,7 +37,7 @@ Offer addOn(const QString &version)
 Q_DECLARE_METATYPE(Offer)
 Q_DECLARE_METATYPE(Fault)
 
-/// An update that fails before it removes anything leaves the version before installed. An update
+/// An update that fails before it removes anything leaves the previous version installed. An update
 /// that fails later leaves no complete version.
 class StillInstalledTest final : public EngineTest
 {
@@ -75,7 +75,7 @@ private slots:
         QVERIFY(waitForState(Id, end));
         QTRY_COMPARE(recordedStatus(Id), int(end));
         QCOMPARE(recordedVersion(Id), New);
-        // The version before stays installed, and is removed by its own rules.
+        // The previous version stays installed and is removed by its own rules.
         for (int start = 0; start < 2; ++start) {
             QVERIFY(restart());
             checkOldIsInstalled();
@@ -124,8 +124,8 @@ private slots:
         QCOMPARE(recordedVersion(Id), New);
     }
 
-    /// Otherwise the new version of one package would be installed beside the old version of the
-    /// other.
+    /// If the needed package counted as installed again, the new version of its dependant would be
+    /// installed beside the old version of the needed package.
     void neededPackageIsNotTakenUpWhileItsDependantIsOnItsWay()
     {
         QVERIFY(installAndWait(Library));
@@ -197,7 +197,7 @@ private slots:
         checkNotInstalled();
     }
 
-    /// The task requests permission to remove when nobody answers any more.
+    /// The task asks for permission to remove files while the program ends and no event loop runs.
     void endBeforeTheRemovalFinishesTheUpdate()
     {
         for (const QString &version : {"1.0"_s, New})
@@ -205,8 +205,7 @@ private slots:
         QVERIFY(refresh() && installAndWait(9, "1.0"_s));
         bool ended = false;
         QObject context;
-        // The first call after the task was started, so that no message of the task is handled
-        // before it.
+        // This call is queued before the task can send a message, so it is handled first.
         const auto end = [this, &ended] {
             const QDeadlineTimer deadline(engine().patience());
             while (!QFile::exists(preserved(Engine::fileOf(9))) && !deadline.hasExpired())
@@ -247,7 +246,7 @@ private slots:
         QCOMPARE(log.count("SQL Error: "_s), 0);
     }
 
-    /// Of a program that writes the rows and does not know the table beside them.
+    /// Another program may change the rows of `packages` without knowing the table whole_versions.
     void removalByAnotherProgramCounts()
     {
         stop();
@@ -267,8 +266,8 @@ private slots:
         QCOMPARE(installedVersion(Id), "1.11.1"_s);
     }
 
-    /// As after a sudden end in the middle of a removal: installed, so that it can be removed
-    /// again.
+    /// After a sudden end in the middle of a removal, the package counts as installed, so that the
+    /// removal can be repeated.
     void halfRemovedPackageIsNotTakenUp()
     {
         stop();
@@ -289,7 +288,7 @@ private slots:
         checkNotInstalled();
     }
 
-    void tableOfOthersCostsTheMemoryOnly_data()
+    void foreignTableIsNotUsed_data()
     {
         Rows<QString>()
             .row("other columns", "name TEXT")
@@ -298,7 +297,7 @@ private slots:
             .row("a check that nothing passes",
                  "package_id INTEGER PRIMARY KEY, version TEXT CHECK (0)");
     }
-    void tableOfOthersCostsTheMemoryOnly()
+    void foreignTableIsNotUsed()
     {
         const auto [columns] = Rows<QString>::current();
         stop();
@@ -326,9 +325,9 @@ private slots:
         QCOMPARE(readFile(backedUp(lights)), "the simulator's");
         archive(9, New).getStatus = Unavailable;
         QVERIFY(!installAndWait(9, New));
-        // The original is in its place, where it looks like a leftover.
+        // The original is still in its place, so its backup looks like a leftover.
         QCOMPARE(inSimulator(lights), "the simulator's");
-        // The original survives, both while work still needs it and later.
+        // The backup is kept, both while other work needs the package and later.
         QVERIFY(publish({Offer{10}.needing({"9:1.0"_s})}));
         archive(10).holdAfter = 10;
         QVERIFY(!installAndWait(9, New));
@@ -342,8 +341,8 @@ private slots:
         QCOMPARE(readFile(backedUp(lights)), "the simulator's");
     }
 
-    /// The update died after all copies were made and before anything was removed. Its copy does
-    /// not count.
+    /// The update ended suddenly after all copies were made and before anything was removed. Its
+    /// copy must not replace a later edit.
     void editAfterASuddenEndReturns()
     {
         const QString settings = "plugin/settings.ini"_s;
@@ -377,7 +376,7 @@ private:
         QVERIFY(executeOn(packageDatabase(), statements));
     }
 
-    /// An update whose server does not answer.
+    /// Tries an update whose archive the server refuses.
     void failUpdate()
     {
         offer(addOn(New));

@@ -17,7 +17,7 @@ namespace {
 /// A file of the simulator that an add-on replaces.
 const QString Lights = "lights.txt"_s;
 
-/// Objects that findChildren() does not find until their name is restored.
+/// A folder that is renamed until bringBack() is called, like a disk that is not mounted.
 class MovedAway final
 {
 public:
@@ -124,7 +124,7 @@ private slots:
 
     void packageThatADownloadingOneNeedsStays_data()
     {
-        // In the second row, removing 1 would also remove 2, which 3 needs.
+        // In the second row, package 3 is downloading. It needs 2, which would be removed with 1.
         Rows<int>().row("the package itself", 2).row("one that would go with it", 3);
     }
     void packageThatADownloadingOneNeedsStays()
@@ -160,7 +160,8 @@ private slots:
     void dependentThatIsNotYetRecordedKeepsWhatItNeeds()
     {
         QVERIFY(publish({removable(1), removable(2, {"1"_s})}) && installAndWait(1));
-        // Stops the worker between the package's last state and the end of the task.
+        // Blocks the worker thread after it has set the package's last state and before the task
+        // ends.
         QSemaphore tried;
         const QObject context;
         const auto stopWorker = [&tried, main = QThread::currentThread()] {
@@ -259,7 +260,8 @@ private slots:
     void backupStaysUntilTheRemovalIsDone()
     {
         QVERIFY(installReplacing("original"));
-        // When the removal is recorded, everything needed for it must still exist.
+        // The removal is recorded right after this state. Until then, the backup must exist, so
+        // that an interrupted removal can be repeated.
         QByteArray backup;
         connect(package(7).data(), &Package::stateChanged, this, [&](State state) {
             if (state == Package::AVAILABLE)
@@ -276,7 +278,7 @@ private slots:
         QVERIFY(installReplacing("original"));
         uninstall(7);
         stop();
-        // As after a sudden end when the removal was already recorded.
+        // A sudden end after the removal was recorded has left the backup.
         QVERIFY(writeFile(backedUp(Lights), "original") && refresh());
         QVERIFY(!QFile::exists(backedUp(Lights)));
         QCOMPARE(inSimulator(Lights), "original");
@@ -287,7 +289,7 @@ private slots:
 
     void backupOfAnInstalledPackageIsNotClearedUp()
     {
-        // The add-on brings a file with exactly the content that was there before.
+        // The add-on's file has the same content as the original.
         QVERIFY(installReplacing("package's") && restart());
         QCOMPARE(readFile(backedUp(Lights)), "package's");
         uninstall(7);
@@ -304,7 +306,7 @@ private slots:
         QCOMPARE(inSimulator(Lights), "original");
         install(8);
         QVERIFY(gate.waitUntilReached());
-        // The running installation relies on this copy, and the original is still in its place.
+        // The original is still in its place, but the running installation relies on this backup.
         QVERIFY(refresh());
         QCOMPARE(readFile(backedUp(Lights)), "original");
         gate.open();
@@ -318,7 +320,7 @@ private:
     {
         return Offer{id}.needing(depends).removing({"package-%1"_s.arg(id)});
     }
-    /// Installs package 7, which replaces the lights of this content.
+    /// Writes lights with this content and installs package 7, which replaces them.
     bool installReplacing(const QByteArray &original)
     {
         return writeFile(simulator(Lights), original) &&
@@ -328,7 +330,7 @@ private:
                             .removing({Lights})}) &&
                installAndWait(7);
     }
-    /// Tries to remove an installed package while another one is being installed.
+    /// Checks that an installed package is not removed while `blocker` is being installed.
     void removalIsRefused(int id, int blocker)
     {
         const QString name = package(blocker)->name();

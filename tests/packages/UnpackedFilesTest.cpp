@@ -13,7 +13,7 @@ using Extractors::ArchiveEntry;
 using Extractors::ArchiveListing;
 using Kind = ArchiveEntry::Kind;
 
-/// Unpacked files are removed again. Files that were there before stay.
+/// Undoing an unpacking removes the new files and folders and keeps all others.
 class UnpackedFilesTest final : public QObject
 {
     Q_OBJECT
@@ -73,12 +73,12 @@ private slots:
         QVERIFY(writeFile(target + "/a/b"_s, "x"));
         added.takeAway();
         QCOMPARE(fileTree(root()), before);
-        // The same for an empty archive.
+        // The folder is also removed if the archive is empty.
         const UnpackedFiles nothing(listing({}), target, root());
         QVERIFY(QDir().mkpath(target));
         nothing.takeAway();
         QCOMPARE(fileTree(root()), before);
-        // The simulator's folder itself is never removed, whatever it contains.
+        // The root folder itself is never removed, even if it is empty.
         const QString empty = m_profile->folder("empty"_s);
         UnpackedFiles(listing({"a"_s}), empty, empty).takeAway();
         QVERIFY(QDir(empty).exists());

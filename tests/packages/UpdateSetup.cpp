@@ -21,7 +21,8 @@ const Files Original{{Replaced, "the simulator's own lights"}};
 const Files OfTheUser{{UserSettings, "the user's settings"}};
 const Files FirstVersion{{"plugin/disc.bin"_s, "version 1.0"}, {Replaced, "lights 1.0"}};
 const QString SimulatorProgram = "X-Plane-x86_64"_s;
-/// Names that careless code could take for options, patterns or lists.
+/// Other people's files. 7-Zip could take some names for an option or a list of files, and one path
+/// begins like the add-on's folder.
 const Files OfOthers{{"Aircraft/Others/plane.acf"_s, "a plane"},
                      {"Custom Scenery/scenery_packs.ini"_s, "a list"},
                      {"Custom Scenery/-y/@all"_s, "a scenery"},
@@ -166,7 +167,7 @@ QString UpdateSetup::difference(const Files &simulator, const Files &preserved,
                 present.remove(name);
         }
     }
-    // Folders that contained copies stay.
+    // Empty folders are ignored, because those of former copies stay.
     const FileTree parked = filesOf(fileTree(m_engine.profile().preserveFolder()));
     const FileTree originals = filesOf(fileTree(m_engine.profile().backupFolder()));
     return compareTrees("simulator"_s, present, expectedTree(simulator)) +

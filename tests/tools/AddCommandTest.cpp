@@ -46,7 +46,8 @@ int versionsIn(const QByteArray &catalogue)
 
 } // namespace
 
-/// The commands init and add, run as from a shell: their messages, and the files afterwards.
+/// Tests the commands init and add, run as separate processes: their messages, their exit statuses
+/// and the files that they leave.
 class AddCommandTest final : public QObject
 {
     Q_OBJECT
@@ -289,7 +290,7 @@ private slots:
     void ownerStays()
     {
         if (::geteuid() != 0)
-            QSKIP("Only root gives files away.");
+            QSKIP("Only root can change the owner of a file.");
         setMode(catalogue(), 0640);
         QCOMPARE(::chown(QFile::encodeName(catalogue()).constData(), 65534, 65533), 0);
         QCOMPARE(ToolRun(order("2.0"_s)).status(), CLEAN);
@@ -342,7 +343,8 @@ private slots:
         }
     }
 
-    /// The program is killed before each call that changes the disk.
+    /// Kills the program before its first call that changes the disk, in the next run before its
+    /// second one, and so on until a run completes.
     void deathLeavesOneOfTheTwo()
     {
         QVERIFY(QFile::exists(QStringLiteral(DYING_CALLS)));
@@ -350,7 +352,7 @@ private slots:
         qputenv("LD_PRELOAD", DYING_CALLS);
         qputenv("KAVO_DEATH_PROGRAM", "kavo-catalogue");
         qputenv("KAVO_DEATH_FOLDER", QFile::encodeName(folder));
-        // AddressSanitizer requires to be the first library otherwise.
+        // Otherwise AddressSanitizer refuses to run, because it is not the first loaded library.
         const QByteArray sanitizer = qgetenv("ASAN_OPTIONS");
         qputenv("ASAN_OPTIONS", sanitizer + ":verify_asan_link_order=0");
         const auto restore = qScopeGuard([&sanitizer] {
@@ -370,12 +372,12 @@ private slots:
             QCOMPARE(versionsIn(readFile(catalogue())), status == 0 ? 2 : 1);
         }
         QVERIFY2(calls > 3 && calls < 100, qPrintable(QString::number(calls)));
-        // The files of a killed run do not prevent the next one.
+        // Files that killed runs have left do not prevent the next run.
         qunsetenv("LD_PRELOAD");
         QCOMPARE(ToolRun(order("3.0"_s)).status(), CLEAN);
     }
 
-    /// Other programs do not use the lock.
+    /// Other programs edit the catalogue without the lock.
     void editOfAnotherProgramIsNotLost()
     {
         CatalogueFile file(catalogue());
@@ -422,7 +424,8 @@ private:
         QVERIFY2(run.complaints().contains(complaint), run.complaints().constData());
     }
 
-    /// Runs the tool with all of the arguments at once.
+    /// Runs the tool once for each list of arguments, all at the same time. Returns the exit
+    /// statuses in the same order.
     static QVector<int> statusesOf(const QVector<QStringList> &orders)
     {
         QThreadPool pool;

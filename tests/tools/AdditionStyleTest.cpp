@@ -10,7 +10,8 @@ using namespace Kavo::Tools;
 
 using Outcome = Addition::Outcome;
 
-/// New entries have the style of the catalogue. Everything else stays the same, byte for byte.
+/// Tests that new entries have the style of the catalogue, and that the rest of the catalogue stays
+/// the same, byte for byte.
 class AdditionStyleTest final : public QObject
 {
     Q_OBJECT
@@ -80,7 +81,7 @@ private slots:
         for (const VersionView &version : view.packages().front().versions)
             found.append(version.version);
         QCOMPARE(found.join(QLatin1Char(' ')), QString::fromLatin1(after));
-        // With one version there is no example of a separator.
+        // A catalogue with a single version does not show how versions are separated.
         QCOMPARE(addition.result().count("}, {"), versions.size() > 1 ? versions.size() : 0);
     }
 
@@ -115,8 +116,9 @@ private slots:
     }
 
 private:
-    /// Adds the columns, and returns the function that adds a row. What is added to the catalogue
-    /// replaces a text at @NEW@. All texts have ' instead of ".
+    /// Adds the columns of the data table and returns a function that adds a row. "@NEW@" in the
+    /// catalogue stands for the text `replaced` before the addition, and `added` after it. All
+    /// texts have ' in the place of ".
     auto addingRows() const
     {
         return [this, rows = Rows<QByteArray, QByteArray>()](
@@ -135,7 +137,8 @@ private:
         return outcome == Outcome::GOOD ? addition.carryOut(m_archive.look()) : outcome;
     }
 
-    /// Compares the result of an addition.
+    /// Carries out an addition and compares the result with `after`, and what clients read from it
+    /// with the added version.
     void compare(const QByteArray &before, const QByteArray &after,
                  const AdditionOrder &order) const
     {
@@ -144,7 +147,7 @@ private:
         const QByteArray &result = addition.result();
         QCOMPARE(QString::fromUtf8(result), QString::fromUtf8(after));
         QCOMPARE(result, after);
-        // A package may have had no version before.
+        // An addition may remove an error, for example that a package has no versions.
         const int errors = checkCatalogue(before).count(Severity::ERROR);
         QVERIFY(checkCatalogue(result).count(Severity::ERROR) <= errors);
         const auto packages = Kavo::Models::parseCatalogue(result, "en"_s);

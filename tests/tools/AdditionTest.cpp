@@ -14,7 +14,7 @@ using Outcome = Addition::Outcome;
 
 namespace {
 
-/// Versions 2.0 and 1.0 of package 5; 7 is another package.
+/// A catalogue with the versions 2.0 and 1.0 of package 5, and with package 7.
 QByteArray offer()
 {
     const QByteArray text =
@@ -70,7 +70,8 @@ QStringList rulesOf(const CheckReport &report)
     return names;
 }
 
-/// Whether text was only inserted, at one place. Blanks there may be replaced.
+/// Whether the only change is text inserted at one place. White space at that place may have been
+/// replaced.
 bool hasOnlyGrown(const QByteArray &before, const QByteArray &after)
 {
     const auto start = std::mismatch(before.cbegin(), before.cend(), after.cbegin(), after.cend());
@@ -84,7 +85,8 @@ bool hasOnlyGrown(const QByteArray &before, const QByteArray &after)
 
 } // namespace
 
-/// What a new version gets from the one before it, and which catalogues and orders are refused.
+/// Tests what a new version takes over from the previous one, and which catalogues and orders are
+/// refused.
 class AdditionTest final : public QObject
 {
     Q_OBJECT
@@ -275,7 +277,7 @@ private slots:
                  static_cast<int>(addition.findings().findings().size()));
     }
 
-    /// Former errors before and after the new entry are not reported.
+    /// Errors that the catalogue already had, before or after the new entry, are not reported.
     void faultsElsewhereAreNoHindrance()
     {
         QByteArray changed = offer().replace(R"("depends": ["7"])", R"("depends": ["99"])");
@@ -288,7 +290,8 @@ private slots:
         QVERIFY(hasOnlyGrown(changed, addition.result()));
     }
 
-    /// Findings are compared by their former positions.
+    /// Findings that the catalogue already had are recognized by their former positions. The loop
+    /// varies the positions, because a new finding must never be taken for one of these.
     void newFaultIsNotTakenForOneBeforeIt()
     {
         AdditionOrder order = orderFor(5, "3.0"_s);
@@ -316,7 +319,8 @@ private slots:
         }
     }
 
-    /// In an accepted catalogue, text is only inserted, and clients still read all former entries.
+    /// If a catalogue is accepted, text is only inserted, and clients still read all former
+    /// entries.
     void doubtfulCatalogueIsRefused()
     {
         const auto [bytes, isDoubtful] = Rows<QByteArray, bool>::current();

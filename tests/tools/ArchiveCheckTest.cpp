@@ -63,7 +63,7 @@ ShelvedVersion tar(const QVector<TarEntry> &entries)
     return version(tarOf(entries), "tar"_s);
 }
 
-/// The next version of the same package, and the same version of another one.
+/// Returns the version with another number, and as one of another package if that is given.
 ShelvedVersion numbered(ShelvedVersion shelved, const QString &number, int package = 5)
 {
     shelved.version = number;
@@ -83,7 +83,7 @@ QString entry(const char *list, int position = 0, int index = 0)
 
 } // namespace
 
-/// What a check finds in archives, those of 7-Zip and hand-made ones.
+/// Tests what a check finds in archives, both those that 7-Zip has created and hand-made ones.
 class ArchiveCheckTest final : public QObject
 {
     Q_OBJECT
@@ -263,7 +263,7 @@ private slots:
         row("in two folders", {holding({"a/Name", "b/name"})});
         ShelvedVersion small = tar({{TarEntry::FILE, "resources/plugins/Piers/a", "x"}});
         small.remove = QStringList{"resources/plugins/Piers"_s};
-        // One finding for each of the two folders.
+        // One finding is about "resources", the other about "resources/plugins".
         row("folder of the simulator", {small},
             {"archive/case-differs "_s + link(), "archive/case-differs "_s + link()});
 
@@ -378,7 +378,7 @@ private slots:
         row("folders may be shared", {version(good()), free});
         ShelvedVersion third = other("1.0"_s);
         third.package = 7;
-        // A file is compared with one of the other packages only.
+        // Each file is reported for only one of the other packages that have it.
         row("three packages", {version(good()), other("1.0"_s), third},
             {shared + link(1), shared + link(2), shared + link(2)});
         ShelvedVersion same = numbered(version(QByteArray()), "1.0"_s, 6);
@@ -427,7 +427,8 @@ private slots:
 
     void archivesAreFoundAsClientsNameThem() { compare(); }
 
-    /// The rows above have broken every rule, except those of updates, which have their own test.
+    /// The rows above have broken every rule about archives except that about unpacked sizes. The
+    /// rules about updates have their own test.
     void everyRuleIsBroken()
     {
         for (const RuleText &rule : allRules()) {
@@ -467,7 +468,7 @@ private slots:
         }
     }
 
-    /// A stand-in counts the runs of 7-Zip.
+    /// A script in the place of 7-Zip records each run and starts the real program.
     void sharedArchiveIsReadOnce()
     {
         const QTemporaryDir scratch;
@@ -510,7 +511,7 @@ private slots:
             .row("names that differ in case only", 60'000, "%2");
     }
 
-    /// A quadratic algorithm would take minutes.
+    /// An algorithm of quadratic complexity would take minutes.
     void manyEntriesTakeTheirTimeOnly()
     {
         const auto [count, name] = Rows<int, QByteArray>::current();
@@ -569,7 +570,7 @@ private:
         const QString &text = name;
         m_rows->row(text.toUtf8(), versions, findings);
     }
-    /// A row with one finding: of the first archive, or at the pointer.
+    /// Adds a row with one finding, at the link of the first version or at `pointer`.
     void fault(const RowText &name, const ShelvedVersion &shelved, const QString &rule)
     {
         fault(name, {shelved}, rule, link());
@@ -580,7 +581,7 @@ private:
         row(name, versions, {QString(rule + QLatin1Char(' ') + pointer)});
     }
 
-    /// Compares the findings, and notes the rules that were broken.
+    /// Compares the findings of the current row, and records the broken rules.
     void compare()
     {
         const auto [versions, findings] = FindingRows::current();
@@ -591,7 +592,7 @@ private:
         QCOMPARE(found, findings);
     }
 
-    std::optional<FindingRows> m_rows; ///< those of the present table
+    std::optional<FindingRows> m_rows; ///< of the current data function
     QSet<QString> m_broken;
 };
 

@@ -12,29 +12,30 @@
 
 namespace Kavo::Testing {
 
-/// A version in a catalogue, with its archive.
+/// A version of a package in the catalogue of an ArchiveShelf, and its archive.
 struct ShelvedVersion
 {
-    int package = 5;
+    int package = 5; ///< ID
     QString version = "1.0"_s;
-    QByteArray archive; ///< null when it is not there
+    QByteArray archive; ///< null if the file is missing
     QString format = "zip"_s;
     QString extract;
     QStringList remove = {"Resources/plugins/Piers"_s};
     QStringList preserve = {};
     QStringList backup = {};
-    QJsonObject keys = {}; ///< over those that follow from the others
-    /// Path of the archive in the folder; empty for its name.
+    QJsonObject keys = {}; ///< added to the version's JSON object, replacing generated keys
+    /// Path of the archive in the folder. If it is empty, fileName() is used.
     QString path = {};
 
     QString fileName() const;
 };
 
-/// Archives in a folder and the catalogue that offers them, both in a temporary folder.
+/// A temporary folder with a catalogue and the folder of the archives that it offers.
 class ArchiveShelf final
 {
 public:
-    /// The catalogue has the versions in this order, grouped by package.
+    /// The catalogue lists the versions in this order. Consecutive versions with the same ID belong
+    /// to one package.
     explicit ArchiveShelf(const QVector<ShelvedVersion> &versions);
 
     QString folder() const { return m_folder.filePath("archives"_s); }
@@ -46,8 +47,8 @@ private:
     QByteArray m_catalogue;
 };
 
-/// The findings about archives and updates, except sizes: "rule pointer" in the order of the
-/// document.
+/// The findings about archives and updates, except those about unpacked sizes, as "rule pointer"
+/// in the order of the report.
 QStringList archiveFindings(const Tools::CheckReport &report);
 
 } // namespace Kavo::Testing

@@ -30,14 +30,14 @@ QStringList namesOf(const CheckReport &report)
     return names;
 }
 
-/// Whether clients should refuse the catalogue as a whole.
+/// Whether clients should refuse the whole catalogue.
 bool isRefused(const CheckReport &report)
 {
     return report.has(Rule::JSON_SYNTAX) || report.has(Rule::JSON_ENCODING) ||
            report.has(Rule::JSON_NOT_AN_ARRAY);
 }
 
-/// The rules about archives are the last ones.
+/// Whether a rule is about archives or updates. These rules come last in the enumeration.
 bool needsArchives(Rule rule)
 {
     return rule >= Rule::ARCHIVE_MISSING;
@@ -51,7 +51,7 @@ QStringList textsIn(const JsonNode *array)
     return texts;
 }
 
-/// A catalogue of one package with one version, in which a part is replaced.
+/// Returns a catalogue of one package with one version, in which `before` is replaced by `after`.
 QByteArray catalogueWith(const QByteArray &before, const QByteArray &after)
 {
     const QByteArray catalogue =
@@ -64,8 +64,8 @@ QByteArray catalogueWith(const QByteArray &before, const QByteArray &after)
 
 } // namespace
 
-/// Compares the findings of a check with a corpus of catalogues that have one fault each, and with
-/// what the engine reads.
+/// Tests the check of catalogues: its findings in a corpus of catalogues with one fault each, and
+/// whether they agree with what the parser of the clients reads.
 class CatalogueCheckTest final : public QObject
 {
     Q_OBJECT
@@ -96,13 +96,13 @@ private slots:
         }
         QVERIFY(bad >= 150);
         for (const RuleText &rule : allRules()) {
-            // A file of that size is not in the corpus.
+            // The corpus contains no file that is too large.
             const bool isKept = !needsArchives(rule.rule) && rule.rule != Rule::JSON_TOO_LARGE;
             QVERIFY2(!isKept || broken.contains(QString::fromLatin1(rule.name)), rule.name);
         }
     }
 
-    /// No test reads a file that is not in the list of findings.
+    /// The tests only read files that expected.txt lists, so they would ignore any other file.
     void everyFileOfTheCorpusIsListed()
     {
         QStringList files = QDir(corpusFolder()).entryList({"*.json"_s});

@@ -7,19 +7,19 @@
 
 namespace Kavo::Testing {
 
-/// A small catalogue with one fault or none.
+/// A small catalogue with at most one fault, and its expected findings.
 struct CorpusCatalogue
 {
     QString name;
     QByteArray bytes;
-    /// The expected findings in the order of the document: "rule line:column pointer".
+    /// The findings as "rule line:column pointer", in the order of the document.
     QStringList findings;
 };
 
-/// The catalogues in the folder of these tests, with their findings from expected.txt.
+/// The catalogues that expected.txt in corpusFolder() lists, with the findings given there.
 QVector<CorpusCatalogue> corpusCatalogues();
 
-/// The folder itself.
+/// The folder "catalogues" next to this file.
 QString corpusFolder();
 
 } // namespace Kavo::Testing

@@ -31,7 +31,7 @@ QByteArray good()
 
 } // namespace
 
-/// The command line of kavo-catalogue: its messages and exit statuses.
+/// Tests the command line of kavo-catalogue: its messages and exit statuses.
 class CommandsTest final : public QObject
 {
     Q_OBJECT

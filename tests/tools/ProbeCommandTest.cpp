@@ -19,7 +19,7 @@ ToolRun probe(const QStringList &arguments)
 
 } // namespace
 
-/// Output and exit statuses of the command.
+/// Tests the output and the exit status of the command probe.
 class ProbeCommandTest final : public QObject
 {
     Q_OBJECT

@@ -7,20 +7,21 @@
 
 namespace Kavo::Testing {
 
-/// An archive of a publisher, in a temporary folder.
+/// An archive in a temporary folder that a publisher adds to a catalogue, and its inspection.
 class PublishedArchive final
 {
 public:
-    /// The format follows the name.
+    /// Creates and inspects the archive. The suffix of the name selects its format.
     PublishedArchive(const QString &name, const Files &files);
 
+    /// Whether the archive could be created.
     bool isThere() const { return m_isThere; }
     QString path() const { return m_folder.filePath(m_name); }
     /// The result of the inspection.
     const Tools::ArchiveLook &look() const { return m_look; }
     Tools::ArchiveLook::Outcome outcome() const { return m_outcome; }
 
-    /// Replaces @SIZE@ and @SHA@ by those of the archive, and ' by ".
+    /// Replaces "@SIZE@" and "@SHA@" by the size and the SHA-256 of the archive, and ' by ".
     QByteArray filledIn(QByteArray text) const;
 
 private:
@@ -31,7 +32,7 @@ private:
     Tools::ArchiveLook::Outcome m_outcome;
 };
 
-/// An order for a version of an existing package.
+/// Returns an order that adds a version to an existing package.
 Tools::AdditionOrder orderFor(int id, const QString &version);
 
 } // namespace Kavo::Testing

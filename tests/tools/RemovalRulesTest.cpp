@@ -17,7 +17,8 @@ QStringList lines(const QString &text)
     return text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
-/// Paths that end in a slash are folders, those with an arrow are links.
+/// Creates a listing from one path per line. A path that ends in a slash is a folder, a path
+/// followed by an arrow ("->") and a target is a link, any other one is a file.
 ArchiveListing listingOf(const QString &paths)
 {
     ArchiveListing listing;
@@ -33,14 +34,15 @@ ArchiveListing listingOf(const QString &paths)
     return listing;
 }
 
-/// No other packages.
+/// The paths of a catalogue without other packages.
 const PackagePaths &noPaths()
 {
     static const PackagePaths paths(CatalogueView(nullptr), -1);
     return paths;
 }
 
-/// A catalogue of one other package, whose version has these rules.
+/// Returns a catalogue of one other package with one version. `rules` are JSON members of that
+/// version, with ' in the place of ".
 QByteArray otherWith(const QByteArray &rules)
 {
     return QByteArray("[{'id':1,'versions':[{'version':'1',")
@@ -51,7 +53,7 @@ QByteArray otherWith(const QByteArray &rules)
 
 } // namespace
 
-/// The removal rules that follow from an archive.
+/// Tests the removal rules that are derived from an archive.
 class RemovalRulesTest final : public QObject
 {
     Q_OBJECT
@@ -119,7 +121,7 @@ private slots:
             .row("file in the place of a folder", "", "Aircraft\nOutput");
     }
 
-    /// The version before names them, too.
+    /// They are not named even if the rules of the previous version name them.
     void everybodysPlacesAreNeverNamed()
     {
         const auto [extract, paths] = Rows<QString, QString>::current();
@@ -181,10 +183,10 @@ private slots:
             lines("Resources/plugins/Harbour/a.ini\nResources/plugins/Harbour/lin.xpl"_s);
         const PackagePaths paths(view, -1);
         QCOMPARE(RemovalRules(paths, {}).entriesFor(listing, extract), isNamed ? folder : files);
-        // The version before names the folder, but other packages use it now.
+        // The same holds if the previous version names the folder.
         QCOMPARE(RemovalRules(paths, folder).entriesFor(listing, extract),
                  isNamed ? folder : files);
-        // A package is compared with other packages only.
+        // The paths of the package itself do not count.
         const PackagePaths own(view, 0);
         QCOMPARE(RemovalRules(own, {}).entriesFor(listing, extract), folder);
     }

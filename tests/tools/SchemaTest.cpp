@@ -21,8 +21,8 @@ using Kavo::Models::PackageVersionPointer;
 
 namespace {
 
-/// Rules that a schema cannot express: it knows neither other packages, nor the notation of values,
-/// nor the meaning of names for file systems and the simulator.
+/// The rules that a schema cannot express, because they depend on other parts of the catalogue, on
+/// the notation of values, or on the meaning of names for file systems and the simulator.
 const QVector<Rule> &rulesBeyondSchemas()
 {
     static const QVector<Rule> rules{
@@ -61,7 +61,7 @@ QJsonValue at(const QJsonObject &object, const char *key)
     return object.value(QLatin1String(key));
 }
 
-/// A text, or a mark for a missing value.
+/// The value of a key, or `otherwise` if it is missing.
 QJsonValue written(const QJsonObject &object, const char *key, const QJsonValue &otherwise)
 {
     const QJsonValue value = at(object, key);
@@ -119,7 +119,8 @@ QJsonObject read(const Package &package)
             {"help_url"_s, package.helpUrl()}};
 }
 
-/// What an English client should read from a package whose values have the right types.
+/// The values that a client with English texts should read from a package. All values of the
+/// package must have the right types.
 QJsonObject expectedPackage(const QJsonObject &package)
 {
     const QString empty = QLatin1String("");
@@ -143,7 +144,8 @@ QString schemaPath()
     return QStringLiteral(KAVO_SCHEMA);
 }
 
-/// Lines of verdicts and files; null when the validation fails.
+/// Validates files with the schema. Returns a line "VERDICT FILE" for each; null if the validation
+/// could not be carried out.
 QByteArray validated(const QStringList &files)
 {
     QProcess validation;
@@ -156,7 +158,8 @@ QByteArray validated(const QStringList &files)
 
 } // namespace
 
-/// The schema, the check and the parser of the clients agree on every catalogue.
+/// Tests that the schema, the check and the parser of the clients agree on every catalogue of the
+/// corpus.
 class SchemaTest final : public QObject
 {
     Q_OBJECT
@@ -196,7 +199,7 @@ private slots:
     {
         const auto [bytes] = Rows<QByteArray>::current();
         const auto packages = Kavo::Models::parseCatalogue(bytes, "en"_s);
-        // Qt does not skip the byte order mark.
+        // QJsonDocument does not accept a byte order mark.
         const QByteArray json = bytes.startsWith("\xef\xbb\xbf") ? bytes.mid(3) : bytes;
         const QJsonArray catalogue = QJsonDocument::fromJson(json).array();
         QCOMPARE(packages.size(), catalogue.size());
@@ -270,7 +273,7 @@ private slots:
     }
 
 private:
-    QHash<QString, QByteArray> m_verdicts; ///< by name of the catalogue
+    QHash<QString, QByteArray> m_verdicts; ///< by the names of the catalogues
 };
 
 KAVO_TEST_MAIN(SchemaTest)

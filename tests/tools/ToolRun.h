@@ -5,16 +5,19 @@
 
 namespace Kavo::Testing {
 
-/// A run of kavo-catalogue to its end.
+/// Runs kavo-catalogue and holds its exit status and output.
 class ToolRun final
 {
 public:
-    /// In `folder`, or in the present one. A run that does not end is killed after a minute.
+    /// Runs the program in `folder`, or in the current folder if that is empty, and waits for its
+    /// end. Kills it after a minute.
     explicit ToolRun(const QStringList &arguments, const QString &folder = QString());
 
-    /// Exit status, negative when the program did not end by itself.
+    /// The exit status, negative if the program did not start, crashed or was killed.
     int status() const { return m_status; }
+    /// The standard output.
     QByteArray output() const { return m_output; }
+    /// The standard error output.
     QByteArray complaints() const { return m_complaints; }
 
 private:

@@ -25,7 +25,7 @@ const QString Own = "Resources/plugins/Piers"_s;
 const QString Plugin = Own + "/64/lin.xpl"_s;
 const QString Lights = "lights.txt"_s;
 
-/// The result of a simulation of all versions on a shelf.
+/// The result of a simulation with all versions of a shelf.
 struct Trial
 {
     CheckReport report;
@@ -100,8 +100,9 @@ Versions versionsOf(int count)
     return versions;
 }
 
-/// Sends a signal to a simulation while it tries the first version. `action` is the handler that
-/// the program inherits. Returns whether the program has ended.
+/// Starts a simulation and sends it a signal as soon as there are files in its temporary folder,
+/// while it tries the first version. `action` is the disposition of the signal that the program
+/// inherits, SIG_DFL or SIG_IGN. Returns whether the program has ended in time.
 bool signalled(QProcess &process, const ArchiveShelf &shelf, const QString &temporary, int number,
                void (*action)(int))
 {
@@ -120,7 +121,7 @@ bool signalled(QProcess &process, const ArchiveShelf &shelf, const QString &temp
            process.waitForFinished(longest);
 }
 
-/// Runs a simulation with another place for temporary files.
+/// Runs a simulation that creates its temporary files in `temporary`.
 ToolRun simulated(const ArchiveShelf &shelf, const QString &temporary,
                   const QString &working = QString())
 {
@@ -140,7 +141,7 @@ QString at(const char *rule, int position, int package = 0)
 
 } // namespace
 
-/// Every version is installed over every older one.
+/// Tests the simulation, which installs every version alone and over every older one.
 class UpdateSimulationTest final : public QObject
 {
     Q_OBJECT
@@ -267,7 +268,7 @@ private slots:
         QCOMPARE(archiveFindings(trial.report), findings);
     }
 
-    /// Each version has a file of its own that no rule removes.
+    /// Each version has a file with another name, which no rule removes.
     void everyVersionIsTriedOverEveryOlderOne()
     {
         Versions versions;
@@ -279,7 +280,7 @@ private slots:
         QCOMPARE(archiveFindings(trial.report),
                  QStringList({at("left-over", 0), at("left-over", 0), at("left-over", 0),
                               at("left-over", 1), at("left-over", 2), at("left-over", 2)}));
-        // Each update is tried in a new simulator.
+        // Each message names one file only, because each update is tried in a new simulator.
         QStringList messages = trial.messages(Rule::UPDATE_LEFT_OVER);
         messages.sort();
         const auto stays = [](const char *number) -> QString {
@@ -322,7 +323,7 @@ private slots:
         QVERIFY(trial.untried.first().contains("version \"2.0\" could not be tried: "_s));
     }
 
-    /// The place for temporary folders is a file.
+    /// A file is in the place of the folder for temporary files.
     void placeWithoutRoomForFoldersIsTold()
     {
         const ScratchProfile profile;

@@ -16,7 +16,7 @@ using Format = PictureHead::Format;
 
 constexpr QSize Size(37, 21);
 
-/// Written by Qt.
+/// Returns a picture that Qt has written in this format.
 QByteArray written(const char *format)
 {
     QImage image(Size, QImage::Format_RGB32);
@@ -28,7 +28,8 @@ QByteArray written(const char *format)
     return bytes;
 }
 
-/// Written by ImageMagick, for formats that Qt cannot write.
+// Qt cannot write GIF and WebP. ImageMagick has written these pictures.
+
 QByteArray gif()
 {
     return QByteArray::fromBase64("R0lGODlhJQAVAPAAAP8AAAAAACH5BAAAAAAALAAAAAAlABUAAAIahI+py+0Po5y0"
@@ -59,7 +60,8 @@ QByteArray svg(const QByteArray &attributes)
            attributes + "><rect/></svg>";
 }
 
-/// With a segment before the picture, as cameras write for previews.
+/// Returns the JPEG file with a long segment before the picture. Cameras write such segments for
+/// previews.
 QByteArray withSegment(char marker, const QByteArray &jpeg)
 {
     const QByteArray content(5000, '\xc0');
@@ -124,20 +126,21 @@ private slots:
         QCOMPARE(PictureHead::of(bytes).format, Format::None);
     }
 
-    /// A part of a picture has its size or none, never another one.
+    /// The size that is read from a part of a picture is invalid or at most that of the picture.
     void bearsEveryCut()
     {
         for (const QByteArray &picture : pictures()) {
             for (int length = 0; length < picture.size(); ++length) {
                 const QSize size = PictureHead::of(picture.left(length)).size;
-                // Half of a little-endian number is a smaller number.
+                // It may be smaller, because the beginning of a little-endian number is a smaller
+                // number.
                 QVERIFY(!size.isValid() ||
                         (size.width() <= Size.width() && size.height() <= Size.height()));
             }
         }
     }
 
-    /// Any bytes may come; reading has to end.
+    /// Reading must end with a valid size or none, whatever the bytes are.
     void bearsEveryDamage()
     {
         int valid = 0;

@@ -21,7 +21,7 @@ using namespace Kavo::Tools;
 using File = HttpResource;
 using Headers = QList<QPair<QByteArray, QByteArray>>;
 using Subject = Observation::Subject;
-/// A change to a server that has no fault.
+/// Changes a server that has no fault.
 using Change = std::function<void(TestHttpServer &)>;
 
 Q_DECLARE_METATYPE(Change)
@@ -32,7 +32,8 @@ Q_DECLARE_METATYPE(Verdict)
 
 namespace {
 
-/// The first limit suits a loaded machine, the second one silent servers.
+/// The time for which a server may be silent. The first is long enough for a busy machine, the
+/// second is for tests with a silent server, which have to wait for it.
 constexpr std::chrono::milliseconds Patience(20000);
 constexpr std::chrono::milliseconds ShortPatience(1000);
 
@@ -60,7 +61,7 @@ QJsonObject package(int id, const QString &icon, const QJsonArray &versions)
 {
     return {{"id"_s, id},
             {"icon"_s, icon},
-            // Large enough for a compression to matter.
+            // Large enough for compression to matter.
             {"log"_s, QString(5000, QLatin1Char('a'))},
             {"versions"_s, versions}};
 }
@@ -85,7 +86,7 @@ HttpResource &publish(TestHttpServer &server, const QString &path, const QByteAr
     return resource;
 }
 
-/// Puts resources without any fault on the server.
+/// Serves a catalogue, an icon and an archive without any fault.
 void furnish(TestHttpServer &server)
 {
     publish(server, Catalogue, catalogueWith(server.url(Icon), server.url(Archive)),
@@ -102,7 +103,7 @@ ProbeReport probe(const QString &server, ServerProbe::Extent extent = ServerProb
     return ServerProbe(patience).run(server, extent);
 }
 
-/// The worst verdict on one question.
+/// The worst verdict on one question about a subject; Good if it was not asked.
 Verdict verdictOf(const ProbeReport &report, Subject subject, const QString &asked)
 {
     Verdict worst = Verdict::Good;
@@ -136,7 +137,7 @@ Change without(const QString &path)
     return [path](TestHttpServer &server) { server.removeResource(path); };
 }
 
-/// So many redirects in front of a file.
+/// Returns a change that puts `count` redirects in front of a file.
 Change redirected(const QString &path, int count)
 {
     return [path, count](TestHttpServer &server) {
@@ -152,7 +153,7 @@ Change redirected(const QString &path, int count)
 
 using Judgements = Rows<Subject, QString, Verdict, Change, std::chrono::milliseconds>;
 
-/// Adds the columns, and returns the function that adds a row about this subject.
+/// Adds the columns of the data table and returns a function that adds a row about this subject.
 auto rowsAbout(Subject subject)
 {
     return [subject, rows = Judgements()](const char *name, const char *asked, Verdict verdict,
@@ -162,7 +163,7 @@ auto rowsAbout(Subject subject)
     };
 }
 
-/// A server that is a function of its connections.
+/// A TCP server that calls a function for each connection.
 class RawServer final : public QTcpServer
 {
 public:
@@ -176,7 +177,7 @@ public:
     QString url() const { return "http://127.0.0.1:%1/"_s.arg(serverPort()); }
 };
 
-/// Sends single bytes at intervals, without an end.
+/// Announces a long body and sends a single byte of it every 5 ms.
 void drip(QTcpSocket *socket)
 {
     socket->write("HTTP/1.1 200 OK\r\nContent-Length: 1000000\r\n\r\n");
@@ -187,7 +188,7 @@ void drip(QTcpSocket *socket)
 
 } // namespace
 
-/// The verdicts on servers with one fault each.
+/// Tests the verdicts on servers with one fault each.
 class ServerProbeTest final : public QObject
 {
     Q_OBJECT
@@ -200,7 +201,7 @@ private slots:
         for (const auto extent : {ServerProbe::Extent::Sample, ServerProbe::Extent::All}) {
             const ProbeReport report = probe(server.url(QString()), extent);
             QVERIFY2(report.worst() <= Verdict::Note, qPrintable(report.text()));
-            // Each question has to be asked.
+            // A question that was not asked has no verdict, so this has to be checked as well.
             for (const char *asked : {"the whole file", "its type", "compression",
                                       "whether it has changed", "to be kept by the program"})
                 QVERIFY2(isAsked(report, Subject::Catalogue, QString::fromLatin1(asked)), asked);
@@ -336,7 +337,7 @@ private slots:
         row("compressed", plain, Verdict::Costs, on(&File::compressesUnasked, true));
         row("cut", plain, Verdict::Unusable, on(&File::cutAfter, 1000));
         row("wrong length", "GET as HEAD said", Verdict::Costs,
-            // The end of the body is where this length says.
+            // Ranges end at this length too. Otherwise their end would be a worse fault.
             on(&File::headLength, 99999, &File::rangeShortage, 1));
         const char *part = "a part from the middle";
         row("ranges ignored", part, Verdict::Costs, on(&File::ignoresRange, true));
@@ -400,12 +401,12 @@ private slots:
         const ProbeReport report =
             probe(server.url(QString()), ServerProbe::Extent::Sample, ShortPatience);
         QCOMPARE(report.worst(), verdict);
-        // Silence ends it before the limit for the whole probe.
+        // The limit for silence ends the probe before the limit for the whole probe does.
         QVERIFY(clock.elapsed() < 15 * ShortPatience.count());
         QCOMPARE(server.requests().size(), 1);
     }
 
-    /// The part that arrives is a valid catalogue. Qt reports only some of the cuts.
+    /// The part that arrives is a valid catalogue, and Qt reports only some of the cuts as errors.
     void cutIsNoticed()
     {
         for (int bytes = 2; bytes < 100000; bytes += 999) {
@@ -485,7 +486,7 @@ private slots:
         TestHttpServer server;
         furnish(server);
         QJsonArray packages;
-        // More than are requested at a time.
+        // More than the probe requests at a time.
         constexpr int count = 70;
         for (int id = 1; id <= count; ++id) {
             const QString icon = "/icon-%1.png"_s.arg(id);
@@ -494,7 +495,7 @@ private slots:
             publish(server, archive, HttpResource::generated(id, 3000), "application/zip");
             packages.append(package(id, server.url(icon), {version(server.url(archive))}));
         }
-        // A shared address is requested once.
+        // An address that two packages share is requested only once.
         packages.append(packages.last());
         server.resource(Catalogue).body = catalogueOf(packages);
         server.resource("/archive-70.7z"_s).damagesRange = true;
@@ -538,7 +539,7 @@ private slots:
         QVERIFY(server.last("GET", Archive).header("Range").endsWith('-'));
     }
 
-    /// The configuration sets nothing but the folder.
+    /// The configuration serves a folder and says nothing about compression and caching.
     void plainNginx()
     {
         if (!Nginx::isAvailable())

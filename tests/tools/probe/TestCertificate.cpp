@@ -61,7 +61,7 @@ void extend(X509 &certificate, int kind, const QByteArray &value)
     X509_EXTENSION_free(extension);
 }
 
-/// A certificate that is not signed.
+/// Returns an unsigned certificate that became valid 100 days ago.
 Certificate makeCertificate(const QByteArray &name, int days, EVP_PKEY &key)
 {
     Certificate certificate(X509_new());

@@ -6,22 +6,23 @@
 
 namespace Kavo::Testing {
 
-/// A certificate signed by an authority of the test, and its key.
+/// A server certificate that is signed by the authority of the tests, and its private key.
 class TestCertificate final
 {
 public:
-    /// For a server of this name or number, until so many days from now; a negative count is past.
+    /// Creates a certificate for the IP address `server` that expires in `days` days. With a
+    /// negative number it has expired already.
     TestCertificate(const QByteArray &server, int days);
 
     QSslCertificate certificate() const { return QSslCertificate(m_certificate); }
     QSslKey key() const { return QSslKey(m_key, QSsl::Ec); }
 
-    /// The authority that signs all certificates.
+    /// The certificate of the authority that signs all certificates.
     static QSslCertificate authority();
 
 private:
-    QByteArray m_certificate; ///< in PEM, as the key
-    QByteArray m_key;
+    QByteArray m_certificate; ///< PEM
+    QByteArray m_key;         ///< PEM
 };
 
 } // namespace Kavo::Testing

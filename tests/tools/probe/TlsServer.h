@@ -8,8 +8,8 @@ namespace Kavo::Testing {
 
 class TestCertificate;
 
-/// Answers each request over TLS with the same bytes, on a free loopback port. Works on the thread
-/// of its creator.
+/// A server that answers every request over TLS with the same bytes. Listens on a free loopback
+/// port; ends the test if there is none. Needs the event loop of the thread that created it.
 class TlsServer final : public QTcpServer
 {
     Q_OBJECT
@@ -17,9 +17,9 @@ class TlsServer final : public QTcpServer
 public:
     explicit TlsServer(const TestCertificate &certificate);
 
-    /// Head and body of every answer.
+    /// Sets the head and the body of every answer.
     void setAnswer(const QByteArray &answer) { m_answer = answer; }
-    /// The address of its root.
+    /// The URL of the root.
     QString url() const;
 
 protected:

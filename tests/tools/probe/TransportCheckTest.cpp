@@ -37,7 +37,7 @@ QVector<Observation> about(const ProbeReport &report, const QString &asked)
 
 } // namespace
 
-/// Certificates and connections, over real TLS.
+/// Tests the verdicts on certificates and connections, with real TLS servers.
 class TransportCheckTest final : public QObject
 {
     Q_OBJECT
@@ -114,7 +114,8 @@ private slots:
         TestHttpServer server;
         QString address = server.url(QString());
         address.replace(QLatin1String("http:"), QLatin1String("https:"));
-        // Client and server wait for each other.
+        // The server waits for a request and the client for the server's handshake, so the time
+        // limit has to end the probe. It is short to keep the test fast.
         const ProbeReport report = probe(address, std::chrono::milliseconds(250));
         QVERIFY2(report.worst() == Verdict::Unreachable, qPrintable(report.text()));
     }
