@@ -6,7 +6,7 @@
 
 namespace Kavo {
 
-/// The user's preferences: texts, kept in an INI file and in two copies in memory. Everybody
+/// The user's preferences, all of them texts, in an INI file and in two copies in memory. Everybody
 /// reads the current copy; edits are made in the pending copy and then applied, committed or
 /// reverted. The file is written by commit(), save() and reset() only. Main thread.
 ///
