@@ -55,7 +55,7 @@ CardWindow::CardWindow(const QString &workFolder, const QString &address)
     require(m_silence->listen(QHostAddress::LocalHost), "listening");
     applyLook();
     m_engine.serveCatalogue("[]");
-    // Connected before the list, so called first.
+    // This connection is made before that of the list, so it is called first.
     connect(&m_engine.controller(), &PackageController::update, this, &CardWindow::noteStart);
     const QSharedPointer<PackageController> controller(&m_engine.controller(),
                                                        [](PackageController *) {});
@@ -86,7 +86,8 @@ CardWindow::Filling CardWindow::fillFrom(const QString &server, int packages)
     m_filling = {};
     m_start = 0;
 
-    // A timer of one millisecond shows how long the loop did something else.
+    // The gaps between the timeouts of a timer of one millisecond show for how long the event loop
+    // was blocked.
     QTimer pulse;
     pulse.setTimerType(Qt::PreciseTimer);
     qint64 last = 0;
@@ -111,7 +112,7 @@ CardWindow::Filling CardWindow::fillFrom(const QString &server, int packages)
     loop.exec();
     watch.end();
     m_filling.refreshHold = watch.longest();
-    // A short list is complete before it is painted.
+    // A short list may be complete before it is painted.
     while (m_filling.firstScreen == 0)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     require(list().count() == packages && list().rowWidget(packages - 1), "the list is not whole");

@@ -16,8 +16,8 @@ class WidgetList;
 
 namespace Kavo::Benchmarks {
 
-/// The package list in a shown window of the program's size, with the program's fonts and style
-/// sheet. By default the cards request their icons from a server that never answers.
+/// The package list in a visible window of the program's size, with the program's fonts and style
+/// sheet. By default the cards request their icons from a server that never responds.
 class CardWindow final : public QObject
 {
     Q_OBJECT
@@ -27,30 +27,30 @@ public:
     /// microseconds; memory is the growth of the resident size in KiB.
     struct Filling
     {
-        qint64 firstScreen = 0;   ///< until every card that is to be seen has been painted
-        qint64 processorTime = 0; ///< until all cards are there
-        qint64 longestHold = 0;   ///< of the event loop, until all cards are there
-        qint64 refreshHold = 0;   ///< the same from the order to refresh on
-        qint64 memory = 0;        ///< when all cards are there
+        qint64 firstScreen = 0;   ///< until each visible card has been painted
+        qint64 processorTime = 0; ///< until all cards exist
+        qint64 longestHold = 0;   ///< longest time for which the event loop was blocked until then
+        qint64 refreshHold = 0;   ///< the same, counted from the call of refresh()
+        qint64 memory = 0;        ///< growth until all cards exist
     };
 
     CardWindow(const QString &workFolder, const QString &address);
     ~CardWindow() override;
 
-    /// Fetches a catalogue with this many packages and returns when all cards exist. The cards of
-    /// the catalogue before are replaced, which takes longer than filling an empty list.
+    /// Fetches a catalogue with this many packages and returns when all cards exist. Existing cards
+    /// are replaced, which takes longer than filling an empty list.
     Filling fill(int packages);
     /// The same, with icons and archives from this server.
     Filling fillFrom(const QString &server, int packages);
-    /// Fetches an empty catalogue and returns when the last card is deleted.
+    /// Fetches an empty catalogue and returns when the last card was deleted.
     void empty();
 
     Components::WidgetList &list() const;
     MeasuredEngine &engine() { return m_engine; }
     QWidget &window() const { return *m_window; }
-    /// Whether cards are visible and each of them shows its icon.
+    /// Whether there are visible cards and each of them shows its icon.
     bool showsIconsInSight() const;
-    /// Microseconds since the last `update`.
+    /// Microseconds since the controller's last `update` signal.
     qint64 sinceUpdate() const;
 
 protected:

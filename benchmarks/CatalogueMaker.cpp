@@ -39,14 +39,14 @@ QJsonObject localised(Random &random, int count)
             {QStringLiteral("de"), words(random, German, count)}};
 }
 
-/// The version this far below the newest, which is 1000.9.0 for every package.
+/// The version that is `age` versions older than the newest, which is 1000.9.0 for every package.
 QString versionText(int age)
 {
     return QStringLiteral("%1.%2.0").arg(1000 - age / 10).arg(9 - age % 10);
 }
 
-/// 60 in 100 packages need the library. 0 to 3 others, 1.4 on average, make it two dependencies for
-/// each package.
+/// 60 % of the packages depend on the library. With 0 to 3 others, 1.4 on average, a package has
+/// two dependencies on average.
 QStringList dependencies(Random &random, int id)
 {
     QStringList depends;

@@ -8,7 +8,8 @@ namespace Kavo::Benchmarks {
 
 namespace {
 
-/// How long this thread has waited for a processor since it started, in microseconds.
+/// The time for which this thread was ready to run but had no processor, in microseconds since it
+/// started.
 qint64 waitedForProcessor()
 {
     QFile file(QStringLiteral("/proc/thread-self/schedstat"));

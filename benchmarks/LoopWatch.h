@@ -6,8 +6,8 @@
 namespace Kavo::Benchmarks {
 
 /// Measures the longest time for which the event loop of this thread is blocked. A timer fires
-/// every millisecond. The time between two of its timeouts, less that millisecond and less the time
-/// in which the thread was ready but other threads had the processors, counts as blocked.
+/// every millisecond. The time between two timeouts counts as blocked, minus one millisecond and
+/// minus the time for which the thread was ready to run but had no processor.
 class LoopWatch final : public QObject
 {
 public:
@@ -15,7 +15,7 @@ public:
 
     void begin();
     void end();
-    /// In microseconds, over all periods between begin() and end().
+    /// The longest blocked time of all periods between begin() and end(), in microseconds.
     qint64 longest() const { return m_longest; }
 
 private:

@@ -16,11 +16,11 @@ qint64 timed(Call call)
     return std::chrono::duration_cast<std::chrono::microseconds>(duration).count();
 }
 
-/// One line of the program's output: both sides of one pair.
+/// Prints one line of the program's output: the measured values of one pair.
 void printPair(qint64 ours, qint64 reference);
 
-/// The program's arguments; its own name is at 0. Ends the program unless there are exactly as many
-/// as expected.
+/// The program's arguments, with its name at index 0. Ends the program unless there are exactly
+/// `count` further ones.
 QStringList requireArguments(int count);
 
 /// Ends the program with a message if a measured step did not do its work.

@@ -30,12 +30,12 @@ void writeFile(const QString &path, const QByteArray &bytes)
     require(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size(), "writing a file");
 }
 
-/// Nothing of the real account may be touched.
+/// Sets environment variables and names so that the user's real files are not touched.
 void moveAccount(const QString &home)
 {
     for (const char *name : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"})
         qputenv(name, home.toLocal8Bit());
-    // Otherwise it would be the data folder, which is deleted at each start.
+    // The cache folder must not be below the data folder, which is deleted at each start.
     qputenv("XDG_CACHE_HOME", home.toLocal8Bit() + "/.cache");
     QCoreApplication::setOrganizationName(QStringLiteral("Quarnell"));
     QCoreApplication::setApplicationName(QStringLiteral("Kavo Suite"));
@@ -48,7 +48,7 @@ MeasuredEngine::MeasuredEngine(const QString &workFolder, const QString &address
 {
     moveAccount(workFolder + QStringLiteral("/home"));
     QDir(applicationDataDirectory()).removeRecursively();
-    // Log lines take as long as in the program.
+    // Log lines are written as in the program, so that they take the same time.
     qInstallMessageHandler(logMessage);
     Models::registerPackageState();
 
@@ -90,7 +90,7 @@ qint64 MeasuredEngine::refresh()
     QEventLoop loop;
     Clock::time_point begin;
     Clock::time_point end;
-    // The network reports this before the sender of the request hears of it.
+    // The network access manager emits this signal before the reply's receiver handles the end.
     QObject::connect(m_network.data(), &QNetworkAccessManager::finished, &loop,
                      [&begin] { begin = Clock::now(); });
     QObject::connect(m_controller.data(), &PackageController::list, &loop, [&end, &loop] {

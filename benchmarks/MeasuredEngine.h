@@ -8,9 +8,9 @@
 
 namespace Kavo::Benchmarks {
 
-/// Package management as the program assembles it, without a window, with an account and a
-/// simulator folder of its own below a work folder. A web server at the address serves the "www"
-/// folder there.
+/// Runs the program's package management without a window. The account and the simulator's folder
+/// are below a work folder. A web server at `address`, which the caller has to start, serves the
+/// "www" folder there.
 class MeasuredEngine final
 {
 public:
@@ -23,14 +23,14 @@ public:
     QString simulator(const QString &entry) const;
     QString cacheFolder() const;
 
-    /// Makes the server serve the bytes as its catalogue.
+    /// Writes these bytes as the catalogue that the server serves.
     void serveCatalogue(const QByteArray &bytes);
-    /// Fetches the catalogue. Returns the microseconds from the end of its transfer, when almost
-    /// all bytes are on disk, to the list.
+    /// Fetches the catalogue and waits for the list. Returns the microseconds from the end of the
+    /// transfer, when almost all bytes are on disk, to the list.
     qint64 refresh();
 
-    /// Makes the packages INSTALLED in this version, also in the database. All in one transaction,
-    /// which is faster than the program may be.
+    /// Marks the packages as INSTALLED in this version and records that in the database. Uses one
+    /// transaction for all, for speed, unlike the program.
     void markInstalled(const QVector<int> &ids, const QString &version);
 
 private:

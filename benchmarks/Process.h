@@ -5,7 +5,7 @@
 /// What the system reports about this process and its thread.
 namespace Kavo::Benchmarks {
 
-/// Microseconds of a clock that is never adjusted.
+/// Microseconds of a monotonic clock.
 qint64 wallTime();
 
 /// Processor time of all threads since the process started, in microseconds.
@@ -15,8 +15,9 @@ qint64 processorTime();
 /// line.
 qint64 processStatus(const QByteArray &key);
 
-/// Allocates this many bytes and frees them. A virtual machine gets memory that it has not used
-/// recently from its host, which may take longer than what is measured.
+/// Allocates this many bytes with all their pages and frees them. Otherwise a virtual machine might
+/// have to get memory from its host during a measurement, which may take longer than what is
+/// measured.
 void warmMemory(std::size_t bytes);
 
 } // namespace Kavo::Benchmarks

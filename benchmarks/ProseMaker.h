@@ -6,8 +6,8 @@
 
 namespace Kavo::Benchmarks {
 
-/// Texts with as many different words as natural ones: a few words occur everywhere, and every text
-/// has some words that hardly any other text has.
+/// Makes random texts whose words are distributed as in natural texts: a few words occur in all
+/// texts, and each text has some words that hardly any other text has. The same in every run.
 class ProseMaker final
 {
 public:

@@ -10,14 +10,14 @@ class QTcpSocket;
 
 namespace Kavo::Benchmarks {
 
-/// A web server on this machine that delays every picture and nothing else. It works on its
-/// creator's thread.
+/// A web server on this machine that delays only pictures. Needs the event loop of the thread that
+/// creates it.
 class SlowServer final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Every address under "icons/" gets `picture` after this many milliseconds.
+    /// A request for any path below "/icons/" gets `picture` after `delay` milliseconds.
     SlowServer(const QByteArray &picture, int delay);
 
     QString address() const;
@@ -33,7 +33,8 @@ private:
 
     QByteArray m_picture;
     int m_delay;
-    QHash<QTcpSocket *, QByteArray> m_input; ///< outlives the server, whose sockets end with it
+    /// Declared before the server, whose sockets still access it when they are destroyed.
+    QHash<QTcpSocket *, QByteArray> m_input;
     QTcpServer m_server;
 };
 

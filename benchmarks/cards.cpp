@@ -1,6 +1,6 @@
-// Fills the list with cards and prints one line for each pair, the long list first: microseconds
-// until the first screen is painted ("screen"), microseconds of the processor for each thousand
-// cards until all are there ("whole").
+// Fills a long and a short list with cards, in turn. Prints one line for each pair, the long list
+// first: with "screen", the microseconds until all visible cards are painted; with "whole", the
+// microseconds of processor time for each thousand cards until all exist.
 //
 //     bench_cards screen|whole WORK_FOLDER ADDRESS LONG SHORT PAIRS
 
@@ -25,8 +25,8 @@ int main(int argc, char **argv)
         return 2;
     const bool whole = arguments.at(1) == QLatin1String("whole");
     const auto measure = [whole, &arguments](int packages) {
-        // Uses a window of its own, because requests for icons that never arrive accumulate in it.
-        // One-time work and the deletion of cards are not measured.
+        // Each measurement uses a new window, because requests for icons that never arrive
+        // accumulate in it. One-time work and the deletion of cards are not measured.
         CardWindow window(arguments.at(2), arguments.at(3));
         window.fill(WarmUp);
         window.empty();

@@ -1,6 +1,6 @@
-// Checks the files of 1 MB that make it work hardest, and prints for each "hostile NAME
-// MICROSECONDS". Then checks a catalogue as its publisher does, and parses it as a client does, in
-// turn. Prints one line for each pair, in microseconds.
+// Checks files of 1 MB that make the check of catalogues as slow as possible, and prints a line
+// "hostile NAME MICROSECONDS" for each. Then checks a normal catalogue, and parses it as a client
+// does for comparison, in turn. Prints one line for each pair, in microseconds.
 //
 //     bench_check PACKAGES PAIRS
 
@@ -19,7 +19,7 @@ namespace {
 
 constexpr int Megabyte = 1024 * 1024;
 
-/// As many pieces as fit into a megabyte, in brackets.
+/// A JSON array of one megabyte. `piece` returns the element with the given index.
 QByteArray array(const std::function<QByteArray(int)> &piece)
 {
     QByteArray bytes = "[";
@@ -113,7 +113,7 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = Benchmarks::requireArguments(2);
-    // Measured first, as in a program that was started for it.
+    // These are measured first, so that the heap is as in a process that was started for the check.
     printHostile();
 
     const int count = arguments.at(1).toInt();

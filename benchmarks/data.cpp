@@ -1,4 +1,4 @@
-// Makes what the benchmarks work on, the same bytes in every run.
+// Makes the files on which the benchmarks work, with the same bytes in every run.
 //
 //     bench_data bytes MIB FILE        incompressible bytes
 //     bench_data tree FILES FOLDER     small files in many folders

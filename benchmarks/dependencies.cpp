@@ -1,6 +1,5 @@
-// Asks every package of a catalogue, half of which is installed, for what depends on it and for
-// what it depends on. Prints the nanoseconds that one package takes, on average over 20,000 of
-// them.
+// Determines the dependents and the dependencies of every package of a catalogue, half of which is
+// installed. Prints the nanoseconds for one package, on average over 20,000 of them.
 //
 //     bench_dependencies WORK_FOLDER ADDRESS PACKAGES
 
@@ -33,8 +32,9 @@ int main(int argc, char **argv)
     int found = 0;
     qint64 duration = 0;
     for (int round = 0; round < rounds; ++round) {
-        // Measured once, as in the program: a small catalogue that was used before is in the
-        // processor's cache, which has no room for a large one.
+        // A refresh before each measurement makes new packages, as in the program. Otherwise a
+        // small catalogue would still be in the processor's cache, which has no room for a large
+        // one.
         engine.refresh();
         duration += Benchmarks::timed([&] {
             for (const Models::PackagePointer &package : controller.packages()) {

@@ -1,5 +1,5 @@
-// Uninstalls a library with many dependents, and as many packages that nobody needs one by one for
-// comparison, in turn. Each package has one small file. Prints one line for each pair, in
+// Uninstalls a library together with its many dependents, and for comparison as many independent
+// packages one by one, in turn. Each package has one small file. Prints one line for each pair, in
 // microseconds.
 //
 //     bench_dependents WORK_FOLDER ADDRESS DEPENDENTS PAIRS
@@ -21,7 +21,7 @@ namespace {
 
 const int Library = 1;
 
-/// The ids from `first` on: one more than there are dependents.
+/// The ids from `first` on of one library and its dependents.
 QVector<int> group(int first, int dependents)
 {
     QVector<int> ids(dependents + 1);

@@ -1,7 +1,7 @@
-// What a server costs that takes its time for every icon. Prints, a line each, in microseconds: the
-// time from the list of so many packages until every card in sight has its icon, the same after
-// scrolling to the middle of the list while the other icons are on their way, and the time from an
-// order to install until the server is asked for the archive, the median of several.
+// Measures the effect of a server that sends each icon with a delay of MILLISECONDS. Prints three
+// times in microseconds, one in each line: from the list until each visible card has its icon; the
+// same after scrolling to the middle of the list, while other icons are still being fetched; and
+// from the start of an installation until its archive is requested, the median of several.
 //
 //     bench_icons WORK_FOLDER ADDRESS PACKAGES MILLISECONDS
 
@@ -36,14 +36,16 @@ QByteArray makePicture()
     return bytes;
 }
 
-/// The median of several orders, while the icons are being loaded.
+/// The median time from the start of an installation to the request for its archive, while icons
+/// are being fetched.
 qint64 orderToArchive(CardWindow &window, SlowServer &server)
 {
     constexpr int Orders = 9;
     // The server has no archives, and a visible list would report that in message boxes.
     window.list().hide();
     QVector<qint64> times;
-    // A package never needs a later one, so nobody has requested these archives before.
+    // A package never depends on one with a larger id, so no earlier installation has requested
+    // these archives.
     for (int id = 2; id < 2 + Orders; ++id) {
         QEventLoop loop;
         const QString archive = QStringLiteral("/archives/package-%1-").arg(id);

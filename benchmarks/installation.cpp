@@ -1,8 +1,8 @@
-// Installs an archive that lies in the cache already, from the start of the task to INSTALLED, and
-// unpacks the same archive with `7z x` into an empty folder for comparison, in turn; with "listed"
-// it has 7-Zip list the archive before, as the installation does. Prints one line for each pair, in
-// microseconds, and at the end "held" and the longest time that the event loop was held during as
-// many further installations.
+// Installs an archive that is already in the cache, and for comparison unpacks it with `7z x` into
+// an empty folder, in turn. The first time is from the start of the task to INSTALLED. With
+// "listed" the second one includes that of `7z l`, because the installation lists the archive too.
+// Prints one line for each pair, in microseconds. At the end it prints "held" and the longest time
+// for which the event loop was blocked during PAIRS further installations.
 //
 //     bench_installation WORK_FOLDER ADDRESS ARCHIVE PAIRS listed|alone
 
@@ -46,7 +46,7 @@ QByteArray catalogue(const QString &link)
         .toJson();
 }
 
-/// From INSTALLING, when the package's archive is passed to the task, to INSTALLED.
+/// The microseconds from INSTALLING, when the archive is passed to the task, to INSTALLED.
 qint64 install(Benchmarks::MeasuredEngine &engine, Benchmarks::LoopWatch *watch)
 {
     const Models::PackagePointer package = engine.package(Id);
@@ -80,7 +80,7 @@ qint64 install(Benchmarks::MeasuredEngine &engine, Benchmarks::LoopWatch *watch)
     return microseconds(end - begin);
 }
 
-/// Both sides start with an idle disk and enough memory.
+/// Makes both measurements start with an idle disk and enough memory.
 void prepare()
 {
     constexpr std::size_t Enough = std::size_t(3) * 1024 * 1024 * 1024;
@@ -118,7 +118,7 @@ int main(int argc, char **argv)
         QDir(engine.simulator(QStringLiteral("Custom Scenery"))).removeRecursively();
         return duration;
     };
-    // Also from a copy of its own, so that both sides do the same work.
+    // This side also unpacks a fresh copy of the archive, so that both sides do the same work.
     const auto unpackOnce = [&] {
         const QString copy = target + QStringLiteral(".copy");
         QFile::copy(archive, copy);

@@ -1,9 +1,11 @@
-// What a long list costs on its own account. Prints, a line each: the longest time in microseconds
-// that the event loop is held while a list of 100 is filled at once, while the long list fills and
-// while it is filled anew, the memory of a card in bytes, the hundredths of one core that the idle
-// window takes in thousandths, the microseconds of a step of scrolling at the 99th percentile, and
-// the longest time that the event loop is held from the order to refresh until the long list is
-// filled anew.
+// Measures the costs of a long list. Prints one number in each line:
+// - the longest time for which the event loop is blocked, in microseconds, while a list of 100
+//   packages is filled, while the long list is filled, and while it is filled again (three lines)
+// - the memory of a card, in bytes
+// - the processor use of the idle window, in 1/1000 percent of one core
+// - the time of a scrolling step, in microseconds, at the 99th percentile
+// - the longest time for which the event loop is blocked, in microseconds, from the call of
+//   refresh() until the long list is filled again
 //
 //     bench_long_list WORK_FOLDER ADDRESS PACKAGES
 
@@ -33,7 +35,7 @@ void runLoop(int milliseconds)
     loop.exec();
 }
 
-/// Processor time divided by wall time, in 1/100,000.
+/// Processor time divided by wall time, in 1/1000 percent.
 qint64 idleUse()
 {
     constexpr int Settling = 1000;
@@ -46,6 +48,7 @@ qint64 idleUse()
 }
 
 /// Scrolls from the top to the bottom in steps of three quarters of a row, as a mouse wheel does.
+/// Returns the time of a step in microseconds, at the 99th percentile.
 qint64 slowStep(const Kavo::Components::WidgetList &list)
 {
     constexpr int Step = 96;

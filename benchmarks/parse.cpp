@@ -1,5 +1,5 @@
-// Turns the bytes of a catalogue into package objects, and into a JSON document for comparison, in
-// turn. Prints one line for each pair, in microseconds.
+// Parses a catalogue into package objects, and for comparison into a JSON document, in turn. Prints
+// one line for each pair, in microseconds.
 //
 //     bench_parse PACKAGES PAIRS
 
@@ -22,7 +22,7 @@ int main(int argc, char **argv)
         Benchmarks::makeCatalogue(count, QStringLiteral("http://addons.example.org/"));
 
     for (int pair = -1; pair < arguments.at(2).toInt(); ++pair) {
-        // Neither side should have to clean up the heap after the other.
+        // Returns freed memory first, so that neither side has to do that for the other.
         malloc_trim(0);
         Models::PackageList packages;
         const qint64 ours = Benchmarks::timed(

@@ -1,7 +1,7 @@
-// Refreshes from the bytes on disk to the list, with 14 in 100 packages installed, and parses the
-// same bytes for comparison, in turn. Prints one line for each pair, in microseconds, and at the
-// end "held" and the longest time that the event loop was held during as many further refreshes,
-// from the order to the moment when what they replace is gone.
+// Refreshes with 14 % of the packages installed, measured from the bytes on disk to the list, and
+// for comparison parses the same bytes, in turn. Prints one line for each pair, in microseconds. At
+// the end it prints "held" and the longest time for which the event loop was blocked during PAIRS
+// further refreshes, from the call of refresh() until the replaced packages are deleted.
 //
 //     bench_refresh WORK_FOLDER ADDRESS PACKAGES PAIRS
 

@@ -1,5 +1,5 @@
-// Uninstalls a package of many small files, and removes the same tree with `rm -rf` for comparison,
-// in turn. Prints one line for each pair, in microseconds.
+// Uninstalls a package of many small files, and for comparison removes the same files with `rm
+// -rf`, in turn. Prints one line for each pair, in microseconds.
 //
 //     bench_removal WORK_FOLDER ADDRESS FILES PAIRS
 

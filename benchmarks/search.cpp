@@ -1,7 +1,7 @@
-// What a search in the long list costs. Prints, a line each: the microseconds from a keystroke to
-// the painted list at the 99th percentile, the longest time in microseconds that the event loop is
-// held by a keystroke or while the texts of the packages are read, and the bytes of memory that the
-// search takes for a package.
+// Measures the costs of a search in a long list. Prints one number in each line: the time from a
+// keystroke to the painted list, in microseconds, at the 99th percentile; the longest time for
+// which the event loop is blocked by a keystroke or while the texts of the packages are read, in
+// microseconds; and the memory that the search needs for a package, in bytes.
 //
 //     bench_search WORK_FOLDER ADDRESS PACKAGES
 
@@ -33,7 +33,7 @@ constexpr int Searches = 60;
 constexpr int ShortestText = 40;
 constexpr int LongestText = 240;
 
-/// Allocated bytes, without memory the process only reserves.
+/// Allocated bytes of the heap, without memory that the process only reserves.
 qint64 memoryInUse()
 {
     const auto info = ::mallinfo2();
@@ -51,7 +51,7 @@ void writeTexts(const Kavo::Models::PackageList &packages, ProseMaker &prose)
     }
 }
 
-/// Reads all texts and returns the longest turn.
+/// Makes the filter read all texts. Returns the microseconds of the longest turn.
 qint64 readAll(PackageFilter &filter)
 {
     qint64 longest = 0;
@@ -61,8 +61,8 @@ qint64 readAll(PackageFilter &filter)
     return longest;
 }
 
-/// The keystrokes of several searches: one or two words that occur in all texts or in one text, or
-/// texts of buttons, letter by letter and back.
+/// The texts that are searched: texts of buttons, a text that occurs nowhere, and one or two words
+/// of the packages' texts.
 QVector<QString> searches(ProseMaker &prose)
 {
     QVector<QString> texts{QStringLiteral("update"), QStringLiteral("download"),
@@ -98,7 +98,7 @@ private:
         m_times.append(timed([this, key, &text] {
             QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, text);
             QCoreApplication::sendEvent(&m_field, &event);
-            // What the first call posts is painted by the second one at the latest.
+            // The second call handles events that were posted during the first one.
             QCoreApplication::processEvents();
             QCoreApplication::processEvents();
         }));
@@ -139,7 +139,7 @@ int main(int argc, char **argv)
     require(!filter->isComplete(), "the texts were read too early");
     qint64 longest = readAll(*filter);
 
-    // Another window, so that nothing else runs while its memory is measured.
+    // A filter without a window, so that nothing else allocates memory while it is measured.
     PackageFilter alone;
     const qint64 before = memoryInUse();
     alone.setPackages(window.engine().controller().packages());

@@ -1,8 +1,7 @@
-// Brings the program up to its painted window, or a bare window with one line of text in the same
-// fonts and with the same style sheet, and prints the microseconds of processor time that this
-// took.
+// Starts the program until its window is painted, or a bare window with one line of text in the
+// same fonts and with the same style sheet. Prints the processor time in microseconds.
 //
-//     bench_start program ADDRESS   settings are those of the account
+//     bench_start program ADDRESS   uses the settings of the account
 //     bench_start bare
 
 #include "app/Environment.h"

@@ -1,6 +1,6 @@
-// Fetches one or more addresses with the download manager into the cache folder given, as the
-// program does, and ends when all are Finished. Prints how far the peak resident size rose over
-// what the process had before the first request, in KiB.
+// Fetches files with the download manager into a cache folder, as the program does, and ends when
+// all downloads are Finished. Prints the difference between the peak resident size and that before
+// the first request, in KiB.
 //
 //     bench_transfer CACHE_FOLDER ADDRESS...
 

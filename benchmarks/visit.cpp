@@ -1,8 +1,8 @@
-// Makes a catalogue with icons, or starts the program on it and ends when the last of its cards has
-// its icon.
+// Makes a catalogue with icons in a folder, which a web server at ADDRESS has to serve; or starts
+// the program with that server and ends it when each card has its icon.
 //
-//     bench_visit make FOLDER ADDRESS PACKAGES   for a web server at the address to serve
-//     bench_visit run ADDRESS PACKAGES           settings are those of the account
+//     bench_visit make FOLDER ADDRESS PACKAGES
+//     bench_visit run ADDRESS PACKAGES           uses the settings of the account
 
 #include "app/StartUp.h"
 #include "benchmarks/CatalogueMaker.h"
@@ -24,7 +24,7 @@ using Benchmarks::require;
 
 namespace {
 
-/// A picture as large as a drawn one: about 20 KiB.
+/// Writes a picture whose file has the size of a typical icon, about 20 KiB.
 void makeIcon(const QString &path, int number)
 {
     constexpr int Size = 128;

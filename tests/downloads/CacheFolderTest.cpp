@@ -16,7 +16,7 @@ class CacheFolderTest final : public DownloadFixture
     Q_OBJECT
 
 private slots:
-    void halfBesideMovesToTheFreeName()
+    void partWithALongerNameMovesToTheFreeName()
     {
         const QString beside = fetchTwoHalves();
         QCOMPARE(names(), QString("a, "_s + beside));
@@ -27,14 +27,14 @@ private slots:
         QCOMPARE(names(), "a"_s);
     }
 
-    void halfBesideStaysWhileTheNameIsTaken_data()
+    void partWithALongerNameStaysWhileTheNameIsTaken_data()
     {
         Rows<QStringList>()
             .row("same order", {"first"_s, "second"_s})
             .row("other order", {"second"_s, "first"_s});
     }
 
-    void halfBesideStaysWhileTheNameIsTaken()
+    void partWithALongerNameStaysWhileTheNameIsTaken()
     {
         const QString beside = fetchTwoHalves();
         std::vector<Pointer> downloads;
@@ -51,7 +51,7 @@ private slots:
     }
 
     /// A file that is being written keeps its name, even if the shorter name has become free.
-    void halfBesideIsSharedWhileItIsWritten()
+    void partWithALongerNameIsSharedWhileItIsWritten()
     {
         auto holder = resumable("/first/a"_s);
         const auto writing = resumable("/second/a"_s);

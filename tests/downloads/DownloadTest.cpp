@@ -182,7 +182,7 @@ private slots:
         QCOMPARE(sizedEvents.currentSizes(), QList<qint64>());
     }
 
-    void failTellsServerErrorAndChangesNothing_data()
+    void failReportsServerErrorAndChangesNothing_data()
     {
         Rows<int, QString>()
             .row("idle", 0, "Download Error - ")
@@ -192,7 +192,7 @@ private slots:
     }
 
     // Fixed, see docs/compatibility.md.
-    void failTellsServerErrorAndChangesNothing()
+    void failReportsServerErrorAndChangesNothing()
     {
         const auto [process, label] = Rows<int, QString>::current();
         const auto download = make("http://host/a b"_s);

@@ -148,13 +148,13 @@ private slots:
                  QString());
     }
 
-    void thingsOfOthersInTheWayStay_data()
+    void filesOfOthersInTheWayStay_data()
     {
         Rows<Files>()
             .row("a folder where a file should be", {{"Aircraft/Others"_s, "x"}})
             .row("a file where a folder should be", {{"Aircraft/Others/plane.acf/new.txt"_s, "x"}});
     }
-    void thingsOfOthersInTheWayStay()
+    void filesOfOthersInTheWayStay()
     {
         auto [files] = Rows<Files>::current();
         const LogCapture log;

@@ -167,13 +167,13 @@ private slots:
         QVERIFY(installAndWait(7, "2.0"_s));
     }
 
-    void whatIsNoFileIsNoArchive_data()
+    void archiveMustBeARegularFile_data()
     {
         Rows<QString> rows;
         for (const char *replacement : {"nothing", "folder", "pipe", "link to nothing"})
             rows.row(replacement, replacement);
     }
-    void whatIsNoFileIsNoArchive()
+    void archiveMustBeARegularFile()
     {
         const auto [replacement] = Rows<QString>::current();
         const GatedExtractor extractor(engine());

@@ -271,7 +271,7 @@ private slots:
         QCOMPARE(parse(bytes).size(), 0);
     }
 
-    void byteOrderMarkIsPassedOver()
+    void byteOrderMarkIsSkipped()
     {
         QCOMPARE(factsOf("\xef\xbb\xbf[{\"id\": 7}]"), QStringList("id=7"_s));
     }

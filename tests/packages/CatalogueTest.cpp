@@ -12,7 +12,7 @@ class CatalogueTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void findsTheFirstOfEqualIds()
+    void firstPackageOfEqualIdsIsFound()
     {
         Catalogue catalogue;
         const PackagePointer first = makePackage(5, {});
@@ -52,7 +52,7 @@ private slots:
         QCOMPARE(catalogue.withIds(ids), many);
     }
 
-    void packagesOfEqualIdsAllCome()
+    void allPackagesOfEqualIdsAreFound()
     {
         Catalogue catalogue;
         const PackagePointer first = makePackage(5, {});

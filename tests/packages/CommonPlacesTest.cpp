@@ -57,7 +57,7 @@ private slots:
         QVERIFY(log.contains("Skipping path : "_s + entry));
     }
 
-    void whatLiesInACommonPlaceMayGo()
+    void entriesInACommonPlaceMayBeRemoved()
     {
         const QStringList entries{"Custom Scenery/mine"_s, "Resources/plugins/mine"_s};
         remove(entries);
@@ -77,7 +77,7 @@ private slots:
             QVERIFY(!QFileInfo::exists(folder + "X-Plane-x86_64"_s));
     }
 
-    void linkToACommonPlaceMayGo()
+    void linkToACommonPlaceMayBeRemoved()
     {
         QVERIFY(QFile::link("../Resources"_s, simulator("Output/link"_s)));
         remove({"Output/link"_s});

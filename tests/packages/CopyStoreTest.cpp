@@ -33,7 +33,7 @@ private slots:
 
     void cleanup() { m_profile.reset(); }
 
-    void copyStandsInItsPlaceAndGoesWithoutATrace()
+    void copyIsStoredAndGivenUpWithoutATrace()
     {
         const QString simulator = simulatorWithCopy("11"_s, "eleven");
         QCOMPARE(readFile(m_copies + Entry), "eleven");
@@ -42,7 +42,7 @@ private slots:
         QCOMPARE(filesUnder(m_copies), QStringList());
     }
 
-    void strangersAreNotSeenAndComeBackToTheirOwners()
+    void copiesOfOtherSimulatorsAreKeptApart()
     {
         const QString eleven = simulatorWithCopy("11"_s, "eleven");
         QCOMPARE(store(m_profile->folder("12"_s)).find(Entry), QString());
@@ -71,7 +71,7 @@ private slots:
         QCOMPARE(copy(kept), "kept");
     }
 
-    void strangerThatCannotMakeRoomStays()
+    void foreignCopyThatCannotBeMovedStays()
     {
         simulatorWithCopy("11"_s, "eleven");
         // The name of the hidden folder to which the copy would be moved is not known here. It is
@@ -125,7 +125,7 @@ private slots:
         QCOMPARE(copy(store(renamed)), "eleven");
     }
 
-    void deletedSimulatorLeavesItsCopiesToNobody()
+    void copiesOfADeletedSimulatorBelongToNobody()
     {
         const QString eleven = simulatorWithCopy("11"_s, "eleven");
         const QString twelve = m_profile->folder("12"_s);
@@ -218,7 +218,7 @@ private slots:
         QCOMPARE(filesUnder(former) + filesUnder(m_copies), QStringList());
     }
 
-    void copyThatIsSetAsideIsFoundByPeopleOnly()
+    void copyThatIsSetAsideIsNotFoundAgain()
     {
         const QString simulator = m_profile->folder("11"_s);
         const CopyStore store = this->store(simulator);
@@ -266,7 +266,7 @@ private slots:
         QVERIFY(QFile::exists(m_copies + mark));
     }
 
-    void markWithoutACopyGoes()
+    void markWithoutACopyIsRemoved()
     {
         const QString simulator = simulatorWithCopy("11"_s, "eleven");
         QVERIFY(QFile::remove(m_copies + Entry));

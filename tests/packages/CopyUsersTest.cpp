@@ -28,7 +28,7 @@ private slots:
 
     void cleanup() { m_profile.reset(); }
 
-    void packagesComeAndGo()
+    void usersAreAddedAndRemoved()
     {
         QVERIFY(setUnused(m_copy));
         QCOMPARE(usersOf(m_copy).value(), QSet<int>());
@@ -42,7 +42,7 @@ private slots:
         QCOMPARE(usersOf(m_copy).value(), QSet<int>());
     }
 
-    void nothingIsKnownOfAnOlderCopy()
+    void usersOfAnOlderCopyAreUnknown()
     {
         QVERIFY(!usersOf(m_copy));
         QVERIFY(addUser(m_copy, 8));
@@ -51,7 +51,7 @@ private slots:
         QCOMPARE(usersOf(m_copy).value(), QSet<int>());
     }
 
-    void halfAMarkTellsNothing()
+    void incompleteMarkCountsAsUnknown()
     {
         QVERIFY(setUnused(m_copy) && addUser(m_copy, 12) && addUser(m_copy, 345));
         QFile mark(usersMarkOf(m_copy));
@@ -61,20 +61,20 @@ private slots:
         }
     }
 
-    void foreignMarkTellsNothing()
+    void foreignMarkCountsAsUnknown()
     {
         QVERIFY(writeFile(usersMarkOf(m_copy), "1 somebody\n"));
         QVERIFY(!usersOf(m_copy));
     }
 
-    void markThatCannotBeWrittenIsTold()
+    void failureToWriteTheMarkIsReturned()
     {
         QVERIFY(QDir().mkpath(usersMarkOf(m_copy)));
         QVERIFY(!setUnused(m_copy));
         QVERIFY(!removeUser(m_copy, 8));
     }
 
-    void nobodyIsLostBetweenThreads()
+    void concurrentChangesAreNotLost()
     {
         constexpr int Rounds = 200;
         QVERIFY(setUnused(m_copy));

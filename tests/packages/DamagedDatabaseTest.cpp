@@ -32,7 +32,7 @@ class DamagedDatabaseTest final : public EngineTest
     Q_OBJECT
 
 private slots:
-    void programGoesOnAndRecoversWithTheFile_data()
+    void programWorksWithoutTheRecordAndRecovers_data()
     {
         Rows<Damage, QString>()
             .row("empty file", Damage::EMPTY, "")
@@ -48,7 +48,7 @@ private slots:
                  "SQL Error: NOT NULL constraint failed: packages.owner")
             .row("a view", Damage::VIEW, "SQL Error: packages.db holds more than tables");
     }
-    void programGoesOnAndRecoversWithTheFile()
+    void programWorksWithoutTheRecordAndRecovers()
     {
         const auto [damage, line] = Rows<Damage, QString>::current();
         QVERIFY(makeDamagedDatabase(file(), damage, Table, Schema));
@@ -110,7 +110,7 @@ private slots:
         QCOMPARE(recordedStatus(7), 1);
     }
 
-    void whatMayHaveNoEndIsNotUsed_data()
+    void databaseThatMightBlockIsNotUsed_data()
     {
         const QString line = "SQL Error: packages.db holds more than tables"_s;
         Rows<Damage, QString, QString>()
@@ -129,7 +129,7 @@ private slots:
                  line)
             .row("pipe for a journal", Damage::JOURNAL_PIPE, QString(), "No regular file : ");
     }
-    void whatMayHaveNoEndIsNotUsed()
+    void databaseThatMightBlockIsNotUsed()
     {
         const auto [damage, statement, line] = Rows<Damage, QString, QString>::current();
         QVERIFY(makeDamagedDatabase(file(), damage, Table, Schema));
@@ -144,7 +144,7 @@ private slots:
         recordReturnsWithoutTheFile();
     }
 
-    void rowsWithoutMeasureAreNotRead()
+    void numberOfRowsReadIsLimited()
     {
         QVERIFY(executeOn(file(), {Schema, "INSERT INTO packages (package_id, version, status) "
                                            "WITH RECURSIVE c (id) AS (SELECT 1 UNION ALL SELECT "
@@ -155,7 +155,7 @@ private slots:
         QCOMPARE(state(1000002), Package::AVAILABLE);
     }
 
-    void foreignValuesAreReadAsFarAsTheyGo_data()
+    void foreignValuesAreReadIfPossible_data()
     {
         Rows<State, QString>()
             .row("8, '1.0.0', '1'", Package::INSTALLED, "1.0.0")
@@ -170,7 +170,7 @@ private slots:
             .row("NULL, '1.0.0', 1", Package::AVAILABLE, "")
             .row("'8', '1.0.0', 1", Package::INSTALLED, "1.0.0");
     }
-    void foreignValuesAreReadAsFarAsTheyGo()
+    void foreignValuesAreReadIfPossible()
     {
         const auto [expected, version] = Rows<State, QString>::current();
         QVERIFY(executeOn(file(),
@@ -189,7 +189,7 @@ private slots:
         QCOMPARE(recordedVersion(8), "1.0"_s);
     }
 
-    void lockedFileDoesNotHoldUpTheWindow()
+    void lockedFileDoesNotBlockTheWindow()
     {
         for (int id = 1; id <= 50; ++id)
             offer({id});

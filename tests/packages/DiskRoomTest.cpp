@@ -32,7 +32,7 @@ private slots:
                    ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     }
 
-    void tenthIsToSpare()
+    void tenthOfTheSizeIsReserved()
     {
         if (!m_mounts)
             QSKIP("Only a superuser can mount a small disk");
@@ -54,7 +54,7 @@ private slots:
         QVERIFY(!findMissingRoom(listing({}), folder));
     }
 
-    void eachDiskIsAskedForItsPart()
+    void eachDiskIsCheckedSeparately()
     {
         if (!m_mounts)
             QSKIP("Only a superuser can mount a small disk");

@@ -130,14 +130,14 @@ private slots:
         QCOMPARE(state(3), Package::DOWNLOAD_ERROR);
     }
 
-    void dependantIsNotHeldUpByWhatOnlyStandsBeforeAnInstalledOne()
+    void dependantDoesNotWaitForADependencyBeforeAnInstalledOne()
     {
         offerObject({{"id"_s, 2}});
         QVERIFY(publish({Offer{1}.needing({"2"_s, "3"_s}), {3}}));
         QVERIFY(installAndWait(3) && installAndWait(1));
     }
 
-    void dependantOfAFailedOneBeforeAnInstalledOneEnds()
+    void dependantFailsIfADependencyBeforeAnInstalledOneFails()
     {
         QVERIFY(publish({Offer{1}.needing({"2"_s, "3"_s}), {2}, {3}}) && installAndWait(3));
         archive(2).getStatus = 404;

@@ -162,7 +162,7 @@ private slots:
         QCOMPARE(m_database->status(*next), int(Package::INSTALLED));
     }
 
-    void versionsThatSurviveAreStoredAsText_data()
+    void versionsAreStoredInATypeThatKeepsTheirText_data()
     {
         Rows<QString, QString>()
             .row("three segments", "1.2.10", "text")
@@ -174,7 +174,7 @@ private slots:
             .row("fifteen digits", "12345678901.1234", "real")
             .row("five digits behind the point", "1.12345", "blob");
     }
-    void versionsThatSurviveAreStoredAsText()
+    void versionsAreStoredInATypeThatKeepsTheirText()
     {
         const auto [version, type] = Rows<QString, QString>::current();
         m_database->open();
@@ -224,7 +224,7 @@ private slots:
         QVERIFY(!QFile::exists(file()));
     }
 
-    void versionFileStandsInForAMissingRow_data()
+    void versionFileReplacesAMissingRow_data()
     {
         const QString plugin = "plugins/Jetways"_s;
         Rows<int, QString, QString, QByteArray, QString>()
@@ -236,7 +236,7 @@ private slots:
             .row("not where others have it", 1, "plugins", "plugins", "a\nb\n9.9\n", QString());
     }
     // Fixed, see docs/compatibility.md.
-    void versionFileStandsInForAMissingRow()
+    void versionFileReplacesAMissingRow()
     {
         const auto [id, extract, place, content, version] =
             Rows<int, QString, QString, QByteArray, QString>::current();
@@ -259,7 +259,7 @@ private slots:
         QCOMPARE(m_database->version(*package), version);
     }
 
-    void rowOutweighsTheVersionFile()
+    void rowHasPriorityOverTheVersionFile()
     {
         m_database->open();
         const PackagePointer package = makePackage(3, {makeVersion("2.0"_s)});
@@ -307,7 +307,7 @@ private slots:
         QCOMPARE(m_database->status(*package), -1);
     }
 
-    void marksWhatRowsAndVersionFilesSay()
+    void rowsAndVersionFilesDetermineTheStates()
     {
         m_database->open();
         record(makePackage(2, {}), Package::INSTALLED, "1.10"_s);

@@ -185,7 +185,7 @@ private slots:
         originalReturns(before);
     }
 
-    void originalThatStandsInItsPlaceAgainIsNoOther()
+    void restoredOriginalIsNotBackedUpAgain()
     {
         QVERIFY(publish({lights(8)}));
         const FileTree before = tree();
@@ -198,7 +198,7 @@ private slots:
         originalReturns(before);
     }
 
-    void fileOfAnAddOnThatCouldNotGoIsNotTheUsers()
+    void fileOfAFailedRemovalIsNotBackedUp()
     {
         QVERIFY(publish({lights(8)}));
         const FileTree before = tree();

@@ -11,7 +11,7 @@ class PackageControllerTest final : public EngineTest
     Q_OBJECT
 
 private slots:
-    void changeLogTellsWhatComesAfterTheInstalledVersion_data()
+    void changeLogContainsNewerVersionsThanTheInstalledOne_data()
     {
         const QString newest = "<strong>1.10</strong><ul><li>news of 1.10</li></ul>"_s;
         const QString middle = "<strong>1.2</strong><p>Not available></p>"_s;
@@ -22,7 +22,7 @@ private slots:
             .row("not installed", QString(), QString(), QString())
             .row("older target", "1.2", "1.0", QString());
     }
-    void changeLogTellsWhatComesAfterTheInstalledVersion()
+    void changeLogContainsNewerVersionsThanTheInstalledOne()
     {
         const auto [installed, target, log] = Rows<QString, QString, QString>::current();
         QVERIFY(publish({Offer{7, "1.0"_s}.telling({"news of 1.0"_s}),

@@ -259,7 +259,7 @@ private slots:
         QCOMPARE(log.lines(), QStringList("Preserved copy stays : "_s + keptSettings()));
     }
 
-    void settledCopyGivesWayToTheFile()
+    void settledCopyIsReplacedByTheFile()
     {
         settleCopy("user's first");
         secureWith("user's second");
@@ -327,7 +327,7 @@ private slots:
         QCOMPARE(readFile(keptSettings()), "user's second");
     }
 
-    void failedCopyTakesNewCopiesAway()
+    void failedCopyRemovesNewCopies()
     {
         keep({"a.txt"_s, "b.txt"_s, "c.txt"_s});
         backUp({"d.txt"_s, "e.txt"_s});
@@ -370,7 +370,7 @@ private slots:
         QCOMPARE(readFile(keptSettings()), "user's");
     }
 
-    void settledCopyComesBackWhereNothingStands()
+    void settledCopyIsRestoredIfItsFileIsMissing()
     {
         settleCopy("user's");
         QVERIFY(QFile::remove(settings()));
@@ -465,7 +465,7 @@ private slots:
         QCOMPARE(readFiles(m_folders.preserve), left);
     }
 
-    void onlyFailuresAreReported()
+    void onlyFailuresAreLogged()
     {
         // Without a removal rule, the backup cannot be restored: at the first installation the
         // original is in its place, and at each later one the package's file. Neither is an error.
@@ -500,7 +500,7 @@ private slots:
         QCOMPARE(files().secure(), simulator("a/file.txt"_s));
     }
 
-    void pipesDoNotBlock()
+    void pipesDoNotBlockTheInstallation()
     {
         keep({"settings.ini"_s});
         backUp({m_lights});
@@ -527,7 +527,7 @@ private slots:
         QCOMPARE(readFile(backup(m_lights)), "user's");
     }
 
-    void pipeInThePlaceOfACopyGivesWay()
+    void pipeInThePlaceOfACopyIsReplaced()
     {
         keep({"settings.ini"_s});
         QVERIFY(QDir().mkpath(m_folders.preserve));

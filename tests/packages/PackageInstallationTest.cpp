@@ -48,7 +48,7 @@ private slots:
         QCOMPARE(QDir::cleanPath(finished.first().first().toString()), cachedArchive(7));
     }
 
-    void orderDuringTheAnnouncementOfAFailureDoesNothing()
+    void installDuringTheErrorSignalDoesNothing()
     {
         QVERIFY(publish({{7}}));
         holdAndBreak(7);

@@ -387,7 +387,7 @@ private slots:
         QVERIFY(!QFile::exists(copyOf(8)));
     }
 
-    void formerPackagesAreLetGo()
+    void formerPackagesAreDeleted()
     {
         offerMany();
         QVERIFY(refresh());

@@ -28,7 +28,7 @@ class RemovalFaultsTest final : public EngineTest
     Q_OBJECT
 
 private slots:
-    void removedFilesAreNotReported()
+    void completeRemovalReportsNothing()
     {
         QVERIFY(writeFile(simulator(Lights), "original"));
         QVERIFY(writeFile(simulator("Resources/plugins/a.xpl"_s), "other's"));
@@ -68,7 +68,7 @@ private slots:
         }
     }
 
-    void whatCannotBeLookedAtIsTold()
+    void fileInAnUnreadableFolderIsReported()
     {
         const QString file = "closed/a.txt"_s;
         QVERIFY(installed(Offer{7}.bringing({{file, "a"}}).removing({file})));
@@ -90,7 +90,7 @@ private slots:
         QCOMPARE(inSimulator(Lights), "edited");
     }
 
-    void backupThatCannotBeCopiedIsTold()
+    void backupThatCannotBeCopiedIsReported()
     {
         QVERIFY(writeFile(simulator(Lights), "original"));
         QVERIFY(installed(

@@ -86,7 +86,7 @@ private slots:
         checkNotInstalled();
     }
 
-    void refreshOfTheSameRunTakesItUp()
+    void refreshShowsThePreviousVersionAgain()
     {
         failUpdate();
         QVERIFY(refresh());
@@ -168,7 +168,7 @@ private slots:
         QCOMPARE(recordedStatus(Id), int(Package::INSTALL_ERROR));
     }
 
-    void removalThatCouldNotBeNotedIsNotedLater()
+    void removalThatCouldNotBeRecordedIsRecordedLater()
     {
         const GatedExtractor gate(engine());
         stop();
@@ -225,7 +225,7 @@ private slots:
         QCOMPARE(inSimulator(Engine::fileOf(9)), Engine::contentOf(9, New));
     }
 
-    void installationsFromBeforeAreLearnt()
+    void recordsWithoutTheSecondTableAreTakenOver()
     {
         stop();
         execute({"DROP TABLE whole_versions"_s});
@@ -288,7 +288,7 @@ private slots:
         checkNotInstalled();
     }
 
-    void foreignTableIsNotUsed_data()
+    void foreignSecondTableDoesNotPreventInstallations_data()
     {
         Rows<QString>()
             .row("other columns", "name TEXT")
@@ -297,7 +297,7 @@ private slots:
             .row("a check that nothing passes",
                  "package_id INTEGER PRIMARY KEY, version TEXT CHECK (0)");
     }
-    void foreignTableIsNotUsed()
+    void foreignSecondTableDoesNotPreventInstallations()
     {
         const auto [columns] = Rows<QString>::current();
         stop();
@@ -311,7 +311,7 @@ private slots:
         QCOMPARE(recordedStatus(Library), int(Package::INSTALLED));
     }
 
-    void backupsOfWhatIsTakenUpStay()
+    void backupsOfThePreviousVersionStay()
     {
         const QString lights = "lights.png"_s;
         QVERIFY(writeFile(simulator(lights), "the simulator's"));

@@ -27,7 +27,7 @@ private slots:
 
     void cleanup() { m_profile.reset(); }
 
-    void newFilesAndFoldersGo()
+    void newFilesAndFoldersAreRemoved()
     {
         const auto before = fileTree(root());
         const UnpackedFiles added(
@@ -44,7 +44,7 @@ private slots:
         QCOMPARE(fileTree(root()), before);
     }
 
-    void whatStoodThereStays()
+    void existingEntriesStay()
     {
         QVERIFY(writeFile(root() + "a/mine"_s, "mine"));
         QVERIFY(QDir(root()).mkpath("a/my folder"_s));
@@ -56,7 +56,7 @@ private slots:
         QCOMPARE(fileTree(root()), before);
     }
 
-    void folderInWhichSomethingElseStandsStays()
+    void folderWithOtherFilesStays()
     {
         const UnpackedFiles added(listing({"a/b/c"_s}), root(), root());
         QVERIFY(writeFiles(root(), {{"a/b/c"_s, "x"}, {"a/log"_s, "y"}}));
@@ -65,7 +65,7 @@ private slots:
         QCOMPARE(readFile(root() + "a/log"_s), "y");
     }
 
-    void foldersAboveTheTargetGo()
+    void newFoldersAboveTheTargetAreRemoved()
     {
         const auto before = fileTree(root());
         const QString target = root() + "Resources/plugins"_s;
@@ -99,7 +99,7 @@ private slots:
         QVERIFY(QFileInfo(root() + "Custom Scenery"_s).isSymLink());
     }
 
-    void whatWasNotUnpackedIsNoMatter()
+    void entriesThatWereNotUnpackedAreIgnored()
     {
         const auto before = fileTree(root());
         const UnpackedFiles added(listing({QString(), "."_s, "a/b"_s}), root(), root());

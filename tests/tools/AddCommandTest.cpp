@@ -110,7 +110,7 @@ private slots:
         QCOMPARE(left(), QStringList("packages.json"_s));
     }
 
-    void versionIsAddedAndTold()
+    void versionIsAddedAndReported()
     {
         const ToolRun run({"add"_s, catalogue(), m_archive.path(), "--id"_s, "5"_s, "--version"_s,
                            "1.1"_s, "--log"_s, "More"_s, "--log"_s, "Less"_s});
@@ -255,7 +255,7 @@ private slots:
         QCOMPARE(left().size(), 2);
     }
 
-    void whatCannotBeReadIsTold_data()
+    void unreadableFilesAreReported_data()
     {
         const QString packages = "packages.json"_s;
         Rows<QString, QString>()
@@ -267,7 +267,7 @@ private slots:
             .row("pipe as archive", packages, "pipe");
     }
 
-    void whatCannotBeReadIsTold()
+    void unreadableFilesAreReported()
     {
         const auto [catalogue, archive] = Rows<QString, QString>::current();
         QCOMPARE(::mkfifo(QFile::encodeName(file("pipe")).constData(), 0600), 0);

@@ -125,7 +125,7 @@ private slots:
                                          .toHex()));
     }
 
-    void whatIsSaidCounts()
+    void givenValuesReplaceThoseOfTheVersionBefore()
     {
         AdditionOrder order = orderFor(5, "2.1"_s);
         order.link = "https://b.example/x.zip"_s;
@@ -164,7 +164,7 @@ private slots:
                  QStringList({"extract/whole-simulator"_s, "remove/none"_s}));
     }
 
-    void addressStandsBesideTheNewest_data()
+    void linkIsDerivedFromTheNewestVersion_data()
     {
         const QString none;
         Rows<QByteArray, QString>()
@@ -180,7 +180,7 @@ private slots:
             .row("empty", {}, none);
     }
 
-    void addressStandsBesideTheNewest()
+    void linkIsDerivedFromTheNewestVersion()
     {
         const auto [link, expected] = Rows<QByteArray, QString>::current();
         const QByteArray changed = offer().replace("https://a.example/v/piers-2.0.zip", link);

@@ -456,7 +456,7 @@ private slots:
                                      link(0, 1) + " Unpacked it is 1.00 Bytes in 1 file."_s}));
     }
 
-    void whatIsMissingIsCounted()
+    void filesThatNoEntryRemovesAreCounted()
     {
         ShelvedVersion shelved = version(zipOf({{Readme, "a"}, {"a"_s, "a"}, {"b/c"_s, "c"}}));
         const ArchiveShelf shelf({shelved});
@@ -494,7 +494,7 @@ private slots:
     }
 
     /// Reading the pipe would block for ever.
-    void specialFilesHoldNobodyUp()
+    void specialFilesDoNotBlockTheCheck()
     {
         const ArchiveShelf shelf({version(QByteArray())});
         const QString pipe = shelf.folder() + QLatin1Char('/') + version(QByteArray()).fileName();
@@ -502,7 +502,7 @@ private slots:
         QCOMPARE(archiveFindings(checked(shelf)), QStringList{"archive/missing "_s + link()});
     }
 
-    void manyEntriesTakeTheirTimeOnly_data()
+    void manyEntriesAreCheckedInTime_data()
     {
         Rows<int, QByteArray>()
             .row("in one folder", 60'000, "name-%1.txt")
@@ -512,7 +512,7 @@ private slots:
     }
 
     /// An algorithm of quadratic complexity would take minutes.
-    void manyEntriesTakeTheirTimeOnly()
+    void manyEntriesAreCheckedInTime()
     {
         const auto [count, name] = Rows<int, QByteArray>::current();
         QVector<TarEntry> entries;

@@ -168,7 +168,7 @@ private slots:
         QCOMPARE(report.has(Rule::DEPENDENCY_EMPTY), endsClients);
     }
 
-    void whatThePartsOfTheEngineAreFedWithIsChecked()
+    void corpusOfTheParserFuzzerIsChecked()
     {
         QDirIterator files(QStringLiteral(KAVO_PARSER_CORPUS), QDir::Files);
         int count = 0;

@@ -57,7 +57,7 @@ private slots:
         QCOMPARE(run.output(), QByteArray("kavo-catalogue " KAVO_VERSION "\n"));
     }
 
-    void whatIsNotUnderstoodIsTold_data()
+    void invalidCommandLineIsReported_data()
     {
         Rows<QStringList, QByteArray>()
             .row("nothing", {}, "a command is missing")
@@ -70,7 +70,7 @@ private slots:
                  "--simulate needs the folder of --archives");
     }
 
-    void whatIsNotUnderstoodIsTold()
+    void invalidCommandLineIsReported()
     {
         const auto [arguments, complaint] = Rows<QStringList, QByteArray>::current();
         const ToolRun run(arguments);

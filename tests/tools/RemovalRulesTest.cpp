@@ -191,7 +191,7 @@ private slots:
         QCOMPARE(RemovalRules(own, {}).entriesFor(listing, extract), folder);
     }
 
-    void versionBeforeIsHeard_data()
+    void rulesOfTheVersionBeforeAreConsidered_data()
     {
         Rows<QString, QString>()
             .row("nothing", "", "Custom Scenery/Pier/a.obj\nCustom Scenery/Pier/b.obj")
@@ -207,7 +207,7 @@ private slots:
                  "Custom Scenery/Pier/a.obj\nCustom Scenery/Pier/b.obj\nOutput/pier.log");
     }
 
-    void versionBeforeIsHeard()
+    void rulesOfTheVersionBeforeAreConsidered()
     {
         const auto [before, entries] = Rows<QString, QString>::current();
         const ArchiveListing listing = listingOf("Pier/b.obj\nPier/a.obj"_s);
@@ -223,7 +223,7 @@ private slots:
         QVERIFY(!kept.contains("Custom Scenery/Pier"_s));
     }
 
-    void foldersInDoubtAreTold()
+    void undecidedFoldersAreReported()
     {
         RemovalRules rules(noPaths(), {});
         rules.entriesFor(listingOf("Resources/plugins/Scripts/a\nResources/plugins/Scripts/b\n"

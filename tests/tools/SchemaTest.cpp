@@ -186,7 +186,7 @@ private slots:
         QVERIFY(run.output().size() > 1000);
     }
 
-    void whatPassesIsReadWithoutDefaults_data()
+    void validCatalogueIsReadWithoutDefaults_data()
     {
         Rows<QByteArray> rows;
         for (const CorpusCatalogue &catalogue : corpusCatalogues()) {
@@ -195,7 +195,7 @@ private slots:
         }
     }
 
-    void whatPassesIsReadWithoutDefaults()
+    void validCatalogueIsReadWithoutDefaults()
     {
         const auto [bytes] = Rows<QByteArray>::current();
         const auto packages = Kavo::Models::parseCatalogue(bytes, "en"_s);
@@ -232,9 +232,12 @@ private slots:
                      languages);
     }
 
-    void whatPassesBreaksNoRuleOfSchemas_data() { whatPassesIsReadWithoutDefaults_data(); }
+    void validCatalogueBreaksNoRuleOfTheSchema_data()
+    {
+        validCatalogueIsReadWithoutDefaults_data();
+    }
 
-    void whatPassesBreaksNoRuleOfSchemas()
+    void validCatalogueBreaksNoRuleOfTheSchema()
     {
         const auto [bytes] = Rows<QByteArray>::current();
         const CheckReport report = checkCatalogue(bytes);
@@ -242,7 +245,7 @@ private slots:
             QVERIFY2(rulesBeyondSchemas().contains(finding.rule), describe(finding.rule).name);
     }
 
-    void whatFailsIsFound()
+    void invalidCataloguesHaveFindings()
     {
         int failed = 0;
         for (const CorpusCatalogue &catalogue : corpusCatalogues()) {

@@ -290,7 +290,7 @@ private slots:
                                         stays("1.2"), stays("1.9")}));
     }
 
-    void whatStaysIsNamed()
+    void remainingFilesAreNamed()
     {
         Files files;
         for (char name = 'a'; name <= 'z'; ++name)
@@ -301,7 +301,7 @@ private slots:
                  QStringList{"Of \"1.0\" there stays \"a\" and 25 more."_s});
     }
 
-    void complaintOfSevenZipIsNamed()
+    void errorOfSevenZipIsNamed()
     {
         const Trial trial =
             tried(ArchiveShelf({damaged("2.0"), version("1.0", {{"Aircraft"_s, "x"}}, {})}));
@@ -324,7 +324,7 @@ private slots:
     }
 
     /// A file is in the place of the folder for temporary files.
-    void placeWithoutRoomForFoldersIsTold()
+    void unusableTemporaryFolderIsReported()
     {
         const ScratchProfile profile;
         const ArchiveShelf shelf({version("1.0", {{Plugin, "1"}})});
@@ -337,7 +337,7 @@ private slots:
         QCOMPARE(readFile(nowhere), QByteArray("x"));
     }
 
-    void commandTellsWhatItTries()
+    void commandReportsWhatItTries()
     {
         const ArchiveShelf shelf(
             {version("2.0", {{Plugin, "2"}}), version("1.0", {{Plugin, "1"}, {"a"_s, "a"}})});

@@ -127,7 +127,7 @@ private slots:
     }
 
     /// The size that is read from a part of a picture is invalid or at most that of the picture.
-    void bearsEveryCut()
+    void truncatedPicturesAreHandled()
     {
         for (const QByteArray &picture : pictures()) {
             for (int length = 0; length < picture.size(); ++length) {
@@ -141,7 +141,7 @@ private slots:
     }
 
     /// Reading must end with a valid size or none, whatever the bytes are.
-    void bearsEveryDamage()
+    void damagedPicturesAreHandled()
     {
         int valid = 0;
         for (const QByteArray &picture : pictures()) {

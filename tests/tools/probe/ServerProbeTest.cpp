@@ -194,7 +194,7 @@ class ServerProbeTest final : public QObject
     Q_OBJECT
 
 private slots:
-    void usersMissNothing()
+    void serverWithoutFaultsIsGood()
     {
         TestHttpServer server;
         furnish(server);
@@ -432,7 +432,7 @@ private slots:
         QCOMPARE(verdictOf(report, Subject::Catalogue, "the whole file"_s), Verdict::Unusable);
     }
 
-    void silentArchivesAreGivenUp()
+    void probeGivesUpSilentArchives()
     {
         TestHttpServer server;
         furnish(server);
@@ -481,7 +481,7 @@ private slots:
         QVERIFY(!log.contains("HEAD /archive-4-2.7z"_s));
     }
 
-    void allIsAll()
+    void fullProbeRequestsAllFiles()
     {
         TestHttpServer server;
         furnish(server);
