@@ -140,9 +140,9 @@ private slots:
 
     void rulesAreSharedByCopiesOfAVersion()
     {
-        const PackageVersion original;
-        const PackageVersion copy = original; // NOLINT(performance-unnecessary-copy-initialization)
-        original.install->extract = "plugins"_s;
+        const auto original = PackageVersionPointer::create();
+        const PackageVersion copy = *original;
+        original->install->extract = "plugins"_s;
         QCOMPARE(copy.install->extract, "plugins"_s);
     }
 
