@@ -242,6 +242,10 @@ private slots:
         const auto [language, state, update] = Rows<QString, Package::State, bool>::current();
         QVERIFY(QDir::setCurrent(QStringLiteral(KAVO_TRANSLATION_FOLDER "/..")));
         Kavo::installTranslation(language);
+        // Each translation contains the code of its language.
+        QCOMPARE(QCoreApplication::translate("Kavo::Ui::ProgressText", "en",
+                                             "code of the language that these texts are in"),
+                 language);
         const QString text = StateLook::of(state, update).text;
         Kavo::loadFonts();
         Kavo::Components::iconFont()->initFontAwesome();
